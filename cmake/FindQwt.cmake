@@ -1,0 +1,16 @@
+# Qwt built for Qt 5. Debian ships it as libqwt-qt5 with its headers in include/qwt.
+find_path(QWT_INCLUDE_DIR qwt_plot.h PATH_SUFFIXES qwt-qt5 qwt)
+find_library(QWT_LIBRARY NAMES qwt-qt5 qwt)
+if(QWT_INCLUDE_DIR AND EXISTS "${QWT_INCLUDE_DIR}/qwt_global.h")
+  file(STRINGS "${QWT_INCLUDE_DIR}/qwt_global.h" qwt_version REGEX "define QWT_VERSION_STR")
+  string(REGEX REPLACE ".*\"([0-9.]+)\".*" "\\1" Qwt_VERSION "${qwt_version}")
+endif()
+include(FindPackageHandleStandardArgs)
+find_package_handle_standard_args(Qwt REQUIRED_VARS QWT_LIBRARY QWT_INCLUDE_DIR VERSION_VAR Qwt_VERSION)
+if(Qwt_FOUND AND NOT TARGET Qwt::Qwt)
+  add_library(Qwt::Qwt UNKNOWN IMPORTED)
+  set_target_properties(Qwt::Qwt PROPERTIES IMPORTED_LOCATION "${QWT_LIBRARY}"
+                        INTERFACE_INCLUDE_DIRECTORIES "${QWT_INCLUDE_DIR}")
+  target_link_libraries(Qwt::Qwt INTERFACE Qt5::Widgets)
+endif()
+mark_as_advanced(QWT_INCLUDE_DIR QWT_LIBRARY)

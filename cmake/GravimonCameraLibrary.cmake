@@ -1,0 +1,17 @@
+# gravimon::om_tiv: the camera library, the project's stand-in or the vendor's own.
+if(GRAVIMON_CAMERA_LIBRARY STREQUAL "standin")
+  add_subdirectory("${PROJECT_SOURCE_DIR}/om_tiv")
+elseif(GRAVIMON_CAMERA_LIBRARY STREQUAL "vendor")
+  find_path(OM_TIV_INCLUDE_DIR om_tiv/om_tiv.h HINTS "${OM_TIV_ROOT}/include" NO_DEFAULT_PATH)
+  find_library(OM_TIV_LIBRARY om_tiv HINTS "${OM_TIV_ROOT}/lib" "${OM_TIV_ROOT}/lib64" NO_DEFAULT_PATH)
+  if(NOT OM_TIV_INCLUDE_DIR OR NOT OM_TIV_LIBRARY)
+    message(FATAL_ERROR "GRAVIMON_CAMERA_LIBRARY=vendor: no include/om_tiv/om_tiv.h and lib/libom_tiv "
+            "below OM_TIV_ROOT='${OM_TIV_ROOT}'.")
+  endif()
+  add_library(gravimon_om_tiv INTERFACE)
+  target_include_directories(gravimon_om_tiv SYSTEM INTERFACE "${OM_TIV_INCLUDE_DIR}")
+  target_link_libraries(gravimon_om_tiv INTERFACE "${OM_TIV_LIBRARY}" gravimon::cuda)
+  add_library(gravimon::om_tiv ALIAS gravimon_om_tiv)
+else()
+  message(FATAL_ERROR "GRAVIMON_CAMERA_LIBRARY='${GRAVIMON_CAMERA_LIBRARY}': 'standin' or 'vendor'.")
+endif()

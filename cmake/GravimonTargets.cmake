@@ -1,0 +1,25 @@
+# What every target of the project shares: language level, warnings, sanitizers, output folder.
+add_library(gravimon_options INTERFACE)
+target_compile_features(gravimon_options INTERFACE cxx_std_17)
+target_compile_options(gravimon_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow
+                       $<$<COMPILE_LANGUAGE:CXX>:-Wconversion>
+                       $<$<BOOL:${GRAVIMON_WERROR}>:-Werror>)
+if(GRAVIMON_SANITIZE)
+  target_compile_options(gravimon_options INTERFACE -fsanitize=${GRAVIMON_SANITIZE}
+                         -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  target_link_options(gravimon_options INTERFACE -fsanitize=${GRAVIMON_SANITIZE})
+endif()
+
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
+
+# gravimon_add_library(<folder> SOURCES ... [PUBLIC ...] [PRIVATE ...])
+# The library of src/<folder>: target gravimon_<folder>, known to others as gravimon::<folder>.
+# Its headers are included as "<folder>/Name.h".
+function(gravimon_add_library folder)
+  cmake_parse_arguments(arg "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+  add_library(gravimon_${folder} STATIC ${arg_SOURCES})
+  add_library(gravimon::${folder} ALIAS gravimon_${folder})
+  set_target_properties(gravimon_${folder} PROPERTIES AUTOMOC ON AUTORCC ON AUTOUIC ON)
+  target_include_directories(gravimon_${folder} PUBLIC "${PROJECT_SOURCE_DIR}/src")
+  target_link_libraries(gravimon_${folder} PUBLIC ${arg_PUBLIC} PRIVATE gravimon_options ${arg_PRIVATE})
+endfunction()

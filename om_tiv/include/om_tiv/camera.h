@@ -1,0 +1,191 @@
+/// @file
+/// Opening a camera, its frames and its sensor stream.
+#pragma once
+
+#include <om_tiv/mat.h>
+#include <om_tiv/sensors.h>
+
+#include <cuda.h>
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace om {
+
+/// Which camera to open.
+class InputType
+{
+public:
+    enum class KIND { NONE, SERIAL_NUMBER, CAMERA_ID, RECORDED_FILE };
+
+    InputType() = default;
+    InputType(const InputType&) = default;
+    InputType& operator=(const InputType&) = default;
+
+    void setFromSerialNumber(unsigned int serial, BUS_TYPE bus);
+    void setFromCameraID(int id, BUS_TYPE bus);
+    void setFromQVRFile(String path); ///< a recorded file
+
+    KIND kind() const { return m_kind; }
+    BUS_TYPE bus() const { return m_bus; }
+    unsigned int serialNumber() const { return m_serial; }
+    int cameraId() const { return m_id; }
+    const String& path() const { return m_path; }
+
+private:
+    KIND m_kind = KIND::NONE;
+    BUS_TYPE m_bus = BUS_TYPE::USB;
+    unsigned int m_serial = 0;
+    int m_id = -1;
+    String m_path;
+};
+
+/// Settings of Camera::open(). Members without a meaning here are accepted, kept and returned by
+/// Camera::getInitParameters().
+struct InitParameters
+{
+    InitParameters(RESOLUTION resolution_ = RESOLUTION::AUTO, int fps_ = 0,
+                   bool enableRecording_ = false, DEPTH_MODE depthMode_ = DEPTH_MODE::STANDARD,
+                   UNIT coordinateUnits_ = UNIT::MILLIMETRE,
+                   COORDINATE_SYSTEM coordinateSystem_ = COORDINATE_SYSTEM::IMAGE,
+                   int verbosity_ = 1, int gpuId_ = -1, float depthMinimum_ = -1.0F,
+                   float depthMaximum_ = -1.0F, bool disableSelfCalibration_ = false,
+                   int imageFlip_ = 0, bool rightSideMeasure_ = false, String logFile_ = String(),
+                   int depthStabilization_ = 1, CUcontext cudaContext_ = nullptr,
+                   InputType input_ = InputType(), String settingsPath_ = String(),
+                   bool sensorsRequired_ = false, bool imageEnhancement_ = true,
+                   String calibrationPath_ = String(), float openTimeout_ = 5.0F,
+                   bool asyncRecovery_ = false, float grabRateLimit_ = 0.0F,
+                   bool imageValidation_ = false);
+
+    RESOLUTION resolution;
+    int fps; ///< frames per second asked for; 0 takes the camera's own; after open() the rate in
+             ///< force
+    bool enableRecording;
+    DEPTH_MODE depthMode;
+    UNIT coordinateUnits;
+    COORDINATE_SYSTEM coordinateSystem;
+    int verbosity;
+    int gpuId;
+    float depthMinimum; ///< in coordinateUnits; negative takes the library's own; after open() in
+                        ///< force
+    float depthMaximum; ///< in coordinateUnits; negative takes the library's own
+    bool disableSelfCalibration;
+    int imageFlip;
+    bool rightSideMeasure;
+    String logFile;
+    int depthStabilization;
+    CUcontext cudaContext; ///< a context to use; null lets the library make its own
+    InputType input;
+    String settingsPath;
+    bool sensorsRequired;
+    bool imageEnhancement;
+    String calibrationPath;
+    float openTimeout; ///< s
+    bool asyncRecovery;
+    float grabRateLimit; ///< Hz, 0 for none
+    bool imageValidation;
+};
+
+/// Settings of Camera::grab().
+struct RuntimeParameters
+{
+    RuntimeParameters(bool enableDepth_ = true, bool enableFill_ = false,
+                      int confidenceThreshold_ = 95, int textureThreshold_ = 100,
+                      REFERENCE_FRAME referenceFrame_ = REFERENCE_FRAME::CAMERA,
+                      bool removeSaturated_ = true);
+
+    bool enableDepth;
+    bool enableFill;
+    int confidenceThreshold; ///< 1 to 100
+    int textureThreshold;
+    REFERENCE_FRAME referenceFrame;
+    bool removeSaturated;
+};
+
+/// One detected camera.
+struct DeviceProperties
+{
+    unsigned int state = 0; ///< 0 available, 1 in use
+    int id = -1;            ///< camera id, for InputType::setFromCameraID
+    String path;            ///< system path of the device
+    MODEL cameraModel = MODEL::UNKNOWN;
+    unsigned int serialNumber = 0;
+    BUS_TYPE bus = BUS_TYPE::USB;
+};
+
+/// What an open camera says of itself.
+struct CameraInformation
+{
+    unsigned int serialNumber = 0;
+    MODEL cameraModel = MODEL::UNKNOWN;
+    unsigned int firmwareVersion = 0;
+    Resolution resolution; ///< of one image
+};
+
+/// One camera, or one recorded file.
+///
+/// Threads: open(), close() and the destructor belong to one thread at a time and must not run
+/// beside other calls than isOpened(). Between them every operation may run on any thread, beside
+/// any other.
+class Camera
+{
+public:
+    Camera();
+    ~Camera(); ///< closes
+    Camera(const Camera&) = delete;
+    Camera& operator=(const Camera&) = delete;
+
+    /// Blocks until the camera runs or fails. An open camera is closed first. On success the CUDA
+    /// context of the camera is current on the calling thread.
+    ERROR_CODE open(InitParameters parameters);
+
+    /// Ends the use of the camera. Nothing happens to one that is not open.
+    void close();
+
+    /// True between a successful open() and close() or the loss of the camera. Takes no lock.
+    bool isOpened() const;
+
+    /// Blocks for the next frame. CAMERA_GONE once the camera is lost, TIMEOUT when no frame came
+    /// within 100 ms; at the end of a recorded file it delivers the last frame again.
+    ERROR_CODE grab(RuntimeParameters parameters);
+
+    /// Before the first open() a default record. The argument scales the images only; 0 by 0 leaves
+    /// them.
+    CameraInformation getCameraInformation(Resolution imageSize = Resolution());
+
+    /// The settings in force, as of the last open().
+    InitParameters getInitParameters();
+
+    /// Valid after a successful open() until close(); null otherwise.
+    CUcontext getCUDAContext();
+
+    /// The cameras on the machine, in the bus's order. May take long. Must not run during an
+    /// open().
+    static std::vector<DeviceProperties> getDeviceList();
+
+    /// Fills the record with the current values. TIME_REFERENCE::CURRENT waits up to 5 ms for a
+    /// sample newer than the last one returned by this object, so that a caller that polls without
+    /// pause does not burn a core; when none comes it returns the last one again, with success.
+    ERROR_CODE getSensorsData(SensorsData& data, TIME_REFERENCE reference);
+
+    /// ns since the epoch of the library's clock (that of the system's wall clock at start, and it
+    /// never runs backward). IMAGE: the last grabbed frame, 0 before the first. CURRENT: now.
+    std::uint64_t getTimestamp(TIME_REFERENCE reference);
+
+    /// Writes the view of the last grabbed frame into the buffer, which is allocated when it does
+    /// not fit. The size is that of the result; 0 by 0 is the camera's own.
+    ERROR_CODE retrieveImage(Mat& image, VIEW view, MEM memory, Resolution size);
+    ERROR_CODE retrieveMeasure(Mat& measure, MEASURE kind, MEM memory, Resolution size);
+
+    int getQVRPosition();           ///< current frame of a recorded file, 0 for a live camera
+    void setQVRPosition(int frame); ///< clamped to the file
+    int getQVRNumberOfFrames();     ///< length of a recorded file, -1 for a live camera
+
+private:
+    class Impl;
+    std::unique_ptr<Impl> m_impl;
+};
+
+} // namespace om

@@ -1,0 +1,52 @@
+/// @file
+/// Image and measure buffers.
+#pragma once
+
+#include <om_tiv/types.h>
+
+#include <cstdint>
+
+namespace om {
+
+/// A two-dimensional buffer in host memory, GPU memory or both. Owns its memory; can't be copied.
+/// One thread at a time may use an object.
+class Mat
+{
+public:
+    Mat() = default;
+    ~Mat(); ///< frees both memories
+    Mat(const Mat&) = delete;
+    Mat& operator=(const Mat&) = delete;
+
+    /// Allocates zeroed memory of the kind given; a buffer of the same size and type stays, one of
+    /// another is freed first. GPU memory comes from the CUDA context current on the calling
+    /// thread. A failed allocation leaves that memory null and the error in cudaGetLastError().
+    void alloc(Resolution size, MAT_TYPE type, MEM memory);
+
+    /// Frees memory of the kind given. GPU memory is freed in the calling thread's current context.
+    void free(MEM memory);
+
+    Resolution getResolution() const { return m_size; }
+    MAT_TYPE getType() const { return m_type; }
+    /// Bytes of one pixel: 4 or 16.
+    std::size_t getPixelBytes() const;
+    /// Bytes from one row to the next; 0 where the kind holds no memory. MEM::CPU or MEM::GPU.
+    std::size_t getStepBytes(MEM memory) const;
+    /// First byte, null where the kind holds no memory. Valid until free() or the next alloc().
+    std::uint8_t* getPtr(MEM memory) const;
+
+private:
+    friend class MatAccess;
+
+    Resolution m_size;
+    MAT_TYPE m_type = MAT_TYPE::F32_C1;
+    std::uint8_t* m_host = nullptr;
+    std::uint8_t* m_gpu = nullptr;
+    std::size_t m_hostStep = 0;
+    std::size_t m_gpuStep = 0;
+    std::uint64_t m_hostContent =
+        0; ///< what the buffer holds, so that unchanged rows aren't rewritten
+    std::uint64_t m_gpuContent = 0;
+};
+
+} // namespace om

@@ -1,0 +1,66 @@
+/// @file
+/// The record of all sensors of a camera.
+///
+/// Vectors are in the camera's body frame in the coordinate system of InitParameters; in
+/// COORDINATE_SYSTEM::RIGHT_HANDED_Y_UP x points right, y up and z backward.
+#pragma once
+
+#include <om_tiv/transform.h>
+
+#include <cstdint>
+#include <map>
+
+namespace om {
+
+struct SensorsData
+{
+    struct BarometerData
+    {
+        bool isAvailable = false;      ///< this stream holds data
+        std::uint64_t timestamp = 0;   ///< ns
+        float pressure = 0.0F;         ///< Pa
+        float relativeAltitude = 0.0F; ///< m above the height at open()
+        float effectiveRate = 0.0F;    ///< Hz, measured
+    };
+
+    /// Temperatures in degrees Celsius by location.
+    class TemperatureData
+    {
+    public:
+        enum class SENSOR_LOCATION : int { IMU = 0, BAROMETER = 1, LEFT = 2, RIGHT = 3 };
+
+        /// 0 with the value when the location is present; non-zero, with value untouched, when not.
+        int get(SENSOR_LOCATION location, float& value) const;
+
+        std::map<SENSOR_LOCATION, float> values;
+    };
+
+    struct MagnetometerData
+    {
+        bool isAvailable = false;
+        std::uint64_t timestamp = 0; ///< ns
+        /// uT. With the calibration of the camera's EEPROM applied; equal to the uncalibrated
+        /// triple while that is neutral.
+        Vector3<float> magneticFieldCalibrated;
+        /// uT. An absolute z of exactly 2048.0 marks a saturated reading.
+        Vector3<float> magneticFieldUncalibrated;
+        float effectiveRate = 0.0F; ///< Hz, measured
+    };
+
+    struct IMUData
+    {
+        std::uint64_t timestamp = 0;       ///< ns; 0 before the first sample
+        Transform pose;                    ///< orientation of the camera in the world
+        Vector3<float> angularVelocity;    ///< degrees per second
+        Vector3<float> linearAcceleration; ///< m/s^2, specific force: +g along world up at rest
+        float effectiveRate = 0.0F;        ///< Hz, measured
+    };
+
+    BarometerData barometer;
+    TemperatureData temperature;
+    MagnetometerData magnetometer;
+    IMUData imu;
+    int cameraMovingState = 0; ///< 0 static, 1 moving, 2 falling
+};
+
+} // namespace om

@@ -1,0 +1,125 @@
+/// @file
+/// Basic types of the camera library: result codes, enumerations, strings, sizes, vectors.
+///
+/// Enumerators carry the values of the interface; a value without an enumerator is not in use.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace om {
+
+/// Result of the operations that can fail. 0 is success and 4 means that the camera is gone; every
+/// other value is a failure that passes or not, without a name in the interface.
+enum class ERROR_CODE : int {
+    SUCCESS = 0,
+    FAILURE = 1,       ///< a failure without a closer name
+    TIMEOUT = 2,       ///< no frame in time; the next call may succeed
+    CAMERA_GONE = 4,   ///< unplugged, or lost for another reason; only a new open() helps
+    NOT_DETECTED = 5,  ///< open(): no such camera on the bus
+    IN_USE = 6,        ///< open(): another object has the camera open
+    INVALID_INPUT = 7, ///< an argument or a recorded file that cannot be used
+};
+
+/// Camera models.
+enum class MODEL : int {
+    TIV = 0,      ///< first model, without sensors
+    TIV_N = 1,    ///< accelerometer, gyroscope and orientation only
+    TIV_P = 2,    ///< all sensors
+    TIV_Q = 3,    ///< all sensors
+    TIV_R = 4,    ///< serial bus; no barometer, no magnetometer
+    TIV_S = 5,    ///< serial bus; no barometer, no magnetometer
+    UNKNOWN = 32, ///< of a record that no open() has filled
+};
+
+enum class BUS_TYPE : int {
+    SERIAL = 1, ///< deserialiser bus of TIV_R and TIV_S
+    USB = 2,    ///< USB of TIV_N, TIV_P and TIV_Q
+};
+
+/// Image size asked for in open(). The size in force is in CameraInformation::resolution.
+enum class RESOLUTION : int {
+    HD1200 = 3, ///< 1920 x 1200
+    HD720 = 6,  ///< 1280 x 720
+    AUTO = 7,   ///< the model's own choice
+};
+
+enum class DEPTH_MODE : int { NONE = 0, STANDARD = 1 };
+enum class UNIT : int { MILLIMETRE = 0, METRE = 2 };
+
+/// Axes of poses and body-frame sensor values.
+enum class COORDINATE_SYSTEM : int {
+    IMAGE = 0,             ///< x right, y down, z forward
+    RIGHT_HANDED_Y_UP = 2, ///< x right, y up, z backward
+};
+
+enum class REFERENCE_FRAME : int { WORLD = 0, CAMERA = 1 };
+
+enum class TIME_REFERENCE : int {
+    IMAGE = 0,   ///< the moment of the last grabbed image
+    CURRENT = 1, ///< now; the newest values
+};
+
+/// Image views. All are delivered as four unsigned bytes a pixel in the order blue, green, red,
+/// alpha.
+enum class VIEW : int { LEFT = 0, RIGHT = 1, SIDE_BY_SIDE = 8 };
+
+/// Measures of a frame.
+enum class MEASURE : int {
+    DEPTH = 1, ///< one float a pixel, in the unit of InitParameters
+    XYZ = 4,   ///< four floats a pixel: x, y, z and a packed colour
+};
+
+enum class MAT_TYPE : int {
+    F32_C1 = 0, ///< one float a pixel
+    F32_C4 = 3, ///< four floats a pixel
+    U8_C4 = 7,  ///< four unsigned bytes a pixel
+};
+
+/// Memory kinds; a bit mask.
+enum class MEM : int { CPU = 1, GPU = 2, BOTH = 3 };
+
+/// An owning character string (UTF-8). Never null: c_str() of an empty one is "".
+class String
+{
+public:
+    String() = default;
+    String(const char* text); ///< a null pointer counts as empty
+    String(const String&) = default;
+    String& operator=(const String&) = default;
+    ~String() = default;
+
+    /// Valid until the string is changed or destroyed.
+    const char* c_str() const { return m_text.c_str(); }
+
+private:
+    std::string m_text;
+};
+
+/// A size in pixels. 0 by 0 means the library's own full size wherever it is passed.
+struct Resolution
+{
+    Resolution() = default;
+    Resolution(std::size_t w, std::size_t h) : width(w), height(h) {}
+
+    std::size_t width = 0;
+    std::size_t height = 0;
+};
+
+/// Three numbers.
+template <typename T>
+struct Vector3
+{
+    Vector3() = default;
+    Vector3(T vx, T vy, T vz) : x(vx), y(vy), z(vz) {}
+
+    T x{};
+    T y{};
+    T z{};
+};
+
+/// The display name of a model, as it stands in lists and file names: "TIV_Q". An unknown model
+/// gives "Unknown".
+String toString(const MODEL& model);
+
+} // namespace om
