@@ -1,0 +1,56 @@
+"""Arrows between folders go one way, and hardware is reached only through its doors."""
+
+import re
+import sys
+
+import rules
+
+root = sys.argv[1]
+
+# What each folder of src/ may include of the others.
+ALLOWED = {
+    "look": {"look"},
+    "camera": {"camera"},
+    "charts": {"charts", "look"},
+    "gpu": {"gpu", "camera"},
+    "recording": {"recording", "look"},
+    "calibration": {"calibration", "look"},
+    "viewer": {"viewer", "look", "camera", "charts", "gpu", "recording", "calibration"},
+}
+WITHOUT_QT = ("src/calibration/mag_calib.", "src/calibration/orientcount.")
+INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.M)
+QT = re.compile(r"^(Q[A-Z]|qwt_|Qt)")
+
+problems = []
+files = rules.tracked(root, "src/*.h", "src/*.cpp", "om_tiv/*.h", "om_tiv/*.cpp", "cuda_host/*.h",
+                      "cuda_host/*.cpp")
+for path in files:
+    for _, header in INCLUDE.findall(rules.read(root, path)):
+        parts = path.split("/")
+        if parts[0] == "src":
+            folder = parts[1]
+            target = header.split("/")[0]
+            if "/" in header and target in ALLOWED and target not in ALLOWED[folder]:
+                problems.append(f"{path}: {folder}/ must not include {header}")
+            if target in ("bench", "support") or "om_tiv/bench" in header or header == "cuda_host.h":
+                problems.append(f"{path}: the program must not include {header}")
+            if path.startswith(WITHOUT_QT) and QT.match(header):
+                problems.append(f"{path}: plain numerics must not include {header}")
+        elif parts[0] == "om_tiv":
+            if QT.match(header) and not path.startswith("om_tiv/tools/window/"):
+                problems.append(f"{path}: the camera library must not include {header}")
+            if header.split("/")[0] in ALLOWED:
+                problems.append(f"{path}: the camera library must not include the program's {header}")
+            if path.startswith("om_tiv/include/") and header.startswith("bench/"):
+                problems.append(f"{path}: the public interface must not include {header}")
+        elif QT.match(header) or header.split("/")[0] in set(ALLOWED) | {"om_tiv", "bench"}:
+            problems.append(f"{path}: cuda_host must not include {header}")
+
+for path in rules.tracked(root, "src/*.h", "om_tiv/*.h", "cuda_host/*.h", "tests/*.h"):
+    text = rules.read(root, path)
+    if "#pragma once" not in text:
+        problems.append(f"{path}: no #pragma once")
+    if re.search(r"^\s*using\s+namespace", text, re.M):
+        problems.append(f"{path}: using namespace in a header")
+
+rules.end(problems, len(files))

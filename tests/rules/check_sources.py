@@ -1,0 +1,21 @@
+"""Every C++ source of the tree is compiled, so that none rots unseen."""
+
+import json
+import os
+import sys
+
+import rules
+
+root, build = sys.argv[1:3]
+
+# Sources that only some builds compile: the other variant of CUDA, tools of optional packages.
+OPTIONAL = ("cuda_host/", "tests/cuda_host/", "tests/fuzz/", "om_tiv/tools/window/")
+
+with open(os.path.join(build, "compile_commands.json"), encoding="utf-8") as file:
+    compiled = {os.path.relpath(os.path.realpath(os.path.join(c["directory"], c["file"])), os.path.realpath(root))
+                for c in json.load(file)}
+
+files = rules.tracked(root, "src/*.cpp", "om_tiv/*.cpp", "cuda_host/*.cpp", "tests/*.cpp", "bench/*.cpp")
+problems = [f"{path}: no target compiles it" for path in files
+            if path not in compiled and not path.startswith(OPTIONAL)]
+rules.end(problems, len(files))
