@@ -1,0 +1,221 @@
+/// @file
+/// The main window: the open camera's session, the samples of its sensors, and their display.
+///
+/// One source file a topic: mainwindow.cpp (construction, teardown, signals), session.cpp (the way
+/// from a listed camera to a streaming one and back), devicelist.cpp, sensorthread.cpp,
+/// valuedisplay.cpp, chartfeed.cpp and recordingslots.cpp.
+///
+/// Every slot runs on the interface thread, saveValues() apart. Only dataThreadFunc() and what it
+/// calls run on the sensor thread.
+#pragma once
+
+#include "camera/DetectionThread.h"
+#include "recording/recoptiondlg.h"
+#include "viewer/shared.h"
+
+#include <om_tiv/om_tiv.h>
+
+#include <QDir>
+#include <QFile>
+#include <QLabel>
+#include <QMainWindow>
+#include <QMutex>
+#include <QString>
+#include <QVector>
+
+#include <array>
+#include <cstdint>
+#include <thread>
+
+class InputThreadModul;
+class QTimer;
+class Style;
+class Ui_MainWindow;
+
+class MainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    explicit MainWindow(QWidget* parent = nullptr);
+
+    /// Ends the process through std::terminate when a sensor thread that lost its camera was never
+    /// taken over by a later one: its handle is not joined anywhere.
+    ~MainWindow() override;
+
+public slots:
+    /// Opens the camera of the current row and starts streaming. Blocks for the whole open, and
+    /// while one of its message boxes is shown. A refused open is silent: detection goes on.
+    void createLiveInput();
+    /// Hands the camera's CUDA context to the 3D view.
+    void setContext();
+    /// Takes everything down after a loss of the camera, clears the charts and polls again.
+    void cameraDisconnected();
+    /// Closes the camera and ends every thread and timer but detectTimer. Blocks at least 100 ms.
+    /// The samples stay.
+    void reset();
+    /// One tick of the poll. True when a row was built; createLiveInput() has then run.
+    bool detectMultipleDevice();
+    void updateImages();
+    void updateChartTimeSize();
+    void updatePlot();
+    void updateDataDisplay();
+    /// Writes the CSV row of the sample at this index when the recording's period has passed.
+    /// Called by the sensor thread with dataMutex held.
+    void saveValues(int index);
+
+    void on_comboBox_camera_list_currentIndexChanged(int index);
+    void on_comboBox_time_range_currentIndexChanged(const QString& text);
+    void on_toolButton_save_clicked(bool checked);
+    void on_pushButton_accel_clicked(bool checked);
+    void on_pushButton_gyro_clicked(bool checked);
+    void on_pushButton_mag_clicked(bool checked);
+    void on_pushButton_orient_clicked(bool checked);
+    void on_pushButton_baro_clicked(bool checked);
+    void on_pushButton_temper_clicked(bool checked);
+    void on_pushButton_refresh_list_clicked();
+    void on_pushButton_rec_option_clicked();
+    void on_pushButton_calib_mag_clicked();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    friend struct MainWindowProbe; // the tests' access
+
+    void connectSignals();
+    void disconnectSignals();
+    void displayDefaultValues();
+    void initCharts();
+    void changeSensor(const QString& sensor);
+    int updateDeviceList(bool keepCurrent);
+    void setFreeSpace(double gigabytes, const QString& path);
+    void printDiskFreeSpace();
+    void stopRecording();
+    void dataThreadFunc();
+
+    void startDetectTimer();
+
+    Ui_MainWindow* ui; // owned
+
+    // Row i of comboBox_camera_list is element i of these three.
+    QVector<int> deviceIds;
+    QVector<int> deviceSerials;
+    QVector<om::MODEL> deviceModels;
+
+    // The camera in use.
+    int cameraId = 0;
+    int cameraSerial = 0;
+    QString cameraName; // never assigned: the row of a kept camera shows its serial number alone
+    om::MODEL cameraModel = om::MODEL::UNKNOWN;
+
+    // Made afresh for every camera.
+    QTimer* imageTimer = nullptr;
+    QTimer* detectTimer = nullptr;
+    QTimer* plotTimer = nullptr;
+    QTimer* displayTimer = nullptr;
+    int plotPeriodMs = 15;
+    int displayPeriodMs = 25;
+
+    QMutex dataMutex; // guards the series
+
+    // Owned. Set between createLiveInput() and the next reset() or a loss of the camera; the sensor
+    // thread that sees the loss deletes the object and clears the pointer.
+    Published<InputThreadModul*> inputThread = nullptr;
+    int imageTicks = 0;
+
+    // The series. Those of IMU pace are index-aligned: element i of each belongs to one sample.
+    // Times are absolute seconds of the library's clock. Nothing but initCharts() clears them.
+    QVector<double> accX; // m/s^2, IMU pace
+    QVector<double> accY;
+    QVector<double> accZ;
+    QVector<double> gyroX; // degrees per second, IMU pace
+    QVector<double> gyroY;
+    QVector<double> gyroZ;
+    QVector<double> magX; // uT, IMU pace
+    QVector<double> magY;
+    QVector<double> magZ;
+    QVector<double> orX; // degrees, IMU pace
+    QVector<double> orY;
+    QVector<double> orZ;
+    QVector<double> pressure;         // hPa, IMU pace
+    QVector<double> relAltitude;      // m, IMU pace
+    QVector<double> movingState;      // IMU pace
+    QVector<double> tempLeft;         // degrees Celsius, IMU pace
+    QVector<double> tempRight;        // degrees Celsius, IMU pace
+    QVector<double> imuRates;         // Hz, IMU pace; a log
+    QVector<double> baroRates;        // Hz, new barometer samples; a log
+    QVector<double> magRates;         // Hz, new magnetometer samples; a log
+    QVector<double> tempFallbackTime; // s, IMU pace while the fallback is in use
+    QVector<double> magNewX;          // uT, new magnetometer samples
+    QVector<double> magNewY;
+    QVector<double> magNewZ;
+    QVector<double> magNewTime;       // s
+    QVector<double> spareSeries;      // never filled
+    QVector<double> baroNewPressure;  // hPa, new barometer samples
+    QVector<double> baroNewTempRight; // degrees Celsius, new barometer samples, or IMU pace in the
+    QVector<double> baroNewTempLeft;  // temperature fallback
+    QVector<double> baroNewTime;      // s
+    QVector<double> imuTime;          // s, IMU pace
+    QVector<double> magTime;          // s, IMU pace; 0.0 without magnetometer
+    QVector<double> baroTime;         // s, IMU pace; 0.0 without barometer
+    QVector<double> chartTime;        // the window last handed to the chart
+    QVector<double> chartY0;
+    QVector<double> chartY1;
+    QVector<double> chartY2;
+
+    // Chart limits. They only widen, for the life of the window.
+    Shared<float> accelRange = 15.0F;     // m/s^2
+    Shared<float> gyroRange = 15.0F;      // degrees per second
+    Shared<float> magRange = 6.5F;        // uT
+    Shared<float> orientRange = 45.0F;    // degrees
+    Shared<float> pressureMax = 1050.0F;  // hPa
+    Shared<float> pressureMin = 1000.0F;  // hPa
+    Shared<float> altitudeMax = 5.0F;     // m
+    Shared<float> altitudeMin = 0.0F;     // m
+    Shared<float> temperatureMax = 45.0F; // degrees Celsius
+    Shared<float> temperatureMin = 45.0F; // degrees Celsius
+
+    om::SensorsData sensorsData; // the sensor thread's own
+    std::uint64_t imuStartTime = 0;
+    std::uint64_t baroStartTime = 0;
+    std::uint64_t magStartTime = 0; // us, first time stamp of a run of the sensor thread
+    double elapsedSec = 0.0;
+    int chartWindowSec = 0;
+
+    // Upper bounds of the rates shown, Hz.
+    double imuRateHz = 400.0;
+    double magRateHz = 50.0;
+    double baroRateHz = 25.0;
+    // Samples per second that the chart feed assumes.
+    int imuSamplesPerSec = 400;
+    int magSamplesPerSec = 50;
+    int baroSamplesPerSec = 25;
+
+    std::thread* dataThread = nullptr; // owned
+    Shared<bool> stopDataThread = true;
+    Published<bool> dataThreadRunning = false;
+    Shared<bool> cameraLost = true;
+    bool deviceListBusy = false;
+    Shared<double> imuEffectiveRate = 0.0; // Hz, as the library reports it
+    Shared<double> baroEffectiveRate = 0.0;
+    Shared<double> magEffectiveRate = 0.0;
+    Shared<bool> magCalibrated = false;
+
+    Style* style = nullptr; // owned, deleted by closeEvent()
+    QLabel freeSpaceLabel;  // in no layout
+    bool recording = false; // read by the sensor thread without a lock
+    QFile recFile;
+    double recPeriodSec = 0.0;
+    QDir recDir;
+
+    QString currentSensor = QStringLiteral("Accelerometer"); // empty counts as the accelerometer
+    int requestedFps = 100;
+    int requestedResolution = 6;
+    RecOptions recOptions;
+    DetectionThread detectionThread;
+
+    static constexpr int seriesCount = 37;
+    /// All series in the order of their declaration.
+    static const std::array<QVector<double> MainWindow::*, seriesCount> allSeries;
+};
