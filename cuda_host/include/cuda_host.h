@@ -19,7 +19,11 @@ std::size_t allocationCount();
 std::size_t registeredResources();
 
 /// Makes the next call of the named function ("cudaGraphicsGLRegisterImage", ...) fail with the
-/// error.
+/// error, without doing anything else. Several plans for one function are used up one a call.
+/// Throws std::invalid_argument for a function that is not here.
 void failNext(const char* function, int error);
+
+/// Drops the plans of failNext() that no call has used up.
+void forgetFailures();
 
 } // namespace cuda_host

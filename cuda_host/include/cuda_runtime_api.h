@@ -1,6 +1,10 @@
 /// @file
 /// The runtime calls in use, on host memory. "Device" memory is host memory with a budget of its
 /// own (see cuda_host.h), so that a pointer to it can be read by a test.
+///
+/// Any thread may call. Where a thread has no current context, every call but those on the last
+/// error binds the primary one. Copies check that what they take for device memory is a live block
+/// of it, and that what they take for host memory is not.
 #pragma once
 
 #include <cstddef>
@@ -46,11 +50,13 @@ cudaError_t cudaMalloc(void** pointer, std::size_t bytes);
 /// Rows begin at multiples of 512 bytes, as on a device.
 cudaError_t cudaMallocPitch(void** pointer, std::size_t* pitch, std::size_t widthBytes,
                             std::size_t height);
-cudaError_t cudaFree(void* pointer); ///< null is allowed
+/// Null is allowed. A pointer that is not the start of a block fails with cudaErrorInvalidValue.
+cudaError_t cudaFree(void* pointer);
 cudaError_t cudaMemset(void* pointer, int value, std::size_t bytes);
 cudaError_t cudaMemcpy(void* to, const void* from, std::size_t bytes, cudaMemcpyKind kind);
 cudaError_t cudaMemcpy2D(void* to, std::size_t toPitch, const void* from, std::size_t fromPitch,
                          std::size_t widthBytes, std::size_t height, cudaMemcpyKind kind);
+/// Offsets and widths in bytes, whole pixels only.
 cudaError_t cudaMemcpy2DToArray(cudaArray_t to, std::size_t xBytes, std::size_t y, const void* from,
                                 std::size_t fromPitch, std::size_t widthBytes, std::size_t height,
                                 cudaMemcpyKind kind);
@@ -58,8 +64,8 @@ cudaError_t cudaMemGetInfo(std::size_t* freeBytes, std::size_t* totalBytes);
 
 cudaError_t cudaGraphicsMapResources(int count, cudaGraphicsResource_t* resources,
                                      cudaStream_t stream = nullptr);
-/// Uploads what was copied into the mapped array to the texture; the OpenGL context of the texture
-/// must be current.
+/// Uploads the rectangles that were copied into the mapped array to the texture, whose OpenGL
+/// context must be current; the OpenGL state stays as it was. The rest of the texture stays.
 cudaError_t cudaGraphicsUnmapResources(int count, cudaGraphicsResource_t* resources,
                                        cudaStream_t stream = nullptr);
 cudaError_t cudaGraphicsSubResourceGetMappedArray(cudaArray_t* array,

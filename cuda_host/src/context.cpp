@@ -1,4 +1,4 @@
-#include "cuda.h"
+#include "state.h"
 
 #include <atomic>
 
@@ -14,15 +14,28 @@ thread_local CUcontext currentContext = nullptr;
 
 } // namespace
 
+namespace cuda_host {
+
+void bindPrimaryContext()
+{
+    if (currentContext == nullptr) {
+        currentContext = &primaryContext;
+    }
+}
+
+} // namespace cuda_host
+
 extern "C" {
 
 CUresult cuInit(unsigned int flags)
 {
+    CUDA_HOST_DRIVER_CALL();
     return flags == 0 ? CUDA_SUCCESS : CUDA_ERROR_INVALID_VALUE;
 }
 
 CUresult cuDeviceGet(CUdevice* device, int ordinal)
 {
+    CUDA_HOST_DRIVER_CALL();
     if (device == nullptr) {
         return CUDA_ERROR_INVALID_VALUE;
     }
@@ -35,6 +48,7 @@ CUresult cuDeviceGet(CUdevice* device, int ordinal)
 
 CUresult cuDevicePrimaryCtxRetain(CUcontext* context, CUdevice device)
 {
+    CUDA_HOST_DRIVER_CALL();
     if (context == nullptr) {
         return CUDA_ERROR_INVALID_VALUE;
     }
@@ -48,18 +62,22 @@ CUresult cuDevicePrimaryCtxRetain(CUcontext* context, CUdevice device)
 
 CUresult cuDevicePrimaryCtxRelease(CUdevice device)
 {
+    CUDA_HOST_DRIVER_CALL();
     if (device != 0) {
         return CUDA_ERROR_INVALID_DEVICE;
     }
-    if (primaryContext.users.load() == 0) {
-        return CUDA_ERROR_INVALID_CONTEXT;
-    }
-    --primaryContext.users;
+    int users = primaryContext.users.load();
+    do {
+        if (users == 0) {
+            return CUDA_ERROR_INVALID_CONTEXT;
+        }
+    } while (!primaryContext.users.compare_exchange_weak(users, users - 1));
     return CUDA_SUCCESS;
 }
 
 CUresult cuCtxSetCurrent(CUcontext context)
 {
+    CUDA_HOST_DRIVER_CALL();
     if (context != nullptr && context != &primaryContext) {
         return CUDA_ERROR_INVALID_CONTEXT;
     }
@@ -69,6 +87,7 @@ CUresult cuCtxSetCurrent(CUcontext context)
 
 CUresult cuCtxGetCurrent(CUcontext* context)
 {
+    CUDA_HOST_DRIVER_CALL();
     if (context == nullptr) {
         return CUDA_ERROR_INVALID_VALUE;
     }
