@@ -1,0 +1,188 @@
+#include "camera/InputThreadModul.h"
+
+#include "camera/ProgramStates.h"
+#include "camera/framerates.h"
+
+#include <cuda_runtime_api.h>
+
+#include <utility>
+
+InputThreadModul::InputThreadModul() : fpsCounter(new FpsCounter) {}
+
+InputThreadModul::~InputThreadModul()
+{
+    lastImageTime = 0;
+    droppedFrames = 0;
+    frameRate = 0.0;
+
+    enabled = false;
+    running = false;
+    opened = false;
+    playingFile = false;
+    liveCamera = false;
+    aborted = true;
+
+    // A thread that still waits to be enabled sees `aborted` within its 5 ms.
+    msleep(10);
+    if (isRunning()) {
+        wait();
+    }
+
+    // The buffers belong to the camera's context, which need not be current on this thread.
+    cuCtxSetCurrent(cudaContext);
+    for (om::Mat* mat :
+         {&imageGpu, &image2Gpu, &measureGpu, &depthHost, &measureHost, &imageHost, &image3Host}) {
+        mat->free(om::MEM::BOTH);
+    }
+    delete fpsCounter;
+    camera.close();
+    cudaGetLastError();
+}
+
+om::InitParameters InputThreadModul::getInitParams()
+{
+    om::InitParameters parameters(om::RESOLUTION::AUTO, 0, false, om::DEPTH_MODE::STANDARD,
+                                  om::UNIT::MILLIMETRE, om::COORDINATE_SYSTEM::IMAGE, 1, -1, -1.0F,
+                                  -1.0F, false, 0, false, om::String(), 1, nullptr, om::InputType(),
+                                  om::String(), false, true, om::String(), 5.0F, false, 0.0F,
+                                  false);
+    parameters.resolution =
+        static_cast<om::RESOLUTION>(ProgramStates::getIntAttr(ProgramStates::requestedResolution));
+    parameters.imageFlip = 0;
+    parameters.depthMode =
+        static_cast<om::DEPTH_MODE>(ProgramStates::getIntAttr(ProgramStates::depthMode));
+    parameters.depthStabilization =
+        ProgramStates::getBoolAttr(ProgramStates::depthStabilization) ? 1 : 0;
+    // The library gets the product in float as it comes out: 25000 mm are 25.000002 m.
+    parameters.depthMinimum =
+        static_cast<float>(ProgramStates::getIntAttr(ProgramStates::depthMinimumCm)) * 0.01F;
+    parameters.depthMaximum =
+        static_cast<float>(ProgramStates::getIntAttr(ProgramStates::depthMaximumMm)) * 0.001F;
+    parameters.coordinateUnits = om::UNIT::METRE;
+    parameters.coordinateSystem = om::COORDINATE_SYSTEM::RIGHT_HANDED_Y_UP;
+    parameters.verbosity = 1;
+    return parameters;
+}
+
+int InputThreadModul::live(int serial)
+{
+    om::InitParameters parameters = getInitParams();
+    parameters.fps = ProgramStates::getIntAttr(ProgramStates::requestedFps);
+    parameters.input.setFromSerialNumber(static_cast<unsigned int>(serial), om::BUS_TYPE::USB);
+    return openLive(std::move(parameters));
+}
+
+int InputThreadModul::gmsl(unsigned int id)
+{
+    om::InitParameters parameters = getInitParams();
+    parameters.resolution = om::RESOLUTION::HD1200;
+    parameters.fps = 30;
+    parameters.input.setFromCameraID(static_cast<int>(id), om::BUS_TYPE::SERIAL);
+    return openLive(std::move(parameters));
+}
+
+int InputThreadModul::openLive(om::InitParameters parameters)
+{
+    const om::ERROR_CODE result = camera.open(std::move(parameters));
+    const bool success = result == om::ERROR_CODE::SUCCESS;
+    if (success) {
+        cameraInfo = camera.getCameraInformation(om::Resolution(0, 0));
+    }
+    opened = success;
+    playingFile = false;
+    liveCamera = success;
+    return static_cast<int>(result);
+}
+
+int InputThreadModul::qvr(QString path)
+{
+    ProgramStates::qstringAttr(ProgramStates::inputFilePath) = path;
+    om::InitParameters parameters = getInitParams();
+    parameters.input.setFromQVRFile(om::String(path.toUtf8().constData()));
+    const om::ERROR_CODE result = camera.open(std::move(parameters));
+    if (result == om::ERROR_CODE::SUCCESS) {
+        opened = true;
+        playingFile = true;
+        liveCamera = false;
+        lastFrame = camera.getQVRNumberOfFrames() - 2;
+    } else {
+        opened = false;
+        playingFile = false;
+    }
+    return static_cast<int>(result);
+}
+
+bool InputThreadModul::CreateMemories()
+{
+    if (!opened) {
+        return false;
+    }
+    // An error of earlier calls must not count as one of the allocations below.
+    cudaGetLastError();
+
+    const om::CameraInformation information = camera.getCameraInformation(om::Resolution(0, 0));
+    ProgramStates::setIntAttr(ProgramStates::cameraModel,
+                              static_cast<int>(information.cameraModel));
+    lastImageTime = 0;
+    droppedFrames = 0;
+    frameRate = 0.0;
+    ProgramStates::setDoubleAttr(ProgramStates::effectiveDepthMinimum,
+                                 static_cast<double>(camera.getInitParameters().depthMinimum));
+    cudaContext = camera.getCUDAContext();
+    cuCtxSetCurrent(cudaContext);
+
+    imageSize = information.resolution;
+    ProgramStates::setIntAttr(ProgramStates::imageWidth, static_cast<int>(imageSize.width));
+    ProgramStates::setIntAttr(ProgramStates::imageHeight, static_cast<int>(imageSize.height));
+    ProgramStates::setIntAttr(ProgramStates::image2Width, static_cast<int>(imageSize.width));
+    ProgramStates::setIntAttr(ProgramStates::image2Height, static_cast<int>(imageSize.height));
+    emit sendInitProcess();
+
+    imageGpu.alloc(imageSize, om::MAT_TYPE::U8_C4, om::MEM::GPU);
+    image2Size = imageSize;
+    image2Gpu.alloc(image2Size, om::MAT_TYPE::U8_C4, om::MEM::GPU);
+    emit sendContext();
+
+    measureGpu.alloc(image2Size, om::MAT_TYPE::F32_C4, om::MEM::GPU);
+    depthHost.alloc(imageSize, om::MAT_TYPE::F32_C1, om::MEM::CPU);
+    measureHost.alloc(imageSize, om::MAT_TYPE::F32_C4, om::MEM::CPU);
+    imageHost.alloc(imageSize, om::MAT_TYPE::U8_C4, om::MEM::CPU);
+    image3Host.alloc(imageSize, om::MAT_TYPE::U8_C4, om::MEM::CPU);
+
+    requestView0 = false;
+    requestView1 = false;
+    requestView8 = false;
+    requestDepth = false;
+    requestMeasure = false;
+    emit sendInit();
+
+    // The last error sticks until it is read, so this one look covers every allocation.
+    return cudaGetLastError() == cudaSuccess;
+}
+
+void InputThreadModul::startGrabbing()
+{
+    if (opened) {
+        start(QThread::InheritPriority);
+    }
+}
+
+void InputThreadModul::stopGrabbing()
+{
+    running = false;
+    wait();
+}
+
+void InputThreadModul::enableToStart(bool /*enable*/)
+{
+    enabled = true;
+}
+
+void InputThreadModul::CalcFrameDrop(unsigned long long timestamp)
+{
+    const FrameDrops drops = afterFrame({lastImageTime, droppedFrames, frameRate}, timestamp,
+                                        expectedPeriodMs(camera.getInitParameters().fps));
+    lastImageTime = drops.lastImageTime;
+    droppedFrames = drops.droppedFrames;
+    frameRate = drops.frameRate;
+}

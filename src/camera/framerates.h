@@ -1,0 +1,45 @@
+/// @file
+/// Arithmetic of the frame rates that the input thread measures and publishes. No state, any
+/// thread.
+#pragma once
+
+#include <cstdint>
+
+/// The last two readings of a rate, Hz. Both start at 10, so that a rate is shown before the first
+/// measurement.
+template <typename T>
+struct RateReadings
+{
+    T older = 10;
+    T newer = 10;
+
+    void shift(T reading)
+    {
+        older = newer;
+        newer = reading;
+    }
+};
+
+/// Half the sum of the readings, in float, truncated.
+int meanRate(const RateReadings<unsigned int>& readings);
+int meanRate(const RateReadings<int>& readings);
+
+/// The measured rate as it is published: that of a live camera is limited to the rate asked for,
+/// that of a recorded file is not.
+int publishedRate(const RateReadings<unsigned int>& readings, bool liveCamera, int requestedFps);
+
+/// The watch for dropped frames.
+struct FrameDrops
+{
+    std::uint64_t lastImageTime = 0; ///< ns; 0 before the first frame
+    unsigned int droppedFrames = 0;
+    double frameRate = 0.0; ///< Hz, smoothed: the mean of the last value and the newest rate
+};
+
+/// ms between two frames at the rate given; infinite for 0.
+double expectedPeriodMs(int fps);
+
+/// The watch after a frame with the time stamp given, in ns. A time stamp of 0 counts as none. A
+/// gap of at least 1.8 periods counts as one dropped frame. With a period of 0.0 only the rate
+/// follows.
+FrameDrops afterFrame(FrameDrops drops, std::uint64_t timestamp, double expectedPeriod);
