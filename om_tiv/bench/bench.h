@@ -1,0 +1,178 @@
+/// @file
+/// The virtual bench's control within the process: cameras, clock, faults, scripts, log of calls.
+///
+/// There is one bench in a process, the one that om::Camera and om::TIVmcu see. At its first use it
+/// loads the bench file that the environment variable OM_TIV_BENCH names, or else the default
+/// bench. A test starts with reset() and adds what it needs:
+///
+///     auto& bench = om::bench::Bench::instance();
+///     bench.reset();
+///     bench.clock().setManual(1'000 * om::bench::NS_PER_S);
+///     om::bench::CameraConfig config;
+///     config.model = om::MODEL::TIV_P;
+///     config.serialNumber = 20000001;
+///     bench.addCamera(config);
+///
+/// Threads: all operations may run on any thread, beside each other and beside the library's. An
+/// operation on a serial number that is not on the bench does nothing and returns false, 0 or an
+/// empty value.
+#pragma once
+
+#include "bench/call_log.h"
+#include "bench/clock.h"
+#include "bench/config.h"
+#include "bench/geometry.h"
+#include "bench/script.h"
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace om::bench {
+
+class VirtualCamera;
+class EepromStore;
+struct MagCalibration;
+
+/// A camera now.
+struct CameraStatus
+{
+    unsigned int serialNumber = 0;
+    int id = -1;
+    MODEL model = MODEL::UNKNOWN;
+    bool plugged = false;
+    bool inUse = false; ///< open in om::Camera or om::TIVmcu
+    MOTION motion = MOTION::AT_REST;
+};
+
+/// The body of a camera, without the errors of its sensors.
+struct Truth
+{
+    Quaternion pose;        ///< body to world (see geometry.h)
+    double heading = 0.0;   ///< radians clockwise from magnetic north, [0, 2 pi)
+    Vector field;           ///< uT, body frame
+    Vector angularVelocity; ///< rad/s, body frame
+    Vector specificForce;   ///< m/s^2, body frame
+    int movingState = 0;    ///< 0 static, 1 moving, 2 falling
+};
+
+/// IMU samples since the last open() of om::Camera.
+struct ImuCounters
+{
+    std::uint64_t produced = 0;  ///< by the sensor, up to now or to the loss of the camera
+    std::uint64_t delivered = 0; ///< returned by getSensorsData(), each counted once
+};
+
+class Bench
+{
+public:
+    static Bench& instance();
+
+    // ---- The bench as a whole -----------------------------------------------------------------
+
+    /// An empty bench with the real clock and the default field, the log cleared, hooks and log
+    /// settings taken back. Cameras that were on it are gone for those who have them open. EEPROM
+    /// images are read anew, from the folder that the environment then names.
+    void reset();
+
+    /// Puts the cameras of a bench file (docs/bench-file.md) in place of those on the bench. On a
+    /// mistake the bench is left without cameras and error holds one line, FILE:LINE: KEY: REASON.
+    bool loadFile(const std::string& path, std::string& error);
+    /// The default bench: 31415926 (TIV_Q), 27182818 (TIV_P), 14142135 (TIV_N), in this order.
+    void loadDefault();
+
+    Clock& clock();
+    CallLog& log();
+
+    Field field() const;
+    void setField(const Field& field);
+
+    // ---- Cameras ------------------------------------------------------------------------------
+
+    /// Appends a camera. False when the serial number is already on the bench.
+    bool addCamera(const CameraConfig& config);
+    bool removeCamera(unsigned int serial); ///< unplugs it first
+    bool plug(unsigned int serial);
+    bool unplug(unsigned int serial);
+
+    std::vector<unsigned int> serialNumbers() const; ///< in the bench's order, plugged or not
+    std::vector<CameraStatus> status() const;
+    CameraConfig config(unsigned int serial) const; ///< with motion, plugged and faults as of now
+    Truth truth(unsigned int serial) const;         ///< now
+    Truth truthAt(unsigned int serial, Nanoseconds time) const; ///< up to 30 s back
+    ImuCounters imuCounters(unsigned int serial) const;
+
+    bool setMotion(unsigned int serial, MOTION motion);
+    /// Turns the body to the pose and holds it there. The turn takes the glide's time on the
+    /// bench's clock, so that the gyroscope stays finite; 0 puts it there at once.
+    bool setPose(unsigned int serial, const Quaternion& pose,
+                 std::chrono::nanoseconds glide = std::chrono::milliseconds(300));
+
+    Faults faults(unsigned int serial) const;
+    bool setFaults(unsigned int serial, const Faults& faults);
+    /// Changes what change() changes, in one go: [](Faults& f) { f.grabFailures = 3; }
+    bool changeFaults(unsigned int serial, const std::function<void(Faults&)>& change);
+
+    MagCalibration calibration(unsigned int serial) const;
+    /// Puts a calibration in force and into the EEPROM image.
+    bool storeCalibration(unsigned int serial, const MagCalibration& calibration);
+
+    /// The camera itself; null where it is not on the bench. Its script members feed exact
+    /// sequences to getSensorsData(), grab(), getIMUReaderData() and getIMUPose():
+    ///     bench.camera(serial)->grabScript().set({ERROR_CODE::SUCCESS, ERROR_CODE::CAMERA_GONE},
+    ///                                            AFTER::REPEAT_LAST);
+    /// Needs bench/virtual_camera.h.
+    std::shared_ptr<VirtualCamera> camera(unsigned int serial) const;
+    std::vector<std::shared_ptr<VirtualCamera>> cameras() const;
+
+    // ---- Scripts, by serial number ------------------------------------------------------------
+
+    bool scriptSensors(unsigned int serial, std::vector<SensorsEntry> entries,
+                       AFTER after = AFTER::REPEAT_LAST);
+    /// For long sequences: entries are made as they are delivered.
+    bool scriptSensors(unsigned int serial, Script<SensorsEntry>::Generator generator,
+                       AFTER after = AFTER::REPEAT_LAST);
+    bool appendSensors(unsigned int serial, std::vector<SensorsEntry> entries);
+    bool scriptGrab(unsigned int serial, std::vector<ERROR_CODE> results,
+                    AFTER after = AFTER::REPEAT_LAST);
+    bool scriptReader(unsigned int serial, std::vector<IMUReaderData> records,
+                      AFTER after = AFTER::REPEAT_LAST);
+    bool scriptPose(unsigned int serial, std::vector<IMUPose> records,
+                    AFTER after = AFTER::REPEAT_LAST);
+    ScriptStatus sensorsScript(unsigned int serial) const;
+    ScriptStatus grabScript(unsigned int serial) const;
+    ScriptStatus readerScript(unsigned int serial) const;
+    ScriptStatus poseScript(unsigned int serial) const;
+    bool clearScripts(unsigned int serial); ///< back to physics
+
+    // ---- Hooks --------------------------------------------------------------------------------
+
+    /// Called in om::Camera::getDeviceList(), before the list is made, on the caller's thread and
+    /// without a lock: it may block.
+    void setDeviceListHook(std::function<void()> hook);
+    /// Called in om::Camera::open(), at its start, on the caller's thread and without a lock.
+    void setOpenHook(std::function<void(const InitParameters&)> hook);
+    /// How often getDeviceList() has run beside an open(), which it must not, since reset().
+    int listsDuringOpen() const;
+
+    // ---- For the library ----------------------------------------------------------------------
+
+    /// Marks an open() or a getDeviceList() in progress and runs its hook.
+    class OpenScope;
+    class ListScope;
+
+    Bench(const Bench&) = delete;
+    Bench& operator=(const Bench&) = delete;
+
+private:
+    Bench();
+    ~Bench();
+
+    struct Impl;
+    std::unique_ptr<Impl> m_impl;
+};
+
+} // namespace om::bench

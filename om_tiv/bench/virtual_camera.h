@@ -1,0 +1,147 @@
+/// @file
+/// One virtual camera, as the implementations of om::Camera and om::TIVmcu see it. Tests use
+/// bench.h.
+///
+/// A virtual camera lives as long as somebody holds it, also after it was taken off the bench; it
+/// is then unplugged for ever.
+///
+/// Threads: all operations may run on any thread, beside each other.
+#pragma once
+
+#include "bench/clock.h"
+#include "bench/config.h"
+#include "bench/eeprom.h"
+#include "bench/motion.h"
+#include "bench/script.h"
+#include "bench/sensor_source.h"
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+namespace om::bench {
+
+class VirtualCamera
+{
+public:
+    VirtualCamera(CameraConfig config, int position, Clock& clock, std::function<Field()> field,
+                  EepromStore& eeproms);
+    VirtualCamera(const VirtualCamera&) = delete;
+    VirtualCamera& operator=(const VirtualCamera&) = delete;
+
+    Clock& clock() const { return m_clock; }
+
+    /// As configured; motion, pose, plugged and faults as they are now.
+    CameraConfig config() const;
+    unsigned int serialNumber() const { return m_config.serialNumber; }
+    MODEL model() const { return m_config.model; }
+    int id() const { return m_id; }
+
+    // ---- Faults -------------------------------------------------------------------------------
+
+    Faults faults() const;
+    /// Changes the faults in one go; what change() leaves alone stays as it is.
+    void changeFaults(const std::function<void(Faults&)>& change);
+
+    // ---- Presence and use ---------------------------------------------------------------------
+
+    bool isPlugged() const { return m_plugged.load(); }
+    Nanoseconds pluggedAt() const { return m_pluggedAt.load(); } ///< start of all sensor streams
+    void plug();
+    void unplug(); ///< ends the use in force and calls its lost()
+
+    /// Takes the camera for one user; om::Camera and om::TIVmcu exclude each other by it.
+    /// @param owner the user, as a name for release()
+    /// @param lost  called once, under the camera's lock, when the camera is unplugged in this use;
+    ///              not called any more once release() has returned. It must not call back.
+    /// @return false when another user has the camera or it is not plugged in
+    bool claim(const void* owner, std::function<void()> lost);
+    void release(const void* owner); ///< nothing where the owner has no claim
+    bool isInUse() const;
+
+    // ---- Truth --------------------------------------------------------------------------------
+
+    /// The body at a time, today or up to 30 s ago.
+    BodyState bodyAt(Nanoseconds time) const;
+    Field field() const { return m_field(); }
+    /// What a magnetometer without errors would read, uT, body frame: field and disturbance, turned
+    /// into the body.
+    Vector fieldInBody(Nanoseconds time) const;
+
+    // ---- Sensor samples -----------------------------------------------------------------------
+
+    /// The samples of the sensors: physics or a recording. Numbers count from 0 at plugging in, and
+    /// one number gives the same sample whenever it is asked for.
+    std::shared_ptr<SensorSource> source() const;
+
+    /// The time that a sample's timestamp shows: its own, or that of the timestamp faults.
+    Nanoseconds reportedTime(STREAM stream, std::uint64_t number) const;
+
+    // ---- Stored calibration -------------------------------------------------------------------
+
+    /// The calibration in force, of the camera's EEPROM, sensor axes.
+    MagCalibration calibration() const;
+    /// Changes with every change of the calibration in force.
+    std::uint64_t calibrationVersion() const { return m_calibrationVersion.load(); }
+    /// Puts a calibration in force and into the EEPROM image.
+    /// @return whether it is on the disk
+    bool storeCalibration(const MagCalibration& calibration);
+    /// Puts in force what the EEPROM image holds now (another process may have written it).
+    void reloadCalibration();
+
+    // ---- Scripts ------------------------------------------------------------------------------
+
+    Script<SensorsEntry>& sensorsScript() { return m_sensorsScript; }
+    Script<ERROR_CODE>& grabScript() { return m_grabScript; }
+    Script<IMUReaderData>& readerScript() { return m_readerScript; } ///< TIVmcu::getIMUReaderData()
+    Script<IMUPose>& poseScript() { return m_poseScript; }           ///< TIVmcu::getIMUPose()
+
+    // ---- Motion -------------------------------------------------------------------------------
+
+    void setMotion(MOTION motion);
+    void setPose(const Quaternion& pose, std::chrono::nanoseconds glide);
+
+    // ---- Counters of the IMU samples since the last open() of om::Camera ------------------------
+
+    void countingFrom(std::uint64_t firstNumber);
+    void countDelivered() { m_delivered.fetch_add(1, std::memory_order_relaxed); }
+    std::uint64_t countedFrom() const { return m_countedFrom.load(); }
+    std::uint64_t delivered() const { return m_delivered.load(); }
+
+private:
+    struct Claim
+    {
+        const void* owner = nullptr;
+        std::function<void()> lost;
+    };
+
+    CameraConfig m_config; ///< motion, pose, plugged and faults stand in the members below
+    const int m_id;
+    Clock& m_clock;
+    const std::function<Field()> m_field;
+    EepromStore& m_eeproms;
+
+    mutable std::mutex m_mutex; ///< guards the faults, the claim, the source and the calibration
+    Faults m_faults;
+    Nanoseconds m_frozenAt = 0;
+    Claim m_claim;
+    std::shared_ptr<SensorSource> m_source;
+    mutable std::optional<MagCalibration> m_calibration; ///< read at the first use
+
+    std::atomic<bool> m_plugged{false};
+    std::atomic<Nanoseconds> m_pluggedAt{0};
+    std::atomic<std::uint64_t> m_calibrationVersion{0};
+    std::shared_ptr<MotionTimeline> m_motion;
+
+    Script<SensorsEntry> m_sensorsScript;
+    Script<ERROR_CODE> m_grabScript;
+    Script<IMUReaderData> m_readerScript;
+    Script<IMUPose> m_poseScript;
+
+    std::atomic<std::uint64_t> m_countedFrom{0};
+    std::atomic<std::uint64_t> m_delivered{0};
+};
+
+} // namespace om::bench
