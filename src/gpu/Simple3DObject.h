@@ -1,0 +1,92 @@
+/// @file
+/// Coloured vertices on the CPU, mirrored into one vertex array object.
+#pragma once
+
+#include <QGLFunctions>
+#include <QOpenGLVertexArrayObject>
+
+#include <om_tiv/transform.h>
+
+#include <vector>
+
+/// A list of coloured triangles or lines with a position and a rotation. Filled by addPoint() or
+/// addLine(), then pushed; only a pushed object draws.
+///
+/// Threads: whatever touches OpenGL runs on the interface thread with the owner's context current,
+/// the constructor and the destructor included. setPosition() and setRotation() are plain stores
+/// that the sensor thread calls too; no lock guards position and rotation, and a frame may show a
+/// torn pose.
+class Simple3DObject : public QGLFunctions
+{
+public:
+    /// @param isStatic uploaded once with GL_STATIC_DRAW: points added after the first pushToGPU()
+    ///                 stay on the CPU. Otherwise each push uploads with GL_DYNAMIC_DRAW.
+    /// Without a current context the object works, but never draws.
+    Simple3DObject(om::Translation position, bool isStatic);
+    /// Leaves the colour and element buffers to the context, which takes them along when it goes.
+    ~Simple3DObject();
+    Simple3DObject(const Simple3DObject&) = delete;
+    Simple3DObject& operator=(const Simple3DObject&) = delete;
+
+    /// One vertex, in metres, with its colour (0.0 to 1.0). Indices count 0, 1, 2, ...: vertices
+    /// are never shared.
+    void addPoint(float x, float y, float z, float r, float g, float b);
+    void addLine(om::Vector3<float> p1, om::Vector3<float> p2, om::Vector3<float> clr);
+
+    /// Uploads everything. True where the object can be drawn now.
+    bool pushToGPU();
+    /// Empties the object; the vectors keep their capacity and the GPU keeps its copy, but nothing
+    /// is drawn before the next pushToGPU().
+    void clear();
+    void setDrawingType(unsigned int type); ///< GL_TRIANGLES (4) at first
+    void draw();
+
+    void translate(const om::Translation& t);
+    void setPosition(const om::Translation& p);
+    void setRT(const om::Transform& rt);
+    /// The new rotation goes on the left of the old one.
+    void rotate(const om::Orientation& rot);
+    void rotate(const om::Rotation& rot);
+    void setRotation(const om::Orientation& rot);
+    void setRotation(const om::Rotation& rot);
+
+    const om::Translation& getPosition() const;
+    om::Transform getModelMatrix() const;
+
+protected:
+    std::vector<float> vertices; ///< x, y, z per vertex
+    std::vector<float> colors;   ///< r, g, b per vertex
+    std::vector<unsigned int> indices;
+
+private:
+    /// One buffer with the vector's content, bound to the attribute.
+    void uploadAttribute(GLuint buffer, GLuint attribute, const std::vector<float>& values);
+    GLenum usage() const;
+
+    bool isStatic;
+    bool needDrawing = false;
+    GLenum drawingType = 4; // GL_TRIANGLES
+    QOpenGLVertexArrayObject vao;
+    GLuint vboID[3] = {}; // vertices, colours, elements
+    om::Translation position;
+    om::Orientation rotation;
+    bool hasFunctions = false; // a context was current at construction
+};
+
+/// Three lines from the origin against a vector's components, rebuilt on every frame. Shows the
+/// direction of the acceleration.
+class DynAxis : public Simple3DObject
+{
+public:
+    DynAxis();
+
+    /// Rebuilds, uploads and draws the lines, unless all three values equal the remembered ones.
+    /// Leaves the line width at 20: the caller sets its own before the next lines.
+    void draw(float x, float y, float z);
+
+private:
+    // Stay at zero: every other input is drawn afresh, and so the lines never show an old frame.
+    float x0 = 0.0F;
+    float y0 = 0.0F;
+    float z0 = 0.0F;
+};

@@ -1,0 +1,39 @@
+/// @file
+/// The meshes that stand for the cameras in the 3D view.
+///
+/// One namespace a mesh: vertices as x, y, z in metres, one table of triangles a colour group with
+/// three vertex numbers a triangle, counted from 1, and the colours from 0.0 to 1.0. The view
+/// paints without a depth test, so later triangles lie over earlier ones.
+#pragma once
+
+#include <om_tiv/types.h>
+
+class Simple3DObject;
+
+/// The first model: a bar with two lens rings.
+namespace TIV_obj {
+
+extern const float vertices[56 * 3];
+extern const int alluminiumTriangles[54 * 3];
+extern const int darkTriangles[54 * 3];
+extern const om::Vector3<float> ALLUMINIUM_COLOR;
+extern const om::Vector3<float> DARK_COLOR;
+
+} // namespace TIV_obj
+
+/// Every later model: the first one's body in a darker metal.
+namespace TIV_P_obj {
+
+extern const float vertices[56 * 3];
+extern const int alluminiumTriangles[54 * 3];
+extern const int darkTriangles[54 * 3];
+extern const om::Vector3<float> ALLUMINIUM_COLOR;
+extern const om::Vector3<float> DARK_COLOR;
+
+} // namespace TIV_P_obj
+
+/// Adds the triangles to the object in table order, three vertices of one flat colour a triangle.
+/// @param vertices  x, y, z per vertex
+/// @param triangles three vertex numbers a triangle, counted from 1
+void fillTIV(int nbTriangles, const float* vertices, const int* triangles, om::Vector3<float> color,
+             Simple3DObject* object);
