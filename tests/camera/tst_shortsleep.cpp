@@ -1,0 +1,68 @@
+#include "camera/shortsleep.h"
+
+#include <QtTest>
+
+#include <atomic>
+#include <csignal>
+#include <pthread.h>
+#include <thread>
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+std::atomic<int> signalsSeen{0};
+
+void countSignal(int)
+{
+    signalsSeen.fetch_add(1, std::memory_order_relaxed);
+}
+
+} // namespace
+
+class TestShortSleep : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void sleepsForTheWholeTime();
+    void signalDoesNotCutItShort();
+};
+
+void TestShortSleep::sleepsForTheWholeTime()
+{
+    const Clock::time_point start = Clock::now();
+    sleepWhole(1ms);
+    QVERIFY(Clock::now() - start >= 1ms);
+}
+
+void TestShortSleep::signalDoesNotCutItShort()
+{
+    // Without SA_RESTART and with a handler: a sleep in progress ends with EINTR.
+    struct sigaction action = {};
+    struct sigaction before = {};
+    action.sa_handler = countSignal;
+    QCOMPARE(sigaction(SIGUSR1, &action, &before), 0);
+
+    std::atomic<bool> done{false};
+    Clock::duration slept{};
+    std::thread sleeper([&] {
+        const Clock::time_point start = Clock::now();
+        sleepWhole(300ms);
+        slept = Clock::now() - start;
+        done = true;
+    });
+    while (!done) {
+        pthread_kill(sleeper.native_handle(), SIGUSR1);
+        std::this_thread::sleep_for(5ms);
+    }
+    sleeper.join();
+    sigaction(SIGUSR1, &before, nullptr);
+
+    QVERIFY(signalsSeen > 1);
+    QVERIFY(slept >= 300ms);
+}
+
+QTEST_APPLESS_MAIN(TestShortSleep)
+#include "tst_shortsleep.moc"
