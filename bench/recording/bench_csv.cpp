@@ -1,0 +1,98 @@
+// Rows a second of the recorder's row path: a text stream made, one row formatted, the stream
+// destroyed and with it the row flushed to the file. On tmpfs, so that the disk doesn't count.
+
+#include "recording/recorder.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTextStream>
+
+#include <benchmark/benchmark.h>
+
+namespace {
+
+recorder::Row rowAt(int index)
+{
+    recorder::Row row;
+    row.index = index;
+    row.imuTime = 1706711000.0 + index * 0.0025;
+    row.magTime = row.imuTime - 0.004;
+    row.baroTime = row.imuTime - 0.016;
+    const double wave = 0.001 * (index % 997);
+    row.acceleration = {wave, -9.806650162, 0.123456789 + wave};
+    row.angularVelocity = {12.5 + wave, -250.062500000, 0.031250000};
+    row.magneticField = {-21.4375, 13.0625 + wave, 44.875};
+    row.orientation = {-179.990005493, 45.123 + wave, 0.5};
+    row.pressure = 1013.25 + wave;
+    row.relativeAltitude = -1.25 + wave;
+    row.movingState = 1.0;
+    row.tempLeft = 31.5;
+    row.tempRight = 32.25;
+    row.tempImu = 36.6F;
+    row.tempBarometer = 30.1F;
+    return row;
+}
+
+QString tmpfsFolder()
+{
+    return QFile::exists(QStringLiteral("/dev/shm")) ? QStringLiteral("/dev/shm/gravimon-XXXXXX")
+                                                     : QStringLiteral("/tmp/gravimon-XXXXXX");
+}
+
+/// The file is begun anew now and then, so that a long run doesn't fill the memory.
+constexpr qint64 largestFile = 64 * 1024 * 1024;
+
+template <typename WriteRow>
+void run(benchmark::State& state, WriteRow writeRow)
+{
+    QTemporaryDir folder(tmpfsFolder());
+    QFile file(folder.filePath(QStringLiteral("rows.csv")));
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Text)) {
+        state.SkipWithError("cannot write on tmpfs");
+        return;
+    }
+    int index = 0;
+    for (auto _ : state) {
+        writeRow(file, rowAt(index++));
+        if (file.pos() > largestFile) {
+            file.seek(0);
+        }
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+
+RecOptions allColumns()
+{
+    RecOptions options;
+    options.accelerometer = options.gyroscope = options.magnetometer = options.orientation = true;
+    options.barometer = options.temperatures = options.movement = true;
+    return options;
+}
+
+void BM_RowAsRecorded(benchmark::State& state)
+{
+    const RecOptions options = allColumns();
+    run(state, [&](QFile& file, const recorder::Row& row) {
+        QTextStream stream(&file);
+        recorder::writeRow(stream, options, row);
+    });
+}
+BENCHMARK(BM_RowAsRecorded);
+
+/// The alternative: one stream for the whole recording, flushed when its buffer is full.
+void BM_RowOfOneStream(benchmark::State& state)
+{
+    const RecOptions options = allColumns();
+    std::unique_ptr<QTextStream> stream;
+    run(state, [&](QFile& file, const recorder::Row& row) {
+        if (!stream) {
+            stream = std::make_unique<QTextStream>(&file);
+        }
+        recorder::writeRow(*stream, options, row);
+    });
+}
+BENCHMARK(BM_RowOfOneStream);
+
+} // namespace
+
+BENCHMARK_MAIN();

@@ -1,0 +1,170 @@
+#include "recording/recoptiondlg.h"
+
+#include "look/Style.h"
+#include "ui_recoptiondlg.h"
+
+#include <QDir>
+#include <QFileDialog>
+#include <QSettings>
+
+#include <array>
+
+namespace {
+
+/// Rows of the frequency list, Hz.
+constexpr std::array<int, 8> sampleFrequencies{400, 200, 100, 50, 25, 10, 5, 1};
+
+struct Switch
+{
+    const char* key;
+    bool RecOptions::*field;
+};
+
+/// The switches in the order of the store.
+constexpr std::array<Switch, 7> switches{{
+    {"accelerometer", &RecOptions::accelerometer},
+    {"gyroscope", &RecOptions::gyroscope},
+    {"magnetometer", &RecOptions::magnetometer},
+    {"barometer", &RecOptions::barometer},
+    {"temperatures", &RecOptions::temperatures},
+    {"orientation", &RecOptions::orientation},
+    {"movement", &RecOptions::movement},
+}};
+
+struct CheckBox
+{
+    QCheckBox* Ui::RecOptionDlg::*box;
+    bool RecOptions::*field;
+};
+
+constexpr std::array<CheckBox, 7> checkBoxes{{
+    {&Ui::RecOptionDlg::checkBox_accel, &RecOptions::accelerometer},
+    {&Ui::RecOptionDlg::checkBox_gyro, &RecOptions::gyroscope},
+    {&Ui::RecOptionDlg::checkBox_mag, &RecOptions::magnetometer},
+    {&Ui::RecOptionDlg::checkBox_orient, &RecOptions::orientation},
+    {&Ui::RecOptionDlg::checkBox_baro, &RecOptions::barometer},
+    {&Ui::RecOptionDlg::checkBox_temp, &RecOptions::temperatures},
+    {&Ui::RecOptionDlg::checkBox_mov, &RecOptions::movement},
+}};
+
+class Store : public QSettings
+{
+public:
+    Store() : QSettings(QStringLiteral("Ombrelux"), QStringLiteral("TIVSensorData")) {}
+};
+
+const auto folderKey = QStringLiteral("save_folder");
+const auto frequencyKey = QStringLiteral("sample_freq");
+
+} // namespace
+
+RecOptions::RecOptions() : saveFolder(QDir::homePath())
+{
+    loadRecSettings();
+}
+
+RecOptions::RecOptions(RecOptions& other)
+{
+    *this = other;
+}
+
+void RecOptions::loadRecSettings()
+{
+    Store store;
+    saveFolder = store.value(folderKey, QDir::homePath()).toString();
+    for (const Switch& each : switches) {
+        this->*each.field = store.value(QLatin1String(each.key), true).toBool();
+    }
+    sampleFreq = store.value(frequencyKey, sampleFrequencies[0]).toInt();
+}
+
+void RecOptions::saveRecSettings()
+{
+    Store store;
+    store.setValue(folderKey, saveFolder);
+    for (const Switch& each : switches) {
+        store.setValue(QLatin1String(each.key), this->*each.field);
+    }
+    store.setValue(frequencyKey, sampleFreq);
+    store.sync();
+}
+
+int rowOfSampleFreq(int sampleFreq)
+{
+    for (std::size_t row = 0; row < sampleFrequencies.size(); ++row) {
+        if (sampleFrequencies[row] == sampleFreq) {
+            return static_cast<int>(row);
+        }
+    }
+    return 0;
+}
+
+int sampleFreqOfRow(int row)
+{
+    if (row < 0 || row >= static_cast<int>(sampleFrequencies.size())) {
+        return sampleFrequencies[0];
+    }
+    return sampleFrequencies[static_cast<std::size_t>(row)];
+}
+
+RecOptionDlg::RecOptionDlg(QWidget* parent) : QDialog(parent), ui(new Ui::RecOptionDlg)
+{
+    ui->setupUi(this);
+
+    const Style style;
+    setStyleSheet(style.windowSoilStyle);
+    const auto dress = [](QWidget* widget, const QString& sheet, const QFont& font) {
+        widget->setStyleSheet(sheet);
+        widget->setFont(font);
+    };
+    dress(ui->toolButton_accept, style.saveButtonStyle, style.fontMonoCaps9);
+    dress(ui->toolButton_reject, style.saveButtonStyle, style.fontMonoCaps9);
+    dress(ui->label_rec_folder, style.labelBaseStyle, style.fontMonoCaps9);
+    dress(ui->label_sample_freq, style.labelBaseStyle, style.fontMonoCaps9);
+    dress(ui->label_save_path, style.lineEditClearStyle, style.fontMono9);
+    dress(ui->comboBox_sample_freq, style.comboDarkStyle, style.fontMonoCaps9);
+    for (const CheckBox& each : checkBoxes) {
+        dress(ui->*each.box, style.checkBoxLargeStyle, style.fontMonoCaps9);
+    }
+    dress(ui->groupBox_data_selection, style.groupBoxTitleStyle, style.fontMonoCaps9);
+
+    // The store may have changed since the main window read it.
+    options.loadRecSettings();
+
+    ui->label_save_path->setText(options.saveFolder);
+    for (const CheckBox& each : checkBoxes) {
+        (ui->*each.box)->setChecked(options.*each.field);
+    }
+    ui->comboBox_sample_freq->setCurrentIndex(rowOfSampleFreq(options.sampleFreq));
+
+    connect(ui->toolButton_accept, &QToolButton::clicked, this, &RecOptionDlg::accept);
+    connect(ui->toolButton_reject, &QToolButton::clicked, this, &QDialog::reject);
+}
+
+RecOptionDlg::~RecOptionDlg()
+{
+    delete ui;
+}
+
+void RecOptionDlg::accept()
+{
+    options.saveFolder = ui->label_save_path->text();
+    for (const CheckBox& each : checkBoxes) {
+        options.*each.field = (ui->*each.box)->isChecked();
+    }
+    options.sampleFreq = sampleFreqOfRow(ui->comboBox_sample_freq->currentIndex());
+    options.saveRecSettings();
+    QDialog::accept();
+}
+
+void RecOptionDlg::on_pushButton_rec_folder_clicked()
+{
+    const QString folder = QFileDialog::getExistingDirectory(
+        this, tr("Choose the saving folder"), options.saveFolder,
+        QFileDialog::ShowDirsOnly | QFileDialog::DontResolveSymlinks |
+            QFileDialog::DontUseNativeDialog);
+    if (!folder.isEmpty()) {
+        options.saveFolder = folder;
+        ui->label_save_path->setText(folder);
+    }
+}

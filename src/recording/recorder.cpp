@@ -1,0 +1,138 @@
+#include "recording/recorder.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QTextStream>
+
+#include <array>
+
+namespace recorder {
+
+namespace {
+
+/// A group of columns: when it is written, its header text, and its fields of a row.
+struct Group
+{
+    bool (*wanted)(const RecOptions&);
+    const char* header;
+    void (*write)(QTextStream&, const Row&);
+};
+
+void field(QTextStream& stream, double value)
+{
+    stream << value << ',';
+}
+
+void triple(QTextStream& stream, const std::array<double, 3>& values)
+{
+    for (const double value : values) {
+        field(stream, value);
+    }
+}
+
+/// All groups in the order of the file. The blank in "moving, " is part of the format that readers
+/// of these files know.
+const std::array<Group, 10> groups{{
+    {[](const RecOptions& o) {
+         return o.accelerometer || o.gyroscope || o.orientation || o.movement || o.temperatures;
+     },
+     QT_TRANSLATE_NOOP("MainWindow", "imu_Timestamp[sec],"),
+     [](QTextStream& s, const Row& r) { field(s, r.imuTime); }},
+    {[](const RecOptions& o) { return o.magnetometer; },
+     QT_TRANSLATE_NOOP("MainWindow", "mag_Timestamp[sec],"),
+     [](QTextStream& s, const Row& r) { field(s, r.magTime); }},
+    {[](const RecOptions& o) { return o.barometer || o.temperatures; },
+     QT_TRANSLATE_NOOP("MainWindow", "baro_Timestamp[sec],"),
+     [](QTextStream& s, const Row& r) { field(s, r.baroTime); }},
+    {[](const RecOptions& o) { return o.accelerometer; },
+     QT_TRANSLATE_NOOP("MainWindow", "accX[m/s^2],accY[m/s^2],accZ[m/s^2],"),
+     [](QTextStream& s, const Row& r) { triple(s, r.acceleration); }},
+    {[](const RecOptions& o) { return o.gyroscope; },
+     QT_TRANSLATE_NOOP("MainWindow", "gyroX[deg/s],gyroY[deg/s],gyroZ[deg/s],"),
+     [](QTextStream& s, const Row& r) { triple(s, r.angularVelocity); }},
+    {[](const RecOptions& o) { return o.magnetometer; },
+     QT_TRANSLATE_NOOP("MainWindow", "magX[uT],magY[uT],magZ[uT],"),
+     [](QTextStream& s, const Row& r) { triple(s, r.magneticField); }},
+    {[](const RecOptions& o) { return o.orientation; },
+     QT_TRANSLATE_NOOP("MainWindow", "orX[deg],orY[deg],orZ[deg],"),
+     [](QTextStream& s, const Row& r) { triple(s, r.orientation); }},
+    {[](const RecOptions& o) { return o.barometer; },
+     QT_TRANSLATE_NOOP("MainWindow", "press[hPa],rel_alt[m],"),
+     [](QTextStream& s, const Row& r) {
+         field(s, r.pressure);
+         field(s, r.relativeAltitude);
+     }},
+    {[](const RecOptions& o) { return o.movement; }, QT_TRANSLATE_NOOP("MainWindow", "moving, "),
+     [](QTextStream& s, const Row& r) { field(s, r.movingState); }},
+    {[](const RecOptions& o) { return o.temperatures; },
+     QT_TRANSLATE_NOOP("MainWindow", "temp_left[C],temp_right[C],temp_imu[C],temp_barom[C],"),
+     [](QTextStream& s, const Row& r) {
+         field(s, r.tempLeft);
+         field(s, r.tempRight);
+         s << r.tempImu << ',' << r.tempBarometer << ',';
+     }},
+}};
+
+constexpr double warningGigabytes = 10.0;
+
+} // namespace
+
+QString fileName(const QDateTime& localTime, const QString& model, unsigned int serialNumber)
+{
+    QString name = localTime.toString(QStringLiteral("yyyyMMdd_HHmmss")) + QLatin1Char('-') +
+                   model + QStringLiteral("-sn_%1").arg(serialNumber) +
+                   QStringLiteral("-TIVSensorsData.csv");
+    return name.remove(QLatin1Char(' '));
+}
+
+QString folderWithSlash(const QString& folder)
+{
+    if (folder.isEmpty() || folder.endsWith(QLatin1Char('/'), Qt::CaseSensitive)) {
+        return folder;
+    }
+    return folder + QLatin1Char('/');
+}
+
+QString header(const RecOptions& options)
+{
+    QString text = QCoreApplication::translate("MainWindow", "idx,");
+    for (const Group& group : groups) {
+        if (group.wanted(options)) {
+            text += QCoreApplication::translate("MainWindow", group.header);
+        }
+    }
+    return text;
+}
+
+void writeRow(QTextStream& stream, const RecOptions& options, const Row& row)
+{
+    stream.setRealNumberPrecision(9);
+    stream.setRealNumberNotation(QTextStream::FixedNotation);
+    stream << row.index << ',';
+    for (const Group& group : groups) {
+        if (group.wanted(options)) {
+            group.write(stream, row);
+        }
+    }
+    stream << '\n';
+}
+
+double periodSec(int sampleFreq)
+{
+    return 1.0 / static_cast<double>(sampleFreq);
+}
+
+QString freeSpaceText(double gigabytes, const QString& path)
+{
+    return QCoreApplication::translate("MainWindow", "Disk Free Space: %1 Gb  on %2")
+        .arg(gigabytes, 4, 'f', 1, QLatin1Char(' '))
+        .arg(path);
+}
+
+QString freeSpaceStyle(double gigabytes)
+{
+    return gigabytes < warningGigabytes ? QStringLiteral("color : rgb(250,20,20);")
+                                        : QStringLiteral("color : rgb(20,20,20);");
+}
+
+} // namespace recorder

@@ -1,0 +1,262 @@
+// The CSV file's name, header and rows, and the free space text.
+
+#include "recording/recorder.h"
+
+#include <QDateTime>
+#include <QLocale>
+#include <QTest>
+#include <QTextStream>
+
+#include <clocale>
+#include <cmath>
+#include <limits>
+
+namespace {
+
+/// Bits of a combination of the seven switches.
+enum Bit { Accel = 1, Gyro = 2, Mag = 4, Orient = 8, Baro = 16, Temp = 32, Mov = 64 };
+
+RecOptions optionsOf(int bits)
+{
+    RecOptions options;
+    options.accelerometer = (bits & Accel) != 0;
+    options.gyroscope = (bits & Gyro) != 0;
+    options.magnetometer = (bits & Mag) != 0;
+    options.orientation = (bits & Orient) != 0;
+    options.barometer = (bits & Baro) != 0;
+    options.temperatures = (bits & Temp) != 0;
+    options.movement = (bits & Mov) != 0;
+    return options;
+}
+
+/// One column of the file: its header, the switches of which any one brings it, its text in the row
+/// of sampleRow(). Written out by hand, independent of the recorder's own table.
+struct Column
+{
+    const char* header;
+    int anyOf; ///< 0 for a column that is always there
+    const char* value;
+};
+
+const Column columns[] = {
+    {"idx", 0, "4711"},
+    {"imu_Timestamp[sec]", Accel | Gyro | Orient | Mov | Temp, "1706711000.123456001"},
+    {"mag_Timestamp[sec]", Mag, "1706711000.119999886"},
+    {"baro_Timestamp[sec]", Baro | Temp, "1706711000.099999666"},
+    {"accX[m/s^2]", Accel, "0.125000000"},
+    {"accY[m/s^2]", Accel, "-9.806650162"},
+    {"accZ[m/s^2]", Accel, "0.250000000"},
+    {"gyroX[deg/s]", Gyro, "1.500000000"},
+    {"gyroY[deg/s]", Gyro, "-2.500000000"},
+    {"gyroZ[deg/s]", Gyro, "3.500000000"},
+    {"magX[uT]", Mag, "-20.062500000"},
+    {"magY[uT]", Mag, "30.125000000"},
+    {"magZ[uT]", Mag, "2048.000000000"},
+    {"orX[deg]", Orient, "179.990005493"},
+    {"orY[deg]", Orient, "-89.500000000"},
+    {"orZ[deg]", Orient, "0.000000000"},
+    {"press[hPa]", Baro, "1013.250000000"},
+    {"rel_alt[m]", Baro, "-1.500000000"},
+    {"moving", Mov, "1.000000000"},
+    {"temp_left[C]", Temp, "30.500000000"},
+    {"temp_right[C]", Temp, "31.250000000"},
+    {"temp_imu[C]", Temp, "36.599998474"},
+    {"temp_barom[C]", Temp, "29.000000000"},
+};
+
+recorder::Row sampleRow()
+{
+    recorder::Row row;
+    row.index = 4711;
+    row.imuTime = 1706711000123456.0 / 1e6;
+    row.magTime = 1706711000120000.0 / 1e6;
+    row.baroTime = 1706711000100000.0 / 1e6;
+    row.baroTime = std::nextafter(row.baroTime, 0.0);
+    row.acceleration = {0.125, static_cast<double>(-9.80665F), 0.25};
+    row.angularVelocity = {1.5, -2.5, 3.5};
+    row.magneticField = {-20.0625, 30.125, 2048.0};
+    row.orientation = {static_cast<double>(179.99F), -89.5, 0.0};
+    row.pressure = 1013.25;
+    row.relativeAltitude = -1.5;
+    row.movingState = 1.0;
+    row.tempLeft = 30.5;
+    row.tempRight = 31.25;
+    row.tempImu = 36.6F;
+    row.tempBarometer = 29.0F;
+    return row;
+}
+
+QString written(const RecOptions& options, const recorder::Row& row)
+{
+    QString text;
+    QTextStream stream(&text);
+    recorder::writeRow(stream, options, row);
+    stream.flush();
+    return text;
+}
+
+} // namespace
+
+class TestRecorder : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void headerAndRowAgreeForEveryCombination_data()
+    {
+        QTest::addColumn<int>("bits");
+        for (int bits = 0; bits < 128; ++bits) {
+            QTest::addRow("%03d", bits) << bits;
+        }
+    }
+
+    void headerAndRowAgreeForEveryCombination()
+    {
+        QFETCH(int, bits);
+        QString wantedHeader;
+        QString wantedRow;
+        for (const Column& column : columns) {
+            if (column.anyOf != 0 && (bits & column.anyOf) == 0) {
+                continue;
+            }
+            wantedHeader += QLatin1String(column.header) + QLatin1Char(',');
+            if (qstrcmp(column.header, "moving") == 0) {
+                wantedHeader += QLatin1Char(' ');
+            }
+            wantedRow += QLatin1String(column.value) + QLatin1Char(',');
+        }
+        QCOMPARE(recorder::header(optionsOf(bits)), wantedHeader);
+        QCOMPARE(written(optionsOf(bits), sampleRow()), wantedRow + QLatin1Char('\n'));
+    }
+
+    void nothingChosenLeavesTheIndexAlone()
+    {
+        QCOMPARE(recorder::header(optionsOf(0)), QStringLiteral("idx,"));
+        QCOMPARE(written(optionsOf(0), sampleRow()), QStringLiteral("4711,\n"));
+    }
+
+    void temperaturesAloneBringBothTimesAndFourValues()
+    {
+        QCOMPARE(recorder::header(optionsOf(Temp)),
+                 QStringLiteral("idx,imu_Timestamp[sec],baro_Timestamp[sec],"
+                                "temp_left[C],temp_right[C],temp_imu[C],temp_barom[C],"));
+    }
+
+    void barometerAloneBringsNoImuTime()
+    {
+        QCOMPARE(recorder::header(optionsOf(Baro)),
+                 QStringLiteral("idx,baro_Timestamp[sec],press[hPa],rel_alt[m],"));
+    }
+
+    void blankBehindMovingStays()
+    {
+        QVERIFY(recorder::header(optionsOf(Mov | Temp))
+                    .contains(QStringLiteral("moving, temp_left[C],")));
+        QVERIFY(recorder::header(optionsOf(Mov)).endsWith(QStringLiteral("moving, ")));
+    }
+
+    void numbersHaveNineDigitsWhateverTheirSize_data()
+    {
+        QTest::addColumn<double>("value");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("zero") << 0.0 << "0.000000000";
+        QTest::newRow("minus zero") << -0.0 << "0.000000000";
+        QTest::newRow("below the last digit") << 4e-10 << "0.000000000";
+        QTest::newRow("rounded up") << 6e-10 << "0.000000001";
+        QTest::newRow("large") << 1.7e15 << "1700000000000000.000000000";
+        QTest::newRow("negative") << -0.1 << "-0.100000000";
+        QTest::newRow("not a number") << std::numeric_limits<double>::quiet_NaN() << "nan";
+        QTest::newRow("infinite") << std::numeric_limits<double>::infinity() << "inf";
+    }
+
+    void numbersHaveNineDigitsWhateverTheirSize()
+    {
+        QFETCH(double, value);
+        QFETCH(QString, text);
+        recorder::Row row;
+        row.movingState = value;
+        const QStringList fields = written(optionsOf(Mov), row).split(QLatin1Char(','));
+        QString shown = fields.at(2);
+        if (std::signbit(value) && value == 0.0) {
+            shown.remove(QLatin1Char('-')); // the sign of zero carries nothing
+        }
+        QCOMPARE(shown, text);
+    }
+
+    void commaLocaleChangesNothing()
+    {
+        const QString plain = written(optionsOf(127), sampleRow());
+        const QLocale before;
+        QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+        std::setlocale(LC_ALL, "de_DE.UTF-8");
+        const QString german = written(optionsOf(127), sampleRow());
+        const QString german2 = recorder::freeSpaceText(12.34, QStringLiteral("/x"));
+        QLocale::setDefault(before);
+        std::setlocale(LC_ALL, "C.UTF-8");
+        QCOMPARE(german, plain);
+        QCOMPARE(german2, QStringLiteral("Disk Free Space: 12.3 Gb  on /x"));
+    }
+
+    void fileNameIsComposedOfTimeModelAndSerial()
+    {
+        const QDateTime time(QDate(2024, 1, 31), QTime(14, 23, 5));
+        QCOMPARE(recorder::fileName(time, QStringLiteral("TIV_Q"), 12345678U),
+                 QStringLiteral("20240131_142305-TIV_Q-sn_12345678-TIVSensorsData.csv"));
+    }
+
+    void blanksLeaveTheFileName()
+    {
+        const QDateTime time(QDate(2024, 1, 31), QTime(1, 2, 3));
+        QCOMPARE(recorder::fileName(time, QStringLiteral("TIV Q two"), 7U),
+                 QStringLiteral("20240131_010203-TIVQtwo-sn_7-TIVSensorsData.csv"));
+    }
+
+    void folderGetsOneSlash_data()
+    {
+        QTest::addColumn<QString>("folder");
+        QTest::addColumn<QString>("wanted");
+        QTest::newRow("without") << "/data/my records"
+                                 << "/data/my records/";
+        QTest::newRow("with") << "/data/"
+                              << "/data/";
+        QTest::newRow("root") << "/"
+                              << "/";
+        QTest::newRow("empty") << ""
+                               << "";
+    }
+
+    void folderGetsOneSlash()
+    {
+        QFETCH(QString, folder);
+        QFETCH(QString, wanted);
+        QCOMPARE(recorder::folderWithSlash(folder), wanted);
+    }
+
+    void periodIsTheReciprocalAndInfiniteForZero()
+    {
+        QCOMPARE(recorder::periodSec(400), 0.0025);
+        QCOMPARE(recorder::periodSec(1), 1.0);
+        QVERIFY(std::isinf(recorder::periodSec(0)));
+    }
+
+    void freeSpaceWarnsByTheValueNotByTheText()
+    {
+        QCOMPARE(recorder::freeSpaceText(9.95, QStringLiteral("/d")),
+                 QStringLiteral("Disk Free Space: %1 Gb  on /d").arg(9.95, 4, 'f', 1));
+        QCOMPARE(recorder::freeSpaceText(9.96, QStringLiteral("/d")),
+                 QStringLiteral("Disk Free Space: 10.0 Gb  on /d"));
+        QCOMPARE(recorder::freeSpaceStyle(9.96), QStringLiteral("color : rgb(250,20,20);"));
+        QCOMPARE(recorder::freeSpaceStyle(10.0), QStringLiteral("color : rgb(20,20,20);"));
+        QCOMPARE(recorder::freeSpaceText(3.0, QStringLiteral("/d")),
+                 QStringLiteral("Disk Free Space:  3.0 Gb  on /d"));
+    }
+
+    void pathWithPercentSignsStays()
+    {
+        QCOMPARE(recorder::freeSpaceText(100.0, QStringLiteral("/a%1b")),
+                 QStringLiteral("Disk Free Space: 100.0 Gb  on /a%1b"));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestRecorder)
+#include "tst_recorder.moc"
