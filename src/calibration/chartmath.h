@@ -1,0 +1,44 @@
+/// @file
+/// Ranges of sample clouds, for ellipses and scales.
+#pragma once
+
+#include <QVector>
+
+#include <algorithm>
+#include <cmath>
+#include <initializer_list>
+
+namespace chartmath {
+
+/// Where the values begin and how far they reach. 0 and 0 without values.
+struct Extent
+{
+    float start = 0.0F;
+    float width = 0.0F;
+};
+
+inline Extent extentOf(const QVector<double>& values)
+{
+    if (values.isEmpty())
+        return {};
+    const auto [least, most] = std::minmax_element(values.cbegin(), values.cend());
+    return {static_cast<float>(*least), static_cast<float>(std::abs(*most - *least))};
+}
+
+/// Half width of a scale centred on zero that shows all values with a tenth to spare. Where there
+/// is no finite one (no values, or a fit that gave NaN or infinities) it is that of an empty plot.
+inline double symmetricLimit(std::initializer_list<const QVector<double>*> axes)
+{
+    double greatest = 0.0;
+    bool any = false;
+    for (const QVector<double>* const values : axes)
+        for (const double value : *values) {
+            any = true;
+            if (!(std::abs(value) <= greatest)) // NaN gets through and stays
+                greatest = std::abs(value);
+        }
+    const double limit = greatest * 1.1;
+    return any && std::isfinite(limit) ? limit : 1.5;
+}
+
+} // namespace chartmath

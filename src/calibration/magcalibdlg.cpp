@@ -1,0 +1,273 @@
+#include "calibration/magcalibdlg.h"
+
+#include "calibration/calibmessages.h"
+#include "calibration/calibplot.h"
+#include "calibration/orientcount.h"
+#include "look/Style.h"
+#include "look/clr.h"
+#include "ui_magcalibdlg.h"
+
+#include <om_tiv/mcu.h>
+
+#include <QIcon>
+#include <QKeyEvent>
+#include <QPalette>
+#include <QPixmap>
+
+namespace {
+
+constexpr int updatePeriodMs = 100;
+
+// A periodic fit needs more samples than the first and so many new ones since the last fit.
+constexpr int firstFitAbove = 100;
+constexpr int newSamplesAbove = 49;
+
+QString headingStateWord(int state)
+{
+    switch (state) {
+    case 0:
+        return MagCalibDlg::tr("GOOD");
+    case 1:
+        return MagCalibDlg::tr("OK");
+    case 2:
+        return MagCalibDlg::tr("NOT GOOD");
+    case 3:
+        return MagCalibDlg::tr("MAG. NOT CALIBRATED");
+    default:
+        return MagCalibDlg::tr("NOT AVAILABLE");
+    }
+}
+
+} // namespace
+
+MagCalibDlg::MagCalibDlg(int serial, QWidget* parent)
+    : QDialog(parent), ui(new Ui_MagCalibDlg), serialNumber(serial)
+{
+    ui->setupUi(this);
+    // A title and no buttons: the exit button is the only way out.
+    setWindowFlags(Qt::Window | Qt::WindowTitleHint | Qt::CustomizeWindowHint);
+    setOmStyleSheet();
+    ui->widget_raw_compass->setRaw(true);
+    makeSymbols();
+    initPlots();
+
+    connect(this, &MagCalibDlg::cameraError, this, &MagCalibDlg::onCameraError);
+    connect(&updateTimer, &QTimer::timeout, this, &MagCalibDlg::onUpdateTimer);
+
+    if (initTivMcu())
+        startAcquisition();
+}
+
+MagCalibDlg::~MagCalibDlg()
+{
+    if (!mcuClosed) {
+        stopAcquisition();
+        if (mcu)
+            mcu->close();
+        mcuClosed = true;
+    }
+    delete ui;
+}
+
+void MagCalibDlg::setOmStyleSheet()
+{
+    const QPixmap logo(":/images/TIV_white.png");
+    ui->label_logo->setPixmap(
+        logo.scaledToHeight(ui->label_logo->height(), Qt::SmoothTransformation));
+
+    QPalette ground = palette();
+    ground.setBrush(QPalette::All, QPalette::Window, QBrush(clr::om_soil_clr));
+    setPalette(ground);
+    setAutoFillBackground(true);
+
+    style = std::make_shared<Style>();
+    QFont buttonFont = style->fontPro9;
+    buttonFont.setPointSize(12);
+
+    for (QPushButton* const button :
+         {ui->pushButton_start, ui->pushButton_clear_data, ui->pushButton_save_calib,
+          ui->pushButton_reset, ui->pushButton_exit}) {
+        button->setStyleSheet(style->sensorButtonCopyStyle);
+        button->setFont(buttonFont);
+    }
+    ui->frame_left->setStyleSheet(style->sideFrameStyle);
+    ui->groupBox_check->setStyleSheet(style->groupBoxIndentStyle);
+    ui->groupBox_check->setFont(buttonFont);
+    for (QGroupBox* const group :
+         {ui->groupBox_mixed_calib, ui->groupBox_mixed_raw, ui->groupBox_plane_xy,
+          ui->groupBox_plane_xz, ui->groupBox_plane_yz}) {
+        group->setStyleSheet(style->groupBoxIndentStyle);
+        group->setFont(style->fontMonoCaps9);
+    }
+    for (QLabel* const label :
+         {ui->label_heading_calib, ui->label_heading_uncalib, ui->label_mag_calib_quality}) {
+        label->setStyleSheet(style->labelBaseStyle);
+        label->setFont(style->fontMonoCaps9);
+    }
+    ui->Instructionlabel->setStyleSheet("QLabel{color: " + clr::om_pearl + ";}");
+    ui->Instructionlabel->setFont(style->fontMono9);
+}
+
+void MagCalibDlg::updateForms() {}
+
+bool MagCalibDlg::startAcquisition()
+{
+    if (grabRunning)
+        return true;
+    if (!mcu && !initTivMcu())
+        return false;
+    if (!mcu->captureRunning)
+        mcu->startCapture(0.0F);
+    setPlotsAutoscale(true);
+    grabThread = std::thread(&MagCalibDlg::magDataGrabThread, this);
+    updateTimer.start(updatePeriodMs);
+    return true;
+}
+
+void MagCalibDlg::stopAcquisition()
+{
+    // The stream ends before the thread is told to.
+    if (mcu)
+        mcu->stopCapture();
+
+    ui->pushButton_start->setChecked(false);
+    ui->pushButton_start->setText(" Continue Calibration");
+    ui->pushButton_start->setIcon(QIcon(":/images/play.png"));
+    updateTimer.stop();
+
+    if (grabRunning) {
+        grabStop = true;
+        if (grabThread.joinable())
+            grabThread.join();
+    }
+}
+
+void MagCalibDlg::on_pushButton_start_clicked(bool checked)
+{
+    if (checked) {
+        if (!grabRunning && !startAcquisition()) {
+            ui->pushButton_start->setChecked(false);
+            calibrating = false;
+            calibrationPending = false;
+            return;
+        }
+        calibmessages::show(calibmessages::calibrationStarting(), *style);
+        ui->pushButton_start->setText(" Stop Calibration");
+        ui->pushButton_start->setIcon(QIcon(":/images/stop_h.png"));
+        setPlotsAutoscale(true);
+        calibrating = true;
+        ui->pushButton_save_calib->setEnabled(false);
+        ui->pushButton_reset->setEnabled(false);
+        calibrationPending = false;
+        return;
+    }
+
+    // Samples and fits go on until the user answers.
+    calibmessages::show(calibmessages::calibrationStopped(), *style);
+    ui->pushButton_start->setText(" Continue Calibration");
+    ui->pushButton_start->setIcon(QIcon(":/images/play.png"));
+    calibrateData();
+    scalePlots();
+    calibrating = false;
+    calibrationPending = true;
+    ui->pushButton_save_calib->setEnabled(true);
+    ui->pushButton_reset->setEnabled(true);
+}
+
+void MagCalibDlg::on_pushButton_clear_data_clicked()
+{
+    if (!calibrating)
+        ui->pushButton_start->setText(" Start Calibration");
+    clearPlots();
+    calibrationPending = false;
+}
+
+void MagCalibDlg::on_pushButton_save_calib_clicked()
+{
+    constexpr int cancel = 0;
+    if (calibmessages::show(calibmessages::confirmStore(), *style) != cancel && !saveCalibData())
+        calibmessages::show(calibmessages::storeFailed(), *style);
+}
+
+void MagCalibDlg::on_pushButton_reset_clicked()
+{
+    constexpr int no = 0;
+    if (calibmessages::show(calibmessages::confirmReset(), *style) == no)
+        return;
+    clearPlots();
+    if (!saveCalibData())
+        calibmessages::show(calibmessages::resetFailed(), *style);
+}
+
+void MagCalibDlg::on_pushButton_exit_clicked()
+{
+    constexpr int yes = 1;
+    if (calibrationPending && calibmessages::show(calibmessages::confirmExit(), *style) != yes)
+        return;
+    if (!mcuClosed) {
+        stopAcquisition();
+        if (mcu)
+            mcu->close();
+        mcuClosed = true;
+    }
+    accept();
+}
+
+void MagCalibDlg::onCameraError(QString errStr)
+{
+    calibmessages::show(calibmessages::cameraFailed(errStr), *style);
+    stopAcquisition();
+    ui->pushButton_reset->setEnabled(true);
+}
+
+void MagCalibDlg::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() != Qt::Key_Escape)
+        QDialog::keyPressEvent(event);
+}
+
+void MagCalibDlg::onUpdateTimer()
+{
+    if (calibrating) {
+        const std::lock_guard<std::mutex> lock(grabMutex);
+        const CalibPlot::ReplotHold hold(plots());
+        if (orientCount)
+            orientCount->getPercNotZero(); // no decision or display depends on it
+        const int count = rawX.size();
+        if (count > firstFitAbove && count - lastFitCount > newSamplesAbove) {
+            calibrateData();
+            lastFitCount = count;
+            updateEllipses();
+        }
+        updatePlots();
+    }
+
+    ui->label_heading_uncalib->setText(
+        tr("Uncalibrated\n%1°").arg(headingUncalib, 6, 'f', 2, QLatin1Char(' ')));
+    ui->label_heading_calib->setText(
+        tr("Calibrated\n%1°").arg(headingCalib, 6, 'f', 2, QLatin1Char(' ')));
+    ui->widget_raw_compass->setValue(headingUncalib);
+    ui->widget_calib_compass->setValue(headingCalib);
+
+    if (calibrating)
+        ui->label_mag_calib_quality->setText(tr("CALIBRATING"));
+    else if (calibrationPending)
+        ui->label_mag_calib_quality->setText(tr("CALIBRATION TO BE STORED"));
+    else
+        showHeadingState();
+}
+
+void MagCalibDlg::showHeadingState()
+{
+    QLabel* const label = ui->label_mag_calib_quality;
+    label->setText(headingStateWord(headingState));
+
+    // Red at an accuracy of 0.0, green at 1.0.
+    QColor color;
+    color.setHsvF(static_cast<double>(headingAccuracy) * 0.33, 0.75, 0.8, 1.0);
+    QPalette colors = label->palette();
+    colors.setColor(QPalette::All, QPalette::Window, color);
+    colors.setColor(QPalette::All, QPalette::WindowText, Qt::black);
+    label->setAutoFillBackground(true);
+    label->setPalette(colors);
+}

@@ -1,0 +1,29 @@
+/// @file
+/// The calibration between the dialog's axes (X, Y, Z) and the EEPROM's sensor axes (1, 2, 3):
+/// X = -(axis 2), Y = axis 1, Z = axis 3.
+#pragma once
+
+#include <om_tiv/mcu.h>
+
+#include <array>
+
+namespace magrecord {
+
+/// A calibration in the dialog's axes.
+struct Calibration
+{
+    std::array<double, 3> offset; ///< uT
+    std::array<double, 3> scale;  ///< 1 / uT
+};
+
+/// Fills all but the record's first byte. Narrows to float first and changes the sign second: an
+/// offset of 0.0 in X is stored as -0.0.
+void fill(om::_mag_calib_data& record, const Calibration& calibration);
+
+/// From six floats in the record's order: scales, then offsets, of the sensor axes 1 to 3.
+Calibration fromStored(const float* stored);
+
+/// Exact comparison as floats: a NaN differs from itself, and 0.0 equals -0.0.
+bool equal(const float* stored, const om::_mag_calib_data& record);
+
+} // namespace magrecord

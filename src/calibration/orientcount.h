@@ -1,0 +1,26 @@
+/// @file
+/// Share of the space of orientations that was visited.
+#pragma once
+
+/// Divides the space of three angles into 12 by 12 by 12 cells of 30 degrees and remembers which
+/// were visited. No lock of its own; nothing allocates.
+class OrientCount
+{
+public:
+    OrientCount();
+    virtual ~OrientCount();
+
+    /// Marks the cell of the three angles, in degrees in any range. They must not be infinite: the
+    /// call would not return. NaN counts as 0.
+    void addOrientation(float a, float b, float c);
+
+    /// Visited share in percent, 0.0 to 100.0.
+    float getPercNotZero();
+
+private:
+    friend struct OrientCountProbe; // the tests' access
+
+    static constexpr int bins = 12;
+
+    unsigned char cells[bins][bins][bins]; // [bin of a][bin of c][bin of b]; 1 visited, 0 not
+};

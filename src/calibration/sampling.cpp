@@ -1,0 +1,130 @@
+#include "calibration/magcalibdlg.h"
+
+#include "calibration/mag_calib.h"
+#include "calibration/orientcount.h"
+#include "calibration/samplemath.h"
+
+#include <om_tiv/mcu.h>
+
+#include <chrono>
+#include <cstdint>
+#include <utility>
+
+namespace {
+
+/// Failed reads in a row, with no good one between them, after which the camera counts as lost.
+constexpr int failuresBearable = 100;
+
+constexpr int notCalibrated = 3; // heading state
+
+Eigen::VectorXd toDense(const QVector<double>& values)
+{
+    const int count = values.size();
+    Eigen::VectorXd dense(count);
+    for (int i = 0; i < count; ++i)
+        dense[i] = values.constData()[i];
+    return dense;
+}
+
+om::Vector3<float> toVector(const float (&triple)[3])
+{
+    return {triple[0], triple[1], triple[2]};
+}
+
+} // namespace
+
+void MagCalibDlg::magDataGrabThread()
+{
+    grabStop = false;
+    if (!mcu->captureRunning)
+        mcu->startCapture(0.0F);
+    orientCount = std::make_shared<OrientCount>();
+    if (grabStop) {
+        grabRunning = false;
+        return;
+    }
+
+    double previousMs = 0.0;
+    std::uint16_t failures = 0;
+    do {
+        grabRunning = true;
+        const om::IMUReaderData record = mcu->getIMUReaderData();
+        if (!samplemath::isGood(record)) {
+            failures = static_cast<std::uint16_t>((failures + 1) & 0xFFFF);
+            if (failures > failuresBearable) {
+                // The thread ends here and stays unjoined; see the destructor.
+                grabRunning = false;
+                emit cameraError(tr("Error retrieving sensors data"));
+                return;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            continue;
+        }
+        // Nothing new: polled again at once, as fast as the link answers.
+        if (record.magState == 1)
+            continue;
+        const double nowMs = samplemath::millisecondsOf(record.timestamp);
+        if (nowMs == previousMs)
+            continue;
+
+        const samplemath::Sample sample = samplemath::sampleOf(record);
+        sampleRate = samplemath::rateBetween(previousMs, nowMs);
+        if (calibrating) {
+            const std::lock_guard<std::mutex> lock(grabMutex);
+            rawX.append(sample.x);
+            rawY.append(sample.y);
+            rawZ.append(sample.z);
+        }
+
+        const om::IMUPose pose = mcu->getIMUPose(6);
+        headingUncalib = static_cast<double>(mcu->calcMagHeading(toVector(pose.magUncalibrated),
+                                                                 toVector(pose.acceleration))) *
+                         samplemath::degreesPerRadian;
+        if (pose.headingState == notCalibrated)
+            headingCalib = headingUncalib;
+        else
+            headingCalib = static_cast<double>(pose.heading) * samplemath::degreesPerRadian;
+        if (!calibrating) {
+            headingState = pose.headingState;
+            headingAccuracy = pose.headingAccuracy;
+        }
+
+        const std::int64_t pause = samplemath::pauseMs(sampleRate);
+        if (pause > 0)
+            std::this_thread::sleep_for(std::chrono::milliseconds(pause));
+        previousMs = nowMs;
+        failures = 0;
+    } while (!grabStop);
+    grabRunning = false;
+}
+
+void MagCalibDlg::calibrateData()
+{
+    MagCalib fit;
+    Eigen::VectorXd x = toDense(rawX);
+    Eigen::VectorXd y = toDense(rawY);
+    Eigen::VectorXd z = toDense(rawZ);
+    if (!fit.ellipsoidCalibration(x, y, z, 1.0))
+        return;
+
+    for (std::size_t i = 0; i < 3; ++i) {
+        magOffset[i] = fit.center[i];
+        magScale[i] = fit.scale[i];
+    }
+    updateForms();
+
+    calX.clear();
+    calY.clear();
+    calZ.clear();
+    const QVector<double>& rx = rawX;
+    const QVector<double>& ry = rawY;
+    const QVector<double>& rz = rawZ;
+    for (int i = 0; i < rx.size(); ++i) {
+        calX.append((rx.constData()[i] - magOffset[0]) * magScale[0]);
+        calY.append((ry.constData()[i] - magOffset[1]) * magScale[1]);
+        calZ.append((rz.constData()[i] - magOffset[2]) * magScale[2]);
+    }
+
+    updatePlots();
+    calibrationPending = true;
+}
