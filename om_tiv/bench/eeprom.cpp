@@ -1,0 +1,328 @@
+#include "bench/eeprom.h"
+
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+namespace om::bench {
+
+namespace {
+
+constexpr char magic[4] = {'G', 'V', 'E', 'E'};
+constexpr std::uint32_t formatVersion = 1;
+constexpr std::size_t headerBytes = 12;
+constexpr std::size_t contentBytes = 4 + 6 * 4;
+constexpr std::size_t checksumAt = headerBytes + contentBytes;
+constexpr std::size_t fileBytes = checksumAt + 4;
+
+using FileImage = std::array<std::uint8_t, fileBytes>;
+
+void put32(FileImage& image, std::size_t at, std::uint32_t value)
+{
+    for (std::size_t i = 0; i < 4; ++i) {
+        image[at + i] = static_cast<std::uint8_t>(value >> (8 * i));
+    }
+}
+
+std::uint32_t get32(const std::uint8_t* image)
+{
+    std::uint32_t value = 0;
+    for (std::size_t i = 0; i < 4; ++i) {
+        value |= static_cast<std::uint32_t>(image[i]) << (8 * i);
+    }
+    return value;
+}
+
+void putFloat(FileImage& image, std::size_t at, float value)
+{
+    std::uint32_t bits = 0;
+    std::memcpy(&bits, &value, sizeof bits);
+    put32(image, at, bits);
+}
+
+float getFloat(const std::uint8_t* image)
+{
+    const std::uint32_t bits = get32(image);
+    float value = 0.0F;
+    std::memcpy(&value, &bits, sizeof value);
+    return value;
+}
+
+FileImage encode(unsigned int serial, const MagCalibration& calibration)
+{
+    FileImage image{};
+    std::memcpy(image.data(), magic, sizeof magic);
+    put32(image, 4, formatVersion);
+    put32(image, 8, contentBytes);
+    put32(image, 12, serial);
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        putFloat(image, 16 + 4 * axis, calibration.scale[axis]);
+        putFloat(image, 28 + 4 * axis, calibration.offset[axis]);
+    }
+    put32(image, checksumAt, crc32(image.data(), checksumAt));
+    return image;
+}
+
+std::string hex(std::uint32_t value)
+{
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%08X", value);
+    return text;
+}
+
+/// Empty, or what is wrong with the image and where.
+std::string damageOf(const std::vector<std::uint8_t>& image, unsigned int serial)
+{
+    if (image.size() < headerBytes) {
+        return "byte " + std::to_string(image.size()) + ": the file ends within its header";
+    }
+    if (std::memcmp(image.data(), magic, sizeof magic) != 0) {
+        return "byte 0: not an EEPROM image";
+    }
+    if (get32(image.data() + 4) != formatVersion) {
+        return "byte 4: format version " + std::to_string(get32(image.data() + 4)) + ", expected " +
+               std::to_string(formatVersion);
+    }
+    if (get32(image.data() + 8) != contentBytes) {
+        return "byte 8: content length " + std::to_string(get32(image.data() + 8)) + ", expected " +
+               std::to_string(contentBytes);
+    }
+    if (image.size() != fileBytes) {
+        return "byte " + std::to_string(std::min(image.size(), fileBytes)) + ": the file has " +
+               std::to_string(image.size()) + " bytes, expected " + std::to_string(fileBytes);
+    }
+    const std::uint32_t stored = get32(image.data() + checksumAt);
+    const std::uint32_t computed = crc32(image.data(), checksumAt);
+    if (stored != computed) {
+        return "byte " + std::to_string(checksumAt) + ": checksum " + hex(stored) +
+               " does not match the content, " + hex(computed);
+    }
+    if (get32(image.data() + 12) != serial) {
+        return "byte 12: the image of serial number " + std::to_string(get32(image.data() + 12));
+    }
+    return {};
+}
+
+/// Closes a file descriptor at the end of a scope.
+class Descriptor
+{
+public:
+    explicit Descriptor(int fd) : m_fd(fd) {}
+    ~Descriptor()
+    {
+        if (m_fd >= 0) {
+            ::close(m_fd);
+        }
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    int get() const { return m_fd; }
+    /// Closes now; false with errno where that fails.
+    bool close() { return ::close(std::exchange(m_fd, -1)) == 0; }
+
+private:
+    int m_fd;
+};
+
+[[noreturn]] void fail(const std::string& path)
+{
+    throw std::runtime_error(path + ": " + std::strerror(errno));
+}
+
+void makeFolders(const std::string& folder)
+{
+    for (std::size_t end = folder.find('/', 1);; end = folder.find('/', end + 1)) {
+        const std::string part = folder.substr(0, end);
+        struct stat status = {};
+        if (::mkdir(part.c_str(), 0700) != 0 &&
+            (errno != EEXIST || ::stat(part.c_str(), &status) != 0 || !S_ISDIR(status.st_mode))) {
+            fail(part);
+        }
+        if (end == std::string::npos) {
+            return;
+        }
+    }
+}
+
+} // namespace
+
+bool MagCalibration::isNeutral() const
+{
+    // -0 equals 0.
+    return std::all_of(scale.begin(), scale.end(), [](float s) { return s == 1.0F; }) &&
+           std::all_of(offset.begin(), offset.end(), [](float o) { return o == 0.0F; });
+}
+
+bool MagCalibration::isUsable() const
+{
+    return std::all_of(scale.begin(), scale.end(),
+                       [](float s) { return std::isfinite(s) && s > 0.0F; }) &&
+           std::all_of(offset.begin(), offset.end(), [](float o) { return std::isfinite(o); });
+}
+
+std::uint32_t crc32(const std::uint8_t* data, std::size_t length)
+{
+    std::uint32_t crc = 0xFFFFFFFFU;
+    for (std::size_t i = 0; i < length; ++i) {
+        crc ^= data[i];
+        for (int bit = 0; bit < 8; ++bit) {
+            crc = (crc >> 1) ^ ((crc & 1U) != 0U ? 0xEDB88320U : 0U);
+        }
+    }
+    return ~crc;
+}
+
+std::string eepromFolder()
+{
+    if (const char* folder = std::getenv("OM_TIV_STATE_DIR"); folder != nullptr && *folder != 0) {
+        return folder;
+    }
+    // The XDG base directory rules have a relative path ignored.
+    if (const char* state = std::getenv("XDG_STATE_HOME"); state != nullptr && *state == '/') {
+        return std::string(state) + "/gravimon/eeprom";
+    }
+    const char* home = std::getenv("HOME");
+    if (home == nullptr || *home == 0) {
+        const passwd* user = ::getpwuid(::getuid());
+        home = user != nullptr ? user->pw_dir : nullptr;
+    }
+    return home != nullptr ? std::string(home) + "/.local/state/gravimon/eeprom" : std::string();
+}
+
+EepromStore::EepromStore(std::string folder, Report report)
+    : m_folder(std::move(folder)), m_report(std::move(report))
+{
+    while (m_folder.size() > 1 && m_folder.back() == '/') {
+        m_folder.pop_back();
+    }
+    if (!m_report) {
+        m_report = [](const std::string& line) {
+            std::fprintf(stderr, "om_tiv: %s\n", line.c_str());
+        };
+    }
+}
+
+std::string EepromStore::path(unsigned int serial) const
+{
+    return m_folder + "/" + std::to_string(serial) + ".eeprom";
+}
+
+MagCalibration EepromStore::read(unsigned int serial)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const auto [image, isNew] = m_images.try_emplace(serial);
+    return isNew ? load(serial, image->second) : image->second.calibration;
+}
+
+MagCalibration EepromStore::reload(unsigned int serial)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    Image& image = m_images[serial];
+    return image.onlyInMemory ? image.calibration : load(serial, image);
+}
+
+MagCalibration EepromStore::load(unsigned int serial, Image& image)
+{
+    image.calibration = MagCalibration();
+    const Descriptor file(m_folder.empty() ? -1
+                                           : ::open(path(serial).c_str(), O_RDONLY | O_CLOEXEC));
+    std::string damage;
+    std::vector<std::uint8_t> bytes(2 * fileBytes);
+    if (file.get() < 0) {
+        if (m_folder.empty() || errno == ENOENT) {
+            return image.calibration;
+        }
+        damage = std::strerror(errno);
+    } else {
+        std::size_t have = 0;
+        ssize_t got = 0;
+        do {
+            got = ::read(file.get(), bytes.data() + have, bytes.size() - have);
+            have += got > 0 ? static_cast<std::size_t>(got) : 0;
+        } while ((got > 0 && have < bytes.size()) || (got < 0 && errno == EINTR));
+        bytes.resize(have);
+        damage = got < 0 ? std::strerror(errno) : damageOf(bytes, serial);
+    }
+    if (damage.empty()) {
+        image.reported.clear();
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            image.calibration.scale[axis] = getFloat(bytes.data() + 16 + 4 * axis);
+            image.calibration.offset[axis] = getFloat(bytes.data() + 28 + 4 * axis);
+        }
+    } else if (image.reported != damage) {
+        image.reported = damage;
+        m_report(path(serial) + ": " + damage +
+                 "; the camera counts as not calibrated until a calibration is stored");
+    }
+    return image.calibration;
+}
+
+bool EepromStore::write(unsigned int serial, const MagCalibration& calibration)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    Image& image = m_images[serial];
+    image.calibration = calibration;
+    try {
+        save(serial, calibration);
+        image.onlyInMemory = false;
+        image.reported.clear();
+    } catch (const std::runtime_error& error) {
+        image.onlyInMemory = true;
+        if (!m_unwritableReported) {
+            m_unwritableReported = true;
+            m_report(std::string(error.what()) +
+                     "; stored calibrations last only until the program ends");
+        }
+    }
+    return !image.onlyInMemory;
+}
+
+void EepromStore::save(unsigned int serial, const MagCalibration& calibration) const
+{
+    if (m_folder.empty()) {
+        throw std::runtime_error("no folder for the EEPROM images (set OM_TIV_STATE_DIR)");
+    }
+    makeFolders(m_folder);
+    const std::string name = path(serial);
+    std::string temporary = name + ".XXXXXX";
+    Descriptor file(::mkostemp(temporary.data(), O_CLOEXEC));
+    if (file.get() < 0) {
+        fail(m_folder);
+    }
+    const FileImage image = encode(serial, calibration);
+    std::size_t written = 0;
+    while (written < image.size()) {
+        const ssize_t got = ::write(file.get(), image.data() + written, image.size() - written);
+        if (got < 0 && errno != EINTR) {
+            break;
+        }
+        written += got > 0 ? static_cast<std::size_t>(got) : 0;
+    }
+    if (written < image.size() || ::fsync(file.get()) != 0 || !file.close() ||
+        ::rename(temporary.c_str(), name.c_str()) != 0) {
+        const int reason = errno;
+        ::unlink(temporary.c_str());
+        errno = reason;
+        fail(name);
+    }
+    // The new name must reach the disk too. A file system that can't sync a folder has done its
+    // best by now.
+    const Descriptor folder(::open(m_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (folder.get() >= 0) {
+        ::fsync(folder.get());
+    }
+}
+
+} // namespace om::bench

@@ -1,0 +1,94 @@
+/// @file
+/// The EEPROM images of the virtual cameras: the stored magnetometer calibration of each serial
+/// number, kept in a file between runs.
+///
+/// File SERIAL.eeprom, little-endian, 44 bytes:
+///
+///     offset  bytes  content
+///          0      4  the letters "GVEE"
+///          4      4  version of the format, 1
+///          8      4  length of the content that follows up to the checksum, 28
+///         12      4  serial number of the camera
+///         16     12  float32 scale of the sensor axes 1 to 3, 1/uT
+///         28     12  float32 offset of the sensor axes 1 to 3, uT
+///         40      4  CRC-32 (that of IEEE 802.3) of the 40 bytes before it
+///
+/// A write goes to a file beside it that then takes its name, with the file and the folder forced
+/// to the disk, so that a crash leaves the old image or the new one.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+
+namespace om::bench {
+
+/// A magnetometer calibration in sensor axes: a raw reading r in uT is corrected to
+/// scale * (r - offset).
+struct MagCalibration
+{
+    std::array<float, 3> scale{1.0F, 1.0F, 1.0F};  ///< 1/uT
+    std::array<float, 3> offset{0.0F, 0.0F, 0.0F}; ///< uT
+
+    /// All scales 1, all offsets 0 or -0.
+    bool isNeutral() const;
+    /// All values finite and all scales positive: what follows from such a record is a heading.
+    bool isUsable() const;
+};
+
+/// The CRC-32 of IEEE 802.3 (reflected, polynomial 0xEDB88320, start and final inversion).
+std::uint32_t crc32(const std::uint8_t* data, std::size_t length);
+
+/// The folder of the images: OM_TIV_STATE_DIR, else gravimon/eeprom in XDG_STATE_HOME, else
+/// ~/.local/state/gravimon/eeprom. Empty when there is not even a home.
+std::string eepromFolder();
+
+/// The images in one folder. All operations may run on any thread.
+class EepromStore
+{
+public:
+    /// Takes one line without line break.
+    using Report = std::function<void(const std::string& line)>;
+
+    /// @param folder is made at the first write
+    /// @param report gets what goes wrong, each thing once; null writes it to standard error
+    explicit EepromStore(std::string folder = eepromFolder(), Report report = nullptr);
+
+    /// The calibration of a camera. The first call for a serial number reads its file, later ones
+    /// give what this store read or wrote. No file means neutral. A damaged file is reported,
+    /// counts as neutral and is left alone until a write.
+    MagCalibration read(unsigned int serial);
+
+    /// As read(), but from the file as it is now, so that the write of another process is seen.
+    MagCalibration reload(unsigned int serial);
+
+    /// Stores a calibration. Where the file can't be written this is reported once, and the store
+    /// keeps the calibration in memory.
+    /// @return whether it is on the disk
+    bool write(unsigned int serial, const MagCalibration& calibration);
+
+    const std::string& folder() const { return m_folder; }
+    std::string path(unsigned int serial) const;
+
+private:
+    struct Image
+    {
+        MagCalibration calibration;
+        bool onlyInMemory = false; ///< a write that did not reach the disk
+        std::string reported;      ///< the last damage told
+    };
+
+    MagCalibration load(unsigned int serial, Image& image);
+    void save(unsigned int serial, const MagCalibration& calibration) const;
+
+    std::string m_folder;
+    Report m_report;
+    std::mutex m_mutex; ///< guards what follows, and the order of the writes
+    std::map<unsigned int, Image> m_images;
+    bool m_unwritableReported = false;
+};
+
+} // namespace om::bench
