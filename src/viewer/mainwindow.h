@@ -19,6 +19,7 @@
 #include <QFile>
 #include <QLabel>
 #include <QMainWindow>
+#include <QMessageBox>
 #include <QMutex>
 #include <QString>
 #include <QVector>
@@ -95,6 +96,13 @@ private:
     void dataThreadFunc();
 
     void startDetectTimer();
+    void stopTimer(QTimer*& timer);
+    int openCamera();
+    void showMessage(QMessageBox::Icon icon, const QString& title, const QString& text);
+    void startStreaming(om::MODEL model);
+    void startSensorThread();
+    void joinSensorThread();
+    void showValues(const QString& sensor);
 
     Ui_MainWindow* ui; // owned
 

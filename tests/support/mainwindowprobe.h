@@ -4,7 +4,6 @@
 
 #include "viewer/mainwindow.h"
 
-
 #include <array>
 
 /// Built around a window that outlives it: MainWindowProbe probe{window}. Every field goes by its

@@ -1,0 +1,164 @@
+#include "viewer/mainwindow.h"
+
+#include "camera/InputThreadModul.h"
+#include "look/Style.h"
+#include "look/clr.h"
+#include "ui_mainwindow.h"
+
+#include <QBrush>
+#include <QCloseEvent>
+#include <QPalette>
+#include <QPixmap>
+#include <QThread>
+#include <QTimer>
+
+#include <initializer_list>
+
+const std::array<QVector<double> MainWindow::*, MainWindow::seriesCount> MainWindow::allSeries = {
+    &MainWindow::accX,
+    &MainWindow::accY,
+    &MainWindow::accZ,
+    &MainWindow::gyroX,
+    &MainWindow::gyroY,
+    &MainWindow::gyroZ,
+    &MainWindow::magX,
+    &MainWindow::magY,
+    &MainWindow::magZ,
+    &MainWindow::orX,
+    &MainWindow::orY,
+    &MainWindow::orZ,
+    &MainWindow::pressure,
+    &MainWindow::relAltitude,
+    &MainWindow::movingState,
+    &MainWindow::tempLeft,
+    &MainWindow::tempRight,
+    &MainWindow::imuRates,
+    &MainWindow::baroRates,
+    &MainWindow::magRates,
+    &MainWindow::tempFallbackTime,
+    &MainWindow::magNewX,
+    &MainWindow::magNewY,
+    &MainWindow::magNewZ,
+    &MainWindow::magNewTime,
+    &MainWindow::spareSeries,
+    &MainWindow::baroNewPressure,
+    &MainWindow::baroNewTempRight,
+    &MainWindow::baroNewTempLeft,
+    &MainWindow::baroNewTime,
+    &MainWindow::imuTime,
+    &MainWindow::magTime,
+    &MainWindow::baroTime,
+    &MainWindow::chartTime,
+    &MainWindow::chartY0,
+    &MainWindow::chartY1,
+    &MainWindow::chartY2,
+};
+
+MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(new Ui_MainWindow)
+{
+    ui->setupUi(this);
+    recDir = QDir(recOptions.saveFolder);
+
+    ui->LogoTitle->setScaledContents(true);
+    ui->LogoTitle->setPixmap(QPixmap(QStringLiteral(":/images/OM_white.png")));
+    ui->statusbar->hide();
+
+    style = new Style;
+    ui->comboBox_camera_list->setStyleSheet(style->comboDarkStyle);
+    ui->comboBox_camera_list->setFont(style->fontMonoCaps9);
+    ui->comboBox_time_range->setStyleSheet(style->comboDarkStyle);
+    ui->comboBox_time_range->setFont(style->fontMonoCaps9);
+    ui->frame_data_options->setStyleSheet(style->comboDarkStyle);
+    ui->toolButton_save->setStyleSheet(style->saveButtonStyle);
+    ui->toolButton_save->setFont(style->fontMonoCaps9);
+    QFont buttonFont = style->fontPro9;
+    buttonFont.setPointSize(12);
+    for (QPushButton* button :
+         {ui->pushButton_accel, ui->pushButton_gyro, ui->pushButton_baro, ui->pushButton_mag,
+          ui->pushButton_orient, ui->pushButton_temper, ui->pushButton_calib_mag}) {
+        button->setStyleSheet(style->sensorButtonStyle);
+        button->setFont(buttonFont);
+    }
+    // One sensor at a time.
+    for (QPushButton* button : {ui->pushButton_accel, ui->pushButton_gyro, ui->pushButton_orient,
+                                ui->pushButton_baro, ui->pushButton_mag, ui->pushButton_temper}) {
+        button->setAutoExclusive(true);
+    }
+    ui->frame_ogl->setStyleSheet(style->frameRoundedStyle);
+    ui->frame_left->setStyleSheet(style->sideFrameStyle);
+    ui->frame_camera_sel->setStyleSheet(style->frameFlatStyle);
+    for (QLabel* label :
+         {ui->label_sensor_type, ui->label_sensor_rate, ui->label_sensor_type_top}) {
+        label->setStyleSheet(style->labelBaseStyle);
+        label->setFont(style->fontMonoCaps9);
+    }
+
+    const QPixmap logo(QStringLiteral(":/images/TIV_white.png"));
+    ui->label_logo->setPixmap(
+        logo.scaledToHeight(ui->label_logo->height(), Qt::SmoothTransformation));
+
+    QPalette colours = palette();
+    colours.setBrush(QPalette::All, QPalette::Window, QBrush(clr::om_soil_clr));
+    setAutoFillBackground(true);
+    setPalette(colours);
+
+    initCharts();
+    startDetectTimer();
+}
+
+MainWindow::~MainWindow()
+{
+    delete ui;
+    delete inputThread.load();
+    // std::terminate, if a sensor thread that lost its camera was never taken over.
+    delete dataThread;
+    detectionThread.wait();
+}
+
+void MainWindow::closeEvent(QCloseEvent* event)
+{
+    disconnectSignals();
+    stopTimer(plotTimer);
+    stopTimer(displayTimer);
+    stopTimer(imageTimer);
+    stopTimer(detectTimer);
+    QThread::msleep(100);
+    joinSensorThread();
+    delete inputThread.load();
+    inputThread = nullptr;
+    delete style;
+    style = nullptr;
+    QMainWindow::closeEvent(event);
+}
+
+void MainWindow::connectSignals()
+{
+    InputThreadModul* const input = inputThread;
+    if (input == nullptr) {
+        return;
+    }
+    connect(input, &InputThreadModul::sendContext, this, &MainWindow::setContext);
+    connect(input, &InputThreadModul::DetectTIVDisconnect, this, &MainWindow::cameraDisconnected);
+    connect(input, &InputThreadModul::sendInit, ui->widget_3d_view, &OGL3DWidget::InitProcess);
+}
+
+void MainWindow::disconnectSignals()
+{
+    InputThreadModul* const input = inputThread;
+    if (input == nullptr) {
+        return;
+    }
+    disconnect(input, &InputThreadModul::sendContext, this, &MainWindow::setContext);
+    disconnect(input, &InputThreadModul::DetectTIVDisconnect, this,
+               &MainWindow::cameraDisconnected);
+    disconnect(input, &InputThreadModul::sendInit, ui->widget_3d_view, &OGL3DWidget::InitProcess);
+}
+
+void MainWindow::stopTimer(QTimer*& timer)
+{
+    if (timer != nullptr) {
+        timer->stop();
+        delete timer;
+        timer = nullptr;
+    }
+}

@@ -1,0 +1,85 @@
+#include "viewer/sensormath.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace sensormath {
+
+double seconds(std::uint64_t timestampUs)
+{
+    return static_cast<double>(timestampUs) / 1e6;
+}
+
+float largestMagnitude(const om::Vector3<float>& v)
+{
+    return std::max({std::fabs(v.x), std::fabs(v.y), std::fabs(v.z)});
+}
+
+bool isSaturated(const om::Vector3<float>& magneticField)
+{
+    return std::fabs(magneticField.z) == 2048.0F;
+}
+
+bool differ(const om::Vector3<float>& a, const om::Vector3<float>& b)
+{
+    return a.x != b.x || a.y != b.y || a.z != b.z;
+}
+
+float degrees(float radian)
+{
+    return static_cast<float>(static_cast<double>(radian) * 180.0 / 3.141592653589793);
+}
+
+om::Vector3<float> unit(const om::Vector3<float>& v)
+{
+    const float length = std::sqrt(v.x * v.x + v.y * v.y + v.z * v.z);
+    return {v.x / length, v.y / length, v.z / length};
+}
+
+float hectopascals(float pascals)
+{
+    return static_cast<float>(static_cast<double>(pascals) / 100.0);
+}
+
+float widenedRange(float range, float magnitude)
+{
+    return range < magnitude ? magnitude : range;
+}
+
+float widenedPressureMax(float limit, float pressure)
+{
+    return limit < pressure ? pressure + 100.0F : limit;
+}
+
+float widenedPressureMin(float limit, float pressure)
+{
+    return limit > pressure ? pressure - 100.0F : limit;
+}
+
+float widenedAltitudeMax(float limit, float altitude)
+{
+    if (!(limit < altitude)) {
+        return limit;
+    }
+    return static_cast<float>(static_cast<double>(altitude) * (limit > 0.0F ? 1.1 : 0.9));
+}
+
+float widenedAltitudeMin(float limit, float altitude)
+{
+    if (!(limit > altitude)) {
+        return limit;
+    }
+    return static_cast<float>(static_cast<double>(altitude) * (limit > 0.0F ? 0.9 : 1.1));
+}
+
+float widenedTemperatureMax(float limit, float temperature)
+{
+    return limit < temperature ? temperature + 5.0F : limit;
+}
+
+float widenedTemperatureMin(float limit, float temperature)
+{
+    return limit > temperature ? temperature - 5.0F : limit;
+}
+
+} // namespace sensormath

@@ -1,0 +1,86 @@
+/// @file
+/// The arithmetic of the sensor loop: which samples are new, and how the chart limits widen.
+#pragma once
+
+#include <om_tiv/types.h>
+
+#include <cstdint>
+
+namespace sensormath {
+
+/// The time stamps of one stream during one run of the sensor thread: tells new samples from
+/// repeats.
+class SampleClock
+{
+public:
+    enum class Verdict {
+        Absent, ///< a time stamp below 1 us
+        First,  ///< the first of the run, which only sets the clock
+        Repeat, ///< the same microsecond as before
+        New,    ///< a new sample; rate() belongs to it
+    };
+
+    /// @param timestampNs time stamp of the record, ns
+    Verdict look(std::uint64_t timestampNs)
+    {
+        if (timestampNs < 1000) {
+            return Verdict::Absent;
+        }
+        const std::uint64_t us = timestampNs / 1000;
+        if (m_first) {
+            m_first = false;
+            m_previousUs = us;
+            return Verdict::First;
+        }
+        if (us == m_previousUs) {
+            return Verdict::Repeat;
+        }
+        m_rate = 1.0 / (static_cast<double>(us - m_previousUs) / 1e6);
+        m_previousUs = us;
+        return Verdict::New;
+    }
+
+    /// Of the newest sample: 1 over the time since the one before, Hz.
+    double rate() const { return m_rate; }
+
+private:
+    bool m_first = true;
+    std::uint64_t m_previousUs = 0;
+    double m_rate = 0.0;
+};
+
+/// Seconds of a time stamp, with microsecond resolution.
+double seconds(std::uint64_t timestampUs);
+
+/// The largest absolute value of the three components.
+float largestMagnitude(const om::Vector3<float>& v);
+
+/// A saturated magnetometer reading must not widen the chart.
+bool isSaturated(const om::Vector3<float>& magneticField);
+
+bool differ(const om::Vector3<float>& a, const om::Vector3<float>& b);
+
+/// Degrees of an angle in radians, in double precision, rounded to float.
+float degrees(float radian);
+
+/// Divided by the Euclidean length, all in float. A zero vector gives what float division gives.
+om::Vector3<float> unit(const om::Vector3<float>& v);
+
+/// hPa of a pressure in Pa.
+float hectopascals(float pascals);
+
+// Each takes a limit and a new value and gives the limit afterwards.
+
+float widenedRange(float range, float magnitude);
+
+float widenedPressureMax(float limit, float pressure); ///< hPa, 100 hPa beyond the value
+float widenedPressureMin(float limit, float pressure);
+
+/// By a tenth of the value, upward or downward as the sign of the old limit has it.
+float widenedAltitudeMax(float limit, float altitude);
+float widenedAltitudeMin(float limit, float altitude);
+
+float widenedTemperatureMax(float limit, float temperature); ///< degrees Celsius, 5 beyond
+float widenedTemperatureMin(float limit, float temperature);
+
+} // namespace sensormath

@@ -1,0 +1,289 @@
+// The session of the open camera: from a row of the list to streaming, and down again.
+
+#include "viewer/mainwindow.h"
+
+#include "calibration/magcalibdlg.h"
+#include "camera/InputThreadModul.h"
+#include "camera/ProgramStates.h"
+#include "look/Style.h"
+#include "ui_mainwindow.h"
+
+#include <QMutexLocker>
+#include <QPushButton>
+#include <QThread>
+#include <QTimer>
+
+namespace {
+
+constexpr int detectPeriodMs = 200;
+constexpr int imagePeriodMs = 40;
+constexpr unsigned int oldestFirmware = 1142;
+
+/// The attributes that a session starts from. The rates stand at the wanted one until the first
+/// measurement.
+void initProgramStates(int requestedResolution, int requestedFps)
+{
+    using P = ProgramStates;
+    P::resetStates();
+    P::qstringAttr(P::applicationTitle) = QStringLiteral("Sensor Data Viewer");
+    P::setIntAttr(P::requestedResolution, requestedResolution);
+    P::setIntAttr(P::requestedFps, requestedFps);
+    P::setIntAttr(P::measuredFps, requestedFps);
+    P::setIntAttr(P::cameraFps, requestedFps);
+    P::setIntAttr(P::imageView, 0);
+    P::setIntAttr(P::depthMode, 1);
+    P::setIntAttr(P::depthMinimumCm, 100);
+    P::setIntAttr(P::depthMaximumMm, 25000);
+    P::setIntAttr(P::confidenceThreshold, 95);
+    P::setBoolAttr(P::depthStabilization, true);
+}
+
+} // namespace
+
+void MainWindow::createLiveInput()
+{
+    setCursor(Qt::BusyCursor);
+    reset();
+
+    ui->comboBox_time_range->addItems(
+        {tr("Last 5 sec"), tr("Last 10 sec"), tr("Last 30 sec"), tr("Last 60 sec")});
+    ui->comboBox_time_range->setCurrentIndex(1);
+    initProgramStates(requestedResolution, requestedFps);
+
+    imageTimer = new QTimer(this);
+    connect(imageTimer, &QTimer::timeout, this, &MainWindow::updateImages);
+    imageTimer->start(imagePeriodMs);
+    plotTimer = new QTimer(this);
+    connect(plotTimer, &QTimer::timeout, this, &MainWindow::updatePlot);
+    plotTimer->start(plotPeriodMs);
+    displayTimer = new QTimer(this);
+    connect(displayTimer, &QTimer::timeout, this, &MainWindow::updateDataDisplay);
+    displayTimer->start(displayPeriodMs);
+
+    inputThread = new InputThreadModul;
+    connectSignals();
+    inputThread->enableToStart(true);
+
+    if (openCamera() != 0) {
+        reset();
+        startDetectTimer();
+        unsetCursor();
+        return;
+    }
+    if (!inputThread->CreateMemories()) {
+        showMessage(QMessageBox::Critical, tr("Error"),
+                    tr("Not enough GPU memory. Try a lower video resolution and/or a lower depth "
+                       "quality settings."));
+        unsetCursor();
+        return;
+    }
+    const om::CameraInformation camera =
+        inputThread->camera.getCameraInformation(om::Resolution(0, 0));
+    if (camera.firmwareVersion < oldestFirmware) {
+        // The timers run while the box is open. At the first open of the process cameraLost is
+        // still set, so that the next tick of the display takes this camera down and opens it
+        // again; what follows goes on with the input thread of that open.
+        showMessage(QMessageBox::Warning, tr("Warning"),
+                    tr("Your firmware needs to be updated. Please update it in TIV Atlas."));
+        if (inputThread == nullptr) {
+            unsetCursor();
+            return;
+        }
+    }
+    inputThread->startGrabbing();
+    startStreaming(inputThread->cameraInfo.cameraModel);
+
+    cameraLost = false;
+    unsetCursor();
+}
+
+int MainWindow::openCamera()
+{
+    const int row = qMax(0, ui->comboBox_camera_list->currentIndex());
+    // The row of an empty list stands for no model, and is refused below.
+    cameraId = deviceIds.value(row);
+    cameraSerial = deviceSerials.value(row);
+    cameraModel = deviceModels.value(row, om::MODEL::UNKNOWN);
+
+    // The library must not be asked for its list while a camera opens.
+    const QMutexLocker lock(&detectionThread.mutex);
+    switch (cameraModel) {
+    case om::MODEL::TIV_N:
+    case om::MODEL::TIV_P:
+    case om::MODEL::TIV_Q:
+        return inputThread->live(cameraSerial);
+    case om::MODEL::TIV_R:
+    case om::MODEL::TIV_S:
+        return inputThread->gmsl(static_cast<unsigned int>(cameraId));
+    default:
+        return static_cast<int>(om::ERROR_CODE::FAILURE);
+    }
+}
+
+void MainWindow::startStreaming(om::MODEL model)
+{
+    const bool hasSensors = model != om::MODEL::TIV;
+    ui->comboBox_time_range->setEnabled(hasSensors);
+    ui->frame_data_options->setEnabled(hasSensors);
+
+    if (!hasSensors) {
+        initCharts();
+        ui->widget_chart->updateData(DataPlot::AccX, chartTime, accX, false);
+        ui->widget_chart->updateData(DataPlot::AccY, chartTime, accY, false);
+        ui->widget_chart->updateData(DataPlot::AccZ, chartTime, accZ, false);
+        const double range = static_cast<double>(accelRange);
+        ui->widget_chart->setValRange(-range, range, false);
+        ui->widget_chart->setTimeRange(0.0, 10.0, false);
+        ui->widget_chart->replot();
+        return;
+    }
+    // TIV_N, TIV_R and TIV_S have neither barometer nor magnetometer, TIV_N no temperature either.
+    const bool isSmall = model == om::MODEL::TIV_N;
+    const bool isSerial = model == om::MODEL::TIV_R || model == om::MODEL::TIV_S;
+    ui->pushButton_baro->setVisible(!isSmall && !isSerial);
+    ui->pushButton_mag->setVisible(!isSmall && !isSerial);
+    ui->pushButton_temper->setVisible(!isSmall);
+    startSensorThread();
+}
+
+void MainWindow::startSensorThread()
+{
+    // One producer of samples at a time: an open that was overtaken during its message box finds
+    // the thread of the later one running.
+    if (dataThreadRunning) {
+        return;
+    }
+    // A thread that ended by itself is left behind as it is, neither joined nor deleted.
+    dataThread = new std::thread(&MainWindow::dataThreadFunc, this);
+}
+
+void MainWindow::joinSensorThread()
+{
+    if (dataThreadRunning && dataThread != nullptr && dataThread->joinable()) {
+        stopDataThread = true;
+        dataThread->join();
+        delete dataThread;
+        dataThread = nullptr;
+    }
+}
+
+void MainWindow::showMessage(QMessageBox::Icon icon, const QString& title, const QString& text)
+{
+    // An open that runs while the same message of an earlier one still waits for its answer would
+    // put box upon box, faster than the user can close them.
+    for (const QMessageBox* const open : findChildren<QMessageBox*>()) {
+        if (open->isVisible() && open->text() == text) {
+            return;
+        }
+    }
+    QMessageBox box(this);
+    box.setWindowTitle(title);
+    box.setIcon(icon);
+    box.setText(text);
+    box.setStyleSheet(style->splashStyle);
+    box.setFont(style->fontPro9);
+    QPushButton* const button = box.addButton(tr("Ok"), QMessageBox::AcceptRole);
+    button->setStyleSheet(style->statusOnStyle);
+    button->setFont(style->fontPro9);
+    box.exec();
+}
+
+void MainWindow::startDetectTimer()
+{
+    delete detectTimer;
+    detectTimer = new QTimer(this);
+    connect(detectTimer, &QTimer::timeout, this, &MainWindow::detectMultipleDevice);
+    detectTimer->start(detectPeriodMs);
+}
+
+void MainWindow::reset()
+{
+    disconnectSignals();
+    stopTimer(imageTimer);
+    stopTimer(plotTimer);
+    stopTimer(displayTimer);
+    QThread::msleep(100);
+    joinSensorThread();
+    delete inputThread.load();
+    inputThread = nullptr;
+
+    using P = ProgramStates;
+    for (const int attribute : {P::imageWidth, P::imageHeight, P::image2Width, P::image2Height,
+                                P::cameraFps, P::measuredFps}) {
+        P::setIntAttr(attribute, 0);
+    }
+    ui->comboBox_time_range->clear();
+    on_pushButton_accel_clicked(true);
+    ui->pushButton_accel->setChecked(true);
+}
+
+void MainWindow::cameraDisconnected()
+{
+    // A loss that was on its way while the window closed finds nothing left to take down.
+    if (style == nullptr) {
+        return;
+    }
+    cameraLost = true;
+    if (recording) {
+        stopRecording();
+    }
+    disconnectSignals();
+    // The timers' connections run from the timers to the window: the two calls in this direction
+    // find none, and the end of the timers is their deletion.
+    if (plotTimer != nullptr) {
+        disconnect(plotTimer, SIGNAL(timeout()));
+        stopTimer(plotTimer);
+    }
+    stopTimer(displayTimer);
+    if (imageTimer != nullptr) {
+        disconnect(imageTimer, SIGNAL(timeout()));
+        stopTimer(imageTimer);
+    }
+    stopTimer(detectTimer);
+
+    reset();
+    displayDefaultValues();
+    initCharts();
+    if (detectMultipleDevice()) {
+        return;
+    }
+    startDetectTimer();
+}
+
+void MainWindow::on_pushButton_calib_mag_clicked()
+{
+    const int row = ui->comboBox_camera_list->currentIndex();
+    reset();
+    displayDefaultValues();
+    initCharts();
+    // The dialog reaches the camera by its own link and has it to itself until exec() returns.
+    MagCalibDlg dialog(cameraSerial, this);
+    dialog.exec();
+    ui->comboBox_camera_list->setCurrentIndex(row);
+    createLiveInput();
+}
+
+void MainWindow::setContext()
+{
+    ui->widget_3d_view->cudaContext = inputThread->cudaContext;
+}
+
+void MainWindow::updateImages()
+{
+    ++imageTicks;
+    // The sensor thread may have taken the input thread away, the loss not yet being handled here.
+    InputThreadModul* const input = inputThread;
+    if (input != nullptr && input->cameraInfo.cameraModel == om::MODEL::TIV) {
+        // Without sensors there is no sensor thread: the images carry the time.
+        static bool firstTivImage = true;
+        const std::uint64_t us = input->camera.getTimestamp(om::TIME_REFERENCE::IMAGE) / 1000;
+        if (firstTivImage) {
+            firstTivImage = false;
+            imuStartTime = us;
+            elapsedSec = 0.0;
+        } else {
+            elapsedSec = static_cast<double>(us - imuStartTime) / 1'000'000;
+        }
+    }
+    ui->widget_3d_view->update();
+}

@@ -1,0 +1,121 @@
+/// @file
+/// A real main window before a bench of the test's own.
+#pragma once
+
+#include "support/mainwindowprobe.h"
+
+#include "bench/bench.h"
+#include "camera/InputThreadModul.h"
+#include "ui_mainwindow.h"
+
+#include <QApplication>
+#include <QMessageBox>
+#include <QTimer>
+#include <QtTest>
+
+#include <functional>
+#include <memory>
+
+namespace viewersession {
+
+inline om::bench::Bench& bench()
+{
+    return om::bench::Bench::instance();
+}
+
+/// A camera without motion and noise, so that its values stand still.
+inline om::bench::CameraConfig camera(om::MODEL model, unsigned int serial)
+{
+    om::bench::CameraConfig config;
+    config.model = model;
+    config.serialNumber = serial;
+    config.motion = om::bench::MOTION::AT_REST;
+    return config;
+}
+
+/// A window that is shown, its probe, and a tidy end whatever the test left.
+class Viewer
+{
+public:
+    Viewer() { window->show(); }
+    ~Viewer() { close(); }
+    Viewer(const Viewer&) = delete;
+    Viewer& operator=(const Viewer&) = delete;
+
+    /// As the user closes it. A thread that a loss left behind would end the process.
+    void close()
+    {
+        if (window == nullptr) {
+            return;
+        }
+        window->close();
+        if (probe.dataThread != nullptr && probe.dataThread->joinable()) {
+            probe.dataThread->join();
+        }
+        window.reset();
+    }
+
+    /// Whether the camera with the serial number streams and samples arrive.
+    bool streams(int serial)
+    {
+        return probe.inputThread != nullptr && probe.inputThread->isRunning() &&
+               probe.dataThreadRunning && !probe.cameraLost && probe.cameraSerial == serial &&
+               probe.imuEffectiveRate > 0.0 && hasSamples();
+    }
+
+    bool hasSamples()
+    {
+        const QMutexLocker lock(&probe.dataMutex);
+        return !probe.accX.isEmpty();
+    }
+
+    int samples()
+    {
+        const QMutexLocker lock(&probe.dataMutex);
+        return probe.accX.size();
+    }
+
+    std::unique_ptr<MainWindow> window = std::make_unique<MainWindow>();
+    MainWindowProbe probe{*window};
+    Ui_MainWindow* const ui = probe.ui;
+};
+
+/// Looks at each modal widget of the type as it comes up, and hands it to the callback over and
+/// over while it is the active one. The callback clicks it away when it has seen enough.
+template <typename Widget>
+class ModalWatcher
+{
+public:
+    explicit ModalWatcher(std::function<void(Widget&)> look)
+    {
+        QObject::connect(&m_timer, &QTimer::timeout, [this, look = std::move(look)] {
+            auto* const modal = qobject_cast<Widget*>(QApplication::activeModalWidget());
+            if (modal != nullptr && modal->isVisible()) {
+                if (modal != m_last) {
+                    m_last = modal;
+                    ++m_count;
+                }
+                look(*modal);
+            } else {
+                m_last = nullptr;
+            }
+        });
+        m_timer.start(5);
+    }
+
+    int count() const { return m_count; }
+
+private:
+    QTimer m_timer;
+    Widget* m_last = nullptr;
+    int m_count = 0;
+};
+
+using BoxWatcher = ModalWatcher<QMessageBox>;
+
+inline void clickOk(QMessageBox& box)
+{
+    QTest::mouseClick(box.buttons().constFirst(), Qt::LeftButton);
+}
+
+} // namespace viewersession
