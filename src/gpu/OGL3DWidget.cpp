@@ -199,6 +199,19 @@ void OGL3DWidget::CreateTIVModel()
              TIV_obj::ALLUMINIUM_COLOR);
         fill(cameraModel, TIV_obj::vertices, TIV_obj::darkTriangles, TIV_obj::DARK_COLOR);
         break;
+    case static_cast<int>(om::MODEL::TIV_N):
+        fill(cameraModel, TIV_N_obj::vertices, TIV_N_obj::alluminiumTriangles,
+             TIV_N_obj::ALLUMINIUM_COLOR);
+        fill(cameraModel, TIV_N_obj::vertices, TIV_N_obj::alluminiumTriangles2,
+             TIV_N_obj::ALLUMINIUM_COLOR);
+        fill(cameraModel, TIV_N_obj::vertices, TIV_N_obj::alluminiumTriangles3,
+             TIV_N_obj::ALLUMINIUM_COLOR);
+        fill(cameraModel, TIV_N_obj::vertices, TIV_N_obj::darkTriangles, TIV_N_obj::DARK_COLOR);
+        fill(cameraModel, TIV_N_obj::vertices, TIV_N_obj::darkTriangles2, TIV_N_obj::DARK_COLOR);
+        fill(cameraModel, TIV_N_obj::vertices, TIV_N_obj::greyTriangles, TIV_N_obj::LENS_COLOR);
+        fill(cameraModel, TIV_N_obj::vertices, TIV_N_obj::greyTriangles2, TIV_N_obj::LENS_COLOR);
+        fill(cameraModel, TIV_N_obj::vertices, TIV_N_obj::yellowTriangles, TIV_N_obj::YELLOW_COLOR);
+        break;
     default: // every later model
         fill(cameraModel, TIV_P_obj::vertices, TIV_P_obj::alluminiumTriangles,
              TIV_P_obj::ALLUMINIUM_COLOR);

@@ -21,6 +21,26 @@ extern const om::Vector3<float> DARK_COLOR;
 
 } // namespace TIV_obj
 
+/// The small model: a bar with aluminium bands and two lenses in yellow rings. Its tables come
+/// from tools/tiv_n_mesh.py.
+namespace TIV_N_obj {
+
+extern const float vertices[1015 * 3];
+extern const int alluminiumTriangles[35 * 3];
+extern const int alluminiumTriangles2[52 * 3];
+extern const int alluminiumTriangles3[38 * 3];
+extern const int darkTriangles[1142 * 3];
+extern const int darkTriangles2[126 * 3];
+extern const int greyTriangles[20 * 3];
+extern const int greyTriangles2[20 * 3];
+extern const int yellowTriangles[80 * 3];
+extern const om::Vector3<float> ALLUMINIUM_COLOR;
+extern const om::Vector3<float> DARK_COLOR;
+extern const om::Vector3<float> YELLOW_COLOR;
+extern const om::Vector3<float> LENS_COLOR;
+
+} // namespace TIV_N_obj
+
 /// Every later model: the first one's body in a darker metal.
 namespace TIV_P_obj {
 
