@@ -109,15 +109,17 @@ public:
     /// Turns the body to the pose and holds it there. The turn takes the glide's time on the
     /// bench's clock, so that the gyroscope stays finite; 0 puts it there at once.
     bool setPose(unsigned int serial, const Quaternion& pose,
-                 std::chrono::nanoseconds glide = std::chrono::milliseconds(300));
+                 std::chrono::nanoseconds glide = std::chrono::milliseconds(400));
 
     Faults faults(unsigned int serial) const;
     bool setFaults(unsigned int serial, const Faults& faults);
-    /// Changes what change() changes, in one go: [](Faults& f) { f.grabFailures = 3; }
+    /// Changes what change() changes, in one go: [](Faults& f) { f.grabFailures = 3; }. It must not
+    /// call back.
     bool changeFaults(unsigned int serial, const std::function<void(Faults&)>& change);
 
     MagCalibration calibration(unsigned int serial) const;
-    /// Puts a calibration in force and into the EEPROM image.
+    /// Puts a calibration in force and into the EEPROM image (MagCalibration: bench/eeprom.h).
+    /// @return whether it is on the disk
     bool storeCalibration(unsigned int serial, const MagCalibration& calibration);
 
     /// The camera itself; null where it is not on the bench. Its script members feed exact
@@ -160,9 +162,34 @@ public:
 
     // ---- For the library ----------------------------------------------------------------------
 
-    /// Marks an open() or a getDeviceList() in progress and runs its hook.
-    class OpenScope;
-    class ListScope;
+    /// Marks an open() in progress and runs its hook.
+    class OpenScope
+    {
+    public:
+        OpenScope(Bench& bench, const InitParameters& parameters);
+        ~OpenScope();
+        OpenScope(const OpenScope&) = delete;
+        OpenScope& operator=(const OpenScope&) = delete;
+
+    private:
+        Bench& m_bench;
+    };
+
+    /// Marks a getDeviceList() in progress and runs its hook.
+    class ListScope
+    {
+    public:
+        explicit ListScope(Bench& bench);
+        ~ListScope();
+        ListScope(const ListScope&) = delete;
+        ListScope& operator=(const ListScope&) = delete;
+
+    private:
+        Bench& m_bench;
+    };
+
+    /// Whether an open camera has the fault of too little GPU memory.
+    bool isGpuMemoryShort() const;
 
     Bench(const Bench&) = delete;
     Bench& operator=(const Bench&) = delete;

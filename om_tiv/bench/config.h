@@ -9,7 +9,6 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
-#include <string>
 
 namespace om::bench {
 
@@ -92,7 +91,6 @@ struct CameraConfig
     /// Degrees Celsius at the moment of plugging in, by location: IMU, barometer, left, right. They
     /// rise by some 12 degrees with a time constant of 4 minutes.
     std::array<double, 4> startTemperatures{27.0, 26.5, 28.5, 29.0};
-    std::string replay; ///< file of recorded sensor values in place of the physics; empty for none
     Faults faults;
 };
 

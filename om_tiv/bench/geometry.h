@@ -49,6 +49,7 @@ struct Quaternion
 
 Quaternion operator*(const Quaternion& a, const Quaternion& b); ///< b first, then a
 Quaternion conjugate(const Quaternion& q);
+Quaternion normalized(const Quaternion& q);
 Vector rotate(const Quaternion& q, const Vector& v);
 Quaternion fromRotationVector(const Vector& v); ///< axis times angle in radians
 Vector toRotationVector(const Quaternion& q);   ///< angle in [0, pi]

@@ -26,9 +26,10 @@ struct BodyState
 class MotionTimeline
 {
 public:
-    MotionTimeline(MOTION motion, const Quaternion& pose, std::uint64_t seed, Nanoseconds start);
+    MotionTimeline(MOTION motion, const Quaternion& pose, Nanoseconds start);
 
-    /// Goes over into the motion from the given time on.
+    /// Goes over into the motion from the given time on; the transition takes the longer, the
+    /// larger the turn to it. Times must not run backward from call to call.
     void setMotion(MOTION motion, Nanoseconds time);
     /// Turns to the pose within the glide and holds it (MOTION::POSED).
     void setPose(const Quaternion& pose, Nanoseconds time, Nanoseconds glide);
@@ -38,23 +39,28 @@ public:
     BodyState at(Nanoseconds time) const;
 
 private:
+    /// One motion. The pose at s seconds from its start is that of the motion, preceded by what is
+    /// left of the turn from the former one.
     struct Segment
     {
         Nanoseconds start = 0;
-        Nanoseconds glide = 0; ///< time of the transition
         MOTION motion = MOTION::AT_REST;
         Quaternion base;     ///< pose that the motion is about
-        Vector offset;       ///< rotation vector from the motion's start to the former motion's end
-        double height = 0.0; ///< that the former motion left
+        Vector turn;         ///< rotation vector from the motion's pose at its start to the former
+                             ///< motion's last one
+        double glide = 0.0;  ///< s, time in which the turn goes to 0
+        double height = 0.0; ///< m, that the former motion left
     };
 
     const Segment& segmentAt(Nanoseconds time) const;
-    Quaternion poseIn(const Segment& segment, double seconds) const;
     void append(Segment segment);
+    static Quaternion poseIn(const Segment& segment, double seconds);
+    static BodyState stateIn(const Segment& segment, double seconds);
+    static bool moves(const BodyState& state);
 
-    const std::uint64_t m_seed;
     mutable std::mutex m_mutex;
     std::deque<Segment> m_segments; ///< never empty
+    Quaternion m_posed;             ///< target of the last setPose()
 };
 
 } // namespace om::bench

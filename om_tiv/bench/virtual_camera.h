@@ -12,6 +12,7 @@
 #include "bench/config.h"
 #include "bench/eeprom.h"
 #include "bench/motion.h"
+#include "bench/physics.h"
 #include "bench/script.h"
 #include "bench/sensor_source.h"
 
@@ -26,8 +27,9 @@ namespace om::bench {
 class VirtualCamera
 {
 public:
-    VirtualCamera(CameraConfig config, int position, Clock& clock, std::function<Field()> field,
-                  EepromStore& eeproms);
+    /// @param position place on the bench, the camera id where the configuration has none
+    VirtualCamera(const CameraConfig& config, int position, Clock& clock,
+                  std::function<Field()> field, std::shared_ptr<EepromStore> eeproms);
     VirtualCamera(const VirtualCamera&) = delete;
     VirtualCamera& operator=(const VirtualCamera&) = delete;
 
@@ -42,8 +44,14 @@ public:
     // ---- Faults -------------------------------------------------------------------------------
 
     Faults faults() const;
-    /// Changes the faults in one go; what change() leaves alone stays as it is.
+    /// Changes the faults in one go; what change() leaves alone stays as it is. change() runs under
+    /// the camera's lock and must not call back.
     void changeFaults(const std::function<void(Faults&)>& change);
+    /// Counts one down: the code with which this open() is refused, SUCCESS where it is not.
+    ERROR_CODE takeOpenRefusal();
+    ERROR_CODE takeGrabFailure(); ///< the same for grab()
+    bool
+    takeReadbackDifference(); ///< whether this read of the EEPROM differs from what was written
 
     // ---- Presence and use ---------------------------------------------------------------------
 
@@ -65,7 +73,7 @@ public:
 
     /// The body at a time, today or up to 30 s ago.
     BodyState bodyAt(Nanoseconds time) const;
-    Field field() const { return m_field(); }
+    Field field() const { return m_environment->field(); }
     /// What a magnetometer without errors would read, uT, body frame: field and disturbance, turned
     /// into the body.
     Vector fieldInBody(Nanoseconds time) const;
@@ -100,15 +108,16 @@ public:
 
     // ---- Motion -------------------------------------------------------------------------------
 
+    MOTION motion() const { return m_motion->motion(); }
     void setMotion(MOTION motion);
     void setPose(const Quaternion& pose, std::chrono::nanoseconds glide);
 
     // ---- Counters of the IMU samples since the last open() of om::Camera ------------------------
 
-    void countingFrom(std::uint64_t firstNumber);
+    void startCounting(std::uint64_t firstNumber);
     void countDelivered() { m_delivered.fetch_add(1, std::memory_order_relaxed); }
-    std::uint64_t countedFrom() const { return m_countedFrom.load(); }
     std::uint64_t delivered() const { return m_delivered.load(); }
+    std::uint64_t produced() const; ///< up to now or to the unplugging
 
 private:
     struct Claim
@@ -117,30 +126,33 @@ private:
         std::function<void()> lost;
     };
 
-    CameraConfig m_config; ///< motion, pose, plugged and faults stand in the members below
+    const CameraConfig m_config; ///< motion, pose, plugged and faults stand in the members below
     const int m_id;
     Clock& m_clock;
-    const std::function<Field()> m_field;
-    EepromStore& m_eeproms;
+    const std::shared_ptr<EepromStore> m_eeproms;
+    const std::shared_ptr<Environment> m_environment;
+    const std::shared_ptr<MotionTimeline> m_motion;
 
-    mutable std::mutex m_mutex; ///< guards the faults, the claim, the source and the calibration
+    mutable std::mutex m_mutex; ///< guards the faults, the claim and the source
     Faults m_faults;
-    Nanoseconds m_frozenAt = 0;
+    Nanoseconds m_frozenAt = 0; ///< when the timestamps were frozen
     Claim m_claim;
     std::shared_ptr<SensorSource> m_source;
-    mutable std::optional<MagCalibration> m_calibration; ///< read at the first use
 
     std::atomic<bool> m_plugged{false};
     std::atomic<Nanoseconds> m_pluggedAt{0};
+    std::atomic<Nanoseconds> m_unpluggedAt{0};
+
+    mutable std::mutex m_calibrationMutex;
+    mutable std::optional<MagCalibration> m_calibration; ///< read at the first use
     std::atomic<std::uint64_t> m_calibrationVersion{0};
-    std::shared_ptr<MotionTimeline> m_motion;
 
     Script<SensorsEntry> m_sensorsScript;
     Script<ERROR_CODE> m_grabScript;
     Script<IMUReaderData> m_readerScript;
     Script<IMUPose> m_poseScript;
 
-    std::atomic<std::uint64_t> m_countedFrom{0};
+    std::atomic<std::uint64_t> m_firstCounted{UINT64_MAX};
     std::atomic<std::uint64_t> m_delivered{0};
 };
 

@@ -3,8 +3,7 @@
 ///
 /// Conventions, the same everywhere in the library:
 /// - Column vectors. A Transform with rotation R and translation t maps p to R p + t, and a * b
-/// applies
-///   b first. Orientation composes the same way: a * b is the rotation b followed by a.
+///   applies b first. Orientation composes the same way: a * b is the rotation b followed by a.
 /// - Quaternions are unit and in Hamilton's convention, scalar last in the fields.
 /// - Rotations are right-handed: a positive angle turns counter-clockwise seen against the axis.
 /// - Translation * Orientation is the vector turned by the rotation (not by its inverse).
@@ -22,7 +21,7 @@ class Translation : public Vector3<float>
 public:
     Translation() = default;
     Translation(float vx, float vy, float vz) : Vector3<float>(vx, vy, vz) {}
-    explicit Translation(const Vector3<float>& v) : Vector3<float>(v) {}
+    Translation(const Vector3<float>& v) : Vector3<float>(v) {}
 
     /// Scales to unit length. A vector of length 0 stays as it is.
     void normalize();
@@ -55,7 +54,8 @@ public:
 
     /// The smallest rotation that takes direction a onto direction b; lengths do not matter. For
     /// opposite directions it is half a turn about the coordinate axis that is most nearly
-    /// perpendicular to a, made perpendicular to it.
+    /// perpendicular to a (the first of equals), made perpendicular to it. The identity when a or b
+    /// has no length.
     Orientation(const Translation& a, const Translation& b);
 
     void setIdentity();

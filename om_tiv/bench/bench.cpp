@@ -1,0 +1,479 @@
+#include "bench/bench.h"
+
+#include "bench/bench_file.h"
+#include "bench/eeprom.h"
+#include "bench/virtual_camera.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <utility>
+
+namespace om::bench {
+
+using CameraPtr = std::shared_ptr<VirtualCamera>;
+
+struct Bench::Impl
+{
+    Clock clock;
+    CallLog log;
+
+    mutable std::mutex mutex; ///< guards what follows
+    std::vector<CameraPtr> cameras;
+    Field field;
+    std::shared_ptr<EepromStore> eeproms = std::make_shared<EepromStore>();
+    std::function<void()> deviceListHook;
+    std::function<void(const InitParameters&)> openHook;
+    int opens = 0;
+    int lists = 0;
+    int listsDuringOpen = 0;
+
+    CameraPtr find(unsigned int serial) const
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        const auto found = std::find_if(cameras.begin(), cameras.end(), [&](const CameraPtr& c) {
+            return c->serialNumber() == serial;
+        });
+        return found != cameras.end() ? *found : nullptr;
+    }
+
+    std::vector<CameraPtr> all() const
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        return cameras;
+    }
+
+    /// Takes all cameras off the bench.
+    void clear()
+    {
+        std::vector<CameraPtr> gone;
+        {
+            const std::lock_guard<std::mutex> lock(mutex);
+            gone.swap(cameras);
+        }
+        for (const CameraPtr& camera : gone) {
+            camera->unplug();
+        }
+    }
+
+    bool add(const CameraConfig& config)
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        const bool known = std::any_of(cameras.begin(), cameras.end(), [&](const CameraPtr& c) {
+            return c->serialNumber() == config.serialNumber;
+        });
+        if (known) {
+            return false;
+        }
+        const auto currentField = [this] {
+            const std::lock_guard<std::mutex> fieldLock(mutex);
+            return field;
+        };
+        cameras.push_back(std::make_shared<VirtualCamera>(config, static_cast<int>(cameras.size()),
+                                                          clock, currentField, eeproms));
+        return true;
+    }
+
+    void load(const BenchDescription& description)
+    {
+        clear();
+        {
+            const std::lock_guard<std::mutex> lock(mutex);
+            field = description.field;
+        }
+        for (const CameraConfig& config : description.cameras) {
+            add(config);
+        }
+    }
+};
+
+Bench& Bench::instance()
+{
+    // Never destroyed: a thread that outlives main() may still use it.
+    static Bench* const bench = [] {
+        auto* const made = new Bench;
+        const char* const file = std::getenv("OM_TIV_BENCH");
+        if (file == nullptr || *file == '\0') {
+            made->loadDefault();
+            return made;
+        }
+        std::string error;
+        if (!made->loadFile(file, error)) {
+            std::fprintf(stderr, "%s\n", error.c_str());
+        }
+        return made;
+    }();
+    return *bench;
+}
+
+Bench::Bench() : m_impl(std::make_unique<Impl>()) {}
+Bench::~Bench() = default;
+
+void Bench::reset()
+{
+    m_impl->clear();
+    m_impl->clock.reset();
+    m_impl->log.clear();
+    m_impl->log.setHighRate(false);
+    const std::lock_guard<std::mutex> lock(m_impl->mutex);
+    m_impl->field = Field();
+    m_impl->eeproms = std::make_shared<EepromStore>();
+    m_impl->deviceListHook = nullptr;
+    m_impl->openHook = nullptr;
+    m_impl->listsDuringOpen = 0;
+}
+
+bool Bench::loadFile(const std::string& path, std::string& error)
+{
+    BenchDescription description;
+    const bool good = readBenchFile(path, description, error);
+    m_impl->load(good ? description : BenchDescription());
+    return good;
+}
+
+void Bench::loadDefault()
+{
+    m_impl->load(defaultBench());
+}
+
+Clock& Bench::clock()
+{
+    return m_impl->clock;
+}
+CallLog& Bench::log()
+{
+    return m_impl->log;
+}
+
+Field Bench::field() const
+{
+    const std::lock_guard<std::mutex> lock(m_impl->mutex);
+    return m_impl->field;
+}
+
+void Bench::setField(const Field& field)
+{
+    const std::lock_guard<std::mutex> lock(m_impl->mutex);
+    m_impl->field = field;
+}
+
+// ---- Cameras ------------------------------------------------------------------------------------
+
+bool Bench::addCamera(const CameraConfig& config)
+{
+    return m_impl->add(config);
+}
+
+bool Bench::removeCamera(unsigned int serial)
+{
+    const CameraPtr camera = m_impl->find(serial);
+    if (!camera) {
+        return false;
+    }
+    {
+        const std::lock_guard<std::mutex> lock(m_impl->mutex);
+        auto& cameras = m_impl->cameras;
+        cameras.erase(std::remove(cameras.begin(), cameras.end(), camera), cameras.end());
+    }
+    camera->unplug();
+    return true;
+}
+
+bool Bench::plug(unsigned int serial)
+{
+    const CameraPtr camera = m_impl->find(serial);
+    if (camera) {
+        camera->plug();
+    }
+    return camera != nullptr;
+}
+
+bool Bench::unplug(unsigned int serial)
+{
+    const CameraPtr camera = m_impl->find(serial);
+    if (camera) {
+        camera->unplug();
+    }
+    return camera != nullptr;
+}
+
+CameraPtr Bench::camera(unsigned int serial) const
+{
+    return m_impl->find(serial);
+}
+std::vector<CameraPtr> Bench::cameras() const
+{
+    return m_impl->all();
+}
+
+std::vector<unsigned int> Bench::serialNumbers() const
+{
+    std::vector<unsigned int> serials;
+    for (const CameraPtr& camera : m_impl->all()) {
+        serials.push_back(camera->serialNumber());
+    }
+    return serials;
+}
+
+std::vector<CameraStatus> Bench::status() const
+{
+    std::vector<CameraStatus> all;
+    for (const CameraPtr& camera : m_impl->all()) {
+        all.push_back({camera->serialNumber(), camera->id(), camera->model(), camera->isPlugged(),
+                       camera->isInUse(), camera->motion()});
+    }
+    return all;
+}
+
+CameraConfig Bench::config(unsigned int serial) const
+{
+    const CameraPtr camera = m_impl->find(serial);
+    return camera ? camera->config() : CameraConfig();
+}
+
+Truth Bench::truth(unsigned int serial) const
+{
+    return truthAt(serial, m_impl->clock.now());
+}
+
+Truth Bench::truthAt(unsigned int serial, Nanoseconds time) const
+{
+    Truth truth;
+    if (const CameraPtr camera = m_impl->find(serial); camera) {
+        const BodyState body = camera->bodyAt(time);
+        truth.pose = body.pose;
+        truth.heading = magneticHeading(body.pose, camera->field());
+        truth.field = camera->fieldInBody(time);
+        truth.angularVelocity = body.angularVelocity;
+        truth.specificForce = body.specificForce;
+        truth.movingState = body.movingState;
+    }
+    return truth;
+}
+
+ImuCounters Bench::imuCounters(unsigned int serial) const
+{
+    const CameraPtr camera = m_impl->find(serial);
+    return camera ? ImuCounters{camera->produced(), camera->delivered()} : ImuCounters();
+}
+
+bool Bench::setMotion(unsigned int serial, MOTION motion)
+{
+    const CameraPtr camera = m_impl->find(serial);
+    if (camera) {
+        camera->setMotion(motion);
+    }
+    return camera != nullptr;
+}
+
+bool Bench::setPose(unsigned int serial, const Quaternion& pose, std::chrono::nanoseconds glide)
+{
+    const CameraPtr camera = m_impl->find(serial);
+    if (camera) {
+        camera->setPose(pose, glide);
+    }
+    return camera != nullptr;
+}
+
+Faults Bench::faults(unsigned int serial) const
+{
+    const CameraPtr camera = m_impl->find(serial);
+    return camera ? camera->faults() : Faults();
+}
+
+bool Bench::setFaults(unsigned int serial, const Faults& faults)
+{
+    return changeFaults(serial, [&](Faults& f) { f = faults; });
+}
+
+bool Bench::changeFaults(unsigned int serial, const std::function<void(Faults&)>& change)
+{
+    const CameraPtr camera = m_impl->find(serial);
+    if (camera) {
+        camera->changeFaults(change);
+    }
+    return camera != nullptr;
+}
+
+MagCalibration Bench::calibration(unsigned int serial) const
+{
+    const CameraPtr camera = m_impl->find(serial);
+    return camera ? camera->calibration() : MagCalibration();
+}
+
+bool Bench::storeCalibration(unsigned int serial, const MagCalibration& calibration)
+{
+    const CameraPtr camera = m_impl->find(serial);
+    return camera && camera->storeCalibration(calibration);
+}
+
+bool Bench::isGpuMemoryShort() const
+{
+    const auto cameras = m_impl->all();
+    return std::any_of(cameras.begin(), cameras.end(), [](const CameraPtr& camera) {
+        return camera->isInUse() && camera->faults().littleGpuMemory;
+    });
+}
+
+// ---- Scripts ------------------------------------------------------------------------------------
+
+bool Bench::scriptSensors(unsigned int serial, std::vector<SensorsEntry> entries, AFTER after)
+{
+    const CameraPtr camera = m_impl->find(serial);
+    if (camera) {
+        camera->sensorsScript().set(std::move(entries), after);
+        m_impl->clock.wake();
+    }
+    return camera != nullptr;
+}
+
+bool Bench::scriptSensors(unsigned int serial, Script<SensorsEntry>::Generator generator,
+                          AFTER after)
+{
+    const CameraPtr camera = m_impl->find(serial);
+    if (camera) {
+        camera->sensorsScript().set(std::move(generator), after);
+        m_impl->clock.wake();
+    }
+    return camera != nullptr;
+}
+
+bool Bench::appendSensors(unsigned int serial, std::vector<SensorsEntry> entries)
+{
+    const CameraPtr camera = m_impl->find(serial);
+    if (camera) {
+        camera->sensorsScript().append(std::move(entries));
+        m_impl->clock.wake();
+    }
+    return camera != nullptr;
+}
+
+bool Bench::scriptGrab(unsigned int serial, std::vector<ERROR_CODE> results, AFTER after)
+{
+    const CameraPtr camera = m_impl->find(serial);
+    if (camera) {
+        camera->grabScript().set(std::move(results), after);
+        m_impl->clock.wake();
+    }
+    return camera != nullptr;
+}
+
+bool Bench::scriptReader(unsigned int serial, std::vector<IMUReaderData> records, AFTER after)
+{
+    const CameraPtr camera = m_impl->find(serial);
+    if (camera) {
+        camera->readerScript().set(std::move(records), after);
+    }
+    return camera != nullptr;
+}
+
+bool Bench::scriptPose(unsigned int serial, std::vector<IMUPose> records, AFTER after)
+{
+    const CameraPtr camera = m_impl->find(serial);
+    if (camera) {
+        camera->poseScript().set(std::move(records), after);
+    }
+    return camera != nullptr;
+}
+
+ScriptStatus Bench::sensorsScript(unsigned int serial) const
+{
+    const CameraPtr camera = m_impl->find(serial);
+    return camera ? camera->sensorsScript().status() : ScriptStatus();
+}
+
+ScriptStatus Bench::grabScript(unsigned int serial) const
+{
+    const CameraPtr camera = m_impl->find(serial);
+    return camera ? camera->grabScript().status() : ScriptStatus();
+}
+
+ScriptStatus Bench::readerScript(unsigned int serial) const
+{
+    const CameraPtr camera = m_impl->find(serial);
+    return camera ? camera->readerScript().status() : ScriptStatus();
+}
+
+ScriptStatus Bench::poseScript(unsigned int serial) const
+{
+    const CameraPtr camera = m_impl->find(serial);
+    return camera ? camera->poseScript().status() : ScriptStatus();
+}
+
+bool Bench::clearScripts(unsigned int serial)
+{
+    const CameraPtr camera = m_impl->find(serial);
+    if (camera) {
+        camera->sensorsScript().clear();
+        camera->grabScript().clear();
+        camera->readerScript().clear();
+        camera->poseScript().clear();
+        m_impl->clock.wake();
+    }
+    return camera != nullptr;
+}
+
+// ---- Hooks --------------------------------------------------------------------------------------
+
+void Bench::setDeviceListHook(std::function<void()> hook)
+{
+    const std::lock_guard<std::mutex> lock(m_impl->mutex);
+    m_impl->deviceListHook = std::move(hook);
+}
+
+void Bench::setOpenHook(std::function<void(const InitParameters&)> hook)
+{
+    const std::lock_guard<std::mutex> lock(m_impl->mutex);
+    m_impl->openHook = std::move(hook);
+}
+
+int Bench::listsDuringOpen() const
+{
+    const std::lock_guard<std::mutex> lock(m_impl->mutex);
+    return m_impl->listsDuringOpen;
+}
+
+Bench::OpenScope::OpenScope(Bench& bench, const InitParameters& parameters) : m_bench(bench)
+{
+    std::function<void(const InitParameters&)> hook;
+    {
+        Impl& impl = *m_bench.m_impl;
+        const std::lock_guard<std::mutex> lock(impl.mutex);
+        ++impl.opens;
+        impl.listsDuringOpen += impl.lists;
+        hook = impl.openHook;
+    }
+    if (hook) {
+        hook(parameters);
+    }
+}
+
+Bench::OpenScope::~OpenScope()
+{
+    const std::lock_guard<std::mutex> lock(m_bench.m_impl->mutex);
+    --m_bench.m_impl->opens;
+}
+
+Bench::ListScope::ListScope(Bench& bench) : m_bench(bench)
+{
+    std::function<void()> hook;
+    {
+        Impl& impl = *m_bench.m_impl;
+        const std::lock_guard<std::mutex> lock(impl.mutex);
+        ++impl.lists;
+        impl.listsDuringOpen += impl.opens > 0 ? 1 : 0;
+        hook = impl.deviceListHook;
+    }
+    if (hook) {
+        hook();
+    }
+}
+
+Bench::ListScope::~ListScope()
+{
+    const std::lock_guard<std::mutex> lock(m_bench.m_impl->mutex);
+    --m_bench.m_impl->lists;
+}
+
+} // namespace om::bench

@@ -1,0 +1,336 @@
+#include "bench/bench_file.h"
+
+#include "bench/json_lines.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+namespace om::bench {
+
+namespace {
+
+constexpr std::size_t MOST_BYTES = 4 * 1024 * 1024;
+constexpr std::size_t MOST_CAMERAS = 64;
+
+struct MotionName
+{
+    const char* name;
+    MOTION motion;
+};
+
+constexpr std::array<MotionName, 5> MOTION_NAMES = {{{"at rest", MOTION::AT_REST},
+                                                     {"hand-held", MOTION::HAND_HELD},
+                                                     {"tumble", MOTION::TUMBLE},
+                                                     {"fall", MOTION::FALL},
+                                                     {"posed", MOTION::POSED}}};
+
+constexpr std::array<MODEL, 6> MODELS = {MODEL::TIV,   MODEL::TIV_N, MODEL::TIV_P,
+                                         MODEL::TIV_Q, MODEL::TIV_R, MODEL::TIV_S};
+
+double radians(double degrees)
+{
+    return degrees * PI / 180.0;
+}
+
+void readVector(JsonObject& object, const std::string& key, Vector& value, double most)
+{
+    std::array<double, 3> numbers = {value.x, value.y, value.z};
+    object.read(key, numbers.data(), numbers.size(), -most, most);
+    value = {numbers[0], numbers[1], numbers[2]};
+}
+
+/// Three numbers are the diagonal, three rows of three numbers the whole matrix.
+void readSoftIron(JsonObject& object, Matrix3& value)
+{
+    const JsonNode* const node = object.find("softIron");
+    if (node == nullptr) {
+        return;
+    }
+    const std::string path = object.path("softIron");
+    const auto isRow = [](const JsonNode& e) { return e.kind == JsonNode::KIND::ARRAY; };
+    if (node->kind != JsonNode::KIND::ARRAY || node->elements.size() != 3 ||
+        !std::any_of(node->elements.begin(), node->elements.end(), isRow)) {
+        std::array<double, 3> diagonal{};
+        JsonObject::numbersOf(*node, path, diagonal.data(), 3, -10.0, 10.0);
+        for (std::size_t i = 0; i < 3; ++i) {
+            value[i] = {};
+            value[i][i] = diagonal[i];
+        }
+        return;
+    }
+    for (std::size_t i = 0; i < 3; ++i) {
+        JsonObject::numbersOf(node->elements[i], path + "[" + std::to_string(i) + "]",
+                              value[i].data(), 3, -10.0, 10.0);
+    }
+}
+
+/// "1.3" to 0x0103.
+void readRelease(JsonObject& object, std::uint16_t& value)
+{
+    const JsonNode* const node = object.find("usbRelease");
+    std::string text;
+    object.read("usbRelease", text);
+    if (node == nullptr) {
+        return;
+    }
+    unsigned int major = 0;
+    unsigned int minor = 0;
+    int end = 0;
+    if (text.empty() || text.find_first_not_of("0123456789.") != std::string::npos ||
+        text.size() > 7 || std::sscanf(text.c_str(), "%u.%u%n", &major, &minor, &end) != 2 ||
+        static_cast<std::size_t>(end) != text.size() || major > 255 || minor > 255) {
+        throw JsonMistake(node->line, object.path("usbRelease"),
+                          "must be two numbers from 0 to 255 with a dot, as \"1.3\"");
+    }
+    value = static_cast<std::uint16_t>(major << 8 | minor);
+}
+
+void readPose(JsonObject& camera, Quaternion& pose)
+{
+    const JsonNode* const node = camera.find("pose");
+    if (node == nullptr) {
+        return;
+    }
+    JsonObject object(*node, camera.path("pose"));
+    double heading = 0.0;
+    double pitch = 0.0;
+    double roll = 0.0;
+    object.read("heading", heading, -360.0, 360.0);
+    object.read("pitch", pitch, -90.0, 90.0);
+    object.read("roll", roll, -180.0, 180.0);
+    object.finish();
+    pose = fromHeading(radians(heading), radians(pitch), radians(roll));
+}
+
+void readErrors(JsonObject& camera, SensorErrors& errors)
+{
+    const JsonNode* const node = camera.find("errors");
+    if (node == nullptr) {
+        return;
+    }
+    JsonObject object(*node, camera.path("errors"));
+    object.read("accelerationNoise", errors.accelerationNoise, 0.0, 100.0);
+    readVector(object, "accelerationBias", errors.accelerationBias, 100.0);
+    object.read("angularVelocityNoise", errors.angularVelocityNoise, 0.0, 1000.0);
+    readVector(object, "angularVelocityBias", errors.angularVelocityBias, 1000.0);
+    object.read("magneticNoise", errors.magneticNoise, 0.0, 1000.0);
+    object.read("pressureNoise", errors.pressureNoise, 0.0, 10000.0);
+    object.read("pressureBias", errors.pressureBias, -10000.0, 10000.0);
+    object.read("pressureDrift", errors.pressureDrift, 0.0, 10000.0);
+    object.read("temperatureNoise", errors.temperatureNoise, 0.0, 100.0);
+    object.finish();
+}
+
+void readFaults(JsonObject& camera, Faults& faults)
+{
+    const JsonNode* const node = camera.find("faults");
+    if (node == nullptr) {
+        return;
+    }
+    constexpr int most = 1000000;
+    JsonObject object(*node, camera.path("faults"));
+    object.readInteger("openResult", faults.openResult, 0, 255);
+    object.readInteger("openRefusals", faults.openRefusals, -1, most);
+    std::int64_t delay = faults.openDelay.count();
+    object.readInteger("openDelay", delay, 0, 600000);
+    faults.openDelay = std::chrono::milliseconds(delay);
+    object.readInteger("grabFailures", faults.grabFailures, 0, most);
+    object.readInteger("grabFailureResult", faults.grabFailureResult, 1, 255);
+    object.read("frozenTimestamps", faults.frozenTimestamps);
+    object.read("repeatedTimestamps", faults.repeatedTimestamps);
+    object.read("barometerAbsent", faults.barometerAbsent);
+    object.read("magnetometerAbsent", faults.magnetometerAbsent);
+    object.read("boardTemperaturesAbsent", faults.boardTemperaturesAbsent);
+    object.read("imuTemperatureAbsent", faults.imuTemperatureAbsent);
+    object.read("magnetometerSaturated", faults.magnetometerSaturated);
+    object.read("magneticDisturbance", faults.magneticDisturbance, 0.0, 2000.0);
+    object.read("littleGpuMemory", faults.littleGpuMemory);
+    object.read("mcuSilent", faults.mcuSilent);
+    object.read("mcuOpenRefused", faults.mcuOpenRefused);
+    object.read("eepromWriteRefused", faults.eepromWriteRefused);
+    object.readInteger("eepromReadbackDiffers", faults.eepromReadbackDiffers, 0, most);
+    object.finish();
+}
+
+CameraConfig readCamera(const JsonNode& node, const std::string& path)
+{
+    JsonObject object(node, path);
+    CameraConfig config;
+
+    const JsonNode& model = object.require("model");
+    std::string name;
+    object.read("model", name);
+    if (!modelFromName(name, config.model)) {
+        throw JsonMistake(model.line, object.path("model"),
+                          "must be one of \"TIV\", \"TIV_N\", \"TIV_P\", \"TIV_Q\", \"TIV_R\", "
+                          "\"TIV_S\"");
+    }
+    config.serialNumber = static_cast<unsigned int>(JsonObject::integerOf(
+        object.require("serialNumber"), object.path("serialNumber"), 0, UINT32_MAX));
+
+    object.readInteger("id", config.id, 0, 255);
+    object.readInteger("firmware", config.firmwareVersion, 0, 65535);
+    readRelease(object, config.usbRelease);
+    object.readInteger("usbProductId", config.usbProductId, 0, 65535);
+    object.read("plugged", config.plugged);
+    if (const JsonNode* const motion = object.find("motion"); motion != nullptr) {
+        std::string motionText;
+        object.read("motion", motionText);
+        if (!motionFromName(motionText, config.motion)) {
+            throw JsonMistake(motion->line, object.path("motion"),
+                              "must be one of \"at rest\", \"hand-held\", \"tumble\", \"fall\", "
+                              "\"posed\"");
+        }
+    }
+    readPose(object, config.pose);
+    object.readInteger("seed", config.seed, 0, INT64_MAX);
+    readVector(object, "hardIron", config.hardIron, 3000.0);
+    readSoftIron(object, config.softIron);
+    object.read("altitude", config.altitude, -500.0, 9000.0);
+    object.read("startTemperatures", config.startTemperatures.data(),
+                config.startTemperatures.size(), -40.0, 125.0);
+    readErrors(object, config.errors);
+    readFaults(object, config.faults);
+    object.finish();
+    return config;
+}
+
+BenchDescription readBench(const JsonNode& root)
+{
+    JsonObject object(root, "");
+    BenchDescription bench;
+    if (const JsonNode* const node = object.find("field"); node != nullptr) {
+        JsonObject field(*node, "field");
+        field.read("strength", bench.field.strength, 0.0, 1000.0);
+        field.read("inclination", bench.field.inclination, -90.0, 90.0);
+        field.read("declination", bench.field.declination, -180.0, 180.0);
+        field.finish();
+    }
+    const JsonNode& cameras = object.require("cameras");
+    if (cameras.kind != JsonNode::KIND::ARRAY) {
+        throw JsonMistake(cameras.line, "cameras", "must be an array of cameras");
+    }
+    if (cameras.elements.size() > MOST_CAMERAS) {
+        throw JsonMistake(cameras.line, "cameras",
+                          "holds " + std::to_string(cameras.elements.size()) +
+                              " cameras, at most " + std::to_string(MOST_CAMERAS) +
+                              " are possible");
+    }
+    for (std::size_t i = 0; i < cameras.elements.size(); ++i) {
+        const std::string path = "cameras[" + std::to_string(i) + "]";
+        const CameraConfig config = readCamera(cameras.elements[i], path);
+        for (std::size_t former = 0; former < bench.cameras.size(); ++former) {
+            if (bench.cameras[former].serialNumber == config.serialNumber) {
+                JsonObject camera(cameras.elements[i], path);
+                throw JsonMistake(camera.require("serialNumber").line, path + ".serialNumber",
+                                  std::to_string(config.serialNumber) +
+                                      " is already that of cameras[" + std::to_string(former) +
+                                      "]");
+            }
+        }
+        bench.cameras.push_back(config);
+    }
+    object.finish();
+    return bench;
+}
+
+/// FILE:LINE: REASON on one line, whatever keys and values hold.
+std::string errorLine(const std::string& name, int line, const std::string& reason)
+{
+    std::string text = name + (line > 0 ? ":" + std::to_string(line) : "") + ": " + reason;
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return (c >= 0 && c < ' ') || c == 127; }, ' ');
+    return text;
+}
+
+} // namespace
+
+std::string motionName(MOTION motion)
+{
+    for (const MotionName& entry : MOTION_NAMES) {
+        if (entry.motion == motion) {
+            return entry.name;
+        }
+    }
+    return {};
+}
+
+bool motionFromName(const std::string& name, MOTION& motion)
+{
+    for (const MotionName& entry : MOTION_NAMES) {
+        if (name == entry.name) {
+            motion = entry.motion;
+            return true;
+        }
+    }
+    return false;
+}
+
+bool modelFromName(const std::string& name, MODEL& model)
+{
+    for (const MODEL known : MODELS) {
+        if (name == toString(known).c_str()) {
+            model = known;
+            return true;
+        }
+    }
+    return false;
+}
+
+bool readBenchText(const std::string& text, const std::string& name, BenchDescription& description,
+                   std::string& error)
+{
+    try {
+        description = readBench(parseJson(text));
+        return true;
+    } catch (const JsonMistake& mistake) {
+        error = errorLine(name, mistake.line(), mistake.what());
+        return false;
+    }
+}
+
+bool readBenchFile(const std::string& path, BenchDescription& description, std::string& error)
+{
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
+                                                               &std::fclose);
+    std::string text;
+    if (file) {
+        text.resize(MOST_BYTES + 1);
+        text.resize(std::fread(text.data(), 1, text.size(), file.get()));
+    }
+    if (!file || std::ferror(file.get()) != 0) {
+        error = errorLine(path, 0, std::string("can't be read: ") + std::strerror(errno));
+        return false;
+    }
+    if (text.size() > MOST_BYTES) {
+        error = errorLine(path, 0, "larger than a bench file may be (4 MiB)");
+        return false;
+    }
+    return readBenchText(text, path, description, error);
+}
+
+BenchDescription defaultBench()
+{
+    BenchDescription bench;
+    CameraConfig config;
+    config.model = MODEL::TIV_Q;
+    config.serialNumber = 31415926;
+    bench.cameras.push_back(config);
+    config.model = MODEL::TIV_P;
+    config.serialNumber = 27182818;
+    config.hardIron = {-12.0, 31.5, -7.0};
+    config.softIron = {{{0.95, 0.0, 0.0}, {0.0, 1.04, 0.0}, {0.0, 0.0, 0.90}}};
+    bench.cameras.push_back(config);
+    config.model = MODEL::TIV_N;
+    config.serialNumber = 14142135;
+    bench.cameras.push_back(config);
+    return bench;
+}
+
+} // namespace om::bench

@@ -1,0 +1,68 @@
+/// @file
+/// The test picture that stands in for what a camera sees, and the measures that go with it.
+#pragma once
+
+#include <om_tiv/camera.h>
+
+#include <cstdint>
+#include <vector>
+
+namespace om {
+
+/// What a Mat holds, for those who fill it.
+class MatAccess
+{
+public:
+    static std::uint64_t& content(Mat& mat, MEM memory)
+    {
+        return memory == MEM::GPU ? mat.m_gpuContent : mat.m_hostContent;
+    }
+};
+
+} // namespace om
+
+namespace om::bench {
+
+/// What is to be seen: eight colour bars from white to black as on a test card, a grey ramp below
+/// them, and across the middle a dark band in which a white mark runs to and fro, once in 240
+/// frames. A cyan square stands in the upper left corner of the left image, a magenta one in the
+/// upper right corner of the right image.
+///
+/// The measures show a wall behind a floor, and the mark as a near object.
+///
+/// Only the band differs from frame to frame, so that a buffer that has had a frame gets just the
+/// band anew. A writer therefore costs next to nothing, and takes it that nobody else writes into
+/// the buffer.
+class Picture
+{
+public:
+    /// @param parameters in force: units, coordinate system and depth limits of the measures
+    explicit Picture(const InitParameters& parameters);
+
+    /// Fills the buffer, which is allocated when it does not fit.
+    /// @param size 0 by 0 for full, the size of one image
+    ERROR_CODE writeImage(Mat& mat, VIEW view, MEM memory, Resolution size, Resolution full,
+                          std::uint64_t frame);
+    ERROR_CODE writeMeasure(Mat& mat, MEASURE measure, MEM memory, Resolution size, Resolution full,
+                            std::uint64_t frame);
+
+private:
+    /// The kinds of content, each with rows of its own.
+    enum class KIND : std::uint64_t { LEFT = 1, RIGHT, SIDE_BY_SIDE, DEPTH, XYZ };
+
+    ERROR_CODE write(Mat& mat, KIND kind, MAT_TYPE type, MEM memory, Resolution size,
+                     std::uint64_t frame);
+    void fill(Mat& mat, KIND kind, MEM memory, std::uint64_t frame, bool bandOnly);
+    void renderRow(std::uint8_t* row, KIND kind, Resolution size, std::size_t y,
+                   std::uint64_t frame) const;
+    void renderImageRow(std::uint8_t* row, bool right, std::size_t width, std::size_t height,
+                        std::size_t y, std::uint64_t frame) const;
+    void renderMeasureRow(std::uint8_t* row, bool xyz, Resolution size, std::size_t y,
+                          std::uint64_t frame) const;
+
+    InitParameters m_parameters;
+    std::uint64_t m_identity; ///< differs from picture to picture
+    std::vector<std::uint8_t> m_rows;
+};
+
+} // namespace om::bench

@@ -1,0 +1,73 @@
+/// @file
+/// Makes the records of om::Camera::getSensorsData() from a virtual camera's samples.
+#pragma once
+
+#include "bench/virtual_camera.h"
+
+#include <om_tiv/sensors.h>
+
+#include <memory>
+#include <mutex>
+#include <optional>
+
+namespace om::bench {
+
+/// The sensor stream of one opening of a camera. It begins with the first samples after it. Any
+/// thread.
+class SensorReader
+{
+public:
+    SensorReader(std::shared_ptr<VirtualCamera> camera, COORDINATE_SYSTEM system);
+
+    /// TIME_REFERENCE::CURRENT. done() ends the wait for a new sample early.
+    void current(SensorsData& data, const std::function<bool()>& done);
+
+    /// The values at a moment of the past.
+    void at(Nanoseconds time, SensorsData& data);
+
+private:
+    /// A stream since the opening.
+    struct Stream
+    {
+        STREAM kind;
+        double rate;             ///< nominal, samples over which the effective rate is measured
+        std::uint64_t first = 0; ///< number of the first sample after the opening
+    };
+
+    std::optional<std::uint64_t> newest(const Stream& stream, Nanoseconds time) const;
+    float effectiveRate(const Stream& stream, std::uint64_t number) const;
+    void fill(Nanoseconds time, SensorsData& data);
+    void fillImu(std::uint64_t number, SensorsData& data);
+    void fillMagnetometer(Nanoseconds time, const Faults& faults, SensorsData& data);
+    void fillBarometer(Nanoseconds time, const Faults& faults, SensorsData& data);
+    void fillTemperatures(Nanoseconds time, const Faults& faults, SensorsData& data);
+    Vector3<float> inSystem(const Vector& body) const;
+
+    const std::shared_ptr<VirtualCamera> m_camera;
+    const std::shared_ptr<SensorSource> m_source;
+    const bool m_imageAxes;
+    Stream m_imu{STREAM::IMU, PhysicsSource::IMU_RATE};
+    Stream m_magnetometer{STREAM::MAGNETOMETER, PhysicsSource::MAGNETOMETER_RATE};
+    Stream m_barometer{STREAM::BAROMETER, PhysicsSource::BAROMETER_RATE};
+    double m_groundPressure = 0.0; ///< Pa, at the opening
+
+    std::mutex m_mutex;                      ///< guards what follows
+    std::optional<std::uint64_t> m_returned; ///< IMU sample of the last record
+
+    // The blocks of the last record; they change at a lower pace than the IMU's.
+    std::optional<std::uint64_t> m_magnetometerNumber;
+    std::uint64_t m_calibrationVersion = 0;
+    SensorsData::MagnetometerData m_magnetometerData;
+    std::optional<std::uint64_t> m_barometerNumber;
+    SensorsData::BarometerData m_barometerData;
+    std::optional<Nanoseconds> m_temperatureSlot;
+    SensorsData::TemperatureData m_temperatures;
+};
+
+/// The stored calibration applied to a reading in the body frame, uT: scale * (r - offset), times
+/// the mean radius that the scales stand for, the cube root of 1 / (s1 s2 s3), so that the result
+/// is in uT again. A neutral calibration gives the reading itself. Where the scales have no mean
+/// radius (0 or not finite), the result is left without that factor.
+Vector calibrated(const Vector& body, const MagCalibration& calibration);
+
+} // namespace om::bench

@@ -1,0 +1,225 @@
+#include "bench/virtual_camera.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace om::bench {
+
+VirtualCamera::VirtualCamera(const CameraConfig& config, int position, Clock& clock,
+                             std::function<Field()> field, std::shared_ptr<EepromStore> eeproms)
+    : m_config(config), m_id(config.id >= 0 ? config.id : position), m_clock(clock),
+      m_eeproms(std::move(eeproms)), m_environment(std::make_shared<Environment>()),
+      m_motion(std::make_shared<MotionTimeline>(config.motion, config.pose, clock.now()))
+{
+    m_environment->field = std::move(field);
+    m_source = std::make_shared<PhysicsSource>(m_config, m_motion, m_environment, m_clock.now());
+    changeFaults([&](Faults& faults) { faults = config.faults; });
+    if (config.plugged) {
+        plug();
+    }
+}
+
+CameraConfig VirtualCamera::config() const
+{
+    CameraConfig config = m_config;
+    config.id = m_id;
+    config.plugged = isPlugged();
+    config.motion = m_motion->motion();
+    config.pose = m_motion->poseAt(m_clock.now());
+    config.faults = faults();
+    return config;
+}
+
+Faults VirtualCamera::faults() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_faults;
+}
+
+void VirtualCamera::changeFaults(const std::function<void(Faults&)>& change)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const bool wasFrozen = m_faults.frozenTimestamps;
+    change(m_faults);
+    if (m_faults.frozenTimestamps && !wasFrozen) {
+        m_frozenAt = m_clock.now();
+    }
+    m_environment->magneticDisturbance.store(m_faults.magneticDisturbance);
+    m_environment->magnetometerSaturated.store(m_faults.magnetometerSaturated);
+}
+
+ERROR_CODE VirtualCamera::takeOpenRefusal()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_faults.openResult == ERROR_CODE::SUCCESS || m_faults.openRefusals == 0) {
+        return ERROR_CODE::SUCCESS;
+    }
+    if (m_faults.openRefusals > 0) {
+        --m_faults.openRefusals;
+    }
+    return m_faults.openResult;
+}
+
+ERROR_CODE VirtualCamera::takeGrabFailure()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_faults.grabFailures <= 0) {
+        return ERROR_CODE::SUCCESS;
+    }
+    --m_faults.grabFailures;
+    return m_faults.grabFailureResult;
+}
+
+bool VirtualCamera::takeReadbackDifference()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_faults.eepromReadbackDiffers <= 0) {
+        return false;
+    }
+    --m_faults.eepromReadbackDiffers;
+    return true;
+}
+
+void VirtualCamera::plug()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_plugged.load()) {
+        return;
+    }
+    const Nanoseconds now = m_clock.now();
+    m_source = std::make_shared<PhysicsSource>(m_config, m_motion, m_environment, now);
+    m_pluggedAt.store(now);
+    m_firstCounted.store(UINT64_MAX);
+    m_delivered.store(0);
+    m_plugged.store(true);
+}
+
+void VirtualCamera::unplug()
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (!m_plugged.load()) {
+            return;
+        }
+        m_unpluggedAt.store(m_clock.now());
+        m_plugged.store(false);
+        const Claim claim = std::exchange(m_claim, Claim());
+        if (claim.lost) {
+            claim.lost();
+        }
+    }
+    m_clock.wake();
+}
+
+bool VirtualCamera::claim(const void* owner, std::function<void()> lost)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (!m_plugged.load() || m_claim.owner != nullptr) {
+        return false;
+    }
+    m_claim = {owner, std::move(lost)};
+    return true;
+}
+
+void VirtualCamera::release(const void* owner)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_claim.owner == owner) {
+        m_claim = Claim();
+    }
+}
+
+bool VirtualCamera::isInUse() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_claim.owner != nullptr;
+}
+
+BodyState VirtualCamera::bodyAt(Nanoseconds time) const
+{
+    return m_motion->at(time);
+}
+
+Vector VirtualCamera::fieldInBody(Nanoseconds time) const
+{
+    return rotate(conjugate(m_motion->poseAt(time)), m_environment->fieldAt(time));
+}
+
+std::shared_ptr<SensorSource> VirtualCamera::source() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_source;
+}
+
+Nanoseconds VirtualCamera::reportedTime(STREAM stream, std::uint64_t number) const
+{
+    std::shared_ptr<SensorSource> source;
+    bool frozen = false;
+    Nanoseconds frozenAt = 0;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        source = m_source;
+        frozen = m_faults.frozenTimestamps;
+        frozenAt = m_frozenAt;
+        if (m_faults.repeatedTimestamps) {
+            number &= ~std::uint64_t{1};
+        }
+    }
+    if (frozen) {
+        number = std::min(number, source->newest(stream, frozenAt).value_or(0));
+    }
+    return source->timeOf(stream, number);
+}
+
+MagCalibration VirtualCamera::calibration() const
+{
+    const std::lock_guard<std::mutex> lock(m_calibrationMutex);
+    if (!m_calibration) {
+        m_calibration = m_eeproms->read(m_config.serialNumber);
+    }
+    return *m_calibration;
+}
+
+bool VirtualCamera::storeCalibration(const MagCalibration& calibration)
+{
+    const bool written = m_eeproms->write(m_config.serialNumber, calibration);
+    const std::lock_guard<std::mutex> lock(m_calibrationMutex);
+    m_calibration = calibration;
+    m_calibrationVersion.fetch_add(1);
+    return written;
+}
+
+void VirtualCamera::reloadCalibration()
+{
+    const MagCalibration calibration = m_eeproms->reload(m_config.serialNumber);
+    const std::lock_guard<std::mutex> lock(m_calibrationMutex);
+    m_calibration = calibration;
+    m_calibrationVersion.fetch_add(1);
+}
+
+void VirtualCamera::setMotion(MOTION motion)
+{
+    m_motion->setMotion(motion, m_clock.now());
+}
+
+void VirtualCamera::setPose(const Quaternion& pose, std::chrono::nanoseconds glide)
+{
+    m_motion->setPose(pose, m_clock.now(),
+                      static_cast<Nanoseconds>(std::max<std::int64_t>(glide.count(), 0)));
+}
+
+void VirtualCamera::startCounting(std::uint64_t firstNumber)
+{
+    m_delivered.store(0);
+    m_firstCounted.store(firstNumber);
+}
+
+std::uint64_t VirtualCamera::produced() const
+{
+    const std::uint64_t first = m_firstCounted.load();
+    const Nanoseconds until = isPlugged() ? m_clock.now() : m_unpluggedAt.load();
+    const auto newest = source()->newest(STREAM::IMU, until);
+    return newest && *newest >= first ? *newest - first + 1 : 0;
+}
+
+} // namespace om::bench
