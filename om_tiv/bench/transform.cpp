@@ -88,26 +88,25 @@ Orientation::Orientation(const Rotation& rotation)
 
 Orientation::Orientation(const Translation& a, const Translation& b)
 {
-    Translation from = a;
-    Translation to = b;
-    from.normalize();
-    to.normalize();
-    const Eigen::Vector3d u = eigen(from).cast<double>();
-    const Eigen::Vector3d v = eigen(to).cast<double>();
-    if (u.isZero(0.0) || v.isZero(0.0)) {
+    const Eigen::Vector3d from = eigen(a).cast<double>();
+    const Eigen::Vector3d to = eigen(b).cast<double>();
+    if (from.isZero(0.0) || to.isZero(0.0)) {
         return; // a vector without a direction turns nothing
     }
-    // 1 + cos and sin times the axis: the quaternion of twice the angle's half, before scaling.
-    Eigen::Quaterniond q(1.0 + u.dot(v), 0.0, 0.0, 0.0);
-    q.vec() = u.cross(v);
-    constexpr double OPPOSITE = 1e-6; // of the quaternion's length; floats are no better
-    if (q.norm() < OPPOSITE) {
+    const Eigen::Vector3d u = from.normalized();
+    const Eigen::Vector3d v = to.normalized();
+    // The sum of the two is twice the cosine of half the angle long, their product the sine of the
+    // angle. 1 + cos, which would do as well, has no digits left near half a turn.
+    const double sum = (u + v).norm();
+    Eigen::Quaterniond q(0.5 * sum, 0.0, 0.0, 0.0);
+    constexpr double OPPOSITE = 1e-6; // floats don't tell directions better
+    if (sum < OPPOSITE) {
         Eigen::Index axis = 0;
         u.cwiseAbs().minCoeff(&axis);
-        const Eigen::Vector3d perpendicular =
-            (Eigen::Vector3d::Unit(axis) - u(axis) * u).normalized();
         q.w() = 0.0;
-        q.vec() = perpendicular;
+        q.vec() = Eigen::Vector3d::Unit(axis) - u(axis) * u;
+    } else {
+        q.vec() = u.cross(v) / sum;
     }
     assign(*this, q.normalized().cast<float>());
 }

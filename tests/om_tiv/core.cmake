@@ -1,0 +1,4 @@
+# The camera on the bench, and the bench itself.
+foreach(name transform mat)
+  gravimon_add_test(tst_${name} SOURCES tst_${name}.cpp LIBRARIES gravimon::om_bench)
+endforeach()
