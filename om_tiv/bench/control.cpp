@@ -1,0 +1,369 @@
+#include "bench/control.h"
+
+#include "bench/bench.h"
+#include "bench/bench_file.h"
+#include "bench/control_server.h"
+#include "bench/eeprom.h"
+#include "bench/hex.h"
+#include "bench/virtual_camera.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <mutex>
+#include <stdexcept>
+
+namespace om::bench {
+
+namespace {
+
+using nlohmann::json;
+
+constexpr double DEGREES = 180.0 / PI;
+constexpr double LONGEST_GLIDE = 600.0; ///< s
+
+/// A request that is refused, with the reason for whoever sent it.
+class Refusal : public std::runtime_error
+{
+    using std::runtime_error::runtime_error;
+};
+
+const json& member(const json& object, const char* key)
+{
+    const auto found = object.find(key);
+    if (found == object.end()) {
+        throw Refusal(std::string("\"") + key + "\" is missing");
+    }
+    return *found;
+}
+
+double number(const json& object, const char* key, double least, double most)
+{
+    const json& value = member(object, key);
+    if (!value.is_number() || !(value.get<double>() >= least && value.get<double>() <= most)) {
+        throw Refusal(std::string("\"") + key + "\" must be a number from " + json(least).dump() +
+                      " to " + json(most).dump());
+    }
+    return value.get<double>();
+}
+
+std::string text(const json& object, const char* key)
+{
+    const json& value = member(object, key);
+    if (!value.is_string()) {
+        throw Refusal(std::string("\"") + key + "\" must be a text");
+    }
+    return value.get<std::string>();
+}
+
+/// The faults that are not at their default, by the keys of bench files.
+json faultsAsJson(const Faults& faults, bool all)
+{
+    const Faults none;
+    json object = json::object();
+    const auto put = [&](const char* key, const auto& value, const auto& neutral) {
+        if (all || value != neutral) {
+            object[key] = value;
+        }
+    };
+    put("openResult", static_cast<int>(faults.openResult), static_cast<int>(none.openResult));
+    put("openRefusals", faults.openRefusals, none.openRefusals);
+    put("openDelay", faults.openDelay.count(), none.openDelay.count());
+    put("grabFailures", faults.grabFailures, none.grabFailures);
+    put("grabFailureResult", static_cast<int>(faults.grabFailureResult),
+        static_cast<int>(none.grabFailureResult));
+    put("frozenTimestamps", faults.frozenTimestamps, none.frozenTimestamps);
+    put("repeatedTimestamps", faults.repeatedTimestamps, none.repeatedTimestamps);
+    put("barometerAbsent", faults.barometerAbsent, none.barometerAbsent);
+    put("magnetometerAbsent", faults.magnetometerAbsent, none.magnetometerAbsent);
+    put("boardTemperaturesAbsent", faults.boardTemperaturesAbsent, none.boardTemperaturesAbsent);
+    put("imuTemperatureAbsent", faults.imuTemperatureAbsent, none.imuTemperatureAbsent);
+    put("magnetometerSaturated", faults.magnetometerSaturated, none.magnetometerSaturated);
+    put("magneticDisturbance", faults.magneticDisturbance, none.magneticDisturbance);
+    put("littleGpuMemory", faults.littleGpuMemory, none.littleGpuMemory);
+    put("mcuSilent", faults.mcuSilent, none.mcuSilent);
+    put("mcuOpenRefused", faults.mcuOpenRefused, none.mcuOpenRefused);
+    put("eepromWriteRefused", faults.eepromWriteRefused, none.eepromWriteRefused);
+    put("eepromReadbackDiffers", faults.eepromReadbackDiffers, none.eepromReadbackDiffers);
+    return object;
+}
+
+json triple(const Vector& v, double scale = 1.0)
+{
+    return {scale * v.x, scale * v.y, scale * v.z};
+}
+
+/// A camera in the words of a bench file, read by the bench file's own reader.
+CameraConfig readCamera(const json& camera)
+{
+    BenchDescription description;
+    std::string error;
+    if (!readBenchText(json{{"cameras", json::array({camera})}}.dump(), "camera", description,
+                       error)) {
+        // The place in the file means nothing here; the key does.
+        const std::string place = "cameras[0]";
+        const std::size_t at = error.find(place);
+        throw Refusal(at == std::string::npos ? error : "camera" + error.substr(at + place.size()));
+    }
+    return description.cameras.front();
+}
+
+class Request
+{
+public:
+    Request(Bench& bench, const json& request) : m_bench(bench), m_request(request) {}
+
+    json answer()
+    {
+        struct Command
+        {
+            const char* name;
+            json (Request::*run)();
+        };
+        static constexpr Command COMMANDS[] = {
+            {"list", &Request::list},     {"add", &Request::add},
+            {"remove", &Request::remove}, {"plug", &Request::plug},
+            {"unplug", &Request::unplug}, {"motion", &Request::motion},
+            {"pose", &Request::pose},     {"field", &Request::field},
+            {"fault", &Request::fault},   {"eeprom", &Request::eeprom},
+        };
+        const std::string name = text(m_request, "command");
+        std::string known;
+        for (const Command& command : COMMANDS) {
+            if (name == command.name) {
+                json result = (this->*command.run)();
+                result["ok"] = true;
+                return result;
+            }
+            known += (known.empty() ? "" : ", ") + std::string(command.name);
+        }
+        throw Refusal("no command \"" + name + "\"; there are " + known);
+    }
+
+private:
+    std::shared_ptr<VirtualCamera> camera() const
+    {
+        const json& value = member(m_request, "serialNumber");
+        if (!value.is_number_unsigned() || value.get<std::uint64_t>() > UINT32_MAX) {
+            throw Refusal("\"serialNumber\" must be a whole number");
+        }
+        const auto serial = value.get<unsigned int>();
+        auto found = m_bench.camera(serial);
+        if (!found) {
+            throw Refusal("no camera with serial number " + std::to_string(serial) +
+                          " on the bench");
+        }
+        return found;
+    }
+
+    json list()
+    {
+        json cameras = json::array();
+        for (const CameraStatus& status : m_bench.status()) {
+            const ImuCounters counters = m_bench.imuCounters(status.serialNumber);
+            const Truth truth = m_bench.truth(status.serialNumber);
+            cameras.push_back({{"serialNumber", status.serialNumber},
+                               {"model", toString(status.model).c_str()},
+                               {"id", status.id},
+                               {"state", !status.plugged          ? "unplugged"
+                                         : !status.inUse          ? "plugged"
+                                         : counters.delivered > 0 ? "streaming"
+                                                                  : "open"},
+                               {"motion", motionName(status.motion)},
+                               {"samplesProduced", counters.produced},
+                               {"samplesRead", counters.delivered},
+                               {"faults", faultsAsJson(m_bench.faults(status.serialNumber), false)},
+                               {"truth",
+                                {{"heading", truth.heading * DEGREES},
+                                 {"pose", {truth.pose.x, truth.pose.y, truth.pose.z, truth.pose.w}},
+                                 {"field", triple(truth.field)},
+                                 {"specificForce", triple(truth.specificForce)},
+                                 {"angularVelocity", triple(truth.angularVelocity, DEGREES)},
+                                 {"movingState", truth.movingState}}}});
+        }
+        return {{"cameras", cameras}};
+    }
+
+    json add()
+    {
+        const CameraConfig config = readCamera(member(m_request, "camera"));
+        if (!m_bench.addCamera(config)) {
+            throw Refusal("there is a camera with serial number " +
+                          std::to_string(config.serialNumber) + " already");
+        }
+        return json::object();
+    }
+
+    json remove()
+    {
+        m_bench.removeCamera(camera()->serialNumber());
+        return json::object();
+    }
+
+    json plug()
+    {
+        const auto target = camera();
+        if (target->isPlugged()) {
+            throw Refusal(std::to_string(target->serialNumber()) + " is plugged in");
+        }
+        m_bench.plug(target->serialNumber());
+        return json::object();
+    }
+
+    json unplug()
+    {
+        const auto target = camera();
+        if (!target->isPlugged()) {
+            throw Refusal(std::to_string(target->serialNumber()) + " is not plugged in");
+        }
+        m_bench.unplug(target->serialNumber());
+        return json::object();
+    }
+
+    json motion()
+    {
+        const auto target = camera();
+        const std::string name = text(m_request, "motion");
+        MOTION value = MOTION::AT_REST;
+        if (!motionFromName(name, value)) {
+            throw Refusal("no motion \"" + name +
+                          R"("; there are "at rest", "hand-held", "tumble", "fall", "posed")");
+        }
+        m_bench.setMotion(target->serialNumber(), value);
+        return json::object();
+    }
+
+    json pose()
+    {
+        const auto target = camera();
+        const json& angles = member(m_request, "pose");
+        if (!angles.is_object()) {
+            throw Refusal("\"pose\" must be an object");
+        }
+        const Quaternion value = fromHeading(number(angles, "heading", -360.0, 360.0) / DEGREES,
+                                             number(angles, "pitch", -90.0, 90.0) / DEGREES,
+                                             number(angles, "roll", -180.0, 180.0) / DEGREES);
+        const double glide =
+            m_request.contains("glide") ? number(m_request, "glide", 0.0, LONGEST_GLIDE) : 0.3;
+        m_bench.setPose(target->serialNumber(), value,
+                        std::chrono::nanoseconds(std::llround(glide * 1e9)));
+        return json::object();
+    }
+
+    json field()
+    {
+        Field value = m_bench.field();
+        if (m_request.contains("field")) {
+            const json& given = m_request.at("field");
+            if (!given.is_object()) {
+                throw Refusal("\"field\" must be an object");
+            }
+            value.strength = number(given, "strength", 0.0, 1000.0);
+            value.inclination = number(given, "inclination", -90.0, 90.0);
+            value.declination = number(given, "declination", -180.0, 180.0);
+            m_bench.setField(value);
+        }
+        return {{"field",
+                 {{"strength", value.strength},
+                  {"inclination", value.inclination},
+                  {"declination", value.declination}}}};
+    }
+
+    json fault()
+    {
+        const auto target = camera();
+        if (m_request.value("clear", false)) {
+            m_bench.setFaults(target->serialNumber(), Faults());
+        }
+        if (m_request.contains("faults")) {
+            const json& given = m_request.at("faults");
+            if (!given.is_object()) {
+                throw Refusal("\"faults\" must be an object");
+            }
+            json wanted = faultsAsJson(target->faults(), true);
+            wanted.update(given);
+            const Faults faults =
+                readCamera({{"model", "TIV_Q"}, {"serialNumber", 1}, {"faults", wanted}}).faults;
+            m_bench.setFaults(target->serialNumber(), faults);
+        }
+        return {{"faults", faultsAsJson(target->faults(), true)}};
+    }
+
+    json eeprom()
+    {
+        const auto target = camera();
+        const std::string action = text(m_request, "action");
+        if (action == "erase") {
+            if (!m_bench.storeCalibration(target->serialNumber(), MagCalibration())) {
+                throw Refusal(
+                    "the image could not be written; the calibration is neutral until the "
+                    "program ends");
+            }
+        } else if (action == "dump") {
+            const std::string path = EepromStore().path(target->serialNumber());
+            std::ifstream file(path, std::ios::binary);
+            const std::string image((std::istreambuf_iterator<char>(file)),
+                                    std::istreambuf_iterator<char>());
+            if (image.empty()) {
+                throw Refusal("no image is kept for " + std::to_string(target->serialNumber()) +
+                              " (" + path + ")");
+            }
+            return {{"image", toHex(image)}, {"path", path}};
+        } else if (action != "show") {
+            throw Refusal("no action \"" + action + R"("; there are "show", "dump", "erase")");
+        }
+        const MagCalibration calibration = m_bench.calibration(target->serialNumber());
+        return {{"scale", calibration.scale},
+                {"offset", calibration.offset},
+                {"neutral", calibration.isNeutral()}};
+    }
+
+    Bench& m_bench;
+    const json& m_request;
+};
+
+} // namespace
+
+std::string answerControl(Bench& bench, const std::string& request)
+{
+    json answer;
+    try {
+        const json parsed = json::parse(request, nullptr, false);
+        if (!parsed.is_object()) {
+            throw Refusal("a request is a JSON object on one line");
+        }
+        answer = Request(bench, parsed).answer();
+    } catch (const std::exception& refusal) {
+        answer = {{"ok", false}, {"error", refusal.what()}};
+    }
+    return answer.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+void startControl(Bench& bench)
+{
+    static std::once_flag once;
+    std::call_once(once, [&bench] {
+        const std::string path = controlPath();
+        if (path.empty()) {
+            return;
+        }
+        std::string error;
+        auto server = ControlServer::start(
+            path, [&bench](const std::string& request) { return answerControl(bench, request); },
+            error);
+        if (!server) {
+            std::fprintf(stderr, "om_tiv: no control socket: %s\n", error.c_str());
+            return;
+        }
+        // Ends with the process: before the bench's own statics, which are never destroyed.
+        static ControlServer* running = nullptr;
+        running = server.release();
+        std::atexit([] { delete running; });
+    });
+}
+
+} // namespace om::bench

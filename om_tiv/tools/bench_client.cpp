@@ -1,0 +1,157 @@
+#include "tools/bench_client.h"
+
+#include "bench/control_server.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#include <dirent.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace om::bench {
+
+namespace {
+
+constexpr int answerTimeoutMs = 10000;
+
+/// A connected descriptor, or -1 with errno.
+int connectTo(const std::string& path)
+{
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof address.sun_path) {
+        errno = ENAMETOOLONG;
+        return -1;
+    }
+    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (fd < 0) {
+        return -1;
+    }
+    if (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+        const int why = errno;
+        ::close(fd);
+        errno = why;
+        return -1;
+    }
+    return fd;
+}
+
+std::vector<std::string> socketsIn(const std::string& folder)
+{
+    std::vector<std::string> paths;
+    DIR* const dir = ::opendir(folder.c_str());
+    if (dir == nullptr) {
+        return paths;
+    }
+    while (const dirent* entry = ::readdir(dir)) { // NOLINT(concurrency-mt-unsafe): its own stream
+        const std::string name = entry->d_name;
+        if (name.rfind("bench-", 0) == 0 && name.size() > 5 &&
+            name.compare(name.size() - 5, 5, ".sock") == 0) {
+            paths.push_back(folder + "/" + name);
+        }
+    }
+    ::closedir(dir);
+    std::sort(paths.begin(), paths.end());
+    return paths;
+}
+
+} // namespace
+
+std::unique_ptr<BenchClient> BenchClient::connect(const std::string& path, std::string& error)
+{
+    std::string wanted = path;
+    if (wanted.empty()) {
+        const char* given =
+            std::getenv("OM_TIV_CONTROL"); // NOLINT(concurrency-mt-unsafe): one thread
+        if (given != nullptr && given[0] == '/') {
+            wanted = given;
+        }
+    }
+    if (!wanted.empty()) {
+        const int fd = connectTo(wanted);
+        if (fd < 0) {
+            error =
+                wanted + ": " + std::strerror(errno); // NOLINT(concurrency-mt-unsafe): one thread
+            return nullptr;
+        }
+        return std::unique_ptr<BenchClient>(new BenchClient(fd));
+    }
+
+    const std::string folder = controlFolder();
+    std::vector<std::pair<std::string, int>> alive;
+    for (const std::string& candidate : socketsIn(folder)) {
+        const int fd = connectTo(candidate);
+        if (fd >= 0) {
+            alive.emplace_back(candidate, fd);
+        }
+    }
+    if (alive.size() == 1) {
+        return std::unique_ptr<BenchClient>(new BenchClient(alive.front().second));
+    }
+    if (alive.empty()) {
+        error = "no running bench: start gravimon first (looked in " + folder + ")";
+    } else {
+        error = "several benches run, choose one with --socket:";
+        for (const auto& [candidate, fd] : alive) {
+            error += " " + candidate;
+            ::close(fd);
+        }
+    }
+    return nullptr;
+}
+
+BenchClient::~BenchClient()
+{
+    ::close(m_fd);
+}
+
+bool BenchClient::ask(const nlohmann::json& request, nlohmann::json& answer, std::string& error)
+{
+    const std::string line =
+        request.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+    for (std::size_t sent = 0; sent < line.size();) {
+        const ssize_t count = ::send(m_fd, line.data() + sent, line.size() - sent, MSG_NOSIGNAL);
+        if (count < 0 && errno != EINTR) {
+            error = "the bench has gone";
+            return false;
+        }
+        sent += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+    }
+    std::size_t end = 0;
+    while ((end = m_input.find('\n')) == std::string::npos) {
+        pollfd waiting = {m_fd, POLLIN, 0};
+        const int ready = ::poll(&waiting, 1, answerTimeoutMs);
+        if (ready < 0 && errno == EINTR) {
+            continue;
+        }
+        if (ready == 0) {
+            error = "the bench does not answer";
+            return false;
+        }
+        std::array<char, 16384> bytes;
+        const ssize_t count = ::recv(m_fd, bytes.data(), bytes.size(), 0);
+        if (count <= 0) {
+            error = "the bench has gone";
+            return false;
+        }
+        m_input.append(bytes.data(), static_cast<std::size_t>(count));
+    }
+    answer = nlohmann::json::parse(
+        m_input.begin(), m_input.begin() + static_cast<std::ptrdiff_t>(end), nullptr, false);
+    m_input.erase(0, end + 1);
+    if (!answer.is_object()) {
+        error = "the bench's answer is not what a bench answers";
+        return false;
+    }
+    return true;
+}
+
+} // namespace om::bench
