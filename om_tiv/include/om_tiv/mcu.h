@@ -16,20 +16,27 @@ enum _imu_odr : int { IMU_ODR_400_HZ = 2 };
 
 #pragma pack(push, 1)
 
-/// One sensor record of the microcontroller; packed, little-endian.
+/// One sensor record of the microcontroller; packed, little-endian. Sensor axes: 1 down, 2 left,
+/// 3 forward (body -y, -x, -z). Values beyond the range of a field stand at its end.
 struct IMUReaderData
 {
-    std::uint8_t linkValid = 0;            ///< 1: the record is good
-    std::uint8_t sequence = 0;             ///< counts records
-    std::uint64_t timestamp = 0;           ///< ticks of 39 us since the microcontroller's start
-    std::int16_t acceleration[3] = {};     ///< sensor axes, 4096 counts to 1 g
+    /// 1: the record is good. 0: the link is not open, capture is stopped, the camera is gone or
+    /// its microcontroller is silent; all other fields are then 0.
+    std::uint8_t linkValid = 0;
+    std::uint8_t sequence = 0; ///< counts records, modulo 256
+    /// Ticks of 39 us since the microcontroller's start: of the magnetometer's reading where it is
+    /// new, otherwise of the IMU's.
+    std::uint64_t timestamp = 0;
+    /// Sensor axes, 4096 counts to 1 g; specific force, thus +1 g upward at rest.
+    std::int16_t acceleration[3] = {};
     std::int16_t angularVelocity[3] = {};  ///< sensor axes, 32.8 counts to 1 degree per second
     std::int16_t imuTemperature = 0;       ///< 100 counts to 1 degree Celsius
-    std::uint32_t pressure = 0;            ///< 100 counts to 1 Pa
+    std::uint32_t pressure = 0;            ///< 100 counts to 1 Pa; 0 without a barometer
     std::int16_t barometerTemperature = 0; ///< 100 counts to 1 degree Celsius
     /// 0 no data, 1 no new reading, 2 or more a new reading
     std::uint8_t magState = 0;
-    std::int16_t mag[3] = {}; ///< sensor axes 1 to 3, raw, 16 counts to 1 uT
+    /// Sensor axes 1 to 3, raw, 16 counts to 1 uT. A saturated reading has -32768 on axis 3.
+    std::int16_t mag[3] = {};
 };
 static_assert(offsetof(IMUReaderData, linkValid) == 0, "");
 static_assert(offsetof(IMUReaderData, timestamp) == 2, "");
@@ -37,23 +44,36 @@ static_assert(offsetof(IMUReaderData, magState) == 30, "");
 static_assert(offsetof(IMUReaderData, mag) == 31, "");
 static_assert(sizeof(IMUReaderData) == 37, "");
 
-/// The pose record of the microcontroller's fusion; packed, little-endian.
+/// The pose record of the microcontroller's fusion; packed, little-endian. A default record stands
+/// for none: no link, no capture, no sample yet.
 struct IMUPose
 {
-    std::uint64_t timestamp = 0;   ///< ns
-    float orientation[4] = {};     ///< x, y, z, w
-    float rotation[9] = {};        ///< row-major
+    std::uint64_t timestamp = 0;   ///< ns since the epoch of the library's clock
+    float orientation[4] = {};     ///< x, y, z, w: from the body to a world with x east and y up
+    float rotation[9] = {};        ///< the same, row-major
     float angularVelocity[3] = {}; ///< degrees per second, sensor axes
     float reserved1[13] = {};
-    float acceleration[3] = {};  ///< m/s^2, sensor axes; second argument of calcMagHeading
-    float magCalibrated[3] = {}; ///< corrected field, uT, sensor axes
+    /// Specific force, m/s^2, sensor axes; second argument of calcMagHeading.
+    float acceleration[3] = {};
+    /// uT, sensor axes: the raw field corrected with the stored calibration, whose gains count by
+    /// their ratios, so that the field keeps its unit; the raw field while that is neutral.
+    float magCalibrated[3] = {};
     float reserved2[22] = {};
     float magUncalibrated[3] = {}; ///< raw field, uT, sensor axes; first argument of calcMagHeading
     float reserved3[3] = {};
-    /// 0 good, 1 acceptable, 2 not good, 3 not calibrated, other not available
+    /// How far the heading can be trusted: 0 good, 1 acceptable, 2 not good, 3 not calibrated (the
+    /// stored calibration is neutral), other not available (no magnetometer, no reading yet).
+    ///
+    /// The figure behind it is the spread of the corrected field over the readings of the last
+    /// 30 s: that of its strength (standard deviation by mean) or that of its angle with the
+    /// horizon (radians), whichever is larger, the six ends of the sensor axes weighing alike. Up
+    /// to 2.5 % is good, up to 6 % acceptable. A calibration is good only once it was seen at all
+    /// six ends, and while, over the last 2 s, no reading was saturated and the strength stayed
+    /// within 5 % of the calibration's radius.
     std::int32_t headingState = 4;
-    float headingAccuracy = 0.0F; ///< 0 worst to 1 best
-    float heading = 0.0F; ///< with the stored calibration, radians clockwise from magnetic north
+    float headingAccuracy = 0.0F; ///< 1 at a figure of 0, falling evenly to 0 at one of 10 %
+    /// With the stored calibration, as calcMagHeading gives it for the corrected field.
+    float heading = 0.0F;
 };
 static_assert(offsetof(IMUPose, acceleration) == 124, "");
 static_assert(offsetof(IMUPose, magUncalibrated) == 236, "");
@@ -62,7 +82,7 @@ static_assert(offsetof(IMUPose, headingAccuracy) == 264, "");
 static_assert(offsetof(IMUPose, heading) == 268, "");
 
 /// The magnetometer calibration as the EEPROM holds it; packed, little-endian, sensor axes. A raw
-/// reading r in uT is corrected to scale * (r - offset). Neutral: scale 1, offset 0.
+/// reading r in uT is corrected to scale * (r - offset). Neutral: scale 1, offset 0 or -0.
 struct _mag_calib_data
 {
     std::uint8_t reserved; ///< not evaluated
@@ -75,54 +95,80 @@ static_assert(sizeof(_mag_calib_data) == 25, "");
 
 #pragma pack(pop)
 
-/// The link to the microcontroller of one camera. The viewer's Camera and this link exclude each
-/// other.
+/// The link to the microcontroller of one camera (TIV_N, TIV_P, TIV_Q). An om::Camera and this link
+/// exclude each other, and so do two links.
 ///
-/// Threads: all operations may run on any thread, beside each other; an operation on a link that is
-/// not open does nothing and returns failure or an invalid record.
+/// Threads: all operations but the destructor may run on any thread, beside each other. The two
+/// public members have no lock: the operations that are said to change them must not run beside
+/// their use on another thread.
+///
+/// An operation on a link that is not open, whose camera was unplugged or whose microcontroller is
+/// silent returns failure or an invalid record, and otherwise does nothing. A camera that was
+/// unplugged needs a new open().
 class TIVmcu
 {
 public:
     /// Prepares a link; opens nothing.
-    /// @param verbose   writes what happens to standard error
-    /// @param vendorId  USB vendor identifier
-    /// @param model     model of the camera
-    /// @param bootloader the device is in its boot loader (not supported by the stand-in)
-    /// @param path      system path of the device; empty finds it by serial number
+    /// @param verbose    writes what happens to standard error
+    /// @param vendorId   USB vendor identifier, 0x7C15
+    /// @param model      model of the camera; the serial number finds it, whatever its model
+    /// @param bootloader the device is in its boot loader: open() then fails with INVALID_INPUT
+    /// @param path       path of the device in hid_enumerate; empty finds it by serial number alone
     TIVmcu(bool verbose, unsigned short vendorId, MODEL model, bool bootloader, std::string path);
     ~TIVmcu(); ///< closes
     TIVmcu(const TIVmcu&) = delete;
     TIVmcu& operator=(const TIVmcu&) = delete;
 
-    /// Opens the device of the serial number. 0 means success.
-    /// @param exclusive  refuses when another process has the device open
+    /// Opens the device of the serial number; an open link is closed first. Capture is off.
+    ///
+    /// Returns 0 for success, or the value of an ERROR_CODE: NOT_DETECTED when no such device is
+    /// plugged in, IN_USE when an om::Camera or another link has it, TIMEOUT when its
+    /// microcontroller does not answer, FAILURE when it refuses.
+    /// @param exclusive  keeps other processes away; the stand-in's cameras have none
     /// @param odr        output data rate
-    /// @param accelBias  three floats subtracted from the acceleration, or null
-    /// @param gyroBias   three floats subtracted from the angular velocity, or null
-    /// @param fusion     the microcontroller's fusion runs (pose records)
-    /// @param raw        only raw records
+    /// @param accelBias  three floats subtracted from the acceleration, m/s^2, sensor axes, or
+    /// null;
+    ///                   copied
+    /// @param gyroBias   three floats subtracted from the angular velocity, degrees per second,
+    ///                   sensor axes, or null; copied
+    /// @param fusion     the microcontroller's fusion runs; without it pose records are of no data
+    /// @param raw        only raw records, no pose records
     int open(unsigned int serial, bool exclusive, _imu_odr odr, float* accelBias, float* gyroBias,
              bool fusion, bool raw);
-    void close();
+    void close(); ///< ends capture, clears captureRunning
 
     /// Starts the stream and sets captureRunning.
     /// @param period least time between two records in ms; 0 for every one
     void startCapture(float period);
     void stopCapture(); ///< ends the stream and clears captureRunning
 
-    /// The latest record; returns at once, whether new data exist or not. A reading is new
-    /// (magState 2) in one record and known (magState 1) in those that follow.
+    /// The latest record; returns at once, whether new data exist or not. A reading of the
+    /// magnetometer is new (magState 2) in one record and known (magState 1) in those that follow.
     IMUReaderData getIMUReaderData();
-    /// @param sensors fusion inputs; 6 for accelerometer, gyroscope and magnetometer
+    /// The latest record of the fusion; returns at once.
+    /// @param sensors fusion inputs; 6 for accelerometer, gyroscope and magnetometer. Any other
+    ///                value leaves out what needs the magnetometer.
     IMUPose getIMUPose(int sensors);
 
-    /// Tilt-compensated heading in radians, clockwise from magnetic north, in [0, 2 pi); without
-    /// the stored calibration. Sensor axes: 1 down, 2 left, 3 forward at rest.
+    /// Tilt-compensated heading of the forward axis in radians, clockwise from magnetic north, in
+    /// [0, 2 pi); works on its arguments alone, without the stored calibration. Any units; sensor
+    /// axes: 1 down, 2 left, 3 forward.
+    ///
+    /// With d = -acceleration and m = mag: east = d x m, north = east x d, and the heading is
+    /// atan2(east . forward, north . forward) of the unit vectors (M. J. Caruso, "Applications of
+    /// Magnetic Sensors for Low Cost Compass Systems", IEEE PLANS 2000, in vector form). 0 where
+    /// there is no heading: one of the two is null, or they are parallel.
     float calcMagHeading(Vector3<float> mag, Vector3<float> acceleration);
 
-    /// Reads the EEPROM into storedMagCalib.
+    /// Reads the EEPROM into storedMagCalib; leaves it as it is when the EEPROM can't be read.
+    /// @param all the whole memory, or only what may have changed; no difference to the calibration
     void updateEepromMemory(bool all);
-    /// Starts the write. 0 means success.
+    /// Writes the calibration, which is in force from then on, also for om::Camera, and survives
+    /// the end of the process. Any values are stored as they are; what is not finite or has a scale
+    /// that is not positive corrects nothing and makes the heading not good.
+    ///
+    /// Returns 0 for success, or the value of an ERROR_CODE: FAILURE when refused or not open,
+    /// CAMERA_GONE, TIMEOUT. Read back to be sure.
     int writeMagCalibInEEprom(_mag_calib_data& data);
 
     bool captureRunning = false; ///< true between startCapture() and stopCapture()

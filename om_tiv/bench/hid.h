@@ -1,0 +1,19 @@
+/// @file
+/// The virtual cameras as USB HID devices.
+#pragma once
+
+#include <om_tiv/types.h>
+
+#include <string>
+
+namespace om::bench {
+
+constexpr unsigned short USB_VENDOR_ID = 0x7C15;
+
+/// USB product id of the model's microcontroller; 0 for a model without one on USB.
+unsigned short usbProductId(MODEL model);
+
+/// The path by which hid_enumerate lists the device of a virtual camera.
+std::string hidPath(unsigned int serial);
+
+} // namespace om::bench

@@ -1,0 +1,16 @@
+# The microcontroller, its EEPROM, and the USB HID devices.
+foreach(name eeprom heading mcu mcu_threads)
+  gravimon_add_test(tst_${name} SOURCES tst_${name}.cpp LIBRARIES gravimon::om_bench)
+endforeach()
+gravimon_add_test(tst_mcu_calibration SOURCES tst_mcu_calibration.cpp
+                  LIBRARIES gravimon::om_bench Eigen3::Eigen)
+gravimon_add_test(tst_hid SOURCES tst_hid.cpp LIBRARIES gravimon::om_bench gravimon::hid_sim)
+
+if(TARGET hidbed)
+  gravimon_add_test(tst_hidbed SOURCES tst_hidbed.cpp)
+  target_compile_definitions(tst_hidbed PRIVATE
+    HIDBED="$<TARGET_FILE:hidbed>"
+    HIDPROBE="$<TARGET_FILE:hidprobe>"
+    HIDPROBE_WITH_BENCH="$<TARGET_FILE:hidprobe_with_bench>")
+  add_dependencies(tst_hidbed hidbed hidprobe hidprobe_with_bench)
+endif()
