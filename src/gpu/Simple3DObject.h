@@ -57,19 +57,19 @@ protected:
     std::vector<float> vertices; ///< x, y, z per vertex
     std::vector<float> colors;   ///< r, g, b per vertex
     std::vector<unsigned int> indices;
+    bool isStatic;
+    bool needDrawing = false; ///< the GPU copy may be drawn
+    GLenum drawingType = 4;   // GL_TRIANGLES
+    QOpenGLVertexArrayObject vao;
+    GLuint vboID[3] = {}; ///< vertices, colours, elements
+    om::Translation position;
+    om::Orientation rotation;
 
 private:
-    /// One buffer with the vector's content, bound to the attribute.
+    /// Uploads the vector and binds the buffer to the attribute.
     void uploadAttribute(GLuint buffer, GLuint attribute, const std::vector<float>& values);
     GLenum usage() const;
 
-    bool isStatic;
-    bool needDrawing = false;
-    GLenum drawingType = 4; // GL_TRIANGLES
-    QOpenGLVertexArrayObject vao;
-    GLuint vboID[3] = {}; // vertices, colours, elements
-    om::Translation position;
-    om::Orientation rotation;
     bool hasFunctions = false; // a context was current at construction
 };
 

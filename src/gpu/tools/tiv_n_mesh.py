@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Makes the mesh of the small model, src/gpu/Tiv3D_N.cpp. Run without arguments after a change.
+"""Makes the mesh of the small model, src/gpu/Tiv3D_N.cpp. Run without arguments after a change; a
+file name as argument writes there.
 
 Metres; x along the bar, y up, the lenses look along -z. The view paints without a depth test, table
 after table, so black lies over every piece of aluminium that it overlaps on the screen. Aluminium is
@@ -11,6 +12,7 @@ Rows and counts that others rely on are checked before anything is written.
 
 import math
 import os
+import sys
 
 # --- the body's numbers -----------------------------------------------------------------------
 
@@ -19,8 +21,8 @@ BODY_Y = 0.0125  # half height of the black body
 BODY_RIGHT = 0.092368
 BODY_LEFT = -0.030863  # of the flange at the back
 CORNER = 0.0046
-SHORT_LEFT = -0.0285  # of the body in front of the flange, inside the cap
-SHORT_CORNER = 0.003
+SHORT_LEFT = -0.0272  # of the body in front of the flange, just inside the cap
+SHORT_CORNER = 0.0005
 FRONT, BACK = -0.018, 0.0065
 STRIP = 0.000564  # half width of the rim strip
 BAND = 0.00225  # half width of the band on top
@@ -82,17 +84,21 @@ def fan(table, centre, ring):
 
 
 def outline(inset, short):
-    """The body seen from the front, counter-clockwise from the right: four corner arcs."""
-    left = SHORT_LEFT if short else BODY_LEFT
+    """The body seen from the front, counter-clockwise from the right: four corner arcs.
+
+    The end inside the cap takes no part in the inset: nobody sees its edge.
+    """
     points = []
     for quarter in range(4):
-        right = quarter in (0, 3)
-        r = CORNER if right or not short else SHORT_CORNER
-        cx = BODY_RIGHT - r if right else left + r
-        cy = (BODY_Y - r) * (1 if quarter < 2 else -1)
+        r = CORNER - inset
+        cx = BODY_RIGHT - CORNER
+        if quarter in (1, 2):
+            r = SHORT_CORNER if short else r
+            cx = SHORT_LEFT + r if short else BODY_LEFT + CORNER
+        cy = (BODY_Y - inset - r) * (1 if quarter < 2 else -1)
         for k in range(CORNER_POINTS):
             a = math.radians(90 * (quarter + k / (CORNER_POINTS - 1)))
-            points.append((cx + (r - inset) * math.cos(a), cy + (r - inset) * math.sin(a)))
+            points.append((cx + r * math.cos(a), cy + r * math.sin(a)))
     return points
 
 
@@ -248,14 +254,14 @@ def make_cap():
                 points += arc[::-1]
         return points
 
-    outer = section(0.0098, -0.0168, 0.0048, 0.0025, STRIP)
+    outer = section(0.0110, -0.0174, 0.0050, 0.0025, STRIP)
     inner = section(RIM, -0.0188, 0.0060, 0.0030, STRIP)
     assert len(outer) == 17
     face = outer[:]
     # One point more on the straight side at the back.
     wrap = max(range(17), key=lambda i: abs(face[i][0] - face[(i + 1) % 17][0])
                if face[i][1] > 0.004 and face[(i + 1) % 17][1] > 0.004 else -1)
-    face.insert(wrap + 1, (0.0, 0.0048))
+    face.insert(wrap + 1, (0.0, 0.0050))
     centre = put(35, (-0.031809, 0.0, -0.006))
     ring = put_all(36, [(-0.031809, y, z) for y, z in face])
     a = put_all(54, [(-0.031809, y, z) for y, z in outer])
@@ -457,6 +463,8 @@ def main():
         parts.append(f"const om::Vector3<float> {name}({rgb});")
     parts += ["", "} // namespace TIV_N_obj", "// clang-format on", ""]
     target = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "Tiv3D_N.cpp")
+    if len(sys.argv) > 1:
+        target = sys.argv[1]
     with open(target, "w", encoding="ascii") as out:
         out.write("\n".join(parts).replace("-0.0F", "0.0F"))
     for name, rows in triangles.items():
