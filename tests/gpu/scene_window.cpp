@@ -1,7 +1,5 @@
-/// A window with the 3D view alone, to look at the meshes:
-///
-///     tests/support/run-test --display build/debug/bin/scene_window --model 1 --turn 30,0,0 \
-///         --steps 40 --shot mesh.png
+/// A window with the 3D view alone, to look at the meshes. Takes a picture of them like this:
+///     tests/support/run-test --display build/debug/bin/scene_window --model 1 --shot mesh.png
 #include "camera/ProgramStates.h"
 #include "gpu/CameraGL.h"
 #include "gpu/OGL3DWidget.h"

@@ -1,0 +1,65 @@
+/// @file
+/// The 3D view with its inside opened, and pictures of it as the display shows it.
+#pragma once
+
+#include "camera/ProgramStates.h"
+#include "gpu/CameraGL.h"
+#include "gpu/OGL3DWidget.h"
+#include "gpu/Simple3DObject.h"
+
+#include <QImage>
+
+/// The vertices of an object that belongs to somebody else.
+class OpenObject : public Simple3DObject
+{
+public:
+    static const std::vector<float>& verticesOf(const Simple3DObject& object)
+    {
+        return object.*(&OpenObject::vertices);
+    }
+    static const std::vector<float>& colorsOf(const Simple3DObject& object)
+    {
+        return object.*(&OpenObject::colors);
+    }
+    static const std::vector<unsigned int>& indicesOf(const Simple3DObject& object)
+    {
+        return object.*(&OpenObject::indices);
+    }
+    static const GLuint* buffersOf(const Simple3DObject& object)
+    {
+        return object.*(&OpenObject::vboID);
+    }
+    static GLenum drawingTypeOf(const Simple3DObject& object)
+    {
+        return object.*(&OpenObject::drawingType);
+    }
+};
+
+class SceneView : public OGL3DWidget
+{
+public:
+    using OGL3DWidget::OGL3DWidget;
+
+    using OGL3DWidget::addVert;
+    using OGL3DWidget::axes;
+    using OGL3DWidget::camera;
+    using OGL3DWidget::cameraModel;
+    using OGL3DWidget::CreateTIVModel;
+    using OGL3DWidget::currentMouse;
+    using OGL3DWidget::dynamicAxes;
+    using OGL3DWidget::floorGrid;
+    using OGL3DWidget::mouseMotion;
+    using OGL3DWidget::mousePressed;
+    using OGL3DWidget::previousMouse;
+    using OGL3DWidget::sceneReady;
+    using OGL3DWidget::shaderProgram;
+    using OGL3DWidget::viewHeight;
+    using OGL3DWidget::viewWidth;
+
+    /// Shows the view alone on the screen, without a frame, and waits until it can draw.
+    bool showOnScreen(int width, int height);
+    /// The same with the scene of a camera model.
+    bool showScene(int width, int height, int model);
+    /// Repaints and takes the view's picture from the display.
+    QImage picture();
+};
