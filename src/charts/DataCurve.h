@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QColor>
+#include <QString>
+
+#include <qwt_plot_curve.h>
+
+/// A line through its samples, with a solid pen that is kept by colour and width.
+class DataCurve : public QwtPlotCurve
+{
+public:
+    /// A black line of width 1.0, not antialiased, clipped and filtered by Qwt.
+    explicit DataCurve(const QString& title);
+
+    /// Sets the pen: solid, `width` in pixels.
+    void setLine(const QColor& colour, double width);
+
+private:
+    QColor lineColour = Qt::black;
+    double lineWidth = 1.0;
+};

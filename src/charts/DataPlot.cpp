@@ -1,0 +1,189 @@
+#include "charts/DataPlot.h"
+
+#include "charts/Background.h"
+#include "charts/CurveTracker.h"
+#include "charts/DenseCurve.h"
+#include "charts/TimeScaleDraw.h"
+#include "look/Style.h"
+#include "look/clr.h"
+
+#include <QFontMetrics>
+#include <QPen>
+
+#include <qwt_painter.h>
+#include <qwt_picker_machine.h>
+#include <qwt_plot_canvas.h>
+#include <qwt_plot_grid.h>
+#include <qwt_plot_layout.h>
+#include <qwt_scale_widget.h>
+
+namespace {
+
+constexpr double curveWidth = 2.0; // pixels
+
+struct CurveRow
+{
+    const char* title;
+    const char* colour;
+    DataPlot::SensorType mode;
+};
+
+// By DataPlot::DataType.
+constexpr CurveRow curveTable[DataPlot::curveCount] = {
+    {"Acc. X", "#ff5757", DataPlot::Accelerometer},
+    {"Acc. Y", "#30d695", DataPlot::Accelerometer},
+    {"Acc. Z", "#00beff", DataPlot::Accelerometer},
+    {"Gyr. X", "#ff5757", DataPlot::Gyroscope},
+    {"Gyr. Y", "#30d695", DataPlot::Gyroscope},
+    {"Gyr. Z", "#00beff", DataPlot::Gyroscope},
+    {"Mag. X", "#ff5757", DataPlot::Magnetometer},
+    {"Mag. Y", "#30d695", DataPlot::Magnetometer},
+    {"Mag. Z", "#00beff", DataPlot::Magnetometer},
+    {"Or. X", "#ff5757", DataPlot::Orientation},
+    {"Or. Y", "#30d695", DataPlot::Orientation},
+    {"Or. Z", "#00beff", DataPlot::Orientation},
+    {"Rel. Altitude", "#ff5730", DataPlot::Barometer},
+    {"Temperature Camera Left", "#30d695", DataPlot::Temperature},
+    {"Temperature Camera Right", "#00beff", DataPlot::Temperature},
+};
+
+// By DataPlot::SensorType.
+constexpr const char* valueTitles[] = {
+    "Accelerations [m/s²]", "Angular velocities [°/s]",   "Magnetic fields [µT]",
+    "Orientation [°]",      "Atmospheric Pressure [hPa]", "Camera temperatures [°C]",
+};
+constexpr int modeCount = static_cast<int>(std::size(valueTitles));
+
+} // namespace
+
+DataPlot::DataPlot(QWidget* parent) : QwtPlot(parent)
+{
+    setAutoReplot(false);
+
+    auto* plotCanvas = new QwtPlotCanvas;
+    plotCanvas->setFrameStyle(0);
+    plotCanvas->setLineWidth(0);
+    plotCanvas->setPalette(Qt::white);
+    plotCanvas->setPaintAttribute(QwtPlotCanvas::BackingStore, true);
+    plotCanvas->setPaintAttribute(QwtPlotCanvas::ImmediatePaint, false);
+    setCanvas(plotCanvas);
+
+    QwtPainter::setPolylineSplitting(true);
+    plotLayout()->setAlignCanvasToScales(true);
+
+    auto* grid = new QwtPlotGrid;
+    grid->setPen(QColor("#C0C0C0"), 1.0, Qt::DotLine);
+    grid->enableX(false);
+    grid->attach(this);
+
+    const Style style;
+
+    timeTitle.setText(tr("Timestamp [h:m:s]"));
+    timeTitle.setFont(style.fontMonoMedium9);
+    setAxisTitle(QwtPlot::xBottom, timeTitle);
+    setAxisFont(QwtPlot::xBottom, style.fontMonoLight10);
+
+    setAxisScaleDraw(QwtPlot::xBottom, new TimeScaleDraw(QTime(0, 0, 0, 0)));
+    axisScaleDraw(QwtPlot::xBottom)->setTickLength(QwtScaleDiv::MajorTick, 3.0);
+    setAxisScale(QwtPlot::xBottom, 0.0, 10.0);
+    setAxisMaxMinor(QwtPlot::xBottom, 0);
+    setAxisLabelRotation(QwtPlot::xBottom, 0.0);
+    setAxisLabelAlignment(QwtPlot::xBottom, Qt::AlignHCenter | Qt::AlignBottom);
+
+    const QString axisSheet = tr("color: %1").arg(clr::med_black);
+    axisWidget(QwtPlot::xBottom)->setStyleSheet(axisSheet);
+    axisWidget(QwtPlot::yLeft)->setStyleSheet(axisSheet);
+
+    // The first label may hang over the left end of the axis, the last has room at the right end.
+    QwtScaleWidget* timeAxis = axisWidget(QwtPlot::xBottom);
+    const int labelWidth = QFontMetrics(timeAxis->font()).horizontalAdvance("hh:mm:ss");
+    timeAxis->setMinBorderDist(-(labelWidth / 2), labelWidth / 2);
+
+    valueTitle.setFont(style.fontMonoMedium9);
+    setAxisFont(QwtPlot::yLeft, style.fontMonoLight10);
+    setAxisAutoScale(QwtPlot::yLeft, false);
+    setAxisMaxMinor(QwtPlot::yLeft, 0);
+    axisScaleDraw(QwtPlot::yLeft)->setTickLength(QwtScaleDiv::MajorTick, 0.0);
+
+    auto* background = new Background;
+    background->attach(this);
+
+    createCurves();
+    setSensorType(Accelerometer);
+
+    auto* tracker = new CurveTracker(canvas());
+    tracker->setStateMachine(new QwtPickerTrackerMachine);
+    tracker->setRubberBandPen(QColor("MediumOrchid"));
+}
+
+DataPlot::~DataPlot()
+{
+    for (DataCurve*& curve : curves) {
+        delete curve;
+        curve = nullptr;
+    }
+}
+
+void DataPlot::createCurves()
+{
+    for (int i = 0; i < curveCount; ++i) {
+        const CurveRow& row = curveTable[i];
+        auto* curve = new DenseCurve(tr(row.title));
+        curve->setLine(QColor(row.colour), curveWidth);
+        curve->attach(this);
+        curves[static_cast<std::size_t>(i)] = curve;
+    }
+}
+
+void DataPlot::setSensorType(SensorType type)
+{
+    for (DataCurve* curve : curves) {
+        showCurve(curve, false, false);
+    }
+    if (type >= 0 && type < modeCount) {
+        valueTitle.setText(tr(valueTitles[type]));
+        for (std::size_t i = 0; i < curves.size(); ++i) {
+            if (curveTable[i].mode == type) {
+                showCurve(curves[i], true, false);
+            }
+        }
+    }
+    setAxisTitle(QwtPlot::yLeft, valueTitle);
+    setAxisTitle(QwtPlot::xBottom, timeTitle);
+    replot();
+}
+
+void DataPlot::updateData(DataType curve, QVector<double> x, QVector<double> y, bool replot)
+{
+    curves[static_cast<std::size_t>(curve)]->setSamples(x, y);
+    if (replot) {
+        this->replot();
+    }
+}
+
+void DataPlot::setValRange(double min, double max, bool replot)
+{
+    setRange(QwtPlot::yLeft, min, max, replot);
+}
+
+void DataPlot::setTimeRange(double min, double max, bool replot)
+{
+    setRange(QwtPlot::xBottom, min, max, replot);
+}
+
+void DataPlot::showCurve(QwtPlotItem* item, bool visible, bool replot)
+{
+    item->setVisible(visible);
+    if (replot) {
+        this->replot();
+    }
+}
+
+void DataPlot::setRange(int axis, double min, double max, bool replot)
+{
+    setAxisScale(axis, min, max, 0.0);
+    setAxisMaxMinor(axis, 0);
+    if (replot) {
+        this->replot();
+    }
+}

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QTime>
+
+#include <qwt_scale_draw.h>
+
+/// Labels a time axis in seconds with the time of day, "hh:mm:ss".
+class TimeScaleDraw : public QwtScaleDraw
+{
+public:
+    /// base is the time of day at value 0.
+    explicit TimeScaleDraw(const QTime& base);
+
+    /// The time of day `value` seconds after the base, the fraction cut off. Wraps at midnight in
+    /// both directions.
+    QwtText label(double value) const override;
+
+private:
+    QTime baseTime;
+};

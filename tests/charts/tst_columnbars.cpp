@@ -1,0 +1,331 @@
+#include "charts/ColumnBars.h"
+
+#include <QtTest>
+
+#include <qwt_scale_map.h>
+
+#include <cmath>
+#include <limits>
+
+using columnbars::PixelMap;
+using columnbars::reduce;
+using columnbars::Reduction;
+using columnbars::Span;
+
+namespace columnbars {
+bool operator==(const Span& a, const Span& b)
+{
+    return a.first == b.first && a.last == b.last;
+}
+} // namespace columnbars
+
+namespace {
+
+constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
+constexpr double infinite = std::numeric_limits<double>::infinity();
+
+// One unit of x is a pixel, one unit of y a pixel upward from row 100.
+QwtScaleMap xScale()
+{
+    QwtScaleMap map;
+    map.setScaleInterval(0.0, 200.0);
+    map.setPaintInterval(0.0, 200.0);
+    return map;
+}
+
+QwtScaleMap yScale()
+{
+    QwtScaleMap map;
+    map.setScaleInterval(0.0, 100.0);
+    map.setPaintInterval(100.0, 0.0);
+    return map;
+}
+
+const QRect clip(-2, -2, 204, 104);
+
+struct Samples
+{
+    std::vector<double> x;
+    std::vector<double> y;
+
+    void add(double time, double value)
+    {
+        x.push_back(time);
+        y.push_back(value);
+    }
+    // `count` samples on the pixel column, all of the value
+    void fill(int column, int count, double value)
+    {
+        for (int i = 0; i < count; ++i) {
+            add(column - 0.4 + 0.8 * i / count, value);
+        }
+    }
+    Reduction reduced(int penWidth = 2) const
+    {
+        return reduce(x.data(), y.data(), {0, static_cast<int>(x.size()) - 1}, PixelMap(xScale()),
+                      PixelMap(yScale()), clip, penWidth);
+    }
+};
+
+} // namespace
+
+class TestColumnBars : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void denseColumnBecomesOneBar();
+    void barIsAsWideAsThePen();
+    void barReachesFromLowestToHighestValue();
+    void neighboursMeetHalfWay();
+    void columnsGoingBackAreJoinedToo();
+    void sparseSamplesBecomeOneLine();
+    void shortRunsAreLeftToTheLine();
+    void lineJoinsTwoRunsAcrossAGap();
+    void sampleThatIsNoNumberLeavesAGap_data();
+    void sampleThatIsNoNumberLeavesAGap();
+    void samplesBesideTheCanvasLeaveNoBar();
+    void lineFromFarOffTheCanvasIsKept();
+    void valuesFarOffTheCanvasAreCut();
+    void singleSampleLeavesNothing();
+    void onlyTheGivenSpanCounts();
+    void mirroredTimeAxisGivesTheMirroredBars();
+    void axisWithoutWidthGivesOneColumn();
+};
+
+void TestColumnBars::denseColumnBecomesOneBar()
+{
+    Samples samples;
+    samples.fill(50, 40, 30.0);
+    const Reduction reduction = samples.reduced();
+    QCOMPARE(reduction.bars, std::vector<QRect>{QRect(49, 69, 2, 2)});
+    QVERIFY(reduction.lines.empty());
+}
+
+void TestColumnBars::barIsAsWideAsThePen()
+{
+    Samples samples;
+    samples.fill(50, 40, 30.0);
+    QCOMPARE(samples.reduced(1).bars, std::vector<QRect>{QRect(50, 70, 1, 1)});
+    QCOMPARE(samples.reduced(3).bars, std::vector<QRect>{QRect(49, 69, 3, 3)});
+    QCOMPARE(samples.reduced(4).bars, std::vector<QRect>{QRect(48, 68, 4, 4)});
+}
+
+void TestColumnBars::barReachesFromLowestToHighestValue()
+{
+    Samples samples;
+    samples.fill(50, 40, 30.0);
+    samples.y[7] = 80.0;
+    samples.y[23] = 10.0;
+    QCOMPARE(samples.reduced().bars, std::vector<QRect>{QRect(49, 19, 2, 72)});
+}
+
+void TestColumnBars::neighboursMeetHalfWay()
+{
+    Samples samples;
+    samples.fill(50, 20, 30.0);
+    samples.fill(51, 20, 50.0);
+    samples.fill(52, 20, 40.0);
+    const std::vector<QRect> expected{QRect(49, 59, 2, 12), // rows 60 to 70
+                                      QRect(50, 49, 2, 12), // 50 to 60, and to 55 on the right
+                                      QRect(51, 54, 2, 7)}; // 55 to 60
+    QCOMPARE(samples.reduced().bars, expected);
+    QVERIFY(samples.reduced().lines.empty());
+}
+
+void TestColumnBars::columnsGoingBackAreJoinedToo()
+{
+    Samples samples;
+    samples.fill(50, 20, 30.0);
+    samples.fill(49, 20, 50.0);
+    const std::vector<QRect> expected{QRect(49, 59, 2, 12), QRect(48, 49, 2, 12)};
+    QCOMPARE(samples.reduced().bars, expected);
+}
+
+void TestColumnBars::sparseSamplesBecomeOneLine()
+{
+    Samples samples;
+    for (int i = 0; i < 50; ++i) {
+        samples.add(4.0 * i, 50.0 + i % 7);
+    }
+    const Reduction reduction = samples.reduced();
+    QVERIFY(reduction.bars.empty());
+    QCOMPARE(reduction.lines, (std::vector<Span>{{0, 49}}));
+}
+
+void TestColumnBars::shortRunsAreLeftToTheLine()
+{
+    Samples samples;
+    samples.fill(20, columnbars::shortestRun - 1, 30.0);
+    samples.fill(40, columnbars::shortestRun - 1, 40.0);
+    const Reduction reduction = samples.reduced();
+    QVERIFY(reduction.bars.empty());
+    QCOMPARE(reduction.lines, (std::vector<Span>{{0, 2 * columnbars::shortestRun - 3}}));
+}
+
+void TestColumnBars::lineJoinsTwoRunsAcrossAGap()
+{
+    Samples samples;
+    samples.add(10.0, 10.0);
+    samples.fill(20, 40, 30.0);
+    samples.fill(60, 40, 40.0);
+    samples.add(90.0, 90.0);
+    const Reduction reduction = samples.reduced();
+    QCOMPARE(reduction.bars, (std::vector<QRect>{QRect(19, 69, 2, 2), QRect(59, 59, 2, 2)}));
+    QCOMPARE(reduction.lines, (std::vector<Span>{{0, 1}, {40, 41}, {80, 81}}));
+}
+
+void TestColumnBars::sampleThatIsNoNumberLeavesAGap_data()
+{
+    QTest::addColumn<double>("time");
+    QTest::addColumn<double>("value");
+    QTest::newRow("value is no number") << 50.0 << notANumber;
+    QTest::newRow("value is infinite") << 50.0 << infinite;
+    QTest::newRow("value is negative infinite") << 50.0 << -infinite;
+    QTest::newRow("time is no number") << notANumber << 30.0;
+    QTest::newRow("time is infinite") << infinite << 30.0;
+}
+
+void TestColumnBars::sampleThatIsNoNumberLeavesAGap()
+{
+    QFETCH(double, time);
+    QFETCH(double, value);
+
+    Samples dense;
+    dense.fill(50, 20, 30.0);
+    dense.add(time, value);
+    dense.fill(51, 20, 50.0);
+    QCOMPARE(dense.reduced().bars, (std::vector<QRect>{QRect(49, 69, 2, 2), QRect(50, 49, 2, 2)}));
+    QVERIFY(dense.reduced().lines.empty());
+
+    Samples sparse;
+    for (int i = 0; i < 10; ++i) {
+        sparse.add(10.0 * i, 10.0 * i);
+    }
+    sparse.x[4] = time;
+    sparse.y[4] = value;
+    QVERIFY(sparse.reduced().bars.empty());
+    QCOMPARE(sparse.reduced().lines, (std::vector<Span>{{0, 3}, {5, 9}}));
+
+    Samples nothing;
+    for (int i = 0; i < 50; ++i) {
+        nothing.add(time, value);
+    }
+    QVERIFY(nothing.reduced().bars.empty());
+    QVERIFY(nothing.reduced().lines.empty());
+}
+
+void TestColumnBars::samplesBesideTheCanvasLeaveNoBar()
+{
+    Samples samples;
+    for (int i = 0; i < 4000; ++i) {
+        samples.add(-1000.0 + i * 0.25, 30.0 + i % 2); // up to the left end of the canvas
+    }
+    const Reduction left = samples.reduced();
+    QVERIFY(left.lines.empty());
+    QVERIFY(!left.bars.empty());
+    QVERIFY(left.bars.size() <= 4);
+    QVERIFY(left.bars.front().left() >= clip.left());
+
+    for (double& x : samples.x) {
+        x = 200.0 + (x + 1000.0);
+    }
+    const Reduction right = samples.reduced();
+    QVERIFY(right.lines.empty());
+    QVERIFY(!right.bars.empty());
+    QVERIFY(right.bars.size() <= 4);
+    QVERIFY(right.bars.back().right() <= clip.right());
+}
+
+void TestColumnBars::lineFromFarOffTheCanvasIsKept()
+{
+    Samples samples;
+    samples.fill(-300, 20, 90.0);
+    samples.fill(100, 20, 30.0);
+    samples.fill(700, 20, 90.0);
+    const Reduction reduction = samples.reduced();
+    QCOMPARE(reduction.bars, std::vector<QRect>{QRect(99, 69, 2, 2)});
+    QCOMPARE(reduction.lines, (std::vector<Span>{{19, 20}, {39, 40}}));
+}
+
+void TestColumnBars::valuesFarOffTheCanvasAreCut()
+{
+    Samples samples;
+    samples.fill(50, 40, 30.0);
+    samples.y[5] = 1e300;
+    samples.y[6] = -1e300;
+    QCOMPARE(samples.reduced().bars, std::vector<QRect>{QRect(49, clip.top(), 2, clip.height())});
+
+    Samples above;
+    above.fill(50, 40, 5000.0);
+    QVERIFY(above.reduced().bars.empty());
+    QVERIFY(above.reduced().lines.empty());
+}
+
+void TestColumnBars::singleSampleLeavesNothing()
+{
+    Samples samples;
+    samples.add(50.0, 30.0);
+    QVERIFY(samples.reduced().bars.empty());
+    QVERIFY(samples.reduced().lines.empty());
+}
+
+void TestColumnBars::onlyTheGivenSpanCounts()
+{
+    Samples samples;
+    samples.fill(20, 40, 30.0);
+    samples.fill(60, 40, 40.0);
+    samples.fill(90, 40, 50.0);
+    const Reduction reduction = reduce(samples.x.data(), samples.y.data(), {40, 79},
+                                       PixelMap(xScale()), PixelMap(yScale()), clip, 2);
+    QCOMPARE(reduction.bars, std::vector<QRect>{QRect(59, 59, 2, 2)});
+    QVERIFY(reduction.lines.empty());
+}
+
+void TestColumnBars::mirroredTimeAxisGivesTheMirroredBars()
+{
+    QwtScaleMap mirrored;
+    mirrored.setScaleInterval(0.0, 200.0);
+    mirrored.setPaintInterval(200.0, 0.0);
+
+    Samples samples;
+    for (int i = 0; i < 2000; ++i) {
+        samples.add(-50.0 + 0.15 * i, 50.0 + 40.0 * std::sin(i * 0.01));
+    }
+    const Reduction forward = samples.reduced();
+    const Reduction backward = reduce(samples.x.data(), samples.y.data(), {0, 1999},
+                                      PixelMap(mirrored), PixelMap(yScale()), clip, 2);
+    QVERIFY(backward.lines.empty());
+
+    const auto rows = [](const Reduction& reduction, int column) {
+        for (const QRect& bar : reduction.bars) {
+            if (bar.left() == column - 1 && bar.width() == 2) {
+                return qMakePair(bar.top(), bar.bottom());
+            }
+        }
+        return qMakePair(0, -1);
+    };
+    for (int column = 5; column < 195; ++column) {
+        // A sample on the border of two columns may fall on either.
+        QVERIFY(std::abs(rows(forward, column).first - rows(backward, 200 - column).first) <= 1);
+        QVERIFY(std::abs(rows(forward, column).second - rows(backward, 200 - column).second) <= 1);
+    }
+}
+
+void TestColumnBars::axisWithoutWidthGivesOneColumn()
+{
+    QwtScaleMap point;
+    point.setScaleInterval(0.0, 200.0);
+    point.setPaintInterval(7.0, 7.0);
+    Samples samples;
+    for (int i = 0; i < 100; ++i) {
+        samples.add(2.0 * i, 10.0 + i % 3);
+    }
+    const Reduction reduction = reduce(samples.x.data(), samples.y.data(), {0, 99}, PixelMap(point),
+                                       PixelMap(yScale()), clip, 2);
+    QCOMPARE(reduction.bars, std::vector<QRect>{QRect(6, 87, 2, 4)});
+    QVERIFY(reduction.lines.empty());
+}
+
+QTEST_MAIN(TestColumnBars)
+#include "tst_columnbars.moc"
