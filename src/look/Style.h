@@ -3,9 +3,9 @@
 #include <QFont>
 #include <QString>
 
-// Point size of a font of the given reference size on a machine where "123" in the reference font
-// is digitWidth pixels wide: the reference size itself at 28 pixels, smaller where digits are
-// wider, with the fraction cut off.
+// Point size of a font of the given reference size where "123" in the reference font is digitWidth
+// pixels wide (more than 0): the reference size itself at 28 pixels, smaller where digits are
+// wider. The fraction is cut off.
 int scaledPointSize(int referenceSize, int digitWidth);
 
 // The look of the program: style sheets and fonts, ready for setStyleSheet and setFont. A window
@@ -16,7 +16,8 @@ int scaledPointSize(int referenceSize, int digitWidth);
 class Style
 {
 public:
-    // Registers the bundled fonts (again, if another Style did so before) and builds all members.
+    // Registers the bundled fonts (again, if another Style did so before; Qt keeps each copy, about
+    // 1.5 MB, for the life of the program) and builds all members.
     Style();
 
     // Windows and buttons

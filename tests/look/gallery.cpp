@@ -1,4 +1,4 @@
-// Shows every style of the program on a widget of its kind, in its states, for the eye.
+// Shows the styles of the program on widgets of their kind, in their states, for the eye.
 //     tests/support/run-test --display build/<preset>/bin/look_gallery picture.png
 // Without an argument it stays open.
 #include "look/Style.h"
@@ -319,6 +319,7 @@ void groups(Block& block, const Style& s)
                 auto* group = new QGroupBox("Selection");
                 group->setFont(s.fontMonoCaps9);
                 auto* inside = new QVBoxLayout(group);
+                inside->setContentsMargins(8, 35, 8, 8); // as the forms do
                 auto* check = new QCheckBox("Moving");
                 check->setStyleSheet(s.checkBoxLargeStyle);
                 inside->addWidget(check);
