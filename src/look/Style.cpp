@@ -46,8 +46,8 @@ void insertFamilySubstitutions()
     QFont::insertSubstitution(monoRegular, "IBM Plex Mono");
     QFont::insertSubstitution(proMedium, "IBM Plex Sans Medium");
     QFont::insertSubstitution(proRegular, "IBM Plex Sans");
-    // Inside a style sheet Qt takes the bare word Medium for the font size of that name and puts the
-    // number of its keyword into the family.
+    // Inside a style sheet Qt takes the bare word Medium for the font size of that name and puts
+    // the number of its keyword into the family.
     QFont::insertSubstitution("NB Akademie Mono Pro 7", "IBM Plex Mono Medium");
 }
 
