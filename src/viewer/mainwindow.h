@@ -103,6 +103,9 @@ private:
     void startSensorThread();
     void joinSensorThread();
     void showValues(const QString& sensor);
+    struct ChartRow; // one sensor's row in the table of the chart feed
+    void selectSensor(bool checked, const char* sensor);
+    void feedChart(const ChartRow& row, int imuStart);
 
     Ui_MainWindow* ui; // owned
 

@@ -1,0 +1,320 @@
+// The chart feed: what a selected sensor changes in the window, and the timer-driven copy of the
+// newest samples into the chart.
+
+#include "viewer/mainwindow.h"
+
+#include "charts/DataPlot.h"
+#include "look/Style.h"
+#include "ui_mainwindow.h"
+#include "viewer/chartfeedrules.h"
+
+#include <QLineEdit>
+#include <QMutexLocker>
+#include <QTimer>
+
+#include <array>
+
+namespace {
+
+constexpr int reservedSamples = 24000; // a minute of the IMU
+
+constexpr std::array<QString Style::*, 3> axisSheets{&Style::xAxisEditStyle, &Style::yAxisEditStyle,
+                                                     &Style::zAxisEditStyle};
+
+} // namespace
+
+struct MainWindow::ChartRow
+{
+    using Series = QVector<double> MainWindow::*;
+
+    /// The boxes of the values: their sheets, and how many of them show.
+    struct Boxes
+    {
+        std::array<QString Style::*, 3> sheets = axisSheets;
+        int shown = 3;
+    };
+
+    /// The value axis. Without a minimum it runs as far below 0 as above.
+    struct Limits
+    {
+        Shared<float> MainWindow::*max = nullptr;
+        Shared<float> MainWindow::*min = nullptr;
+    };
+
+    /// Where the window of a sensor that doesn't keep the IMU's pace is cut.
+    struct Pace
+    {
+        Series time = nullptr; // null for a sensor of IMU pace
+        Series counted = nullptr;
+        int MainWindow::*samplesPerSec = nullptr;
+        Series fallbackTime = nullptr; // of IMU pace, in place of an empty time
+    };
+
+    struct Curve
+    {
+        Series values = nullptr;
+        DataPlot::DataType curve = DataPlot::AccX;
+    };
+
+    const char* sensor; // as in currentSensor
+    const char* label;
+    const char* topLabel;
+    bool isMagnetometer; // its title tells the calibration's state, and its button shows
+    DataPlot::SensorType mode;
+    Boxes boxes;
+    Limits limits;
+    Pace pace;
+    std::array<Curve, 3> curves;
+
+    chartfeed::AxisRange valueAxis(const MainWindow& window, double margin) const
+    {
+        const float max = window.*limits.max;
+        if (limits.min == nullptr) {
+            return chartfeed::symmetricAxis(max, margin);
+        }
+        const float min = window.*limits.min;
+        return {static_cast<double>(min), static_cast<double>(max)};
+    }
+
+    static const std::array<ChartRow, 6> table;
+
+    /// Null for a name without a row, such as the empty one.
+    static const ChartRow* find(const QString& sensor)
+    {
+        for (const ChartRow& row : table) {
+            if (sensor == QLatin1String(row.sensor)) {
+                return &row;
+            }
+        }
+        return nullptr;
+    }
+
+    static const ChartRow& accelerometer() { return table.front(); }
+};
+
+using W = MainWindow;
+
+const std::array<MainWindow::ChartRow, 6> MainWindow::ChartRow::table{{
+    {"Accelerometer",
+     QT_TR_NOOP("Accelerometer @ "),
+     QT_TR_NOOP("Accelerometer"),
+     false,
+     DataPlot::Accelerometer,
+     {},
+     {&W::accelRange},
+     {},
+     {{{&W::accX, DataPlot::AccX}, {&W::accY, DataPlot::AccY}, {&W::accZ, DataPlot::AccZ}}}},
+    {"Gyroscope",
+     QT_TR_NOOP("Gyroscope @ "),
+     QT_TR_NOOP("Gyroscope"),
+     false,
+     DataPlot::Gyroscope,
+     {},
+     {&W::gyroRange},
+     {},
+     {{{&W::gyroX, DataPlot::GyrX}, {&W::gyroY, DataPlot::GyrY}, {&W::gyroZ, DataPlot::GyrZ}}}},
+    {"Magnetometer",
+     QT_TR_NOOP("Magnetometer @ "),
+     QT_TR_NOOP("Magnetometer [%1]"),
+     true,
+     DataPlot::Magnetometer,
+     {},
+     {&W::magRange},
+     {&W::magNewTime, &W::magNewX, &W::magSamplesPerSec},
+     {{{&W::magNewX, DataPlot::MagX},
+       {&W::magNewY, DataPlot::MagY},
+       {&W::magNewZ, DataPlot::MagZ}}}},
+    {"Orientation",
+     QT_TR_NOOP("Orientation @ "),
+     QT_TR_NOOP("Orientation"),
+     false,
+     DataPlot::Orientation,
+     {},
+     {&W::orientRange},
+     {},
+     {{{&W::orX, DataPlot::OrX}, {&W::orY, DataPlot::OrY}, {&W::orZ, DataPlot::OrZ}}}},
+    // The curve of the relative altitude shows the pressure, as the title of the axis says.
+    {"Barometer",
+     QT_TR_NOOP("Barometer @ "),
+     QT_TR_NOOP("Barometer"),
+     false,
+     DataPlot::Barometer,
+     {{&Style::singleAxisEditStyle, &Style::yAxisEditStyle, &Style::zAxisEditStyle}, 1},
+     {&W::pressureMax, &W::pressureMin},
+     {&W::baroNewTime, &W::baroNewPressure, &W::baroSamplesPerSec},
+     {{{&W::baroNewPressure, DataPlot::RelAltitude}}}},
+    {"Camera Temperature",
+     QT_TR_NOOP("Temperature @ "),
+     QT_TR_NOOP("Temperature"),
+     false,
+     DataPlot::Temperature,
+     {{&Style::yAxisEditStyle, &Style::zAxisEditStyle, &Style::zAxisEditStyle}, 2},
+     {&W::temperatureMax, &W::temperatureMin},
+     {&W::baroNewTime, &W::baroNewTime, &W::baroSamplesPerSec, &W::tempFallbackTime},
+     {{{&W::baroNewTempLeft, DataPlot::TempLeft}, {&W::baroNewTempRight, DataPlot::TempRight}}}},
+}};
+
+void MainWindow::initCharts()
+{
+    // Without the lock: no sensor thread runs when this is called.
+    for (const auto series : allSeries) {
+        (this->*series).clear();
+        (this->*series).reserve(reservedSamples);
+    }
+    DataPlot* const chart = ui->widget_chart;
+    chart->setAutoReplot(false);
+    for (int curve = 0; curve < DataPlot::curveCount; ++curve) {
+        chart->updateData(static_cast<DataPlot::DataType>(curve), {}, {}, false);
+    }
+    chart->replot();
+    changeSensor(QString());
+}
+
+void MainWindow::changeSensor(const QString& sensor)
+{
+    currentSensor = sensor;
+
+    // Without a row the boxes are those of the accelerometer, and the chart keeps its mode.
+    const ChartRow* const row = ChartRow::find(sensor);
+    const ChartRow::Boxes boxes = row != nullptr ? row->boxes : ChartRow::Boxes();
+    ui->lineEdit_value_0->setStyleSheet(style->*boxes.sheets[0]);
+    ui->lineEdit_value_1->setStyleSheet(style->*boxes.sheets[1]);
+    ui->lineEdit_value_2->setStyleSheet(style->*boxes.sheets[2]);
+    ui->lineEdit_value_1->setVisible(boxes.shown > 1);
+    ui->lineEdit_value_2->setVisible(boxes.shown > 2);
+    ui->pushButton_calib_mag->setVisible(row != nullptr && row->isMagnetometer);
+
+    if (row != nullptr) {
+        ui->widget_chart->setSensorType(row->mode);
+        const auto axis = row->valueAxis(*this, chartfeed::selectionMargin);
+        ui->widget_chart->setValRange(axis.min, axis.max, false);
+    }
+    updateChartTimeSize();
+}
+
+void MainWindow::updateChartTimeSize()
+{
+    const auto seconds = chartfeed::windowSeconds(ui->comboBox_time_range->currentText(),
+                                                  {tr("sec"), tr("min"), tr("hours")});
+    if (seconds.has_value()) {
+        chartWindowSec = *seconds;
+    }
+}
+
+void MainWindow::updatePlot()
+{
+    // Held to the end: the sensor thread cannot overrun what is being taken over. replot() updates
+    // the axes only and leaves the painting to a later event.
+    const QMutexLocker lock(&dataMutex);
+    ui->widget_chart->setAutoReplot(false);
+    if (accX.isEmpty()) {
+        return;
+    }
+    plotTimer->stop();
+
+    const int start = chartfeed::windowStart(
+        accX.size(), chartfeed::imuWindowSamples(chartWindowSec, imuSamplesPerSec));
+    // By the IMU's window whatever the chart shows.
+    const int period = chartfeed::updatePeriodMs(accX.size() - start);
+    if (period != plotPeriodMs) {
+        plotPeriodMs = period;
+        plotTimer->setInterval(plotPeriodMs);
+    }
+
+    const ChartRow* const row = ChartRow::find(currentSensor);
+    feedChart(row != nullptr ? *row : ChartRow::accelerometer(), start);
+    ui->widget_chart->replot();
+    plotTimer->start();
+}
+
+void MainWindow::feedChart(const ChartRow& row, int imuStart)
+{
+    ChartRow::Series time = &MainWindow::imuTime;
+    int start = imuStart;
+    if (row.pace.time != nullptr) {
+        time = row.pace.time;
+        ChartRow::Series counted = row.pace.counted;
+        int rate = this->*row.pace.samplesPerSec;
+        if (row.pace.fallbackTime != nullptr && (this->*time).isEmpty()) {
+            time = counted = row.pace.fallbackTime;
+            rate = imuSamplesPerSec;
+        }
+        start = chartfeed::windowStart((this->*counted).size(),
+                                       chartfeed::windowSamples(chartWindowSec, rate));
+    }
+    chartTime = (this->*time).mid(start);
+
+    DataPlot* const chart = ui->widget_chart;
+    const std::array<QVector<double>*, 3> working{&chartY0, &chartY1, &chartY2};
+    for (std::size_t i = 0; i < working.size(); ++i) {
+        const ChartRow::Curve& curve = row.curves[i];
+        if (curve.values != nullptr) {
+            *working[i] = (this->*curve.values).mid(start);
+            chart->updateData(curve.curve, chartTime, *working[i], false);
+        }
+    }
+    const auto values = row.valueAxis(*this, chartfeed::updateMargin);
+    chart->setValRange(values.min, values.max, false);
+    // A sensor may be without samples when the IMU has some already. The axis stays as it was.
+    if (!chartTime.isEmpty()) {
+        const auto times = chartfeed::timeAxis(chartTime.first(), chartTime.last(), chartWindowSec);
+        chart->setTimeRange(times.min, times.max, false);
+    }
+    if (row.mode == DataPlot::Barometer) {
+        // Hidden in this mode: the pressure is what the temperature's curve holds until it is
+        // selected.
+        chart->updateData(DataPlot::TempLeft, chartTime, chartY0, false);
+    }
+}
+
+void MainWindow::selectSensor(bool checked, const char* sensor)
+{
+    if (!checked) {
+        return;
+    }
+    const QString name = QString::fromLatin1(sensor);
+    const ChartRow& row = *ChartRow::find(name);
+    changeSensor(name);
+    ui->label_sensor_type->setText(tr(row.label));
+    QString top = tr(row.topLabel);
+    if (row.isMagnetometer) {
+        // As it is at the click; a later change doesn't show.
+        top = top.arg(magCalibrated ? tr("Calibrated") : tr("Not Calibrated"));
+    }
+    ui->label_sensor_type_top->setText(top);
+}
+
+void MainWindow::on_comboBox_time_range_currentIndexChanged(const QString&)
+{
+    updateChartTimeSize();
+}
+
+void MainWindow::on_pushButton_accel_clicked(bool checked)
+{
+    selectSensor(checked, "Accelerometer");
+}
+
+void MainWindow::on_pushButton_gyro_clicked(bool checked)
+{
+    selectSensor(checked, "Gyroscope");
+}
+
+void MainWindow::on_pushButton_mag_clicked(bool checked)
+{
+    selectSensor(checked, "Magnetometer");
+}
+
+void MainWindow::on_pushButton_orient_clicked(bool checked)
+{
+    selectSensor(checked, "Orientation");
+}
+
+void MainWindow::on_pushButton_baro_clicked(bool checked)
+{
+    selectSensor(checked, "Barometer");
+}
+
+void MainWindow::on_pushButton_temper_clicked(bool checked)
+{
+    selectSensor(checked, "Camera Temperature");
+}
