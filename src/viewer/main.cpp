@@ -1,3 +1,4 @@
+#include "viewer/closesignals.h"
 #include "viewer/mainwindow.h"
 
 #include <QApplication>
@@ -14,6 +15,7 @@ int main(int argc, char* argv[])
     QApplication application(argc, argv);
     QCoreApplication::addLibraryPath(QStringLiteral("platforms/"));
     MainWindow window;
+    const CloseSignals closeSignals(&window);
     window.show();
     return QApplication::exec();
 }

@@ -1,0 +1,147 @@
+// The recorder's place in the main window: the button, the rows that the sensor thread writes, and
+// the free space of the target folder.
+
+#include "viewer/mainwindow.h"
+
+#include "camera/InputThreadModul.h"
+#include "look/Style.h"
+#include "recording/recorder.h"
+#include "ui_mainwindow.h"
+
+#include <QDateTime>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QStorageInfo>
+#include <QTextStream>
+
+#include <chrono>
+
+void MainWindow::on_toolButton_save_clicked(bool checked)
+{
+    if (!checked) {
+        stopRecording();
+        return;
+    }
+    if (inputThread == nullptr || !inputThread->isRunning()) {
+        return; // the button stays checked; nothing is recording
+    }
+    QString folder = recOptions.saveFolder;
+    if (folder.isEmpty()) {
+        ui->toolButton_save->setChecked(false);
+        return;
+    }
+    folder = recorder::folderWithSlash(folder);
+    recDir = QDir(folder);
+    printDiskFreeSpace();
+
+    const om::CameraInformation camera =
+        inputThread->camera.getCameraInformation(om::Resolution(0, 0));
+    const QString name = recorder::fileName(
+        QDateTime::currentDateTime(), QString::fromUtf8(om::toString(camera.cameraModel).c_str()),
+        camera.serialNumber);
+
+    // Up before the file is open: a row that falls in between finds it closed and is left out.
+    recording = true;
+    recFile.setFileName(folder + name);
+    if (!recFile.open(QIODevice::WriteOnly | QIODevice::Text)) {
+        QMessageBox box;
+        box.setIcon(QMessageBox::Warning);
+        box.setWindowTitle(tr("File error"));
+        box.setText(tr("Error while opening file for writing"));
+        box.setStyleSheet(style->splashStyle);
+        box.setFont(style->fontPro9);
+        QPushButton* button = box.addButton(tr("Ok"), QMessageBox::AcceptRole);
+        button->setStyleSheet(style->statusOnStyle);
+        button->setFont(style->fontPro9);
+        box.exec();
+        // recording stays set: without an open file no row is written, and the next start or stop
+        // settles it.
+        ui->toolButton_save->setChecked(false);
+        return;
+    }
+    {
+        QTextStream stream(&recFile);
+        stream << recorder::header(recOptions) << '\n';
+    }
+
+    recPeriodSec = recorder::periodSec(recOptions.sampleFreq);
+    recording = true;
+    ui->pushButton_rec_option->setEnabled(false);
+    ui->toolButton_save->setText(tr("Recording..."));
+}
+
+void MainWindow::saveValues(int index)
+{
+    if (inputThread == nullptr || !recFile.isOpen() || !inputThread->isRunning()) {
+        return;
+    }
+    // Of the whole process: a later recording writes its first row at its first sample.
+    static auto last_save_time = std::chrono::system_clock::now();
+    const auto now = std::chrono::system_clock::now();
+    const auto elapsed =
+        std::chrono::duration_cast<std::chrono::milliseconds>(now - last_save_time);
+    if (recPeriodSec > static_cast<double>(elapsed.count()) / 1000.0) {
+        return;
+    }
+    last_save_time = now;
+
+    recorder::Row row;
+    row.index = index;
+    row.imuTime = imuTime.at(index);
+    row.magTime = magTime.at(index);
+    row.baroTime = baroTime.at(index);
+    row.acceleration = {accX.at(index), accY.at(index), accZ.at(index)};
+    row.angularVelocity = {gyroX.at(index), gyroY.at(index), gyroZ.at(index)};
+    row.magneticField = {magX.at(index), magY.at(index), magZ.at(index)};
+    row.orientation = {orX.at(index), orY.at(index), orZ.at(index)};
+    row.pressure = pressure.at(index);
+    row.relativeAltitude = relAltitude.at(index);
+    row.movingState = movingState.at(index);
+    row.tempLeft = tempLeft.at(index);
+    row.tempRight = tempRight.at(index);
+    if (recOptions.temperatures) {
+        using Location = om::SensorsData::TemperatureData::SENSOR_LOCATION;
+        // One variable for both: a camera without barometer repeats the IMU's temperature.
+        float temperature = 0.0F;
+        sensorsData.temperature.get(Location::IMU, temperature);
+        row.tempImu = temperature;
+        sensorsData.temperature.get(Location::BAROMETER, temperature);
+        row.tempBarometer = temperature;
+    }
+    QTextStream stream(&recFile);
+    recorder::writeRow(stream, recOptions, row);
+}
+
+void MainWindow::stopRecording()
+{
+    if (recFile.isOpen()) {
+        recFile.close();
+        ui->pushButton_rec_option->setEnabled(true);
+        ui->toolButton_save->setText(tr("Record"));
+        ui->toolButton_save->setChecked(false);
+    }
+    recording = false;
+}
+
+void MainWindow::printDiskFreeSpace()
+{
+    const QStorageInfo storage(recOptions.saveFolder);
+    constexpr double bytesPerGigabyte = 1024.0 * 1024.0 * 1024.0;
+    setFreeSpace(static_cast<double>(storage.bytesFree()) / bytesPerGigabyte,
+                 recOptions.saveFolder);
+}
+
+void MainWindow::setFreeSpace(double gigabytes, const QString& path)
+{
+    freeSpaceLabel.setStyleSheet(recorder::freeSpaceStyle(gigabytes));
+    freeSpaceLabel.setText(recorder::freeSpaceText(gigabytes, path));
+}
+
+void MainWindow::on_pushButton_rec_option_clicked()
+{
+    RecOptionDlg dialog(nullptr);
+    if (dialog.exec() == QDialog::Accepted) {
+        recOptions = dialog.options;
+        printDiskFreeSpace();
+    }
+}

@@ -1,0 +1,566 @@
+// Recording from the main window: the button, the file, what ends a recording and what does not.
+
+#include "support/viewersession.h"
+
+#include "calibration/magcalibdlg.h"
+#include "look/Style.h"
+#include "recording/recorder.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QPushButton>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QToolButton>
+
+#include <csignal>
+#include <sys/resource.h>
+
+using namespace viewersession;
+
+namespace {
+
+constexpr int serialQ = 31415926;
+constexpr int serialP = 27182818;
+constexpr int serialR = 42000001;
+
+QStringList linesOf(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    QStringList lines = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
+    return lines;
+}
+
+QString nine(double value)
+{
+    return QString::asprintf("%.9f", value);
+}
+
+void press(QAbstractButton* button)
+{
+    QTest::mouseClick(button, Qt::LeftButton);
+}
+
+} // namespace
+
+class TestRecording : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<Viewer> viewer;
+    std::unique_ptr<QTemporaryDir> folder;
+
+    void open(om::MODEL model = om::MODEL::TIV_Q, int serial = serialQ)
+    {
+        bench().addCamera(camera(model, static_cast<unsigned int>(serial)));
+        viewer = std::make_unique<Viewer>();
+        viewer->probe.recOptions.saveFolder = folder->path();
+        QTRY_VERIFY_WITH_TIMEOUT(viewer->streams(serial), 20000);
+    }
+
+    QString filePath() const { return viewer->probe.recFile.fileName(); }
+    int rows() const
+    {
+        return linesOf(filePath()).size() - 2;
+    } // without header and the last line's end
+
+private slots:
+    void init()
+    {
+        bench().reset();
+        folder = std::make_unique<QTemporaryDir>();
+    }
+
+    void cleanup()
+    {
+        viewer.reset();
+        bench().reset();
+    }
+
+    // Stays first: it is about the first call in the process.
+    void firstCallInTheProcessWritesNoRow()
+    {
+        open();
+        auto& probe = viewer->probe;
+        probe.recFile.setFileName(folder->filePath(QStringLiteral("direct.csv")));
+        QVERIFY(probe.recFile.open(QIODevice::WriteOnly | QIODevice::Text));
+        probe.recPeriodSec = 0.0025;
+        {
+            const QMutexLocker lock(&probe.dataMutex);
+            viewer->window->saveValues(0);
+        }
+        QCOMPARE(probe.recFile.size(), 0);
+        // The next call finds time passed.
+        QTRY_VERIFY([&] {
+            const QMutexLocker lock(&probe.dataMutex);
+            viewer->window->saveValues(0);
+            return probe.recFile.size() > 0;
+        }());
+        probe.recFile.close();
+    }
+
+    void withoutACameraTheButtonStaysCheckedAndNothingRecords()
+    {
+        viewer = std::make_unique<Viewer>();
+        viewer->probe.recOptions.saveFolder = folder->path();
+        press(viewer->ui->toolButton_save);
+        QVERIFY(viewer->ui->toolButton_save->isChecked());
+        QVERIFY(!viewer->probe.recording);
+        QVERIFY(!viewer->probe.recFile.isOpen());
+        QCOMPARE(viewer->ui->toolButton_save->text(), QStringLiteral("RECORD"));
+        QVERIFY(QDir(folder->path()).entryList(QDir::Files).isEmpty());
+    }
+
+    void emptyFolderUnchecksSilently()
+    {
+        open();
+        viewer->probe.recOptions.saveFolder.clear();
+        press(viewer->ui->toolButton_save);
+        QVERIFY(!viewer->ui->toolButton_save->isChecked());
+        QVERIFY(!viewer->probe.recording);
+    }
+
+    void fileThatCannotBeOpenedShowsOneBox_data()
+    {
+        QTest::addColumn<QString>("target");
+        QTest::newRow("missing folder") << "/nowhere/at/all";
+        QTest::newRow("folder that takes no files") << "/proc";
+        QTest::newRow("not a folder") << "/etc/hostname";
+    }
+
+    void fileThatCannotBeOpenedShowsOneBox()
+    {
+        QFETCH(QString, target);
+        open();
+        viewer->probe.recOptions.saveFolder = target;
+        const Style style;
+        const BoxWatcher watcher([&](QMessageBox& box) {
+            QCOMPARE(box.windowTitle(), QStringLiteral("File error"));
+            QCOMPARE(box.text(), QStringLiteral("Error while opening file for writing"));
+            QCOMPARE(box.icon(), QMessageBox::Warning);
+            QCOMPARE(box.styleSheet(), style.splashStyle);
+            QCOMPARE(box.font().family(), style.fontPro9.family());
+            QCOMPARE(box.buttons().size(), 1);
+            QAbstractButton* ok = box.buttons().constFirst();
+            QCOMPARE(ok->text(), QStringLiteral("Ok"));
+            QCOMPARE(ok->styleSheet(), style.statusOnStyle);
+            QCOMPARE(box.buttonRole(ok), QMessageBox::AcceptRole);
+            clickOk(box);
+        });
+        press(viewer->ui->toolButton_save);
+        QCOMPARE(watcher.count(), 1);
+        QVERIFY(!viewer->ui->toolButton_save->isChecked());
+        QVERIFY(viewer->ui->pushButton_rec_option->isEnabled());
+        QVERIFY2(viewer->probe.recording, "it stays set until the next start or stop");
+        QVERIFY(!viewer->probe.recFile.isOpen());
+
+        // Samples go on, and the next start settles it.
+        const int before = viewer->samples();
+        QTRY_VERIFY(viewer->samples() > before + 10);
+        viewer->probe.recOptions.saveFolder = folder->path();
+        press(viewer->ui->toolButton_save);
+        QVERIFY(viewer->probe.recFile.isOpen());
+        press(viewer->ui->toolButton_save);
+        QVERIFY(!viewer->probe.recording);
+    }
+
+    void stopAfterAFailedStartClearsTheFlag()
+    {
+        open();
+        viewer->probe.recOptions.saveFolder = QStringLiteral("/nowhere");
+        const BoxWatcher watcher(clickOk);
+        press(viewer->ui->toolButton_save);
+        QVERIFY(viewer->probe.recording);
+        viewer->window->on_toolButton_save_clicked(false);
+        QVERIFY(!viewer->probe.recording);
+        QCOMPARE(viewer->ui->toolButton_save->text(), QStringLiteral("RECORD"));
+    }
+
+    void startAndStopChangeButtonsAndTexts()
+    {
+        open();
+        auto* save = viewer->ui->toolButton_save;
+        auto* option = viewer->ui->pushButton_rec_option;
+        QCOMPARE(save->text(), QStringLiteral("RECORD"));
+        QVERIFY(option->isEnabled());
+
+        press(save);
+        QVERIFY(save->isChecked());
+        QVERIFY(viewer->probe.recording);
+        QVERIFY(viewer->probe.recFile.isOpen());
+        QCOMPARE(save->text(), QStringLiteral("Recording..."));
+        QVERIFY(!option->isEnabled());
+        QCOMPARE(viewer->probe.recPeriodSec, 0.0025);
+        QCOMPARE(viewer->probe.recDir.absolutePath(), folder->path());
+
+        press(save);
+        QVERIFY(!save->isChecked());
+        QVERIFY(!viewer->probe.recording);
+        QVERIFY(!viewer->probe.recFile.isOpen());
+        QCOMPARE(save->text(), QStringLiteral("Record"));
+        QVERIFY(option->isEnabled());
+    }
+
+    void fileIsNamedByTimeModelAndSerialInTheFolder_data()
+    {
+        QTest::addColumn<QString>("slash");
+        QTest::newRow("without slash") << "";
+        QTest::newRow("with slash") << "/";
+    }
+
+    void fileIsNamedByTimeModelAndSerialInTheFolder()
+    {
+        QFETCH(QString, slash);
+        open();
+        viewer->probe.recOptions.saveFolder = folder->path() + slash;
+        const QDateTime before = QDateTime::currentDateTime();
+        press(viewer->ui->toolButton_save);
+        const QDateTime after = QDateTime::currentDateTime();
+        press(viewer->ui->toolButton_save);
+        const QStringList names = QDir(folder->path()).entryList(QDir::Files);
+        QCOMPARE(names.size(), 1);
+        const QStringList possible{recorder::fileName(before, QStringLiteral("TIV_Q"), serialQ),
+                                   recorder::fileName(after, QStringLiteral("TIV_Q"), serialQ)};
+        QVERIFY2(possible.contains(names.constFirst()), qPrintable(names.constFirst()));
+        QCOMPARE(viewer->probe.recOptions.saveFolder, folder->path() + slash);
+    }
+
+    void rowsHoldTheSeriesAtTheirIndex()
+    {
+        open();
+        press(viewer->ui->toolButton_save);
+        QTRY_VERIFY_WITH_TIMEOUT(rows() > 100, 20000);
+        press(viewer->ui->toolButton_save);
+
+        const QStringList lines = linesOf(filePath());
+        QCOMPARE(lines.constFirst(), recorder::header(viewer->probe.recOptions));
+        QVERIFY2(lines.constLast().isEmpty(), "the file ends with a line feed");
+        auto& probe = viewer->probe;
+        const QMutexLocker lock(&probe.dataMutex);
+        int lastIndex = -1;
+        for (int i = 1; i + 1 < lines.size(); ++i) {
+            const QStringList fields = lines.at(i).split(QLatin1Char(','));
+            QCOMPARE(fields.size(), 24); // 23 columns, and what is behind the last comma
+            const int index = fields.at(0).toInt();
+            QVERIFY(index > lastIndex);
+            lastIndex = index;
+            const QVector<double>* const columns[] = {
+                &probe.imuTime,     &probe.magTime,     &probe.baroTime, &probe.accX,
+                &probe.accY,        &probe.accZ,        &probe.gyroX,    &probe.gyroY,
+                &probe.gyroZ,       &probe.magX,        &probe.magY,     &probe.magZ,
+                &probe.orX,         &probe.orY,         &probe.orZ,      &probe.pressure,
+                &probe.relAltitude, &probe.movingState, &probe.tempLeft, &probe.tempRight};
+            int column = 1;
+            for (const QVector<double>* series : columns) {
+                QCOMPARE(fields.at(column++), nine(series->at(index)));
+            }
+            QVERIFY(fields.at(column++).toDouble() > 10.0); // IMU
+            QVERIFY(fields.at(column++).toDouble() > 10.0); // barometer
+        }
+    }
+
+    void cameraWithoutBarometerRepeatsTheImuTemperature()
+    {
+        open(om::MODEL::TIV_R, serialR);
+        auto& options = viewer->probe.recOptions;
+        options.accelerometer = options.gyroscope = options.magnetometer = false;
+        options.orientation = options.barometer = options.movement = false;
+        press(viewer->ui->toolButton_save);
+        QTRY_VERIFY_WITH_TIMEOUT(rows() > 5, 20000);
+        press(viewer->ui->toolButton_save);
+        const QStringList lines = linesOf(filePath());
+        QCOMPARE(lines.constFirst(),
+                 QStringLiteral("idx,imu_Timestamp[sec],baro_Timestamp[sec],temp_left[C],"
+                                "temp_right[C],temp_imu[C],temp_barom[C],"));
+        for (int i = 1; i + 1 < lines.size(); ++i) {
+            const QStringList fields = lines.at(i).split(QLatin1Char(','));
+            QCOMPARE(fields.at(2), QStringLiteral("0.000000000")); // no barometer, no time
+            QVERIFY(fields.at(5).toDouble() > 10.0);
+            QCOMPARE(fields.at(6), fields.at(5));
+        }
+    }
+
+    void withoutAnyTemperatureTheFieldsAreZero()
+    {
+        open();
+        bench().changeFaults(serialQ, [](om::bench::Faults& faults) {
+            faults.boardTemperaturesAbsent = true;
+            faults.imuTemperatureAbsent = true;
+            faults.barometerAbsent = true;
+        });
+        QTRY_VERIFY(!viewer->probe.tempFallbackTime.isEmpty());
+        auto& options = viewer->probe.recOptions;
+        options.accelerometer = options.gyroscope = options.magnetometer = false;
+        options.orientation = options.barometer = options.movement = false;
+        press(viewer->ui->toolButton_save);
+        QTRY_VERIFY_WITH_TIMEOUT(rows() > 5, 20000);
+        press(viewer->ui->toolButton_save);
+        const QStringList fields = linesOf(filePath()).at(2).split(QLatin1Char(','));
+        QCOMPARE(fields.at(5), QStringLiteral("0.000000000"));
+    }
+
+    void frequencyOfZeroWritesTheHeaderAlone()
+    {
+        open();
+        viewer->probe.recOptions.sampleFreq = 0;
+        press(viewer->ui->toolButton_save);
+        const int before = viewer->samples();
+        QTRY_VERIFY(viewer->samples() > before + 100);
+        press(viewer->ui->toolButton_save);
+        QCOMPARE(rows(), 0);
+        QCOMPARE(linesOf(filePath()).constFirst(), recorder::header(viewer->probe.recOptions));
+    }
+
+    void frequencyOfOneSpacesRowsByAboutASecond()
+    {
+        open();
+        viewer->probe.recOptions.sampleFreq = 1;
+        press(viewer->ui->toolButton_save);
+        QTRY_VERIFY_WITH_TIMEOUT(rows() >= 3, 20000);
+        press(viewer->ui->toolButton_save);
+        const QStringList lines = linesOf(filePath());
+        const int second = lines.at(2).section(QLatin1Char(','), 0, 0).toInt();
+        const int third = lines.at(3).section(QLatin1Char(','), 0, 0).toInt();
+        // The wall clock decides; a busy machine stretches it.
+        QVERIFY2(third - second > 350 && third - second < 600,
+                 qPrintable(lines.join(QLatin1Char('\n'))));
+    }
+
+    void oddFrequencyOfTheStoreSetsThePeriod()
+    {
+        open();
+        viewer->probe.recOptions.sampleFreq = 30;
+        press(viewer->ui->toolButton_save);
+        QCOMPARE(viewer->probe.recPeriodSec, 1.0 / 30.0);
+        press(viewer->ui->toolButton_save);
+    }
+
+    void secondRecordingOfTheSameSecondTakesTheFirstOnesPlace()
+    {
+        open();
+        QStringList names;
+        // Two starts in one second need a moment of luck; a second attempt has it.
+        for (int attempt = 0; attempt < 5; ++attempt) {
+            press(viewer->ui->toolButton_save);
+            const QString first = filePath();
+            QTRY_VERIFY(rows() > 1);
+            press(viewer->ui->toolButton_save);
+            press(viewer->ui->toolButton_save);
+            const QString second = filePath();
+            const qint64 header = recorder::header(viewer->probe.recOptions).size() + 1;
+            press(viewer->ui->toolButton_save);
+            if (first == second) {
+                QVERIFY(QFile(second).size() >= header);
+                QCOMPARE(linesOf(second).filter(QStringLiteral("idx,")).size(), 1);
+                return;
+            }
+        }
+        QFAIL("five pairs of recordings, none in the same second");
+    }
+
+    void laterRecordingWritesItsFirstRowAtItsFirstSample()
+    {
+        open();
+        viewer->probe.recOptions.sampleFreq = 1;
+        // More than a second after whatever row was written before.
+        const int before = viewer->samples();
+        QTRY_VERIFY_WITH_TIMEOUT(viewer->samples() > before + 450, 10000);
+        int atStart = 0;
+        {
+            const QMutexLocker lock(&viewer->probe.dataMutex);
+            atStart = viewer->probe.imuTime.size();
+        }
+        press(viewer->ui->toolButton_save);
+        QTRY_VERIFY(rows() >= 1);
+        const int first = linesOf(filePath()).at(1).section(QLatin1Char(','), 0, 0).toInt();
+        press(viewer->ui->toolButton_save);
+        QVERIFY2(first >= atStart && first < atStart + 40,
+                 qPrintable(QString::number(first - atStart)));
+    }
+
+    void lossOfTheCameraEndsTheRecording()
+    {
+        open();
+        press(viewer->ui->toolButton_save);
+        QTRY_VERIFY(rows() > 20);
+        const QString path = filePath();
+        bench().unplug(serialQ);
+        QTRY_VERIFY_WITH_TIMEOUT(!viewer->probe.recording, 10000);
+        QVERIFY(!viewer->probe.recFile.isOpen());
+        QVERIFY(!viewer->ui->toolButton_save->isChecked());
+        QCOMPARE(viewer->ui->toolButton_save->text(), QStringLiteral("Record"));
+        QVERIFY(viewer->ui->pushButton_rec_option->isEnabled());
+        const QStringList lines = linesOf(path);
+        QVERIFY(lines.size() > 21);
+        QVERIFY(lines.constLast().isEmpty());
+        QCOMPARE(lines.at(lines.size() - 2).count(QLatin1Char(',')), 23);
+    }
+
+    void changeOfRowGoesOnInTheSameFile()
+    {
+        bench().addCamera(camera(om::MODEL::TIV_Q, serialQ));
+        bench().addCamera(camera(om::MODEL::TIV_P, serialP));
+        viewer = std::make_unique<Viewer>();
+        viewer->probe.recOptions.saveFolder = folder->path();
+        QTRY_VERIFY_WITH_TIMEOUT(viewer->streams(serialQ), 20000);
+        press(viewer->ui->toolButton_save);
+        QTRY_VERIFY(rows() > 5);
+        const QString path = filePath();
+
+        viewer->ui->comboBox_camera_list->setCurrentIndex(1);
+        QVERIFY(viewer->probe.recording);
+        QVERIFY(viewer->probe.recFile.isOpen());
+        QVERIFY(viewer->ui->toolButton_save->isChecked());
+        QTRY_VERIFY_WITH_TIMEOUT(viewer->streams(serialP), 20000);
+        const int after = rows();
+        QTRY_VERIFY(rows() > after + 5);
+        QCOMPARE(filePath(), path);
+        press(viewer->ui->toolButton_save);
+
+        int last = -1;
+        const QStringList lines = linesOf(path);
+        for (int i = 1; i + 1 < lines.size(); ++i) {
+            const int index = lines.at(i).section(QLatin1Char(','), 0, 0).toInt();
+            QVERIFY2(index > last, "the index runs on");
+            last = index;
+        }
+    }
+
+    void calibrationGoesOnInTheSameFileFromIndexZero()
+    {
+        open();
+        press(viewer->ui->toolButton_save);
+        QTRY_VERIFY(rows() > 50);
+        const QString path = filePath();
+        const ModalWatcher<MagCalibDlg> watcher([&](MagCalibDlg& dialog) {
+            QVERIFY(viewer->probe.recording);
+            QVERIFY(viewer->probe.recFile.isOpen());
+            QVERIFY(viewer->ui->toolButton_save->isChecked());
+            press(dialog.findChild<QPushButton*>(QStringLiteral("pushButton_exit")));
+        });
+        viewer->window->on_pushButton_calib_mag_clicked();
+        QCOMPARE(watcher.count(), 1);
+        QTRY_VERIFY_WITH_TIMEOUT(viewer->streams(serialQ), 20000);
+        const int after = rows();
+        QTRY_VERIFY(rows() > after + 50);
+        press(viewer->ui->toolButton_save);
+        QCOMPARE(filePath(), path);
+
+        int restarts = 0;
+        int last = -1;
+        const QStringList lines = linesOf(path);
+        for (int i = 1; i + 1 < lines.size(); ++i) {
+            const int index = lines.at(i).section(QLatin1Char(','), 0, 0).toInt();
+            if (index <= last) {
+                ++restarts;
+                QVERIFY(index < 20);
+            }
+            last = index;
+        }
+        QCOMPARE(restarts, 1);
+    }
+
+    void closedWindowLeavesWholeRows()
+    {
+        open();
+        press(viewer->ui->toolButton_save);
+        QTRY_VERIFY(rows() > 20);
+        const QString path = filePath();
+        viewer->window->close();
+        QVERIFY2(viewer->probe.recFile.isOpen(), "closing stops no recording");
+        QVERIFY(viewer->probe.recording);
+        viewer.reset();
+        const QStringList lines = linesOf(path);
+        QVERIFY(lines.constLast().isEmpty());
+        for (int i = 1; i + 1 < lines.size(); ++i) {
+            QCOMPARE(lines.at(i).count(QLatin1Char(',')), 23);
+        }
+    }
+
+    void failingWritesAreNotNoticedAndTheDisplayGoesOn()
+    {
+        open();
+        press(viewer->ui->toolButton_save);
+        QTRY_VERIFY(rows() > 20);
+        const QString path = filePath();
+        const qint64 size = QFile(path).size();
+        // No file of this process may grow beyond this size, as if the disk were full.
+        rlimit before = {};
+        getrlimit(RLIMIT_FSIZE, &before);
+        const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+        rlimit full = before;
+        full.rlim_cur = static_cast<rlim_t>(size) + 4096;
+        setrlimit(RLIMIT_FSIZE, &full);
+        const int samples = viewer->samples();
+        QTRY_VERIFY(viewer->samples() > samples + 400);
+        QVERIFY(viewer->probe.recording);
+        QVERIFY(viewer->ui->toolButton_save->isChecked());
+        setrlimit(RLIMIT_FSIZE, &before);
+        std::signal(SIGXFSZ, handler);
+        press(viewer->ui->toolButton_save);
+        QVERIFY(!viewer->probe.recording);
+        const QStringList lines = linesOf(path);
+        QVERIFY2(QFile(path).size() >= size, "what was written before stays");
+        QCOMPARE(lines.at(10).count(QLatin1Char(',')), 23);
+    }
+
+    void freeSpaceIsComputedAndNeverShown()
+    {
+        open();
+        QCOMPARE(viewer->probe.freeSpaceLabel.parent(), nullptr);
+        viewer->probe.setFreeSpace(9.96, QStringLiteral("/d"));
+        QCOMPARE(viewer->probe.freeSpaceLabel.text(),
+                 QStringLiteral("Disk Free Space: 10.0 Gb  on /d"));
+        QCOMPARE(viewer->probe.freeSpaceLabel.styleSheet(),
+                 QStringLiteral("color : rgb(250,20,20);"));
+        viewer->probe.freeSpaceLabel.clear();
+        press(viewer->ui->toolButton_save);
+        QVERIFY(
+            viewer->probe.freeSpaceLabel.text().startsWith(QStringLiteral("Disk Free Space: ")));
+        QVERIFY(viewer->probe.freeSpaceLabel.text().endsWith(QStringLiteral(" Gb  on ") +
+                                                             folder->path()));
+        QVERIFY(!viewer->probe.freeSpaceLabel.isVisible());
+        press(viewer->ui->toolButton_save);
+    }
+
+    void acceptedOptionsReachTheWindow()
+    {
+        open();
+        const ModalWatcher<RecOptionDlg> watcher([](RecOptionDlg& dialog) {
+            QCOMPARE(dialog.parent(), nullptr);
+            dialog.findChild<QCheckBox*>(QStringLiteral("checkBox_mag"))->setChecked(false);
+            dialog.findChild<QComboBox*>(QStringLiteral("comboBox_sample_freq"))
+                ->setCurrentIndex(4);
+            press(dialog.findChild<QToolButton*>(QStringLiteral("toolButton_accept")));
+        });
+        viewer->probe.freeSpaceLabel.clear();
+        press(viewer->ui->pushButton_rec_option);
+        QCOMPARE(watcher.count(), 1);
+        QVERIFY(!viewer->probe.recOptions.magnetometer);
+        QVERIFY(viewer->probe.recOptions.gyroscope);
+        QCOMPARE(viewer->probe.recOptions.sampleFreq, 25);
+        QVERIFY(!viewer->probe.freeSpaceLabel.text().isEmpty());
+        QCOMPARE(RecOptions().sampleFreq, 25);
+    }
+
+    void rejectedOptionsChangeNothing()
+    {
+        open();
+        const ModalWatcher<RecOptionDlg> watcher([](RecOptionDlg& dialog) {
+            dialog.findChild<QCheckBox*>(QStringLiteral("checkBox_accel"))->setChecked(false);
+            press(dialog.findChild<QToolButton*>(QStringLiteral("toolButton_reject")));
+        });
+        viewer->probe.freeSpaceLabel.clear();
+        press(viewer->ui->pushButton_rec_option);
+        QCOMPARE(watcher.count(), 1);
+        QVERIFY(viewer->probe.recOptions.accelerometer);
+        QVERIFY(viewer->probe.freeSpaceLabel.text().isEmpty());
+    }
+};
+
+QTEST_MAIN(TestRecording)
+#include "tst_recording.moc"
