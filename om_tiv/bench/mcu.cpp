@@ -150,6 +150,9 @@ IMUReaderData TIVmcu::getIMUReaderData()
         case bench::Script<IMUReaderData>::STEP::REPEATED:
             break;
         }
+        m_impl->remember(session, data);
+    } else {
+        data = m_impl->rememberedRecord();
     }
     if (Bench::instance().log().wants(CALL::MCU_GET_READER_DATA)) {
         CallRecord call;

@@ -100,6 +100,7 @@ bool TIVmcu::Impl::closeSession()
         closed = std::exchange(session, nullptr);
         capturing = false;
         record = IMUReaderData();
+        delivered = IMUReaderData();
         recordMade.reset();
         recordImu.reset();
         deliveredMag.reset();
@@ -160,8 +161,13 @@ std::shared_ptr<TIVmcu::Impl::Session> TIVmcu::Impl::streaming()
 IMUReaderData TIVmcu::Impl::physicalRecord(const std::shared_ptr<Session>& of)
 {
     const std::unique_lock<std::mutex> lock = readerLock();
-    if (session != of || !capturing) {
-        return {}; // stopped meanwhile
+    if (session != of) {
+        return {}; // closed meanwhile
+    }
+    if (!capturing) { // stopped meanwhile
+        IMUReaderData known = delivered;
+        known.magState = std::min<std::uint8_t>(known.magState, 1);
+        return known;
     }
     const VirtualCamera& camera = *of->camera;
     const Nanoseconds now = camera.clock().now();
@@ -213,6 +219,25 @@ IMUReaderData TIVmcu::Impl::physicalRecord(const std::shared_ptr<Session>& of)
     recordMade = now;
     recordImu = imu;
     return made;
+}
+
+void TIVmcu::Impl::remember(const std::shared_ptr<Session>& of, const IMUReaderData& data)
+{
+    const std::unique_lock<std::mutex> lock = readerLock();
+    if (session == of) {
+        delivered = data;
+    }
+}
+
+IMUReaderData TIVmcu::Impl::rememberedRecord()
+{
+    const std::unique_lock<std::mutex> lock = readerLock();
+    if (!session || !session->answers()) {
+        return {};
+    }
+    IMUReaderData known = delivered;
+    known.magState = std::min<std::uint8_t>(known.magState, 1);
+    return known;
 }
 
 HeadingQuality TIVmcu::Impl::judge(const Session& of, std::uint64_t newest, Nanoseconds now)

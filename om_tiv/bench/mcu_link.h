@@ -55,6 +55,11 @@ public:
 
     /// The records of the sensors; those of no data when capture was stopped meanwhile.
     IMUReaderData physicalRecord(const std::shared_ptr<Session>& of);
+    /// Keeps a delivered record for rememberedRecord().
+    void remember(const std::shared_ptr<Session>& of, const IMUReaderData& data);
+    /// What an open link answers while capture is stopped: the last record, with nothing new in it.
+    /// A record of no data where there is none, or no answering link.
+    IMUReaderData rememberedRecord();
     IMUPose physicalPose(const std::shared_ptr<Session>& of, int sensors);
 
     void log(bench::CallRecord record, bench::CALL call, unsigned int serial) const;
@@ -75,6 +80,7 @@ public:
     bool capturing = false;
     bench::Nanoseconds period = 0;
     IMUReaderData record;                         ///< the last one made
+    IMUReaderData delivered;                      ///< the last one given to the caller
     std::optional<bench::Nanoseconds> recordMade; ///< when
     std::optional<std::uint64_t> recordImu;       ///< number of its IMU sample
     std::optional<std::uint64_t> deliveredMag;    ///< number of the last new reading

@@ -20,8 +20,8 @@ enum _imu_odr : int { IMU_ODR_400_HZ = 2 };
 /// 3 forward (body -y, -x, -z). Values beyond the range of a field stand at its end.
 struct IMUReaderData
 {
-    /// 1: the record is good. 0: the link is not open, capture is stopped, the camera is gone or
-    /// its microcontroller is silent; all other fields are then 0.
+    /// 1: the record is good. 0: the link is not open, capture has not run yet, the camera is gone
+    /// or its microcontroller is silent; all other fields are then 0.
     std::uint8_t linkValid = 0;
     std::uint8_t sequence = 0; ///< counts records, modulo 256
     /// Ticks of 39 us since the microcontroller's start: of the magnetometer's reading where it is
@@ -144,6 +144,7 @@ public:
 
     /// The latest record; returns at once, whether new data exist or not. A reading of the
     /// magnetometer is new (magState 2) in one record and known (magState 1) in those that follow.
+    /// While capture is stopped it is the last record before, with nothing new in it.
     IMUReaderData getIMUReaderData();
     /// The latest record of the fusion; returns at once.
     /// @param sensors fusion inputs; 6 for accelerometer, gyroscope and magnetometer. Any other
