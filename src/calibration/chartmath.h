@@ -29,16 +29,17 @@ inline Extent extentOf(const QVector<double>& values)
 /// is no finite one (no values, or a fit that gave NaN or infinities) it is that of an empty plot.
 inline double symmetricLimit(std::initializer_list<const QVector<double>*> axes)
 {
+    constexpr double ofEmptyPlot = 1.5;
     double greatest = 0.0;
     bool any = false;
     for (const QVector<double>* const values : axes)
         for (const double value : *values) {
+            if (!std::isfinite(value))
+                return ofEmptyPlot;
             any = true;
-            if (!(std::abs(value) <= greatest)) // NaN gets through and stays
-                greatest = std::abs(value);
+            greatest = std::max(greatest, std::abs(value));
         }
-    const double limit = greatest * 1.1;
-    return any && std::isfinite(limit) ? limit : 1.5;
+    return any ? greatest * 1.1 : ofEmptyPlot;
 }
 
 } // namespace chartmath

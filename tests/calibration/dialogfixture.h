@@ -1,0 +1,76 @@
+/// @file
+/// A calibration dialog with a camera on the virtual bench, for the tests of its topics.
+#pragma once
+
+#include "calibration/benchcamera.h"
+#include "calibration/magcalibdlgprobe.h"
+#include "calibration/messageboxes.h"
+
+#include <QtTest>
+
+#include <memory>
+#include <vector>
+
+/// One camera that answers without new readings until feed() gives it some, and one dialog on it.
+class DialogFixture
+{
+public:
+    /// @param withDialog false leaves the dialog to open()
+    explicit DialogFixture(bool withDialog = true, om::MODEL model = om::MODEL::TIV_Q,
+                           unsigned int number = benchcamera::serial)
+        : bench(benchcamera::setUp(model, number)), serial(number)
+    {
+        bench.scriptReader(serial, {benchcamera::record(1, 1)});
+        bench.scriptPose(serial, {benchcamera::pose(2, 0.5F, 33.0, 77.5)});
+        if (withDialog)
+            open();
+    }
+
+    ~DialogFixture() { close(); }
+    DialogFixture(const DialogFixture&) = delete;
+    DialogFixture& operator=(const DialogFixture&) = delete;
+
+    void open()
+    {
+        dialog = std::make_unique<MagCalibDlg>(static_cast<int>(serial), nullptr);
+        probe = std::make_unique<MagCalibDlgProbe>(MagCalibDlgProbe{*dialog});
+        if (!probe->mcuClosed)
+            waitForThread();
+    }
+
+    /// The thread has begun its loop; a dialog that is left before would not join it.
+    void waitForThread() { QTRY_VERIFY_WITH_TIMEOUT(probe->grabRunning, 10000); }
+
+    /// Deletes the dialog. A thread that gave up is joined first, which the dialog itself does not.
+    void close()
+    {
+        if (probe && !probe->grabRunning && probe->grabThread.joinable())
+            probe->grabThread.join();
+        probe.reset();
+        dialog.reset();
+    }
+
+    /// Gives the thread these records and waits until it has dealt with them. After them nothing
+    /// is new.
+    void feed(std::vector<om::IMUReaderData> records)
+    {
+        records.push_back(benchcamera::record(1, 1));
+        const std::uint64_t total = bench.readerScript(serial).delivered + records.size();
+        bench.camera(serial)->readerScript().append(std::move(records));
+        QTRY_VERIFY_WITH_TIMEOUT(bench.readerScript(serial).delivered == total, 20000);
+        settle();
+    }
+
+    /// Waits for two more reads: what was read before has been dealt with.
+    void settle()
+    {
+        const std::uint64_t calls = bench.readerScript(serial).calls;
+        QTRY_VERIFY_WITH_TIMEOUT(bench.readerScript(serial).calls > calls + 1, 20000);
+    }
+
+    om::bench::Bench& bench;
+    const unsigned int serial;
+    MessageBoxes boxes;
+    std::unique_ptr<MagCalibDlg> dialog;
+    std::unique_ptr<MagCalibDlgProbe> probe;
+};

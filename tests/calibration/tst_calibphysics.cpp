@@ -1,0 +1,259 @@
+/// A calibration from the first sample to the EEPROM, with a camera whose errors are known.
+
+#include "calibration/dialogfixture.h"
+
+#include "bench/geometry.h"
+#include "bench/heading.h"
+#include "bench/sensor_source.h"
+
+#include <QtTest>
+
+#include <cmath>
+
+using om::bench::Bench;
+using om::bench::CameraConfig;
+using om::bench::Faults;
+using om::bench::MOTION;
+using om::bench::NS_PER_S;
+using om::bench::STREAM;
+using om::bench::Vector;
+
+namespace {
+
+/// Degrees between two headings.
+double between(double a, double b)
+{
+    return std::remainder(a - b, 360.0);
+}
+
+} // namespace
+
+class TestCalibPhysics : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void calibrationFindsTheTruthAndServesTheCompass_data();
+    void calibrationFindsTheTruthAndServesTheCompass();
+    void exchangedAxesOrSignsWouldShow_data();
+    void exchangedAxesOrSignsWouldShow();
+
+private:
+    void setUp(const CameraConfig& config);
+    void open();
+    void close();
+    void press(QPushButton* button, const QString& answer = QString());
+    /// Lets the bench's time pass, with every reading dealt with.
+    void pass(std::chrono::milliseconds time);
+    void waitForStatus(const char* word);
+
+    Bench& bench = Bench::instance();
+    MessageBoxes m_boxes;
+    unsigned int m_serial = 0;
+    std::unique_ptr<MagCalibDlg> m_dialog;
+    std::unique_ptr<MagCalibDlgProbe> m_probe;
+};
+
+void TestCalibPhysics::setUp(const CameraConfig& config)
+{
+    bench.reset();
+    bench.clock().setManual(1'000 * NS_PER_S);
+    QVERIFY(bench.addCamera(config));
+    m_serial = config.serialNumber;
+}
+
+void TestCalibPhysics::open()
+{
+    m_dialog = std::make_unique<MagCalibDlg>(static_cast<int>(m_serial), nullptr);
+    m_probe = std::make_unique<MagCalibDlgProbe>(MagCalibDlgProbe{*m_dialog});
+    m_dialog->show();
+    QTRY_VERIFY_WITH_TIMEOUT(m_probe->grabRunning, 10000);
+}
+
+void TestCalibPhysics::close()
+{
+    press(m_probe->ui->pushButton_exit);
+    QVERIFY(!m_dialog->isVisible());
+    m_probe.reset();
+    m_dialog.reset();
+}
+
+void TestCalibPhysics::press(QPushButton* button, const QString& answer)
+{
+    const int seen = m_boxes.seen.size();
+    if (!answer.isEmpty())
+        m_boxes.expect(answer);
+    QVERIFY(button->isEnabled());
+    QTest::mouseClick(button, Qt::LeftButton);
+    QCOMPARE(m_boxes.seen.size(), seen + (answer.isEmpty() ? 0 : 1));
+    QCOMPARE(m_boxes.unexpected, 0);
+}
+
+void TestCalibPhysics::pass(std::chrono::milliseconds time)
+{
+    const auto source = bench.camera(m_serial)->source();
+    bench.log().setHighRate(true);
+    constexpr std::chrono::milliseconds step(
+        15); // readings come every 20 ms, give or take a little
+    for (std::chrono::milliseconds passed{0}; passed < time; passed += step) {
+        const auto before = source->newest(STREAM::MAGNETOMETER, bench.clock().now());
+        bench.log().clear();
+        bench.clock().advance(step);
+        if (source->newest(STREAM::MAGNETOMETER, bench.clock().now()) == before)
+            continue;
+        // One heading is worked out for each new reading.
+        while (bench.log().count(om::bench::CALL::MCU_CALC_MAG_HEADING) == 0)
+            std::this_thread::yield();
+        QCoreApplication::processEvents();
+    }
+    bench.log().setHighRate(false);
+}
+
+void TestCalibPhysics::waitForStatus(const char* word)
+{
+    QTRY_COMPARE(m_probe->ui->label_mag_calib_quality->text(), QString(word));
+}
+
+void TestCalibPhysics::calibrationFindsTheTruthAndServesTheCompass_data()
+{
+    QTest::addColumn<om::MODEL>("model");
+    QTest::addColumn<unsigned int>("serial");
+    QTest::addColumn<QVector<double>>("hardIron"); // uT, body
+    QTest::addColumn<QVector<double>>("softIron"); // gains, body
+    QTest::newRow("TIV_Q") << om::MODEL::TIV_Q << 31415926U << QVector<double>{18.5, -24.0, 11.5}
+                           << QVector<double>{1.06, 0.93, 1.02};
+    QTest::newRow("TIV_P, other iron")
+        << om::MODEL::TIV_P << 27182818U << QVector<double>{-31.0, 8.0, 27.0}
+        << QVector<double>{0.88, 1.12, 0.97};
+}
+
+void TestCalibPhysics::calibrationFindsTheTruthAndServesTheCompass()
+{
+    QFETCH(om::MODEL, model);
+    QFETCH(unsigned int, serial);
+    QFETCH(QVector<double>, hardIron);
+    QFETCH(QVector<double>, softIron);
+    CameraConfig config;
+    config.model = model;
+    config.serialNumber = serial;
+    config.motion = MOTION::TUMBLE;
+    config.hardIron = {hardIron[0], hardIron[1], hardIron[2]};
+    config.softIron = {{{softIron[0], 0.0, 0.0}, {0.0, softIron[1], 0.0}, {0.0, 0.0, softIron[2]}}};
+    setUp(config);
+    open();
+    pass(std::chrono::seconds(2));
+    waitForStatus("MAG. NOT CALIBRATED");
+    QCOMPARE(m_probe->headingCalib, m_probe->headingUncalib);
+
+    // Sixty seconds of tumbling.
+    press(m_probe->ui->pushButton_start, "Ok");
+    pass(std::chrono::seconds(60));
+    press(m_probe->ui->pushButton_start, "Ok");
+    QVERIFY(m_probe->samples() > 2900);
+    waitForStatus("CALIBRATION TO BE STORED");
+
+    // The dialog's X is the body's x, its Y and Z the body's -y and -z.
+    const double strength = bench.field().strength;
+    const double offset[] = {hardIron[0], -hardIron[1], -hardIron[2]};
+    for (std::size_t i = 0; i < 3; ++i) {
+        const double radius = strength * softIron[static_cast<int>(i)];
+        qInfo("axis %zu: offset %+.3f uT off, scale %+.3f %% off", i,
+              m_probe->magOffset[i] - offset[i], 100.0 * (m_probe->magScale[i] * radius - 1.0));
+        QVERIFY(std::abs(m_probe->magOffset[i] - offset[i]) < 0.5);
+        QVERIFY(std::abs(m_probe->magScale[i] * radius - 1.0) < 0.01);
+    }
+
+    press(m_probe->ui->pushButton_save_calib, "Ok");
+    QVERIFY(!m_probe->calibrationPending);
+    close();
+
+    // Reopened, it reads good.
+    open();
+    pass(std::chrono::seconds(60));
+    waitForStatus("GOOD");
+
+    // A level turn.
+    double calibratedSquares = 0.0;
+    double uncalibratedSquares = 0.0;
+    constexpr int poses = 72;
+    for (int i = 0; i < poses; ++i) {
+        bench.setPose(serial, om::bench::fromHeading(2.0 * om::bench::PI * i / poses));
+        pass(std::chrono::milliseconds(600));
+        const double truth = bench.truth(serial).heading * 180.0 / om::bench::PI;
+        calibratedSquares += std::pow(between(m_probe->headingCalib, truth), 2);
+        uncalibratedSquares += std::pow(between(m_probe->headingUncalib, truth), 2);
+    }
+    const double calibrated = std::sqrt(calibratedSquares / poses);
+    const double uncalibrated = std::sqrt(uncalibratedSquares / poses);
+    qInfo("level turn: calibrated %.2f degrees off, uncalibrated %.2f", calibrated, uncalibrated);
+    QVERIFY(calibrated < 2.0);
+    QVERIFY(uncalibrated > 10.0);
+    waitForStatus("GOOD");
+
+    // A motor nearby.
+    bench.changeFaults(serial, [](Faults& faults) { faults.magneticDisturbance = 30.0; });
+    pass(std::chrono::seconds(5));
+    QTest::qWait(250);
+    const QString disturbed = m_probe->ui->label_mag_calib_quality->text();
+    QVERIFY2(disturbed == "OK" || disturbed == "NOT GOOD", qPrintable(disturbed));
+    bench.changeFaults(serial, [](Faults& faults) { faults.magneticDisturbance = 0.0; });
+
+    // Back to where it began.
+    press(m_probe->ui->pushButton_reset, "Yes");
+    pass(std::chrono::seconds(2));
+    waitForStatus("MAG. NOT CALIBRATED");
+    QVERIFY(m_probe->headingCalib == m_probe->headingUncalib);
+    QTRY_COMPARE(m_probe->ui->widget_calib_compass->value(), m_probe->headingUncalib);
+    QCOMPARE(m_probe->ui->widget_raw_compass->value(), m_probe->ui->widget_calib_compass->value());
+    QVERIFY(bench.calibration(serial).isNeutral());
+    close();
+    QCOMPARE(m_boxes.open(), 0);
+}
+
+void TestCalibPhysics::exchangedAxesOrSignsWouldShow_data()
+{
+    QTest::addColumn<int>("axis"); // of the body that has all the iron
+    QTest::addColumn<double>("sign");
+    for (int axis = 0; axis < 3; ++axis)
+        for (const double sign : {-1.0, 1.0})
+            QTest::addRow("body %c, %+.0f", "xyz"[axis], sign) << axis << sign;
+}
+
+void TestCalibPhysics::exchangedAxesOrSignsWouldShow()
+{
+    QFETCH(int, axis);
+    QFETCH(double, sign);
+    double iron[3] = {};
+    double gain[3] = {1.0, 1.0, 1.0};
+    iron[axis] = 25.0 * sign;
+    gain[axis] = 1.2;
+    CameraConfig config;
+    config.serialNumber = 30000000U + static_cast<unsigned int>(axis) * 2U + (sign > 0.0 ? 1U : 0U);
+    config.motion = MOTION::TUMBLE;
+    config.hardIron = {iron[0], iron[1], iron[2]};
+    config.softIron = {{{gain[0], 0.0, 0.0}, {0.0, gain[1], 0.0}, {0.0, 0.0, gain[2]}}};
+    setUp(config);
+    open();
+    pass(std::chrono::seconds(1));
+    press(m_probe->ui->pushButton_start, "Ok");
+    pass(std::chrono::seconds(60));
+    press(m_probe->ui->pushButton_start, "Ok");
+    press(m_probe->ui->pushButton_save_calib, "Ok");
+
+    // What the EEPROM holds, in the axes of the sensor: 1 down, 2 left, 3 forward.
+    const om::bench::MagCalibration stored = bench.calibration(config.serialNumber);
+    const Vector offset = om::bench::toSensorAxes(config.hardIron);
+    const double offsets[] = {offset.x, offset.y, offset.z};
+    const double gains[] = {gain[1], gain[0], gain[2]};
+    const double strength = bench.field().strength;
+    for (std::size_t i = 0; i < 3; ++i) {
+        QVERIFY(std::abs(static_cast<double>(stored.offset[i]) - offsets[i]) < 0.5);
+        QVERIFY(std::abs(static_cast<double>(stored.scale[i]) * strength * gains[i] - 1.0) < 0.01);
+    }
+    close();
+}
+
+Q_DECLARE_METATYPE(om::MODEL)
+
+QTEST_MAIN(TestCalibPhysics)
+#include "tst_calibphysics.moc"
