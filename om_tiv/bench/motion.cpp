@@ -44,7 +44,7 @@ Quaternion turnAbout(const Vector& axis, double turns)
 
 /// Through all orientations: constant rates about the world's y axis, about x and about the body's
 /// z axis. With these periods the directions of gravity and of a field of any inclination come
-/// within 16 degrees of every direction of the body in 60 s.
+/// within 20 degrees of every direction of the body in 60 s.
 Quaternion tumble(double t)
 {
     return turnAbout({0.0, 1.0, 0.0}, t / 24.6) * turnAbout({1.0, 0.0, 0.0}, t / 18.48) *

@@ -73,7 +73,7 @@ Vector Environment::fieldAt(Nanoseconds time) const
     // The time is reduced to one swing as an integer: as a double it is too coarse for the sine.
     constexpr Nanoseconds swing = 1'430 * NS_PER_MS;
     const double phase = 2.0 * PI * static_cast<double>(time % swing) / static_cast<double>(swing);
-    return earth + (strength * std::sin(phase)) * Vector{0.6, 0.48, -0.64};
+    return earth + (strength * std::sin(phase)) * Vector{0.48, -0.8, -0.36};
 }
 
 double PhysicsSource::rateOf(STREAM stream)
