@@ -1,0 +1,863 @@
+#include "support/viewersession.h"
+
+#include "charts/DataPlot.h"
+#include "look/Style.h"
+
+#include <qwt_plot_curve.h>
+#include <qwt_point_data.h>
+
+#include <cmath>
+
+using namespace viewersession;
+
+namespace {
+
+constexpr double startTime = 1706711000.25;
+
+/// `count` times at this rate, and the values index * step + offset.
+QVector<double> times(int count, double rate, double start = startTime)
+{
+    QVector<double> series;
+    for (int i = 0; i < count; ++i) {
+        series.append(start + i / rate);
+    }
+    return series;
+}
+
+QVector<double> ramp(int count, double offset)
+{
+    QVector<double> series;
+    for (int i = 0; i < count; ++i) {
+        series.append(offset + i * 0.001);
+    }
+    return series;
+}
+
+QVector<double> lastOf(const QVector<double>& series, int count)
+{
+    return series.mid(std::max(0, series.size() - count));
+}
+
+} // namespace
+
+/// What a selection changes in the window, and what the chart is fed with.
+class TestChartFeed : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<Viewer> viewer;
+
+    DataPlot* chart() const { return viewer->ui->widget_chart; }
+
+    const QwtPlotCurve* curve(int index) const
+    {
+        const QwtPlotItemList items = chart()->itemList(QwtPlotItem::Rtti_PlotCurve);
+        return static_cast<const QwtPlotCurve*>(items[index]);
+    }
+    QVector<double> curveTimes(int index) const
+    {
+        const auto* data = dynamic_cast<const QwtPointArrayData*>(curve(index)->data());
+        return data == nullptr ? QVector<double>() : data->xData();
+    }
+    QVector<double> curveValues(int index) const
+    {
+        const auto* data = dynamic_cast<const QwtPointArrayData*>(curve(index)->data());
+        return data == nullptr ? QVector<double>() : data->yData();
+    }
+    QVector<int> visibleCurves() const
+    {
+        QVector<int> visible;
+        for (int i = 0; i < DataPlot::curveCount; ++i) {
+            if (curve(i)->isVisible()) {
+                visible.append(i);
+            }
+        }
+        return visible;
+    }
+    QVector<int> fedCurves() const
+    {
+        QVector<int> fed;
+        for (int i = 0; i < DataPlot::curveCount; ++i) {
+            if (curve(i)->dataSize() > 0) {
+                fed.append(i);
+            }
+        }
+        return fed;
+    }
+    /// As they will be after the next replot.
+    QwtInterval valueAxis() const
+    {
+        chart()->updateAxes();
+        return chart()->axisInterval(QwtPlot::yLeft);
+    }
+    QwtInterval timeAxis() const
+    {
+        chart()->updateAxes();
+        return chart()->axisInterval(QwtPlot::xBottom);
+    }
+
+    QPushButton* button(const QString& name) const
+    {
+        return viewer->window->findChild<QPushButton*>(name);
+    }
+
+    /// As if a camera had streamed for so many seconds.
+    void store(double seconds, bool withBarometer = true) const
+    {
+        auto& p = viewer->probe;
+        const QMutexLocker lock(&p.dataMutex);
+        const int imu = static_cast<int>(seconds * 400.0);
+        p.imuTime = times(imu, 400.0);
+        QVector<double>* const imuSeries[] = {&p.accX,  &p.accY,  &p.accZ, &p.gyroX,
+                                              &p.gyroY, &p.gyroZ, &p.orX,  &p.orY,
+                                              &p.orZ,   &p.magX,  &p.magY, &p.magZ};
+        double offset = 0.0;
+        for (QVector<double>* const series : imuSeries) {
+            *series = ramp(imu, offset);
+            offset += 100.0;
+        }
+        const int mag = static_cast<int>(seconds * 50.0);
+        p.magNewTime = times(mag, 50.0, startTime + 0.004);
+        p.magNewX = ramp(mag, 2000.0);
+        p.magNewY = ramp(mag, 2100.0);
+        p.magNewZ = ramp(mag, 2200.0);
+        const int baro = static_cast<int>(seconds * 25.0);
+        const int temperature = withBarometer ? baro : imu;
+        if (withBarometer) {
+            p.baroNewTime = times(baro, 25.0, startTime + 0.016);
+            p.baroNewPressure = ramp(baro, 1010.0);
+        } else {
+            p.tempFallbackTime = p.imuTime;
+        }
+        p.baroNewTempLeft = ramp(temperature, 30.0);
+        p.baroNewTempRight = ramp(temperature, 35.0);
+    }
+
+    void startPlotTimer() const
+    {
+        // Its ticks come from the test.
+        viewer->probe.plotTimer = new QTimer(viewer->window.get());
+        viewer->probe.plotTimer->start(viewer->probe.plotPeriodMs);
+    }
+
+private slots:
+    void init()
+    {
+        bench().reset();
+        viewer = std::make_unique<Viewer>();
+        viewer->probe.chartWindowSec = 10;
+    }
+    void cleanup() { viewer.reset(); }
+
+    // ---- Selection ----------------------------------------------------------------------------
+
+    void buttonSelectsItsSensor_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("sensor");
+        QTest::addColumn<QString>("label");
+        QTest::addColumn<QString>("topLabel");
+        QTest::newRow("accelerometer") << "pushButton_accel"
+                                       << "Accelerometer"
+                                       << "Accelerometer @ "
+                                       << "Accelerometer";
+        QTest::newRow("gyroscope") << "pushButton_gyro"
+                                   << "Gyroscope"
+                                   << "Gyroscope @ "
+                                   << "Gyroscope";
+        QTest::newRow("magnetometer") << "pushButton_mag"
+                                      << "Magnetometer"
+                                      << "Magnetometer @ "
+                                      << "Magnetometer [Not Calibrated]";
+        QTest::newRow("orientation") << "pushButton_orient"
+                                     << "Orientation"
+                                     << "Orientation @ "
+                                     << "Orientation";
+        QTest::newRow("barometer") << "pushButton_baro"
+                                   << "Barometer"
+                                   << "Barometer @ "
+                                   << "Barometer";
+        QTest::newRow("temperature") << "pushButton_temper"
+                                     << "Camera Temperature"
+                                     << "Temperature @ "
+                                     << "Temperature";
+    }
+    void buttonSelectsItsSensor()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, sensor);
+        QFETCH(QString, label);
+        QFETCH(QString, topLabel);
+        // From another sensor, whichever it is.
+        button(name == "pushButton_gyro" ? "pushButton_baro" : "pushButton_gyro")->click();
+        QVERIFY(viewer->probe.currentSensor != sensor);
+        QTest::mouseClick(button(name), Qt::LeftButton);
+        QCOMPARE(viewer->probe.currentSensor, sensor);
+        QCOMPARE(viewer->ui->label_sensor_type->text(), label);
+        QCOMPARE(viewer->ui->label_sensor_type_top->text(), topLabel);
+    }
+
+    void buttonThatIsLetGoChangesNothing_data()
+    {
+        QTest::addColumn<int>("slot");
+        for (int slot = 0; slot < 6; ++slot) {
+            QTest::addRow("slot %d", slot) << slot;
+        }
+    }
+    void buttonThatIsLetGoChangesNothing()
+    {
+        QFETCH(int, slot);
+        using Slot = void (MainWindow::*)(bool);
+        const Slot slots_[] = {
+            &MainWindow::on_pushButton_accel_clicked, &MainWindow::on_pushButton_gyro_clicked,
+            &MainWindow::on_pushButton_mag_clicked,   &MainWindow::on_pushButton_orient_clicked,
+            &MainWindow::on_pushButton_baro_clicked,  &MainWindow::on_pushButton_temper_clicked};
+        viewer->probe.changeSensor("none of them");
+        viewer->ui->label_sensor_type->setText("type");
+        viewer->ui->label_sensor_type_top->setText("top");
+        (viewer->window.get()->*slots_[slot])(false);
+        QCOMPARE(viewer->probe.currentSensor, QString("none of them"));
+        QCOMPARE(viewer->ui->label_sensor_type->text(), QString("type"));
+        QCOMPARE(viewer->ui->label_sensor_type_top->text(), QString("top"));
+        (viewer->window.get()->*slots_[slot])(true);
+        QVERIFY(viewer->probe.currentSensor != "none of them");
+    }
+
+    void magnetometerTitleIsTakenAtTheClick()
+    {
+        viewer->probe.magCalibrated = true;
+        viewer->window->on_pushButton_mag_clicked(true);
+        QCOMPARE(viewer->ui->label_sensor_type_top->text(), QString("Magnetometer [Calibrated]"));
+        viewer->probe.magCalibrated = false;
+        store(1.0);
+        startPlotTimer();
+        viewer->window->updatePlot();
+        QCOMPARE(viewer->ui->label_sensor_type_top->text(), QString("Magnetometer [Calibrated]"));
+        viewer->window->on_pushButton_mag_clicked(true);
+        QCOMPARE(viewer->ui->label_sensor_type_top->text(),
+                 QString("Magnetometer [Not Calibrated]"));
+    }
+
+    void selectionSetsBoxesModeAndRange_data()
+    {
+        QTest::addColumn<QString>("sensor");
+        QTest::addColumn<QVector<int>>("curves");
+        QTest::addColumn<double>("min");
+        QTest::addColumn<double>("max");
+        QTest::addColumn<int>("boxes");
+        QTest::addColumn<int>("firstSheet"); // 0 x, 1 y, 3 single axis
+        QTest::addColumn<bool>("calibration");
+        QTest::newRow("accelerometer")
+            << "Accelerometer" << QVector<int>{0, 1, 2} << -double(20.5F) * 1.1
+            << double(20.5F) * 1.1 << 3 << 0 << false;
+        QTest::newRow("gyroscope") << "Gyroscope" << QVector<int>{3, 4, 5} << -double(251.3F) * 1.1
+                                   << double(251.3F) * 1.1 << 3 << 0 << false;
+        QTest::newRow("magnetometer")
+            << "Magnetometer" << QVector<int>{6, 7, 8} << -double(48.7F) * 1.1
+            << double(48.7F) * 1.1 << 3 << 0 << true;
+        QTest::newRow("orientation")
+            << "Orientation" << QVector<int>{9, 10, 11} << -double(179.9F) * 1.1
+            << double(179.9F) * 1.1 << 3 << 0 << false;
+        QTest::newRow("barometer")
+            << "Barometer" << QVector<int>{12} << 900.5 << 1110.25 << 1 << 3 << false;
+        QTest::newRow("temperature")
+            << "Camera Temperature" << QVector<int>{13, 14} << 25.5 << 55.25 << 2 << 1 << false;
+    }
+    void selectionSetsBoxesModeAndRange()
+    {
+        QFETCH(QString, sensor);
+        QFETCH(QVector<int>, curves);
+        QFETCH(double, min);
+        QFETCH(double, max);
+        QFETCH(int, boxes);
+        QFETCH(int, firstSheet);
+        QFETCH(bool, calibration);
+        auto& probe = viewer->probe;
+        probe.accelRange = 20.5F;
+        probe.gyroRange = 251.3F;
+        probe.magRange = 48.7F;
+        probe.orientRange = 179.9F;
+        probe.pressureMin = 900.5F;
+        probe.pressureMax = 1110.25F;
+        probe.temperatureMin = 25.5F;
+        probe.temperatureMax = 55.25F;
+
+        const QStringList sensors{"Accelerometer", "Gyroscope", "Magnetometer",
+                                  "Orientation",   "Barometer", "Camera Temperature"};
+        for (const QString& before : sensors) {
+            probe.changeSensor(before);
+            probe.changeSensor(sensor);
+            QCOMPARE(probe.currentSensor, sensor);
+            QCOMPARE(visibleCurves(), curves);
+            QCOMPARE(valueAxis().minValue(), min);
+            QCOMPARE(valueAxis().maxValue(), max);
+
+            const QString sheets[] = {probe.style->xAxisEditStyle, probe.style->yAxisEditStyle,
+                                      probe.style->zAxisEditStyle,
+                                      probe.style->singleAxisEditStyle};
+            QVERIFY(viewer->ui->lineEdit_value_0->isVisible());
+            QCOMPARE(viewer->ui->lineEdit_value_1->isVisible(), boxes > 1);
+            QCOMPARE(viewer->ui->lineEdit_value_2->isVisible(), boxes > 2);
+            QCOMPARE(viewer->ui->lineEdit_value_0->styleSheet(), sheets[firstSheet]);
+            QCOMPARE(viewer->ui->lineEdit_value_1->styleSheet(),
+                     sheets[sensor == "Camera Temperature" ? 2 : 1]);
+            QCOMPARE(viewer->ui->lineEdit_value_2->styleSheet(), sheets[2]);
+            QCOMPARE(viewer->ui->pushButton_calib_mag->isVisible(), calibration);
+        }
+    }
+
+    void otherNamesKeepModeAndRange_data()
+    {
+        QTest::addColumn<QString>("sensor");
+        QTest::newRow("unknown") << "Thermometer";
+        QTest::newRow("empty") << "";
+        QTest::newRow("null") << QString();
+        QTest::newRow("another case") << "gyroscope";
+        QTest::newRow("title of the temperature") << "Temperature";
+    }
+    void otherNamesKeepModeAndRange()
+    {
+        QFETCH(QString, sensor);
+        auto& probe = viewer->probe;
+        probe.changeSensor("Barometer");
+        const QwtInterval range = valueAxis();
+        probe.changeSensor(sensor);
+        QCOMPARE(probe.currentSensor, sensor);
+        QCOMPARE(visibleCurves(), QVector<int>{12});
+        QCOMPARE(valueAxis(), range);
+        QVERIFY(viewer->ui->lineEdit_value_1->isVisible());
+        QVERIFY(viewer->ui->lineEdit_value_2->isVisible());
+        QCOMPARE(viewer->ui->lineEdit_value_0->styleSheet(), probe.style->xAxisEditStyle);
+        QVERIFY(!viewer->ui->pushButton_calib_mag->isVisible());
+    }
+
+    void selectionNeedsNoLock()
+    {
+        // Another thread holds the samples, for instance to append some.
+        const QMutexLocker lock(&viewer->probe.dataMutex);
+        viewer->window->on_pushButton_mag_clicked(true);
+        viewer->window->updateChartTimeSize();
+        viewer->probe.initCharts();
+        QCOMPARE(viewer->probe.currentSensor, QString());
+    }
+
+    // ---- The time range -----------------------------------------------------------------------
+
+    void timeRangeFollowsTheComboBox_data()
+    {
+        QTest::addColumn<int>("row");
+        QTest::addColumn<int>("seconds");
+        QTest::newRow("first") << 0 << 5;
+        QTest::newRow("second") << 1 << 10;
+        QTest::newRow("third") << 2 << 30;
+        QTest::newRow("fourth") << 3 << 60;
+    }
+    void timeRangeFollowsTheComboBox()
+    {
+        QFETCH(int, row);
+        QFETCH(int, seconds);
+        auto* const box = viewer->ui->comboBox_time_range;
+        box->setCurrentIndex(row == 0 ? 3 : 0);
+        box->setCurrentIndex(row);
+        QCOMPARE(viewer->probe.chartWindowSec, seconds);
+    }
+
+    void textOfTheTimeRangeIsRead_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("seconds");
+        QTest::newRow("minutes") << "Last 2 min" << 120;
+        QTest::newRow("hours") << "Last 1 hours" << 3600;
+        QTest::newRow("other unit") << "Last 7 days" << 7;
+    }
+    void textOfTheTimeRangeIsRead()
+    {
+        QFETCH(QString, text);
+        QFETCH(int, seconds);
+        viewer->ui->comboBox_time_range->setItemText(1, text);
+        viewer->ui->comboBox_time_range->setCurrentIndex(1);
+        viewer->window->updateChartTimeSize();
+        QCOMPARE(viewer->probe.chartWindowSec, seconds);
+        // The argument is not looked at.
+        viewer->probe.chartWindowSec = 1;
+        viewer->window->on_comboBox_time_range_currentIndexChanged("Last 99 sec");
+        QCOMPARE(viewer->probe.chartWindowSec, seconds);
+    }
+
+    void clearedComboBoxKeepsTheTimeRange()
+    {
+        viewer->ui->comboBox_time_range->setCurrentIndex(2);
+        QCOMPARE(viewer->probe.chartWindowSec, 30);
+        viewer->ui->comboBox_time_range->clear();
+        QCOMPARE(viewer->probe.chartWindowSec, 30);
+        viewer->probe.changeSensor("Gyroscope");
+        QCOMPARE(viewer->probe.chartWindowSec, 30);
+    }
+
+    void selectionReadsTheTimeRange()
+    {
+        viewer->ui->comboBox_time_range->setCurrentIndex(3);
+        viewer->probe.chartWindowSec = 1;
+        viewer->probe.changeSensor("Gyroscope");
+        QCOMPARE(viewer->probe.chartWindowSec, 60);
+    }
+
+    void anotherTimeRangeTouchesNoSeries()
+    {
+        store(20.0);
+        startPlotTimer();
+        auto& probe = viewer->probe;
+        viewer->window->updatePlot();
+        const QVector<double> before = probe.accX;
+        const QVector<double> shown = probe.chartY0;
+        viewer->ui->comboBox_time_range->setCurrentIndex(0);
+        QCOMPARE(probe.accX, before);
+        QCOMPARE(probe.chartY0, shown); // until the next update
+        viewer->window->updatePlot();
+        QCOMPARE(probe.accX, before);
+        QCOMPARE(probe.chartY0.size(), 2600);
+    }
+
+    // ---- Clearing -----------------------------------------------------------------------------
+
+    void initChartsEmptiesSeriesAndCurves()
+    {
+        auto& probe = viewer->probe;
+        for (int i = 0; i < MainWindowProbe::seriesCount; ++i) {
+            probe.series(i) = {1.0, 2.0, 3.0};
+        }
+        for (int i = 0; i < DataPlot::curveCount; ++i) {
+            chart()->updateData(static_cast<DataPlot::DataType>(i), {1.0, 2.0}, {3.0, 4.0}, false);
+        }
+        chart()->setAutoReplot(true);
+        probe.changeSensor("Gyroscope");
+        probe.initCharts();
+        QCOMPARE(MainWindowProbe::seriesCount, 37);
+        for (int i = 0; i < MainWindowProbe::seriesCount; ++i) {
+            QVERIFY2(probe.series(i).isEmpty(), qPrintable(QString::number(i)));
+            QVERIFY2(probe.series(i).capacity() >= 24000, qPrintable(QString::number(i)));
+        }
+        QCOMPARE(fedCurves(), QVector<int>());
+        QVERIFY(!chart()->autoReplot());
+        QVERIFY(probe.currentSensor.isNull());
+        // The chart keeps the sensor that it showed.
+        QCOMPARE(visibleCurves(), (QVector<int>{3, 4, 5}));
+    }
+
+    void initChartsReplotsTheEmptyChart()
+    {
+        store(20.0);
+        startPlotTimer();
+        viewer->window->updatePlot();
+        const auto hasInk = [this] {
+            const QImage image = chart()->canvas()->grab().toImage();
+            for (int y = 0; y < image.height(); ++y) {
+                for (int x = 0; x < image.width(); ++x) {
+                    if (image.pixelColor(x, y) == QColor("#ff5757")) {
+                        return true;
+                    }
+                }
+            }
+            return false;
+        };
+        viewer->probe.accelRange = 100.0F;
+        viewer->window->updatePlot();
+        QVERIFY(hasInk());
+        viewer->probe.initCharts();
+        QVERIFY(!hasInk());
+    }
+
+    // ---- Updates ------------------------------------------------------------------------------
+
+    void noSampleLeavesTheTimerRunning()
+    {
+        startPlotTimer();
+        chart()->setAutoReplot(true);
+        const QwtInterval before = timeAxis();
+        viewer->window->updatePlot();
+        QVERIFY(viewer->probe.plotTimer->isActive());
+        QVERIFY(!chart()->autoReplot());
+        QCOMPARE(timeAxis(), before);
+        QCOMPARE(viewer->probe.plotPeriodMs, 15);
+        QVERIFY(viewer->probe.dataMutex.tryLock());
+        viewer->probe.dataMutex.unlock();
+    }
+
+    void updateEndsWithTimerRunningAndLockReleased()
+    {
+        store(1.0);
+        startPlotTimer();
+        viewer->window->updatePlot();
+        QVERIFY(viewer->probe.plotTimer->isActive());
+        QVERIFY(viewer->probe.dataMutex.tryLock());
+        viewer->probe.dataMutex.unlock();
+    }
+
+    void updateWaitsForTheSamples()
+    {
+        store(1.0);
+        startPlotTimer();
+        auto& probe = viewer->probe;
+        std::atomic<bool> locked{false};
+        std::atomic<bool> released{false};
+        std::thread producer([&] {
+            probe.dataMutex.lock();
+            locked = true;
+            QThread::msleep(50);
+            released = true;
+            probe.dataMutex.unlock();
+        });
+        while (!locked) {
+            QThread::yieldCurrentThread();
+        }
+        viewer->window->updatePlot();
+        QVERIFY(released);
+        producer.join();
+    }
+
+    void updateReplots()
+    {
+        store(20.0);
+        startPlotTimer();
+        viewer->window->updatePlot();
+        // Only a replot computes the divisions anew.
+        QCOMPARE(chart()->axisInterval(QwtPlot::xBottom).maxValue(), viewer->probe.imuTime.last());
+    }
+
+    void sensorFeedsItsCurves_data()
+    {
+        QTest::addColumn<QString>("sensor");
+        QTest::addColumn<QVector<int>>("curves");
+        QTest::addColumn<QVector<double>>("first"); // values at index 0 of the series
+        QTest::addColumn<int>("rate");
+        QTest::addColumn<int>("samples"); // of 10 s
+        QTest::addColumn<double>("min");
+        QTest::addColumn<double>("max");
+        QTest::newRow("accelerometer")
+            << "Accelerometer" << QVector<int>{0, 1, 2} << QVector<double>{0.0, 100.0, 200.0} << 400
+            << 5200 << -double(20.5F) * 1.05 << double(20.5F) * 1.05;
+        QTest::newRow("empty name")
+            << "" << QVector<int>{0, 1, 2} << QVector<double>{0.0, 100.0, 200.0} << 400 << 5200
+            << -double(20.5F) * 1.05 << double(20.5F) * 1.05;
+        QTest::newRow("unknown name")
+            << "Thermometer" << QVector<int>{0, 1, 2} << QVector<double>{0.0, 100.0, 200.0} << 400
+            << 5200 << -double(20.5F) * 1.05 << double(20.5F) * 1.05;
+        QTest::newRow("gyroscope")
+            << "Gyroscope" << QVector<int>{3, 4, 5} << QVector<double>{300.0, 400.0, 500.0} << 400
+            << 5200 << -double(251.3F) * 1.05 << double(251.3F) * 1.05;
+        QTest::newRow("magnetometer")
+            << "Magnetometer" << QVector<int>{6, 7, 8} << QVector<double>{2000.0, 2100.0, 2200.0}
+            << 50 << 500 << -double(48.7F) * 1.05 << double(48.7F) * 1.05;
+        QTest::newRow("orientation")
+            << "Orientation" << QVector<int>{9, 10, 11} << QVector<double>{600.0, 700.0, 800.0}
+            << 400 << 5200 << -double(179.9F) * 1.05 << double(179.9F) * 1.05;
+        // The hidden curve of the left temperature gets the pressure, too.
+        QTest::newRow("barometer")
+            << "Barometer" << QVector<int>{12, 13} << QVector<double>{1010.0, 1010.0} << 25 << 250
+            << 900.5 << 1110.25;
+        QTest::newRow("temperature") << "Camera Temperature" << QVector<int>{13, 14}
+                                     << QVector<double>{30.0, 35.0} << 25 << 250 << 25.5 << 55.25;
+    }
+    void sensorFeedsItsCurves()
+    {
+        QFETCH(QString, sensor);
+        QFETCH(QVector<int>, curves);
+        QFETCH(QVector<double>, first);
+        QFETCH(int, rate);
+        QFETCH(int, samples);
+        QFETCH(double, min);
+        QFETCH(double, max);
+        auto& probe = viewer->probe;
+        probe.accelRange = 20.5F;
+        probe.gyroRange = 251.3F;
+        probe.magRange = 48.7F;
+        probe.orientRange = 179.9F;
+        probe.pressureMin = 900.5F;
+        probe.pressureMax = 1110.25F;
+        probe.temperatureMin = 25.5F;
+        probe.temperatureMax = 55.25F;
+        startPlotTimer();
+
+        for (const double stored : {4.0, 40.0}) {
+            probe.initCharts();
+            store(stored);
+            probe.changeSensor(sensor);
+            probe.chartWindowSec = 10;
+            viewer->window->updatePlot();
+
+            const int inSeries = static_cast<int>(stored * rate);
+            const int shown = std::min(inSeries, samples);
+            QCOMPARE(fedCurves(), curves);
+            const QVector<double>& time = rate == 400  ? probe.imuTime
+                                          : rate == 50 ? probe.magNewTime
+                                                       : probe.baroNewTime;
+            QCOMPARE(time.size(), inSeries);
+            const QVector<double>* const working[] = {&probe.chartY0, &probe.chartY1,
+                                                      &probe.chartY2};
+            QCOMPARE(probe.chartTime, lastOf(time, shown));
+            for (int i = 0; i < curves.size(); ++i) {
+                const QVector<double> expected = lastOf(ramp(inSeries, first[i]), shown);
+                QCOMPARE(curveTimes(curves[i]), probe.chartTime);
+                QCOMPARE(curveValues(curves[i]), expected);
+                if (curves[i] != 13 || sensor != "Barometer") {
+                    QCOMPARE(*working[i], expected);
+                    // Shared, without a further copy.
+                    QCOMPARE(curveValues(curves[i]).constData(), working[i]->constData());
+                }
+            }
+            QCOMPARE(valueAxis().minValue(), min);
+            QCOMPARE(valueAxis().maxValue(), max);
+            // Without a surplus the window is a sample short of 10 s, and the axis starts with it.
+            const bool scrolls = rate == 400 && stored > 10.0;
+            const double left = scrolls ? time.last() - 10.0 : probe.chartTime.first();
+            QCOMPARE(timeAxis().minValue(), left);
+            QCOMPARE(timeAxis().maxValue(), left + 10.0);
+        }
+    }
+
+    void sensorSlowerThanItsNominalRateScrolls()
+    {
+        auto& probe = viewer->probe;
+        startPlotTimer();
+        store(40.0);
+        probe.magNewTime = times(2000, 49.9);
+        probe.changeSensor("Magnetometer");
+        probe.chartWindowSec = 10;
+        viewer->window->updatePlot();
+        QCOMPARE(timeAxis().minValue(), probe.magNewTime.last() - 10.0);
+        QCOMPARE(timeAxis().maxValue(), probe.magNewTime.last());
+    }
+
+    void emptyNameFeedsTheAccelerometerInTheModeOfTheChart()
+    {
+        store(20.0);
+        startPlotTimer();
+        QTest::mouseClick(button("pushButton_gyro"), Qt::LeftButton);
+        viewer->probe.changeSensor(QString());
+        viewer->window->updatePlot();
+        QCOMPARE(fedCurves(), (QVector<int>{0, 1, 2}));
+        QCOMPARE(visibleCurves(), (QVector<int>{3, 4, 5}));
+        QVERIFY(button("pushButton_gyro")->isChecked());
+        QCOMPARE(valueAxis().maxValue(), 15.0 * 1.05);
+    }
+
+    void temperatureWithoutBarometerTakesTheFallbackAtTheImuRate()
+    {
+        auto& probe = viewer->probe;
+        startPlotTimer();
+        probe.changeSensor("Camera Temperature");
+        probe.chartWindowSec = 10;
+        store(5.0, false);
+        viewer->window->updatePlot();
+        QCOMPARE(probe.chartTime, probe.tempFallbackTime);
+        QCOMPARE(timeAxis().minValue(), probe.tempFallbackTime.first());
+
+        store(40.0, false);
+        viewer->window->updatePlot();
+        QCOMPARE(probe.chartTime, lastOf(probe.tempFallbackTime, 4000)); // no surplus
+        QCOMPARE(curveValues(13), lastOf(ramp(16000, 30.0), 4000));
+        QCOMPARE(curveValues(14), lastOf(ramp(16000, 35.0), 4000));
+        QCOMPARE(timeAxis().minValue(), probe.chartTime.first());
+    }
+
+    void temperatureWithBarometerLeavesTheFallbackAlone()
+    {
+        auto& probe = viewer->probe;
+        startPlotTimer();
+        store(40.0);
+        probe.tempFallbackTime = times(4000, 400.0, 5.0);
+        probe.changeSensor("Camera Temperature");
+        probe.chartWindowSec = 10;
+        viewer->window->updatePlot();
+        QCOMPARE(probe.chartTime, lastOf(probe.baroNewTime, 250));
+    }
+
+    void seriesCutByItsOwnLength_data()
+    {
+        QTest::addColumn<int>("window");
+        QTest::addColumn<int>("samples");
+        for (const int window : {5, 10, 30, 60}) {
+            QTest::addRow("%d s", window) << window << window * 520;
+        }
+    }
+    void seriesCutByItsOwnLength()
+    {
+        QFETCH(int, window);
+        QFETCH(int, samples);
+        auto& probe = viewer->probe;
+        startPlotTimer();
+        store(100.0);
+        probe.chartWindowSec = window;
+        viewer->window->updatePlot();
+        QCOMPARE(probe.chartY0.size(), samples);
+        // Thirty percent of them lie left of the axis.
+        QVERIFY(probe.chartTime.first() < timeAxis().minValue());
+        QCOMPARE(timeAxis().width(), double(window));
+    }
+
+    void periodFollowsTheImuWindow_data()
+    {
+        QTest::addColumn<QString>("sensor");
+        for (const char* sensor :
+             {"Accelerometer", "Magnetometer", "Barometer", "Camera Temperature", ""}) {
+            QTest::addRow("'%s'", sensor) << sensor;
+        }
+    }
+    void periodFollowsTheImuWindow()
+    {
+        QFETCH(QString, sensor);
+        auto& probe = viewer->probe;
+        startPlotTimer();
+        store(100.0);
+        probe.changeSensor(sensor);
+        const QPair<int, int> periods[] = {{5, 25}, {10, 25}, {30, 31}, {60, 62}, {5, 25}};
+        for (const auto& period : periods) {
+            probe.chartWindowSec = period.first;
+            viewer->window->updatePlot();
+            QCOMPARE(probe.plotPeriodMs, period.second);
+            QCOMPARE(probe.plotTimer->interval(), period.second);
+        }
+    }
+
+    void periodOfAShortSeriesIsTheShortest()
+    {
+        auto& probe = viewer->probe;
+        startPlotTimer();
+        store(5.0);
+        probe.chartWindowSec = 60;
+        QCOMPARE(probe.plotPeriodMs, 15);
+        viewer->window->updatePlot();
+        QCOMPARE(probe.plotPeriodMs, 25);
+        QCOMPARE(probe.plotTimer->interval(), 25);
+    }
+
+    void unchangedPeriodLeavesTheTimersIntervalAlone()
+    {
+        auto& probe = viewer->probe;
+        startPlotTimer();
+        store(5.0);
+        probe.plotPeriodMs = 25;
+        probe.plotTimer->setInterval(77);
+        viewer->window->updatePlot();
+        QCOMPARE(probe.plotTimer->interval(), 77);
+    }
+
+    void exactlyTheWindowGivesTheSameAxisByBothRules()
+    {
+        auto& probe = viewer->probe;
+        startPlotTimer();
+        store(10.0);
+        probe.imuTime.last() = probe.imuTime.first() + 10.0;
+        viewer->window->updatePlot();
+        QCOMPARE(timeAxis().minValue(), startTime);
+        QCOMPARE(timeAxis().maxValue(), startTime + 10.0);
+    }
+
+    void rangeTightensWithTheFirstUpdateAfterASelection()
+    {
+        auto& probe = viewer->probe;
+        startPlotTimer();
+        store(20.0);
+        probe.gyroRange = 100.0F;
+        QTest::mouseClick(button("pushButton_gyro"), Qt::LeftButton);
+        QCOMPARE(valueAxis().maxValue(), 100.0 * 1.1);
+        viewer->window->updatePlot();
+        QCOMPARE(valueAxis().maxValue(), 100.0 * 1.05);
+        viewer->window->updatePlot();
+        QCOMPARE(valueAxis().maxValue(), 100.0 * 1.05);
+        // The axis follows a limit that has grown.
+        probe.gyroRange = 300.0F;
+        viewer->window->updatePlot();
+        QCOMPARE(valueAxis().maxValue(), 300.0 * 1.05);
+    }
+
+    void sensorWithoutSamplesKeepsTheTimeAxis_data()
+    {
+        QTest::addColumn<QString>("sensor");
+        QTest::addColumn<double>("max");
+        QTest::newRow("magnetometer") << "Magnetometer" << 6.5 * 1.05;
+        QTest::newRow("barometer") << "Barometer" << 1050.0;
+        QTest::newRow("temperature") << "Camera Temperature" << 45.0;
+    }
+    void sensorWithoutSamplesKeepsTheTimeAxis()
+    {
+        QFETCH(QString, sensor);
+        QFETCH(double, max);
+        auto& probe = viewer->probe;
+        startPlotTimer();
+        store(20.0);
+        viewer->window->updatePlot();
+        const QwtInterval before = timeAxis();
+        for (auto* series : {&probe.magNewTime, &probe.magNewX, &probe.magNewY, &probe.magNewZ,
+                             &probe.baroNewTime, &probe.baroNewPressure, &probe.baroNewTempLeft,
+                             &probe.baroNewTempRight, &probe.tempFallbackTime}) {
+            series->clear();
+        }
+        probe.temperatureMin = 20.0F;
+        probe.changeSensor(sensor);
+        probe.chartWindowSec = 10;
+        viewer->window->updatePlot();
+        QCOMPARE(timeAxis(), before);
+        QCOMPARE(valueAxis().maxValue(), max);
+        QCOMPARE(fedCurves(), (QVector<int>{0, 1, 2})); // of the update before
+        QVERIFY(probe.plotTimer->isActive());
+    }
+
+    void changeOfCameraKeepsTheOldSamples()
+    {
+        auto& probe = viewer->probe;
+        store(20.0);
+        viewer->window->reset();
+        QCOMPARE(probe.accX.size(), 8000);
+        QCOMPARE(probe.currentSensor, QString("Accelerometer"));
+        startPlotTimer();
+        probe.chartWindowSec = 10;
+        viewer->window->updatePlot();
+        QCOMPARE(curveValues(0).size(), 5200);
+    }
+
+    void appendedSamplesDoNotTouchTheChart()
+    {
+        // While all samples are shown, chart and series share them.
+        auto& probe = viewer->probe;
+        startPlotTimer();
+        store(5.0);
+        viewer->window->updatePlot();
+        const QVector<double> shown = curveValues(0);
+        const double last = shown.last();
+        probe.accX.append(1e6);
+        probe.accX[0] = 1e6;
+        QCOMPARE(curveValues(0).size(), 2000);
+        QCOMPARE(curveValues(0).first(), 0.0);
+        QCOMPARE(curveValues(0).last(), last);
+    }
+
+    void emptyWindowShowsNothingAndKeepsTheAxis()
+    {
+        auto& probe = viewer->probe;
+        startPlotTimer();
+        store(20.0);
+        viewer->window->updatePlot();
+        const QwtInterval before = timeAxis();
+        probe.chartWindowSec = 0;
+        viewer->window->updatePlot();
+        QCOMPARE(timeAxis(), before);
+        QCOMPARE(fedCurves(), QVector<int>());
+    }
+
+    void timerFeedsTheChartOfAStreamingCamera()
+    {
+        bench().addCamera(camera(om::MODEL::TIV_Q, 31415926));
+        QTRY_VERIFY_WITH_TIMEOUT(viewer->streams(31415926), 20000);
+        QCOMPARE(viewer->probe.chartWindowSec, 10);
+        for (const char* name : {"pushButton_accel", "pushButton_gyro", "pushButton_mag",
+                                 "pushButton_orient", "pushButton_baro", "pushButton_temper"}) {
+            QTest::mouseClick(button(name), Qt::LeftButton);
+            QTRY_VERIFY_WITH_TIMEOUT(curve(visibleCurves().first())->dataSize() > 10, 10000);
+        }
+    }
+};
+
+QTEST_MAIN(TestChartFeed)
+#include "tst_chartfeed.moc"
