@@ -24,15 +24,27 @@ bool SceneView::showScene(int width, int height, int model)
     return true;
 }
 
+void SceneView::paintNow()
+{
+    grabFramebuffer();
+}
+
 QImage SceneView::picture()
 {
-    // The composed picture reaches the display with the update request that repaint() leaves.
-    for (int i = 0; i < 2; ++i) {
-        repaint();
-        QCoreApplication::processEvents();
+    const int before = paints;
+    update();
+    if (!QTest::qWaitFor([&] { return paints > before; })) {
+        qCritical("the view was not painted");
     }
+    // The composed picture is on its way to the display, on the same connection as the request.
     return QGuiApplication::primaryScreen()
         ->grabWindow(0, x(), y(), width(), height())
         .toImage()
         .convertToFormat(QImage::Format_RGB32);
+}
+
+void SceneView::paintGL()
+{
+    ++paints;
+    OGL3DWidget::paintGL();
 }

@@ -60,6 +60,13 @@ public:
     bool showOnScreen(int width, int height);
     /// The same with the scene of a camera model.
     bool showScene(int width, int height, int model);
+    /// Paints at once. repaint() may put it off until the next frame of the display.
+    void paintNow();
     /// Repaints and takes the view's picture from the display.
     QImage picture();
+
+    int paints = 0;
+
+protected:
+    void paintGL() override;
 };
