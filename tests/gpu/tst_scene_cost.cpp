@@ -1,0 +1,234 @@
+#include "gpu/scene_view.h"
+
+#include <QApplication>
+#include <QOpenGLFunctions_3_3_Compatibility>
+#include <QtTest>
+
+#include <cmath>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <new>
+#include <set>
+#include <thread>
+
+namespace {
+
+// Counts what this thread allocates with new while it is switched on.
+thread_local bool counting = false;
+thread_local std::size_t allocations = 0;
+
+void* allocate(std::size_t bytes)
+{
+    if (counting) {
+        ++allocations;
+    }
+    void* const block = std::malloc(bytes == 0 ? 1 : bytes);
+    if (block == nullptr) {
+        throw std::bad_alloc();
+    }
+    return block;
+}
+
+} // namespace
+
+void* operator new(std::size_t bytes)
+{
+    return allocate(bytes);
+}
+void* operator new[](std::size_t bytes)
+{
+    return allocate(bytes);
+}
+void operator delete(void* block) noexcept
+{
+    std::free(block);
+}
+void operator delete[](void* block) noexcept
+{
+    std::free(block);
+}
+void operator delete(void* block, std::size_t) noexcept
+{
+    std::free(block);
+}
+void operator delete[](void* block, std::size_t) noexcept
+{
+    std::free(block);
+}
+
+class TestSceneCost : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void counterCounts();
+    void framesAfterTheFirstAllocateNothing_data();
+    void framesAfterTheFirstAllocateNothing();
+    void onlyTheAccelerationLinesAreUploadedEachFrame();
+    void framesMakeNoObjectsOfOpenGL();
+    void poseAndAccelerationMayComeFromAnotherThread();
+
+private:
+    /// Bytes of a buffer.
+    std::vector<char> contentOf(GLuint buffer);
+
+    std::unique_ptr<SceneView> view;
+    QOpenGLFunctions_3_3_Compatibility* gl = nullptr;
+};
+
+void TestSceneCost::init()
+{
+    view = std::make_unique<SceneView>();
+    QVERIFY(view->showScene(640, 480, 1));
+    view->makeCurrent();
+    gl = view->context()->versionFunctions<QOpenGLFunctions_3_3_Compatibility>();
+    QVERIFY(gl != nullptr && gl->initializeOpenGLFunctions());
+}
+
+void TestSceneCost::cleanup()
+{
+    view.reset();
+    ProgramStates::resetStates();
+}
+
+std::vector<char> TestSceneCost::contentOf(GLuint buffer)
+{
+    GLint size = 0;
+    gl->glBindBuffer(GL_COPY_READ_BUFFER, buffer);
+    gl->glGetBufferParameteriv(GL_COPY_READ_BUFFER, GL_BUFFER_SIZE, &size);
+    std::vector<char> bytes(static_cast<std::size_t>(size));
+    gl->glGetBufferSubData(GL_COPY_READ_BUFFER, 0, size, bytes.data());
+    gl->glBindBuffer(GL_COPY_READ_BUFFER, 0);
+    return bytes;
+}
+
+void TestSceneCost::counterCounts()
+{
+    counting = true;
+    std::vector<float> vector(3);
+    auto* volatile number = new int(1);
+    counting = false;
+    delete number;
+    QCOMPARE(allocations, std::size_t{2});
+    QCOMPARE(vector.size(), std::size_t{3});
+}
+
+void TestSceneCost::framesAfterTheFirstAllocateNothing_data()
+{
+    QTest::addColumn<int>("model");
+    QTest::newRow("TIV") << 0;
+    QTest::newRow("TIV_N") << 1;
+    QTest::newRow("TIV_P") << 2;
+}
+
+void TestSceneCost::framesAfterTheFirstAllocateNothing()
+{
+    QFETCH(int, model);
+    ProgramStates::setIntAttr(ProgramStates::cameraModel, model);
+    view->InitProcess();
+    view->makeCurrent();
+    view->setAccStrenght(0, 1, 0);
+    view->visualize();
+    glFinish();
+    allocations = 0;
+    for (int frame = 0; frame < 100; ++frame) {
+        const auto f = static_cast<float>(frame);
+        view->setCameraModelOr(om::Orientation(om::Rotation(0.1F * f, om::Translation(1, 2, 3))));
+        view->setAccStrenght(0.01F * f, 1.0F - 0.01F * f, -0.5F);
+        view->camera->rotate(om::Rotation(0.01F, om::Translation(0, 1, 0)));
+        counting = true;
+        view->visualize();
+        counting = false;
+    }
+    QCOMPARE(allocations, std::size_t{0});
+}
+
+void TestSceneCost::onlyTheAccelerationLinesAreUploadedEachFrame()
+{
+    view->setAccStrenght(0, 1, 0);
+    view->visualize();
+    std::set<GLuint> dynamic;
+    for (int i = 0; i < 3; ++i) {
+        dynamic.insert(OpenObject::buffersOf(*view->dynamicAxes)[i]);
+    }
+    // Six vertices: position and colour of three floats each, and an index.
+    const std::size_t sizes[3] = {6 * 12, 6 * 12, 6 * 4};
+    for (std::size_t i = 0; i < 3; ++i) {
+        QCOMPARE(contentOf(OpenObject::buffersOf(*view->dynamicAxes)[i]).size(), sizes[i]);
+    }
+
+    // Every buffer gets content that no upload would write; a frame then shows which were written.
+    std::set<GLuint> all;
+    for (GLuint name = 1; name < 200; ++name) {
+        if (gl->glIsBuffer(name) != GL_FALSE && !contentOf(name).empty()) {
+            all.insert(name);
+        }
+    }
+    QVERIFY(all.size() >= 12); // four objects of three buffers
+    std::map<GLuint, std::vector<char>> poisoned;
+    for (const GLuint name : all) {
+        // Elements stay within the buffers, so that the draw calls stay within bounds.
+        const std::vector<char> poison(contentOf(name).size(), 0);
+        gl->glBindBuffer(GL_COPY_WRITE_BUFFER, name);
+        gl->glBufferSubData(GL_COPY_WRITE_BUFFER, 0, GLsizeiptr(poison.size()), poison.data());
+        gl->glBindBuffer(GL_COPY_WRITE_BUFFER, 0);
+        poisoned[name] = poison;
+    }
+    view->setAccStrenght(0.25F, 0.5F, 1);
+    view->visualize();
+    for (const GLuint name : all) {
+        const bool written = contentOf(name) != poisoned[name];
+        QVERIFY2(written == (dynamic.count(name) != 0), qPrintable(QString::number(name)));
+    }
+    QCOMPARE(gl->glGetError(), GLenum{GL_NO_ERROR});
+}
+
+void TestSceneCost::framesMakeNoObjectsOfOpenGL()
+{
+    view->setAccStrenght(0, 1, 0);
+    view->visualize();
+    const auto objects = [this] {
+        std::size_t count = 0;
+        for (GLuint name = 1; name < 500; ++name) {
+            count += gl->glIsBuffer(name) + gl->glIsVertexArray(name) + gl->glIsProgram(name) +
+                     gl->glIsShader(name) + gl->glIsTexture(name);
+        }
+        return count;
+    };
+    const std::size_t before = objects();
+    QVERIFY(before > 12);
+    for (int frame = 0; frame < 50; ++frame) {
+        view->visualize();
+    }
+    QCOMPARE(objects(), before);
+}
+
+void TestSceneCost::poseAndAccelerationMayComeFromAnotherThread()
+{
+    // As the sensor thread does it: plain stores beside the painting.
+    std::thread sensors([this] {
+        for (int i = 0; i < 4000; ++i) {
+            const float angle = 0.01F * static_cast<float>(i);
+            view->accStrength.x = std::cos(angle);
+            view->accStrength.y = std::sin(angle);
+            view->accStrength.z = 0;
+            view->setCameraModelOr(om::Orientation(om::Rotation(angle, om::Translation(0, 1, 0))));
+            view->setCameraModelPos(om::Translation(0, 0, 0));
+            view->movingStatus = i % 3;
+        }
+    });
+    for (int frame = 0; frame < 50; ++frame) {
+        view->paintNow();
+    }
+    sensors.join();
+    view->makeCurrent();
+    QCOMPARE(gl->glGetError(), GLenum{GL_NO_ERROR});
+    QCOMPARE(view->movingStatus, 3999 % 3);
+}
+
+QTEST_MAIN(TestSceneCost)
+#include "tst_scene_cost.moc"
