@@ -1,0 +1,334 @@
+#include "support/viewersession.h"
+
+#include "camera/ProgramStates.h"
+
+using namespace viewersession;
+using om::MODEL;
+using om::bench::CALL;
+
+namespace {
+
+om::DeviceProperties device(int id, unsigned int serial, MODEL model)
+{
+    om::DeviceProperties properties;
+    properties.id = id;
+    properties.serialNumber = serial;
+    properties.cameraModel = model;
+    return properties;
+}
+
+} // namespace
+
+class TestDeviceList : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<Viewer> viewer;
+
+    void start() { viewer = std::make_unique<Viewer>(); }
+
+    /// The window without its own poll: the test makes the ticks.
+    void startWithoutPoll()
+    {
+        start();
+        delete viewer->probe.detectTimer;
+        viewer->probe.detectTimer = nullptr;
+    }
+
+    QStringList rows() const
+    {
+        QStringList texts;
+        for (int i = 0; i < viewer->ui->comboBox_camera_list->count(); ++i) {
+            texts << viewer->ui->comboBox_camera_list->itemText(i);
+        }
+        return texts;
+    }
+
+private slots:
+    void init() { bench().reset(); }
+    void cleanup() { viewer.reset(); }
+
+    void theListIsEmptyBeforeTheFirstTick()
+    {
+        bench().addCamera(camera(MODEL::TIV_P, 20000001));
+        start();
+        QCOMPARE(rows(), QStringList());
+        QCOMPARE(viewer->probe.detectTimer->interval(), 200);
+        QVERIFY(viewer->probe.detectTimer->isActive());
+        QCOMPARE(bench().log().count(CALL::GET_DEVICE_LIST), 0ULL);
+    }
+
+    void theFirstTickShowsNoCamerasAndTheNextOneFindsIt()
+    {
+        bench().addCamera(camera(MODEL::TIV_P, 20000001));
+        startWithoutPoll();
+        auto& probe = viewer->probe;
+        QVERIFY(!viewer->window->detectMultipleDevice());
+        QCOMPARE(rows(), QStringList({"No cameras"}));
+        QVERIFY(!viewer->ui->comboBox_camera_list->isEnabled());
+        QVERIFY(probe.deviceIds.isEmpty() && probe.deviceSerials.isEmpty() &&
+                probe.deviceModels.isEmpty());
+        QVERIFY(!probe.deviceListBusy);
+
+        QVERIFY(probe.detectionThread.wait());
+        QVERIFY(viewer->window->detectMultipleDevice());
+        QCOMPARE(rows(), QStringList({"TIV_P - 20000001"}));
+        QVERIFY(viewer->ui->comboBox_camera_list->isEnabled());
+        QVERIFY(!probe.deviceListBusy);
+        QTRY_VERIFY(viewer->streams(20000001));
+    }
+
+    void thePollFindsACameraByItself()
+    {
+        bench().addCamera(camera(MODEL::TIV_Q, 20000001));
+        start();
+        QTRY_VERIFY(viewer->streams(20000001));
+        QVERIFY(viewer->probe.detectTimer == nullptr);
+        QCOMPARE(rows(), QStringList({"TIV_Q - 20000001"}));
+    }
+
+    void rowsLeaveOutTheFirstModelAndSerialNumbersThatAreNotPositive()
+    {
+        startWithoutPoll();
+        auto& probe = viewer->probe;
+        probe.detectionThread.devices = {
+            device(0, 11, MODEL::TIV),
+            device(1, 0, MODEL::TIV_P),
+            device(2, 0xFFFFFFFFU, MODEL::TIV_P),
+            device(3, 0x80000000U, MODEL::TIV_Q),
+            device(4, 14, MODEL::TIV_S),
+            device(5, 15, MODEL::TIV_N),
+            device(6, 0x7FFFFFFFU, MODEL::TIV_R),
+            device(7, 17, static_cast<MODEL>(9)),
+        };
+        QCOMPARE(probe.updateDeviceList(false), 4);
+        QCOMPARE(rows(),
+                 QStringList({"TIV_S - 14", "TIV_N - 15", "TIV_R - 2147483647", "Unknown - 17"}));
+        QCOMPARE(probe.deviceIds, QVector<int>({4, 5, 6, 7}));
+        QCOMPARE(probe.deviceSerials, QVector<int>({14, 15, 2147483647, 17}));
+        QCOMPARE(probe.deviceModels,
+                 QVector<MODEL>({MODEL::TIV_S, MODEL::TIV_N, MODEL::TIV_R, static_cast<MODEL>(9)}));
+        QVERIFY(!probe.deviceListBusy);
+    }
+
+    void onlyFirstModelCamerasGiveNoCameras()
+    {
+        startWithoutPoll();
+        viewer->probe.detectionThread.devices = {device(0, 11, MODEL::TIV),
+                                                 device(1, 12, MODEL::TIV)};
+        QVERIFY(!viewer->window->detectMultipleDevice());
+        QCOMPARE(rows(), QStringList({"No cameras"}));
+    }
+
+    void aRebuiltListIsThatOfThePassBefore()
+    {
+        bench().addCamera(camera(MODEL::TIV_P, 20000001));
+        startWithoutPoll();
+        auto& probe = viewer->probe;
+        QCOMPARE(probe.updateDeviceList(false), 0);
+        QVERIFY(probe.detectionThread.wait());
+        bench().unplug(20000001);
+        QCOMPARE(probe.updateDeviceList(false), 1);
+        QVERIFY(probe.detectionThread.wait());
+        QCOMPARE(probe.updateDeviceList(false), 0);
+        QVERIFY(probe.detectionThread.wait());
+        QCOMPARE(bench().log().count(CALL::GET_DEVICE_LIST), 3ULL);
+    }
+
+    void theFirstOfTwoCamerasIsOpenedAndTheOtherByItsRow()
+    {
+        bench().addCamera(camera(MODEL::TIV_Q, 20000001));
+        bench().addCamera(camera(MODEL::TIV_P, 20000002));
+        start();
+        QTRY_VERIFY(viewer->streams(20000001));
+        QCOMPARE(rows(), QStringList({"TIV_Q - 20000001", "TIV_P - 20000002"}));
+        QCOMPARE(viewer->ui->comboBox_camera_list->currentIndex(), 0);
+
+        QElapsedTimer elapsed;
+        elapsed.start();
+        viewer->ui->comboBox_camera_list->setCurrentIndex(1);
+        // The camera is closed twice over: once for the choice, once by the open.
+        QVERIFY(elapsed.elapsed() >= 200);
+        QTRY_VERIFY(viewer->streams(20000002));
+
+        QStringList sessions;
+        for (const auto& call : bench().log().records()) {
+            if (call.call == CALL::OPEN || call.call == CALL::CLOSE) {
+                sessions << QStringLiteral("%1 %2").arg(toString(call.call)).arg(call.serialNumber);
+            }
+        }
+        QCOMPARE(sessions, QStringList({"OPEN 20000001", "CLOSE 20000001", "OPEN 20000002"}));
+    }
+
+    void aChangeOfRowWhileTheListIsRebuiltIsNoChoice()
+    {
+        bench().addCamera(camera(MODEL::TIV_Q, 20000001));
+        bench().addCamera(camera(MODEL::TIV_P, 20000002));
+        start();
+        QTRY_VERIFY(viewer->streams(20000001));
+        viewer->probe.deviceListBusy = true;
+        viewer->ui->comboBox_camera_list->setCurrentIndex(1);
+        viewer->probe.deviceListBusy = false;
+        QVERIFY(viewer->streams(20000001));
+        QCOMPARE(bench().log().count(CALL::OPEN), 1ULL);
+    }
+
+    void eachModelIsOpenedInItsWay_data()
+    {
+        QTest::addColumn<int>("model");
+        QTest::addColumn<bool>("bySerial");
+        QTest::newRow("TIV_N") << 1 << true;
+        QTest::newRow("TIV_P") << 2 << true;
+        QTest::newRow("TIV_Q") << 3 << true;
+        QTest::newRow("TIV_R") << 4 << false;
+        QTest::newRow("TIV_S") << 5 << false;
+    }
+
+    void eachModelIsOpenedInItsWay()
+    {
+        QFETCH(int, model);
+        QFETCH(bool, bySerial);
+        auto config = camera(static_cast<MODEL>(model), 20000001);
+        config.id = 3;
+        bench().addCamera(config);
+        start();
+        QTRY_VERIFY(viewer->streams(20000001));
+        const auto open = bench().log().last(CALL::OPEN);
+        QVERIFY(open && open->init);
+        const om::InputType& input = open->init->input;
+        if (bySerial) {
+            QVERIFY(input.kind() == om::InputType::KIND::SERIAL_NUMBER);
+            QCOMPARE(input.serialNumber(), 20000001U);
+            QVERIFY(input.bus() == om::BUS_TYPE::USB);
+            QCOMPARE(open->init->fps, 100);
+        } else {
+            QVERIFY(input.kind() == om::InputType::KIND::CAMERA_ID);
+            QCOMPARE(input.cameraId(), 3);
+            QVERIFY(input.bus() == om::BUS_TYPE::SERIAL);
+            QCOMPARE(open->init->fps, 30);
+        }
+        QCOMPARE(viewer->probe.cameraId, 3);
+        QCOMPARE(static_cast<int>(viewer->probe.cameraModel), model);
+        QCOMPARE(ProgramStates::getIntAttr(ProgramStates::cameraModel), model);
+    }
+
+    void aModelAboveTheKnownOnesIsRefusedAtEveryTick()
+    {
+        bench().addCamera(camera(static_cast<MODEL>(6), 20000001));
+        BoxWatcher boxes([](QMessageBox& box) { clickOk(box); });
+        start();
+        QTRY_VERIFY(bench().log().count(CALL::GET_DEVICE_LIST) >= 5);
+        QCOMPARE(rows(), QStringList({"Unknown - 20000001"}));
+        QCOMPARE(bench().log().count(CALL::OPEN), 0ULL);
+        QVERIFY(viewer->probe.inputThread == nullptr);
+        QVERIFY(viewer->probe.detectTimer != nullptr);
+        QCOMPARE(boxes.count(), 0);
+    }
+
+    void refreshWithAnOpenCameraKeepsItStreamingInTheFirstRow()
+    {
+        bench().addCamera(camera(MODEL::TIV_Q, 20000001));
+        start();
+        QTRY_VERIFY(viewer->streams(20000001));
+        auto& probe = viewer->probe;
+        const InputThreadModul* const input = probe.inputThread;
+        bench().addCamera(camera(MODEL::TIV_P, 20000002));
+
+        // The new camera is known after one more pass.
+        QTest::mouseClick(viewer->ui->pushButton_refresh_list, Qt::LeftButton);
+        QCOMPARE(rows(), QStringList({" - 20000001", "TIV_Q - 20000001"}));
+        QCOMPARE(viewer->ui->comboBox_camera_list->currentIndex(), 0);
+        QVERIFY(probe.detectionThread.wait());
+        QTest::mouseClick(viewer->ui->pushButton_refresh_list, Qt::LeftButton);
+        QCOMPARE(rows(), QStringList({" - 20000001", "TIV_Q - 20000001", "TIV_P - 20000002"}));
+        QCOMPARE(probe.deviceSerials, QVector<int>({20000001, 20000001, 20000002}));
+        QCOMPARE(probe.deviceModels, QVector<MODEL>({MODEL::TIV_Q, MODEL::TIV_Q, MODEL::TIV_P}));
+
+        QVERIFY(probe.inputThread == input);
+        QVERIFY(viewer->streams(20000001));
+        QCOMPARE(bench().log().count(CALL::OPEN), 1ULL);
+        QVERIFY(probe.cameraName.isEmpty());
+    }
+
+    void theSecondRowOfTheOpenCameraReopensIt()
+    {
+        bench().addCamera(camera(MODEL::TIV_Q, 20000001));
+        start();
+        QTRY_VERIFY(viewer->streams(20000001));
+        QTest::mouseClick(viewer->ui->pushButton_refresh_list, Qt::LeftButton);
+        QCOMPARE(rows(), QStringList({" - 20000001", "TIV_Q - 20000001"}));
+        viewer->ui->comboBox_camera_list->setCurrentIndex(1);
+        QCOMPARE(bench().log().count(CALL::OPEN), 2ULL);
+        QTRY_VERIFY(viewer->streams(20000001));
+    }
+
+    void aCameraPluggedInWhileStreamingAppearsOnlyAfterRefresh()
+    {
+        bench().addCamera(camera(MODEL::TIV_Q, 20000001));
+        start();
+        QTRY_VERIFY(viewer->streams(20000001));
+        const auto lists = bench().log().count(CALL::GET_DEVICE_LIST);
+        bench().addCamera(camera(MODEL::TIV_P, 20000002));
+        QTest::qWait(450);
+        QCOMPARE(rows(), QStringList({"TIV_Q - 20000001"}));
+        QCOMPARE(bench().log().count(CALL::GET_DEVICE_LIST), lists);
+    }
+
+    void refreshWithoutAnOpenCameraRunsTheWholeLossPath()
+    {
+        startWithoutPoll();
+        auto& probe = viewer->probe;
+        probe.cameraLost = false;
+        probe.accX = {1.0, 2.0};
+        viewer->ui->lineEdit_value_0->setText(QStringLiteral("old"));
+        QTest::mouseClick(viewer->ui->pushButton_refresh_list, Qt::LeftButton);
+        QVERIFY(probe.cameraLost);
+        QVERIFY(probe.accX.isEmpty());
+        QCOMPARE(viewer->ui->lineEdit_value_0->text(), QStringLiteral("---"));
+        QCOMPARE(probe.currentSensor, QString());
+        QCOMPARE(rows(), QStringList({"No cameras"}));
+        QVERIFY(probe.detectTimer != nullptr && probe.detectTimer->isActive());
+        QCOMPARE(probe.detectTimer->interval(), 200);
+    }
+
+    void noListIsTakenWhileACameraOpens()
+    {
+        auto config = camera(MODEL::TIV_Q, 20000001);
+        config.faults.openDelay = std::chrono::milliseconds(150);
+        bench().addCamera(config);
+        bool held = false;
+        start();
+        bench().setOpenHook([&](const om::InitParameters&) {
+            held = !viewer->probe.detectionThread.mutex.tryLock();
+            // A pass that starts now gives up.
+            viewer->probe.detectionThread.start();
+        });
+        QTRY_VERIFY(viewer->streams(20000001));
+        QVERIFY(held);
+        QCOMPARE(bench().listsDuringOpen(), 0);
+        QVERIFY(viewer->probe.detectionThread.mutex.tryLock());
+        viewer->probe.detectionThread.mutex.unlock();
+    }
+
+    void aSlowListDoesNotHoldUpTheInterface()
+    {
+        bench().addCamera(camera(MODEL::TIV_Q, 20000001));
+        QSemaphore listed;
+        bench().setDeviceListHook([&] { listed.acquire(); });
+        startWithoutPoll();
+        // Each of these ticks starts a pass or finds one running.
+        for (int tick = 0; tick < 3; ++tick) {
+            QVERIFY(!viewer->window->detectMultipleDevice());
+        }
+        QVERIFY(viewer->probe.detectionThread.isRunning());
+        listed.release();
+        QVERIFY(viewer->probe.detectionThread.wait());
+        bench().setDeviceListHook(nullptr);
+        QCOMPARE(bench().log().count(CALL::GET_DEVICE_LIST), 1ULL);
+        QVERIFY(viewer->window->detectMultipleDevice());
+    }
+};
+
+QTEST_MAIN(TestDeviceList)
+#include "tst_devicelist.moc"

@@ -1,0 +1,95 @@
+#include "support/viewersession.h"
+
+#include <QProcess>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+
+using namespace viewersession;
+using om::MODEL;
+
+namespace {
+
+constexpr unsigned int serial = 20000001;
+constexpr int terminated = 42;
+
+bool waitFor(const std::function<bool()>& condition)
+{
+    return QTest::qWaitFor(condition, 30000);
+}
+
+/// One life of the program. 0 after a regular end.
+int live(const QByteArray& life)
+{
+    std::set_terminate([] { std::_Exit(terminated); });
+    bench().reset();
+    bench().addCamera(camera(MODEL::TIV_Q, serial));
+    auto window = std::make_unique<MainWindow>();
+    MainWindowProbe probe{*window};
+    window->show();
+    const auto streams = [&] { return probe.dataThreadRunning && !probe.cameraLost; };
+    if (!waitFor(streams)) {
+        return 1;
+    }
+    if (life != "close") {
+        bench().unplug(serial);
+        if (!waitFor([&] { return !probe.ui->comboBox_camera_list->isEnabled(); })) {
+            return 2;
+        }
+    }
+    if (life == "plug again") {
+        bench().plug(serial);
+        if (!waitFor(streams)) {
+            return 3;
+        }
+    }
+    window->close();
+    window.reset();
+    return 0;
+}
+
+} // namespace
+
+/// How the process ends; each end in a process of its own.
+class TestExitAfterLoss : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void theEndOfTheProcess_data()
+    {
+        QTest::addColumn<QString>("life");
+        QTest::addColumn<int>("exitCode");
+        QTest::newRow("closed while streaming") << "close" << 0;
+        // The sensor thread that saw the loss is joined nowhere.
+        QTest::newRow("closed after a loss") << "lose" << terminated;
+        // The next camera's thread has taken the place of the lost one's.
+        QTest::newRow("closed after the camera came back") << "plug again" << 0;
+    }
+
+    void theEndOfTheProcess()
+    {
+        QFETCH(QString, life);
+        QFETCH(int, exitCode);
+        QProcess process;
+        process.setProcessChannelMode(QProcess::ForwardedChannels);
+        process.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--live"), life});
+        QVERIFY(process.waitForFinished(90000));
+        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(process.exitCode(), exitCode);
+    }
+};
+
+int main(int argc, char* argv[])
+{
+    QApplication application(argc, argv);
+    if (argc == 3 && std::strcmp(argv[1], "--live") == 0) {
+        return live(argv[2]);
+    }
+    TestExitAfterLoss test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_exitafterloss.moc"

@@ -1,0 +1,291 @@
+#include "support/viewersession.h"
+
+#include "look/Style.h"
+#include "look/clr.h"
+
+#include <QDir>
+#include <QThread>
+
+using namespace viewersession;
+using om::bench::CALL;
+
+/// The window as it stands after construction, and its end.
+class TestMainWindow : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<Viewer> viewer;
+
+private slots:
+    void init()
+    {
+        bench().reset();
+        viewer = std::make_unique<Viewer>();
+    }
+    void cleanup() { viewer.reset(); }
+
+    void theFieldsHaveTheirStartValues()
+    {
+        const auto& probe = viewer->probe;
+        QVERIFY(probe.deviceIds.isEmpty() && probe.deviceSerials.isEmpty() &&
+                probe.deviceModels.isEmpty());
+        QVERIFY(probe.cameraName.isEmpty());
+        QVERIFY(probe.imageTimer == nullptr && probe.plotTimer == nullptr &&
+                probe.displayTimer == nullptr);
+        QCOMPARE(probe.plotPeriodMs, 15);
+        QCOMPARE(probe.displayPeriodMs, 25);
+        QVERIFY(probe.dataMutex.tryLock());
+        QVERIFY(!probe.dataMutex.tryLock()); // not recursive
+        probe.dataMutex.unlock();
+        QVERIFY(probe.inputThread == nullptr);
+        QCOMPARE(probe.imageTicks, 0);
+        QCOMPARE(static_cast<float>(probe.accelRange), 15.0F);
+        QCOMPARE(static_cast<float>(probe.gyroRange), 15.0F);
+        QCOMPARE(static_cast<float>(probe.magRange), 6.5F);
+        QCOMPARE(static_cast<float>(probe.orientRange), 45.0F);
+        QCOMPARE(static_cast<float>(probe.pressureMax), 1050.0F);
+        QCOMPARE(static_cast<float>(probe.pressureMin), 1000.0F);
+        QCOMPARE(static_cast<float>(probe.altitudeMax), 5.0F);
+        QCOMPARE(static_cast<float>(probe.altitudeMin), 0.0F);
+        QCOMPARE(static_cast<float>(probe.temperatureMax), 45.0F);
+        QCOMPARE(static_cast<float>(probe.temperatureMin), 45.0F);
+        QCOMPARE(probe.imuRateHz, 400.0);
+        QCOMPARE(probe.magRateHz, 50.0);
+        QCOMPARE(probe.baroRateHz, 25.0);
+        QCOMPARE(probe.imuSamplesPerSec, 400);
+        QCOMPARE(probe.magSamplesPerSec, 50);
+        QCOMPARE(probe.baroSamplesPerSec, 25);
+        QVERIFY(probe.dataThread == nullptr);
+        QVERIFY(probe.stopDataThread);
+        QVERIFY(!probe.dataThreadRunning);
+        QVERIFY(probe.cameraLost);
+        QVERIFY(!probe.deviceListBusy);
+        QVERIFY(!probe.magCalibrated);
+        QCOMPARE(static_cast<double>(probe.imuEffectiveRate), 0.0);
+        QCOMPARE(static_cast<double>(probe.magEffectiveRate), 0.0);
+        QCOMPARE(static_cast<double>(probe.baroEffectiveRate), 0.0);
+        QVERIFY(probe.style != nullptr);
+        QVERIFY(probe.freeSpaceLabel.parent() == nullptr);
+        QVERIFY(!probe.recording);
+        QVERIFY(!probe.recFile.isOpen());
+        QCOMPARE(probe.recDir, QDir(QDir::homePath()));
+        QCOMPARE(probe.requestedFps, 100);
+        QCOMPARE(probe.requestedResolution, 6);
+        QVERIFY(!probe.detectionThread.isRunning());
+        QVERIFY(probe.detectionThread.devices.empty());
+        // initCharts() has run, and leaves no sensor selected.
+        QCOMPARE(probe.currentSensor, QString());
+    }
+
+    void theSeriesAreKnownInTheOrderOfTheirDeclaration()
+    {
+        const auto& probe = viewer->probe;
+        const QVector<double>* const order[] = {
+            &probe.accX,
+            &probe.accY,
+            &probe.accZ,
+            &probe.gyroX,
+            &probe.gyroY,
+            &probe.gyroZ,
+            &probe.magX,
+            &probe.magY,
+            &probe.magZ,
+            &probe.orX,
+            &probe.orY,
+            &probe.orZ,
+            &probe.pressure,
+            &probe.relAltitude,
+            &probe.movingState,
+            &probe.tempLeft,
+            &probe.tempRight,
+            &probe.imuRates,
+            &probe.baroRates,
+            &probe.magRates,
+            &probe.tempFallbackTime,
+            &probe.magNewX,
+            &probe.magNewY,
+            &probe.magNewZ,
+            &probe.magNewTime,
+            &probe.spareSeries,
+            &probe.baroNewPressure,
+            &probe.baroNewTempRight,
+            &probe.baroNewTempLeft,
+            &probe.baroNewTime,
+            &probe.imuTime,
+            &probe.magTime,
+            &probe.baroTime,
+            &probe.chartTime,
+            &probe.chartY0,
+            &probe.chartY1,
+            &probe.chartY2,
+        };
+        QCOMPARE(static_cast<int>(std::size(order)), probe.seriesCount);
+        for (int i = 0; i < probe.seriesCount; ++i) {
+            QVERIFY2(&probe.series(i) == order[i], qPrintable(QString::number(i)));
+            QVERIFY(i == 0 || order[i] > order[i - 1]); // in the object, too
+            QVERIFY(order[i]->isEmpty());
+            QVERIFY(order[i]->capacity() >= 24000);
+        }
+    }
+
+    void nothingIsOpenedOrListedByTheConstructor()
+    {
+        QCOMPARE(bench().log().count(CALL::OPEN), 0ULL);
+        QCOMPARE(bench().log().count(CALL::GET_DEVICE_LIST), 0ULL);
+        const QTimer* const timer = viewer->probe.detectTimer;
+        QVERIFY(timer->isActive());
+        QCOMPARE(timer->interval(), 200);
+        QCOMPARE(timer->parent(), viewer->window.get());
+        QVERIFY(timer->timerType() == Qt::CoarseTimer);
+    }
+
+    void theWindowHasItsSizeAndTitle()
+    {
+        QCOMPARE(viewer->window->size(), QSize(1350, 835));
+        QCOMPARE(viewer->window->windowTitle(), QStringLiteral("Gravimon"));
+    }
+
+    void theLogosAreInPlace()
+    {
+        const Ui_MainWindow* const ui = viewer->ui;
+        QVERIFY(ui->LogoTitle->hasScaledContents());
+        QCOMPARE(ui->LogoTitle->pixmap(Qt::ReturnByValue).size(), QSize(180, 24));
+        const QPixmap logo = ui->label_logo->pixmap(Qt::ReturnByValue);
+        QCOMPARE(logo.height(), ui->label_logo->height());
+        QCOMPARE(logo.height(), 20);
+        QCOMPARE(logo.width(), 65);
+        QVERIFY(ui->statusbar->isHidden());
+    }
+
+    void theGroundComesFromThePalette()
+    {
+        QVERIFY(viewer->window->autoFillBackground());
+        QVERIFY(viewer->window->styleSheet().isEmpty());
+        for (const auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
+            QCOMPARE(viewer->window->palette().brush(group, QPalette::Window),
+                     QBrush(clr::om_soil_clr));
+        }
+    }
+
+    void theWidgetsHaveTheirSheetsAndFonts()
+    {
+        const Ui_MainWindow* const ui = viewer->ui;
+        const Style& style = *viewer->probe.style;
+        QFont buttonFont = style.fontPro9;
+        buttonFont.setPointSize(12);
+        struct Row
+        {
+            const QWidget* widget;
+            QString sheet;
+            const QFont* font; // null: none set
+        };
+        const Row table[] = {
+            {ui->comboBox_camera_list, style.comboDarkStyle, &style.fontMonoCaps9},
+            {ui->comboBox_time_range, style.comboDarkStyle, &style.fontMonoCaps9},
+            {ui->frame_data_options, style.comboDarkStyle, nullptr},
+            {ui->toolButton_save, style.saveButtonStyle, &style.fontMonoCaps9},
+            {ui->pushButton_accel, style.sensorButtonStyle, &buttonFont},
+            {ui->pushButton_gyro, style.sensorButtonStyle, &buttonFont},
+            {ui->pushButton_baro, style.sensorButtonStyle, &buttonFont},
+            {ui->pushButton_mag, style.sensorButtonStyle, &buttonFont},
+            {ui->pushButton_orient, style.sensorButtonStyle, &buttonFont},
+            {ui->pushButton_temper, style.sensorButtonStyle, &buttonFont},
+            {ui->pushButton_calib_mag, style.sensorButtonStyle, &buttonFont},
+            {ui->frame_ogl, style.frameRoundedStyle, nullptr},
+            {ui->frame_left, style.sideFrameStyle, nullptr},
+            {ui->frame_camera_sel, style.frameFlatStyle, nullptr},
+            {ui->label_sensor_type, style.labelBaseStyle, &style.fontMonoCaps9},
+            {ui->label_sensor_rate, style.labelBaseStyle, &style.fontMonoCaps9},
+            {ui->label_sensor_type_top, style.labelBaseStyle, &style.fontMonoCaps9},
+        };
+        for (const Row& row : table) {
+            const QByteArray name = row.widget->objectName().toUtf8();
+            QVERIFY2(row.widget->styleSheet() == row.sheet, name.constData());
+            if (row.font != nullptr) {
+                // The sensor buttons' own sheet sets their size in points.
+                QVERIFY2(row.widget->font().family() == row.font->family(), name.constData());
+                QVERIFY2(row.widget->font().capitalization() == row.font->capitalization(),
+                         name.constData());
+                QVERIFY2(row.widget->testAttribute(Qt::WA_SetFont), name.constData());
+            }
+        }
+    }
+
+    void oneSensorIsSelectedAtATime()
+    {
+        const Ui_MainWindow* const ui = viewer->ui;
+        QPushButton* const buttons[] = {ui->pushButton_accel,  ui->pushButton_gyro,
+                                        ui->pushButton_orient, ui->pushButton_baro,
+                                        ui->pushButton_mag,    ui->pushButton_temper};
+        QVERIFY(ui->pushButton_accel->isChecked());
+        for (QPushButton* const pressed : buttons) {
+            QTest::mouseClick(pressed, Qt::LeftButton);
+            for (const QPushButton* const button : buttons) {
+                QCOMPARE(button->isChecked(), button == pressed);
+            }
+        }
+    }
+
+    void theFormFindsItsSlots_data()
+    {
+        QTest::addColumn<QByteArray>("slot");
+        for (const char* name : {"createLiveInput()",
+                                 "setContext()",
+                                 "cameraDisconnected()",
+                                 "reset()",
+                                 "detectMultipleDevice()",
+                                 "updateImages()",
+                                 "updateChartTimeSize()",
+                                 "updatePlot()",
+                                 "updateDataDisplay()",
+                                 "saveValues(int)",
+                                 "on_comboBox_camera_list_currentIndexChanged(int)",
+                                 "on_comboBox_time_range_currentIndexChanged(QString)",
+                                 "on_toolButton_save_clicked(bool)",
+                                 "on_pushButton_accel_clicked(bool)",
+                                 "on_pushButton_gyro_clicked(bool)",
+                                 "on_pushButton_mag_clicked(bool)",
+                                 "on_pushButton_orient_clicked(bool)",
+                                 "on_pushButton_baro_clicked(bool)",
+                                 "on_pushButton_temper_clicked(bool)",
+                                 "on_pushButton_refresh_list_clicked()",
+                                 "on_pushButton_rec_option_clicked()",
+                                 "on_pushButton_calib_mag_clicked()"}) {
+            QTest::newRow(name) << QByteArray(name);
+        }
+    }
+
+    void theFormFindsItsSlots()
+    {
+        QFETCH(QByteArray, slot);
+        const QMetaObject* const meta = viewer->window->metaObject();
+        const int index = meta->indexOfSlot(slot.constData());
+        QVERIFY(index >= 0);
+        QCOMPARE(QByteArray(meta->method(index).typeName()),
+                 slot == "detectMultipleDevice()" ? QByteArray("bool") : QByteArray("void"));
+    }
+
+    void theDestructorWaitsForTheDetectionThread()
+    {
+        bool listed = false;
+        bench().setDeviceListHook([&] {
+            QThread::msleep(300);
+            listed = true;
+        });
+        viewer->window->detectMultipleDevice();
+        viewer->close();
+        QVERIFY(listed);
+    }
+
+    void closingBeforeACameraWasFoundEndsEverything()
+    {
+        viewer->window->close();
+        QVERIFY(viewer->probe.detectTimer == nullptr);
+        QVERIFY(viewer->probe.style == nullptr);
+        QVERIFY(!viewer->window->isVisible());
+    }
+};
+
+QTEST_MAIN(TestMainWindow)
+#include "tst_mainwindow.moc"

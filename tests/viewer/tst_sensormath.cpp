@@ -1,0 +1,221 @@
+#include "viewer/sensormath.h"
+#include "viewer/valuedisplay.h"
+
+#include <QtTest>
+
+#include <cmath>
+#include <limits>
+
+namespace sm = sensormath;
+using Verdict = sm::SampleClock::Verdict;
+
+Q_DECLARE_METATYPE(om::Vector3<float>)
+
+class TestSensorMath : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void timeStampsBelowOneMicrosecondAreAbsent()
+    {
+        sm::SampleClock clock;
+        QCOMPARE(clock.look(0), Verdict::Absent);
+        QCOMPARE(clock.look(999), Verdict::Absent);
+        // None of them was the first one.
+        QCOMPARE(clock.look(1000), Verdict::First);
+        QCOMPARE(clock.look(500), Verdict::Absent);
+        QCOMPARE(clock.look(1999), Verdict::Repeat);
+    }
+
+    void theFirstTimeStampOnlySetsTheClock()
+    {
+        sm::SampleClock clock;
+        QCOMPARE(clock.look(5'000'000), Verdict::First);
+        QCOMPARE(clock.look(7'500'000), Verdict::New);
+        QCOMPARE(clock.rate(), 400.0);
+    }
+
+    void theSameMicrosecondIsARepeat()
+    {
+        sm::SampleClock clock;
+        clock.look(5'000'000);
+        QCOMPARE(clock.look(5'000'999), Verdict::Repeat);
+        QCOMPARE(clock.look(5'001'000), Verdict::New);
+        QCOMPARE(clock.rate(), 1e6);
+        QCOMPARE(clock.look(5'001'001), Verdict::Repeat);
+        QCOMPARE(clock.rate(), 1e6);
+    }
+
+    void anEarlierTimeStampCountsAsNew()
+    {
+        sm::SampleClock clock;
+        clock.look(5'000'000);
+        QCOMPARE(clock.look(4'000'000), Verdict::New);
+    }
+
+    void theRateIsOneOverTheTimeSinceTheLastNewSample()
+    {
+        sm::SampleClock clock;
+        clock.look(1'000'000'000);
+        clock.look(1'000'000'000 + 20'000'000);
+        QCOMPARE(clock.rate(), 50.0);
+        clock.look(1'000'000'000 + 20'000'000);
+        clock.look(1'000'000'000 + 60'000'000);
+        QCOMPARE(clock.rate(), 25.0);
+    }
+
+    void secondsHaveTheResolutionOfAMicrosecond()
+    {
+        QCOMPARE(sm::seconds(1'706'711'000'123'456), 1706711000.123456);
+        QCOMPARE(sm::seconds(0), 0.0);
+        QCOMPARE(sm::seconds(1), 1e-6);
+    }
+
+    void largestMagnitudeIgnoresTheSign_data()
+    {
+        QTest::addColumn<om::Vector3<float>>("vector");
+        QTest::addColumn<float>("magnitude");
+        QTest::newRow("x") << om::Vector3<float>(-3, 1, 2) << 3.0F;
+        QTest::newRow("y") << om::Vector3<float>(1, 3.5F, -2) << 3.5F;
+        QTest::newRow("z") << om::Vector3<float>(1, 2, -4) << 4.0F;
+        QTest::newRow("zero") << om::Vector3<float>() << 0.0F;
+    }
+
+    void largestMagnitudeIgnoresTheSign()
+    {
+        QFETCH(om::Vector3<float>, vector);
+        QFETCH(float, magnitude);
+        QCOMPARE(sm::largestMagnitude(vector), magnitude);
+    }
+
+    void onlyAThirdComponentOfExactly2048IsSaturated()
+    {
+        QVERIFY(sm::isSaturated({0, 0, 2048.0F}));
+        QVERIFY(sm::isSaturated({0, 0, -2048.0F}));
+        QVERIFY(!sm::isSaturated({2048.0F, 2048.0F, 0}));
+        QVERIFY(!sm::isSaturated({0, 0, 2047.9F}));
+        QVERIFY(!sm::isSaturated({0, 0, 2049.0F}));
+    }
+
+    void anyComponentMakesTriplesDiffer()
+    {
+        QVERIFY(!sm::differ({1, 2, 3}, {1, 2, 3}));
+        QVERIFY(sm::differ({1, 2, 3}, {1.0001F, 2, 3}));
+        QVERIFY(sm::differ({1, 2, 3}, {1, 2.0001F, 3}));
+        QVERIFY(sm::differ({1, 2, 3}, {1, 2, 3.0001F}));
+    }
+
+    void degreesAreComputedInDoubleAndRoundedToFloat()
+    {
+        QCOMPARE(sm::degrees(0.0F), 0.0F);
+        QCOMPARE(sm::degrees(static_cast<float>(M_PI)),
+                 static_cast<float>(static_cast<double>(static_cast<float>(M_PI)) * 180.0 /
+                                    3.141592653589793));
+        QCOMPARE(sm::degrees(-0.5F), -28.647890F);
+    }
+
+    void theUnitVectorHasLengthOne()
+    {
+        const om::Vector3<float> u = sm::unit({3.0F, 0.0F, -4.0F});
+        QCOMPARE(u.x, 0.6F);
+        QCOMPARE(u.y, 0.0F);
+        QCOMPARE(u.z, -0.8F);
+    }
+
+    void theUnitOfAZeroVectorIsNotANumber()
+    {
+        const om::Vector3<float> u = sm::unit({0, 0, 0});
+        QVERIFY(std::isnan(u.x) && std::isnan(u.y) && std::isnan(u.z));
+    }
+
+    void pressureIsShownInHectopascals() { QCOMPARE(sm::hectopascals(101325.0F), 1013.25F); }
+
+    void rangesOnlyGrow()
+    {
+        QCOMPARE(sm::widenedRange(15.0F, 14.0F), 15.0F);
+        QCOMPARE(sm::widenedRange(15.0F, 15.0F), 15.0F);
+        QCOMPARE(sm::widenedRange(15.0F, 15.5F), 15.5F);
+    }
+
+    void notANumberLeavesALimitAlone()
+    {
+        const float nan = std::numeric_limits<float>::quiet_NaN();
+        QCOMPARE(sm::widenedRange(15.0F, nan), 15.0F);
+        QCOMPARE(sm::widenedPressureMax(1050.0F, nan), 1050.0F);
+        QCOMPARE(sm::widenedPressureMin(1000.0F, nan), 1000.0F);
+        QCOMPARE(sm::widenedAltitudeMax(5.0F, nan), 5.0F);
+        QCOMPARE(sm::widenedAltitudeMin(0.0F, nan), 0.0F);
+        QCOMPARE(sm::widenedTemperatureMax(45.0F, nan), 45.0F);
+        QCOMPARE(sm::widenedTemperatureMin(45.0F, nan), 45.0F);
+    }
+
+    void pressureLimitsMoveAHundredBeyondTheValue()
+    {
+        QCOMPARE(sm::widenedPressureMax(1050.0F, 1050.0F), 1050.0F);
+        QCOMPARE(sm::widenedPressureMax(1050.0F, 1051.0F), 1151.0F);
+        QCOMPARE(sm::widenedPressureMin(1000.0F, 1000.0F), 1000.0F);
+        QCOMPARE(sm::widenedPressureMin(1000.0F, 999.0F), 899.0F);
+    }
+
+    void altitudeLimitsFollowTheSignOfTheOldLimit_data()
+    {
+        QTest::addColumn<bool>("upper");
+        QTest::addColumn<float>("limit");
+        QTest::addColumn<float>("altitude");
+        QTest::addColumn<float>("widened");
+        QTest::newRow("max: within") << true << 5.0F << 5.0F << 5.0F;
+        QTest::newRow("max: positive limit") << true << 5.0F << 10.0F << 11.0F;
+        QTest::newRow("max: zero limit") << true << 0.0F << 10.0F << 9.0F;
+        QTest::newRow("max: negative limit") << true << -5.0F << -2.0F << -1.8F;
+        QTest::newRow("min: within") << false << 0.0F << 0.0F << 0.0F;
+        QTest::newRow("min: zero limit") << false << 0.0F << -10.0F << -11.0F;
+        QTest::newRow("min: negative limit") << false << -11.0F << -20.0F << -22.0F;
+        QTest::newRow("min: positive limit") << false << 5.0F << 2.0F << 1.8F;
+        QTest::newRow("min: positive limit, negative value") << false << 5.0F << -10.0F << -9.0F;
+    }
+
+    void altitudeLimitsFollowTheSignOfTheOldLimit()
+    {
+        QFETCH(bool, upper);
+        QFETCH(float, limit);
+        QFETCH(float, altitude);
+        QFETCH(float, widened);
+        QCOMPARE(upper ? sm::widenedAltitudeMax(limit, altitude)
+                       : sm::widenedAltitudeMin(limit, altitude),
+                 widened);
+    }
+
+    void temperatureLimitsMoveFiveBeyondTheValue()
+    {
+        QCOMPARE(sm::widenedTemperatureMin(45.0F, 30.0F), 25.0F);
+        QCOMPARE(sm::widenedTemperatureMax(45.0F, 30.0F), 45.0F);
+        QCOMPARE(sm::widenedTemperatureMax(45.0F, 50.0F), 55.0F);
+        QCOMPARE(sm::widenedTemperatureMin(25.0F, 50.0F), 25.0F);
+        QCOMPARE(sm::widenedTemperatureMax(45.0F, 45.0F), 45.0F);
+        QCOMPARE(sm::widenedTemperatureMin(45.0F, 45.0F), 45.0F);
+    }
+
+    void theShownRateIsCappedAndRoundedUp_data()
+    {
+        QTest::addColumn<double>("reported");
+        QTest::addColumn<double>("nominal");
+        QTest::addColumn<int>("shown");
+        QTest::newRow("IMU above nominal") << 400.2 << 400.0 << 400;
+        QTest::newRow("IMU below nominal") << 399.1 << 400.0 << 400;
+        QTest::newRow("IMU whole") << 399.0 << 400.0 << 399;
+        QTest::newRow("barometer") << 24.3 << 25.0 << 25;
+        QTest::newRow("magnetometer above") << 51.7 << 50.0 << 50;
+        QTest::newRow("no record yet") << 0.0 << 25.0 << 0;
+    }
+
+    void theShownRateIsCappedAndRoundedUp()
+    {
+        QFETCH(double, reported);
+        QFETCH(double, nominal);
+        QFETCH(int, shown);
+        QCOMPARE(valuedisplay::shownRate(reported, nominal), shown);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestSensorMath)
+#include "tst_sensormath.moc"

@@ -1,0 +1,832 @@
+#include "support/viewersession.h"
+
+#include "calibration/magcalibdlg.h"
+#include "camera/ProgramStates.h"
+#include "look/Style.h"
+
+#include <qwt_scale_div.h>
+
+using namespace viewersession;
+using om::ERROR_CODE;
+using om::MODEL;
+using om::bench::CALL;
+
+namespace {
+
+constexpr unsigned int first = 20000001;
+constexpr unsigned int second = 20000002;
+
+const QString noGpuMemory = QStringLiteral(
+    "Not enough GPU memory. Try a lower video resolution and/or a lower depth quality settings.");
+const QString oldFirmware =
+    QStringLiteral("Your firmware needs to be updated. Please update it in TIV Atlas.");
+
+} // namespace
+
+/// The way from a listed camera to a streaming one and back, in a real window.
+class TestSession : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<Viewer> viewer;
+
+    void start() { viewer = std::make_unique<Viewer>(); }
+
+    void startStreaming(MODEL model = MODEL::TIV_Q)
+    {
+        bench().addCamera(camera(model, first));
+        start();
+        QTRY_VERIFY(viewer->streams(first));
+    }
+
+    void choose(int row) { viewer->ui->comboBox_camera_list->setCurrentIndex(row); }
+
+    bool isBusy() const { return viewer->window->cursor().shape() == Qt::BusyCursor; }
+
+    QStringList timeRanges() const
+    {
+        QStringList texts;
+        for (int i = 0; i < viewer->ui->comboBox_time_range->count(); ++i) {
+            texts << viewer->ui->comboBox_time_range->itemText(i);
+        }
+        return texts;
+    }
+
+    void verifyBox(QMessageBox& box, const QString& title, QMessageBox::Icon icon,
+                   const QString& text)
+    {
+        const Style& style = *viewer->probe.style;
+        QCOMPARE(box.windowTitle(), title);
+        QVERIFY(box.icon() == icon);
+        QCOMPARE(box.text(), text);
+        QVERIFY(box.isModal());
+        QCOMPARE(box.buttons().size(), 1);
+        const QAbstractButton* const ok = box.buttons().constFirst();
+        QCOMPARE(ok->text(), QStringLiteral("Ok"));
+        QCOMPARE(box.styleSheet(), style.splashStyle);
+        QCOMPARE(box.font().family(), style.fontPro9.family());
+        QCOMPARE(ok->styleSheet(), style.statusOnStyle);
+        QCOMPARE(ok->font().family(), style.fontPro9.family());
+    }
+
+private slots:
+    void init() { bench().reset(); }
+    void cleanup()
+    {
+        viewer.reset();
+        bench().setOpenHook(nullptr);
+    }
+
+    // Stands first: the flag for the first image time is one for the process.
+    void withoutSensorsTheImagesCarryTheTime()
+    {
+        bench().addCamera(camera(MODEL::TIV_Q, first));
+        bench().addCamera(camera(MODEL::TIV_P, second));
+        // The camera turns out to be another model than its row said.
+        bench().setOpenHook([](const om::InitParameters&) {
+            bench().setOpenHook(nullptr);
+            bench().removeCamera(first);
+            bench().addCamera(camera(MODEL::TIV, first));
+        });
+        start();
+        auto& probe = viewer->probe;
+        probe.accX = {1.0};
+        QTRY_VERIFY(probe.inputThread != nullptr && !probe.cameraLost);
+        QVERIFY(probe.inputThread->cameraInfo.cameraModel == MODEL::TIV);
+        QVERIFY(probe.dataThread == nullptr);
+        QVERIFY(!viewer->ui->comboBox_time_range->isEnabled());
+        QVERIFY(!viewer->ui->frame_data_options->isEnabled());
+        QVERIFY(probe.accX.isEmpty());
+        QCOMPARE(probe.currentSensor, QString());
+        const DataPlot* const chart = viewer->ui->widget_chart;
+        QCOMPARE(chart->axisScaleDiv(QwtPlot::yLeft).lowerBound(), -15.0);
+        QCOMPARE(chart->axisScaleDiv(QwtPlot::yLeft).upperBound(), 15.0);
+        QCOMPARE(chart->axisScaleDiv(QwtPlot::xBottom).lowerBound(), 0.0);
+        QCOMPARE(chart->axisScaleDiv(QwtPlot::xBottom).upperBound(), 10.0);
+        // The buttons stand as the form has them.
+        QVERIFY(viewer->ui->pushButton_baro->isVisible());
+        QVERIFY(viewer->ui->pushButton_mag->isVisible());
+        QVERIFY(viewer->ui->pushButton_temper->isVisible());
+
+        // The zero is the time of the image at the first tick, if one had been grabbed.
+        QTRY_VERIFY(probe.imageTicks > 0);
+        const auto firstTime = probe.imuStartTime;
+        QTRY_VERIFY(probe.elapsedSec > 0.1);
+        QCOMPARE(probe.imuStartTime, firstTime);
+        const auto now = probe.inputThread->camera.getTimestamp(om::TIME_REFERENCE::IMAGE) / 1000;
+        QVERIFY(probe.elapsedSec <= static_cast<double>(now - firstTime) / 1e6);
+
+        // A second session goes on with the zero of the first.
+        viewer->window->reset();
+        viewer->window->createLiveInput();
+        viewer->window->updateImages();
+        QCOMPARE(probe.imuStartTime, firstTime);
+        QVERIFY(probe.dataThread == nullptr);
+    }
+
+    void aSessionStartsFromAFullReset()
+    {
+        bench().addCamera(camera(MODEL::TIV_Q, first));
+        start();
+        auto& probe = viewer->probe;
+        using P = ProgramStates;
+        for (int& attribute : P::int_attributes) {
+            attribute = 77;
+        }
+        P::setBoolAttr(P::inputPaused, true);
+        P::setDoubleAttr(P::selectedPointX, 5.0);
+        P::qstringAttr(P::inputFilePath) = QStringLiteral("old");
+        bool looked = false;
+        // The state in which the camera is opened.
+        bench().setOpenHook([&](const om::InitParameters&) {
+            looked = true;
+            const QVector<int> ints(std::begin(P::int_attributes), std::end(P::int_attributes));
+            QCOMPARE(ints, QVector<int>({0, 6, 25000, 95, 0, 0, 0, 0, 0, 0, 0, 100, 100, 100, 0, 1,
+                                         0, 100, 0}));
+            const QVector<bool> bools(std::begin(P::bool_attributes), std::end(P::bool_attributes));
+            QCOMPARE(bools, QVector<bool>({false, false, false, true}));
+            for (const double attribute : P::double_attributes) {
+                QCOMPARE(attribute, 0.0);
+            }
+            QCOMPARE(P::qstringAttr(0), QStringLiteral(""));
+            QCOMPARE(P::qstringAttr(1), QStringLiteral("Sensor Data Viewer"));
+            QCOMPARE(P::qstringAttr(2), QStringLiteral(""));
+            QCOMPARE(P::qstringAttr(3), QStringLiteral(""));
+            QVERIFY(!P::qstringAttr(2).isNull());
+
+            QVERIFY(isBusy());
+            QCOMPARE(timeRanges(),
+                     QStringList({"Last 5 sec", "Last 10 sec", "Last 30 sec", "Last 60 sec"}));
+            QCOMPARE(viewer->ui->comboBox_time_range->currentIndex(), 1);
+            QVERIFY(probe.imageTimer->isActive() && probe.plotTimer->isActive() &&
+                    probe.displayTimer->isActive());
+            QCOMPARE(probe.imageTimer->interval(), 40);
+            QCOMPARE(probe.plotTimer->interval(), 15);
+            QCOMPARE(probe.displayTimer->interval(), 25);
+            for (const QTimer* timer : {probe.imageTimer, probe.plotTimer, probe.displayTimer}) {
+                QCOMPARE(timer->parent(), viewer->window.get());
+                QVERIFY(timer->timerType() == Qt::CoarseTimer);
+            }
+            QVERIFY(probe.inputThread->enabled);
+            QVERIFY(probe.detectTimer == nullptr);
+            QVERIFY(probe.cameraLost);
+        });
+        QTRY_VERIFY(viewer->streams(first));
+        QVERIFY(looked);
+        QVERIFY(!isBusy());
+        QVERIFY(!probe.cameraLost);
+    }
+
+    void theRequestedRateAndResolutionAreTheWindows()
+    {
+        bench().addCamera(camera(MODEL::TIV_Q, first));
+        start();
+        viewer->probe.requestedFps = 60;
+        viewer->probe.requestedResolution = 3;
+        QTRY_VERIFY(viewer->streams(first));
+        const auto open = bench().log().last(CALL::OPEN);
+        QCOMPARE(open->init->fps, 60);
+        QVERIFY(open->init->resolution == om::RESOLUTION::HD1200);
+    }
+
+    void eachModelHasItsButtons_data()
+    {
+        QTest::addColumn<int>("model");
+        QTest::addColumn<bool>("baroAndMag");
+        QTest::addColumn<bool>("temper");
+        QTest::newRow("TIV_N") << 1 << false << false;
+        QTest::newRow("TIV_P") << 2 << true << true;
+        QTest::newRow("TIV_Q") << 3 << true << true;
+        QTest::newRow("TIV_R") << 4 << false << true;
+        QTest::newRow("TIV_S") << 5 << false << true;
+    }
+
+    void eachModelHasItsButtons()
+    {
+        QFETCH(int, model);
+        QFETCH(bool, baroAndMag);
+        QFETCH(bool, temper);
+        // From the opposite state, so that each button has to be set.
+        bench().addCamera(camera(static_cast<MODEL>(model), first));
+        start();
+        const Ui_MainWindow* const ui = viewer->ui;
+        ui->pushButton_baro->setVisible(!baroAndMag);
+        ui->pushButton_mag->setVisible(!baroAndMag);
+        ui->pushButton_temper->setVisible(!temper);
+        ui->frame_data_options->setEnabled(false);
+        ui->comboBox_time_range->setEnabled(false);
+        QTRY_VERIFY(viewer->streams(first));
+        QCOMPARE(ui->pushButton_baro->isVisible(), baroAndMag);
+        QCOMPARE(ui->pushButton_mag->isVisible(), baroAndMag);
+        QCOMPARE(ui->pushButton_temper->isVisible(), temper);
+        QVERIFY(ui->pushButton_accel->isVisible());
+        QVERIFY(ui->pushButton_gyro->isVisible());
+        QVERIFY(ui->pushButton_orient->isVisible());
+        QVERIFY(ui->frame_data_options->isEnabled());
+        QVERIFY(ui->comboBox_time_range->isEnabled());
+    }
+
+    void aRefusedOpenIsRetriedSilently()
+    {
+        auto config = camera(MODEL::TIV_Q, first);
+        config.faults.openResult = ERROR_CODE::IN_USE;
+        bench().addCamera(config);
+        BoxWatcher boxes([](QMessageBox& box) { clickOk(box); });
+        start();
+        auto& probe = viewer->probe;
+        QTRY_COMPARE(bench().log().count(CALL::OPEN), 1ULL);
+        QVERIFY(probe.inputThread == nullptr);
+        QVERIFY(probe.imageTimer == nullptr && probe.plotTimer == nullptr &&
+                probe.displayTimer == nullptr);
+        QVERIFY(probe.detectTimer != nullptr && probe.detectTimer->isActive());
+        QCOMPARE(probe.detectTimer->interval(), 200);
+        QVERIFY(!isBusy());
+        QVERIFY(probe.cameraLost);
+        QCOMPARE(timeRanges(), QStringList());
+        QCOMPARE(viewer->ui->comboBox_camera_list->currentText(),
+                 QStringLiteral("TIV_Q - 20000001"));
+        QTRY_VERIFY(bench().log().count(CALL::OPEN) >= 3);
+        QCOMPARE(boxes.count(), 0);
+        bench().changeFaults(first, [](auto& f) { f.openResult = ERROR_CODE::SUCCESS; });
+        QTRY_VERIFY(viewer->streams(first));
+        QCOMPARE(boxes.count(), 0);
+    }
+
+    void tooLittleGpuMemoryIsToldAndLeavesTheSessionAsItIs()
+    {
+        auto poor = camera(MODEL::TIV_P, second);
+        poor.faults.littleGpuMemory = true;
+        startStreaming();
+        bench().addCamera(poor);
+        viewer->window->on_pushButton_refresh_list_clicked();
+        QVERIFY(viewer->probe.detectionThread.wait());
+        viewer->window->on_pushButton_refresh_list_clicked();
+        QCOMPARE(viewer->ui->comboBox_camera_list->count(), 3);
+
+        auto& probe = viewer->probe;
+        int ticks = -1;
+        BoxWatcher boxes([&](QMessageBox& box) {
+            if (ticks < 0) {
+                verifyBox(box, QStringLiteral("Error"), QMessageBox::Critical, noGpuMemory);
+                QVERIFY(isBusy());
+                ticks = probe.imageTicks;
+            } else if (probe.imageTicks > ticks + 5) { // the timers run meanwhile
+                clickOk(box);
+            }
+        });
+        choose(2);
+        QCOMPARE(boxes.count(), 1);
+        QVERIFY(!isBusy());
+        QVERIFY(probe.inputThread != nullptr && probe.inputThread->camera.isOpened());
+        QVERIFY(!probe.inputThread->isRunning());
+        QVERIFY(probe.imageTimer != nullptr && probe.plotTimer != nullptr &&
+                probe.displayTimer != nullptr);
+        QVERIFY(probe.detectTimer == nullptr);
+        QVERIFY(!probe.dataThreadRunning);
+        QVERIFY(probe.dataThread == nullptr);
+        QVERIFY(!probe.cameraLost);
+        // The next choice works as ever.
+        choose(0);
+        QTRY_VERIFY(viewer->streams(first));
+    }
+
+    void anOldFirmwareIsToldAndTheCameraStreams()
+    {
+        auto old = camera(MODEL::TIV_P, second);
+        old.firmwareVersion = 1141;
+        bench().addCamera(camera(MODEL::TIV_Q, first));
+        bench().addCamera(old);
+        start();
+        QTRY_VERIFY(viewer->streams(first));
+
+        auto& probe = viewer->probe;
+        const InputThreadModul* input = nullptr;
+        int ticks = -1;
+        BoxWatcher boxes([&](QMessageBox& box) {
+            if (ticks < 0) {
+                verifyBox(box, QStringLiteral("Warning"), QMessageBox::Warning, oldFirmware);
+                QVERIFY(!probe.inputThread->isRunning());
+                input = probe.inputThread;
+                ticks = probe.imageTicks;
+            } else if (probe.imageTicks > ticks + 5) {
+                clickOk(box);
+            }
+        });
+        choose(1);
+        QCOMPARE(boxes.count(), 1);
+        QVERIFY(probe.inputThread == input);
+        QVERIFY(!isBusy());
+        QTRY_VERIFY(viewer->streams(second));
+        QCOMPARE(bench().log().count(CALL::OPEN), 2ULL);
+    }
+
+    void theOldestGoodFirmwareIsNotTold()
+    {
+        auto config = camera(MODEL::TIV_Q, first);
+        config.firmwareVersion = 1142;
+        bench().addCamera(config);
+        BoxWatcher boxes([](QMessageBox& box) { clickOk(box); });
+        start();
+        QTRY_VERIFY(viewer->streams(first));
+        QCOMPARE(boxes.count(), 0);
+    }
+
+    void atTheFirstOpenATickTakesTheCameraDownBehindTheFirmwareBox()
+    {
+        auto old = camera(MODEL::TIV_Q, first);
+        old.firmwareVersion = 1100;
+        bench().addCamera(old);
+        start();
+        auto& probe = viewer->probe;
+        bool answered = false;
+        BoxWatcher boxes([&](QMessageBox& box) {
+            QCOMPARE(box.text(), oldFirmware);
+            // Behind the box the camera has been closed and opened again, and streams.
+            if (viewer->streams(first)) {
+                answered = true;
+                clickOk(box);
+            }
+        });
+        QTRY_VERIFY(answered);
+        QVERIFY(bench().log().count(CALL::OPEN) == 2);
+        QCOMPARE(bench().log().count(CALL::CLOSE), 1ULL);
+        QCOMPARE(boxes.count(), 1);
+        // One sensor thread, and the session goes on.
+        const int samples = viewer->samples();
+        QTRY_VERIFY(viewer->samples() > samples + 20);
+        const QVector<double> times = [&] {
+            const QMutexLocker lock(&probe.dataMutex);
+            return probe.imuTime;
+        }();
+        for (int i = 1; i < times.size(); ++i) {
+            QVERIFY(times.at(i) > times.at(i - 1));
+        }
+        QVERIFY(!isBusy());
+    }
+
+    void aCameraThatIsGoneWhenTheFirmwareBoxClosesEndsTheOpen()
+    {
+        auto old = camera(MODEL::TIV_Q, first);
+        old.firmwareVersion = 1100;
+        bench().addCamera(old);
+        start();
+        auto& probe = viewer->probe;
+        bool answered = false;
+        BoxWatcher boxes([&](QMessageBox& box) {
+            bench().unplug(first);
+            if (probe.inputThread == nullptr && probe.detectTimer != nullptr) {
+                answered = true;
+                clickOk(box);
+            }
+        });
+        QTRY_VERIFY(answered);
+        QTRY_COMPARE(viewer->ui->comboBox_camera_list->currentText(), QStringLiteral("No cameras"));
+        QVERIFY(probe.inputThread == nullptr);
+        QVERIFY(probe.dataThread == nullptr);
+        QVERIFY(!isBusy());
+        QVERIFY(probe.cameraLost);
+    }
+
+    void atTheFirstOpenATickTakesTheCameraDownBehindTheMemoryBox()
+    {
+        auto poor = camera(MODEL::TIV_Q, first);
+        poor.faults.littleGpuMemory = true;
+        bench().addCamera(poor);
+        start();
+        bool answered = false;
+        BoxWatcher boxes([&](QMessageBox& box) {
+            QCOMPARE(box.text(), noGpuMemory);
+            // It is tried again behind the box, without a second one.
+            if (bench().log().count(CALL::OPEN) >= 3) {
+                bench().changeFaults(first, [](auto& f) { f.littleGpuMemory = false; });
+                answered = true;
+            }
+            if (answered && viewer->streams(first)) {
+                clickOk(box);
+            }
+        });
+        QTRY_VERIFY_WITH_TIMEOUT(answered && boxes.count() == 1 && viewer->streams(first), 10000);
+        QTRY_VERIFY(QApplication::activeModalWidget() == nullptr);
+        QVERIFY(viewer->streams(first));
+    }
+
+    void theInputThreadSeesTheLossFirst()
+    {
+        startStreaming();
+        auto& probe = viewer->probe;
+        std::thread* const handle = probe.dataThread;
+        bool looked = false;
+        bench().setOpenHook([&](const om::InitParameters&) {
+            looked = true;
+            bench().clearScripts(first);
+            // The sensor thread found the camera closed and has left by itself.
+            QVERIFY(!probe.dataThreadRunning);
+            QVERIFY(probe.dataThread == handle && handle->joinable());
+            QVERIFY(probe.cameraLost);
+            QVERIFY(probe.accX.isEmpty());
+        });
+        bench().scriptGrab(first, {ERROR_CODE::SUCCESS, ERROR_CODE::CAMERA_GONE});
+        QTRY_VERIFY(looked);
+        QTRY_VERIFY(viewer->streams(first));
+        QVERIFY(probe.dataThread != handle);
+        handle->join();
+        delete handle;
+    }
+
+    void aLossThatTheSensorThreadHasNotSeenEndsIt()
+    {
+        startStreaming();
+        auto& probe = viewer->probe;
+        bool looked = false;
+        bench().setOpenHook([&](const om::InitParameters&) {
+            looked = true;
+            QVERIFY(!probe.dataThreadRunning);
+            QVERIFY(probe.dataThread == nullptr); // stopped and joined
+            QVERIFY(probe.cameraLost);
+            QVERIFY(probe.accX.isEmpty());
+        });
+        emit probe.inputThread->DetectTIVDisconnect();
+        QVERIFY(looked); // the list still holds the camera
+        QTRY_VERIFY(viewer->streams(first));
+    }
+
+    void theSensorThreadSeesTheLossFirst()
+    {
+        startStreaming();
+        auto& probe = viewer->probe;
+        std::thread* const handle = probe.dataThread;
+        om::bench::SensorsEntry gone;
+        gone.result = ERROR_CODE::CAMERA_GONE;
+        bench().scriptSensors(first, {gone});
+        // Without the event loop nobody but the sensor thread acts.
+        while (probe.dataThreadRunning) {
+            QThread::msleep(1);
+        }
+        QVERIFY(probe.cameraLost);
+        QVERIFY(probe.inputThread == nullptr);
+        QCOMPARE(bench().log().count(CALL::CLOSE), 1ULL);
+        QVERIFY(probe.dataThread == handle && handle->joinable());
+        QVERIFY(viewer->hasSamples());
+        // A repaint in between meets no input thread.
+        const int ticks = probe.imageTicks;
+        viewer->window->updateImages();
+        QCOMPARE(probe.imageTicks, ticks + 1);
+
+        bench().setOpenHook([&](const om::InitParameters&) {
+            bench().clearScripts(first);
+            // Ended by itself, the thread was not joined.
+            QVERIFY(probe.dataThread == handle && handle->joinable());
+            QVERIFY(probe.accX.isEmpty());
+            QCOMPARE(viewer->ui->lineEdit_value_0->text(), QStringLiteral("---"));
+        });
+        QTRY_VERIFY(viewer->streams(first));
+        QVERIFY(probe.dataThread != handle);
+        QVERIFY(handle->joinable()); // overwritten, neither joined nor deleted
+        handle->join();
+        delete handle;
+    }
+
+    void unpluggingShowsNoCamerasAndPluggingBringsTheStreamBack()
+    {
+        startStreaming();
+        auto& probe = viewer->probe;
+        BoxWatcher boxes([](QMessageBox& box) { clickOk(box); });
+        std::thread* const handle = probe.dataThread;
+        bench().unplug(first);
+        QTRY_COMPARE(viewer->ui->comboBox_camera_list->currentText(), QStringLiteral("No cameras"));
+        QVERIFY(!viewer->ui->comboBox_camera_list->isEnabled());
+        QVERIFY(probe.inputThread == nullptr);
+        QVERIFY(probe.cameraLost);
+        QVERIFY(probe.accX.isEmpty());
+        QCOMPARE(viewer->ui->label_sensor_rate->text(), QStringLiteral("---"));
+        QVERIFY(probe.detectTimer != nullptr && probe.detectTimer->isActive());
+        // The list of the pass before still held the camera: one open failed on the way.
+        QCOMPARE(bench().log().count(CALL::OPEN), 2ULL);
+        QVERIFY(bench().log().last(CALL::OPEN)->result != 0);
+
+        bench().plug(first);
+        QTRY_VERIFY(viewer->streams(first));
+        QVERIFY(viewer->ui->comboBox_camera_list->isEnabled());
+        QCOMPARE(boxes.count(), 0);
+        QVERIFY(probe.dataThread != handle);
+        handle->join();
+        delete handle;
+    }
+
+    void aLossThatArrivesTwiceIsHandledTwice()
+    {
+        startStreaming();
+        auto& probe = viewer->probe;
+        bench().unplug(first);
+        while (probe.dataThreadRunning || probe.inputThread->isRunning()) {
+            QThread::msleep(1);
+            if (probe.inputThread == nullptr) {
+                break;
+            }
+        }
+        std::thread* const handle = probe.dataThread;
+        viewer->window->cameraDisconnected();
+        QVERIFY(probe.inputThread == nullptr);
+        viewer->window->cameraDisconnected();
+        QVERIFY(probe.inputThread == nullptr);
+        QVERIFY(probe.detectTimer != nullptr && probe.detectTimer->isActive());
+        QVERIFY(probe.imageTimer == nullptr && probe.plotTimer == nullptr &&
+                probe.displayTimer == nullptr);
+        bench().plug(first);
+        QTRY_VERIFY(viewer->streams(first));
+        handle->join();
+        delete handle;
+    }
+
+    void aLossStopsARecording()
+    {
+        startStreaming();
+        auto& probe = viewer->probe;
+        QTemporaryDir folder;
+        probe.recOptions.saveFolder = folder.path();
+        QTest::mouseClick(viewer->ui->toolButton_save, Qt::LeftButton);
+        QVERIFY(probe.recording && probe.recFile.isOpen());
+        bench().unplug(first);
+        QTRY_VERIFY(probe.inputThread == nullptr && probe.detectTimer != nullptr);
+        QVERIFY(!probe.recording);
+        QVERIFY(!probe.recFile.isOpen());
+        QVERIFY(!viewer->ui->toolButton_save->isChecked());
+    }
+
+    void aChangeOfRowKeepsTheSamples()
+    {
+        bench().addCamera(camera(MODEL::TIV_Q, first));
+        bench().addCamera(camera(MODEL::TIV_P, second));
+        start();
+        QTRY_VERIFY(viewer->streams(first));
+        QTRY_VERIFY(viewer->samples() > 50);
+        const QVector<double> before = [&] {
+            const QMutexLocker lock(&viewer->probe.dataMutex);
+            return viewer->probe.imuTime;
+        }();
+        choose(1);
+        QTRY_VERIFY(viewer->streams(second));
+        QTRY_VERIFY(viewer->samples() > before.size() + 5);
+        const QMutexLocker lock(&viewer->probe.dataMutex);
+        QCOMPARE(viewer->probe.imuTime.mid(0, before.size()), before);
+    }
+
+    void aChangeOfRowDoesNotStopARecording()
+    {
+        bench().addCamera(camera(MODEL::TIV_Q, first));
+        bench().addCamera(camera(MODEL::TIV_P, second));
+        start();
+        QTRY_VERIFY(viewer->streams(first));
+        QTemporaryDir folder;
+        viewer->probe.recOptions.saveFolder = folder.path();
+        QTest::mouseClick(viewer->ui->toolButton_save, Qt::LeftButton);
+        choose(1);
+        QTRY_VERIFY(viewer->streams(second));
+        QVERIFY(viewer->probe.recording);
+        QVERIFY(viewer->probe.recFile.isOpen());
+        QVERIFY(viewer->ui->toolButton_save->isChecked());
+    }
+
+    void resetTakesTheSessionDownAndLeavesDetectionAlone()
+    {
+        startStreaming();
+        auto& probe = viewer->probe;
+        QTest::mouseClick(viewer->ui->pushButton_gyro, Qt::LeftButton);
+        QCOMPARE(probe.currentSensor, QStringLiteral("Gyroscope"));
+        auto* const detectTimer = new QTimer(viewer->window.get());
+        probe.detectTimer = detectTimer;
+        detectTimer->start(100000);
+        ProgramStates::setIntAttr(ProgramStates::depthMaximumMm, 4711);
+        const int samples = viewer->samples();
+
+        QElapsedTimer elapsed;
+        elapsed.start();
+        viewer->window->reset();
+        QVERIFY(elapsed.elapsed() >= 100);
+        QVERIFY(probe.imageTimer == nullptr && probe.plotTimer == nullptr &&
+                probe.displayTimer == nullptr);
+        QVERIFY(probe.detectTimer == detectTimer && detectTimer->isActive());
+        QVERIFY(probe.inputThread == nullptr);
+        QVERIFY(probe.dataThread == nullptr && !probe.dataThreadRunning);
+        QVERIFY(probe.stopDataThread);
+        QCOMPARE(bench().log().count(CALL::CLOSE), 1ULL);
+        using P = ProgramStates;
+        for (const int attribute : {P::imageWidth, P::imageHeight, P::image2Width, P::image2Height,
+                                    P::measuredFps, P::cameraFps}) {
+            QCOMPARE(P::getIntAttr(attribute), 0);
+        }
+        QCOMPARE(P::getIntAttr(P::depthMaximumMm), 4711);
+        QCOMPARE(P::getIntAttr(P::requestedFps), 100);
+        QCOMPARE(P::getIntAttr(P::cameraModel), 3);
+        QCOMPARE(timeRanges(), QStringList());
+        QCOMPARE(probe.currentSensor, QStringLiteral("Accelerometer"));
+        QVERIFY(viewer->ui->pushButton_accel->isChecked());
+        QVERIFY(!viewer->ui->pushButton_gyro->isChecked());
+        QVERIFY(!probe.cameraLost);
+        QVERIFY(viewer->samples() >= samples);
+        viewer->window->reset(); // finds nothing, and hurts nobody
+    }
+
+    void theTimersAreMadeAfreshForEachCamera()
+    {
+        startStreaming();
+        auto& probe = viewer->probe;
+        const QVector<QPointer<QTimer>> before{probe.imageTimer, probe.plotTimer,
+                                               probe.displayTimer};
+        viewer->window->createLiveInput();
+        for (const auto& timer : before) {
+            QVERIFY(timer.isNull());
+        }
+        QTRY_VERIFY(viewer->streams(first));
+        QCOMPARE(
+            viewer->window->findChildren<QTimer*>(QString(), Qt::FindDirectChildrenOnly).size(), 3);
+    }
+
+    void aNegativeRowCountsAsTheFirst()
+    {
+        startStreaming();
+        viewer->probe.deviceListBusy = true;
+        choose(-1);
+        viewer->probe.deviceListBusy = false;
+        viewer->window->createLiveInput();
+        QTRY_VERIFY(viewer->streams(first));
+    }
+
+    void theViewGetsTheCamerasContext()
+    {
+        startStreaming();
+        QVERIFY(viewer->probe.inputThread->cudaContext != nullptr);
+        QVERIFY(viewer->ui->widget_3d_view->cudaContext == viewer->probe.inputThread->cudaContext);
+        viewer->ui->widget_3d_view->cudaContext = nullptr;
+        viewer->window->setContext();
+        QVERIFY(viewer->ui->widget_3d_view->cudaContext == viewer->probe.inputThread->cudaContext);
+    }
+
+    void theInputThreadsSignalsAreConnectedAndDisconnected()
+    {
+        startStreaming();
+        auto& probe = viewer->probe;
+        probe.inputThread->stopGrabbing();
+        auto* const view = viewer->ui->widget_3d_view;
+        // Each signal shows by its effect.
+        const auto contextArrives = [&] {
+            view->cudaContext = nullptr;
+            emit probe.inputThread->sendContext();
+            return view->cudaContext != nullptr;
+        };
+        QVERIFY(contextArrives());
+        probe.disconnectSignals();
+        QVERIFY(!contextArrives());
+        probe.accX.append(1.0);
+        emit probe.inputThread->DetectTIVDisconnect();
+        emit probe.inputThread->sendInit();
+        QVERIFY(view->cudaContext == nullptr); // InitProcess() would have set it
+        QVERIFY(!viewer->probe.accX.isEmpty());
+        probe.connectSignals();
+        QVERIFY(contextArrives());
+        view->cudaContext = nullptr;
+        emit probe.inputThread->sendInit();
+        QVERIFY(view->cudaContext != nullptr);
+        probe.disconnectSignals();
+    }
+
+    void connectingWithoutAnInputThreadDoesNothing()
+    {
+        start();
+        viewer->probe.connectSignals();
+        viewer->probe.disconnectSignals();
+        QVERIFY(viewer->probe.inputThread == nullptr);
+    }
+
+    void closingWhileStreamingEndsEverything()
+    {
+        startStreaming();
+        auto& probe = viewer->probe;
+        viewer->window->close();
+        QVERIFY(probe.imageTimer == nullptr && probe.plotTimer == nullptr &&
+                probe.displayTimer == nullptr && probe.detectTimer == nullptr);
+        QVERIFY(probe.inputThread == nullptr);
+        QVERIFY(probe.dataThread == nullptr && !probe.dataThreadRunning);
+        QVERIFY(probe.style == nullptr);
+        QCOMPARE(bench().log().count(CALL::CLOSE), 1ULL);
+        QVERIFY(!viewer->window->isVisible());
+    }
+
+    void aLossThatArrivesAfterTheCloseIsIgnored()
+    {
+        startStreaming();
+        viewer->window->close();
+        viewer->window->cameraDisconnected();
+        QVERIFY(viewer->probe.detectTimer == nullptr);
+    }
+
+    void closingDuringARecordingLeavesTheFileToItsDestruction()
+    {
+        startStreaming();
+        auto& probe = viewer->probe;
+        QTemporaryDir folder;
+        probe.recOptions.saveFolder = folder.path();
+        QTest::mouseClick(viewer->ui->toolButton_save, Qt::LeftButton);
+        QVERIFY(probe.recFile.isOpen());
+        const QString name = probe.recFile.fileName();
+        const int before = viewer->samples();
+        QTRY_VERIFY(viewer->samples() > before + 40);
+        viewer->window->close();
+        QVERIFY(probe.recording);
+        QVERIFY(probe.recFile.isOpen());
+        QVERIFY(viewer->ui->toolButton_save->isChecked());
+        viewer.reset();
+        QFile file(name);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QList<QByteArray> lines = file.readAll().split('\n');
+        QVERIFY(lines.size() > 5);
+        QVERIFY(lines.constLast().isEmpty());
+        QVERIFY(lines.constFirst().startsWith("idx,"));
+    }
+
+    void theCalibrationDialogTakesTheCameraAndGivesItBack()
+    {
+        bench().addCamera(camera(MODEL::TIV_Q, first));
+        bench().addCamera(camera(MODEL::TIV_P, second));
+        start();
+        QTRY_VERIFY(viewer->streams(first));
+        choose(1);
+        QTRY_VERIFY(viewer->streams(second));
+        auto& probe = viewer->probe;
+        QTest::mouseClick(viewer->ui->pushButton_mag, Qt::LeftButton);
+
+        bool looked = false;
+        ModalWatcher<MagCalibDlg> dialogs([&](MagCalibDlg& dialog) {
+            if (looked) {
+                return;
+            }
+            looked = true;
+            // No thread or timer of the viewer runs, and the camera is closed.
+            QVERIFY(probe.inputThread == nullptr);
+            QVERIFY(probe.dataThread == nullptr && !probe.dataThreadRunning);
+            QVERIFY(probe.imageTimer == nullptr && probe.plotTimer == nullptr &&
+                    probe.displayTimer == nullptr && probe.detectTimer == nullptr);
+            QVERIFY(probe.accX.isEmpty());
+            QCOMPARE(viewer->ui->label_sensor_rate->text(), QStringLiteral("---"));
+            QCOMPARE(dialog.parentWidget(), viewer->window.get());
+            QCOMPARE(bench().log().count(CALL::OPEN), bench().log().count(CALL::CLOSE));
+            auto* const leave = dialog.findChild<QPushButton*>(QStringLiteral("pushButton_exit"));
+            QVERIFY(leave != nullptr);
+            QTest::mouseClick(leave, Qt::LeftButton);
+        });
+        viewer->window->on_pushButton_calib_mag_clicked();
+        QVERIFY(looked);
+        QCOMPARE(viewer->ui->comboBox_camera_list->currentIndex(), 1);
+        QTRY_VERIFY(viewer->streams(second));
+        QCOMPARE(bench().log().last(CALL::MCU_OPEN)->serialNumber, second);
+        QCOMPARE(probe.currentSensor, QStringLiteral("Accelerometer"));
+    }
+
+    void theCalibrationGoesBackToTheRowWhateverHappenedMeanwhile()
+    {
+        bench().addCamera(camera(MODEL::TIV_Q, first));
+        bench().addCamera(camera(MODEL::TIV_P, second));
+        start();
+        QTRY_VERIFY(viewer->streams(first));
+        bool looked = false;
+        ModalWatcher<MagCalibDlg> dialogs([&](MagCalibDlg& dialog) {
+            if (looked) {
+                return;
+            }
+            looked = true;
+            viewer->probe.deviceListBusy = true;
+            choose(1);
+            QTest::mouseClick(dialog.findChild<QPushButton*>(QStringLiteral("pushButton_exit")),
+                              Qt::LeftButton);
+        });
+        viewer->window->on_pushButton_calib_mag_clicked();
+        viewer->probe.deviceListBusy = false;
+        QCOMPARE(viewer->ui->comboBox_camera_list->currentIndex(), 0);
+        QTRY_VERIFY(viewer->streams(first));
+    }
+
+    void anEmptyListRefusesTheOpenQuietly()
+    {
+        start();
+        QTRY_COMPARE(viewer->ui->comboBox_camera_list->currentText(), QStringLiteral("No cameras"));
+        viewer->window->createLiveInput();
+        QVERIFY(viewer->probe.inputThread == nullptr);
+        QVERIFY(viewer->probe.detectTimer != nullptr && viewer->probe.detectTimer->isActive());
+        QCOMPARE(bench().log().count(CALL::OPEN), 0ULL);
+    }
+
+    void theViewIsRepaintedByTheImageTimer()
+    {
+        startStreaming();
+        const int ticks = viewer->probe.imageTicks;
+        QTRY_VERIFY(viewer->probe.imageTicks > ticks + 3);
+        viewer->probe.imageTimer->stop();
+        QSignalSpy frames(viewer->ui->widget_3d_view, &QOpenGLWidget::frameSwapped);
+        viewer->window->updateImages();
+        QTRY_VERIFY(!frames.isEmpty());
+    }
+};
+
+QTEST_MAIN(TestSession)
+#include "tst_session.moc"

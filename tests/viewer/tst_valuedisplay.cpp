@@ -1,0 +1,253 @@
+#include "support/viewersession.h"
+
+#include <QThread>
+
+using namespace viewersession;
+
+/// The value boxes and the rate, with series and rates put in place by hand.
+class TestValueDisplay : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<Viewer> viewer;
+
+    /// One refresh, past the shortest time between two of them.
+    void refresh()
+    {
+        QThread::msleep(30);
+        viewer->window->updateDataDisplay();
+    }
+
+    QStringList texts() const
+    {
+        const Ui_MainWindow* const ui = viewer->ui;
+        return {ui->lineEdit_value_0->text(), ui->lineEdit_value_1->text(),
+                ui->lineEdit_value_2->text(), ui->label_sensor_rate->text()};
+    }
+
+private slots:
+    void init()
+    {
+        bench().reset();
+        viewer = std::make_unique<Viewer>();
+        auto& probe = viewer->probe;
+        delete probe.detectTimer;
+        probe.detectTimer = nullptr;
+        probe.cameraLost = false;
+        probe.displayTimer = new QTimer(viewer->window.get());
+        probe.displayTimer->setInterval(probe.displayPeriodMs);
+        probe.currentSensor = QStringLiteral("Accelerometer");
+        probe.accX = {9.0, 0.125};
+        probe.accY = {9.0, -9.80665};
+        probe.accZ = {9.0, 1234.5678};
+        probe.gyroX = {1.0, 11.0};
+        probe.gyroY = {1.0, -12.5};
+        probe.gyroZ = {1.0, 0.0004};
+        probe.magX = {1.0, 21.25};
+        probe.magY = {1.0, -22.125};
+        probe.magZ = {1.0, 2048.0};
+        probe.orX = {1.0, 179.9996};
+        probe.orY = {1.0, -89.5};
+        probe.orZ = {1.0, 0.0};
+        probe.pressure = {1.0, 998.756};
+        probe.tempLeft = {1.0, 31.256};
+        probe.tempRight = {1.0, -4.5};
+        probe.imuEffectiveRate = 399.1;
+        probe.magEffectiveRate = 49.2;
+        probe.baroEffectiveRate = 24.3;
+    }
+
+    void cleanup() { viewer.reset(); }
+
+    // Stands first: what it looks at happens once in a process.
+    void theVeryFirstCallNeverRefreshes()
+    {
+        QThread::msleep(60);
+        viewer->window->updateDataDisplay();
+        QCOMPARE(texts(), QStringList({"-", "-", "-", "---"}));
+        QVERIFY(viewer->probe.displayTimer->isActive());
+        refresh();
+        QCOMPARE(viewer->ui->lineEdit_value_0->text(), QStringLiteral("X 0.125 m/s²"));
+    }
+
+    void eachSensorHasItsTexts_data()
+    {
+        QTest::addColumn<QString>("sensor");
+        QTest::addColumn<QStringList>("expected");
+        const QStringList acceleration{"X 0.125 m/s²", "Y -9.807 m/s²", "Z 1234.568 m/s²",
+                                       "400 Hz"};
+        QTest::newRow("accelerometer") << "Accelerometer" << acceleration;
+        QTest::newRow("gyroscope")
+            << "Gyroscope"
+            << QStringList({"X 11.000 °/s", "Y -12.500 °/s", "Z 0.000 °/s", "400 Hz"});
+        QTest::newRow("magnetometer")
+            << "Magnetometer"
+            << QStringList({"X 21.250 µT", "Y -22.125 µT", "Z 2048.000 µT", "50 Hz"});
+        QTest::newRow("orientation")
+            << "Orientation" << QStringList({"X 180.000°", "Y -89.500°", "Z 0.000°", "400 Hz"});
+        QTest::newRow("barometer leaves two boxes alone")
+            << "Barometer"
+            << QStringList({"Atmospheric Pressure  998.76 hPa", "second", "third", "25 Hz"});
+        QTest::newRow("temperatures are crossed and leave one box alone")
+            << "Camera Temperature"
+            << QStringList({"Right 31.26°C", "Left -4.50°C", "third", "25 Hz"});
+        QTest::newRow("no sensor") << "" << acceleration;
+        QTest::newRow("unknown sensor") << "Thermometer" << acceleration;
+    }
+
+    void eachSensorHasItsTexts()
+    {
+        QFETCH(QString, sensor);
+        QFETCH(QStringList, expected);
+        viewer->probe.currentSensor = sensor;
+        viewer->ui->lineEdit_value_1->setText(QStringLiteral("second"));
+        viewer->ui->lineEdit_value_2->setText(QStringLiteral("third"));
+        refresh();
+        QCOMPARE(texts(), expected);
+    }
+
+    void shortNumbersAreSetToTheWidth_data()
+    {
+        QTest::addColumn<QString>("sensor");
+        QTest::addColumn<double>("value");
+        QTest::addColumn<QString>("text");
+        // A width of 5 with 3 digits is filled by any number.
+        QTest::newRow("five") << "Accelerometer" << 0.5 << "X 0.500 m/s²";
+        QTest::newRow("five, negative") << "Accelerometer" << -0.5 << "X -0.500 m/s²";
+        QTest::newRow("five, wide") << "Accelerometer" << -12345.6789 << "X -12345.679 m/s²";
+        QTest::newRow("seven") << "Barometer" << 8.5 << "Atmospheric Pressure    8.50 hPa";
+        QTest::newRow("seven, full")
+            << "Barometer" << 1013.25 << "Atmospheric Pressure 1013.25 hPa";
+        QTest::newRow("one") << "Camera Temperature" << 8.5 << "Right 8.50°C";
+    }
+
+    void shortNumbersAreSetToTheWidth()
+    {
+        QFETCH(QString, sensor);
+        QFETCH(double, value);
+        QFETCH(QString, text);
+        auto& probe = viewer->probe;
+        probe.currentSensor = sensor;
+        probe.accX = {value};
+        probe.pressure = {value};
+        probe.tempLeft = {value};
+        refresh();
+        QCOMPARE(viewer->ui->lineEdit_value_0->text(), text);
+    }
+
+    void theRateIsTheSensorsOwnUpToTheNominalOne_data()
+    {
+        QTest::addColumn<QString>("sensor");
+        QTest::addColumn<double>("imu");
+        QTest::addColumn<double>("mag");
+        QTest::addColumn<double>("baro");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("IMU above") << "Gyroscope" << 400.2 << 1.0 << 1.0 << "400 Hz";
+        QTest::newRow("IMU below") << "Orientation" << 199.01 << 1.0 << 1.0 << "200 Hz";
+        QTest::newRow("magnetometer above") << "Magnetometer" << 1.0 << 55.5 << 1.0 << "50 Hz";
+        QTest::newRow("magnetometer below") << "Magnetometer" << 1.0 << 12.0 << 1.0 << "12 Hz";
+        QTest::newRow("barometer") << "Barometer" << 1.0 << 1.0 << 24.3 << "25 Hz";
+        QTest::newRow("temperature") << "Camera Temperature" << 1.0 << 1.0 << 26.0 << "25 Hz";
+        QTest::newRow("temperature without barometer")
+            << "Camera Temperature" << 400.0 << 50.0 << 0.0 << "0 Hz";
+    }
+
+    void theRateIsTheSensorsOwnUpToTheNominalOne()
+    {
+        QFETCH(QString, sensor);
+        QFETCH(double, imu);
+        QFETCH(double, mag);
+        QFETCH(double, baro);
+        QFETCH(QString, text);
+        auto& probe = viewer->probe;
+        probe.currentSensor = sensor;
+        probe.imuEffectiveRate = imu;
+        probe.magEffectiveRate = mag;
+        probe.baroEffectiveRate = baro;
+        refresh();
+        QCOMPARE(viewer->ui->label_sensor_rate->text(), text);
+    }
+
+    void withoutASampleNothingIsRefreshed()
+    {
+        viewer->probe.accX.clear();
+        refresh();
+        QCOMPARE(texts(), QStringList({"-", "-", "-", "---"}));
+        QVERIFY(viewer->probe.displayTimer->isActive());
+        // That call did not count as a refresh: the next one need not wait.
+        viewer->probe.accX = {1.0};
+        viewer->window->updateDataDisplay();
+        QCOMPARE(viewer->ui->lineEdit_value_0->text(), QStringLiteral("X 1.000 m/s²"));
+    }
+
+    void twoRefreshesNeverFollowFasterThanThePeriod()
+    {
+        auto& probe = viewer->probe;
+        probe.displayPeriodMs = 200;
+        QThread::msleep(210);
+        viewer->window->updateDataDisplay();
+        QCOMPARE(viewer->ui->lineEdit_value_0->text(), QStringLiteral("X 0.125 m/s²"));
+        probe.accX.append(5.0);
+        viewer->window->updateDataDisplay();
+        QCOMPARE(viewer->ui->lineEdit_value_0->text(), QStringLiteral("X 0.125 m/s²"));
+        QVERIFY(probe.displayTimer->isActive());
+        QThread::msleep(210);
+        viewer->window->updateDataDisplay();
+        QCOMPARE(viewer->ui->lineEdit_value_0->text(), QStringLiteral("X 5.000 m/s²"));
+    }
+
+    void theTimerIsRestartedAfterARefresh()
+    {
+        QVERIFY(!viewer->probe.displayTimer->isActive());
+        refresh();
+        QVERIFY(viewer->probe.displayTimer->isActive());
+        QCOMPARE(viewer->probe.displayTimer->interval(), 25);
+    }
+
+    void aRefreshWaitsForTheSensorThreadsLock()
+    {
+        auto& probe = viewer->probe;
+        probe.dataMutex.lock();
+        bool locked = true;
+        std::thread owner([&] {
+            QThread::msleep(150);
+            locked = false;
+            probe.dataMutex.unlock();
+        });
+        refresh();
+        QVERIFY(!locked);
+        owner.join();
+    }
+
+    void aLostCameraIsHandledInPlaceOfARefresh()
+    {
+        auto& probe = viewer->probe;
+        probe.cameraLost = true;
+        refresh();
+        QCOMPARE(texts(), QStringList({"---", "---", "---", "---"}));
+        QVERIFY(probe.displayTimer == nullptr);
+        QVERIFY(probe.accX.isEmpty());
+        QVERIFY(probe.detectTimer != nullptr);
+        QVERIFY(probe.detectTimer->isActive());
+    }
+
+    void defaultValuesAreDashes()
+    {
+        refresh();
+        viewer->probe.displayDefaultValues();
+        QCOMPARE(texts(), QStringList({"---", "---", "---", "---"}));
+    }
+
+    void theBoxesAreReadOnlyAndCentred()
+    {
+        for (const QLineEdit* box : {viewer->ui->lineEdit_value_0, viewer->ui->lineEdit_value_1,
+                                     viewer->ui->lineEdit_value_2}) {
+            QVERIFY(box->isReadOnly());
+            QCOMPARE(box->alignment(), Qt::AlignCenter);
+        }
+    }
+};
+
+QTEST_MAIN(TestValueDisplay)
+#include "tst_valuedisplay.moc"
