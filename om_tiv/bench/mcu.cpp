@@ -112,6 +112,7 @@ void TIVmcu::startCapture(float period)
                                  ? static_cast<Nanoseconds>(static_cast<double>(period) *
                                                             static_cast<double>(bench::NS_PER_MS))
                                  : 0;
+            m_impl->catchUp();
             m_impl->capturing = true;
             captureRunning = true;
         }

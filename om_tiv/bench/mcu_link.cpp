@@ -267,6 +267,16 @@ HeadingQuality TIVmcu::Impl::judge(const Session& of, std::uint64_t newest, Nano
     return quality;
 }
 
+void TIVmcu::Impl::catchUp()
+{
+    const Nanoseconds now = session->camera->clock().now();
+    if (session->poses && session->hasMagnetometer()) {
+        if (const auto mag = session->source->newest(STREAM::MAGNETOMETER, now)) {
+            judge(*session, *mag, now);
+        }
+    }
+}
+
 IMUPose TIVmcu::Impl::physicalPose(const std::shared_ptr<Session>& of, int sensors)
 {
     const std::unique_lock<std::mutex> lock = readerLock();

@@ -61,6 +61,9 @@ public:
     /// A record of no data where there is none, or no answering link.
     IMUReaderData rememberedRecord();
     IMUPose physicalPose(const std::shared_ptr<Session>& of, int sensors);
+    /// Feeds the monitor with the past, so that no pose record has to wait for that. Under the
+    /// mutex.
+    void catchUp();
 
     void log(bench::CallRecord record, bench::CALL call, unsigned int serial) const;
     void tell(unsigned int serial, const char* what) const;

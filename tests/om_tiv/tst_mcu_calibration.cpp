@@ -101,8 +101,8 @@ private:
                                         const std::function<void()>& atReading = nullptr)
     {
         std::vector<Eigen::Vector3d> readings;
-        for (auto passed = 0ms; passed < time; passed += 5ms) {
-            m_bench.clock().advance(5ms);
+        for (auto passed = 0ms; passed < time; passed += 10ms) {
+            m_bench.clock().advance(10ms);
             const om::IMUReaderData data = m_link->getIMUReaderData();
             if (data.linkValid == 1 && data.magState == 2) {
                 readings.emplace_back(data.mag[0] * 0.0625, data.mag[1] * 0.0625,

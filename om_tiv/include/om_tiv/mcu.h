@@ -165,8 +165,8 @@ public:
     /// @param all the whole memory, or only what may have changed; no difference to the calibration
     void updateEepromMemory(bool all);
     /// Writes the calibration, which is in force from then on, also for om::Camera, and survives
-    /// the end of the process. Any values are stored as they are; what is not finite or has a scale
-    /// that is not positive corrects nothing and makes the heading not good.
+    /// the end of the process. Any values are stored as they are. With one that is not finite, or a
+    /// scale that is not positive, the heading is not good, and that of the raw field.
     ///
     /// Returns 0 for success, or the value of an ERROR_CODE: FAILURE when refused or not open,
     /// CAMERA_GONE, TIMEOUT. Read back to be sure.

@@ -1,0 +1,78 @@
+/// @file
+/// A bench with one camera that was never calibrated, and the link to its microcontroller.
+#pragma once
+
+#include "bench/bench.h"
+#include "bench/eeprom.h"
+#include "bench/virtual_camera.h"
+
+#include <om_tiv/om_tiv.h>
+
+#include <QtTest>
+
+#include <QTemporaryDir>
+
+#include <chrono>
+#include <functional>
+#include <vector>
+
+Q_DECLARE_METATYPE(om::MODEL)
+
+namespace mcutest {
+
+constexpr unsigned short VENDOR = 0x7C15;
+constexpr unsigned int SERIAL = 30000001;
+constexpr unsigned int OTHER_SERIAL = 20000001;
+
+constexpr int toInt(om::ERROR_CODE code)
+{
+    return static_cast<int>(code);
+}
+
+/// A link opened as the calibration dialog does it.
+class Link : public om::TIVmcu
+{
+public:
+    explicit Link(om::MODEL model = om::MODEL::TIV_Q) : TIVmcu(false, VENDOR, model, false, "") {}
+
+    int openIt(unsigned int number = SERIAL)
+    {
+        return open(number, false, om::IMU_ODR_400_HZ, nullptr, nullptr, true, false);
+    }
+    std::vector<float> stored() const { return {storedMagCalib, storedMagCalib + 6}; }
+};
+
+/// The bench, with a stepped clock and the camera SERIAL (TIV_Q) plugged in 100 ms ago.
+class Fixture : public QObject
+{
+protected:
+    om::bench::Bench& m_bench = om::bench::Bench::instance();
+
+    void prepare()
+    {
+        qputenv("OM_TIV_STATE_DIR",
+                m_state.path().toLocal8Bit() + "/" + QByteArray::number(m_run++));
+        m_bench.reset();
+        m_bench.clock().setManual(1'000 * om::bench::NS_PER_S);
+        addCamera(SERIAL, om::MODEL::TIV_Q);
+        m_bench.clock().advance(std::chrono::milliseconds(100));
+    }
+
+    void addCamera(unsigned int number, om::MODEL model,
+                   const std::function<void(om::bench::CameraConfig&)>& change = nullptr)
+    {
+        om::bench::CameraConfig config;
+        config.model = model;
+        config.serialNumber = number;
+        if (change) {
+            change(config);
+        }
+        QVERIFY(m_bench.addCamera(config));
+    }
+
+private:
+    QTemporaryDir m_state;
+    int m_run = 0;
+};
+
+} // namespace mcutest
