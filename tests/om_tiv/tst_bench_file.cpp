@@ -1,0 +1,569 @@
+#include "om_tiv/benchtest.h"
+
+#include "bench/bench_file.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <cmath>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace om;
+using namespace om::bench;
+
+namespace {
+
+/// Every key there is.
+const char* const FULL_FILE = R"({
+        "field": {"strength": 50.5, "inclination": -30, "declination": 12.25},
+        "cameras": [{
+            "model": "TIV_S", "serialNumber": 4294967295, "id": 9, "firmware": 1140,
+            "usbRelease": "2.17", "usbProductId": 0, "plugged": false, "motion": "posed",
+            "pose": {"heading": 90, "pitch": 30, "roll": -20}, "seed": 9223372036854775807,
+            "hardIron": [1, 2, 3], "softIron": [0.5, 0.25, 0.125], "altitude": -100.5,
+            "startTemperatures": [1, 2, 3, 4],
+            "errors": {
+                "accelerationNoise": 0.1, "accelerationBias": [0.2, 0.3, 0.4],
+                "angularVelocityNoise": 0.5, "angularVelocityBias": [0.6, 0.7, 0.8],
+                "magneticNoise": 0.9, "pressureNoise": 1.1, "pressureBias": -1.2,
+                "pressureDrift": 1.3, "temperatureNoise": 1.4
+            },
+            "faults": {
+                "openResult": 9, "openRefusals": 3, "openDelay": 250, "grabFailures": 5,
+                "grabFailureResult": 12, "frozenTimestamps": true, "repeatedTimestamps": true,
+                "barometerAbsent": true, "magnetometerAbsent": true,
+                "boardTemperaturesAbsent": true, "imuTemperatureAbsent": true,
+                "magnetometerSaturated": true, "magneticDisturbance": 33.5,
+                "littleGpuMemory": true, "mcuSilent": true, "mcuOpenRefused": true,
+                "eepromWriteRefused": true, "eepromReadbackDiffers": 7
+            }
+        }]
+    })";
+
+/// A file with one camera that has the given further members.
+QString withCamera(const QString& members)
+{
+    return QString("{\"cameras\": [{\"model\": \"TIV_Q\", \"serialNumber\": 30000001,\n%1}]}")
+        .arg(members);
+}
+
+QString errorOf(const QString& text)
+{
+    BenchDescription bench;
+    std::string error;
+    const bool good = readBenchText(text.toStdString(), "bench.json", bench, error);
+    return good ? QString("no error") : QString::fromStdString(error);
+}
+
+CameraConfig cameraOf(const QString& members)
+{
+    BenchDescription bench;
+    std::string error;
+    if (!readBenchText(withCamera(members).toStdString(), "bench.json", bench, error)) {
+        qFatal("%s", error.c_str());
+    }
+    return bench.cameras.at(0);
+}
+
+} // namespace
+
+class TestBenchFile : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void aMinimalFile();
+    void everyKeyIsRead();
+    void defaultsAreThoseOfAConfiguration();
+    void softIronIsADiagonalOrAMatrix();
+    void commentsAreAllowed();
+    void noCamerasAreAllowed();
+    void theExampleOfTheManualIsGood();
+    void everyDocumentedKeyIsKnown();
+    void everyKeyIsDocumented();
+
+    void mistakes_data();
+    void mistakes();
+    void mistakesNameTheirLine_data();
+    void mistakesNameTheirLine();
+    void aMessageIsOneLineWhateverTheFileHolds();
+    void deepNestingIsRefused();
+    void tooManyCamerasAreRefused();
+    void motionNamesGoBothWays();
+
+    void unreadableFiles_data();
+    void unreadableFiles();
+    void aHugeFileIsRefused();
+    void loadingReplacesTheBench();
+    void aMistakeLeavesAnEmptyBench();
+
+    void theProcessLoadsTheFileOfTheEnvironment();
+    void theProcessReportsAMistakeInOneLine();
+    void theProcessHasTheDefaultBenchOtherwise();
+
+    // Not a test: what the processes above run.
+    void listOfThisProcess();
+
+private:
+    QString write(const QString& text);
+    QByteArray listInAProcess(const QString& benchFile, QByteArray* errors = nullptr);
+
+    QTemporaryDir m_folder;
+};
+
+QString TestBenchFile::write(const QString& text)
+{
+    const QString path = m_folder.filePath("bench.json");
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(text.toUtf8()) < 0) {
+        qFatal("can't write");
+    }
+    return path;
+}
+
+void TestBenchFile::aMinimalFile()
+{
+    const CameraConfig camera = cameraOf("\"plugged\": true");
+    QVERIFY(camera.model == MODEL::TIV_Q);
+    QCOMPARE(camera.serialNumber, 30000001U);
+}
+
+void TestBenchFile::everyKeyIsRead()
+{
+    const QString text = FULL_FILE;
+    BenchDescription bench;
+    std::string error;
+    QVERIFY2(readBenchText(text.toStdString(), "f", bench, error), error.c_str());
+    QCOMPARE(bench.field.strength, 50.5);
+    QCOMPARE(bench.field.inclination, -30.0);
+    QCOMPARE(bench.field.declination, 12.25);
+    const CameraConfig& c = bench.cameras.at(0);
+    QVERIFY(c.model == MODEL::TIV_S);
+    QCOMPARE(c.serialNumber, 4294967295U);
+    QCOMPARE(c.id, 9);
+    QCOMPARE(c.firmwareVersion, 1140U);
+    QCOMPARE(int{c.usbRelease}, 0x0211);
+    QCOMPARE(c.usbProductId, 0);
+    QVERIFY(!c.plugged);
+    QVERIFY(c.motion == MOTION::POSED);
+    const Quaternion pose = fromHeading(PI / 2, PI / 6, -PI / 9);
+    QVERIFY(length(toRotationVector(conjugate(pose) * c.pose)) < 1e-9);
+    QCOMPARE(c.seed, std::uint64_t{9223372036854775807ULL});
+    QCOMPARE(c.hardIron.z, 3.0);
+    QCOMPARE(c.softIron[1][1], 0.25);
+    QCOMPARE(c.softIron[0][1], 0.0);
+    QCOMPARE(c.altitude, -100.5);
+    QCOMPARE(c.startTemperatures[3], 4.0);
+    QCOMPARE(c.errors.accelerationNoise, 0.1);
+    QCOMPARE(c.errors.accelerationBias.y, 0.3);
+    QCOMPARE(c.errors.angularVelocityNoise, 0.5);
+    QCOMPARE(c.errors.angularVelocityBias.x, 0.6);
+    QCOMPARE(c.errors.magneticNoise, 0.9);
+    QCOMPARE(c.errors.pressureNoise, 1.1);
+    QCOMPARE(c.errors.pressureBias, -1.2);
+    QCOMPARE(c.errors.pressureDrift, 1.3);
+    QCOMPARE(c.errors.temperatureNoise, 1.4);
+    const Faults& f = c.faults;
+    QCOMPARE(static_cast<int>(f.openResult), 9);
+    QCOMPARE(f.openRefusals, 3);
+    QVERIFY(f.openDelay == std::chrono::milliseconds(250));
+    QCOMPARE(f.grabFailures, 5);
+    QCOMPARE(static_cast<int>(f.grabFailureResult), 12);
+    QVERIFY(f.frozenTimestamps && f.repeatedTimestamps && f.barometerAbsent);
+    QVERIFY(f.magnetometerAbsent && f.boardTemperaturesAbsent && f.imuTemperatureAbsent);
+    QVERIFY(f.magnetometerSaturated && f.littleGpuMemory && f.mcuSilent && f.mcuOpenRefused);
+    QVERIFY(f.eepromWriteRefused);
+    QCOMPARE(f.magneticDisturbance, 33.5);
+    QCOMPARE(f.eepromReadbackDiffers, 7);
+}
+
+void TestBenchFile::defaultsAreThoseOfAConfiguration()
+{
+    const CameraConfig read = cameraOf("\"faults\": {}, \"errors\": {}, \"pose\": {}");
+    const CameraConfig made;
+    QCOMPARE(read.id, made.id);
+    QCOMPARE(read.firmwareVersion, made.firmwareVersion);
+    QCOMPARE(read.usbRelease, made.usbRelease);
+    QCOMPARE(read.usbProductId, -1);
+    QVERIFY(read.motion == MOTION::TUMBLE);
+    QCOMPARE(read.pose.w, 1.0);
+    QCOMPARE(read.hardIron.x, made.hardIron.x);
+    QCOMPARE(read.softIron[2][2], made.softIron[2][2]);
+    QCOMPARE(read.errors.magneticNoise, made.errors.magneticNoise);
+    QVERIFY(read.faults.openResult == ERROR_CODE::SUCCESS);
+    QCOMPARE(read.faults.openRefusals, -1);
+}
+
+void TestBenchFile::softIronIsADiagonalOrAMatrix()
+{
+    const CameraConfig matrix =
+        cameraOf("\"softIron\": [[1, 0.1, 0.2], [0.3, 2, 0.4], [0.5, 0.6, 3]]");
+    QCOMPARE(matrix.softIron[0][2], 0.2);
+    QCOMPARE(matrix.softIron[2][0], 0.5);
+    QCOMPARE(matrix.softIron[1][1], 2.0);
+}
+
+void TestBenchFile::commentsAreAllowed()
+{
+    QCOMPARE(errorOf("// a bench\n{ /* without */ \"cameras\": [] }"), QString("no error"));
+}
+
+void TestBenchFile::noCamerasAreAllowed()
+{
+    QCOMPARE(errorOf("{\"cameras\": []}"), QString("no error"));
+}
+
+void TestBenchFile::theExampleOfTheManualIsGood()
+{
+    QFile manual(QString(SOURCE_DIR) + "/docs/bench-file.md");
+    QVERIFY(manual.open(QIODevice::ReadOnly));
+    const QString text = QString::fromUtf8(manual.readAll());
+    const int begin = text.indexOf("```json") + 7;
+    QVERIFY(begin > 7);
+    const QString example = text.mid(begin, text.indexOf("```", begin) - begin);
+    QCOMPARE(errorOf(example), QString("no error"));
+}
+
+void TestBenchFile::everyDocumentedKeyIsKnown()
+{
+    QFile manual(QString(SOURCE_DIR) + "/docs/bench-file.md");
+    QVERIFY(manual.open(QIODevice::ReadOnly));
+    const QStringList lines = QString::fromUtf8(manual.readAll()).split('\n');
+    QString section;
+    int keys = 0;
+    for (const QString& line : lines) {
+        if (line.startsWith('#')) {
+            section = line.section(' ', 1).remove('`');
+        }
+        const QRegularExpressionMatch row =
+            QRegularExpression("^\\| `([a-zA-Z.]+)` \\| (?!USB|serial)").match(line);
+        if (!row.hasMatch() || row.captured(1).contains('.') || line.contains("lies still") ||
+            QStringList{"tumble", "fall", "posed"}.contains(row.captured(1))) {
+            continue;
+        }
+        // A value of a wrong type everywhere: a known key says so.
+        const QString member = QString("\"%1\": null").arg(row.captured(1));
+        QString text;
+        if (section == "The bench") {
+            text = row.captured(1) == "cameras" ? "{" + member + "}"
+                                                : "{" + member + ", \"cameras\": []}";
+        } else if (row.captured(1) == "model") {
+            text = "{\"cameras\": [{\"serialNumber\": 1, " + member + "}]}";
+        } else if (row.captured(1) == "serialNumber") {
+            text = "{\"cameras\": [{\"model\": \"TIV\", " + member + "}]}";
+        } else if (section == "A camera") {
+            text = withCamera(member);
+        } else {
+            text = withCamera(QString("\"%1\": {%2}").arg(section, member));
+        }
+        const QString error = errorOf(text);
+        QVERIFY2(error.contains(row.captured(1) + ": must be "),
+                 qPrintable(row.captured(1) + ": " + error));
+        ++keys;
+    }
+    QVERIFY2(keys > 40, qPrintable(QString::number(keys)));
+}
+
+void TestBenchFile::everyKeyIsDocumented()
+{
+    QFile manual(QString(SOURCE_DIR) + "/docs/bench-file.md");
+    QVERIFY(manual.open(QIODevice::ReadOnly));
+    const QString text = QString::fromUtf8(manual.readAll());
+    auto key = QRegularExpression("\"(\\w+)\":").globalMatch(FULL_FILE);
+    int keys = 0;
+    for (; key.hasNext(); ++keys) {
+        const QString name = key.next().captured(1);
+        QVERIFY2(text.contains(QRegularExpression("\\| `([a-z]+\\.)?" + name + "` \\|")),
+                 qPrintable(name));
+    }
+    QVERIFY(keys > 45);
+}
+
+void TestBenchFile::mistakes_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("error");
+    const auto file = [](const char* name, const QString& text, const char* error) {
+        QTest::newRow(name) << text << QString("bench.json:") + error;
+    };
+    const auto camera = [](const char* name, const QString& members, const char* error) {
+        QTest::newRow(name) << withCamera(members) << QString("bench.json:2: cameras[0].") + error;
+    };
+    file("not an object", "[]", "1: must be an object, not an array");
+    file("no cameras", "{}", "1: cameras: missing");
+    file("cameras are no array", "{\"cameras\": 3}", "1: cameras: must be an array of cameras");
+    file("a camera is no object", "{\"cameras\": [3]}",
+         "1: cameras[0]: must be an object, not an integer");
+    file("unknown key", "{\"cameras\": [], \"camera\": 1}", "1: camera: unknown key");
+    file("unknown key of the field", "{\"field\": {\"tilt\": 1}, \"cameras\": []}",
+         "1: field.tilt: unknown key");
+    file("field out of range", "{\"field\": {\"inclination\": 91}, \"cameras\": []}",
+         "1: field.inclination: must be from -90 to 90, not 91");
+    file("no model", "{\"cameras\": [{\"serialNumber\": 1}]}", "1: cameras[0].model: missing");
+    file("unknown model", "{\"cameras\": [{\"model\": \"TIV_Z\", \"serialNumber\": 1}]}",
+         "1: cameras[0].model: must be one of \"TIV\", \"TIV_N\", \"TIV_P\", \"TIV_Q\", "
+         "\"TIV_R\", \"TIV_S\"");
+    file("no serial number", "{\"cameras\": [{\"model\": \"TIV\"}]}",
+         "1: cameras[0].serialNumber: missing");
+    file("negative serial number", "{\"cameras\": [{\"model\": \"TIV\", \"serialNumber\": -1}]}",
+         "1: cameras[0].serialNumber: must be from 0 to 4294967295, not -1");
+    file("serial number too large",
+         "{\"cameras\": [{\"model\": \"TIV\", \"serialNumber\": 4294967296}]}",
+         "1: cameras[0].serialNumber: must be from 0 to 4294967295, not 4294967296");
+    file("serial number beyond all integers",
+         "{\"cameras\": [{\"model\": \"TIV\", \"serialNumber\": 99999999999999999999}]}",
+         "1: cameras[0].serialNumber: must be an integer, not a number");
+    file("serial number as text", "{\"cameras\": [{\"model\": \"TIV\", \"serialNumber\": \"1\"}]}",
+         "1: cameras[0].serialNumber: must be an integer, not a string");
+    file("serial number given twice",
+         "{\"cameras\": [{\"model\": \"TIV\", \"serialNumber\": 7},\n"
+         "{\"model\": \"TIV_N\", \"serialNumber\": 8},\n"
+         "{\"model\": \"TIV_P\",\n \"serialNumber\": 7}]}",
+         "4: cameras[2].serialNumber: 7 is already that of cameras[0]");
+    camera("unknown key of a camera", "\"colour\": 1", "colour: unknown key");
+    camera("wrong type of an integer", "\"id\": 1.5", "id: must be an integer, not a number");
+    camera("id out of range", "\"id\": 256", "id: must be from 0 to 255, not 256");
+    camera("wrong type of a flag", "\"plugged\": 1", "plugged: must be a boolean, not an integer");
+    camera("wrong type of a name", "\"motion\": true", "motion: must be a string, not a boolean");
+    camera("unknown motion", "\"motion\": \"flying\"",
+           "motion: must be one of \"at rest\", \"hand-held\", \"tumble\", \"fall\", \"posed\"");
+    camera("release without a dot", "\"usbRelease\": \"13\"",
+           "usbRelease: must be two numbers from 0 to 255 with a dot, as \"1.3\"");
+    camera("release too large", "\"usbRelease\": \"1.256\"",
+           "usbRelease: must be two numbers from 0 to 255 with a dot, as \"1.3\"");
+    camera("release with more behind", "\"usbRelease\": \"1.2.3\"",
+           "usbRelease: must be two numbers from 0 to 255 with a dot, as \"1.3\"");
+    camera("pose out of range", "\"pose\": {\"pitch\": -91}",
+           "pose.pitch: must be from -90 to 90, not -91");
+    camera("a vector too short", "\"hardIron\": [1, 2]",
+           "hardIron: must be an array of 3 numbers, not an array");
+    camera("a vector that is none", "\"hardIron\": 5",
+           "hardIron: must be an array of 3 numbers, not an integer");
+    camera("a vector out of range", "\"hardIron\": [1, 2, 4000]",
+           "hardIron[2]: must be from -3000 to 3000, not 4000");
+    camera("a vector with text", "\"hardIron\": [1, \"2\", 3]",
+           "hardIron[1]: must be a number, not a string");
+    camera("a matrix with a short row", "\"softIron\": [[1, 0, 0], [0, 1], [0, 0, 1]]",
+           "softIron[1]: must be an array of 3 numbers, not an array");
+    camera("a matrix with a number for a row", "\"softIron\": [[1, 0, 0], 3, [0, 0, 1]]",
+           "softIron[1]: must be an array of 3 numbers, not an integer");
+    camera("unknown error", "\"errors\": {\"noise\": 1}", "errors.noise: unknown key");
+    camera("negative noise", "\"errors\": {\"magneticNoise\": -0.5}",
+           "errors.magneticNoise: must be from 0 to 1000, not -0.5");
+    camera("unknown fault", "\"faults\": {\"fire\": true}", "faults.fire: unknown key");
+    camera("fault out of range", "\"faults\": {\"grabFailureResult\": 0}",
+           "faults.grabFailureResult: must be from 1 to 255, not 0");
+    camera("faults are no object", "\"faults\": []", "faults: must be an object, not an array");
+    camera("null is no value", "\"altitude\": null", "altitude: must be a number, not null");
+}
+
+void TestBenchFile::mistakes()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, error);
+    QCOMPARE(errorOf(text), error);
+}
+
+void TestBenchFile::mistakesNameTheirLine_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("begin");
+    QTest::newRow("empty") << ""
+                           << "bench.json:1: syntax error";
+    QTest::newRow("blank lines only") << "\n\n"
+                                      << "bench.json:2: syntax error";
+    QTest::newRow("unfinished") << "{\n \"cameras\": [\n"
+                                << "bench.json:2: syntax error";
+    QTest::newRow("comma at the end") << "{\n\"cameras\": [],\n}"
+                                      << "bench.json:3: syntax error";
+    QTest::newRow("more behind") << "{\"cameras\": []}\n\n}"
+                                 << "bench.json:3: syntax error";
+    QTest::newRow("no quotes") << "{\n cameras: []}"
+                               << "bench.json:2: syntax error";
+    QTest::newRow("bad number") << "{\"cameras\": [],\n\"x\": 01}"
+                                << "bench.json:2: syntax error";
+    QTest::newRow("bad text") << "{\"cameras\": [],\n\n\"\x01\": 1}"
+                              << "bench.json:3: syntax error";
+    QTest::newRow("number at the end of a line")
+        << "{\"cameras\": [{\"model\": \"TIV\",\n\"serialNumber\": 1,\n\"altitude\": 99999\n}]}"
+        << "bench.json:3: cameras[0].altitude";
+    QTest::newRow("key given twice") << "{\"cameras\": [],\n\n\"cameras\": []}"
+                                     << "bench.json:3: cameras: given twice";
+    QTest::newRow("unknown key in a deep place")
+        << "{\"cameras\": [\n{\"model\": \"TIV\",\n\"serialNumber\": 1,\n\"faults\": "
+           "{\n\"x\":\n1}}]}"
+        << "bench.json:6: cameras[0].faults.x: unknown key";
+    QTest::newRow("missing key, at the object") << "{\"cameras\": [\n\n{\n\"model\": \"TIV\"\n}]}"
+                                                << "bench.json:3: cameras[0].serialNumber: missing";
+}
+
+void TestBenchFile::mistakesNameTheirLine()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, begin);
+    const QString error = errorOf(text);
+    QVERIFY2(error.startsWith(begin), qPrintable(error));
+    QVERIFY(!error.contains('\n'));
+}
+
+void TestBenchFile::aMessageIsOneLineWhateverTheFileHolds()
+{
+    const QString error = errorOf("{\"cameras\": [], \"a\\nb\\u001b[31m\": 1}");
+    QCOMPARE(error, QString("bench.json:1: a b [31m: unknown key"));
+    QVERIFY(!errorOf("{\"a\nb\": 1}").contains('\n'));
+}
+
+void TestBenchFile::deepNestingIsRefused()
+{
+    const QString error = errorOf(QString("[").repeated(2000000));
+    QCOMPARE(error, QString("bench.json:1: nested too deeply"));
+}
+
+void TestBenchFile::tooManyCamerasAreRefused()
+{
+    QStringList cameras;
+    for (int i = 0; i < 65; ++i) {
+        cameras << QString("{\"model\": \"TIV\", \"serialNumber\": %1}").arg(i);
+    }
+    QCOMPARE(errorOf("{\"cameras\": [" + cameras.join(',') + "]}"),
+             QString("bench.json:1: cameras: holds 65 cameras, at most 64 are possible"));
+    cameras.removeLast();
+    QCOMPARE(errorOf("{\"cameras\": [" + cameras.join(',') + "]}"), QString("no error"));
+}
+
+void TestBenchFile::motionNamesGoBothWays()
+{
+    for (const MOTION motion :
+         {MOTION::AT_REST, MOTION::HAND_HELD, MOTION::TUMBLE, MOTION::FALL, MOTION::POSED}) {
+        MOTION back = MOTION::AT_REST;
+        QVERIFY(!motionName(motion).empty());
+        QVERIFY(motionFromName(motionName(motion), back));
+        QVERIFY(back == motion);
+    }
+    MOTION untouched = MOTION::FALL;
+    QVERIFY(!motionFromName("", untouched));
+    QVERIFY(untouched == MOTION::FALL);
+}
+
+void TestBenchFile::unreadableFiles_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("reason");
+    QTest::newRow("missing") << "none.json"
+                             << "can't be read: No such file or directory";
+    QTest::newRow("a folder") << "."
+                              << "can't be read: Is a directory";
+    QTest::newRow("within a file") << "bench.json/x"
+                                   << "can't be read: Not a directory";
+}
+
+void TestBenchFile::unreadableFiles()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, reason);
+    write("{}");
+    const QString path = m_folder.filePath(name);
+    BenchDescription bench;
+    std::string error;
+    QVERIFY(!readBenchFile(path.toStdString(), bench, error));
+    QCOMPARE(QString::fromStdString(error), path + ": " + reason);
+}
+
+void TestBenchFile::aHugeFileIsRefused()
+{
+    BenchDescription bench;
+    std::string error;
+    QVERIFY(!readBenchFile("/dev/zero", bench, error));
+    QCOMPARE(QString::fromStdString(error),
+             QString("/dev/zero: larger than a bench file may be (4 MiB)"));
+}
+
+void TestBenchFile::loadingReplacesTheBench()
+{
+    auto& bench = benchtest::stoppedBench();
+    bench.addCamera(benchtest::idealCamera());
+    std::string error;
+    const QString path =
+        write("{\"field\": {\"strength\": 33}, \"cameras\": [{\"model\": \"TIV_P\", "
+              "\"serialNumber\": 20000001, \"motion\": \"at rest\"}]}");
+    QVERIFY2(bench.loadFile(path.toStdString(), error), error.c_str());
+    QVERIFY(bench.serialNumbers() == std::vector<unsigned int>{20000001});
+    QCOMPARE(bench.field().strength, 33.0);
+    QVERIFY(bench.status()[0].motion == MOTION::AT_REST);
+}
+
+void TestBenchFile::aMistakeLeavesAnEmptyBench()
+{
+    auto& bench = benchtest::stoppedBench();
+    bench.addCamera(benchtest::idealCamera());
+    std::string error;
+    const QString path = write("{\n\"cameras\": 7}");
+    QVERIFY(!bench.loadFile(path.toStdString(), error));
+    QCOMPARE(QString::fromStdString(error), path + ":2: cameras: must be an array of cameras");
+    QVERIFY(bench.serialNumbers().empty());
+}
+
+// ---- Processes of their own ---------------------------------------------------------------------
+
+/// The serial numbers that a new process lists with the bench file in its environment.
+QByteArray TestBenchFile::listInAProcess(const QString& benchFile, QByteArray* errors)
+{
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("LIST_TO", m_folder.filePath("list.txt"));
+    if (!benchFile.isNull()) {
+        environment.insert("OM_TIV_BENCH", benchFile);
+    }
+    process.setProcessEnvironment(environment);
+    process.start(QCoreApplication::applicationFilePath(), {"listOfThisProcess"});
+    if (!process.waitForFinished(60000) || process.exitCode() != 0) {
+        return "the process failed";
+    }
+    if (errors != nullptr) {
+        *errors = process.readAllStandardError();
+    }
+    QFile list(m_folder.filePath("list.txt"));
+    return list.open(QIODevice::ReadOnly) ? list.readAll() : QByteArray("no list");
+}
+
+void TestBenchFile::listOfThisProcess()
+{
+    const QByteArray to = qgetenv("LIST_TO");
+    if (to.isEmpty()) {
+        return;
+    }
+    QFile file(to);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    for (const DeviceProperties& device : Camera::getDeviceList()) {
+        file.write(QByteArray::number(device.serialNumber) + ' ');
+    }
+}
+
+void TestBenchFile::theProcessLoadsTheFileOfTheEnvironment()
+{
+    const QString path = write("{\"cameras\": [{\"model\": \"TIV_P\", \"serialNumber\": 20000001}, "
+                               "{\"model\": \"TIV_N\", \"serialNumber\": 10000001}]}");
+    QByteArray errors;
+    QCOMPARE(listInAProcess(path, &errors), QByteArray("20000001 10000001 "));
+    QCOMPARE(errors, QByteArray());
+}
+
+void TestBenchFile::theProcessReportsAMistakeInOneLine()
+{
+    const QString path = write("{\"cameras\": [],\n \"speed\": 1}");
+    QByteArray errors;
+    QCOMPARE(listInAProcess(path, &errors), QByteArray());
+    QCOMPARE(QString(errors), path + ":2: speed: unknown key\n");
+}
+
+void TestBenchFile::theProcessHasTheDefaultBenchOtherwise()
+{
+    QCOMPARE(listInAProcess(QString()), QByteArray("31415926 27182818 14142135 "));
+    QCOMPARE(listInAProcess(""), QByteArray("31415926 27182818 14142135 "));
+}
+
+QTEST_GUILESS_MAIN(TestBenchFile)
+#include "tst_bench_file.moc"

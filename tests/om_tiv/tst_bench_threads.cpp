@@ -1,0 +1,187 @@
+#include "om_tiv/benchtest.h"
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+using namespace om;
+using namespace om::bench;
+using namespace benchtest;
+using std::chrono::milliseconds;
+
+/// What a program does with a camera from several threads, and what a tester does to it meanwhile.
+/// Of most use under the thread sanitizer.
+class TestBenchThreads : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void oneCameraServesManyThreads();
+    void theBenchMayBeChangedMeanwhile();
+    void openAndCloseBesideAPoller();
+    void unplugBesideOpen();
+    void scriptsMayBeSetMeanwhile();
+};
+
+void TestBenchThreads::oneCameraServesManyThreads()
+{
+    auto& bench = runningBench();
+    CameraConfig config = idealCamera();
+    config.motion = MOTION::TUMBLE;
+    bench.addCamera(config);
+    Camera camera;
+    QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
+
+    std::atomic<bool> stop{false};
+    std::atomic<int> frames{0};
+    std::atomic<int> samples{0};
+    std::thread input([&] {
+        Mat left;
+        Mat points;
+        while (!stop) {
+            frames += camera.grab(RuntimeParameters()) == ERROR_CODE::SUCCESS ? 1 : 0;
+            camera.retrieveImage(left, VIEW::LEFT, MEM::GPU, Resolution(320, 180));
+            camera.retrieveMeasure(points, MEASURE::XYZ, MEM::GPU, Resolution(320, 180));
+            camera.getTimestamp(TIME_REFERENCE::IMAGE);
+            camera.getInitParameters();
+        }
+    });
+    std::thread sensors([&] {
+        SensorsData data;
+        while (!stop) {
+            samples += current(camera, data) == ERROR_CODE::SUCCESS ? 1 : 0;
+        }
+    });
+    std::thread images([&] {
+        SensorsData data;
+        while (!stop) {
+            camera.getSensorsData(data, TIME_REFERENCE::IMAGE);
+            camera.getTimestamp(TIME_REFERENCE::IMAGE);
+            std::this_thread::sleep_for(milliseconds(1));
+        }
+    });
+    QTRY_VERIFY(frames > 10 && samples > 100);
+    stop = true;
+    input.join();
+    sensors.join();
+    images.join();
+    QVERIFY(camera.isOpened());
+}
+
+void TestBenchThreads::theBenchMayBeChangedMeanwhile()
+{
+    auto& bench = runningBench();
+    bench.addCamera(idealCamera());
+    Camera camera;
+    QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
+    std::atomic<bool> stop{false};
+    std::atomic<int> samples{0};
+    std::thread sensors([&] {
+        SensorsData data;
+        while (!stop) {
+            current(camera, data);
+            ++samples;
+        }
+    });
+    for (int i = 0; i < 200; ++i) {
+        bench.setPose(SERIAL, fromHeading(0.1 * i), milliseconds(5));
+        bench.setMotion(SERIAL, i % 2 == 0 ? MOTION::TUMBLE : MOTION::HAND_HELD);
+        bench.setField({40.0 + 0.01 * i, 60.0, 0.0});
+        bench.changeFaults(SERIAL, [&](Faults& f) {
+            f.frozenTimestamps = i % 5 == 0;
+            f.barometerAbsent = i % 3 == 0;
+            f.magneticDisturbance = i;
+        });
+        bench.truth(SERIAL);
+        bench.imuCounters(SERIAL);
+        bench.status();
+    }
+    QTRY_VERIFY(samples > 20);
+    stop = true;
+    sensors.join();
+}
+
+void TestBenchThreads::openAndCloseBesideAPoller()
+{
+    auto& bench = runningBench();
+    bench.addCamera(idealCamera());
+    Camera camera;
+    std::atomic<bool> stop{false};
+    std::thread poller([&] {
+        SensorsData data;
+        while (!stop) {
+            if (camera.isOpened()) {
+                camera.getCameraInformation();
+            }
+            current(camera, data);
+            camera.getTimestamp(TIME_REFERENCE::IMAGE);
+        }
+    });
+    for (int i = 0; i < 50; ++i) {
+        QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
+        QVERIFY(camera.isOpened());
+        camera.close();
+    }
+    stop = true;
+    poller.join();
+}
+
+void TestBenchThreads::unplugBesideOpen()
+{
+    auto& bench = runningBench();
+    bench.addCamera(idealCamera());
+    std::atomic<bool> stop{false};
+    std::thread plugger([&] {
+        while (!stop) {
+            bench.unplug(SERIAL);
+            bench.plug(SERIAL);
+        }
+    });
+    for (int i = 0; i < 200; ++i) {
+        Camera camera;
+        const ERROR_CODE result = camera.open(parametersFor());
+        QVERIFY(result == ERROR_CODE::SUCCESS || result == ERROR_CODE::NOT_DETECTED ||
+                result == ERROR_CODE::CAMERA_GONE);
+        Camera::getDeviceList();
+    }
+    stop = true;
+    plugger.join();
+    bench.plug(SERIAL);
+    QVERIFY(!bench.status()[0].inUse);
+}
+
+void TestBenchThreads::scriptsMayBeSetMeanwhile()
+{
+    auto& bench = runningBench();
+    bench.addCamera(idealCamera());
+    Camera camera;
+    QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
+    std::atomic<bool> stop{false};
+    std::thread sensors([&] {
+        SensorsData data;
+        while (!stop) {
+            current(camera, data);
+        }
+    });
+    std::thread input([&] {
+        while (!stop) {
+            camera.grab(RuntimeParameters());
+        }
+    });
+    for (int i = 0; i < 100; ++i) {
+        std::vector<SensorsEntry> entries(3);
+        bench.scriptSensors(SERIAL, entries, AFTER::PHYSICS);
+        bench.scriptGrab(SERIAL, {ERROR_CODE::SUCCESS, ERROR_CODE::TIMEOUT}, AFTER::PHYSICS);
+        bench.appendSensors(SERIAL, entries);
+        bench.sensorsScript(SERIAL);
+        bench.clearScripts(SERIAL);
+        bench.log().records();
+    }
+    stop = true;
+    sensors.join();
+    input.join();
+    QVERIFY(camera.isOpened());
+}
+
+QTEST_GUILESS_MAIN(TestBenchThreads)
+#include "tst_bench_threads.moc"
