@@ -15,13 +15,7 @@ InputThreadModul::~InputThreadModul()
     droppedFrames = 0;
     frameRate = 0.0;
 
-    enabled = false;
-    running = false;
-    opened = false;
-    playingFile = false;
-    liveCamera = false;
-    aborted = true;
-
+    abort();
     // A thread that still waits to be enabled sees `aborted` within its 5 ms.
     msleep(10);
     if (isRunning()) {
@@ -37,6 +31,16 @@ InputThreadModul::~InputThreadModul()
     delete fpsCounter;
     camera.close();
     cudaGetLastError();
+}
+
+void InputThreadModul::abort()
+{
+    enabled = false;
+    running = false;
+    opened = false;
+    playingFile = false;
+    liveCamera = false;
+    aborted = true;
 }
 
 om::InitParameters InputThreadModul::getInitParams()

@@ -134,6 +134,9 @@ public:
     std::uint64_t lastPlaybackTime = 0; ///< time stamp of the last frame of a file, ns
 
 private:
+    /// Clears the flags beside the running loop. Out of line, so that the thread sanitizer's
+    /// reports name it.
+    Q_NEVER_INLINE void abort();
     int openLive(om::InitParameters parameters);
     om::ERROR_CODE grabFrame(bool paused, om::ERROR_CODE previous,
                              const om::RuntimeParameters& parameters);

@@ -1,0 +1,60 @@
+/// @file
+/// A bench with one camera, and the attributes as the viewer sets them before an open.
+#pragma once
+
+#include "bench/bench.h"
+#include "camera/ProgramStates.h"
+
+#include <vector>
+
+namespace camerafixture {
+
+constexpr unsigned int SERIAL = 20000001;
+constexpr int CAMERA_ID = 7;
+
+inline om::bench::Bench& bench()
+{
+    return om::bench::Bench::instance();
+}
+
+inline void setViewerAttributes()
+{
+    ProgramStates::resetStates();
+    ProgramStates::setIntAttr(ProgramStates::requestedResolution, 6);
+    ProgramStates::setIntAttr(ProgramStates::requestedFps, 100);
+    ProgramStates::setIntAttr(ProgramStates::measuredFps, 100);
+    ProgramStates::setIntAttr(ProgramStates::cameraFps, 100);
+    ProgramStates::setIntAttr(ProgramStates::imageView, 0);
+    ProgramStates::setIntAttr(ProgramStates::depthMode, 1);
+    ProgramStates::setIntAttr(ProgramStates::depthMinimumCm, 100);
+    ProgramStates::setIntAttr(ProgramStates::depthMaximumMm, 25000);
+    ProgramStates::setIntAttr(ProgramStates::confidenceThreshold, 95);
+    ProgramStates::setBoolAttr(ProgramStates::depthStabilization, true);
+}
+
+/// An empty log, one camera at rest, viewer's attributes.
+inline void setUp(om::MODEL model = om::MODEL::TIV_Q)
+{
+    bench().reset();
+    om::bench::CameraConfig config;
+    config.model = model;
+    config.serialNumber = SERIAL;
+    config.id = CAMERA_ID;
+    config.motion = om::bench::MOTION::AT_REST;
+    bench().addCamera(config);
+    setViewerAttributes();
+}
+
+inline std::uint64_t calls(om::bench::CALL call)
+{
+    return bench().log().count(call);
+}
+
+/// Whether the camera is open in any object.
+inline bool inUse()
+{
+    const std::vector<om::bench::CameraStatus> status = bench().status();
+    return !status.empty() && status.front().inUse;
+}
+
+} // namespace camerafixture

@@ -1,0 +1,81 @@
+/// @file
+/// Steps a thread under test from one point of its loop to the next.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+
+/// The thread under test calls pass() at the point; the test lets it go on step by step.
+class Gate
+{
+public:
+    /// On the thread under test: blocks until the test lets it go on.
+    void pass()
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        ++m_arrivals;
+        m_changed.notify_all();
+        const unsigned int turn = m_arrivals;
+        m_changed.wait(lock, [&] { return m_open || m_permits >= turn; });
+    }
+
+    /// On the test's thread: waits until the thread stands at the gate.
+    bool waitForArrival()
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        return arrived(lock);
+    }
+
+    /// Lets the thread go on from the gate, and waits until it stands there again.
+    bool step()
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        if (!arrived(lock)) {
+            return false;
+        }
+        letGo();
+        return arrived(lock);
+    }
+
+    /// Lets the thread go on once, without a wait for its return.
+    void release()
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        letGo();
+    }
+
+    /// Nobody is stopped from now on.
+    void open()
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_open = true;
+        m_changed.notify_all();
+    }
+
+    /// How often the thread has come by.
+    unsigned int arrivals() const
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_arrivals;
+    }
+
+private:
+    void letGo()
+    {
+        ++m_permits;
+        m_changed.notify_all();
+    }
+
+    bool arrived(std::unique_lock<std::mutex>& lock)
+    {
+        return m_changed.wait_for(lock, std::chrono::seconds(20),
+                                  [this] { return m_arrivals > m_permits; });
+    }
+
+    mutable std::mutex m_mutex;
+    std::condition_variable m_changed;
+    unsigned int m_arrivals = 0;
+    unsigned int m_permits = 0;
+    bool m_open = false;
+};

@@ -1,0 +1,455 @@
+#include "bench/recorded_file.h"
+#include "camera/InputThreadModul.h"
+#include "camera/ProgramStates.h"
+#include "camerafixture.h"
+#include "gate.h"
+
+#include <cuda_host.h>
+
+#include <QSlider>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <memory>
+
+using namespace camerafixture;
+using namespace std::chrono_literals;
+using om::bench::CALL;
+using om::bench::CallRecord;
+using om::bench::Nanoseconds;
+
+namespace {
+
+constexpr Nanoseconds START = 1'600'000'000 * om::bench::NS_PER_S;
+
+/// The frames that setQVRPosition() was called with since the log was last cleared.
+std::vector<int> seeks()
+{
+    std::vector<int> frames;
+    for (const CallRecord& record : bench().log().records(CALL::SET_QVR_POSITION)) {
+        frames.push_back(record.value);
+    }
+    return frames;
+}
+
+/// A recorded file being played. The thread stops at each image signal, that is after the grab and
+/// the retrieval of a pass and before its look at the end of the file.
+struct SteppedFile
+{
+    explicit SteppedFile(const std::vector<Nanoseconds>& frameTimes)
+        : path(folder.filePath("recorded.qvr")), frames(static_cast<int>(frameTimes.size()))
+    {
+        om::bench::Recording recording;
+        recording.model = om::MODEL::TIV_P;
+        recording.serialNumber = SERIAL;
+        recording.width = 64;
+        recording.height = 48;
+        recording.frameRate = 30.0;
+        recording.frameTimes = frameTimes;
+        std::string error;
+        written = om::bench::writeRecording(path.toStdString(), recording, error);
+        slider.setRange(0, frames - 1);
+        input = std::make_unique<InputThreadModul>();
+        input->frameSlider = &slider;
+        QObject::connect(
+            input.get(), &InputThreadModul::SendImage, input.get(), [this] { gate.pass(); },
+            Qt::DirectConnection);
+        input->enableToStart(true);
+    }
+
+    ~SteppedFile()
+    {
+        gate.open();
+        input.reset();
+    }
+
+    bool open() { return written && input->qvr(path) == 0 && input->CreateMemories(); }
+
+    /// Returns in the first pass.
+    bool play()
+    {
+        if (!open()) {
+            return false;
+        }
+        bench().log().clear();
+        input->startGrabbing();
+        return gate.waitForArrival();
+    }
+
+    QTemporaryDir folder;
+    QString path;
+    int frames;
+    bool written = false;
+    Gate gate;
+    QSlider slider;
+    std::unique_ptr<InputThreadModul> input;
+};
+
+/// Frames without a time, which are not paced.
+std::vector<Nanoseconds> untimed(std::size_t frames)
+{
+    return std::vector<Nanoseconds>(frames, 0);
+}
+
+} // namespace
+
+class TestInputThreadFile : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void qvrOpensTheFileAtItsOwnRate();
+    void pathGoesToTheLibraryAsUtf8();
+    void pathIsStoredBeforeTheOpen();
+    void failedOpenLeavesNoFile();
+    void createMemoriesTakesTheFilesSize();
+
+    void stepOfOnePlaysWithoutASeek();
+    void stepOfZeroStaysOnAFrame();
+    void otherStepsSeek_data();
+    void otherStepsSeek();
+    void fileStartsOverAtItsEnd();
+    void lastFrameIsTheLastButOne();
+    void fileLoopsForEver();
+    void pauseGrabsAtTheSlider();
+    void pausedFileDoesNotStartOver();
+
+    void rateOfAFileIsNotLimited();
+    void framesFollowAtTheirRecordedPace();
+    void frameWithoutATimeLeavesThePaceAlone();
+    void firstFrameIsNotHeldBack();
+    void longGapIsNotWaitedFor();
+    void skippedFrameIsNotPaced();
+    void destructorEndsAPlayingFile();
+};
+
+void TestInputThreadFile::init()
+{
+    bench().reset();
+    setViewerAttributes();
+    ProgramStates::setIntAttr(ProgramStates::playbackStep, 1);
+}
+
+void TestInputThreadFile::cleanup()
+{
+    QCOMPARE(cuda_host::allocatedBytes(), std::size_t(0));
+}
+
+void TestInputThreadFile::qvrOpensTheFileAtItsOwnRate()
+{
+    SteppedFile file(untimed(12));
+    QVERIFY(file.written);
+    QCOMPARE(file.input->qvr(file.path), 0);
+
+    const auto passed = bench().log().last(CALL::OPEN)->init;
+    QVERIFY(passed->input.kind() == om::InputType::KIND::RECORDED_FILE);
+    QCOMPARE(QString::fromUtf8(passed->input.path().c_str()), file.path);
+    QCOMPARE(static_cast<int>(passed->resolution), 6);
+    QCOMPARE(passed->fps, 0);
+    QVERIFY(passed->depthMinimum == 1.0F);
+    QVERIFY(passed->depthMaximum == 25.000002F);
+    QCOMPARE(static_cast<int>(passed->coordinateUnits), 2);
+    QCOMPARE(static_cast<int>(passed->coordinateSystem), 2);
+
+    QVERIFY(file.input->opened);
+    QVERIFY(file.input->playingFile);
+    QVERIFY(!file.input->liveCamera);
+    QCOMPARE(file.input->lastFrame, 10);
+    QCOMPARE(ProgramStates::qstringAttr(ProgramStates::inputFilePath), file.path);
+    // The copy of the camera's record is a live camera's only.
+    QCOMPARE(static_cast<int>(file.input->cameraInfo.cameraModel), 32);
+}
+
+void TestInputThreadFile::pathGoesToTheLibraryAsUtf8()
+{
+    InputThreadModul input;
+    const QString path = QString::fromUtf8("/nowhere/Grüße 星.qvr");
+    QVERIFY(input.qvr(path) != 0);
+    QCOMPARE(QByteArray(bench().log().last(CALL::OPEN)->init->input.path().c_str()),
+             QByteArray("/nowhere/Gr\xC3\xBC\xC3\x9F"
+                        "e \xE6\x98\x9F.qvr"));
+}
+
+void TestInputThreadFile::pathIsStoredBeforeTheOpen()
+{
+    QString stored;
+    bench().setOpenHook([&stored](const om::InitParameters&) {
+        stored = ProgramStates::qstringAttr(ProgramStates::inputFilePath);
+    });
+    InputThreadModul input;
+    input.qvr("/nowhere/some.qvr");
+    QCOMPARE(stored, QString("/nowhere/some.qvr"));
+}
+
+void TestInputThreadFile::failedOpenLeavesNoFile()
+{
+    InputThreadModul input;
+    input.opened = input.playingFile = true;
+    const int result = input.qvr("/nowhere/some.qvr");
+    QCOMPARE(result, bench().log().last(CALL::OPEN)->result);
+    QVERIFY(result != 0);
+    QVERIFY(!input.opened);
+    QVERIFY(!input.playingFile);
+    QCOMPARE(ProgramStates::qstringAttr(ProgramStates::inputFilePath),
+             QString("/nowhere/some.qvr"));
+    input.startGrabbing();
+    QVERIFY(!input.isRunning());
+}
+
+void TestInputThreadFile::createMemoriesTakesTheFilesSize()
+{
+    SteppedFile file(untimed(4));
+    QVERIFY(file.open());
+    QCOMPARE(file.input->imageSize.width, std::size_t(64));
+    QCOMPARE(file.input->imageSize.height, std::size_t(48));
+    QCOMPARE(ProgramStates::getIntAttr(ProgramStates::cameraModel), 2);
+}
+
+void TestInputThreadFile::stepOfOnePlaysWithoutASeek()
+{
+    SteppedFile file(untimed(10));
+    QVERIFY(file.play());
+    for (int pass = 1; pass < 8; ++pass) {
+        QCOMPARE(file.slider.value(), pass);
+        QVERIFY(file.gate.step());
+    }
+    QVERIFY(seeks().empty());
+    QCOMPARE(calls(CALL::GRAB), std::uint64_t(8));
+}
+
+void TestInputThreadFile::stepOfZeroStaysOnAFrame()
+{
+    ProgramStates::setIntAttr(ProgramStates::playbackStep, 0);
+    SteppedFile file(untimed(10));
+    file.slider.setValue(4);
+    QVERIFY(file.play());
+    QVERIFY(file.gate.step());
+    QVERIFY(file.gate.step());
+    QCOMPARE(file.slider.value(), 4);
+    QCOMPARE(seeks(), (std::vector<int>{4, 4, 4}));
+}
+
+void TestInputThreadFile::otherStepsSeek_data()
+{
+    QTest::addColumn<int>("step");
+    QTest::addColumn<QVector<int>>("positions");
+    QTest::newRow("2") << 2 << QVector<int>{12, 14, 16};
+    QTest::newRow("5") << 5 << QVector<int>{15, 20, 25};
+    QTest::newRow("-1") << -1 << QVector<int>{9, 8, 7};
+}
+
+void TestInputThreadFile::otherStepsSeek()
+{
+    QFETCH(int, step);
+    QFETCH(QVector<int>, positions);
+    ProgramStates::setIntAttr(ProgramStates::playbackStep, step);
+    SteppedFile file(untimed(40));
+    file.slider.setValue(10);
+    QVERIFY(file.play());
+    QCOMPARE(file.slider.value(), positions[0]);
+    QVERIFY(file.gate.step());
+    QCOMPARE(file.slider.value(), positions[1]);
+    QVERIFY(file.gate.step());
+    QCOMPARE(file.slider.value(), positions[2]);
+    QCOMPARE(seeks(), std::vector<int>(positions.begin(), positions.end()));
+    // The seek comes before the grab of its pass.
+    std::vector<CALL> order;
+    for (const CallRecord& record : bench().log().records()) {
+        if (record.call == CALL::SET_QVR_POSITION || record.call == CALL::GRAB) {
+            order.push_back(record.call);
+        }
+    }
+    QVERIFY(order.size() >= 2);
+    QVERIFY(order[0] == CALL::SET_QVR_POSITION);
+    QVERIFY(order[1] == CALL::GRAB);
+}
+
+void TestInputThreadFile::fileStartsOverAtItsEnd()
+{
+    ProgramStates::setIntAttr(ProgramStates::playbackStep, 3);
+    SteppedFile file(untimed(12));
+    file.slider.setValue(4);
+    QVERIFY(file.play());
+    // Frame 7, then frame 10 of 0 to 11: the end, seen after the image signal.
+    QVERIFY(file.gate.step());
+    QCOMPARE(file.slider.value(), 10);
+    QVERIFY(file.gate.step());
+    QCOMPARE(file.slider.value(), 3);
+    QCOMPARE(seeks(), (std::vector<int>{7, 10, 0, 3}));
+}
+
+void TestInputThreadFile::lastFrameIsTheLastButOne()
+{
+    ProgramStates::setIntAttr(ProgramStates::playbackStep, 0);
+    SteppedFile file(untimed(12));
+    file.slider.setValue(9);
+    QVERIFY(file.play());
+    QVERIFY(file.gate.step());
+    QCOMPARE(file.slider.value(), 9);
+    file.slider.setValue(10);
+    QVERIFY(file.gate.step());
+    // The pass at frame 10 finds the end of the file, and the next one begins at 0.
+    QVERIFY(file.gate.step());
+    QCOMPARE(file.slider.value(), 0);
+    QCOMPARE(seeks(), (std::vector<int>{9, 9, 10, 0, 0}));
+}
+
+void TestInputThreadFile::fileLoopsForEver()
+{
+    SteppedFile file(untimed(5));
+    QVERIFY(file.play());
+    int starts = 0;
+    int last = file.slider.value();
+    for (int pass = 0; pass < 40; ++pass) {
+        QVERIFY(file.gate.step());
+        if (file.slider.value() < last) {
+            ++starts;
+        }
+        last = file.slider.value();
+    }
+    QVERIFY(starts >= 8);
+    QVERIFY(starts <= 20);
+    QVERIFY(file.input->running);
+    for (int frame : seeks()) {
+        QCOMPARE(frame, 0);
+    }
+}
+
+void TestInputThreadFile::pauseGrabsAtTheSlider()
+{
+    ProgramStates::setBoolAttr(ProgramStates::inputPaused, true);
+    ProgramStates::setIntAttr(ProgramStates::playbackStep, 2);
+    SteppedFile file(untimed(20));
+    file.slider.setValue(6);
+    QVERIFY(file.play());
+    QCOMPARE(file.slider.value(), 6);
+    file.slider.setValue(3);
+    QVERIFY(file.gate.step());
+    QCOMPARE(file.slider.value(), 3);
+    QCOMPARE(seeks(), (std::vector<int>{6, 3}));
+    QCOMPARE(calls(CALL::GRAB), std::uint64_t(2));
+    ProgramStates::setBoolAttr(ProgramStates::inputPaused, false);
+    QVERIFY(file.gate.step());
+    QCOMPARE(file.slider.value(), 5);
+}
+
+void TestInputThreadFile::pausedFileDoesNotStartOver()
+{
+    ProgramStates::setBoolAttr(ProgramStates::inputPaused, true);
+    SteppedFile file(untimed(10));
+    file.slider.setValue(9);
+    QVERIFY(file.play());
+    QVERIFY(file.gate.step());
+    QVERIFY(file.gate.step());
+    QCOMPARE(file.slider.value(), 9);
+    QCOMPARE(seeks(), (std::vector<int>{9, 9, 9}));
+}
+
+void TestInputThreadFile::rateOfAFileIsNotLimited()
+{
+    ProgramStates::setIntAttr(ProgramStates::requestedFps, 20);
+    SteppedFile file(untimed(100));
+    QVERIFY(file.play());
+    file.input->fpsCounter->interval.start += 1h;
+    file.input->fpsCounter->framesPerSecond = 500;
+    QVERIFY(file.gate.step());
+    QVERIFY(file.gate.step());
+    QCOMPARE(ProgramStates::getIntAttr(ProgramStates::measuredFps), 500);
+    QCOMPARE(ProgramStates::getIntAttr(ProgramStates::cameraFps), 30);
+}
+
+void TestInputThreadFile::framesFollowAtTheirRecordedPace()
+{
+    constexpr Nanoseconds GAP = 40 * om::bench::NS_PER_MS;
+    std::vector<Nanoseconds> times;
+    for (Nanoseconds frame = 0; frame < 8; ++frame) {
+        times.push_back(START + frame * GAP);
+    }
+    SteppedFile file(times);
+    QVERIFY(file.play());
+    const Nanoseconds first = file.input->lastPlaybackTime;
+    QVERIFY(first >= START);
+    QVERIFY(file.input->playbackTimer.isValid());
+    QElapsedTimer real = file.input->playbackTimer;
+    for (Nanoseconds pass = 1; pass <= 4; ++pass) {
+        QVERIFY(file.gate.step());
+        QCOMPARE(file.input->lastPlaybackTime, std::uint64_t(first + pass * GAP));
+    }
+    // From the first frame's timer to the last one's at least the four gaps have passed.
+    QVERIFY(real.msecsTo(file.input->playbackTimer) >= 159);
+}
+
+void TestInputThreadFile::frameWithoutATimeLeavesThePaceAlone()
+{
+    SteppedFile file({START, START, START, 0, 0, 0, 0, 0, 0, 0});
+    QVERIFY(file.play());
+    QCOMPARE(file.input->lastPlaybackTime, std::uint64_t(START));
+    while (file.input->camera.getTimestamp(om::TIME_REFERENCE::IMAGE) != 0) {
+        QVERIFY(file.gate.step());
+    }
+    const QElapsedTimer timer = file.input->playbackTimer;
+    QVERIFY(timer.isValid());
+    QVERIFY(file.gate.step());
+    QCOMPARE(file.input->camera.getTimestamp(om::TIME_REFERENCE::IMAGE), std::uint64_t(0));
+    QCOMPARE(file.input->lastPlaybackTime, std::uint64_t(START));
+    QVERIFY(file.input->playbackTimer == timer);
+}
+
+void TestInputThreadFile::firstFrameIsNotHeldBack()
+{
+    // Half a second after the beginning of time, as after a frame before.
+    SteppedFile file({500 * om::bench::NS_PER_MS, 500 * om::bench::NS_PER_MS,
+                      500 * om::bench::NS_PER_MS, 500 * om::bench::NS_PER_MS});
+    QVERIFY(file.open());
+    QElapsedTimer real;
+    real.start();
+    file.input->startGrabbing();
+    QVERIFY(file.gate.waitForArrival());
+    QVERIFY(real.elapsed() < 500);
+    QCOMPARE(file.input->lastPlaybackTime, std::uint64_t(500 * om::bench::NS_PER_MS));
+}
+
+void TestInputThreadFile::longGapIsNotWaitedFor()
+{
+    std::vector<Nanoseconds> times;
+    for (Nanoseconds frame = 0; frame < 8; ++frame) {
+        times.push_back(START + frame * 20 * om::bench::NS_PER_S);
+    }
+    SteppedFile file(times);
+    QVERIFY(file.play());
+    QElapsedTimer real;
+    real.start();
+    QVERIFY(file.gate.step());
+    QVERIFY(file.gate.step());
+    QVERIFY(real.elapsed() < 20'000);
+    QVERIFY(file.input->lastPlaybackTime >= START + 40 * om::bench::NS_PER_S);
+}
+
+void TestInputThreadFile::skippedFrameIsNotPaced()
+{
+    SteppedFile file({START, START + 1'000'000, START + 2'000'000, START + 3'000'000,
+                      START + 4'000'000, START + 5'000'000, START + 6'000'000, START + 7'000'000});
+    QVERIFY(file.play());
+    const std::uint64_t last = file.input->lastPlaybackTime;
+    file.input->retrieveMutex.lock();
+    QVERIFY(file.gate.step());
+    QCOMPARE(file.input->lastPlaybackTime, last);
+    file.input->retrieveMutex.unlock();
+    QVERIFY(file.gate.step());
+    QVERIFY(file.input->lastPlaybackTime > last);
+}
+
+void TestInputThreadFile::destructorEndsAPlayingFile()
+{
+    SteppedFile file(untimed(10));
+    QVERIFY(file.play());
+    file.gate.open();
+    file.input.reset();
+    QCOMPARE(calls(CALL::CLOSE), std::uint64_t(1));
+}
+
+QTEST_MAIN(TestInputThreadFile)
+#include "tst_inputthread_file.moc"

@@ -1,0 +1,924 @@
+#include "bench/virtual_camera.h"
+#include "camera/InputThreadModul.h"
+#include "camera/ProgramStates.h"
+#include "camerafixture.h"
+#include "gate.h"
+
+#include <cuda_host.h>
+#include <cuda_runtime_api.h>
+
+#include <QSignalSpy>
+#include <QtTest>
+
+#include <atomic>
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <thread>
+
+using namespace camerafixture;
+using namespace std::chrono_literals;
+using om::bench::CALL;
+using om::bench::CallRecord;
+
+namespace {
+
+/// An open camera whose thread stops before each grab. step() gives the grab its result and returns
+/// when the whole pass is over and the thread stands before the next grab.
+struct SteppedInput
+{
+    explicit SteppedInput(bool start = true) : input(std::make_unique<InputThreadModul>())
+    {
+        // The thread must not look at `input` while the pointer is being reset.
+        const InputThreadModul* const stepped = input.get();
+        bench().camera(SERIAL)->grabScript().set(
+            [this, stepped](std::uint64_t, om::ERROR_CODE& result) {
+                CUcontext current = nullptr;
+                cuCtxGetCurrent(&current);
+                contextCurrent = current != nullptr && current == stepped->cudaContext;
+                cuCtxSetCurrent(nullptr);
+                gate.pass();
+                result = static_cast<om::ERROR_CODE>(nextResult.load());
+                return true;
+            },
+            om::bench::AFTER::REPEAT_LAST);
+        QObject::connect(
+            input.get(), &InputThreadModul::SendImage, input.get(), [this] { ++images; },
+            Qt::DirectConnection);
+        input->enableToStart(true);
+        ready = input->live(static_cast<int>(SERIAL)) == 0 && input->CreateMemories();
+        if (start && ready) {
+            input->startGrabbing();
+            ready = gate.waitForArrival();
+        }
+    }
+
+    ~SteppedInput()
+    {
+        gate.open();
+        input.reset();
+    }
+
+    bool step(om::ERROR_CODE result = om::ERROR_CODE::SUCCESS)
+    {
+        nextResult = static_cast<int>(result);
+        return gate.step();
+    }
+
+    Gate gate;
+    std::atomic<int> nextResult{0};
+    std::atomic<bool> contextCurrent{false};
+    std::atomic<int> images{0};
+    bool ready = false;
+    std::unique_ptr<InputThreadModul> input;
+};
+
+/// The images and measures retrieved since the log was last cleared.
+std::vector<CallRecord> retrievals()
+{
+    std::vector<CallRecord> found;
+    for (const CallRecord& record : bench().log().records()) {
+        if (record.call == CALL::RETRIEVE_IMAGE || record.call == CALL::RETRIEVE_MEASURE) {
+            found.push_back(record);
+        }
+    }
+    return found;
+}
+
+QString describe(const CallRecord& record)
+{
+    const QString kind = record.call == CALL::RETRIEVE_IMAGE
+                             ? QString("image %1").arg(static_cast<int>(record.view))
+                             : QString("measure %1").arg(static_cast<int>(record.measure));
+    return QString("%1, memory %2, %3 x %4")
+        .arg(kind)
+        .arg(static_cast<int>(record.memory))
+        .arg(record.size.width)
+        .arg(record.size.height);
+}
+
+QStringList described(const std::vector<CallRecord>& records)
+{
+    QStringList list;
+    for (const CallRecord& record : records) {
+        list << describe(record);
+    }
+    return list;
+}
+
+bool sameContent(const om::Mat& a, const om::Mat& b)
+{
+    if (a.getResolution().width != b.getResolution().width ||
+        a.getResolution().height != b.getResolution().height || a.getType() != b.getType()) {
+        return false;
+    }
+    const std::size_t bytes = a.getResolution().width * a.getPixelBytes();
+    for (std::size_t row = 0; row < a.getResolution().height; ++row) {
+        if (std::memcmp(a.getPtr(om::MEM::GPU) + row * a.getStepBytes(om::MEM::GPU),
+                        b.getPtr(om::MEM::GPU) + row * b.getStepBytes(om::MEM::GPU), bytes) != 0) {
+            return false;
+        }
+    }
+    return true;
+}
+
+int measuredFps()
+{
+    return ProgramStates::getIntAttr(ProgramStates::measuredFps);
+}
+
+int cameraFps()
+{
+    return ProgramStates::getIntAttr(ProgramStates::cameraFps);
+}
+
+} // namespace
+
+class TestInputThreadLoop : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void threadWaitsToBeEnabled();
+    void threadInheritsThePriority();
+    void startPublishesTheSizeOfTheSecondImage();
+    void startLeavesTheSizeOfTheFirstImageAlone();
+    void contextIsMadeCurrentInEveryPass();
+    void grabGetsTheRuntimeParameters();
+    void confidenceThresholdIsTakenInEveryPass();
+    void grabMutexIsHeldAroundTheGrabOnly();
+
+    void frameIsRetrievedIntoGpuMemory();
+    void viewsFollowTheAttributes();
+    void depthOffRetrievesNoMeasure();
+    void retrievalReusesTheBuffers();
+    void requestIsServedOnceAndCleared_data();
+    void requestIsServedOnceAndCleared();
+    void requestsAreServedInOrderAfterTheFrame();
+    void hostRequestsFillTheirOwnBuffers();
+    void busyRetrieveMutexSkipsTheFrame();
+
+    void ratesFallFromTenUntilTheFirstSecondIsOver();
+    void countedFramesBecomeTheRateAfterASecond();
+    void rateOfALiveCameraIsLimitedToTheOneAskedFor();
+    void reportedRateIsTheMeanOfTheLastTwoFrames();
+    void imageSignalComesOncePerGoodGrab();
+
+    void failedGrabIsTriedAgain_data();
+    void failedGrabIsTriedAgain();
+    void failedGrabIsFollowedByAMillisecondOfSleep();
+    void lossEndsTheLoop();
+    void lossSignalReachesTheInterfaceThread();
+    void lossAfterUnpluggingEndsTheLoop();
+
+    void pausedCameraIsNotGrabbedButRetrieved();
+    void pauseAfterAFailureKeepsTheFailure();
+    void pauseBeforeTheFirstGrabCountsAsGood();
+
+    void stopGrabbingEndsTheThread();
+    void stopGrabbingFromAnotherThread();
+
+    void destructorFreesEverything_data();
+    void destructorFreesEverything();
+    void destructorEndsAThreadThatWasNeverEnabled();
+    void destructorEndsARunningThread();
+    void destructorOnAnotherThreadAfterALoss();
+    void destructorClearsTheLastCudaError();
+};
+
+void TestInputThreadLoop::init()
+{
+    setUp();
+    cudaGetLastError();
+}
+
+void TestInputThreadLoop::cleanup()
+{
+    QVERIFY(!inUse());
+    QCOMPARE(cuda_host::allocatedBytes(), std::size_t(0));
+    bench().reset();
+}
+
+void TestInputThreadLoop::threadWaitsToBeEnabled()
+{
+    InputThreadModul input;
+    QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+    QVERIFY(input.CreateMemories());
+    input.startGrabbing();
+    // Ten of its looks at the flag.
+    QVERIFY(!input.wait(50));
+    QCOMPARE(calls(CALL::GRAB), std::uint64_t(0));
+
+    input.enableToStart(false);
+    QTRY_VERIFY(calls(CALL::GRAB) > 0);
+}
+
+void TestInputThreadLoop::threadInheritsThePriority()
+{
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    QCOMPARE(stepped.input->priority(), QThread::InheritPriority);
+}
+
+void TestInputThreadLoop::startPublishesTheSizeOfTheSecondImage()
+{
+    SteppedInput stepped(false);
+    QVERIFY(stepped.ready);
+    ProgramStates::setIntAttr(ProgramStates::image2Width, 1);
+    ProgramStates::setIntAttr(ProgramStates::image2Height, 2);
+    stepped.input->image2Size = om::Resolution(320, 200);
+    stepped.input->startGrabbing();
+    QVERIFY(stepped.gate.waitForArrival());
+    QCOMPARE(ProgramStates::getIntAttr(ProgramStates::image2Width), 320);
+    QCOMPARE(ProgramStates::getIntAttr(ProgramStates::image2Height), 200);
+}
+
+void TestInputThreadLoop::startLeavesTheSizeOfTheFirstImageAlone()
+{
+    SteppedInput stepped(false);
+    QVERIFY(stepped.ready);
+    ProgramStates::setIntAttr(ProgramStates::imageWidth, 0);
+    ProgramStates::setIntAttr(ProgramStates::imageHeight, 0);
+    stepped.input->startGrabbing();
+    QVERIFY(stepped.gate.waitForArrival());
+    QVERIFY(stepped.step());
+    QCOMPARE(ProgramStates::getIntAttr(ProgramStates::imageWidth), 0);
+    QCOMPARE(ProgramStates::getIntAttr(ProgramStates::imageHeight), 0);
+}
+
+void TestInputThreadLoop::contextIsMadeCurrentInEveryPass()
+{
+    // The gate takes the context away in each pass.
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    QVERIFY(stepped.contextCurrent);
+    for (int pass = 0; pass < 3; ++pass) {
+        stepped.contextCurrent = false;
+        QVERIFY(stepped.step());
+        QVERIFY(stepped.contextCurrent);
+    }
+    stepped.contextCurrent = false;
+    QVERIFY(stepped.step(om::ERROR_CODE::FAILURE));
+    QVERIFY(stepped.contextCurrent);
+}
+
+void TestInputThreadLoop::grabGetsTheRuntimeParameters()
+{
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    QVERIFY(stepped.step());
+    const std::optional<CallRecord> grab = bench().log().last(CALL::GRAB);
+    QVERIFY(grab.has_value());
+    QCOMPARE(grab->runtime.enableDepth, true);
+    QCOMPARE(grab->runtime.enableFill, false);
+    QCOMPARE(grab->runtime.confidenceThreshold, 95);
+    QCOMPARE(grab->runtime.textureThreshold, 100);
+    QCOMPARE(static_cast<int>(grab->runtime.referenceFrame), 1);
+    QCOMPARE(grab->runtime.removeSaturated, true);
+    QVERIFY(grab->thread != std::this_thread::get_id());
+}
+
+void TestInputThreadLoop::confidenceThresholdIsTakenInEveryPass()
+{
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    // The grab in progress has its parameters already.
+    ProgramStates::setIntAttr(ProgramStates::confidenceThreshold, 50);
+    QVERIFY(stepped.step());
+    QCOMPARE(bench().log().last(CALL::GRAB)->runtime.confidenceThreshold, 95);
+    QVERIFY(stepped.step());
+    QCOMPARE(bench().log().last(CALL::GRAB)->runtime.confidenceThreshold, 50);
+    ProgramStates::setIntAttr(ProgramStates::confidenceThreshold, 0);
+    QVERIFY(stepped.step());
+    QVERIFY(stepped.step());
+    QCOMPARE(bench().log().last(CALL::GRAB)->runtime.confidenceThreshold, 0);
+}
+
+void TestInputThreadLoop::grabMutexIsHeldAroundTheGrabOnly()
+{
+    Gate afterFrame;
+    SteppedInput stepped(false);
+    QVERIFY(stepped.ready);
+    connect(
+        stepped.input.get(), &InputThreadModul::SendImage, stepped.input.get(),
+        [&afterFrame] { afterFrame.pass(); }, Qt::DirectConnection);
+    stepped.input->startGrabbing();
+
+    QVERIFY(stepped.gate.waitForArrival());
+    QVERIFY(!stepped.input->grabMutex.tryLock());
+    QVERIFY(stepped.input->retrieveMutex.tryLock());
+    stepped.input->retrieveMutex.unlock();
+
+    stepped.gate.open();
+    QVERIFY(afterFrame.waitForArrival());
+    QVERIFY(stepped.input->grabMutex.tryLock());
+    stepped.input->grabMutex.unlock();
+    QVERIFY(stepped.input->retrieveMutex.tryLock());
+    stepped.input->retrieveMutex.unlock();
+    afterFrame.open();
+    stepped.input.reset();
+}
+
+void TestInputThreadLoop::frameIsRetrievedIntoGpuMemory()
+{
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    bench().log().clear();
+    QVERIFY(stepped.step());
+    const om::Resolution size = stepped.input->imageSize;
+    const QString tail = QString(", memory 2, %1 x %2").arg(size.width).arg(size.height);
+    QCOMPARE(described(retrievals()),
+             QStringList({"image 0" + tail, "image 0" + tail, "measure 4" + tail}));
+}
+
+void TestInputThreadLoop::viewsFollowTheAttributes()
+{
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    ProgramStates::setIntAttr(ProgramStates::imageView, 1);
+    ProgramStates::setIntAttr(ProgramStates::image2View, 0);
+    bench().log().clear();
+    QVERIFY(stepped.step());
+    const std::vector<CallRecord> calls = retrievals();
+    QCOMPARE(calls.size(), std::size_t(3));
+    QCOMPARE(static_cast<int>(calls[0].view), 1);
+    QCOMPARE(static_cast<int>(calls[1].view), 0);
+
+    // Each view stands in its own buffer.
+    om::Camera& camera = stepped.input->camera;
+    const om::Resolution size = stepped.input->imageSize;
+    cuCtxSetCurrent(stepped.input->cudaContext);
+    om::Mat left;
+    om::Mat right;
+    camera.retrieveImage(left, om::VIEW::LEFT, om::MEM::GPU, size);
+    camera.retrieveImage(right, om::VIEW::RIGHT, om::MEM::GPU, size);
+    QVERIFY(!sameContent(left, right));
+    QVERIFY(sameContent(stepped.input->imageGpu, right));
+    QVERIFY(sameContent(stepped.input->image2Gpu, left));
+}
+
+void TestInputThreadLoop::depthOffRetrievesNoMeasure()
+{
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    ProgramStates::setIntAttr(ProgramStates::depthMode, 0);
+    bench().log().clear();
+    QVERIFY(stepped.step());
+    QCOMPARE(retrievals().size(), std::size_t(2));
+    ProgramStates::setIntAttr(ProgramStates::depthMode, 2);
+    bench().log().clear();
+    QVERIFY(stepped.step());
+    QCOMPARE(retrievals().size(), std::size_t(3));
+}
+
+void TestInputThreadLoop::retrievalReusesTheBuffers()
+{
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    const InputThreadModul& input = *stepped.input;
+    const auto buffers = [&input] {
+        return std::vector<const void*>{
+            input.imageGpu.getPtr(om::MEM::GPU),    input.image2Gpu.getPtr(om::MEM::GPU),
+            input.measureGpu.getPtr(om::MEM::GPU),  input.depthHost.getPtr(om::MEM::CPU),
+            input.measureHost.getPtr(om::MEM::CPU), input.imageHost.getPtr(om::MEM::CPU)};
+    };
+    const std::vector<const void*> before = buffers();
+    const std::size_t blocks = cuda_host::allocationCount();
+    stepped.input->requestView1 = true;
+    stepped.input->requestDepth = true;
+    stepped.input->requestMeasure = true;
+    QVERIFY(stepped.step());
+    QVERIFY(stepped.step());
+    QVERIFY(buffers() == before);
+    QCOMPARE(cuda_host::allocationCount(), blocks);
+}
+
+void TestInputThreadLoop::requestIsServedOnceAndCleared_data()
+{
+    QTest::addColumn<int>("request");
+    QTest::addColumn<QString>("call");
+    QTest::newRow("view 0") << 0 << "image 0, memory 1, 0 x 0";
+    QTest::newRow("view 1") << 1 << "image 1, memory 1, 0 x 0";
+    QTest::newRow("view 8") << 2 << "image 8, memory 1, 0 x 0";
+    QTest::newRow("depth") << 3 << "measure 1, memory 1, 0 x 0";
+    QTest::newRow("measure") << 4 << "measure 4, memory 1, 0 x 0";
+}
+
+void TestInputThreadLoop::requestIsServedOnceAndCleared()
+{
+    QFETCH(int, request);
+    QFETCH(QString, call);
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    InputThreadModul& input = *stepped.input;
+    bool* const flags[] = {&input.requestView0, &input.requestView1, &input.requestView8,
+                           &input.requestDepth, &input.requestMeasure};
+
+    *flags[request] = true;
+    bench().log().clear();
+    QVERIFY(stepped.step());
+    QStringList seen = described(retrievals());
+    QCOMPARE(seen.size(), 4);
+    QCOMPARE(seen.last(), call);
+    for (const bool* flag : flags) {
+        QVERIFY(!*flag);
+    }
+
+    bench().log().clear();
+    QVERIFY(stepped.step());
+    QCOMPARE(retrievals().size(), std::size_t(3));
+}
+
+void TestInputThreadLoop::requestsAreServedInOrderAfterTheFrame()
+{
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    InputThreadModul& input = *stepped.input;
+    input.requestMeasure = input.requestDepth = true;
+    input.requestView8 = input.requestView1 = input.requestView0 = true;
+    bench().log().clear();
+    QVERIFY(stepped.step());
+    const QStringList seen = described(retrievals());
+    QCOMPARE(seen.size(), 8);
+    QCOMPARE(seen.mid(3), QStringList({"image 0, memory 1, 0 x 0", "image 1, memory 1, 0 x 0",
+                                       "image 8, memory 1, 0 x 0", "measure 1, memory 1, 0 x 0",
+                                       "measure 4, memory 1, 0 x 0"}));
+    QVERIFY(!input.requestView0 && !input.requestView1 && !input.requestView8);
+    QVERIFY(!input.requestDepth && !input.requestMeasure);
+}
+
+void TestInputThreadLoop::hostRequestsFillTheirOwnBuffers()
+{
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    InputThreadModul& input = *stepped.input;
+    const auto checksum = [](const om::Mat& mat) {
+        unsigned int sum = 0;
+        const std::uint8_t* bytes = mat.getPtr(om::MEM::CPU);
+        const std::size_t size = mat.getStepBytes(om::MEM::CPU) * mat.getResolution().height;
+        for (std::size_t i = 0; i < size; i += 97) {
+            sum = sum * 31 + bytes[i];
+        }
+        return sum;
+    };
+    const auto checksums = [&] {
+        return std::vector<unsigned int>{checksum(input.depthHost), checksum(input.measureHost),
+                                         checksum(input.imageHost), checksum(input.image3Host)};
+    };
+
+    QVERIFY(stepped.step());
+    std::vector<unsigned int> before = checksums();
+    const auto changed = [&] {
+        const std::vector<unsigned int> now = checksums();
+        QString letters;
+        for (std::size_t i = 0; i < now.size(); ++i) {
+            letters += now[i] == before[i] ? '.' : 'x';
+        }
+        before = now;
+        return letters;
+    };
+    QCOMPARE(changed(), QString("...."));
+    input.requestDepth = true;
+    QVERIFY(stepped.step());
+    QCOMPARE(changed(), QString("x..."));
+    input.requestMeasure = true;
+    QVERIFY(stepped.step());
+    QCOMPARE(changed(), QString(".x.."));
+    input.requestView0 = true;
+    QVERIFY(stepped.step());
+    QCOMPARE(changed(), QString("..x."));
+    input.requestView1 = true;
+    QVERIFY(stepped.step());
+    QCOMPARE(changed(), QString("..x."));
+    input.requestView8 = true;
+    QVERIFY(stepped.step());
+    QCOMPARE(changed(), QString("...x"));
+}
+
+void TestInputThreadLoop::busyRetrieveMutexSkipsTheFrame()
+{
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    InputThreadModul& input = *stepped.input;
+    input.requestDepth = true;
+    ProgramStates::setIntAttr(ProgramStates::measuredFps, 0);
+    ProgramStates::setIntAttr(ProgramStates::cameraFps, 0);
+    const int images = stepped.images;
+    bench().log().clear();
+
+    input.retrieveMutex.lock();
+    QVERIFY(stepped.step());
+    input.retrieveMutex.unlock();
+
+    QVERIFY(retrievals().empty());
+    QVERIFY(input.requestDepth);
+    QCOMPARE(input.fpsCounter->frames, 0U);
+    // The rates are published all the same, from readings that have not moved.
+    QCOMPARE(measuredFps(), 10);
+    QCOMPARE(cameraFps(), 10);
+    QCOMPARE(stepped.images.load(), images + 1);
+
+    QVERIFY(stepped.step());
+    QCOMPARE(retrievals().size(), std::size_t(4));
+    QVERIFY(!input.requestDepth);
+    QCOMPARE(input.fpsCounter->frames, 1U);
+}
+
+void TestInputThreadLoop::ratesFallFromTenUntilTheFirstSecondIsOver()
+{
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    // Keeps the first second from ending under a slow build.
+    stepped.input->fpsCounter->interval.start += 1h;
+    QCOMPARE(measuredFps(), 100);
+    QVERIFY(stepped.step());
+    QCOMPARE(measuredFps(), 5);
+    QVERIFY(stepped.step());
+    QCOMPARE(measuredFps(), 0);
+    QVERIFY(stepped.step());
+    QCOMPARE(measuredFps(), 0);
+    QCOMPARE(stepped.input->fpsCounter->framesPerSecond, 0U);
+    QCOMPARE(stepped.input->fpsCounter->frames, 3U);
+}
+
+void TestInputThreadLoop::countedFramesBecomeTheRateAfterASecond()
+{
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    FpsCounter& counter = *stepped.input->fpsCounter;
+    counter.interval.start += 1h;
+    for (int frame = 0; frame < 4; ++frame) {
+        QVERIFY(stepped.step());
+    }
+    counter.interval.start -= 2h;
+    const auto before = std::chrono::system_clock::now();
+    QVERIFY(stepped.step());
+    QCOMPARE(counter.framesPerSecond, 5U);
+    QCOMPARE(counter.frames, 0U);
+    QVERIFY(counter.interval.start >= before);
+    QVERIFY(counter.interval.start <= std::chrono::system_clock::now());
+    // The mean of 0 and 5, cut off; then of 5 and 5.
+    QCOMPARE(measuredFps(), 2);
+    counter.interval.start += 1h;
+    QVERIFY(stepped.step());
+    QCOMPARE(measuredFps(), 5);
+}
+
+void TestInputThreadLoop::rateOfALiveCameraIsLimitedToTheOneAskedFor()
+{
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    stepped.input->fpsCounter->interval.start += 1h;
+    stepped.input->fpsCounter->framesPerSecond = 500;
+    QVERIFY(stepped.step());
+    QCOMPARE(measuredFps(), 100);
+    ProgramStates::setIntAttr(ProgramStates::requestedFps, 600);
+    QVERIFY(stepped.step());
+    QCOMPARE(measuredFps(), 500);
+    ProgramStates::setIntAttr(ProgramStates::requestedFps, 30);
+    QVERIFY(stepped.step());
+    QCOMPARE(measuredFps(), 30);
+}
+
+void TestInputThreadLoop::reportedRateIsTheMeanOfTheLastTwoFrames()
+{
+    ProgramStates::setIntAttr(ProgramStates::requestedFps, 30);
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    const int fps = stepped.input->camera.getInitParameters().fps;
+    QVERIFY(fps != 10);
+    QVERIFY(stepped.step());
+    QCOMPARE(cameraFps(), (10 + fps) / 2);
+    QVERIFY(stepped.step());
+    QCOMPARE(cameraFps(), fps);
+}
+
+void TestInputThreadLoop::imageSignalComesOncePerGoodGrab()
+{
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    QCOMPARE(stepped.images.load(), 0);
+    QVERIFY(stepped.step());
+    QCOMPARE(stepped.images.load(), 1);
+    QVERIFY(stepped.step(om::ERROR_CODE::TIMEOUT));
+    QCOMPARE(stepped.images.load(), 1);
+    QVERIFY(stepped.step());
+    QCOMPARE(stepped.images.load(), 2);
+}
+
+void TestInputThreadLoop::failedGrabIsTriedAgain_data()
+{
+    QTest::addColumn<int>("result");
+    for (int result : {1, 2, 3, 5, 6, 7, 99, -1}) {
+        QTest::addRow("result %d", result) << result;
+    }
+}
+
+void TestInputThreadLoop::failedGrabIsTriedAgain()
+{
+    QFETCH(int, result);
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    QVERIFY(stepped.step());
+    QSignalSpy lost(stepped.input.get(), &InputThreadModul::DetectTIVDisconnect);
+    bench().log().clear();
+    ProgramStates::setIntAttr(ProgramStates::measuredFps, -1);
+    ProgramStates::setIntAttr(ProgramStates::cameraFps, -1);
+    for (int pass = 0; pass < 3; ++pass) {
+        QVERIFY(stepped.step(static_cast<om::ERROR_CODE>(result)));
+    }
+    QCOMPARE(calls(CALL::GRAB), std::uint64_t(3));
+    QVERIFY(retrievals().empty());
+    QCOMPARE(stepped.images.load(), 1);
+    QCOMPARE(measuredFps(), -1);
+    QCOMPARE(cameraFps(), -1);
+    QVERIFY(stepped.input->running);
+    QVERIFY(stepped.input->opened);
+    QVERIFY(stepped.step());
+    QCOMPARE(stepped.images.load(), 2);
+    QCOMPARE(lost.count(), 0);
+}
+
+void TestInputThreadLoop::failedGrabIsFollowedByAMillisecondOfSleep()
+{
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    const auto start = std::chrono::steady_clock::now();
+    for (int pass = 0; pass < 20; ++pass) {
+        QVERIFY(stepped.step(om::ERROR_CODE::FAILURE));
+    }
+    QVERIFY(std::chrono::steady_clock::now() - start >= 20ms);
+}
+
+void TestInputThreadLoop::lossEndsTheLoop()
+{
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    QVERIFY(stepped.step());
+    InputThreadModul& input = *stepped.input;
+    std::atomic<int> lost{0};
+    std::atomic<bool> flagsTaken{false};
+    connect(
+        &input, &InputThreadModul::DetectTIVDisconnect, &input,
+        [&] {
+            ++lost;
+            flagsTaken = !input.running && !input.opened && !input.playingFile;
+        },
+        Qt::DirectConnection);
+    bench().log().clear();
+
+    stepped.nextResult = 4;
+    stepped.gate.release();
+    QVERIFY(input.wait(20000));
+
+    QCOMPARE(lost.load(), 1);
+    QVERIFY(flagsTaken);
+    QCOMPARE(calls(CALL::GRAB), std::uint64_t(1));
+    QVERIFY(retrievals().empty());
+    QCOMPARE(stepped.images.load(), 1);
+    QVERIFY(!input.running);
+    QVERIFY(!input.opened);
+    QVERIFY(!input.playingFile);
+    QVERIFY(input.enabled);
+    QVERIFY(input.liveCamera);
+
+    // A lost camera isn't started again.
+    input.startGrabbing();
+    QVERIFY(!input.isRunning());
+}
+
+void TestInputThreadLoop::lossSignalReachesTheInterfaceThread()
+{
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    QThread* receiving = nullptr;
+    QObject receiver;
+    connect(stepped.input.get(), &InputThreadModul::DetectTIVDisconnect, &receiver,
+            [&receiving] { receiving = QThread::currentThread(); });
+    stepped.nextResult = 4;
+    stepped.gate.release();
+    QTRY_COMPARE(receiving, QThread::currentThread());
+}
+
+void TestInputThreadLoop::lossAfterUnpluggingEndsTheLoop()
+{
+    InputThreadModul input;
+    QSignalSpy lost(&input, &InputThreadModul::DetectTIVDisconnect);
+    input.enableToStart(true);
+    QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+    QVERIFY(input.CreateMemories());
+    input.startGrabbing();
+    QTRY_VERIFY(calls(CALL::GRAB) > 0);
+    QVERIFY(input.isRunning());
+
+    bench().unplug(SERIAL);
+    QVERIFY(input.wait(20000));
+    QTRY_COMPARE(lost.count(), 1);
+    QVERIFY(!input.opened);
+    QVERIFY(!input.camera.isOpened());
+}
+
+void TestInputThreadLoop::pausedCameraIsNotGrabbedButRetrieved()
+{
+    // Steps by the image signal, because a paused camera comes by no grab.
+    Gate gate;
+    InputThreadModul input;
+    connect(
+        &input, &InputThreadModul::SendImage, &input, [&gate] { gate.pass(); },
+        Qt::DirectConnection);
+    input.enableToStart(true);
+    QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+    QVERIFY(input.CreateMemories());
+    input.startGrabbing();
+    QVERIFY(gate.waitForArrival());
+
+    ProgramStates::setBoolAttr(ProgramStates::inputPaused, true);
+    bench().log().clear();
+    for (int pass = 0; pass < 5; ++pass) {
+        QVERIFY(gate.step());
+    }
+    QCOMPARE(calls(CALL::GRAB), std::uint64_t(0));
+    QCOMPARE(retrievals().size(), std::size_t(15));
+
+    ProgramStates::setBoolAttr(ProgramStates::inputPaused, false);
+    QVERIFY(gate.step());
+    QVERIFY(calls(CALL::GRAB) > 0);
+    gate.open();
+    input.stopGrabbing();
+}
+
+void TestInputThreadLoop::pauseAfterAFailureKeepsTheFailure()
+{
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    ProgramStates::setBoolAttr(ProgramStates::inputPaused, true);
+    stepped.nextResult = static_cast<int>(om::ERROR_CODE::TIMEOUT);
+    bench().log().clear();
+    const unsigned int arrivals = stepped.gate.arrivals();
+    stepped.gate.release();
+    // Some fifty passes without a grab and without an image.
+    QVERIFY(!stepped.input->wait(50));
+    QCOMPARE(stepped.gate.arrivals(), arrivals);
+    QCOMPARE(calls(CALL::GRAB), std::uint64_t(1));
+    QVERIFY(retrievals().empty());
+    QCOMPARE(stepped.images.load(), 0);
+
+    ProgramStates::setBoolAttr(ProgramStates::inputPaused, false);
+    QVERIFY(stepped.gate.waitForArrival());
+    QVERIFY(stepped.step());
+    QCOMPARE(stepped.images.load(), 1);
+}
+
+void TestInputThreadLoop::pauseBeforeTheFirstGrabCountsAsGood()
+{
+    ProgramStates::setBoolAttr(ProgramStates::inputPaused, true);
+    InputThreadModul input;
+    std::atomic<int> images{0};
+    connect(
+        &input, &InputThreadModul::SendImage, &input, [&images] { ++images; },
+        Qt::DirectConnection);
+    input.enableToStart(true);
+    QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+    QVERIFY(input.CreateMemories());
+    input.startGrabbing();
+    QTRY_VERIFY(images > 2);
+    QCOMPARE(calls(CALL::GRAB), std::uint64_t(0));
+    input.stopGrabbing();
+}
+
+void TestInputThreadLoop::stopGrabbingEndsTheThread()
+{
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    QVERIFY(stepped.step());
+    stepped.gate.open();
+    stepped.input->stopGrabbing();
+    QVERIFY(stepped.input->isFinished());
+    QVERIFY(!stepped.input->running);
+    // The camera stays open, and grabbing can go on.
+    QVERIFY(stepped.input->opened);
+    QVERIFY(stepped.input->camera.isOpened());
+    const int images = stepped.images;
+    stepped.input->startGrabbing();
+    QTRY_VERIFY(stepped.images > images);
+}
+
+void TestInputThreadLoop::stopGrabbingFromAnotherThread()
+{
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    stepped.gate.open();
+    std::thread sensorThread([&stepped] { stepped.input->stopGrabbing(); });
+    sensorThread.join();
+    QVERIFY(stepped.input->isFinished());
+}
+
+void TestInputThreadLoop::destructorFreesEverything_data()
+{
+    QTest::addColumn<QString>("stage");
+    for (const char* stage : {"built", "opened", "allocated", "grabbing", "stopped", "lost"}) {
+        QTest::newRow(stage) << stage;
+    }
+}
+
+void TestInputThreadLoop::destructorFreesEverything()
+{
+    QFETCH(QString, stage);
+    const bool open = stage != "built";
+    const bool allocate = open && stage != "opened";
+    {
+        InputThreadModul input;
+        input.enableToStart(true);
+        if (open) {
+            QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+            QVERIFY(inUse());
+        }
+        if (allocate) {
+            QVERIFY(input.CreateMemories());
+            QVERIFY(cuda_host::allocatedBytes() > 0);
+        }
+        if (stage == "grabbing" || stage == "stopped" || stage == "lost") {
+            input.startGrabbing();
+            QTRY_VERIFY(calls(CALL::GRAB) > 0);
+        }
+        if (stage == "stopped") {
+            input.stopGrabbing();
+        }
+        if (stage == "lost") {
+            bench().unplug(SERIAL);
+            QVERIFY(input.wait(20000));
+        }
+        // The buffers are freed in the camera's context, whatever the thread's own was.
+        cuCtxSetCurrent(nullptr);
+    }
+    QVERIFY(!inUse());
+    QCOMPARE(cuda_host::allocatedBytes(), std::size_t(0));
+    QCOMPARE(cuda_host::allocationCount(), std::size_t(0));
+    QCOMPARE(cudaGetLastError(), cudaSuccess);
+}
+
+void TestInputThreadLoop::destructorEndsAThreadThatWasNeverEnabled()
+{
+    {
+        InputThreadModul input;
+        QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+        input.startGrabbing();
+        QVERIFY(input.isRunning());
+    }
+    QCOMPARE(calls(CALL::GRAB), std::uint64_t(0));
+    QCOMPARE(calls(CALL::CLOSE), std::uint64_t(1));
+}
+
+void TestInputThreadLoop::destructorEndsARunningThread()
+{
+    {
+        InputThreadModul input;
+        input.enableToStart(true);
+        QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+        QVERIFY(input.CreateMemories());
+        input.startGrabbing();
+        QTRY_VERIFY(calls(CALL::GRAB) > 2);
+    }
+    QCOMPARE(calls(CALL::CLOSE), std::uint64_t(1));
+    // The last call on the camera is the close.
+    const std::vector<CallRecord> records = bench().log().records();
+    QVERIFY(records.back().call == CALL::CLOSE);
+}
+
+void TestInputThreadLoop::destructorOnAnotherThreadAfterALoss()
+{
+    // The way of the sensor thread when it sees the loss first.
+    auto* input = new InputThreadModul;
+    input->enableToStart(true);
+    QCOMPARE(input->live(static_cast<int>(SERIAL)), 0);
+    QVERIFY(input->CreateMemories());
+    input->startGrabbing();
+    QTRY_VERIFY(calls(CALL::GRAB) > 0);
+    bench().unplug(SERIAL);
+    std::thread sensorThread([input] {
+        input->stopGrabbing();
+        delete input;
+    });
+    sensorThread.join();
+    QVERIFY(!inUse());
+    QCOMPARE(cuda_host::allocatedBytes(), std::size_t(0));
+}
+
+void TestInputThreadLoop::destructorClearsTheLastCudaError()
+{
+    {
+        InputThreadModul input;
+        QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+        QVERIFY(input.CreateMemories());
+        void* pointer = nullptr;
+        cuda_host::failNext("cudaMalloc", cudaErrorUnknown);
+        QVERIFY(cudaMalloc(&pointer, 16) != cudaSuccess);
+    }
+    QCOMPARE(cudaGetLastError(), cudaSuccess);
+}
+
+QTEST_GUILESS_MAIN(TestInputThreadLoop)
+#include "tst_inputthread_loop.moc"
