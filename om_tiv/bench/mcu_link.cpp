@@ -107,6 +107,7 @@ bool TIVmcu::Impl::closeSession()
         monitor.clear();
         monitoredMag.reset();
         quality = HeadingQuality();
+        isJudged = false;
     }
     if (closed) {
         closed->camera->release(closed.get());
@@ -212,6 +213,7 @@ IMUReaderData TIVmcu::Impl::physicalRecord(const std::shared_ptr<Session>& of)
             // The time of a new reading is its own, so that a rate can be told from it.
             time = camera.reportedTime(STREAM::MAGNETOMETER, *mag);
             deliveredMag = mag;
+            feedMonitor(*of, *mag, now);
         }
     }
     made.timestamp = time > of->start ? (time - of->start) / TICK : 0;
@@ -240,11 +242,10 @@ IMUReaderData TIVmcu::Impl::rememberedRecord()
     return known;
 }
 
-HeadingQuality TIVmcu::Impl::judge(const Session& of, std::uint64_t newest, Nanoseconds now)
+void TIVmcu::Impl::feedMonitor(const Session& of, std::uint64_t newest, Nanoseconds now)
 {
-    const std::uint64_t version = of.camera->calibrationVersion();
-    if (monitoredMag == newest && qualityVersion == version) {
-        return quality;
+    if (monitoredMag == newest) {
+        return;
     }
     // The microcontroller has been reading since it was plugged in, with a link or without.
     std::uint64_t first = newest;
@@ -252,8 +253,7 @@ HeadingQuality TIVmcu::Impl::judge(const Session& of, std::uint64_t newest, Nano
            of.source->timeOf(STREAM::MAGNETOMETER, first - 1) + PAST > now) {
         --first;
     }
-    for (std::uint64_t number = monitoredMag == newest ? newest + 1 : first; number <= newest;
-         ++number) {
+    for (std::uint64_t number = first; number <= newest; ++number) {
         const bench::MagnetometerSample sample = of.source->magnetometer(number);
         const auto imu = of.source->newest(STREAM::IMU, sample.time);
         const bench::Quaternion pose = imu ? of.source->imu(*imu).pose : bench::Quaternion();
@@ -262,17 +262,27 @@ HeadingQuality TIVmcu::Impl::judge(const Session& of, std::uint64_t newest, Nano
                      toSensorAxes(rotate(conjugate(pose), {0.0, 1.0, 0.0})), sample.isSaturated()});
     }
     monitoredMag = newest;
-    qualityVersion = version;
-    quality = monitor.assess(of.camera->calibration());
+    isJudged = false;
+}
+
+HeadingQuality TIVmcu::Impl::judge(const Session& of, std::uint64_t newest, Nanoseconds now)
+{
+    feedMonitor(of, newest, now);
+    const std::uint64_t version = of.camera->calibrationVersion();
+    if (!isJudged || qualityVersion != version) {
+        quality = monitor.assess(of.camera->calibration());
+        qualityVersion = version;
+        isJudged = true;
+    }
     return quality;
 }
 
 void TIVmcu::Impl::catchUp()
 {
     const Nanoseconds now = session->camera->clock().now();
-    if (session->poses && session->hasMagnetometer()) {
+    if (session->hasMagnetometer()) {
         if (const auto mag = session->source->newest(STREAM::MAGNETOMETER, now)) {
-            judge(*session, *mag, now);
+            feedMonitor(*session, *mag, now);
         }
     }
 }

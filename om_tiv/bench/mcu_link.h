@@ -89,6 +89,7 @@ public:
     std::optional<std::uint64_t> deliveredMag;    ///< number of the last new reading
     bench::HeadingMonitor monitor;
     std::optional<std::uint64_t> monitoredMag; ///< number of the monitor's newest reading
+    bool isJudged = false;                     ///< the quality is that of this reading
     bench::HeadingQuality quality;
     std::uint64_t qualityVersion = 0; ///< of the calibration that the quality belongs to
 
@@ -120,7 +121,9 @@ public:
     }
 
 private:
-    /// Feeds the monitor up to the newest reading and lets it judge the calibration in force.
+    /// Feeds the monitor up to the newest reading.
+    void feedMonitor(const Session& of, std::uint64_t newest, bench::Nanoseconds now);
+    /// The same, and lets it judge the calibration in force.
     bench::HeadingQuality judge(const Session& of, std::uint64_t newest, bench::Nanoseconds now);
 };
 

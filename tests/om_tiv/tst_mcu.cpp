@@ -245,6 +245,15 @@ private slots:
         QCOMPARE(m_bench.calibration(SERIAL).offset[2], 3.0F);
     }
 
+    void openingPutsTheWriteOfAnotherProcessInForce()
+    {
+        QVERIFY(m_bench.calibration(SERIAL).isNeutral());
+        EepromStore().write(SERIAL, {{0.5F, 0.25F, 0.125F}, {1.0F, 2.0F, 3.0F}});
+        Link link;
+        link.openIt();
+        QCOMPARE(m_bench.calibration(SERIAL).offset[2], 3.0F);
+    }
+
     void everyBitOfTheRecordIsKept()
     {
         Link link;

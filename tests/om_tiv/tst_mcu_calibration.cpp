@@ -358,6 +358,18 @@ private slots:
         }
     }
 
+    void shortSaturationIsForgottenSoon()
+    {
+        start();
+        store(fitEllipsoid(sample(60s)));
+        m_bench.changeFaults(serial, [](Faults& faults) { faults.magnetometerSaturated = true; });
+        sample(100ms);
+        QCOMPARE(int(m_link->getIMUPose(6).headingState), 2);
+        m_bench.setFaults(serial, {});
+        sample(2500ms);
+        QCOMPARE(int(m_link->getIMUPose(6).headingState), 0);
+    }
+
     // ---- Axes and signs -----------------------------------------------------------------------
 
     // A field of 50 uT that dips 60 degrees, thus 25 uT to magnetic north and 43.3 uT down, and no
