@@ -1,6 +1,7 @@
 #include "bench/bench.h"
 
 #include "bench/bench_file.h"
+#include "bench/control.h"
 #include "bench/eeprom.h"
 #include "bench/virtual_camera.h"
 
@@ -94,14 +95,13 @@ Bench& Bench::instance()
     static Bench* const bench = [] {
         auto* const made = new Bench;
         const char* const file = std::getenv("OM_TIV_BENCH");
+        std::string error;
         if (file == nullptr || *file == '\0') {
             made->loadDefault();
-            return made;
-        }
-        std::string error;
-        if (!made->loadFile(file, error)) {
+        } else if (!made->loadFile(file, error)) {
             std::fprintf(stderr, "%s\n", error.c_str());
         }
+        startControl(*made);
         return made;
     }();
     return *bench;

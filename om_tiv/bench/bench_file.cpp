@@ -1,6 +1,7 @@
 #include "bench/bench_file.h"
 
 #include "bench/json_lines.h"
+#include "bench/replay.h"
 
 #include <algorithm>
 #include <array>
@@ -158,7 +159,24 @@ void readFaults(JsonObject& camera, Faults& faults)
     object.finish();
 }
 
-CameraConfig readCamera(const JsonNode& node, const std::string& path)
+/// A recording that can't be played at all is a mistake of the file that names it.
+void readReplay(JsonObject& object, const std::string& folder, CameraConfig& config)
+{
+    object.read("replay", config.replay);
+    object.read("replayLoop", config.replayLoop);
+    if (config.replay.empty()) {
+        return;
+    }
+    if (config.replay.front() != '/') {
+        config.replay.insert(0, folder);
+    }
+    std::string report;
+    if (!SensorRecording::read(config.replay, report)) {
+        throw JsonMistake(object.find("replay")->line, object.path("replay"), report);
+    }
+}
+
+CameraConfig readCamera(const JsonNode& node, const std::string& path, const std::string& folder)
 {
     JsonObject object(node, path);
     CameraConfig config;
@@ -195,13 +213,14 @@ CameraConfig readCamera(const JsonNode& node, const std::string& path)
     object.read("altitude", config.altitude, -500.0, 9000.0);
     object.read("startTemperatures", config.startTemperatures.data(),
                 config.startTemperatures.size(), -40.0, 125.0);
+    readReplay(object, folder, config);
     readErrors(object, config.errors);
     readFaults(object, config.faults);
     object.finish();
     return config;
 }
 
-BenchDescription readBench(const JsonNode& root)
+BenchDescription readBench(const JsonNode& root, const std::string& folder)
 {
     JsonObject object(root, "");
     BenchDescription bench;
@@ -224,7 +243,7 @@ BenchDescription readBench(const JsonNode& root)
     }
     for (std::size_t i = 0; i < cameras.elements.size(); ++i) {
         const std::string path = "cameras[" + std::to_string(i) + "]";
-        const CameraConfig config = readCamera(cameras.elements[i], path);
+        const CameraConfig config = readCamera(cameras.elements[i], path, folder);
         for (std::size_t former = 0; former < bench.cameras.size(); ++former) {
             if (bench.cameras[former].serialNumber == config.serialNumber) {
                 JsonObject camera(cameras.elements[i], path);
@@ -287,7 +306,10 @@ bool readBenchText(const std::string& text, const std::string& name, BenchDescri
                    std::string& error)
 {
     try {
-        description = readBench(parseJson(text));
+        // Files that it names are looked for beside it.
+        const std::size_t slash = name.rfind('/');
+        const std::string folder = slash == std::string::npos ? "" : name.substr(0, slash + 1);
+        description = readBench(parseJson(text), folder);
         return true;
     } catch (const JsonMistake& mistake) {
         error = errorLine(name, mistake.line(), mistake.what());

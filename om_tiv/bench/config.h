@@ -91,6 +91,8 @@ struct CameraConfig
     /// Degrees Celsius at the moment of plugging in, by location: IMU, barometer, left, right. They
     /// rise by some 12 degrees with a time constant of 4 minutes.
     std::array<double, 4> startTemperatures{27.0, 26.5, 28.5, 29.0};
+    std::string replay;     ///< CSV recording to play in place of the physics; empty for none
+    bool replayLoop = true; ///< begins anew behind its last row
     Faults faults;
 };
 

@@ -131,6 +131,9 @@ void SensorReader::fill(Nanoseconds time, SensorsData& data)
     fillTemperatures(time, faults, data);
     if (const auto number = newest(m_imu, time); number) {
         fillImu(*number, data);
+        if (!m_imageAxes) {
+            m_source->complete(*number, data);
+        }
     } else {
         data.imu = SensorsData::IMUData();
         data.cameraMovingState = 0;

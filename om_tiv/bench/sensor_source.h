@@ -5,6 +5,8 @@
 #include "bench/clock.h"
 #include "bench/geometry.h"
 
+#include <om_tiv/sensors.h>
+
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -68,6 +70,10 @@ public:
     virtual BarometerSample barometer(std::uint64_t number) const = 0;
     /// Degrees Celsius by location; nothing where there is no sensor.
     virtual std::array<std::optional<double>, 4> temperatures(Nanoseconds time) const = 0;
+
+    /// Last changes to the record of an IMU sample, in the axes of the body. A source that plays
+    /// recorded values puts them in exactly.
+    virtual void complete(std::uint64_t /*imuNumber*/, SensorsData& /*data*/) const {}
 };
 
 } // namespace om::bench

@@ -1,6 +1,7 @@
 #include "bench/virtual_camera.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <utility>
 
 namespace om::bench {
@@ -12,7 +13,14 @@ VirtualCamera::VirtualCamera(const CameraConfig& config, int position, Clock& cl
       m_motion(std::make_shared<MotionTimeline>(config.motion, config.pose, clock.now()))
 {
     m_environment->field = std::move(field);
-    m_source = std::make_shared<PhysicsSource>(m_config, m_motion, m_environment, m_clock.now());
+    if (!config.replay.empty()) {
+        std::string report;
+        m_recording = SensorRecording::read(config.replay, report);
+        if (!report.empty()) {
+            std::fprintf(stderr, "%s\n", report.c_str());
+        }
+    }
+    m_source = makeSource(m_clock.now());
     changeFaults([&](Faults& faults) { faults = config.faults; });
     if (config.plugged) {
         plug();
@@ -80,6 +88,14 @@ bool VirtualCamera::takeReadbackDifference()
     return true;
 }
 
+std::shared_ptr<SensorSource> VirtualCamera::makeSource(Nanoseconds start) const
+{
+    if (m_recording) {
+        return std::make_shared<ReplaySource>(m_recording, m_config.replayLoop, start);
+    }
+    return std::make_shared<PhysicsSource>(m_config, m_motion, m_environment, start);
+}
+
 void VirtualCamera::plug()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
@@ -87,7 +103,7 @@ void VirtualCamera::plug()
         return;
     }
     const Nanoseconds now = m_clock.now();
-    m_source = std::make_shared<PhysicsSource>(m_config, m_motion, m_environment, now);
+    m_source = makeSource(now);
     m_pluggedAt.store(now);
     m_firstCounted.store(UINT64_MAX);
     m_delivered.store(0);

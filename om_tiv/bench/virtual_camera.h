@@ -12,6 +12,7 @@
 #include "bench/config.h"
 #include "bench/eeprom.h"
 #include "bench/motion.h"
+#include "bench/replay.h"
 #include "bench/physics.h"
 #include "bench/script.h"
 #include "bench/sensor_source.h"
@@ -120,6 +121,8 @@ public:
     std::uint64_t produced() const; ///< up to now or to the unplugging
 
 private:
+    std::shared_ptr<SensorSource> makeSource(Nanoseconds start) const;
+
     struct Claim
     {
         const void* owner = nullptr;
@@ -132,6 +135,7 @@ private:
     const std::shared_ptr<EepromStore> m_eeproms;
     const std::shared_ptr<Environment> m_environment;
     const std::shared_ptr<MotionTimeline> m_motion;
+    std::shared_ptr<const SensorRecording> m_recording; ///< to play in place of the physics
 
     mutable std::mutex m_mutex; ///< guards the faults, the claim and the source
     Faults m_faults;

@@ -12,6 +12,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iomanip>
 #include <iostream>
@@ -136,12 +137,14 @@ int main(int argc, char** argv)
     std::optional<unsigned int> firmware;
     bool unplugged = false;
     std::string replay;
+    bool once = false;
     add->add_option("MODEL", model, "TIV_N, TIV_P, TIV_Q, TIV_R or TIV_S")->required();
     add->add_option("SERIAL", serial, "Serial number")->required();
     add->add_option("--id", id, "Camera id; by default the position in the list");
     add->add_option("--firmware", firmware, "Firmware version");
     add->add_option("--motion", motion, "Motion at the start")->capture_default_str();
     add->add_option("--replay", replay, "CSV recording to play in place of the physics");
+    add->add_flag("--once", once, "End the recording at its last row in place of beginning anew");
     add->add_flag("--unplugged", unplugged, "Not plugged in");
     add->callback([&] {
         request["command"] = "add";
@@ -156,7 +159,8 @@ int main(int argc, char** argv)
             camera["firmware"] = *firmware;
         }
         if (!replay.empty()) {
-            camera["replay"] = replay;
+            camera["replay"] = std::filesystem::absolute(replay).string();
+            camera["replayLoop"] = !once;
         }
         request["camera"] = camera;
     });

@@ -1,0 +1,444 @@
+#include "bench/replay.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <string_view>
+
+namespace om::bench {
+
+namespace {
+
+constexpr std::size_t MOST_BYTES = 512U * 1024 * 1024;
+constexpr double NOMINAL_PERIOD = 1.0 / 400.0;
+
+std::vector<std::string_view> split(std::string_view line)
+{
+    std::vector<std::string_view> fields;
+    for (;;) {
+        const std::size_t comma = line.find(',');
+        if (comma == std::string_view::npos) {
+            break; // every field is followed by a comma, the rest of the line holds none
+        }
+        std::string_view field = line.substr(0, comma);
+        while (!field.empty() && field.front() == ' ') {
+            field.remove_prefix(1);
+        }
+        fields.push_back(field);
+        line.remove_prefix(comma + 1);
+    }
+    return fields;
+}
+
+bool toNumber(std::string_view text, double& value)
+{
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+    return result.ec == std::errc() && result.ptr == text.data() + text.size() &&
+           std::isfinite(value);
+}
+
+/// Where the columns of the file are; -1 for one that it lacks.
+struct Columns
+{
+    int imuTime = -1;
+    int magTime = -1;
+    int baroTime = -1;
+    std::array<int, 3> acceleration{-1, -1, -1};
+    std::array<int, 3> angularVelocity{-1, -1, -1};
+    std::array<int, 3> magneticField{-1, -1, -1};
+    std::array<int, 3> eulerAngles{-1, -1, -1};
+    int pressure = -1;
+    int relativeAltitude = -1;
+    int movingState = -1;
+    std::array<int, 4> temperatures{-1, -1, -1, -1};
+};
+
+struct ColumnName
+{
+    const char* name;
+    int* place;
+};
+
+bool complete(const std::array<int, 3>& places)
+{
+    return std::all_of(places.begin(), places.end(), [](int place) { return place >= 0; });
+}
+
+/// What is told of a file, on one line.
+class Report
+{
+public:
+    explicit Report(std::string name) : m_name(std::move(name)) {}
+
+    void leftOut(std::size_t line, const std::string& why)
+    {
+        if (m_leftOut++ == 0) {
+            m_first = "line " + std::to_string(line) + " " + why;
+        }
+    }
+    void gap(std::size_t line)
+    {
+        if (m_gaps++ == 0) {
+            m_firstGap = line;
+        }
+    }
+    void lacks(const std::string& what) { m_lacking += (m_lacking.empty() ? "" : ", ") + what; }
+
+    std::string text() const
+    {
+        std::string line;
+        const auto add = [&](const std::string& part) {
+            line += (line.empty() ? "" : "; ") + part;
+        };
+        if (m_leftOut > 0) {
+            add(std::to_string(m_leftOut) + (m_leftOut == 1 ? " row" : " rows") +
+                " left out, the first: " + m_first);
+        }
+        if (m_gaps > 0) {
+            add(std::to_string(m_gaps) + (m_gaps == 1 ? " jump" : " jumps") +
+                " of the time closed, the first at line " + std::to_string(m_firstGap));
+        }
+        if (!m_lacking.empty()) {
+            add("not recorded, so not available: " + m_lacking);
+        }
+        return line.empty() ? line : m_name + ": " + line;
+    }
+    std::string failure(const std::string& why) const
+    {
+        const std::string rest = text();
+        return m_name + ": " + why +
+               (rest.empty() ? "" : " (" + rest.substr(m_name.size() + 2) + ")");
+    }
+
+private:
+    std::string m_name;
+    std::size_t m_leftOut = 0;
+    std::string m_first;
+    std::size_t m_gaps = 0;
+    std::size_t m_firstGap = 0;
+    std::string m_lacking;
+};
+
+/// A printable piece of a bad field.
+std::string shown(std::string_view text)
+{
+    std::string piece(text.substr(0, 24));
+    std::replace_if(
+        piece.begin(), piece.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+    return "\"" + piece + (text.size() > 24 ? "...\"" : "\"");
+}
+
+} // namespace
+
+std::shared_ptr<const SensorRecording> SensorRecording::read(const std::string& path,
+                                                             std::string& report)
+{
+    std::ifstream file(path, std::ios::binary);
+    if (!file) {
+        report = path + ": can't be read: " + std::strerror(errno);
+        return nullptr;
+    }
+    std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    if (text.size() > MOST_BYTES) {
+        report = path + ": larger than a recording may be (512 MiB)";
+        return nullptr;
+    }
+    return parse(text, path, report);
+}
+
+std::shared_ptr<const SensorRecording>
+SensorRecording::parse(const std::string& text, const std::string& name, std::string& report)
+{
+    Report told(name);
+    std::string_view rest(text);
+    const auto nextLine = [&rest](bool& whole) {
+        const std::size_t end = rest.find('\n');
+        whole = end != std::string_view::npos;
+        std::string_view line = rest.substr(0, end);
+        rest.remove_prefix(whole ? end + 1 : rest.size());
+        if (!line.empty() && line.back() == '\r') {
+            line.remove_suffix(1);
+        }
+        return line;
+    };
+
+    bool whole = false;
+    const std::vector<std::string_view> header = split(nextLine(whole));
+    if (header.empty() || header.front() != "idx") {
+        report = told.failure("not a recording: the first line does not begin with \"idx,\"");
+        return nullptr;
+    }
+    Columns at;
+    const ColumnName names[] = {
+        {"imu_Timestamp[sec]", &at.imuTime},      {"mag_Timestamp[sec]", &at.magTime},
+        {"baro_Timestamp[sec]", &at.baroTime},    {"accX[m/s^2]", &at.acceleration[0]},
+        {"accY[m/s^2]", &at.acceleration[1]},     {"accZ[m/s^2]", &at.acceleration[2]},
+        {"gyroX[deg/s]", &at.angularVelocity[0]}, {"gyroY[deg/s]", &at.angularVelocity[1]},
+        {"gyroZ[deg/s]", &at.angularVelocity[2]}, {"magX[uT]", &at.magneticField[0]},
+        {"magY[uT]", &at.magneticField[1]},       {"magZ[uT]", &at.magneticField[2]},
+        {"orX[deg]", &at.eulerAngles[0]},         {"orY[deg]", &at.eulerAngles[1]},
+        {"orZ[deg]", &at.eulerAngles[2]},         {"press[hPa]", &at.pressure},
+        {"rel_alt[m]", &at.relativeAltitude},     {"moving", &at.movingState},
+        {"temp_imu[C]", &at.temperatures[0]},     {"temp_barom[C]", &at.temperatures[1]},
+        {"temp_left[C]", &at.temperatures[2]},    {"temp_right[C]", &at.temperatures[3]}};
+    for (std::size_t i = 1; i < header.size(); ++i) {
+        for (const ColumnName& column : names) {
+            if (header[i] == column.name) {
+                *column.place = static_cast<int>(i);
+            }
+        }
+    }
+
+    auto recording = std::make_shared<SensorRecording>();
+    recording->hasAcceleration = complete(at.acceleration);
+    recording->hasAngularVelocity = complete(at.angularVelocity);
+    recording->hasMagneticField = complete(at.magneticField) && at.magTime >= 0;
+    recording->hasEulerAngles = complete(at.eulerAngles);
+    recording->hasBarometer = at.pressure >= 0 && at.baroTime >= 0;
+    recording->hasMovingState = at.movingState >= 0;
+    recording->hasTemperatures = std::all_of(at.temperatures.begin(), at.temperatures.end(),
+                                             [](int place) { return place >= 0; });
+    const struct
+    {
+        bool there;
+        const char* what;
+    } sensors[] = {
+        {recording->hasAcceleration, "accelerometer"}, {recording->hasAngularVelocity, "gyroscope"},
+        {recording->hasMagneticField, "magnetometer"}, {recording->hasEulerAngles, "orientation"},
+        {recording->hasBarometer, "barometer"},        {recording->hasMovingState, "moving state"},
+        {recording->hasTemperatures, "temperatures"}};
+    for (const auto& sensor : sensors) {
+        if (!sensor.there) {
+            told.lacks(sensor.what);
+        }
+    }
+    // The pace comes from the IMU's time, or what there is in its place; the index counts samples.
+    const int timeColumn = at.imuTime >= 0 ? at.imuTime : 0;
+    const double timeUnit = at.imuTime >= 0 ? 1.0 : NOMINAL_PERIOD;
+
+    std::vector<double> values(header.size());
+    std::optional<double> before;
+    double shift = 0.0; // from the recorded time to that since the first row
+    for (std::size_t number = 2; !rest.empty(); ++number) {
+        const std::string_view line = nextLine(whole);
+        const std::vector<std::string_view> fields = split(line);
+        if (!whole || fields.size() != header.size()) {
+            told.leftOut(number, whole ? "has " + std::to_string(fields.size()) +
+                                             " fields in place of " + std::to_string(header.size())
+                                       : "is torn");
+            continue;
+        }
+        bool sound = true;
+        for (std::size_t i = 0; i < fields.size() && sound; ++i) {
+            if (!toNumber(fields[i], values[i])) {
+                told.leftOut(number,
+                             "holds " + shown(fields[i]) + " in column " + std::string(header[i]));
+                sound = false;
+            }
+        }
+        if (!sound) {
+            continue;
+        }
+        const double time = values[static_cast<std::size_t>(timeColumn)] * timeUnit;
+        if (before && time <= *before) {
+            told.leftOut(number, "does not come after the row before it");
+            continue;
+        }
+        if (!before) {
+            shift = -time;
+        } else if (time - *before > MOST_GAP) {
+            told.gap(number);
+            shift -= time - *before - NOMINAL_PERIOD;
+        }
+        before = time;
+
+        const auto value = [&](int place) {
+            return place >= 0 ? values[static_cast<std::size_t>(place)] : 0.0;
+        };
+        const auto single = [&](int place) { return static_cast<float>(value(place)); };
+        const auto triple = [&](const std::array<int, 3>& places) {
+            return std::array<float, 3>{single(places[0]), single(places[1]), single(places[2])};
+        };
+        Row row;
+        row.time = time + shift;
+        row.magTime = value(at.magTime);
+        row.baroTime = value(at.baroTime);
+        row.acceleration = triple(at.acceleration);
+        row.angularVelocity = triple(at.angularVelocity);
+        row.magneticField = triple(at.magneticField);
+        row.eulerAngles = triple(at.eulerAngles);
+        row.pressure = single(at.pressure);
+        row.relativeAltitude = single(at.relativeAltitude);
+        row.movingState = static_cast<int>(std::clamp(value(at.movingState), -1000.0, 1000.0));
+        for (std::size_t i = 0; i < row.temperatures.size(); ++i) {
+            row.temperatures[i] = single(at.temperatures[i]);
+        }
+        recording->rows.push_back(row);
+    }
+    if (recording->rows.size() < 2) {
+        report = told.failure("nothing to play: less than two sound rows");
+        return nullptr;
+    }
+    report = told.text();
+    return recording;
+}
+
+ReplaySource::ReplaySource(std::shared_ptr<const SensorRecording> recording, bool looping,
+                           Nanoseconds start)
+    : m_recording(std::move(recording)), m_looping(looping), m_start(start)
+{
+    const std::vector<SensorRecording::Row>& rows = m_recording->rows;
+    double magTime = 0.0;
+    double baroTime = 0.0;
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        m_imuRows.push_back(i);
+        if (m_recording->hasMagneticField && rows[i].magTime != magTime) {
+            magTime = rows[i].magTime;
+            m_magnetometerRows.push_back(i);
+        }
+        if (m_recording->hasBarometer && rows[i].baroTime != baroTime) {
+            baroTime = rows[i].baroTime;
+            m_barometerRows.push_back(i);
+        }
+    }
+    const double last = rows.back().time;
+    m_period = last + last / static_cast<double>(rows.size() - 1);
+}
+
+const std::vector<std::size_t>& ReplaySource::rowsOf(STREAM stream) const
+{
+    switch (stream) {
+    case STREAM::MAGNETOMETER:
+        return m_magnetometerRows;
+    case STREAM::BAROMETER:
+        return m_barometerRows;
+    case STREAM::IMU:
+        break;
+    }
+    return m_imuRows;
+}
+
+bool ReplaySource::has(STREAM stream) const
+{
+    return !rowsOf(stream).empty();
+}
+
+std::size_t ReplaySource::rowOf(STREAM stream, std::uint64_t number) const
+{
+    const std::vector<std::size_t>& rows = rowsOf(stream);
+    return rows[m_looping ? number % rows.size()
+                          : std::min<std::uint64_t>(number, rows.size() - 1)];
+}
+
+double ReplaySource::secondsOf(STREAM stream, std::uint64_t number) const
+{
+    const std::uint64_t count = rowsOf(stream).size();
+    const double round = m_looping ? static_cast<double>(number / count) : 0.0;
+    return round * m_period + m_recording->rows[rowOf(stream, number)].time;
+}
+
+Nanoseconds ReplaySource::timeOf(STREAM stream, std::uint64_t number) const
+{
+    if (!m_looping && number >= rowsOf(stream).size()) {
+        return UINT64_MAX; // never
+    }
+    return m_start + static_cast<Nanoseconds>(std::llround(secondsOf(stream, number) * 1e9));
+}
+
+std::optional<std::uint64_t> ReplaySource::newest(STREAM stream, Nanoseconds time) const
+{
+    const std::vector<std::size_t>& rows = rowsOf(stream);
+    if (rows.empty() || time < m_start) {
+        return std::nullopt;
+    }
+    const double seconds = static_cast<double>(time - m_start) * 1e-9;
+    const auto round = m_looping ? static_cast<std::uint64_t>(seconds / m_period) : 0;
+    const double within = seconds - static_cast<double>(round) * m_period;
+    const auto after =
+        std::upper_bound(rows.begin(), rows.end(), within, [this](double limit, std::size_t row) {
+            return limit < m_recording->rows[row].time;
+        });
+    std::uint64_t number = round * rows.size() + static_cast<std::uint64_t>(after - rows.begin());
+    // The search is in seconds, the times that are told are whole nanoseconds.
+    while (number > 0 && timeOf(stream, number - 1) > time) {
+        --number;
+    }
+    while (timeOf(stream, number) <= time) {
+        ++number;
+    }
+    return number > 0 ? std::optional<std::uint64_t>(number - 1) : std::nullopt;
+}
+
+ImuSample ReplaySource::imu(std::uint64_t number) const
+{
+    const SensorRecording::Row& row = m_recording->rows[rowOf(STREAM::IMU, number)];
+    ImuSample sample;
+    sample.number = number;
+    sample.time = timeOf(STREAM::IMU, number);
+    const Orientation orientation = transformOfEulerDegrees(row.eulerAngles).getOrientation();
+    sample.pose = {orientation.ow, orientation.ox, orientation.oy, orientation.oz};
+    sample.angularVelocity = {row.angularVelocity[0], row.angularVelocity[1],
+                              row.angularVelocity[2]};
+    sample.linearAcceleration = {row.acceleration[0], row.acceleration[1], row.acceleration[2]};
+    sample.movingState = row.movingState;
+    return sample;
+}
+
+MagnetometerSample ReplaySource::magnetometer(std::uint64_t number) const
+{
+    const SensorRecording::Row& row = m_recording->rows[rowOf(STREAM::MAGNETOMETER, number)];
+    MagnetometerSample sample;
+    sample.number = number;
+    sample.time = timeOf(STREAM::MAGNETOMETER, number);
+    const Vector sensor =
+        toSensorAxes({row.magneticField[0], row.magneticField[1], row.magneticField[2]});
+    const std::array<double, 3> axes = {sensor.x, sensor.y, sensor.z};
+    for (std::size_t i = 0; i < axes.size(); ++i) {
+        sample.counts[i] =
+            static_cast<std::int16_t>(std::lround(std::clamp(axes[i] * 16.0, -32768.0, 32767.0)));
+    }
+    return sample;
+}
+
+BarometerSample ReplaySource::barometer(std::uint64_t number) const
+{
+    const SensorRecording::Row& row = m_recording->rows[rowOf(STREAM::BAROMETER, number)];
+    return {number, timeOf(STREAM::BAROMETER, number), double{row.pressure} * 100.0};
+}
+
+std::array<std::optional<double>, 4> ReplaySource::temperatures(Nanoseconds time) const
+{
+    const auto number = newest(STREAM::IMU, time);
+    if (!m_recording->hasTemperatures || !number) {
+        return {};
+    }
+    const SensorRecording::Row& row = m_recording->rows[rowOf(STREAM::IMU, *number)];
+    std::array<std::optional<double>, 4> values;
+    std::copy(row.temperatures.begin(), row.temperatures.end(), values.begin());
+    return values;
+}
+
+void ReplaySource::complete(std::uint64_t imuNumber, SensorsData& data) const
+{
+    // What went another way through the library's arithmetic comes back as it was recorded.
+    const SensorRecording::Row& row = m_recording->rows[rowOf(STREAM::IMU, imuNumber)];
+    if (m_recording->hasEulerAngles) {
+        data.imu.pose = transformOfEulerDegrees(row.eulerAngles);
+    }
+    if (data.barometer.isAvailable && m_recording->hasBarometer) {
+        data.barometer.pressure = pascalsOfHectopascals(row.pressure);
+        data.barometer.relativeAltitude = row.relativeAltitude;
+    }
+    using Location = SensorsData::TemperatureData::SENSOR_LOCATION;
+    for (std::size_t i = 0; i < row.temperatures.size(); ++i) {
+        const auto present = data.temperature.values.find(static_cast<Location>(i));
+        if (present != data.temperature.values.end()) {
+            present->second = row.temperatures[i];
+        }
+    }
+}
+
+} // namespace om::bench

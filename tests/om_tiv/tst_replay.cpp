@@ -1,0 +1,369 @@
+// Playing a recording in place of the physics.
+
+#include "bench/bench.h"
+#include "bench/bench_file.h"
+#include "bench/replay.h"
+#include "bench/virtual_camera.h"
+
+#include <om_tiv/camera.h>
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cmath>
+#include <random>
+
+using namespace om;
+using namespace om::bench;
+
+namespace {
+
+constexpr unsigned int serial = 20000001;
+
+const char fullHeader[] =
+    "idx,imu_Timestamp[sec],mag_Timestamp[sec],baro_Timestamp[sec],accX[m/s^2],accY[m/s^2],"
+    "accZ[m/s^2],gyroX[deg/s],gyroY[deg/s],gyroZ[deg/s],magX[uT],magY[uT],magZ[uT],orX[deg],"
+    "orY[deg],orZ[deg],press[hPa],rel_alt[m],moving, temp_left[C],temp_right[C],temp_imu[C],"
+    "temp_barom[C],\n";
+
+float degrees(float radians)
+{
+    return static_cast<float>(double{radians} * 180.0 / 3.141592653589793);
+}
+
+/// Row i of a recording at 200 rows a second, with a magnetometer reading every fourth and a
+/// barometer reading every eighth row.
+std::string row(int i)
+{
+    // Angles as a recorder sees them: of a float in radians.
+    const auto angle = [](float d) { return double{degrees(static_cast<float>(d * PI / 180.0))}; };
+    const double time = 1706711000.123456 + i * 0.005;
+    const double magTime = 1706711000.12 + i / 4 * 0.02;
+    const double baroTime = 1706711000.1 + i / 8 * 0.04;
+    const auto f = static_cast<float>(i);
+    const auto eighth = static_cast<float>(i / 8);
+    return QString::asprintf(
+               "%d,%.9f,%.9f,%.9f,%.9f,%.9f,%.9f,%.9f,%.9f,%.9f,%.9f,%.9f,%.9f,%.9f,%.9f,"
+               "%.9f,%.9f,%.9f,%.9f,%.9f,%.9f,%.9f,%.9f,\n",
+               100 + 2 * i, time, magTime, baroTime, double(0.1F * f), double(-9.80665F),
+               double(0.001F * f), double(1.5F * f), -2.25, double(0.3F), i / 4 * 0.0625, -20.125,
+               33.0625, angle(-170.0F + 3.3F * f), angle(89.0F - 1.7F * f),
+               angle(-90.0F + 3.1F * f), double(1013.25F + 0.01F * eighth), double(0.125F * eighth),
+               double(i % 3), double(30.5F + 0.01F * f), 31.25, double(36.6F), 29.0)
+        .toStdString();
+}
+
+std::string recording(int rows)
+{
+    std::string text = fullHeader;
+    for (int i = 0; i < rows; ++i) {
+        text += row(i);
+    }
+    return text;
+}
+
+} // namespace
+
+class TestReplay : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<QTemporaryDir> folder;
+
+    QString write(const std::string& text)
+    {
+        QFile file(folder->filePath(QStringLiteral("recording.csv")));
+        if (!file.open(QIODevice::WriteOnly)) {
+            qFatal("no temporary file");
+        }
+        file.write(QByteArray::fromStdString(text));
+        return file.fileName();
+    }
+
+    static Bench& theBench() { return Bench::instance(); }
+
+    void addReplay(const std::string& text, bool loop = true)
+    {
+        CameraConfig config;
+        config.model = MODEL::TIV_P;
+        config.serialNumber = serial;
+        config.replay = write(text).toStdString();
+        config.replayLoop = loop;
+        theBench().addCamera(config);
+    }
+
+    static void open(Camera& camera)
+    {
+        InitParameters parameters;
+        parameters.coordinateSystem = COORDINATE_SYSTEM::RIGHT_HANDED_Y_UP;
+        parameters.input.setFromSerialNumber(serial, BUS_TYPE::USB);
+        QCOMPARE(camera.open(parameters), ERROR_CODE::SUCCESS);
+    }
+
+private slots:
+    void init()
+    {
+        theBench().reset();
+        theBench().clock().setManual(1000 * NS_PER_S);
+        folder = std::make_unique<QTemporaryDir>();
+    }
+    void cleanup() { theBench().reset(); }
+
+    void soundFileIsReadWholeWithoutAWord()
+    {
+        std::string report;
+        const auto read = SensorRecording::parse(recording(20), "r.csv", report);
+        QVERIFY(read);
+        QCOMPARE(QString::fromStdString(report), QString());
+        QCOMPARE(read->rows.size(), std::size_t(20));
+        QVERIFY(read->hasMagneticField && read->hasBarometer && read->hasTemperatures);
+        QCOMPARE(read->rows[0].time, 0.0);
+        QVERIFY(std::abs(read->rows[3].time - 0.015) < 1e-6);
+        QCOMPARE(read->rows[3].acceleration[1], -9.80665F);
+        QCOMPARE(read->rows[4].movingState, 1);
+        QCOMPARE(read->rows[2].temperatures[0], 36.6F);
+        QCOMPARE(read->rows[2].temperatures[3], 31.25F);
+    }
+
+    void badRowsAreLeftOutAndToldInOneLine_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<int>("rows");
+        QTest::addColumn<QByteArray>("report");
+        const auto whole = QByteArray::fromStdString(recording(10));
+        const auto last = QByteArray::fromStdString(row(9));
+        QTest::newRow("torn last line")
+            << whole.left(whole.size() - 30) << 9
+            << QByteArray("r.csv: 1 row left out, the first: line 11 is torn");
+        QTest::newRow("no number")
+            << QByteArray(whole).replace("-9.806650162,0.005", "oops,0.005") << 9
+            << QByteArray("r.csv: 1 row left out, the first: line 7 holds \"oops\" "
+                          "in column accY[m/s^2]");
+        QTest::newRow("field missing")
+            << whole + "999,1,2,\n"
+            << 10
+            << QByteArray("r.csv: 1 row left out, the first: line 12 has 4 fields in place of 23")
+                   .replace("4 fields", "3 fields");
+        QTest::newRow("time stands still")
+            << whole + last + last << 10
+            << QByteArray(
+                   "r.csv: 2 rows left out, the first: line 12 does not come after the row before "
+                   "it");
+        QTest::newRow("time jumps ahead")
+            << whole + QByteArray(last).replace("1706711000.168456", "1706719000.168456") << 11
+            << QByteArray("r.csv: 1 jump of the time closed, the first at line 12");
+        QTest::newRow("not finite")
+            << QByteArray(whole).replace("29.000000000", "inf") << 0
+            << QByteArray("r.csv: nothing to play: less than two sound rows (10 rows left out, the "
+                          "first: line 2 holds \"inf\" in column temp_barom[C])");
+        QTest::newRow("empty") << QByteArray() << 0
+                               << QByteArray(
+                                      "r.csv: not a recording: the first line does not begin with "
+                                      "\"idx,\"");
+        QTest::newRow("header alone")
+            << QByteArray(fullHeader) << 0
+            << QByteArray("r.csv: nothing to play: less than two sound rows");
+    }
+
+    void badRowsAreLeftOutAndToldInOneLine()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(int, rows);
+        QFETCH(QByteArray, report);
+        std::string told;
+        const auto read = SensorRecording::parse(text.toStdString(), "r.csv", told);
+        QCOMPARE(QByteArray::fromStdString(told), report);
+        QCOMPARE(read ? static_cast<int>(read->rows.size()) : 0, rows);
+    }
+
+    void jumpIsClosedToOneSamplePeriod()
+    {
+        std::string text = recording(2) + row(2002);
+        std::string report;
+        const auto read = SensorRecording::parse(text, "r.csv", report);
+        QVERIFY(read);
+        // 10.005 s ahead is a jump, and becomes 2.5 ms.
+        QVERIFY2(std::abs(read->rows[2].time - 0.0075) < 1e-6,
+                 qPrintable(QString::number(read->rows[2].time)));
+    }
+
+    void missingColumnsAreSensorsThatAreNotAvailable()
+    {
+        std::string text = "idx,imu_Timestamp[sec],accX[m/s^2],accY[m/s^2],accZ[m/s^2],\n";
+        for (int i = 0; i < 100; ++i) {
+            text += QString::asprintf("%d,%.9f,1.0,2.0,3.0,\n", i, 5.0 + i * 0.0025).toStdString();
+        }
+        std::string report;
+        QVERIFY(SensorRecording::parse(text, "r.csv", report));
+        QCOMPARE(QString::fromStdString(report),
+                 QStringLiteral("r.csv: not recorded, so not available: gyroscope, magnetometer, "
+                                "orientation, barometer, moving state, temperatures"));
+        addReplay(text);
+        Camera camera;
+        open(camera);
+        theBench().clock().advance(50 * NS_PER_MS);
+        SensorsData data;
+        QCOMPARE(camera.getSensorsData(data, TIME_REFERENCE::CURRENT), ERROR_CODE::SUCCESS);
+        QVERIFY(data.imu.timestamp > 0);
+        QCOMPARE(data.imu.linearAcceleration.z, 3.0F);
+        QVERIFY(!data.magnetometer.isAvailable);
+        QVERIFY(!data.barometer.isAvailable);
+        float value = -1.0F;
+        for (int location = 0; location < 4; ++location) {
+            QVERIFY(data.temperature.get(
+                        static_cast<SensorsData::TemperatureData::SENSOR_LOCATION>(location),
+                        value) != 0);
+        }
+        QCOMPARE(value, -1.0F);
+    }
+
+    void everyValueComesBackAsRecorded()
+    {
+        constexpr int rows = 60;
+        addReplay(recording(rows), false);
+        std::string report;
+        const auto read = SensorRecording::parse(recording(rows), "r.csv", report);
+        Camera camera;
+        open(camera);
+        theBench().clock().advance(NS_PER_MS); // amid the rows, clear of their rounding
+        int seen = 0;
+        std::uint64_t lastMag = 0;
+        std::uint64_t lastBaro = 0;
+        for (int i = 1; i < rows; ++i) {
+            theBench().clock().advance(5 * NS_PER_MS);
+            SensorsData data;
+            QCOMPARE(camera.getSensorsData(data, TIME_REFERENCE::CURRENT), ERROR_CODE::SUCCESS);
+            // The row of this moment; a microsecond of rounding may put it one step off.
+            const double since = static_cast<double>(data.imu.timestamp - 1000 * NS_PER_S) * 1e-9;
+            const auto index = static_cast<std::size_t>(std::llround(since / 0.005));
+            const SensorRecording::Row& wanted = read->rows.at(index);
+            QVERIFY(std::abs(wanted.time - since) < 1e-6);
+            ++seen;
+            QCOMPARE(data.imu.linearAcceleration.x, wanted.acceleration[0]);
+            QCOMPARE(data.imu.angularVelocity.x, wanted.angularVelocity[0]);
+            const Vector3<float> euler = data.imu.pose.getEulerAngles(true);
+            QVERIFY2(degrees(euler.x) == wanted.eulerAngles[0] &&
+                         degrees(euler.y) == wanted.eulerAngles[1] &&
+                         degrees(euler.z) == wanted.eulerAngles[2],
+                     qPrintable(QString::asprintf(
+                         "row %zu: %.9f %.9f %.9f", index, double(degrees(euler.x)),
+                         double(degrees(euler.y)), double(degrees(euler.z)))));
+            QCOMPARE(data.magnetometer.magneticFieldUncalibrated.x, wanted.magneticField[0]);
+            QCOMPARE(static_cast<float>(double{data.barometer.pressure} / 100.0), wanted.pressure);
+            QCOMPARE(data.barometer.relativeAltitude, wanted.relativeAltitude);
+            QCOMPARE(data.cameraMovingState, wanted.movingState);
+            QCOMPARE(
+                data.temperature.values.at(SensorsData::TemperatureData::SENSOR_LOCATION::LEFT),
+                wanted.temperatures[2]);
+            // New readings come where the recording has them.
+            if (index % 4 != 0 && lastMag != 0) {
+                QCOMPARE(data.magnetometer.timestamp, lastMag);
+            }
+            if (index % 8 != 0 && lastBaro != 0) {
+                QCOMPARE(data.barometer.timestamp, lastBaro);
+            }
+            lastMag = data.magnetometer.timestamp;
+            lastBaro = data.barometer.timestamp;
+        }
+        QVERIFY(seen > rows - 5);
+    }
+
+    void onceEndsAtTheLastRowAndLoopingBeginsAnew_data()
+    {
+        QTest::addColumn<bool>("loop");
+        QTest::newRow("once") << false;
+        QTest::newRow("looping") << true;
+    }
+
+    void onceEndsAtTheLastRowAndLoopingBeginsAnew()
+    {
+        QFETCH(bool, loop);
+        addReplay(recording(100), loop); // half a second
+        Camera camera;
+        open(camera);
+        theBench().clock().advance(3 * NS_PER_S);
+        SensorsData first;
+        QCOMPARE(camera.getSensorsData(first, TIME_REFERENCE::CURRENT), ERROR_CODE::SUCCESS);
+        theBench().clock().advance(NS_PER_S);
+        SensorsData second;
+        QCOMPARE(camera.getSensorsData(second, TIME_REFERENCE::CURRENT), ERROR_CODE::SUCCESS);
+        QCOMPARE(second.imu.timestamp > first.imu.timestamp, loop);
+        QVERIFY(camera.isOpened());
+    }
+
+    void timesNeverRunBackwardOverManyRounds()
+    {
+        std::string report;
+        const ReplaySource source(SensorRecording::parse(recording(37), "r.csv", report), true,
+                                  5 * NS_PER_S);
+        Nanoseconds before = 0;
+        for (std::uint64_t number = 0; number < 500; ++number) {
+            const Nanoseconds time = source.timeOf(STREAM::IMU, number);
+            QVERIFY(time > before);
+            before = time;
+            QCOMPARE(source.newest(STREAM::IMU, time).value(), number);
+            QVERIFY(number == 0 || source.newest(STREAM::IMU, time - 1).value() == number - 1);
+        }
+        QVERIFY(!source.newest(STREAM::IMU, 5 * NS_PER_S - 1));
+    }
+
+    void everyFloatAngleIsMet()
+    {
+        std::mt19937 random(4);
+        std::uniform_real_distribution<float> full(-180.0F, 180.0F);
+        std::uniform_real_distribution<float> half(-89.9F, 89.9F);
+        int missed = 0;
+        for (int i = 0; i < 20000; ++i) {
+            // Angles as a recorder sees them: of a float in radians.
+            const auto seen = [](float d) { return degrees(static_cast<float>(d * PI / 180.0)); };
+            const std::array<float, 3> wanted = {seen(full(random)), seen(half(random)),
+                                                 seen(full(random))};
+            const Vector3<float> euler = transformOfEulerDegrees(wanted).getEulerAngles(true);
+            if (degrees(euler.x) != wanted[0] || degrees(euler.y) != wanted[1] ||
+                degrees(euler.z) != wanted[2]) {
+                ++missed;
+            }
+        }
+        QCOMPARE(missed, 0);
+    }
+
+    void everyPressureIsMet()
+    {
+        for (float pascals = 30000.0F; pascals < 110000.0F; pascals += 3.1415926F) {
+            const auto shown = static_cast<float>(double{pascals} / 100.0);
+            QCOMPARE(static_cast<float>(double{pascalsOfHectopascals(shown)} / 100.0), shown);
+        }
+    }
+
+    void benchFileNamesARecordingBesideIt()
+    {
+        write(recording(10));
+        QFile file(folder->filePath(QStringLiteral("bench.json")));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("{\"cameras\": [{\"model\": \"TIV_P\", \"serialNumber\": 20000001,\n"
+                   " \"replay\": \"recording.csv\", \"replayLoop\": false}]}");
+        file.close();
+        BenchDescription description;
+        std::string error;
+        QVERIFY2(readBenchFile(file.fileName().toStdString(), description, error), error.c_str());
+        QCOMPARE(QString::fromStdString(description.cameras.front().replay),
+                 folder->filePath(QStringLiteral("recording.csv")));
+        QVERIFY(!description.cameras.front().replayLoop);
+    }
+
+    void benchFileWithARecordingThatCannotBePlayedIsAMistake()
+    {
+        BenchDescription description;
+        std::string error;
+        const std::string text =
+            "{\"cameras\": [{\"model\": \"TIV_P\", \"serialNumber\": 20000001,\n"
+            " \"replay\": \"/nowhere.csv\"}]}";
+        QVERIFY(!readBenchText(text, "b.json", description, error));
+        QVERIFY2(error.rfind("b.json:2: cameras[0].replay: /nowhere.csv: can't be read", 0) == 0,
+                 error.c_str());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestReplay)
+#include "tst_replay.moc"
