@@ -56,6 +56,15 @@ Range bandRows(std::size_t height)
     return {begin, begin + rows};
 }
 
+constexpr std::size_t cornerRows(std::size_t height)
+{
+    return height / 10;
+}
+constexpr std::size_t rampBegin(std::size_t height)
+{
+    return height - height / 4;
+}
+
 /// Columns of the mark: a sixteenth of the width.
 Range markColumns(std::size_t width, std::uint64_t frame)
 {
@@ -140,6 +149,17 @@ ERROR_CODE Picture::write(Mat& mat, KIND kind, MAT_TYPE type, MEM memory, Resolu
     return ERROR_CODE::SUCCESS;
 }
 
+/// Whether a row is the same as the one above it.
+bool Picture::isAsAbove(KIND kind, std::size_t y, std::size_t height)
+{
+    const Range band = bandRows(height);
+    if (band.contains(y) || y == band.end) {
+        return y > band.begin && y < band.end;
+    }
+    const bool isImage = kind != KIND::DEPTH && kind != KIND::XYZ;
+    return isImage && y != 0 && y != cornerRows(height) && y != rampBegin(height);
+}
+
 void Picture::fill(Mat& mat, KIND kind, MEM memory, std::uint64_t frame, bool bandOnly)
 {
     const Resolution size = mat.getResolution();
@@ -161,8 +181,8 @@ void Picture::fill(Mat& mat, KIND kind, MEM memory, std::uint64_t frame, bool ba
         const std::size_t stride = gpu ? rowBytes : step;
         for (std::size_t i = 0; i < count; ++i) {
             std::uint8_t* const row = target + i * stride;
-            if (i > 0 && y + i > band.begin && band.contains(y + i)) {
-                std::memcpy(row, row - stride, rowBytes); // the rows of the band are all the same
+            if (i > 0 && isAsAbove(kind, y + i, size.height)) {
+                std::memcpy(row, row - stride, rowBytes);
             } else {
                 renderRow(row, kind, size, y + i, frame);
             }
@@ -207,7 +227,7 @@ void Picture::renderImageRow(std::uint8_t* row, bool right, std::size_t width, s
         paint(row, markColumns(width, frame), MARK);
         return;
     }
-    if (y >= height - height / 4) {
+    if (y >= rampBegin(height)) {
         for (std::size_t x = 0; x < width; ++x) {
             const auto grey = static_cast<std::uint8_t>(width > 1 ? 255 * x / (width - 1) : 0);
             paint(row, {x, x + 1}, {grey, grey, grey, 255});
@@ -217,7 +237,7 @@ void Picture::renderImageRow(std::uint8_t* row, bool right, std::size_t width, s
     for (std::size_t bar = 0; bar < BARS.size(); ++bar) {
         paint(row, {bar * width / BARS.size(), (bar + 1) * width / BARS.size()}, BARS[bar]);
     }
-    const std::size_t square = height / 10;
+    const std::size_t square = cornerRows(height);
     if (y < square) {
         const std::size_t wide = std::min(square, width);
         paint(row, right ? Range{width - wide, width} : Range{0, wide},

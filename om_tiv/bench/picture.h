@@ -52,6 +52,7 @@ private:
 
     ERROR_CODE write(Mat& mat, KIND kind, MAT_TYPE type, MEM memory, Resolution size,
                      std::uint64_t frame);
+    static bool isAsAbove(KIND kind, std::size_t y, std::size_t height);
     void fill(Mat& mat, KIND kind, MEM memory, std::uint64_t frame, bool bandOnly);
     void renderRow(std::uint8_t* row, KIND kind, Resolution size, std::size_t y,
                    std::uint64_t frame) const;

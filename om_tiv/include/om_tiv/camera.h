@@ -13,7 +13,7 @@
 
 namespace om {
 
-/// Which camera to open.
+/// Which camera to open: the first one on the machine where nothing is set.
 class InputType
 {
 public:
@@ -23,6 +23,7 @@ public:
     InputType(const InputType&) = default;
     InputType& operator=(const InputType&) = default;
 
+    /// A camera on another bus than the one given is not found.
     void setFromSerialNumber(unsigned int serial, BUS_TYPE bus);
     void setFromCameraID(int id, BUS_TYPE bus);
     void setFromQVRFile(String path); ///< a recorded file
@@ -60,17 +61,20 @@ struct InitParameters
                    bool imageValidation_ = false);
 
     RESOLUTION resolution;
-    int fps; ///< frames per second asked for; 0 takes the camera's own; after open() the rate in
-             ///< force
+    /// Frames per second asked for, from 15 to what the resolution allows (60 for HD720, 30 for
+    /// HD1200); what lies outside is brought inside, 0 takes the highest. After open() the rate in
+    /// force.
+    int fps;
     bool enableRecording;
     DEPTH_MODE depthMode;
     UNIT coordinateUnits;
     COORDINATE_SYSTEM coordinateSystem;
     int verbosity;
     int gpuId;
-    float depthMinimum; ///< in coordinateUnits; negative takes the library's own; after open() in
-                        ///< force
-    float depthMaximum; ///< in coordinateUnits; negative takes the library's own
+    float
+        depthMinimum; ///< in coordinateUnits; negative takes the model's own; in force after open()
+    float
+        depthMaximum; ///< in coordinateUnits; negative takes the model's own; in force after open()
     bool disableSelfCalibration;
     int imageFlip;
     bool rightSideMeasure;
@@ -82,7 +86,7 @@ struct InitParameters
     bool sensorsRequired;
     bool imageEnhancement;
     String calibrationPath;
-    float openTimeout; ///< s
+    float openTimeout; ///< s; 0 and less for none
     bool asyncRecovery;
     float grabRateLimit; ///< Hz, 0 for none
     bool imageValidation;
@@ -96,7 +100,7 @@ struct RuntimeParameters
                       REFERENCE_FRAME referenceFrame_ = REFERENCE_FRAME::CAMERA,
                       bool removeSaturated_ = true);
 
-    bool enableDepth;
+    bool enableDepth; ///< without it the frame has no measures
     bool enableFill;
     int confidenceThreshold; ///< 1 to 100
     int textureThreshold;
@@ -139,6 +143,10 @@ public:
 
     /// Blocks until the camera runs or fails. An open camera is closed first. On success the CUDA
     /// context of the camera is current on the calling thread.
+    /// @return SUCCESS, NOT_DETECTED, IN_USE, TIMEOUT after openTimeout, INVALID_INPUT for a
+    ///         recorded file that cannot be read (with one line on standard error), CAMERA_GONE
+    ///         when it was lost meanwhile, FAILURE when there is no CUDA device, or a code of the
+    ///         camera's own
     ERROR_CODE open(InitParameters parameters);
 
     /// Ends the use of the camera. Nothing happens to one that is not open.
@@ -147,8 +155,9 @@ public:
     /// True between a successful open() and close() or the loss of the camera. Takes no lock.
     bool isOpened() const;
 
-    /// Blocks for the next frame. CAMERA_GONE once the camera is lost, TIMEOUT when no frame came
-    /// within 100 ms; at the end of a recorded file it delivers the last frame again.
+    /// Blocks for the next frame; who comes late gets the newest one. CAMERA_GONE once the camera
+    /// is lost, TIMEOUT when no frame came within 100 ms, FAILURE when nothing is open; at the end
+    /// of a recorded file it delivers the last frame again.
     ERROR_CODE grab(RuntimeParameters parameters);
 
     /// Before the first open() a default record. The argument scales the images only; 0 by 0 leaves
@@ -168,6 +177,8 @@ public:
     /// Fills the record with the current values. TIME_REFERENCE::CURRENT waits up to 5 ms for a
     /// sample newer than the last one returned by this object, so that a caller that polls without
     /// pause does not burn a core; when none comes it returns the last one again, with success.
+    /// TIME_REFERENCE::IMAGE gives the values at the last grabbed frame and does not wait. FAILURE
+    /// where there are no sensors: on MODEL::TIV and in a recorded file.
     ERROR_CODE getSensorsData(SensorsData& data, TIME_REFERENCE reference);
 
     /// ns since the epoch of the library's clock (that of the system's wall clock at start, and it
@@ -175,13 +186,18 @@ public:
     std::uint64_t getTimestamp(TIME_REFERENCE reference);
 
     /// Writes the view of the last grabbed frame into the buffer, which is allocated when it does
-    /// not fit. The size is that of the result; 0 by 0 is the camera's own.
+    /// not fit. The size is that of the result; 0 by 0 is the camera's own. What a buffer holds
+    /// from the frame before is written again only where it has changed, so that a buffer is to be
+    /// read only. FAILURE before the first frame, without memory, and for a measure with depth off.
     ERROR_CODE retrieveImage(Mat& image, VIEW view, MEM memory, Resolution size);
     ERROR_CODE retrieveMeasure(Mat& measure, MEASURE kind, MEM memory, Resolution size);
 
-    int getQVRPosition();           ///< current frame of a recorded file, 0 for a live camera
-    void setQVRPosition(int frame); ///< clamped to the file
-    int getQVRNumberOfFrames();     ///< length of a recorded file, -1 for a live camera
+    /// Frame of a recorded file that the last grab() delivered, or that setQVRPosition() has
+    /// chosen; 0 for a live camera.
+    int getQVRPosition();
+    void
+    setQVRPosition(int frame);  ///< the frame that the next grab() delivers; clamped to the file
+    int getQVRNumberOfFrames(); ///< length of a recorded file, -1 for a live camera
 
 private:
     class Impl;

@@ -2,7 +2,10 @@
 /// The record of all sensors of a camera.
 ///
 /// Vectors are in the camera's body frame in the coordinate system of InitParameters; in
-/// COORDINATE_SYSTEM::RIGHT_HANDED_Y_UP x points right, y up and z backward.
+/// COORDINATE_SYSTEM::RIGHT_HANDED_Y_UP x points right, y up and z backward. Poses take the body
+/// frame to the world, whose axes point east, up and south in that system: a level camera that
+/// looks north has the identity as its pose. In COORDINATE_SYSTEM::IMAGE y and z of both frames are
+/// the other way round.
 #pragma once
 
 #include <om_tiv/transform.h>
