@@ -1,0 +1,209 @@
+"""Recordings that meet a lost camera, a full disk, a bad folder, a bad store or a sudden end."""
+
+import os
+import shutil
+import signal
+import subprocess
+import time
+
+import emitted
+import recorder_control as control
+import recording
+import screen
+import world
+from screen import CONTROLS
+from waiting import wait_for
+from world import TIV_Q, camera
+
+
+class SuddenEnd(world.EndToEndTest):
+
+    def test_sigkill_leaves_every_row_but_the_last_whole(self):
+        program = self.start_streaming()
+        path = control.start_recording(program)
+        control.wait_for_rows(path, 400)
+        killed = time.time()
+        program.end(signal.SIGKILL)
+        file = recording.Recording(path, last_may_be_cut=True)
+        self.assertGreaterEqual(len(file), 400)
+        file.check_order()
+        file.check_emitted(emitted.Camera(TIV_Q), 40000)
+        # Nothing waited in a buffer: rows reach up to the end.
+        self.assertGreater(file.column("imu_Timestamp[sec]")[-1], killed - 0.5)
+
+
+class LostCamera(world.EndToEndTest):
+
+    def test_unplugging_ends_the_recording_and_gives_the_button_back(self):
+        serial = 20000001
+        # At rest, since a motion goes on while the camera is unplugged.
+        program = self.start_streaming(serial, bench=[camera("TIV_Q", serial, motion="at rest")])
+        width = control.text_width()
+        path = control.start_recording(program)
+        control.wait_for_rows(path, 200)
+        program.om_bench("unplug", serial)
+        wait_for("the closed file", lambda: not control.is_open(program, path))
+        wait_for("the idle button", control.is_idle)
+        wait_for("\"Record\"", lambda: abs(control.text_width() - width) <= 3)
+        kept = path.read_bytes()
+        recording.Recording(path).check_order()
+        # The options are open again, and the camera that comes back isn't recorded by itself.
+        control.press(program, control.open_options(program), "cancel")
+        program.om_bench("plug", serial)
+        program.wait_for_streaming(serial)
+        program.wait_for_samples(serial, 200)
+        self.assertEqual(control.recordings(program), [path])
+        self.assertEqual(path.read_bytes(), kept)
+        # The next recording counts from the camera's return.
+        second = control.start_recording(program)
+        control.wait_for_rows(second, 20)
+        control.stop_recording(program, second)
+        recording.Recording(second).check_emitted(emitted.Camera(serial, pose=(1.0, 0.0, 0.0, 0.0)), 40000)
+        self.assertLess(recording.Recording(second).column("idx")[0], 400 * 60)
+        self.close(program)
+
+
+def mounting():
+    """Command words that run a command with a mount namespace of its own, or None where that is refused."""
+    for words in (["unshare", "--mount"], ["unshare", "--map-root-user", "--mount"]):
+        if shutil.which("unshare") and subprocess.run([*words, "mount", "-t", "tmpfs", "-o", "size=64k", "none", "/mnt"],
+                                                      capture_output=True, check=False).returncode == 0:
+            return words
+    return None
+
+
+class FullDisk(world.EndToEndTest):
+
+    def test_recording_goes_on_in_silence_and_what_was_written_stays(self):
+        words = mounting()
+        if words is None:
+            self.skipTest("SKIPPED: no small disk can be mounted here (neither as root nor in a user namespace)")
+        folder = os.path.join(os.environ["HOME"], "small-disk")
+        os.makedirs(folder, exist_ok=True)
+        # Room for the header and some hundred rows.
+        mount = 'mount -t tmpfs -o size=64k none "$0" && exec "$@"'
+        program = self.start_streaming(settings={"save_folder": folder}, wrapper=[*words, "sh", "-c", mount, folder])
+        seen = program.root(folder)
+        screen.click(CONTROLS["record"])
+        path = wait_for("a file", lambda: next(seen.glob("*.csv"), None))
+        wait_for("the full disk", lambda: path.stat().st_size == 64 * 1024)
+        size = path.stat().st_size
+        program.wait_for_samples(TIV_Q, 400)
+        # No message, the button still pressed, the camera still streams.
+        self.assertEqual([w[0] for w in screen.windows(program.pid)], ["Gravimon"])
+        self.assertTrue(control.is_pressed())
+        file = recording.Recording(path, last_may_be_cut=True)
+        self.assertGreater(len(file), 100)
+        file.check_order()
+        screen.click(CONTROLS["record"])
+        wait_for("the idle button", control.is_idle)
+        self.assertEqual(path.stat().st_size, size)
+        self.close(program)
+
+
+class BadFolder(world.EndToEndTest):
+
+    def refused(self, folder):
+        """The box shows, and after it the button is back and the next recording works."""
+        program = self.start_streaming(settings={"save_folder": folder})
+        screen.click(CONTROLS["record"])
+        control.close_box(program)
+        wait_for("the idle button", control.is_idle)
+        self.assertEqual(control.recordings(program), [])
+        program.wait_for_samples(TIV_Q, 100)
+        # The options stay open to choose a better one, and a second try says the same.
+        control.press(program, control.open_options(program), "cancel")
+        screen.click(CONTROLS["record"])
+        control.close_box(program)
+        self.close(program)
+
+    def test_missing_folder(self):
+        self.refused("/nowhere/at/all")
+
+    def test_folder_without_write_permission(self):
+        if os.geteuid() == 0:
+            self.refused("/proc")  # where root can't make a file either
+        else:
+            folder = os.path.join(os.environ["HOME"], "closed")
+            os.makedirs(folder, mode=0o500, exist_ok=True)
+            self.refused(folder)
+
+    def test_plain_file_in_place_of_the_folder(self):
+        self.refused("/etc/hostname")
+
+    def test_empty_folder_lifts_the_button_in_silence(self):
+        program = self.start_streaming(settings={"save_folder": ""})
+        screen.click(CONTROLS["record"])
+        program.wait_for_samples(TIV_Q, 200)
+        wait_for("the idle button", control.is_idle)
+        self.assertEqual([w[0] for w in screen.windows(program.pid)], ["Gravimon"])
+        self.assertEqual(control.recordings(program), [])
+        self.close(program)
+
+    def test_folder_with_a_slash_at_its_end(self):
+        folder = os.path.join(os.environ["HOME"], "with slash")
+        os.makedirs(folder, exist_ok=True)
+        program = self.start_streaming(settings={"save_folder": folder + "/"})
+        screen.click(CONTROLS["record"])
+        name = wait_for("a file", lambda: next((n for n in os.listdir(folder) if recording.NAME.fullmatch(n)), None))
+        screen.click(CONTROLS["record"])
+        wait_for("the idle button", control.is_idle)
+        os.remove(os.path.join(folder, name))
+        self.close(program)
+
+
+class Store(world.EndToEndTest):
+
+    def test_frequency_of_0_writes_the_header_alone(self):
+        program = self.start_streaming(settings={"sample_freq": 0})
+        screen.click(CONTROLS["record"])
+        path = wait_for("a file", lambda: next(iter(control.recordings(program)), None))
+        wait_for("the pressed button", control.is_pressed)
+        program.wait_for_samples(TIV_Q, 600)
+        control.stop_recording(program, path)
+        self.assertEqual(path.read_text(encoding="ascii"), recording.header_line())
+        self.close(program)
+
+    def test_frequency_of_30_is_taken_as_it_stands(self):
+        program = self.start_streaming(settings={"sample_freq": 30})
+        before = time.time()
+        path = control.start_recording(program)
+        control.wait_for_rows(path, 60)
+        control.stop_recording(program, path)
+        file = recording.Recording(path)
+        recording.check_count(file, 30, time.time() - before)
+        # No frequency of the list lies between: 25 Hz gives at least 16 samples from row to row, 50 Hz 8.
+        idx = file.column("idx")
+        span = file.column("imu_Timestamp[sec]")
+        self.assertLess((span[-1] - span[0]) / (len(file) - 1), 0.040)
+        self.assertGreater((span[-1] - span[0]) / (len(file) - 1), 0.0335)
+        self.assertGreater(idx[-1], idx[0])
+        self.close(program)
+
+    def test_words_that_are_no_values_count_as_off_and_0(self):
+        program = self.start_streaming(settings={"gyroscope": "false", "movement": "0", "sample_freq": "often"})
+        screen.click(CONTROLS["record"])
+        path = wait_for("a file", lambda: next(iter(control.recordings(program)), None))
+        program.wait_for_samples(TIV_Q, 400)
+        control.stop_recording(program, path)
+        on = [s for s in recording.SWITCHES if s not in ("gyroscope", "movement")]
+        self.assertEqual(path.read_text(encoding="ascii"), recording.header_line(on))
+        self.close(program)
+
+    def test_store_that_cannot_be_written_still_serves_this_session(self):
+        folder = os.path.join(os.environ["HOME"], "no-store")
+        with open(folder, "w", encoding="ascii") as file:
+            file.write("a plain file where a folder would have to be\n")
+        program = self.start_streaming(environment={"XDG_CONFIG_HOME": folder})
+        corner = control.open_options(program)
+        control.switch(corner, "magnetometer", False)
+        control.press(program, corner, "ok")
+        path = control.start_recording(program)
+        control.wait_for_rows(path, 20)
+        control.stop_recording(program, path)
+        recording.Recording(path, [s for s in recording.SWITCHES if s != "magnetometer"])
+        self.assertEqual(program.end(), 0, program.errors())
+
+
+if __name__ == "__main__":
+    world.main()

@@ -1,0 +1,225 @@
+"""What is on the screen, and the mouse.
+
+The window has no window manager here: it lies at the screen's corner in its own size, so that each
+control has a fixed place. All places stand in one table, and check_layout() tells by the colours there
+which control has moved.
+"""
+
+import subprocess
+import time
+
+from waiting import wait_for
+
+WINDOW = (0, 0, 1350, 835)
+
+# Colours of the window.
+BLACK = (0, 0, 0)
+SOIL = (25, 25, 25)
+LIME = (217, 255, 66)
+RED = (255, 87, 87)
+GREEN = (45, 210, 140)
+BLUE = (0, 190, 255)
+LIGHT = (242, 242, 242)  # texts and icons
+FRAME = (194, 194, 194)  # of lists
+
+# Rectangles x, y, width, height within the main window while it is idle.
+CONTROLS = {
+    "camera list": (25, 130, 180, 22),
+    "refresh": (216, 132, 18, 18),
+    "accel": (0, 172, 254, 54),
+    "gyro": (0, 226, 254, 54),
+    "orient": (0, 280, 254, 54),
+    "baro": (0, 334, 254, 54),
+    "mag": (0, 388, 254, 54),
+    "temper": (0, 442, 254, 54),
+    "calib": (0, 781, 254, 54),
+    "sensor title": (295, 98, 400, 20),
+    "sensor rate": (295, 478, 140, 18),
+    "values": (440, 477, 590, 18),
+    "chart": (295, 500, 1035, 320),
+    "time range": (1065, 477, 140, 18),
+    "record": (1211, 477, 95, 18),
+    "gear": (1312, 478, 18, 18),
+}
+
+# Of the recording options, from the dialog's corner.
+OPTIONS = {
+    "folder": (452, 20, 28, 24),
+    "accelerometer": (34, 91, 16, 16),
+    "gyroscope": (254, 91, 16, 16),
+    "magnetometer": (34, 117, 16, 16),
+    "orientation": (254, 117, 16, 16),
+    "barometer": (34, 143, 16, 16),
+    "temperatures": (254, 143, 16, 16),
+    "movement": (34, 169, 16, 16),
+    "sample_freq": (255, 210, 225, 23),
+    "ok": (125, 280, 120, 20),
+    "cancel": (255, 280, 120, 20),
+}
+
+# What tells that a control is at its place: a colour (None: any but the background) and the least share of
+# its rectangle that has it. Around the rectangle there must be little of it; for a label, above and below
+# the text.
+LANDMARKS = {
+    "camera list": (FRAME, 0.08), "refresh": (None, 0.2), "accel": (LIME, 0.8), "gyro": (None, 0.01),
+    "orient": (None, 0.01), "time range": (FRAME, 0.09), "record": (LIME, 0.6), "gear": (None, 0.4),
+}
+LABELS = ("gyro", "orient")
+OPTION_LANDMARKS = {
+    "folder": (None, 0.2), "accelerometer": (LIME, 0.4), "gyroscope": (LIME, 0.4), "magnetometer": (LIME, 0.4),
+    "orientation": (LIME, 0.4), "barometer": (LIME, 0.4), "temperatures": (LIME, 0.4), "movement": (LIME, 0.4),
+    "sample_freq": (FRAME, 0.08), "ok": (LIME, 0.6), "cancel": (LIME, 0.6),
+}
+
+AWAY = (700, 30)  # over the header, where nothing reacts to the pointer
+
+
+class Picture:
+    """Pixels of the screen."""
+
+    def __init__(self, width, height, data):
+        self.width, self.height, self.data = width, height, data
+
+    @classmethod
+    def take(cls):
+        raw = subprocess.run(["import", "-silent", "-window", "root", "-depth", "8", "ppm:-"], capture_output=True,
+                             check=True).stdout
+        magic, size, most, data = raw.split(b"\n", 3)
+        width, height = map(int, size.split())
+        if magic != b"P6" or most != b"255" or len(data) != 3 * width * height:
+            raise RuntimeError(f"not a screenshot: {raw[:20]!r}")
+        return cls(width, height, data)
+
+    def crop(self, area):
+        """The pixels of a rectangle, row by row."""
+        x, y, width, height = area
+        return [self.data[3 * (row * self.width + x):3 * (row * self.width + x + width)]
+                for row in range(y, y + height)]
+
+    def share(self, area, colour, tolerance=14):
+        """Which part of the rectangle has the colour; None: any but the background's."""
+        wanted = colour or SOIL
+        hits = 0
+        for row in self.crop(area):
+            for i in range(0, len(row), 3):
+                hits += all(abs(row[i + c] - wanted[c]) <= tolerance for c in range(3))
+        share = hits / (area[2] * area[3])
+        return share if colour else 1.0 - share
+
+    def words(self, area, colour, gap=6, tolerance=90):
+        """The widths of the words that stand in the rectangle in the colour: runs of columns with such
+        pixels, parted by at least so many columns without."""
+        x, y, width, height = area
+        rows = self.crop(area)
+        inked = [any(all(abs(row[3 * i + c] - colour[c]) <= tolerance for c in range(3)) for row in rows)
+                 for i in range(width)]
+        widths, start, blank = [], None, 0
+        for i, ink in enumerate(inked + [False] * gap):
+            if ink:
+                start = i if start is None else start
+                blank = 0
+            elif start is not None:
+                blank += 1
+                if blank == gap:
+                    widths.append(i - gap + 1 - start)
+                    start = None
+        return widths
+
+
+def moved(area, by):
+    return (area[0] + by[0], area[1] + by[1], area[2], area[3])
+
+
+def _misplaced(picture, controls, landmarks, corner=(0, 0)):
+    problems = []
+    for name, (colour, least) in landmarks.items():
+        x, y, width, height = area = moved(controls[name], corner)
+        what = f"rgb{colour}" if colour else "other than the background"
+        share = picture.share(area, colour)
+        if share < least:
+            problems.append(f"'{name}' is not at {area}: {100 * share:.1f} % of it is {what}, "
+                            f"at least {100 * least:.1f} % were expected")
+        strips = [(x, y, width, 14), (x, y + height - 14, width, 14)] if name in LABELS else \
+            [(x - 3, y, 1, height), (x + width + 2, y, 1, height), (x, y - 3, width, 1), (x, y + height + 2, width, 1)]
+        for strip in strips:
+            if strip[0] >= 0 and picture.share(strip, colour) > 0.2:
+                problems.append(f"'{name}' is not within {area}: {strip} is {what} too")
+    return problems
+
+
+def misplaced_controls(picture):
+    """Problems of the idle main window with the accelerometer selected; empty when all is at its place."""
+    return _misplaced(picture, CONTROLS, LANDMARKS)
+
+
+def misplaced_options(picture, corner):
+    """Problems of the recording options with all check boxes on."""
+    return _misplaced(picture, OPTIONS, OPTION_LANDMARKS, corner)
+
+
+# ---- Mouse and windows ------------------------------------------------------------------------------
+
+def xdotool(*arguments):
+    return subprocess.run(["xdotool", *map(str, arguments)], capture_output=True, text=True, check=True).stdout
+
+
+def pointer_away():
+    xdotool("mousemove", *AWAY)
+
+
+def centre(area):
+    return area[0] + area[2] // 2, area[1] + area[3] // 2
+
+
+def click(area, corner=(0, 0)):
+    """A press in the middle of the rectangle; the pointer then leaves, so that nothing is hovered."""
+    x, y = centre(moved(area, corner))
+    xdotool("mousemove", x, y)
+    xdotool("click", 1)
+    pointer_away()
+
+
+def windows(pid):
+    """Visible windows of a process: title, x, y, width, height, in the order of their making."""
+    found = subprocess.run(["xdotool", "search", "--onlyvisible", "--pid", str(pid)], capture_output=True, text=True,
+                           check=False).stdout.split()
+    result = []
+    for window in sorted(found, key=int):
+        try:
+            title = xdotool("getwindowname", window).rstrip("\n")
+            shell = dict(line.split("=") for line in xdotool("getwindowgeometry", "--shell", window).split())
+        except subprocess.CalledProcessError:
+            continue  # gone meanwhile
+        result.append((title, *(int(shell[key]) for key in ("X", "Y", "WIDTH", "HEIGHT"))))
+    return result
+
+
+def window(pid, title):
+    """Rectangle of the window with this title, or None."""
+    return next((w[1:] for w in windows(pid) if w[0] == title), None)
+
+
+def wait_for_window(pid, title):
+    return wait_for(f"a window \"{title}\"", lambda: window(pid, title))
+
+
+def wait_until_gone(pid, title):
+    wait_for(f"no window \"{title}\"", lambda: window(pid, title) is None)
+
+
+# A popup list is a window of its own, titled as the program.
+POPUP = "gravimon"
+
+
+def choose(pid, area, row, rows, corner=(0, 0)):
+    """Chooses a row of a combo box of so many rows with the mouse."""
+    click(area, corner)
+    x, y, width, height = wait_for_window(pid, POPUP)
+    row_height = height / rows
+    if not 15 <= row_height <= 40:
+        raise AssertionError(f"the list is {height} pixels high, which is not that of {rows} rows")
+    # The list ignores a release within the double click time of the press that opened it.
+    wait_for("the list is drawn", lambda: Picture.take().share((x, y, width, height), FRAME) > 0.02)
+    time.sleep(0.5)
+    click((x, int(y + row * row_height), width, int(row_height)))
+    wait_until_gone(pid, POPUP)
