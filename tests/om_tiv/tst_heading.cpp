@@ -53,9 +53,9 @@ Vector reading(const Vector& direction, double strength = radius)
 Vector upIn(const Vector& direction, double dip = 64.0 * degree)
 {
     // Any vector across the field will do.
-    const Vector helper =
+    const Vector other =
         std::abs(direction.x) < 0.7 ? Vector{1.0, 0.0, 0.0} : Vector{0.0, 1.0, 0.0};
-    Vector across = helper - dot(helper, direction) * direction;
+    Vector across = other - dot(other, direction) * direction;
     across = (1.0 / length(across)) * across;
     return -std::sin(dip) * direction + std::cos(dip) * across;
 }
