@@ -5,6 +5,11 @@
 #include "bench/bench.h"
 #include "camera/ProgramStates.h"
 
+#include <cuda_runtime_api.h>
+#ifndef GRAVIMON_REAL_CUDA
+#include <cuda_host.h>
+#endif
+
 #include <vector>
 
 namespace camerafixture {
@@ -55,6 +60,23 @@ inline bool inUse()
 {
     const std::vector<om::bench::CameraStatus> status = bench().status();
     return !status.empty() && status.front().inUse;
+}
+
+/// Blocks of GPU memory allocated now. A real GPU is shared with others and can't tell: 0.
+inline std::size_t gpuBlocks()
+{
+#ifdef GRAVIMON_REAL_CUDA
+    return 0;
+#else
+    return cuda_host::allocationCount();
+#endif
+}
+
+/// Leaves an error behind, as a failed call elsewhere would.
+inline void leaveCudaError()
+{
+    void* pointer = nullptr;
+    cudaMalloc(&pointer, std::size_t(1) << 50);
 }
 
 } // namespace camerafixture

@@ -4,8 +4,6 @@
 #include "camerafixture.h"
 #include "gate.h"
 
-#include <cuda_host.h>
-
 #include <QSlider>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -135,7 +133,7 @@ void TestInputThreadFile::init()
 
 void TestInputThreadFile::cleanup()
 {
-    QCOMPARE(cuda_host::allocatedBytes(), std::size_t(0));
+    QCOMPARE(gpuBlocks(), std::size_t(0));
 }
 
 void TestInputThreadFile::qvrOpensTheFileAtItsOwnRate()

@@ -4,14 +4,10 @@
 #include "camerafixture.h"
 #include "gate.h"
 
-#include <cuda_host.h>
-#include <cuda_runtime_api.h>
-
 #include <QSignalSpy>
 #include <QtTest>
 
 #include <atomic>
-#include <cstring>
 #include <memory>
 #include <optional>
 #include <thread>
@@ -112,14 +108,15 @@ bool sameContent(const om::Mat& a, const om::Mat& b)
         a.getResolution().height != b.getResolution().height || a.getType() != b.getType()) {
         return false;
     }
-    const std::size_t bytes = a.getResolution().width * a.getPixelBytes();
-    for (std::size_t row = 0; row < a.getResolution().height; ++row) {
-        if (std::memcmp(a.getPtr(om::MEM::GPU) + row * a.getStepBytes(om::MEM::GPU),
-                        b.getPtr(om::MEM::GPU) + row * b.getStepBytes(om::MEM::GPU), bytes) != 0) {
-            return false;
-        }
-    }
-    return true;
+    const std::size_t row = a.getResolution().width * a.getPixelBytes();
+    const std::size_t rows = a.getResolution().height;
+    const auto fetched = [row, rows](const om::Mat& mat) {
+        std::vector<std::uint8_t> bytes(row * rows);
+        cudaMemcpy2D(bytes.data(), row, mat.getPtr(om::MEM::GPU), mat.getStepBytes(om::MEM::GPU),
+                     row, rows, cudaMemcpyDeviceToHost);
+        return bytes;
+    };
+    return fetched(a) == fetched(b);
 }
 
 int measuredFps()
@@ -198,7 +195,7 @@ void TestInputThreadLoop::init()
 void TestInputThreadLoop::cleanup()
 {
     QVERIFY(!inUse());
-    QCOMPARE(cuda_host::allocatedBytes(), std::size_t(0));
+    QCOMPARE(gpuBlocks(), std::size_t(0));
     bench().reset();
 }
 
@@ -386,14 +383,14 @@ void TestInputThreadLoop::retrievalReusesTheBuffers()
             input.measureHost.getPtr(om::MEM::CPU), input.imageHost.getPtr(om::MEM::CPU)};
     };
     const std::vector<const void*> before = buffers();
-    const std::size_t blocks = cuda_host::allocationCount();
+    const std::size_t blocks = gpuBlocks();
     stepped.input->requestView1 = true;
     stepped.input->requestDepth = true;
     stepped.input->requestMeasure = true;
     QVERIFY(stepped.step());
     QVERIFY(stepped.step());
     QVERIFY(buffers() == before);
-    QCOMPARE(cuda_host::allocationCount(), blocks);
+    QCOMPARE(gpuBlocks(), blocks);
 }
 
 void TestInputThreadLoop::requestIsServedOnceAndCleared_data()
@@ -829,6 +826,7 @@ void TestInputThreadLoop::destructorFreesEverything()
     QFETCH(QString, stage);
     const bool open = stage != "built";
     const bool allocate = open && stage != "opened";
+    CUcontext context = nullptr;
     {
         InputThreadModul input;
         input.enableToStart(true);
@@ -838,7 +836,7 @@ void TestInputThreadLoop::destructorFreesEverything()
         }
         if (allocate) {
             QVERIFY(input.CreateMemories());
-            QVERIFY(cuda_host::allocatedBytes() > 0);
+            QVERIFY(input.imageGpu.getPtr(om::MEM::GPU));
         }
         if (stage == "grabbing" || stage == "stopped" || stage == "lost") {
             input.startGrabbing();
@@ -851,12 +849,15 @@ void TestInputThreadLoop::destructorFreesEverything()
             bench().unplug(SERIAL);
             QVERIFY(input.wait(20000));
         }
-        // The buffers are freed in the camera's context, whatever the thread's own was.
+        context = input.cudaContext;
         cuCtxSetCurrent(nullptr);
     }
+    // The buffers are freed in the camera's context, whatever the thread's own was.
+    CUcontext current = nullptr;
+    cuCtxGetCurrent(&current);
+    QCOMPARE(current, context);
     QVERIFY(!inUse());
-    QCOMPARE(cuda_host::allocatedBytes(), std::size_t(0));
-    QCOMPARE(cuda_host::allocationCount(), std::size_t(0));
+    QCOMPARE(gpuBlocks(), std::size_t(0));
     QCOMPARE(cudaGetLastError(), cudaSuccess);
 }
 
@@ -904,7 +905,7 @@ void TestInputThreadLoop::destructorOnAnotherThreadAfterALoss()
     });
     sensorThread.join();
     QVERIFY(!inUse());
-    QCOMPARE(cuda_host::allocatedBytes(), std::size_t(0));
+    QCOMPARE(gpuBlocks(), std::size_t(0));
 }
 
 void TestInputThreadLoop::destructorClearsTheLastCudaError()
@@ -913,9 +914,8 @@ void TestInputThreadLoop::destructorClearsTheLastCudaError()
         InputThreadModul input;
         QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
         QVERIFY(input.CreateMemories());
-        void* pointer = nullptr;
-        cuda_host::failNext("cudaMalloc", cudaErrorUnknown);
-        QVERIFY(cudaMalloc(&pointer, 16) != cudaSuccess);
+        leaveCudaError();
+        QVERIFY(cudaPeekAtLastError() != cudaSuccess);
     }
     QCOMPARE(cudaGetLastError(), cudaSuccess);
 }

@@ -2,9 +2,6 @@
 #include "camera/ProgramStates.h"
 #include "camerafixture.h"
 
-#include <cuda_host.h>
-#include <cuda_runtime_api.h>
-
 #include <QMetaMethod>
 #include <QSignalSpy>
 #include <QtTest>
@@ -21,14 +18,6 @@ std::shared_ptr<const om::InitParameters> passedToOpen()
 {
     const std::optional<CallRecord> call = bench().log().last(CALL::OPEN);
     return call ? call->init : nullptr;
-}
-
-/// Leaves an error behind, as a failed call elsewhere would.
-void leaveCudaError()
-{
-    void* pointer = nullptr;
-    cuda_host::failNext("cudaMalloc", cudaErrorUnknown);
-    cudaMalloc(&pointer, 16);
 }
 
 } // namespace
@@ -81,7 +70,7 @@ void TestInputThreadOpen::init()
 
 void TestInputThreadOpen::cleanup()
 {
-    QCOMPARE(cuda_host::allocatedBytes(), std::size_t(0));
+    QCOMPARE(gpuBlocks(), std::size_t(0));
     bench().reset();
 }
 
@@ -264,6 +253,7 @@ void TestInputThreadOpen::liveOpensBySerialNumberAsTheAttributesSay()
 void TestInputThreadOpen::liveFillsCameraInformationAndFlags()
 {
     InputThreadModul input;
+    input.playingFile = true;
     QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
     QVERIFY(input.opened);
     QVERIFY(input.liveCamera);
@@ -354,11 +344,14 @@ void TestInputThreadOpen::failedOpenAfterAGoodOneTakesTheFlagsBack()
 {
     InputThreadModul input;
     QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+    input.cameraInfo.serialNumber = 42;
+    input.playingFile = true;
     QVERIFY(input.live(static_cast<int>(SERIAL) + 1) != 0);
     QVERIFY(!input.opened);
     QVERIFY(!input.liveCamera);
+    QVERIFY(!input.playingFile);
     // Only a good open replaces the record.
-    QCOMPARE(input.cameraInfo.serialNumber, SERIAL);
+    QCOMPARE(input.cameraInfo.serialNumber, 42U);
 }
 
 void TestInputThreadOpen::startGrabbingDoesNothingWithoutAnOpenCamera()
@@ -390,7 +383,7 @@ void TestInputThreadOpen::createMemoriesFailsWithoutAnOpenCamera()
     QCOMPARE(ProgramStates::getIntAttr(ProgramStates::cameraModel), 5);
     QVERIFY(!input.imageGpu.getPtr(om::MEM::GPU));
     // It gave up before it looked at errors.
-    QCOMPARE(cudaGetLastError(), cudaErrorUnknown);
+    QCOMPARE(cudaGetLastError(), cudaErrorMemoryAllocation);
 }
 
 void TestInputThreadOpen::createMemoriesGoesStepByStep()
