@@ -21,6 +21,7 @@ class Rates(world.EndToEndTest):
         program = self.start_streaming()
         wall_of_start = time.time() - 60
         former = -1
+        rates = []
         for row, frequency in enumerate(FREQUENCIES):
             with self.subTest(frequency=frequency):
                 options = control.open_options(program)
@@ -48,11 +49,16 @@ class Rates(world.EndToEndTest):
                 # The index counts on from one recording to the next.
                 self.assertGreater(file.column("idx")[0], former)
                 former = file.column("idx")[-1]
+                rates.append((len(file) - 1) / span)
                 lost = numbers[-1] - numbers[0] - (former - file.column("idx")[0])
-                print(f"\n{frequency:4} Hz: {len(file):5} rows in {span:6.3f} s, {(len(file) - 1) / span:6.2f} a second; "
+                print(f"\n{frequency:4} Hz: {len(file):5} rows in {span:6.3f} s, {rates[-1]:6.2f} a second; "
                       f"samples from row to row {least} to {most}, mostly {median}; "
                       f"{lost} of {numbers[-1] - numbers[0]} samples not taken; "
                       f"{file.early_rows} rows before the header", end=" ", flush=True)
+        for faster, slower in zip(rates, rates[1:]):
+            self.assertGreater(faster, 0.95 * slower, rates)
+        for two_faster, slower in zip(rates, rates[2:]):
+            self.assertGreater(two_faster, slower, rates)
         self.close(program)
 
 

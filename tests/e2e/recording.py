@@ -107,6 +107,11 @@ class Recording:
         numbers = camera.fit(stamps, most_numbers)
         camera.fit_motion(camera.time("imu", numbers[0]),
                           [self.rows[0][self.names.index(f"or{a}[deg]")] for a in "XYZ"])
+        # The index counts the samples that the program took; it may miss some, and takes none twice.
+        idx = self.column("idx")
+        for i in range(1, len(idx)):
+            assert 1 <= idx[i] - idx[i - 1] <= numbers[i] - numbers[i - 1], \
+                f"{self.path.name}: idx goes from {idx[i - 1]} to {idx[i]}, the sample from {numbers[i - 1]} to {numbers[i]}"
         check = _Check(self, camera, numbers)
         for i in range(len(self.rows)):
             check.row(i)
