@@ -2,6 +2,7 @@
 
 #include <Eigen/LU>
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -15,6 +16,27 @@ Eigen::VectorXd toDense(const std::vector<double>& values)
     for (std::size_t i = 0; i < values.size(); ++i)
         dense[static_cast<Eigen::Index>(i)] = values[i];
     return dense;
+}
+
+/// N = D' D and g = D' ones. N is symmetric, so half of it is worked out; block by block, so that
+/// the columns of a block are read from memory once and from the cache after that.
+void formNormalEquations(const Eigen::MatrixXd& design, Eigen::MatrixXd& normal,
+                         Eigen::VectorXd& rightSide)
+{
+    constexpr Eigen::Index blockRows = 256;
+    normal.setZero(unknowns, unknowns);
+    rightSide.setZero(unknowns);
+    for (Eigen::Index first = 0; first < design.rows(); first += blockRows) {
+        const auto block = design.middleRows(first, std::min(blockRows, design.rows() - first));
+        for (int j = 0; j < unknowns; ++j) {
+            rightSide[j] += block.col(j).sum();
+            for (int i = 0; i <= j; ++i)
+                normal(i, j) += block.col(i).dot(block.col(j));
+        }
+    }
+    for (int j = 0; j < unknowns; ++j)
+        for (int i = 0; i < j; ++i)
+            normal(j, i) = normal(i, j);
 }
 
 } // namespace
@@ -85,9 +107,9 @@ void MagCalib::ellipsoidFit(Eigen::VectorXd& x, Eigen::VectorXd& y, Eigen::Vecto
         column += n;
     }
 
-    const Eigen::VectorXd ones = Eigen::VectorXd::Ones(n);
-    const Eigen::MatrixXd normal = design.transpose() * design;
-    const Eigen::VectorXd rightSide = design.transpose() * ones;
+    Eigen::MatrixXd normal;
+    Eigen::VectorXd rightSide;
+    formNormalEquations(design, normal, rightSide);
     const Eigen::VectorXd v = normal.inverse() * rightSide;
 
     // The quadric x^2, y^2, z^2, xy, xz, yz, 2x, 2y, 2z; the cross terms are not fitted.

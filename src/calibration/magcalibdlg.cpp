@@ -228,33 +228,47 @@ void MagCalibDlg::keyPressEvent(QKeyEvent* event)
 
 void MagCalibDlg::onUpdateTimer()
 {
-    if (calibrating) {
-        const std::lock_guard<std::mutex> lock(grabMutex);
-        const CalibPlot::ReplotHold hold(plots());
-        if (orientCount)
-            orientCount->getPercNotZero(); // no decision or display depends on it
-        const int count = rawX.size();
-        if (count > firstFitAbove && count - lastFitCount > newSamplesAbove) {
-            calibrateData();
-            lastFitCount = count;
-            updateEllipses();
-        }
-        updatePlots();
-    }
+    if (calibrating)
+        updateCalibration();
 
-    ui->label_heading_uncalib->setText(
-        tr("Uncalibrated\n%1°").arg(headingUncalib, 6, 'f', 2, QLatin1Char(' ')));
-    ui->label_heading_calib->setText(
-        tr("Calibrated\n%1°").arg(headingCalib, 6, 'f', 2, QLatin1Char(' ')));
-    ui->widget_raw_compass->setValue(headingUncalib);
-    ui->widget_calib_compass->setValue(headingCalib);
-
+    showHeadings();
     if (calibrating)
         ui->label_mag_calib_quality->setText(tr("CALIBRATING"));
     else if (calibrationPending)
         ui->label_mag_calib_quality->setText(tr("CALIBRATION TO BE STORED"));
     else
         showHeadingState();
+}
+
+void MagCalibDlg::updateCalibration()
+{
+    const std::lock_guard<std::mutex> lock(grabMutex);
+    const CalibPlot::ReplotHold hold(plots());
+    askCoverage();
+    const int count = rawX.size();
+    if (count > firstFitAbove && count - lastFitCount > newSamplesAbove) {
+        calibrateData();
+        lastFitCount = count;
+        updateEllipses();
+    }
+    updatePlots();
+}
+
+void MagCalibDlg::askCoverage()
+{
+    // No decision and no display depends on it.
+    if (orientCount)
+        orientCount->getPercNotZero();
+}
+
+void MagCalibDlg::showHeadings()
+{
+    ui->label_heading_uncalib->setText(
+        tr("Uncalibrated\n%1°").arg(headingUncalib, 6, 'f', 2, QLatin1Char(' ')));
+    ui->label_heading_calib->setText(
+        tr("Calibrated\n%1°").arg(headingCalib, 6, 'f', 2, QLatin1Char(' ')));
+    ui->widget_raw_compass->setValue(headingUncalib);
+    ui->widget_calib_compass->setValue(headingCalib);
 }
 
 void MagCalibDlg::showHeadingState()

@@ -108,6 +108,9 @@ private:
 
     std::array<CalibPlot*, 5> plots() const;
 
+    void updateCalibration(); ///< a tick's fit and plots, under the lock
+    void askCoverage();
+    void showHeadings();
     void showHeadingState();
 
     Ui_MagCalibDlg* ui; // owned

@@ -26,11 +26,6 @@ Eigen::VectorXd toDense(const QVector<double>& values)
     return dense;
 }
 
-om::Vector3<float> toVector(const float (&triple)[3])
-{
-    return {triple[0], triple[1], triple[2]};
-}
-
 } // namespace
 
 void MagCalibDlg::magDataGrabThread()
@@ -77,8 +72,11 @@ void MagCalibDlg::magDataGrabThread()
         }
 
         const om::IMUPose pose = mcu->getIMUPose(6);
-        headingUncalib = static_cast<double>(mcu->calcMagHeading(toVector(pose.magUncalibrated),
-                                                                 toVector(pose.acceleration))) *
+        const om::Vector3<float> field(pose.magUncalibrated[0], pose.magUncalibrated[1],
+                                       pose.magUncalibrated[2]);
+        const om::Vector3<float> acceleration(pose.acceleration[0], pose.acceleration[1],
+                                              pose.acceleration[2]);
+        headingUncalib = static_cast<double>(mcu->calcMagHeading(field, acceleration)) *
                          samplemath::degreesPerRadian;
         if (pose.headingState == notCalibrated)
             headingCalib = headingUncalib;

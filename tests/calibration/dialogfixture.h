@@ -39,12 +39,15 @@ public:
     }
 
     /// The thread has begun its loop; a dialog that is left before would not join it.
-    void waitForThread() { QTRY_VERIFY_WITH_TIMEOUT(probe->grabRunning, 10000); }
+    void waitForThread() { QTRY_VERIFY_WITH_TIMEOUT(running(), 10000); }
+
+    bool running() const { return probe->running(); }
+    void setCalibrating(bool on) { probe->setCalibrating(on); }
 
     /// Deletes the dialog. A thread that gave up is joined first, which the dialog itself does not.
     void close()
     {
-        if (probe && !probe->grabRunning && probe->grabThread.joinable())
+        if (probe && !running() && probe->grabThread.joinable())
             probe->grabThread.join();
         probe.reset();
         dialog.reset();
@@ -55,6 +58,7 @@ public:
     void feed(std::vector<om::IMUReaderData> records)
     {
         records.push_back(benchcamera::record(1, 1));
+        settle(); // nothing of before is left
         const std::uint64_t total = bench.readerScript(serial).delivered + records.size();
         bench.camera(serial)->readerScript().append(std::move(records));
         QTRY_VERIFY_WITH_TIMEOUT(bench.readerScript(serial).delivered == total, 20000);

@@ -24,7 +24,7 @@ int main(int argc, char** argv)
     auto dialog = std::make_unique<MagCalibDlg>(static_cast<int>(benchcamera::serial), nullptr);
     MagCalibDlgProbe probe{*dialog};
     dialog->show();
-    if (!QTest::qWaitFor([&] { return probe.grabRunning; }, 20000))
+    if (!QTest::qWaitFor([&] { return probe.running(); }, 20000))
         return 3;
 
     if (std::strcmp(step, "healthy") == 0) {
@@ -38,7 +38,7 @@ int main(int argc, char** argv)
     if (!QTest::qWaitFor([&] { return boxes.seen.size() == 1 && !probe.updateTimer.isActive(); },
                          20000))
         return 4;
-    if (probe.grabRunning || !probe.grabThread.joinable() ||
+    if (probe.running() || !probe.grabThread.joinable() ||
         boxes.seen[0].text != "Error retrieving sensors data")
         return 5;
     std::puts("lost");

@@ -42,9 +42,8 @@ struct MagCalibDlgProbe
     decltype(MagCalibDlg::grabThread)& grabThread = dialog.grabThread;
     decltype(MagCalibDlg::grabMutex)& grabMutex = dialog.grabMutex;
     decltype(MagCalibDlg::mcuClosed)& mcuClosed = dialog.mcuClosed;
-    decltype(MagCalibDlg::grabRunning)& grabRunning = dialog.grabRunning;
     decltype(MagCalibDlg::grabStop)& grabStop = dialog.grabStop;
-    decltype(MagCalibDlg::calibrating)& calibrating = dialog.calibrating;
+    const bool& calibrating = dialog.calibrating; // setCalibrating() writes it
     decltype(MagCalibDlg::calibrationPending)& calibrationPending = dialog.calibrationPending;
     decltype(MagCalibDlg::updateTimer)& updateTimer = dialog.updateTimer;
     decltype(MagCalibDlg::orientCount)& orientCount = dialog.orientCount;
@@ -76,6 +75,10 @@ struct MagCalibDlgProbe
     void clearPlots() const { dialog.clearPlots(); }
     void onUpdateTimer() const { dialog.onUpdateTimer(); }
     std::array<CalibPlot*, 5> plots() const { return dialog.plots(); }
+
+    // Flags that the thread writes or reads meanwhile.
+    bool running() const { return dialog.grabRunning; }
+    void setCalibrating(bool on) const { dialog.calibrating = on; }
 
     /// Samples gathered so far. Takes the lock.
     int samples() const

@@ -304,7 +304,7 @@ void TestCalibCharts::ellipsesFollowThePeriodicFitOnly()
     const auto ellipse = [&f] {
         return CalibPlotProbe::ellipse(f.probe->ui->widget_plot_XY, CalibPlot::PLANE_XY);
     };
-    f.probe->calibrating = true;
+    f.setCalibrating(true);
     add(benchcamera::readings(100));
     f.probe->onUpdateTimer();
     QVERIFY(ellipse().isNull());
@@ -319,7 +319,7 @@ void TestCalibCharts::ellipsesFollowThePeriodicFitOnly()
     QCOMPARE(ellipse(), first);
     f.probe->calibrateData(); // as at a stop
     QCOMPARE(ellipse(), first);
-    f.probe->calibrating = false;
+    f.setCalibrating(false);
 }
 
 void TestCalibCharts::clearLeavesThePointsOnShow()

@@ -329,9 +329,9 @@ void TestCalibJourneys::take(Do what, DialogFixture& f)
         press([](Ui_MagCalibDlg* ui) { return ui->pushButton_start; });
         if (f.probe->calibrating && f.probe->headingState == 4) {
             f.waitForThread();
-            f.probe->calibrating = false;
+            f.setCalibrating(false);
             feed(1); // the first reading of a camera that was plugged in late
-            f.probe->calibrating = true;
+            f.setCalibrating(true);
         }
         break;
     case Do::PressClear:
@@ -356,7 +356,8 @@ void TestCalibJourneys::take(Do what, DialogFixture& f)
         const int before = f.probe->samples();
         feed(150);
         QCOMPARE(f.probe->samples(), before + 150);
-        QTRY_COMPARE(f.probe->lastFitCount, before + 150);
+        // At most 49 samples wait for the next fit.
+        QTRY_VERIFY(f.probe->lastFitCount > before + 100);
         break;
     }
     case Do::Unplug: {

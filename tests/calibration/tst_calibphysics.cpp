@@ -11,6 +11,7 @@
 #include <cmath>
 
 using om::bench::Bench;
+using om::bench::CALL;
 using om::bench::CameraConfig;
 using om::bench::Faults;
 using om::bench::MOTION;
@@ -67,7 +68,7 @@ void TestCalibPhysics::open()
     m_dialog = std::make_unique<MagCalibDlg>(static_cast<int>(m_serial), nullptr);
     m_probe = std::make_unique<MagCalibDlgProbe>(MagCalibDlgProbe{*m_dialog});
     m_dialog->show();
-    QTRY_VERIFY_WITH_TIMEOUT(m_probe->grabRunning, 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(m_probe->running(), 10000);
 }
 
 void TestCalibPhysics::close()
@@ -102,7 +103,11 @@ void TestCalibPhysics::pass(std::chrono::milliseconds time)
         if (source->newest(STREAM::MAGNETOMETER, bench.clock().now()) == before)
             continue;
         // One heading is worked out for each new reading.
-        while (bench.log().count(om::bench::CALL::MCU_CALC_MAG_HEADING) == 0)
+        while (bench.log().count(CALL::MCU_CALC_MAG_HEADING) == 0)
+            std::this_thread::yield();
+        // The next read means that this reading has been dealt with.
+        const std::uint64_t reads = bench.log().count(CALL::MCU_GET_READER_DATA);
+        while (bench.log().count(CALL::MCU_GET_READER_DATA) == reads)
             std::this_thread::yield();
         QCoreApplication::processEvents();
     }

@@ -374,7 +374,7 @@ void TestMagCalibDlg::escapeIsSwallowed()
     QTest::keyClick(f.probe->ui->pushButton_clear_data, Qt::Key_Escape);
     QVERIFY(f.dialog->isVisible());
     QCOMPARE(finished.count(), 0);
-    QVERIFY(f.probe->grabRunning);
+    QVERIFY(f.running());
 }
 
 void TestMagCalibDlg::otherKeysReachTheDialog()
@@ -452,10 +452,10 @@ void TestMagCalibDlg::statusWordFollowsTheHeadingState()
     f.probe->calibrationPending = true;
     f.probe->onUpdateTimer();
     QCOMPARE(f.probe->ui->label_mag_calib_quality->text(), QString("CALIBRATION TO BE STORED"));
-    f.probe->calibrating = true;
+    f.setCalibrating(true);
     f.probe->onUpdateTimer();
     QCOMPARE(f.probe->ui->label_mag_calib_quality->text(), QString("CALIBRATING"));
-    f.probe->calibrating = false;
+    f.setCalibrating(false);
 }
 
 void TestMagCalibDlg::statusColourFollowsTheAccuracy_data()
@@ -508,10 +508,11 @@ void TestMagCalibDlg::workInProgressKeepsTheFormerColour()
     f.probe->calibrationPending = true;
     f.probe->onUpdateTimer();
     QCOMPARE(f.probe->ui->label_mag_calib_quality->palette(), green);
-    f.probe->calibrating = true;
+    f.setCalibrating(true);
     f.probe->onUpdateTimer();
     QCOMPARE(f.probe->ui->label_mag_calib_quality->palette(), green);
-    f.probe->calibrating = f.probe->calibrationPending = false;
+    f.setCalibrating(false);
+    f.probe->calibrationPending = false;
     f.probe->onUpdateTimer();
     QVERIFY(f.probe->ui->label_mag_calib_quality->palette() != green);
 }
@@ -564,7 +565,7 @@ void TestMagCalibDlg::samplesAreKeptWhileTheStopBoxIsOpen()
     f.boxes.expect("Ok", [&f] {
         f.feed(readings(130, 900'000));
         QCOMPARE(f.probe->samples(), 150);
-        QTRY_COMPARE(f.probe->lastFitCount, 150); // the periodic fit goes on as well
+        QTRY_VERIFY(f.probe->lastFitCount > 100); // the periodic fit goes on as well
         QCOMPARE(f.probe->ui->label_mag_calib_quality->text(), QString("CALIBRATING"));
         QCOMPARE(f.probe->ui->pushButton_start->text(), QString(" Stop Calibration"));
     });
@@ -674,7 +675,7 @@ void TestMagCalibDlg::errorOfTheThreadIsToldOnTheInterfaceThread()
 void TestMagCalibDlg::errorKeepsFlagsAndStoreButton()
 {
     DialogFixture f;
-    f.probe->calibrating = true;
+    f.setCalibrating(true);
     f.probe->calibrationPending = true;
     f.probe->ui->pushButton_reset->setEnabled(false);
     f.boxes.expect("Ok");
@@ -686,7 +687,7 @@ void TestMagCalibDlg::errorKeepsFlagsAndStoreButton()
     QVERIFY(f.probe->ui->pushButton_reset->isEnabled());
     QVERIFY(!f.probe->ui->pushButton_save_calib->isEnabled());
     QVERIFY(!f.probe->grabThread.joinable());
-    f.probe->calibrating = false;
+    f.setCalibrating(false);
 }
 
 void TestMagCalibDlg::execReturnsWhenExitIsPressed()
@@ -717,7 +718,7 @@ void TestMagCalibDlg::failedStartUnchecksTheButton()
     f.bench.unplug(f.serial);
     f.boxes.expect("Ok");
     f.open();
-    f.probe->calibrating = true;
+    f.setCalibrating(true);
     f.probe->calibrationPending = true;
     f.boxes.expect("Ok");
     QTest::mouseClick(f.probe->ui->pushButton_start, Qt::LeftButton);

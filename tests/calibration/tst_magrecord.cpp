@@ -216,8 +216,11 @@ void TestMagRecord::comparisonNeverAcceptsNaN()
 {
     QFETCH(int, index);
     om::_mag_calib_data record = recordOf({{1.0, 2.0, 3.0}, {4.0, 5.0, 6.0}});
-    float* const values = index < 3 ? record.scale : record.offset;
-    values[index % 3] = std::numeric_limits<float>::quiet_NaN();
+    constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+    if (index < 3)
+        record.scale[index] = nan;
+    else
+        record.offset[index - 3] = nan;
     QVERIFY(!magrecord::equal(stored(record).data(), record));
 }
 

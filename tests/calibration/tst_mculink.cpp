@@ -336,7 +336,7 @@ void TestMcuLink::storeStopsCaptureAndStartsItAgain()
     QCOMPARE(f.bench.log().last(CALL::MCU_START_CAPTURE)->numbers, (std::vector<double>{0.0}));
     QVERIFY(f.probe->mcu->captureRunning);
     f.settle(); // the thread is still in its loop
-    QVERIFY(f.probe->grabRunning);
+    QVERIFY(f.running());
 }
 
 void TestMcuLink::storeEndsThePendingCalibration()
@@ -386,7 +386,7 @@ void TestMcuLink::failedStoreLeavesCaptureStoppedAndThePendingCalibration()
     QVERIFY(!f.probe->mcu->captureRunning);
     // The thread sees nothing new for as long as the user takes, and goes on.
     QTest::qWait(400);
-    QVERIFY(f.probe->grabRunning);
+    QVERIFY(f.running());
     QCOMPARE(f.boxes.seen.size(), 0);
     // The next store works, and leaves capture as it found it.
     f.bench.changeFaults(f.serial, [](Faults& faults) { faults.eepromReadbackDiffers = 0; });

@@ -1,0 +1,101 @@
+/// Pictures of the calibration dialog for the documentation, on a camera that is tumbled for a
+/// minute of the bench's time:
+///
+///     calibration_pictures FOLDER    writes calibration-before.png, calibration-while.png,
+///                                    calibration-after.png and calibration-stored.png
+///
+/// Run below tests/support/run-test --display.
+
+#include "calibration/dialogfixture.h"
+
+#include "bench/sensor_source.h"
+
+#include <QApplication>
+#include <QScreen>
+
+#include <cstdio>
+
+using om::bench::Bench;
+using om::bench::CALL;
+using om::bench::STREAM;
+
+namespace {
+
+constexpr unsigned int serial = 31415926;
+
+/// Lets the bench's time pass, with every reading dealt with.
+void pass(std::chrono::milliseconds time)
+{
+    Bench& bench = Bench::instance();
+    const auto source = bench.camera(serial)->source();
+    constexpr std::chrono::milliseconds step(15);
+    for (std::chrono::milliseconds passed{0}; passed < time; passed += step) {
+        const auto before = source->newest(STREAM::MAGNETOMETER, bench.clock().now());
+        bench.log().clear();
+        bench.clock().advance(step);
+        if (source->newest(STREAM::MAGNETOMETER, bench.clock().now()) == before)
+            continue;
+        while (bench.log().count(CALL::MCU_CALC_MAG_HEADING) == 0)
+            std::this_thread::yield();
+        // The next read means that this reading has been dealt with.
+        const std::uint64_t reads = bench.log().count(CALL::MCU_GET_READER_DATA);
+        while (bench.log().count(CALL::MCU_GET_READER_DATA) == reads)
+            std::this_thread::yield();
+        QCoreApplication::processEvents();
+    }
+    QTest::qWait(350); // for the labels
+}
+
+bool take(const MagCalibDlg& dialog, const QString& path)
+{
+    const bool written = dialog.screen()->grabWindow(dialog.winId()).save(path);
+    std::printf("%s %s\n", written ? "wrote" : "cannot write", qPrintable(path));
+    return written;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const QApplication application(argc, argv);
+    if (argc != 2) {
+        std::fputs("usage: calibration_pictures FOLDER\n", stderr);
+        return 2;
+    }
+    const QString folder = argv[1];
+
+    Bench& bench = Bench::instance();
+    bench.reset();
+    bench.clock().setManual(1'000 * om::bench::NS_PER_S);
+    om::bench::CameraConfig config;
+    config.serialNumber = serial;
+    bench.addCamera(config);
+    bench.log().setHighRate(true);
+
+    MessageBoxes boxes;
+    MagCalibDlg dialog(static_cast<int>(serial), nullptr);
+    const MagCalibDlgProbe probe{dialog};
+    dialog.show();
+    if (!QTest::qWaitForWindowExposed(&dialog) ||
+        !QTest::qWaitFor([&probe] { return probe.running(); }, 20000))
+        return 1;
+    const auto press = [&boxes](QPushButton* button, const char* answer) {
+        boxes.expect(answer);
+        QTest::mouseClick(button, Qt::LeftButton);
+    };
+
+    pass(std::chrono::seconds(8));
+    bool written = take(dialog, folder + "/calibration-before.png");
+    press(probe.ui->pushButton_start, "Ok");
+    pass(std::chrono::seconds(30));
+    written = take(dialog, folder + "/calibration-while.png") && written;
+    pass(std::chrono::seconds(60));
+    press(probe.ui->pushButton_start, "Ok");
+    pass(std::chrono::seconds(1));
+    written = take(dialog, folder + "/calibration-after.png") && written;
+    press(probe.ui->pushButton_save_calib, "Ok");
+    pass(std::chrono::seconds(40));
+    written = take(dialog, folder + "/calibration-stored.png") && written;
+    QTest::mouseClick(probe.ui->pushButton_exit, Qt::LeftButton);
+    return written && boxes.unexpected == 0 ? 0 : 1;
+}
