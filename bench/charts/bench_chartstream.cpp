@@ -1,0 +1,124 @@
+// Whether the chart costs samples: a camera of the bench streams into the window, in turns with the
+// chart hidden and not fed, and with the chart shown at its longest time range. The bench numbers
+// its IMU samples; the counters are those that it made and the window did not store.
+//
+//     bench_chartstream [--seconds=N]     N seconds of each, 1 by default
+//
+// From 80 seconds on the window fills up before it counts. Turns of ten seconds let whatever else
+// the machine does meet both.
+
+#include "support/viewersession.h"
+
+#include <benchmark/benchmark.h>
+
+#include <QEventLoop>
+
+#include <cstdlib>
+#include <string>
+
+namespace {
+
+constexpr unsigned int serial = 31415926;
+constexpr int longestTurn = 10; // seconds
+constexpr int fillSeconds = 80; // until 60 s are full, with what the feed hands over beyond them
+int countedSeconds = 1;
+
+void stream(int seconds)
+{
+    QEventLoop loop;
+    QTimer::singleShot(seconds * 1000, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+struct Count
+{
+    qint64 made = 0;
+    qint64 stored = 0;
+
+    Count& operator+=(const Count& other)
+    {
+        made += other.made;
+        stored += other.stored;
+        return *this;
+    }
+};
+
+Count countNow(viewersession::Viewer& viewer)
+{
+    // Under the lock no sample is stored; what is made meanwhile is one at most.
+    const QMutexLocker lock(&viewer.probe.dataMutex);
+    return {static_cast<qint64>(viewersession::bench().imuCounters(serial).produced),
+            viewer.probe.accX.size()};
+}
+
+/// Streams, and returns what was made and stored meanwhile.
+Count streamed(viewersession::Viewer& viewer, int seconds)
+{
+    const Count before = countNow(viewer);
+    stream(seconds);
+    const Count after = countNow(viewer);
+    return {after.made - before.made, after.stored - before.stored};
+}
+
+void BM_Stream(benchmark::State& state)
+{
+    auto& bench = viewersession::bench();
+    bench.reset();
+    om::bench::CameraConfig config;
+    config.model = om::MODEL::TIV_Q;
+    config.serialNumber = serial;
+    bench.addCamera(config);
+    viewersession::Viewer viewer;
+    while (!viewer.streams(static_cast<int>(serial))) {
+        stream(1);
+    }
+    viewer.ui->comboBox_time_range->setCurrentIndex(3);
+
+    if (countedSeconds >= fillSeconds) {
+        stream(fillSeconds);
+    }
+
+    Count hidden;
+    Count shown;
+    int updates = 0;
+    QObject::connect(viewer.probe.plotTimer, &QTimer::timeout, [&updates] { ++updates; });
+    for (auto _ : state) {
+        for (int counted = 0; counted < countedSeconds; counted += longestTurn) {
+            const int turn = std::min(longestTurn, countedSeconds - counted);
+            viewer.probe.plotTimer->stop();
+            viewer.ui->widget_chart->hide();
+            hidden += streamed(viewer, turn);
+            viewer.ui->widget_chart->show();
+            viewer.probe.plotTimer->start();
+            shown += streamed(viewer, turn);
+        }
+    }
+    state.counters["made_hidden"] = static_cast<double>(hidden.made);
+    state.counters["made_shown"] = static_cast<double>(shown.made);
+    state.counters["missing_hidden"] = static_cast<double>(hidden.made - hidden.stored);
+    state.counters["missing_shown"] = static_cast<double>(shown.made - shown.stored);
+    state.counters["updates"] = updates;
+    if (updates == 0) {
+        state.SkipWithError("the chart was not fed");
+    }
+}
+
+BENCHMARK(BM_Stream)->UseRealTime()->Iterations(1)->Unit(benchmark::kSecond);
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QApplication application(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    const std::string option = "--seconds=";
+    for (int i = 1; i < argc; ++i) {
+        if (std::string(argv[i]).rfind(option, 0) == 0) {
+            countedSeconds = std::max(1, std::atoi(argv[i] + option.size()));
+        } else {
+            return benchmark::ReportUnrecognizedArguments(argc, argv) ? 1 : 0;
+        }
+    }
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
