@@ -2,6 +2,7 @@
 
 #include "bench/bench.h"
 #include "bench/camera_session.h"
+#include "bench/hid.h"
 
 #include <atomic>
 #include <mutex>
@@ -217,7 +218,7 @@ std::vector<DeviceProperties> Camera::getDeviceList()
             DeviceProperties device;
             device.state = camera->isInUse() ? 1 : 0;
             device.id = camera->id();
-            device.path = ("bench:" + std::to_string(camera->serialNumber())).c_str();
+            device.path = bench::hidPath(camera->serialNumber()).c_str();
             device.cameraModel = camera->model();
             device.serialNumber = camera->serialNumber();
             device.bus = bench::busOf(camera->model());

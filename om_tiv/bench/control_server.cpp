@@ -1,5 +1,7 @@
 #include "bench/control_server.h"
 
+#include "bench/files.h"
+
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -19,30 +21,6 @@ namespace om::bench {
 
 namespace {
 
-/// A file descriptor that closes itself.
-class Descriptor
-{
-public:
-    explicit Descriptor(int fd = -1) : m_fd(fd) {}
-    ~Descriptor()
-    {
-        if (m_fd >= 0) {
-            ::close(m_fd);
-        }
-    }
-    Descriptor(Descriptor&& other) noexcept : m_fd(other.m_fd) { other.m_fd = -1; }
-    Descriptor& operator=(Descriptor&& other) noexcept
-    {
-        std::swap(m_fd, other.m_fd);
-        return *this;
-    }
-    int get() const { return m_fd; }
-    bool valid() const { return m_fd >= 0; }
-
-private:
-    int m_fd;
-};
-
 struct Client
 {
     Descriptor socket;
@@ -58,19 +36,6 @@ std::string reason(const std::string& what)
 {
     return what + ": " +
            std::strerror(errno); // NOLINT(concurrency-mt-unsafe): glibc's is thread-safe
-}
-
-/// Makes every folder of the path that is missing, mode 0700.
-bool makeFolders(const std::string& folder)
-{
-    for (std::size_t at = 1; at != std::string::npos;) {
-        at = folder.find('/', at + 1);
-        const std::string part = folder.substr(0, at);
-        if (::mkdir(part.c_str(), 0700) != 0 && errno != EEXIST) {
-            return false;
-        }
-    }
-    return true;
 }
 
 /// Whether somebody listens at the address.
@@ -133,10 +98,14 @@ public:
         }
         std::memcpy(address.sun_path, m_path.c_str(), m_path.size() + 1);
 
-        const std::string folder = m_path.substr(0, m_path.find_last_of('/'));
-        if (!folder.empty() && !makeFolders(folder)) {
-            error = reason(folder);
-            return false;
+        // Empty for a path in the current folder and for one in the root.
+        const std::size_t slash = m_path.rfind('/');
+        const std::string folder = m_path.substr(0, slash == std::string::npos ? 0 : slash);
+        if (!folder.empty()) {
+            if (const std::string part = makeFolders(folder); !part.empty()) {
+                error = reason(part);
+                return false;
+            }
         }
         struct stat state = {};
         if (!folder.empty() && ::stat(folder.c_str(), &state) == 0 && state.st_uid != ::getuid() &&

@@ -1,8 +1,9 @@
 #include "bench/eeprom.h"
 
+#include "bench/files.h"
+
 #include <fcntl.h>
 #include <pwd.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -114,46 +115,9 @@ std::string damageOf(const std::vector<std::uint8_t>& image, unsigned int serial
     return {};
 }
 
-/// Closes a file descriptor at the end of a scope.
-class Descriptor
-{
-public:
-    explicit Descriptor(int fd) : m_fd(fd) {}
-    ~Descriptor()
-    {
-        if (m_fd >= 0) {
-            ::close(m_fd);
-        }
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    int get() const { return m_fd; }
-    /// Closes now; false with errno where that fails.
-    bool close() { return ::close(std::exchange(m_fd, -1)) == 0; }
-
-private:
-    int m_fd;
-};
-
 [[noreturn]] void fail(const std::string& path)
 {
     throw std::runtime_error(path + ": " + std::strerror(errno));
-}
-
-void makeFolders(const std::string& folder)
-{
-    for (std::size_t end = folder.find('/', 1);; end = folder.find('/', end + 1)) {
-        const std::string part = folder.substr(0, end);
-        struct stat status = {};
-        if (::mkdir(part.c_str(), 0700) != 0 &&
-            (errno != EEXIST || ::stat(part.c_str(), &status) != 0 || !S_ISDIR(status.st_mode))) {
-            fail(part);
-        }
-        if (end == std::string::npos) {
-            return;
-        }
-    }
 }
 
 } // namespace
@@ -294,7 +258,9 @@ void EepromStore::save(unsigned int serial, const MagCalibration& calibration) c
     if (m_folder.empty()) {
         throw std::runtime_error("no folder for the EEPROM images (set OM_TIV_STATE_DIR)");
     }
-    makeFolders(m_folder);
+    if (const std::string part = makeFolders(m_folder); !part.empty()) {
+        fail(part);
+    }
     const std::string name = path(serial);
     std::string temporary = name + ".XXXXXX";
     Descriptor file(::mkostemp(temporary.data(), O_CLOEXEC));

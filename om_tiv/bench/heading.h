@@ -1,7 +1,7 @@
 /// @file
 /// What the microcontroller makes of its magnetometer: the corrected field, the heading, and how
-/// far the stored calibration can be trusted. Vectors are in
-/// sensor axes: x is axis 1 (down), y axis 2 (left), z axis 3 (forward).
+/// far the stored calibration can be trusted. Vectors are in sensor axes: x is axis 1 (down), y
+/// axis 2 (left), z axis 3 (forward).
 #pragma once
 
 #include "bench/eeprom.h"
@@ -58,9 +58,8 @@ struct HeadingQuality
 ///     state             figure
 ///     0 good            up to 2.5 %
 ///     1 acceptable      up to 6 %
-///     2 not good        above; or a saturated reading in the last 2 s, or a calibration that is
-///     not
-///                       usable, both of which count as 10 %
+///     2 not good        above; or a saturated reading in the last 2 s, or a calibration that can't
+///                       be used, both of which count as 10 %
 ///     3 not calibrated  the calibration is neutral
 ///     4 not available   no reading yet
 ///

@@ -13,7 +13,7 @@ constexpr unsigned short USB_VENDOR_ID = 0x7C15;
 /// USB product id of the model's microcontroller; 0 for a model without one on USB.
 unsigned short usbProductId(MODEL model);
 
-/// The path by which hid_enumerate lists the device of a virtual camera.
+/// The system path of a virtual camera, the same in the library's device list and in hid_enumerate.
 std::string hidPath(unsigned int serial);
 
 } // namespace om::bench

@@ -20,8 +20,8 @@ struct Recording
     unsigned int width = 1280; ///< of one image, 1 to 16384
     unsigned int height = 720; ///< of one image, 1 to 16384
     double frameRate = 60.0;   ///< Hz, above 0 and up to 1000
-    std::vector<Nanoseconds>
-        frameTimes; ///< 0 stands for a frame without a time; at least one frame
+    /// Of each frame, at least one; 0 stands for a frame without a time.
+    std::vector<Nanoseconds> frameTimes;
 };
 
 /// @param error one line, FILE: byte N: REASON

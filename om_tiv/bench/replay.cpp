@@ -1,9 +1,12 @@
 #include "bench/replay.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string_view>
@@ -136,16 +139,24 @@ std::string shown(std::string_view text)
 std::shared_ptr<const SensorRecording> SensorRecording::read(const std::string& path,
                                                              std::string& report)
 {
+    // Only a regular file has a size: a device or a pipe may never come to an end.
+    std::error_code reason;
+    const std::uintmax_t size = std::filesystem::file_size(path, reason);
+    if (reason) {
+        report = path + ": can't be read: " + reason.message();
+        return nullptr;
+    }
+    if (size > MOST_BYTES) {
+        report = path + ": larger than a recording may be (512 MiB)";
+        return nullptr;
+    }
     std::ifstream file(path, std::ios::binary);
     if (!file) {
         report = path + ": can't be read: " + std::strerror(errno);
         return nullptr;
     }
-    std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    if (text.size() > MOST_BYTES) {
-        report = path + ": larger than a recording may be (512 MiB)";
-        return nullptr;
-    }
+    const std::string text((std::istreambuf_iterator<char>(file)),
+                           std::istreambuf_iterator<char>());
     return parse(text, path, report);
 }
 

@@ -1,5 +1,7 @@
 #include "bench/sensor_reader.h"
 
+#include "bench/heading.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -38,24 +40,6 @@ double heightAbove(double ground, double pressure)
 }
 
 } // namespace
-
-Vector calibrated(const Vector& body, const MagCalibration& calibration)
-{
-    if (calibration.isNeutral()) {
-        return body;
-    }
-    const auto& s = calibration.scale;
-    const auto& o = calibration.offset;
-    const double product = double{s[0]} * double{s[1]} * double{s[2]};
-    double radius = std::cbrt(1.0 / std::abs(product));
-    if (!std::isfinite(radius) || radius == 0.0) {
-        radius = 1.0;
-    }
-    const Vector raw = toSensorAxes(body);
-    return radius * fromSensorAxes({double{s[0]} * (raw.x - double{o[0]}),
-                                    double{s[1]} * (raw.y - double{o[1]}),
-                                    double{s[2]} * (raw.z - double{o[2]})});
-}
 
 SensorReader::SensorReader(std::shared_ptr<VirtualCamera> camera, COORDINATE_SYSTEM system)
     : m_camera(std::move(camera)), m_source(m_camera->source()),
@@ -170,7 +154,7 @@ void SensorReader::fillMagnetometer(Nanoseconds time, const Faults& faults, Sens
         const Vector body = m_source->magnetometer(*number).body();
         m_magnetometerData.magneticFieldUncalibrated = inSystem(body);
         m_magnetometerData.magneticFieldCalibrated =
-            inSystem(calibrated(body, m_camera->calibration()));
+            inSystem(fromSensorAxes(correctedField(m_camera->calibration(), toSensorAxes(body))));
         m_magnetometerData.effectiveRate = effectiveRate(m_magnetometer, *number);
         m_magnetometerNumber = number;
         m_calibrationVersion = version;

@@ -64,10 +64,4 @@ private:
     SensorsData::TemperatureData m_temperatures;
 };
 
-/// The stored calibration applied to a reading in the body frame, uT: scale * (r - offset), times
-/// the mean radius that the scales stand for, the cube root of 1 / (s1 s2 s3), so that the result
-/// is in uT again. A neutral calibration gives the reading itself. Where the scales have no mean
-/// radius (0 or not finite), the result is left without that factor.
-Vector calibrated(const Vector& body, const MagCalibration& calibration);
-
 } // namespace om::bench

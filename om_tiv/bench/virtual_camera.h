@@ -51,8 +51,8 @@ public:
     /// Counts one down: the code with which this open() is refused, SUCCESS where it is not.
     ERROR_CODE takeOpenRefusal();
     ERROR_CODE takeGrabFailure(); ///< the same for grab()
-    bool
-    takeReadbackDifference(); ///< whether this read of the EEPROM differs from what was written
+    /// Counts one down: whether this read of the EEPROM differs from what was written.
+    bool takeReadbackDifference();
 
     // ---- Presence and use ---------------------------------------------------------------------
 

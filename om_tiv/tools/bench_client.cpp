@@ -71,7 +71,7 @@ std::unique_ptr<BenchClient> BenchClient::connect(const std::string& path, std::
     if (wanted.empty()) {
         const char* given =
             std::getenv("OM_TIV_CONTROL"); // NOLINT(concurrency-mt-unsafe): one thread
-        if (given != nullptr && given[0] == '/') {
+        if (given != nullptr && given[0] != '\0' && std::strcmp(given, "off") != 0) {
             wanted = given;
         }
     }

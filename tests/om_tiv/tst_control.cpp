@@ -533,6 +533,23 @@ private slots:
         QCOMPARE(file.readAll(), QByteArray("precious"));
     }
 
+    void pathInTheCurrentFolderIsServed()
+    {
+        const QString before = QDir::currentPath();
+        QVERIFY(QDir::setCurrent(folder->path()));
+        std::string error;
+        const auto here = ControlServer::start(
+            "here.sock", [](const std::string&) { return std::string("{\"ok\":true}"); }, error);
+        qputenv("OM_TIV_CONTROL", "here.sock");
+        const auto client = BenchClient::connect({}, error);
+        json answer;
+        const bool answered = client && client->ask({{"command", "list"}}, answer, error);
+        qputenv("OM_TIV_CONTROL", "off");
+        QVERIFY(QDir::setCurrent(before));
+        QVERIFY2(here, error.c_str());
+        QVERIFY2(answered, error.c_str());
+    }
+
     void impossiblePathsGiveAReason_data()
     {
         QTest::addColumn<QString>("where");

@@ -1,7 +1,7 @@
 #include "om_tiv/sensorrig.h"
 
 #include "bench/eeprom.h"
-#include "bench/sensor_reader.h"
+#include "bench/heading.h"
 
 #include <algorithm>
 #include <cmath>
@@ -23,8 +23,7 @@ private slots:
     void strongFieldSaturates();
     void calibratedEqualsUncalibratedWhileNeutral();
     void storedCalibrationTakesEffectAtOnce();
-    void calibrationInMicroteslaKeepsTheMeanRadius();
-    void calibrationWithoutAMeanRadius();
+    void viewerAndMicrocontrollerCorrectAlike();
     void tumbleCoversTheSphereOfTheField();
 };
 
@@ -127,20 +126,22 @@ void TestMagnetometer::storedCalibrationTakesEffectAtOnce()
     QCOMPARE(after.magnetometer.magneticFieldCalibrated.x, raw.x);
 }
 
-void TestMagnetometer::calibrationInMicroteslaKeepsTheMeanRadius()
+void TestMagnetometer::viewerAndMicrocontrollerCorrectAlike()
 {
-    MagCalibration calibration;
-    calibration.scale = {0.025F, 0.020F, 0.016F}; // radii 40, 50 and 62.5, of mean 50
-    const Vector result = calibrated(fromSensorAxes({40.0, 50.0, 62.5}), calibration);
-    QVERIFY(length(result - fromSensorAxes({50.0, 50.0, 50.0})) < 1e-4);
-}
-
-void TestMagnetometer::calibrationWithoutAMeanRadius()
-{
-    MagCalibration calibration;
-    calibration.scale = {0.0F, 1.0F, 2.0F};
-    const Vector result = calibrated(fromSensorAxes({3.0, 4.0, 5.0}), calibration);
-    QVERIFY(length(result - fromSensorAxes({0.0, 4.0, 10.0})) < 1e-9);
+    // With radii 40, 50 and 62.5 uT, of mean 50, and with a calibration that can't be used.
+    for (const float third : {0.016F, 0.0F}) {
+        MagCalibration calibration;
+        calibration.scale = {0.025F, 0.020F, third};
+        calibration.offset = {5.0F, -3.0F, 2.0F};
+        Rig rig(idealCamera());
+        QVERIFY(rig.bench.storeCalibration(SERIAL, calibration));
+        const SensorsData::MagnetometerData m = rig.after(seconds(1)).magnetometer;
+        const Vector3<float>& raw = m.magneticFieldUncalibrated;
+        const Vector expected =
+            fromSensorAxes(correctedField(calibration, toSensorAxes({raw.x, raw.y, raw.z})));
+        QVERIFY(near(m.magneticFieldCalibrated, expected, 1e-4));
+        QCOMPARE(near(m.magneticFieldCalibrated, {raw.x, raw.y, raw.z}, 1.0), third == 0.0F);
+    }
 }
 
 void TestMagnetometer::tumbleCoversTheSphereOfTheField()

@@ -7,9 +7,12 @@
 
 #include <om_tiv/camera.h>
 
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <sys/stat.h>
 
 #include <cmath>
 #include <random>
@@ -362,6 +365,37 @@ private slots:
         QVERIFY(!readBenchText(text, "b.json", description, error));
         QVERIFY2(error.rfind("b.json:2: cameras[0].replay: /nowhere.csv: can't be read", 0) == 0,
                  error.c_str());
+    }
+
+    void whatHasNoEndIsNotRead_data()
+    {
+        QTest::addColumn<QString>("place");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("device") << "/dev/zero"
+                                << "can't be read: ";
+        QTest::newRow("pipe") << "pipe"
+                              << "can't be read: ";
+        QTest::newRow("folder") << "."
+                                << "can't be read: Is a directory";
+        QTest::newRow("huge file") << "huge"
+                                   << "larger than a recording may be (512 MiB)";
+    }
+    void whatHasNoEndIsNotRead()
+    {
+        QFETCH(QString, place);
+        QFETCH(QString, reason);
+        place = QDir(folder->path()).filePath(place); // an absolute one stays
+        if (place.endsWith("/pipe")) {
+            QCOMPARE(::mkfifo(qPrintable(place), 0600), 0);
+        }
+        QFile huge(place);
+        if (place.endsWith("/huge")) {
+            QVERIFY(huge.open(QIODevice::WriteOnly));
+            QVERIFY(huge.resize(512LL * 1024 * 1024 + 1)); // takes no room on the disk
+        }
+        std::string report;
+        QVERIFY(!SensorRecording::read(place.toStdString(), report));
+        QVERIFY2(QString::fromStdString(report).startsWith(place + ": " + reason), report.c_str());
     }
 };
 

@@ -71,10 +71,9 @@ struct InitParameters
     COORDINATE_SYSTEM coordinateSystem;
     int verbosity;
     int gpuId;
-    float
-        depthMinimum; ///< in coordinateUnits; negative takes the model's own; in force after open()
-    float
-        depthMaximum; ///< in coordinateUnits; negative takes the model's own; in force after open()
+    /// In coordinateUnits; negative takes the model's own. After open() those in force.
+    float depthMinimum;
+    float depthMaximum;
     bool disableSelfCalibration;
     int imageFlip;
     bool rightSideMeasure;
@@ -186,7 +185,8 @@ public:
     std::uint64_t getTimestamp(TIME_REFERENCE reference);
 
     /// Writes the view of the last grabbed frame into the buffer, which is allocated when it does
-    /// not fit. The size is that of the result; 0 by 0 is the camera's own. What a buffer holds
+    /// not fit; GPU memory comes from the calling thread's context. The size is that of the result;
+    /// 0 by 0 is the camera's own. What a buffer holds
     /// from the frame before is written again only where it has changed, so that a buffer is to be
     /// read only. FAILURE before the first frame, without memory, and for a measure with depth off.
     ERROR_CODE retrieveImage(Mat& image, VIEW view, MEM memory, Resolution size);
@@ -195,8 +195,8 @@ public:
     /// Frame of a recorded file that the last grab() delivered, or that setQVRPosition() has
     /// chosen; 0 for a live camera.
     int getQVRPosition();
-    void
-    setQVRPosition(int frame);  ///< the frame that the next grab() delivers; clamped to the file
+    /// The frame that the next grab() delivers, clamped to the file. Nothing for a live camera.
+    void setQVRPosition(int frame);
     int getQVRNumberOfFrames(); ///< length of a recorded file, -1 for a live camera
 
 private:

@@ -44,8 +44,8 @@ private:
     std::uint8_t* m_gpu = nullptr;
     std::size_t m_hostStep = 0;
     std::size_t m_gpuStep = 0;
-    std::uint64_t m_hostContent =
-        0; ///< what the buffer holds, so that unchanged rows aren't rewritten
+    // What the buffers hold, so that rows that have not changed aren't written again.
+    std::uint64_t m_hostContent = 0;
     std::uint64_t m_gpuContent = 0;
 };
 

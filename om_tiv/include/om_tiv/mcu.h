@@ -124,13 +124,12 @@ public:
     /// Returns 0 for success, or the value of an ERROR_CODE: NOT_DETECTED when no such device is
     /// plugged in, IN_USE when an om::Camera or another link has it, TIMEOUT when its
     /// microcontroller does not answer, FAILURE when it refuses.
-    /// @param exclusive  keeps other processes away; the stand-in's cameras have none
+    /// @param exclusive  keeps other processes away; cameras of the bench have none to keep away
     /// @param odr        output data rate
-    /// @param accelBias  three floats subtracted from the acceleration, m/s^2, sensor axes, or
-    /// null;
-    ///                   copied
+    /// @param accelBias  three floats subtracted from the acceleration, m/s^2, sensor axes; copied.
+    ///                   Null for none
     /// @param gyroBias   three floats subtracted from the angular velocity, degrees per second,
-    ///                   sensor axes, or null; copied
+    ///                   sensor axes; copied. Null for none
     /// @param fusion     the microcontroller's fusion runs; without it pose records are of no data
     /// @param raw        only raw records, no pose records
     int open(unsigned int serial, bool exclusive, _imu_odr odr, float* accelBias, float* gyroBias,

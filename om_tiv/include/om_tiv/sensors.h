@@ -42,8 +42,10 @@ struct SensorsData
     {
         bool isAvailable = false;
         std::uint64_t timestamp = 0; ///< ns
-        /// uT. With the calibration of the camera's EEPROM applied; equal to the uncalibrated
-        /// triple while that is neutral.
+        /// uT. With the calibration of the camera's EEPROM applied, whose gains count by their
+        /// ratios, so that the field keeps its unit; equal to the uncalibrated triple while that is
+        /// neutral, and where it can't be used (a scale that is not positive, a value that is not
+        /// finite).
         Vector3<float> magneticFieldCalibrated;
         /// uT. An absolute z of exactly 2048.0 marks a saturated reading.
         Vector3<float> magneticFieldUncalibrated;

@@ -9,8 +9,9 @@
 
 namespace om {
 
-/// Result of the operations that can fail. 0 is success and 4 means that the camera is gone; every
-/// other value is a failure that passes or not, without a name in the interface.
+/// Result of the operations that can fail. 0 is success and 4 means that the camera is gone. Every
+/// other value is a failure, also one without an enumerator; which of them it is only helps whoever
+/// looks for the cause.
 enum class ERROR_CODE : int {
     SUCCESS = 0,
     FAILURE = 1,       ///< a failure without a closer name
