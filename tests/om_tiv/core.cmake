@@ -1,5 +1,5 @@
 # The camera on the bench, and the bench itself.
-foreach(name transform mat clock motion script call_log sensors magnetometer camera camera_loss
+foreach(name interface transform mat clock motion script call_log sensors magnetometer camera camera_loss
              camera_scripts faults picture recorded_file bench bench_threads bench_file)
   gravimon_add_test(tst_${name} SOURCES tst_${name}.cpp LIBRARIES gravimon::om_bench)
 endforeach()

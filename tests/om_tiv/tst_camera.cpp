@@ -40,10 +40,6 @@ class TestCamera : public QObject
 private slots:
     void init() { stoppedBench(); }
 
-    void theConstructorTakes25ArgumentsInOrder();
-    void runtimeParametersTakeSixArguments();
-    void aNewRecordHoldsModel32();
-
     void deviceListFollowsTheBench();
     void aCameraInUseIsListedAsSuch();
     void anUnpluggedCameraIsNotListed();
@@ -79,51 +75,6 @@ private slots:
     void currentTimeIsTheClocks();
     void aLiveCameraHasNoLength();
 };
-
-void TestCamera::theConstructorTakes25ArgumentsInOrder()
-{
-    const CUcontext context = nullptr;
-    const InitParameters p(static_cast<RESOLUTION>(7), 0, false, static_cast<DEPTH_MODE>(1),
-                           static_cast<UNIT>(0), static_cast<COORDINATE_SYSTEM>(0), 1, -1, -1.0F,
-                           -1.0F, false, 0, false, String(), 1, context, InputType(), String(),
-                           false, true, String(), 5.0F, false, 0.0F, false);
-    const InitParameters defaults;
-    QVERIFY(p.resolution == RESOLUTION::AUTO && defaults.resolution == RESOLUTION::AUTO);
-    QCOMPARE(p.fps, defaults.fps);
-    QVERIFY(p.depthMode == DEPTH_MODE::STANDARD && defaults.depthMode == DEPTH_MODE::STANDARD);
-    QVERIFY(p.coordinateUnits == defaults.coordinateUnits);
-    QVERIFY(p.coordinateSystem == defaults.coordinateSystem);
-    QCOMPARE(defaults.verbosity, 1);
-    QCOMPARE(defaults.gpuId, -1);
-    QCOMPARE(defaults.depthMinimum, -1.0F);
-    QCOMPARE(defaults.depthMaximum, -1.0F);
-    QCOMPARE(defaults.imageFlip, 0);
-    QCOMPARE(defaults.depthStabilization, 1);
-    QVERIFY(defaults.cudaContext == nullptr);
-    QVERIFY(defaults.input.kind() == InputType::KIND::NONE);
-    QVERIFY(defaults.imageEnhancement && !defaults.sensorsRequired);
-    QCOMPARE(defaults.openTimeout, 5.0F);
-}
-
-void TestCamera::runtimeParametersTakeSixArguments()
-{
-    const RuntimeParameters p(true, false, 95, 100, static_cast<REFERENCE_FRAME>(1), true);
-    const RuntimeParameters defaults;
-    QCOMPARE(p.enableDepth, defaults.enableDepth);
-    QCOMPARE(p.confidenceThreshold, 95);
-    QCOMPARE(defaults.confidenceThreshold, 95);
-    QCOMPARE(defaults.textureThreshold, 100);
-    QVERIFY(defaults.referenceFrame == REFERENCE_FRAME::CAMERA);
-}
-
-void TestCamera::aNewRecordHoldsModel32()
-{
-    Camera camera;
-    const CameraInformation information = camera.getCameraInformation(Resolution(0, 0));
-    QCOMPARE(static_cast<int>(information.cameraModel), 32);
-    QCOMPARE(information.serialNumber, 0U);
-    QVERIFY(!camera.isOpened());
-}
 
 void TestCamera::deviceListFollowsTheBench()
 {

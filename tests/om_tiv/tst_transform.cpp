@@ -76,10 +76,6 @@ class TestTransform : public QObject
     Q_OBJECT
 
 private slots:
-    void modelNames_data();
-    void modelNames();
-    void aNullTextIsAnEmptyString();
-
     void aTranslationIsMadeFromVectors();
     void normalizeScalesToUnitLength();
     void normalizeLeavesAVectorWithoutLength();
@@ -117,33 +113,6 @@ private slots:
     void eulerAnglesOfHalfTurnsArePositive();
     void eulerAnglesInDegrees();
 };
-
-void TestTransform::modelNames_data()
-{
-    QTest::addColumn<int>("model");
-    QTest::addColumn<QString>("name");
-    QTest::newRow("0") << 0 << "TIV";
-    QTest::newRow("1") << 1 << "TIV_N";
-    QTest::newRow("2") << 2 << "TIV_P";
-    QTest::newRow("3") << 3 << "TIV_Q";
-    QTest::newRow("4") << 4 << "TIV_R";
-    QTest::newRow("5") << 5 << "TIV_S";
-    QTest::newRow("beyond the models") << 6 << "Unknown";
-    QTest::newRow("of a default record") << 32 << "Unknown";
-}
-
-void TestTransform::modelNames()
-{
-    QFETCH(int, model);
-    QFETCH(QString, name);
-    QCOMPARE(QString(om::toString(static_cast<MODEL>(model)).c_str()), name);
-}
-
-void TestTransform::aNullTextIsAnEmptyString()
-{
-    QCOMPARE(String(nullptr).c_str(), "");
-    QCOMPARE(String().c_str(), "");
-}
 
 void TestTransform::aTranslationIsMadeFromVectors()
 {
