@@ -201,8 +201,12 @@ void TestDetectionThread::openWaitsForAPass()
         result = camera.open(parameters);
         detection.mutex.unlock();
     });
+    // Long enough for an open, which takes some milliseconds.
+    QTest::qWait(50);
+    const std::uint64_t opens = bench().log().count(CALL::OPEN);
     gate.open();
     opener.join();
+    QCOMPARE(opens, std::uint64_t(0));
     QVERIFY(detection.wait(20000));
     QVERIFY(result == om::ERROR_CODE::SUCCESS);
     QCOMPARE(bench().listsDuringOpen(), 0);
