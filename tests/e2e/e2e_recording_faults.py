@@ -12,7 +12,7 @@ import recording
 import screen
 import world
 from screen import CONTROLS
-from waiting import wait_for
+from waiting import SCALE, wait_for
 from world import TIV_Q, camera
 
 
@@ -28,8 +28,18 @@ class SuddenEnd(world.EndToEndTest):
         self.assertGreaterEqual(len(file), 400)
         file.check_order()
         file.check_emitted(emitted.Camera(TIV_Q), 40000)
-        # Nothing waited in a buffer: rows reach up to the end.
-        self.assertGreater(file.column("imu_Timestamp[sec]")[-1], killed - 0.5)
+        self.assertGreater(file.column("imu_Timestamp[sec]")[-1], killed - 2 * SCALE)
+
+    def test_each_row_is_in_the_file_as_it_is_written(self):
+        # Ten rows a second would take five of them to fill a usual buffer.
+        program = self.start_streaming(settings={"sample_freq": 10})
+        path = control.start_recording(program)
+        for _ in range(20):
+            control.wait_for_rows(path, 1)
+            newest = recording.Recording(path, last_may_be_cut=True).column("imu_Timestamp[sec]")[-1]
+            self.assertLess(time.time() - newest, 1.5 * SCALE, "rows wait in a buffer")
+        control.stop_recording(program, path)
+        self.close(program)
 
 
 class LostCamera(world.EndToEndTest):

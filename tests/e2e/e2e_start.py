@@ -16,6 +16,12 @@ def text_in_list(name, colour=screen.LIGHT):
     return Picture.take().words((x + 3, y + 3, width - 30, height - 6), colour, gap=7)
 
 
+def rate_digits():
+    """Number of characters of the rate that stands behind the sensor's name; 0 while there is none."""
+    words = Picture.take().words(CONTROLS["sensor rate"], screen.LIGHT, gap=7)
+    return round((words[-2] + 1) / 8.2) if len(words) == 4 else 0
+
+
 def says_no_cameras():
     """Whether the list reads like "No cameras": a word of two characters and one of seven."""
     words = text_in_list("camera list", screen.FRAME)
@@ -113,6 +119,7 @@ class Start(world.EndToEndTest):
         program = self.start_streaming()
         colours = {"X": screen.RED, "Y": screen.GREEN, "Z": screen.BLUE}
         expected = {"accel": "XYZ", "gyro": "XYZ", "orient": "XYZ", "mag": "XYZ", "temper": "YZ"}
+        digits = {"accel": 3, "gyro": 3, "orient": 3, "mag": 2, "baro": 2, "temper": 2}  # 400, 50 and 25 Hz
         charts = []
         for name in ("gyro", "orient", "mag", "temper", "baro", "accel"):
             screen.click(CONTROLS[name])
@@ -123,6 +130,8 @@ class Start(world.EndToEndTest):
                 return "".join(a for a, c in colours.items() if picture.share(CONTROLS["values"], c, 60) > 0.002)
             if name in expected:
                 wait_for(f"values {expected[name]} of '{name}'", lambda n=name: boxes() == expected[n], 5)
+            # "Gyroscope @ ", then "400 Hz"
+            wait_for(f"a rate of {digits[name]} digits of '{name}'", lambda n=name: rate_digits() == digits[n], 5)
             charts.append(Picture.take().crop((295, 500, 55, 280)))  # the value axis with its title
         for i, chart in enumerate(charts):
             self.assertNotIn(chart, charts[:i], "two sensors have the same value axis")
