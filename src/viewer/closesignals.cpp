@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QDialog>
+#include <QMessageBox>
 #include <QSocketNotifier>
 #include <QTimer>
 #include <QWidget>
@@ -61,18 +62,28 @@ CloseSignals::CloseSignals(QWidget* window) : m_window(window), m_notifier(nullp
 
 void CloseSignals::closeWindow()
 {
-    QWidget* modal = QApplication::activeModalWidget();
-    if (modal == nullptr) {
-        m_window->close();
-        return;
+    QList<QMessageBox*> messages;
+    for (QWidget* const widget : QApplication::topLevelWidgets()) {
+        if (!widget->isVisible() || !widget->isModal()) {
+            continue;
+        }
+        auto* const message = qobject_cast<QMessageBox*>(widget);
+        if (message == nullptr) {
+            // Whoever waits for the dialog goes on first: the window must not close below it.
+            if (auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget())) {
+                dialog->reject();
+            }
+            QTimer::singleShot(modalRetryMs, this, &CloseSignals::closeWindow);
+            return;
+        }
+        messages << message;
     }
-    // Whoever waits for the dialog goes on first: the window must not close below it.
-    if (auto* dialog = qobject_cast<QDialog*>(modal)) {
-        dialog->reject();
-    } else {
-        modal->close();
+    // Nothing depends on the answer to a message, and behind it the timers may already prepare the
+    // next one: the window goes first.
+    m_window->close();
+    for (QMessageBox* const message : qAsConst(messages)) {
+        message->close();
     }
-    QTimer::singleShot(modalRetryMs, this, &CloseSignals::closeWindow);
 }
 
 CloseSignals::~CloseSignals()

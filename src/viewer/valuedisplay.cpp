@@ -37,15 +37,13 @@ void MainWindow::updateDataDisplay()
     const Clock::time_point now = Clock::now();
     const auto elapsed =
         std::chrono::duration_cast<std::chrono::milliseconds>(now - lastDisplayUpdateTime);
-    if (displayPeriodMs > elapsed.count() || accX.isEmpty()) {
-        displayTimer->start();
-        return;
-    }
-    {
+    if (displayPeriodMs <= elapsed.count()) {
         const QMutexLocker lock(&dataMutex);
-        const QString sensor = currentSensor;
-        lastDisplayUpdateTime = now;
-        showValues(sensor);
+        if (!accX.isEmpty()) {
+            const QString sensor = currentSensor;
+            lastDisplayUpdateTime = now;
+            showValues(sensor);
+        }
     }
     displayTimer->start();
 }

@@ -75,6 +75,15 @@ public:
         return probe.accX.size();
     }
 
+    /// A copy of a series that shares nothing with it.
+    QVector<double> copyOf(const QVector<double>& series)
+    {
+        const QMutexLocker lock(&probe.dataMutex);
+        QVector<double> copy = series;
+        copy.detach();
+        return copy;
+    }
+
     std::unique_ptr<MainWindow> window = std::make_unique<MainWindow>();
     MainWindowProbe probe{*window};
     Ui_MainWindow* const ui = probe.ui;

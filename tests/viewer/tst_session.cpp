@@ -3,8 +3,11 @@
 #include "calibration/magcalibdlg.h"
 #include "camera/ProgramStates.h"
 #include "look/Style.h"
+#include "viewer/closesignals.h"
 
 #include <qwt_scale_div.h>
+
+#include <csignal>
 
 using namespace viewersession;
 using om::ERROR_CODE;
@@ -355,10 +358,7 @@ private slots:
         // One sensor thread, and the session goes on.
         const int samples = viewer->samples();
         QTRY_VERIFY(viewer->samples() > samples + 20);
-        const QVector<double> times = [&] {
-            const QMutexLocker lock(&probe.dataMutex);
-            return probe.imuTime;
-        }();
+        const QVector<double> times = viewer->copyOf(probe.imuTime);
         for (int i = 1; i < times.size(); ++i) {
             QVERIFY(times.at(i) > times.at(i - 1));
         }
@@ -409,6 +409,28 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(answered && boxes.count() == 1 && viewer->streams(first), 10000);
         QTRY_VERIFY(QApplication::activeModalWidget() == nullptr);
         QVERIFY(viewer->streams(first));
+    }
+
+    void aSignalClosesTheWindowBehindARecurringMessage()
+    {
+        auto poor = camera(MODEL::TIV_Q, first);
+        poor.faults.littleGpuMemory = true;
+        bench().addCamera(poor);
+        start();
+        const CloseSignals closeSignals(viewer->window.get());
+        bool raised = false;
+        BoxWatcher boxes([&](QMessageBox&) {
+            if (!raised && bench().log().count(CALL::OPEN) >= 3) {
+                raised = true;
+                QVERIFY(std::raise(SIGTERM) == 0);
+            }
+        });
+        QTRY_VERIFY(raised);
+        QTRY_VERIFY(!viewer->window->isVisible());
+        QTRY_VERIFY(QApplication::activeModalWidget() == nullptr);
+        QVERIFY(viewer->probe.style == nullptr);
+        QVERIFY(viewer->probe.inputThread == nullptr && viewer->probe.displayTimer == nullptr);
+        QVERIFY(!isBusy());
     }
 
     void theInputThreadSeesTheLossFirst()
@@ -561,15 +583,11 @@ private slots:
         start();
         QTRY_VERIFY(viewer->streams(first));
         QTRY_VERIFY(viewer->samples() > 50);
-        const QVector<double> before = [&] {
-            const QMutexLocker lock(&viewer->probe.dataMutex);
-            return viewer->probe.imuTime;
-        }();
+        const QVector<double> before = viewer->copyOf(viewer->probe.imuTime);
         choose(1);
         QTRY_VERIFY(viewer->streams(second));
         QTRY_VERIFY(viewer->samples() > before.size() + 5);
-        const QMutexLocker lock(&viewer->probe.dataMutex);
-        QCOMPARE(viewer->probe.imuTime.mid(0, before.size()), before);
+        QCOMPARE(viewer->copyOf(viewer->probe.imuTime).mid(0, before.size()), before);
     }
 
     void aChangeOfRowDoesNotStopARecording()
@@ -667,7 +685,12 @@ private slots:
     {
         startStreaming();
         auto& probe = viewer->probe;
+        // Nobody else touches samples and view meanwhile.
         probe.inputThread->stopGrabbing();
+        probe.stopDataThread = true;
+        probe.dataThread->join();
+        delete probe.dataThread;
+        probe.dataThread = nullptr;
         auto* const view = viewer->ui->widget_3d_view;
         // Each signal shows by its effect.
         const auto contextArrives = [&] {
