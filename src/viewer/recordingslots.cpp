@@ -4,13 +4,10 @@
 #include "viewer/mainwindow.h"
 
 #include "camera/InputThreadModul.h"
-#include "look/Style.h"
 #include "recording/recorder.h"
 #include "ui_mainwindow.h"
 
 #include <QDateTime>
-#include <QMessageBox>
-#include <QPushButton>
 #include <QStorageInfo>
 #include <QTextStream>
 
@@ -22,9 +19,12 @@ void MainWindow::on_toolButton_save_clicked(bool checked)
         stopRecording();
         return;
     }
-    if (inputThread == nullptr || !inputThread->isRunning()) {
+    InputThreadModul* const input = inputThread;
+    if (input == nullptr || !input->isRunning()) {
         return; // the button stays checked; nothing is recording
     }
+    // Copied at once: the sensor thread deletes the object when it sees the loss of the camera.
+    const om::CameraInformation camera = input->cameraInfo;
     QString folder = recOptions.saveFolder;
     if (folder.isEmpty()) {
         ui->toolButton_save->setChecked(false);
@@ -34,8 +34,6 @@ void MainWindow::on_toolButton_save_clicked(bool checked)
     recDir = QDir(folder);
     printDiskFreeSpace();
 
-    const om::CameraInformation camera =
-        inputThread->camera.getCameraInformation(om::Resolution(0, 0));
     const QString name = recorder::fileName(
         QDateTime::currentDateTime(), QString::fromUtf8(om::toString(camera.cameraModel).c_str()),
         camera.serialNumber);
@@ -44,16 +42,8 @@ void MainWindow::on_toolButton_save_clicked(bool checked)
     recording = true;
     recFile.setFileName(folder + name);
     if (!recFile.open(QIODevice::WriteOnly | QIODevice::Text)) {
-        QMessageBox box;
-        box.setIcon(QMessageBox::Warning);
-        box.setWindowTitle(tr("File error"));
-        box.setText(tr("Error while opening file for writing"));
-        box.setStyleSheet(style->splashStyle);
-        box.setFont(style->fontPro9);
-        QPushButton* button = box.addButton(tr("Ok"), QMessageBox::AcceptRole);
-        button->setStyleSheet(style->statusOnStyle);
-        button->setFont(style->fontPro9);
-        box.exec();
+        showMessage(QMessageBox::Warning, tr("File error"),
+                    tr("Error while opening file for writing"));
         // recording stays set: without an open file no row is written, and the next start or stop
         // settles it.
         ui->toolButton_save->setChecked(false);
