@@ -9,6 +9,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include <memory>
+
 namespace {
 
 recorder::Row rowAt(int index)
@@ -42,8 +44,9 @@ QString tmpfsFolder()
 /// The file is begun anew now and then, so that a long run doesn't fill the memory.
 constexpr qint64 largestFile = 64 * 1024 * 1024;
 
-template <typename WriteRow>
-void run(benchmark::State& state, WriteRow writeRow)
+/// Makes the writer for the open file, and lets it write.
+template <typename MakeWriter>
+void run(benchmark::State& state, MakeWriter makeWriter)
 {
     QTemporaryDir folder(tmpfsFolder());
     QFile file(folder.filePath(QStringLiteral("rows.csv")));
@@ -51,9 +54,10 @@ void run(benchmark::State& state, WriteRow writeRow)
         state.SkipWithError("cannot write on tmpfs");
         return;
     }
+    const auto writeRow = makeWriter(file);
     int index = 0;
     for (auto _ : state) {
-        writeRow(file, rowAt(index++));
+        writeRow(rowAt(index++));
         if (file.pos() > largestFile) {
             file.seek(0);
         }
@@ -72,9 +76,11 @@ RecOptions allColumns()
 void BM_RowAsRecorded(benchmark::State& state)
 {
     const RecOptions options = allColumns();
-    run(state, [&](QFile& file, const recorder::Row& row) {
-        QTextStream stream(&file);
-        recorder::writeRow(stream, options, row);
+    run(state, [&](QFile& file) {
+        return [&](const recorder::Row& row) {
+            QTextStream stream(&file);
+            recorder::writeRow(stream, options, row);
+        };
     });
 }
 BENCHMARK(BM_RowAsRecorded);
@@ -83,12 +89,10 @@ BENCHMARK(BM_RowAsRecorded);
 void BM_RowOfOneStream(benchmark::State& state)
 {
     const RecOptions options = allColumns();
-    std::unique_ptr<QTextStream> stream;
-    run(state, [&](QFile& file, const recorder::Row& row) {
-        if (!stream) {
-            stream = std::make_unique<QTextStream>(&file);
-        }
-        recorder::writeRow(*stream, options, row);
+    run(state, [&](QFile& file) {
+        return [&options, stream = std::make_unique<QTextStream>(&file)](const recorder::Row& row) {
+            recorder::writeRow(*stream, options, row);
+        };
     });
 }
 BENCHMARK(BM_RowOfOneStream);

@@ -33,18 +33,18 @@ constexpr std::array<Switch, 7> switches{{
 
 struct CheckBox
 {
-    QCheckBox* Ui::RecOptionDlg::*box;
+    QCheckBox* Ui_RecOptionDlg::*box;
     bool RecOptions::*field;
 };
 
 constexpr std::array<CheckBox, 7> checkBoxes{{
-    {&Ui::RecOptionDlg::checkBox_accel, &RecOptions::accelerometer},
-    {&Ui::RecOptionDlg::checkBox_gyro, &RecOptions::gyroscope},
-    {&Ui::RecOptionDlg::checkBox_mag, &RecOptions::magnetometer},
-    {&Ui::RecOptionDlg::checkBox_orient, &RecOptions::orientation},
-    {&Ui::RecOptionDlg::checkBox_baro, &RecOptions::barometer},
-    {&Ui::RecOptionDlg::checkBox_temp, &RecOptions::temperatures},
-    {&Ui::RecOptionDlg::checkBox_mov, &RecOptions::movement},
+    {&Ui_RecOptionDlg::checkBox_accel, &RecOptions::accelerometer},
+    {&Ui_RecOptionDlg::checkBox_gyro, &RecOptions::gyroscope},
+    {&Ui_RecOptionDlg::checkBox_mag, &RecOptions::magnetometer},
+    {&Ui_RecOptionDlg::checkBox_orient, &RecOptions::orientation},
+    {&Ui_RecOptionDlg::checkBox_baro, &RecOptions::barometer},
+    {&Ui_RecOptionDlg::checkBox_temp, &RecOptions::temperatures},
+    {&Ui_RecOptionDlg::checkBox_mov, &RecOptions::movement},
 }};
 
 class Store : public QSettings
@@ -107,7 +107,7 @@ int sampleFreqOfRow(int row)
     return sampleFrequencies[static_cast<std::size_t>(row)];
 }
 
-RecOptionDlg::RecOptionDlg(QWidget* parent) : QDialog(parent), ui(new Ui::RecOptionDlg)
+RecOptionDlg::RecOptionDlg(QWidget* parent) : QDialog(parent), ui(new Ui_RecOptionDlg)
 {
     ui->setupUi(this);
 

@@ -5,9 +5,7 @@
 #include <QDialog>
 #include <QString>
 
-namespace Ui {
-class RecOptionDlg;
-}
+class Ui_RecOptionDlg;
 
 /// The persistent options of a recording. Interface thread; the sensor thread reads the fields
 /// while a recording runs, and they can't change during one.
@@ -60,8 +58,10 @@ public slots:
     void on_pushButton_rec_folder_clicked();
 
 private:
-    Ui::RecOptionDlg* ui;
+    Ui_RecOptionDlg* ui; // owned
 
 public:
-    RecOptions options; ///< as of the last accept()
+    /// What was stored when the dialog was made. A folder is taken over when it is chosen, all the
+    /// rest by accept().
+    RecOptions options;
 };

@@ -6,6 +6,7 @@
 #include <QLocale>
 #include <QTest>
 #include <QTextStream>
+#include <QTranslator>
 
 #include <clocale>
 #include <cmath>
@@ -95,6 +96,17 @@ QString written(const RecOptions& options, const recorder::Row& row)
     return text;
 }
 
+/// Answers each text of the main window in capitals.
+class CapitalsTranslator : public QTranslator
+{
+public:
+    bool isEmpty() const override { return false; }
+    QString translate(const char* context, const char* text, const char*, int) const override
+    {
+        return qstrcmp(context, "MainWindow") == 0 ? QString::fromUtf8(text).toUpper() : QString();
+    }
+};
+
 } // namespace
 
 class TestRecorder : public QObject
@@ -153,6 +165,16 @@ private slots:
         QVERIFY(recorder::header(optionsOf(Mov | Temp))
                     .contains(QStringLiteral("moving, temp_left[C],")));
         QVERIFY(recorder::header(optionsOf(Mov)).endsWith(QStringLiteral("moving, ")));
+    }
+
+    void everyTextOfTheHeaderIsTranslated()
+    {
+        const QString plain = recorder::header(optionsOf(127));
+        CapitalsTranslator translator;
+        QCoreApplication::installTranslator(&translator);
+        const QString translated = recorder::header(optionsOf(127));
+        QCoreApplication::removeTranslator(&translator);
+        QCOMPARE(translated, plain.toUpper());
     }
 
     void numbersHaveNineDigitsWhateverTheirSize_data()
@@ -241,11 +263,10 @@ private slots:
 
     void freeSpaceWarnsByTheValueNotByTheText()
     {
-        QCOMPARE(recorder::freeSpaceText(9.95, QStringLiteral("/d")),
-                 QStringLiteral("Disk Free Space: %1 Gb  on /d").arg(9.95, 4, 'f', 1));
-        QCOMPARE(recorder::freeSpaceText(9.96, QStringLiteral("/d")),
+        constexpr double gibibytes = 10683731149.0 / (1 << 30); // 9.95, the last byte rounded up
+        QCOMPARE(recorder::freeSpaceText(gibibytes, QStringLiteral("/d")),
                  QStringLiteral("Disk Free Space: 10.0 Gb  on /d"));
-        QCOMPARE(recorder::freeSpaceStyle(9.96), QStringLiteral("color : rgb(250,20,20);"));
+        QCOMPARE(recorder::freeSpaceStyle(gibibytes), QStringLiteral("color : rgb(250,20,20);"));
         QCOMPARE(recorder::freeSpaceStyle(10.0), QStringLiteral("color : rgb(20,20,20);"));
         QCOMPARE(recorder::freeSpaceText(3.0, QStringLiteral("/d")),
                  QStringLiteral("Disk Free Space:  3.0 Gb  on /d"));
