@@ -276,19 +276,19 @@ private:
     json fault()
     {
         const auto target = camera();
-        if (m_request.value("clear", false)) {
-            m_bench.setFaults(target->serialNumber(), Faults());
+        const bool clear = m_request.value("clear", false);
+        const json given = m_request.value("faults", json::object());
+        if (!given.is_object()) {
+            throw Refusal("\"faults\" must be an object");
         }
-        if (m_request.contains("faults")) {
-            const json& given = m_request.at("faults");
-            if (!given.is_object()) {
-                throw Refusal("\"faults\" must be an object");
-            }
-            json wanted = faultsAsJson(target->faults(), true);
-            wanted.update(given);
-            const Faults faults =
-                readCamera({{"model", "TIV_Q"}, {"serialNumber", 1}, {"faults", wanted}}).faults;
-            m_bench.setFaults(target->serialNumber(), faults);
+        if (clear || !given.empty()) {
+            // In one go, so that a fault that counts down meanwhile is not set back.
+            target->changeFaults([&](Faults& faults) {
+                json wanted = faultsAsJson(clear ? Faults() : faults, true);
+                wanted.update(given);
+                faults = readCamera({{"model", "TIV_Q"}, {"serialNumber", 1}, {"faults", wanted}})
+                             .faults;
+            });
         }
         return {{"faults", faultsAsJson(target->faults(), true)}};
     }

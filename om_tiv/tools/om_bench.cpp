@@ -138,7 +138,7 @@ int main(int argc, char** argv)
     bool unplugged = false;
     std::string replay;
     bool once = false;
-    add->add_option("MODEL", model, "TIV_N, TIV_P, TIV_Q, TIV_R or TIV_S")->required();
+    add->add_option("MODEL", model, "TIV, TIV_N, TIV_P, TIV_Q, TIV_R or TIV_S")->required();
     add->add_option("SERIAL", serial, "Serial number")->required();
     add->add_option("--id", id, "Camera id; by default the position in the list");
     add->add_option("--firmware", firmware, "Firmware version");

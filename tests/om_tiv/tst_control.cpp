@@ -356,6 +356,30 @@ private slots:
         QVERIFY(!theBench().faults(serial).mcuSilent);
     }
 
+    void refusedFaultsLeaveAllAsTheyWere()
+    {
+        theBench().changeFaults(serial, [](Faults& faults) { faults.grabFailures = 3; });
+        const json answer = ask({{"command", "fault"},
+                                 {"serialNumber", serial},
+                                 {"clear", true},
+                                 {"faults", {{"mcuSilent", true}, {"gremlins", true}}}});
+        QVERIFY(!answer.at("ok").get<bool>());
+        QCOMPARE(theBench().faults(serial).grabFailures, 3);
+        QVERIFY(!theBench().faults(serial).mcuSilent);
+    }
+
+    void clearWithFaultsLeavesJustThese()
+    {
+        theBench().changeFaults(serial, [](Faults& faults) { faults.grabFailures = 3; });
+        const json answer = ask({{"command", "fault"},
+                                 {"serialNumber", serial},
+                                 {"clear", true},
+                                 {"faults", {{"mcuSilent", true}}}});
+        QVERIFY(answer.at("ok").get<bool>());
+        QCOMPARE(theBench().faults(serial).grabFailures, 0);
+        QVERIFY(theBench().faults(serial).mcuSilent);
+    }
+
     void answersToBytesThatAreNoTextAreStillJson()
     {
         const std::string request = std::string("{\"command\":\"\xff\xfe\"}");
