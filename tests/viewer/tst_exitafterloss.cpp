@@ -35,6 +35,9 @@ int live(const QByteArray& life)
     }
     if (life != "close") {
         bench().unplug(serial);
+        while (probe.dataThreadRunning) {
+            QThread::msleep(1); // it sees the loss by itself
+        }
         if (!waitFor([&] { return !probe.ui->comboBox_camera_list->isEnabled(); })) {
             return 2;
         }

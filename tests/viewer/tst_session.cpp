@@ -439,21 +439,26 @@ private slots:
         auto& probe = viewer->probe;
         std::thread* const handle = probe.dataThread;
         bool looked = false;
+        bool leftBehind = false;
         bench().setOpenHook([&](const om::InitParameters&) {
             looked = true;
             bench().clearScripts(first);
-            // The sensor thread found the camera closed and has left by itself.
+            // The sensor thread found the camera closed and has left by itself, as a rule before
+            // the reset would have joined it.
+            leftBehind = probe.dataThread == handle;
+            QVERIFY(leftBehind || probe.dataThread == nullptr);
             QVERIFY(!probe.dataThreadRunning);
-            QVERIFY(probe.dataThread == handle && handle->joinable());
             QVERIFY(probe.cameraLost);
             QVERIFY(probe.accX.isEmpty());
         });
         bench().scriptGrab(first, {ERROR_CODE::SUCCESS, ERROR_CODE::CAMERA_GONE});
         QTRY_VERIFY(looked);
         QTRY_VERIFY(viewer->streams(first));
-        QVERIFY(probe.dataThread != handle);
-        handle->join();
-        delete handle;
+        if (leftBehind) {
+            QVERIFY(probe.dataThread != handle);
+            handle->join();
+            delete handle;
+        }
     }
 
     void aLossThatTheSensorThreadHasNotSeenEndsIt()
@@ -527,13 +532,15 @@ private slots:
         QCOMPARE(bench().log().count(CALL::OPEN), 2ULL);
         QVERIFY(bench().log().last(CALL::OPEN)->result != 0);
 
+        const bool leftBehind = probe.dataThread == handle;
         bench().plug(first);
         QTRY_VERIFY(viewer->streams(first));
         QVERIFY(viewer->ui->comboBox_camera_list->isEnabled());
         QCOMPARE(boxes.count(), 0);
-        QVERIFY(probe.dataThread != handle);
-        handle->join();
-        delete handle;
+        if (leftBehind) {
+            handle->join();
+            delete handle;
+        }
     }
 
     void aLossThatArrivesTwiceIsHandledTwice()
@@ -541,11 +548,8 @@ private slots:
         startStreaming();
         auto& probe = viewer->probe;
         bench().unplug(first);
-        while (probe.dataThreadRunning || probe.inputThread->isRunning()) {
+        while (probe.dataThreadRunning) {
             QThread::msleep(1);
-            if (probe.inputThread == nullptr) {
-                break;
-            }
         }
         std::thread* const handle = probe.dataThread;
         viewer->window->cameraDisconnected();

@@ -62,7 +62,9 @@ private:
         bench().unplug(first);
         bench().unplug(second);
         QTRY_VERIFY(!viewer->ui->comboBox_camera_list->isEnabled());
-        leftBehind << handle;
+        if (probe.dataThread == handle) {
+            leftBehind << handle; // the thread saw the loss by itself, and nobody joins it
+        }
         bench().plug(first);
         bench().plug(second);
         // Two ticks ahead of the poll, to save the time of waiting for them.
