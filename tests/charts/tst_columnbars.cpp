@@ -327,5 +327,5 @@ void TestColumnBars::axisWithoutWidthGivesOneColumn()
     QVERIFY(reduction.lines.empty());
 }
 
-QTEST_MAIN(TestColumnBars)
+QTEST_APPLESS_MAIN(TestColumnBars)
 #include "tst_columnbars.moc"
