@@ -174,6 +174,7 @@ private slots:
     void stopDrawForgetsTheImageAndKeepsTheTexture();
     void deinitMakesTheTextureUnavailable();
     void setAvailableIsEnoughToHideThePicture();
+    void destructorDeletesTheNewestTexture();
 
     void leftClickStoresFractionsOfTheWidget_data();
     void leftClickStoresFractionsOfTheWidget();
@@ -628,6 +629,22 @@ void TestOgl2dWidget::setAvailableIsEnoughToHideThePicture()
     QCOMPARE(view.picture().pixel(50, 25), qRgb(0, 0, 0));
     view.setAvailable(true);
     QCOMPARE(view.picture().pixel(50, 25), qRgb(255, 0, 0));
+}
+
+void TestOgl2dWidget::destructorDeletesTheNewestTexture()
+{
+    auto view = std::make_unique<View>();
+    QVERIFY(view->showOnScreen(200, 100));
+    view->InitGLProcess(64, 32, 256);
+    const GLuint first = view->texture;
+    view->InitGLProcess(64, 32, 256);
+    const GLuint second = view->texture;
+    QGLWidget other(nullptr, view.get()); // shares the view's objects
+    QVERIFY(other.isSharing());
+    view.reset();
+    other.makeCurrent();
+    QVERIFY(glIsTexture(first) != GL_FALSE);
+    QCOMPARE(glIsTexture(second), GLboolean{GL_FALSE});
 }
 
 // ---- Mouse --------------------------------------------------------------------------------------

@@ -882,11 +882,13 @@ void TestOgl3dWidget::lineWidthOfTheAccelerationStays()
 
 void TestOgl3dWidget::depthTestIsOff()
 {
+    // The small model's lenses are on its far side and show all the same.
     SceneView view;
-    QVERIFY(view.showScene(320, 220, 2));
+    QVERIFY(view.showScene(320, 220, 1));
+    const QImage without = view.grabFramebuffer();
     view.makeCurrent();
     glEnable(GL_DEPTH_TEST);
-    view.paintNow();
+    QCOMPARE(view.grabFramebuffer(), without);
     view.makeCurrent();
     QCOMPARE(glIsEnabled(GL_DEPTH_TEST), GLboolean{GL_FALSE});
 }
