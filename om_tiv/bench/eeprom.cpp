@@ -205,7 +205,7 @@ MagCalibration EepromStore::load(unsigned int serial, Image& image)
     std::string damage;
     std::vector<std::uint8_t> bytes(2 * fileBytes);
     if (file.get() < 0) {
-        if (m_folder.empty() || errno == ENOENT) {
+        if (m_folder.empty() || errno == ENOENT || errno == ENOTDIR) {
             return image.calibration;
         }
         damage = std::strerror(errno);

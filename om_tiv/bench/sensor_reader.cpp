@@ -48,7 +48,8 @@ SensorReader::SensorReader(std::shared_ptr<VirtualCamera> camera, COORDINATE_SYS
     const Nanoseconds now = m_camera->clock().now();
     for (Stream* const stream : {&m_imu, &m_magnetometer, &m_barometer}) {
         const auto last = m_source->newest(stream->kind, now);
-        stream->first = last ? *last + 1 : 0;
+        // The slow streams begin with what is known: a record without a pressure would be a vacuum.
+        stream->first = last ? *last + (stream->kind == STREAM::IMU ? 1 : 0) : 0;
     }
     if (m_source->has(STREAM::BAROMETER)) {
         // The average lies around the opening; a single noisy sample would be an error for good.

@@ -12,8 +12,8 @@
 
 namespace om::bench {
 
-/// The sensor stream of one opening of a camera. It begins with the first samples after it. Any
-/// thread.
+/// The sensor stream of one opening of a camera. It begins with the first IMU sample after it, and
+/// with the newest readings of the others at that moment. Any thread.
 class SensorReader
 {
 public:
