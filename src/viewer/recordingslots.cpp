@@ -38,6 +38,9 @@ void MainWindow::on_toolButton_save_clicked(bool checked)
         QDateTime::currentDateTime(), QString::fromUtf8(om::toString(camera.cameraModel).c_str()),
         camera.serialNumber);
 
+    // Made beforehand: until it is in the open file, a row could stand above it.
+    const QString header = recorder::header(recOptions);
+
     // Up before the file is open: a row that falls in between finds it closed and is left out.
     recording = true;
     recFile.setFileName(folder + name);
@@ -51,7 +54,7 @@ void MainWindow::on_toolButton_save_clicked(bool checked)
     }
     {
         QTextStream stream(&recFile);
-        stream << recorder::header(recOptions) << '\n';
+        stream << header << '\n';
     }
 
     recPeriodSec = recorder::periodSec(recOptions.sampleFreq);
