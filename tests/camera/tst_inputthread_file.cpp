@@ -117,6 +117,7 @@ private slots:
 
     void rateOfAFileIsNotLimited();
     void framesFollowAtTheirRecordedPace();
+    void lateFrameIsNotHeldBack();
     void frameWithoutATimeLeavesThePaceAlone();
     void firstFrameIsNotHeldBack();
     void longGapIsNotWaitedFor();
@@ -378,6 +379,19 @@ void TestInputThreadFile::framesFollowAtTheirRecordedPace()
     }
     // From the first frame's timer to the last one's at least the four gaps have passed.
     QVERIFY(real.msecsTo(file.input->playbackTimer) >= 159);
+}
+
+void TestInputThreadFile::lateFrameIsNotHeldBack()
+{
+    constexpr Nanoseconds GAP = 900 * om::bench::NS_PER_MS;
+    SteppedFile file({START, START + GAP, START + 2 * GAP, START + 3 * GAP});
+    QVERIFY(file.play());
+    // The gap passes while the first frame is still in use.
+    QTRY_VERIFY(file.input->playbackTimer.elapsed() >= 900);
+    QElapsedTimer real;
+    real.start();
+    QVERIFY(file.gate.step());
+    QVERIFY(real.elapsed() < 900);
 }
 
 void TestInputThreadFile::frameWithoutATimeLeavesThePaceAlone()

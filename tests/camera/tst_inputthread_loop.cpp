@@ -149,6 +149,7 @@ private slots:
     void grabMutexIsHeldAroundTheGrabOnly();
 
     void frameIsRetrievedIntoGpuMemory();
+    void secondImageAndMeasureHaveTheirOwnSize();
     void viewsFollowTheAttributes();
     void depthOffRetrievesNoMeasure();
     void retrievalReusesTheBuffers();
@@ -163,6 +164,7 @@ private slots:
     void rateOfALiveCameraIsLimitedToTheOneAskedFor();
     void reportedRateIsTheMeanOfTheLastTwoFrames();
     void imageSignalComesOncePerGoodGrab();
+    void liveCameraIsNotPaced();
 
     void failedGrabIsTriedAgain_data();
     void failedGrabIsTriedAgain();
@@ -183,6 +185,7 @@ private slots:
     void destructorEndsAThreadThatWasNeverEnabled();
     void destructorEndsARunningThread();
     void destructorOnAnotherThreadAfterALoss();
+    void destructorMakesTheContextCurrent();
     void destructorClearsTheLastCudaError();
 };
 
@@ -329,6 +332,20 @@ void TestInputThreadLoop::frameIsRetrievedIntoGpuMemory()
     const QString tail = QString(", memory 2, %1 x %2").arg(size.width).arg(size.height);
     QCOMPARE(described(retrievals()),
              QStringList({"image 0" + tail, "image 0" + tail, "measure 4" + tail}));
+}
+
+void TestInputThreadLoop::secondImageAndMeasureHaveTheirOwnSize()
+{
+    SteppedInput stepped(false);
+    QVERIFY(stepped.ready);
+    stepped.input->image2Size = om::Resolution(320, 200);
+    stepped.input->startGrabbing();
+    bench().log().clear();
+    QVERIFY(stepped.step());
+    const om::Resolution size = stepped.input->imageSize;
+    QCOMPARE(described(retrievals()),
+             QStringList({QString("image 0, memory 2, %1 x %2").arg(size.width).arg(size.height),
+                          "image 0, memory 2, 320 x 200", "measure 4, memory 2, 320 x 200"}));
 }
 
 void TestInputThreadLoop::viewsFollowTheAttributes()
@@ -606,6 +623,16 @@ void TestInputThreadLoop::imageSignalComesOncePerGoodGrab()
     QCOMPARE(stepped.images.load(), 2);
 }
 
+void TestInputThreadLoop::liveCameraIsNotPaced()
+{
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    QVERIFY(stepped.step());
+    QVERIFY(stepped.input->camera.getTimestamp(om::TIME_REFERENCE::IMAGE) != 0);
+    QCOMPARE(stepped.input->lastPlaybackTime, std::uint64_t(0));
+    QVERIFY(!stepped.input->playbackTimer.isValid());
+}
+
 void TestInputThreadLoop::failedGrabIsTriedAgain_data()
 {
     QTest::addColumn<int>("result");
@@ -826,7 +853,6 @@ void TestInputThreadLoop::destructorFreesEverything()
     QFETCH(QString, stage);
     const bool open = stage != "built";
     const bool allocate = open && stage != "opened";
-    CUcontext context = nullptr;
     {
         InputThreadModul input;
         input.enableToStart(true);
@@ -849,13 +875,8 @@ void TestInputThreadLoop::destructorFreesEverything()
             bench().unplug(SERIAL);
             QVERIFY(input.wait(20000));
         }
-        context = input.cudaContext;
         cuCtxSetCurrent(nullptr);
     }
-    // The buffers are freed in the camera's context, whatever the thread's own was.
-    CUcontext current = nullptr;
-    cuCtxGetCurrent(&current);
-    QCOMPARE(current, context);
     QVERIFY(!inUse());
     QCOMPARE(gpuBlocks(), std::size_t(0));
     QCOMPARE(cudaGetLastError(), cudaSuccess);
@@ -906,6 +927,26 @@ void TestInputThreadLoop::destructorOnAnotherThreadAfterALoss()
     sensorThread.join();
     QVERIFY(!inUse());
     QCOMPARE(gpuBlocks(), std::size_t(0));
+}
+
+void TestInputThreadLoop::destructorMakesTheContextCurrent()
+{
+    CUcontext context = nullptr;
+    {
+        InputThreadModul input;
+        QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+        QVERIFY(input.CreateMemories());
+        context = input.cudaContext;
+        QVERIFY(context);
+        // Freeing GPU memory would bind the device's context by itself.
+        input.imageGpu.free(om::MEM::GPU);
+        input.image2Gpu.free(om::MEM::GPU);
+        input.measureGpu.free(om::MEM::GPU);
+        cuCtxSetCurrent(nullptr);
+    }
+    CUcontext current = nullptr;
+    cuCtxGetCurrent(&current);
+    QCOMPARE(current, context);
 }
 
 void TestInputThreadLoop::destructorClearsTheLastCudaError()
