@@ -19,6 +19,8 @@ using om::bench::NS_PER_S;
 using om::bench::STREAM;
 using om::bench::Vector;
 
+Q_DECLARE_METATYPE(om::MODEL)
+
 namespace {
 
 /// Degrees between two headings.
@@ -257,8 +259,6 @@ void TestCalibPhysics::exchangedAxesOrSignsWouldShow()
     }
     close();
 }
-
-Q_DECLARE_METATYPE(om::MODEL)
 
 QTEST_MAIN(TestCalibPhysics)
 #include "tst_calibphysics.moc"

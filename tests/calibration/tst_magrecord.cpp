@@ -13,6 +13,8 @@
 
 using magrecord::Calibration;
 
+Q_DECLARE_METATYPE(Calibration)
+
 namespace {
 
 om::_mag_calib_data recordOf(const Calibration& calibration)
@@ -223,8 +225,6 @@ void TestMagRecord::comparisonNeverAcceptsNaN()
         record.offset[index - 3] = nan;
     QVERIFY(!magrecord::equal(stored(record).data(), record));
 }
-
-Q_DECLARE_METATYPE(Calibration)
 
 QTEST_APPLESS_MAIN(TestMagRecord)
 #include "tst_magrecord.moc"

@@ -9,6 +9,8 @@ using om::bench::CALL;
 using om::bench::CameraConfig;
 using om::bench::Faults;
 
+Q_DECLARE_METATYPE(om::MODEL)
+
 namespace {
 
 using Values = std::array<double, 3>;
@@ -486,8 +488,6 @@ void TestMcuLink::withoutACameraLoadAndStoreFail()
     QCOMPARE(f.boxes.seen.size(), 3);
     QCOMPARE(f.boxes.unexpected, 0);
 }
-
-Q_DECLARE_METATYPE(om::MODEL)
 
 QTEST_MAIN(TestMcuLink)
 #include "tst_mculink.moc"
