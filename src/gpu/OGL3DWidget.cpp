@@ -423,9 +423,12 @@ void OGL3DWidget::wheelEvent(QWheelEvent* event)
     if (camera == nullptr) {
         return;
     }
-    // The dominant axis counts, in eighths of a degree; less than a degree moves nothing.
-    const QPoint angle = event->angleDelta();
-    const int steps = (qAbs(angle.x()) > qAbs(angle.y()) ? angle.x() : angle.y()) / 8;
+    // In eighths of a degree; less than a degree moves nothing. Qt sends a diagonal turn as two
+    // events, the second one without an angleDelta(): only delta() has one axis in each.
+    QT_WARNING_PUSH
+    QT_WARNING_DISABLE_DEPRECATED
+    const int steps = event->delta() / 8;
+    QT_WARNING_POP
     camera->translate(
         scaled(scaled(negated(camera->getForward()), static_cast<float>(steps)), wheelFactor));
 }

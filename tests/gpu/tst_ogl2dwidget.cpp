@@ -3,6 +3,7 @@
 
 #include <QApplication>
 #include <QMouseEvent>
+#include <QOpenGLFunctions>
 #include <QScreen>
 #include <QSignalSpy>
 #include <QtTest>
@@ -168,6 +169,8 @@ private slots:
     void newFrameReplacesTheFormerOne();
     void ingestWithoutAnImageSwitchesNoContext();
     void ingestSetsBothContexts();
+    void initAndPaintSetTheCudaContext();
+    void paintLeavesItsArraysEnabled();
     void pictureStaysUntilTheNextIngest();
 
     void stopDrawClearsWithTheFormerColour();
@@ -181,6 +184,7 @@ private slots:
     void rightClickClearsThePoint();
     void guardedLeftClickIsIgnored();
     void otherButtonsStoreNothing();
+    void releaseStaysInTheView();
 
     void failedRegistrationPrintsItsName();
     void failedCopyLeavesTheLastPicture_data();
@@ -562,6 +566,57 @@ void TestOgl2dWidget::ingestSetsBothContexts()
     cuDevicePrimaryCtxRelease(0);
 }
 
+void TestOgl2dWidget::initAndPaintSetTheCudaContext()
+{
+    const GpuImage image(64, 32, 256);
+    View view;
+    QVERIFY(view.showOnScreen(200, 100));
+    CUcontext primary = nullptr;
+    cuDevicePrimaryCtxRetain(&primary, 0);
+    view.cudaContext = primary;
+    const auto after = [](auto call) {
+        cuCtxSetCurrent(nullptr);
+        call();
+        CUcontext now = nullptr;
+        cuCtxGetCurrent(&now);
+        return now;
+    };
+    view.doneCurrent();
+    QCOMPARE(after([&] { view.InitGLProcess(64, 32, 256); }), primary);
+    QCOMPARE(QGLContext::currentContext(), view.context());
+    QCOMPARE(after([&] { view.updateGL(); }), CUcontext(nullptr)); // no image, nothing to draw
+    view.gpuImage = image.data();
+    QCOMPARE(after([&] { view.updateGL(); }), primary);
+    cuDevicePrimaryCtxRelease(0);
+}
+
+void TestOgl2dWidget::paintLeavesItsArraysEnabled()
+{
+    const GpuImage image(64, 32, 256);
+    View view;
+    QVERIFY(view.showOnScreen(200, 100));
+    view.InitGLProcess(64, 32, 256);
+    view.gpuImage = image.data();
+    view.Ingest();
+    view.updateGL();
+    view.makeCurrent();
+    QOpenGLFunctions* const gl = view.context()->contextHandle()->functions();
+    const GLint sizes[] = {3, 2}; // corners and texture coordinates
+    for (GLuint attribute = 0; attribute < 2; ++attribute) {
+        GLint value = -1;
+        gl->glGetVertexAttribiv(attribute, GL_VERTEX_ATTRIB_ARRAY_ENABLED, &value);
+        QCOMPARE(value, GL_TRUE);
+        gl->glGetVertexAttribiv(attribute, GL_VERTEX_ATTRIB_ARRAY_SIZE, &value);
+        QCOMPARE(value, sizes[attribute]);
+    }
+    for (const GLenum binding : {GL_CURRENT_PROGRAM, GL_TEXTURE_BINDING_2D}) {
+        GLint value = -1;
+        glGetIntegerv(binding, &value);
+        QCOMPARE(value, 0);
+    }
+    QCOMPARE(glGetError(), GLenum{GL_NO_ERROR});
+}
+
 void TestOgl2dWidget::pictureStaysUntilTheNextIngest()
 {
     const GpuImage image(64, 32, 256);
@@ -719,6 +774,15 @@ void TestOgl2dWidget::otherButtonsStoreNothing()
     view.resize(200, 100);
     release(view, Qt::MiddleButton, {100, 50});
     QCOMPARE(selectedPoint(), std::make_pair(0.0, 0.0));
+}
+
+void TestOgl2dWidget::releaseStaysInTheView()
+{
+    View view;
+    QMouseEvent event(QEvent::MouseButtonRelease, {5, 5}, Qt::MiddleButton, Qt::NoButton,
+                      Qt::NoModifier);
+    QApplication::sendEvent(&view, &event);
+    QVERIFY(event.isAccepted()); // the base class would have passed it on
 }
 
 // ---- Failures -----------------------------------------------------------------------------------

@@ -147,6 +147,7 @@ class TestOgl3dWidget : public QObject
 
 private slots:
     void cleanup();
+    void cleanupTestCase();
 
     void startsWithoutAScene();
     void takesTheApplicationsFormat();
@@ -200,11 +201,41 @@ private slots:
     void overlayIsNotShownByItself();
     void rampIsDarkestInTheMiddle_data();
     void rampIsDarkestInTheMiddle();
+
+private:
+    /// A window of 320 x 240 that is shown once, with a scene built anew: showing one is slow.
+    SceneView& freshScene(int model);
+
+    std::unique_ptr<SceneView> shownView;
 };
 
 void TestOgl3dWidget::cleanup()
 {
     ProgramStates::resetStates();
+}
+
+void TestOgl3dWidget::cleanupTestCase()
+{
+    shownView.reset();
+}
+
+SceneView& TestOgl3dWidget::freshScene(int model)
+{
+    if (shownView == nullptr) {
+        shownView = std::make_unique<SceneView>();
+        if (!shownView->showScene(320, 240, model)) {
+            qFatal("no window with OpenGL");
+        }
+        return *shownView;
+    }
+    ProgramStates::setIntAttr(ProgramStates::cameraModel, model);
+    shownView->InitProcess();
+    shownView->setGeometry(0, 0, 320, 240);
+    shownView->setAccStrenght(0, 0, 0);
+    shownView->mousePressed = false;
+    shownView->raise();
+    shownView->picture();
+    return *shownView;
 }
 
 // ---- Construction -------------------------------------------------------------------------------
@@ -322,8 +353,7 @@ void TestOgl3dWidget::sceneOfAHiddenViewIsHarmless()
 
 void TestOgl3dWidget::initProcessBuildsTheScene()
 {
-    SceneView view;
-    QVERIFY(view.showScene(640, 480, 2));
+    SceneView& view = freshScene(2);
     QVERIFY(view.sceneReady);
     QCOMPARE(valuesOf(view.camera->getPosition()),
              (std::array<float, 3>{-0.0542544F, -0.109509F, -0.270714F}));
@@ -381,8 +411,7 @@ void TestOgl3dWidget::initProcessTakesTheThreadsCudaContext()
 
 void TestOgl3dWidget::shadersAreTheirSources()
 {
-    SceneView view;
-    QVERIFY(view.showScene(320, 220, 0));
+    SceneView& view = freshScene(0);
     QVERIFY(view.shaderProgram->isLinked());
     QCOMPARE(view.shaderProgram->parent(), &view);
     const QList<QGLShader*> shaders = view.shaderProgram->shaders();
@@ -402,8 +431,7 @@ void TestOgl3dWidget::shadersAreTheirSources()
 
 void TestOgl3dWidget::axesPointAsTheDisplaySeesThem()
 {
-    SceneView view;
-    QVERIFY(view.showScene(320, 220, 0));
+    SceneView& view = freshScene(0);
     QCOMPARE(OpenObject::drawingTypeOf(*view.axes), GLenum{GL_LINES});
     QCOMPARE(OpenObject::verticesOf(*view.axes),
              (std::vector<float>{0, 0, 0, -1, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, -1}));
@@ -417,8 +445,7 @@ void TestOgl3dWidget::axesPointAsTheDisplaySeesThem()
 
 void TestOgl3dWidget::floorIsARasterOfCrossesWithTicksAtItsCorners()
 {
-    SceneView view;
-    QVERIFY(view.showScene(320, 220, 0));
+    SceneView& view = freshScene(0);
     QCOMPARE(OpenObject::drawingTypeOf(*view.floorGrid), GLenum{GL_LINES});
     const float arm = 1.0F / 3.0F;
     std::vector<float> expected;
@@ -498,8 +525,7 @@ void TestOgl3dWidget::meshFollowsTheCameraModel()
     QFETCH(int, model);
     QFETCH(int, vertices);
     QFETCH(float, aluminium);
-    SceneView view;
-    QVERIFY(view.showScene(320, 220, model));
+    SceneView& view = freshScene(model);
     QCOMPARE(OpenObject::drawingTypeOf(*view.cameraModel), GLenum{GL_TRIANGLES});
     QCOMPARE(static_cast<int>(OpenObject::verticesOf(*view.cameraModel).size()), 3 * vertices);
     QCOMPARE(OpenObject::colorsOf(*view.cameraModel)[0], aluminium);
@@ -521,8 +547,7 @@ void TestOgl3dWidget::meshFollowsTheCameraModel()
 
 void TestOgl3dWidget::laterModelsShareTheMeshOfTheSecond()
 {
-    SceneView view;
-    QVERIFY(view.showScene(320, 220, 2));
+    SceneView& view = freshScene(2);
     const std::vector<float> vertices = OpenObject::verticesOf(*view.cameraModel);
     const std::vector<float> colors = OpenObject::colorsOf(*view.cameraModel);
     for (const int model : {3, 4, 5}) {
@@ -535,8 +560,7 @@ void TestOgl3dWidget::laterModelsShareTheMeshOfTheSecond()
 
 void TestOgl3dWidget::paintingOrderOfTheSmallModel()
 {
-    SceneView view;
-    QVERIFY(view.showScene(320, 220, 1));
+    SceneView& view = freshScene(1);
     const std::vector<float>& colors = OpenObject::colorsOf(*view.cameraModel);
     const std::pair<int, std::array<float, 3>> groups[] = {
         {35 + 52 + 38, {0.79F, 0.82F, 0.93F}},
@@ -564,8 +588,7 @@ void TestOgl3dWidget::paintingOrderOfTheSmallModel()
 
 void TestOgl3dWidget::meshIsMadeAfreshEachTime()
 {
-    SceneView view;
-    QVERIFY(view.showScene(320, 220, 0));
+    SceneView& view = freshScene(0);
     view.makeCurrent();
     const std::unique_ptr<Simple3DObject> first(view.cameraModel);
     view.CreateTIVModel();
@@ -611,8 +634,7 @@ void TestOgl3dWidget::viewerFollowsTheInput()
 {
     QFETCH(int, index);
     const ViewerCase& row = viewerCases[index];
-    SceneView view;
-    QVERIFY(view.showScene(640, 480, 2));
+    SceneView& view = freshScene(2);
     for (const Input& input : row.inputs) {
         apply(view, input);
     }
@@ -629,8 +651,7 @@ void TestOgl3dWidget::viewerFollowsTheInput()
 
 void TestOgl3dWidget::rKeyRestoresExactlyTheFirstViewpoint()
 {
-    SceneView view;
-    QVERIFY(view.showScene(640, 480, 2));
+    SceneView& view = freshScene(2);
     const std::array<float, 16> first = viewProjectionOf(view);
     drag(view, Qt::LeftButton, {10, 10}, {333, -217});
     drag(view, Qt::RightButton, {10, 10}, {-41, 97});
@@ -643,8 +664,7 @@ void TestOgl3dWidget::rKeyRestoresExactlyTheFirstViewpoint()
 
 void TestOgl3dWidget::resetRestoresAFlippedVertical()
 {
-    SceneView view;
-    QVERIFY(view.showScene(640, 480, 2));
+    SceneView& view = freshScene(2);
     const std::array<float, 16> first = viewProjectionOf(view);
     drag(view, Qt::LeftButton, {10, 10}, {0, 700});
     view.paintNow();
@@ -658,11 +678,10 @@ void TestOgl3dWidget::resetRestoresAFlippedVertical()
 void TestOgl3dWidget::bothButtonsOrbitAndPanByZero()
 {
     SceneView orbited;
-    QVERIFY(orbited.showScene(640, 480, 2));
+    QVERIFY(orbited.showScene(320, 240, 2));
     drag(orbited, Qt::LeftButton, {100, 100}, {50, 30});
 
-    SceneView view;
-    QVERIFY(view.showScene(640, 480, 2));
+    SceneView& view = freshScene(2);
     const Qt::MouseButtons both = Qt::LeftButton | Qt::RightButton;
     sendMouse(view, QEvent::MouseButtonPress, {100, 100}, Qt::LeftButton, Qt::LeftButton);
     sendMouse(view, QEvent::MouseButtonPress, {100, 100}, Qt::RightButton, both);
@@ -676,8 +695,7 @@ void TestOgl3dWidget::bothButtonsOrbitAndPanByZero()
 
 void TestOgl3dWidget::moveWithoutPressDoesNothing()
 {
-    SceneView view;
-    QVERIFY(view.showScene(640, 480, 2));
+    SceneView& view = freshScene(2);
     const std::array<float, 16> first = viewProjectionOf(view);
     sendMouse(view, QEvent::MouseMove, {300, 300}, Qt::NoButton, Qt::LeftButton);
     sendMouse(view, QEvent::MouseMove, {200, 300}, Qt::NoButton, Qt::RightButton);
@@ -690,8 +708,7 @@ void TestOgl3dWidget::moveWithoutPressDoesNothing()
 
 void TestOgl3dWidget::middleButtonDoesNotPress()
 {
-    SceneView view;
-    QVERIFY(view.showScene(640, 480, 2));
+    SceneView& view = freshScene(2);
     sendMouse(view, QEvent::MouseButtonPress, {100, 100}, Qt::MiddleButton, Qt::MiddleButton);
     QVERIFY(!view.mousePressed);
     // With the left one held it counts, and takes the position.
@@ -704,8 +721,7 @@ void TestOgl3dWidget::middleButtonDoesNotPress()
 
 void TestOgl3dWidget::anyReleaseEndsTheDrag()
 {
-    SceneView view;
-    QVERIFY(view.showScene(640, 480, 2));
+    SceneView& view = freshScene(2);
     const std::array<float, 16> first = viewProjectionOf(view);
     sendMouse(view, QEvent::MouseButtonPress, {100, 100}, Qt::LeftButton, Qt::LeftButton);
     sendMouse(view, QEvent::MouseButtonRelease, {100, 100}, Qt::MiddleButton, Qt::LeftButton);
@@ -716,8 +732,7 @@ void TestOgl3dWidget::anyReleaseEndsTheDrag()
 
 void TestOgl3dWidget::positionsAreRoundedAndNarrowed()
 {
-    SceneView view;
-    QVERIFY(view.showScene(640, 480, 2));
+    SceneView& view = freshScene(2);
     sendMouse(view, QEvent::MouseButtonPress, {10.5, 20.4}, Qt::RightButton, Qt::RightButton);
     QCOMPARE(int(view.previousMouse.x), 11);
     QCOMPARE(int(view.previousMouse.y), 20);
@@ -733,8 +748,7 @@ void TestOgl3dWidget::positionsAreRoundedAndNarrowed()
 
 void TestOgl3dWidget::wheelTakesTheDominantAxis()
 {
-    SceneView view;
-    QVERIFY(view.showScene(640, 480, 2));
+    SceneView& view = freshScene(2);
     const auto moved = [&view](QPoint delta) {
         view.ResetPosition();
         const om::Translation before = view.camera->getPosition();
@@ -772,8 +786,7 @@ void TestOgl3dWidget::otherKeysStayInTheView()
 
 void TestOgl3dWidget::inputDoesNotRepaint()
 {
-    SceneView view;
-    QVERIFY(view.showScene(640, 480, 2));
+    SceneView& view = freshScene(2);
     const int before = view.paints;
     drag(view, Qt::LeftButton, {10, 10}, {33, 17});
     drag(view, Qt::RightButton, {10, 10}, {33, 17});
@@ -824,8 +837,7 @@ void TestOgl3dWidget::viewportIsTheCentredSquare()
 
 void TestOgl3dWidget::verticalFieldOfViewFollowsTheHorizontalOne()
 {
-    SceneView view;
-    QVERIFY(view.showScene(640, 480, 2));
+    SceneView& view = freshScene(2);
     view.camera->setProjection(70, 30, 0.1F, 50);
     view.makeCurrent();
     view.visualize();
@@ -837,8 +849,7 @@ void TestOgl3dWidget::verticalFieldOfViewFollowsTheHorizontalOne()
 
 void TestOgl3dWidget::settersReachTheirObjects()
 {
-    SceneView view;
-    QVERIFY(view.showScene(320, 220, 2));
+    SceneView& view = freshScene(2);
     const om::Orientation turn(om::Rotation(0.7F, om::Translation(0, 0, 1)));
     const float sine = std::sin(0.7F);
     view.setCameraModelOr(turn);
@@ -864,8 +875,7 @@ void TestOgl3dWidget::settersReachTheirObjects()
 
 void TestOgl3dWidget::lineWidthOfTheAccelerationStays()
 {
-    SceneView view;
-    QVERIFY(view.showScene(320, 220, 2));
+    SceneView& view = freshScene(2);
     view.makeCurrent();
     const auto lineWidth = [] {
         GLfloat width = 0;
@@ -883,8 +893,7 @@ void TestOgl3dWidget::lineWidthOfTheAccelerationStays()
 void TestOgl3dWidget::depthTestIsOff()
 {
     // The small model's lenses are on its far side and show all the same.
-    SceneView view;
-    QVERIFY(view.showScene(320, 220, 1));
+    SceneView& view = freshScene(1);
     const QImage without = view.grabFramebuffer();
     view.makeCurrent();
     glEnable(GL_DEPTH_TEST);
@@ -895,8 +904,7 @@ void TestOgl3dWidget::depthTestIsOff()
 
 void TestOgl3dWidget::accelerationThatIsNotANumberIsHarmless()
 {
-    SceneView view;
-    QVERIFY(view.showScene(320, 220, 2));
+    SceneView& view = freshScene(2);
     const QImage without = view.picture();
     const float nan = std::numeric_limits<float>::quiet_NaN();
     view.setAccStrenght(nan, nan, nan);

@@ -1,0 +1,211 @@
+/// What the 3D view shares with its window: wheel and keys, border, viewport and the overlay.
+#include "gpu/scene_view.h"
+
+#include <QApplication>
+#include <QSurfaceFormat>
+#include <QWheelEvent>
+#include <QtTest>
+
+#include <array>
+#include <cmath>
+
+namespace {
+
+constexpr QRgb bright = qRgb(200, 100, 0);
+
+/// The border alone, over a bright ground.
+class BorderView : public SceneView
+{
+public:
+    using SceneView::SceneView;
+
+protected:
+    void paintGL() override
+    {
+        ++paints;
+        glClearColor(200.0F / 255.0F, 100.0F / 255.0F, 0.0F, 1.0F);
+        glClear(GL_COLOR_BUFFER_BIT);
+        roundedBorder();
+    }
+};
+
+class OverlayView : public SceneView
+{
+public:
+    using SceneView::SceneView;
+
+protected:
+    void paintGL() override
+    {
+        SceneView::paintGL();
+        showMovingInfo(0);
+    }
+};
+
+/// A display of two device pixels a pixel.
+class FineView : public SceneView
+{
+public:
+    using SceneView::resizeGL;
+    using SceneView::SceneView;
+
+protected:
+    int metric(PaintDeviceMetric name) const override
+    {
+        return name == PdmDevicePixelRatio ? 2 : SceneView::metric(name);
+    }
+};
+
+bool isColour(QRgb pixel, QRgb colour, int tolerance)
+{
+    return std::abs(qRed(pixel) - qRed(colour)) <= tolerance &&
+           std::abs(qGreen(pixel) - qGreen(colour)) <= tolerance &&
+           std::abs(qBlue(pixel) - qBlue(colour)) <= tolerance;
+}
+
+/// As Qt sends a turn of one axis: the second event of a diagonal turn has no angleDelta().
+void wheel(QWidget& widget, QPoint angleDelta, int delta, Qt::Orientation orientation)
+{
+    QT_WARNING_PUSH
+    QT_WARNING_DISABLE_DEPRECATED
+    QWheelEvent event(QPointF(50, 50), widget.mapToGlobal(QPoint(50, 50)), QPoint(), angleDelta,
+                      delta, orientation, Qt::NoButton, Qt::NoModifier);
+    QT_WARNING_POP
+    QApplication::sendEvent(&widget, &event);
+}
+
+} // namespace
+
+class TestOgl3dWidgetWindow : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void cleanup();
+
+    void diagonalTurnOfTheWheelMovesByEachAxisOnce();
+    void keysLeaveTheirMotion_data();
+    void keysLeaveTheirMotion();
+    void borderCoversTheSceneAtTheEdge();
+    void resizeSetsTheWholeViewport();
+    void overlayBoxesAreOutlined();
+};
+
+void TestOgl3dWidgetWindow::cleanup()
+{
+    ProgramStates::resetStates();
+}
+
+void TestOgl3dWidgetWindow::diagonalTurnOfTheWheelMovesByEachAxisOnce()
+{
+    SceneView view;
+    QVERIFY(view.showScene(320, 240, 2));
+    const om::Translation first = view.camera->getPosition();
+    const auto moved = [&] {
+        const om::Translation now = view.camera->getPosition();
+        const om::Translation forward = view.camera->getForward();
+        return -((now.x - first.x) * forward.x + (now.y - first.y) * forward.y +
+                 (now.z - first.z) * forward.z);
+    };
+    wheel(view, {240, 120}, 120, Qt::Vertical);
+    QVERIFY2(std::abs(moved() - 0.15F) < 1e-5F, qPrintable(QString::number(double(moved()))));
+    wheel(view, {}, 240, Qt::Horizontal);
+    QVERIFY2(std::abs(moved() - 0.45F) < 1e-5F, qPrintable(QString::number(double(moved()))));
+}
+
+void TestOgl3dWidgetWindow::keysLeaveTheirMotion_data()
+{
+    QTest::addColumn<int>("key");
+    QTest::addColumn<float>("x");
+    QTest::addColumn<float>("y");
+    QTest::newRow("Left") << int(Qt::Key_Left) << -0.1F << 0.0F;
+    QTest::newRow("Right") << int(Qt::Key_Right) << 0.1F << 0.0F;
+    QTest::newRow("Up") << int(Qt::Key_Up) << 0.0F << -0.1F;
+    QTest::newRow("Down") << int(Qt::Key_Down) << 0.0F << 0.1F;
+}
+
+void TestOgl3dWidgetWindow::keysLeaveTheirMotion()
+{
+    QFETCH(int, key);
+    QFETCH(float, x);
+    QFETCH(float, y);
+    SceneView view;
+    QVERIFY(view.showScene(320, 240, 2));
+    QTest::keyClick(&view, static_cast<Qt::Key>(key));
+    QCOMPARE(view.mouseMotion.x, x);
+    QCOMPARE(view.mouseMotion.y, y);
+    const om::Translation now = view.camera->getPosition();
+    const double distance =
+        std::hypot(double(now.x) + 0.0542544, double(now.y) + 0.109509, double(now.z) + 0.270714);
+    QVERIFY(std::abs(distance - 0.01) < 1e-6);
+}
+
+void TestOgl3dWidgetWindow::borderCoversTheSceneAtTheEdge()
+{
+    BorderView view;
+    QVERIFY(view.showOnScreen(320, 220));
+    const QImage picture = view.picture();
+    // The dark line rounds the corners off, the grey one runs inside of it.
+    const QRgb dark = qRgb(25, 25, 25);
+    for (const QPoint corner : {QPoint(1, 1), QPoint(2, 2)}) {
+        QVERIFY2(isColour(picture.pixel(corner), dark, 1),
+                 qPrintable(QString::number(picture.pixel(corner), 16)));
+    }
+    for (int i = 20; i < 200; ++i) {
+        for (const QPoint edge : {QPoint(0, i), QPoint(i, 0), QPoint(i, 219)}) {
+            const QRgb pixel = picture.pixel(edge);
+            QVERIFY2(isColour(pixel, qRgb(42, 42, 42), 18), qPrintable(QString::number(pixel, 16)));
+        }
+        QVERIFY(!isColour(picture.pixel(319, i), bright, 40));
+    }
+    // Lines only: nothing is filled.
+    for (int y = 8; y < 210; ++y) {
+        for (int x = 8; x < 310; ++x) {
+            QCOMPARE(picture.pixel(x, y), bright);
+        }
+    }
+}
+
+void TestOgl3dWidgetWindow::resizeSetsTheWholeViewport()
+{
+    SceneView view;
+    QVERIFY(view.showOnScreen(320, 240));
+    view.makeCurrent();
+    FineView fine;
+    fine.resizeGL(100, 50);
+    std::array<GLint, 4> viewport{};
+    glGetIntegerv(GL_VIEWPORT, viewport.data());
+    QCOMPARE(viewport, (std::array<GLint, 4>{0, 0, 200, 100}));
+}
+
+void TestOgl3dWidgetWindow::overlayBoxesAreOutlined()
+{
+    OverlayView view;
+    QVERIFY(view.showOnScreen(320, 220));
+    const QImage picture = view.picture();
+    const QFontMetrics metrics(
+        QFont(QStringLiteral("font-family: Roboto; font-weight: Medium; font-size: 15pt;")));
+    const double h = metrics.boundingRect(QStringLiteral("Camera Moving")).height() * 1.3;
+    for (const double top : {10.0, h * 1.3 + 10}) {
+        // Straight above the box's inside the outline takes the fill's place.
+        const int edge = static_cast<int>(std::round(top));
+        bool outlined = false;
+        for (int y = edge - 2; y <= edge + 1; ++y) {
+            outlined = outlined || isColour(picture.pixel(60, y), qRgb(150, 150, 150), 3);
+        }
+        QVERIFY(outlined);
+        // Rounded: the corner itself is free.
+        QVERIFY(isColour(picture.pixel(10, edge), qRgb(25, 25, 25), 3));
+    }
+}
+
+int main(int argc, char** argv)
+{
+    QSurfaceFormat format; // as the program asks for it
+    format.setSamples(16);
+    QSurfaceFormat::setDefaultFormat(format);
+    QApplication application(argc, argv);
+    TestOgl3dWidgetWindow test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "tst_ogl3dwidget_window.moc"
