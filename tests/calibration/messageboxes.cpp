@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QtTest>
 
+#include <algorithm>
 #include <chrono>
 
 MessageBoxes::MessageBoxes()
@@ -37,6 +38,13 @@ void MessageBoxes::look()
         now.buttonFonts.append(button->font());
         now.buttonRoles.append(box->buttonRole(button));
     }
+
+    QList<QAbstractButton*> placed = box->buttons();
+    std::sort(placed.begin(), placed.end(), [](const QAbstractButton* a, const QAbstractButton* b) {
+        return a->mapToGlobal({}).x() < b->mapToGlobal({}).x();
+    });
+    for (const QAbstractButton* const button : placed)
+        now.leftToRight.append(button->text());
 
     Expectation wanted;
     if (m_expected.isEmpty())

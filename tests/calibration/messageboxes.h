@@ -19,6 +19,7 @@ struct SeenBox
     QString text;
     QMessageBox::Icon icon = QMessageBox::NoIcon;
     QStringList buttons;      ///< in the order in which they were added
+    QStringList leftToRight;  ///< the same as the user sees them
     QStringList buttonSheets; ///< style sheets of the buttons
     QVector<QFont> buttonFonts;
     QVector<QMessageBox::ButtonRole> buttonRoles;

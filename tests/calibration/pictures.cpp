@@ -2,7 +2,8 @@
 /// minute of the bench's time:
 ///
 ///     calibration_pictures FOLDER    writes calibration-before.png, calibration-while.png,
-///                                    calibration-after.png and calibration-stored.png
+///                                    calibration-after.png, calibration-store.png (the question)
+///                                    and calibration-stored.png
 ///
 /// Run below tests/support/run-test --display.
 
@@ -46,9 +47,9 @@ void pass(std::chrono::milliseconds time)
     QTest::qWait(350); // for the labels
 }
 
-bool take(const MagCalibDlg& dialog, const QString& path)
+bool take(const QWidget& window, const QString& path)
 {
-    const bool written = dialog.screen()->grabWindow(dialog.winId()).save(path);
+    const bool written = window.screen()->grabWindow(window.winId()).save(path);
     std::printf("%s %s\n", written ? "wrote" : "cannot write", qPrintable(path));
     return written;
 }
@@ -93,7 +94,13 @@ int main(int argc, char** argv)
     press(probe.ui->pushButton_start, "Ok");
     pass(std::chrono::seconds(1));
     written = take(dialog, folder + "/calibration-after.png") && written;
-    press(probe.ui->pushButton_save_calib, "Ok");
+    boxes.expect("Ok", [&folder, &written] {
+        QWidget* const box = QApplication::activeModalWidget();
+        (void)QTest::qWaitForWindowExposed(box);
+        QTest::qWait(100);
+        written = take(*box, folder + "/calibration-store.png") && written;
+    });
+    QTest::mouseClick(probe.ui->pushButton_save_calib, Qt::LeftButton);
     pass(std::chrono::seconds(40));
     written = take(dialog, folder + "/calibration-stored.png") && written;
     QTest::mouseClick(probe.ui->pushButton_exit, Qt::LeftButton);

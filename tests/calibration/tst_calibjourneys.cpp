@@ -406,6 +406,7 @@ void TestCalibJourneys::compareBoxes(const std::vector<Answer>& expected,
         QCOMPARE(now.text, QString(box.text));
         QCOMPARE(now.icon, box.icon);
         QCOMPARE(now.buttons, box.buttons);
+        QCOMPARE(now.leftToRight, box.buttons);
         QCOMPARE(now.pressed, QString(expected[static_cast<std::size_t>(i)].button));
         QVERIFY(!now.hadParent);
         QCOMPARE(now.sheet, style.splashStyle);

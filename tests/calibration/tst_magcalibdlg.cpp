@@ -64,6 +64,10 @@ private slots:
     void timerGoesOnWhileABoxIsOpen();
     void samplesAreNotKeptWhileTheStartBoxIsOpen();
     void samplesAreKeptWhileTheStopBoxIsOpen();
+    void stopFitsWhateverThereIs_data();
+    void stopFitsWhateverThereIs();
+    void stopFixesTheScalesAndStartFreesThem();
+    void continuedCalibrationKeepsSamplesAndFitCount();
     void clearWhileCalibratingGoesOnFromAnEmptySet();
     void clearLeavesTheIconAndTheCheckAlone();
     void storeAfterClearStoresNeutralValues();
@@ -574,6 +578,77 @@ void TestMagCalibDlg::samplesAreKeptWhileTheStopBoxIsOpen()
     QVERIFY(!f.probe->calibrating);
     QCOMPARE(f.probe->samples(), 150);
     QCOMPARE(f.probe->calX.size(), 150);
+}
+
+void TestMagCalibDlg::stopFitsWhateverThereIs_data()
+{
+    QTest::addColumn<int>("count");
+    QTest::addColumn<bool>("fitted");
+    QTest::newRow("5 samples") << 5 << false;
+    QTest::newRow("6 samples") << 6 << true;
+    QTest::newRow("10 samples") << 10 << true;
+}
+
+void TestMagCalibDlg::stopFitsWhateverThereIs()
+{
+    QFETCH(int, count);
+    QFETCH(bool, fitted);
+    DialogFixture f;
+    f.boxes.expect("Ok");
+    QTest::mouseClick(f.probe->ui->pushButton_start, Qt::LeftButton);
+    f.feed(readings(count));
+    f.boxes.expect("Ok");
+    QTest::mouseClick(f.probe->ui->pushButton_start, Qt::LeftButton);
+    QCOMPARE(f.probe->calX.size(), fitted ? count : 0);
+    QCOMPARE(f.probe->magOffset != (std::array<double, 3>{0.0, 0.0, 0.0}), fitted);
+    QVERIFY(f.probe->calibrationPending); // even so
+    QCOMPARE(f.probe->lastFitCount, 0);
+}
+
+void TestMagCalibDlg::stopFixesTheScalesAndStartFreesThem()
+{
+    DialogFixture f;
+    const CalibPlot* const plot = f.probe->ui->widget_plot_XY;
+    const auto press = [&f] {
+        f.boxes.expect("Ok");
+        QTest::mouseClick(f.probe->ui->pushButton_start, Qt::LeftButton);
+    };
+    press();
+    f.feed(readings(30));
+    QVERIFY(plot->axisAutoScale(QwtPlot::xBottom));
+    press();
+    QVERIFY(!plot->axisAutoScale(QwtPlot::xBottom));
+    const double limit = plot->axisScaleDiv(QwtPlot::xBottom).upperBound();
+    QVERIFY(limit > 60.0);
+    QCOMPARE(plot->axisScaleDiv(QwtPlot::yLeft).lowerBound(), -limit);
+    const double unit =
+        f.probe->ui->widget_plot_calibrated->axisScaleDiv(QwtPlot::yLeft).upperBound();
+    QVERIFY(unit > 1.0 && unit < 1.2);
+    press();
+    for (const CalibPlot* const each : f.probe->plots())
+        QVERIFY(each->axisAutoScale(QwtPlot::xBottom) && each->axisAutoScale(QwtPlot::yLeft));
+}
+
+void TestMagCalibDlg::continuedCalibrationKeepsSamplesAndFitCount()
+{
+    DialogFixture f;
+    const auto press = [&f] {
+        f.boxes.expect("Ok");
+        QTest::mouseClick(f.probe->ui->pushButton_start, Qt::LeftButton);
+    };
+    press();
+    f.feed(readings(120));
+    QTRY_VERIFY(f.probe->lastFitCount > 100);
+    const int fitted = f.probe->lastFitCount;
+    press();
+    QCOMPARE(f.probe->lastFitCount, fitted);
+    press();
+    QCOMPARE(f.probe->samples(), 120);
+    QCOMPARE(f.probe->lastFitCount, fitted);
+    f.feed(readings(20, 900'000));
+    QCOMPARE(f.probe->samples(), 140);
+    press();
+    QCOMPARE(f.probe->calX.size(), 140);
 }
 
 void TestMagCalibDlg::clearWhileCalibratingGoesOnFromAnEmptySet()
