@@ -35,11 +35,13 @@ private slots:
     void vectorArithmetic();
     void constantsAreTheCoordinateAxes();
     void firstAxes();
+    void matrixStandsFromTheBeginning();
     void directionNeedNotBeOfUnitLength();
     void forwardPointsFromTheSceneToTheEye_data();
     void forwardPointsFromTheSceneToTheEye();
     void opposedVerticalTurnsTheViewerHalfwayAroundTheViewAxis();
     void verticalIsFlippedByUpdateAndNotTheViewer();
+    void verticalAcrossTheViewersUpFlipsNothing();
     void rotationsGoOnTheLeft();
     void rotationsAndOrientationsAreTheSame();
     void axesFollowARotation();
@@ -79,6 +81,17 @@ void TestCameraGl::firstAxes()
     QVERIFY(near(camera.getPosition(), {0, 0, 0}));
     QVERIFY(near(camera.getOffsetFromPosition(), {0, 0, 0}));
     QCOMPARE(camera.getOrientation().ow, 1.0F);
+}
+
+void TestCameraGl::matrixStandsFromTheBeginning()
+{
+    const CameraGL camera({1, -2, 3}, {0, 0, -1}, {0, 1, 0});
+    // No projection yet: the view alone.
+    const om::Transform& vp = camera.getViewProjectionMatrix();
+    const double expected[16] = {1, 0, 0, -1, 0, 1, 0, 2, 0, 0, 1, -3, 0, 0, 0, 1};
+    for (int i = 0; i < 16; ++i) {
+        QVERIFY(std::abs(static_cast<double>(vp(i / 4, i % 4)) - expected[i]) < 1e-6);
+    }
 }
 
 void TestCameraGl::directionNeedNotBeOfUnitLength()
@@ -135,6 +148,15 @@ void TestCameraGl::verticalIsFlippedByUpdateAndNotTheViewer()
     QVERIFY(near(camera.getUp(), {0, -1, 0}));
     camera.update(); // agrees now, and so it stays
     QVERIFY(near(camera.getVertical(), {0, -1, 0}));
+}
+
+void TestCameraGl::verticalAcrossTheViewersUpFlipsNothing()
+{
+    CameraGL camera = ahead();
+    camera.setDirection({0, 0, -1}, {1, 0, 0});
+    QVERIFY(near(camera.getUp(), {0, 1, 0}));
+    camera.update();
+    QVERIFY(near(camera.getVertical(), {1, 0, 0}, 0));
 }
 
 void TestCameraGl::rotationsGoOnTheLeft()
@@ -238,6 +260,17 @@ void TestCameraGl::changesTakeEffectAtTheNextUpdate()
     QCOMPARE(camera.getViewProjectionMatrix()(0, 3), before);
     camera.update();
     QCOMPARE(camera.getViewProjectionMatrix()(0, 3), before - 1.0F);
+
+    const om::Transform still = camera.getViewProjectionMatrix();
+    camera.setOffsetFromPosition({0, 0, 2});
+    camera.rotate(about(0, 1, 0, quarter));
+    camera.setDirection({1, 0, 0}, {0, 1, 0});
+    camera.setProjection(60, 60, 1, 2);
+    for (int i = 0; i < 16; ++i) {
+        QCOMPARE(camera.getViewProjectionMatrix()(i / 4, i % 4), still(i / 4, i % 4));
+    }
+    camera.update();
+    QVERIFY(camera.getViewProjectionMatrix()(0, 0) != still(0, 0));
 }
 
 void TestCameraGl::translateAddsAndSetPositionReplaces()

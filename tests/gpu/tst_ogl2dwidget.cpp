@@ -1,3 +1,4 @@
+#include "camera/InputThreadModul.h"
 #include "camera/ProgramStates.h"
 #include "gpu/OGL2DWidget.h"
 
@@ -158,10 +159,13 @@ private slots:
 
     void initMakesABlackTransparentTexture();
     void initReportsAndAppliesTheLetterbox();
+    void initReportsWhenAllIsReady();
     void secondInitMakesANewTextureAndKeepsTheOldOne();
+    void inputThreadsSignalsDriveIt();
     void shaderProgramLinks();
 
     void paintsBlackUntilThereIsAnImage();
+    void barsHaveTheBackgroundsColour();
     void pictureIsUprightInItsColours_data();
     void pictureIsUprightInItsColours();
     void ingestDoesNotRepaint();
@@ -174,10 +178,12 @@ private slots:
     void pictureStaysUntilTheNextIngest();
 
     void stopDrawClearsWithTheFormerColour();
+    void stopDrawLeavesTheDisplayAlone();
     void stopDrawForgetsTheImageAndKeepsTheTexture();
     void deinitMakesTheTextureUnavailable();
     void setAvailableIsEnoughToHideThePicture();
     void destructorDeletesTheNewestTexture();
+    void registrationsAreNeverTakenBack();
 
     void leftClickStoresFractionsOfTheWidget_data();
     void leftClickStoresFractionsOfTheWidget();
@@ -354,6 +360,21 @@ void TestOgl2dWidget::initReportsAndAppliesTheLetterbox()
     QCOMPARE(view.viewport(), QRect(100, 0, 200, 100));
 }
 
+void TestOgl2dWidget::initReportsWhenAllIsReady()
+{
+    View view;
+    QVERIFY(view.showOnScreen(400, 100));
+    bool available = false;
+    QRect viewport;
+    connect(&view, &OGL2DWidget::init, &view, [&] {
+        available = view.available;
+        viewport = view.viewport();
+    });
+    view.InitGLProcess(64, 32, 256);
+    QVERIFY(available);
+    QCOMPARE(viewport, QRect(100, 0, 200, 100));
+}
+
 void TestOgl2dWidget::secondInitMakesANewTextureAndKeepsTheOldOne()
 {
     View view;
@@ -370,6 +391,26 @@ void TestOgl2dWidget::secondInitMakesANewTextureAndKeepsTheOldOne()
     QCOMPARE(view.viewport(), QRect(50, 0, 200, 200));
 }
 
+void TestOgl2dWidget::inputThreadsSignalsDriveIt()
+{
+    // As a window that wires the view up would do it.
+    const GpuImage image(64, 32, 256);
+    InputThreadModul input;
+    View view;
+    QVERIFY(view.showOnScreen(200, 100));
+    connect(&input, &InputThreadModul::sendInit2D, &view, &OGL2DWidget::InitGLProcess,
+            Qt::QueuedConnection);
+    connect(&input, &InputThreadModul::sendNewImage, &view, &OGL2DWidget::Ingest,
+            Qt::QueuedConnection);
+    view.gpuImage = image.data();
+    emit input.sendInit2D(64, 32, 256);
+    emit input.sendNewImage();
+    QVERIFY(!view.available);
+    QCoreApplication::processEvents();
+    QVERIFY(view.available);
+    QCOMPARE(view.picture().pixel(50, 25), qRgb(255, 0, 0));
+}
+
 void TestOgl2dWidget::shaderProgramLinks()
 {
     View view;
@@ -380,6 +421,9 @@ void TestOgl2dWidget::shaderProgramLinks()
     QCOMPARE(view.shaderProgram->attributeLocation("vertex"), 0);
     QCOMPARE(view.shaderProgram->attributeLocation("texCoord"), 1);
     const QList<QGLShader*> shaders = view.shaderProgram->shaders();
+    QCOMPARE(shaders.size(), 2);
+    QVERIFY(shaders[0]->shaderType() == QGLShader::Vertex && shaders[0]->parent() == &view);
+    QVERIFY(shaders[1]->shaderType() == QGLShader::Fragment && shaders[1]->parent() == &view);
     const auto source = [](const QGLShader* shader) {
         QByteArray text = shader->sourceCode();
         for (const char* name : {"lowp", "mediump", "highp"}) {
@@ -432,6 +476,22 @@ void TestOgl2dWidget::paintsBlackUntilThereIsAnImage()
     QVERIFY(!isBlack());
     view.Deinit();
     QVERIFY(isBlack());
+}
+
+void TestOgl2dWidget::barsHaveTheBackgroundsColour()
+{
+    const GpuImage image(64, 32, 256);
+    View view;
+    view.background = QColor(40, 80, 120);
+    QVERIFY(view.showOnScreen(400, 100));
+    view.InitGLProcess(64, 32, 256);
+    QCOMPARE(view.picture().pixel(10, 50), qRgb(0, 0, 0)); // without an image black all the same
+    view.gpuImage = image.data();
+    view.Ingest();
+    const QImage picture = view.picture();
+    QCOMPARE(picture.pixel(10, 50), qRgb(40, 80, 120));
+    QCOMPARE(picture.pixel(390, 50), qRgb(40, 80, 120));
+    QCOMPARE(picture.pixel(150, 25), qRgb(255, 0, 0));
 }
 
 void TestOgl2dWidget::pictureIsUprightInItsColours_data()
@@ -648,6 +708,23 @@ void TestOgl2dWidget::stopDrawClearsWithTheFormerColour()
     QCOMPARE(colour, (std::array<GLfloat, 4>{0, 0, 0, 1}));
 }
 
+void TestOgl2dWidget::stopDrawLeavesTheDisplayAlone()
+{
+    const GpuImage image(64, 32, 256);
+    View view;
+    QVERIFY(view.showOnScreen(200, 100));
+    QVERIFY(view.doubleBuffer());
+    view.InitGLProcess(64, 32, 256);
+    view.gpuImage = image.data();
+    view.Ingest();
+    view.picture();
+    view.stopDraw(); // clears the buffer behind, and does not swap
+    QCoreApplication::processEvents();
+    QCOMPARE(QGuiApplication::primaryScreen()->grabWindow(0, 50, 25, 1, 1).toImage().pixel(0, 0),
+             qRgb(255, 0, 0));
+    QCOMPARE(view.picture().pixel(50, 25), qRgb(0, 0, 0));
+}
+
 void TestOgl2dWidget::stopDrawForgetsTheImageAndKeepsTheTexture()
 {
     const GpuImage image(64, 32, 256);
@@ -700,6 +777,23 @@ void TestOgl2dWidget::destructorDeletesTheNewestTexture()
     other.makeCurrent();
     QVERIFY(glIsTexture(first) != GL_FALSE);
     QCOMPARE(glIsTexture(second), GLboolean{GL_FALSE});
+}
+
+void TestOgl2dWidget::registrationsAreNeverTakenBack()
+{
+#ifdef GRAVIMON_REAL_CUDA
+    QSKIP("needs a count of the registrations");
+#else
+    const std::size_t before = cuda_host::registeredResources();
+    {
+        View view;
+        QVERIFY(view.showOnScreen(200, 100));
+        view.InitGLProcess(64, 32, 256);
+        view.InitGLProcess(64, 32, 256);
+        QCOMPARE(cuda_host::registeredResources(), before + 2);
+    }
+    QCOMPARE(cuda_host::registeredResources(), before + 2);
+#endif
 }
 
 // ---- Mouse --------------------------------------------------------------------------------------

@@ -87,35 +87,6 @@ std::array<GLint, 4> viewport()
     return values;
 }
 
-/// A display of two device pixels a pixel.
-class FineView : public SceneView
-{
-public:
-    using SceneView::resizeGL;
-    using SceneView::SceneView;
-
-protected:
-    int metric(PaintDeviceMetric name) const override
-    {
-        return name == PdmDevicePixelRatio ? 2 : SceneView::metric(name);
-    }
-};
-
-/// Shows the overlay above the scene.
-class OverlayView : public SceneView
-{
-public:
-    using SceneView::SceneView;
-    int status = 0;
-
-protected:
-    void paintGL() override
-    {
-        SceneView::paintGL();
-        showMovingInfo(status);
-    }
-};
-
 class KeyCounter : public QWidget
 {
 public:
@@ -172,6 +143,7 @@ private slots:
     void laterModelsShareTheMeshOfTheSecond();
     void paintingOrderOfTheSmallModel();
     void meshIsMadeAfreshEachTime();
+    void secondInitProcessLeavesTheFormerScene();
     void reconnectingAHundredTimesRaisesNoError();
 
     void viewerFollowsTheInput_data();
@@ -183,22 +155,15 @@ private slots:
     void middleButtonDoesNotPress();
     void anyReleaseEndsTheDrag();
     void positionsAreRoundedAndNarrowed();
-    void wheelTakesTheDominantAxis();
     void otherKeysStayInTheView();
     void inputDoesNotRepaint();
 
-    void drawableIsMeasuredInDevicePixels();
-    void viewportIsTheCentredSquare_data();
-    void viewportIsTheCentredSquare();
     void verticalFieldOfViewFollowsTheHorizontalOne();
     void settersReachTheirObjects();
     void lineWidthOfTheAccelerationStays();
     void depthTestIsOff();
     void accelerationThatIsNotANumberIsHarmless();
 
-    void overlayColoursFollowTheStatus_data();
-    void overlayColoursFollowTheStatus();
-    void overlayIsNotShownByItself();
     void rampIsDarkestInTheMiddle_data();
     void rampIsDarkestInTheMiddle();
 
@@ -542,6 +507,14 @@ void TestOgl3dWidget::meshFollowsTheCameraModel()
         gl->glBindBuffer(GL_ARRAY_BUFFER, 0);
         QCOMPARE(size, expected[i]);
     }
+    // None of the view's objects is static.
+    for (const Simple3DObject* object : {view.cameraModel, view.axes, view.floorGrid}) {
+        GLint usage = 0;
+        gl->glBindBuffer(GL_ARRAY_BUFFER, OpenObject::buffersOf(*object)[0]);
+        gl->glGetBufferParameteriv(GL_ARRAY_BUFFER, GL_BUFFER_USAGE, &usage);
+        gl->glBindBuffer(GL_ARRAY_BUFFER, 0);
+        QCOMPARE(usage, GL_DYNAMIC_DRAW);
+    }
     QCOMPARE(gl->glGetError(), GLenum{GL_NO_ERROR});
 }
 
@@ -595,6 +568,32 @@ void TestOgl3dWidget::meshIsMadeAfreshEachTime()
     QVERIFY(view.cameraModel != first.get());
     QCOMPARE(OpenObject::verticesOf(*first).size(),
              OpenObject::verticesOf(*view.cameraModel).size());
+}
+
+void TestOgl3dWidget::secondInitProcessLeavesTheFormerScene()
+{
+    SceneView& view = freshScene(0);
+    view.setAccStrenght(0, 1, 0);
+    view.paintNow();
+    const Simple3DObject* const former[] = {view.axes, view.floorGrid, view.cameraModel,
+                                            view.dynamicAxes};
+    const GLuint program = view.shaderProgram->programId();
+    const CameraGL* const camera = view.camera;
+    view.camera->translate({1, 2, 3});
+    view.InitProcess();
+    const Simple3DObject* const now[] = {view.axes, view.floorGrid, view.cameraModel,
+                                         view.dynamicAxes};
+    view.makeCurrent();
+    QOpenGLFunctions* const gl = view.context()->functions();
+    for (int i = 0; i < 4; ++i) {
+        QVERIFY(now[i] != former[i]);
+        QVERIFY(gl->glIsBuffer(OpenObject::buffersOf(*former[i])[0]) != GL_FALSE);
+    }
+    QVERIFY(view.shaderProgram->programId() != program);
+    QVERIFY(gl->glIsProgram(program) != GL_FALSE);
+    QVERIFY(view.camera != camera);
+    QCOMPARE(valuesOf(view.camera->getPosition()),
+             (std::array<float, 3>{-0.0542544F, -0.109509F, -0.270714F}));
 }
 
 void TestOgl3dWidget::reconnectingAHundredTimesRaisesNoError()
@@ -746,27 +745,6 @@ void TestOgl3dWidget::positionsAreRoundedAndNarrowed()
     QCOMPARE(int(view.previousMouse.y), 65536 - 40000);
 }
 
-void TestOgl3dWidget::wheelTakesTheDominantAxis()
-{
-    SceneView& view = freshScene(2);
-    const auto moved = [&view](QPoint delta) {
-        view.ResetPosition();
-        const om::Translation before = view.camera->getPosition();
-        wheel(view, delta);
-        const om::Translation after = view.camera->getPosition();
-        const om::Translation forward = view.camera->getForward();
-        return -((after.x - before.x) * forward.x + (after.y - before.y) * forward.y +
-                 (after.z - before.z) * forward.z);
-    };
-    QVERIFY(std::abs(moved({0, 120}) - 0.15F) < 1e-5F);
-    QVERIFY(std::abs(moved({0, -120}) + 0.15F) < 1e-5F);
-    QCOMPARE(moved({0, 7}), 0.0F);
-    QCOMPARE(moved({0, -7}), 0.0F);
-    QVERIFY(std::abs(moved({0, -8}) + 0.01F) < 1e-5F);
-    QVERIFY(std::abs(moved({240, 120}) - 0.3F) < 1e-5F); // a tilted wheel
-    QVERIFY(std::abs(moved({0, 0})) < 1e-6F);
-}
-
 void TestOgl3dWidget::otherKeysStayInTheView()
 {
     KeyCounter parent;
@@ -800,40 +778,6 @@ void TestOgl3dWidget::inputDoesNotRepaint()
 }
 
 // ---- Painting -----------------------------------------------------------------------------------
-
-void TestOgl3dWidget::drawableIsMeasuredInDevicePixels()
-{
-    SceneView view;
-    QVERIFY(view.showOnScreen(410, 230));
-    QCOMPARE(view.viewWidth, 410.0F);
-    QCOMPARE(view.viewHeight, 230.0F);
-
-    FineView fine;
-    fine.resizeGL(100, 50);
-    QCOMPARE(fine.viewWidth, 200.0F);
-    QCOMPARE(fine.viewHeight, 100.0F);
-}
-
-void TestOgl3dWidget::viewportIsTheCentredSquare_data()
-{
-    QTest::addColumn<QSize>("size");
-    QTest::addColumn<QRect>("expected");
-    QTest::newRow("wide: higher than the view") << QSize(640, 480) << QRect(0, -80, 640, 640);
-    QTest::newRow("tall: wider than the view") << QSize(300, 500) << QRect(-100, 0, 500, 500);
-    QTest::newRow("square") << QSize(400, 400) << QRect(0, 0, 400, 400);
-}
-
-void TestOgl3dWidget::viewportIsTheCentredSquare()
-{
-    QFETCH(QSize, size);
-    QFETCH(QRect, expected);
-    SceneView view;
-    QVERIFY(view.showScene(size.width(), size.height(), 2));
-    view.makeCurrent();
-    view.visualize();
-    QCOMPARE(viewport(), (std::array<GLint, 4>{expected.x(), expected.y(), expected.width(),
-                                               expected.height()}));
-}
 
 void TestOgl3dWidget::verticalFieldOfViewFollowsTheHorizontalOne()
 {
@@ -916,62 +860,6 @@ void TestOgl3dWidget::accelerationThatIsNotANumberIsHarmless()
 }
 
 // ---- Kept ready ---------------------------------------------------------------------------------
-
-void TestOgl3dWidget::overlayColoursFollowTheStatus_data()
-{
-    QTest::addColumn<int>("status");
-    QTest::addColumn<bool>("moving");
-    QTest::addColumn<bool>("falling");
-    QTest::newRow("still") << 0 << false << false;
-    QTest::newRow("moving") << 1 << true << false;
-    QTest::newRow("falling") << 2 << true << true;
-    QTest::newRow("another") << -1 << true << true;
-}
-
-void TestOgl3dWidget::overlayColoursFollowTheStatus()
-{
-    QFETCH(int, status);
-    QFETCH(bool, moving);
-    QFETCH(bool, falling);
-    OverlayView view;
-    view.status = status;
-    QVERIFY(view.showOnScreen(320, 220));
-    const QImage picture = view.picture();
-
-    const QFont font(QStringLiteral("font-family: Roboto; font-weight: Medium; font-size: 15pt;"));
-    const QFontMetrics metrics(font);
-    const QRect first = metrics.boundingRect(QStringLiteral("Camera Moving"));
-    const QRect second = metrics.boundingRect(QStringLiteral("Camera Falling"));
-    const double w = std::max(first.width(), second.width()) * 1.3;
-    const double h = first.height() * 1.3;
-    const QRectF boxes[] = {QRectF(10, 10, w, h), QRectF(10, h * 1.3 + 10, w, h)};
-    const bool lit[] = {moving, falling};
-    for (int i = 0; i < 2; ++i) {
-        // Beside the text; the fill's alpha of 150 lets the background through.
-        const QPoint inside(int(boxes[i].left()) + 5, int(boxes[i].center().y()));
-        const QRgb pixel = picture.pixel(inside);
-        QVERIFY2(lit[i] ? isColour(pixel, 160, 131, 10, 4) : isColour(pixel, 160, 160, 160, 4),
-                 qPrintable(QString::number(pixel, 16)));
-        int dark = 0;
-        for (int y = int(boxes[i].top()) + 2; y < int(boxes[i].bottom()) - 2; ++y) {
-            for (int x = int(boxes[i].left()) + 4; x < int(boxes[i].right()) - 4; ++x) {
-                dark += isColour(picture.pixel(x, y), 30, 30, 30, 12) ? 1 : 0;
-            }
-        }
-        QVERIFY2(dark > 20, "no text");
-        const QPoint below(int(boxes[i].center().x()), int(std::ceil(boxes[i].bottom())) + 2);
-        QVERIFY(isColour(picture.pixel(below), 25, 25, 25));
-    }
-}
-
-void TestOgl3dWidget::overlayIsNotShownByItself()
-{
-    SceneView view;
-    QVERIFY(view.showOnScreen(320, 220));
-    const QImage still = view.picture();
-    view.setCameraMovingStatus(2);
-    QCOMPARE(view.picture(), still);
-}
 
 void TestOgl3dWidget::rampIsDarkestInTheMiddle_data()
 {

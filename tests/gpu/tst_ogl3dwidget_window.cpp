@@ -1,4 +1,4 @@
-/// What the 3D view shares with its window: wheel and keys, border, viewport and the overlay.
+/// What of the 3D view lies around its scene: wheel and keys, border, viewport and overlay.
 #include "gpu/scene_view.h"
 
 #include <QApplication>
@@ -29,16 +29,18 @@ protected:
     }
 };
 
+/// Shows the overlay above the scene.
 class OverlayView : public SceneView
 {
 public:
     using SceneView::SceneView;
+    int status = 0;
 
 protected:
     void paintGL() override
     {
         SceneView::paintGL();
-        showMovingInfo(0);
+        showMovingInfo(status);
     }
 };
 
@@ -63,6 +65,13 @@ bool isColour(QRgb pixel, QRgb colour, int tolerance)
            std::abs(qBlue(pixel) - qBlue(colour)) <= tolerance;
 }
 
+QRect viewport()
+{
+    std::array<GLint, 4> values{};
+    glGetIntegerv(GL_VIEWPORT, values.data());
+    return {values[0], values[1], values[2], values[3]};
+}
+
 /// As Qt sends a turn of one axis: the second event of a diagonal turn has no angleDelta().
 void wheel(QWidget& widget, QPoint angleDelta, int delta, Qt::Orientation orientation)
 {
@@ -83,17 +92,46 @@ class TestOgl3dWidgetWindow : public QObject
 private slots:
     void cleanup();
 
+    void wheelMovesAlongTheViewAxis();
     void diagonalTurnOfTheWheelMovesByEachAxisOnce();
     void keysLeaveTheirMotion_data();
     void keysLeaveTheirMotion();
     void borderCoversTheSceneAtTheEdge();
+    void borderSurroundsTheScene();
+    void drawableIsMeasuredInDevicePixels();
     void resizeSetsTheWholeViewport();
+    void viewportIsTheCentredSquare_data();
+    void viewportIsTheCentredSquare();
+    void overlayColoursFollowTheStatus_data();
+    void overlayColoursFollowTheStatus();
     void overlayBoxesAreOutlined();
+    void overlayIsNotShownByItself();
 };
 
 void TestOgl3dWidgetWindow::cleanup()
 {
     ProgramStates::resetStates();
+}
+
+void TestOgl3dWidgetWindow::wheelMovesAlongTheViewAxis()
+{
+    SceneView view;
+    QVERIFY(view.showScene(320, 240, 2));
+    const auto moved = [&view](int delta) {
+        view.ResetPosition();
+        const om::Translation before = view.camera->getPosition();
+        wheel(view, {0, delta}, delta, Qt::Vertical);
+        const om::Translation after = view.camera->getPosition();
+        const om::Translation forward = view.camera->getForward();
+        return -((after.x - before.x) * forward.x + (after.y - before.y) * forward.y +
+                 (after.z - before.z) * forward.z);
+    };
+    QVERIFY(std::abs(moved(120) - 0.15F) < 1e-5F);
+    QVERIFY(std::abs(moved(-120) + 0.15F) < 1e-5F);
+    QCOMPARE(moved(7), 0.0F);
+    QCOMPARE(moved(-7), 0.0F);
+    QVERIFY(std::abs(moved(-8) + 0.01F) < 1e-5F);
+    QCOMPARE(moved(0), 0.0F);
 }
 
 void TestOgl3dWidgetWindow::diagonalTurnOfTheWheelMovesByEachAxisOnce()
@@ -166,6 +204,32 @@ void TestOgl3dWidgetWindow::borderCoversTheSceneAtTheEdge()
     }
 }
 
+void TestOgl3dWidgetWindow::borderSurroundsTheScene()
+{
+    SceneView view;
+    QVERIFY(view.showScene(320, 220, 2));
+    const QImage picture = view.picture();
+    int grey = 0;
+    for (int y = 20; y < 200; ++y) {
+        const QRgb left = picture.pixel(qRed(picture.pixel(0, y)) > 35 ? 0 : 1, y);
+        grey += qRed(left) > 35 && isColour(left, qRgb(50, 50, 50), 14) ? 1 : 0;
+    }
+    QVERIFY2(grey > 150, qPrintable(QString::number(grey))); // lines of the scene end there
+}
+
+void TestOgl3dWidgetWindow::drawableIsMeasuredInDevicePixels()
+{
+    SceneView view;
+    QVERIFY(view.showOnScreen(410, 230));
+    QCOMPARE(view.viewWidth, 410.0F);
+    QCOMPARE(view.viewHeight, 230.0F);
+
+    FineView fine;
+    fine.resizeGL(100, 50);
+    QCOMPARE(fine.viewWidth, 200.0F);
+    QCOMPARE(fine.viewHeight, 100.0F);
+}
+
 void TestOgl3dWidgetWindow::resizeSetsTheWholeViewport()
 {
     SceneView view;
@@ -173,9 +237,75 @@ void TestOgl3dWidgetWindow::resizeSetsTheWholeViewport()
     view.makeCurrent();
     FineView fine;
     fine.resizeGL(100, 50);
-    std::array<GLint, 4> viewport{};
-    glGetIntegerv(GL_VIEWPORT, viewport.data());
-    QCOMPARE(viewport, (std::array<GLint, 4>{0, 0, 200, 100}));
+    QCOMPARE(viewport(), QRect(0, 0, 200, 100));
+}
+
+void TestOgl3dWidgetWindow::viewportIsTheCentredSquare_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<QRect>("expected");
+    QTest::newRow("wide: higher than the view") << QSize(640, 480) << QRect(0, -80, 640, 640);
+    QTest::newRow("tall: wider than the view") << QSize(300, 500) << QRect(-100, 0, 500, 500);
+    QTest::newRow("square") << QSize(400, 400) << QRect(0, 0, 400, 400);
+}
+
+void TestOgl3dWidgetWindow::viewportIsTheCentredSquare()
+{
+    QFETCH(QSize, size);
+    QFETCH(QRect, expected);
+    SceneView view;
+    QVERIFY(view.showScene(size.width(), size.height(), 2));
+    view.makeCurrent();
+    view.visualize();
+    QCOMPARE(viewport(), expected);
+}
+
+void TestOgl3dWidgetWindow::overlayColoursFollowTheStatus_data()
+{
+    QTest::addColumn<int>("status");
+    QTest::addColumn<bool>("moving");
+    QTest::addColumn<bool>("falling");
+    QTest::newRow("still") << 0 << false << false;
+    QTest::newRow("moving") << 1 << true << false;
+    QTest::newRow("falling") << 2 << true << true;
+    QTest::newRow("another") << -1 << true << true;
+}
+
+void TestOgl3dWidgetWindow::overlayColoursFollowTheStatus()
+{
+    QFETCH(int, status);
+    QFETCH(bool, moving);
+    QFETCH(bool, falling);
+    OverlayView view;
+    view.status = status;
+    QVERIFY(view.showOnScreen(320, 220));
+    const QImage picture = view.picture();
+
+    const QFont font(QStringLiteral("font-family: Roboto; font-weight: Medium; font-size: 15pt;"));
+    const QFontMetrics metrics(font);
+    const QRect first = metrics.boundingRect(QStringLiteral("Camera Moving"));
+    const QRect second = metrics.boundingRect(QStringLiteral("Camera Falling"));
+    const double w = std::max(first.width(), second.width()) * 1.3;
+    const double h = first.height() * 1.3;
+    const QRectF boxes[] = {QRectF(10, 10, w, h), QRectF(10, h * 1.3 + 10, w, h)};
+    const bool lit[] = {moving, falling};
+    for (int i = 0; i < 2; ++i) {
+        // Beside the text; the fill's alpha of 150 lets the background through.
+        const QPoint inside(int(boxes[i].left()) + 5, int(boxes[i].center().y()));
+        const QRgb pixel = picture.pixel(inside);
+        QVERIFY2(lit[i] ? isColour(pixel, qRgb(160, 131, 10), 4)
+                        : isColour(pixel, qRgb(160, 160, 160), 4),
+                 qPrintable(QString::number(pixel, 16)));
+        int dark = 0;
+        for (int y = int(boxes[i].top()) + 2; y < int(boxes[i].bottom()) - 2; ++y) {
+            for (int x = int(boxes[i].left()) + 4; x < int(boxes[i].right()) - 4; ++x) {
+                dark += isColour(picture.pixel(x, y), qRgb(30, 30, 30), 12) ? 1 : 0;
+            }
+        }
+        QVERIFY2(dark > 20, "no text");
+        const QPoint below(int(boxes[i].center().x()), int(std::ceil(boxes[i].bottom())) + 2);
+        QVERIFY(isColour(picture.pixel(below), qRgb(25, 25, 25), 2));
+    }
 }
 
 void TestOgl3dWidgetWindow::overlayBoxesAreOutlined()
@@ -197,6 +327,15 @@ void TestOgl3dWidgetWindow::overlayBoxesAreOutlined()
         // Rounded: the corner itself is free.
         QVERIFY(isColour(picture.pixel(10, edge), qRgb(25, 25, 25), 3));
     }
+}
+
+void TestOgl3dWidgetWindow::overlayIsNotShownByItself()
+{
+    SceneView view;
+    QVERIFY(view.showOnScreen(320, 220));
+    const QImage still = view.picture();
+    view.setCameraMovingStatus(2);
+    QCOMPARE(view.picture(), still);
 }
 
 int main(int argc, char** argv)

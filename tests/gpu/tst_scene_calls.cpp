@@ -54,6 +54,7 @@ private slots:
     void objectsAreDrawnInOrderWithTheirLineWidths();
     void withoutAccelerationTheMeshFollowsTheAxes();
     void floorAndAxesStandStillWhileTheMeshTurns();
+    void projectionShowsAFrameLater();
 
 private:
     std::vector<Draw> drawsOf(SceneView& view);
@@ -133,6 +134,22 @@ void TestSceneCalls::floorAndAxesStandStillWhileTheMeshTurns()
             QVERIFY(std::abs(at(2) - product) < 1e-5);
             QVERIFY(std::abs(at(3) - product) < 1e-5);
         }
+    }
+}
+
+void TestSceneCalls::projectionShowsAFrameLater()
+{
+    SceneView view;
+    QVERIFY(view.showScene(320, 220, 2));
+    view.camera->setRotation(om::Orientation());
+    view.camera->setProjection(90, 60, 0.1F, 50);
+    // The frame's matrix is taken before the vertical angle follows the horizontal one.
+    const double expected[2] = {1.7320508, 1.0};
+    for (const double height : expected) {
+        const std::vector<Draw> seen = drawsOf(view);
+        QVERIFY(!seen.empty());
+        QVERIFY(std::abs(static_cast<double>(seen[0].matrix[0]) - 1.0) < 1e-6);
+        QVERIFY(std::abs(static_cast<double>(seen[0].matrix[5]) - height) < 1e-6);
     }
 }
 

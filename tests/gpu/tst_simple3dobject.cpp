@@ -58,6 +58,7 @@ private slots:
     void usageFollowsIsStatic();
     void dynamicObjectIsUploadedAtEachPush();
     void staticObjectIsUploadedOnce();
+    void staticObjectStaysAsItIs();
     void drawBeforeThePushDrawsNothing();
     void drawDrawsEveryIndexAsTheTypeSays();
     void clearedObjectDrawsNothingUntilItIsPushed();
@@ -259,6 +260,20 @@ void TestSimple3dObject::staticObjectIsUploadedOnce()
     QCOMPARE(object.vertices.size(), std::size_t{6}); // the addition stays on the CPU
 }
 
+void TestSimple3dObject::staticObjectStaysAsItIs()
+{
+    Object object(true);
+    object.setDrawingType(GL_LINES);
+    object.addLine({0, 0, 0}, {1, 1, 1}, {1, 1, 1});
+    object.pushToGPU();
+    object.pushToGPU();
+    QCOMPARE(primitivesOf([&] { object.draw(); }), 1U);
+    object.clear();
+    object.addLine({0, 0, 0}, {1, 1, 1}, {1, 1, 1});
+    object.pushToGPU(); // too late: it stays cleared
+    QCOMPARE(primitivesOf([&] { object.draw(); }), 0U);
+}
+
 void TestSimple3dObject::drawBeforeThePushDrawsNothing()
 {
     Object object;
@@ -292,6 +307,7 @@ void TestSimple3dObject::clearedObjectDrawsNothingUntilItIsPushed()
     object.clear();
     QVERIFY(object.vertices.empty() && object.colors.empty() && object.indices.empty());
     object.addLine({0, 0, 0}, {1, 1, 1}, {1, 1, 1});
+    QCOMPARE(object.indices, (std::vector<unsigned int>{0, 1})); // they count from 0 again
     QCOMPARE(primitivesOf([&] { object.draw(); }), 0U);
     QCOMPARE(floatsIn(object.vboID[0]).size(), std::size_t{6}); // the old copy is still there
     object.pushToGPU();
@@ -433,6 +449,11 @@ void TestSimple3dObject::dynAxisUploadsSixVerticesAfresh()
     QCOMPARE(axis.vertices.size(), std::size_t{18});
     QCOMPARE(floatsIn(axis.vboID[0]), axis.vertices);
     QCOMPARE(bufferSize(GL_ELEMENT_ARRAY_BUFFER, axis.vboID[2]), 6 * 4);
+    GLint usage = 0;
+    gl->glBindBuffer(GL_ARRAY_BUFFER, axis.vboID[0]);
+    gl->glGetBufferParameteriv(GL_ARRAY_BUFFER, GL_BUFFER_USAGE, &usage);
+    gl->glBindBuffer(GL_ARRAY_BUFFER, 0);
+    QCOMPARE(usage, GL_DYNAMIC_DRAW);
 }
 
 void TestSimple3dObject::dynAxisLeavesItsLineWidth()

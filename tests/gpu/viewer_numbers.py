@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
 """Where the 3D view's viewer stands after each kind of input, computed in double precision from the
-definitions, with rotation matrices in place of the program's quaternions. Writes viewer_numbers.h.
-Needs python3-numpy.
+definitions, with rotation matrices in place of the program's quaternions. Writes viewer_numbers.h, or
+the file that is named. Needs python3-numpy.
 """
 
 import os
+import sys
 
 import numpy as np
 
@@ -134,7 +135,8 @@ def row(name, inputs):
 
 
 def main():
-    target = os.path.join(os.path.dirname(os.path.abspath(__file__)), "viewer_numbers.h")
+    beside = os.path.join(os.path.dirname(os.path.abspath(__file__)), "viewer_numbers.h")
+    target = sys.argv[1] if sys.argv[1:] else beside
     with open(target, "w", encoding="ascii") as out:
         out.write("""/// @file
 /// Made by viewer_numbers.py: the view-projection matrix, row by row, after each list of inputs.
