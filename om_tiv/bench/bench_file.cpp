@@ -264,7 +264,7 @@ std::string errorLine(const std::string& name, int line, const std::string& reas
 {
     std::string text = name + (line > 0 ? ":" + std::to_string(line) : "") + ": " + reason;
     std::replace_if(
-        text.begin(), text.end(), [](char c) { return (c >= 0 && c < ' ') || c == 127; }, ' ');
+        text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 127; }, ' ');
     return text;
 }
 
