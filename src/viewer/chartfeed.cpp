@@ -21,6 +21,15 @@ constexpr int reservedSamples = 24000; // a minute of the IMU
 constexpr std::array<QString Style::*, 3> axisSheets{&Style::xAxisEditStyle, &Style::yAxisEditStyle,
                                                      &Style::zAxisEditStyle};
 
+/// The samples from `start` on, in a vector of their own. A series that fits into the window would
+/// be shared by mid() instead, and the sensor thread would copy all of it with the next sample.
+QVector<double> windowOf(const QVector<double>& series, int start)
+{
+    QVector<double> window = series.mid(start);
+    window.detach();
+    return window;
+}
+
 } // namespace
 
 struct MainWindow::ChartRow
@@ -242,14 +251,14 @@ void MainWindow::feedChart(const ChartRow& row, int imuStart)
         start = chartfeed::windowStart((this->*counted).size(),
                                        chartfeed::windowSamples(chartWindowSec, rate));
     }
-    chartTime = (this->*time).mid(start);
+    chartTime = windowOf(this->*time, start);
 
     DataPlot* const chart = ui->widget_chart;
     const std::array<QVector<double>*, 3> working{&chartY0, &chartY1, &chartY2};
     for (std::size_t i = 0; i < working.size(); ++i) {
         const ChartRow::Curve& curve = row.curves[i];
         if (curve.values != nullptr) {
-            *working[i] = (this->*curve.values).mid(start);
+            *working[i] = windowOf(this->*curve.values, start);
             chart->updateData(curve.curve, chartTime, *working[i], false);
         }
     }
@@ -257,7 +266,9 @@ void MainWindow::feedChart(const ChartRow& row, int imuStart)
     chart->setValRange(values.min, values.max, false);
     // A sensor may be without samples when the IMU has some already. The axis stays as it was.
     if (!chartTime.isEmpty()) {
-        const auto times = chartfeed::timeAxis(chartTime.first(), chartTime.last(), chartWindowSec);
+        // Read as constants: the curves share the times, and anything else would copy them.
+        const auto times =
+            chartfeed::timeAxis(chartTime.constFirst(), chartTime.constLast(), chartWindowSec);
         chart->setTimeRange(times.min, times.max, false);
     }
     if (row.mode == DataPlot::Barometer) {

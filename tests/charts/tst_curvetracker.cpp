@@ -90,6 +90,9 @@ private slots:
     void noSegmentWithoutTwoSamples();
     void noSegmentWithoutWidth();
     void lastTwoSamplesOfEqualTimeAndValueAreLeftOut();
+    void segmentShorterThanRoundingIsLeftOut();
+    void noSegmentOfSamplesOutOfOrder_data();
+    void noSegmentOfSamplesOutOfOrder();
     void searchTouchesFewSamples();
 
     void infoIsTheInterpolatedValueInTheCurvesColour();
@@ -257,6 +260,38 @@ void TestCurveTracker::lastTwoSamplesOfEqualTimeAndValueAreLeftOut()
              QString("<font color=#000000>5.500</font>"));
 }
 
+void TestCurveTracker::segmentShorterThanRoundingIsLeftOut()
+{
+    // Ends that agree to twelve digits are the same: a millisecond of the time since 1970.
+    const auto infoOf = [&](double distance, double rise) {
+        DataCurve curve(QStringLiteral("x"));
+        curve.setSamples(QVector<double>{startTime, startTime + distance},
+                         QVector<double>{5.0, 5.0 + rise});
+        return m_tracker->curveInfoAt(&curve, QPointF(startTime, 0.0));
+    };
+    QCOMPARE(infoOf(0.001, 0.0), QString());
+    QCOMPARE(infoOf(0.001, 1e-13), QString());
+    QCOMPARE(infoOf(0.001, 0.5), QString("<font color=#000000>5.000</font>"));
+    QCOMPARE(infoOf(0.0025, 0.0), QString("<font color=#000000>5.000</font>")); // the IMU's pace
+}
+
+void TestCurveTracker::noSegmentOfSamplesOutOfOrder_data()
+{
+    QTest::addColumn<QVector<double>>("times");
+    QTest::addColumn<double>("x");
+    QTest::newRow("first sample beyond x") << QVector<double>{3.0, 2.5, 2.6, 1.0, 4.0} << 2.0;
+    QTest::newRow("last sample before x") << QVector<double>{1.0, 5.0, 3.0} << 4.0;
+}
+
+void TestCurveTracker::noSegmentOfSamplesOutOfOrder()
+{
+    QFETCH(QVector<double>, times);
+    QFETCH(double, x);
+    DataCurve curve(QStringLiteral("x"));
+    curve.setSamples(times, times);
+    QVERIFY(m_tracker->curveLineAt(&curve, x).isNull());
+}
+
 void TestCurveTracker::searchTouchesFewSamples()
 {
     class CountingData : public QwtSeriesData<QPointF>
@@ -299,6 +334,7 @@ void TestCurveTracker::infoIsPaddedToFiveCharacters_data()
     QTest::newRow("rounded") << 1.23456 << "1.235";
     QTest::newRow("negative") << -1.5 << "-1.500";
     QTest::newRow("wider than the field") << 1013.25 << "1013.250";
+    QTest::newRow("no number") << std::nan("") << "  nan";
 }
 
 void TestCurveTracker::infoIsPaddedToFiveCharacters()

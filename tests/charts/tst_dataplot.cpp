@@ -101,6 +101,7 @@ private slots:
     void timeAxisLeavesRoomForHalfALabel();
     void trackerFollowsTheMouseWithoutAButton();
     void replotReadsNoSamples();
+    void hasNoSignalsAndSlotsOfItsOwn();
 };
 
 void TestDataPlot::startsWithTheAccelerometerAndNoSamples()
@@ -522,6 +523,13 @@ void TestDataPlot::replotReadsNoSamples()
     plot.replot();
     QCOMPARE(data->reads, 0);
     QTRY_VERIFY(data->reads > 0); // by the paint event
+}
+
+void TestDataPlot::hasNoSignalsAndSlotsOfItsOwn()
+{
+    const QMetaObject& meta = DataPlot::staticMetaObject;
+    QCOMPARE(meta.className(), "DataPlot");
+    QCOMPARE(meta.methodCount(), meta.methodOffset());
 }
 
 QTEST_MAIN(TestDataPlot)

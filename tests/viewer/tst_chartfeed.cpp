@@ -6,7 +6,9 @@
 #include <qwt_plot_curve.h>
 #include <qwt_point_data.h>
 
+#include <atomic>
 #include <cmath>
+#include <thread>
 
 using namespace viewersession;
 
@@ -128,7 +130,7 @@ private:
             p.baroNewTime = times(baro, 25.0, startTime + 0.016);
             p.baroNewPressure = ramp(baro, 1010.0);
         } else {
-            p.tempFallbackTime = p.imuTime;
+            p.tempFallbackTime = times(imu, 400.0);
         }
         p.baroNewTempLeft = ramp(temperature, 30.0);
         p.baroNewTempRight = ramp(temperature, 35.0);
@@ -511,6 +513,46 @@ private slots:
         producer.join();
     }
 
+    void lockAndTimerRestThroughTheReplot()
+    {
+        // Hears of the scales in the middle of a replot.
+        class Listener : public QwtPlotItem
+        {
+        public:
+            explicit Listener(MainWindowProbe& window) : probe(window)
+            {
+                setItemInterest(QwtPlotItem::ScaleInterest, true);
+            }
+            void updateScaleDiv(const QwtScaleDiv&, const QwtScaleDiv&) override
+            {
+                ++replots;
+                timerRan = timerRan || probe.plotTimer->isActive();
+                if (probe.dataMutex.tryLock()) {
+                    probe.dataMutex.unlock();
+                    wasFree = true;
+                }
+            }
+            void draw(QPainter*, const QwtScaleMap&, const QwtScaleMap&,
+                      const QRectF&) const override
+            {}
+            MainWindowProbe& probe;
+            int replots = 0;
+            bool timerRan = false;
+            bool wasFree = false;
+        };
+        store(20.0);
+        startPlotTimer();
+        Listener listener(viewer->probe);
+        listener.attach(chart());
+        listener.replots = 0;
+        viewer->window->updatePlot();
+        listener.detach();
+        QCOMPARE(listener.replots, 1);
+        QVERIFY(!listener.timerRan);
+        QVERIFY(!listener.wasFree);
+        QVERIFY(viewer->probe.plotTimer->isActive());
+    }
+
     void updateReplots()
     {
         store(20.0);
@@ -594,6 +636,7 @@ private slots:
             for (int i = 0; i < curves.size(); ++i) {
                 const QVector<double> expected = lastOf(ramp(inSeries, first[i]), shown);
                 QCOMPARE(curveTimes(curves[i]), probe.chartTime);
+                QCOMPARE(curveTimes(curves[i]).constData(), probe.chartTime.constData());
                 QCOMPARE(curveValues(curves[i]), expected);
                 if (curves[i] != 13 || sensor != "Barometer") {
                     QCOMPARE(*working[i], expected);
@@ -738,6 +781,20 @@ private slots:
         QCOMPARE(probe.plotTimer->interval(), 77);
     }
 
+    void timerOfAnotherCameraTakesOverThePeriod()
+    {
+        viewer->probe.plotPeriodMs = 62;
+        // Looked at while the camera opens: the first samples adapt it.
+        std::atomic<int> interval{0};
+        bench().setOpenHook(
+            [&](const om::InitParameters&) { interval = viewer->probe.plotTimer->interval(); });
+        bench().addCamera(camera(om::MODEL::TIV_Q, 31415926));
+        QTRY_VERIFY_WITH_TIMEOUT(viewer->streams(31415926), 20000);
+        bench().setOpenHook(nullptr);
+        QCOMPARE(interval.load(), 62);
+        QTRY_COMPARE(viewer->probe.plotTimer->interval(), 25);
+    }
+
     void exactlyTheWindowGivesTheSameAxisByBothRules()
     {
         auto& probe = viewer->probe;
@@ -765,6 +822,28 @@ private slots:
         probe.gyroRange = 300.0F;
         viewer->window->updatePlot();
         QCOMPARE(valueAxis().maxValue(), 300.0 * 1.05);
+    }
+
+    void spikeWidensTheChartForGood()
+    {
+        auto& probe = viewer->probe;
+        startPlotTimer();
+        probe.accelRange = 160.0F; // by a sample that no window holds
+        const auto axisAfterAnUpdate = [&] {
+            probe.changeSensor("Accelerometer");
+            probe.chartWindowSec = 10;
+            viewer->window->updatePlot();
+            return valueAxis();
+        };
+        const QwtInterval wide(-160.0 * 1.05, 160.0 * 1.05);
+        store(20.0);
+        QCOMPARE(axisAfterAnUpdate(), wide);
+        probe.initCharts();
+        store(1.0);
+        QCOMPARE(axisAfterAnUpdate(), wide);
+        viewer->window->reset(); // as for another camera
+        startPlotTimer();
+        QCOMPARE(axisAfterAnUpdate(), wide);
     }
 
     void sensorWithoutSamplesKeepsTheTimeAxis_data()
@@ -814,7 +893,6 @@ private slots:
 
     void appendedSamplesDoNotTouchTheChart()
     {
-        // While all samples are shown, chart and series share them.
         auto& probe = viewer->probe;
         startPlotTimer();
         store(5.0);
@@ -826,6 +904,42 @@ private slots:
         QCOMPARE(curveValues(0).size(), 2000);
         QCOMPARE(curveValues(0).first(), 0.0);
         QCOMPARE(curveValues(0).last(), last);
+    }
+
+    void seriesAreNeverSharedWithTheChart_data()
+    {
+        QTest::addColumn<QString>("sensor");
+        QTest::addColumn<bool>("withBarometer");
+        QTest::newRow("accelerometer") << "Accelerometer" << true;
+        QTest::newRow("gyroscope") << "Gyroscope" << true;
+        QTest::newRow("magnetometer") << "Magnetometer" << true;
+        QTest::newRow("orientation") << "Orientation" << true;
+        QTest::newRow("barometer") << "Barometer" << true;
+        QTest::newRow("temperature") << "Camera Temperature" << true;
+        QTest::newRow("temperature of the IMU") << "Camera Temperature" << false;
+    }
+    void seriesAreNeverSharedWithTheChart()
+    {
+        // The sensor thread would have to copy a shared series with the next sample, under the
+        // lock.
+        QFETCH(QString, sensor);
+        QFETCH(bool, withBarometer);
+        auto& probe = viewer->probe;
+        startPlotTimer();
+        probe.changeSensor(sensor);
+        probe.chartWindowSec = 10;
+        for (const double stored : {5.0, 20.0}) { // less and more than the window
+            store(stored, withBarometer);
+            viewer->window->updatePlot();
+            QVERIFY(!probe.chartTime.isEmpty());
+            for (int i = 0; i < MainWindowProbe::seriesCount; ++i) {
+                const QVector<double>& series = probe.series(i);
+                const bool isWindow = &series == &probe.chartTime || &series == &probe.chartY0 ||
+                                      &series == &probe.chartY1 || &series == &probe.chartY2;
+                QVERIFY2(isWindow || series.isEmpty() || series.isDetached(),
+                         qPrintable(QString::number(i)));
+            }
+        }
     }
 
     void emptyWindowShowsNothingAndKeepsTheAxis()
