@@ -38,6 +38,7 @@ class MainWindow : public QMainWindow
     Q_OBJECT
 
 public:
+    /// Opens no camera: a tick of detectTimer does, the second one at the soonest.
     explicit MainWindow(QWidget* parent = nullptr);
 
     /// Ends the process through std::terminate when a sensor thread that lost its camera was never
@@ -48,7 +49,7 @@ public slots:
     /// Opens the camera of the current row and starts streaming. Blocks for the whole open, and
     /// while one of its message boxes is shown. A refused open is silent: detection goes on.
     void createLiveInput();
-    /// Hands the camera's CUDA context to the 3D view.
+    /// Hands the camera's CUDA context to the 3D view. Only while inputThread is set.
     void setContext();
     /// Takes everything down after a loss of the camera, clears the charts and polls again.
     void cameraDisconnected();
@@ -57,9 +58,18 @@ public slots:
     void reset();
     /// One tick of the poll. True when a row was built; createLiveInput() has then run.
     bool detectMultipleDevice();
+    /// One tick of imageTimer: repaints the 3D view. For a camera without sensors it also keeps the
+    /// time, which counts from the first such image of the process.
     void updateImages();
+    /// Takes the width of the chart, chartWindowSec, from the text of comboBox_time_range. An empty
+    /// text changes nothing.
     void updateChartTimeSize();
+    /// One tick of plotTimer, which it sets to the amount of data: hands the newest samples of the
+    /// current sensor to the chart. Holds dataMutex throughout.
     void updatePlot();
+    /// One tick of displayTimer: handles a loss that the sensor thread has seen, or else shows the
+    /// newest values of the current sensor, at most once in displayPeriodMs. Holds dataMutex for
+    /// the values.
     void updateDataDisplay();
     /// Writes the CSV row of the sample at this index when the recording's period has passed.
     /// Called by the sensor thread with dataMutex held.

@@ -11,7 +11,7 @@
 #include <QMutexLocker>
 
 #include <algorithm>
-#include <utility>
+#include <iterator>
 
 namespace sm = sensormath;
 using Verdict = sm::SampleClock::Verdict;

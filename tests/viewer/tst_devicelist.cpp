@@ -2,6 +2,10 @@
 
 #include "camera/ProgramStates.h"
 
+#include <QThread>
+
+#include <atomic>
+
 using namespace viewersession;
 using om::MODEL;
 using om::bench::CALL;
@@ -275,15 +279,27 @@ private slots:
         QCOMPARE(bench().log().count(CALL::GET_DEVICE_LIST), lists);
     }
 
+    void refreshWithoutAnOpenCameraRunsTheWholeLossPath_data()
+    {
+        QTest::addColumn<bool>("withInputThread");
+        QTest::newRow("no input thread") << false;
+        QTest::newRow("input thread whose camera is closed") << true;
+    }
+
     void refreshWithoutAnOpenCameraRunsTheWholeLossPath()
     {
+        QFETCH(bool, withInputThread);
         startWithoutPoll();
         auto& probe = viewer->probe;
+        if (withInputThread) {
+            probe.inputThread = new InputThreadModul;
+        }
         probe.cameraLost = false;
         probe.accX = {1.0, 2.0};
         viewer->ui->lineEdit_value_0->setText(QStringLiteral("old"));
         QTest::mouseClick(viewer->ui->pushButton_refresh_list, Qt::LeftButton);
         QVERIFY(probe.cameraLost);
+        QVERIFY(probe.inputThread == nullptr);
         QVERIFY(probe.accX.isEmpty());
         QCOMPARE(viewer->ui->lineEdit_value_0->text(), QStringLiteral("---"));
         QCOMPARE(probe.currentSensor, QString());
@@ -309,6 +325,31 @@ private slots:
         QCOMPARE(bench().listsDuringOpen(), 0);
         QVERIFY(viewer->probe.detectionThread.mutex.tryLock());
         viewer->probe.detectionThread.mutex.unlock();
+    }
+
+    void anOpenWaitsForTheListThatIsUnderWay()
+    {
+        bench().addCamera(camera(MODEL::TIV_Q, 20000001));
+        startWithoutPoll();
+        auto& probe = viewer->probe;
+        QVERIFY(!viewer->window->detectMultipleDevice());
+        QVERIFY(probe.detectionThread.wait());
+        QSemaphore begun;
+        std::atomic<bool> listed{false};
+        bench().setDeviceListHook([&] {
+            begun.release();
+            QThread::msleep(500); // past the waiting that comes before the open
+            listed = true;
+        });
+        probe.detectionThread.start();
+        begun.acquire();
+        bool before = false;
+        bench().setOpenHook([&](const om::InitParameters&) { before = listed; });
+        QVERIFY(viewer->window->detectMultipleDevice());
+        bench().setDeviceListHook(nullptr);
+        bench().setOpenHook(nullptr);
+        QVERIFY(before);
+        QTRY_VERIFY(viewer->streams(20000001));
     }
 
     void aSlowListDoesNotHoldUpTheInterface()

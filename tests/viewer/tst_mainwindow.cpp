@@ -1,5 +1,6 @@
 #include "support/viewersession.h"
 
+#include "camera/InputThreadModul.h"
 #include "look/Style.h"
 #include "look/clr.h"
 
@@ -276,6 +277,19 @@ private slots:
         viewer->window->detectMultipleDevice();
         viewer->close();
         QVERIFY(listed);
+    }
+
+    void theDestructorDeletesWhatWasNeverClosed()
+    {
+        auto& probe = viewer->probe;
+        const QPointer<InputThreadModul> input(new InputThreadModul);
+        const QPointer<QTimer> timer(probe.detectTimer);
+        probe.inputThread = input;
+        delete probe.style; // the close event's part
+        probe.style = nullptr;
+        viewer->window.reset();
+        QVERIFY(input.isNull());
+        QVERIFY(timer.isNull());
     }
 
     void closingBeforeACameraWasFoundEndsEverything()

@@ -488,8 +488,6 @@ private slots:
 
     void theLossOfTheCameraEndsTheThread()
     {
-        bench().addCamera(camera(MODEL::TIV_Q, serial));
-        // The camera goes away for good, so that the way down can be looked at.
         stream({imuRecord(start), imuRecord(start + period), imuRecord(start + 2 * period)});
         auto& probe = viewer->probe;
         std::thread* const handle = probe.dataThread;
@@ -502,6 +500,74 @@ private slots:
         QVERIFY(!probe.stopDataThread);
         QCOMPARE(probe.imuTime, Doubles({1000.0025, 1000.005}));
         QVERIFY(handle->joinable());
+    }
+
+    void aLossDuringARecordingKeepsTheSamplesAndEndsTheRows()
+    {
+        stream(fourRecords());
+        auto& probe = viewer->probe;
+        QTemporaryDir folder;
+        probe.recOptions.saveFolder = folder.path();
+        QTest::mouseClick(viewer->ui->toolButton_save, Qt::LeftButton);
+        QVERIFY(probe.recording && probe.recFile.isOpen());
+        const qint64 header = probe.recFile.size();
+        probe.recPeriodSec = 0.0;
+        streamMore({imuRecord(start + 4 * period)});
+        const qint64 size = probe.recFile.size();
+        QVERIFY(size > header);
+
+        bench().appendSensors(serial, {result(ERROR_CODE::CAMERA_GONE)});
+        while (probe.dataThreadRunning) {
+            QThread::msleep(1);
+        }
+        QVERIFY(probe.inputThread == nullptr);
+        QVERIFY(probe.recording && probe.recFile.isOpen());
+        QCOMPARE(probe.imuTime.size(), 4);
+        viewer->window->saveValues(3);
+        QCOMPARE(probe.recFile.size(), size);
+        viewer->window->updateDataDisplay(); // which handles the loss
+        QVERIFY(!probe.recording && !probe.recFile.isOpen());
+        QVERIFY(probe.imuTime.isEmpty());
+    }
+
+    void aSelectionAndARecordingTouchNoSeries()
+    {
+        stream(fourRecords());
+        auto& probe = viewer->probe;
+        const Ui_MainWindow* const ui = viewer->ui;
+        for (QAbstractButton* const button :
+             {ui->pushButton_gyro, ui->pushButton_mag, ui->pushButton_orient, ui->pushButton_baro,
+              ui->pushButton_temper, ui->pushButton_accel}) {
+            QTest::mouseClick(button, Qt::LeftButton);
+            QCOMPARE(probe.imuTime.size(), 3);
+        }
+        ui->comboBox_time_range->setCurrentIndex(3);
+        QCOMPARE(probe.imuTime.size(), 3);
+        QTemporaryDir folder;
+        probe.recOptions.saveFolder = folder.path();
+        for (const bool recording : {true, false}) {
+            QTest::mouseClick(ui->toolButton_save, Qt::LeftButton);
+            QCOMPARE(probe.recording, recording);
+            QCOMPARE(probe.imuTime, Doubles({1000.0025, 1000.005, 1000.0075}));
+            QCOMPARE(probe.accY, Doubles({9.75, 9.75, 9.75}));
+        }
+    }
+
+    void nothingBoundsTheSeries()
+    {
+        constexpr std::uint64_t count = 30'000; // beyond what is reserved
+        bench().addCamera(camera(MODEL::TIV_Q, serial));
+        bench().scriptSensors(serial, [](std::uint64_t index, SensorsEntry& entry) {
+            entry = imuRecord(start + index * period);
+            return index < count;
+        });
+        viewer = std::make_unique<Viewer>();
+        QTRY_COMPARE_WITH_TIMEOUT(viewer->samples(), static_cast<int>(count) - 1, 30000);
+        auto& probe = viewer->probe;
+        QCOMPARE(viewer->copyOf(probe.imuTime).constFirst(), 1000.0025);
+        viewer->window->reset(); // leaves them to the next camera
+        QCOMPARE(probe.imuTime.size(), static_cast<int>(count) - 1);
+        QCOMPARE(probe.imuTime.constLast(), 1000.0 + 29999 * 0.0025);
     }
 
     void theViewFollowsEverySample()

@@ -95,6 +95,7 @@ private slots:
         start();
         auto& probe = viewer->probe;
         probe.accX = {1.0};
+        viewer->ui->pushButton_mag->hide();
         QTRY_VERIFY(probe.inputThread != nullptr && !probe.cameraLost);
         QVERIFY(probe.inputThread->cameraInfo.cameraModel == MODEL::TIV);
         QVERIFY(probe.dataThread == nullptr);
@@ -107,9 +108,9 @@ private slots:
         QCOMPARE(chart->axisScaleDiv(QwtPlot::yLeft).upperBound(), 15.0);
         QCOMPARE(chart->axisScaleDiv(QwtPlot::xBottom).lowerBound(), 0.0);
         QCOMPARE(chart->axisScaleDiv(QwtPlot::xBottom).upperBound(), 10.0);
-        // The buttons stand as the form has them.
+        // The buttons stand as they did.
         QVERIFY(viewer->ui->pushButton_baro->isVisible());
-        QVERIFY(viewer->ui->pushButton_mag->isVisible());
+        QVERIFY(!viewer->ui->pushButton_mag->isVisible());
         QVERIFY(viewer->ui->pushButton_temper->isVisible());
 
         // The zero is the time of the image at the first tick, if one had been grabbed.
@@ -230,6 +231,29 @@ private slots:
         QVERIFY(ui->comboBox_time_range->isEnabled());
     }
 
+    void anUnknownModelOfTheOpenCameraHasAllButtons()
+    {
+        bench().addCamera(camera(MODEL::TIV_N, first));
+        // The camera turns out to be another model than its row said.
+        bench().setOpenHook([](const om::InitParameters&) {
+            bench().setOpenHook(nullptr);
+            bench().removeCamera(first);
+            bench().addCamera(camera(static_cast<MODEL>(6), first));
+        });
+        start();
+        const Ui_MainWindow* const ui = viewer->ui;
+        ui->pushButton_baro->hide();
+        ui->pushButton_mag->hide();
+        ui->pushButton_temper->hide();
+        QTRY_VERIFY(viewer->streams(first));
+        QVERIFY(viewer->probe.cameraModel == MODEL::TIV_N);
+        QVERIFY(ui->pushButton_baro->isVisible());
+        QVERIFY(ui->pushButton_mag->isVisible());
+        QVERIFY(ui->pushButton_temper->isVisible());
+        QVERIFY(ui->frame_data_options->isEnabled());
+        QVERIFY(ui->comboBox_time_range->isEnabled());
+    }
+
     void aRefusedOpenIsRetriedSilently()
     {
         auto config = camera(MODEL::TIV_Q, first);
@@ -253,6 +277,28 @@ private slots:
         QCOMPARE(boxes.count(), 0);
         bench().changeFaults(first, [](auto& f) { f.openResult = ERROR_CODE::SUCCESS; });
         QTRY_VERIFY(viewer->streams(first));
+        QCOMPARE(boxes.count(), 0);
+    }
+
+    void aChosenCameraThatRefusesIsLeftToTheDetection()
+    {
+        auto config = camera(MODEL::TIV_P, second);
+        config.faults.openResult = ERROR_CODE::IN_USE;
+        bench().addCamera(camera(MODEL::TIV_Q, first));
+        bench().addCamera(config);
+        BoxWatcher boxes([](QMessageBox& box) { clickOk(box); });
+        start();
+        QTRY_VERIFY(viewer->streams(first));
+        choose(1);
+        auto& probe = viewer->probe;
+        QVERIFY(bench().log().last(CALL::OPEN)->result != 0);
+        QVERIFY(probe.inputThread == nullptr && probe.imageTimer == nullptr);
+        QVERIFY(probe.detectTimer != nullptr && probe.detectTimer->isActive());
+        QCOMPARE(probe.detectTimer->interval(), 200);
+        QVERIFY(!isBusy());
+        // The first row wins again.
+        QTRY_VERIFY(viewer->streams(first));
+        QCOMPARE(viewer->ui->comboBox_camera_list->currentIndex(), 0);
         QCOMPARE(boxes.count(), 0);
     }
 
@@ -433,6 +479,28 @@ private slots:
         QVERIFY(!isBusy());
     }
 
+    void aSignalEndsTheCalibrationDialogBeforeTheWindow()
+    {
+        startStreaming();
+        const CloseSignals closeSignals(viewer->window.get());
+        bool raised = false;
+        bool visible = false;
+        ModalWatcher<MagCalibDlg> dialogs([&](MagCalibDlg& dialog) {
+            if (!raised) {
+                raised = true;
+                connect(&dialog, &QDialog::finished, &dialog,
+                        [&] { visible = viewer->window->isVisible(); });
+                QVERIFY(std::raise(SIGTERM) == 0);
+            }
+        });
+        viewer->window->on_pushButton_calib_mag_clicked();
+        QVERIFY(raised);
+        QVERIFY(visible);
+        QTRY_VERIFY(!viewer->window->isVisible());
+        QVERIFY(viewer->probe.inputThread == nullptr && viewer->probe.dataThread == nullptr);
+        QVERIFY(viewer->probe.detectTimer == nullptr);
+    }
+
     void theInputThreadSeesTheLossFirst()
     {
         startStreaming();
@@ -563,6 +631,21 @@ private slots:
         QTRY_VERIFY(viewer->streams(first));
         handle->join();
         delete handle;
+    }
+
+    void aLossThatIsAlreadyPostedIsHandledAfterTheOther()
+    {
+        startStreaming();
+        auto& probe = viewer->probe;
+        // The input thread has told of the loss, and the display's tick comes first.
+        std::thread input([&] { emit probe.inputThread->DetectTIVDisconnect(); });
+        input.join();
+        QCOMPARE(bench().log().count(CALL::OPEN), 1ULL);
+        viewer->window->cameraDisconnected();
+        QCOMPARE(bench().log().count(CALL::OPEN), 2ULL); // the list still holds the camera
+        QTRY_COMPARE(bench().log().count(CALL::OPEN), 3ULL);
+        QTRY_VERIFY(viewer->streams(first));
+        QCOMPARE(bench().log().count(CALL::CLOSE), 2ULL);
     }
 
     void aLossStopsARecording()
@@ -703,8 +786,14 @@ private slots:
             return view->cudaContext != nullptr;
         };
         QVERIFY(contextArrives());
+        // Somebody else's connection between the two stays.
+        QLabel* const label = viewer->ui->label_sensor_type;
+        connect(probe.inputThread.load(), &InputThreadModul::sendContext, viewer->window.get(),
+                [label] { label->setText(QStringLiteral("sent")); });
         probe.disconnectSignals();
+        label->clear();
         QVERIFY(!contextArrives());
+        QCOMPARE(label->text(), QStringLiteral("sent"));
         probe.accX.append(1.0);
         emit probe.inputThread->DetectTIVDisconnect();
         emit probe.inputThread->sendInit();
@@ -730,7 +819,10 @@ private slots:
     {
         startStreaming();
         auto& probe = viewer->probe;
+        QElapsedTimer elapsed;
+        elapsed.start();
         viewer->window->close();
+        QVERIFY(elapsed.elapsed() >= 100);
         QVERIFY(probe.imageTimer == nullptr && probe.plotTimer == nullptr &&
                 probe.displayTimer == nullptr && probe.detectTimer == nullptr);
         QVERIFY(probe.inputThread == nullptr);
@@ -784,11 +876,13 @@ private slots:
         QTest::mouseClick(viewer->ui->pushButton_mag, Qt::LeftButton);
 
         bool looked = false;
+        QPointer<MagCalibDlg> opened;
         ModalWatcher<MagCalibDlg> dialogs([&](MagCalibDlg& dialog) {
             if (looked) {
                 return;
             }
             looked = true;
+            opened = &dialog;
             // No thread or timer of the viewer runs, and the camera is closed.
             QVERIFY(probe.inputThread == nullptr);
             QVERIFY(probe.dataThread == nullptr && !probe.dataThreadRunning);
@@ -802,8 +896,14 @@ private slots:
             QVERIFY(leave != nullptr);
             QTest::mouseClick(leave, Qt::LeftButton);
         });
+        // The dialog goes only after the camera has been taken back.
+        bool kept = false;
+        bench().setOpenHook(
+            [&](const om::InitParameters&) { kept = !opened.isNull() && !opened->isVisible(); });
         viewer->window->on_pushButton_calib_mag_clicked();
         QVERIFY(looked);
+        QVERIFY(kept);
+        QVERIFY(opened.isNull());
         QCOMPARE(viewer->ui->comboBox_camera_list->currentIndex(), 1);
         QTRY_VERIFY(viewer->streams(second));
         QCOMPARE(bench().log().last(CALL::MCU_OPEN)->serialNumber, second);
@@ -837,8 +937,10 @@ private slots:
     {
         start();
         QTRY_COMPARE(viewer->ui->comboBox_camera_list->currentText(), QStringLiteral("No cameras"));
+        const QPointer<QTimer> before(viewer->probe.detectTimer);
         viewer->window->createLiveInput();
         QVERIFY(viewer->probe.inputThread == nullptr);
+        QVERIFY(before.isNull()); // the poll starts anew, and is one
         QVERIFY(viewer->probe.detectTimer != nullptr && viewer->probe.detectTimer->isActive());
         QCOMPARE(bench().log().count(CALL::OPEN), 0ULL);
     }

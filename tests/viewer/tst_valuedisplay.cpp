@@ -103,8 +103,13 @@ private slots:
         viewer->probe.currentSensor = sensor;
         viewer->ui->lineEdit_value_1->setText(QStringLiteral("second"));
         viewer->ui->lineEdit_value_2->setText(QStringLiteral("third"));
+        // The titles stand as the press of the button left them.
+        viewer->ui->label_sensor_type->setText(QStringLiteral("title"));
+        viewer->ui->label_sensor_type_top->setText(QStringLiteral("top"));
         refresh();
         QCOMPARE(texts(), expected);
+        QCOMPARE(viewer->ui->label_sensor_type->text(), QStringLiteral("title"));
+        QCOMPARE(viewer->ui->label_sensor_type_top->text(), QStringLiteral("top"));
     }
 
     void shortNumbersAreSetToTheWidth_data()

@@ -1,0 +1,87 @@
+// The program from its entry on: its main() runs here under another name.
+#define main runProgram
+#include "viewer/main.cpp" // NOLINT(bugprone-suspicious-include)
+#undef main
+
+#include <QDir>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <QtTest>
+
+namespace {
+
+/// What the program looked like while it ran.
+struct Seen
+{
+    QByteArray glyphCache;
+    int samples = 0;
+    bool highDpi = false;
+    QString firstLibraryPath;
+    int windows = 0; ///< shown main windows without a parent
+};
+Seen seen;
+
+constexpr int exitCode = 7;
+
+void look()
+{
+    seen.firstLibraryPath = QCoreApplication::libraryPaths().value(0);
+    for (const QWidget* const widget : QApplication::topLevelWidgets()) {
+        if (qobject_cast<const MainWindow*>(widget) != nullptr && widget->isVisible() &&
+            widget->parent() == nullptr) {
+            ++seen.windows;
+        }
+    }
+    QCoreApplication::exit(exitCode);
+}
+
+/// Called by the constructor of the application.
+void note()
+{
+    seen.glyphCache = qgetenv("QT_NO_FT_CACHE");
+    seen.samples = QSurfaceFormat::defaultFormat().samples();
+    seen.highDpi = QCoreApplication::testAttribute(Qt::AA_EnableHighDpiScaling);
+    QTimer::singleShot(0, look);
+}
+Q_COREAPP_STARTUP_FUNCTION(note)
+
+} // namespace
+
+class TestMain : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir folder;
+    int result = 0;
+
+private slots:
+    void initTestCase()
+    {
+        // Only a folder that exists becomes a library path.
+        const QString before = QDir::currentPath();
+        QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("platforms")));
+        QVERIFY(QDir::setCurrent(folder.path()));
+        char name[] = "gravimon";
+        char* arguments[] = {name, nullptr};
+        result = runProgram(1, arguments);
+        QVERIFY(QDir::setCurrent(before));
+    }
+
+    void theGlyphCacheIsOffBeforeTheApplication() { QCOMPARE(seen.glyphCache, QByteArray("1")); }
+    void theFormatHasSixteenSamplesBeforeTheApplication() { QCOMPARE(seen.samples, 16); }
+    void highDpiScalingIsOnBeforeTheApplication() { QVERIFY(seen.highDpi); }
+
+    void pluginsAreLookedForBesideTheWorkingFolderToo()
+    {
+        QCOMPARE(seen.firstLibraryPath,
+                 QDir(folder.filePath(QStringLiteral("platforms"))).canonicalPath());
+    }
+
+    void oneMainWindowIsShown() { QCOMPARE(seen.windows, 1); }
+    void theResultIsTheEventLoops() { QCOMPARE(result, exitCode); }
+    void theApplicationIsGoneAtTheEnd() { QVERIFY(QCoreApplication::instance() == nullptr); }
+};
+
+QTEST_APPLESS_MAIN(TestMain)
+#include "tst_main.moc"
