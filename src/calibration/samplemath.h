@@ -43,8 +43,8 @@ inline double rateBetween(double previousMs, double nowMs)
     return rate < 60.0 ? rate : 60.0;
 }
 
-/// Pause after a reading. The period is in seconds and is counted in milliseconds: a rate of 1 Hz
-/// or more gives no pause at all, and the pace is left to the link.
+/// Pause after a reading. The period is in seconds and is counted in milliseconds: a rate above
+/// 1 Hz gives no pause at all, and the pace is left to the link.
 inline std::int64_t pauseMs(double rateHz)
 {
     return static_cast<std::int64_t>(1.0 / rateHz);

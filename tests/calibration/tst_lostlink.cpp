@@ -42,6 +42,8 @@ void TestLostLink::processTerminatesAfterALostLink_data()
     QTest::newRow("start pressed again") << "start" << QByteArray("lost\n");
     QTest::newRow("exit pressed") << "exit" << QByteArray("lost\naccepted\n");
     QTest::newRow("dialog destroyed") << "destroy" << QByteArray("lost\n");
+    QTest::newRow("started without a link, exit pressed")
+        << "refused" << QByteArray("lost\naccepted\n");
 }
 
 void TestLostLink::processTerminatesAfterALostLink()

@@ -64,6 +64,7 @@ private slots:
     void hundredAndFirstFailureEndsTheThread_data();
     void hundredAndFirstFailureEndsTheThread();
     void knownReadingNeitherCountsNorResetsFailures();
+    void repeatedTimestampNeitherCountsNorResetsFailures();
     void newReadingResetsFailures();
     void startStartsCaptureOnlyWhenItIsOff();
     void eachStartMakesANewCoverageCounter();
@@ -321,6 +322,19 @@ void TestSampling::knownReadingNeitherCountsNorResetsFailures()
 {
     DialogFixture f;
     f.feed(repeated(60, record(0, 0)) + repeated(500, record(1, 1)) + repeated(40, record(0, 0)));
+    QVERIFY(f.running());
+    f.boxes.expect("Ok");
+    f.bench.camera(f.serial)->readerScript().append({record(0, 0), record(1, 1)});
+    QTRY_COMPARE(f.boxes.seen.size(), 1);
+    QVERIFY(!f.running());
+}
+
+void TestSampling::repeatedTimestampNeitherCountsNorResetsFailures()
+{
+    DialogFixture f;
+    const Records again = repeated(500, reading(5000, 1, 2, 3));
+    f.feed(repeated(1, reading(5000, 1, 2, 3)) + repeated(60, record(0, 0)) + again +
+           repeated(40, record(0, 0)));
     QVERIFY(f.running());
     f.boxes.expect("Ok");
     f.bench.camera(f.serial)->readerScript().append({record(0, 0), record(1, 1)});

@@ -106,6 +106,18 @@ class Picture:
         share = hits / (area[2] * area[3])
         return share if colour else 1.0 - share
 
+    def bounds(self, area, colour, least, tolerance=14):
+        """The smallest rectangle around all pixels of the colour in the rectangle; None where they are fewer
+        than that share of it."""
+        x, y, width, height = area
+        hits = [(column, row) for row, pixels in enumerate(self.crop(area)) for column in range(width)
+                if all(abs(pixels[3 * column + c] - colour[c]) <= tolerance for c in range(3))]
+        if len(hits) < least * width * height:
+            return None
+        left, top = min(hit[0] for hit in hits), min(hit[1] for hit in hits)
+        right, bottom = max(hit[0] for hit in hits), max(hit[1] for hit in hits)
+        return x + left, y + top, right - left + 1, bottom - top + 1
+
     def words(self, area, colour, gap=6, tolerance=90):
         """The widths of the words that stand in the rectangle in the colour: runs of columns with such
         pixels, parted by at least so many columns without."""
