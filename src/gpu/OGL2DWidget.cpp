@@ -11,6 +11,7 @@
 
 #include <cuda_gl_interop.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <iostream>
 #include <vector>
@@ -124,9 +125,11 @@ void OGL2DWidget::InitGLProcess(int w, int h, int step)
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
     glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, w, h, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
     {
-        // Black and fully transparent until the first image.
-        const std::vector<unsigned char> zeros(static_cast<std::size_t>(w) *
-                                               static_cast<std::size_t>(h) * bytesPerPixel);
+        // Black and fully transparent until the first image. A size that makes no texture makes the
+        // registration fail.
+        const std::vector<unsigned char> zeros(static_cast<std::size_t>(std::max(w, 0)) *
+                                               static_cast<std::size_t>(std::max(h, 0)) *
+                                               bytesPerPixel);
         glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, w, h, 0, GL_RGBA, GL_UNSIGNED_BYTE, zeros.data());
     }
     glBindTexture(GL_TEXTURE_2D, 0);

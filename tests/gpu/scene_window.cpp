@@ -51,6 +51,7 @@ int main(int argc, char** argv)
         {"model", "Camera model, 0 to 5.", "number", "0"},
         {"turn", "Turns of the camera about x, then y, then z, degrees.", "x,y,z", "0,0,0"},
         {"acceleration", "Unit vector.", "x,y,z", "0,0,0"},
+        {"still", "The acceleration of a camera that is held still."},
         {"steps", "Steps of the wheel towards the scene, 0.01 m each.", "number", "0"},
         {"size", "Size of the window.", "w,h", "640,480"},
         {"shot", "Writes a screenshot of the display and ends.", "file"},
@@ -76,7 +77,13 @@ int main(int argc, char** argv)
                om::Orientation(om::Rotation(radians(turn.y), om::Translation(0, 1, 0))) *
                om::Orientation(om::Rotation(radians(turn.x), om::Translation(1, 0, 0)));
         view.setCameraModelOr(pose);
-        const om::Vector3<float> a = triple(options.value("acceleration"));
+        om::Vector3<float> a = triple(options.value("acceleration"));
+        if (options.isSet("still")) {
+            om::Orientation back = pose;
+            back.ow = -back.ow;
+            const om::Translation up = om::Translation(0, 1, 0) * back;
+            a = {up.x, up.y, up.z};
+        }
         view.setAccStrenght(a.x, a.y, a.z);
         std::printf("%d samples, OpenGL %d.%d\n", view.format().samples(),
                     view.format().majorVersion(), view.format().minorVersion());

@@ -193,6 +193,9 @@ private slots:
     void releaseStaysInTheView();
 
     void failedRegistrationPrintsItsName();
+    void sizeThatMakesNoTextureIsReported_data();
+    void sizeThatMakesNoTextureIsReported();
+    void ingestBeforeInitIsHarmless();
     void failedCopyLeavesTheLastPicture_data();
     void failedCopyLeavesTheLastPicture();
 };
@@ -912,6 +915,52 @@ void TestOgl2dWidget::failedRegistrationPrintsItsName()
     QCOMPARE(view.viewport(), before);
     cudaGetLastError();
 #endif
+}
+
+void TestOgl2dWidget::sizeThatMakesNoTextureIsReported_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::newRow("nothing") << QSize(0, 0);
+    QTest::newRow("no width") << QSize(0, 32);
+    QTest::newRow("negative width") << QSize(-1, 32);
+    QTest::newRow("negative height") << QSize(64, -4);
+}
+
+void TestOgl2dWidget::sizeThatMakesNoTextureIsReported()
+{
+    QFETCH(QSize, size);
+    const GpuImage image(64, 32, 256);
+    View view;
+    QVERIFY(view.showOnScreen(200, 100));
+    QSignalSpy spy(&view, &OGL2DWidget::init);
+    {
+        const Output output;
+        view.InitGLProcess(size.width(), size.height(), 256);
+        QVERIFY(output.text().rfind("cudaError", 0) == 0);
+        QCOMPARE(output.text().find('\n'), output.text().size() - 1);
+    }
+    QVERIFY(spy.isEmpty() && !view.available);
+    view.gpuImage = image.data();
+    view.Ingest();
+    view.resize(300, 100);
+    QCOMPARE(view.picture().pixel(50, 25), qRgb(0, 0, 0));
+    while (glGetError() != GL_NO_ERROR) {
+        // the refused texture's
+    }
+}
+
+void TestOgl2dWidget::ingestBeforeInitIsHarmless()
+{
+    const GpuImage image(64, 32, 256);
+    View view;
+    QVERIFY(view.showOnScreen(200, 100));
+    view.gpuImage = image.data();
+    view.Ingest();
+    QCOMPARE(cudaPeekAtLastError(), cudaSuccess);
+    QCOMPARE(view.picture().pixel(50, 25), qRgb(0, 0, 0));
+    view.InitGLProcess(64, 32, 256);
+    view.Ingest();
+    QCOMPARE(view.picture().pixel(50, 25), qRgb(255, 0, 0));
 }
 
 void TestOgl2dWidget::failedCopyLeavesTheLastPicture_data()
