@@ -1,6 +1,7 @@
 #include "bench/bench_file.h"
 
 #include "bench/json_lines.h"
+#include "bench/one_line.h"
 #include "bench/replay.h"
 
 #include <algorithm>
@@ -262,10 +263,7 @@ BenchDescription readBench(const JsonNode& root, const std::string& folder)
 /// FILE:LINE: REASON on one line, whatever keys and values hold.
 std::string errorLine(const std::string& name, int line, const std::string& reason)
 {
-    std::string text = name + (line > 0 ? ":" + std::to_string(line) : "") + ": " + reason;
-    std::replace_if(
-        text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 127; }, ' ');
-    return text;
+    return oneLine(name + (line > 0 ? ":" + std::to_string(line) : "") + ": " + reason);
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include "bench/control_server.h"
 #include "bench/eeprom.h"
 #include "bench/hex.h"
+#include "bench/one_line.h"
 #include "bench/virtual_camera.h"
 
 #include <nlohmann/json.hpp>
@@ -338,7 +339,8 @@ std::string answerControl(Bench& bench, const std::string& request)
         }
         answer = Request(bench, parsed).answer();
     } catch (const std::exception& refusal) {
-        answer = {{"ok", false}, {"error", refusal.what()}};
+        // Requests are quoted in refusals, which end on a terminal.
+        answer = {{"ok", false}, {"error", oneLine(refusal.what())}};
     }
     return answer.dump(-1, ' ', false, json::error_handler_t::replace);
 }

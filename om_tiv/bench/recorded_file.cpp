@@ -92,6 +92,13 @@ std::string parseHeader(const std::uint8_t* header, Recording& recording, std::s
         return atByte(AT_WIDTH) + "image size " + std::to_string(recording.width) + " x " +
                std::to_string(recording.height) + " out of range";
     }
+    if (get32(header + AT_MODEL) > static_cast<std::uint32_t>(MODEL::TIV_S)) {
+        return atByte(AT_MODEL) + "model " + std::to_string(get32(header + AT_MODEL)) +
+               ", expected 0 to 5";
+    }
+    if (get32(header + AT_RESERVED) != 0) {
+        return atByte(AT_RESERVED) + "reserved bytes are not 0";
+    }
     recording.model = static_cast<MODEL>(get32(header + AT_MODEL));
     recording.serialNumber = get32(header + AT_SERIAL);
     recording.firmwareVersion = get32(header + AT_FIRMWARE);

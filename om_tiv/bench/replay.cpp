@@ -1,5 +1,7 @@
 #include "bench/replay.h"
 
+#include "bench/one_line.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
@@ -9,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <limits>
 #include <string_view>
 
 namespace om::bench {
@@ -17,6 +20,10 @@ namespace {
 
 constexpr std::size_t MOST_BYTES = 512U * 1024 * 1024;
 constexpr double NOMINAL_PERIOD = 1.0 / 400.0;
+/// s. Times are recorded to the microsecond, and nine digits of a number of their size round them
+/// a little; no camera's samples are closer.
+constexpr double LEAST_STEP = 0.5e-6;
+constexpr double LATEST_TIME = 1e10; ///< s, either way: the year 2286
 
 std::vector<std::string_view> split(std::string_view line)
 {
@@ -41,6 +48,12 @@ bool toNumber(std::string_view text, double& value)
     const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
     return result.ec == std::errc() && result.ptr == text.data() + text.size() &&
            std::isfinite(value);
+}
+
+/// Whether it can be a value of a sensor, which all have single precision: a pressure in Pa, too.
+bool isSensorValue(double value)
+{
+    return std::abs(value) <= std::numeric_limits<float>::max() / 100.0;
 }
 
 /// Where the columns of the file are; -1 for one that it lacks.
@@ -107,12 +120,12 @@ public:
         if (!m_lacking.empty()) {
             add("not recorded, so not available: " + m_lacking);
         }
-        return line.empty() ? line : m_name + ": " + line;
+        return line.empty() ? line : oneLine(m_name + ": " + line);
     }
     std::string failure(const std::string& why) const
     {
         const std::string rest = text();
-        return m_name + ": " + why +
+        return oneLine(m_name + ": " + why) +
                (rest.empty() ? "" : " (" + rest.substr(m_name.size() + 2) + ")");
     }
 
@@ -125,13 +138,18 @@ private:
     std::string m_lacking;
 };
 
-/// A printable piece of a bad field.
-std::string shown(std::string_view text)
+/// A piece of the file for a message.
+std::string printable(std::string_view text)
 {
     std::string piece(text.substr(0, 24));
     std::replace_if(
         piece.begin(), piece.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
-    return "\"" + piece + (text.size() > 24 ? "...\"" : "\"");
+    return piece + (text.size() > 24 ? "..." : "");
+}
+
+std::string shown(std::string_view text)
+{
+    return "\"" + printable(text) + "\"";
 }
 
 } // namespace
@@ -143,16 +161,16 @@ std::shared_ptr<const SensorRecording> SensorRecording::read(const std::string& 
     std::error_code reason;
     const std::uintmax_t size = std::filesystem::file_size(path, reason);
     if (reason) {
-        report = path + ": can't be read: " + reason.message();
+        report = oneLine(path + ": can't be read: " + reason.message());
         return nullptr;
     }
     if (size > MOST_BYTES) {
-        report = path + ": larger than a recording may be (512 MiB)";
+        report = oneLine(path) + ": larger than a recording may be (512 MiB)";
         return nullptr;
     }
     std::ifstream file(path, std::ios::binary);
     if (!file) {
-        report = path + ": can't be read: " + std::strerror(errno);
+        report = oneLine(path + ": can't be read: " + std::strerror(errno));
         return nullptr;
     }
     const std::string text((std::istreambuf_iterator<char>(file)),
@@ -244,9 +262,9 @@ SensorRecording::parse(const std::string& text, const std::string& name, std::st
         }
         bool sound = true;
         for (std::size_t i = 0; i < fields.size() && sound; ++i) {
-            if (!toNumber(fields[i], values[i])) {
+            if (!toNumber(fields[i], values[i]) || !isSensorValue(values[i])) {
                 told.leftOut(number,
-                             "holds " + shown(fields[i]) + " in column " + std::string(header[i]));
+                             "holds " + shown(fields[i]) + " in column " + printable(header[i]));
                 sound = false;
             }
         }
@@ -254,7 +272,11 @@ SensorRecording::parse(const std::string& text, const std::string& name, std::st
             continue;
         }
         const double time = values[static_cast<std::size_t>(timeColumn)] * timeUnit;
-        if (before && time <= *before) {
+        if (std::abs(time) > LATEST_TIME) {
+            told.leftOut(number, "has a time beyond reason");
+            continue;
+        }
+        if (before && time - *before < LEAST_STEP) {
             told.leftOut(number, "does not come after the row before it");
             continue;
         }

@@ -145,6 +145,14 @@ private slots:
         QVERIFY(std::abs(force[1] - STANDARD_GRAVITY) < 1e-6);
     }
 
+    void refusalsQuoteNothingThatATerminalWouldActUpon()
+    {
+        const json answer = ask({{"command", "a\x1b[2Jb\nc"}});
+        QVERIFY(!answer.at("ok").get<bool>());
+        QCOMPARE(QByteArray::fromStdString(answer.at("error").get<std::string>()).left(23),
+                 QByteArray("no command \"a [2Jb c\"; "));
+    }
+
     void plugAndUnplugAndTheirRefusals()
     {
         QVERIFY(ask({{"command", "unplug"}, {"serialNumber", serial}}).at("ok").get<bool>());

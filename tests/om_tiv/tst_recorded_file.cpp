@@ -155,6 +155,10 @@ void TestRecordedFile::damagedFilesAreRefused_data()
                               << "byte 24: image size 0 x 480 out of range";
     QTest::newRow("wild height") << -1 << 28 << hex("ffffff7f")
                                  << "byte 24: image size 640 x 2147483647 out of range";
+    QTest::newRow("unknown model")
+        << -1 << 32 << hex("06000000") << "byte 32: model 6, expected 0 to 5";
+    QTest::newRow("reserved bytes in use")
+        << -1 << 44 << hex("01") << "byte 44: reserved bytes are not 0";
     QTest::newRow("cut frames") << 48 + 20 << 0 << QByteArray()
                                 << "byte 64: the file ends after 2 of 5 frames";
     QTest::newRow("claimed frames")

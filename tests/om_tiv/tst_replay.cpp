@@ -160,6 +160,23 @@ private slots:
             << QByteArray(whole).replace("29.000000000", "inf") << 0
             << QByteArray("r.csv: nothing to play: less than two sound rows (10 rows left out, the "
                           "first: line 2 holds \"inf\" in column temp_barom[C])");
+        QTest::newRow("beyond what a sensor's number can be")
+            << QByteArray(whole).replace("-9.806650162,0.005", "-1e38,0.005") << 9
+            << QByteArray("r.csv: 1 row left out, the first: line 7 holds \"-1e38\" "
+                          "in column accY[m/s^2]");
+        QTest::newRow("time beyond reason")
+            << whole + QByteArray(last).replace("1706711000.168456", "17067110000.168456") << 10
+            << QByteArray("r.csv: 1 row left out, the first: line 12 has a time beyond reason");
+        QTest::newRow("time that hardly goes on")
+            << whole + QByteArray(last).replace("1706711000.168456078", "1706711000.168456316")
+            << 10
+            << QByteArray("r.csv: 1 row left out, the first: line 12 does not come after the row "
+                          "before it");
+        QTest::newRow("control characters in the header")
+            << QByteArray("idx,a\x1b[2J\rb,\n1,x,\n2,2,\n3,3,\n") << 2
+            << QByteArray("r.csv: 1 row left out, the first: line 2 holds \"x\" in column a?[2J?b; "
+                          "not recorded, so not available: accelerometer, gyroscope, magnetometer, "
+                          "orientation, barometer, moving state, temperatures");
         QTest::newRow("empty") << QByteArray() << 0
                                << QByteArray(
                                       "r.csv: not a recording: the first line does not begin with "

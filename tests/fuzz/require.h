@@ -1,0 +1,34 @@
+/// @file
+/// What fuzz targets share.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+
+namespace fuzz {
+
+/// Ends the process where something does not hold, in every kind of build; the fuzzer keeps the
+/// input.
+inline void require(bool holds, const std::string& what)
+{
+    if (!holds) {
+        std::fprintf(stderr, "does not hold: %s\n", what.c_str());
+        std::abort();
+    }
+}
+
+/// A message for the user: not empty, on one line, nothing that a terminal would act upon.
+inline void requireOneLine(const std::string& text)
+{
+    require(!text.empty(), "a message has a text");
+    for (const char c : text) {
+        require((c < 0 || c >= ' ') && c != 127, "a message is one line of text: " + text);
+    }
+}
+
+} // namespace fuzz
