@@ -280,6 +280,35 @@ private slots:
         QCOMPARE(boxes.count(), 0);
     }
 
+    void aRowOfAModelThatHasNoOpenerIsAFailedOpen_data()
+    {
+        QTest::addColumn<int>("model");
+        QTest::newRow("the first model") << 0;
+        QTest::newRow("above the last") << 6;
+        QTest::newRow("unknown") << static_cast<int>(MODEL::UNKNOWN);
+    }
+
+    void aRowOfAModelThatHasNoOpenerIsAFailedOpen()
+    {
+        QFETCH(int, model);
+        BoxWatcher boxes([](QMessageBox& box) { clickOk(box); });
+        start();
+        auto& probe = viewer->probe;
+        probe.deviceIds = {3};
+        probe.deviceSerials = {static_cast<int>(first)};
+        probe.deviceModels = {static_cast<MODEL>(model)};
+        viewer->window->createLiveInput();
+        QCOMPARE(bench().log().count(CALL::OPEN), 0ULL);
+        QVERIFY(probe.inputThread == nullptr);
+        QVERIFY(probe.imageTimer == nullptr && probe.plotTimer == nullptr &&
+                probe.displayTimer == nullptr);
+        QVERIFY(probe.detectTimer != nullptr && probe.detectTimer->isActive());
+        QVERIFY(probe.detectionThread.mutex.tryLock());
+        probe.detectionThread.mutex.unlock();
+        QVERIFY(!isBusy());
+        QCOMPARE(boxes.count(), 0);
+    }
+
     void aChosenCameraThatRefusesIsLeftToTheDetection()
     {
         auto config = camera(MODEL::TIV_P, second);
