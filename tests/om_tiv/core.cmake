@@ -4,3 +4,7 @@ foreach(name interface transform mat clock motion script call_log sensors magnet
   gravimon_add_test(tst_${name} SOURCES tst_${name}.cpp LIBRARIES gravimon::om_bench)
 endforeach()
 target_compile_definitions(tst_bench_file PRIVATE SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+# The worked bench files; calibrated with the program's own fit.
+gravimon_add_test(tst_bench_examples SOURCES tst_bench_examples.cpp
+                  LIBRARIES gravimon::om_bench gravimon::calibration)
+target_compile_definitions(tst_bench_examples PRIVATE SOURCE_DIR="${PROJECT_SOURCE_DIR}")
