@@ -391,7 +391,8 @@ void TestOgl3dWidget::shadersAreTheirSources()
     };
     QCOMPARE(source(shaders[0]), QByteArray(vertexSource));
     QCOMPARE(source(shaders[1]), QByteArray(fragmentSource));
-    QCOMPARE(shaders[0]->parent(), &view);
+    QVERIFY(shaders[0]->shaderType() == QGLShader::Vertex && shaders[0]->parent() == &view);
+    QVERIFY(shaders[1]->shaderType() == QGLShader::Fragment && shaders[1]->parent() == &view);
 }
 
 void TestOgl3dWidget::axesPointAsTheDisplaySeesThem()

@@ -2,7 +2,9 @@
 #include "gpu/scene_view.h"
 
 #include <QApplication>
+#include <QSet>
 #include <QSurfaceFormat>
+#include <QTranslator>
 #include <QWheelEvent>
 #include <QtTest>
 
@@ -42,6 +44,25 @@ protected:
         SceneView::paintGL();
         showMovingInfo(status);
     }
+};
+
+/// Keeps what the view asks for.
+class LongFirstLabel : public QTranslator
+{
+public:
+    static QString text() { return QStringLiteral("A camera that is moving now"); }
+
+    bool isEmpty() const override { return false; }
+    QString translate(const char* context, const char* source, const char*, int) const override
+    {
+        if (qstrcmp(context, "OGL3DWidget") != 0) {
+            return {};
+        }
+        asked += QString::fromUtf8(source);
+        return qstrcmp(source, "Camera Moving") == 0 ? text() : QString();
+    }
+
+    mutable QSet<QString> asked;
 };
 
 /// A display of two device pixels a pixel.
@@ -105,6 +126,7 @@ private slots:
     void overlayColoursFollowTheStatus_data();
     void overlayColoursFollowTheStatus();
     void overlayBoxesAreOutlined();
+    void overlayTranslatesItsLabels();
     void overlayIsNotShownByItself();
 };
 
@@ -326,6 +348,30 @@ void TestOgl3dWidgetWindow::overlayBoxesAreOutlined()
         QVERIFY(outlined);
         // Rounded: the corner itself is free.
         QVERIFY(isColour(picture.pixel(10, edge), qRgb(25, 25, 25), 3));
+    }
+}
+
+void TestOgl3dWidgetWindow::overlayTranslatesItsLabels()
+{
+    LongFirstLabel translator;
+    QVERIFY(QCoreApplication::installTranslator(&translator));
+    OverlayView view;
+    QVERIFY(view.showOnScreen(320, 220));
+    const QImage picture = view.picture();
+    QCoreApplication::removeTranslator(&translator);
+    QCOMPARE(translator.asked,
+             (QSet<QString>{QStringLiteral("Camera Moving"), QStringLiteral("Camera Falling")}));
+    // Both boxes are as wide as the longer label asks for.
+    const QFontMetrics metrics(
+        QFont(QStringLiteral("font-family: Roboto; font-weight: Medium; font-size: 15pt;")));
+    const QRect label = metrics.boundingRect(LongFirstLabel::text());
+    const double right = 10 + label.width() * 1.3;
+    const double h = label.height() * 1.3;
+    QVERIFY(right < 300);
+    for (const double middle : {10 + h / 2, h * 1.3 + 10 + h / 2}) {
+        const int y = static_cast<int>(middle);
+        QVERIFY(isColour(picture.pixel(static_cast<int>(right) - 4, y), qRgb(160, 160, 160), 4));
+        QVERIFY(isColour(picture.pixel(static_cast<int>(right) + 4, y), qRgb(25, 25, 25), 2));
     }
 }
 
