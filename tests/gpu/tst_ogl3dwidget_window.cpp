@@ -356,7 +356,7 @@ void TestOgl3dWidgetWindow::overlayTranslatesItsLabels()
     LongFirstLabel translator;
     QVERIFY(QCoreApplication::installTranslator(&translator));
     OverlayView view;
-    QVERIFY(view.showOnScreen(320, 220));
+    QVERIFY(view.showOnScreen(600, 220));
     const QImage picture = view.picture();
     QCoreApplication::removeTranslator(&translator);
     QCOMPARE(translator.asked,
@@ -367,7 +367,7 @@ void TestOgl3dWidgetWindow::overlayTranslatesItsLabels()
     const QRect label = metrics.boundingRect(LongFirstLabel::text());
     const double right = 10 + label.width() * 1.3;
     const double h = label.height() * 1.3;
-    QVERIFY(right < 300);
+    QVERIFY(right < 580);
     for (const double middle : {10 + h / 2, h * 1.3 + 10 + h / 2}) {
         const int y = static_cast<int>(middle);
         QVERIFY(isColour(picture.pixel(static_cast<int>(right) - 4, y), qRgb(160, 160, 160), 4));

@@ -59,9 +59,11 @@ std::size_t allocations()
 
 // These take the place of the C library's, whose own stand below these names.
 extern "C" {
+// NOLINTBEGIN(bugprone-reserved-identifier)
 void* __libc_malloc(std::size_t bytes);
 void* __libc_calloc(std::size_t count, std::size_t bytes);
 void* __libc_realloc(void* block, std::size_t bytes);
+// NOLINTEND(bugprone-reserved-identifier)
 
 void* malloc(std::size_t bytes) noexcept
 {
