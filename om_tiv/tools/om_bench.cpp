@@ -77,7 +77,9 @@ void printCalibration(const json& eeprom)
     for (const char* name : {"scale", "offset"}) {
         std::cout << name;
         for (const json& value : eeprom.at(name)) {
-            std::cout << " " << std::setprecision(9) << value.get<double>();
+            // JSON has no word for what is no number; a fit that failed stores such values.
+            std::cout << " " << std::setprecision(9)
+                      << (value.is_number() ? value.get<double>() : std::nan(""));
         }
         std::cout << "\n";
     }

@@ -1,7 +1,11 @@
 """Bench files with mistakes and folders that can't be written: one clear line, and the program goes on."""
 
+import math
 import pathlib
 import re
+import struct
+import subprocess
+import zlib
 
 import screen
 import world
@@ -93,6 +97,16 @@ class StateFolder(world.EndToEndTest):
         self.assertEqual(program.end(), 0, program.errors())
         self.assertEqual(len(program.errors()), 1, program.errors())
         self.assertIn("/proc/gravimon", program.errors()[0])
+
+    def test_calibration_without_numbers_is_shown(self):
+        content = b"GVEE" + struct.pack("<III6f", 1, 28, TIV_Q, math.nan, 0.5, 0.25, 0.0, math.nan, 1.5)
+        program = self.start()
+        (program.folder / "state" / f"{TIV_Q}.eeprom").write_bytes(content + struct.pack("<I", zlib.crc32(content)))
+        program.wait_for_streaming(TIV_Q)
+        shown = subprocess.run([str(world.bin_dir / "om-bench"), "--socket", str(program.control), "eeprom", "show",
+                                str(TIV_Q)], capture_output=True, text=True, check=True).stdout
+        self.assertEqual(shown, "scale nan 0.5 0.25\noffset 0 nan 1.5\nneutral no\n")
+        self.close(program)
 
     def test_images_lie_in_the_state_folder(self):
         program = self.start_streaming()
