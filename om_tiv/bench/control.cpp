@@ -10,6 +10,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -26,6 +27,7 @@ using nlohmann::json;
 
 constexpr double DEGREES = 180.0 / PI;
 constexpr double LONGEST_GLIDE = 600.0; ///< s
+constexpr double FASTEST_SPIN = 1000.0; ///< degrees per second, what the gyroscope can read
 
 /// A request that is refused, with the reason for whoever sent it.
 class Refusal : public std::runtime_error
@@ -50,6 +52,24 @@ double number(const json& object, const char* key, double least, double most)
                       " to " + json(most).dump());
     }
     return value.get<double>();
+}
+
+/// N numbers from -most to most.
+template <std::size_t N>
+std::array<double, N> numbers(const json& object, const char* key, double most)
+{
+    const json& value = member(object, key);
+    std::array<double, N> result{};
+    bool sound = value.is_array() && value.size() == N;
+    for (std::size_t i = 0; sound && i < N; ++i) {
+        sound = value[i].is_number() && std::abs(value[i].get<double>()) <= most;
+        result[i] = sound ? value[i].get<double>() : 0.0;
+    }
+    if (!sound) {
+        throw Refusal(std::string("\"") + key + "\" must be " + std::to_string(N) +
+                      " numbers from " + json(-most).dump() + " to " + json(most).dump());
+    }
+    return result;
 }
 
 std::string text(const json& object, const char* key)
@@ -126,11 +146,12 @@ public:
             json (Request::*run)();
         };
         static constexpr Command COMMANDS[] = {
-            {"list", &Request::list},     {"add", &Request::add},
-            {"remove", &Request::remove}, {"plug", &Request::plug},
-            {"unplug", &Request::unplug}, {"motion", &Request::motion},
-            {"pose", &Request::pose},     {"field", &Request::field},
-            {"fault", &Request::fault},   {"eeprom", &Request::eeprom},
+            {"list", &Request::list},         {"add", &Request::add},
+            {"remove", &Request::remove},     {"plug", &Request::plug},
+            {"unplug", &Request::unplug},     {"motion", &Request::motion},
+            {"pose", &Request::pose},         {"field", &Request::field},
+            {"fault", &Request::fault},       {"temperature", &Request::temperature},
+            {"firmware", &Request::firmware}, {"eeprom", &Request::eeprom},
         };
         const std::string name = text(m_request, "command");
         std::string known;
@@ -167,6 +188,10 @@ private:
         for (const CameraStatus& status : m_bench.status()) {
             const ImuCounters counters = m_bench.imuCounters(status.serialNumber);
             const Truth truth = m_bench.truth(status.serialNumber);
+            const auto device = m_bench.camera(status.serialNumber);
+            if (!device) {
+                continue; // removed meanwhile
+            }
             cameras.push_back({{"serialNumber", status.serialNumber},
                                {"model", toString(status.model).c_str()},
                                {"id", status.id},
@@ -175,6 +200,8 @@ private:
                                          : counters.delivered > 0 ? "streaming"
                                                                   : "open"},
                                {"motion", motionName(status.motion)},
+                               {"firmware", device->firmwareVersion()},
+                               {"temperature", device->airTemperature()},
                                {"samplesProduced", counters.produced},
                                {"samplesRead", counters.delivered},
                                {"faults", faultsAsJson(m_bench.faults(status.serialNumber), false)},
@@ -245,14 +272,55 @@ private:
         if (!angles.is_object()) {
             throw Refusal("\"pose\" must be an object");
         }
-        const Quaternion value = fromHeading(number(angles, "heading", -360.0, 360.0) / DEGREES,
-                                             number(angles, "pitch", -90.0, 90.0) / DEGREES,
-                                             number(angles, "roll", -180.0, 180.0) / DEGREES);
+        const Quaternion value =
+            angles.contains("quaternion")
+                ? quaternion(angles)
+                : fromHeading(number(angles, "heading", -360.0, 360.0) / DEGREES,
+                              number(angles, "pitch", -90.0, 90.0) / DEGREES,
+                              number(angles, "roll", -180.0, 180.0) / DEGREES);
         const double glide =
             m_request.contains("glide") ? number(m_request, "glide", 0.0, LONGEST_GLIDE) : 0.3;
-        m_bench.setPose(target->serialNumber(), value,
-                        std::chrono::nanoseconds(std::llround(glide * 1e9)));
+        Vector spin;
+        if (m_request.contains("spin")) {
+            const auto rates = numbers<3>(m_request, "spin", FASTEST_SPIN);
+            spin = (1.0 / DEGREES) * Vector{rates[0], rates[1], rates[2]};
+        }
+        target->setPose(value, std::chrono::nanoseconds(std::llround(glide * 1e9)), spin);
         return json::object();
+    }
+
+    static Quaternion quaternion(const json& angles)
+    {
+        const auto parts = numbers<4>(angles, "quaternion", 1.0);
+        const Quaternion given{parts[3], parts[0], parts[1], parts[2]};
+        const double square =
+            given.w * given.w + given.x * given.x + given.y * given.y + given.z * given.z;
+        if (std::abs(square - 1.0) > 1e-3) {
+            throw Refusal("\"quaternion\" must have the length 1");
+        }
+        return normalized(given);
+    }
+
+    json temperature()
+    {
+        const auto target = camera();
+        if (m_request.contains("temperature")) {
+            target->setAirTemperature(number(m_request, "temperature", -40.0, 85.0));
+        }
+        return {{"temperature", target->airTemperature()}};
+    }
+
+    json firmware()
+    {
+        const auto target = camera();
+        if (m_request.contains("firmware")) {
+            const double version = number(m_request, "firmware", 0.0, 65535.0);
+            if (version != std::floor(version)) {
+                throw Refusal("\"firmware\" must be a whole number");
+            }
+            target->setFirmwareVersion(static_cast<unsigned int>(version));
+        }
+        return {{"firmware", target->firmwareVersion()}};
     }
 
     json field()

@@ -119,22 +119,6 @@ Vertical fall(double t)
     return {-depth * (1.0 - smooth(u)), depth * smoothCurvature(u) / (lifted * lifted)};
 }
 
-Quaternion motionPose(MOTION motion, const Quaternion& base, double t)
-{
-    switch (motion) {
-    case MOTION::TUMBLE:
-        return tumble(t);
-    case MOTION::HAND_HELD:
-        return base * fromRotationVector({swing(HAND_TURNS[0], t), swing(HAND_TURNS[1], t),
-                                          swing(HAND_TURNS[2], t)});
-    case MOTION::AT_REST:
-    case MOTION::FALL:
-    case MOTION::POSED:
-        break;
-    }
-    return base;
-}
-
 } // namespace
 
 MotionTimeline::MotionTimeline(MOTION motion, const Quaternion& pose, Nanoseconds start)
@@ -160,7 +144,8 @@ void MotionTimeline::setMotion(MOTION motion, Nanoseconds time)
     append(segment);
 }
 
-void MotionTimeline::setPose(const Quaternion& pose, Nanoseconds time, Nanoseconds glide)
+void MotionTimeline::setPose(const Quaternion& pose, Nanoseconds time, Nanoseconds glide,
+                             const Vector& spin)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_posed = normalized(pose);
@@ -168,6 +153,7 @@ void MotionTimeline::setPose(const Quaternion& pose, Nanoseconds time, Nanosecon
     segment.start = time;
     segment.motion = MOTION::POSED;
     segment.base = m_posed;
+    segment.spin = spin;
     segment.glide = static_cast<double>(glide) * 1e-9;
     append(segment);
 }
@@ -179,8 +165,7 @@ void MotionTimeline::append(Segment segment)
     segment.start = std::max(segment.start, m_segments.back().start);
     const Segment& former = m_segments.back();
     const double end = seconds(former.start, segment.start);
-    segment.turn = toRotationVector(conjugate(motionPose(segment.motion, segment.base, 0.0)) *
-                                    poseIn(former, end));
+    segment.turn = toRotationVector(conjugate(motionPose(segment, 0.0)) * poseIn(former, end));
     if (segment.glide < 0.0) {
         segment.glide = std::max(SHORTEST_GLIDE, length(segment.turn) / GLIDE_RATE);
     }
@@ -235,9 +220,30 @@ const MotionTimeline::Segment& MotionTimeline::segmentAt(Nanoseconds time) const
     return found != m_segments.rend() ? *found : m_segments.front();
 }
 
+Quaternion MotionTimeline::motionPose(const Segment& segment, double t)
+{
+    switch (segment.motion) {
+    case MOTION::TUMBLE:
+        return tumble(t);
+    case MOTION::HAND_HELD:
+        return segment.base * fromRotationVector({swing(HAND_TURNS[0], t), swing(HAND_TURNS[1], t),
+                                                  swing(HAND_TURNS[2], t)});
+    case MOTION::POSED: {
+        const double rate = length(segment.spin);
+        return rate == 0.0
+                   ? segment.base
+                   : segment.base * turnAbout((1.0 / rate) * segment.spin, rate * t / (2.0 * PI));
+    }
+    case MOTION::AT_REST:
+    case MOTION::FALL:
+        break;
+    }
+    return segment.base;
+}
+
 Quaternion MotionTimeline::poseIn(const Segment& segment, double seconds)
 {
-    const Quaternion pose = motionPose(segment.motion, segment.base, seconds);
+    const Quaternion pose = motionPose(segment, seconds);
     if (segment.glide <= 0.0 || seconds >= segment.glide) {
         return pose;
     }

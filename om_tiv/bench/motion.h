@@ -31,8 +31,10 @@ public:
     /// Goes over into the motion from the given time on; the transition takes the longer, the
     /// larger the turn to it. Times must not run backward from call to call.
     void setMotion(MOTION motion, Nanoseconds time);
-    /// Turns to the pose within the glide and holds it (MOTION::POSED).
-    void setPose(const Quaternion& pose, Nanoseconds time, Nanoseconds glide);
+    /// Turns to the pose within the glide and holds it (MOTION::POSED), or turns on from it at the
+    /// spin, rad/s in the body frame.
+    void setPose(const Quaternion& pose, Nanoseconds time, Nanoseconds glide,
+                 const Vector& spin = {});
 
     MOTION motion() const;
     Quaternion poseAt(Nanoseconds time) const;
@@ -46,6 +48,7 @@ private:
         Nanoseconds start = 0;
         MOTION motion = MOTION::AT_REST;
         Quaternion base;     ///< pose that the motion is about
+        Vector spin;         ///< rad/s, body frame, of a pose that turns on
         Vector turn;         ///< rotation vector from the motion's pose at its start to the former
                              ///< motion's last one
         double glide = 0.0;  ///< s, time in which the turn goes to 0
@@ -54,6 +57,7 @@ private:
 
     const Segment& segmentAt(Nanoseconds time) const;
     void append(Segment segment);
+    static Quaternion motionPose(const Segment& segment, double seconds);
     static Quaternion poseIn(const Segment& segment, double seconds);
     static BodyState stateIn(const Segment& segment, double seconds);
     static bool moves(const BodyState& state);

@@ -29,7 +29,7 @@ constexpr double JITTER_DEVIATION = 0.012; // of a period
 constexpr double MOST_ACCELERATION = 8.0 * STANDARD_GRAVITY; // m/s^2
 constexpr double MOST_ANGULAR_VELOCITY = 1000.0;             // degrees per second
 
-/// Temperatures follow T0 + RISE (1 - exp(-t / TIME_CONSTANT)).
+/// In air that stays the same, temperatures follow T0 + RISE (1 - exp(-t / TIME_CONSTANT)).
 constexpr double TEMPERATURE_RISE = 12.0;           // degrees Celsius
 constexpr double TEMPERATURE_TIME_CONSTANT = 240.0; // s
 constexpr Nanoseconds TEMPERATURE_PERIOD = 40 * NS_PER_MS;
@@ -62,6 +62,33 @@ std::uint64_t jitterChannel(STREAM stream)
 }
 
 } // namespace
+
+double Air::temperature() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_temperature;
+}
+
+void Air::setTemperature(double celsius, Nanoseconds time)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_excessBefore = excess(time);
+    m_temperature = celsius;
+    m_changed = time;
+}
+
+double Air::excessAt(Nanoseconds time) const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return excess(time);
+}
+
+double Air::excess(Nanoseconds time) const
+{
+    const double last = m_temperature - NOMINAL;
+    const double since = time > m_changed ? static_cast<double>(time - m_changed) * 1e-9 : 0.0;
+    return last + (m_excessBefore - last) * std::exp(-since / TIME_CONSTANT);
+}
 
 Vector Environment::fieldAt(Nanoseconds time) const
 {
@@ -208,10 +235,11 @@ std::array<std::optional<double>, 4> PhysicsSource::temperatures(Nanoseconds tim
     const double rise =
         TEMPERATURE_RISE *
         (1.0 - std::exp(-static_cast<double>(since) * 1e-9 / TEMPERATURE_TIME_CONSTANT));
+    const double excess = m_environment->air.excessAt(time);
     std::array<std::optional<double>, 4> values;
     for (std::size_t i = 0; i < values.size(); ++i) {
         if (hasTemperature(m_config.model, static_cast<int>(i))) {
-            values[i] = m_config.startTemperatures[i] + rise +
+            values[i] = m_config.startTemperatures[i] + rise + excess +
                         m_config.errors.temperatureNoise *
                             gaussian(m_seed, TEMPERATURE + i, since / TEMPERATURE_PERIOD);
         }

@@ -8,8 +8,9 @@ namespace om::bench {
 
 VirtualCamera::VirtualCamera(const CameraConfig& config, int position, Clock& clock,
                              std::function<Field()> field, std::shared_ptr<EepromStore> eeproms)
-    : m_config(config), m_id(config.id >= 0 ? config.id : position), m_clock(clock),
-      m_eeproms(std::move(eeproms)), m_environment(std::make_shared<Environment>()),
+    : m_config(config), m_firmwareVersion(config.firmwareVersion),
+      m_id(config.id >= 0 ? config.id : position), m_clock(clock), m_eeproms(std::move(eeproms)),
+      m_environment(std::make_shared<Environment>()),
       m_motion(std::make_shared<MotionTimeline>(config.motion, config.pose, clock.now()))
 {
     m_environment->field = std::move(field);
@@ -31,6 +32,7 @@ CameraConfig VirtualCamera::config() const
 {
     CameraConfig config = m_config;
     config.id = m_id;
+    config.firmwareVersion = firmwareVersion();
     config.plugged = isPlugged();
     config.motion = m_motion->motion();
     config.pose = m_motion->poseAt(m_clock.now());
@@ -48,9 +50,13 @@ void VirtualCamera::changeFaults(const std::function<void(Faults&)>& change)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     const bool wasFrozen = m_faults.frozenTimestamps;
+    const bool wasRepeated = m_faults.repeatedTimestamps;
     change(m_faults);
     if (m_faults.frozenTimestamps && !wasFrozen) {
         m_frozenAt = m_clock.now();
+    }
+    if (m_faults.repeatedTimestamps && !wasRepeated) {
+        m_repeatedAt = m_clock.now();
     }
     m_environment->magneticDisturbance.store(m_faults.magneticDisturbance);
     m_environment->magnetometerSaturated.store(m_faults.magnetometerSaturated);
@@ -161,6 +167,21 @@ Vector VirtualCamera::fieldInBody(Nanoseconds time) const
     return rotate(conjugate(m_motion->poseAt(time)), m_environment->fieldAt(time));
 }
 
+double VirtualCamera::airTemperature() const
+{
+    return m_environment->air.temperature();
+}
+
+void VirtualCamera::setAirTemperature(double celsius)
+{
+    m_environment->air.setTemperature(celsius, m_clock.now());
+}
+
+void VirtualCamera::setFirmwareVersion(unsigned int version)
+{
+    m_firmwareVersion.store(version);
+}
+
 std::shared_ptr<SensorSource> VirtualCamera::source() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
@@ -171,15 +192,20 @@ Nanoseconds VirtualCamera::reportedTime(STREAM stream, std::uint64_t number) con
 {
     std::shared_ptr<SensorSource> source;
     bool frozen = false;
+    bool repeated = false;
     Nanoseconds frozenAt = 0;
+    Nanoseconds repeatedAt = 0;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         source = m_source;
         frozen = m_faults.frozenTimestamps;
         frozenAt = m_frozenAt;
-        if (m_faults.repeatedTimestamps) {
-            number &= ~std::uint64_t{1};
-        }
+        repeated = m_faults.repeatedTimestamps;
+        repeatedAt = m_repeatedAt;
+    }
+    // What was told before the fault came stays told: time never runs backward.
+    if (repeated && number % 2 == 1 && source->timeOf(stream, number) > repeatedAt) {
+        --number;
     }
     if (frozen) {
         number = std::min(number, source->newest(stream, frozenAt).value_or(0));
@@ -218,10 +244,11 @@ void VirtualCamera::setMotion(MOTION motion)
     m_motion->setMotion(motion, m_clock.now());
 }
 
-void VirtualCamera::setPose(const Quaternion& pose, std::chrono::nanoseconds glide)
+void VirtualCamera::setPose(const Quaternion& pose, std::chrono::nanoseconds glide,
+                            const Vector& spin)
 {
     m_motion->setPose(pose, m_clock.now(),
-                      static_cast<Nanoseconds>(std::max<std::int64_t>(glide.count(), 0)));
+                      static_cast<Nanoseconds>(std::max<std::int64_t>(glide.count(), 0)), spin);
 }
 
 void VirtualCamera::startCounting(std::uint64_t firstNumber)

@@ -36,9 +36,11 @@ public:
 
     Clock& clock() const { return m_clock; }
 
-    /// As configured; motion, pose, plugged and faults as they are now.
+    /// As configured; motion, pose, plugged, firmware and faults as they are now.
     CameraConfig config() const;
     unsigned int serialNumber() const { return m_config.serialNumber; }
+    unsigned int firmwareVersion() const { return m_firmwareVersion.load(); }
+    void setFirmwareVersion(unsigned int version); ///< seen at the next open()
     MODEL model() const { return m_config.model; }
     int id() const { return m_id; }
 
@@ -78,6 +80,8 @@ public:
     /// What a magnetometer without errors would read, uT, body frame: field and disturbance, turned
     /// into the body.
     Vector fieldInBody(Nanoseconds time) const;
+    double airTemperature() const; ///< degrees Celsius
+    void setAirTemperature(double celsius);
 
     // ---- Sensor samples -----------------------------------------------------------------------
 
@@ -111,7 +115,8 @@ public:
 
     MOTION motion() const { return m_motion->motion(); }
     void setMotion(MOTION motion);
-    void setPose(const Quaternion& pose, std::chrono::nanoseconds glide);
+    /// @param spin rad/s in the body frame, at which it turns on from the pose
+    void setPose(const Quaternion& pose, std::chrono::nanoseconds glide, const Vector& spin = {});
 
     // ---- Counters of the IMU samples since the last open() of om::Camera ------------------------
 
@@ -129,7 +134,9 @@ private:
         std::function<void()> lost;
     };
 
-    const CameraConfig m_config; ///< motion, pose, plugged and faults stand in the members below
+    /// Motion, pose, plugged, firmware and faults stand in the members below.
+    const CameraConfig m_config;
+    std::atomic<unsigned int> m_firmwareVersion;
     const int m_id;
     Clock& m_clock;
     const std::shared_ptr<EepromStore> m_eeproms;
@@ -139,7 +146,8 @@ private:
 
     mutable std::mutex m_mutex; ///< guards the faults, the claim and the source
     Faults m_faults;
-    Nanoseconds m_frozenAt = 0; ///< when the timestamps were frozen
+    Nanoseconds m_frozenAt = 0;   ///< when the timestamps were frozen
+    Nanoseconds m_repeatedAt = 0; ///< since when timestamps are repeated
     Claim m_claim;
     std::shared_ptr<SensorSource> m_source;
 

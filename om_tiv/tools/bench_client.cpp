@@ -12,6 +12,7 @@
 #include <dirent.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -20,6 +21,7 @@ namespace om::bench {
 namespace {
 
 constexpr int answerTimeoutMs = 10000;
+constexpr timeval sendTimeout = {10, 0};
 
 /// A connected descriptor, or -1 with errno.
 int connectTo(const std::string& path)
@@ -35,6 +37,8 @@ int connectTo(const std::string& path)
     if (fd < 0) {
         return -1;
     }
+    // A program that has stopped takes neither connections nor requests for ever.
+    ::setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &sendTimeout, sizeof sendTimeout);
     if (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         const int why = errno;
         ::close(fd);
@@ -108,6 +112,24 @@ std::unique_ptr<BenchClient> BenchClient::connect(const std::string& path, std::
     return nullptr;
 }
 
+std::vector<std::string> BenchClient::running()
+{
+    std::vector<std::string> alive;
+    for (const std::string& candidate : socketsIn(controlFolder())) {
+        const int fd = connectTo(candidate);
+        if (fd >= 0) {
+            ::close(fd);
+            alive.push_back(candidate);
+        }
+    }
+    return alive;
+}
+
+void BenchClient::interrupt()
+{
+    ::shutdown(m_fd, SHUT_RDWR);
+}
+
 BenchClient::~BenchClient()
 {
     ::close(m_fd);
@@ -120,7 +142,7 @@ bool BenchClient::ask(const nlohmann::json& request, nlohmann::json& answer, std
     for (std::size_t sent = 0; sent < line.size();) {
         const ssize_t count = ::send(m_fd, line.data() + sent, line.size() - sent, MSG_NOSIGNAL);
         if (count < 0 && errno != EINTR) {
-            error = "the bench has gone";
+            error = errno == EAGAIN ? "the bench does not answer" : "the bench has gone";
             return false;
         }
         sent += static_cast<std::size_t>(std::max<ssize_t>(count, 0));

@@ -6,10 +6,11 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace om::bench {
 
-/// One thread at a time.
+/// One thread at a time, but for interrupt().
 class BenchClient
 {
 public:
@@ -17,12 +18,19 @@ public:
     /// @return null with one line of reason in error
     static std::unique_ptr<BenchClient> connect(const std::string& path, std::string& error);
     ~BenchClient();
+
+    /// The sockets of all benches of this user that run and serve, by their place in the runtime
+    /// folder.
+    static std::vector<std::string> running();
     BenchClient(const BenchClient&) = delete;
     BenchClient& operator=(const BenchClient&) = delete;
 
     /// Sends a request and waits up to 10 s for its answer. False with a line of reason when the
     /// bench has gone or answered nonsense.
     bool ask(const nlohmann::json& request, nlohmann::json& answer, std::string& error);
+
+    /// Makes an ask() that waits, and every later one, fail at once. Any thread.
+    void interrupt();
 
 private:
     explicit BenchClient(int fd) : m_fd(fd) {}

@@ -1,0 +1,268 @@
+#include "window/bench_link.h"
+
+#include "tools/bench_client.h"
+
+#include "bench/control_server.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+
+namespace benchwindow {
+
+namespace {
+
+using namespace std::chrono_literals;
+using nlohmann::json;
+using om::bench::BenchClient;
+
+constexpr auto searchPeriod = 400ms;
+constexpr auto lookPeriod = 33ms;
+constexpr auto farewell = 300ms; ///< for orders that are left at the end
+constexpr int looksPerField = 10;
+constexpr double degrees = 180.0 / om::bench::PI;
+
+/// The socket that the environment names; empty where it names none.
+std::string socketOfEnvironment()
+{
+    const char* given = std::getenv("OM_TIV_CONTROL"); // NOLINT(concurrency-mt-unsafe): at start
+    return given != nullptr && std::strcmp(given, "off") != 0 ? given : "";
+}
+
+} // namespace
+
+BenchLink::BenchLink(const QString& socket, QObject* parent)
+    : QObject(parent), m_socket(socket.isEmpty() ? socketOfEnvironment() : socket.toStdString())
+{}
+
+void BenchLink::start()
+{
+    m_thread = std::thread([this] { run(); });
+}
+
+BenchLink::~BenchLink()
+{
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_stopping = true;
+        m_wake.notify_all();
+        if (!m_wake.wait_for(lock, farewell, [this] { return m_client == nullptr; })) {
+            m_client->interrupt();
+        }
+    }
+    if (m_thread.joinable()) {
+        m_thread.join();
+    }
+}
+
+std::uint64_t BenchLink::send(const json& request, const std::string& key)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    ++m_lastTicket;
+    if (m_client != nullptr) {
+        const auto same = std::find_if(m_orders.begin(), m_orders.end(), [&](const Order& order) {
+            return !key.empty() && order.key == key;
+        });
+        if (same != m_orders.end()) {
+            same->request = request;
+        } else {
+            m_orders.push_back({key, request});
+        }
+        m_wake.notify_all();
+    }
+    return m_lastTicket;
+}
+
+std::uint64_t BenchLink::setPose(unsigned int serial, const om::bench::Quaternion& pose,
+                                 const om::bench::Vector& spin, double glide)
+{
+    return send({{"command", "pose"},
+                 {"serialNumber", serial},
+                 {"pose", {{"quaternion", {pose.x, pose.y, pose.z, pose.w}}}},
+                 {"spin", {degrees * spin.x, degrees * spin.y, degrees * spin.z}},
+                 {"glide", glide}},
+                "pose " + std::to_string(serial));
+}
+
+void BenchLink::choose(const QString& path)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_chosen = path.toStdString();
+    m_wake.notify_all();
+}
+
+Snapshot BenchLink::snapshot() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_told = false;
+    return m_snapshot;
+}
+
+void BenchLink::run()
+{
+    for (;;) {
+        std::unique_ptr<BenchClient> client = findBench();
+        std::unique_lock<std::mutex> lock(m_mutex);
+        if (!client) {
+            const std::string chosen = m_chosen;
+            m_wake.wait_for(lock, searchPeriod, [&] { return m_stopping || m_chosen != chosen; });
+        }
+        if (m_stopping) {
+            return;
+        }
+        if (client) {
+            m_client = client.get();
+            m_orders.clear();
+            lock.unlock();
+            serve(*client);
+            lock.lock();
+            m_client = nullptr;
+            m_wake.notify_all();
+            if (m_stopping) {
+                return;
+            }
+        }
+    }
+}
+
+std::unique_ptr<BenchClient> BenchLink::findBench()
+{
+    std::string error;
+    m_path = m_socket;
+    if (m_path.empty()) {
+        const std::vector<std::string> running = BenchClient::running();
+        {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            if (std::find(running.begin(), running.end(), m_chosen) != running.end()) {
+                m_path = m_chosen;
+            } else if (running.size() == 1) {
+                m_path = running.front();
+            }
+        }
+        if (m_path.empty()) {
+            QStringList choices;
+            for (const std::string& path : running) {
+                choices << QString::fromStdString(path);
+            }
+            tellSearching(running.empty() ? om::bench::controlFolder() : std::string(), choices);
+            return nullptr;
+        }
+    }
+    auto client = BenchClient::connect(m_path, error);
+    if (!client) {
+        tellSearching(error, {});
+    }
+    return client;
+}
+
+void BenchLink::tellSearching(const std::string& reason, const QStringList& choices)
+{
+    if (m_toldReason.empty() || reason != m_toldReason || choices != m_toldChoices) {
+        m_toldReason = reason;
+        m_toldChoices = choices;
+        emit searching(QString::fromStdString(reason), choices);
+    }
+}
+
+void BenchLink::serve(BenchClient& client)
+{
+    m_toldReason.clear();
+    m_field = json();
+    bool toldConnected = false;
+    auto next = std::chrono::steady_clock::now();
+    for (;;) {
+        json request;
+        std::uint64_t ticket = 0;
+        {
+            std::unique_lock<std::mutex> lock(m_mutex);
+            m_wake.wait_until(lock, next, [this] { return m_stopping || !m_orders.empty(); });
+            if (!m_orders.empty()) {
+                request = m_orders.front().request;
+                m_orders.pop_front();
+            } else if (m_stopping) {
+                return;
+            }
+            // With no order left all of them have been carried out.
+            ticket = m_lastTicket;
+        }
+        std::string error;
+        bool alive = false;
+        if (!request.is_null()) {
+            alive = deliver(client, request, error);
+        } else {
+            alive = look(client, ticket, error);
+            next = std::chrono::steady_clock::now() + lookPeriod;
+        }
+        if (!alive) {
+            if (toldConnected) {
+                emit lost(QString::fromStdString(error));
+            } else {
+                tellSearching(error, {});
+            }
+            // What answers nonsense answers it at once; it is not asked again and again.
+            std::unique_lock<std::mutex> lock(m_mutex);
+            m_wake.wait_for(lock, searchPeriod, [this] { return m_stopping; });
+            return;
+        }
+        if (!toldConnected) {
+            toldConnected = true;
+            emit connected(QString::fromStdString(m_path));
+        }
+    }
+}
+
+bool BenchLink::deliver(BenchClient& client, const json& request, std::string& error)
+{
+    json answer;
+    if (!client.ask(request, answer, error)) {
+        return false;
+    }
+    const auto ok = answer.find("ok");
+    if (ok == answer.end() || *ok != true) {
+        const auto why = answer.find("error");
+        emit refused(why != answer.end() && why->is_string()
+                         ? QString::fromStdString(why->get<std::string>())
+                         : tr("refused without a reason"));
+    }
+    if (request.value("command", "") == "field") {
+        m_looks = 0;
+        m_field = answer.contains("field") ? answer : m_field;
+    }
+    return true;
+}
+
+bool BenchLink::look(BenchClient& client, std::uint64_t ticket, std::string& error)
+{
+    if (m_field.is_null() || ++m_looks >= looksPerField) {
+        m_looks = 0;
+        if (!client.ask({{"command", "field"}}, m_field, error)) {
+            return false;
+        }
+    }
+    json list;
+    if (!client.ask({{"command", "list"}}, list, error)) {
+        return false;
+    }
+    Snapshot snapshot;
+    try {
+        snapshot = readSnapshot(list, m_field);
+    } catch (const json::exception&) {
+        error = "the program's bench is of another version";
+        return false;
+    }
+    snapshot.ticket = ticket;
+    bool tell = false;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_snapshot = std::move(snapshot);
+        tell = !m_told;
+        m_told = true;
+    }
+    if (tell) {
+        emit changed();
+    }
+    return true;
+}
+
+} // namespace benchwindow

@@ -1,0 +1,304 @@
+#include "window/bench_window.h"
+
+#include "window/look.h"
+#include "window/panel.h"
+
+#include <QCloseEvent>
+#include <QFileInfo>
+#include <QHBoxLayout>
+#include <QIcon>
+#include <QLabel>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QStackedWidget>
+#include <QTimer>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace benchwindow {
+
+namespace {
+
+constexpr int refusalMs = 6000;
+
+/// "process 1234" of ".../bench-1234.sock", else the file's name.
+QString programName(const QString& path)
+{
+    const QString name = QFileInfo(path).completeBaseName();
+    const QString number = name.mid(name.lastIndexOf(QLatin1Char('-')) + 1);
+    bool isNumber = false;
+    number.toUInt(&isNumber);
+    return isNumber ? BenchWindow::tr("process %1").arg(number) : QFileInfo(path).fileName();
+}
+
+} // namespace
+
+BenchWindow::BenchWindow(const QString& socket, QWidget* parent) : QWidget(parent), m_link(socket)
+{
+    setWindowTitle(tr("Gravimon bench"));
+    setWindowIcon(QIcon::fromTheme(QStringLiteral("gravimon")));
+    setStyleSheet(look::styleSheet());
+    resize(1240, 820);
+    setMinimumSize(820, 520);
+
+    m_pages = new QStackedWidget;
+    m_waiting = makeWaiting();
+    m_bench = makeBench();
+    m_pages->addWidget(m_waiting);
+    m_pages->addWidget(m_bench);
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(makeHeader());
+    layout->addWidget(m_pages, 1);
+
+    connect(&m_link, &BenchLink::searching, this, &BenchWindow::showSearching);
+    connect(&m_link, &BenchLink::connected, this, &BenchWindow::showConnected);
+    connect(&m_link, &BenchLink::lost, this, &BenchWindow::showLost);
+    connect(&m_link, &BenchLink::refused, this, &BenchWindow::showRefusal);
+    connect(&m_link, &BenchLink::changed, this, &BenchWindow::showNews);
+    showSearching({}, {});
+    m_link.start();
+}
+
+// ---- Making -----------------------------------------------------------------------------------
+
+QWidget* BenchWindow::makeHeader()
+{
+    auto* const header = new QWidget;
+    header->setObjectName(QStringLiteral("header"));
+    header->setAttribute(Qt::WA_StyledBackground);
+    header->setFixedHeight(44);
+    auto* const title = new QLabel(tr("Virtual bench"));
+    title->setObjectName(QStringLiteral("title"));
+    m_linkDot = new QLabel;
+    m_linkDot->setFixedSize(10, 10);
+    m_linkText = new QLabel;
+    m_linkText->setObjectName(QStringLiteral("link"));
+    auto* const layout = new QHBoxLayout(header);
+    layout->setContentsMargins(24, 0, 24, 0);
+    layout->setSpacing(8);
+    layout->addWidget(title);
+    layout->addStretch();
+    layout->addWidget(m_linkDot);
+    layout->addWidget(m_linkText);
+    return header;
+}
+
+QWidget* BenchWindow::makeWaiting()
+{
+    auto* const page = new QWidget;
+    m_waitingTitle = new QLabel;
+    m_waitingTitle->setProperty("role", "large");
+    m_waitingTitle->setAlignment(Qt::AlignCenter);
+    m_waitingText = new QLabel;
+    m_waitingText->setObjectName(QStringLiteral("hint"));
+    m_waitingText->setAlignment(Qt::AlignCenter);
+    m_waitingText->setWordWrap(true);
+    auto* const choices = new QWidget;
+    choices->setFixedWidth(260);
+    m_choices = new QVBoxLayout(choices);
+    auto* const layout = new QVBoxLayout(page);
+    layout->setSpacing(14);
+    layout->addStretch(2);
+    layout->addWidget(m_waitingTitle);
+    layout->addWidget(m_waitingText);
+    layout->addWidget(choices, 0, Qt::AlignHCenter);
+    layout->addStretch(3);
+    return page;
+}
+
+QWidget* BenchWindow::makeBench()
+{
+    m_stage = new BodyView(BodyView::KIND::STAGE);
+    m_stage->setObjectName(QStringLiteral("stage"));
+    connect(m_stage, &BodyView::turned, this, [this](const Turn& t) { turn(m_stage, t); });
+
+    m_empty = new QLabel(tr("No cameras on the bench"));
+    m_empty->setProperty("role", "large");
+    m_empty->setAlignment(Qt::AlignCenter);
+    m_empty->hide();
+
+    m_refusal = new QLabel;
+    m_refusal->setObjectName(QStringLiteral("refusal"));
+    m_refusal->setContentsMargins(24, 0, 24, 0);
+    m_refusal->setWordWrap(true);
+    m_refusal->hide();
+    m_refusalTimer = new QTimer(this);
+    m_refusalTimer->setSingleShot(true);
+    connect(m_refusalTimer, &QTimer::timeout, m_refusal, &QLabel::hide);
+
+    auto* const row = new QWidget;
+    m_cardRow = new QHBoxLayout(row);
+    m_cardRow->setContentsMargins(24, 4, 24, 12);
+    m_cardRow->setSpacing(12);
+    m_cardRow->addStretch();
+    m_strip = new QScrollArea;
+    m_strip->setWidget(row);
+    m_strip->setWidgetResizable(true);
+    m_strip->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_strip->setFixedHeight(156);
+
+    auto* const left = new QVBoxLayout;
+    left->setSpacing(0);
+    left->addWidget(m_stage, 1);
+    left->addWidget(m_empty, 1);
+    left->addWidget(m_refusal);
+    left->addWidget(m_strip);
+    m_panel = new Panel([this](const nlohmann::json& request, const std::string& key) {
+        return m_link.send(request, key);
+    });
+    connect(m_panel, &Panel::stopPressed, m_stage, &BodyView::stop);
+    connect(m_panel, &Panel::levelPressed, m_stage, &BodyView::level);
+    auto* const page = new QWidget;
+    auto* const layout = new QHBoxLayout(page);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addLayout(left, 1);
+    layout->addWidget(m_panel);
+    return page;
+}
+
+// ---- The connection ---------------------------------------------------------------------------
+
+void BenchWindow::setLinkText(const QString& text, const QColor& colour)
+{
+    m_linkText->setText(text);
+    m_linkDot->setStyleSheet(
+        QStringLiteral("background: %1; border-radius: 5px;").arg(colour.name()));
+}
+
+void BenchWindow::showSearching(const QString& reason, const QStringList& choices)
+{
+    while (QLayoutItem* const item = m_choices->takeAt(0)) {
+        delete item->widget();
+        delete item;
+    }
+    if (!choices.isEmpty()) {
+        m_waitingTitle->setText(tr("Several programs are running"));
+        m_waitingText->setText(tr("Which one's cameras do you want to hold?"));
+        for (const QString& path : choices) {
+            auto* const button = new QPushButton(programName(path));
+            button->setToolTip(path);
+            connect(button, &QPushButton::clicked, this, [this, path] { m_link.choose(path); });
+            m_choices->addWidget(button);
+        }
+        setLinkText(tr("Several programs"), look::amber);
+    } else {
+        m_waitingTitle->setText(m_lostOne ? tr("Gravimon has ended") : tr("Waiting for Gravimon"));
+        m_waitingText->setText(
+            tr("Start it with its virtual bench; this window connects by itself."));
+        m_waitingText->setToolTip(reason);
+        setLinkText(tr("Not connected"), look::ash);
+    }
+    m_pages->setCurrentWidget(m_waiting);
+}
+
+void BenchWindow::showConnected(const QString& path)
+{
+    setLinkText(tr("Connected to %1").arg(programName(path)), look::lime);
+    m_linkText->setToolTip(path);
+    m_pages->setCurrentWidget(m_bench);
+    m_stage->setFocus();
+}
+
+void BenchWindow::showLost(const QString& reason)
+{
+    m_lostOne = true;
+    m_stage->letGo();
+    showSearching(reason, {});
+}
+
+void BenchWindow::showRefusal(const QString& reason)
+{
+    m_refusal->setText(reason);
+    m_refusal->show();
+    m_refusalTimer->start(refusalMs);
+}
+
+// ---- News -------------------------------------------------------------------------------------
+
+void BenchWindow::showNews()
+{
+    m_snapshot = m_link.snapshot();
+    const std::vector<CameraView>& cameras = m_snapshot.cameras;
+    if (m_snapshot.find(m_chosen) == nullptr) {
+        // The one that the program shows is of most interest.
+        const auto used = std::find_if(cameras.begin(), cameras.end(), [](const CameraView& c) {
+            return c.state == QLatin1String("streaming") || c.state == QLatin1String("open");
+        });
+        m_chosen = used != cameras.end() ? used->serial
+                   : cameras.empty()     ? 0
+                                         : cameras.front().serial;
+    }
+    showCards(m_snapshot);
+    const CameraView* const camera = m_snapshot.find(m_chosen);
+    m_stage->setVisible(camera != nullptr);
+    m_empty->setVisible(camera == nullptr);
+    if (camera != nullptr) {
+        m_stage->setDeclination(m_snapshot.field.declination);
+        m_stage->setCamera(*camera, m_snapshot.ticket);
+    }
+    m_panel->showCamera(camera, m_snapshot.field, m_snapshot.ticket);
+}
+
+BodyView* BenchWindow::card(unsigned int serial) const
+{
+    const auto found = std::find_if(m_cards.begin(), m_cards.end(),
+                                    [&](const BodyView* c) { return c->serial() == serial; });
+    return found == m_cards.end() ? nullptr : *found;
+}
+
+void BenchWindow::showCards(const Snapshot& snapshot)
+{
+    while (m_cards.size() > snapshot.cameras.size()) {
+        delete m_cards.back();
+        m_cards.pop_back();
+    }
+    while (m_cards.size() < snapshot.cameras.size()) {
+        auto* const view = new BodyView(BodyView::KIND::CARD);
+        connect(view, &BodyView::pressed, this, &BenchWindow::choose);
+        connect(view, &BodyView::turned, this, [this, view](const Turn& t) { turn(view, t); });
+        m_cardRow->insertWidget(static_cast<int>(m_cards.size()), view);
+        m_cards.push_back(view);
+    }
+    for (std::size_t i = 0; i < m_cards.size(); ++i) {
+        m_cards[i]->setCamera(snapshot.cameras[i], snapshot.ticket);
+        m_cards[i]->setChosen(snapshot.cameras[i].serial == m_chosen);
+    }
+}
+
+void BenchWindow::choose(unsigned int serial)
+{
+    if (serial == m_chosen) {
+        return;
+    }
+    m_stage->letGo();
+    m_chosen = serial;
+    const CameraView* const camera = m_snapshot.find(serial);
+    if (camera != nullptr) {
+        m_stage->setCamera(*camera, m_snapshot.ticket);
+        m_panel->showCamera(camera, m_snapshot.field, m_snapshot.ticket);
+    }
+    for (BodyView* const view : m_cards) {
+        view->setChosen(view->serial() == serial);
+    }
+}
+
+void BenchWindow::turn(BodyView* view, const Turn& turn)
+{
+    view->awaitTicket(m_link.setPose(turn.serial, turn.pose, turn.spin, turn.glide));
+}
+
+void BenchWindow::closeEvent(QCloseEvent* event)
+{
+    // A body in the hand stays where it is; one that spins spins on.
+    m_stage->letGo();
+    for (BodyView* const view : m_cards) {
+        view->letGo();
+    }
+    event->accept();
+}
+
+} // namespace benchwindow

@@ -1,0 +1,78 @@
+/// @file
+/// The window of om-bench-window.
+#pragma once
+
+#include "window/bench_link.h"
+#include "window/body_view.h"
+
+#include <QPointer>
+#include <QWidget>
+
+#include <vector>
+
+class QHBoxLayout;
+class QLabel;
+class QScrollArea;
+class QStackedWidget;
+class QTimer;
+class QVBoxLayout;
+
+namespace benchwindow {
+
+class Panel;
+
+/// The cameras of the bench of a running program: one large, all of them in a row below, and what
+/// can be done to them on the right. Without a program it waits for one and says so.
+class BenchWindow : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /// @param socket as of BenchLink
+    explicit BenchWindow(const QString& socket = {}, QWidget* parent = nullptr);
+
+    BodyView* stage() const { return m_stage; }
+    BodyView* card(unsigned int serial) const; ///< null where there is none
+    unsigned int chosen() const { return m_chosen; }
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    QWidget* makeHeader();
+    QWidget* makeBench();
+    QWidget* makeWaiting();
+    void showSearching(const QString& reason, const QStringList& choices);
+    void showConnected(const QString& path);
+    void showLost(const QString& reason);
+    void showRefusal(const QString& reason);
+    void showNews();
+    void showCards(const Snapshot& snapshot);
+    void setLinkText(const QString& text, const QColor& colour);
+    void choose(unsigned int serial);
+    void turn(BodyView* view, const Turn& turn);
+
+    BenchLink m_link;
+    Snapshot m_snapshot;
+    unsigned int m_chosen = 0;
+    bool m_lostOne = false;
+
+    QLabel* m_linkDot = nullptr;
+    QLabel* m_linkText = nullptr;
+    QStackedWidget* m_pages = nullptr;
+    QWidget* m_waiting = nullptr;
+    QWidget* m_bench = nullptr;
+    QLabel* m_waitingTitle = nullptr;
+    QLabel* m_waitingText = nullptr;
+    QVBoxLayout* m_choices = nullptr;
+    BodyView* m_stage = nullptr;
+    QLabel* m_empty = nullptr;
+    QScrollArea* m_strip = nullptr;
+    QHBoxLayout* m_cardRow = nullptr;
+    std::vector<BodyView*> m_cards;
+    Panel* m_panel = nullptr;
+    QLabel* m_refusal = nullptr;
+    QTimer* m_refusalTimer = nullptr;
+};
+
+} // namespace benchwindow

@@ -1,0 +1,247 @@
+#include "window/body_painter.h"
+
+#include "window/look.h"
+
+#include <QPolygonF>
+#include <QRadialGradient>
+
+#include <algorithm>
+#include <cmath>
+
+namespace benchwindow {
+
+namespace {
+
+using om::bench::conjugate;
+using om::bench::dot;
+using om::bench::length;
+using om::bench::PI;
+using om::bench::rotate;
+
+constexpr double EYE_DISTANCE = 6.0;
+constexpr double FLOOR = -0.92;
+constexpr double ROSE = 1.5; ///< radius
+const Vector EYE{0.0, 0.0, EYE_DISTANCE};
+
+bool isSeen(const Vector& normal, const Vector& point)
+{
+    return dot(normal, EYE - point) > 0.0;
+}
+
+int channel(double value)
+{
+    return static_cast<int>(std::clamp(value, 0.0, 255.0));
+}
+
+/// One lamp above to the left, and light from everywhere; a little gloss.
+QColor lit(const QColor& colour, const Vector& normal)
+{
+    const Vector lamp = (1.0 / length({-0.45, 0.8, 0.65})) * Vector{-0.45, 0.8, 0.65};
+    const Vector between = lamp + Vector{0.0, 0.0, 1.0};
+    const double diffuse = std::max(0.0, dot(normal, lamp));
+    const double gloss =
+        26.0 * std::pow(std::max(0.0, dot(normal, (1.0 / length(between)) * between)), 14.0);
+    const double light = 0.42 + 0.78 * diffuse;
+    return QColor(channel(colour.red() * light + gloss), channel(colour.green() * light + gloss),
+                  channel(colour.blue() * light + gloss));
+}
+
+} // namespace
+
+QPointF Projection::fromEye(const Vector& v) const
+{
+    const double nearness = scale * EYE_DISTANCE / (EYE_DISTANCE - v.z);
+    return centre + QPointF(nearness * v.x, -nearness * v.y);
+}
+
+QPointF Projection::at(const Vector& world) const
+{
+    return fromEye(rotate(conjugate(viewAttitude()), world));
+}
+
+BodyPainter::BodyPainter(QPainter& painter, const Projection& projection)
+    : m_painter(painter), m_projection(projection)
+{
+    m_painter.setRenderHint(QPainter::Antialiasing);
+}
+
+void BodyPainter::paintCircle(double radius, const QColor& colour, double width)
+{
+    QPolygonF points;
+    for (int i = 0; i < 120; ++i) {
+        const double angle = 2.0 * PI * i / 120.0;
+        points << m_projection.at({radius * std::cos(angle), FLOOR, radius * std::sin(angle)});
+    }
+    m_painter.setPen(QPen(colour, width));
+    m_painter.setBrush(Qt::NoBrush);
+    m_painter.drawPolygon(points);
+}
+
+void BodyPainter::paintFloorPolygon(const std::vector<Vector>& points, const QColor& colour)
+{
+    QPolygonF polygon;
+    for (const Vector& point : points) {
+        polygon << m_projection.at(point);
+    }
+    m_painter.setPen(Qt::NoPen);
+    m_painter.setBrush(colour);
+    m_painter.drawPolygon(polygon);
+}
+
+void BodyPainter::paintFloor(double declination, bool letters)
+{
+    // What the body shades.
+    const QPointF below = m_projection.at({0.0, FLOOR, 0.0});
+    const double reach = 1.15 * m_projection.scale;
+    m_painter.save();
+    m_painter.translate(below);
+    m_painter.scale(1.0, 0.5);
+    QRadialGradient shade(QPointF(0.0, 0.0), reach);
+    shade.setColorAt(0.0, QColor(0, 0, 0, 150));
+    shade.setColorAt(1.0, QColor(0, 0, 0, 0));
+    m_painter.setPen(Qt::NoPen);
+    m_painter.setBrush(shade);
+    m_painter.drawEllipse(QPointF(0.0, 0.0), reach, reach);
+    m_painter.restore();
+
+    paintCircle(ROSE, look::charcoal, 1.5);
+    paintCircle(0.72 * ROSE, look::steel, 1.0);
+    for (int degree = 0; degree < 360; degree += 10) {
+        const double angle = degree * PI / 180.0;
+        const bool main = degree % 90 == 0;
+        const double inner = main ? 0.88 : degree % 30 == 0 ? 0.92 : 0.96;
+        const Vector outward{std::sin(angle), 0.0, -std::cos(angle)};
+        const Vector down{0.0, FLOOR, 0.0};
+        m_painter.setPen(QPen(main ? look::ash : look::charcoal, main ? 2.0 : 1.0));
+        m_painter.drawLine(m_projection.at(inner * ROSE * outward + down),
+                           m_projection.at(ROSE * outward + down));
+    }
+
+    const double angle = declination * PI / 180.0;
+    const Vector north{std::sin(angle), 0.0, -std::cos(angle)};
+    const Vector side{0.07 * std::cos(angle), 0.0, 0.07 * std::sin(angle)};
+    const Vector down{0.0, FLOOR, 0.0};
+    const Vector tip = 0.84 * ROSE * north;
+    paintFloorPolygon({down + tip, down + side, down - side}, QColor(190, 66, 66));
+    paintFloorPolygon({down - tip, down + side, down - side}, QColor(120, 120, 120));
+
+    if (letters) {
+        QFont font = m_painter.font();
+        font.setPixelSize(13);
+        font.setBold(true);
+        m_painter.setFont(font);
+        const char* const names[] = {"N", "E", "S", "W"};
+        for (int i = 0; i < 4; ++i) {
+            const double at = i * PI / 2.0;
+            const QPointF p =
+                m_projection.at({1.12 * ROSE * std::sin(at), FLOOR, -1.12 * ROSE * std::cos(at)});
+            m_painter.setPen(i == 0 ? look::pearl : look::ash);
+            m_painter.drawText(QRectF(p.x() - 12, p.y() - 10, 24, 20), Qt::AlignCenter, names[i]);
+        }
+    }
+}
+
+void BodyPainter::paintFaces(const std::vector<Face>& faces, const Quaternion& toEye, double seam)
+{
+    for (const Face& face : faces) {
+        const Vector normal = rotate(toEye, face.normal);
+        if (!isSeen(normal, rotate(toEye, face.points.front()))) {
+            continue;
+        }
+        QPolygonF polygon;
+        for (const Vector& point : face.points) {
+            polygon << m_projection.fromEye(rotate(toEye, point));
+        }
+        const QColor colour = lit(face.colour, normal);
+        // A fine line of the same colour closes the seam between two faces.
+        m_painter.setPen(seam > 0.0 ? QPen(colour, seam) : QPen(Qt::NoPen));
+        m_painter.setBrush(colour);
+        m_painter.drawPolygon(polygon);
+    }
+}
+
+void BodyPainter::paintDisc(const Vector& centre, double radius, const Quaternion& toEye,
+                            const QColor& colour)
+{
+    QPolygonF polygon;
+    for (int i = 0; i < 48; ++i) {
+        const double angle = 2.0 * PI * i / 48.0;
+        polygon << m_projection.fromEye(
+            rotate(toEye, centre + radius * Vector{std::cos(angle), std::sin(angle), 0.0}));
+    }
+    m_painter.setPen(Qt::NoPen);
+    m_painter.setBrush(colour);
+    m_painter.drawPolygon(polygon);
+}
+
+void BodyPainter::paintBarrel(const Lens& lens, double front, const Quaternion& toEye)
+{
+    constexpr int steps = 32;
+    const auto rim = [&](int i, double z) {
+        const double angle = 2.0 * PI * i / steps;
+        return Vector{lens.x + lens.radius * std::cos(angle), lens.radius * std::sin(angle), z};
+    };
+    std::vector<Face> faces;
+    for (int i = 0; i < steps; ++i) {
+        const double angle = 2.0 * PI * (i + 0.5) / steps;
+        faces.push_back(
+            {{rim(i, front), rim(i + 1, front), rim(i + 1, front - BodyShape::LENS_HEIGHT),
+              rim(i, front - BodyShape::LENS_HEIGHT)},
+             {std::cos(angle), std::sin(angle), 0.0},
+             lens.ring});
+    }
+    paintFaces(faces, toEye, 0.7);
+}
+
+void BodyPainter::paintGlass(const Lens& lens, double front, const Quaternion& toEye)
+{
+    const Vector centre{lens.x, 0.0, front - BodyShape::LENS_HEIGHT};
+    const Vector normal = rotate(toEye, {0.0, 0.0, -1.0});
+    if (!isSeen(normal, rotate(toEye, centre))) {
+        return;
+    }
+    paintDisc(centre, lens.radius, toEye, lit(lens.ring, normal));
+    paintDisc(centre, 0.82 * lens.radius, toEye, QColor(10, 10, 12));
+    // Deeper and bluer to the middle.
+    for (int ring = 0; ring < 6; ++ring) {
+        const double share = ring / 5.0;
+        paintDisc(
+            centre, (0.68 - 0.42 * share) * lens.radius, toEye,
+            QColor(channel(16 + 10 * share), channel(22 + 30 * share), channel(34 + 62 * share)));
+    }
+    // The lamp's glint stays where the lamp is.
+    const Vector glint = rotate(conjugate(toEye), {-0.35, 0.4, 0.0});
+    const Vector spot{centre.x + lens.radius * glint.x, centre.y + lens.radius * glint.y, centre.z};
+    paintDisc(spot, 0.12 * lens.radius, toEye, QColor(226, 234, 246, 210));
+}
+
+void BodyPainter::paintBody(const BodyShape& shape, const Quaternion& pose)
+{
+    const Quaternion toEye = conjugate(viewAttitude()) * pose;
+    const double front = -shape.depth / 2.0;
+    std::vector<Lens> lenses = shape.lenses;
+    const auto depthOf = [&](const Lens& l) { return rotate(toEye, {l.x, 0.0, front}).z; };
+    std::sort(lenses.begin(), lenses.end(),
+              [&](const Lens& a, const Lens& b) { return depthOf(a) < depthOf(b); });
+
+    // The plane of the front parts the lenses from the hull: whichever is on the eye's side of it
+    // comes last.
+    const bool frontSeen =
+        isSeen(rotate(toEye, {0.0, 0.0, -1.0}), rotate(toEye, {0.0, 0.0, front}));
+    const auto paintLenses = [&] {
+        for (const Lens& lens : lenses) {
+            paintBarrel(lens, front, toEye);
+            paintGlass(lens, front, toEye);
+        }
+    };
+    if (!frontSeen) {
+        paintLenses();
+    }
+    paintFaces(shape.hull, toEye, 0.9);
+    paintFaces(shape.marks, toEye, 0.0);
+    if (frontSeen) {
+        paintLenses();
+    }
+}
+
+} // namespace benchwindow

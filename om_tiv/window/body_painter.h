@@ -1,0 +1,49 @@
+/// @file
+/// Painting a body and the floor below it.
+#pragma once
+
+#include "window/body_shape.h"
+#include "window/turning.h"
+
+#include <QPainter>
+#include <QPointF>
+
+#include <vector>
+
+namespace benchwindow {
+
+/// From the world to the picture. The world's origin is in the body.
+struct Projection
+{
+    QPointF centre;       ///< of the origin
+    double scale = 100.0; ///< pixels a unit at the origin
+
+    /// In the eye's frame.
+    QPointF fromEye(const Vector& v) const;
+    QPointF at(const Vector& world) const;
+};
+
+class BodyPainter
+{
+public:
+    BodyPainter(QPainter& painter, const Projection& projection);
+
+    /// The compass rose below the body, with a needle to magnetic north.
+    /// @param declination degrees
+    void paintFloor(double declination, bool letters);
+    void paintBody(const BodyShape& shape, const Quaternion& pose);
+
+private:
+    void paintCircle(double radius, const QColor& colour, double width);
+    void paintFloorPolygon(const std::vector<Vector>& points, const QColor& colour);
+    void paintFaces(const std::vector<Face>& faces, const Quaternion& toEye, double seam);
+    void paintBarrel(const Lens& lens, double front, const Quaternion& toEye);
+    void paintGlass(const Lens& lens, double front, const Quaternion& toEye);
+    void paintDisc(const Vector& centre, double radius, const Quaternion& toEye,
+                   const QColor& colour);
+
+    QPainter& m_painter;
+    const Projection m_projection;
+};
+
+} // namespace benchwindow

@@ -1,0 +1,450 @@
+#include "window/body_view.h"
+
+#include "window/look.h"
+
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPainter>
+
+#include <algorithm>
+#include <cmath>
+
+namespace benchwindow {
+
+namespace {
+
+using om::bench::conjugate;
+using om::bench::length;
+using om::bench::normalized;
+using om::bench::rotate;
+
+constexpr int framePeriodMs = 16;
+constexpr double holdGlide = 0.05; ///< s, of the orders while a hand turns
+constexpr double stopGlide = 0.15; ///< s
+constexpr double levelGlide = 0.9; ///< s
+constexpr double keyTurn = 5.0 * om::bench::PI / 180.0;
+constexpr double keyGlide = 0.12;      ///< s
+constexpr double longestGuess = 0.5;   ///< s that the shown pose runs on without news
+constexpr double figuresHeight = 64.0; ///< pixels
+constexpr double degrees = 180.0 / om::bench::PI;
+
+QString stateText(const QString& state)
+{
+    if (state == QLatin1String("streaming")) {
+        return BodyView::tr("streaming");
+    }
+    if (state == QLatin1String("open")) {
+        return BodyView::tr("open");
+    }
+    return state == QLatin1String("unplugged") ? BodyView::tr("unplugged")
+                                               : BodyView::tr("plugged in");
+}
+
+QColor stateColour(const QString& state)
+{
+    if (state == QLatin1String("streaming")) {
+        return look::lime;
+    }
+    return state == QLatin1String("unplugged") ? look::charcoal : look::iron;
+}
+
+bool isSame(const Vector& a, const Vector& b)
+{
+    return a.x == b.x && a.y == b.y && a.z == b.z;
+}
+
+bool isSame(const Quaternion& a, const Quaternion& b)
+{
+    return a.w == b.w && a.x == b.x && a.y == b.y && a.z == b.z;
+}
+
+} // namespace
+
+BodyView::BodyView(KIND kind, QWidget* parent) : QWidget(parent), m_kind(kind)
+{
+    m_clock.start();
+    setAttribute(Qt::WA_OpaquePaintEvent);
+    setCursor(Qt::OpenHandCursor);
+    if (kind == KIND::STAGE) {
+        setFocusPolicy(Qt::StrongFocus);
+        setMinimumSize(360, 260);
+    } else {
+        setFixedSize(sizeHint());
+    }
+    m_timer.setInterval(framePeriodMs);
+    m_timer.setTimerType(Qt::PreciseTimer);
+    connect(&m_timer, &QTimer::timeout, this, &BodyView::tick);
+}
+
+QSize BodyView::sizeHint() const
+{
+    return m_kind == KIND::STAGE ? QSize(860, 560) : QSize(168, 128);
+}
+
+double BodyView::now() const
+{
+    return static_cast<double>(m_clock.nsecsElapsed()) * 1e-9;
+}
+
+// ---- What is shown ----------------------------------------------------------------------------
+
+void BodyView::setCamera(const CameraView& camera, std::uint64_t ticket)
+{
+    if (camera.serial != m_camera.serial) {
+        letGo();
+        m_awaited = 0;
+    }
+    const bool looksOther = camera.serial != m_camera.serial || camera.state != m_camera.state ||
+                            camera.model != m_camera.model || !isSame(camera.field, m_camera.field);
+    m_camera = camera;
+    const bool follows = !m_held && ticket >= m_awaited;
+    if (follows && !(isSame(camera.pose, m_pose) && isSame(camera.angularVelocity, m_rate))) {
+        setShown(camera.pose, camera.angularVelocity);
+    }
+    if (looksOther) {
+        setAccessibleName(camera.model + QLatin1Char(' ') + QString::number(camera.serial));
+        update();
+    }
+}
+
+void BodyView::setDeclination(double value)
+{
+    if (m_declination != value) {
+        m_declination = value;
+        update();
+    }
+}
+
+void BodyView::setChosen(bool chosen)
+{
+    if (m_chosen != chosen) {
+        m_chosen = chosen;
+        update();
+    }
+}
+
+void BodyView::awaitTicket(std::uint64_t ticket)
+{
+    m_awaited = ticket;
+}
+
+void BodyView::setShown(const Quaternion& pose, const Vector& rate)
+{
+    m_pose = pose;
+    m_rate = rate;
+    m_since = now();
+    // A card moves at the pace of the news.
+    const bool moves = m_held || (m_kind == KIND::STAGE && length(rate) > 1e-3);
+    if (moves && !m_timer.isActive()) {
+        m_timer.start();
+    } else if (!moves) {
+        m_timer.stop();
+    }
+    update();
+}
+
+Quaternion BodyView::shownPose() const
+{
+    if (m_held) {
+        return m_pose;
+    }
+    const double since = std::min(now() - m_since, longestGuess);
+    return m_pose * om::bench::fromRotationVector(since * m_rate);
+}
+
+void BodyView::tick()
+{
+    update();
+    if (!m_held) {
+        return;
+    }
+    const Vector rate = m_meter.rateAt(now());
+    if (m_moved || (m_turning && length(rate) == 0.0)) {
+        order(rate, holdGlide);
+    }
+}
+
+// ---- The hand ---------------------------------------------------------------------------------
+
+QPointF BodyView::ballCentre() const
+{
+    return projection().centre;
+}
+
+double BodyView::ballRadius() const
+{
+    return 1.12 * projection().scale;
+}
+
+Projection BodyView::projection() const
+{
+    Projection projection;
+    if (m_kind == KIND::STAGE) {
+        // The figures stand below the rose.
+        projection.scale = std::min((height() - figuresHeight) / 3.15, width() / 4.0);
+        projection.centre =
+            QPointF(width() / 2.0, (height() - figuresHeight) / 2.0 - 0.36 * projection.scale);
+    } else {
+        projection.scale = std::min(height() / 2.4, width() / 2.6);
+        projection.centre = QPointF(width() / 2.0, height() * 0.42);
+    }
+    return projection;
+}
+
+BallPoint BodyView::ballPoint(const QPointF& position) const
+{
+    const QPointF from = (position - ballCentre()) / ballRadius();
+    return {from.x(), -from.y()};
+}
+
+/// Tells the pose that is shown, with a rate in the world's frame.
+void BodyView::order(const Vector& worldRate, double glide)
+{
+    m_moved = false;
+    m_turning = length(worldRate) > 0.0;
+    emit turned({m_camera.serial, m_pose, rotate(conjugate(m_pose), worldRate), glide});
+}
+
+void BodyView::mousePressEvent(QMouseEvent* event)
+{
+    if (event->button() != Qt::LeftButton || m_camera.serial == 0) {
+        return;
+    }
+    emit pressed(m_camera.serial);
+    const Quaternion pose = shownPose();
+    m_held = true;
+    setShown(pose, {});
+    m_last = ballPoint(event->localPos());
+    m_meter.start(now());
+    setCursor(Qt::ClosedHandCursor);
+    if (m_kind == KIND::STAGE) {
+        // A hand on a body stops it. A click on a card only chooses.
+        order({}, stopGlide);
+    }
+}
+
+void BodyView::turnInWorld(const Quaternion& turn)
+{
+    m_pose = normalized(turn * m_pose);
+    m_moved = true;
+    update();
+}
+
+void BodyView::mouseMoveEvent(QMouseEvent* event)
+{
+    if (!m_held) {
+        return;
+    }
+    const BallPoint to = ballPoint(event->localPos());
+    const Quaternion eye = viewAttitude();
+    const Quaternion turn = eye * ballTurn(m_last, to) * conjugate(eye);
+    m_last = to;
+    m_meter.add(now(), om::bench::toRotationVector(turn));
+    turnInWorld(turn);
+}
+
+void BodyView::mouseReleaseEvent(QMouseEvent* event)
+{
+    if (event->button() != Qt::LeftButton || !m_held) {
+        return;
+    }
+    m_held = false;
+    setCursor(Qt::OpenHandCursor);
+    Vector rate = m_meter.rateAt(now());
+    if (length(rate) < SpinMeter::STILL_BELOW) {
+        rate = {};
+    }
+    if (m_moved || m_turning || length(rate) > 0.0) {
+        order(rate, holdGlide);
+    }
+    setShown(m_pose, rotate(conjugate(m_pose), rate));
+}
+
+void BodyView::letGo()
+{
+    if (!m_held) {
+        return;
+    }
+    m_held = false;
+    setCursor(Qt::OpenHandCursor);
+    order({}, holdGlide);
+    setShown(m_pose, {});
+}
+
+void BodyView::stop()
+{
+    m_held = false;
+    setShown(shownPose(), {});
+    order({}, stopGlide);
+}
+
+void BodyView::level()
+{
+    m_held = false;
+    m_pose = {};
+    order({}, levelGlide);
+}
+
+void BodyView::keyPressEvent(QKeyEvent* event)
+{
+    Vector axis; // in the eye's frame
+    switch (event->key()) {
+    case Qt::Key_Left:
+        axis = {0.0, -1.0, 0.0};
+        break;
+    case Qt::Key_Right:
+        axis = {0.0, 1.0, 0.0};
+        break;
+    case Qt::Key_Up:
+        axis = {-1.0, 0.0, 0.0};
+        break;
+    case Qt::Key_Down:
+        axis = {1.0, 0.0, 0.0};
+        break;
+    case Qt::Key_Space:
+        stop();
+        return;
+    default:
+        QWidget::keyPressEvent(event);
+        return;
+    }
+    if (m_held || m_camera.serial == 0) {
+        return;
+    }
+    setShown(shownPose(), {});
+    turnInWorld(om::bench::fromRotationVector(keyTurn * rotate(viewAttitude(), axis)));
+    order({}, keyGlide);
+}
+
+void BodyView::enterEvent(QEvent* event)
+{
+    Q_UNUSED(event)
+    m_hovered = true;
+    update();
+}
+
+void BodyView::leaveEvent(QEvent* event)
+{
+    Q_UNUSED(event)
+    m_hovered = false;
+    update();
+}
+
+// ---- Painting ---------------------------------------------------------------------------------
+
+void BodyView::paintEvent(QPaintEvent* event)
+{
+    Q_UNUSED(event)
+    QPainter painter(this);
+    painter.fillRect(rect(), look::soil);
+    painter.setRenderHint(QPainter::Antialiasing);
+    if (m_kind == KIND::CARD) {
+        const bool lively = m_chosen || m_hovered || m_held;
+        painter.setPen(QPen(m_chosen ? look::lime
+                            : lively ? look::ash
+                                     : look::steel,
+                            m_chosen ? 1.5 : 1.0));
+        painter.setBrush(QColor(30, 30, 31));
+        painter.drawRoundedRect(QRectF(rect()).adjusted(1.0, 1.0, -1.0, -1.0), 6.0, 6.0);
+    }
+    if (m_camera.serial == 0) {
+        return;
+    }
+    BodyPainter body(painter, projection());
+    if (m_kind == KIND::STAGE) {
+        body.paintFloor(m_declination, true);
+        paintBall(painter);
+    }
+    body.paintBody(shapeOf(m_camera.model), shownPose());
+    if (!m_camera.isPlugged()) {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(QColor(25, 25, 25, 130));
+        painter.drawRoundedRect(QRectF(rect()).adjusted(2.0, 2.0, -2.0, -2.0), 6.0, 6.0);
+    }
+    paintName(painter);
+    if (m_kind == KIND::STAGE) {
+        paintFigures(painter);
+    }
+}
+
+void BodyView::paintBall(QPainter& painter)
+{
+    if (!m_held && !m_hovered) {
+        return;
+    }
+    painter.setPen(QPen(m_held ? look::ash : look::charcoal, 1.0, Qt::DotLine));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawEllipse(ballCentre(), ballRadius(), ballRadius());
+}
+
+void BodyView::paintName(QPainter& painter)
+{
+    const QString number = QString::number(m_camera.serial);
+    QFont font = painter.font();
+    font.setBold(false);
+    const QColor dot = stateColour(m_camera.state);
+    if (m_kind == KIND::CARD) {
+        font.setPixelSize(12);
+        painter.setFont(font);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(dot);
+        painter.drawEllipse(QPointF(14.0, height() - 18.0), 3.5, 3.5);
+        painter.setPen(m_chosen ? look::pearl : look::iron);
+        painter.drawText(QRectF(24.0, height() - 28.0, width() - 28.0, 20.0), Qt::AlignVCenter,
+                         m_camera.model + QStringLiteral("  ") + number);
+        return;
+    }
+    font.setPixelSize(24);
+    painter.setFont(font);
+    painter.setPen(look::pearl);
+    painter.drawText(QRectF(24.0, 16.0, width() - 48.0, 32.0), Qt::AlignVCenter, m_camera.model);
+    font.setPixelSize(14);
+    painter.setFont(font);
+    painter.setPen(look::iron);
+    painter.drawText(QRectF(24.0, 48.0, width() - 48.0, 22.0), Qt::AlignVCenter, number);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(dot);
+    painter.drawEllipse(QPointF(29.0, 83.0), 4.0, 4.0);
+    painter.setPen(look::iron);
+    painter.drawText(QRectF(40.0, 72.0, width() - 64.0, 22.0), Qt::AlignVCenter,
+                     stateText(m_camera.state));
+}
+
+void BodyView::paintFigures(QPainter& painter)
+{
+    const Attitude attitude = attitudeOf(shownPose());
+    const Vector rate = m_held ? m_meter.rateAt(now()) : m_rate;
+    struct Figure
+    {
+        QString name;
+        QString value;
+    };
+    const Figure figures[] = {
+        {tr("Heading"), QStringLiteral("%1°").arg(attitude.heading, 0, 'f', 0)},
+        {tr("Pitch"), QStringLiteral("%1°").arg(attitude.pitch, 0, 'f', 0)},
+        {tr("Roll"), QStringLiteral("%1°").arg(attitude.roll, 0, 'f', 0)},
+        {tr("Turning"), QStringLiteral("%1 °/s").arg(length(rate) * degrees, 0, 'f', 0)},
+        {tr("Field"), QStringLiteral("%1 µT").arg(length(m_camera.field), 0, 'f', 1)}};
+    QFont font = painter.font();
+    double x = 24.0;
+    for (const Figure& figure : figures) {
+        font.setPixelSize(12);
+        painter.setFont(font);
+        painter.setPen(look::ash);
+        painter.drawText(QRectF(x, height() - 54.0, 90.0, 18.0), Qt::AlignVCenter, figure.name);
+        font.setPixelSize(16);
+        painter.setFont(font);
+        painter.setPen(look::pearl);
+        painter.drawText(QRectF(x, height() - 36.0, 100.0, 22.0), Qt::AlignVCenter, figure.value);
+        x += 96.0;
+    }
+    font.setPixelSize(12);
+    painter.setFont(font);
+    painter.setPen(look::ash);
+    painter.drawText(QRectF(width() - 324.0, 16.0, 300.0, 20.0), Qt::AlignRight | Qt::AlignVCenter,
+                     tr("Drag to turn, let go in motion to spin"));
+    painter.drawText(QRectF(width() - 324.0, 36.0, 300.0, 20.0), Qt::AlignRight | Qt::AlignVCenter,
+                     tr("Outside the ring: roll.  Space: stop"));
+}
+
+} // namespace benchwindow

@@ -1,0 +1,106 @@
+/// @file
+/// A camera's body that one takes in the hand.
+#pragma once
+
+#include "window/body_painter.h"
+#include "window/snapshot.h"
+#include "window/turning.h"
+
+#include <QElapsedTimer>
+#include <QTimer>
+#include <QWidget>
+
+#include <cstdint>
+
+namespace benchwindow {
+
+/// What a hand did to a camera: it is to turn to the pose within the glide, and on from there.
+struct Turn
+{
+    unsigned int serial = 0;
+    Quaternion pose;
+    Vector spin;        ///< rad/s, body frame
+    double glide = 0.0; ///< s
+};
+
+/// Shows a camera as its bench tells, and turns it with the mouse: drag turns, a release in motion
+/// lets it spin on, a press stops it. Arrow keys turn it by steps, the space bar stops it.
+class BodyView : public QWidget
+{
+    Q_OBJECT
+
+public:
+    enum class KIND {
+        STAGE, ///< large, with floor and figures
+        CARD,  ///< small, with its name
+    };
+
+    explicit BodyView(KIND kind, QWidget* parent = nullptr);
+
+    /// @param ticket up to which the orders have been carried out that the view tells of
+    void setCamera(const CameraView& camera, std::uint64_t ticket);
+    void setDeclination(double degrees);
+    void setChosen(bool chosen); ///< a card's frame
+    /// The pose that is shown stays until a state with this ticket comes.
+    void awaitTicket(std::uint64_t ticket);
+
+    unsigned int serial() const { return m_camera.serial; }
+    bool isHeld() const { return m_held; }
+    Quaternion shownPose() const;
+
+    QPointF ballCentre() const; ///< pixels
+    double ballRadius() const;  ///< pixels
+
+    QSize sizeHint() const override;
+
+    void stop();  ///< where it is
+    void level(); ///< level, looking north
+    void letGo(); ///< of a body in the hand, which then stays
+
+signals:
+    void pressed(unsigned int serial);
+    void turned(const benchwindow::Turn& turn);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void enterEvent(QEvent* event) override;
+    void leaveEvent(QEvent* event) override;
+
+private:
+    void tick();
+    double now() const; ///< s
+    BallPoint ballPoint(const QPointF& position) const;
+    void turnInWorld(const Quaternion& turn);
+    void order(const Vector& worldRate, double glide);
+    void setShown(const Quaternion& pose, const Vector& rate);
+    Projection projection() const;
+    void paintFigures(QPainter& painter);
+    void paintName(QPainter& painter);
+    void paintBall(QPainter& painter);
+
+    const KIND m_kind;
+    CameraView m_camera;
+    double m_declination = 0.0;
+    bool m_chosen = false;
+    bool m_hovered = false;
+
+    Quaternion m_pose; ///< at m_since, while nobody holds it turning on at m_rate
+    Vector m_rate;     ///< rad/s, body frame
+    double m_since = 0.0;
+    std::uint64_t m_awaited = 0;
+
+    bool m_held = false;
+    bool m_moved = false;   ///< since the last order
+    bool m_turning = false; ///< so said the last order
+    BallPoint m_last;
+    SpinMeter m_meter;
+
+    QElapsedTimer m_clock;
+    QTimer m_timer; ///< while something moves
+};
+
+} // namespace benchwindow

@@ -1,0 +1,175 @@
+#include "window/controls.h"
+
+#include "window/look.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPainter>
+#include <QSlider>
+#include <QSpinBox>
+#include <QVBoxLayout>
+
+#include <cmath>
+
+namespace benchwindow {
+
+Switch::Switch(const QColor& on, QWidget* parent) : QAbstractButton(parent), m_on(on)
+{
+    setCheckable(true);
+    setCursor(Qt::PointingHandCursor);
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    setFocusPolicy(Qt::StrongFocus);
+}
+
+QSize Switch::sizeHint() const
+{
+    return {36, 20};
+}
+
+void Switch::paintEvent(QPaintEvent* event)
+{
+    Q_UNUSED(event)
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QRectF track = QRectF(rect()).adjusted(1.0, 2.0, -1.0, -2.0);
+    const double radius = track.height() / 2.0;
+    QColor ground = isChecked() ? m_on : look::charcoal;
+    if (!isEnabled()) {
+        ground = look::steel;
+    }
+    painter.setPen(hasFocus()     ? QPen(look::pearl, 1.2)
+                   : underMouse() ? QPen(look::ash, 1.2)
+                                  : QPen(Qt::NoPen));
+    painter.setBrush(ground);
+    painter.drawRoundedRect(track, radius, radius);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(isChecked() && isEnabled() ? look::soil : look::iron);
+    const double x = isChecked() ? track.right() - radius : track.left() + radius;
+    painter.drawEllipse(QPointF(x, track.center().y()), radius - 3.0, radius - 3.0);
+}
+
+void Switch::enterEvent(QEvent* event)
+{
+    Q_UNUSED(event)
+    update();
+}
+
+void Switch::leaveEvent(QEvent* event)
+{
+    Q_UNUSED(event)
+    update();
+}
+
+// ---- SliderRow --------------------------------------------------------------------------------
+
+SliderRow::SliderRow(const QString& name, const Range& range, QWidget* parent)
+    : QWidget(parent), m_range(range), m_value(new QLabel), m_slider(new QSlider(Qt::Horizontal))
+{
+    auto* const top = new QHBoxLayout;
+    top->addWidget(new QLabel(name));
+    top->addStretch();
+    m_value->setProperty("role", "value");
+    top->addWidget(m_value);
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 2, 0, 2);
+    layout->setSpacing(4);
+    layout->addLayout(top);
+    layout->addWidget(m_slider);
+    m_slider->setRange(static_cast<int>(std::lround(range.least / range.step)),
+                       static_cast<int>(std::lround(range.most / range.step)));
+    m_slider->setAccessibleName(name);
+    m_slider->setMinimumHeight(18);
+    m_slider->setFocusPolicy(Qt::StrongFocus);
+    connect(m_slider, &QSlider::valueChanged, this, [this](int value) {
+        if (!m_showing) {
+            showText(value * m_range.step);
+            emit moved(value * m_range.step);
+        }
+    });
+    showText(0.0);
+}
+
+void SliderRow::showText(double value)
+{
+    m_value->setText(QString::number(value, 'f', m_range.decimals) + QLatin1Char(' ') +
+                     m_range.unit);
+}
+
+void SliderRow::showValue(double value, std::uint64_t ticket)
+{
+    if (ticket < m_awaited || m_slider->isSliderDown()) {
+        return;
+    }
+    m_showing = true;
+    m_slider->setValue(static_cast<int>(std::lround(value / m_range.step)));
+    m_showing = false;
+    // The value may lie between two steps or beyond the slider's ends.
+    showText(value);
+}
+
+// ---- FaultRow ---------------------------------------------------------------------------------
+
+FaultRow::FaultRow(const Fault& fault, QWidget* parent) : QWidget(parent), m_fault(fault)
+{
+    auto* const layout = new QHBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(10);
+    const bool isSetting = fault.kind == Fault::KIND::SETTING;
+    auto* const label = new QLabel(tr(fault.name));
+    label->setIndent(isSetting ? 14 : 0);
+    if (isSetting) {
+        label->setProperty("role", "value");
+    }
+    layout->addWidget(label);
+    layout->addStretch();
+    setToolTip(tr(fault.tip));
+    if (fault.kind != Fault::KIND::SWITCH) {
+        m_number = new QSpinBox;
+        m_number->setRange(fault.least, fault.most);
+        m_number->setValue(fault.usual);
+        m_number->setSuffix(QString::fromUtf8(fault.unit));
+        m_number->setFixedWidth(86);
+        m_number->setAlignment(Qt::AlignRight);
+        m_number->setKeyboardTracking(false);
+        m_number->setAccessibleName(tr(fault.name));
+        if (fault.least < 0) {
+            m_number->setSpecialValueText(tr("always"));
+        }
+        layout->addWidget(m_number);
+        connect(m_number, QOverload<int>::of(&QSpinBox::valueChanged), this, [this](int value) {
+            if (!m_showing && (m_switch == nullptr || m_switch->isChecked())) {
+                emit ordered(value);
+            }
+        });
+    }
+    if (isSetting) {
+        layout->addSpacing(46);
+    } else {
+        m_switch = new Switch(look::red);
+        m_switch->setAccessibleName(tr(fault.name));
+        layout->addWidget(m_switch);
+        connect(m_switch, &QAbstractButton::clicked, this, [this](bool on) {
+            emit ordered(!on ? 0 : m_number != nullptr ? m_number->value() : 1);
+        });
+    }
+}
+
+void FaultRow::showNumber(int number, std::uint64_t ticket)
+{
+    if (ticket < m_awaited) {
+        return;
+    }
+    m_showing = true;
+    if (m_switch != nullptr) {
+        m_switch->setChecked(number != 0);
+    }
+    // A number of 0 is for the switch to show: the one that the user has set stays for the next
+    // time.
+    const bool shows = m_switch == nullptr || number != 0;
+    if (m_number != nullptr && shows && !m_number->hasFocus()) {
+        m_number->setValue(number);
+    }
+    m_showing = false;
+}
+
+} // namespace benchwindow

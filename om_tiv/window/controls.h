@@ -1,0 +1,115 @@
+/// @file
+/// Switches and sliders that show what a bench tells and order what the user wants.
+///
+/// Each shows news only once its own last order has been carried out, and not while the user has it
+/// in hand, so that it never jumps back.
+#pragma once
+
+#include <QAbstractButton>
+#include <QColor>
+#include <QWidget>
+
+#include <cstdint>
+
+class QLabel;
+class QSlider;
+class QSpinBox;
+
+namespace benchwindow {
+
+/// A button that slides from off to on.
+class Switch : public QAbstractButton
+{
+    Q_OBJECT
+
+public:
+    explicit Switch(const QColor& on, QWidget* parent = nullptr);
+    QSize sizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void enterEvent(QEvent* event) override;
+    void leaveEvent(QEvent* event) override;
+
+private:
+    const QColor m_on;
+};
+
+/// A name, a value and a slider below them.
+class SliderRow : public QWidget
+{
+    Q_OBJECT
+
+public:
+    struct Range
+    {
+        double least;
+        double most;
+        double step;
+        int decimals;
+        QString unit;
+    };
+
+    SliderRow(const QString& name, const Range& range, QWidget* parent = nullptr);
+
+    void showValue(double value, std::uint64_t ticket);
+    void awaitTicket(std::uint64_t ticket) { m_awaited = ticket; }
+    QSlider* slider() const { return m_slider; }
+
+signals:
+    void moved(double value); ///< by the user
+
+private:
+    void showText(double value);
+
+    const Range m_range;
+    std::uint64_t m_awaited = 0;
+    bool m_showing = false;
+    QLabel* m_value;
+    QSlider* m_slider;
+};
+
+/// A fault: its name, its number where it has one, and a switch where it can be off.
+class FaultRow : public QWidget
+{
+    Q_OBJECT
+
+public:
+    struct Fault
+    {
+        enum class KIND {
+            SWITCH,  ///< true or false
+            NUMBER,  ///< a number, 0 for off
+            SETTING, ///< a number that goes with another fault
+        };
+        const char* key; ///< of bench files
+        const char* name;
+        const char* tip;
+        KIND kind;
+        int usual; ///< the number at first; of a setting the neutral one
+        int least;
+        int most;
+        const char* unit;
+    };
+
+    explicit FaultRow(const Fault& fault, QWidget* parent = nullptr);
+
+    const Fault& fault() const { return m_fault; }
+    /// @param number 0 and 1 for off and on of a switch
+    void showNumber(int number, std::uint64_t ticket);
+    void awaitTicket(std::uint64_t ticket) { m_awaited = ticket; }
+    Switch* toggle() const { return m_switch; }   ///< null for a setting
+    QSpinBox* number() const { return m_number; } ///< null for a switch
+
+signals:
+    void ordered(int number); ///< by the user
+
+private:
+    const Fault m_fault;
+    std::uint64_t m_awaited = 0;
+    bool m_showing = false;
+    Switch* m_switch = nullptr;
+    QSpinBox* m_number = nullptr;
+};
+
+} // namespace benchwindow

@@ -1,0 +1,56 @@
+#include "window/look.h"
+
+namespace benchwindow::look {
+
+QString styleSheet()
+{
+    return QStringLiteral(
+        "QWidget { background: rgb(25,25,25); color: rgb(242,242,242); font-size: 13px; }"
+        "QWidget#header { background: rgb(5,5,5); }"
+        "QWidget#header QLabel { background: transparent; }"
+        "QLabel#title { font-size: 15px; font-weight: 600; }"
+        "QLabel#link, QLabel#hint, QLabel[role=\"value\"] { color: rgb(194,194,194); }"
+        "QLabel[role=\"section\"] { color: rgb(217,255,66); font-size: 12px; font-weight: 600; }"
+        "QLabel[role=\"group\"] { color: rgb(137,137,137); font-size: 12px; }"
+        "QLabel[role=\"large\"] { font-size: 22px; }"
+        "QLabel#refusal { color: rgb(255,189,89); }"
+        "QFrame#panel { border: none; border-left: 1px solid rgb(45,45,45); }"
+        "QFrame[role=\"rule\"] { background: rgb(45,45,45); border: none; max-height: 1px;"
+        "  min-height: 1px; }"
+        "QScrollArea { border: none; }"
+        "QToolTip { background: rgb(45,45,45); color: rgb(242,242,242); border: none; padding: "
+        "4px; }"
+        "QPushButton { background: rgb(45,45,45); border: none; border-radius: 4px;"
+        "  padding: 5px 14px; }"
+        "QPushButton:hover { background: rgb(60,60,60); }"
+        "QPushButton:focus { border: 1px solid rgb(137,137,137); padding: 4px 13px; }"
+        "QPushButton:pressed { background: rgb(217,255,66); color: rgb(25,25,25); }"
+        "QPushButton:disabled { color: rgb(90,90,90); background: rgb(35,35,35); }"
+        "QComboBox, QSpinBox { background: rgb(25,25,25); border: 1px solid rgb(90,90,90);"
+        "  border-radius: 4px; padding: 2px 6px; min-height: 18px; }"
+        "QComboBox:focus, QSpinBox:focus { border-color: rgb(194,194,194); }"
+        "QComboBox:disabled, QSpinBox:disabled { color: rgb(90,90,90);"
+        "  border-color: rgb(60,60,60); }"
+        "QComboBox QAbstractItemView { background: rgb(45,45,45); border: none;"
+        "  selection-background-color: rgb(217,255,66); selection-color: rgb(25,25,25); }"
+        "QComboBox::drop-down { border: none; width: 20px; }"
+        "QSpinBox { padding-right: 2px; }"
+        "QSpinBox::up-button, QSpinBox::down-button { width: 0; }"
+        "QSlider::groove:horizontal { height: 4px; border-radius: 2px; background: rgb(60,60,60); }"
+        "QSlider::sub-page:horizontal { height: 4px; border-radius: 2px;"
+        "  background: rgb(137,137,137); }"
+        "QSlider::handle:horizontal { width: 14px; height: 14px; margin: -5px 0; border-radius: "
+        "7px;"
+        "  background: rgb(242,242,242); }"
+        "QSlider::handle:horizontal:hover, QSlider::handle:horizontal:focus {"
+        "  background: rgb(217,255,66); }"
+        "QSlider::handle:horizontal:disabled { background: rgb(90,90,90); }"
+        "QScrollBar:vertical { background: transparent; width: 8px; margin: 0; }"
+        "QScrollBar:horizontal { background: transparent; height: 8px; margin: 0; }"
+        "QScrollBar::handle { background: rgb(60,60,60); border-radius: 4px; min-height: 24px;"
+        "  min-width: 24px; }"
+        "QScrollBar::add-line, QScrollBar::sub-line { width: 0; height: 0; }"
+        "QScrollBar::add-page, QScrollBar::sub-page { background: transparent; }");
+}
+
+} // namespace benchwindow::look

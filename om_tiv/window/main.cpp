@@ -1,0 +1,81 @@
+// om-bench-window: the virtual cameras of a running program in the hand.
+//
+// Exit status: 0 the window was closed, 1 no display, 2 wrong usage.
+
+#include "window/bench_window.h"
+
+#include <CLI/CLI.hpp>
+
+#include <QApplication>
+#include <QSocketNotifier>
+
+#include <array>
+#include <csignal>
+#include <cstdlib>
+#include <iostream>
+#include <string>
+
+#include <unistd.h>
+
+namespace {
+
+enum Exit { CLOSED = 0, NO_DISPLAY = 1, USAGE = 2 };
+
+std::array<int, 2> signalPipe = {-1, -1};
+
+void onSignal(int number)
+{
+    const char byte = static_cast<char>(number);
+    [[maybe_unused]] const ssize_t written = ::write(signalPipe[1], &byte, 1);
+}
+
+/// A signal that ends the program closes the window, so that a body in the hand is let go.
+void closeOnSignals(QWidget* window)
+{
+    if (::pipe(signalPipe.data()) != 0) {
+        return;
+    }
+    auto* const notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, window);
+    QObject::connect(notifier, &QSocketNotifier::activated, window, [window] { window->close(); });
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        std::signal(number, onSignal); // NOLINT(cert-err33-c): these can be caught
+    }
+}
+
+bool isSet(const char* name)
+{
+    const char* const value = std::getenv(name); // NOLINT(concurrency-mt-unsafe): one thread yet
+    return value != nullptr && value[0] != '\0';
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    CLI::App options{
+        "Shows the virtual cameras of a running Gravimon as bodies to turn with the mouse.",
+        "om-bench-window"};
+    std::string socket;
+    options.add_option("--socket", socket,
+                       "Control socket; by default the one running bench is found");
+    options.set_version_flag("--version", "om-bench-window " GRAVIMON_VERSION);
+    options.footer("Exit status: 0 the window was closed, 1 no display, 2 wrong usage.");
+    try {
+        options.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return options.exit(error) == 0 ? CLOSED : USAGE;
+    }
+    if (!isSet("DISPLAY") && !isSet("WAYLAND_DISPLAY") && !isSet("QT_QPA_PLATFORM")) {
+        std::cerr << "om-bench-window: no display: neither DISPLAY nor WAYLAND_DISPLAY is set\n";
+        return NO_DISPLAY;
+    }
+
+    int count = 1;
+    QApplication application(count, argv);
+    QApplication::setApplicationName(QStringLiteral("om-bench-window"));
+    QApplication::setApplicationVersion(QStringLiteral(GRAVIMON_VERSION));
+    benchwindow::BenchWindow window(QString::fromStdString(socket));
+    closeOnSignals(&window);
+    window.show();
+    return QApplication::exec();
+}

@@ -1,0 +1,46 @@
+/// @file
+/// What a bench tells of itself, as the window shows it.
+#pragma once
+
+#include "bench/geometry.h"
+
+#include <QString>
+
+#include <nlohmann/json.hpp>
+
+#include <cstdint>
+#include <vector>
+
+namespace benchwindow {
+
+struct CameraView
+{
+    unsigned int serial = 0;
+    QString model;
+    QString state;  ///< "unplugged", "plugged", "open" or "streaming"
+    QString motion; ///< as in a bench file
+    unsigned int firmware = 0;
+    double temperature = 0.0; ///< degrees Celsius, of the air
+    om::bench::Quaternion pose;
+    om::bench::Vector angularVelocity; ///< rad/s, body frame
+    double heading = 0.0;              ///< degrees clockwise from magnetic north
+    om::bench::Vector field;           ///< uT, body frame
+    nlohmann::json faults;             ///< those that are not neutral, by the keys of bench files
+
+    bool isPlugged() const { return state != QLatin1String("unplugged"); }
+};
+
+struct Snapshot
+{
+    std::uint64_t ticket = 0; ///< all orders up to this one had been carried out
+    std::vector<CameraView> cameras;
+    om::bench::Field field;
+
+    const CameraView* find(unsigned int serial) const;
+};
+
+/// Reads the answers to "list" and "field". Throws nlohmann::json::exception where they are not
+/// what a bench answers.
+Snapshot readSnapshot(const nlohmann::json& list, const nlohmann::json& field);
+
+} // namespace benchwindow

@@ -1,0 +1,66 @@
+/// @file
+/// How a hand on the mouse turns a body: the ball under the pointer, and the rate at which it goes
+/// on.
+///
+/// Frames as in bench/geometry.h. The eye's frame has x to the right of the picture, y up and z to
+/// the eye.
+#pragma once
+
+#include "bench/geometry.h"
+
+#include <deque>
+
+namespace benchwindow {
+
+using om::bench::Quaternion;
+using om::bench::Vector;
+
+/// Eye to world: from behind and above, as Gravimon's 3D view looks at first, so that a turn looks
+/// the same in both windows.
+Quaternion viewAttitude();
+
+struct Attitude
+{
+    double heading = 0.0; ///< degrees clockwise from geographic north, [0, 360)
+    double pitch = 0.0;   ///< degrees, nose up
+    double roll = 0.0;    ///< degrees, right side down
+};
+
+/// The inverse of om::bench::fromHeading().
+Attitude attitudeOf(const Quaternion& pose);
+
+/// A point of the picture in radii of the ball from its centre, y up.
+struct BallPoint
+{
+    double x = 0.0;
+    double y = 0.0;
+};
+
+/// The turn, in the eye's frame, that takes the ball's surface from one point under the pointer to
+/// another. Around the ball it goes over into a turn about the line of sight.
+Quaternion ballTurn(const BallPoint& from, const BallPoint& to);
+
+/// The rate of the turns of the last moments.
+class SpinMeter
+{
+public:
+    static constexpr double WINDOW = 0.08;      ///< s
+    static constexpr double FASTEST = 10.0;     ///< rad/s
+    static constexpr double STILL_BELOW = 0.35; ///< rad/s; a slower hand has not thrown the body
+
+    void start(double seconds);                   ///< forgets all turns; the hand has come down
+    void add(double seconds, const Vector& turn); ///< rotation vector
+    /// rad/s, in the frame of the turns. Not faster than FASTEST.
+    Vector rateAt(double seconds) const;
+
+private:
+    struct Entry
+    {
+        double seconds;
+        Vector turn;
+    };
+    double m_start = 0.0;
+    std::deque<Entry> m_entries;
+};
+
+} // namespace benchwindow
