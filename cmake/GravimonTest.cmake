@@ -21,8 +21,10 @@ function(gravimon_add_test name)
   if(NOT arg_TIMEOUT)
     set(arg_TIMEOUT 120)
   endif()
-  # A sanitizer is slow, and so is the emulator of another architecture (tools/cross-arm64).
-  if(GRAVIMON_SANITIZE OR CMAKE_CROSSCOMPILING)
+  # A sanitizer is slow; the emulator of another architecture (tools/cross-arm64) is slower still.
+  if(CMAKE_CROSSCOMPILING)
+    math(EXPR arg_TIMEOUT "${arg_TIMEOUT} * 8")
+  elseif(GRAVIMON_SANITIZE)
     math(EXPR arg_TIMEOUT "${arg_TIMEOUT} * 4")
   endif()
   # An unexpected Qt warning fails the test, and so does a program without a test of its own
