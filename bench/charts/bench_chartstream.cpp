@@ -1,6 +1,9 @@
 // Whether the chart costs samples: a camera of the bench streams into the window, in turns with the
 // chart hidden and not fed, and with the chart shown at its longest time range. The bench numbers
 // its IMU samples; the counters are those that it made and the window did not store.
+// longest_hold_ms and late_holds tell what of that the lock of the samples may have cost: an update
+// keeps it from its first line to its last, and one that takes longer than the 2.5 ms between two
+// samples is late.
 //
 //     bench_chartstream [--seconds=N] [--without-3d-view]
 //
@@ -14,13 +17,16 @@
 
 #include <QEventLoop>
 
+#include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <string>
 
 namespace {
 
 constexpr unsigned int serial = 31415926;
-constexpr int longestTurn = 2;  // seconds
+constexpr int longestTurn = 2; // seconds
+constexpr double sampleDistanceMs = 2.5;
 constexpr int fillSeconds = 80; // until 60 s are full, with what the feed hands over beyond them
 int countedSeconds = 1;
 bool without3dView = false;
@@ -84,7 +90,20 @@ void BM_Stream(benchmark::State& state)
     Count hidden;
     Count shown;
     int updates = 0;
-    QObject::connect(viewer.probe.plotTimer, &QTimer::timeout, [&updates] { ++updates; });
+    int lateHolds = 0;
+    double longestHold = 0.0;
+    MainWindow* const window = viewer.window.get();
+    QTimer* const plotTimer = viewer.probe.plotTimer;
+    QObject::disconnect(plotTimer, &QTimer::timeout, window, &MainWindow::updatePlot);
+    QObject::connect(plotTimer, &QTimer::timeout, window, [&, window] {
+        const auto begin = std::chrono::steady_clock::now();
+        window->updatePlot();
+        const std::chrono::duration<double, std::milli> held =
+            std::chrono::steady_clock::now() - begin;
+        ++updates;
+        longestHold = std::max(longestHold, held.count());
+        lateHolds += held.count() > sampleDistanceMs ? 1 : 0;
+    });
     for (auto _ : state) {
         for (int counted = 0; counted < countedSeconds; counted += longestTurn) {
             const int turn = std::min(longestTurn, countedSeconds - counted);
@@ -101,6 +120,8 @@ void BM_Stream(benchmark::State& state)
     state.counters["missing_hidden"] = static_cast<double>(hidden.made - hidden.stored);
     state.counters["missing_shown"] = static_cast<double>(shown.made - shown.stored);
     state.counters["updates"] = updates;
+    state.counters["longest_hold_ms"] = longestHold;
+    state.counters["late_holds"] = lateHolds;
     if (updates == 0) {
         state.SkipWithError("the chart was not fed");
     }
