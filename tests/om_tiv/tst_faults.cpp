@@ -28,6 +28,7 @@ private slots:
     void frozenTimestampsStandWhileValuesGoOn();
     void timestampsGoOnAfterAFreeze();
     void repeatedTimestampsComeInPairs();
+    void timesNeverRunBackwardWhenTheyBeginToRepeat();
     void absentBarometer();
     void absentMagnetometer();
     void absentBoardTemperatures();
@@ -169,6 +170,20 @@ void TestFaults::repeatedTimestampsComeInPairs()
         last = data;
     }
     QCOMPARE(repeats, 50);
+}
+
+void TestFaults::timesNeverRunBackwardWhenTheyBeginToRepeat()
+{
+    m_bench->clock().advance(microseconds(1250));
+    for (int i = 0; i < 20; ++i) {
+        const SensorsData before = after(microseconds(i % 2 == 0 ? 2500 : 22500));
+        m_bench->changeFaults(SERIAL, [](Faults& f) { f.repeatedTimestamps = true; });
+        const SensorsData now = after(microseconds(1));
+        QVERIFY(now.imu.timestamp >= before.imu.timestamp);
+        QVERIFY(now.magnetometer.timestamp >= before.magnetometer.timestamp);
+        QVERIFY(now.barometer.timestamp >= before.barometer.timestamp);
+        m_bench->changeFaults(SERIAL, [](Faults& f) { f.repeatedTimestamps = false; });
+    }
 }
 
 void TestFaults::absentBarometer()
