@@ -56,6 +56,8 @@ private slots:
     void poseOfAnUncalibratedCameraGivesEqualHeadings();
     void repeatedTimestampIsDroppedEntirely();
     void knownReadingIsNotSampledAgain();
+    void nothingNewIsPolledWithoutAPause_data();
+    void nothingNewIsPolledWithoutAPause();
     void rateIsMeasuredAndBounded_data();
     void rateIsMeasuredAndBounded();
     void slowRatePausesTheThread();
@@ -246,6 +248,28 @@ void TestSampling::knownReadingIsNotSampledAgain()
     QCOMPARE(f.probe->sampleRate, 1000.0 / (4000.0 * 39.0 / 1000.0 - 1000.0 * 39.0 / 1000.0));
 }
 
+void TestSampling::nothingNewIsPolledWithoutAPause_data()
+{
+    QTest::addColumn<int>("state");
+    QTest::newRow("known reading") << 1;
+    QTest::newRow("new reading of the same time") << 2;
+}
+
+void TestSampling::nothingNewIsPolledWithoutAPause()
+{
+    QFETCH(int, state);
+    DialogFixture f;
+    f.feed({reading(1000, 1, 2, 3)});
+    // The last record is repeated for ever.
+    f.bench.camera(f.serial)->readerScript().append({record(1, state, 1000)});
+    f.settle();
+    const std::uint64_t before = f.bench.readerScript(f.serial).calls;
+    QElapsedTimer timer;
+    timer.start();
+    QTRY_VERIFY_WITH_TIMEOUT(f.bench.readerScript(f.serial).calls > before + 3000, 20000);
+    QVERIFY2(timer.elapsed() < 3000, qPrintable(QString::number(timer.elapsed())));
+}
+
 void TestSampling::rateIsMeasuredAndBounded_data()
 {
     QTest::addColumn<quint64>("ticks"); // after the first reading, at 1000
@@ -308,9 +332,12 @@ void TestSampling::hundredAndFirstFailureEndsTheThread()
     QFETCH(int, state);
     DialogFixture f;
     f.boxes.expect("Ok");
+    QElapsedTimer timer;
+    timer.start();
     f.bench.camera(f.serial)->readerScript().append(repeated(101, record(link, state)) +
                                                     repeated(1, record(1, 1)));
     QTRY_COMPARE(f.boxes.seen.size(), 1);
+    QVERIFY(timer.elapsed() >= 100); // a pause of 1 ms after each but the last
     QCOMPARE(f.boxes.seen[0].text, QString("Error retrieving sensors data"));
     QVERIFY(!f.running());
     QVERIFY(f.probe->grabThread.joinable());
