@@ -89,12 +89,15 @@ class Recording:
         assert all(abs(t * 1e6 - s) < 0.3 for t, s in zip(times, stamps)), "times finer than a microsecond"
         return stamps
 
-    def check_order(self):
-        """idx and IMU times go up from row to row, and those of the slower sensors never go back."""
+    def check_order(self, absent=False):
+        """idx and IMU times go up from row to row, and those of the slower sensors never go back; they are 0 while
+        a sensor is absent, where that may be."""
         for name, strict in (("idx", True), ("imu_Timestamp[sec]", True), ("mag_Timestamp[sec]", False),
                              ("baro_Timestamp[sec]", False)):
             if name in self.names:
                 values = self.column(name)
+                if absent and not strict:
+                    values = [value for value in values if value != 0.0]
                 for i in range(1, len(values)):
                     assert values[i] > values[i - 1] or (not strict and values[i] == values[i - 1]), \
                         f"{self.path.name}: {name} goes from {values[i - 1]} to {values[i]} at row {i}"

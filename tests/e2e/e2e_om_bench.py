@@ -1,0 +1,366 @@
+"""Each command of om-bench against the built program: what the program then does, exit status and error line.
+
+The control socket's other clients, too: those who send garbage, half a line, megabytes or nothing.
+"""
+
+import json
+import math
+import os
+import signal
+import socket
+import stat
+import subprocess
+
+import calibration_control as calibration
+import livefile
+import screen
+import world
+from screen import Picture
+from waiting import PATIENCE, SCALE, wait_for
+from world import TIV_N, TIV_P, TIV_Q, camera
+
+DONE, REFUSED, USAGE, NO_BENCH = 0, 1, 2, 3
+COMMANDS = ("list", "add", "remove", "plug", "unplug", "motion", "pose", "field", "disturbance", "fault", "eeprom",
+            "watch")
+FAULTS = ("openResult", "openRefusals", "openDelay", "grabFailures", "grabFailureResult", "frozenTimestamps",
+          "repeatedTimestamps", "barometerAbsent", "magnetometerAbsent", "boardTemperaturesAbsent",
+          "imuTemperatureAbsent", "magnetometerSaturated", "magneticDisturbance", "littleGpuMemory", "mcuSilent",
+          "mcuOpenRefused", "eepromWriteRefused", "eepromReadbackDiffers")
+
+
+def om_bench(*arguments, control="off", environment=None):
+    """Exit status, standard output and standard error of om-bench."""
+    done = subprocess.run([str(world.bin_dir / "om-bench"), *map(str, arguments)], capture_output=True, text=True,
+                          timeout=PATIENCE * SCALE, check=False,
+                          env={**os.environ, "OM_TIV_CONTROL": str(control), **(environment or {})})
+    return done.returncode, done.stdout, done.stderr
+
+
+class OmBenchTest(world.EndToEndTest):
+
+    def ask(self, *arguments):
+        """The output of a command that goes well, without a word on standard error."""
+        status, output, errors = om_bench(*arguments, control=self.program.control)
+        self.assertEqual((status, errors), (DONE, ""), arguments)
+        return output
+
+    def refused(self, reason, *arguments):
+        """The command is refused with one line that holds the reason."""
+        status, output, errors = om_bench(*arguments, control=self.program.control)
+        self.assertEqual((status, output), (REFUSED, ""), arguments)
+        self.assertRegex(errors, r"\Aom-bench: [^\n]*" + reason + r"[^\n]*\n\Z")
+
+    def begin(self, *arguments, **keywords):
+        self.program = self.start_streaming(*arguments, **keywords)
+        return self.program
+
+
+class WithoutAProgram(world.EndToEndTest):
+
+    def test_help_tells_every_command(self):
+        status, output, errors = om_bench("--help")
+        self.assertEqual((status, errors), (DONE, ""))
+        for command in COMMANDS:
+            self.assertRegex(output, rf"(?m)^ +{command} ")
+            status, own, errors = om_bench(command, "--help")
+            self.assertEqual((status, errors), (DONE, ""), command)
+            self.assertIn(f"om-bench {command}", own)
+        status, output, errors = om_bench("--version")
+        self.assertEqual((status, errors), (DONE, ""))
+        self.assertRegex(output, r"\Aom-bench \d+\.\d+\.\d+\n\Z")
+
+    def test_wrong_usage_has_a_status_of_its_own(self):
+        for arguments in ((), ("fly",), ("plug",), ("plug", "abc"), ("plug", -1), ("plug", 1, 2), ("pose", 1, 2),
+                          ("pose", 1, "north", 0, 0), ("field", 50), ("field", 1, 2, 3, 4), ("motion", 1),
+                          ("disturbance", 1), ("disturbance", 1, "much"), ("add", "TIV_Q"), ("eeprom",),
+                          ("eeprom", "dump", 1), ("watch", "--interval", 0), ("watch", "--count", "x"),
+                          ("list", "--fast")):
+            status, output, errors = om_bench(*arguments)
+            self.assertEqual((status, output), (USAGE, ""), arguments)
+            self.assertGreater(len(errors), 10, arguments)
+
+    def test_nothing_runs_is_said_in_one_line(self):
+        home = os.environ["HOME"]
+        for command in (("list",), ("plug", TIV_Q), ("watch",)):
+            status, output, errors = om_bench(*command, control="", environment={"XDG_RUNTIME_DIR": home})
+            self.assertEqual((status, output), (NO_BENCH, ""))
+            self.assertRegex(errors, r"\Aom-bench: no running bench[^\n]*\n\Z")
+        status, output, errors = om_bench("--socket", f"{home}/none.sock", "list")
+        self.assertEqual((status, output), (NO_BENCH, ""))
+        self.assertRegex(errors, r"\Aom-bench: [^\n]*none.sock: No such file or directory\n\Z")
+
+    def test_running_program_is_found(self):
+        own = {"OM_TIV_CONTROL": ""}
+        first = self.start(environment=own)
+        folder = f"{os.environ['XDG_RUNTIME_DIR']}/gravimon"
+        path = f"{folder}/bench-{first.pid}.sock"
+        wait_for("the socket", lambda: os.path.exists(path))
+        self.assertEqual(stat.S_IMODE(os.stat(path).st_mode), 0o600)
+        self.assertEqual(stat.S_IMODE(os.stat(folder).st_mode), 0o700)
+        status, output, errors = om_bench("list", control="")
+        self.assertEqual((status, errors), (DONE, ""))
+        self.assertIn(str(TIV_Q), output)
+        second = self.start(bench=[camera("TIV_N", 20000001)], environment=own)
+        other = f"{folder}/bench-{second.pid}.sock"
+        wait_for("the second socket", lambda: os.path.exists(other))
+        status, output, errors = om_bench("list", control="")
+        self.assertEqual((status, output), (NO_BENCH, ""))
+        self.assertRegex(errors, r"\Aom-bench: several benches run[^\n]*--socket[^\n]*\n\Z")
+        self.assertIn(path, errors)
+        self.assertIn(other, errors)
+        self.assertIn("20000001", om_bench("--socket", other, "list")[1])
+        first.end(signal.SIGKILL)
+        # The socket that is left behind is not one of a running program.
+        self.assertTrue(os.path.exists(path))
+        self.assertIn("20000001", om_bench("list", control="")[1])
+        second.end()
+        self.assertFalse(os.path.exists(other))
+        self.assertEqual(om_bench("list", control="")[0], NO_BENCH)
+        os.unlink(path)
+
+
+class Commands(OmBenchTest):
+
+    def test_list_and_watch_tell_what_is_there(self):
+        program = self.begin()
+        lines = self.ask("list").splitlines()
+        self.assertEqual(lines[0].split(), ["SERIAL", "MODEL", "ID", "STATE", "MOTION", "PRODUCED", "READ", "FAULTS"])
+        rows = [line.split() for line in lines[1:]]
+        self.assertEqual([row[:5] for row in rows],
+                         [[str(TIV_Q), "TIV_Q", "0", "streaming", "tumble"], [str(TIV_P), "TIV_P", "1", "plugged", "tumble"],
+                          [str(TIV_N), "TIV_N", "2", "plugged", "tumble"]])
+        self.assertGreater(int(rows[0][6]), 40)
+        self.assertEqual(rows[1][6:], ["0", "-"])
+        self.assertEqual([c["serialNumber"] for c in json.loads(self.ask("--json", "list"))["cameras"]],
+                         [TIV_Q, TIV_P, TIV_N])
+        read = [int(line.rpartition("read ")[2].split("/")[0])
+                for line in self.ask("watch", TIV_Q, "--count", 3, "--interval", 0.1).splitlines()]
+        self.assertEqual(len(read), 3)
+        self.assertTrue(read[0] < read[1] < read[2], read)
+        self.assertEqual(len(self.ask("watch", "--count", 1).splitlines()), 3)
+        record = json.loads(self.ask("--json", "watch", TIV_P, "--count", 1))
+        self.assertEqual(record["state"], "plugged")
+        status, _, errors = om_bench("watch", 4711, "--count", 1, control=program.control)
+        self.assertEqual((status, errors), (REFUSED, "om-bench: no camera with serial number 4711 on the bench\n"))
+        self.close(program)
+
+    def test_cameras_are_added_removed_plugged_and_unplugged(self):
+        program = self.begin(20000001, bench=[camera("TIV_Q", 20000001)])
+        self.ask("add", "TIV_P", 20000002, "--id", 7, "--firmware", 1300, "--motion", "at rest")
+        added = program.cameras()[20000002]
+        self.assertEqual((added["model"], added["id"], added["motion"], added["state"]), ("TIV_P", 7, "at rest", "plugged"))
+        self.ask("add", "TIV_N", 20000003, "--unplugged")
+        self.assertEqual(program.state(20000003), "unplugged")
+        self.refused("20000002 already", "add", "TIV_P", 20000002)
+        self.refused("model: must be one of", "add", "TIV_X", 5)
+        self.refused("id: must be from 0 to 255", "add", "TIV_P", 5, "--id", 256)
+        self.refused("motion: must be one of", "add", "TIV_P", 5, "--motion", "dance")
+        self.refused("none.csv: can't be read", "add", "TIV_P", 5, "--replay", "none.csv")
+        self.assertEqual(sorted(program.cameras()), [20000001, 20000002, 20000003])
+
+        self.ask("unplug", 20000001)
+        program.wait_for_streaming(20000002)
+        self.refused("20000001 is not plugged in", "unplug", 20000001)
+        self.refused("20000002 is plugged in", "plug", 20000002)
+        self.ask("plug", 20000001)
+        self.ask("remove", 20000002)
+        program.wait_for_streaming(20000001)
+        self.ask("plug", 20000003)
+        self.ask("remove", 20000001)
+        program.wait_for_streaming(20000003)
+        self.assertEqual(list(program.cameras()), [20000003])
+        for command in (("plug",), ("unplug",), ("remove",), ("fault",), ("eeprom", "show"), ("eeprom", "erase")):
+            self.refused("no camera with serial number 4711 on the bench", *command, 4711)
+        self.close(program)
+
+    def test_motion_pose_field_and_disturbance_reach_the_values(self):
+        program = self.begin()
+        live = livefile.LiveFile(program)
+        self.assertEqual(live.latest()["moving"], 1.0)
+        self.ask("pose", TIV_Q, 0, 0, 90, "--glide", 0.1)
+        live.wait_until("gravity along X", lambda r: abs(r["accX[m/s^2]"]) > 9.5 and r["moving"] == 0.0)
+        self.ask("pose", TIV_Q, 0, 90, 0)
+        live.wait_until("gravity along Z", lambda r: abs(r["accZ[m/s^2]"]) > 9.5)
+        self.ask("pose", TIV_Q, 0, 0, 0)
+        live.wait_until("gravity along Y", lambda r: r["accY[m/s^2]"] > 9.5 and abs(r["gyroX[deg/s]"]) < 1.0)
+        still = Picture.take().crop((420, 120, 800, 300))
+        self.ask("pose", TIV_Q, 120, 0, 0)
+        wait_for("the camera turns on the screen", lambda: Picture.take().crop((420, 120, 800, 300)) != still)
+        live.wait_until("it stands again", lambda r: abs(r["gyroY[deg/s]"]) < 1.0)
+
+        self.ask("motion", TIV_Q, "tumble")
+        live.wait_until("it tumbles", lambda r: r["moving"] == 1.0 and abs(r["gyroZ[deg/s]"]) > 20.0)
+        self.ask("motion", TIV_Q, "fall")
+        live.wait_until("it falls", lambda r: r["moving"] == 2.0)
+        self.ask("motion", TIV_Q, "at rest")
+        live.wait_until("it rests", lambda r: r["moving"] == 0.0 and abs(r["gyroX[deg/s]"]) < 1.0)
+        self.refused('no motion "dance"', "motion", TIV_Q, "dance")
+        self.refused('"heading" must be a number from -360.0 to 360.0', "pose", TIV_Q, 361, 0, 0)
+        self.refused('"glide" must be a number', "pose", TIV_Q, 0, 0, 0, "--glide", 601)
+
+        def strength(row):
+            return math.hypot(*(row[f"mag{axis}[uT]"] for axis in "XYZ"))
+        self.assertEqual(self.ask("field"), "strength 48.0 uT, inclination 64.0, declination 2.5\n")
+        self.ask("field", 300, 0, 0)
+        live.wait_until("a strong field", lambda r: strength(r) > 200.0)
+        self.assertEqual(self.ask("field"), "strength 300.0 uT, inclination 0.0, declination 0.0\n")
+        self.refused('"strength" must be a number from 0.0 to 1000.0', "field", 1001, 0, 0)
+        self.ask("field", 0, 0, 0)
+        live.wait_until("no field but the hard iron's", lambda r: strength(r) < 45.0)
+        self.ask("disturbance", TIV_Q, 900)
+        live.wait_until("a disturbed field", lambda r: strength(r) > 300.0)
+        self.ask("disturbance", TIV_Q, 0)
+        live.wait_until("no field again", lambda r: strength(r) < 45.0)
+        self.refused("magneticDisturbance: must be from 0 to 2000", "disturbance", TIV_Q, 2001)
+        live.stop()
+        self.close(program)
+
+    def test_faults_are_shown_set_and_cleared(self):
+        program = self.begin()
+        self.assertEqual([line.split()[0] for line in self.ask("fault", TIV_Q).splitlines()], sorted(FAULTS))
+        self.ask("fault", TIV_Q, "grabFailureResult", 5)
+        self.ask("fault", TIV_Q, "barometerAbsent")
+        self.ask("fault", TIV_Q, "magneticDisturbance", "12.5")
+        shown = dict(line.split() for line in self.ask("fault", TIV_Q).splitlines())
+        self.assertEqual((shown["grabFailureResult"], shown["barometerAbsent"], shown["magneticDisturbance"]),
+                         ("5", "true", "12.5"))
+        self.assertRegex(self.ask("list"), r"barometerAbsent=?\S*,grabFailureResult=5,magneticDisturbance=12.5\n")
+        self.ask("fault", TIV_Q, "barometerAbsent", "off")
+        self.assertNotIn("barometerAbsent", self.ask("list"))
+        self.ask("fault", TIV_Q, "none")
+        self.assertEqual(program.cameras()[TIV_Q]["faults"], {})
+        self.refused("faults.gravityAbsent: unknown key", "fault", TIV_Q, "gravityAbsent", "on")
+        self.refused("faults.barometerAbsent: must be a boolean, not an integer", "fault", TIV_Q, "barometerAbsent", 1)
+        self.refused("faults.grabFailures: must be from 0 to 1000000", "fault", TIV_Q, "grabFailures", -1)
+        self.refused("faults.openDelay: must be an integer, not a string", "fault", TIV_Q, "openDelay", "long")
+        self.assertEqual(program.cameras()[TIV_Q]["faults"], {})
+        self.close(program)
+
+    def test_eeprom_is_shown_dumped_and_erased(self):
+        program = self.begin()
+        neutral = "scale 1 1 1\noffset 0 0 0\nneutral yes\n"
+        self.assertEqual(self.ask("eeprom", "show", TIV_Q).replace("-0", "0"), neutral)
+        image = program.folder / "image"
+        self.refused("no image is kept", "eeprom", "dump", TIV_Q, image)
+        # What the program stores is there.
+        calibration.open_dialog(program)
+        calibration.start(program)
+        calibration.turn_all_ways(program, TIV_Q)
+        calibration.stop(program)
+        calibration.press(program, "store")
+        calibration.answer(program, calibration.WARNING)
+        wait_for("the stored calibration", lambda: "neutral no" in self.ask("eeprom", "show", TIV_Q))
+        calibration.leave(program)
+        self.ask("eeprom", "dump", TIV_Q, image)
+        kept = next((program.folder / "state").glob(f"*{TIV_Q}*"))
+        self.assertEqual(image.read_bytes(), kept.read_bytes())
+        self.refused("cannot be written", "eeprom", "dump", TIV_Q, program.folder / "none" / "image")
+        # What is erased is gone for the program, too: the state is that of a camera never calibrated.
+        self.ask("eeprom", "erase", TIV_Q)
+        self.assertEqual(self.ask("eeprom", "show", TIV_Q).replace("-0", "0"), neutral)
+        program.wait_for_streaming(TIV_Q)
+        calibration.open_dialog(program)
+        wait_for("both compasses agree", lambda: self.headings_agree(program))
+        calibration.leave(program)
+        program.wait_for_streaming(TIV_Q)
+        self.close(program)
+
+    @staticmethod
+    def headings_agree(program):
+        """Whether the two heading lines of the calibration look the same."""
+        x, y = screen.wait_for_window(program.pid, calibration.DIALOG)[:2]
+        picture = Picture.take()
+        left, right = (picture.words((x + place, y + 436, 130, 18), screen.LIGHT) for place in (30, 180))
+        return left == right and len(left) == 1
+
+
+class HostileClients(OmBenchTest):
+
+    def connect(self):
+        client = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
+        client.settimeout(PATIENCE * SCALE)
+        client.connect(str(self.program.control))
+        self.addCleanup(client.close)
+        return client
+
+    @staticmethod
+    def line(client):
+        return client.makefile("rb").readline()
+
+    def still_serves(self):
+        before = self.program.samples_read(TIV_Q)
+        wait_for("the stream goes on", lambda: self.program.samples_read(TIV_Q) > before + 100)
+
+    def test_garbage_half_lines_megabytes_and_silence_are_borne(self):
+        program = self.begin()
+        silent = [self.connect() for _ in range(3)]
+        garbage = self.connect()
+        garbage.sendall(bytes(range(11, 256)) * 16 + b"\n" + b"[" * 5000 + b"\n" + b'{"command":"list"}\n')
+        answers = garbage.makefile("rb")
+        for _ in range(2):
+            answer = json.loads(answers.readline())
+            self.assertEqual((answer["ok"], answer["error"]), (False, "a request is a JSON object on one line"))
+        self.assertTrue(json.loads(answers.readline())["ok"])
+        half = self.connect()
+        half.sendall(b'{"command":"unplug","serialNumber":31415926}')
+        half.shutdown(socket.SHUT_WR)
+        self.assertEqual(half.recv(100), b"", "half a line is answered")
+        self.assertEqual(program.state(TIV_Q), "streaming", "half a line is obeyed")
+        large = self.connect()
+        try:
+            for _ in range(80):
+                large.sendall(b"x" * 65536)
+        except (BrokenPipeError, ConnectionResetError):
+            pass
+        try:
+            self.assertIn(b"a request of more than 65536 bytes", large.recv(1000))
+        except ConnectionResetError:
+            pass  # the rest of the megabytes was still on its way
+        deaf = self.connect()  # asks, and never reads
+        deaf.setblocking(False)
+        try:
+            while True:
+                deaf.send(b'{"command":"list"}\n' * 200)
+        except (BlockingIOError, BrokenPipeError, ConnectionResetError):
+            pass
+        self.still_serves()
+        # Served as well: who was silent until now.
+        silent[0].sendall(b'{"command":"field"}\n')
+        self.assertTrue(json.loads(self.line(silent[0]))["ok"])
+        # The end closes them all, and takes the socket along.
+        self.close(program)
+        self.assertEqual(silent[1].recv(100), b"")
+        self.assertFalse(program.control.exists())
+
+    def test_other_users_are_turned_away(self):
+        if os.geteuid() != 0:
+            self.skipTest("only root can be another user")
+        program = self.begin()
+        # Even where the file's mode would let them.
+        os.chmod(program.control, 0o666)
+        place = program.control.parent
+        while str(place) not in ("/", "/tmp"):
+            os.chmod(place, 0o755)
+            place = place.parent
+        child = os.fork()
+        if child == 0:
+            try:
+                os.setuid(65534)
+                client = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
+                client.settimeout(PATIENCE * SCALE)
+                client.connect(str(program.control))
+                try:
+                    client.sendall(b'{"command":"list"}\n')
+                    answer = client.recv(100)
+                except (BrokenPipeError, ConnectionResetError):
+                    answer = b""
+                os._exit(0 if answer == b"" else 1)
+            except BaseException:  # pylint: disable=broad-except
+                os._exit(2)
+        self.assertEqual(os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]), 0, "1: answered, 2: could not connect")
+        self.still_serves()
+        self.close(program)
+
+
+if __name__ == "__main__":
+    world.main()
