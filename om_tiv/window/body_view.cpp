@@ -436,7 +436,7 @@ void BodyView::paintFigures(QPainter& painter)
         painter.setFont(font);
         painter.setPen(look::pearl);
         painter.drawText(QRectF(x, height() - 36.0, 100.0, 22.0), Qt::AlignVCenter, figure.value);
-        x += 96.0;
+        x += std::min(96.0, (width() - 40.0) / 5.0);
     }
     font.setPixelSize(12);
     painter.setFont(font);

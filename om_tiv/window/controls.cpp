@@ -5,6 +5,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPainter>
+#include <QPolygonF>
 #include <QSlider>
 #include <QSpinBox>
 #include <QVBoxLayout>
@@ -58,6 +59,20 @@ void Switch::leaveEvent(QEvent* event)
 {
     Q_UNUSED(event)
     update();
+}
+
+// ---- ChoiceBox --------------------------------------------------------------------------------
+
+void ChoiceBox::paintEvent(QPaintEvent* event)
+{
+    QComboBox::paintEvent(event);
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(isEnabled() ? look::iron : look::charcoal, 1.6, Qt::SolidLine, Qt::RoundCap,
+                        Qt::RoundJoin));
+    const QPointF tip(width() - 12.5, height() / 2.0 + 2.0);
+    painter.drawPolyline(
+        QVector<QPointF>{tip + QPointF(-4.0, -4.0), tip, tip + QPointF(4.0, -4.0)});
 }
 
 // ---- SliderRow --------------------------------------------------------------------------------

@@ -7,6 +7,7 @@
 
 #include <QAbstractButton>
 #include <QColor>
+#include <QComboBox>
 #include <QWidget>
 
 #include <cstdint>
@@ -33,6 +34,18 @@ protected:
 
 private:
     const QColor m_on;
+};
+
+/// A list to choose from, with an arrow in the manner of the rest.
+class ChoiceBox : public QComboBox
+{
+    Q_OBJECT
+
+public:
+    using QComboBox::QComboBox;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
 };
 
 /// A name, a value and a slider below them.

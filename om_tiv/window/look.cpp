@@ -34,6 +34,7 @@ QString styleSheet()
         "QComboBox QAbstractItemView { background: rgb(45,45,45); border: none;"
         "  selection-background-color: rgb(217,255,66); selection-color: rgb(25,25,25); }"
         "QComboBox::drop-down { border: none; width: 20px; }"
+        "QComboBox::down-arrow { image: none; }"
         "QSpinBox { padding-right: 2px; }"
         "QSpinBox::up-button, QSpinBox::down-button { width: 0; }"
         "QSlider::groove:horizontal { height: 4px; border-radius: 2px; background: rgb(60,60,60); }"

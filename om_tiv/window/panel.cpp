@@ -177,7 +177,7 @@ void Panel::addCameraControls()
         m_awaitedSwitches = sendForCamera({{"command", on ? "plug" : "unplug"}}, "");
     });
 
-    m_motion = new QComboBox;
+    m_motion = new ChoiceBox;
     m_motion->setObjectName(QStringLiteral("motion"));
     for (const Motion& motion : MOTIONS) {
         m_motion->addItem(tr(motion.text), QString::fromLatin1(motion.name));
