@@ -189,11 +189,18 @@ int main(int argc, char** argv)
     pose->add_option("PITCH", pitch, "Nose up")->required();
     pose->add_option("ROLL", roll, "Right side down")->required();
     pose->add_option("--glide", glide, "Seconds that the turn takes")->capture_default_str();
+    std::vector<double> spin;
+    pose->add_option("--spin", spin, "Rates about the body's axes at which it turns on")
+        ->expected(3)
+        ->type_name("X Y Z");
     pose->callback([&] {
         request = {{"command", "pose"},
                    {"serialNumber", serial},
                    {"pose", {{"heading", heading}, {"pitch", pitch}, {"roll", roll}}},
                    {"glide", glide}};
+        if (!spin.empty()) {
+            request["spin"] = spin;
+        }
     });
 
     CLI::App* field = command("field", "Show or set the geomagnetic field of the bench");
@@ -224,6 +231,28 @@ int main(int argc, char** argv)
         request = {{"command", "fault"},
                    {"serialNumber", serial},
                    {"faults", {{"magneticDisturbance", strength}}}};
+    });
+
+    CLI::App* temperature = command("temperature", "Show or set the air's temperature at a camera");
+    std::optional<double> celsius;
+    temperature->add_option("SERIAL", serial, "Serial number")->required();
+    temperature->add_option("CELSIUS", celsius,
+                            "Degrees Celsius; the sensors follow within a minute");
+    temperature->callback([&] {
+        request = {{"command", "temperature"}, {"serialNumber", serial}};
+        if (celsius) {
+            request["temperature"] = *celsius;
+        }
+    });
+
+    CLI::App* setFirmware = command("firmware", "Show or set a camera's firmware version");
+    setFirmware->add_option("SERIAL", serial, "Serial number")->required();
+    setFirmware->add_option("VERSION", firmware, "Seen when the program next opens the camera");
+    setFirmware->callback([&] {
+        request = {{"command", "firmware"}, {"serialNumber", serial}};
+        if (firmware) {
+            request["firmware"] = *firmware;
+        }
     });
 
     CLI::App* fault = command("fault", "Show, set or clear faults of a camera");
@@ -317,6 +346,10 @@ int main(int argc, char** argv)
                 std::cout << "strength " << now.at("strength") << " uT, inclination "
                           << now.at("inclination") << ", declination " << now.at("declination")
                           << "\n";
+            } else if (answer.contains("temperature")) {
+                std::cout << "temperature " << answer.at("temperature") << "\n";
+            } else if (answer.contains("firmware")) {
+                std::cout << "firmware " << answer.at("firmware") << "\n";
             } else if (answer.contains("faults")) {
                 for (const auto& [name, value] : answer.at("faults").items()) {
                     std::cout << name << " " << value << "\n";

@@ -20,8 +20,8 @@ from waiting import PATIENCE, SCALE, wait_for
 from world import TIV_N, TIV_P, TIV_Q, camera
 
 DONE, REFUSED, USAGE, NO_BENCH = 0, 1, 2, 3
-COMMANDS = ("list", "add", "remove", "plug", "unplug", "motion", "pose", "field", "disturbance", "fault", "eeprom",
-            "watch")
+COMMANDS = ("list", "add", "remove", "plug", "unplug", "motion", "pose", "field", "disturbance", "temperature",
+            "firmware", "fault", "eeprom", "watch")
 FAULTS = ("openResult", "openRefusals", "openDelay", "grabFailures", "grabFailureResult", "frozenTimestamps",
           "repeatedTimestamps", "barometerAbsent", "magnetometerAbsent", "boardTemperaturesAbsent",
           "imuTemperatureAbsent", "magnetometerSaturated", "magneticDisturbance", "littleGpuMemory", "mcuSilent",
@@ -214,6 +214,30 @@ class Commands(OmBenchTest):
         self.refused("magneticDisturbance: must be from 0 to 2000", "disturbance", TIV_Q, 2001)
         live.stop()
         self.close(program)
+
+    def test_spin_temperature_and_firmware_reach_the_program(self):
+        program = self.begin(TIV_Q, bench=[camera("TIV_Q", TIV_Q, motion="at rest")])
+        live = livefile.LiveFile(program)
+        self.ask("pose", TIV_Q, 0, 0, 0, "--spin", 0, 45, 0)
+        live.wait_until("an even turn", lambda r: abs(r["gyroY[deg/s]"] - 45.0) < 1.0 and abs(r["gyroX[deg/s]"]) < 1.0)
+        self.ask("pose", TIV_Q, 0, 0, 0)
+        live.wait_until("it stands", lambda r: abs(r["gyroY[deg/s]"]) < 1.0)
+        self.refused('"spin" must be 3 numbers', "pose", TIV_Q, 0, 0, 0, "--spin", 0, 1001, 0)
+
+        before = live.latest()["temp_imu[C]"]
+        self.assertEqual(self.ask("temperature", TIV_Q), "temperature 20.0\n")
+        self.assertEqual(self.ask("temperature", TIV_Q, 80), "temperature 80.0\n")
+        live.wait_until("a warmer camera", lambda r: r["temp_imu[C]"] > before + 8.0)
+        self.refused('"temperature" must be a number from -40.0 to 85.0', "temperature", TIV_Q, 86)
+        live.stop()
+
+        self.assertEqual(self.ask("firmware", TIV_Q), "firmware 1201\n")
+        self.assertEqual(self.ask("firmware", TIV_Q, 1141), "firmware 1141\n")
+        self.ask("unplug", TIV_Q)
+        self.ask("plug", TIV_Q)
+        screen.wait_for_window(program.pid, "Warning")
+        for command in ("temperature", "firmware"):
+            self.refused("no camera with serial number 4711 on the bench", command, 4711)
 
     def test_faults_are_shown_set_and_cleared(self):
         program = self.begin()
