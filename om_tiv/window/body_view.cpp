@@ -23,7 +23,7 @@ constexpr double holdGlide = 0.05; ///< s, of the orders while a hand turns
 constexpr double stopGlide = 0.15; ///< s
 constexpr double levelGlide = 0.9; ///< s
 constexpr double keyTurn = 5.0 * om::bench::PI / 180.0;
-constexpr double keyGlide = 0.12;      ///< s
+constexpr double keyGlide = 0.03;      ///< s
 constexpr double longestGuess = 0.5;   ///< s that the shown pose runs on without news
 constexpr double figuresHeight = 64.0; ///< pixels
 constexpr double degrees = 180.0 / om::bench::PI;
@@ -159,7 +159,8 @@ void BodyView::tick()
         return;
     }
     const Vector rate = m_meter.rateAt(now());
-    if (m_moved || (m_turning && length(rate) == 0.0)) {
+    // A hand that comes to rest is told until it rests: the body turns on at what was said last.
+    if (m_moved || m_turning) {
         order(rate, holdGlide);
     }
 }
@@ -281,8 +282,10 @@ void BodyView::stop()
 void BodyView::level()
 {
     m_held = false;
-    m_pose = {};
-    order({}, levelGlide);
+    m_moved = false;
+    m_turning = false;
+    // What is shown goes there as the bench tells.
+    emit turned({m_camera.serial, {}, {}, levelGlide});
 }
 
 void BodyView::keyPressEvent(QKeyEvent* event)

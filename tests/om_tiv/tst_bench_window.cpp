@@ -444,6 +444,24 @@ private slots:
         }
     }
 
+    void handThatComesToRestIsToldUntilItRests()
+    {
+        openConnected();
+        BodyView* const stage = window->stage();
+        const QPointF middle = stage->ballCentre();
+        dragOnly(stage, middle - QPointF(90.0, 0.0), middle + QPointF(90.0, 0.0), 18, 10);
+        const Quaternion held = stage->shownPose();
+        const int before = poses.load();
+        QTest::qWait(250);
+        // The last move, the rate as it dies away, and the rest.
+        QVERIFY2(poses.load() - before >= 3, qPrintable(QString::number(poses.load() - before)));
+        const int atRest = poses.load();
+        QVERIFY(between(truth().pose, held) < 0.1);
+        QTest::qWait(100);
+        QCOMPARE(poses.load(), atRest); // a hand that rests has nothing to tell
+        QTest::mouseRelease(stage, Qt::LeftButton, {}, (middle + QPointF(90.0, 0.0)).toPoint());
+    }
+
     void stopAndLevelButtonsAndTheSpaceBar()
     {
         openConnected();
