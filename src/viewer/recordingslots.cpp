@@ -44,7 +44,9 @@ void MainWindow::on_toolButton_save_clicked(bool checked)
     // Up before the file is open: a row that falls in between finds it closed and is left out.
     recording = true;
     recFile.setFileName(folder + name);
-    if (!recFile.open(QIODevice::WriteOnly | QIODevice::Text)) {
+    // Start and stop take no lock against the sensor thread, and a buffer that both empty would mix
+    // their lines. Without one the header and each row are one write of their own.
+    if (!recFile.open(QIODevice::WriteOnly | QIODevice::Text | QIODevice::Unbuffered)) {
         showMessage(QMessageBox::Warning, tr("File error"),
                     tr("Error while opening file for writing"));
         // recording stays set: without an open file no row is written, and the next start or stop
