@@ -389,6 +389,9 @@ int main(int argc, char** argv)
         }
         g_io_add_watch(g_io_channel_unix_new(fd), G_IO_IN, on_command, NULL);
     }
+    /* Before the program starts, which may be told to end at once. The loop calls them after it. */
+    g_unix_signal_add(SIGTERM, on_signal, GINT_TO_POINTER(SIGTERM));
+    g_unix_signal_add(SIGINT, on_signal, GINT_TO_POINTER(SIGINT));
     GError* error = NULL;
     if (!g_spawn_async(NULL, argv + i, NULL,
                        G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_SEARCH_PATH |
@@ -398,8 +401,6 @@ int main(int argc, char** argv)
         g_object_unref(testbed);
         return 127;
     }
-    g_unix_signal_add(SIGTERM, on_signal, GINT_TO_POINTER(SIGTERM));
-    g_unix_signal_add(SIGINT, on_signal, GINT_TO_POINTER(SIGINT));
     g_child_watch_add(child, on_child_end, NULL);
     g_main_loop_run(loop);
     g_object_unref(testbed);
