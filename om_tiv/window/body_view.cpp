@@ -69,7 +69,7 @@ BodyView::BodyView(KIND kind, QWidget* parent) : QWidget(parent), m_kind(kind)
         setFocusPolicy(Qt::StrongFocus);
         setMinimumSize(360, 260);
     } else {
-        setFixedSize(sizeHint());
+        setFixedSize(BodyView::sizeHint());
     }
     m_timer.setInterval(framePeriodMs);
     m_timer.setTimerType(Qt::PreciseTimer);

@@ -50,6 +50,7 @@ bool isSet(const char* name)
 
 } // namespace
 
+// NOLINTNEXTLINE(bugprone-exception-escape): what is out of memory ends here
 int main(int argc, char** argv)
 {
     CLI::App options{

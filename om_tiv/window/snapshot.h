@@ -13,6 +13,7 @@
 
 namespace benchwindow {
 
+// NOLINTNEXTLINE(bugprone-exception-escape): the JSON object's move asserts, it does not throw
 struct CameraView
 {
     unsigned int serial = 0;

@@ -545,8 +545,6 @@ private slots:
         // Orders that wait are replaced by the newest, so that none of them comes late.
         QVERIFY(poses.load() <= 6);
         slowMs = 0;
-        const Quaternion shown = window->stage()->shownPose();
-        Q_UNUSED(shown)
         const auto closing = std::chrono::steady_clock::now();
         window.reset();
         QVERIFY(std::chrono::steady_clock::now() - closing < std::chrono::seconds(3));
