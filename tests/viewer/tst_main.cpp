@@ -26,10 +26,12 @@ constexpr int exitCode = 7;
 void look()
 {
     seen.firstLibraryPath = QCoreApplication::libraryPaths().value(0);
-    for (const QWidget* const widget : QApplication::topLevelWidgets()) {
-        if (qobject_cast<const MainWindow*>(widget) != nullptr && widget->isVisible() &&
+    QGuiApplication::setQuitOnLastWindowClosed(false); // the loop ends with a result of its own
+    for (QWidget* const widget : QApplication::topLevelWidgets()) {
+        if (qobject_cast<MainWindow*>(widget) != nullptr && widget->isVisible() &&
             widget->parent() == nullptr) {
             ++seen.windows;
+            widget->close(); // which frees what the destructor leaves
         }
     }
     QCoreApplication::exit(exitCode);
