@@ -128,4 +128,5 @@ struct MainWindowProbe
     void printDiskFreeSpace() const { window.printDiskFreeSpace(); }
     void stopRecording() const { window.stopRecording(); }
     void dataThreadFunc() const { window.dataThreadFunc(); }
+    void joinSensorThread() const { window.joinSensorThread(); }
 };

@@ -96,17 +96,14 @@ private slots:
     {
         open();
         auto& probe = viewer->probe;
+        probe.joinSensorThread(); // whose place this test takes
         probe.recFile.setFileName(folder->filePath(QStringLiteral("direct.csv")));
         QVERIFY(probe.recFile.open(QIODevice::WriteOnly | QIODevice::Text));
         probe.recPeriodSec = 0.0025;
-        {
-            const QMutexLocker lock(&probe.dataMutex);
-            viewer->window->saveValues(0);
-        }
+        viewer->window->saveValues(0);
         QCOMPARE(probe.recFile.size(), 0);
         // The next call finds time passed.
         QTRY_VERIFY([&] {
-            const QMutexLocker lock(&probe.dataMutex);
             viewer->window->saveValues(0);
             return probe.recFile.size() > 0;
         }());
@@ -118,10 +115,10 @@ private slots:
         using Clock = std::chrono::system_clock;
         open();
         auto& probe = viewer->probe;
+        probe.joinSensorThread(); // whose place this test takes
         probe.recFile.setFileName(folder->filePath(QStringLiteral("direct.csv")));
         QVERIFY(probe.recFile.open(QIODevice::WriteOnly | QIODevice::Text));
         probe.recPeriodSec = 0.0025;
-        const QMutexLocker lock(&probe.dataMutex);
         Clock::time_point last;
         for (int row = 0; row < 20; ++row) {
             const qint64 size = probe.recFile.size();
