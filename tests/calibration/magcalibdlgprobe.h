@@ -77,8 +77,9 @@ struct MagCalibDlgProbe
     std::array<CalibPlot*, 5> plots() const { return dialog.plots(); }
 
     // Flags that the thread writes or reads meanwhile.
-    bool running() const { return dialog.grabRunning; }
-    void setCalibrating(bool on) const { dialog.calibrating = on; }
+    // Never inlined: ThreadSanitizer's suppressions know them by name.
+    [[gnu::noinline]] bool running() const { return dialog.grabRunning; }
+    [[gnu::noinline]] void setCalibrating(bool on) const { dialog.calibrating = on; }
 
     /// Samples gathered so far. Takes the lock.
     int samples() const

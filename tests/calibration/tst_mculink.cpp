@@ -382,6 +382,8 @@ void TestMcuLink::failedStoreLeavesCaptureStoppedAndThePendingCalibration()
     QFETCH(bool, pending);
     DialogFixture f;
     f.probe->calibrationPending = pending;
+    // A stopped link repeats its last reading; it must have one.
+    f.settle();
     f.bench.changeFaults(f.serial, [](Faults& faults) { faults.eepromReadbackDiffers = 99; });
     QVERIFY(!f.probe->saveCalibData());
     QCOMPARE(f.probe->calibrationPending, pending);
