@@ -79,6 +79,7 @@ private:
     } // without header and the last line's end
 
 private slots:
+    void initTestCase() { letRowsMeetAClosedFile(); }
     void init()
     {
         bench().reset();

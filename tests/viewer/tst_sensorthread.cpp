@@ -122,6 +122,7 @@ private:
     }
 
 private slots:
+    void initTestCase() { letRowsMeetAClosedFile(); }
     void init() { bench().reset(); }
     void cleanup() { viewer.reset(); }
 

@@ -74,6 +74,7 @@ private:
     }
 
 private slots:
+    void initTestCase() { letRowsMeetAClosedFile(); }
     void init() { bench().reset(); }
     void cleanup()
     {
