@@ -7,6 +7,7 @@
 #include "gpu/OGL3DWidget.h"
 #include "ui_mainwindow.h"
 #include "viewer/sensormath.h"
+#include "viewer/timeslice.h"
 
 #include <QMutexLocker>
 
@@ -53,6 +54,9 @@ void MainWindow::dataThreadFunc()
 {
     stopDataThread = false;
     dataThreadRunning = true;
+    // The camera keeps only the newest sample: whoever comes 2.5 ms late has lost one. Where it is
+    // refused the thread is as punctual as any other.
+    timeslice::askForShortest();
 
     sm::SampleClock imuClock;
     sm::SampleClock baroClock;

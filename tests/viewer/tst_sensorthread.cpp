@@ -2,10 +2,14 @@
 
 #include "gpu/OGL3DWidget.h"
 #include "gpu/Simple3DObject.h"
+#include "viewer/timeslice.h"
 
+#include <QDir>
 #include <QSemaphore>
 #include <QThread>
 
+#include <algorithm>
+#include <chrono>
 #include <cmath>
 
 using namespace viewersession;
@@ -125,6 +129,27 @@ private slots:
     void initTestCase() { letRowsMeetAClosedFile(); }
     void init() { bench().reset(); }
     void cleanup() { viewer.reset(); }
+
+    // The interface thread and the driver's keep the processors for milliseconds at a time.
+    void onlyTheSensorThreadAsksForShortSlices()
+    {
+        if (timeslice::of(0) == std::chrono::nanoseconds(0)) {
+            QSKIP("slices are chosen by the kernel alone before 6.12");
+        }
+        const auto threadsWithShortSlices = [] {
+            const QStringList threads = QDir(QStringLiteral("/proc/self/task"))
+                                            .entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+            return std::count_if(threads.begin(), threads.end(), [](const QString& thread) {
+                return timeslice::of(thread.toInt()) == timeslice::shortest;
+            });
+        };
+        QCOMPARE(threadsWithShortSlices(), 0);
+        stream(fourRecords());
+        QTRY_COMPARE(threadsWithShortSlices(), 1);
+        QVERIFY(timeslice::of(0) > timeslice::shortest);
+        viewer.reset();
+        QTRY_COMPARE(threadsWithShortSlices(), 0);
+    }
 
     void theFirstImuSampleOfARunIsDropped()
     {
