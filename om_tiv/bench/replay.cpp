@@ -25,6 +25,43 @@ constexpr double NOMINAL_PERIOD = 1.0 / 400.0;
 constexpr double LEAST_STEP = 0.5e-6;
 constexpr double LATEST_TIME = 1e10; ///< s, either way: the year 2286
 
+struct Line
+{
+    std::string_view text;
+    std::size_t number = 0; ///< from 1
+    bool whole = false;     ///< it has its end
+};
+
+/// The lines of a text, one after the other.
+class Lines
+{
+public:
+    explicit Lines(std::string_view text) : m_rest(text) {}
+
+    std::optional<Line> next()
+    {
+        if (m_rest.empty()) {
+            return std::nullopt;
+        }
+        const std::size_t end = m_rest.find('\n');
+        Line line{m_rest.substr(0, end), ++m_number, end != std::string_view::npos};
+        m_rest.remove_prefix(line.whole ? end + 1 : m_rest.size());
+        if (!line.text.empty() && line.text.back() == '\r') {
+            line.text.remove_suffix(1);
+        }
+        return line;
+    }
+
+private:
+    std::string_view m_rest;
+    std::size_t m_number = 0;
+};
+
+bool isRow(std::string_view line)
+{
+    return !line.empty() && line.front() >= '0' && line.front() <= '9';
+}
+
 std::vector<std::string_view> split(std::string_view line)
 {
     std::vector<std::string_view> fields;
@@ -95,10 +132,10 @@ public:
             m_first = "line " + std::to_string(line) + " " + why;
         }
     }
-    void gap(std::size_t line)
+    void jump(std::size_t line)
     {
-        if (m_gaps++ == 0) {
-            m_firstGap = line;
+        if (m_jumps++ == 0) {
+            m_firstJump = line;
         }
     }
     void lacks(const std::string& what) { m_lacking += (m_lacking.empty() ? "" : ", ") + what; }
@@ -113,9 +150,9 @@ public:
             add(std::to_string(m_leftOut) + (m_leftOut == 1 ? " row" : " rows") +
                 " left out, the first: " + m_first);
         }
-        if (m_gaps > 0) {
-            add(std::to_string(m_gaps) + (m_gaps == 1 ? " jump" : " jumps") +
-                " of the time closed, the first at line " + std::to_string(m_firstGap));
+        if (m_jumps > 0) {
+            add(std::to_string(m_jumps) + (m_jumps == 1 ? " jump" : " jumps") +
+                " of the time closed, the first at line " + std::to_string(m_firstJump));
         }
         if (!m_lacking.empty()) {
             add("not recorded, so not available: " + m_lacking);
@@ -133,8 +170,8 @@ private:
     std::string m_name;
     std::size_t m_leftOut = 0;
     std::string m_first;
-    std::size_t m_gaps = 0;
-    std::size_t m_firstGap = 0;
+    std::size_t m_jumps = 0;
+    std::size_t m_firstJump = 0;
     std::string m_lacking;
 };
 
@@ -182,20 +219,16 @@ std::shared_ptr<const SensorRecording>
 SensorRecording::parse(const std::string& text, const std::string& name, std::string& report)
 {
     Report told(name);
-    std::string_view rest(text);
-    const auto nextLine = [&rest](bool& whole) {
-        const std::size_t end = rest.find('\n');
-        whole = end != std::string_view::npos;
-        std::string_view line = rest.substr(0, end);
-        rest.remove_prefix(whole ? end + 1 : rest.size());
-        if (!line.empty() && line.back() == '\r') {
-            line.remove_suffix(1);
-        }
-        return line;
-    };
-
-    bool whole = false;
-    const std::vector<std::string_view> header = split(nextLine(whole));
+    Lines lines(text);
+    // A row that was ahead of the header stands above it; it is the first all the same.
+    std::optional<Line> line = lines.next();
+    std::optional<Line> early;
+    if (line && isRow(line->text)) {
+        early = line;
+        line = lines.next();
+    }
+    const std::vector<std::string_view> header =
+        line ? split(line->text) : std::vector<std::string_view>();
     if (header.empty() || header.front() != "idx") {
         report = told.failure("not a recording: the first line does not begin with \"idx,\"");
         return nullptr;
@@ -251,13 +284,14 @@ SensorRecording::parse(const std::string& text, const std::string& name, std::st
     std::vector<double> values(header.size());
     std::optional<double> before;
     double shift = 0.0; // from the recorded time to that since the first row
-    for (std::size_t number = 2; !rest.empty(); ++number) {
-        const std::string_view line = nextLine(whole);
-        const std::vector<std::string_view> fields = split(line);
-        if (!whole || fields.size() != header.size()) {
-            told.leftOut(number, whole ? "has " + std::to_string(fields.size()) +
-                                             " fields in place of " + std::to_string(header.size())
-                                       : "is torn");
+    for (line = early ? early : lines.next(); line; line = lines.next()) {
+        const std::size_t number = line->number;
+        const std::vector<std::string_view> fields = split(line->text);
+        if (!line->whole || fields.size() != header.size()) {
+            told.leftOut(number, line->whole
+                                     ? "has " + std::to_string(fields.size()) +
+                                           " fields in place of " + std::to_string(header.size())
+                                     : "is torn");
             continue;
         }
         bool sound = true;
@@ -276,15 +310,17 @@ SensorRecording::parse(const std::string& text, const std::string& name, std::st
             told.leftOut(number, "has a time beyond reason");
             continue;
         }
-        if (before && time - *before < LEAST_STEP) {
+        const double step = before ? time - *before : NOMINAL_PERIOD;
+        if (step < LEAST_STEP && step > -MOST_SETBACK) {
             told.leftOut(number, "does not come after the row before it");
             continue;
         }
         if (!before) {
             shift = -time;
-        } else if (time - *before > MOST_GAP) {
-            told.gap(number);
-            shift -= time - *before - NOMINAL_PERIOD;
+        } else if (step > MOST_GAP || step < 0.0) {
+            // A clock that was set, or one row with a time from nowhere: the rest is sound.
+            told.jump(number);
+            shift -= step - NOMINAL_PERIOD;
         }
         before = time;
 

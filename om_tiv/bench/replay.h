@@ -44,7 +44,9 @@ struct SensorRecording
     std::vector<Row> rows;
 
     /// Reads a file. Rows that are torn, hold something that is not a number, or do not come after
-    /// the one before them are left out; a gap of more than MOST_GAP seconds is closed.
+    /// the one before them are left out; where the time jumps, by more than MOST_GAP ahead or
+    /// MOST_SETBACK back, it goes on right behind the row before. One row may stand above the
+    /// header, as the recorder's first can.
     /// @param report  one line of what was left out or is missing; empty when all is sound
     /// @return null, with the reason in report, when nothing can be played (less than two rows)
     static std::shared_ptr<const SensorRecording> read(const std::string& path,
@@ -53,7 +55,8 @@ struct SensorRecording
     static std::shared_ptr<const SensorRecording>
     parse(const std::string& text, const std::string& name, std::string& report);
 
-    static constexpr double MOST_GAP = 10.0; ///< s
+    static constexpr double MOST_GAP = 10.0;    ///< s
+    static constexpr double MOST_SETBACK = 1.0; ///< s
 };
 
 /// Plays a recording at its own pace from the moment of plugging in.

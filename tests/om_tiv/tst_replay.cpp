@@ -208,6 +208,79 @@ private slots:
                  qPrintable(QString::number(read->rows[2].time)));
     }
 
+    void setBackClockGoesOnBehindTheRowBefore()
+    {
+        // The clock was set back by an hour amid the recording: both parts are sound.
+        const auto back = [](int i) {
+            return QByteArray::fromStdString(row(i)).replace("1706711000.", "1706707400.");
+        };
+        std::string text = recording(4);
+        for (int i = 4; i < 8; ++i) {
+            text += back(i).toStdString();
+        }
+        std::string report;
+        const auto read = SensorRecording::parse(text, "r.csv", report);
+        QVERIFY(read);
+        QCOMPARE(QString::fromStdString(report),
+                 QStringLiteral("r.csv: 1 jump of the time closed, the first at line 6"));
+        QCOMPARE(read->rows.size(), std::size_t(8));
+        const double times[] = {0.0, 0.005, 0.010, 0.015, 0.0175, 0.0225, 0.0275, 0.0325};
+        for (std::size_t i = 0; i < 8; ++i) {
+            QVERIFY2(std::abs(read->rows[i].time - times[i]) < 1e-6,
+                     qPrintable(QString::number(read->rows[i].time)));
+        }
+    }
+
+    void oneRowWithATimeFromNowhereCostsNoOther()
+    {
+        const QByteArray strange =
+            QByteArray::fromStdString(row(3)).replace("1706711000.", "1706719000.");
+        std::string report;
+        const auto read = SensorRecording::parse(
+            recording(3) + strange.toStdString() + row(4) + row(5) + row(6), "r.csv", report);
+        QVERIFY(read);
+        QCOMPARE(QString::fromStdString(report),
+                 QStringLiteral("r.csv: 2 jumps of the time closed, the first at line 5"));
+        QCOMPARE(read->rows.size(), std::size_t(7));
+        for (std::size_t i = 1; i < 7; ++i) {
+            const double step = read->rows[i].time - read->rows[i - 1].time;
+            QVERIFY2(step > 0.002 && step < 0.006, qPrintable(QString::number(step)));
+        }
+    }
+
+    void rowsOutOfTheirOrderAreLeftOut()
+    {
+        std::string report;
+        const auto read =
+            SensorRecording::parse(recording(3) + row(4) + row(3) + row(5), "r.csv", report);
+        QVERIFY(read);
+        QCOMPARE(QString::fromStdString(report),
+                 QStringLiteral("r.csv: 1 row left out, the first: line 6 does not come after the "
+                                "row before it"));
+        QCOMPARE(read->rows.size(), std::size_t(5));
+    }
+
+    void rowAboveTheHeaderIsTheFirst()
+    {
+        // As the recorder writes it when a sample comes while the file is being opened.
+        std::string text = row(0) + fullHeader;
+        for (int i = 1; i < 5; ++i) {
+            text += row(i);
+        }
+        std::string report;
+        const auto read = SensorRecording::parse(text, "r.csv", report);
+        QVERIFY2(read, report.c_str());
+        QCOMPARE(QString::fromStdString(report), QString());
+        std::string plainly;
+        const auto usual = SensorRecording::parse(recording(5), "r.csv", plainly);
+        QCOMPARE(read->rows.size(), usual->rows.size());
+        for (std::size_t i = 0; i < usual->rows.size(); ++i) {
+            QCOMPARE(read->rows[i].time, usual->rows[i].time);
+            QCOMPARE(read->rows[i].acceleration[0], usual->rows[i].acceleration[0]);
+        }
+        QVERIFY(!SensorRecording::parse(row(0) + row(1) + recording(3), "r.csv", report));
+    }
+
     void missingColumnsAreSensorsThatAreNotAvailable()
     {
         std::string text = "idx,imu_Timestamp[sec],accX[m/s^2],accY[m/s^2],accZ[m/s^2],\n";
