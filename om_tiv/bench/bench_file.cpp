@@ -18,7 +18,6 @@ namespace om::bench {
 namespace {
 
 constexpr std::size_t MOST_BYTES = 4 * 1024 * 1024;
-constexpr std::size_t MOST_CAMERAS = 64;
 
 struct MotionName
 {

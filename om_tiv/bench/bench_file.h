@@ -4,10 +4,13 @@
 
 #include "bench/config.h"
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
 namespace om::bench {
+
+constexpr std::size_t MOST_CAMERAS = 64; ///< on one bench
 
 struct BenchDescription
 {

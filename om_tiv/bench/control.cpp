@@ -72,6 +72,19 @@ std::array<double, N> numbers(const json& object, const char* key, double most)
     return result;
 }
 
+/// False where it is missing.
+bool flag(const json& object, const char* key)
+{
+    const auto found = object.find(key);
+    if (found == object.end()) {
+        return false;
+    }
+    if (!found->is_boolean()) {
+        throw Refusal(std::string("\"") + key + "\" must be true or false");
+    }
+    return found->get<bool>();
+}
+
 std::string text(const json& object, const char* key)
 {
     const json& value = member(object, key);
@@ -116,6 +129,17 @@ json faultsAsJson(const Faults& faults, bool all)
 json triple(const Vector& v, double scale = 1.0)
 {
     return {scale * v.x, scale * v.y, scale * v.z};
+}
+
+/// What the program was given last, by the keys of the truth; null before it has read anything.
+json readingAsJson(const std::optional<Reading>& reading)
+{
+    if (!reading) {
+        return nullptr;
+    }
+    return {{"field", reading->field ? triple(*reading->field) : json()},
+            {"specificForce", triple(reading->acceleration)},
+            {"angularVelocity", triple(reading->angularVelocity)}};
 }
 
 /// A camera in the words of a bench file, read by the bench file's own reader.
@@ -205,6 +229,7 @@ private:
                                {"samplesProduced", counters.produced},
                                {"samplesRead", counters.delivered},
                                {"faults", faultsAsJson(m_bench.faults(status.serialNumber), false)},
+                               {"reading", readingAsJson(device->lastReading())},
                                {"truth",
                                 {{"heading", truth.heading * DEGREES},
                                  {"pose", {truth.pose.x, truth.pose.y, truth.pose.z, truth.pose.w}},
@@ -219,6 +244,10 @@ private:
     json add()
     {
         const CameraConfig config = readCamera(member(m_request, "camera"));
+        if (m_bench.serialNumbers().size() >= MOST_CAMERAS) {
+            throw Refusal("there are " + std::to_string(MOST_CAMERAS) +
+                          " cameras already, as many as are possible");
+        }
         if (!m_bench.addCamera(config)) {
             throw Refusal("there is a camera with serial number " +
                           std::to_string(config.serialNumber) + " already");
@@ -345,7 +374,7 @@ private:
     json fault()
     {
         const auto target = camera();
-        const bool clear = m_request.value("clear", false);
+        const bool clear = flag(m_request, "clear");
         const json given = m_request.value("faults", json::object());
         if (!given.is_object()) {
             throw Refusal("\"faults\" must be an object");

@@ -78,7 +78,7 @@ void SensorReader::current(SensorsData& data, const std::function<bool()>& done)
     const auto number = newest(m_imu, now);
     fill(now, data);
     if (number && number != m_returned) {
-        m_camera->countDelivered();
+        m_camera->countDelivered(readingOf(data));
         m_returned = number;
     }
 }
@@ -210,6 +210,21 @@ void SensorReader::fillTemperatures(Nanoseconds time, const Faults& faults, Sens
     if (faults.imuTemperatureAbsent) {
         data.temperature.values.erase(LOCATION::IMU);
     }
+}
+
+Reading SensorReader::readingOf(const SensorsData& data) const
+{
+    const auto inBody = [this](const Vector3<float>& v) {
+        const double sign = m_imageAxes ? -1.0 : 1.0;
+        return Vector{double{v.x}, sign * double{v.y}, sign * double{v.z}};
+    };
+    Reading reading;
+    reading.acceleration = inBody(data.imu.linearAcceleration);
+    reading.angularVelocity = inBody(data.imu.angularVelocity);
+    if (data.magnetometer.isAvailable) {
+        reading.field = inBody(data.magnetometer.magneticFieldUncalibrated);
+    }
+    return reading;
 }
 
 Vector3<float> SensorReader::inSystem(const Vector& body) const

@@ -41,6 +41,7 @@ private:
     void fillMagnetometer(Nanoseconds time, const Faults& faults, SensorsData& data);
     void fillBarometer(Nanoseconds time, const Faults& faults, SensorsData& data);
     void fillTemperatures(Nanoseconds time, const Faults& faults, SensorsData& data);
+    Reading readingOf(const SensorsData& data) const;
     Vector3<float> inSystem(const Vector& body) const;
 
     const std::shared_ptr<VirtualCamera> m_camera;

@@ -111,8 +111,7 @@ void VirtualCamera::plug()
     const Nanoseconds now = m_clock.now();
     m_source = makeSource(now);
     m_pluggedAt.store(now);
-    m_firstCounted.store(UINT64_MAX);
-    m_delivered.store(0);
+    startCounting(UINT64_MAX);
     m_plugged.store(true);
 }
 
@@ -255,6 +254,21 @@ void VirtualCamera::startCounting(std::uint64_t firstNumber)
 {
     m_delivered.store(0);
     m_firstCounted.store(firstNumber);
+    const std::lock_guard<std::mutex> lock(m_readingMutex);
+    m_reading.reset();
+}
+
+void VirtualCamera::countDelivered(const Reading& reading)
+{
+    m_delivered.fetch_add(1, std::memory_order_relaxed);
+    const std::lock_guard<std::mutex> lock(m_readingMutex);
+    m_reading = reading;
+}
+
+std::optional<Reading> VirtualCamera::lastReading() const
+{
+    const std::lock_guard<std::mutex> lock(m_readingMutex);
+    return m_reading;
 }
 
 std::uint64_t VirtualCamera::produced() const

@@ -25,6 +25,14 @@
 
 namespace om::bench {
 
+/// What a program was given, in the body frame.
+struct Reading
+{
+    Vector acceleration;         ///< m/s^2, with gravity
+    Vector angularVelocity;      ///< degrees per second
+    std::optional<Vector> field; ///< uT, uncalibrated; none without a magnetometer
+};
+
 class VirtualCamera
 {
 public:
@@ -118,10 +126,11 @@ public:
     /// @param spin rad/s in the body frame, at which it turns on from the pose
     void setPose(const Quaternion& pose, std::chrono::nanoseconds glide, const Vector& spin = {});
 
-    // ---- Counters of the IMU samples since the last open() of om::Camera ------------------------
+    // ---- The IMU samples since the last open() of om::Camera ------------------------------------
 
     void startCounting(std::uint64_t firstNumber);
-    void countDelivered() { m_delivered.fetch_add(1, std::memory_order_relaxed); }
+    void countDelivered(const Reading& reading); ///< a new one, and what was read with it
+    std::optional<Reading> lastReading() const;  ///< none before the first
     std::uint64_t delivered() const { return m_delivered.load(); }
     std::uint64_t produced() const; ///< up to now or to the unplugging
 
@@ -166,6 +175,8 @@ private:
 
     std::atomic<std::uint64_t> m_firstCounted{UINT64_MAX};
     std::atomic<std::uint64_t> m_delivered{0};
+    mutable std::mutex m_readingMutex;
+    std::optional<Reading> m_reading; ///< of the sample counted last
 };
 
 } // namespace om::bench

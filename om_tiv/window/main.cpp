@@ -4,6 +4,8 @@
 
 #include "window/bench_window.h"
 
+#include "bench/one_line.h"
+
 #include <CLI/CLI.hpp>
 
 #include <QApplication>
@@ -64,7 +66,12 @@ int main(int argc, char** argv)
     try {
         options.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return options.exit(error) == 0 ? CLOSED : USAGE;
+        if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
+            return options.exit(error); // help or version
+        }
+        const std::string reason = std::string("om-bench-window: ") + error.what();
+        std::cerr << om::bench::oneLine(reason) << "; see om-bench-window --help\n";
+        return USAGE;
     }
     if (!isSet("DISPLAY") && !isSet("WAYLAND_DISPLAY") && !isSet("QT_QPA_PLATFORM")) {
         std::cerr << "om-bench-window: no display: neither DISPLAY nor WAYLAND_DISPLAY is set\n";

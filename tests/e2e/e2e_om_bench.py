@@ -6,6 +6,8 @@ The control socket's other clients, too: those who send garbage, half a line, me
 import json
 import math
 import os
+import pathlib
+import re
 import signal
 import socket
 import stat
@@ -19,6 +21,7 @@ from screen import Picture
 from waiting import PATIENCE, SCALE, wait_for
 from world import TIV_N, TIV_P, TIV_Q, camera
 
+EEPROM_ACTIONS = ("show", "dump", "erase")
 DONE, REFUSED, USAGE, NO_BENCH = 0, 1, 2, 3
 COMMANDS = ("list", "add", "remove", "plug", "unplug", "motion", "pose", "field", "disturbance", "temperature",
             "firmware", "fault", "eeprom", "watch")
@@ -69,15 +72,119 @@ class WithoutAProgram(world.EndToEndTest):
         self.assertEqual((status, errors), (DONE, ""))
         self.assertRegex(output, r"\Aom-bench \d+\.\d+\.\d+\n\Z")
 
-    def test_wrong_usage_has_a_status_of_its_own(self):
-        for arguments in ((), ("fly",), ("plug",), ("plug", "abc"), ("plug", -1), ("plug", 1, 2), ("pose", 1, 2),
-                          ("pose", 1, "north", 0, 0), ("field", 50), ("field", 1, 2, 3, 4), ("motion", 1),
-                          ("disturbance", 1), ("disturbance", 1, "much"), ("add", "TIV_Q"), ("eeprom",),
-                          ("eeprom", "dump", 1), ("watch", "--interval", 0), ("watch", "--count", "x"),
-                          ("list", "--fast")):
-            status, output, errors = om_bench(*arguments)
-            self.assertEqual((status, output), (USAGE, ""), arguments)
-            self.assertGreater(len(errors), 10, arguments)
+    def wrong(self, reason, *arguments):
+        """One line with the reason, and a status of its own."""
+        status, output, errors = om_bench(*arguments)
+        self.assertEqual((status, output), (USAGE, ""), arguments)
+        command = " ".join(["om-bench", *(str(a) for a in arguments[:2] if a in COMMANDS or a in EEPROM_ACTIONS)])
+        self.assertEqual(errors, f"om-bench: {reason}; see {command} --help\n")
+
+    def test_unknown_commands_and_options_are_named(self):
+        commands = "there are " + ", ".join(COMMANDS)
+        self.wrong(f"a command is missing; {commands}")
+        self.wrong(f"a command is missing; {commands}", "--json")
+        self.wrong(f'no command "fly"; {commands}', "fly")
+        self.wrong(f'no command ""; {commands}', "")
+        self.wrong(f'no command "a [2J b"; {commands}', "a\x1b[2J\nb")
+        self.wrong("a command is missing; there are show, dump, erase", "eeprom")
+        self.wrong('no command "burn"; there are show, dump, erase', "eeprom", "burn", TIV_Q)
+        self.wrong('"--fast" is not expected', "list", "--fast")
+        self.wrong('"-inf" is not expected', "pose", TIV_Q, "-inf", 0, 0)
+        self.wrong("--socket: must not be empty", "list", "--socket", "")
+
+    def test_arguments_missing_or_too_many_are_told(self):
+        needed = {"add": "MODEL", "motion": "SERIAL", "pose": "SERIAL", "disturbance": "SERIAL", "remove": "SERIAL",
+                  "plug": "SERIAL", "unplug": "SERIAL", "temperature": "SERIAL", "firmware": "SERIAL", "fault": "SERIAL"}
+        for command, argument in needed.items():
+            self.wrong(f"{argument} is required", command)
+        for action in EEPROM_ACTIONS:
+            self.wrong("SERIAL is required", "eeprom", action)
+        self.wrong("SERIAL is required", "add", "TIV_Q")
+        self.wrong("MOTION is required", "motion", TIV_Q)
+        self.wrong("HEADING is required", "pose", TIV_Q)
+        self.wrong("ROLL is required", "pose", TIV_Q, 1, 2)
+        self.wrong("STRENGTH is required", "disturbance", TIV_Q)
+        self.wrong("FILE is required", "eeprom", "dump", TIV_Q)
+        three = "field: takes strength, inclination and declination, or nothing"
+        self.wrong(three, "field", 50)
+        self.wrong(three, "field", 50, 60)
+        for arguments in (("list",), ("add", "TIV_Q", 1), ("remove", 1), ("plug", 1), ("unplug", 1), ("motion", 1, "fall"),
+                          ("pose", 1, 0, 0, 0), ("field", 1, 2, 3), ("disturbance", 1, 0), ("temperature", 1, 20),
+                          ("firmware", 1, 1200), ("fault", 1, "mcuSilent", "on"), ("eeprom", "show", 1),
+                          ("eeprom", "dump", 1, "x"), ("eeprom", "erase", 1), ("watch", 1)):
+            self.wrong('"more" is not expected', *arguments, "more")
+        self.wrong("none: takes no value", "fault", TIV_Q, "none", "on")
+        self.wrong("--once requires --replay", "add", "TIV_Q", 5, "--once")
+        for arguments in (("eeprom", "dump", TIV_Q, ""), ("fault", TIV_Q, ""), ("add", "TIV_Q", 5, "--replay", "")):
+            name = {"eeprom": "FILE", "fault": "NAME", "add": "--replay"}[arguments[0]]
+            self.wrong(f"{name}: must not be empty", *arguments)
+
+    def test_whole_numbers_are_whole_and_in_range(self):
+        for text in ("", " ", "abc", "-1", "1.5", "1e3", "0x10", "4294967296", "99999999999999999999", "3141592é", "nan"):
+            reason = f'SERIAL: must be a whole number from 0 to 4294967295, not "{text}"'
+            for arguments in (("plug",), ("fault",), ("watch",), ("eeprom", "show"), ("motion",), ("temperature",)):
+                self.wrong(reason, *arguments, text)
+            self.wrong(reason, "add", "TIV_Q", text)
+        for text in ("", "-1", "65536", "1.5", "new"):
+            reason = f'must be a whole number from 0 to 65535, not "{text}"'
+            self.wrong(f"VERSION: {reason}", "firmware", TIV_Q, text)
+            self.wrong(f"--firmware: {reason}", "add", "TIV_Q", 5, "--firmware", text)
+        self.wrong('--id: must be a whole number from 0 to 255, not "256"', "add", "TIV_Q", 5, "--id", 256)
+        for text in ("-1", "x", "1.5", ""):
+            self.wrong(f'--count: must be a whole number from 0 to 1000000000, not "{text}"', "watch", "--count", text)
+
+    def test_numbers_are_finite_numbers(self):
+        for text in ("", "nan", "inf", "infinity", "1e400", "1,5", "5 ", "0x1p3", "north", "١٢"):
+            reason = f'must be a number, not "{text}"'
+            self.wrong(f"HEADING: {reason}", "pose", TIV_Q, text, 0, 0)
+            self.wrong(f"PITCH: {reason}", "pose", TIV_Q, 0, text, 0)
+            self.wrong(f"ROLL: {reason}", "pose", TIV_Q, 0, 0, text)
+            self.wrong(f"--glide: {reason}", "pose", TIV_Q, 0, 0, 0, "--glide", text)
+            self.wrong(f"--spin: {reason}", "pose", TIV_Q, 0, 0, 0, "--spin", 0, text, 0)
+            self.wrong(f"STRENGTH: {reason}", "field", text, 0, 0)
+            self.wrong(f"INCLINATION: {reason}", "field", 50, text, 0)
+            self.wrong(f"DECLINATION: {reason}", "field", 50, 0, text)
+            self.wrong(f"STRENGTH: {reason}", "disturbance", TIV_Q, text)
+            self.wrong(f"CELSIUS: {reason}", "temperature", TIV_Q, text)
+            self.wrong(f"--interval: {reason}", "watch", "--interval", text)
+        self.wrong("--interval: Value 0 not in range 0.010000 to 3600.000000", "watch", "--interval", 0)
+        self.wrong("--spin: At least 3 required but received 2", "pose", TIV_Q, 0, 0, 0, "--spin", 1, 2)
+
+    def test_manual_and_completion_know_every_option(self):
+        packaging = pathlib.Path(__file__).resolve().parents[2] / "packaging"
+        manual = (packaging / "man" / "om-bench.1").read_text(encoding="utf-8").replace("\\-", "-")
+        completion = packaging / "completion" / "om-bench"
+
+        def offered(*words):
+            """What is offered behind these words; the last one is being typed."""
+            script = f"""
+                _init_completion() {{ words=("${{COMP_WORDS[@]}}"); cword=$COMP_CWORD; cur=${{words[cword]}}
+                                      prev=${{words[cword - 1]}}; }}
+                _filedir() {{ COMPREPLY=(a-file); }}
+                source {completion}
+                COMP_WORDS=(om-bench "$@"); COMP_CWORD=$#
+                _om_bench
+                printf '%s\\n' "${{COMPREPLY[@]}}" """
+            done = subprocess.run(["bash", "-c", script, "bash", *words], capture_output=True, text=True, check=False,
+                                  timeout=PATIENCE * SCALE, env={**os.environ, "OM_TIV_CONTROL": "off",
+                                                                 "PATH": f"{world.bin_dir}:{os.environ['PATH']}"})
+            self.assertEqual((done.returncode, done.stderr), (0, ""), words)
+            return done.stdout.split("\n")[:-1]
+
+        self.assertEqual(offered(""), [*COMMANDS, "--socket", "--json", "--help", "--version"])
+        for command in COMMANDS:
+            options = set(re.findall(r"(?m)^  (?:-\w,)?(--[a-z]+)", om_bench(command, "--help")[1]))
+            for option in options | {"--socket", "--json"}:
+                self.assertIn(option, manual, command)
+                self.assertIn(option, offered(command, "--"), command)
+            self.assertEqual(set(offered(command, "--")), options | {"--socket", "--json"}, command)
+        self.assertEqual(offered("add", ""), ["TIV", "TIV_N", "TIV_P", "TIV_Q", "TIV_R", "TIV_S"])
+        self.assertEqual(offered("motion", "31415926", ""), ["at\\ rest", "hand-held", "tumble", "fall", "posed"])
+        self.assertEqual(offered("add", "TIV_Q", "5", "--motion", "f"), ["fall"])
+        self.assertEqual(offered("eeprom", ""), list(EEPROM_ACTIONS))
+        self.assertEqual(offered("eeprom", "dump", "31415926", ""), ["a-file"])
+        self.assertEqual(offered("add", "TIV_Q", "5", "--replay", ""), ["a-file"])
+        self.assertEqual(offered("--socket", "x", "fault", "31415926", "mcuSilent", "o"), ["on", "off"])
 
     def test_nothing_runs_is_said_in_one_line(self):
         home = os.environ["HOME"]
@@ -133,15 +240,60 @@ class Commands(OmBenchTest):
         self.assertEqual(rows[1][6:], ["0", "-"])
         self.assertEqual([c["serialNumber"] for c in json.loads(self.ask("--json", "list"))["cameras"]],
                          [TIV_Q, TIV_P, TIV_N])
-        read = [int(line.rpartition("read ")[2].split("/")[0])
-                for line in self.ask("watch", TIV_Q, "--count", 3, "--interval", 0.1).splitlines()]
-        self.assertEqual(len(read), 3)
+        lines = self.ask("watch", TIV_Q, "--count", 3, "--interval", 0.1).splitlines()
+        self.assertEqual([line.split()[:3] for line in lines],
+                         3 * [[str(TIV_Q), "streaming", "true"], [str(TIV_Q), "streaming", "read"]])
+        read = [int(line.rpartition("samples ")[2].split("/")[0]) for line in lines[1::2]]
         self.assertTrue(read[0] < read[1] < read[2], read)
-        self.assertEqual(len(self.ask("watch", "--count", 1).splitlines()), 3)
+        # Two cameras that nobody reads have nothing but what is true of them.
+        self.assertEqual([line.split()[:3] for line in self.ask("watch", "--count", 1).splitlines()],
+                         [[str(TIV_Q), "streaming", "true"], [str(TIV_Q), "streaming", "read"],
+                          [str(TIV_P), "plugged", "true"], [str(TIV_N), "plugged", "true"]])
+        status, _, errors = om_bench("watch", 0, "--count", 1, control=program.control)
+        self.assertEqual((status, errors), (REFUSED, "om-bench: no camera with serial number 0 on the bench\n"))
         record = json.loads(self.ask("--json", "watch", TIV_P, "--count", 1))
         self.assertEqual(record["state"], "plugged")
         status, _, errors = om_bench("watch", 4711, "--count", 1, control=program.control)
         self.assertEqual((status, errors), (REFUSED, "om-bench: no camera with serial number 4711 on the bench\n"))
+        self.close(program)
+
+    def test_watch_tells_what_is_true_and_what_is_read(self):
+        program = self.begin(TIV_Q, bench=[camera("TIV_Q", TIV_Q, motion="at rest", hardIron=[100, 0, 0],
+                                                  softIron=[1, 1, 1], errors={"accelerationBias": [0, 0, 5]})])
+        number = r"-?\d+\.\d+"
+
+        def watched():
+            """The figures of the two lines."""
+            return [[float(n) for n in re.findall(number, line)]
+                    for line in self.ask("watch", TIV_Q, "--count", 1).splitlines()]
+        (_, *true), read = watched()
+        self.assertEqual((len(true), len(read)), (9, 9))
+        for axis, (told, seen, error) in enumerate(zip(true, read, (100, 0, 0, 0, 0, 5, 0, 0, 0))):
+            self.assertAlmostEqual(seen - told, error, delta=1.5, msg=f"figure {axis}")
+        # A fault is in what is read, and nothing of it is true.
+        self.ask("fault", TIV_Q, "magnetometerSaturated")
+        wait_for("the saturated reading", lambda: watched()[1][2] == 2048.0)
+        self.assertLess(abs(watched()[0][3]), 100.0)
+        self.ask("fault", TIV_Q, "none")
+        self.ask("fault", TIV_Q, "magnetometerAbsent")
+        wait_for("no reading", lambda: "field uT       -       -       -  acc" in
+                 self.ask("watch", TIV_Q, "--count", 1).splitlines()[1])
+        self.assertIsNone(program.cameras()[TIV_Q]["reading"]["field"])
+        self.ask("unplug", TIV_Q)
+        self.ask("plug", TIV_Q)
+        self.close(program)
+
+    def test_options_for_all_commands_stand_before_or_behind(self):
+        program = self.begin()
+        before = json.loads(self.ask("--json", "field"))
+        self.assertEqual(before, json.loads(self.ask("field", "--json")))
+        status, output, errors = om_bench("list", "--socket", program.control)
+        self.assertEqual((status, errors), (DONE, ""))
+        self.assertIn(str(TIV_Q), output)
+        with open("/dev/full", "w", encoding="ascii") as full:
+            done = subprocess.run([str(world.bin_dir / "om-bench"), "--socket", str(program.control), "list"], stdout=full,
+                                  stderr=subprocess.PIPE, text=True, timeout=PATIENCE * SCALE, check=False)
+        self.assertEqual((done.returncode, done.stderr), (REFUSED, "om-bench: standard output can't be written\n"))
         self.close(program)
 
     def test_cameras_are_added_removed_plugged_and_unplugged(self):
@@ -153,7 +305,8 @@ class Commands(OmBenchTest):
         self.assertEqual(program.state(20000003), "unplugged")
         self.refused("20000002 already", "add", "TIV_P", 20000002)
         self.refused("model: must be one of", "add", "TIV_X", 5)
-        self.refused("id: must be from 0 to 255", "add", "TIV_P", 5, "--id", 256)
+        self.refused("model: must be one of", "add", "", 5)
+        self.refused("passwd: not a recording", "add", "TIV_P", 5, "--replay", "/etc/passwd")
         self.refused("motion: must be one of", "add", "TIV_P", 5, "--motion", "dance")
         self.refused("none.csv: can't be read", "add", "TIV_P", 5, "--replay", "none.csv")
         self.assertEqual(sorted(program.cameras()), [20000001, 20000002, 20000003])
@@ -194,9 +347,13 @@ class Commands(OmBenchTest):
         live.wait_until("it falls", lambda r: r["moving"] == 2.0)
         self.ask("motion", TIV_Q, "at rest")
         live.wait_until("it rests", lambda r: r["moving"] == 0.0 and abs(r["gyroX[deg/s]"]) < 1.0)
-        self.refused('no motion "dance"', "motion", TIV_Q, "dance")
+        for word in ("dance", "", "TUMBLE", "Üben"):
+            self.refused(f'no motion "{word}"', "motion", TIV_Q, word)
         self.refused('"heading" must be a number from -360.0 to 360.0', "pose", TIV_Q, 361, 0, 0)
-        self.refused('"glide" must be a number', "pose", TIV_Q, 0, 0, 0, "--glide", 601)
+        self.refused('"pitch" must be a number from -90.0 to 90.0', "pose", TIV_Q, 0, -91, 0)
+        self.refused('"roll" must be a number from -180.0 to 180.0', "pose", TIV_Q, 0, 0, 181)
+        self.refused('"glide" must be a number from 0.0 to 600.0', "pose", TIV_Q, 0, 0, 0, "--glide", 601)
+        self.refused('"glide" must be a number from 0.0 to 600.0', "pose", TIV_Q, 0, 0, 0, "--glide", -1)
 
         def strength(row):
             return math.hypot(*(row[f"mag{axis}[uT]"] for axis in "XYZ"))
@@ -205,6 +362,10 @@ class Commands(OmBenchTest):
         live.wait_until("a strong field", lambda r: strength(r) > 200.0)
         self.assertEqual(self.ask("field"), "strength 300.0 uT, inclination 0.0, declination 0.0\n")
         self.refused('"strength" must be a number from 0.0 to 1000.0', "field", 1001, 0, 0)
+        self.refused('"strength" must be a number from 0.0 to 1000.0', "field", -1, 0, 0)
+        self.refused('"inclination" must be a number from -90.0 to 90.0', "field", 50, 91, 0)
+        self.refused('"declination" must be a number from -180.0 to 180.0', "field", 50, 0, -181)
+        self.assertEqual(self.ask("field"), "strength 300.0 uT, inclination 0.0, declination 0.0\n")
         self.ask("field", 0, 0, 0)
         live.wait_until("no field but the hard iron's", lambda r: strength(r) < 45.0)
         self.ask("disturbance", TIV_Q, 900)
@@ -229,6 +390,7 @@ class Commands(OmBenchTest):
         self.assertEqual(self.ask("temperature", TIV_Q, 80), "temperature 80.0\n")
         live.wait_until("a warmer camera", lambda r: r["temp_imu[C]"] > before + 8.0)
         self.refused('"temperature" must be a number from -40.0 to 85.0', "temperature", TIV_Q, 86)
+        self.refused('"temperature" must be a number from -40.0 to 85.0', "temperature", TIV_Q, -41)
         live.stop()
 
         self.assertEqual(self.ask("firmware", TIV_Q), "firmware 1201\n")
@@ -257,6 +419,19 @@ class Commands(OmBenchTest):
         self.refused("faults.barometerAbsent: must be a boolean, not an integer", "fault", TIV_Q, "barometerAbsent", 1)
         self.refused("faults.grabFailures: must be from 0 to 1000000", "fault", TIV_Q, "grabFailures", -1)
         self.refused("faults.openDelay: must be an integer, not a string", "fault", TIV_Q, "openDelay", "long")
+        neutral = json.loads(self.ask("fault", TIV_Q, "--json"))["faults"]
+        # Each fault refuses what is none of its values, and stays off.
+        for name in FAULTS:
+            kind = type(neutral[name])
+            self.refused(f"faults.{name}: must be ", "fault", TIV_Q, name, "")
+            self.refused(f"faults.{name}: must be ", "fault", TIV_Q, name, "nan")
+            self.refused(f"faults.{name}: must be ", "fault", TIV_Q, name, "null")
+            if kind is bool:
+                self.refused(f"faults.{name}: must be a boolean", "fault", TIV_Q, name, 1)
+            else:
+                self.refused(f"faults.{name}: must be from ", "fault", TIV_Q, name, -2)
+                self.refused(f"faults.{name}: must be from ", "fault", TIV_Q, name, 1000001)
+                self.refused(f"faults.{name}: must be ", "fault", TIV_Q, name)
         self.assertEqual(program.cameras()[TIV_Q]["faults"], {})
         self.close(program)
 

@@ -84,6 +84,9 @@ private slots:
     void theExampleOfTheManualIsGood();
     void everyDocumentedKeyIsKnown();
     void everyKeyIsDocumented();
+    void documentedRangesAreTheEnforcedOnes_data();
+    void documentedRangesAreTheEnforcedOnes();
+    void documentedDefaultsAreTheEffectiveOnes();
 
     void mistakes_data();
     void mistakes();
@@ -280,6 +283,137 @@ void TestBenchFile::everyKeyIsDocumented()
                  qPrintable(name));
     }
     QVERIFY(keys > 45);
+}
+
+/// Each key with a range "A to B" in the manual: A and B are taken, what lies beyond is not.
+void TestBenchFile::documentedRangesAreTheEnforcedOnes_data()
+{
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QString>("file"); ///< with %1 for the key's value
+    QTest::addColumn<double>("least");
+    QTest::addColumn<double>("most");
+    QTest::addColumn<int>("count");
+
+    QFile manual(QString(SOURCE_DIR) + "/docs/bench-file.md");
+    QVERIFY(manual.open(QIODevice::ReadOnly));
+    QString section;
+    const QRegularExpression heading("^#+ `?([^`]+)`?$");
+    const QRegularExpression row(
+        "^\\| `([a-zA-Z.]+)` \\| (?:(\\d) numbers,[^|]*? )?(-?\\d+) to (-?\\d+)"
+        "[^|]* \\|");
+    for (const QString& line : QString::fromUtf8(manual.readAll()).split('\n')) {
+        if (const auto match = heading.match(line); match.hasMatch()) {
+            section = match.captured(1);
+        }
+        const auto match = row.match(line);
+        if (!match.hasMatch() || line.contains("2^63")) {
+            continue;
+        }
+        const QString key = match.captured(1);
+        const QString place =
+            section == "errors" || section == "faults" ? section + "." + key : key;
+        const QString object = place.section('.', 0, -2);
+        const QString member = QString("\"%1\": %2").arg(place.section('.', -1), "%1");
+        const QString whole = object.isEmpty() ? member : "\"" + object + "\": {" + member + "}";
+        QString file =
+            "{\"cameras\": [{\"model\": \"TIV_Q\", \"serialNumber\": 7, " + whole + "}]}";
+        if (object == "field") {
+            file = "{\"cameras\": [], " + whole + "}";
+        } else if (key == "serialNumber") {
+            file = "{\"cameras\": [{\"model\": \"TIV_Q\", " + whole + "}]}";
+        }
+        QTest::newRow(qPrintable(place))
+            << place << file << match.captured(3).toDouble() << match.captured(4).toDouble()
+            << match.captured(2).toInt();
+    }
+}
+
+void TestBenchFile::documentedRangesAreTheEnforcedOnes()
+{
+    QFETCH(QString, key);
+    QFETCH(QString, file);
+    QFETCH(double, least);
+    QFETCH(double, most);
+    QFETCH(int, count);
+    const auto errorWith = [&](double value) {
+        const QString number = QString::number(value, 'f', 0);
+        return errorOf(file.arg(
+            count == 0
+                ? number
+                : "[" + QStringList(QVector<QString>(count, number).toList()).join(", ") + "]"));
+    };
+    QCOMPARE(errorWith(least), QString("no error"));
+    QCOMPARE(errorWith(most), QString("no error"));
+    for (const double beyond : {least - 1.0, most + 1.0}) {
+        const QString error = errorWith(beyond);
+        const QString wanted =
+            QString("%1: must be from %2 to %3, not %4")
+                .arg(count == 0 ? key : key + "[0]", QString::number(least, 'f', 0),
+                     QString::number(most, 'f', 0), QString::number(beyond, 'f', 0));
+        QVERIFY2(error.endsWith(wanted), qPrintable(error + "\nis not: " + wanted));
+    }
+}
+
+/// Writing the defaults of the manual's tables changes nothing.
+void TestBenchFile::documentedDefaultsAreTheEffectiveOnes()
+{
+    QFile manual(QString(SOURCE_DIR) + "/docs/bench-file.md");
+    QVERIFY(manual.open(QIODevice::ReadOnly));
+    const QRegularExpression heading("^#+ `?([^`]+)`?$");
+    const QRegularExpression row("^\\| `([a-zA-Z]+)` \\| [^|]+ \\| ([^|]+?) \\|");
+    const QRegularExpression value("^(-?\\d[\\d.]*|\\[[-\\d., ]+\\]|true|false|`\"[^`]+\"`)$");
+    QString section;
+    QMap<QString, QStringList> members;
+    int found = 0;
+    for (const QString& line : QString::fromUtf8(manual.readAll()).split('\n')) {
+        if (const auto match = heading.match(line); match.hasMatch()) {
+            section = match.captured(1);
+        }
+        const auto match = row.match(line);
+        if (match.hasMatch() && value.match(match.captured(2)).hasMatch()) {
+            members[section] << "\"" + match.captured(1) + "\": " + match.captured(2).remove('`');
+            ++found;
+        }
+    }
+    QVERIFY2(found >= 36, qPrintable(QString::number(found)));
+    const CameraConfig read =
+        cameraOf(members["A camera"].join(", ") + ", \"errors\": {" + members["errors"].join(", ") +
+                 "}, \"faults\": {" + members["faults"].join(", ") + "}");
+    const CameraConfig made;
+    QCOMPARE(read.firmwareVersion, made.firmwareVersion);
+    QCOMPARE(read.usbRelease, made.usbRelease);
+    QCOMPARE(read.plugged, made.plugged);
+    QVERIFY(read.motion == made.motion);
+    QCOMPARE(read.seed, made.seed);
+    QCOMPARE(read.hardIron.x, made.hardIron.x);
+    QCOMPARE(read.hardIron.y, made.hardIron.y);
+    QCOMPARE(read.hardIron.z, made.hardIron.z);
+    QVERIFY(read.softIron == made.softIron);
+    QCOMPARE(read.altitude, made.altitude);
+    QVERIFY(read.startTemperatures == made.startTemperatures);
+    QCOMPARE(read.replayLoop, made.replayLoop);
+    const SensorErrors& a = read.errors;
+    const SensorErrors& b = made.errors;
+    QCOMPARE(a.accelerationNoise, b.accelerationNoise);
+    QVERIFY(length(a.accelerationBias - b.accelerationBias) == 0.0);
+    QCOMPARE(a.angularVelocityNoise, b.angularVelocityNoise);
+    QVERIFY(length(a.angularVelocityBias - b.angularVelocityBias) == 0.0);
+    QCOMPARE(a.magneticNoise, b.magneticNoise);
+    QCOMPARE(a.pressureNoise, b.pressureNoise);
+    QCOMPARE(a.pressureBias, b.pressureBias);
+    QCOMPARE(a.pressureDrift, b.pressureDrift);
+    QCOMPARE(a.temperatureNoise, b.temperatureNoise);
+    const Faults& f = read.faults;
+    const Faults& g = made.faults;
+    QVERIFY(f.openResult == g.openResult && f.openRefusals == g.openRefusals &&
+            f.openDelay == g.openDelay && f.grabFailures == g.grabFailures &&
+            f.grabFailureResult == g.grabFailureResult &&
+            f.magneticDisturbance == g.magneticDisturbance &&
+            f.eepromReadbackDiffers == g.eepromReadbackDiffers);
+    QVERIFY(!(f.frozenTimestamps || f.repeatedTimestamps || f.barometerAbsent ||
+              f.magnetometerAbsent || f.boardTemperaturesAbsent || f.imuTemperatureAbsent ||
+              f.magnetometerSaturated || f.littleGpuMemory || f.mcuSilent || f.mcuOpenRefused ||
+              f.eepromWriteRefused));
 }
 
 void TestBenchFile::mistakes_data()

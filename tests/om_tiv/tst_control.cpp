@@ -7,6 +7,8 @@
 #include "bench/hex.h"
 #include "tools/bench_client.h"
 
+#include <om_tiv/camera.h>
+
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
@@ -109,6 +111,11 @@ class TestControl : public QObject
     static void layOutBench()
     {
         theBench().reset();
+        addCamera();
+    }
+
+    static void addCamera()
+    {
         CameraConfig config;
         config.model = MODEL::TIV_P;
         config.serialNumber = serial;
@@ -143,6 +150,65 @@ private slots:
         QVERIFY(camera.at("faults").empty());
         const auto force = camera.at("truth").at("specificForce").get<std::array<double, 3>>();
         QVERIFY(std::abs(force[1] - STANDARD_GRAVITY) < 1e-6);
+    }
+
+    void readingIsWhatTheProgramWasGivenInTheBodysAxes_data()
+    {
+        QTest::addColumn<int>("system");
+        QTest::newRow("image") << static_cast<int>(COORDINATE_SYSTEM::IMAGE);
+        QTest::newRow("y up") << static_cast<int>(COORDINATE_SYSTEM::RIGHT_HANDED_Y_UP);
+    }
+
+    void readingIsWhatTheProgramWasGivenInTheBodysAxes()
+    {
+        QFETCH(int, system);
+        const auto reading = [] {
+            return ask({{"command", "list"}}).at("cameras").at(0).at("reading");
+        };
+        theBench().removeCamera(serial);
+        theBench().clock().setManual(1000 * NS_PER_S);
+        addCamera();
+        QVERIFY(reading().is_null());
+        Camera camera;
+        InitParameters parameters;
+        parameters.coordinateSystem = static_cast<COORDINATE_SYSTEM>(system);
+        parameters.input.setFromSerialNumber(serial, BUS_TYPE::USB);
+        QVERIFY(camera.open(parameters) == ERROR_CODE::SUCCESS);
+        QVERIFY2(reading().is_null(), "nothing is read by opening alone");
+        theBench().clock().advance(100 * NS_PER_MS);
+        SensorsData data;
+        QVERIFY(camera.getSensorsData(data, TIME_REFERENCE::CURRENT) == ERROR_CODE::SUCCESS);
+        const json first = reading();
+        const auto force = first.at("specificForce").get<std::array<double, 3>>();
+        QCOMPARE(force[0], double{data.imu.linearAcceleration.x});
+        QVERIFY2(force[1] > 9.5, "y is up for the bench");
+        QCOMPARE(std::abs(force[1]), std::abs(double{data.imu.linearAcceleration.y}));
+        QCOMPARE(first.at("field").at(0).get<double>(),
+                 double{data.magnetometer.magneticFieldUncalibrated.x});
+        QCOMPARE(first.at("angularVelocity").at(0).get<double>(),
+                 double{data.imu.angularVelocity.x});
+        theBench().changeFaults(serial, [](Faults& faults) { faults.magnetometerAbsent = true; });
+        theBench().clock().advance(100 * NS_PER_MS);
+        QVERIFY2(reading() == first, "what is there and was not read is no reading");
+        QVERIFY(camera.getSensorsData(data, TIME_REFERENCE::CURRENT) == ERROR_CODE::SUCCESS);
+        QVERIFY(reading().at("field").is_null());
+        camera.close();
+        theBench().unplug(serial);
+        theBench().plug(serial);
+        QVERIFY(reading().is_null());
+    }
+
+    void aBenchHoldsSixtyFourCameras()
+    {
+        for (unsigned int i = 1; i < 64; ++i) {
+            const json camera = {{"model", "TIV"}, {"serialNumber", i}};
+            QVERIFY(ask({{"command", "add"}, {"camera", camera}}).at("ok").get<bool>());
+        }
+        const json one = {{"model", "TIV"}, {"serialNumber", 64}};
+        QCOMPARE(ask({{"command", "add"}, {"camera", one}}).at("error").get<std::string>(),
+                 std::string("there are 64 cameras already, as many as are possible"));
+        QVERIFY(ask({{"command", "remove"}, {"serialNumber", 1}}).at("ok").get<bool>());
+        QVERIFY(ask({{"command", "add"}, {"camera", one}}).at("ok").get<bool>());
     }
 
     void refusalsQuoteNothingThatATerminalWouldActUpon()
@@ -331,6 +397,9 @@ private slots:
         row("faults is a text",
             "{\"command\":\"fault\",\"serialNumber\":20000001,\"faults\":\"all\"}",
             "\"faults\" must be an object");
+        row("clear is a text",
+            "{\"command\":\"fault\",\"serialNumber\":20000001,\"clear\":\"yes\"}",
+            "\"clear\" must be true or false");
         row("unknown action",
             "{\"command\":\"eeprom\",\"serialNumber\":20000001,\"action\":\"burn\"}",
             "no action \"burn\"; there are \"show\", \"dump\", \"erase\"");

@@ -7,7 +7,7 @@ import sys
 import rules
 
 root = sys.argv[1]
-SOURCE = "om_tiv/tools/om_bench.cpp"
+SOURCE = "om_tiv/tools/command_line.cpp"
 GUIDE = "docs/bench-guide.md"
 MANUAL = "packaging/man/om-bench.1"
 COMPLETION = "packaging/completion/om-bench"

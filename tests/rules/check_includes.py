@@ -18,7 +18,7 @@ ALLOWED = {
     "viewer": {"viewer", "look", "camera", "charts", "gpu", "recording", "calibration"},
 }
 WITHOUT_QT = ("src/calibration/mag_calib.", "src/calibration/orientcount.")
-WINDOW_MAY = {"bench/geometry.h", "bench/control_server.h"}
+WINDOW_MAY = {"bench/geometry.h", "bench/control_server.h", "bench/one_line.h"}
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.M)
 QT = re.compile(r"^(Q[A-Z]|qwt_|Qt)")
 

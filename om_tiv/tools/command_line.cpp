@@ -1,0 +1,400 @@
+#include "tools/command_line.h"
+
+#include "bench/one_line.h"
+
+#include <CLI/CLI.hpp>
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <filesystem>
+#include <iostream>
+#include <vector>
+
+namespace om::bench {
+
+namespace {
+
+using nlohmann::json;
+
+constexpr int WRONG_USAGE = 2;
+
+// ---- Arguments ----------------------------------------------------------------------------------
+
+std::string unlike(const std::string& wanted, const std::string& text)
+{
+    return "must be " + wanted + ", not \"" + text + "\"";
+}
+
+/// Digits and nothing else: what is empty is no 0, and what begins with 0 is not octal.
+CLI::Validator wholeNumber(std::uint64_t least, std::uint64_t most)
+{
+    return {[least, most](std::string& text) {
+                std::uint64_t value = 0;
+                const char* const end = text.data() + text.size();
+                const auto result = std::from_chars(text.data(), end, value);
+                if (result.ec != std::errc() || result.ptr != end || value < least ||
+                    value > most) {
+                    return unlike("a whole number from " + std::to_string(least) + " to " +
+                                      std::to_string(most),
+                                  text);
+                }
+                text = std::to_string(value);
+                return std::string();
+            },
+            ""};
+}
+
+CLI::Validator serialNumber()
+{
+    return wholeNumber(0, UINT32_MAX);
+}
+
+/// A finite number; its range is the bench's matter.
+CLI::Validator number()
+{
+    return {[](std::string& text) {
+                double value = 0.0;
+                const char* const begin = text.data() + (text.rfind('+', 0) == 0 ? 1 : 0);
+                const char* const end = text.data() + text.size();
+                const auto result = std::from_chars(begin, end, value);
+                const bool sound =
+                    result.ec == std::errc() && result.ptr == end && std::isfinite(value);
+                return sound ? std::string() : unlike("a number", text);
+            },
+            ""};
+}
+
+CLI::Validator someText()
+{
+    return {[](std::string& text) {
+                return text.empty() ? std::string("must not be empty") : std::string();
+            },
+            ""};
+}
+
+/// A fault's value as it stands on the command line: on, off, or what JSON makes of it.
+json faultValue(const std::string& text)
+{
+    if (text == "on" || text == "true") {
+        return true;
+    }
+    if (text == "off" || text == "false") {
+        return false;
+    }
+    json value = json::parse(text, nullptr, false);
+    return value.is_discarded() ? json(text) : value;
+}
+
+// ---- Commands -----------------------------------------------------------------------------------
+
+class CommandLine
+{
+public:
+    CommandLine()
+    {
+        m_app.require_subcommand(1);
+        m_app.fallthrough(); // what stands for all commands may follow one
+        m_app.get_formatter()->column_width(34);
+        m_app
+            .add_option("--socket", m_order.socket,
+                        "Control socket; by default the one running bench is found")
+            ->check(someText());
+        m_app.add_flag("--json", m_order.asJson, "Print the bench's answer as JSON");
+        m_app.set_version_flag("--version", "om-bench " GRAVIMON_VERSION);
+        m_app.footer("SERIAL is a camera's serial number, as in the list. Angles are in degrees.\n"
+                     "Exit status: 0 done, 1 refused, 2 wrong usage, 3 no running bench.");
+
+        command("list", "Cameras with state, motion, samples and faults");
+        addAdd(*command("add", "Put a camera on the bench, plugged in"));
+        takeSerial(*command("remove", "Take a camera off the bench"));
+        takeSerial(*command("plug", "Plug a camera in"));
+        takeSerial(*command("unplug", "Unplug a camera"));
+        addMotion(*command("motion", "Set how a camera moves"));
+        addPose(*command("pose", "Turn a camera to a pose and hold it there"));
+        addField(*command("field", "Show or set the geomagnetic field of the bench"));
+        addDisturbance(
+            *command("disturbance", "Set the strength of a magnetic disturbance at a camera"));
+        addTemperature(*command("temperature", "Show or set the air's temperature at a camera"));
+        addFirmware(*command("firmware", "Show or set a camera's firmware version"));
+        addFault(*command("fault", "Show, set or clear faults of a camera"));
+        addEeprom(*command("eeprom", "The magnetometer calibration in a camera's EEPROM"));
+        addWatch(*command("watch", "Show true values and what the program has read, line by line"));
+    }
+
+    std::optional<Order> read(int argc, const char* const* argv, int& status)
+    {
+        try {
+            m_app.parse(argc, argv);
+            return m_order;
+        } catch (const CLI::ParseError& error) {
+            if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
+                status = m_app.exit(error); // help or version
+            } else {
+                status = WRONG_USAGE;
+                std::cerr << oneLine("om-bench: " + reason(error)) << "\n";
+            }
+            return std::nullopt;
+        }
+    }
+
+private:
+    CLI::App* command(const std::string& name, const std::string& help)
+    {
+        CLI::App* const sub = m_app.add_subcommand(name, help);
+        sub->parse_complete_callback([this, name] { m_order.request["command"] = name; });
+        return sub;
+    }
+
+    void takeSerial(CLI::App& sub)
+    {
+        sub.add_option("SERIAL", m_serial, "Serial number")->required()->transform(serialNumber());
+        sub.callback([this] { m_order.request["serialNumber"] = m_serial; });
+    }
+
+    void addAdd(CLI::App& sub)
+    {
+        sub.add_option("MODEL", m_model, "TIV, TIV_N, TIV_P, TIV_Q, TIV_R or TIV_S")->required();
+        sub.add_option("SERIAL", m_serial, "Serial number")->required()->transform(serialNumber());
+        sub.add_option("--id", m_id, "Camera id; by default the position in the list")
+            ->transform(wholeNumber(0, 255));
+        sub.add_option("--firmware", m_firmware, "Firmware version")
+            ->transform(wholeNumber(0, 65535));
+        sub.add_option("--motion", m_motion, "Motion at the start")->capture_default_str();
+        CLI::Option* const replay =
+            sub.add_option("--replay", m_replay, "CSV recording to play in place of the physics")
+                ->check(someText());
+        sub.add_flag("--once", m_once,
+                     "End the recording at its last row in place of beginning anew")
+            ->needs(replay);
+        sub.add_flag("--unplugged", m_unplugged, "Not plugged in");
+        sub.callback([this] {
+            json camera{{"model", m_model},
+                        {"serialNumber", m_serial},
+                        {"motion", m_motion},
+                        {"plugged", !m_unplugged}};
+            if (m_id) {
+                camera["id"] = *m_id;
+            }
+            if (m_firmware) {
+                camera["firmware"] = *m_firmware;
+            }
+            if (!m_replay.empty()) {
+                camera["replay"] = std::filesystem::absolute(m_replay).string();
+                camera["replayLoop"] = !m_once;
+            }
+            m_order.request["camera"] = camera;
+        });
+    }
+
+    void addMotion(CLI::App& sub)
+    {
+        takeSerial(sub);
+        sub.add_option("MOTION", m_motion, "\"at rest\", hand-held, tumble, fall or posed")
+            ->required();
+        sub.callback([this] {
+            m_order.request["serialNumber"] = m_serial;
+            m_order.request["motion"] = m_motion;
+        });
+    }
+
+    void addPose(CLI::App& sub)
+    {
+        takeSerial(sub);
+        sub.add_option("HEADING", m_heading, "Clockwise from geographic north")
+            ->required()
+            ->check(number());
+        sub.add_option("PITCH", m_pitch, "Nose up")->required()->check(number());
+        sub.add_option("ROLL", m_roll, "Right side down")->required()->check(number());
+        sub.add_option("--glide", m_glide, "Seconds that the turn takes")
+            ->capture_default_str()
+            ->check(number());
+        sub.add_option("--spin", m_spin, "Rates about the body's axes at which it turns on")
+            ->expected(3)
+            ->type_name("X Y Z")
+            ->check(number());
+        sub.callback([this] {
+            json& request = m_order.request;
+            request["serialNumber"] = m_serial;
+            request["pose"] = {{"heading", m_heading}, {"pitch", m_pitch}, {"roll", m_roll}};
+            request["glide"] = m_glide;
+            if (!m_spin.empty()) {
+                request["spin"] = m_spin;
+            }
+        });
+    }
+
+    void addField(CLI::App& sub)
+    {
+        sub.add_option("STRENGTH", m_field[0], "uT")->check(number());
+        sub.add_option("INCLINATION", m_field[1], "Below the horizon")->check(number());
+        sub.add_option("DECLINATION", m_field[2], "To the east")->check(number());
+        sub.callback([this] {
+            if (m_field[2]) {
+                m_order.request["field"] = {{"strength", *m_field[0]},
+                                            {"inclination", *m_field[1]},
+                                            {"declination", *m_field[2]}};
+            } else if (m_field[0]) {
+                throw CLI::ValidationError(
+                    "field", "takes strength, inclination and declination, or nothing");
+            }
+        });
+    }
+
+    void addDisturbance(CLI::App& sub)
+    {
+        takeSerial(sub);
+        sub.add_option("STRENGTH", m_strength, "uT, 0 for none")->required()->check(number());
+        sub.callback([this] {
+            m_order.request = {{"command", "fault"},
+                               {"serialNumber", m_serial},
+                               {"faults", {{"magneticDisturbance", m_strength}}}};
+        });
+    }
+
+    void addTemperature(CLI::App& sub)
+    {
+        takeSerial(sub);
+        sub.add_option("CELSIUS", m_celsius, "Degrees Celsius; the sensors follow within a minute")
+            ->check(number());
+        sub.callback([this] {
+            m_order.request["serialNumber"] = m_serial;
+            if (m_celsius) {
+                m_order.request["temperature"] = *m_celsius;
+            }
+        });
+    }
+
+    void addFirmware(CLI::App& sub)
+    {
+        takeSerial(sub);
+        sub.add_option("VERSION", m_firmware, "Seen when the program next opens the camera")
+            ->transform(wholeNumber(0, 65535));
+        sub.callback([this] {
+            m_order.request["serialNumber"] = m_serial;
+            if (m_firmware) {
+                m_order.request["firmware"] = *m_firmware;
+            }
+        });
+    }
+
+    void addFault(CLI::App& sub)
+    {
+        takeSerial(sub);
+        sub.add_option("NAME", m_faultName,
+                       "Name of the fault, or \"none\" to clear all; without it all are shown")
+            ->check(someText());
+        CLI::Option* const value =
+            sub.add_option("VALUE", m_faultText, "on, off, or the fault's number")
+                ->capture_default_str();
+        sub.callback([this, value] {
+            m_order.request["serialNumber"] = m_serial;
+            if (m_faultName == "none") {
+                if (value->count() > 0) {
+                    throw CLI::ValidationError("none", "takes no value");
+                }
+                m_order.request["clear"] = true;
+            } else if (!m_faultName.empty()) {
+                m_order.request["faults"] = {{m_faultName, faultValue(m_faultText)}};
+            }
+        });
+    }
+
+    void addEeprom(CLI::App& sub)
+    {
+        sub.require_subcommand(1);
+        const auto action = [&](const std::string& name, const std::string& help) {
+            CLI::App* const done = sub.add_subcommand(name, help);
+            takeSerial(*done);
+            done->callback([this, name] {
+                m_order.request["serialNumber"] = m_serial;
+                m_order.request["action"] = name;
+            });
+            return done;
+        };
+        action("show", "Scales and offsets of the sensor axes");
+        action("dump", "Write the image as it is kept")
+            ->add_option("FILE", m_order.dumpFile, "Target file")
+            ->required()
+            ->check(someText());
+        action("erase", "Make the calibration neutral");
+    }
+
+    void addWatch(CLI::App& sub)
+    {
+        sub.add_option("SERIAL", m_watch.serial, "Serial number; by default all plugged cameras")
+            ->transform(serialNumber());
+        sub.add_option("--count", m_watch.count, "Number of times, 0 for ever")
+            ->capture_default_str()
+            ->transform(wholeNumber(0, 1000000000));
+        sub.add_option("--interval", m_watch.interval, "Seconds between two")
+            ->capture_default_str()
+            ->check(number())
+            ->check(CLI::Range(0.01, 3600.0));
+        sub.callback([this] {
+            m_order.request["command"] = "list";
+            m_order.watch = m_watch;
+        });
+    }
+
+    /// What is wrong, and where the usage is told.
+    std::string reason(const CLI::ParseError& error) const
+    {
+        const CLI::App* last = &m_app; // the innermost command that was recognised
+        std::string name = "om-bench";
+        while (!last->get_subcommands().empty()) {
+            last = last->get_subcommands().front();
+            name += " " + last->get_name();
+        }
+        std::string known;
+        for (const CLI::App* const sub :
+             last->get_subcommands([](const CLI::App*) { return true; })) {
+            known += (known.empty() ? "" : ", ") + sub->get_name();
+        }
+        // What is unknown counts, not what it leaves missing.
+        const std::vector<std::string> strange = m_app.remaining(true);
+        std::string what = error.what();
+        if (!known.empty()) {
+            what =
+                strange.empty() ? "a command is missing" : "no command \"" + strange.front() + "\"";
+            what += "; there are " + known;
+        } else if (!strange.empty()) {
+            what = "\"" + strange.front() + "\" is not expected";
+        }
+        return what + "; see " + name + " --help";
+    }
+
+    CLI::App m_app{"Controls the virtual bench of a running Gravimon.", "om-bench"};
+    Order m_order;
+
+    // What the options of the commands fill; only one command is read.
+    unsigned int m_serial = 0;
+    std::string m_model;
+    std::string m_motion = "tumble";
+    std::optional<int> m_id;
+    std::optional<unsigned int> m_firmware;
+    bool m_unplugged = false;
+    std::string m_replay;
+    bool m_once = false;
+    double m_heading = 0.0;
+    double m_pitch = 0.0;
+    double m_roll = 0.0;
+    double m_glide = 0.3;
+    std::vector<double> m_spin;
+    std::array<std::optional<double>, 3> m_field; ///< given one after the other
+    double m_strength = 0.0;
+    std::optional<double> m_celsius;
+    std::string m_faultName;
+    std::string m_faultText = "on";
+    Order::Watch m_watch;
+};
+
+} // namespace
+
+std::optional<Order> readCommandLine(int argc, const char* const* argv, int& status)
+{
+    return CommandLine().read(argc, argv, status);
+}
+
+} // namespace om::bench
