@@ -27,7 +27,8 @@ inline void requireOneLine(const std::string& text)
 {
     require(!text.empty(), "a message has a text");
     for (const char c : text) {
-        require((c < 0 || c >= ' ') && c != 127, "a message is one line of text: " + text);
+        const auto byte = static_cast<unsigned char>(c); // a char has no sign on ARM
+        require(byte >= ' ' && byte != 127, "a message is one line of text: " + text);
     }
 }
 
