@@ -2,20 +2,26 @@
 
 #include "support/viewersession.h"
 
+#include "bench/virtual_camera.h"
 #include "calibration/magcalibdlg.h"
 #include "look/Style.h"
 #include "recording/recorder.h"
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QElapsedTimer>
+#include <QFileInfo>
 #include <QPushButton>
 #include <QSettings>
 #include <QStorageInfo>
 #include <QTemporaryDir>
 #include <QToolButton>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <thread>
+
 #include <sys/resource.h>
 
 using namespace viewersession;
@@ -45,6 +51,21 @@ QString nine(double value)
 {
     return QString::asprintf("%.9f", value);
 }
+
+/// The rows of a recording as lists of fields.
+QList<QStringList> rowsOf(const QString& path)
+{
+    QList<QStringList> rows;
+    for (const QString& line : linesOf(path).mid(1)) {
+        if (!line.isEmpty()) {
+            rows << line.split(QLatin1Char(','));
+        }
+    }
+    return rows;
+}
+
+/// Fields of a row that are of the moment of recording: the index and three times.
+constexpr int OWN_FIELDS = 4;
 
 void press(QAbstractButton* button)
 {
@@ -77,6 +98,41 @@ private:
     {
         return linesOf(filePath()).size() - 2;
     } // without header and the last line's end
+
+    /// Lets the program have the next sample of the stopped bench and waits until it took it.
+    void giveSample(const om::bench::SensorSource& source, std::uint64_t number)
+    {
+        // The pace of the rows goes by the wall clock.
+        std::this_thread::sleep_for(std::chrono::milliseconds(4));
+        const int before = viewer->samples();
+        om::bench::Clock& clock = bench().clock();
+        clock.advance(source.timeOf(om::bench::STREAM::IMU, number) - clock.now());
+        QElapsedTimer waited;
+        waited.start();
+        while (viewer->samples() == before && waited.elapsed() < 5000) {
+            std::this_thread::sleep_for(std::chrono::microseconds(100));
+        }
+        QVERIFY2(viewer->samples() == before + 1, qPrintable(QString::number(number)));
+    }
+
+    /// Records so many samples one by one.
+    void recordSampleBySample(unsigned int serial, int count)
+    {
+        bench().clock().setManual();
+        const auto source = bench().camera(serial)->source();
+        const auto now = bench().clock().now();
+        std::uint64_t number = source->newest(om::bench::STREAM::IMU, now).value();
+        press(viewer->ui->toolButton_save);
+        QVERIFY(viewer->probe.recording);
+        while (rows() == 0) { // the first call in the process writes none
+            giveSample(*source, ++number);
+        }
+        for (int i = 1; i < count && !QTest::currentTestFailed(); ++i) {
+            giveSample(*source, ++number);
+        }
+        press(viewer->ui->toolButton_save);
+        bench().clock().setReal();
+    }
 
 private slots:
     void initTestCase() { letRowsMeetAClosedFile(); }
@@ -622,6 +678,61 @@ private slots:
         store.clear();
         const QStringList lines = linesOf(filePath());
         QCOMPARE(lines.at(lines.size() - 2).count(QLatin1Char(',')), 23);
+    }
+
+    void everySampleOfARecordingIsRecordedAgainToTheLastDigit()
+    {
+        constexpr int count = 1500;
+        open(om::MODEL::TIV_Q, serialQ, om::bench::MOTION::TUMBLE);
+        recordSampleBySample(serialQ, count);
+        const QString first = filePath();
+        const QList<QStringList> played = rowsOf(first);
+        QCOMPARE(played.size(), count);
+        viewer.reset();
+
+        bench().reset();
+        om::bench::CameraConfig config = camera(om::MODEL::TIV_Q, serialP);
+        config.replay = first.toStdString();
+        bench().addCamera(config);
+        viewer = std::make_unique<Viewer>();
+        viewer->probe.recOptions.saveFolder = folder->path();
+        QTRY_VERIFY_WITH_TIMEOUT(viewer->streams(serialP), 20000);
+        recordSampleBySample(serialP, count);
+        QVERIFY(filePath() != first);
+        const QList<QStringList> again = rowsOf(filePath());
+        QCOMPARE(again.size(), count);
+
+        // It begins amid the recording, and goes once around its end.
+        const auto values = [](const QStringList& row) { return row.mid(OWN_FIELDS); };
+        int place = 0;
+        while (place < count && values(played[place]) != values(again[0])) {
+            ++place;
+        }
+        QVERIFY2(place < count, "the first row is none of those that are played");
+        int magnetometer = 0;
+        int barometer = 0;
+        for (int i = 0; i < count; ++i) {
+            const QStringList& row = played[(place + i) % count];
+            QCOMPARE(values(again[i]), values(row));
+            if (i == 0 || (place + i) % count == 0) {
+                continue;
+            }
+            // Its times go on as the recorded ones; a number of their size rounds a little.
+            const QStringList& former = played[(place + i) % count - 1];
+            for (int field = 1; field < OWN_FIELDS; ++field) {
+                const double step = again[i][field].toDouble() - again[i - 1][field].toDouble();
+                const double wanted = row[field].toDouble() - former[field].toDouble();
+                if (field == 1) {
+                    QVERIFY2(std::abs(step - wanted) < 2e-6, qPrintable(QString::number(i)));
+                } else {
+                    QCOMPARE(step > 0.0, wanted > 0.0); // new readings where they were new
+                    (field == 2 ? magnetometer : barometer) += step > 0.0;
+                }
+            }
+        }
+        // 50 and 25 readings a second against 400 samples.
+        QVERIFY(std::abs(magnetometer - count / 8) < 5);
+        QVERIFY(std::abs(barometer - count / 16) < 5);
     }
 
     void acceptedOptionsReachTheWindow()
