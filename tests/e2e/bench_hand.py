@@ -70,6 +70,23 @@ class BenchWindow:
             command += ["sleep", 0.15]
         screen.xdotool(*command, "mouseup", 1)
 
+    # ---- The panel ------------------------------------------------------------------------------
+
+    # Middles of what is on it below the window's upper edge, while it is not scrolled.
+    SLIDERS = {"temperature": 250, "disturbance": 299, "strength": 386, "inclination": 435, "declination": 484}
+    SWITCHES = {"openResult": 576, "openDelay": 636, "littleGpuMemory": 664, "oldFirmware": 690}
+
+    def slide(self, name, begin, end):
+        """Drags a slider's handle; where it is and goes to are shares of its range."""
+        x, y, width, _ = self.area
+        places = [(round(x + width - 319 + share * 284), y + self.SLIDERS[name]) for share in (begin, (begin + end) / 2, end)]
+        screen.xdotool("mousemove", *places[0], "mousedown", 1, "sleep", 0.05, "mousemove", *places[1], "sleep", 0.05,
+                       "mousemove", *places[2], "sleep", 0.05, "mouseup", 1)
+
+    def switch(self, name):
+        x, y, width, _ = self.area
+        screen.click((x + width - 63, y + self.SWITCHES[name] - 10, 36, 20))
+
     def end(self, how=signal.SIGTERM):
         """Exit status; what it said is in stderr."""
         if self.process.poll() is None:

@@ -7,9 +7,11 @@ import os
 import pathlib
 import subprocess
 import tempfile
+import time
 
 import bench_hand
 import calibration_control as calibration
+import livefile
 import screen
 import world
 from bench_hand import BenchWindow, angle_between
@@ -159,6 +161,72 @@ class Turning(HandTest):
         program.wait_for_streaming(TIV_P)
         screen.click(window.plug)
         wait_for("the camera is there again", lambda: program.state(TIV_Q) == "plugged")
+        self.close_window(window)
+        self.close(program)
+
+
+class Panel(HandTest):
+
+    BESIDE_RECORD = (380, 180, 820, 780)
+
+    def test_sliders_reach_the_values_of_the_program(self):
+        program = self.start_streaming(TIV_Q, bench=[world.camera("TIV_Q", TIV_Q, motion="at rest")])
+        window = self.window_on(program, area=self.BESIDE_RECORD)
+        live = livefile.LiveFile(program)
+
+        def field(row):
+            return [row[f"mag{axis}[uT]"] for axis in "XYZ"]
+        at_first = live.latest()
+        window.slide("temperature", 0.5, 1.0)
+        wait_for("60 degrees", lambda: program.om_bench("temperature", TIV_Q)["temperature"] == 60.0)
+        live.wait_until("a warmer camera", lambda r: r["temp_imu[C]"] > at_first["temp_imu[C]"] + 5.0)
+        # The earth's field: straight down, as strong as can be, then from the south.
+        window.slide("inclination", (64.0 + 90.0) / 180.0, 1.0)
+        window.slide("strength", 0.48, 1.0)
+        window.slide("declination", (2.5 + 180.0) / 360.0, 0.0)
+        wait_for("another field", lambda: program.om_bench("field")["field"] ==
+                 {"strength": 100.0, "inclination": 90.0, "declination": -180.0})
+        live.wait_until("a field that points down", lambda r: field(r)[1] < -100.0)
+        window.slide("disturbance", 0.0, 1.0)
+        wait_for("the disturbance",
+                 lambda: program.cameras()[TIV_Q]["faults"].get("magneticDisturbance") == 200.0)
+
+        def spread():
+            rows = live.wait_for_more(300)
+            return max(max(r[f"mag{axis}[uT]"] for r in rows) - min(r[f"mag{axis}[uT]"] for r in rows) for axis in "XYZ")
+        wait_for("a field that swings", lambda: spread() > 60.0)
+        window.slide("disturbance", 1.0, 0.0)
+        wait_for("a field at rest", lambda: spread() < 10.0)
+        live.stop()
+        self.close_window(window)
+        self.close(program)
+
+    def test_fault_switches_reach_the_program(self):
+        program = self.start_streaming(TIV_Q, bench=[world.camera("TIV_Q", TIV_Q)])
+        window = self.window_on(program, area=self.BESIDE_RECORD)
+
+        def faults():
+            return program.cameras()[TIV_Q]["faults"]
+        window.switch("openResult")
+        wait_for("a refusing camera", lambda: faults() == {"openResult": 1})
+        screen.click(window.plug)
+        program.wait_for_state(TIV_Q, "unplugged")
+        screen.click(window.plug)
+        program.wait_for_state(TIV_Q, "plugged")
+        # While it refuses nothing streams.
+        before = program.samples_read(TIV_Q)
+        time.sleep(2.0)
+        self.assertEqual((program.state(TIV_Q), program.samples_read(TIV_Q)), ("plugged", before))
+        window.switch("oldFirmware")
+        wait_for("old firmware", lambda: program.cameras()[TIV_Q]["firmware"] < 1142)
+        window.switch("openResult")
+        wait_for("no fault", lambda: faults() == {})
+        calibration.answer(program, "Warning")
+        program.wait_for_streaming(TIV_Q)
+        window.switch("littleGpuMemory")
+        wait_for("too little memory", lambda: faults() == {"littleGpuMemory": True})
+        window.switch("littleGpuMemory")
+        wait_for("no fault", lambda: faults() == {})
         self.close_window(window)
         self.close(program)
 
