@@ -473,6 +473,59 @@ class Commands(OmBenchTest):
         return left == right and len(left) == 1
 
 
+class SharedSocket(OmBenchTest):
+
+    def test_second_program_says_that_the_socket_is_taken_and_streams(self):
+        program = self.begin()
+        second = self.start(environment={"OM_TIV_CONTROL": str(program.control)})
+        wait_for("a line on standard error", second.errors)
+        self.assertEqual(second.errors(),
+                         [f"om_tiv: no control socket: {program.control}: another process serves this socket"])
+        screen.wait_for_window(second.pid, "Gravimon")
+        # The first one still has it, also when the second has gone.
+        self.ask("unplug", TIV_Q)
+        self.assertEqual(program.state(TIV_Q), "unplugged")
+        program.wait_for_streaming(TIV_P)
+        self.assertEqual(second.end(), 0)
+        self.assertEqual(program.state(TIV_P), "streaming")
+        self.close(program)
+
+    def test_socket_of_a_killed_program_is_taken_over(self):
+        first = self.start_streaming()
+        first.end(signal.SIGKILL)
+        self.assertTrue(first.control.exists())
+        status, output, errors = om_bench("list", control=first.control)
+        self.assertEqual((status, output, errors), (NO_BENCH, "", f"om-bench: {first.control}: Connection refused\n"))
+        self.program = program = self.start(environment={"OM_TIV_CONTROL": str(first.control)})
+        program.control = first.control
+        program.wait_for_streaming(TIV_Q)
+        self.assertIn("streaming", self.ask("list"))
+        self.close(program)
+        self.assertFalse(first.control.exists())
+
+    def test_program_that_stands_still_is_told_in_one_line(self):
+        program = self.begin()
+        program.process.send_signal(signal.SIGSTOP)
+        try:
+            status, output, errors = om_bench("list", control=program.control)
+        finally:
+            program.process.send_signal(signal.SIGCONT)
+        self.assertEqual((status, output, errors), (NO_BENCH, "", "om-bench: the bench does not answer\n"))
+        self.ask("list")
+        self.close(program)
+
+    def test_place_that_takes_no_socket_is_told_in_one_line(self):
+        for place, reason in (("/proc/gravimon/bench.sock", "/proc/gravimon: "), ("/etc/passwd", "/etc/passwd: there is "
+                              "something that is not a socket"), ("/tmp/" + 120 * "x", "the path is longer than")):
+            with self.subTest(place):
+                program = self.start(environment={"OM_TIV_CONTROL": place})
+                wait_for("a line on standard error", program.errors)
+                screen.wait_for_window(program.pid, "Gravimon")
+                self.assertEqual(program.end(), 0)
+                self.assertEqual(len(program.errors()), 1, program.errors())
+                self.assertIn(reason, program.errors()[0])
+
+
 class HostileClients(OmBenchTest):
 
     def connect(self):
