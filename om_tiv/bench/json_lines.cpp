@@ -114,7 +114,9 @@ public:
                      const nlohmann::detail::exception& error) override
     {
         // "[json.exception.parse_error.101] parse error at line 3, column 5: syntax error ..."
+        // "[json.exception.out_of_range.406] number overflow parsing '1e999'"
         std::string reason = error.what();
+        reason.erase(0, reason.rfind('[', 0) == 0 ? reason.find("] ") + 2 : 0);
         const std::size_t column = reason.find("column ");
         const std::size_t colon = reason.find(": ", column == std::string::npos ? 0 : column);
         if (colon != std::string::npos) {

@@ -119,7 +119,7 @@ private:
 
 QString TestBenchFile::write(const QString& text)
 {
-    const QString path = m_folder.filePath("bench.json");
+    QString path = m_folder.filePath("bench.json");
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(text.toUtf8()) < 0) {
         qFatal("can't write");
@@ -524,6 +524,12 @@ void TestBenchFile::mistakesNameTheirLine_data()
     QTest::newRow("number at the end of a line")
         << "{\"cameras\": [{\"model\": \"TIV\",\n\"serialNumber\": 1,\n\"altitude\": 99999\n}]}"
         << "bench.json:3: cameras[0].altitude";
+    QTest::newRow("number beyond all") << "{\"cameras\": [],\n\"field\": {\"strength\": 1e999}}"
+                                       << "bench.json:2: number overflow";
+    QTest::newRow("no number") << "{\"cameras\": [],\n\"field\": {\"strength\": NaN}}"
+                               << "bench.json:2: syntax error";
+    QTest::newRow("cut within UTF-8")
+        << QString::fromLatin1("{\"cameras\": [],\n\"\xc3") << "bench.json:2: syntax error";
     QTest::newRow("key given twice") << "{\"cameras\": [],\n\n\"cameras\": []}"
                                      << "bench.json:3: cameras: given twice";
     QTest::newRow("unknown key in a deep place")

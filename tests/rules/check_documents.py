@@ -1,4 +1,5 @@
-"""Links of the documents lead somewhere, and the commands of om-bench that they name exist."""
+"""Links of the documents lead somewhere, the README opens the way to all of them on two screens, and the commands
+of om-bench that they name exist."""
 
 import os
 import re
@@ -11,6 +12,7 @@ SOURCE = "om_tiv/tools/command_line.cpp"
 GUIDE = "docs/bench-guide.md"
 MANUAL = "packaging/man/om-bench.1"
 COMPLETION = "packaging/completion/om-bench"
+TWO_SCREENS = 80  # lines
 LINK = re.compile(r"\[[^\]\n]*(?:\n[^\]\n]*)?\]\(([^)\s]+)\)")
 
 documents = rules.tracked(root, "*.md")
@@ -49,6 +51,17 @@ for path, text in texts.items():
             problems.append(f"{where}: {match.group(1)}: no such heading")
 problems += [f"{path}: no document links to it" for path in documents
              if path.startswith("docs/") and path not in linked]
+readme = texts.get("README.md", "")
+problems += [f"README.md: no link to {path}" for path in documents
+             if path.startswith("docs/") and f"({path})" not in readme]
+if not re.search(r"!\[[^\]]+\]\(docs/images/", readme.split("\n## ")[0]):
+    problems.append("README.md: it does not open with a picture")
+if readme.count("\n") > TWO_SCREENS:
+    problems.append(f"README.md: {readme.count(chr(10))} lines do not fit two screens of {TWO_SCREENS // 2}")
+pictured = {os.path.normpath(os.path.join(os.path.dirname(path), match.group(1)))
+            for path, text in texts.items() for match in LINK.finditer(text)}
+problems += [f"{path}: no document shows it" for path in sorted(known)
+             if path.startswith("docs/images/") and path not in pictured]
 if not links:
     problems.append("no relative link found: the check would pass without checking anything")
 
