@@ -25,6 +25,11 @@ double seconds(Nanoseconds from, Nanoseconds to)
     return to <= from ? 0.0 : static_cast<double>(to - from) * 1e-9;
 }
 
+bool isSame(const Quaternion& a, const Quaternion& b)
+{
+    return a.w == b.w && a.x == b.x && a.y == b.y && a.z == b.z;
+}
+
 /// From 0 to 1 with the first two derivatives 0 at both ends.
 double smooth(double u)
 {
@@ -257,7 +262,12 @@ BodyState MotionTimeline::stateIn(const Segment& segment, double t)
     // Both poses are taken from the same motion, so that a jump from one to the next has no rate.
     const Quaternion before = poseIn(segment, t - DIFFERENCE_STEP);
     const Quaternion after = poseIn(segment, t + DIFFERENCE_STEP);
-    state.angularVelocity = (0.5 / DIFFERENCE_STEP) * toRotationVector(conjugate(before) * after);
+    // A body at rest doesn't turn at all; where processors fuse a product with a sum, as on ARM,
+    // the quaternions' product would leave a last digit.
+    if (!isSame(before, after)) {
+        state.angularVelocity =
+            (0.5 / DIFFERENCE_STEP) * toRotationVector(conjugate(before) * after);
+    }
 
     Vector acceleration;
     if (segment.motion == MOTION::HAND_HELD) {
