@@ -10,8 +10,8 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <memory>
+#include <system_error>
 
 namespace om::bench {
 
@@ -324,7 +324,8 @@ bool readBenchFile(const std::string& path, BenchDescription& description, std::
         text.resize(std::fread(text.data(), 1, text.size(), file.get()));
     }
     if (!file || std::ferror(file.get()) != 0) {
-        error = errorLine(path, 0, std::string("can't be read: ") + std::strerror(errno));
+        error = errorLine(path, 0,
+                          std::string("can't be read: ") + std::generic_category().message(errno));
         return false;
     }
     if (text.size() > MOST_BYTES) {

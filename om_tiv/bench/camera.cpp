@@ -33,11 +33,13 @@ void InputType::setFromCameraID(int id, BUS_TYPE bus)
     m_bus = bus;
 }
 
+// The interface takes its strings and records by value; they have no move.
+// NOLINTBEGIN(performance-unnecessary-value-param)
 void InputType::setFromQVRFile(String path)
 {
     *this = InputType();
     m_kind = KIND::RECORDED_FILE;
-    m_path = std::move(path);
+    m_path = path;
 }
 
 InitParameters::InitParameters(RESOLUTION resolution_, int fps_, bool enableRecording_,
@@ -53,13 +55,14 @@ InitParameters::InitParameters(RESOLUTION resolution_, int fps_, bool enableReco
       coordinateUnits(coordinateUnits_), coordinateSystem(coordinateSystem_), verbosity(verbosity_),
       gpuId(gpuId_), depthMinimum(depthMinimum_), depthMaximum(depthMaximum_),
       disableSelfCalibration(disableSelfCalibration_), imageFlip(imageFlip_),
-      rightSideMeasure(rightSideMeasure_), logFile(std::move(logFile_)),
-      depthStabilization(depthStabilization_), cudaContext(cudaContext_), input(std::move(input_)),
-      settingsPath(std::move(settingsPath_)), sensorsRequired(sensorsRequired_),
-      imageEnhancement(imageEnhancement_), calibrationPath(std::move(calibrationPath_)),
+      rightSideMeasure(rightSideMeasure_), logFile(logFile_),
+      depthStabilization(depthStabilization_), cudaContext(cudaContext_), input(input_),
+      settingsPath(settingsPath_), sensorsRequired(sensorsRequired_),
+      imageEnhancement(imageEnhancement_), calibrationPath(calibrationPath_),
       openTimeout(openTimeout_), asyncRecovery(asyncRecovery_), grabRateLimit(grabRateLimit_),
       imageValidation(imageValidation_)
 {}
+// NOLINTEND(performance-unnecessary-value-param)
 
 RuntimeParameters::RuntimeParameters(bool enableDepth_, bool enableFill_, int confidenceThreshold_,
                                      int textureThreshold_, REFERENCE_FRAME referenceFrame_,

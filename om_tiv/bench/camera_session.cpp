@@ -3,6 +3,7 @@
 #include "bench/bench.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <thread>
 #include <utility>
@@ -93,10 +94,10 @@ std::shared_ptr<CameraSession> CameraSession::open(const InitParameters& asked,
             return nullptr;
         }
         settle(parameters, modeOf(asked.resolution, recording.model), recording.model);
-        parameters.fps = std::max(static_cast<int>(recording.frameRate + 0.5), 1);
+        parameters.fps = std::max(static_cast<int>(std::lround(recording.frameRate)), 1);
         information = {recording.serialNumber, recording.model, recording.firmwareVersion,
                        Resolution(recording.width, recording.height)};
-        auto session = std::make_shared<CameraSession>(parameters, information, onLost);
+        auto session = std::make_shared<CameraSession>(parameters, information, std::move(onLost));
         result = session->attachFile(std::move(recording));
         return result == ERROR_CODE::SUCCESS ? session : nullptr;
     }
@@ -118,7 +119,7 @@ std::shared_ptr<CameraSession> CameraSession::open(const InitParameters& asked,
     settle(parameters, mode, device->model());
     information = {device->serialNumber(), device->model(), device->config().firmwareVersion,
                    mode.size};
-    auto session = std::make_shared<CameraSession>(parameters, information, onLost);
+    auto session = std::make_shared<CameraSession>(parameters, information, std::move(onLost));
     result = session->attach(std::move(device));
     return result == ERROR_CODE::SUCCESS ? session : nullptr;
 }
@@ -151,7 +152,7 @@ ERROR_CODE CameraSession::findDevice(const InputType& input, std::shared_ptr<Vir
     return ERROR_CODE::NOT_DETECTED;
 }
 
-CameraSession::CameraSession(InitParameters parameters, CameraInformation information,
+CameraSession::CameraSession(InitParameters parameters, const CameraInformation& information,
                              std::function<void()> onLost)
     : m_parameters(std::move(parameters)), m_information(information), m_onLost(std::move(onLost)),
       m_picture(m_parameters)

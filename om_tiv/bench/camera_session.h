@@ -28,7 +28,7 @@ public:
     static std::shared_ptr<CameraSession> open(const InitParameters& parameters,
                                                std::function<void()> onLost, ERROR_CODE& result);
 
-    CameraSession(InitParameters parameters, CameraInformation information,
+    CameraSession(InitParameters parameters, const CameraInformation& information,
                   std::function<void()> onLost);
     ~CameraSession();
     CameraSession(const CameraSession&) = delete;

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -34,8 +35,7 @@ constexpr std::size_t maxOutput = 4 * 1024 * 1024;
 
 std::string reason(const std::string& what)
 {
-    return what + ": " +
-           std::strerror(errno); // NOLINT(concurrency-mt-unsafe): glibc's is thread-safe
+    return what + ": " + std::generic_category().message(errno);
 }
 
 /// Whether somebody listens at the address.
@@ -50,7 +50,6 @@ bool isAlive(const sockaddr_un& address)
 
 std::string controlFolder()
 {
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): read at start, nobody sets it meanwhile
     const char* runtime = std::getenv("XDG_RUNTIME_DIR");
     if (runtime != nullptr && runtime[0] == '/') {
         return std::string(runtime) + "/gravimon";
@@ -60,7 +59,6 @@ std::string controlFolder()
 
 std::string controlPath()
 {
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): as above
     const char* given = std::getenv("OM_TIV_CONTROL");
     if (given != nullptr && given[0] != '\0') {
         return std::strcmp(given, "off") == 0 ? std::string() : given;

@@ -7,12 +7,14 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -117,7 +119,7 @@ std::string damageOf(const std::vector<std::uint8_t>& image, unsigned int serial
 
 [[noreturn]] void fail(const std::string& path)
 {
-    throw std::runtime_error(path + ": " + std::strerror(errno));
+    throw std::runtime_error(path + ": " + std::generic_category().message(errno));
 }
 
 } // namespace
@@ -158,8 +160,11 @@ std::string eepromFolder()
         return std::string(state) + "/gravimon/eeprom";
     }
     const char* home = std::getenv("HOME");
+    std::array<char, 16384> strings;
+    passwd entry;
     if (home == nullptr || *home == 0) {
-        const passwd* user = ::getpwuid(::getuid());
+        passwd* user = nullptr;
+        ::getpwuid_r(::getuid(), &entry, strings.data(), strings.size(), &user);
         home = user != nullptr ? user->pw_dir : nullptr;
     }
     return home != nullptr ? std::string(home) + "/.local/state/gravimon/eeprom" : std::string();
@@ -208,7 +213,7 @@ MagCalibration EepromStore::load(unsigned int serial, Image& image)
         if (m_folder.empty() || errno == ENOENT || errno == ENOTDIR) {
             return image.calibration;
         }
-        damage = std::strerror(errno);
+        damage = std::generic_category().message(errno);
     } else {
         std::size_t have = 0;
         ssize_t got = 0;
@@ -217,7 +222,7 @@ MagCalibration EepromStore::load(unsigned int serial, Image& image)
             have += got > 0 ? static_cast<std::size_t>(got) : 0;
         } while ((got > 0 && have < bytes.size()) || (got < 0 && errno == EINTR));
         bytes.resize(have);
-        damage = got < 0 ? std::strerror(errno) : damageOf(bytes, serial);
+        damage = got < 0 ? std::generic_category().message(errno) : damageOf(bytes, serial);
     }
     if (damage.empty()) {
         image.reported.clear();

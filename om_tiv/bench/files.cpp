@@ -30,7 +30,7 @@ bool Descriptor::close()
 std::string makeFolders(const std::string& folder)
 {
     for (std::size_t end = folder.find('/', 1);; end = folder.find('/', end + 1)) {
-        const std::string part = folder.substr(0, end);
+        std::string part = folder.substr(0, end);
         struct stat status = {};
         if (::mkdir(part.c_str(), 0700) != 0 &&
             (errno != EEXIST || ::stat(part.c_str(), &status) != 0 || !S_ISDIR(status.st_mode))) {

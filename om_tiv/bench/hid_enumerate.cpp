@@ -15,8 +15,10 @@
 #include <string>
 
 extern "C" {
+// NOLINTBEGIN(bugprone-reserved-identifier): the linker makes these names
 hid_device_info* __real_hid_enumerate(unsigned short vendor, unsigned short product);
 hid_device_info* __wrap_hid_enumerate(unsigned short vendor, unsigned short product);
+// NOLINTEND(bugprone-reserved-identifier)
 }
 
 namespace {

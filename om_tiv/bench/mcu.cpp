@@ -16,11 +16,8 @@ namespace om {
 using bench::Bench;
 using bench::CALL;
 using bench::CallRecord;
-using bench::HeadingMonitor;
-using bench::HeadingQuality;
 using bench::MagCalibration;
 using bench::Nanoseconds;
-using bench::STREAM;
 using bench::Vector;
 using bench::VirtualCamera;
 

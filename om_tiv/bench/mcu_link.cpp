@@ -14,7 +14,6 @@ namespace om {
 using bench::Bench;
 using bench::CALL;
 using bench::CallRecord;
-using bench::HeadingMonitor;
 using bench::HeadingQuality;
 using bench::MagCalibration;
 using bench::Nanoseconds;

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <system_error>
 
 namespace om::bench {
 
@@ -113,7 +114,7 @@ bool readRecording(const std::string& path, Recording& recording, std::string& e
     std::array<std::uint8_t, HEADER_BYTES> header{};
     const std::size_t got = file ? std::fread(header.data(), 1, header.size(), file.get()) : 0;
     if (!file || std::ferror(file.get()) != 0) {
-        error = path + ": can't be read: " + std::strerror(errno);
+        error = path + ": can't be read: " + std::generic_category().message(errno);
         return false;
     }
     if (got < header.size()) {
@@ -184,7 +185,7 @@ bool writeRecording(const std::string& path, const Recording& recording, std::st
     // The last bytes may fail as late as in fclose().
     good = file && std::fclose(file.release()) == 0 && good;
     if (!good || std::rename(temporary.c_str(), path.c_str()) != 0) {
-        error = path + ": can't be written: " + std::strerror(errno);
+        error = path + ": can't be written: " + std::generic_category().message(errno);
         std::remove(temporary.c_str());
         return false;
     }

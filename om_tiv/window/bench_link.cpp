@@ -26,7 +26,7 @@ constexpr double degrees = 180.0 / om::bench::PI;
 /// The socket that the environment names; empty where it names none.
 std::string socketOfEnvironment()
 {
-    const char* given = std::getenv("OM_TIV_CONTROL"); // NOLINT(concurrency-mt-unsafe): at start
+    const char* given = std::getenv("OM_TIV_CONTROL");
     return given != nullptr && std::strcmp(given, "off") != 0 ? given : "";
 }
 

@@ -28,7 +28,7 @@ QString programName(const QString& path)
     const QString name = QFileInfo(path).completeBaseName();
     const QString number = name.mid(name.lastIndexOf(QLatin1Char('-')) + 1);
     bool isNumber = false;
-    number.toUInt(&isNumber);
+    static_cast<void>(number.toUInt(&isNumber));
     return isNumber ? BenchWindow::tr("process %1").arg(number) : QFileInfo(path).fileName();
 }
 

@@ -40,13 +40,13 @@ void closeOnSignals(QWidget* window)
     auto* const notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, window);
     QObject::connect(notifier, &QSocketNotifier::activated, window, [window] { window->close(); });
     for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
-        std::signal(number, onSignal); // NOLINT(cert-err33-c): these can be caught
+        std::signal(number, onSignal);
     }
 }
 
 bool isSet(const char* name)
 {
-    const char* const value = std::getenv(name); // NOLINT(concurrency-mt-unsafe): one thread yet
+    const char* const value = std::getenv(name);
     return value != nullptr && value[0] != '\0';
 }
 
