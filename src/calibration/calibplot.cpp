@@ -12,9 +12,8 @@
 #include <qwt_plot_shapeitem.h>
 #include <qwt_scale_widget.h>
 
-CalibPlot::CalibPlot(QWidget* parent) : QwtPlot(parent)
+CalibPlot::CalibPlot(QWidget* parent) : QwtPlot(parent), canvas(std::make_shared<QwtPlotCanvas>())
 {
-    canvas = std::make_shared<QwtPlotCanvas>();
     canvas->setFrameStyle(QFrame::NoFrame);
     canvas->setLineWidth(0);
     canvas->setPalette(QPalette(Qt::white));

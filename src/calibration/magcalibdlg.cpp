@@ -213,6 +213,7 @@ void MagCalibDlg::on_pushButton_exit_clicked()
     accept();
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the slot's declared interface
 void MagCalibDlg::onCameraError(QString errStr)
 {
     calibmessages::show(calibmessages::cameraFailed(errStr), *style);

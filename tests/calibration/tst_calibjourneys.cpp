@@ -8,7 +8,6 @@
 #include <QIcon>
 #include <QtTest>
 
-using om::bench::CALL;
 using om::bench::Faults;
 
 namespace {

@@ -11,7 +11,6 @@
 
 using benchcamera::pose;
 using benchcamera::readings;
-using om::bench::Faults;
 
 namespace {
 

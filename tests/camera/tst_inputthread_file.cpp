@@ -364,6 +364,7 @@ void TestInputThreadFile::framesFollowAtTheirRecordedPace()
 {
     constexpr Nanoseconds GAP = 40 * om::bench::NS_PER_MS;
     std::vector<Nanoseconds> times;
+    times.reserve(8);
     for (Nanoseconds frame = 0; frame < 8; ++frame) {
         times.push_back(START + frame * GAP);
     }
@@ -427,6 +428,7 @@ void TestInputThreadFile::firstFrameIsNotHeldBack()
 void TestInputThreadFile::longGapIsNotWaitedFor()
 {
     std::vector<Nanoseconds> times;
+    times.reserve(8);
     for (Nanoseconds frame = 0; frame < 8; ++frame) {
         times.push_back(START + frame * 20 * om::bench::NS_PER_S);
     }

@@ -2,6 +2,7 @@
 
 #include <QtTest>
 
+#include <cmath>
 #include <cstdint>
 #include <limits>
 
@@ -23,7 +24,7 @@ void TestPlaybackPacing::frameIsHeldBackForTheRestOfItsGap_data()
 
     const std::uint64_t start = 1'600'000'000'000'000'000;
     const auto after = [start](double ms) {
-        return start + static_cast<std::uint64_t>(ms * 1e6 + 0.5);
+        return start + static_cast<std::uint64_t>(std::llround(ms * 1e6));
     };
     const auto row = [start](const char* name, std::uint64_t timestamp, int elapsedMs,
                              unsigned long delayUs) {

@@ -322,10 +322,11 @@ void TestCurvePicture::valuesBeyondTheAxisStayTheSame()
 {
     QVector<Series> channels;
     for (int i = 0; i < 3; ++i) {
-        channels.append(waves::make(Shape::SineWithNoise, 400, 30.0, i));
-        for (double& value : channels[i].values) {
+        Series series = waves::make(Shape::SineWithNoise, 400, 30.0, i);
+        for (double& value : series.values) {
             value *= 4.0;
         }
+        channels.append(series);
     }
     channels[0].values[5000] = 1e9;
     channels[1].values[6000] = -1e9;

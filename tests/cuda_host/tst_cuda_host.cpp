@@ -548,6 +548,7 @@ void TestCudaHost::threadsAllocateAndCopySideBySide()
     constexpr int rounds = 500;
     std::array<bool, 4> good{};
     std::vector<std::thread> threads;
+    threads.reserve(good.size());
     for (std::size_t t = 0; t < good.size(); ++t) {
         threads.emplace_back([t, &good] {
             bool fine = true;

@@ -24,6 +24,7 @@ public:
     {
         std::string folder = "/tmp/gravimon-fuzz.XXXXXX";
         require(::mkdtemp(folder.data()) != nullptr, "a folder for EEPROM images");
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): one thread yet
         ::setenv("OM_TIV_STATE_DIR", folder.c_str(), 1);
         m_folder = folder;
     }

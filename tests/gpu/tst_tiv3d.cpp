@@ -280,7 +280,8 @@ void TestTiv3d::smallModelTables_data()
     QTest::addColumn<int>("last");
     QTest::addColumn<QVector<double>>("extents"); // x, y, z from and to; equal where left open
     const double open = 0.0;
-    const auto row = [](const char* name, int count, int first, int last, QVector<double> extents) {
+    const auto row = [](const char* name, int count, int first, int last,
+                        const QVector<double>& extents) {
         QTest::newRow(name) << count << first << last << extents;
     };
     row("alluminiumTriangles", 35, 1, 34, {0.000152, 0.061449, open, open, -0.00225, 0.002251});

@@ -89,6 +89,8 @@ public:
     }
 
 private:
+    Q_DISABLE_COPY(Block)
+
     const Style& style;
     QGridLayout* grid;
 };

@@ -115,7 +115,7 @@ Camera& TestBenchExamples::opened(Camera& camera, unsigned int serial, BUS_TYPE 
 Readings TestBenchExamples::sample(Link& link, std::chrono::milliseconds time)
 {
     Readings readings;
-    for (auto passed = 0ms; passed < time; passed += 10ms) {
+    for (std::chrono::milliseconds passed(0); passed < time; passed += 10ms) {
         m_bench.clock().advance(10ms);
         const IMUReaderData data = link.getIMUReaderData();
         if (data.linkValid == 1 && data.magState == 2) {

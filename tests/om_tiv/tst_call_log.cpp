@@ -147,6 +147,7 @@ void TestCallLog::manyThreadsMayLog()
 {
     CallLog log;
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int t = 0; t < 4; ++t) {
         threads.emplace_back([&] {
             for (int i = 0; i < 400; ++i) {

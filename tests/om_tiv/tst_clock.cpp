@@ -61,6 +61,7 @@ void TestClock::theRealClockNeverRunsBackward()
     const Clock clock;
     std::atomic<int> backward{0};
     std::vector<std::thread> threads;
+    threads.reserve(2);
     for (int i = 0; i < 2; ++i) {
         threads.emplace_back([&] {
             Nanoseconds last = 0;

@@ -345,6 +345,7 @@ private slots:
     {
         EepromStore store = makeStore();
         std::vector<std::thread> threads;
+        threads.reserve(3);
         for (unsigned int writer = 0; writer < 3; ++writer) {
             threads.emplace_back([&store, writer] {
                 for (int i = 0; i < 20; ++i) {

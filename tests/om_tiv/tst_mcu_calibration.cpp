@@ -101,7 +101,7 @@ private:
                                         const std::function<void()>& atReading = nullptr)
     {
         std::vector<Eigen::Vector3d> readings;
-        for (auto passed = 0ms; passed < time; passed += 10ms) {
+        for (std::chrono::milliseconds passed(0); passed < time; passed += 10ms) {
             m_bench.clock().advance(10ms);
             const om::IMUReaderData data = m_link->getIMUReaderData();
             if (data.linkValid == 1 && data.magState == 2) {

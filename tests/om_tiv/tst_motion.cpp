@@ -46,13 +46,23 @@ std::vector<Vector> directions(int count)
     return all;
 }
 
+/// From the first time on in steps, up to the end without it, s.
+std::vector<double> times(double from, double end, double step)
+{
+    std::vector<double> list;
+    for (int i = 0; from + i * step < end; ++i) {
+        list.push_back(from + i * step);
+    }
+    return list;
+}
+
 /// How far the emptiest of some directions of the body is from where a world vector ever pointed,
 /// degrees.
 double largestGap(const MotionTimeline& motion, const Vector& world, double seconds)
 {
     const std::vector<Vector> cells = directions(300);
     std::vector<double> nearest(cells.size(), -1.0);
-    for (double t = 0.0; t < seconds; t += 0.02) {
+    for (const double t : times(0.0, seconds, 0.02)) {
         const Vector body = rotate(conjugate(motion.poseAt(after(t))), world);
         for (std::size_t i = 0; i < cells.size(); ++i) {
             nearest[i] = std::max(nearest[i], dot(body, cells[i]));
@@ -205,7 +215,7 @@ void TestMotion::handHeldMovesALittle()
     const Quaternion pose = fromHeading(2.0);
     const MotionTimeline motion = timeline(MOTION::HAND_HELD, pose);
     double farthest = 0.0;
-    for (double t = 0.0; t < 30.0; t += 0.05) {
+    for (const double t : times(0.0, 30.0, 0.05)) {
         const BodyState state = motion.at(after(t));
         farthest = std::max(farthest, angle(state.pose, pose));
         QVERIFY(std::abs(length(state.specificForce) - STANDARD_GRAVITY) < 0.6);
@@ -238,7 +248,7 @@ void TestMotion::tumbleBringsEveryVectorToEveryDirection()
 void TestMotion::tumbleTurnsAtAHandsPace()
 {
     const MotionTimeline motion = timeline(MOTION::TUMBLE);
-    for (double t = 0.0; t < 60.0; t += 0.1) {
+    for (const double t : times(0.0, 60.0, 0.1)) {
         const double rate = length(motion.at(after(t)).angularVelocity) / DEGREE;
         QVERIFY(rate > 60.0 && rate < 180.0);
         QCOMPARE(motion.at(after(t)).movingState, 1);
@@ -262,7 +272,7 @@ void TestMotion::angularVelocityIntegratesToThePose()
 
     constexpr double step = 0.0025;
     Quaternion integrated = body.poseAt(START);
-    for (double t = 0.0; t < 10.0 - step / 2; t += step) {
+    for (const double t : times(0.0, 10.0 - step / 2, step)) {
         // The rate at the middle of the step, in the body frame.
         const Vector rate = body.at(after(t + step / 2)).angularVelocity;
         integrated = normalized(integrated * fromRotationVector(step * rate));
@@ -286,7 +296,7 @@ void TestMotion::specificForceFollowsTheHeight()
     constexpr double step = 0.0005;
     double speed = (body.at(after(step)).height - body.at(START).height) / step;
     double height = body.at(START).height;
-    for (double t = 0.0; t < 2.5; t += step) {
+    for (const double t : times(0.0, 2.5, step)) {
         const BodyState state = body.at(after(t + step / 2));
         const double acceleration = rotate(state.pose, state.specificForce).y - STANDARD_GRAVITY;
         height += step * (speed + 0.5 * step * acceleration);
@@ -312,7 +322,7 @@ void TestMotion::fallShowsAllThreeMovingStates()
 void TestMotion::movingStateStaysAtATurningPoint()
 {
     const MotionTimeline body = timeline(MOTION::HAND_HELD);
-    for (double t = 1.0; t < 20.0; t += 0.01) {
+    for (const double t : times(1.0, 20.0, 0.01)) {
         QCOMPARE(body.at(after(t)).movingState, 1);
     }
 }
@@ -377,7 +387,7 @@ void TestMotion::aChangeOfMotionKeepsThePose()
     QCOMPARE(body.motion(), to);
     QVERIFY(angle(body.poseAt(after(7.0)), before) < 1e-6);
     QVERIFY(std::abs(body.at(after(7.0)).height - heightBefore) < 0.7);
-    for (double t = 7.0; t < 9.0; t += 0.0025) {
+    for (const double t : times(7.0, 9.0, 0.0025)) {
         const double jump = angle(body.poseAt(after(t)), body.poseAt(after(t + 0.0025)));
         QVERIFY2(jump < 2.5, qPrintable(QString("%1 at %2").arg(jump).arg(t)));
     }
@@ -388,7 +398,7 @@ void TestMotion::theGlideIntoTumbleStaysWithinTheGyroscopesRange()
     // From a pose half a turn away from where the tumble begins.
     MotionTimeline body = timeline(MOTION::AT_REST, fromHeading(PI - 0.01));
     body.setMotion(MOTION::TUMBLE, after(1.0));
-    for (double t = 1.0; t < 3.0; t += 0.01) {
+    for (const double t : times(1.0, 3.0, 0.01)) {
         QVERIFY(length(body.at(after(t)).angularVelocity) / DEGREE < 1000.0);
     }
 }
@@ -407,13 +417,13 @@ void TestMotion::thePastStaysAsItWas()
 {
     MotionTimeline body = timeline(MOTION::TUMBLE);
     std::vector<Quaternion> before;
-    for (double t = 0.0; t < 20.0; t += 0.5) {
+    for (const double t : times(0.0, 20.0, 0.5)) {
         before.push_back(body.poseAt(after(t)));
     }
     body.setMotion(MOTION::AT_REST, after(20.0));
     body.setPose(fromHeading(1.0), after(25.0), NS_PER_S);
     std::size_t i = 0;
-    for (double t = 0.0; t < 20.0; t += 0.5) {
+    for (const double t : times(0.0, 20.0, 0.5)) {
         QVERIFY(angle(body.poseAt(after(t)), before[i++]) < 1e-9);
     }
 }

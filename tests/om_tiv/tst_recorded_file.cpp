@@ -85,7 +85,7 @@ void TestRecordedFile::init()
 
 QString TestRecordedFile::write(const Recording& recording)
 {
-    const QString file = path("recording.qvr");
+    QString file = path("recording.qvr");
     std::string error;
     if (!writeRecording(file.toStdString(), recording, error)) {
         qFatal("%s", error.c_str());

@@ -12,6 +12,7 @@
 
 extern "C" {
 
+// NOLINTBEGIN(bugprone-reserved-identifier): the linker makes these names
 void __real__ZN6QMutex4lockEv(QMutex* mutex);
 bool __real__ZN6QMutex7tryLockEi(QMutex* mutex, int timeout);
 void __real__ZN6QMutex6unlockEv(QMutex* mutex);
@@ -100,5 +101,6 @@ bool __wrap__ZNK7QThread10isFinishedEv(const QThread* thread)
     }
     return finished;
 }
+// NOLINTEND(bugprone-reserved-identifier)
 
 } // extern "C"
