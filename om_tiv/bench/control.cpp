@@ -206,6 +206,16 @@ private:
         return found;
     }
 
+    /// One that can be moved: what a recording holds stays as it was.
+    std::shared_ptr<VirtualCamera> movableCamera() const
+    {
+        auto found = camera();
+        if (found->playsRecording()) {
+            throw Refusal(std::to_string(found->serialNumber()) + " plays a recording");
+        }
+        return found;
+    }
+
     json list()
     {
         json cameras = json::array();
@@ -283,7 +293,7 @@ private:
 
     json motion()
     {
-        const auto target = camera();
+        const auto target = movableCamera();
         const std::string name = text(m_request, "motion");
         MOTION value = MOTION::AT_REST;
         if (!motionFromName(name, value)) {
@@ -296,7 +306,7 @@ private:
 
     json pose()
     {
-        const auto target = camera();
+        const auto target = movableCamera();
         const json& angles = member(m_request, "pose");
         if (!angles.is_object()) {
             throw Refusal("\"pose\" must be an object");
@@ -332,7 +342,7 @@ private:
 
     json temperature()
     {
-        const auto target = camera();
+        const auto target = m_request.contains("temperature") ? movableCamera() : camera();
         if (m_request.contains("temperature")) {
             target->setAirTemperature(number(m_request, "temperature", -40.0, 85.0));
         }

@@ -92,15 +92,19 @@ double Air::excess(Nanoseconds time) const
 
 Vector Environment::fieldAt(Nanoseconds time) const
 {
-    const Vector earth = field().world();
+    return field().world() + disturbanceAt(time);
+}
+
+Vector Environment::disturbanceAt(Nanoseconds time) const
+{
     const double strength = magneticDisturbance.load();
     if (strength == 0.0) {
-        return earth;
+        return {};
     }
     // The time is reduced to one swing as an integer: as a double it is too coarse for the sine.
     constexpr Nanoseconds swing = 1'430 * NS_PER_MS;
     const double phase = 2.0 * PI * static_cast<double>(time % swing) / static_cast<double>(swing);
-    return earth + (strength * std::sin(phase)) * Vector{0.48, -0.8, -0.36};
+    return (strength * std::sin(phase)) * Vector{0.48, -0.8, -0.36};
 }
 
 double PhysicsSource::rateOf(STREAM stream)

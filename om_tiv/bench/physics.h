@@ -47,6 +47,7 @@ struct Environment
 
     /// Field and disturbance, uT, world frame.
     Vector fieldAt(Nanoseconds time) const;
+    Vector disturbanceAt(Nanoseconds time) const; ///< alone
 };
 
 class PhysicsSource : public SensorSource

@@ -1,18 +1,19 @@
 #include "bench/replay.h"
 
 #include "bench/one_line.h"
+#include "bench/physics.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <limits>
 #include <string_view>
+#include <system_error>
 
 namespace om::bench {
 
@@ -189,6 +190,12 @@ std::string shown(std::string_view text)
     return "\"" + printable(text) + "\"";
 }
 
+Quaternion poseOf(const SensorRecording::Row& row)
+{
+    const Orientation orientation = transformOfEulerDegrees(row.eulerAngles).getOrientation();
+    return {orientation.ow, orientation.ox, orientation.oy, orientation.oz};
+}
+
 } // namespace
 
 std::shared_ptr<const SensorRecording> SensorRecording::read(const std::string& path,
@@ -207,7 +214,7 @@ std::shared_ptr<const SensorRecording> SensorRecording::read(const std::string& 
     }
     std::ifstream file(path, std::ios::binary);
     if (!file) {
-        report = oneLine(path + ": can't be read: " + std::strerror(errno));
+        report = oneLine(path + ": can't be read: " + std::generic_category().message(errno));
         return nullptr;
     }
     const std::string text((std::istreambuf_iterator<char>(file)),
@@ -356,8 +363,9 @@ SensorRecording::parse(const std::string& text, const std::string& name, std::st
 }
 
 ReplaySource::ReplaySource(std::shared_ptr<const SensorRecording> recording, bool looping,
-                           Nanoseconds start)
-    : m_recording(std::move(recording)), m_looping(looping), m_start(start)
+                           Nanoseconds start, std::shared_ptr<const Environment> environment)
+    : m_recording(std::move(recording)), m_looping(looping), m_start(start),
+      m_environment(std::move(environment))
 {
     const std::vector<SensorRecording::Row>& rows = m_recording->rows;
     double magTime = 0.0;
@@ -404,9 +412,8 @@ std::size_t ReplaySource::rowOf(STREAM stream, std::uint64_t number) const
 
 double ReplaySource::secondsOf(STREAM stream, std::uint64_t number) const
 {
-    const std::uint64_t count = rowsOf(stream).size();
-    const double round = m_looping ? static_cast<double>(number / count) : 0.0;
-    return round * m_period + m_recording->rows[rowOf(stream, number)].time;
+    const std::uint64_t round = m_looping ? number / rowsOf(stream).size() : 0;
+    return static_cast<double>(round) * m_period + m_recording->rows[rowOf(stream, number)].time;
 }
 
 Nanoseconds ReplaySource::timeOf(STREAM stream, std::uint64_t number) const
@@ -447,8 +454,7 @@ ImuSample ReplaySource::imu(std::uint64_t number) const
     ImuSample sample;
     sample.number = number;
     sample.time = timeOf(STREAM::IMU, number);
-    const Orientation orientation = transformOfEulerDegrees(row.eulerAngles).getOrientation();
-    sample.pose = {orientation.ow, orientation.ox, orientation.oy, orientation.oz};
+    sample.pose = poseOf(row);
     sample.angularVelocity = {row.angularVelocity[0], row.angularVelocity[1],
                               row.angularVelocity[2]};
     sample.linearAcceleration = {row.acceleration[0], row.acceleration[1], row.acceleration[2]};
@@ -462,12 +468,18 @@ MagnetometerSample ReplaySource::magnetometer(std::uint64_t number) const
     MagnetometerSample sample;
     sample.number = number;
     sample.time = timeOf(STREAM::MAGNETOMETER, number);
-    const Vector sensor =
-        toSensorAxes({row.magneticField[0], row.magneticField[1], row.magneticField[2]});
+    Vector field{row.magneticField[0], row.magneticField[1], row.magneticField[2]};
+    if (m_environment) {
+        field = field + rotate(conjugate(poseOf(row)), m_environment->disturbanceAt(sample.time));
+    }
+    const Vector sensor = toSensorAxes(field);
     const std::array<double, 3> axes = {sensor.x, sensor.y, sensor.z};
     for (std::size_t i = 0; i < axes.size(); ++i) {
         sample.counts[i] =
             static_cast<std::int16_t>(std::lround(std::clamp(axes[i] * 16.0, -32768.0, 32767.0)));
+    }
+    if (m_environment && m_environment->magnetometerSaturated.load()) {
+        sample.counts[2] = INT16_MIN;
     }
     return sample;
 }

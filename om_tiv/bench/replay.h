@@ -59,12 +59,16 @@ struct SensorRecording
     static constexpr double MOST_SETBACK = 1.0; ///< s
 };
 
+struct Environment;
+
 /// Plays a recording at its own pace from the moment of plugging in.
 class ReplaySource : public SensorSource
 {
 public:
-    /// @param looping begins anew behind the last row; else the stream ends there
-    ReplaySource(std::shared_ptr<const SensorRecording> recording, bool looping, Nanoseconds start);
+    /// @param looping     begins anew behind the last row; else the stream ends there
+    /// @param environment its magnetic faults come upon what was recorded; null for none
+    ReplaySource(std::shared_ptr<const SensorRecording> recording, bool looping, Nanoseconds start,
+                 std::shared_ptr<const Environment> environment = nullptr);
 
     bool has(STREAM stream) const override;
     std::optional<std::uint64_t> newest(STREAM stream, Nanoseconds time) const override;
@@ -84,6 +88,7 @@ private:
     const std::shared_ptr<const SensorRecording> m_recording;
     const bool m_looping;
     const Nanoseconds m_start;
+    const std::shared_ptr<const Environment> m_environment;
     double m_period = 0.0; ///< s of one round
     std::vector<std::size_t> m_imuRows;
     std::vector<std::size_t> m_magnetometerRows;

@@ -97,7 +97,8 @@ bool VirtualCamera::takeReadbackDifference()
 std::shared_ptr<SensorSource> VirtualCamera::makeSource(Nanoseconds start) const
 {
     if (m_recording) {
-        return std::make_shared<ReplaySource>(m_recording, m_config.replayLoop, start);
+        return std::make_shared<ReplaySource>(m_recording, m_config.replayLoop, start,
+                                              m_environment);
     }
     return std::make_shared<PhysicsSource>(m_config, m_motion, m_environment, start);
 }
@@ -158,12 +159,31 @@ bool VirtualCamera::isInUse() const
 
 BodyState VirtualCamera::bodyAt(Nanoseconds time) const
 {
-    return m_motion->at(time);
+    if (!m_recording) {
+        return m_motion->at(time);
+    }
+    // All that is known of the body is what was read of it.
+    BodyState body;
+    const auto played = source();
+    if (const auto number = played->newest(STREAM::IMU, time); number) {
+        const ImuSample sample = played->imu(*number);
+        body.pose = sample.pose;
+        body.angularVelocity = (PI / 180.0) * sample.angularVelocity;
+        body.specificForce = sample.linearAcceleration;
+        body.movingState = sample.movingState;
+    }
+    return body;
 }
 
 Vector VirtualCamera::fieldInBody(Nanoseconds time) const
 {
-    return rotate(conjugate(m_motion->poseAt(time)), m_environment->fieldAt(time));
+    if (m_recording) {
+        const auto played = source();
+        if (const auto number = played->newest(STREAM::MAGNETOMETER, time); number) {
+            return played->magnetometer(*number).body();
+        }
+    }
+    return rotate(conjugate(bodyAt(time).pose), m_environment->fieldAt(time));
 }
 
 double VirtualCamera::airTemperature() const

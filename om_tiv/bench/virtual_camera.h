@@ -82,8 +82,9 @@ public:
 
     // ---- Truth --------------------------------------------------------------------------------
 
-    /// The body at a time, today or up to 30 s ago.
+    /// The body at a time, today or up to 30 s ago. Of a recording that is played, its newest row.
     BodyState bodyAt(Nanoseconds time) const;
+    bool playsRecording() const { return m_recording != nullptr; }
     Field field() const { return m_environment->field(); }
     /// What a magnetometer without errors would read, uT, body frame: field and disturbance, turned
     /// into the body.
