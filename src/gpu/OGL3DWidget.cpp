@@ -91,9 +91,7 @@ OGL3DWidget::OGL3DWidget(QWidget* parent) : QOpenGLWidget(parent)
 
 OGL3DWidget::~OGL3DWidget()
 {
-    // Another one may be current, with a window that is hidden already: what is deleted here would
-    // switch to the own one and back, and Qt tells of a way back that is gone.
-    makeCurrent();
+    // The context is not made current: what these leave in it goes with it, right after this.
     delete shaderProgram;
     shaderProgram = nullptr;
     delete camera;
@@ -106,7 +104,6 @@ OGL3DWidget::~OGL3DWidget()
     axes = nullptr;
     delete dynamicAxes;
     dynamicAxes = nullptr;
-    doneCurrent();
 }
 
 void OGL3DWidget::initializeGL()

@@ -7,6 +7,7 @@
 
 #include <QBrush>
 #include <QCloseEvent>
+#include <QOpenGLContext>
 #include <QPalette>
 #include <QPixmap>
 #include <QThread>
@@ -108,6 +109,11 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(new Ui_MainWin
 
 MainWindow::~MainWindow()
 {
+    // A window that its close button has ended has no surface any more: what the 3D view deletes
+    // would switch from here to its own context and could not switch back.
+    if (QOpenGLContext* const context = QOpenGLContext::currentContext(); context != nullptr) {
+        context->doneCurrent();
+    }
     delete ui;
     delete inputThread.load();
     // std::terminate, if a sensor thread that lost its camera was never taken over.

@@ -3,6 +3,7 @@
 import signal
 import subprocess
 
+import close_button
 import screen
 import world
 from screen import CONTROLS, Picture
@@ -263,6 +264,14 @@ class End(world.EndToEndTest):
 
     def test_sighup_closes_the_window(self):
         self.close_by(signal.SIGHUP)
+
+    def test_close_button_ends_it_without_a_word(self):
+        program = self.start_streaming()
+        close_button.press(program.pid, "Gravimon")
+        wait_for("the program has ended", lambda: not program.is_running())
+        self.assertEqual(program.end(), 0, program.errors())
+        self.assertEqual(program.errors(), [])
+        self.assertFalse(program.control.exists(), "the control socket is left behind")
 
     def test_close_with_the_options_open(self):
         program = self.start_streaming()

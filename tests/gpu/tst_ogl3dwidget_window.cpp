@@ -5,14 +5,11 @@
 #include <QSet>
 #include <QSurfaceFormat>
 #include <QTranslator>
-#include <QVBoxLayout>
 #include <QWheelEvent>
-#include <QWindow>
 #include <QtTest>
 
 #include <array>
 #include <cmath>
-#include <memory>
 
 namespace {
 
@@ -131,7 +128,6 @@ private slots:
     void overlayBoxesAreOutlined();
     void overlayTranslatesItsLabels();
     void overlayIsNotShownByItself();
-    void windowClosedByItsButtonGoesWithoutAMessage();
 };
 
 void TestOgl3dWidgetWindow::cleanup()
@@ -386,30 +382,6 @@ void TestOgl3dWidgetWindow::overlayIsNotShownByItself()
     const QImage still = view.picture();
     view.setCameraMovingStatus(2);
     QCOMPARE(view.picture(), still);
-}
-
-void TestOgl3dWidgetWindow::windowClosedByItsButtonGoesWithoutAMessage()
-{
-    static QStringList messages;
-    messages.clear();
-    auto window = std::make_unique<QWidget>();
-    auto* const view = new SceneView(window.get());
-    auto* const layout = new QVBoxLayout(window.get());
-    layout->addWidget(view);
-    window->resize(320, 220);
-    window->show();
-    QVERIFY(QTest::qWaitForWindowExposed(window.get()));
-    ProgramStates::setIntAttr(ProgramStates::cameraModel, 1);
-    view->InitProcess();
-    const int before = view->paints;
-    QTRY_VERIFY(view->paints > before);
-    const auto former = qInstallMessageHandler(
-        [](QtMsgType, const QMessageLogContext&, const QString& text) { messages << text; });
-    // The window's surface goes here, while its context is the current one.
-    window->windowHandle()->close();
-    window.reset();
-    qInstallMessageHandler(former);
-    QCOMPARE(messages, QStringList());
 }
 
 int main(int argc, char** argv)
