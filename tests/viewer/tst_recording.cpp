@@ -32,8 +32,8 @@ constexpr int serialQ = 31415926;
 constexpr int serialP = 27182818;
 constexpr int serialR = 42000001;
 
-/// The lines of a recording, its header first: the sensor thread may be ahead of it with one row,
-/// while the file is being opened.
+/// The lines of a recording, its header first: the sensor thread may be ahead of it with rows,
+/// while the file is being opened. One is usual; a busy machine has time for more.
 QStringList linesOf(const QString& path)
 {
     QFile file(path);
@@ -41,8 +41,12 @@ QStringList linesOf(const QString& path)
         return {};
     }
     QStringList lines = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
-    if (lines.value(1).startsWith(QStringLiteral("idx,"))) {
-        lines.move(1, 0);
+    constexpr int firstOnes = 20;
+    for (int i = 0; i < qMin(firstOnes, lines.size()); ++i) {
+        if (lines.at(i).startsWith(QStringLiteral("idx,"))) {
+            lines.move(i, 0);
+            break;
+        }
     }
     return lines;
 }
