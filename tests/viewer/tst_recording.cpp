@@ -686,7 +686,7 @@ private slots:
 
     void everySampleOfARecordingIsRecordedAgainToTheLastDigit()
     {
-        constexpr int count = 1500;
+        constexpr int count = 800;
         open(om::MODEL::TIV_Q, serialQ, om::bench::MOTION::TUMBLE);
         recordSampleBySample(serialQ, count);
         const QString first = filePath();
