@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <system_error>
 #include <vector>
 
 #include <dirent.h>
@@ -55,11 +56,11 @@ std::vector<std::string> socketsIn(const std::string& folder)
     if (dir == nullptr) {
         return paths;
     }
-    while (const dirent* entry = ::readdir(dir)) { // NOLINT(concurrency-mt-unsafe): its own stream
+    while (const dirent* entry = ::readdir(dir)) {
         const std::string name = entry->d_name;
         if (name.rfind("bench-", 0) == 0 && name.size() > 5 &&
             name.compare(name.size() - 5, 5, ".sock") == 0) {
-            paths.push_back(folder + "/" + name);
+            paths.push_back(std::string(folder).append("/").append(name));
         }
     }
     ::closedir(dir);
@@ -73,8 +74,7 @@ std::unique_ptr<BenchClient> BenchClient::connect(const std::string& path, std::
 {
     std::string wanted = path;
     if (wanted.empty()) {
-        const char* given =
-            std::getenv("OM_TIV_CONTROL"); // NOLINT(concurrency-mt-unsafe): one thread
+        const char* given = std::getenv("OM_TIV_CONTROL");
         if (given != nullptr && given[0] != '\0' && std::strcmp(given, "off") != 0) {
             wanted = given;
         }
@@ -82,8 +82,7 @@ std::unique_ptr<BenchClient> BenchClient::connect(const std::string& path, std::
     if (!wanted.empty()) {
         const int fd = connectTo(wanted);
         if (fd < 0) {
-            error =
-                wanted + ": " + std::strerror(errno); // NOLINT(concurrency-mt-unsafe): one thread
+            error = wanted + ": " + std::generic_category().message(errno);
             return nullptr;
         }
         return std::unique_ptr<BenchClient>(new BenchClient(fd));

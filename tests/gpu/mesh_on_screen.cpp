@@ -161,15 +161,15 @@ QString differenceFromScreen(SceneView& view, const Matrix& rotation)
 {
     const MeshPixels seen = meshPixels(view.picture());
     const Expected expected = expectedOf(view, rotation);
-    const QString text = QStringLiteral("seen %1 %2 %3 %4, expected %5 %6 %7 %8")
-                             .arg(seen.box.left())
-                             .arg(seen.box.right() + 1)
-                             .arg(seen.box.top())
-                             .arg(seen.box.bottom() + 1)
-                             .arg(expected.left)
-                             .arg(expected.right)
-                             .arg(expected.top)
-                             .arg(expected.bottom);
+    QString text = QStringLiteral("seen %1 %2 %3 %4, expected %5 %6 %7 %8")
+                       .arg(seen.box.left())
+                       .arg(seen.box.right() + 1)
+                       .arg(seen.box.top())
+                       .arg(seen.box.bottom() + 1)
+                       .arg(expected.left)
+                       .arg(expected.right)
+                       .arg(expected.top)
+                       .arg(expected.bottom);
     if (expected.left < 10 || expected.top < 10 || expected.right > view.width() - 10 ||
         expected.bottom > view.height() - 10) {
         return QStringLiteral("out of the picture: ") + text;

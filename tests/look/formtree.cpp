@@ -60,7 +60,7 @@ Node readForm(const QString& fileName)
     }
     QXmlStreamReader xml(&file);
     xml.readNextStartElement();
-    const Node form = read(xml);
+    Node form = read(xml);
     if (xml.hasError()) {
         qFatal("%s: %s", qPrintable(fileName), qPrintable(xml.errorString()));
     }
