@@ -20,6 +20,7 @@ namespace om::bench {
 namespace {
 
 constexpr std::size_t MOST_BYTES = 512U * 1024 * 1024;
+constexpr std::size_t MOST_EARLY_ROWS = 100;
 constexpr double NOMINAL_PERIOD = 1.0 / 400.0;
 /// s. Times are recorded to the microsecond, and nine digits of a number of their size round them
 /// a little; no camera's samples are closer.
@@ -227,11 +228,11 @@ SensorRecording::parse(const std::string& text, const std::string& name, std::st
 {
     Report told(name);
     Lines lines(text);
-    // A row that was ahead of the header stands above it; it is the first all the same.
+    // Rows that were ahead of the header stand above it; they are the first all the same.
+    std::vector<Line> early;
     std::optional<Line> line = lines.next();
-    std::optional<Line> early;
-    if (line && isRow(line->text)) {
-        early = line;
+    while (line && isRow(line->text) && early.size() < MOST_EARLY_ROWS) {
+        early.push_back(*line);
         line = lines.next();
     }
     const std::vector<std::string_view> header =
@@ -291,7 +292,10 @@ SensorRecording::parse(const std::string& text, const std::string& name, std::st
     std::vector<double> values(header.size());
     std::optional<double> before;
     double shift = 0.0; // from the recorded time to that since the first row
-    for (line = early ? early : lines.next(); line; line = lines.next()) {
+    auto nextRow = [&, given = std::size_t{0}]() mutable {
+        return given < early.size() ? std::optional<Line>(early[given++]) : lines.next();
+    };
+    for (line = nextRow(); line; line = nextRow()) {
         const std::size_t number = line->number;
         const std::vector<std::string_view> fields = split(line->text);
         if (!line->whole || fields.size() != header.size()) {

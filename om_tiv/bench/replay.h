@@ -45,7 +45,7 @@ struct SensorRecording
 
     /// Reads a file. Rows that are torn, hold something that is not a number, or do not come after
     /// the one before them are left out; where the time jumps, by more than MOST_GAP ahead or
-    /// MOST_SETBACK back, it goes on right behind the row before. One row may stand above the
+    /// MOST_SETBACK back, it goes on right behind the row before. Some rows may stand above the
     /// header, as the recorder's first can.
     /// @param report  one line of what was left out or is missing; empty when all is sound
     /// @return null, with the reason in report, when nothing can be played (less than two rows)

@@ -261,12 +261,20 @@ private slots:
         QCOMPARE(read->rows.size(), std::size_t(5));
     }
 
-    void rowAboveTheHeaderIsTheFirst()
+    void rowsAboveTheHeaderAreTheFirst_data()
     {
-        // As the recorder writes it when a sample comes while the file is being opened.
-        std::string text = row(0) + fullHeader;
-        for (int i = 1; i < 5; ++i) {
-            text += row(i);
+        QTest::addColumn<int>("early");
+        QTest::newRow("one") << 1;
+        QTest::newRow("three") << 3;
+    }
+
+    void rowsAboveTheHeaderAreTheFirst()
+    {
+        // As the recorder writes them when samples come while the file is being opened.
+        QFETCH(int, early);
+        std::string text;
+        for (int i = 0; i < 5; ++i) {
+            text += (i == early ? fullHeader : "") + row(i);
         }
         std::string report;
         const auto read = SensorRecording::parse(text, "r.csv", report);
@@ -279,7 +287,14 @@ private slots:
             QCOMPARE(read->rows[i].time, usual->rows[i].time);
             QCOMPARE(read->rows[i].acceleration[0], usual->rows[i].acceleration[0]);
         }
-        QVERIFY(!SensorRecording::parse(row(0) + row(1) + recording(3), "r.csv", report));
+        std::string none;
+        for (int i = 0; i < 200; ++i) {
+            none += row(i);
+        }
+        QVERIFY(!SensorRecording::parse(none, "r.csv", report));
+        QCOMPARE(
+            QString::fromStdString(report),
+            QStringLiteral("r.csv: not a recording: the first line does not begin with \"idx,\""));
     }
 
     void missingColumnsAreSensorsThatAreNotAvailable()
