@@ -98,6 +98,7 @@ int InputThreadModul::openLive(om::InitParameters parameters)
     return static_cast<int>(result);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the declared interface, and a shared string
 int InputThreadModul::qvr(QString path)
 {
     ProgramStates::qstringAttr(ProgramStates::inputFilePath) = path;

@@ -9,7 +9,6 @@ double ProgramStates::double_attributes[4];
 QString ProgramStates::qstring_attributes[4];
 
 ProgramStates::ProgramStates() = default;
-ProgramStates::~ProgramStates() = default;
 
 void ProgramStates::resetStates()
 {

@@ -50,7 +50,7 @@ public:
     static constexpr int inputFilePath = 2; ///< recorded file in use
 
     ProgramStates();
-    ~ProgramStates();
+    ~ProgramStates() = default;
 
     /// All booleans false, all numbers zero, all strings empty (and not null).
     static void resetStates();

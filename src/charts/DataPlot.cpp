@@ -153,6 +153,7 @@ void DataPlot::setSensorType(SensorType type)
     replot();
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the declared interface, and shared vectors
 void DataPlot::updateData(DataType curve, QVector<double> x, QVector<double> y, bool replot)
 {
     curves[static_cast<std::size_t>(curve)]->setSamples(x, y);
