@@ -191,6 +191,140 @@ std::string shown(std::string_view text)
     return "\"" + printable(text) + "\"";
 }
 
+Columns columnsOf(const std::vector<std::string_view>& header)
+{
+    Columns at;
+    const ColumnName names[] = {
+        {"imu_Timestamp[sec]", &at.imuTime},      {"mag_Timestamp[sec]", &at.magTime},
+        {"baro_Timestamp[sec]", &at.baroTime},    {"accX[m/s^2]", &at.acceleration[0]},
+        {"accY[m/s^2]", &at.acceleration[1]},     {"accZ[m/s^2]", &at.acceleration[2]},
+        {"gyroX[deg/s]", &at.angularVelocity[0]}, {"gyroY[deg/s]", &at.angularVelocity[1]},
+        {"gyroZ[deg/s]", &at.angularVelocity[2]}, {"magX[uT]", &at.magneticField[0]},
+        {"magY[uT]", &at.magneticField[1]},       {"magZ[uT]", &at.magneticField[2]},
+        {"orX[deg]", &at.eulerAngles[0]},         {"orY[deg]", &at.eulerAngles[1]},
+        {"orZ[deg]", &at.eulerAngles[2]},         {"press[hPa]", &at.pressure},
+        {"rel_alt[m]", &at.relativeAltitude},     {"moving", &at.movingState},
+        {"temp_imu[C]", &at.temperatures[0]},     {"temp_barom[C]", &at.temperatures[1]},
+        {"temp_left[C]", &at.temperatures[2]},    {"temp_right[C]", &at.temperatures[3]}};
+    for (std::size_t i = 1; i < header.size(); ++i) {
+        for (const ColumnName& column : names) {
+            if (header[i] == column.name) {
+                *column.place = static_cast<int>(i);
+            }
+        }
+    }
+    return at;
+}
+
+/// Which sensors the columns make; those that lack some are told.
+void noteSensors(const Columns& at, SensorRecording& recording, Report& told)
+{
+    recording.hasAcceleration = complete(at.acceleration);
+    recording.hasAngularVelocity = complete(at.angularVelocity);
+    recording.hasMagneticField = complete(at.magneticField) && at.magTime >= 0;
+    recording.hasEulerAngles = complete(at.eulerAngles);
+    recording.hasBarometer = at.pressure >= 0 && at.baroTime >= 0;
+    recording.hasMovingState = at.movingState >= 0;
+    recording.hasTemperatures = std::all_of(at.temperatures.begin(), at.temperatures.end(),
+                                            [](int place) { return place >= 0; });
+    const struct
+    {
+        bool there;
+        const char* what;
+    } sensors[] = {
+        {recording.hasAcceleration, "accelerometer"}, {recording.hasAngularVelocity, "gyroscope"},
+        {recording.hasMagneticField, "magnetometer"}, {recording.hasEulerAngles, "orientation"},
+        {recording.hasBarometer, "barometer"},        {recording.hasMovingState, "moving state"},
+        {recording.hasTemperatures, "temperatures"}};
+    for (const auto& sensor : sensors) {
+        if (!sensor.there) {
+            told.lacks(sensor.what);
+        }
+    }
+}
+
+/// The numbers of a line. False, with the reason told, for one that is not sound.
+bool readValues(const Line& line, const std::vector<std::string_view>& header,
+                std::vector<double>& values, Report& told)
+{
+    const std::vector<std::string_view> fields = split(line.text);
+    if (!line.whole) {
+        told.leftOut(line.number, "is torn");
+        return false;
+    }
+    if (fields.size() != header.size()) {
+        told.leftOut(line.number, "has " + std::to_string(fields.size()) + " fields in place of " +
+                                      std::to_string(header.size()));
+        return false;
+    }
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+        if (!toNumber(fields[i], values[i]) || !isSensorValue(values[i])) {
+            told.leftOut(line.number,
+                         "holds " + shown(fields[i]) + " in column " + printable(header[i]));
+            return false;
+        }
+    }
+    return true;
+}
+
+/// A row of these values, but for its time.
+SensorRecording::Row rowOf(const std::vector<double>& values, const Columns& at)
+{
+    const auto value = [&](int place) {
+        return place >= 0 ? values[static_cast<std::size_t>(place)] : 0.0;
+    };
+    const auto single = [&](int place) { return static_cast<float>(value(place)); };
+    const auto triple = [&](const std::array<int, 3>& places) {
+        return std::array<float, 3>{single(places[0]), single(places[1]), single(places[2])};
+    };
+    SensorRecording::Row row;
+    row.magTime = value(at.magTime);
+    row.baroTime = value(at.baroTime);
+    row.acceleration = triple(at.acceleration);
+    row.angularVelocity = triple(at.angularVelocity);
+    row.magneticField = triple(at.magneticField);
+    row.eulerAngles = triple(at.eulerAngles);
+    row.pressure = single(at.pressure);
+    row.relativeAltitude = single(at.relativeAltitude);
+    row.movingState = static_cast<int>(std::clamp(value(at.movingState), -1000.0, 1000.0));
+    for (std::size_t i = 0; i < row.temperatures.size(); ++i) {
+        row.temperatures[i] = single(at.temperatures[i]);
+    }
+    return row;
+}
+
+/// The times of the rows, counted from the first.
+class Pace
+{
+public:
+    /// Nothing, with the reason told, for a time that no row can have here.
+    std::optional<double> place(double time, std::size_t line, Report& told)
+    {
+        if (std::abs(time) > LATEST_TIME) {
+            told.leftOut(line, "has a time beyond reason");
+            return std::nullopt;
+        }
+        const double step = m_before ? time - *m_before : NOMINAL_PERIOD;
+        if (step < LEAST_STEP && step > -SensorRecording::MOST_SETBACK) {
+            told.leftOut(line, "does not come after the row before it");
+            return std::nullopt;
+        }
+        if (!m_before) {
+            m_shift = -time;
+        } else if (step > SensorRecording::MOST_GAP || step < 0.0) {
+            // A clock that was set, or one row with a time from nowhere: the rest is sound.
+            told.jump(line);
+            m_shift -= step - NOMINAL_PERIOD;
+        }
+        m_before = time;
+        return time + m_shift;
+    }
+
+private:
+    std::optional<double> m_before; ///< s, as recorded
+    double m_shift = 0.0;           ///< s, from there to the time since the first row
+};
+
 Quaternion poseOf(const SensorRecording::Row& row)
 {
     const Orientation orientation = transformOfEulerDegrees(row.eulerAngles).getOrientation();
@@ -241,122 +375,26 @@ SensorRecording::parse(const std::string& text, const std::string& name, std::st
         report = told.failure("not a recording: the first line does not begin with \"idx,\"");
         return nullptr;
     }
-    Columns at;
-    const ColumnName names[] = {
-        {"imu_Timestamp[sec]", &at.imuTime},      {"mag_Timestamp[sec]", &at.magTime},
-        {"baro_Timestamp[sec]", &at.baroTime},    {"accX[m/s^2]", &at.acceleration[0]},
-        {"accY[m/s^2]", &at.acceleration[1]},     {"accZ[m/s^2]", &at.acceleration[2]},
-        {"gyroX[deg/s]", &at.angularVelocity[0]}, {"gyroY[deg/s]", &at.angularVelocity[1]},
-        {"gyroZ[deg/s]", &at.angularVelocity[2]}, {"magX[uT]", &at.magneticField[0]},
-        {"magY[uT]", &at.magneticField[1]},       {"magZ[uT]", &at.magneticField[2]},
-        {"orX[deg]", &at.eulerAngles[0]},         {"orY[deg]", &at.eulerAngles[1]},
-        {"orZ[deg]", &at.eulerAngles[2]},         {"press[hPa]", &at.pressure},
-        {"rel_alt[m]", &at.relativeAltitude},     {"moving", &at.movingState},
-        {"temp_imu[C]", &at.temperatures[0]},     {"temp_barom[C]", &at.temperatures[1]},
-        {"temp_left[C]", &at.temperatures[2]},    {"temp_right[C]", &at.temperatures[3]}};
-    for (std::size_t i = 1; i < header.size(); ++i) {
-        for (const ColumnName& column : names) {
-            if (header[i] == column.name) {
-                *column.place = static_cast<int>(i);
-            }
-        }
-    }
-
+    const Columns at = columnsOf(header);
     auto recording = std::make_shared<SensorRecording>();
-    recording->hasAcceleration = complete(at.acceleration);
-    recording->hasAngularVelocity = complete(at.angularVelocity);
-    recording->hasMagneticField = complete(at.magneticField) && at.magTime >= 0;
-    recording->hasEulerAngles = complete(at.eulerAngles);
-    recording->hasBarometer = at.pressure >= 0 && at.baroTime >= 0;
-    recording->hasMovingState = at.movingState >= 0;
-    recording->hasTemperatures = std::all_of(at.temperatures.begin(), at.temperatures.end(),
-                                             [](int place) { return place >= 0; });
-    const struct
-    {
-        bool there;
-        const char* what;
-    } sensors[] = {
-        {recording->hasAcceleration, "accelerometer"}, {recording->hasAngularVelocity, "gyroscope"},
-        {recording->hasMagneticField, "magnetometer"}, {recording->hasEulerAngles, "orientation"},
-        {recording->hasBarometer, "barometer"},        {recording->hasMovingState, "moving state"},
-        {recording->hasTemperatures, "temperatures"}};
-    for (const auto& sensor : sensors) {
-        if (!sensor.there) {
-            told.lacks(sensor.what);
-        }
-    }
+    noteSensors(at, *recording, told);
     // The pace comes from the IMU's time, or what there is in its place; the index counts samples.
-    const int timeColumn = at.imuTime >= 0 ? at.imuTime : 0;
+    const auto timeColumn = static_cast<std::size_t>(std::max(at.imuTime, 0));
     const double timeUnit = at.imuTime >= 0 ? 1.0 : NOMINAL_PERIOD;
 
     std::vector<double> values(header.size());
-    std::optional<double> before;
-    double shift = 0.0; // from the recorded time to that since the first row
+    Pace pace;
     auto nextRow = [&, given = std::size_t{0}]() mutable {
         return given < early.size() ? std::optional<Line>(early[given++]) : lines.next();
     };
     for (line = nextRow(); line; line = nextRow()) {
-        const std::size_t number = line->number;
-        const std::vector<std::string_view> fields = split(line->text);
-        if (!line->whole || fields.size() != header.size()) {
-            told.leftOut(number, line->whole
-                                     ? "has " + std::to_string(fields.size()) +
-                                           " fields in place of " + std::to_string(header.size())
-                                     : "is torn");
+        if (!readValues(*line, header, values, told)) {
             continue;
         }
-        bool sound = true;
-        for (std::size_t i = 0; i < fields.size() && sound; ++i) {
-            if (!toNumber(fields[i], values[i]) || !isSensorValue(values[i])) {
-                told.leftOut(number,
-                             "holds " + shown(fields[i]) + " in column " + printable(header[i]));
-                sound = false;
-            }
+        if (const auto time = pace.place(values[timeColumn] * timeUnit, line->number, told); time) {
+            recording->rows.push_back(rowOf(values, at));
+            recording->rows.back().time = *time;
         }
-        if (!sound) {
-            continue;
-        }
-        const double time = values[static_cast<std::size_t>(timeColumn)] * timeUnit;
-        if (std::abs(time) > LATEST_TIME) {
-            told.leftOut(number, "has a time beyond reason");
-            continue;
-        }
-        const double step = before ? time - *before : NOMINAL_PERIOD;
-        if (step < LEAST_STEP && step > -MOST_SETBACK) {
-            told.leftOut(number, "does not come after the row before it");
-            continue;
-        }
-        if (!before) {
-            shift = -time;
-        } else if (step > MOST_GAP || step < 0.0) {
-            // A clock that was set, or one row with a time from nowhere: the rest is sound.
-            told.jump(number);
-            shift -= step - NOMINAL_PERIOD;
-        }
-        before = time;
-
-        const auto value = [&](int place) {
-            return place >= 0 ? values[static_cast<std::size_t>(place)] : 0.0;
-        };
-        const auto single = [&](int place) { return static_cast<float>(value(place)); };
-        const auto triple = [&](const std::array<int, 3>& places) {
-            return std::array<float, 3>{single(places[0]), single(places[1]), single(places[2])};
-        };
-        Row row;
-        row.time = time + shift;
-        row.magTime = value(at.magTime);
-        row.baroTime = value(at.baroTime);
-        row.acceleration = triple(at.acceleration);
-        row.angularVelocity = triple(at.angularVelocity);
-        row.magneticField = triple(at.magneticField);
-        row.eulerAngles = triple(at.eulerAngles);
-        row.pressure = single(at.pressure);
-        row.relativeAltitude = single(at.relativeAltitude);
-        row.movingState = static_cast<int>(std::clamp(value(at.movingState), -1000.0, 1000.0));
-        for (std::size_t i = 0; i < row.temperatures.size(); ++i) {
-            row.temperatures[i] = single(at.temperatures[i]);
-        }
-        recording->rows.push_back(row);
     }
     if (recording->rows.size() < 2) {
         report = told.failure("nothing to play: less than two sound rows");
