@@ -590,6 +590,35 @@ private slots:
         QTRY_VERIFY(!child<Switch>("plug")->isChecked());
     }
 
+    void playedCameraTurnsAsRecordedAndNotInTheHand()
+    {
+        // Alone on the bench: it stands at 40 degrees about the vertical.
+        theBench().reset();
+        QFile file(folder->filePath(QStringLiteral("still.csv")));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("idx,imu_Timestamp[sec],orX[deg],orY[deg],orZ[deg],\n");
+        for (int i = 0; i < 200; ++i) {
+            file.write(QByteArray::number(i) + "," + QByteArray::number(5.0 + i * 0.005, 'f', 9) +
+                       ",0,40,0,\n");
+        }
+        file.close();
+        CameraConfig config;
+        config.model = MODEL::TIV_Q;
+        config.serialNumber = first;
+        config.replay = file.fileName().toStdString();
+        QVERIFY(theBench().addCamera(config));
+        openConnected();
+        const Quaternion played = fromRotationVector({0.0, 40.0 * PI / 180.0, 0.0});
+        QTRY_VERIFY(between(truth().pose, played) < 0.1);
+        BodyView* const stage = window->stage();
+        QTRY_VERIFY(between(stage->shownPose(), played) < 1.0);
+        const QPointF middle = stage->ballCentre();
+        dragOnly(stage, middle, middle + QPointF(90.0, 0.0), 9, 10);
+        QTest::mouseRelease(stage, Qt::LeftButton, {}, (middle + QPointF(90.0, 0.0)).toPoint());
+        QTRY_VERIFY(label(*window, QStringLiteral("20000001 plays a recording")));
+        QTRY_VERIFY(between(stage->shownPose(), played) < 1.0);
+    }
+
     void motionIsChosenAndShown()
     {
         openConnected();
