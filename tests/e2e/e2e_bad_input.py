@@ -1,6 +1,7 @@
 """Bench files with mistakes and folders that can't be written: one clear line, and the program goes on."""
 
 import math
+import os
 import pathlib
 import re
 import struct
@@ -25,6 +26,37 @@ GOOD = """{
   ]
 }
 """
+
+
+class CommandLine(world.EndToEndTest):
+
+    def ended(self, *arguments, display=True):
+        """Exit status, standard output and standard error of a start that shows no window."""
+        environment = {name: value for name, value in os.environ.items()
+                       if display or name not in ("DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM")}
+        done = subprocess.run([str(world.bin_dir / "gravimon"), *arguments], capture_output=True, text=True,
+                              env=environment, timeout=60, check=False)
+        return done.returncode, done.stdout, done.stderr
+
+    def test_help_and_version_need_no_display(self):
+        status, out, err = self.ended("--help", display=False)
+        self.assertEqual((status, err), (0, ""))
+        self.assertIn("Usage: gravimon", out)
+        self.assertIn("--version", out)
+        status, out, err = self.ended("--version", display=False)
+        self.assertEqual((status, err), (0, ""))
+        self.assertRegex(out, r"^gravimon \d+\.\d+\.\d+\n$")
+
+    def test_unknown_argument(self):
+        self.assertEqual(self.ended("--nonsense"), (2, "", "gravimon: unknown argument '--nonsense'; see gravimon --help\n"))
+        self.assertEqual(self.ended("bench.json"), (2, "", "gravimon: unknown argument 'bench.json'; see gravimon --help\n"))
+
+    def test_argument_of_qt_is_left_to_qt(self):
+        self.assertEqual(self.ended("-platform", "offscreen", "nonsense", display=False)[:2], (2, ""))
+
+    def test_no_display(self):
+        self.assertEqual(self.ended(display=False),
+                         (1, "", "gravimon: no display: neither DISPLAY nor WAYLAND_DISPLAY is set\n"))
 
 
 class BenchFile(world.EndToEndTest):
