@@ -23,7 +23,7 @@ void TestPlaybackPacing::frameIsHeldBackForTheRestOfItsGap_data()
     QTest::addColumn<unsigned long>("delayUs");
 
     const std::uint64_t start = 1'600'000'000'000'000'000;
-    const auto after = [start](double ms) {
+    const auto after = [](double ms) {
         return start + static_cast<std::uint64_t>(std::llround(ms * 1e6));
     };
     const auto row = [start](const char* name, std::uint64_t timestamp, int elapsedMs,

@@ -481,6 +481,7 @@ void TestCurveTracker::boxStaysWhereThePickerPutItWithoutAVisibleCurve()
     {
     public:
         using CurveTracker::CurveTracker;
+        // NOLINTNEXTLINE(bugprone-parent-virtual-call): Qwt's own is what it is compared with
         QRect plain(const QFont& font) const { return QwtPicker::trackerRect(font); }
         QwtText trackerTextF(const QPointF&) const override
         {
@@ -503,6 +504,7 @@ void TestCurveTracker::boxStaysWhereThePickerPutItBesideTheFirstVisibleCurve()
     {
     public:
         using CurveTracker::CurveTracker;
+        // NOLINTNEXTLINE(bugprone-parent-virtual-call): Qwt's own is what it is compared with
         QRect plain(const QFont& font) const { return QwtPicker::trackerRect(font); }
     };
     PlainRect tracker(m_plot->canvas());
