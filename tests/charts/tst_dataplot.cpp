@@ -431,7 +431,7 @@ void TestDataPlot::gridShowsDottedHorizontalLinesAlone()
 void TestDataPlot::backgroundLiesBelowGridAndCurves()
 {
     const DataPlot plot(nullptr);
-    const QwtPlotItemList items = plot.itemList(); // by z
+    const QwtPlotItemList& items = plot.itemList(); // by z
     QCOMPARE(items.size(), 1 + 1 + 15);
     QVERIFY(dynamic_cast<const Background*>(items[0]) != nullptr);
     QCOMPARE(items[1]->rtti(), int(QwtPlotItem::Rtti_PlotGrid));

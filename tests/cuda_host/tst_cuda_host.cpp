@@ -406,17 +406,18 @@ void TestCudaHost::copyChecksBothSides()
     std::array<std::uint8_t, 4> hostFrom{};
     std::uint8_t* const to = toDevice ? deviceTo.data() : hostTo.data();
     std::uint8_t* const from = fromDevice ? deviceFrom.data() : hostFrom.data();
+    constexpr std::array<std::uint8_t, 4> letters = {'a', 'b', 'c', 'd'};
     std::memset(to, 0, 4);
-    std::memcpy(from, "abcd", 4);
+    std::memcpy(from, letters.data(), 4);
 
     const auto asKind = static_cast<cudaMemcpyKind>(kind);
     QCOMPARE(int(cudaMemcpy(to, from, 4, asKind)), expected);
-    QCOMPARE(std::memcmp(to, "abcd", 4) == 0, expected == cudaSuccess);
+    QCOMPARE(std::memcmp(to, letters.data(), 4) == 0, expected == cudaSuccess);
     QCOMPARE(int(cudaGetLastError()), expected);
 
     std::memset(to, 0, 4);
     QCOMPARE(int(cudaMemcpy2D(to, 2, from, 2, 2, 2, asKind)), expected);
-    QCOMPARE(std::memcmp(to, "abcd", 4) == 0, expected == cudaSuccess);
+    QCOMPARE(std::memcmp(to, letters.data(), 4) == 0, expected == cudaSuccess);
 }
 
 void TestCudaHost::copyBeyondTheBlockIsRefused()
