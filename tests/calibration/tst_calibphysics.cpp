@@ -70,7 +70,7 @@ void TestCalibPhysics::open()
     m_dialog = std::make_unique<MagCalibDlg>(static_cast<int>(m_serial), nullptr);
     m_probe = std::make_unique<MagCalibDlgProbe>(MagCalibDlgProbe{*m_dialog});
     m_dialog->show();
-    QTRY_VERIFY_WITH_TIMEOUT(m_probe->running(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(m_probe->running(), 60000);
 }
 
 void TestCalibPhysics::close()
@@ -150,6 +150,8 @@ void TestCalibPhysics::calibrationFindsTheTruthAndServesTheCompass()
     config.softIron = {{{softIron[0], 0.0, 0.0}, {0.0, softIron[1], 0.0}, {0.0, 0.0, softIron[2]}}};
     setUp(config);
     open();
+    if (QTest::currentTestFailed())
+        return; // no reading would ever come
     pass(std::chrono::seconds(2));
     waitForStatus("MAG. NOT CALIBRATED");
     QCOMPARE(m_probe->headingCalib, m_probe->headingUncalib);
@@ -178,6 +180,8 @@ void TestCalibPhysics::calibrationFindsTheTruthAndServesTheCompass()
 
     // Reopened, it reads good.
     open();
+    if (QTest::currentTestFailed())
+        return; // no reading would ever come
     pass(std::chrono::seconds(60));
     waitForStatus("GOOD");
 
@@ -243,6 +247,8 @@ void TestCalibPhysics::exchangedAxesOrSignsWouldShow()
     config.softIron = {{{gain[0], 0.0, 0.0}, {0.0, gain[1], 0.0}, {0.0, 0.0, gain[2]}}};
     setUp(config);
     open();
+    if (QTest::currentTestFailed())
+        return; // no reading would ever come
     pass(std::chrono::seconds(1));
     press(m_probe->ui->pushButton_start, "Ok");
     pass(std::chrono::seconds(60));
