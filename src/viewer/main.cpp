@@ -19,9 +19,9 @@ void keepFramesOffTheHeap()
 {
 #ifdef __GLIBC__
     constexpr int mebibyte = 1024 * 1024;
-    mallopt(M_MMAP_THRESHOLD, 2 * mebibyte);
-    // Setting the one turns the other's own adjustment off.
-    mallopt(M_TRIM_THRESHOLD, 16 * mebibyte);
+    // Setting the one turns the other's own adjustment off. There is no other thread yet.
+    mallopt(M_MMAP_THRESHOLD, 2 * mebibyte);  // NOLINT(concurrency-mt-unsafe)
+    mallopt(M_TRIM_THRESHOLD, 16 * mebibyte); // NOLINT(concurrency-mt-unsafe)
 #endif
 }
 
