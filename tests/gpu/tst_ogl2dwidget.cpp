@@ -342,7 +342,7 @@ void TestOgl2dWidget::initMakesABlackTransparentTexture()
     bytes.fill(1);
     glGetTexImage(GL_TEXTURE_2D, 0, GL_RGBA, GL_UNSIGNED_BYTE, bytes.data());
     QCOMPARE(bytes, (std::array<std::uint8_t, 8 * 4 * 4>{}));
-    for (const GLenum name : {GL_TEXTURE_MIN_FILTER, GL_TEXTURE_MAG_FILTER}) {
+    for (const GLenum name : {GLenum{GL_TEXTURE_MIN_FILTER}, GLenum{GL_TEXTURE_MAG_FILTER}}) {
         GLint filter = 0;
         glGetTexParameteriv(GL_TEXTURE_2D, name, &filter);
         QCOMPARE(filter, GL_LINEAR);
@@ -672,7 +672,7 @@ void TestOgl2dWidget::paintLeavesItsArraysEnabled()
         gl->glGetVertexAttribiv(attribute, GL_VERTEX_ATTRIB_ARRAY_SIZE, &value);
         QCOMPARE(value, sizes[attribute]);
     }
-    for (const GLenum binding : {GL_CURRENT_PROGRAM, GL_TEXTURE_BINDING_2D}) {
+    for (const GLenum binding : {GLenum{GL_CURRENT_PROGRAM}, GLenum{GL_TEXTURE_BINDING_2D}}) {
         GLint value = -1;
         glGetIntegerv(binding, &value);
         QCOMPARE(value, 0);

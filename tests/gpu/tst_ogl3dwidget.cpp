@@ -405,7 +405,8 @@ void TestOgl3dWidget::axesPointAsTheDisplaySeesThem()
     const std::vector<float>& colors = OpenObject::colorsOf(*view.axes);
     QCOMPARE(colors.size(), std::size_t{18});
     for (std::size_t i = 0; i < 18; ++i) {
-        QCOMPARE(colors[i], static_cast<float>(colours[i / 6][i % 3]) / 255.0F);
+        const std::size_t axis = i / 6;
+        QCOMPARE(colors[i], static_cast<float>(colours[axis][i % 3]) / 255.0F);
     }
 }
 

@@ -125,8 +125,9 @@ void TestSceneCalls::floorAndAxesStandStillWhileTheMeshTurns()
                 product += static_cast<double>(vp(row, k)) * static_cast<double>(model(k, column));
             }
             const auto at = [&](std::size_t draw) {
-                return static_cast<double>(
-                    seen[draw].matrix[static_cast<std::size_t>(4 * column + row)]);
+                const auto element =
+                    static_cast<std::size_t>(column) * 4 + static_cast<std::size_t>(row);
+                return static_cast<double>(seen[draw].matrix[element]);
             };
             const auto still = static_cast<double>(vp(row, column));
             QVERIFY(std::abs(at(0) - still) < 1e-6);

@@ -213,8 +213,8 @@ void TestSimple3dObject::pushLeavesNothingBound()
     Object object;
     object.addPoint(0, 0, 0, 0, 0, 0);
     object.pushToGPU();
-    for (const GLenum binding :
-         {GL_VERTEX_ARRAY_BINDING, GL_ARRAY_BUFFER_BINDING, GL_ELEMENT_ARRAY_BUFFER_BINDING}) {
+    for (const GLenum binding : {GLenum{GL_VERTEX_ARRAY_BINDING}, GLenum{GL_ARRAY_BUFFER_BINDING},
+                                 GLenum{GL_ELEMENT_ARRAY_BUFFER_BINDING}}) {
         GLint value = -1;
         gl->glGetIntegerv(binding, &value);
         QCOMPARE(value, 0);
