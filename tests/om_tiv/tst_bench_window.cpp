@@ -359,9 +359,9 @@ private slots:
         std::string error;
         for (const char* answer : {"rubbish", "{}", "[]", "{\"cameras\":[{\"serialNumber\":-1}]}",
                                    "{\"ok\":true,\"cameras\":3,\"field\":{}}"}) {
-            const std::string text = answer;
             server = ControlServer::start(
-                path.toStdString(), [text](const std::string&) { return text; }, error);
+                path.toStdString(), [answer](const std::string&) { return std::string(answer); },
+                error);
             QVERIFY2(server, error.c_str());
             open();
             QTest::qWait(150);

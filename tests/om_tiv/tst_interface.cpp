@@ -216,7 +216,7 @@ void TestInterface::stringOwnsItsCharacters()
 {
     char text[] = "first";
     const String string(text);
-    const String copy(string);
+    const String copy(string); // NOLINT(performance-unnecessary-copy-initialization)
     String assigned;
     assigned = string;
     text[0] = 'F';
