@@ -43,16 +43,18 @@ std::string row(int i)
     // Angles as a recorder sees them: of a float in radians.
     const auto angle = [](float d) { return double{degrees(static_cast<float>(d * PI / 180.0))}; };
     const double time = 1706711000.123456 + i * 0.005;
-    const double magTime = 1706711000.12 + i / 4 * 0.02;
-    const double baroTime = 1706711000.1 + i / 8 * 0.04;
+    const int magIndex = i / 4;
+    const int baroIndex = i / 8;
+    const double magTime = 1706711000.12 + magIndex * 0.02;
+    const double baroTime = 1706711000.1 + baroIndex * 0.04;
     const auto f = static_cast<float>(i);
-    const auto eighth = static_cast<float>(i / 8);
+    const auto eighth = static_cast<float>(baroIndex);
     return QString::asprintf(
                "%d,%.9f,%.9f,%.9f,%.9f,%.9f,%.9f,%.9f,%.9f,%.9f,%.9f,%.9f,%.9f,%.9f,%.9f,"
                "%.9f,%.9f,%.9f,%.9f,%.9f,%.9f,%.9f,%.9f,\n",
                100 + 2 * i, time, magTime, baroTime, double(0.1F * f), double(-9.80665F),
-               double(0.001F * f), double(1.5F * f), -2.25, double(0.3F), i / 4 * 0.0625, -20.125,
-               33.0625, angle(-170.0F + 3.3F * f), angle(89.0F - 1.7F * f),
+               double(0.001F * f), double(1.5F * f), -2.25, double(0.3F), magIndex * 0.0625,
+               -20.125, 33.0625, angle(-170.0F + 3.3F * f), angle(89.0F - 1.7F * f),
                angle(-90.0F + 3.1F * f), double(1013.25F + 0.01F * eighth), double(0.125F * eighth),
                double(i % 3), double(30.5F + 0.01F * f), 31.25, double(36.6F), 29.0)
         .toStdString();

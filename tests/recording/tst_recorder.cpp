@@ -210,11 +210,11 @@ private slots:
         const QString plain = written(optionsOf(127), sampleRow());
         const QLocale before;
         QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
-        std::setlocale(LC_ALL, "de_DE.UTF-8");
+        std::setlocale(LC_ALL, "de_DE.UTF-8"); // NOLINT(concurrency-mt-unsafe): no other thread
         const QString german = written(optionsOf(127), sampleRow());
         const QString german2 = recorder::freeSpaceText(12.34, QStringLiteral("/x"));
         QLocale::setDefault(before);
-        std::setlocale(LC_ALL, "C.UTF-8");
+        std::setlocale(LC_ALL, "C.UTF-8"); // NOLINT(concurrency-mt-unsafe)
         QCOMPARE(german, plain);
         QCOMPARE(german2, QStringLiteral("Disk Free Space: 12.3 Gb  on /x"));
     }
