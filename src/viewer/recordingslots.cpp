@@ -54,13 +54,13 @@ void MainWindow::on_toolButton_save_clicked(bool checked)
         ui->toolButton_save->setChecked(false);
         return;
     }
+    // Before the header: a row below it keeps the new period.
+    recPeriodSec = recorder::periodSec(recOptions.sampleFreq);
+    recording = true;
     {
         QTextStream stream(&recFile);
         stream << header << '\n';
     }
-
-    recPeriodSec = recorder::periodSec(recOptions.sampleFreq);
-    recording = true;
     ui->pushButton_rec_option->setEnabled(false);
     ui->toolButton_save->setText(tr("Recording..."));
 }
