@@ -116,6 +116,7 @@ void Bench::reset()
     m_impl->clock.reset();
     m_impl->log.clear();
     m_impl->log.setHighRate(false);
+    m_impl->log.setHook(nullptr);
     const std::lock_guard<std::mutex> lock(m_impl->mutex);
     m_impl->field = Field();
     m_impl->eeproms = std::make_shared<EepromStore>();

@@ -43,6 +43,10 @@ const char* toString(CALL call)
         return "MCU_GET_POSE";
     case CALL::MCU_CALC_MAG_HEADING:
         return "MCU_CALC_MAG_HEADING";
+    case CALL::GET_INIT_PARAMETERS:
+        return "GET_INIT_PARAMETERS";
+    case CALL::GET_CUDA_CONTEXT:
+        return "GET_CUDA_CONTEXT";
     case CALL::COUNT:
         break;
     }
@@ -56,13 +60,26 @@ void CallLog::add(CallRecord record)
     }
     record.thread = std::this_thread::get_id();
     const auto kind = static_cast<std::size_t>(record.call);
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    std::unique_lock<std::mutex> lock(m_mutex);
     record.number = ++m_number;
     ++m_counts[kind];
     if (m_records[kind].size() == BOUND) {
         m_records[kind].pop_front();
     }
-    m_records[kind].push_back(std::move(record));
+    m_records[kind].push_back(record);
+    const auto hook = m_hook;
+    lock.unlock();
+    if (hook) {
+        (*hook)(record);
+    }
+}
+
+void CallLog::setHook(std::function<void(const CallRecord&)> hook)
+{
+    using Hook = std::function<void(const CallRecord&)>;
+    auto kept = hook ? std::make_shared<const Hook>(std::move(hook)) : nullptr;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_hook.swap(kept);
 }
 
 std::uint64_t CallLog::count(CALL call) const

@@ -9,6 +9,7 @@
 #include <array>
 #include <atomic>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -40,6 +41,8 @@ enum class CALL {
     MCU_GET_READER_DATA,  ///< value: magnetometer state
     MCU_GET_POSE,         ///< value: sensors
     MCU_CALC_MAG_HEADING, ///< numbers: the two triples
+    GET_INIT_PARAMETERS,
+    GET_CUDA_CONTEXT,
     COUNT
 };
 
@@ -78,6 +81,10 @@ public:
 
     void setHighRate(bool on) { m_highRate.store(on); } ///< off at first
 
+    /// Called with each record that is kept, on the caller's thread and without a lock: before the
+    /// call returns to the program. It may block, and it may change what the program goes on with.
+    void setHook(std::function<void(const CallRecord&)> hook);
+
     /// How often the kind was called since the last clear(), also beyond the bound.
     std::uint64_t count(CALL call) const;
     std::vector<CallRecord> records(CALL call) const; ///< oldest first
@@ -90,6 +97,7 @@ private:
 
     mutable std::mutex m_mutex;
     std::atomic<bool> m_highRate{false};
+    std::shared_ptr<const std::function<void(const CallRecord&)>> m_hook;
     std::uint64_t m_number = 0;
     std::array<std::deque<CallRecord>, KINDS> m_records;
     std::array<std::uint64_t, KINDS> m_counts{};

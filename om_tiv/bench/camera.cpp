@@ -112,6 +112,16 @@ public:
         bench.log().add(std::move(record));
     }
 
+    /// Logs a call without arguments of a kind that is logged only on request.
+    void logHighRate(CALL call) const
+    {
+        if (Bench::instance().log().wants(call)) {
+            CallRecord record;
+            record.call = call;
+            log(std::move(record));
+        }
+    }
+
     std::atomic<bool> opened{false};
     /// Of the last opening.
     InitParameters parameters;
@@ -199,11 +209,13 @@ CameraInformation Camera::getCameraInformation(Resolution imageSize)
 
 InitParameters Camera::getInitParameters()
 {
+    m_impl->logHighRate(CALL::GET_INIT_PARAMETERS);
     return m_impl->copy(&Impl::parameters);
 }
 
 CUcontext Camera::getCUDAContext()
 {
+    m_impl->logHighRate(CALL::GET_CUDA_CONTEXT);
     const auto session = m_impl->session();
     return session ? session->context() : nullptr;
 }

@@ -98,10 +98,12 @@ void TestBench::resetEmptiesTheBench()
     m_bench.setField({10.0, 20.0, 30.0});
     m_bench.log().setHighRate(true);
     bool hooked = false;
+    bool logged = false;
     m_bench.setDeviceListHook([&] { hooked = true; });
+    m_bench.log().setHook([&](const CallRecord&) { logged = true; });
     Camera::getDeviceList();
-    QVERIFY(hooked);
-    hooked = false;
+    QVERIFY(hooked && logged);
+    hooked = logged = false;
     m_bench.reset();
     QVERIFY(m_bench.serialNumbers().empty());
     QVERIFY(!m_bench.clock().isManual());
@@ -109,7 +111,7 @@ void TestBench::resetEmptiesTheBench()
     QVERIFY(!m_bench.log().wants(CALL::GET_SENSORS_DATA));
     QVERIFY(m_bench.log().records().empty());
     QVERIFY(Camera::getDeviceList().empty());
-    QVERIFY(!hooked);
+    QVERIFY(!hooked && !logged);
 }
 
 void TestBench::aSerialNumberIsThereOnce()

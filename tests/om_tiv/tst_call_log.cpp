@@ -33,6 +33,8 @@ private slots:
     void clearForgetsTheCallsAndGoesOnNumbering();
     void theLastCallOfAKind();
     void theCallersThreadIsKept();
+    void theHookSeesWhatIsKept();
+    void theHookRunsWithoutALock();
     void manyThreadsMayLog();
 };
 
@@ -74,7 +76,8 @@ void TestCallLog::callsOfAHighRateAreKeptOnRequest_data()
     for (int i = 0; i < static_cast<int>(CALL::COUNT); ++i) {
         const CALL kind = static_cast<CALL>(i);
         const bool high = kind == CALL::GET_SENSORS_DATA || kind == CALL::MCU_GET_READER_DATA ||
-                          kind == CALL::MCU_GET_POSE || kind == CALL::MCU_CALC_MAG_HEADING;
+                          kind == CALL::MCU_GET_POSE || kind == CALL::MCU_CALC_MAG_HEADING ||
+                          kind == CALL::GET_INIT_PARAMETERS || kind == CALL::GET_CUDA_CONTEXT;
         QTest::newRow(om::bench::toString(kind)) << i << high;
     }
 }
@@ -141,6 +144,38 @@ void TestCallLog::theCallersThreadIsKept()
     const auto id = other.get_id();
     other.join();
     QVERIFY(log.last(CALL::GRAB)->thread == id);
+}
+
+void TestCallLog::theHookSeesWhatIsKept()
+{
+    CallLog log;
+    std::vector<CallRecord> seen;
+    log.setHook([&seen](const CallRecord& record) { seen.push_back(record); });
+    log.add(call(CALL::OPEN, 7));
+    log.add(call(CALL::GET_SENSORS_DATA));
+    log.setHighRate(true);
+    log.add(call(CALL::GET_SENSORS_DATA, 8));
+    log.setHook(nullptr);
+    log.add(call(CALL::CLOSE));
+    QCOMPARE(seen.size(), std::size_t{2});
+    QVERIFY(seen[0].call == CALL::OPEN && seen[1].call == CALL::GET_SENSORS_DATA);
+    QCOMPARE(seen[0].value, 7);
+    QCOMPARE(seen[1].value, 8);
+    QCOMPARE(seen[1].number, std::uint64_t{2});
+    QVERIFY(seen[0].thread == std::this_thread::get_id());
+}
+
+void TestCallLog::theHookRunsWithoutALock()
+{
+    CallLog log;
+    std::uint64_t counted = 0;
+    log.setHook([&](const CallRecord& record) {
+        counted = log.count(record.call);
+        log.setHook(nullptr);
+    });
+    log.add(call(CALL::GRAB));
+    log.add(call(CALL::GRAB));
+    QCOMPARE(counted, std::uint64_t{1});
 }
 
 void TestCallLog::manyThreadsMayLog()
