@@ -8,6 +8,8 @@
 #include "look/Style.h"
 #include "ui_mainwindow.h"
 
+#include <QCoreApplication>
+#include <QEvent>
 #include <QMutexLocker>
 #include <QPushButton>
 #include <QThread>
@@ -70,6 +72,9 @@ void MainWindow::createLiveInput()
         unsetCursor();
         return;
     }
+    // After a refused open the poll runs beside a list to choose from: its next tick would open the
+    // first row in place of this camera.
+    stopTimer(detectTimer);
     if (!inputThread->CreateMemories()) {
         showMessage(QMessageBox::Critical, tr("Error"),
                     tr("Not enough GPU memory. Try a lower video resolution and/or a lower depth "
@@ -253,7 +258,12 @@ void MainWindow::cameraDisconnected()
 void MainWindow::on_pushButton_calib_mag_clicked()
 {
     const int row = ui->comboBox_camera_list->currentIndex();
+    // The poll, a list under way and a loss that is already posted would each reach for a camera
+    // under the dialog.
+    stopTimer(detectTimer);
     reset();
+    detectionThread.wait();
+    QCoreApplication::removePostedEvents(this, QEvent::MetaCall);
     displayDefaultValues();
     initCharts();
     // The dialog reaches the camera by its own link and has it to itself until exec() returns.

@@ -45,6 +45,12 @@ private:
 
     void choose(int row) { viewer->ui->comboBox_camera_list->setCurrentIndex(row); }
 
+    static void leave(MagCalibDlg& dialog)
+    {
+        QTest::mouseClick(dialog.findChild<QPushButton*>(QStringLiteral("pushButton_exit")),
+                          Qt::LeftButton);
+    }
+
     bool isBusy() const { return viewer->window->cursor().shape() == Qt::BusyCursor; }
 
     QStringList timeRanges() const
@@ -330,6 +336,54 @@ private slots:
         QTRY_VERIFY(viewer->streams(first));
         QCOMPARE(viewer->ui->comboBox_camera_list->currentIndex(), 0);
         QCOMPARE(boxes.count(), 0);
+    }
+
+    void aCameraChosenAfterARefusedOpenEndsThePoll()
+    {
+        auto inUse = camera(MODEL::TIV_Q, first);
+        inUse.faults.openResult = ERROR_CODE::IN_USE;
+        bench().addCamera(inUse);
+        bench().addCamera(camera(MODEL::TIV_P, second));
+        start();
+        auto& probe = viewer->probe;
+        QTRY_VERIFY(bench().log().count(CALL::OPEN) >= 1 && probe.detectTimer != nullptr);
+        QCOMPARE(viewer->ui->comboBox_camera_list->count(), 2);
+        const QPointer<QTimer> poll(probe.detectTimer);
+        const auto opens = bench().log().count(CALL::OPEN);
+        choose(1);
+        // A tick that is still to come would open the first row in place of this camera.
+        QVERIFY(poll.isNull());
+        QVERIFY(probe.detectTimer == nullptr);
+        QTRY_VERIFY(viewer->streams(second));
+        const int samples = viewer->samples();
+        QTRY_VERIFY(viewer->samples() > samples + 120); // 300 ms
+        QVERIFY(viewer->streams(second));
+        QCOMPARE(viewer->ui->comboBox_camera_list->currentIndex(), 1);
+        QCOMPARE(bench().log().count(CALL::OPEN), opens + 1);
+        QCOMPARE(bench().log().last(CALL::OPEN)->serialNumber, second);
+    }
+
+    void thePollEndsBeforeAMessageOfTheChosenCamera()
+    {
+        auto inUse = camera(MODEL::TIV_Q, first);
+        inUse.faults.openResult = ERROR_CODE::IN_USE;
+        auto poor = camera(MODEL::TIV_P, second);
+        poor.faults.littleGpuMemory = true;
+        bench().addCamera(inUse);
+        bench().addCamera(poor);
+        start();
+        auto& probe = viewer->probe;
+        QTRY_VERIFY(bench().log().count(CALL::OPEN) >= 1 && probe.detectTimer != nullptr);
+        probe.cameraLost = false; // as after an earlier camera
+        bool polls = true;
+        BoxWatcher boxes([&](QMessageBox& box) {
+            polls = probe.detectTimer != nullptr;
+            clickOk(box);
+        });
+        choose(1);
+        QCOMPARE(boxes.count(), 1);
+        QVERIFY(!polls);
+        QVERIFY(probe.detectTimer == nullptr);
     }
 
     void tooLittleGpuMemoryIsToldAndLeavesTheSessionAsItIs()
@@ -938,6 +992,85 @@ private slots:
         QTRY_VERIFY(viewer->streams(second));
         QCOMPARE(bench().log().last(CALL::MCU_OPEN)->serialNumber, second);
         QCOMPARE(probe.currentSensor, QStringLiteral("Accelerometer"));
+    }
+
+    void thePollRestsWhileTheCalibrationDialogIsOpen()
+    {
+        bench().addCamera(camera(MODEL::TIV_Q, first));
+        bench().unplug(first);
+        start();
+        auto& probe = viewer->probe;
+        QTRY_COMPARE(viewer->ui->comboBox_camera_list->currentText(), QStringLiteral("No cameras"));
+        QVERIFY(probe.detectTimer != nullptr && probe.detectTimer->isActive());
+        // The dialog doesn't find its camera, and says so before it opens.
+        BoxWatcher boxes([](QMessageBox& box) { clickOk(box); });
+        int timers = -1;
+        bool listing = true;
+        ModalWatcher<MagCalibDlg> dialogs([&](MagCalibDlg& dialog) {
+            if (timers < 0) {
+                bench().plug(first);
+                timers =
+                    viewer->window->findChildren<QTimer*>(QString(), Qt::FindDirectChildrenOnly)
+                        .size();
+                listing = probe.detectionThread.isRunning();
+            }
+            leave(dialog);
+        });
+        viewer->window->on_pushButton_calib_mag_clicked();
+        QCOMPARE(timers, 0);
+        QVERIFY(!listing);
+        QCOMPARE(boxes.count(), 1);
+        // "No cameras" is no row to open: the detection goes on where it was.
+        QCOMPARE(bench().log().count(CALL::OPEN), 0ULL);
+        QVERIFY(probe.detectTimer != nullptr && probe.detectTimer->isActive());
+        QTRY_VERIFY(viewer->streams(first));
+    }
+
+    void aListThatIsUnderWayEndsBeforeTheCalibrationDialog()
+    {
+        start();
+        auto& probe = viewer->probe;
+        QTRY_COMPARE(viewer->ui->comboBox_camera_list->currentText(), QStringLiteral("No cameras"));
+        delete probe.detectTimer;
+        probe.detectTimer = nullptr;
+        QVERIFY(probe.detectionThread.wait());
+        QSemaphore begun;
+        bench().setDeviceListHook([&] {
+            begun.release();
+            QThread::msleep(500); // past the waiting that reset() does anyway
+        });
+        probe.detectionThread.start();
+        begun.acquire();
+        bool listing = true;
+        BoxWatcher boxes([&](QMessageBox& box) {
+            listing = probe.detectionThread.isRunning();
+            clickOk(box);
+        });
+        ModalWatcher<MagCalibDlg> dialogs([](MagCalibDlg& dialog) { leave(dialog); });
+        viewer->window->on_pushButton_calib_mag_clicked();
+        bench().setDeviceListHook(nullptr);
+        QVERIFY(!listing);
+    }
+
+    void aLossThatIsAlreadyPostedDoesNotReachTheCalibration()
+    {
+        startStreaming();
+        auto& probe = viewer->probe;
+        // The input thread has reported a loss that nobody has handled yet.
+        std::thread input([&] { emit probe.inputThread->DetectTIVDisconnect(); });
+        input.join();
+        bool looked = false;
+        bool streams = true;
+        ModalWatcher<MagCalibDlg> dialogs([&](MagCalibDlg& dialog) {
+            looked = true;
+            streams = probe.inputThread != nullptr || probe.detectTimer != nullptr;
+            leave(dialog);
+        });
+        viewer->window->on_pushButton_calib_mag_clicked();
+        QVERIFY(looked);
+        QVERIFY(!streams);
+        QCOMPARE(bench().log().count(CALL::OPEN), 2ULL);
+        QTRY_VERIFY(viewer->streams(first));
     }
 
     void theCalibrationGoesBackToTheRowWhateverHappenedMeanwhile()
