@@ -1,5 +1,6 @@
 #include "bench/bench_file.h"
 
+#include "bench/files.h"
 #include "bench/json_lines.h"
 #include "bench/one_line.h"
 #include "bench/replay.h"
@@ -10,7 +11,6 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
-#include <memory>
 #include <system_error>
 
 namespace om::bench {
@@ -316,16 +316,18 @@ bool readBenchText(const std::string& text, const std::string& name, BenchDescri
 
 bool readBenchFile(const std::string& path, BenchDescription& description, std::string& error)
 {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
-                                                               &std::fclose);
+    std::string reason;
+    const FilePtr file = openRegularStream(path, reason);
     std::string text;
     if (file) {
         text.resize(MOST_BYTES + 1);
         text.resize(std::fread(text.data(), 1, text.size(), file.get()));
+        if (std::ferror(file.get()) != 0) {
+            reason = std::generic_category().message(errno);
+        }
     }
-    if (!file || std::ferror(file.get()) != 0) {
-        error = errorLine(path, 0,
-                          std::string("can't be read: ") + std::generic_category().message(errno));
+    if (!reason.empty()) {
+        error = errorLine(path, 0, "can't be read: " + reason);
         return false;
     }
     if (text.size() > MOST_BYTES) {

@@ -205,15 +205,16 @@ MagCalibration EepromStore::reload(unsigned int serial)
 MagCalibration EepromStore::load(unsigned int serial, Image& image)
 {
     image.calibration = MagCalibration();
-    const Descriptor file(m_folder.empty() ? -1
-                                           : ::open(path(serial).c_str(), O_RDONLY | O_CLOEXEC));
+    if (m_folder.empty()) {
+        return image.calibration;
+    }
     std::string damage;
     std::vector<std::uint8_t> bytes(2 * fileBytes);
-    if (file.get() < 0) {
-        if (m_folder.empty() || errno == ENOENT || errno == ENOTDIR) {
+    const Descriptor file = openRegularFile(path(serial), damage);
+    if (!file.valid()) {
+        if (errno == ENOENT || errno == ENOTDIR) {
             return image.calibration;
         }
-        damage = std::generic_category().message(errno);
     } else {
         std::size_t have = 0;
         ssize_t got = 0;

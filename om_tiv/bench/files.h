@@ -2,6 +2,8 @@
 /// File descriptors and folders.
 #pragma once
 
+#include <cstdio>
+#include <memory>
 #include <string>
 
 namespace om::bench {
@@ -19,10 +21,25 @@ public:
     bool valid() const { return m_fd >= 0; }
     /// Closes now; false with errno where that fails.
     bool close();
+    /// Hands the descriptor to the caller, who closes it.
+    int release();
 
 private:
     int m_fd;
 };
+
+/// Opens a regular file for reading, whatever stands at the path: nothing there makes the caller
+/// wait, as a FIFO would, and only a regular file is opened. A symbolic link is followed.
+/// @param reason set where the result is invalid, without the path: "Permission denied", "not a
+/// regular file";
+///               errno then is that of the failure, EINVAL for what is not a regular file
+Descriptor openRegularFile(const std::string& path, std::string& reason);
+
+/// Owns a stdio stream.
+using FilePtr = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
+
+/// The same as a stream of bytes; null with the reason.
+FilePtr openRegularStream(const std::string& path, std::string& reason);
 
 /// Makes every folder of the path that is missing, mode 0700.
 /// @return empty, or the part of the path that can't be a folder, with the reason in errno

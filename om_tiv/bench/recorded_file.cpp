@@ -1,12 +1,13 @@
 #include "bench/recorded_file.h"
 
+#include "bench/files.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <memory>
 #include <system_error>
 
 namespace om::bench {
@@ -33,8 +34,6 @@ enum OFFSET : std::size_t {
     AT_FIRMWARE = 40,
     AT_RESERVED = 44,
 };
-
-using FilePtr = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 
 void put(std::vector<std::uint8_t>& bytes, std::size_t at, std::uint64_t value, std::size_t width)
 {
@@ -110,11 +109,15 @@ std::string parseHeader(const std::uint8_t* header, Recording& recording, std::s
 
 bool readRecording(const std::string& path, Recording& recording, std::string& error)
 {
-    const FilePtr file(std::fopen(path.c_str(), "rb"), &std::fclose);
+    std::string reason;
+    const FilePtr file = openRegularStream(path, reason);
     std::array<std::uint8_t, HEADER_BYTES> header{};
     const std::size_t got = file ? std::fread(header.data(), 1, header.size(), file.get()) : 0;
-    if (!file || std::ferror(file.get()) != 0) {
-        error = path + ": can't be read: " + std::generic_category().message(errno);
+    if (file && std::ferror(file.get()) != 0) {
+        reason = std::generic_category().message(errno);
+    }
+    if (!reason.empty()) {
+        error = path + ": can't be read: " + reason;
         return false;
     }
     if (got < header.size()) {

@@ -235,6 +235,19 @@ private slots:
         QVERIFY2(m_reports[0].contains("Is a directory"), qPrintable(m_reports[0]));
     }
 
+    // Nobody writes into the FIFO: who waited for it would wait for ever.
+    void fifoInPlaceOfAnImageIsReportedAndReplacedByAWrite()
+    {
+        EepromStore store = makeStore();
+        QVERIFY(QDir().mkpath(folder()));
+        QCOMPARE(::mkfifo(store.path(serial).c_str(), 0600), 0);
+        QVERIFY(store.read(serial).isNeutral());
+        QCOMPARE(m_reports.size(), 1);
+        QVERIFY2(m_reports[0].contains(".eeprom: not a regular file; "), qPrintable(m_reports[0]));
+        QVERIFY(store.write(serial, sample));
+        QVERIFY(sameBits(makeStore().read(serial), sample));
+    }
+
     void writeOfAnotherProcessIsSeenByReloadOnly()
     {
         EepromStore store = makeStore();

@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace om;
@@ -57,6 +58,7 @@ private slots:
     void damagedFilesAreRefused();
     void aMissingFileIsRefused();
     void aFolderIsRefused();
+    void aFifoIsRefusedAtOnce();
     void aFailedWriteLeavesTheOldFile();
 
     void openShowsWhatTheFileHolds();
@@ -205,6 +207,16 @@ void TestRecordedFile::aFolderIsRefused()
     std::string error;
     QVERIFY(!readRecording(m_folder.path().toStdString(), recording, error));
     QCOMPARE(QString::fromStdString(error), m_folder.path() + ": can't be read: Is a directory");
+}
+
+void TestRecordedFile::aFifoIsRefusedAtOnce()
+{
+    Recording recording;
+    std::string error;
+    const QString file = path("fifo.qvr");
+    QCOMPARE(::mkfifo(file.toLocal8Bit().constData(), 0600), 0);
+    QVERIFY(!readRecording(file.toStdString(), recording, error));
+    QCOMPARE(QString::fromStdString(error), file + ": can't be read: not a regular file");
 }
 
 void TestRecordedFile::aFailedWriteLeavesTheOldFile()
