@@ -1,6 +1,7 @@
 #include "charts/CurveTracker.h"
 
 #include <QColor>
+#include <QEvent>
 #include <QPen>
 
 #include <qwt_picker_machine.h>
@@ -8,6 +9,10 @@
 #include <qwt_plot_curve.h>
 #include <qwt_series_data.h>
 #include <qwt_text.h>
+#include <qwt_widget_overlay.h>
+
+#include <functional>
+#include <utility>
 
 namespace {
 
@@ -35,6 +40,26 @@ int upperIndex(const QwtSeriesData<QPointF>& samples, double x)
     return first;
 }
 
+/// Calls back before each paint of the widget that it filters the events of.
+class PaintWatch : public QObject
+{
+public:
+    PaintWatch(QObject* parent, std::function<void()> function)
+        : QObject(parent), beforePaint(std::move(function))
+    {}
+
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::Paint) {
+            beforePaint();
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    std::function<void()> beforePaint;
+};
+
 } // namespace
 
 CurveTracker::CurveTracker(QWidget* canvas) : QwtPlotPicker(canvas)
@@ -42,6 +67,17 @@ CurveTracker::CurveTracker(QWidget* canvas) : QwtPlotPicker(canvas)
     setTrackerMode(QwtPicker::AlwaysOn);
     setRubberBand(QwtPicker::VLineRubberBand);
     setStateMachine(new QwtPickerDragPointMachine);
+
+    // Qwt fits the box to its text when the mouse moves, and a replot under a resting mouse would
+    // paint another text into the box of the former one. Only a box of another shape is set anew:
+    // that repaints the canvas, and so comes back to here.
+    canvas->installEventFilter(new PaintWatch(this, [this] {
+        const QwtWidgetOverlay* const box = trackerOverlay();
+        const QRegion shown = box != nullptr ? box->mask() : QRegion();
+        if (shown != trackerRect(box != nullptr ? box->font() : trackerFont())) {
+            updateDisplay();
+        }
+    }));
 }
 
 QLineF CurveTracker::curveLineAt(const QwtPlotCurve* curve, double x) const

@@ -65,6 +65,27 @@ Curve wave(int channel)
     return curve;
 }
 
+/// Counts the paint events of the widget that it filters.
+class PaintCounter : public QObject
+{
+public:
+    explicit PaintCounter(QWidget* widget) { widget->installEventFilter(this); }
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        count += event->type() == QEvent::Paint ? 1 : 0;
+        return QObject::eventFilter(watched, event);
+    }
+    int count = 0;
+};
+
+/// Lets all updates happen that are asked for by now, and those that these ask for in turn.
+void settle()
+{
+    for (int round = 0; round < 20; ++round) {
+        QCoreApplication::processEvents();
+    }
+}
+
 bool isNear(const QColor& a, const QColor& b, int tolerance)
 {
     return std::abs(a.red() - b.red()) <= tolerance &&
@@ -117,8 +138,15 @@ private slots:
     void mouseOverTheChartShowsLineBoxAndColours();
     void lineAndBoxGoWithTheMouse();
 
+    void boxUnderARestingMouseFollowsTheData_data();
+    void boxUnderARestingMouseFollowsTheData();
+    void boxOfTheSameShapeCostsNoFurtherPaint();
+    void boxOfAnotherShapeIsSetOnce();
+    void livesAsLongAsTheCanvas();
+
 private:
     void feedWaves();
+    void feedLevels(const QVector<double>& levels);
     void moveTo(const QPoint& position);
     QImage screenshot() const;
 
@@ -158,6 +186,22 @@ void TestCurveTracker::feedWaves()
     for (int i = 0; i < 3; ++i) {
         m_waves.append(wave(i));
         m_plot->updateData(static_cast<DataPlot::DataType>(i), m_waves[i].x, m_waves[i].y, false);
+    }
+    m_plot->replot();
+}
+
+/// Horizontal lines, one for each curve of the accelerometer; no samples for those beyond the
+/// given ones.
+void TestCurveTracker::feedLevels(const QVector<double>& levels)
+{
+    for (int i = 0; i < 3; ++i) {
+        QVector<double> x;
+        QVector<double> y;
+        if (i < levels.size()) {
+            x = {startTime, startTime + 10.0};
+            y = {levels[i], levels[i]};
+        }
+        m_plot->updateData(static_cast<DataPlot::DataType>(i), x, y, false);
     }
     m_plot->replot();
 }
@@ -597,6 +641,78 @@ void TestCurveTracker::lineAndBoxGoWithTheMouse()
     QCursor::setPos(1500, 900);
     QTRY_VERIFY_WITH_TIMEOUT(screenshot().pixelColor(500, 5) != orchid, 5000);
     QVERIFY(m_tracker->trackerRect(m_plot->canvas()->font()).isEmpty());
+}
+
+void TestCurveTracker::boxUnderARestingMouseFollowsTheData_data()
+{
+    QTest::addColumn<QVector<double>>("before");
+    QTest::addColumn<QVector<double>>("after");
+    QTest::newRow("longer values") << QVector<double>{1.0} << QVector<double>{1234.567};
+    QTest::newRow("shorter values") << QVector<double>{1234.567} << QVector<double>{1.0};
+    QTest::newRow("a minus sign") << QVector<double>{9.999} << QVector<double>{-9.999};
+    QTest::newRow("more lines") << QVector<double>{1.0} << QVector<double>{1.0, 2.0, 3.0};
+    QTest::newRow("fewer lines") << QVector<double>{1.0, 2.0, 3.0} << QVector<double>{1.0};
+    QTest::newRow("no samples at first") << QVector<double>{} << QVector<double>{1.0, 2.0, 3.0};
+    QTest::newRow("no samples any more") << QVector<double>{1.0, 2.0, 3.0} << QVector<double>{};
+}
+
+void TestCurveTracker::boxUnderARestingMouseFollowsTheData()
+{
+    QFETCH(QVector<double>, before);
+    QFETCH(QVector<double>, after);
+    const QPoint cursor(300, 140);
+    const QPoint elsewhere(500, 60);
+
+    // What the mouse finds when it comes to data that are already there.
+    const auto found = [&](const QVector<double>& levels) {
+        moveTo(elsewhere);
+        feedLevels(levels);
+        moveTo(cursor);
+        settle();
+        return screenshot();
+    };
+    const QImage expected = found(after);
+    const QImage start = found(before);
+    QVERIFY(start != expected);
+
+    feedLevels(after);
+    QTRY_COMPARE(screenshot(), expected);
+}
+
+void TestCurveTracker::boxOfTheSameShapeCostsNoFurtherPaint()
+{
+    feedLevels({1.0, 2.0, 3.0});
+    moveTo(QPoint(300, 140));
+    settle();
+    const PaintCounter paints(m_plot->canvas());
+    feedLevels({4.0, 5.0, 6.0});
+    settle();
+    QCOMPARE(paints.count, 1);
+}
+
+void TestCurveTracker::boxOfAnotherShapeIsSetOnce()
+{
+    feedLevels({1.0, 2.0, 3.0});
+    moveTo(QPoint(300, 140));
+    settle();
+    const PaintCounter paints(m_plot->canvas());
+    feedLevels({1234.567, -1234.567});
+    settle();
+    // The replot's own paint, and one for the new shape.
+    QCOMPARE(paints.count, 2);
+}
+
+void TestCurveTracker::livesAsLongAsTheCanvas()
+{
+    feedWaves();
+    moveTo(QPoint(300, 140)); // with line and box
+    QCOMPARE(m_tracker->parent(), m_plot->canvas());
+    const QPointer<QwtPicker> tracker(m_tracker);
+    const QPointer<QWidget> canvas(m_plot->canvas());
+    delete m_plot;
+    m_plot = nullptr;
+    QVERIFY(tracker == nullptr);
+    QVERIFY(canvas == nullptr);
 }
 
 QTEST_MAIN(TestCurveTracker)

@@ -15,6 +15,9 @@
 #include <qwt_point_data.h>
 #include <qwt_scale_widget.h>
 
+#include <algorithm>
+#include <memory>
+
 namespace {
 
 /// A DataPlot that counts its replots.
@@ -102,6 +105,7 @@ private slots:
     void trackerFollowsTheMouseWithoutAButton();
     void replotReadsNoSamples();
     void hasNoSignalsAndSlotsOfItsOwn();
+    void curvesEndWithThePlotInTheirOrder();
 };
 
 void TestDataPlot::startsWithTheAccelerometerAndNoSamples()
@@ -530,6 +534,25 @@ void TestDataPlot::hasNoSignalsAndSlotsOfItsOwn()
     const QMetaObject& meta = DataPlot::staticMetaObject;
     QCOMPARE(meta.className(), "DataPlot");
     QCOMPARE(meta.methodCount(), meta.methodOffset());
+}
+
+void TestDataPlot::curvesEndWithThePlotInTheirOrder()
+{
+    auto plot = std::make_unique<DataPlot>(nullptr);
+    const QVector<QwtPlotCurve*> curves = curvesOf(*plot);
+    QCOMPARE(curves.size(), DataPlot::curveCount);
+    // A curve leaves its plot as it is destroyed.
+    QVector<int> ended;
+    QObject receiver;
+    connect(plot.get(), &QwtPlot::itemAttached, &receiver, [&](QwtPlotItem* item, bool attached) {
+        if (!attached) {
+            ended.append(
+                static_cast<int>(std::find(curves.begin(), curves.end(), item) - curves.begin()));
+        }
+    });
+    plot.reset();
+    QCOMPARE(ended.mid(0, DataPlot::curveCount),
+             (QVector<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14}));
 }
 
 QTEST_MAIN(TestDataPlot)
