@@ -6,10 +6,10 @@
 ///
 /// Such samples are reduced to the first, lowest, highest and last of their column, and each column
 /// is painted as one bar as wide as the pen: stroking a polyline of tens of thousands of points is
-/// what a time chart would otherwise spend most of its time on. No extreme is lost, and the ink
-/// differs from that of the stroked line by at most a pixel at its edges. Where the samples are
-/// sparser than the pixels, Qwt's own line is drawn. A sample that is no finite number interrupts
-/// the curve.
+/// what a time chart would otherwise spend most of its time on. No extreme is lost. Of the ink and
+/// that of the stroked line, all but one pixel in 4000 have their counterpart within a pixel. Where
+/// the samples are sparser than the pixels, Qwt's own line is drawn. A sample that is no finite
+/// number interrupts the curve.
 ///
 /// Qwt's line is drawn throughout for a pen that is not solid, opaque and at least one pixel wide,
 /// for a filled, fitted or antialiased curve, for a scale that is not linear, on a painter that is
