@@ -9,6 +9,7 @@
 #include <QtTest>
 
 #include <memory>
+#include <mutex>
 
 using namespace camerafixture;
 using namespace std::chrono_literals;
@@ -112,6 +113,7 @@ private slots:
     void fileStartsOverAtItsEnd();
     void lastFrameIsTheLastButOne();
     void fileLoopsForEver();
+    void fileStartsOverAlsoAfterAFailedGrab();
     void pauseGrabsAtTheSlider();
     void pausedFileDoesNotStartOver();
 
@@ -121,6 +123,8 @@ private slots:
     void frameWithoutATimeLeavesThePaceAlone();
     void firstFrameIsNotHeldBack();
     void longGapIsNotWaitedFor();
+    void frameThatIsNotHeldBackStartsThePaceAnew_data();
+    void frameThatIsNotHeldBackStartsThePaceAnew();
     void skippedFrameIsNotPaced();
     void destructorEndsAPlayingFile();
 };
@@ -141,6 +145,7 @@ void TestInputThreadFile::qvrOpensTheFileAtItsOwnRate()
 {
     SteppedFile file(untimed(12));
     QVERIFY(file.written);
+    file.input->liveCamera = true;
     QCOMPARE(file.input->qvr(file.path), 0);
 
     const auto passed = bench().log().last(CALL::OPEN)->init;
@@ -317,6 +322,33 @@ void TestInputThreadFile::fileLoopsForEver()
     }
 }
 
+void TestInputThreadFile::fileStartsOverAlsoAfterAFailedGrab()
+{
+    SteppedFile file(untimed(40));
+    QVERIFY(file.play());
+    // Without its file every grab fails, and the position is 0: the end of what is left.
+    file.input->camera.close();
+    file.input->lastFrame = 0;
+    file.slider.setValue(30);
+    std::mutex mutex;
+    QVector<int> values;
+    connect(
+        &file.slider, &QSlider::valueChanged, &file.slider,
+        [&](int value) {
+            const std::lock_guard<std::mutex> lock(mutex);
+            values << value;
+        },
+        Qt::DirectConnection);
+    const auto some = [&] {
+        const std::lock_guard<std::mutex> lock(mutex);
+        return values.mid(0, 5);
+    };
+    file.gate.release();
+    QTRY_COMPARE(some(), QVector<int>({0, 1, 0, 1, 0}));
+    file.input->stopGrabbing();
+    QCOMPARE(file.gate.arrivals(), 1U);
+}
+
 void TestInputThreadFile::pauseGrabsAtTheSlider()
 {
     ProgramStates::setBoolAttr(ProgramStates::inputPaused, true);
@@ -440,6 +472,30 @@ void TestInputThreadFile::longGapIsNotWaitedFor()
     QVERIFY(file.gate.step());
     QVERIFY(real.elapsed() < 20'000);
     QVERIFY(file.input->lastPlaybackTime >= START + 40 * om::bench::NS_PER_S);
+}
+
+void TestInputThreadFile::frameThatIsNotHeldBackStartsThePaceAnew_data()
+{
+    QTest::addColumn<qint64>("gapMs");
+    QTest::newRow("no gap") << qint64(0);
+    QTest::newRow("a rest above a second") << qint64(9000);
+    QTest::newRow("a gap above ten seconds") << qint64(20000);
+}
+
+void TestInputThreadFile::frameThatIsNotHeldBackStartsThePaceAnew()
+{
+    QFETCH(qint64, gapMs);
+    const Nanoseconds gap = static_cast<Nanoseconds>(gapMs) * om::bench::NS_PER_MS;
+    SteppedFile file({START, START + gap, START + 2 * gap, START + 3 * gap});
+    QVERIFY(file.play());
+    for (int pass = 0; pass < 2; ++pass) {
+        const QElapsedTimer timer = file.input->playbackTimer;
+        const std::uint64_t last = file.input->lastPlaybackTime;
+        QVERIFY(timer.isValid());
+        QVERIFY(file.gate.step());
+        QCOMPARE(file.input->lastPlaybackTime, last + gap);
+        QVERIFY(file.input->playbackTimer != timer);
+    }
 }
 
 void TestInputThreadFile::skippedFrameIsNotPaced()

@@ -3,11 +3,15 @@
 #include "camera/ProgramStates.h"
 #include "camerafixture.h"
 #include "gate.h"
+#include "support/qtcalls.h"
 
 #include <QSignalSpy>
 #include <QtTest>
 
+#include <algorithm>
 #include <atomic>
+#include <iterator>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <thread>
@@ -141,6 +145,8 @@ private slots:
 
     void threadWaitsToBeEnabled();
     void threadInheritsThePriority();
+    void startTakesTheCamerasContext();
+    void stopDuringTheStartEndsTheThread();
     void startPublishesTheSizeOfTheSecondImage();
     void startLeavesTheSizeOfTheFirstImageAlone();
     void contextIsMadeCurrentInEveryPass();
@@ -155,6 +161,8 @@ private slots:
     void retrievalReusesTheBuffers();
     void requestIsServedOnceAndCleared_data();
     void requestIsServedOnceAndCleared();
+    void requestMadeDuringItsRetrievalIsServedByTheNextFrame_data();
+    void requestMadeDuringItsRetrievalIsServedByTheNextFrame();
     void requestsAreServedInOrderAfterTheFrame();
     void hostRequestsFillTheirOwnBuffers();
     void busyRetrieveMutexSkipsTheFrame();
@@ -163,6 +171,7 @@ private slots:
     void countedFramesBecomeTheRateAfterASecond();
     void rateOfALiveCameraIsLimitedToTheOneAskedFor();
     void reportedRateIsTheMeanOfTheLastTwoFrames();
+    void libraryIsAskedForTheRateOncePerRetrievedFrame();
     void imageSignalComesOncePerGoodGrab();
     void liveCameraIsNotPaced();
 
@@ -179,9 +188,11 @@ private slots:
 
     void stopGrabbingEndsTheThread();
     void stopGrabbingFromAnotherThread();
+    void stopGrabbingWaitsWithoutALimit();
 
     void destructorFreesEverything_data();
     void destructorFreesEverything();
+    void destructorGoesStepByStep();
     void destructorEndsAThreadThatWasNeverEnabled();
     void destructorEndsARunningThread();
     void destructorOnAnotherThreadAfterALoss();
@@ -207,13 +218,24 @@ void TestInputThreadLoop::threadWaitsToBeEnabled()
     InputThreadModul input;
     QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
     QVERIFY(input.CreateMemories());
-    input.startGrabbing();
-    // Ten of its looks at the flag.
-    QVERIFY(!input.wait(50));
-    QCOMPARE(calls(CALL::GRAB), std::uint64_t(0));
 
-    input.enableToStart(false);
+    std::atomic<std::uint64_t> grabs{99};
+    QVector<qint64> sleeps;
+    const qtcalls::Hook hook([&](const qtcalls::Call& call) {
+        if (call.call != qtcalls::CALL::MSLEEP || QThread::currentThread() != &input) {
+            return;
+        }
+        sleeps << call.limitMs;
+        if (sleeps.size() == 10) {
+            grabs = calls(CALL::GRAB);
+            input.enableToStart(false);
+        }
+    });
+    input.startGrabbing();
     QTRY_VERIFY(calls(CALL::GRAB) > 0);
+    QCOMPARE(grabs.load(), std::uint64_t(0));
+    QCOMPARE(sleeps, QVector<qint64>(10, 5));
+    input.stopGrabbing();
 }
 
 void TestInputThreadLoop::threadInheritsThePriority()
@@ -221,6 +243,46 @@ void TestInputThreadLoop::threadInheritsThePriority()
     SteppedInput stepped;
     QVERIFY(stepped.ready);
     QCOMPARE(stepped.input->priority(), QThread::InheritPriority);
+}
+
+void TestInputThreadLoop::startTakesTheCamerasContext()
+{
+    SteppedInput stepped(false);
+    QVERIFY(stepped.ready);
+    const InputThreadModul& input = *stepped.input;
+    stepped.input->cudaContext = nullptr;
+    stepped.input->startGrabbing();
+    QVERIFY(stepped.gate.waitForArrival());
+    QVERIFY(input.running);
+    QVERIFY(input.cudaContext);
+    QCOMPARE(input.cudaContext, stepped.input->camera.getCUDAContext());
+    QVERIFY(stepped.contextCurrent);
+}
+
+void TestInputThreadLoop::stopDuringTheStartEndsTheThread()
+{
+    InputThreadModul input;
+    input.enableToStart(true);
+    QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+    QVERIFY(input.CreateMemories());
+    ProgramStates::setIntAttr(ProgramStates::image2Width, 1);
+    // The thread says that it runs, then asks for the context, and looks at the flag before its
+    // first pass.
+    std::atomic<bool> ran{false};
+    bench().log().setHighRate(true);
+    bench().log().setHook([&](const CallRecord& record) {
+        if (record.call == CALL::GET_CUDA_CONTEXT) {
+            ran = input.running;
+            input.running = false;
+        }
+    });
+    input.startGrabbing();
+    QVERIFY(input.wait(20000));
+    QVERIFY(ran);
+    QCOMPARE(calls(CALL::GRAB), std::uint64_t(0));
+    QCOMPARE(ProgramStates::getIntAttr(ProgramStates::image2Width),
+             static_cast<int>(input.image2Size.width));
+    QVERIFY(input.opened);
 }
 
 void TestInputThreadLoop::startPublishesTheSizeOfTheSecondImage()
@@ -446,6 +508,40 @@ void TestInputThreadLoop::requestIsServedOnceAndCleared()
     QCOMPARE(retrievals().size(), std::size_t(3));
 }
 
+void TestInputThreadLoop::requestMadeDuringItsRetrievalIsServedByTheNextFrame_data()
+{
+    requestIsServedOnceAndCleared_data();
+}
+
+void TestInputThreadLoop::requestMadeDuringItsRetrievalIsServedByTheNextFrame()
+{
+    QFETCH(int, request);
+    QFETCH(QString, call);
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    InputThreadModul& input = *stepped.input;
+    bool* const flags[] = {&input.requestView0, &input.requestView1, &input.requestView8,
+                           &input.requestDepth, &input.requestMeasure};
+    bool* const flag = flags[request];
+    std::atomic<bool> setDuring{true};
+    bench().log().setHook([&](const CallRecord& record) {
+        if (record.memory == om::MEM::CPU && record.size.width == 0 &&
+            (record.call == CALL::RETRIEVE_IMAGE || record.call == CALL::RETRIEVE_MEASURE)) {
+            setDuring = *flag;
+            *flag = true;
+        }
+    });
+
+    *flag = true;
+    QVERIFY(stepped.step());
+    QVERIFY(!setDuring);
+    bench().log().setHook(nullptr);
+    bench().log().clear();
+    QVERIFY(stepped.step());
+    QCOMPARE(described(retrievals()).mid(3), QStringList(call));
+    QVERIFY(!*flag);
+}
+
 void TestInputThreadLoop::requestsAreServedInOrderAfterTheFrame()
 {
     SteppedInput stepped;
@@ -522,10 +618,21 @@ void TestInputThreadLoop::busyRetrieveMutexSkipsTheFrame()
     ProgramStates::setIntAttr(ProgramStates::cameraFps, 0);
     const int images = stepped.images;
     bench().log().clear();
+    std::atomic<int> looks{0};
+    std::atomic<qint64> longestWait{-1};
+    const qtcalls::Hook hook([&](const qtcalls::Call& call) {
+        if (call.call == qtcalls::CALL::TRY_LOCK && call.object == &input.retrieveMutex) {
+            ++looks;
+            longestWait = call.limitMs;
+        }
+    });
 
     input.retrieveMutex.lock();
-    QVERIFY(stepped.step());
+    const bool passed = stepped.step();
     input.retrieveMutex.unlock();
+    QVERIFY(passed);
+    QCOMPARE(looks.load(), 1);
+    QCOMPARE(longestWait.load(), qint64(0));
 
     QVERIFY(retrievals().empty());
     QVERIFY(input.requestDepth);
@@ -608,6 +715,25 @@ void TestInputThreadLoop::reportedRateIsTheMeanOfTheLastTwoFrames()
     QCOMPARE(cameraFps(), (10 + fps) / 2);
     QVERIFY(stepped.step());
     QCOMPARE(cameraFps(), fps);
+}
+
+void TestInputThreadLoop::libraryIsAskedForTheRateOncePerRetrievedFrame()
+{
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    bench().log().setHighRate(true);
+    const auto asked = [] { return calls(CALL::GET_INIT_PARAMETERS); };
+    for (std::uint64_t frame = 1; frame <= 3; ++frame) {
+        QVERIFY(stepped.step());
+        QCOMPARE(asked(), frame);
+    }
+    QVERIFY(stepped.step(om::ERROR_CODE::FAILURE));
+    QCOMPARE(asked(), std::uint64_t(3));
+    stepped.input->retrieveMutex.lock();
+    const bool passed = stepped.step();
+    stepped.input->retrieveMutex.unlock();
+    QVERIFY(passed);
+    QCOMPARE(asked(), std::uint64_t(3));
 }
 
 void TestInputThreadLoop::imageSignalComesOncePerGoodGrab()
@@ -693,6 +819,9 @@ void TestInputThreadLoop::lossEndsTheLoop()
         },
         Qt::DirectConnection);
     bench().log().clear();
+    // As in a recorded file that is far from its end.
+    input.playingFile = true;
+    input.lastFrame = std::numeric_limits<int>::max();
 
     stepped.nextResult = 4;
     stepped.gate.release();
@@ -840,6 +969,27 @@ void TestInputThreadLoop::stopGrabbingFromAnotherThread()
     QVERIFY(stepped.input->isFinished());
 }
 
+void TestInputThreadLoop::stopGrabbingWaitsWithoutALimit()
+{
+    // The thread stands in a grab until the wait has begun.
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    InputThreadModul& input = *stepped.input;
+    QVector<qint64> limits;
+    bool running = true;
+    const qtcalls::Hook hook([&](const qtcalls::Call& call) {
+        if (call.call == qtcalls::CALL::WAIT && call.object == &input) {
+            limits << call.limitMs;
+            running = input.running;
+            stepped.gate.open();
+        }
+    });
+    input.stopGrabbing();
+    QCOMPARE(limits, QVector<qint64>({-1}));
+    QVERIFY(!running);
+    QVERIFY(input.isFinished());
+}
+
 void TestInputThreadLoop::destructorFreesEverything_data()
 {
     QTest::addColumn<QString>("stage");
@@ -879,6 +1029,65 @@ void TestInputThreadLoop::destructorFreesEverything()
     }
     QVERIFY(!inUse());
     QCOMPARE(gpuBlocks(), std::size_t(0));
+    QCOMPARE(cudaGetLastError(), cudaSuccess);
+}
+
+void TestInputThreadLoop::destructorGoesStepByStep()
+{
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    InputThreadModul& input = *stepped.input;
+    const CUcontext context = input.cudaContext;
+    input.lastImageTime = 1;
+    input.droppedFrames = 2;
+    input.frameRate = 3.0;
+    input.playingFile = true;
+    cuCtxSetCurrent(nullptr);
+
+    const auto stopped = [&input] {
+        return input.lastImageTime == 0 && input.droppedFrames == 0 && input.frameRate == 0.0 &&
+               !input.enabled && !input.running && !input.opened && !input.playingFile &&
+               !input.liveCamera && input.aborted;
+    };
+    const auto freed = [&input] {
+        const om::Mat* const mats[] = {&input.imageGpu,  &input.image2Gpu,   &input.measureGpu,
+                                       &input.depthHost, &input.measureHost, &input.imageHost,
+                                       &input.image3Host};
+        return std::all_of(std::begin(mats), std::end(mats), [](const om::Mat* mat) {
+            return mat->getPtr(om::MEM::CPU) == nullptr && mat->getPtr(om::MEM::GPU) == nullptr;
+        });
+    };
+    const std::thread::id here = std::this_thread::get_id();
+    QStringList seen;
+    const qtcalls::Hook hook([&](const qtcalls::Call& call) {
+        if (std::this_thread::get_id() != here) {
+            return;
+        }
+        if (call.call == qtcalls::CALL::MSLEEP) {
+            seen << QString("sleep %1, %2").arg(call.limitMs).arg(stopped() ? "stopped" : "not");
+        } else if (call.call == qtcalls::CALL::WAIT) {
+            // The thread stands in a grab until now.
+            seen << QString("wait %1, %2")
+                        .arg(call.limitMs)
+                        .arg(input.isRunning() ? "running" : "not");
+            stepped.gate.open();
+        }
+    });
+    bench().log().setHook([&](const CallRecord& record) {
+        if (record.call == CALL::CLOSE) {
+            CUcontext current = nullptr;
+            cuCtxGetCurrent(&current);
+            seen << QString("close, %1, %2, %3")
+                        .arg(input.isRunning() ? "running" : "ended",
+                             current == context ? "context" : "no context",
+                             freed() ? "freed" : "not freed");
+            leaveCudaError();
+        }
+    });
+
+    stepped.input.reset();
+    QCOMPARE(seen, QStringList(
+                       {"sleep 10, stopped", "wait -1, running", "close, ended, context, freed"}));
     QCOMPARE(cudaGetLastError(), cudaSuccess);
 }
 

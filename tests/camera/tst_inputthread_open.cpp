@@ -470,6 +470,8 @@ void TestInputThreadOpen::createMemoriesPublishesWhatTheCameraIs()
 {
     QFETCH(int, model);
     setUp(static_cast<om::MODEL>(model));
+    // The library puts its own limit in the place of a negative one.
+    ProgramStates::setIntAttr(ProgramStates::depthMinimumCm, -100);
     InputThreadModul input;
     QCOMPARE(model < 4 ? input.live(static_cast<int>(SERIAL)) : input.gmsl(CAMERA_ID), 0);
     QVERIFY(input.CreateMemories());
@@ -481,6 +483,7 @@ void TestInputThreadOpen::createMemoriesPublishesWhatTheCameraIs()
     QCOMPARE(ProgramStates::getIntAttr(ProgramStates::image2Width), static_cast<int>(size.width));
     QCOMPARE(ProgramStates::getIntAttr(ProgramStates::image2Height), static_cast<int>(size.height));
     const double minimum = ProgramStates::getDoubleAttr(ProgramStates::effectiveDepthMinimum);
+    QVERIFY(input.getInitParams().depthMinimum == -1.0F);
     QVERIFY(minimum > 0.0);
     QVERIFY(minimum == static_cast<double>(input.camera.getInitParameters().depthMinimum));
 }

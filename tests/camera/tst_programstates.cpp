@@ -5,6 +5,26 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
+#include <type_traits>
+
+// Everything in it is static, data and operations: an object holds nothing.
+static_assert(std::is_empty_v<ProgramStates> && !std::is_polymorphic_v<ProgramStates>);
+static_assert(std::is_default_constructible_v<ProgramStates> &&
+              std::is_destructible_v<ProgramStates>);
+using P = ProgramStates;
+template <auto Operation, typename Signature>
+constexpr bool is = std::is_same_v<decltype(Operation), Signature>;
+static_assert(is<&P::bool_attributes, bool (*)[4]> && is<&P::int_attributes, int (*)[19]> &&
+              is<&P::double_attributes, double (*)[4]> &&
+              is<&P::qstring_attributes, QString (*)[4]>);
+static_assert(is<&P::resetStates, void (*)()>);
+static_assert(is<&P::setBoolAttr, void (*)(int, bool)> && is<&P::getBoolAttr, bool (*)(int)> &&
+              is<&P::switchBoolAttr, void (*)(int)>);
+static_assert(is<&P::setIntAttr, void (*)(int, int)> && is<&P::getIntAttr, int (*)(int)> &&
+              is<&P::intAttr, int& (*)(int)>);
+static_assert(is<&P::setDoubleAttr, void (*)(int, double)> &&
+              is<&P::getDoubleAttr, double (*)(int)> && is<&P::doubleAttr, double& (*)(int)>);
+static_assert(is<&P::qstringAttr, QString& (*)(int)>);
 
 class TestProgramStates : public QObject
 {

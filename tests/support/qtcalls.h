@@ -1,0 +1,42 @@
+/// @file
+/// What the program asks of Qt's threads and locks, with the limits that it sets.
+///
+/// A test whose sources list qtcalls.cpp has it between the program and Qt: a limit shows at once,
+/// where a clock could only show that it was not reached yet.
+#pragma once
+
+#include <QDeadlineTimer>
+
+#include <functional>
+
+namespace qtcalls {
+
+enum class CALL {
+    MSLEEP,   ///< QThread::msleep(), before it; limit: the time
+    TRY_LOCK, ///< QMutex::tryLock(), before it; limit: the longest wait
+    WAIT,     ///< QThread::wait(), before it; limit: -1 for none
+    STARTED,  ///< QThread::start(), after it
+};
+
+struct Call
+{
+    CALL call;
+    const void* object; ///< mutex or thread; null for a sleep
+    qint64 limitMs;     ///< 0 where there is none to set
+};
+
+/// Calls the function for each call from now on, on the caller's thread and without a lock. It may
+/// block. An empty function ends that.
+void setHook(std::function<void(const Call&)> hook);
+
+/// Sets the hook for the life of the object.
+class Hook
+{
+public:
+    explicit Hook(std::function<void(const Call&)> hook) { setHook(std::move(hook)); }
+    ~Hook() { setHook(nullptr); }
+    Hook(const Hook&) = delete;
+    Hook& operator=(const Hook&) = delete;
+};
+
+} // namespace qtcalls
