@@ -5,11 +5,13 @@
 #include <QtTest>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 using namespace om;
@@ -79,9 +81,140 @@ static_assert(std::is_constructible_v<Transform, const Matrix4f&> &&
               std::is_constructible_v<Transform, const Orientation&, const Translation&>);
 static_assert(is<&Transform::getEulerAngles, Vector3<float> (Transform::*)(bool) const>);
 
-static_assert(sizeof(Resolution::width) == 8 && std::is_unsigned_v<decltype(Resolution::width)>);
-static_assert(sizeof(Resolution::height) == 8 && std::is_unsigned_v<decltype(Resolution::height)>);
-static_assert(sizeof(Matrix4f) == 16 * sizeof(float));
+static_assert(is<&Transform::setOrientation, void (Transform::*)(const Orientation&)>);
+static_assert(is<&Transform::setTranslation, void (Transform::*)(const Translation&)>);
+static_assert(is<&Transform::getOrientation, Orientation (Transform::*)() const>);
+static_assert(is<&Transform::getTranslation, Translation (Transform::*)() const>);
+static_assert(std::is_default_constructible_v<Transform> &&
+              std::is_copy_constructible_v<Transform>);
+static_assert(std::is_base_of_v<Vector3<float>, Translation> &&
+              std::is_constructible_v<Translation, float, float, float> &&
+              std::is_convertible_v<Vector3<float>, Translation> &&
+              std::is_default_constructible_v<Translation> &&
+              std::is_copy_constructible_v<Translation>);
+static_assert(is<&Orientation::setIdentity, void (Orientation::*)()>);
+static_assert(std::is_default_constructible_v<Orientation>);
+static_assert(is<&Matrix4f::setIdentity, void (Matrix4f::*)()>);
+static_assert(is<&Matrix4f::identity, Matrix4f (*)()>);
+static_assert(is<&Matrix4f::inverse, Matrix4f (*)(const Matrix4f&)>);
+static_assert(is<&Matrix4f::transpose, Matrix4f (*)(const Matrix4f&)>);
+static_assert(is<&Matrix4f::operator*, Matrix4f (Matrix4f::*)(const Matrix4f&) const>);
+static_assert(std::is_same_v<decltype(std::declval<Matrix4f&>()(0, 0)), float&>);
+static_assert(is<&String::c_str, const char* (String::*)() const>);
+static_assert(std::is_default_constructible_v<String> && std::is_copy_constructible_v<String> &&
+              std::is_copy_assignable_v<String> && std::is_convertible_v<const char*, String>);
+static_assert(std::is_same_v<decltype(toString(std::declval<const MODEL&>())), String>);
+static_assert(is<&SensorsData::TemperatureData::get,
+                 int (SensorsData::TemperatureData::*)(
+                     SensorsData::TemperatureData::SENSOR_LOCATION, float&) const>);
+
+// The types of the fields. "size_t" stands for the unsigned 64 bits of a resolution.
+static_assert(sizeof(std::size_t) == 8);
+static_assert(is<&Resolution::width, std::size_t Resolution::*>);
+static_assert(is<&Resolution::height, std::size_t Resolution::*>);
+static_assert(sizeof(Resolution) == 16);
+static_assert(is<&Vector3<float>::x, float Vector3<float>::*> &&
+              is<&Vector3<float>::y, float Vector3<float>::*> &&
+              is<&Vector3<float>::z, float Vector3<float>::*>);
+static_assert(sizeof(Vector3<float>) == 12 && sizeof(Translation) == 12);
+static_assert(sizeof(Matrix4f) == 16 * sizeof(float) && sizeof(Transform) == sizeof(Matrix4f));
+
+static_assert(is<&InitParameters::resolution, RESOLUTION InitParameters::*>);
+static_assert(is<&InitParameters::fps, int InitParameters::*>);
+static_assert(is<&InitParameters::enableRecording, bool InitParameters::*>);
+static_assert(is<&InitParameters::depthMode, DEPTH_MODE InitParameters::*>);
+static_assert(is<&InitParameters::coordinateUnits, UNIT InitParameters::*>);
+static_assert(is<&InitParameters::coordinateSystem, COORDINATE_SYSTEM InitParameters::*>);
+static_assert(is<&InitParameters::verbosity, int InitParameters::*>);
+static_assert(is<&InitParameters::gpuId, int InitParameters::*>);
+static_assert(is<&InitParameters::depthMinimum, float InitParameters::*>);
+static_assert(is<&InitParameters::depthMaximum, float InitParameters::*>);
+static_assert(is<&InitParameters::disableSelfCalibration, bool InitParameters::*>);
+static_assert(is<&InitParameters::imageFlip, int InitParameters::*>);
+static_assert(is<&InitParameters::rightSideMeasure, bool InitParameters::*>);
+static_assert(is<&InitParameters::logFile, String InitParameters::*>);
+static_assert(is<&InitParameters::depthStabilization, int InitParameters::*>);
+static_assert(is<&InitParameters::cudaContext, CUcontext InitParameters::*>);
+static_assert(is<&InitParameters::input, InputType InitParameters::*>);
+static_assert(is<&InitParameters::settingsPath, String InitParameters::*>);
+static_assert(is<&InitParameters::sensorsRequired, bool InitParameters::*>);
+static_assert(is<&InitParameters::imageEnhancement, bool InitParameters::*>);
+static_assert(is<&InitParameters::calibrationPath, String InitParameters::*>);
+static_assert(is<&InitParameters::openTimeout, float InitParameters::*>);
+static_assert(is<&InitParameters::asyncRecovery, bool InitParameters::*>);
+static_assert(is<&InitParameters::grabRateLimit, float InitParameters::*>);
+static_assert(is<&InitParameters::imageValidation, bool InitParameters::*>);
+
+static_assert(is<&RuntimeParameters::enableDepth, bool RuntimeParameters::*>);
+static_assert(is<&RuntimeParameters::enableFill, bool RuntimeParameters::*>);
+static_assert(is<&RuntimeParameters::confidenceThreshold, int RuntimeParameters::*>);
+static_assert(is<&RuntimeParameters::textureThreshold, int RuntimeParameters::*>);
+static_assert(is<&RuntimeParameters::referenceFrame, REFERENCE_FRAME RuntimeParameters::*>);
+static_assert(is<&RuntimeParameters::removeSaturated, bool RuntimeParameters::*>);
+
+static_assert(sizeof(DeviceProperties::state) == 4 && sizeof(DeviceProperties::bus) == 4);
+static_assert(is<&DeviceProperties::id, int DeviceProperties::*>);
+static_assert(is<&DeviceProperties::path, String DeviceProperties::*>);
+static_assert(is<&DeviceProperties::cameraModel, MODEL DeviceProperties::*>);
+static_assert(is<&DeviceProperties::serialNumber, unsigned int DeviceProperties::*>);
+
+static_assert(is<&CameraInformation::serialNumber, unsigned int CameraInformation::*>);
+static_assert(is<&CameraInformation::cameraModel, MODEL CameraInformation::*>);
+static_assert(is<&CameraInformation::firmwareVersion, unsigned int CameraInformation::*>);
+static_assert(is<&CameraInformation::resolution, Resolution CameraInformation::*>);
+
+using Barometer = decltype(SensorsData::barometer);
+static_assert(is<&Barometer::isAvailable, bool Barometer::*>);
+static_assert(is<&Barometer::timestamp, std::uint64_t Barometer::*>);
+static_assert(is<&Barometer::pressure, float Barometer::*>);
+static_assert(is<&Barometer::relativeAltitude, float Barometer::*>);
+static_assert(is<&Barometer::effectiveRate, float Barometer::*>);
+static_assert(is<&SensorsData::temperature, SensorsData::TemperatureData SensorsData::*>);
+using Magnetometer = decltype(SensorsData::magnetometer);
+static_assert(is<&Magnetometer::isAvailable, bool Magnetometer::*>);
+static_assert(is<&Magnetometer::timestamp, std::uint64_t Magnetometer::*>);
+static_assert(is<&Magnetometer::magneticFieldCalibrated, Vector3<float> Magnetometer::*>);
+static_assert(is<&Magnetometer::magneticFieldUncalibrated, Vector3<float> Magnetometer::*>);
+static_assert(is<&Magnetometer::effectiveRate, float Magnetometer::*>);
+using Imu = decltype(SensorsData::imu);
+static_assert(is<&Imu::timestamp, std::uint64_t Imu::*>);
+static_assert(is<&Imu::pose, Transform Imu::*>);
+static_assert(is<&Imu::angularVelocity, Vector3<float> Imu::*>);
+static_assert(is<&Imu::linearAcceleration, Vector3<float> Imu::*>);
+static_assert(is<&Imu::effectiveRate, float Imu::*>);
+static_assert(is<&SensorsData::cameraMovingState, int SensorsData::*>);
+
+// The packed records, byte by byte. What the program does not read has its place by its neighbours.
+template <auto Field, typename Type, typename Record>
+constexpr bool holds = std::is_same_v<decltype(Field), Type Record::*>;
+
+static_assert(holds<&IMUReaderData::linkValid, std::uint8_t, IMUReaderData> &&
+              offsetof(IMUReaderData, linkValid) == 0);
+static_assert(holds<&IMUReaderData::timestamp, std::uint64_t, IMUReaderData> &&
+              offsetof(IMUReaderData, timestamp) == 2);
+static_assert(holds<&IMUReaderData::magState, std::uint8_t, IMUReaderData> &&
+              offsetof(IMUReaderData, magState) == 30);
+static_assert(holds<&IMUReaderData::mag, std::int16_t[3], IMUReaderData> &&
+              offsetof(IMUReaderData, mag) == 31);
+static_assert(sizeof(IMUReaderData) == 37 && alignof(IMUReaderData) == 1);
+
+static_assert(holds<&IMUPose::acceleration, float[3], IMUPose> &&
+              offsetof(IMUPose, acceleration) == 124);
+static_assert(holds<&IMUPose::magUncalibrated, float[3], IMUPose> &&
+              offsetof(IMUPose, magUncalibrated) == 236);
+static_assert(holds<&IMUPose::headingState, std::int32_t, IMUPose> &&
+              offsetof(IMUPose, headingState) == 260);
+static_assert(holds<&IMUPose::headingAccuracy, float, IMUPose> &&
+              offsetof(IMUPose, headingAccuracy) == 264);
+static_assert(holds<&IMUPose::heading, float, IMUPose> && offsetof(IMUPose, heading) == 268);
+static_assert(sizeof(IMUPose) == 272 && alignof(IMUPose) == 1);
+
+static_assert(sizeof(_mag_calib_data::reserved) == 1 && offsetof(_mag_calib_data, reserved) == 0);
+static_assert(holds<&_mag_calib_data::scale, float[3], _mag_calib_data> &&
+              offsetof(_mag_calib_data, scale) == 1);
+static_assert(holds<&_mag_calib_data::offset, float[3], _mag_calib_data> &&
+              offsetof(_mag_calib_data, offset) == 13);
+static_assert(sizeof(_mag_calib_data) == 25 && alignof(_mag_calib_data) == 1);
 
 enum Flag {
     ENABLE_RECORDING,

@@ -19,6 +19,29 @@ class McuRecordsTest : public Fixture
 private slots:
     void init() { prepare(); }
 
+    // ---- Capture ------------------------------------------------------------------------------
+
+    /// The microcontroller takes no word of it: the link alone says whether capture runs.
+    void captureRunsOnASilentMicrocontrollerToo()
+    {
+        Link link;
+        QCOMPARE(link.openIt(), 0);
+        m_bench.changeFaults(SERIAL, [](Faults& faults) { faults.mcuSilent = true; });
+        link.startCapture(0.0F);
+        QVERIFY(link.captureRunning);
+        QCOMPARE(int(link.getIMUReaderData().linkValid), 0);
+        QCOMPARE(quint64(link.getIMUPose(6).timestamp), quint64(0));
+
+        // Once it answers again the stream is there, without a second start.
+        m_bench.changeFaults(SERIAL, [](Faults& faults) { faults.mcuSilent = false; });
+        m_bench.clock().advance(100ms);
+        QCOMPARE(int(link.getIMUReaderData().linkValid), 1);
+
+        m_bench.changeFaults(SERIAL, [](Faults& faults) { faults.mcuSilent = true; });
+        link.stopCapture();
+        QVERIFY(!link.captureRunning);
+    }
+
     // ---- Reader records -----------------------------------------------------------------------
 
     void readerRecordIsInvalidWithoutAStream_data()
