@@ -1,3 +1,4 @@
+#include "support/qtcalls.h"
 #include "support/viewersession.h"
 
 #include "camera/ProgramStates.h"
@@ -5,6 +6,7 @@
 #include <QThread>
 
 #include <atomic>
+#include <thread>
 
 using namespace viewersession;
 using om::MODEL;
@@ -130,6 +132,12 @@ private slots:
         bench().addCamera(camera(MODEL::TIV_P, 20000001));
         startWithoutPoll();
         auto& probe = viewer->probe;
+        // Each pass is over before its start returns.
+        const qtcalls::Hook hook([&probe](const qtcalls::Call& call) {
+            if (call.call == qtcalls::CALL::STARTED && call.object == &probe.detectionThread) {
+                probe.detectionThread.wait();
+            }
+        });
         QCOMPARE(probe.updateDeviceList(false), 0);
         QVERIFY(probe.detectionThread.wait());
         bench().unplug(20000001);
@@ -163,6 +171,33 @@ private slots:
             }
         }
         QCOMPARE(sessions, QStringList({"OPEN 20000001", "CLOSE 20000001", "OPEN 20000002"}));
+        for (const auto& call : bench().log().records(CALL::OPEN)) {
+            QVERIFY(call.thread == std::this_thread::get_id());
+        }
+    }
+
+    void thePollsOpenIsShieldedFromChangesOfTheRow()
+    {
+        bench().addCamera(camera(MODEL::TIV_Q, 20000001));
+        bench().addCamera(camera(MODEL::TIV_P, 20000002));
+        start();
+        QVector<bool> busy;
+        bench().setOpenHook([&](const om::InitParameters&) {
+            busy << viewer->probe.deviceListBusy;
+            // The row of the other camera, and back: no choice of the user's.
+            if (viewer->probe.deviceListBusy) {
+                viewer->ui->comboBox_camera_list->setCurrentIndex(1);
+                viewer->ui->comboBox_camera_list->setCurrentIndex(0);
+            }
+        });
+        QTRY_VERIFY(viewer->streams(20000001));
+        QVERIFY(!viewer->probe.deviceListBusy);
+        QCOMPARE(busy, QVector<bool>({true}));
+
+        viewer->ui->comboBox_camera_list->setCurrentIndex(1);
+        QTRY_VERIFY(viewer->streams(20000002));
+        QCOMPARE(busy, QVector<bool>({true, false}));
+        bench().setOpenHook(nullptr);
     }
 
     void aChangeOfRowWhileTheListIsRebuiltIsNoChoice()
@@ -238,6 +273,8 @@ private slots:
         auto& probe = viewer->probe;
         const InputThreadModul* const input = probe.inputThread;
         bench().addCamera(camera(MODEL::TIV_P, 20000002));
+        // The camera itself is asked whether it is open.
+        probe.inputThread.load()->opened = false;
 
         // The new camera is known after one more pass.
         QTest::mouseClick(viewer->ui->pushButton_refresh_list, Qt::LeftButton);
@@ -253,6 +290,41 @@ private slots:
         QVERIFY(viewer->streams(20000001));
         QCOMPARE(bench().log().count(CALL::OPEN), 1ULL);
         QVERIFY(probe.cameraName.isEmpty());
+    }
+
+    void theKeptRowCountsAndHoldsTheOpenCamera()
+    {
+        startWithoutPoll();
+        auto& probe = viewer->probe;
+        probe.cameraId = 3;
+        probe.cameraSerial = 42;
+        probe.cameraModel = MODEL::TIV_R;
+        QCOMPARE(probe.updateDeviceList(true), 1);
+        QCOMPARE(rows(), QStringList({" - 42"}));
+        QCOMPARE(probe.deviceIds, QVector<int>({3}));
+        QCOMPARE(probe.deviceSerials, QVector<int>({42}));
+        QCOMPARE(probe.deviceModels, QVector<MODEL>({MODEL::TIV_R}));
+
+        QVERIFY(probe.detectionThread.wait());
+        probe.detectionThread.devices = {device(7, 15, MODEL::TIV_P), device(8, 0, MODEL::TIV_P)};
+        QCOMPARE(probe.updateDeviceList(true), 2);
+        QCOMPARE(probe.deviceIds, QVector<int>({3, 7}));
+    }
+
+    void theKeptRowOfACameraOnTheSerialBusOpensItAgain()
+    {
+        auto config = camera(MODEL::TIV_R, 20000001);
+        config.id = 3;
+        bench().addCamera(config);
+        start();
+        QTRY_VERIFY(viewer->streams(20000001));
+        QTest::mouseClick(viewer->ui->pushButton_refresh_list, Qt::LeftButton);
+        QCOMPARE(viewer->probe.deviceIds, QVector<int>({3, 3}));
+        QCOMPARE(viewer->ui->comboBox_camera_list->currentIndex(), 0);
+        viewer->window->createLiveInput();
+        QCOMPARE(bench().log().count(CALL::OPEN), 2ULL);
+        QCOMPARE(bench().log().last(CALL::OPEN)->init->input.cameraId(), 3);
+        QTRY_VERIFY(viewer->streams(20000001));
     }
 
     void theSecondRowOfTheOpenCameraReopensIt()
@@ -281,18 +353,25 @@ private slots:
 
     void refreshWithoutAnOpenCameraRunsTheWholeLossPath_data()
     {
-        QTest::addColumn<bool>("withInputThread");
-        QTest::newRow("no input thread") << false;
-        QTest::newRow("input thread whose camera is closed") << true;
+        QTest::addColumn<QString>("input");
+        QTest::newRow("no input thread") << "none";
+        QTest::newRow("input thread whose camera was never open") << "closed";
+        QTest::newRow("input thread that has not seen the loss yet") << "lost";
     }
 
     void refreshWithoutAnOpenCameraRunsTheWholeLossPath()
     {
-        QFETCH(bool, withInputThread);
+        QFETCH(QString, input);
         startWithoutPoll();
         auto& probe = viewer->probe;
-        if (withInputThread) {
+        if (input != "none") {
             probe.inputThread = new InputThreadModul;
+        }
+        if (input == "lost") {
+            bench().addCamera(camera(MODEL::TIV_Q, 20000001));
+            QCOMPARE(probe.inputThread.load()->live(20000001), 0);
+            bench().unplug(20000001);
+            QVERIFY(probe.inputThread.load()->opened);
         }
         probe.cameraLost = false;
         probe.accX = {1.0, 2.0};
@@ -355,16 +434,25 @@ private slots:
     void aSlowListDoesNotHoldUpTheInterface()
     {
         bench().addCamera(camera(MODEL::TIV_Q, 20000001));
+        QSemaphore begun;
         QSemaphore listed;
-        bench().setDeviceListHook([&] { listed.acquire(); });
+        std::atomic<bool> letGo{false};
+        bench().setDeviceListHook([&] {
+            begun.release();
+            letGo = listed.tryAcquire(1, 20000);
+        });
         startWithoutPoll();
-        // Each of these ticks starts a pass or finds one running.
-        for (int tick = 0; tick < 3; ++tick) {
+        // The first of these ticks starts a pass, and the others find it at work on its list.
+        QVERIFY(!viewer->window->detectMultipleDevice());
+        QVERIFY(begun.tryAcquire(1, 20000));
+        QVERIFY(!viewer->probe.detectionThread.mutex.tryLock());
+        for (int tick = 0; tick < 2; ++tick) {
             QVERIFY(!viewer->window->detectMultipleDevice());
         }
         QVERIFY(viewer->probe.detectionThread.isRunning());
         listed.release();
         QVERIFY(viewer->probe.detectionThread.wait());
+        QVERIFY(letGo);
         bench().setDeviceListHook(nullptr);
         QCOMPARE(bench().log().count(CALL::GET_DEVICE_LIST), 1ULL);
         QVERIFY(viewer->window->detectMultipleDevice());

@@ -195,7 +195,15 @@ private slots:
         start();
         viewer->probe.requestedFps = 60;
         viewer->probe.requestedResolution = 3;
+        // Until the first measurement the rates stand at the one asked for.
+        QVector<int> rates;
+        using P = ProgramStates;
+        bench().setOpenHook([&rates](const om::InitParameters&) {
+            rates = {P::getIntAttr(P::measuredFps), P::getIntAttr(P::cameraFps),
+                     P::getIntAttr(P::requestedFps)};
+        });
         QTRY_VERIFY(viewer->streams(first));
+        QCOMPARE(rates, QVector<int>({60, 60, 60}));
         const auto open = bench().log().last(CALL::OPEN);
         QCOMPARE(open->init->fps, 60);
         QVERIFY(open->init->resolution == om::RESOLUTION::HD1200);
