@@ -41,7 +41,8 @@ bool hasMagnetometer(MODEL model)
 
 bool hasTemperature(MODEL model, int location)
 {
-    return hasImu(model) && (location == 0 || hasBarometer(model));
+    return hasBarometer(model) ||
+           (location == 0 && (model == MODEL::TIV_R || model == MODEL::TIV_S));
 }
 
 BUS_TYPE busOf(MODEL model)

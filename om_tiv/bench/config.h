@@ -101,7 +101,7 @@ bool hasImu(MODEL model);          ///< all but TIV
 bool hasBarometer(MODEL model);    ///< TIV_P, TIV_Q and models without an enumerator
 bool hasMagnetometer(MODEL model); ///< the same
 /// Whether the location (0 to 3) has a sensor: all on models with a barometer, only the IMU's on
-/// the other models with an IMU.
+/// TIV_R and TIV_S.
 bool hasTemperature(MODEL model, int location);
 BUS_TYPE busOf(MODEL model); ///< SERIAL for TIV_R and TIV_S, USB for the others
 

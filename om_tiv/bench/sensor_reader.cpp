@@ -161,8 +161,8 @@ void SensorReader::fillMagnetometer(Nanoseconds time, const Faults& faults, Sens
         m_calibrationVersion = version;
     }
     data.magnetometer = number ? m_magnetometerData : SensorsData::MagnetometerData();
-    data.magnetometer.isAvailable = true;
     if (number) {
+        data.magnetometer.isAvailable = true;
         data.magnetometer.timestamp = m_camera->reportedTime(STREAM::MAGNETOMETER, *number);
     }
 }
@@ -183,8 +183,8 @@ void SensorReader::fillBarometer(Nanoseconds time, const Faults& faults, Sensors
         m_barometerNumber = number;
     }
     data.barometer = number ? m_barometerData : SensorsData::BarometerData();
-    data.barometer.isAvailable = true;
     if (number) {
+        data.barometer.isAvailable = true;
         data.barometer.timestamp = m_camera->reportedTime(STREAM::BAROMETER, *number);
     }
 }
