@@ -166,12 +166,7 @@ CameraSession::~CameraSession()
 ERROR_CODE CameraSession::attach(std::shared_ptr<VirtualCamera> device)
 {
     m_device = std::move(device);
-    const bool claimed = m_device->claim(this, [this] {
-        STATE open = STATE::OPEN;
-        if (m_state.compare_exchange_strong(open, STATE::LOST)) {
-            m_onLost();
-        }
-    });
+    const bool claimed = m_device->claim(this, [this] { markLost(); });
     if (!claimed) {
         return m_device->isPlugged() ? ERROR_CODE::IN_USE : ERROR_CODE::NOT_DETECTED;
     }
@@ -210,7 +205,10 @@ ERROR_CODE CameraSession::makeContext()
 
 void CameraSession::close()
 {
-    m_state.store(STATE::CLOSED);
+    {
+        const std::lock_guard<std::mutex> lock(m_lossMutex);
+        m_state.store(STATE::CLOSED);
+    }
     if (m_device) {
         m_device->release(this);
         m_device->clock().wake();
@@ -220,12 +218,21 @@ void CameraSession::close()
     }
 }
 
+bool CameraSession::markLost()
+{
+    const std::lock_guard<std::mutex> lock(m_lossMutex);
+    STATE open = STATE::OPEN;
+    const bool lost = m_state.compare_exchange_strong(open, STATE::LOST);
+    if (lost) {
+        m_onLost();
+    }
+    return lost;
+}
+
 void CameraSession::lose()
 {
-    STATE open = STATE::OPEN;
-    if (m_state.compare_exchange_strong(open, STATE::LOST)) {
+    if (markLost()) {
         m_device->release(this);
-        m_onLost();
         m_device->clock().wake();
     }
 }

@@ -22,8 +22,8 @@ public:
     enum class STATE { OPEN, LOST, CLOSED };
 
     /// Opens what the parameters ask for.
-    /// @param onLost called once when the camera is lost, on the thread that took it away; not any
-    ///               more after close()
+    /// @param onLost called once when the camera is lost, on the thread that took it away; close()
+    ///               waits for it, and after that it is not called any more. It must not call back
     /// @return null with the result set
     static std::shared_ptr<CameraSession> open(const InitParameters& parameters,
                                                std::function<void()> onLost, ERROR_CODE& result);
@@ -53,7 +53,8 @@ private:
     ERROR_CODE attach(std::shared_ptr<VirtualCamera> device);
     ERROR_CODE attachFile(Recording recording);
     ERROR_CODE makeContext();
-    void lose(); ///< from within: the camera counts as lost for this opening only
+    void lose();     ///< from within: the camera counts as lost for this opening only
+    bool markLost(); ///< false where it is not open any more
 
     /// LOST and CLOSED as the result of an operation; SUCCESS while open.
     ERROR_CODE stateResult() const;
@@ -64,6 +65,8 @@ private:
     InitParameters m_parameters;
     CameraInformation m_information;
     const std::function<void()> m_onLost;
+    std::mutex m_lossMutex; ///< held over the change of the state and m_onLost(), in this order
+                            ///< after the device's lock; close() waits for both
     std::atomic<STATE> m_state{STATE::OPEN};
     CUcontext m_context = nullptr;
     std::optional<CUdevice> m_retained; ///< device whose context is to be released

@@ -1,6 +1,9 @@
 #include "om_tiv/benchtest.h"
 
+#include "bench/camera_session.h"
+
 #include <atomic>
+#include <future>
 #include <thread>
 
 using namespace om;
@@ -20,6 +23,7 @@ private slots:
     void unplugEndsAWaitForSensors();
     void aLostCameraStaysLostWhenPluggedInAgain();
     void closeEndsAWaitingGrab();
+    void closeWaitsForTheReportOfALoss();
     void removingACameraLosesIt();
     void resettingTheBenchLosesTheCamera();
 };
@@ -111,6 +115,30 @@ void TestCameraLoss::closeEndsAWaitingGrab()
     grabbing.join();
     QVERIFY(result == static_cast<int>(ERROR_CODE::FAILURE) ||
             result == static_cast<int>(ERROR_CODE::TIMEOUT));
+}
+
+void TestCameraLoss::closeWaitsForTheReportOfALoss()
+{
+    auto& bench = Bench::instance();
+    bench.addCamera(idealCamera());
+    bench.scriptGrab(SERIAL, {ERROR_CODE::CAMERA_GONE}); // seen from within
+    std::promise<void> reporting;
+    std::promise<void> closed;
+    bool closedMeanwhile = true;
+    const auto onLost = [&] {
+        reporting.set_value();
+        closedMeanwhile = closed.get_future().wait_for(std::chrono::milliseconds(200)) ==
+                          std::future_status::ready;
+    };
+    ERROR_CODE result = ERROR_CODE::FAILURE;
+    const auto session = CameraSession::open(parametersFor(), onLost, result);
+    QVERIFY(session);
+    std::thread grabbing([&] { session->grab(RuntimeParameters()); });
+    reporting.get_future().wait();
+    session->close();
+    closed.set_value();
+    grabbing.join();
+    QVERIFY(!closedMeanwhile);
 }
 
 void TestCameraLoss::removingACameraLosesIt()
