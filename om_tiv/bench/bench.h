@@ -118,8 +118,8 @@ public:
     bool changeFaults(unsigned int serial, const std::function<void(Faults&)>& change);
 
     MagCalibration calibration(unsigned int serial) const;
-    /// Puts a calibration in force and into the EEPROM image (MagCalibration: bench/eeprom.h).
-    /// @return whether it is on the disk
+    /// Puts a calibration into the EEPROM image and in force (MagCalibration: bench/eeprom.h).
+    /// @return false, with the former one still in force, where the image can't be written
     bool storeCalibration(unsigned int serial, const MagCalibration& calibration);
 
     /// The camera itself; null where it is not on the bench. Its script members feed exact

@@ -407,9 +407,8 @@ private:
         const std::string action = text(m_request, "action");
         if (action == "erase") {
             if (!m_bench.storeCalibration(target->serialNumber(), MagCalibration())) {
-                throw Refusal(
-                    "the image could not be written; the calibration is neutral until the "
-                    "program ends");
+                throw Refusal("the image could not be written, and the calibration is as it was; "
+                              "the program's standard error has the reason");
             }
         } else if (action == "dump") {
             const std::string path = EepromStore().path(target->serialNumber());

@@ -198,8 +198,7 @@ MagCalibration EepromStore::read(unsigned int serial)
 MagCalibration EepromStore::reload(unsigned int serial)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    Image& image = m_images[serial];
-    return image.onlyInMemory ? image.calibration : load(serial, image);
+    return load(serial, m_images[serial]);
 }
 
 MagCalibration EepromStore::load(unsigned int serial, Image& image)
@@ -242,21 +241,18 @@ MagCalibration EepromStore::load(unsigned int serial, Image& image)
 bool EepromStore::write(unsigned int serial, const MagCalibration& calibration)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    Image& image = m_images[serial];
-    image.calibration = calibration;
     try {
         save(serial, calibration);
-        image.onlyInMemory = false;
-        image.reported.clear();
     } catch (const std::runtime_error& error) {
-        image.onlyInMemory = true;
         if (!m_unwritableReported) {
             m_unwritableReported = true;
-            m_report(std::string(error.what()) +
-                     "; stored calibrations last only until the program ends");
+            m_report(std::string(error.what()) + "; the calibration was not stored");
         }
+        return false;
     }
-    return !image.onlyInMemory;
+    m_unwritableReported = false;
+    m_images[serial] = {calibration, {}};
+    return true;
 }
 
 void EepromStore::save(unsigned int serial, const MagCalibration& calibration) const

@@ -65,8 +65,8 @@ public:
     /// As read(), but from the file as it is now, so that the write of another process is seen.
     MagCalibration reload(unsigned int serial);
 
-    /// Stores a calibration. Where the file can't be written this is reported once, and the store
-    /// keeps the calibration in memory.
+    /// Stores a calibration. Where the file can't be written, the former calibration stays; a row
+    /// of such failures is reported once.
     /// @return whether it is on the disk
     bool write(unsigned int serial, const MagCalibration& calibration);
 
@@ -77,8 +77,7 @@ private:
     struct Image
     {
         MagCalibration calibration;
-        bool onlyInMemory = false; ///< a write that did not reach the disk
-        std::string reported;      ///< the last damage told
+        std::string reported; ///< the last damage told
     };
 
     MagCalibration load(unsigned int serial, Image& image);

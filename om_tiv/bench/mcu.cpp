@@ -133,6 +133,7 @@ void TIVmcu::stopCapture()
 IMUReaderData TIVmcu::getIMUReaderData()
 {
     IMUReaderData data;
+    m_impl->transfer();
     const std::shared_ptr<Impl::Session> session = m_impl->streaming();
     if (session) {
         // Without a lock: the script may block its caller.
@@ -178,6 +179,9 @@ IMUPose TIVmcu::getIMUPose(int sensors)
         case bench::Script<IMUPose>::STEP::REPEATED:
             break;
         }
+        m_impl->remember(session, pose);
+    } else if (!session) {
+        pose = m_impl->rememberedPose();
     }
     if (Bench::instance().log().wants(CALL::MCU_GET_POSE)) {
         CallRecord call;

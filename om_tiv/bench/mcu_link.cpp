@@ -3,7 +3,9 @@
 #include "bench/hid.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <limits>
@@ -24,6 +26,8 @@ using bench::VirtualCamera;
 namespace {
 
 constexpr Nanoseconds TICK = 39'000;
+/// A report goes over a full-speed bus once a frame.
+constexpr std::chrono::milliseconds USB_FRAME{1};
 constexpr int ALL_SENSORS = 6; ///< accelerometer, gyroscope and magnetometer
 /// Of the magnetometer's past; samples can be had for 30 s.
 constexpr Nanoseconds PAST = 29 * bench::NS_PER_S;
@@ -86,7 +90,7 @@ ERROR_CODE TIVmcu::Impl::openSession(unsigned int serial, std::shared_ptr<Sessio
         return ERROR_CODE::TIMEOUT;
     }
     made->source = camera->source();
-    made->start = camera->pluggedAt();
+    made->start = camera->clock().now();
     opened = std::move(made);
     return ERROR_CODE::SUCCESS;
 }
@@ -100,6 +104,7 @@ bool TIVmcu::Impl::closeSession()
         capturing = false;
         record = IMUReaderData();
         delivered = IMUReaderData();
+        deliveredPose = IMUPose();
         recordMade.reset();
         recordImu.reset();
         deliveredMag.reset();
@@ -140,8 +145,9 @@ ERROR_CODE TIVmcu::Impl::writeCalibration(const MagCalibration& calibration)
     if (faults.eepromWriteRefused) {
         return ERROR_CODE::FAILURE;
     }
-    // An image that can't be saved still is the camera's EEPROM for as long as the process lives.
-    open->camera->storeCalibration(calibration);
+    if (!open->camera->storeCalibration(calibration)) {
+        return ERROR_CODE::FAILURE;
+    }
     writtenSinceRead = true;
     return ERROR_CODE::SUCCESS;
 }
@@ -222,6 +228,18 @@ IMUReaderData TIVmcu::Impl::physicalRecord(const std::shared_ptr<Session>& of)
     return made;
 }
 
+void TIVmcu::Impl::transfer()
+{
+    {
+        const std::unique_lock<std::mutex> lock = readerLock();
+        // On a stopped clock nothing takes time.
+        if (!session || !session->answers() || session->camera->clock().isManual()) {
+            return;
+        }
+    }
+    std::this_thread::sleep_for(USB_FRAME);
+}
+
 void TIVmcu::Impl::remember(const std::shared_ptr<Session>& of, const IMUReaderData& data)
 {
     const std::unique_lock<std::mutex> lock = readerLock();
@@ -241,6 +259,20 @@ IMUReaderData TIVmcu::Impl::rememberedRecord()
     return known;
 }
 
+void TIVmcu::Impl::remember(const std::shared_ptr<Session>& of, const IMUPose& pose)
+{
+    const std::unique_lock<std::mutex> lock = readerLock();
+    if (session == of) {
+        deliveredPose = pose;
+    }
+}
+
+IMUPose TIVmcu::Impl::rememberedPose()
+{
+    const std::unique_lock<std::mutex> lock = readerLock();
+    return session && session->answers() ? deliveredPose : IMUPose();
+}
+
 void TIVmcu::Impl::feedMonitor(const Session& of, std::uint64_t newest, Nanoseconds now)
 {
     if (monitoredMag == newest) {
@@ -256,8 +288,9 @@ void TIVmcu::Impl::feedMonitor(const Session& of, std::uint64_t newest, Nanoseco
         const bench::MagnetometerSample sample = of.source->magnetometer(number);
         const auto imu = of.source->newest(STREAM::IMU, sample.time);
         const bench::Quaternion pose = imu ? of.source->imu(*imu).pose : bench::Quaternion();
-        monitor.add({static_cast<double>(sample.time - of.start) * 1e-9,
-                     toSensorAxes(sample.body()),
+        // Readings from before the link have a negative time.
+        const auto since = static_cast<std::int64_t>(sample.time - of.start);
+        monitor.add({static_cast<double>(since) * 1e-9, toSensorAxes(sample.body()),
                      toSensorAxes(rotate(conjugate(pose), {0.0, 1.0, 0.0})), sample.isSaturated()});
     }
     monitoredMag = newest;
@@ -289,8 +322,11 @@ void TIVmcu::Impl::catchUp()
 IMUPose TIVmcu::Impl::physicalPose(const std::shared_ptr<Session>& of, int sensors)
 {
     const std::unique_lock<std::mutex> lock = readerLock();
-    if (session != of || !capturing) {
-        return {};
+    if (session != of) {
+        return {}; // closed meanwhile
+    }
+    if (!capturing) { // stopped meanwhile
+        return deliveredPose;
     }
     const VirtualCamera& camera = *of->camera;
     const Nanoseconds now = camera.clock().now();

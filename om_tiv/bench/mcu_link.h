@@ -26,7 +26,7 @@ public:
     {
         std::shared_ptr<bench::VirtualCamera> camera;
         std::shared_ptr<bench::SensorSource> source;
-        bench::Nanoseconds start = 0; ///< of the microcontroller's clock
+        bench::Nanoseconds start = 0; ///< of the microcontroller's ticks: the opening
         bool poses = false;
         bench::Vector accelerationBias;    ///< sensor axes, m/s^2
         bench::Vector angularVelocityBias; ///< sensor axes, degrees per second
@@ -57,10 +57,14 @@ public:
     IMUReaderData physicalRecord(const std::shared_ptr<Session>& of);
     /// Keeps a delivered record for rememberedRecord().
     void remember(const std::shared_ptr<Session>& of, const IMUReaderData& data);
-    /// What an open link answers while capture is stopped: the last record, with nothing new in it.
+    /// What an open link answers while capture is stopped: the last one, with nothing new in it.
     /// A record of no data where there is none, or no answering link.
     IMUReaderData rememberedRecord();
     IMUPose physicalPose(const std::shared_ptr<Session>& of, int sensors);
+    void remember(const std::shared_ptr<Session>& of, const IMUPose& pose);
+    IMUPose rememberedPose(); ///< as rememberedRecord()
+    /// Takes the time of a USB transfer where an open link has something to transfer from.
+    void transfer();
     /// Feeds the monitor with the past, so that no pose record has to wait for that. Under the
     /// mutex.
     void catchUp();
@@ -84,6 +88,7 @@ public:
     bench::Nanoseconds period = 0;
     IMUReaderData record;                         ///< the last one made
     IMUReaderData delivered;                      ///< the last one given to the caller
+    IMUPose deliveredPose;                        ///< likewise
     std::optional<bench::Nanoseconds> recordMade; ///< when
     std::optional<std::uint64_t> recordImu;       ///< number of its IMU sample
     std::optional<std::uint64_t> deliveredMag;    ///< number of the last new reading

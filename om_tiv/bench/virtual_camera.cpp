@@ -243,11 +243,13 @@ MagCalibration VirtualCamera::calibration() const
 
 bool VirtualCamera::storeCalibration(const MagCalibration& calibration)
 {
-    const bool written = m_eeproms->write(m_config.serialNumber, calibration);
+    if (!m_eeproms->write(m_config.serialNumber, calibration)) {
+        return false;
+    }
     const std::lock_guard<std::mutex> lock(m_calibrationMutex);
     m_calibration = calibration;
     m_calibrationVersion.fetch_add(1);
-    return written;
+    return true;
 }
 
 void VirtualCamera::reloadCalibration()

@@ -107,8 +107,8 @@ public:
     MagCalibration calibration() const;
     /// Changes with every change of the calibration in force.
     std::uint64_t calibrationVersion() const { return m_calibrationVersion.load(); }
-    /// Puts a calibration in force and into the EEPROM image.
-    /// @return whether it is on the disk
+    /// Puts a calibration into the EEPROM image and in force.
+    /// @return false, with the former one still in force, where the image can't be written
     bool storeCalibration(const MagCalibration& calibration);
     /// Puts in force what the EEPROM image holds now (another process may have written it).
     void reloadCalibration();

@@ -263,6 +263,7 @@ void TestSampling::nothingNewIsPolledWithoutAPause()
     // The last record is repeated for ever.
     f.bench.camera(f.serial)->readerScript().append({record(1, state, 1000)});
     f.settle();
+    f.bench.clock().setManual(); // the link then answers at once
     const std::uint64_t before = f.bench.readerScript(f.serial).calls;
     QElapsedTimer timer;
     timer.start();

@@ -349,7 +349,7 @@ private slots:
         QCOMPARE(int(link.getIMUReaderData().linkValid), 1);
     }
 
-    void unwritableStateFolderLeavesTheCalibrationInMemory()
+    void writeThatCanNotBeKeptFailsAndLeavesTheFormerCalibration()
     {
         qputenv("OM_TIV_STATE_DIR", "/proc/gravimon");
         m_bench.reset();
@@ -358,14 +358,11 @@ private slots:
         link.openIt();
         link.startCapture(0.0F);
         om::_mag_calib_data record = makeRecord(0.03F, 0.02F, 0.04F, -2.5F, -1.5F, 3.5F);
-        QCOMPARE(link.writeMagCalibInEEprom(record), 0);
+        QCOMPARE(link.writeMagCalibInEEprom(record), toInt(om::ERROR_CODE::FAILURE));
         link.updateEepromMemory(true);
-        QCOMPARE(link.storedMagCalib[5], 3.5F);
-        QTRY_COMPARE(int(link.getIMUReaderData().linkValid), 1);
-        link.close();
-        link.openIt();
-        link.updateEepromMemory(true);
-        QCOMPARE(link.storedMagCalib[5], 3.5F);
+        QCOMPARE(link.stored(), (std::vector<float>{1.0F, 1.0F, 1.0F, 0.0F, 0.0F, 0.0F}));
+        QVERIFY(m_bench.calibration(SERIAL).isNeutral());
+        QCOMPARE(int(link.getIMUReaderData().linkValid), 1);
     }
 
     // ---- Log ----------------------------------------------------------------------------------

@@ -24,8 +24,8 @@ struct IMUReaderData
     /// or its microcontroller is silent; all other fields are then 0.
     std::uint8_t linkValid = 0;
     std::uint8_t sequence = 0; ///< counts records, modulo 256
-    /// Ticks of 39 us since the microcontroller's start: of the magnetometer's reading where it is
-    /// new, otherwise of the IMU's.
+    /// Ticks of 39 us since open(): of the magnetometer's reading where it is new, otherwise of the
+    /// IMU's. 0 for a sample from before that.
     std::uint64_t timestamp = 0;
     /// Sensor axes, 4096 counts to 1 g; specific force, thus +1 g upward at rest.
     std::int16_t acceleration[3] = {};
@@ -45,7 +45,7 @@ static_assert(offsetof(IMUReaderData, mag) == 31, "");
 static_assert(sizeof(IMUReaderData) == 37, "");
 
 /// The pose record of the microcontroller's fusion; packed, little-endian. A default record stands
-/// for none: no link, no capture, no sample yet.
+/// for none: no link, no capture so far, no sample yet.
 struct IMUPose
 {
     std::uint64_t timestamp = 0;   ///< ns since the epoch of the library's clock
@@ -141,11 +141,13 @@ public:
     void startCapture(float period);
     void stopCapture(); ///< ends the stream and clears captureRunning
 
-    /// The latest record; returns at once, whether new data exist or not. A reading of the
-    /// magnetometer is new (magState 2) in one record and known (magState 1) in those that follow.
-    /// While capture is stopped it is the last record before, with nothing new in it.
+    /// The latest record; returns after one transfer over the bus (1 ms), whether new data exist or
+    /// not. A reading of the magnetometer is new (magState 2) in one record and known (magState 1)
+    /// in those that follow. While capture is stopped it is the last record before, with nothing
+    /// new in it.
     IMUReaderData getIMUReaderData();
-    /// The latest record of the fusion; returns at once.
+    /// The latest record of the fusion; returns at once. While capture is stopped it is the last
+    /// one before.
     /// @param sensors fusion inputs; 6 for accelerometer, gyroscope and magnetometer. Any other
     ///                value leaves out what needs the magnetometer.
     IMUPose getIMUPose(int sensors);
@@ -167,8 +169,8 @@ public:
     /// the end of the process. Any values are stored as they are. With one that is not finite, or a
     /// scale that is not positive, the heading is not good, and that of the raw field.
     ///
-    /// Returns 0 for success, or the value of an ERROR_CODE: FAILURE when refused or not open,
-    /// CAMERA_GONE, TIMEOUT. Read back to be sure.
+    /// Returns 0 for success, or the value of an ERROR_CODE: FAILURE when refused, not open or not
+    /// to be kept (the former calibration then stays), CAMERA_GONE, TIMEOUT. Read back to be sure.
     int writeMagCalibInEEprom(_mag_calib_data& data);
 
     bool captureRunning = false; ///< true between startCapture() and stopCapture()
