@@ -95,7 +95,8 @@ std::optional<std::uint64_t> SensorReader::newest(const Stream& stream, Nanoseco
     return number && *number >= stream.first ? number : std::nullopt;
 }
 
-/// Over the last second, or over what there is of it.
+/// Over as many samples as the nominal rate has in a second, or over what there is of them since
+/// the opening.
 float SensorReader::effectiveRate(const Stream& stream, std::uint64_t number) const
 {
     const std::uint64_t span =

@@ -21,11 +21,14 @@ class QAbstractSlider;
 /// own thread for as long as the camera lives. Others read sensors from `camera` meanwhile.
 ///
 /// Order of calls: constructor, enableToStart(), one of live(), gmsl() and qvr(), CreateMemories(),
-/// startGrabbing(), destructor; all on the interface thread, and only run() on the new one. After a
-/// loss the thread that sees it first may call stopGrabbing() and destroy the object.
+/// startGrabbing(), destructor; all on the interface thread, and only run() on the new one. After
+/// the loss of the camera the sensor thread may call stopGrabbing() and destroy the object in the
+/// place of the interface thread.
 ///
 /// The flags are plain bools without atomics or a lock, written by the interface thread, the sensor
-/// thread and run(): each is read once a pass, and a stale one costs one pass more.
+/// thread and run(). The loop looks at `running` once a pass, so that a stop takes effect one pass
+/// late. run() sets `running` when it begins: a stop that comes before that is lost, and
+/// stopGrabbing() then waits for as long as the camera lives.
 class InputThreadModul : public QThread
 {
     Q_OBJECT
@@ -54,7 +57,8 @@ public:
     /// Starts the thread, if a camera is open.
     void startGrabbing();
 
-    /// Ends the loop and waits for the thread without limit. Not from run() itself.
+    /// Ends the loop and waits for the thread without limit. Not from run() itself, and not between
+    /// startGrabbing() and the beginning of run(), where the stop would be lost (see above).
     void stopGrabbing();
 
     /// The settings for an open, from the attribute table; `fps` and `input` are the opener's.

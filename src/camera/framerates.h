@@ -5,8 +5,8 @@
 
 #include <cstdint>
 
-/// The last two readings of a rate, Hz. Both start at 10, so that a rate is shown before the first
-/// measurement.
+/// The last two readings of a rate, Hz. Both start at 10, and two readings later nothing is left of
+/// that.
 template <typename T>
 struct RateReadings
 {

@@ -184,20 +184,28 @@ public:
     /// never runs backward). IMAGE: the last grabbed frame, 0 before the first. CURRENT: now.
     std::uint64_t getTimestamp(TIME_REFERENCE reference);
 
-    /// Writes the view of the last grabbed frame into the buffer, which is allocated when it does
-    /// not fit; GPU memory comes from the calling thread's context. The size is that of the result;
-    /// 0 by 0 is the camera's own. What a buffer holds
-    /// from the frame before is written again only where it has changed, so that a buffer is to be
-    /// read only. FAILURE before the first frame, without memory, and for a measure with depth off.
+    /// Writes a view, or a measure, of the last grabbed frame into the buffer. A buffer of another
+    /// size or type is allocated anew, and one without memory of the kind gets it; GPU memory comes
+    /// from the calling thread's context.
+    ///
+    /// Where the buffer holds the same view or measure of an earlier frame of this opening, only
+    /// what differs between frames is written. A caller must not change what is in a buffer.
+    /// @param size of the result, to which the picture is scaled; with 0 as width or height that of
+    ///             CameraInformation::resolution, for VIEW::SIDE_BY_SIDE twice as wide
+    /// @return SUCCESS; FAILURE when nothing is open, before the first frame, without memory, and
+    ///         for a measure with depth off in open() or in the last grab(); CAMERA_GONE once the
+    ///         camera is lost; INVALID_INPUT for a view or measure without an enumerator
     ERROR_CODE retrieveImage(Mat& image, VIEW view, MEM memory, Resolution size);
     ERROR_CODE retrieveMeasure(Mat& measure, MEASURE kind, MEM memory, Resolution size);
 
     /// Frame of a recorded file that the last grab() delivered, or that setQVRPosition() has
-    /// chosen; 0 for a live camera.
+    /// chosen since; 0 before both, for a live camera, and when nothing is open.
     int getQVRPosition();
-    /// The frame that the next grab() delivers, clamped to the file. Nothing for a live camera.
+    /// The frame that the next grab() delivers, clamped to the file. Nothing for a live camera and
+    /// when nothing is open.
     void setQVRPosition(int frame);
-    int getQVRNumberOfFrames(); ///< length of a recorded file, -1 for a live camera
+    /// Length of a recorded file; -1 for a live camera and when nothing is open.
+    int getQVRNumberOfFrames();
 
 private:
     class Impl;
