@@ -126,9 +126,12 @@ void OGL3DWidget::InitProcess()
     CreateTIVModel();
     camera->setProjection(90.0F, 90.0F, 0.05F, 300.0F);
     update();
-    // One pixel more sets off a fresh resizeGL(); the layout may take it back.
+    // One pixel more sets off a fresh resizeGL().
     resize(width() + 1, height());
     sceneReady = true;
+    // The layout does not notice by itself: asked to lay out again, it takes the pixel back once
+    // this call is over.
+    updateGeometry();
 }
 
 void OGL3DWidget::createTIVProgram()

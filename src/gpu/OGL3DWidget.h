@@ -42,7 +42,8 @@ public:
 
 public slots:
     /// Builds the scene for the open camera. Afterwards the model setters may be called. Each call
-    /// builds new objects and leaves the former ones behind.
+    /// builds new objects and leaves the former ones behind. The view becomes one pixel wider; a
+    /// layout takes that back with the next events.
     void InitProcess();
     void ResetPosition(); ///< back to the first viewpoint
     void visualize();     ///< draws the scene; nothing before InitProcess()

@@ -43,6 +43,12 @@ QImage SceneView::picture()
         .convertToFormat(QImage::Format_RGB32);
 }
 
+void SceneView::resizeGL(int w, int h)
+{
+    resizes.push_back({QSize(w, h), sceneReady});
+    OGL3DWidget::resizeGL(w, h);
+}
+
 void SceneView::paintGL()
 {
     ++paints;

@@ -8,6 +8,9 @@
 #include "gpu/Simple3DObject.h"
 
 #include <QImage>
+#include <QSize>
+
+#include <vector>
 
 /// The vertices of an object that belongs to somebody else.
 class OpenObject : public Simple3DObject
@@ -28,6 +31,10 @@ public:
     static const GLuint* buffersOf(const Simple3DObject& object)
     {
         return object.*(&OpenObject::vboID);
+    }
+    static const QObject& arrayOf(const Simple3DObject& object)
+    {
+        return object.*(&OpenObject::vao);
     }
     static GLenum drawingTypeOf(const Simple3DObject& object)
     {
@@ -67,6 +74,15 @@ public:
 
     int paints = 0;
 
+    /// A call of resizeGL().
+    struct Resize
+    {
+        QSize size;
+        bool withScene;
+    };
+    std::vector<Resize> resizes;
+
 protected:
+    void resizeGL(int w, int h) override;
     void paintGL() override;
 };

@@ -3,6 +3,7 @@
 
 #include <QtTest>
 
+#include <array>
 #include <cmath>
 
 namespace {
@@ -13,6 +14,11 @@ bool near(const om::Translation& a, const om::Translation& b, float tolerance = 
 {
     const om::Translation d = sum(a, negated(b));
     return std::sqrt(dot(d, d)) <= tolerance;
+}
+
+std::array<float, 4> valuesOf(const om::Orientation& o)
+{
+    return {o.ox, o.oy, o.oz, o.ow};
 }
 
 om::Rotation about(float x, float y, float z, float angle)
@@ -37,6 +43,7 @@ private slots:
     void firstAxes();
     void matrixStandsFromTheBeginning();
     void directionNeedNotBeOfUnitLength();
+    void directionIsNormalisedBeforeItIsUsed();
     void forwardPointsFromTheSceneToTheEye_data();
     void forwardPointsFromTheSceneToTheEye();
     void opposedVerticalTurnsTheViewerHalfwayAroundTheViewAxis();
@@ -98,6 +105,25 @@ void TestCameraGl::directionNeedNotBeOfUnitLength()
 {
     const CameraGL camera({0, 0, 0}, {0, 0, -250}, {0, 1, 0});
     QVERIFY(near(camera.getForward(), {0, 0, 1}));
+}
+
+void TestCameraGl::directionIsNormalisedBeforeItIsUsed()
+{
+    // Rounded to single precision on the way, which shows in the last digit of the attitude.
+    int changedByRounding = 0;
+    for (int i = 1; i <= 200; ++i) {
+        const auto f = static_cast<float>(i);
+        const om::Translation direction(0.3F * f, 17.0F - f, -250.0F / f);
+        om::Translation unit = direction;
+        unit.normalize();
+        const om::Orientation expected(CameraGL::ORIGINAL_FORWARD, negated(unit));
+        const om::Orientation unrounded(CameraGL::ORIGINAL_FORWARD, negated(direction));
+        // A vertical on the side of the viewer's upward axis, so that nothing is turned.
+        const CameraGL camera({0, 0, 0}, direction, CameraGL::ORIGINAL_UP * expected);
+        QCOMPARE(valuesOf(camera.getOrientation()), valuesOf(expected));
+        changedByRounding += valuesOf(expected) != valuesOf(unrounded) ? 1 : 0;
+    }
+    QVERIFY(changedByRounding > 0);
 }
 
 void TestCameraGl::forwardPointsFromTheSceneToTheEye_data()

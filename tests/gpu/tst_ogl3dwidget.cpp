@@ -2,7 +2,10 @@
 #include "gpu/viewer_numbers.h"
 
 #include <QApplication>
+#include <QFrame>
 #include <QMouseEvent>
+#include <QOffscreenSurface>
+#include <QOpenGLContext>
 #include <QOpenGLFunctions>
 #include <QSignalSpy>
 #include <QSurfaceFormat>
@@ -132,6 +135,9 @@ private slots:
 
     void initProcessBuildsTheScene();
     void initProcessWidensTheViewByOnePixel();
+    void layoutTakesTheAddedPixelBack();
+    void initProcessRepaintsAlsoAViewThatCannotGrow();
+    void sceneIsReadyAtTheVeryEnd();
     void initProcessTakesTheThreadsCudaContext();
     void shadersAreTheirSources();
     void axesPointAsTheDisplaySeesThem();
@@ -145,6 +151,7 @@ private slots:
     void meshIsMadeAfreshEachTime();
     void secondInitProcessLeavesTheFormerScene();
     void reconnectingAHundredTimesRaisesNoError();
+    void destructorDeletesInOrderAndMakesNoContextCurrent();
 
     void viewerFollowsTheInput_data();
     void viewerFollowsTheInput();
@@ -340,21 +347,58 @@ void TestOgl3dWidget::initProcessWidensTheViewByOnePixel()
 {
     SceneView view;
     QVERIFY(view.showOnScreen(320, 220));
+    view.resizes.clear();
     view.InitProcess();
     QCOMPARE(view.size(), QSize(321, 220));
+    QCOMPARE(view.resizes.size(), std::size_t{1});
+    QCOMPARE(view.resizes[0].size, QSize(321, 220));
+}
 
-    QWidget window; // a layout takes the pixel back
-    auto* const inside = new SceneView(&window);
-    auto* const layout = new QVBoxLayout(&window);
-    layout->addWidget(inside);
+void TestOgl3dWidget::layoutTakesTheAddedPixelBack()
+{
+    QWidget window;
+    auto* const frame = new QFrame(&window); // as in the main window
+    auto* const outer = new QVBoxLayout(&window);
+    outer->addWidget(frame);
+    auto* const view = new SceneView(frame);
+    auto* const inner = new QVBoxLayout(frame);
+    inner->setContentsMargins(0, 0, 0, 0);
+    inner->addWidget(view);
     window.resize(300, 200);
     window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&window));
-    const QSize before = inside->size();
-    inside->InitProcess();
-    window.resize(301, 200);
-    window.resize(300, 200);
-    QTRY_COMPARE(inside->size(), before);
+    const QSize size = view->size();
+    for (int opening = 0; opening < 3; ++opening) {
+        view->InitProcess();
+        QCOMPARE(view->size(), size + QSize(1, 0)); // for the fresh resizeGL()
+        QCoreApplication::processEvents();
+        QCOMPARE(view->size(), size);
+        QCOMPARE(view->viewWidth, static_cast<float>(size.width()));
+        QCOMPARE(window.size(), QSize(300, 200));
+    }
+}
+
+void TestOgl3dWidget::initProcessRepaintsAlsoAViewThatCannotGrow()
+{
+    SceneView view;
+    QVERIFY(view.showOnScreen(320, 220));
+    view.setMaximumWidth(320);
+    view.picture();
+    const int before = view.paints;
+    view.InitProcess();
+    QCOMPARE(view.width(), 320);
+    QTRY_VERIFY(view.paints > before);
+}
+
+void TestOgl3dWidget::sceneIsReadyAtTheVeryEnd()
+{
+    SceneView view;
+    QVERIFY(view.showOnScreen(320, 220));
+    view.resizes.clear();
+    view.InitProcess();
+    QCOMPARE(view.resizes.size(), std::size_t{1});
+    QVERIFY(!view.resizes[0].withScene); // the resize paints without the scene
+    QVERIFY(view.sceneReady);
 }
 
 void TestOgl3dWidget::initProcessTakesTheThreadsCudaContext()
@@ -618,6 +662,34 @@ void TestOgl3dWidget::reconnectingAHundredTimesRaisesNoError()
     view.setGeometry(0, 0, 400, 300);
     QCoreApplication::processEvents();
     QCOMPARE(view.picture(), before);
+}
+
+void TestOgl3dWidget::destructorDeletesInOrderAndMakesNoContextCurrent()
+{
+    auto view = std::make_unique<SceneView>();
+    QVERIFY(view->showScene(320, 220, 0));
+    view->setAccStrenght(0, 1, 0);
+    view->paintNow();
+    QOffscreenSurface surface;
+    surface.create();
+    QOpenGLContext other;
+    QVERIFY(other.create());
+    QVERIFY(other.makeCurrent(&surface));
+
+    QStringList deleted;
+    const auto watch = [&](const QObject& object, const QString& name) {
+        connect(&object, &QObject::destroyed, &other, [&deleted, &other, name] {
+            const bool alone = QOpenGLContext::currentContext() == &other;
+            deleted += alone ? name : name + QStringLiteral(" with another context");
+        });
+    };
+    watch(*view->shaderProgram, QStringLiteral("program"));
+    watch(OpenObject::arrayOf(*view->cameraModel), QStringLiteral("model"));
+    watch(OpenObject::arrayOf(*view->floorGrid), QStringLiteral("floor"));
+    watch(OpenObject::arrayOf(*view->axes), QStringLiteral("axes"));
+    watch(OpenObject::arrayOf(*view->dynamicAxes), QStringLiteral("acceleration"));
+    view.reset();
+    QCOMPARE(deleted, (QStringList{"program", "model", "floor", "axes", "acceleration"}));
 }
 
 // ---- Mouse, wheel, keys -------------------------------------------------------------------------
