@@ -111,8 +111,8 @@ void TIVmcu::startCapture(float period)
                                  : 0;
             m_impl->catchUp();
             m_impl->capturing = true;
-            captureRunning = true;
         }
+        captureRunning = true;
     }
     CallRecord call;
     call.numbers = {static_cast<double>(period)};

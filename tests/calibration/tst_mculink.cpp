@@ -253,6 +253,8 @@ void TestMcuLink::linkThatWouldNotOpenIsNotMadeAnew()
     QCOMPARE(f.bench.log().count(CALL::MCU_OPEN), std::uint64_t{1});
     QTRY_COMPARE(f.boxes.seen.size(), 2);
     QCOMPARE(f.boxes.seen[1].text, QString("Error retrieving sensors data"));
+    // The start sets captureRunning on this link too: the thread does not start it once more.
+    QCOMPARE(f.bench.log().count(CALL::MCU_START_CAPTURE), std::uint64_t{1});
 }
 
 void TestMcuLink::linkIsReleasedBeforeTheNextIsMade()

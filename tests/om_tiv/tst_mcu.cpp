@@ -163,9 +163,9 @@ private slots:
         QCOMPARE(link.open(why == "missing" ? 99 : OTHER_SERIAL, false, om::IMU_ODR_400_HZ, nullptr,
                            nullptr, true, false),
                  result);
-        // The refused link has taken nothing.
-        link.startCapture(0.0F);
         QVERIFY(!link.captureRunning);
+        // The refused link has taken nothing, and nothing streams on it.
+        link.startCapture(0.0F);
         QCOMPARE(int(link.getIMUReaderData().linkValid), 0);
         m_bench.setFaults(OTHER_SERIAL, {});
         other.close();

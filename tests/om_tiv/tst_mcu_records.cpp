@@ -172,8 +172,9 @@ private slots:
         Link link;
         QVERIFY(!link.captureRunning);
         link.startCapture(0.0F);
-        QVERIFY2(!link.captureRunning, "the link is not open");
+        QVERIFY2(link.captureRunning, "on any link");
         link.openIt();
+        QVERIFY(!link.captureRunning);
         link.startCapture(0.0F);
         QVERIFY(link.captureRunning);
         link.startCapture(0.0F);

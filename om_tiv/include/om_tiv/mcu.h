@@ -99,8 +99,9 @@ static_assert(sizeof(_mag_calib_data) == 25, "");
 /// exclude each other, and so do two links.
 ///
 /// Threads: all operations but the destructor may run on any thread, beside each other. The two
-/// public members have no lock: the operations that are said to change them must not run beside
-/// their use on another thread.
+/// public members have no lock of their own. A thread that reads captureRunning beside an operation
+/// that changes it finds the former or the new value; one that reads storedMagCalib beside
+/// updateEepromMemory() may find some values of each.
 ///
 /// An operation on a link that is not open, whose camera was unplugged or whose microcontroller is
 /// silent returns failure or an invalid record, and otherwise does nothing. A camera that was
@@ -119,7 +120,8 @@ public:
     TIVmcu(const TIVmcu&) = delete;
     TIVmcu& operator=(const TIVmcu&) = delete;
 
-    /// Opens the device of the serial number; an open link is closed first. Capture is off.
+    /// Opens the device of the serial number; an open link is closed first. Capture is off and
+    /// captureRunning cleared, also where it fails.
     ///
     /// Returns 0 for success, or the value of an ERROR_CODE: NOT_DETECTED when no such device is
     /// plugged in, IN_USE when an om::Camera or another link has it, TIMEOUT when its
@@ -136,7 +138,8 @@ public:
              bool fusion, bool raw);
     void close(); ///< ends capture, clears captureRunning
 
-    /// Starts the stream and sets captureRunning.
+    /// Starts the stream and sets captureRunning, the latter also on a link that is not open or
+    /// whose camera was unplugged; nothing streams there.
     /// @param period least time between two records in ms; 0 for every one
     void startCapture(float period);
     void stopCapture(); ///< ends the stream and clears captureRunning
@@ -173,7 +176,9 @@ public:
     /// to be kept (the former calibration then stays), CAMERA_GONE, TIMEOUT. Read back to be sure.
     int writeMagCalibInEEprom(_mag_calib_data& data);
 
-    bool captureRunning = false; ///< true between startCapture() and stopCapture()
+    /// Set by startCapture(); cleared by stopCapture(), open() and close(). It does not say that
+    /// records come: a link that is lost leaves it as it is.
+    bool captureRunning = false;
     /// Scales then offsets of the sensor axes 1 to 3, as of the last updateEepromMemory().
     float storedMagCalib[6] = {1.0F, 1.0F, 1.0F, 0.0F, 0.0F, 0.0F};
 
