@@ -8,6 +8,9 @@
 Compass::Compass(QWidget* parent) : QwtCompass(parent)
 {
     setRaw(false);
+    // It shows a heading and takes none. A dial that has the focus would keep the dialog's keys.
+    setReadOnly(true);
+    setFocusPolicy(Qt::NoFocus);
 }
 
 void Compass::setRaw(bool raw)

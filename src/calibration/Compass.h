@@ -5,7 +5,7 @@
 #include <qwt_compass.h>
 
 /// A compass in one of two looks; driven by setValue() in degrees clockwise from north, in any
-/// range. Interface thread only.
+/// range. Mouse, wheel and keys do not turn it. Interface thread only.
 class Compass : public QwtCompass
 {
     Q_OBJECT

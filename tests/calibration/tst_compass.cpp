@@ -1,6 +1,9 @@
 #include "calibration/Compass.h"
 
 #include <QImage>
+#include <QMouseEvent>
+#include <QPushButton>
+#include <QWheelEvent>
 #include <QtTest>
 
 #include <qwt_dial_needle.h>
@@ -54,6 +57,9 @@ private slots:
     void lookCanBeTakenBack();
     void valueOutsideTheCircleStaysOnTheDial_data();
     void valueOutsideTheCircleStaysOnTheDial();
+    void handsDoNotTurnIt_data();
+    void handsDoNotTurnIt();
+    void keysPassItBy();
     void metaObjectAddsNothing();
 };
 
@@ -194,6 +200,58 @@ void TestCompass::valueOutsideTheCircleStaysOnTheDial()
     QVERIFY(compass.value() >= 0.0 && compass.value() <= 360.0);
     QVERIFY(compass.wrapping());
     QVERIFY(!compass.grab().isNull());
+}
+
+void TestCompass::handsDoNotTurnIt_data()
+{
+    QTest::addColumn<int>("hand");
+    QTest::newRow("drag of the needle") << 0;
+    QTest::newRow("wheel") << 1;
+    QTest::newRow("arrow key") << 2;
+    QTest::newRow("digit, which names a direction") << 3;
+}
+
+void TestCompass::handsDoNotTurnIt()
+{
+    QFETCH(int, hand);
+    Compass compass;
+    compass.resize(160, 160);
+    compass.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&compass));
+    compass.setValue(123.0);
+    if (hand == 0) {
+        QTest::mousePress(&compass, Qt::LeftButton, Qt::NoModifier, {80, 40});
+        QTest::mouseMove(&compass, {120, 80});
+        QMouseEvent drag(QEvent::MouseMove, QPointF(120, 80), Qt::NoButton, Qt::LeftButton,
+                         Qt::NoModifier);
+        QCoreApplication::sendEvent(&compass, &drag);
+        QTest::mouseRelease(&compass, Qt::LeftButton, Qt::NoModifier, {120, 80});
+    } else if (hand == 1) {
+        const QPointF middle(80, 80);
+        QWheelEvent wheel(middle, compass.mapToGlobal(middle.toPoint()), {}, {0, 120}, Qt::NoButton,
+                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(&compass, &wheel);
+    } else {
+        QTest::keyClick(&compass, hand == 2 ? Qt::Key_Up : Qt::Key_6);
+    }
+    QCOMPARE(compass.value(), 123.0);
+}
+
+void TestCompass::keysPassItBy()
+{
+    // The focus of a dialog stays with its buttons, and so do the keys.
+    QWidget window;
+    QPushButton button(&window);
+    Compass compass(&window);
+    compass.move(0, 50);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    button.setFocus();
+    QTest::keyClick(&button, Qt::Key_Tab);
+    QVERIFY(!compass.hasFocus());
+    QTest::mouseClick(&compass, Qt::LeftButton);
+    QVERIFY(!compass.hasFocus());
+    QCOMPARE(compass.focusPolicy(), Qt::NoFocus);
 }
 
 void TestCompass::metaObjectAddsNothing()
