@@ -64,7 +64,7 @@ const std::array<MagCalibDlg::CurveRow, 12>& MagCalibDlg::curveTable()
 std::array<CalibPlot*, 5> MagCalibDlg::plots() const
 {
     return {ui->widget_plot_calibrated, ui->widget_plot_mixed_raw, ui->widget_plot_XY,
-            ui->widget_plot_YZ, ui->widget_plot_XZ};
+            ui->widget_plot_XZ, ui->widget_plot_YZ};
 }
 
 void MagCalibDlg::makeSymbols()
@@ -96,14 +96,15 @@ void MagCalibDlg::updatePlots()
         return;
 
     const CalibPlot::ReplotHold hold(plots());
-    for (const CurveRow& row : curveTable()) {
-        const QVector<double>& x = this->*row.x;
-        const QVector<double>& y = this->*row.y;
-        if (row.lastOnly)
+    for (const CurveRow& row : curveTable())
+        if (!row.lastOnly)
+            (this->*row.curve)->setSamples(this->*row.x, this->*row.y);
+    for (const CurveRow& row : curveTable())
+        if (row.lastOnly) {
+            const QVector<double>& x = this->*row.x;
+            const QVector<double>& y = this->*row.y;
             (this->*row.curve)->setSamples(&x.last(), &y.last(), 1);
-        else
-            (this->*row.curve)->setSamples(x, y);
-    }
+        }
 }
 
 void MagCalibDlg::updateEllipses()
@@ -138,8 +139,14 @@ void MagCalibDlg::clearPlots()
 {
     setPlotsAutoscale(true);
     lastFitCount = 0;
-    for (QVector<double>* const samples : {&rawX, &rawY, &rawZ, &calX, &calY, &calZ})
-        samples->clear();
+    // clear() copies a vector that a curve shares; the curve keeps such a one. A vector that nobody
+    // shares keeps its memory, as the thread may be appending to it.
+    for (QVector<double>* const samples : {&rawX, &rawY, &rawZ, &calX, &calY, &calZ}) {
+        if (samples->isDetached())
+            samples->clear();
+        else
+            *samples = QVector<double>();
+    }
     updatePlots();
     magOffset = {0.0, 0.0, 0.0};
     magScale = {1.0, 1.0, 1.0};
@@ -160,8 +167,11 @@ void MagCalibDlg::scalePlots()
     const double raw = chartmath::symmetricLimit({&rawX, &rawY, &rawZ});
     const double calibrated = chartmath::symmetricLimit({&calX, &calY, &calZ});
 
-    const CalibPlot::ReplotHold hold(plots());
-    for (CalibPlot* const plot : plots()) {
+    const std::array<CalibPlot*, 5> scaled = {ui->widget_plot_XY, ui->widget_plot_XZ,
+                                              ui->widget_plot_YZ, ui->widget_plot_mixed_raw,
+                                              ui->widget_plot_calibrated};
+    const CalibPlot::ReplotHold hold(scaled);
+    for (CalibPlot* const plot : scaled) {
         const double limit = plot == ui->widget_plot_calibrated ? calibrated : raw;
         plot->setAxisScale(QwtPlot::yLeft, -limit, limit, 0.0);
         plot->setAxisScale(QwtPlot::xBottom, -limit, limit, 0.0);

@@ -244,15 +244,18 @@ void MagCalibDlg::onUpdateTimer()
 void MagCalibDlg::updateCalibration()
 {
     const std::lock_guard<std::mutex> lock(grabMutex);
-    const CalibPlot::ReplotHold hold(plots());
     askCoverage();
     const int count = rawX.size();
     if (count > firstFitAbove && count - lastFitCount > newSamplesAbove) {
+        // A fit comes to the plots three times; they replot once.
+        const CalibPlot::ReplotHold hold(plots());
         calibrateData();
         lastFitCount = count;
         updateEllipses();
+        updatePlots();
+    } else {
+        updatePlots();
     }
-    updatePlots();
 }
 
 void MagCalibDlg::askCoverage()

@@ -36,8 +36,11 @@ class TIVmcu;
 /// offsets are in microtesla, gains in 1 / microtesla.
 ///
 /// Threads: everything runs on the interface thread but magDataGrabThread(). The flags and the
-/// headings are shared between the two as plain values, and only the raw samples have a lock, which
-/// the buttons do not take: a value seen one tick late is of no account here.
+/// headings are shared between the two as plain values. The raw samples have a lock, which the
+/// thread takes to append and the update timer for its tick; the stop's fit and the emptying by
+/// clear and reset work on them without it, beside a thread that may be appending.
+/// stopAcquisition() joins the thread only where it finds it in its loop: not one that has just
+/// been started, nor one that has given up.
 class MagCalibDlg : public QDialog
 {
     Q_OBJECT

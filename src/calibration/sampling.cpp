@@ -111,9 +111,11 @@ void MagCalibDlg::calibrateData()
     }
     updateForms();
 
-    calX.clear();
-    calY.clear();
-    calZ.clear();
+    // New vectors: clear() would copy those that the curves share.
+    for (QVector<double>* const corrected : {&calX, &calY, &calZ}) {
+        *corrected = QVector<double>();
+        corrected->reserve(rawX.size());
+    }
     const QVector<double>& rx = rawX;
     const QVector<double>& ry = rawY;
     const QVector<double>& rz = rawZ;

@@ -54,6 +54,29 @@ void compareScale(const CalibPlot* plot, double lower, double upper)
     }
 }
 
+/// Notes the plots whose canvas is painted, which is what a replot costs, in their order. The
+/// dialog must be on show.
+class Paints : public QObject
+{
+public:
+    explicit Paints(const MagCalibDlgProbe& probe)
+    {
+        QCoreApplication::processEvents(); // those of before
+        for (QwtPlot* const plot : probe.plots())
+            plot->canvas()->installEventFilter(this);
+    }
+    bool eventFilter(QObject* canvas, QEvent* event) override
+    {
+        if (event->type() == QEvent::Paint)
+            plots.append(canvas->parent()->objectName());
+        return false;
+    }
+    QStringList plots;
+};
+
+const QStringList eachPlotOnce{"widget_plot_calibrated", "widget_plot_mixed_raw", "widget_plot_XY",
+                               "widget_plot_XZ", "widget_plot_YZ"};
+
 bool autoscaled(const CalibPlot* plot)
 {
     return plot->axisAutoScale(QwtPlot::yLeft) && plot->axisAutoScale(QwtPlot::xBottom);
@@ -86,7 +109,13 @@ private slots:
     void scalesWithoutSamplesAreFinite();
     void scalesOfADegenerateFitAreFinite();
     void startOrClearFreesTheScales();
+    void plotsChangeInTheirOrder_data();
+    void plotsChangeInTheirOrder();
+    void clearLeavesToTheCurvesWhatTheyShare();
+    void clearKeepsTheMemoryOfUnsharedSamples();
     void updateReplotsOnce();
+    void tickWithAFitReplotsOnce();
+    void tickWithoutSamplesReplotsNothing();
 };
 
 void TestCalibCharts::curvesAndSymbolsFollowTheTable_data()
@@ -442,6 +471,64 @@ void TestCalibCharts::startOrClearFreesTheScales()
     QVERIFY(f.probe->ui->widget_plot_XY->axisScaleDiv(QwtPlot::yLeft).lowerBound() > 5.0);
 }
 
+void TestCalibCharts::plotsChangeInTheirOrder_data()
+{
+    QTest::addColumn<bool>("scaled");
+    QTest::addColumn<QStringList>("order");
+    QTest::newRow("autoscale") << false << eachPlotOnce;
+    QTest::newRow("fixed scales") << true
+                                  << QStringList{"widget_plot_XY", "widget_plot_XZ",
+                                                 "widget_plot_YZ", "widget_plot_mixed_raw",
+                                                 "widget_plot_calibrated"};
+}
+
+void TestCalibCharts::plotsChangeInTheirOrder()
+{
+    QFETCH(bool, scaled);
+    QFETCH(QStringList, order);
+    DialogFixture f;
+    f.dialog->show();
+    QVERIFY(QTest::qWaitForWindowExposed(f.dialog.get()));
+    f.probe->updateTimer.stop();
+    setThreeSamples(*f.probe);
+    const Paints paints(*f.probe);
+    if (scaled)
+        f.probe->scalePlots();
+    else
+        f.probe->setPlotsAutoscale(false);
+    QCOMPARE(paints.plots, order);
+}
+
+void TestCalibCharts::clearLeavesToTheCurvesWhatTheyShare()
+{
+    DialogFixture f;
+    setThreeSamples(*f.probe);
+    f.probe->updatePlots();
+    f.probe->clearPlots();
+    // A copy would have come with the capacity for them.
+    for (const QVector<double>* const samples : {&f.probe->rawX, &f.probe->rawY, &f.probe->rawZ,
+                                                 &f.probe->calX, &f.probe->calY, &f.probe->calZ}) {
+        QVERIFY(samples->isEmpty());
+        QCOMPARE(samples->capacity(), 0);
+    }
+    QCOMPARE(samplesOf(f.probe->curveCalYZ()), (Samples{{0.4, 0.7}, {0.5, 0.8}, {0.6, 0.9}}));
+}
+
+void TestCalibCharts::clearKeepsTheMemoryOfUnsharedSamples()
+{
+    // The thread may be appending to it.
+    DialogFixture f;
+    for (QVector<double>* const samples : {&f.probe->rawX, &f.probe->rawY, &f.probe->rawZ}) {
+        samples->reserve(1000);
+        samples->append(1.0);
+    }
+    const double* const memory = f.probe->rawX.constData();
+    f.probe->clearPlots();
+    QVERIFY(f.probe->rawX.isEmpty() && f.probe->rawY.isEmpty() && f.probe->rawZ.isEmpty());
+    QVERIFY(f.probe->rawX.constData() == memory);
+    QCOMPARE(f.probe->rawX.capacity(), 1000);
+}
+
 void TestCalibCharts::updateReplotsOnce()
 {
     DialogFixture f;
@@ -449,23 +536,37 @@ void TestCalibCharts::updateReplotsOnce()
     QVERIFY(QTest::qWaitForWindowExposed(f.dialog.get()));
     f.probe->updateTimer.stop();
     setThreeSamples(*f.probe);
-    // A repaint of the canvas is what a replot costs.
-    struct Counter : public QObject
-    {
-        bool eventFilter(QObject*, QEvent* event) override
-        {
-            paints += event->type() == QEvent::Paint ? 1 : 0;
-            return false;
-        }
-        int paints = 0;
-    } counter;
-    static_cast<QwtPlot*>(f.probe->ui->widget_plot_mixed_raw)
-        ->canvas()
-        ->installEventFilter(&counter);
-    QCoreApplication::processEvents();
-    counter.paints = 0;
+    const Paints paints(*f.probe);
     f.probe->updatePlots();
-    QCOMPARE(counter.paints, 1);
+    QCOMPARE(paints.plots, eachPlotOnce);
+}
+
+void TestCalibCharts::tickWithAFitReplotsOnce()
+{
+    DialogFixture f;
+    f.dialog->show();
+    QVERIFY(QTest::qWaitForWindowExposed(f.dialog.get()));
+    f.probe->updateTimer.stop();
+    f.setCalibrating(true);
+    f.feed(benchcamera::readings(120));
+    const Paints paints(*f.probe);
+    f.probe->onUpdateTimer();
+    f.setCalibrating(false);
+    QCOMPARE(f.probe->lastFitCount, 120);
+    QCOMPARE(paints.plots, eachPlotOnce);
+}
+
+void TestCalibCharts::tickWithoutSamplesReplotsNothing()
+{
+    DialogFixture f;
+    f.dialog->show();
+    QVERIFY(QTest::qWaitForWindowExposed(f.dialog.get()));
+    f.probe->updateTimer.stop();
+    f.setCalibrating(true);
+    const Paints paints(*f.probe);
+    f.probe->onUpdateTimer();
+    f.setCalibrating(false);
+    QCOMPARE(paints.plots, QStringList());
 }
 
 QTEST_MAIN(TestCalibCharts)
