@@ -63,6 +63,11 @@ struct MagCalibDlgProbe
 
     bool startAcquisition() const { return dialog.startAcquisition(); }
     void stopAcquisition() const { dialog.stopAcquisition(); }
+    /// The reading thread alone, without what startAcquisition() does before it.
+    void startThread() const
+    {
+        dialog.grabThread = std::thread(&MagCalibDlg::magDataGrabThread, &dialog);
+    }
     void calibrateData() const { dialog.calibrateData(); }
     void updateOmDevList() const { dialog.updateOmDevList(); }
     bool initTivMcu() const { return dialog.initTivMcu(); }

@@ -9,6 +9,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <Eigen/LU>
+
 #include <cstring>
 #include <limits>
 #include <vector>
@@ -82,6 +84,8 @@ private slots:
     void secondCallOverwritesAllResults();
     void extraSamplesOfTheOtherAxesAreNotRead();
     void unitOfTheSamplesGoesStraightIn();
+    void eachOperationIsRoundedInItsOrder_data();
+    void eachOperationIsRoundedInItsOrder();
     void agreesWithTheReferenceInNumpy_data();
     void agreesWithTheReferenceInNumpy();
 };
@@ -406,6 +410,58 @@ void TestMagCalib::unitOfTheSamplesGoesStraightIn()
     QVERIFY(fit(calib, cloud));
     compareWithin(calib.center[2], 480.0, 1e-7);
     compareWithin(calib.scale[2], 1.0 / 960.0, 1e-13);
+}
+
+void TestMagCalib::eachOperationIsRoundedInItsOrder_data()
+{
+    QTest::addColumn<int>("count");
+    for (int count = 20; count < 220; count += 5)
+        QTest::addRow("%d samples", count) << count;
+}
+
+void TestMagCalib::eachOperationIsRoundedInItsOrder()
+{
+    QFETCH(int, count);
+    // Whole numbers: the normal equations are exact, in whatever order they are summed up.
+    Cloud cloud = clouds::onEllipsoid(count, {18.5, 24.0, -11.5}, {50.9, 44.6, 49.0}, 2.5,
+                                      static_cast<std::uint32_t>(count));
+    for (Eigen::VectorXd* const axis : {&cloud.x, &cloud.y, &cloud.z})
+        *axis = axis->array().round().matrix();
+
+    Eigen::MatrixXd design(count, 6);
+    design << cloud.x.cwiseAbs2(), cloud.y.cwiseAbs2(), cloud.z.cwiseAbs2(), cloud.x + cloud.x,
+        cloud.y + cloud.y, cloud.z + cloud.z;
+    const Eigen::MatrixXd normal = design.transpose() * design;
+    const Eigen::VectorXd rightSide = design.transpose() * Eigen::VectorXd::Ones(count);
+    const Eigen::MatrixXd inverse = normal.inverse();
+    const Eigen::VectorXd v = inverse * rightSide;
+    const double a = v[0];
+    const double b = v[1];
+    const double c = v[2];
+    const double d = v[3];
+    const double e = v[4];
+    const double f = v[5];
+    double g2 = d * d / a;
+    g2 = g2 + e * e / b;
+    g2 = g2 + f * f / c;
+    g2 = g2 + 1.0;
+    const double reciprocals[3] = {1.0 / a, 1.0 / b, 1.0 / c};
+    const std::vector<double> expected = {
+        -(reciprocals[0] * d),          -(reciprocals[1] * e),
+        -(reciprocals[2] * f),          std::sqrt(reciprocals[0] * g2),
+        std::sqrt(reciprocals[1] * g2), std::sqrt(reciprocals[2] * g2)};
+
+    MagCalib calib;
+    Vector3d center;
+    Eigen::VectorXd radii;
+    Eigen::MatrixXd axes;
+    calib.ellipsoidFit(cloud.x, cloud.y, cloud.z, &center, &radii, &axes);
+    QVERIFY(sameBits({center[0], center[1], center[2], radii[0], radii[1], radii[2]}, expected));
+
+    // The gains are quotients; those of the reciprocal radius would be rounded twice.
+    QVERIFY(fit(calib, cloud, 48.3));
+    for (int i = 0; i < 3; ++i)
+        QVERIFY(calib.scale[i] == 48.3 / radii[i]);
 }
 
 void TestMagCalib::agreesWithTheReferenceInNumpy_data()

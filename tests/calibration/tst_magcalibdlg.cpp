@@ -62,6 +62,8 @@ private slots:
     void timerTicksEveryHundredMilliseconds();
     void timerGoesOnWhileABoxIsOpen();
     void samplesAreNotKeptWhileTheStartBoxIsOpen();
+    void nothingChangesWhileTheStartBoxIsOpen();
+    void startEndsThePendingCalibration();
     void samplesAreKeptWhileTheStopBoxIsOpen();
     void stopFitsWhateverThereIs_data();
     void stopFitsWhateverThereIs();
@@ -71,6 +73,7 @@ private slots:
     void clearLeavesTheIconAndTheCheckAlone();
     void storeAfterClearStoresNeutralValues();
     void resetStoresNeutralValuesAndClears();
+    void failedResetHasClearedTheData();
     void storeAfterAStopWithoutSamplesWritesWhatWasLoaded();
     void errorOfTheThreadIsToldOnTheInterfaceThread();
     void errorKeepsFlagsAndStoreButton();
@@ -185,10 +188,7 @@ void TestMagCalibDlg::tooltipsAreThoseOfTheForm()
     DialogFixture f;
     auto* const widget = f.dialog->findChild<QWidget*>(object);
     QVERIFY(widget);
-    // The markup that a form editor puts around a text does not show.
-    QString shown = widget->toolTip();
-    shown.remove("<html><head/><body><p>").remove("</p></body></html>");
-    QCOMPARE(shown, tooltip);
+    QCOMPARE(widget->toolTip(), tooltip);
 }
 
 void TestMagCalibDlg::buttonsHaveTheirSizesAndIcons_data()
@@ -559,6 +559,49 @@ void TestMagCalibDlg::samplesAreNotKeptWhileTheStartBoxIsOpen()
     QCOMPARE(f.probe->samples(), 5);
 }
 
+void TestMagCalibDlg::nothingChangesWhileTheStartBoxIsOpen()
+{
+    DialogFixture f;
+    QPushButton* const start = f.probe->ui->pushButton_start;
+    for (int press = 0; press < 2; ++press) { // a start and a stop, so that there is more to change
+        f.boxes.expect("Ok");
+        QTest::mouseClick(start, Qt::LeftButton);
+    }
+    QTRY_COMPARE(f.probe->ui->label_mag_calib_quality->text(), QString("CALIBRATION TO BE STORED"));
+    const QImage play = imageOf(start->icon());
+    const auto unchanged = [&] {
+        QCOMPARE(start->text(), QString(" Continue Calibration"));
+        QCOMPARE(imageOf(start->icon()), play);
+        QVERIFY(!f.probe->calibrating);
+        QVERIFY(f.probe->calibrationPending);
+        QVERIFY(f.probe->ui->pushButton_save_calib->isEnabled());
+        QVERIFY(f.probe->ui->pushButton_reset->isEnabled());
+        for (const CalibPlot* const plot : f.probe->plots())
+            QVERIFY(!plot->axisAutoScale(QwtPlot::xBottom) && !plot->axisAutoScale(QwtPlot::yLeft));
+        f.probe->onUpdateTimer();
+        QCOMPARE(f.probe->ui->label_mag_calib_quality->text(), QString("CALIBRATION TO BE STORED"));
+    };
+    unchanged();
+    f.boxes.expect("Ok", unchanged);
+    QTest::mouseClick(start, Qt::LeftButton);
+    QCOMPARE(f.boxes.seen.size(), 3);
+    QVERIFY(f.probe->calibrating);
+    QVERIFY(imageOf(start->icon()) != play);
+}
+
+void TestMagCalibDlg::startEndsThePendingCalibration()
+{
+    DialogFixture f;
+    f.probe->calibrationPending = true;
+    f.boxes.expect("Ok");
+    QTest::mouseClick(f.probe->ui->pushButton_start, Qt::LeftButton);
+    QVERIFY(!f.probe->calibrationPending);
+    // There is nothing to ask before the first fit.
+    QTest::mouseClick(f.probe->ui->pushButton_exit, Qt::LeftButton);
+    QCOMPARE(f.boxes.seen.size(), 1);
+    QVERIFY(f.probe->mcuClosed);
+}
+
 void TestMagCalibDlg::samplesAreKeptWhileTheStopBoxIsOpen()
 {
     DialogFixture f;
@@ -710,6 +753,32 @@ void TestMagCalibDlg::resetStoresNeutralValuesAndClears()
     QVERIFY(f.bench.calibration(f.serial).isNeutral());
     QVERIFY(f.probe->rawX.isEmpty());
     QCOMPARE(f.probe->lastFitCount, 0);
+}
+
+void TestMagCalibDlg::failedResetHasClearedTheData()
+{
+    DialogFixture f;
+    f.probe->updateTimer.stop();
+    f.setCalibrating(true);
+    f.feed(readings(120));
+    f.probe->onUpdateTimer();
+    f.setCalibrating(false);
+    QCOMPARE(f.probe->lastFitCount, 120);
+    QVERIFY(f.probe->calibrationPending);
+    f.bench.changeFaults(f.serial,
+                         [](om::bench::Faults& faults) { faults.eepromWriteRefused = true; });
+    f.boxes.expect("Yes");
+    f.boxes.expect("Ok", [&f] { QVERIFY(f.probe->rawX.isEmpty()); });
+    QTest::mouseClick(f.probe->ui->pushButton_reset, Qt::LeftButton);
+    QCOMPARE(f.boxes.seen.size(), 2);
+    QCOMPARE(f.boxes.seen[1].icon, QMessageBox::Warning);
+    for (const QVector<double>* const samples : {&f.probe->rawX, &f.probe->rawY, &f.probe->rawZ,
+                                                 &f.probe->calX, &f.probe->calY, &f.probe->calZ})
+        QVERIFY(samples->isEmpty());
+    QCOMPARE(f.probe->lastFitCount, 0);
+    QCOMPARE(f.probe->magOffset, (std::array<double, 3>{0.0, 0.0, 0.0}));
+    QCOMPARE(f.probe->magScale, (std::array<double, 3>{1.0, 1.0, 1.0}));
+    QVERIFY(f.probe->calibrationPending); // nothing was stored
 }
 
 void TestMagCalibDlg::storeAfterAStopWithoutSamplesWritesWhatWasLoaded()

@@ -69,6 +69,8 @@ private slots:
     void repeatedTimestampNeitherCountsNorResetsFailures();
     void newReadingResetsFailures();
     void startStartsCaptureOnlyWhenItIsOff();
+    void threadStartsCaptureOnlyWhereItFindsItOff_data();
+    void threadStartsCaptureOnlyWhereItFindsItOff();
     void eachStartMakesANewCoverageCounter();
     void secondStartWhileRunningChangesNothing();
     void stopEndsTheStreamBeforeTheThread();
@@ -78,6 +80,8 @@ private slots:
     void fitNeedsSixSamples();
     void fitTakesOverCentreAndScale();
     void fitCorrectsAllSamples();
+    void fitMakesRoomForTheCorrectedSamplesOnce();
+    void degenerateSamplesGoThrough_data();
     void degenerateSamplesGoThrough();
     void periodicFitRunsAtItsCounts();
     void withoutCalibratingTheTimerFitsNothing();
@@ -395,6 +399,33 @@ void TestSampling::startStartsCaptureOnlyWhenItIsOff()
     QCOMPARE(f.bench.log().count(CALL::MCU_START_CAPTURE), std::uint64_t{2});
 }
 
+void TestSampling::threadStartsCaptureOnlyWhereItFindsItOff_data()
+{
+    QTest::addColumn<bool>("on");
+    QTest::addColumn<quint64>("starts");
+    QTest::newRow("off, as after a stop beside the start") << false << quint64{1};
+    QTest::newRow("on") << true << quint64{0};
+}
+
+void TestSampling::threadStartsCaptureOnlyWhereItFindsItOff()
+{
+    QFETCH(bool, on);
+    QFETCH(quint64, starts);
+    DialogFixture f;
+    f.probe->stopAcquisition();
+    if (on)
+        f.probe->mcu->startCapture(0.0F);
+    QCOMPARE(f.probe->mcu->captureRunning, on);
+    f.bench.log().clear();
+    f.probe->startThread();
+    f.waitForThread();
+    f.settle();
+    QCOMPARE(f.bench.log().count(CALL::MCU_START_CAPTURE), std::uint64_t{starts});
+    if (starts > 0)
+        QCOMPARE(f.bench.log().last(CALL::MCU_START_CAPTURE)->numbers, (std::vector<double>{0.0}));
+    QVERIFY(f.probe->mcu->captureRunning);
+}
+
 void TestSampling::eachStartMakesANewCoverageCounter()
 {
     DialogFixture f;
@@ -522,21 +553,73 @@ void TestSampling::fitCorrectsAllSamples()
     QCOMPARE(static_cast<int>(f.probe->curveCalXY()->dataSize()), 150);
 }
 
-void TestSampling::degenerateSamplesGoThrough()
+void TestSampling::fitMakesRoomForTheCorrectedSamplesOnce()
 {
     DialogFixture f;
+    fillRaw(*f.probe, 150);
+    // The curves share the former ones, which had more room.
+    f.probe->calX = f.probe->calY = f.probe->calZ = QVector<double>(1000, 99.0);
+    f.probe->updatePlots();
+    f.probe->calibrateData();
+    for (const QVector<double>* const corrected :
+         {&f.probe->calX, &f.probe->calY, &f.probe->calZ}) {
+        QCOMPARE(corrected->size(), 150);
+        QCOMPARE(corrected->capacity(), 150); // neither copied nor grown on the way
+    }
+}
+
+void TestSampling::degenerateSamplesGoThrough_data()
+{
+    QTest::addColumn<bool>("flat");
+    QTest::addColumn<bool>("finiteInX");
+    QTest::addColumn<bool>("finiteInZ");
+    QTest::newRow("in the plane Z = 0") << true << false << false;
+    QTest::newRow("on a hyperboloid open along Z") << false << true << false;
+}
+
+void TestSampling::degenerateSamplesGoThrough()
+{
+    QFETCH(bool, flat);
+    QFETCH(bool, finiteInX);
+    QFETCH(bool, finiteInZ);
+    DialogFixture f;
     f.probe->updateTimer.stop();
-    f.probe->rawX = f.probe->rawY = f.probe->rawZ = QVector<double>(120, 12.5);
+    for (int i = 0; i < 120; ++i) {
+        const double z = flat ? 0.0 : 10.0 * (i % 9) - 40.0;
+        const double ring = std::sqrt(1e4 + z * z);
+        f.probe->rawX.append(ring * std::cos(0.7 * i));
+        f.probe->rawY.append(ring * std::sin(0.7 * i));
+        f.probe->rawZ.append(z);
+    }
+    MagCalib expected;
+    std::vector<double> x(f.probe->rawX.cbegin(), f.probe->rawX.cend());
+    std::vector<double> y(f.probe->rawY.cbegin(), f.probe->rawY.cend());
+    std::vector<double> z(f.probe->rawZ.cbegin(), f.probe->rawZ.cend());
+    QVERIFY(expected.ellipsoidCalibration(x, y, z, 1.0));
+    QCOMPARE(std::isfinite(expected.scale[0]), finiteInX);
+    QCOMPARE(std::isfinite(expected.scale[2]), finiteInZ);
+
     f.dialog->show();
     f.setCalibrating(true);
     f.probe->onUpdateTimer();
     f.setCalibrating(false);
+    // Taken as it comes, on every axis.
     QCOMPARE(f.probe->lastFitCount, 120);
     QVERIFY(f.probe->calibrationPending);
-    QVERIFY(!std::isfinite(f.probe->magOffset[0]) || !std::isfinite(f.probe->magScale[0]) ||
-            std::abs(f.probe->magScale[0]) < 1e30);
-    QCOMPARE(f.probe->calX.size(), 120);
+    QVERIFY(std::memcmp(f.probe->magOffset.data(), expected.center, sizeof expected.center) == 0);
+    QVERIFY(std::memcmp(f.probe->magScale.data(), expected.scale, sizeof expected.scale) == 0);
+    for (const QVector<double>* const corrected : {&f.probe->calX, &f.probe->calY, &f.probe->calZ})
+        QCOMPARE(corrected->size(), 120);
+    for (int i = 0; i < 120; ++i) {
+        QCOMPARE(std::isfinite(f.probe->calX[i]), finiteInX);
+        QCOMPARE(std::isfinite(f.probe->calZ[i]), finiteInZ);
+    }
+    QCOMPARE(static_cast<int>(f.probe->curveCalXZ()->dataSize()), 120);
+
     f.probe->scalePlots();
+    const QwtScaleDiv& shown = f.probe->ui->widget_plot_calibrated->axisScaleDiv(QwtPlot::xBottom);
+    QCOMPARE(shown.lowerBound(), -1.5); // that of an empty plot
+    QCOMPARE(shown.upperBound(), 1.5);
 }
 
 void TestSampling::periodicFitRunsAtItsCounts()
