@@ -9,6 +9,7 @@ root = sys.argv[1]
 
 # What each folder of src/ may include of the others.
 ALLOWED = {
+    "analysis": {"analysis"},
     "look": {"look"},
     "camera": {"camera"},
     "charts": {"charts", "look"},
@@ -17,7 +18,7 @@ ALLOWED = {
     "calibration": {"calibration", "look"},
     "viewer": {"viewer", "look", "camera", "charts", "gpu", "recording", "calibration"},
 }
-WITHOUT_QT = ("src/calibration/mag_calib.", "src/calibration/orientcount.")
+WITHOUT_QT = ("src/analysis/", "src/calibration/mag_calib.", "src/calibration/orientcount.")
 WINDOW_MAY = {"bench/geometry.h", "bench/control_server.h", "bench/one_line.h"}
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.M)
 QT = re.compile(r"^(Q[A-Z]|qwt_|Qt)")
@@ -35,6 +36,8 @@ for path in files:
                 problems.append(f"{path}: {folder}/ must not include {header}")
             if target in ("bench", "support") or "om_tiv/bench" in header or header == "cuda_host.h":
                 problems.append(f"{path}: the program must not include {header}")
+            if folder == "analysis" and header.startswith("om_tiv"):
+                problems.append(f"{path}: plain numerics must not include {header}")
             if path.startswith(WITHOUT_QT) and QT.match(header):
                 problems.append(f"{path}: plain numerics must not include {header}")
         elif parts[0] == "om_tiv":

@@ -1,0 +1,295 @@
+#include "analysis/noise_model.h"
+
+#include <Eigen/Dense>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+
+namespace analysis {
+
+namespace {
+
+/// A term must dominate over this factor in averaging time to be seen.
+constexpr double leastRange = 3.0;
+/// Neighbouring points of an overlapping curve share most of their samples: so many points of a
+/// decade count as independent.
+constexpr double independentPerDecade = 3.0;
+/// The model is trusted to this share of the variance, however many samples an average has.
+constexpr double modelError = 0.002;
+/// A minimum is looked for where at least so many degrees of freedom hold it.
+constexpr double leastDegrees = 50.0;
+
+/// The power of tau of each term in the variance.
+double power(std::size_t term, double tau)
+{
+    switch (term) {
+    case QUANTISATION:
+        return 1.0 / (tau * tau);
+    case NOISE_DENSITY:
+        return 1.0 / tau;
+    case BIAS_INSTABILITY:
+        return 1.0;
+    case RANDOM_WALK_TERM:
+        return tau;
+    default:
+        return tau * tau;
+    }
+}
+
+double squared(double value)
+{
+    return value * value;
+}
+
+NOISE kindOf(std::size_t term)
+{
+    switch (term) {
+    case QUANTISATION:
+        return NOISE::WHITE_PHASE;
+    case NOISE_DENSITY:
+        return NOISE::WHITE;
+    case BIAS_INSTABILITY:
+        return NOISE::FLICKER;
+    default:
+        return NOISE::RANDOM_WALK;
+    }
+}
+
+NOISE dominant(const NoiseModel& model, double tau)
+{
+    std::size_t most = NOISE_DENSITY;
+    for (std::size_t term = 0; term < TERMS; ++term) {
+        if (model.factors[term] * power(term, tau) > model.factors[most] * power(most, tau)) {
+            most = term;
+        }
+    }
+    return kindOf(most);
+}
+
+/// Weighted least squares of the terms of the set, a bit a term. The misfit is a chi-squared.
+/// @return false where a factor would be negative
+bool fitTerms(const std::vector<AllanPoint>& allan, unsigned set, double pointWeight,
+              NoiseModel& model, double& misfit)
+{
+    std::vector<std::size_t> terms;
+    for (std::size_t term = 0; term < TERMS; ++term) {
+        if ((set >> term & 1U) != 0) {
+            terms.push_back(term);
+        }
+    }
+    const auto rows = static_cast<Eigen::Index>(allan.size());
+    const auto columns = static_cast<Eigen::Index>(terms.size());
+    Eigen::VectorXd variance(rows);
+    for (Eigen::Index i = 0; i < rows; ++i) {
+        variance[i] = squared(allan[static_cast<std::size_t>(i)].deviation);
+    }
+    Eigen::VectorXd expected = variance;
+    Eigen::VectorXd solution;
+    // The weights need the variance that is fitted; it settles within a few rounds.
+    for (int round = 0; round < 6; ++round) {
+        Eigen::MatrixXd design(rows, columns);
+        Eigen::VectorXd observed(rows);
+        for (Eigen::Index i = 0; i < rows; ++i) {
+            const AllanPoint& point = allan[static_cast<std::size_t>(i)];
+            const double relative = std::sqrt(2.0 / point.degreesOfFreedom + squared(modelError));
+            const double weight = std::sqrt(pointWeight) / (relative * expected[i]);
+            for (Eigen::Index k = 0; k < columns; ++k) {
+                design(i, k) = weight * power(terms[static_cast<std::size_t>(k)], point.tau);
+            }
+            observed[i] = weight * variance[i];
+        }
+        // The columns span many orders of magnitude.
+        const Eigen::VectorXd norms = design.colwise().norm();
+        const Eigen::MatrixXd scaled = design * norms.cwiseInverse().asDiagonal();
+        solution = scaled.colPivHouseholderQr().solve(observed).cwiseQuotient(norms);
+        if (!solution.allFinite() || solution.minCoeff() <= 0.0) {
+            return false;
+        }
+        misfit = (design * solution - observed).squaredNorm();
+        for (Eigen::Index i = 0; i < rows; ++i) {
+            expected[i] = 0.0;
+            for (Eigen::Index k = 0; k < columns; ++k) {
+                expected[i] += solution[k] * power(terms[static_cast<std::size_t>(k)],
+                                                   allan[static_cast<std::size_t>(i)].tau);
+            }
+        }
+    }
+    for (Eigen::Index k = 0; k < columns; ++k) {
+        model.factors[terms[static_cast<std::size_t>(k)]] = solution[k];
+    }
+    return true;
+}
+
+std::string text(const char* format, double value)
+{
+    char buffer[160];
+    std::snprintf(buffer, sizeof buffer, format, value);
+    return buffer;
+}
+
+/// The points over which the term makes up at least half of the variance: the widest run of them.
+struct Run
+{
+    std::size_t first = 0;
+    std::size_t count = 0;
+};
+
+Run dominatedBy(const NoiseModel& model, TERM term, const std::vector<AllanPoint>& allan)
+{
+    Run widest;
+    Run run;
+    for (std::size_t i = 0; i < allan.size(); ++i) {
+        if (model.share(term, allan[i].tau) < 0.5) {
+            run = {i + 1, 0};
+            continue;
+        }
+        ++run.count;
+        if (run.count > widest.count) {
+            widest = run;
+        }
+    }
+    return widest;
+}
+
+bool isWide(const Run& run, const std::vector<AllanPoint>& allan)
+{
+    return run.count > 1 &&
+           allan[run.first + run.count - 1].tau >= leastRange * allan[run.first].tau;
+}
+
+/// The coefficient whose square is the factor of the term times the scale. The interval is that of
+/// a variable whose logarithm is normal: it never reaches below zero.
+Coefficient ofTerm(const NoiseModel& model, TERM term, double scale)
+{
+    Coefficient coefficient;
+    const double value = std::sqrt(scale * model.factors[term]);
+    const double spread = std::exp(0.5 * model.errors[term]); // the root halves the relative error
+    coefficient.value = value;
+    coefficient.low = value / spread;
+    coefficient.high = value * spread;
+    return coefficient;
+}
+
+Coefficient unseen(const char* line, const std::vector<AllanPoint>& allan)
+{
+    Coefficient coefficient;
+    const double seconds = allan.empty() ? 0.0 : 3.0 * allan.back().tau;
+    coefficient.reason = text("not observable in %.0f seconds: ", seconds) +
+                         "the Allan deviation has no part with " + line;
+    return coefficient;
+}
+
+/// The points of a curve depend on each other, so that the error of the fit says too little. It is
+/// taken as that of the one point that says most of the term.
+void setErrors(NoiseModel& model, const std::vector<AllanPoint>& allan)
+{
+    for (std::size_t term = 0; term < TERMS; ++term) {
+        double least = std::numeric_limits<double>::infinity();
+        for (const AllanPoint& point : allan) {
+            const double degrees =
+                overlappingAllanDegreesOfFreedom(kindOf(term), point.samples, point.averaging);
+            const double share = model.share(static_cast<TERM>(term), point.tau);
+            least = share > 0.0 ? std::min(least, std::sqrt(2.0 / degrees) / share) : least;
+        }
+        model.errors[term] = model.factors[term] > 0.0 ? least : 0.0;
+    }
+}
+
+void readCoefficients(NoiseModel& model, const std::vector<AllanPoint>& allan)
+{
+    setErrors(model, allan);
+    model.noiseDensity = isWide(dominatedBy(model, NOISE_DENSITY, allan), allan)
+                             ? ofTerm(model, NOISE_DENSITY, 1.0)
+                             : unseen("the slope -1/2 of white noise", allan);
+    model.randomWalk = isWide(dominatedBy(model, RANDOM_WALK_TERM, allan), allan)
+                           ? ofTerm(model, RANDOM_WALK_TERM, 3.0)
+                           : unseen("the slope +1/2 of a random walk", allan);
+
+    const Run flat = dominatedBy(model, BIAS_INSTABILITY, allan);
+    model.biasInstability = unseen("the slope 0 of bias instability", allan);
+    if (isWide(flat, allan)) {
+        const AllanPoint* lowest = nullptr;
+        for (std::size_t i = flat.first; i < flat.first + flat.count; ++i) {
+            const bool counts = allan[i].degreesOfFreedom >= leastDegrees;
+            if (counts && (lowest == nullptr || allan[i].deviation < lowest->deviation)) {
+                lowest = &allan[i];
+            }
+        }
+        if (lowest != nullptr) {
+            Coefficient& instability = model.biasInstability;
+            instability.reason.clear();
+            instability.value = lowest->deviation / flickerLevel;
+            instability.low = lowest->low / flickerLevel;
+            instability.high = lowest->high / flickerLevel;
+        }
+    }
+}
+
+} // namespace
+
+double NoiseModel::variance(double tau) const
+{
+    double sum = 0.0;
+    for (std::size_t term = 0; term < TERMS; ++term) {
+        sum += factors[term] * power(term, tau);
+    }
+    return sum;
+}
+
+double NoiseModel::share(TERM term, double tau) const
+{
+    const double all = variance(tau);
+    return all > 0.0 ? factors[term] * power(term, tau) / all : 0.0;
+}
+
+NoiseModel fitNoiseModel(const std::vector<AllanPoint>& allan)
+{
+    NoiseModel best;
+    std::vector<AllanPoint> points;
+    for (const AllanPoint& point : allan) {
+        if (point.deviation > 0.0 && std::isfinite(point.deviation)) {
+            points.push_back(point);
+        }
+    }
+    if (points.size() >= 3) {
+        const double decades = std::log10(points.back().tau / points.front().tau);
+        const auto count = static_cast<double>(points.size());
+        const double independent = std::max(2.0, independentPerDecade * decades);
+        const double pointWeight = std::min(1.0, independent / count);
+        double least = std::numeric_limits<double>::infinity();
+        for (unsigned set = 1; set < 1U << TERMS; ++set) {
+            NoiseModel model;
+            double misfit = 0.0;
+            if (!fitTerms(points, set, pointWeight, model, misfit)) {
+                continue;
+            }
+            double terms = 0.0;
+            for (const double factor : model.factors) {
+                terms += factor > 0.0 ? 1.0 : 0.0;
+            }
+            const double criterion = misfit + terms * std::log(std::max(independent, 8.0));
+            if (criterion < least) {
+                least = criterion;
+                best = model;
+            }
+        }
+    }
+    readCoefficients(best, points);
+    return best;
+}
+
+AxisNoise analyseNoise(const Stretches& rate, double samplePeriod)
+{
+    AxisNoise axis;
+    axis.allan = overlappingAllan(rate, samplePeriod);
+    axis.model = fitNoiseModel(axis.allan);
+    for (AllanPoint& point : axis.allan) {
+        setInterval(point, dominant(axis.model, point.tau));
+    }
+    readCoefficients(axis.model, axis.allan);
+    return axis;
+}
+
+} // namespace analysis

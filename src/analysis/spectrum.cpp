@@ -1,0 +1,136 @@
+#include "analysis/spectrum.h"
+
+#include <unsupported/Eigen/FFT>
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+
+namespace analysis {
+
+namespace {
+
+constexpr double pi = 3.14159265358979323846;
+constexpr std::size_t leastSegment = 8;
+/// Bins on either side of a line that make up the noise around it, and those that the line itself
+/// may reach under the window.
+constexpr std::size_t neighbours = 40;
+constexpr std::size_t lineReach = 3;
+constexpr double lowestLineHz = 1.0;
+
+} // namespace
+
+Spectrum welch(const Stretches& stretches, double rateHz, std::size_t segment)
+{
+    Spectrum spectrum;
+    std::size_t longest = 0;
+    for (const std::vector<double>& stretch : stretches) {
+        longest = std::max(longest, stretch.size());
+    }
+    while (segment > longest) {
+        segment /= 2;
+    }
+    if (segment < leastSegment) {
+        return spectrum;
+    }
+
+    std::vector<double> window(segment);
+    double windowPower = 0.0;
+    for (std::size_t i = 0; i < segment; ++i) {
+        const double s = std::sin(pi * static_cast<double>(i) / static_cast<double>(segment));
+        window[i] = s * s;
+        windowPower += window[i] * window[i];
+    }
+
+    Eigen::FFT<double> fft;
+    fft.SetFlag(Eigen::FFT<double>::HalfSpectrum);
+    std::vector<double> samples(segment);
+    std::vector<std::complex<double>> transform;
+    const std::size_t bins = segment / 2 + 1;
+    spectrum.density.assign(bins, 0.0);
+    for (const std::vector<double>& stretch : stretches) {
+        for (std::size_t begin = 0; begin + segment <= stretch.size(); begin += segment / 2) {
+            double mean = 0.0;
+            for (std::size_t i = 0; i < segment; ++i) {
+                mean += stretch[begin + i];
+            }
+            mean /= static_cast<double>(segment);
+            for (std::size_t i = 0; i < segment; ++i) {
+                samples[i] = (stretch[begin + i] - mean) * window[i];
+            }
+            fft.fwd(transform, samples);
+            for (std::size_t i = 0; i < bins; ++i) {
+                spectrum.density[i] += std::norm(transform[i]);
+            }
+            ++spectrum.averages;
+        }
+    }
+    spectrum.resolutionHz = rateHz / static_cast<double>(segment);
+    for (std::size_t i = 0; i < bins; ++i) {
+        // Negative frequencies are the same again, but for zero and the highest one.
+        const double sides = i == 0 || i + 1 == bins ? 1.0 : 2.0;
+        spectrum.density[i] *=
+            sides / (rateHz * windowPower * static_cast<double>(spectrum.averages));
+    }
+    return spectrum;
+}
+
+std::vector<SpectralLine> spectralLines(const Spectrum& spectrum, double threshold)
+{
+    std::vector<SpectralLine> lines;
+    const std::vector<double>& density = spectrum.density;
+    if (density.size() < 2 * lineReach + 2) {
+        return lines;
+    }
+    const auto lowest = static_cast<std::size_t>(
+        std::max(std::ceil(lowestLineHz / spectrum.resolutionHz), double{lineReach + 1}));
+    std::vector<double> around;
+    for (std::size_t i = lowest; i + 1 < density.size(); ++i) {
+        if (density[i] < density[i - 1] || density[i] <= density[i + 1]) {
+            continue;
+        }
+        around.clear();
+        for (std::size_t k = i > neighbours ? i - neighbours : 1;
+             k < std::min(density.size() - 1, i + neighbours + 1); ++k) {
+            if (k + lineReach < i || k > i + lineReach) {
+                around.push_back(density[k]);
+            }
+        }
+        if (around.empty()) {
+            continue;
+        }
+        const auto middle = around.begin() + static_cast<std::ptrdiff_t>(around.size() / 2);
+        std::nth_element(around.begin(), middle, around.end());
+        const double noise = *middle;
+        if (!(density[i] > threshold * noise)) {
+            continue;
+        }
+        // Under a Hann window the ratio of the line's two largest bins says where between them it
+        // is.
+        const bool upward = density[i + 1] > density[i - 1];
+        const double ratio =
+            std::sqrt(std::max(upward ? density[i + 1] : density[i - 1], 0.0) / density[i]);
+        const double offset = (2.0 * ratio - 1.0) / (ratio + 1.0);
+        double power = 0.0;
+        for (std::size_t k = i - lineReach; k <= std::min(i + lineReach, density.size() - 1); ++k) {
+            power += std::max(density[k] - noise, 0.0);
+        }
+        SpectralLine line;
+        line.frequencyHz =
+            (static_cast<double>(i) + (upward ? offset : -offset)) * spectrum.resolutionHz;
+        line.amplitude = std::sqrt(2.0 * power * spectrum.resolutionHz);
+        // The noise moves the ratio by its own share of the peak.
+        const double error =
+            spectrum.resolutionHz *
+            std::max(0.01, std::sqrt(noise / density[i] / static_cast<double>(spectrum.averages)));
+        line.low = line.frequencyHz - error;
+        line.high = line.frequencyHz + error;
+        lines.push_back(line);
+    }
+    std::sort(lines.begin(), lines.end(), [](const SpectralLine& a, const SpectralLine& b) {
+        return a.amplitude > b.amplitude;
+    });
+    return lines;
+}
+
+} // namespace analysis

@@ -1,0 +1,42 @@
+/// @file
+/// Power spectral density by Welch's method.
+#pragma once
+
+#include "analysis/allan.h"
+
+#include <cstddef>
+#include <vector>
+
+namespace analysis {
+
+/// One-sided density of a real signal. Its sum times the distance of the frequencies is the
+/// variance of the signal.
+struct Spectrum
+{
+    double resolutionHz = 0.0;   ///< distance of the frequencies
+    std::vector<double> density; ///< u^2 / Hz at i * resolutionHz, u the unit of the samples
+    std::size_t averages = 0;    ///< segments
+};
+
+/// A line that stands out of the noise.
+struct SpectralLine
+{
+    double frequencyHz = 0.0;
+    double amplitude = 0.0; ///< peak of the sine, in the unit of the samples
+    double low = 0.0;       ///< Hz, 68 % interval of the frequency
+    double high = 0.0;      ///< Hz
+};
+
+/// Welch, IEEE Trans. Audio Electroacoust. 15 (1967): segments that overlap by half, each less its
+/// mean, under a Hann window.
+/// @param rateHz  of the samples
+/// @param segment number of samples in a segment, a power of two; halved until the longest stretch
+///        holds one
+/// @return no densities where no stretch has 8 samples
+Spectrum welch(const Stretches& stretches, double rateHz, std::size_t segment = 8192);
+
+/// The lines that stand out of the noise around them by at least `threshold` times, by falling
+/// amplitude. Frequencies below 1 Hz are not looked at: slow motion is there.
+std::vector<SpectralLine> spectralLines(const Spectrum& spectrum, double threshold = 30.0);
+
+} // namespace analysis

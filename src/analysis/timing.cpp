@@ -1,0 +1,141 @@
+#include "analysis/timing.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace analysis {
+
+namespace {
+
+std::uint64_t step(const std::vector<std::uint32_t>& numbers, std::size_t row)
+{
+    return numbers[row] > numbers[row - 1] ? numbers[row] - numbers[row - 1] : 1;
+}
+
+double seconds(Nanoseconds time)
+{
+    return static_cast<double>(time) * 1e-9;
+}
+
+double median(std::vector<double>& values)
+{
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+} // namespace
+
+Timing analyseTiming(const std::vector<Nanoseconds>& times,
+                     const std::vector<std::uint32_t>& numbers)
+{
+    Timing timing;
+    const std::size_t rows = times.size();
+    timing.durationSeconds = seconds(times.back() - times.front());
+
+    // The median does not care for gaps: half of the rows are enough.
+    double period = 0.0; // of the sensor
+    std::uint64_t decimatedRows = 0;
+    {
+        std::vector<double> distances(rows - 1);
+        for (std::size_t row = 1; row < rows; ++row) {
+            const std::uint64_t samples = step(numbers, row);
+            decimatedRows += samples > 1 ? 1 : 0;
+            distances[row - 1] =
+                seconds(times[row] - times[row - 1]) / static_cast<double>(samples);
+        }
+        period = median(distances);
+    }
+    timing.decimated = 2 * decimatedRows > rows - 1;
+
+    double sum = 0.0;
+    double squares = 0.0;
+    double samplesSum = 0.0;
+    std::size_t count = 0;
+    for (std::size_t row = 1; row < rows; ++row) {
+        const double distance = seconds(times[row] - times[row - 1]);
+        const std::uint64_t samples = step(numbers, row);
+        const auto fitting = static_cast<std::uint64_t>(std::llround(distance / period));
+        if (fitting > samples) {
+            timing.gaps.push_back({row, times[row - 1], times[row], fitting - samples});
+            timing.missingSamples += fitting - samples;
+            continue;
+        }
+        sum += distance;
+        squares += distance * distance;
+        samplesSum += static_cast<double>(samples);
+        ++count;
+    }
+    if (count > 0) {
+        const auto n = static_cast<double>(count);
+        timing.periodSeconds = sum / n;
+        timing.samplesPerRow = samplesSum / n;
+        timing.jitterSeconds =
+            std::sqrt(std::max(0.0, squares / n - timing.periodSeconds * timing.periodSeconds));
+        timing.rateHz = 1.0 / timing.periodSeconds;
+        timing.sensorRateHz = samplesSum / sum;
+    }
+    return timing;
+}
+
+Stretches stretchesOf(const std::vector<double>& axis, const Timing& timing,
+                      std::uint64_t mostFilled)
+{
+    constexpr std::size_t least = 3;
+    Stretches stretches;
+    std::vector<double> stretch;
+    const auto close = [&] {
+        if (stretch.size() >= least) {
+            stretches.push_back(std::move(stretch));
+        }
+        stretch.clear();
+    };
+    std::size_t begin = 0;
+    const auto take = [&](std::size_t end) {
+        stretch.insert(stretch.end(), axis.begin() + static_cast<std::ptrdiff_t>(begin),
+                       axis.begin() + static_cast<std::ptrdiff_t>(end));
+        begin = end;
+    };
+    if (timing.gaps.empty()) {
+        stretch.reserve(axis.size());
+    }
+    for (const Gap& gap : timing.gaps) {
+        take(gap.row);
+        // Rows that the gap took: where each row stands for several samples, the samples of
+        // several.
+        const auto rows = static_cast<std::uint64_t>(
+            std::llround(static_cast<double>(gap.missing) / timing.samplesPerRow));
+        if (rows > mostFilled) {
+            close();
+            continue;
+        }
+        const double before = axis[gap.row - 1];
+        const double rise = axis[gap.row] - before;
+        for (std::uint64_t i = 1; i <= rows; ++i) {
+            stretch.push_back(before +
+                              rise * static_cast<double>(i) / static_cast<double>(rows + 1));
+        }
+    }
+    take(axis.size());
+    close();
+    return stretches;
+}
+
+Histogram intervalHistogram(const std::vector<Nanoseconds>& times, const Timing& timing,
+                            std::size_t bins)
+{
+    Histogram histogram;
+    const double reach = std::max(5.0 * timing.jitterSeconds, 1e-3 * timing.periodSeconds);
+    histogram.first = std::max(0.0, timing.periodSeconds - reach);
+    histogram.width = (timing.periodSeconds + reach - histogram.first) / static_cast<double>(bins);
+    histogram.counts.assign(bins, 0);
+    for (std::size_t row = 1; row < times.size(); ++row) {
+        const double place =
+            (seconds(times[row] - times[row - 1]) - histogram.first) / histogram.width;
+        const double bin = std::clamp(std::floor(place), 0.0, static_cast<double>(bins - 1));
+        ++histogram.counts[static_cast<std::size_t>(bin)];
+    }
+    return histogram;
+}
+
+} // namespace analysis

@@ -1,0 +1,182 @@
+#include "analysis/noise_model.h"
+
+#include "analysis/noise_samples.h"
+
+#include <QtTest>
+
+#include <cmath>
+
+using namespace analysis;
+
+namespace {
+
+/// Points that lie on the model exactly, each with many degrees of freedom.
+std::vector<AllanPoint> curve(double quantisation, double density, double instability, double walk)
+{
+    std::vector<AllanPoint> points;
+    for (int i = 0; i <= 60; ++i) {
+        AllanPoint point;
+        point.tau = 0.0025 * std::pow(10.0, i / 10.0);
+        point.averaging = static_cast<std::size_t>(std::llround(point.tau / 0.0025));
+        point.samples = 10'000'000;
+        const double t = point.tau;
+        point.deviation = std::sqrt(
+            3.0 * quantisation * quantisation / (t * t) + density * density / t +
+            flickerLevel * flickerLevel * instability * instability + walk * walk * t / 3.0);
+        setInterval(point, NOISE::WHITE);
+        points.push_back(point);
+    }
+    return points;
+}
+
+bool near(const Coefficient& coefficient, double truth, double tolerance)
+{
+    return coefficient.value && std::abs(*coefficient.value / truth - 1.0) <= tolerance;
+}
+
+} // namespace
+
+class TestNoiseModel : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void exactCurveIsTakenApart();
+    void densityIsTheLineAtOneSecond();
+    void walkIsTheLineAtThreeSeconds();
+    void instabilityIsTheMinimumOverItsLevel();
+    void slopeThatIsNotThereIsNotObservable_data();
+    void slopeThatIsNotThereIsNotObservable();
+    void whiteNoiseShowsNothingElse();
+    void coefficientsOfMadeNoise();
+    void intervalsOfMadeNoiseHoldTheTruth();
+    void noSamplesAreNotObservable();
+};
+
+void TestNoiseModel::exactCurveIsTakenApart()
+{
+    const NoiseModel model = fitNoiseModel(curve(1e-5, 2e-3, 3e-4, 1e-4));
+    QVERIFY(near(model.noiseDensity, 2e-3, 1e-3));
+    QVERIFY(near(model.randomWalk, 1e-4, 1e-2));
+    QVERIFY(std::abs(std::sqrt(model.factors[BIAS_INSTABILITY]) / flickerLevel / 3e-4 - 1.0) <
+            1e-2);
+}
+
+void TestNoiseModel::densityIsTheLineAtOneSecond()
+{
+    const auto points = curve(0.0, 0.02, 0.0, 0.0);
+    const NoiseModel model = fitNoiseModel(points);
+    QVERIFY(near(model.noiseDensity, 0.02, 1e-9));
+    QVERIFY(std::abs(std::sqrt(model.variance(1.0)) - 0.02) < 1e-11);
+}
+
+void TestNoiseModel::walkIsTheLineAtThreeSeconds()
+{
+    const NoiseModel model = fitNoiseModel(curve(0.0, 0.0, 0.0, 0.004));
+    QVERIFY(near(model.randomWalk, 0.004, 1e-9));
+    QVERIFY(std::abs(std::sqrt(model.variance(3.0)) - 0.004) < 1e-12);
+}
+
+void TestNoiseModel::instabilityIsTheMinimumOverItsLevel()
+{
+    const auto points = curve(0.0, 1e-3, 1e-3, 1e-6);
+    double least = 1.0;
+    for (const AllanPoint& point : points) {
+        least = std::min(least, point.deviation);
+    }
+    QVERIFY(near(fitNoiseModel(points).biasInstability, least / 0.66428, 1e-9));
+}
+
+void TestNoiseModel::slopeThatIsNotThereIsNotObservable_data()
+{
+    QTest::addColumn<double>("density");
+    QTest::addColumn<double>("instability");
+    QTest::addColumn<double>("walk");
+    QTest::newRow("white noise alone") << 1.0 << 0.0 << 0.0;
+    QTest::newRow("flicker alone") << 0.0 << 1.0 << 0.0;
+    QTest::newRow("walk alone") << 0.0 << 0.0 << 1.0;
+    QTest::newRow("white noise and a walk, no flat part") << 1e-2 << 0.0 << 1e-3;
+}
+
+void TestNoiseModel::slopeThatIsNotThereIsNotObservable()
+{
+    QFETCH(double, density);
+    QFETCH(double, instability);
+    QFETCH(double, walk);
+    const NoiseModel model = fitNoiseModel(curve(0.0, density, instability, walk));
+    const auto agrees = [](const Coefficient& coefficient, double truth) {
+        return truth > 0.0 ? coefficient.value.has_value() && coefficient.reason.empty()
+                           : !coefficient.value &&
+                                 coefficient.reason.find("not observable in 7500 seconds") == 0;
+    };
+    QVERIFY2(agrees(model.noiseDensity, density), model.noiseDensity.reason.c_str());
+    QVERIFY2(agrees(model.biasInstability, instability), model.biasInstability.reason.c_str());
+    QVERIFY2(agrees(model.randomWalk, walk), model.randomWalk.reason.c_str());
+}
+
+void TestNoiseModel::whiteNoiseShowsNothingElse()
+{
+    int invented = 0;
+    for (std::uint64_t seed = 0; seed < 100; ++seed) {
+        const auto samples = noise_samples::whiteAndWalk(20000, 0.0025, 0.01, 0.0, seed);
+        const NoiseModel model = analyseNoise({samples}, 0.0025).model;
+        QVERIFY(near(model.noiseDensity, 0.01, 0.04));
+        invented += model.biasInstability.value || model.randomWalk.value ? 1 : 0;
+    }
+    QVERIFY2(invented <= 3, qPrintable(QString::number(invented)));
+}
+
+void TestNoiseModel::coefficientsOfMadeNoise()
+{
+    // Three hours at 400 Hz; the terms are apart, as for a sensor that is worth the time.
+    constexpr std::size_t count = 3 * 3600 * 400;
+    constexpr double period = 0.0025;
+    auto samples = noise_samples::whiteAndWalk(count, period, 5e-3, 1e-5, 11);
+    const auto slow = noise_samples::flicker(count, period, 2e-3, 0.05, 18, 12);
+    for (std::size_t i = 0; i < count; ++i) {
+        samples[i] += slow[i];
+    }
+    const NoiseModel model = analyseNoise({samples}, period).model;
+    QVERIFY2(near(model.noiseDensity, 5e-3, 0.02),
+             qPrintable(QString::number(model.noiseDensity.value.value_or(0))));
+    QVERIFY2(near(model.biasInstability, 2e-3, 0.15),
+             qPrintable(QString::number(model.biasInstability.value.value_or(0))));
+
+    const auto walk = noise_samples::whiteAndWalk(count, period, 5e-3, 5e-4, 13);
+    const NoiseModel walking = analyseNoise({walk}, period).model;
+    QVERIFY(near(walking.noiseDensity, 5e-3, 0.02));
+    QVERIFY2(near(walking.randomWalk, 5e-4, 0.15),
+             qPrintable(QString::number(walking.randomWalk.value.value_or(0))));
+}
+
+void TestNoiseModel::intervalsOfMadeNoiseHoldTheTruth()
+{
+    int density = 0;
+    int walk = 0;
+    constexpr int seeds = 100;
+    for (std::uint64_t seed = 0; seed < seeds; ++seed) {
+        const auto samples = noise_samples::whiteAndWalk(40000, 0.0025, 0.01, 0.02, 1000 + seed);
+        const NoiseModel model = analyseNoise({samples}, 0.0025).model;
+        const auto holds = [](const Coefficient& c, double truth) {
+            return c.value && c.low <= truth && truth <= c.high;
+        };
+        density += holds(model.noiseDensity, 0.01) ? 1 : 0;
+        walk += holds(model.randomWalk, 0.02) ? 1 : 0;
+    }
+    qInfo("noise density %d, random walk %d of %d", density, walk, seeds);
+    QVERIFY(density >= 60 && density <= 76);
+    QVERIFY(walk >= 60 && walk <= 76);
+}
+
+void TestNoiseModel::noSamplesAreNotObservable()
+{
+    const AxisNoise nothing = analyseNoise({}, 0.0025);
+    QVERIFY(nothing.allan.empty());
+    QVERIFY(!nothing.model.noiseDensity.value);
+    QCOMPARE(nothing.model.variance(1.0), 0.0);
+    const AxisNoise still = analyseNoise({std::vector<double>(1000, 1.0)}, 0.0025);
+    QVERIFY(!still.model.noiseDensity.value);
+}
+
+QTEST_APPLESS_MAIN(TestNoiseModel)
+#include "tst_noise_model.moc"
