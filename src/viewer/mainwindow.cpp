@@ -3,6 +3,7 @@
 #include "camera/InputThreadModul.h"
 #include "look/Style.h"
 #include "look/clr.h"
+#include "recording/line_file.h"
 #include "ui_mainwindow.h"
 
 #include <QBrush>

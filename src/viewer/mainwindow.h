@@ -11,6 +11,7 @@
 
 #include "camera/DetectionThread.h"
 #include "recording/recoptiondlg.h"
+#include "viewer/handover.h"
 #include "viewer/shared.h"
 
 #include <om_tiv/om_tiv.h>
@@ -32,6 +33,10 @@ class InputThreadModul;
 class QTimer;
 class Style;
 class Ui_MainWindow;
+
+namespace recorder {
+class LineFile;
+} // namespace recorder
 
 class MainWindow : public QMainWindow
 {
@@ -227,6 +232,7 @@ private:
     QLabel freeSpaceLabel;  // in no layout
     bool recording = false; // read by the sensor thread without a lock
     QFile recFile;
+    Handover<recorder::LineFile> recLines; // of recFile, used by the sensor thread
     double recPeriodSec = 0.0;
     QDir recDir;
 

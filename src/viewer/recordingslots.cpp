@@ -4,14 +4,18 @@
 #include "viewer/mainwindow.h"
 
 #include "camera/InputThreadModul.h"
+#include "recording/line_file.h"
 #include "recording/recorder.h"
 #include "ui_mainwindow.h"
 
+#include <QByteArray>
 #include <QDateTime>
 #include <QStorageInfo>
 #include <QTextStream>
 
 #include <chrono>
+#include <memory>
+#include <utility>
 
 void MainWindow::on_toolButton_save_clicked(bool checked)
 {
@@ -38,15 +42,17 @@ void MainWindow::on_toolButton_save_clicked(bool checked)
         QDateTime::currentDateTime(), QString::fromUtf8(om::toString(camera.cameraModel).c_str()),
         camera.serialNumber);
 
-    // Made beforehand: until it is in the open file, a row could stand above it.
-    const QString header = recorder::header(recOptions);
-
-    // Up before the file is open: a row that falls in between finds it closed and is left out.
+    // Up before the file is open: a row that falls in between is left out.
     recording = true;
     recFile.setFileName(folder + name);
-    // Start and stop take no lock against the sensor thread, and a buffer that both empty would mix
-    // their lines. Without one the header and each row are one write of their own.
-    if (!recFile.open(QIODevice::WriteOnly | QIODevice::Text | QIODevice::Unbuffered)) {
+    std::unique_ptr<recorder::LineFile> lines;
+    if (recFile.open(QIODevice::WriteOnly | QIODevice::Text)) {
+        lines = recorder::LineFile::on(recFile.handle());
+        if (lines == nullptr) {
+            recFile.close();
+        }
+    }
+    if (lines == nullptr) {
         showMessage(QMessageBox::Warning, tr("File error"),
                     tr("Error while opening file for writing"));
         // recording stays set: without an open file no row is written, and the next start or stop
@@ -54,29 +60,34 @@ void MainWindow::on_toolButton_save_clicked(bool checked)
         ui->toolButton_save->setChecked(false);
         return;
     }
-    // Before the header: a row below it keeps the new period.
+    QByteArray line;
+    QTextStream(&line, QIODevice::WriteOnly) << recorder::header(recOptions) << '\n';
+    lines->write(line);
+
     recPeriodSec = recorder::periodSec(recOptions.sampleFreq);
     recording = true;
-    {
-        QTextStream stream(&recFile);
-        stream << header << '\n';
-    }
+    // From here on the lines are the sensor thread's: start and stop take no lock against it.
+    recLines.provide(std::move(lines));
     ui->pushButton_rec_option->setEnabled(false);
     ui->toolButton_save->setText(tr("Recording..."));
 }
 
 void MainWindow::saveValues(int index)
 {
+    // Of the whole process: a later recording writes its first row at its first sample.
+    static auto last_save_time = std::chrono::system_clock::now();
     if (inputThread == nullptr || !recFile.isOpen() || !inputThread->isRunning()) {
         return;
     }
-    // Of the whole process: a later recording writes its first row at its first sample.
-    static auto last_save_time = std::chrono::system_clock::now();
     const auto now = std::chrono::system_clock::now();
     const auto elapsed =
         std::chrono::duration_cast<std::chrono::milliseconds>(now - last_save_time);
     if (recPeriodSec > static_cast<double>(elapsed.count()) / 1000.0) {
         return;
+    }
+    std::unique_ptr<recorder::LineFile> lines = recLines.take();
+    if (lines == nullptr) {
+        return; // the recording is just being started or ended
     }
     last_save_time = now;
 
@@ -103,13 +114,20 @@ void MainWindow::saveValues(int index)
         sensorsData.temperature.get(Location::BAROMETER, temperature);
         row.tempBarometer = temperature;
     }
-    QTextStream stream(&recFile);
-    recorder::writeRow(stream, recOptions, row);
+    QByteArray line;
+    {
+        QTextStream stream(&line, QIODevice::WriteOnly);
+        recorder::writeRow(stream, recOptions, row);
+    }
+    lines->write(line);
+    recLines.giveBack(std::move(lines));
 }
 
 void MainWindow::stopRecording()
 {
     if (recFile.isOpen()) {
+        // A row that is being written goes in whole all the same, into a descriptor of its own.
+        recLines.provide(nullptr);
         recFile.close();
         ui->pushButton_rec_option->setEnabled(true);
         ui->toolButton_save->setText(tr("Record"));

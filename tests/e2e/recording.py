@@ -49,12 +49,9 @@ class Recording:
         if "\r" in text:
             raise AssertionError(f"{path.name}: carriage returns in the file")
         expected = header_line(options)
-        # The sensor thread may be ahead of the header with one row, while the file is being opened.
-        early, found, body = text.partition(expected)
-        self.early_rows = early.count("\n")
-        if not found or (early and not re.fullmatch(r"\d+,[^\n]*,\n", early)):
+        if not text.startswith(expected):
             raise AssertionError(f"{path.name}: the file starts with {text[:300]!r}, not with {expected!r}")
-        body = early + body
+        body = text[len(expected):]
         self.cut = ""
         if last_may_be_cut:
             body, _, self.cut = body.rpartition("\n")
@@ -64,7 +61,7 @@ class Recording:
         field = re.compile(r"-?\d+\.\d{9}")
         with open(path, newline="", encoding="ascii") as file:
             lines = list(csv.reader(file))
-        del lines[self.early_rows]
+        del lines[0]
         self.rows = []
         for number, line in enumerate(lines[:body.count("\n")], 2):
             if len(line) != len(self.names) + 1 or line[-1] != "":

@@ -101,6 +101,7 @@ struct MainWindowProbe
     decltype(MainWindow::freeSpaceLabel)& freeSpaceLabel = window.freeSpaceLabel;
     decltype(MainWindow::recording)& recording = window.recording;
     decltype(MainWindow::recFile)& recFile = window.recFile;
+    decltype(MainWindow::recLines)& recLines = window.recLines;
     decltype(MainWindow::recPeriodSec)& recPeriodSec = window.recPeriodSec;
     decltype(MainWindow::recDir)& recDir = window.recDir;
     decltype(MainWindow::currentSensor)& currentSensor = window.currentSensor;

@@ -33,21 +33,6 @@ inline om::bench::CameraConfig camera(om::MODEL model, unsigned int serial)
     return config;
 }
 
-/// To be called once, by tests that stop recordings. Start and stop take no lock against the sensor
-/// thread: a row that is being made while the file is closed is left out, and Qt says so. That line
-/// is let pass; every other warning still fails the test.
-inline void letRowsMeetAClosedFile()
-{
-    static QtMessageHandler next = nullptr;
-    next = qInstallMessageHandler(
-        [](QtMsgType type, const QMessageLogContext& context, const QString& message) {
-            if (!message.startsWith(QStringLiteral("QIODevice::write (QFile, ")) ||
-                !message.endsWith(QStringLiteral("TIVSensorsData.csv\"): device not open"))) {
-                next(type, context, message);
-            }
-        });
-}
-
 /// A window that is shown, its probe, and a tidy end whatever the test left.
 class Viewer
 {

@@ -1,16 +1,20 @@
 // Recording from the main window: the button, the file, what ends a recording and what does not.
 
+#include "support/fulldisk.h"
 #include "support/viewersession.h"
+#include "support/wallclock.h"
 
 #include "bench/virtual_camera.h"
 #include "calibration/magcalibdlg.h"
 #include "look/Style.h"
+#include "recording/line_file.h"
 #include "recording/recorder.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QElapsedTimer>
-#include <QFileInfo>
+#include <QFileDialog>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QSettings>
 #include <QStorageInfo>
@@ -18,13 +22,14 @@
 #include <QToolButton>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cmath>
-#include <csignal>
 #include <thread>
 
-#include <sys/resource.h>
+#include <pthread.h>
 
+using namespace std::chrono_literals;
 using namespace viewersession;
 
 namespace {
@@ -33,23 +38,13 @@ constexpr int serialQ = 31415926;
 constexpr int serialP = 27182818;
 constexpr int serialR = 42000001;
 
-/// The lines of a recording, its header first: the sensor thread may be ahead of it with rows,
-/// while the file is being opened. One is usual; a busy machine has time for more.
 QStringList linesOf(const QString& path)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         return {};
     }
-    QStringList lines = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
-    constexpr int firstOnes = 20;
-    for (int i = 0; i < qMin(firstOnes, lines.size()); ++i) {
-        if (lines.at(i).startsWith(QStringLiteral("idx,"))) {
-            lines.move(i, 0);
-            break;
-        }
-    }
-    return lines;
+    return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
 }
 
 QString nine(double value)
@@ -104,17 +99,46 @@ private:
         return linesOf(filePath()).size() - 2;
     } // without header and the last line's end
 
-    /// Lets the program have the next sample of the stopped bench and waits until it took it.
-    void giveSample(const om::bench::SensorSource& source, std::uint64_t number)
+    /// Starts a recording whose rows come from the test in place of the sensor thread.
+    void recordByHand()
     {
-        // The pace of the rows goes by the wall clock.
-        std::this_thread::sleep_for(std::chrono::milliseconds(4));
+        viewer->probe.joinSensorThread();
+        press(viewer->ui->toolButton_save);
+        QVERIFY(viewer->probe.recording && viewer->probe.recFile.isOpen());
+    }
+
+    /// Whether the newest sample that the program took is the one with this number.
+    bool hasTaken(unsigned int serial, std::uint64_t number)
+    {
+        const auto time = bench().camera(serial)->reportedTime(om::bench::STREAM::IMU, number);
+        const QMutexLocker lock(&viewer->probe.dataMutex);
+        const QVector<double>& times = viewer->probe.imuTime;
+        return !times.isEmpty() && times.last() == static_cast<double>(time / 1000) / 1e6;
+    }
+
+    /// Stops the bench, and waits until the program took the newest sample, whose number it
+    /// returns.
+    std::uint64_t stopTheBench(unsigned int serial)
+    {
+        om::bench::Clock& clock = bench().clock();
+        clock.setManual();
+        const auto number =
+            bench().camera(serial)->source()->newest(om::bench::STREAM::IMU, clock.now()).value();
+        [&] { QTRY_VERIFY(hasTaken(serial, number)); }();
+        return number;
+    }
+
+    /// Lets the program have the next sample of the stopped bench and waits until it took it.
+    void giveSample(unsigned int serial, std::uint64_t number)
+    {
+        wallclock::advance(4ms); // by which the pace of the rows goes
         const int before = viewer->samples();
         om::bench::Clock& clock = bench().clock();
-        clock.advance(source.timeOf(om::bench::STREAM::IMU, number) - clock.now());
+        const auto source = bench().camera(serial)->source();
+        clock.advance(source->timeOf(om::bench::STREAM::IMU, number) - clock.now());
         QElapsedTimer waited;
         waited.start();
-        while (viewer->samples() == before && waited.elapsed() < 5000) {
+        while (!hasTaken(serial, number) && waited.elapsed() < 5000) {
             std::this_thread::sleep_for(std::chrono::microseconds(100));
         }
         QVERIFY2(viewer->samples() == before + 1, qPrintable(QString::number(number)));
@@ -123,24 +147,20 @@ private:
     /// Records so many samples one by one.
     void recordSampleBySample(unsigned int serial, int count)
     {
-        bench().clock().setManual();
-        const auto source = bench().camera(serial)->source();
-        const auto now = bench().clock().now();
-        std::uint64_t number = source->newest(om::bench::STREAM::IMU, now).value();
+        std::uint64_t number = stopTheBench(serial);
         press(viewer->ui->toolButton_save);
         QVERIFY(viewer->probe.recording);
         while (rows() == 0) { // the first call in the process writes none
-            giveSample(*source, ++number);
+            giveSample(serial, ++number);
         }
         for (int i = 1; i < count && !QTest::currentTestFailed(); ++i) {
-            giveSample(*source, ++number);
+            giveSample(serial, ++number);
         }
         press(viewer->ui->toolButton_save);
         bench().clock().setReal();
     }
 
 private slots:
-    void initTestCase() { letRowsMeetAClosedFile(); }
     void init()
     {
         bench().reset();
@@ -149,6 +169,7 @@ private slots:
 
     void cleanup()
     {
+        wallclock::onRead(nullptr);
         viewer.reset();
         bench().reset();
     }
@@ -157,45 +178,87 @@ private slots:
     void firstCallInTheProcessWritesNoRow()
     {
         open();
-        auto& probe = viewer->probe;
-        probe.joinSensorThread(); // whose place this test takes
-        probe.recFile.setFileName(folder->filePath(QStringLiteral("direct.csv")));
-        QVERIFY(probe.recFile.open(QIODevice::WriteOnly | QIODevice::Text));
-        probe.recPeriodSec = 0.0025;
+        recordByHand();
+        const qint64 header = viewer->probe.recFile.size();
         viewer->window->saveValues(0);
-        QCOMPARE(probe.recFile.size(), 0);
+        QCOMPARE(viewer->probe.recFile.size(), header);
         // The next call finds time passed.
-        QTRY_VERIFY([&] {
-            viewer->window->saveValues(0);
-            return probe.recFile.size() > 0;
-        }());
-        probe.recFile.close();
+        wallclock::advance(1s);
+        viewer->window->saveValues(0);
+        QVERIFY(viewer->probe.recFile.size() > header);
+        press(viewer->ui->toolButton_save);
     }
 
     void periodIsComparedWithWholeMilliseconds()
     {
-        using Clock = std::chrono::system_clock;
         open();
-        auto& probe = viewer->probe;
-        probe.joinSensorThread(); // whose place this test takes
-        probe.recFile.setFileName(folder->filePath(QStringLiteral("direct.csv")));
-        QVERIFY(probe.recFile.open(QIODevice::WriteOnly | QIODevice::Text));
-        probe.recPeriodSec = 0.0025;
-        Clock::time_point last;
-        for (int row = 0; row < 20; ++row) {
-            const qint64 size = probe.recFile.size();
-            Clock::time_point start;
-            do {
-                start = Clock::now();
-                viewer->window->saveValues(0);
-            } while (probe.recFile.size() == size);
-            if (row > 0) {
-                QVERIFY2(Clock::now() - last >= std::chrono::milliseconds(3),
-                         "2.5 ms are cut to 2, which is too short");
-            }
-            last = start;
+        recordByHand();
+        QCOMPARE(viewer->probe.recPeriodSec, 0.0025);
+        wallclock::hold();
+        wallclock::advance(1s);
+        const auto writes = [this] {
+            const qint64 size = viewer->probe.recFile.size();
+            viewer->window->saveValues(0);
+            return viewer->probe.recFile.size() > size;
+        };
+        QVERIFY(writes());
+        wallclock::advance(2'999'999ns);
+        QVERIFY2(!writes(), "2.999999 ms are cut to 2, which is too short");
+        wallclock::advance(1ns);
+        QVERIFY(writes());
+        // Counted from the last row, not from a grid.
+        wallclock::advance(4ms);
+        QVERIFY(writes());
+        wallclock::advance(2ms);
+        QVERIFY(!writes());
+        wallclock::release();
+        press(viewer->ui->toolButton_save);
+    }
+
+    void wallClockThatIsSetBackHoldsTheRowsBack()
+    {
+        open();
+        press(viewer->ui->toolButton_save);
+        QTRY_VERIFY(rows() > 5);
+        {
+            const QMutexLocker lock(&viewer->probe.dataMutex); // between two rows
+            wallclock::advance(-1h);
         }
-        probe.recFile.close();
+        const int before = rows();
+        const int samples = viewer->samples();
+        QTRY_VERIFY(viewer->samples() > samples + 100);
+        QCOMPARE(rows(), before);
+        wallclock::advance(1h);
+        QTRY_VERIFY(rows() > before + 5);
+        press(viewer->ui->toolButton_save);
+    }
+
+    void rowsAreWrittenWithTheLockHeld()
+    {
+        static MainWindowProbe* probe = nullptr;
+        static pthread_t sensorThread = {};
+        static std::atomic<int> held{0};
+        static std::atomic<int> free{0};
+        open();
+        press(viewer->ui->toolButton_save);
+        probe = &viewer->probe;
+        sensorThread = probe->dataThread->native_handle();
+        // The sensor thread reads the wall clock for its rows only.
+        wallclock::onRead([] {
+            if (pthread_equal(pthread_self(), sensorThread) == 0) {
+                return;
+            }
+            if (probe->dataMutex.tryLock()) {
+                probe->dataMutex.unlock();
+                ++free;
+            } else {
+                ++held;
+            }
+        });
+        QTRY_VERIFY(held + free > 50);
+        wallclock::onRead(nullptr);
+        QCOMPARE(free.load(), 0);
+        press(viewer->ui->toolButton_save);
     }
 
     void withoutACameraTheButtonStaysCheckedAndNothingRecords()
@@ -208,6 +271,40 @@ private slots:
         QVERIFY(!viewer->probe.recFile.isOpen());
         QCOMPARE(viewer->ui->toolButton_save->text(), QStringLiteral("RECORD"));
         QVERIFY(QDir(folder->path()).entryList(QDir::Files).isEmpty());
+    }
+
+    void withARestingInputThreadTheButtonStaysCheckedAndNothingRecords()
+    {
+        open();
+        viewer->probe.inputThread->stopGrabbing();
+        QVERIFY(viewer->probe.inputThread->camera.isOpened());
+        viewer->probe.freeSpaceLabel.clear();
+        press(viewer->ui->toolButton_save);
+        QVERIFY(viewer->ui->toolButton_save->isChecked());
+        QVERIFY(!viewer->probe.recording);
+        QVERIFY(!viewer->probe.recFile.isOpen());
+        QVERIFY(viewer->probe.freeSpaceLabel.text().isEmpty());
+        QVERIFY(QDir(folder->path()).entryList(QDir::Files).isEmpty());
+    }
+
+    void withARestingInputThreadNoRowsAreWritten()
+    {
+        open();
+        press(viewer->ui->toolButton_save);
+        QTRY_VERIFY(rows() > 5);
+        viewer->probe.inputThread->stopGrabbing();
+        int before = 0;
+        int samples = 0;
+        {
+            const QMutexLocker lock(&viewer->probe.dataMutex); // between two rows
+            before = rows();
+            samples = viewer->probe.accX.size();
+        }
+        QTRY_VERIFY(viewer->samples() > samples + 100);
+        QCOMPARE(rows(), before);
+        viewer->probe.inputThread->startGrabbing();
+        QTRY_VERIFY(rows() > before + 5);
+        press(viewer->ui->toolButton_save);
     }
 
     void emptyFolderUnchecksSilently()
@@ -262,6 +359,131 @@ private slots:
         QVERIFY(viewer->probe.recFile.isOpen());
         press(viewer->ui->toolButton_save);
         QVERIFY(!viewer->probe.recording);
+    }
+
+    void freeSpaceIsComputedBeforeTheFileIsOpened()
+    {
+        open();
+        viewer->probe.recOptions.saveFolder = QStringLiteral("/nowhere");
+        viewer->probe.freeSpaceLabel.clear();
+        QString atTheBox;
+        const BoxWatcher watcher([&](QMessageBox& box) {
+            atTheBox = viewer->probe.freeSpaceLabel.text();
+            clickOk(box);
+        });
+        press(viewer->ui->toolButton_save);
+        QCOMPARE(watcher.count(), 1);
+        QVERIFY2(atTheBox.endsWith(QStringLiteral(" Gb  on /nowhere")), qPrintable(atTheBox));
+        viewer->window->on_toolButton_save_clicked(false);
+    }
+
+    void lossAfterAFailedStartClearsTheFlagAlone()
+    {
+        open();
+        viewer->probe.recOptions.saveFolder = QStringLiteral("/nowhere");
+        const BoxWatcher watcher(clickOk);
+        press(viewer->ui->toolButton_save);
+        QVERIFY(viewer->probe.recording);
+        bench().unplug(serialQ);
+        QTRY_VERIFY_WITH_TIMEOUT(!viewer->probe.recording, 10000);
+        QCOMPARE(viewer->ui->toolButton_save->text(), QStringLiteral("RECORD"));
+        QVERIFY(!viewer->ui->toolButton_save->isChecked());
+        QVERIFY(viewer->ui->pushButton_rec_option->isEnabled());
+    }
+
+    void fileIsOpenedForWritingAsText()
+    {
+        open();
+        press(viewer->ui->toolButton_save);
+        QCOMPARE(viewer->probe.recFile.openMode(), QIODevice::WriteOnly | QIODevice::Text);
+        press(viewer->ui->toolButton_save);
+    }
+
+    void startTakesItsStepsInOrder()
+    {
+        open();
+        recordByHand();
+        press(viewer->ui->toolButton_save);
+        auto& probe = viewer->probe;
+        probe.recOptions.sampleFreq = 50;
+
+        // The first: the header, seen as the write that the disk refuses.
+        static MainWindowProbe* seen = nullptr;
+        static volatile double periodAtTheHeader = 0.0;
+        seen = &probe;
+        {
+            const FullDisk disk(0, [](int) { periodAtTheHeader = seen->recPeriodSec; });
+            press(viewer->ui->toolButton_save);
+        }
+        QCOMPARE(double(periodAtTheHeader), 0.0025);
+        QCOMPARE(probe.recPeriodSec, 0.02);
+        press(viewer->ui->toolButton_save);
+
+        // The last: the button of the options, and the text.
+        class Watcher : public QObject
+        {
+        public:
+            explicit Watcher(Viewer& window) : viewer(window) {}
+            bool eventFilter(QObject*, QEvent* event) override
+            {
+                if (event->type() == QEvent::EnabledChange) {
+                    ++count;
+                    period = viewer.probe.recPeriodSec;
+                    recording = viewer.probe.recording;
+                    size = viewer.probe.recFile.size();
+                    text = viewer.ui->toolButton_save->text();
+                }
+                return false;
+            }
+            Viewer& viewer;
+            int count = 0;
+            double period = 0.0;
+            bool recording = false;
+            qint64 size = 0;
+            QString text;
+        };
+        probe.recOptions.sampleFreq = 5;
+        Watcher watcher(*viewer);
+        viewer->ui->pushButton_rec_option->installEventFilter(&watcher);
+        press(viewer->ui->toolButton_save);
+        viewer->ui->pushButton_rec_option->removeEventFilter(&watcher);
+        QCOMPARE(watcher.count, 1);
+        QCOMPARE(watcher.period, 0.2);
+        QVERIFY(watcher.recording);
+        QCOMPARE(watcher.size, qint64(recorder::header(probe.recOptions).size() + 1));
+        QCOMPARE(watcher.text, QStringLiteral("Record"));
+        QCOMPARE(viewer->ui->toolButton_save->text(), QStringLiteral("Recording..."));
+        press(viewer->ui->toolButton_save);
+    }
+
+    void rowThatIsBeingWrittenAtAStopGoesInWhole()
+    {
+        open();
+        press(viewer->ui->toolButton_save);
+        QTRY_VERIFY(rows() > 5);
+        const QString first = filePath();
+        // As the sensor thread has it amid a row.
+        std::unique_ptr<recorder::LineFile> lines;
+        while (lines == nullptr) {
+            lines = viewer->probe.recLines.take();
+        }
+        const int before = rows();
+        press(viewer->ui->toolButton_save);
+        QVERIFY(!viewer->probe.recFile.isOpen());
+        QFile::rename(first, first + QStringLiteral(".ended")); // or the next may take its name
+        press(viewer->ui->toolButton_save);
+        QVERIFY(viewer->probe.recFile.isOpen());
+        lines->write("the row\n");
+        viewer->probe.recLines.giveBack(std::move(lines));
+        QTRY_VERIFY(rows() > 5);
+        press(viewer->ui->toolButton_save);
+
+        const QStringList ended = linesOf(first + QStringLiteral(".ended"));
+        QCOMPARE(ended.size() - 2, before + 1);
+        QCOMPARE(ended.at(before + 1), QStringLiteral("the row"));
+        const QStringList next = linesOf(filePath());
+        QCOMPARE(next.constFirst(), recorder::header(viewer->probe.recOptions));
+        QVERIFY(!next.contains(QStringLiteral("the row")));
     }
 
     void stopAfterAFailedStartClearsTheFlag()
@@ -615,24 +837,63 @@ private slots:
         QTRY_VERIFY(rows() > 20);
         const QString path = filePath();
         const qint64 size = QFile(path).size();
-        // No file of this process may grow beyond this size, as if the disk were full.
-        rlimit before = {};
-        getrlimit(RLIMIT_FSIZE, &before);
-        const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-        rlimit full = before;
-        full.rlim_cur = static_cast<rlim_t>(size) + 4096;
-        setrlimit(RLIMIT_FSIZE, &full);
-        const int samples = viewer->samples();
-        QTRY_VERIFY(viewer->samples() > samples + 400);
-        QVERIFY(viewer->probe.recording);
-        QVERIFY(viewer->ui->toolButton_save->isChecked());
-        setrlimit(RLIMIT_FSIZE, &before);
-        std::signal(SIGXFSZ, handler);
-        press(viewer->ui->toolButton_save);
+        {
+            const FullDisk disk(size + 4096);
+            const int samples = viewer->samples();
+            QTRY_VERIFY(viewer->samples() > samples + 400);
+            QVERIFY(viewer->probe.recording);
+            QVERIFY(viewer->ui->toolButton_save->isChecked());
+            press(viewer->ui->toolButton_save);
+        }
         QVERIFY(!viewer->probe.recording);
         const QStringList lines = linesOf(path);
         QVERIFY2(QFile(path).size() >= size, "what was written before stays");
-        QCOMPARE(lines.at(10).count(QLatin1Char(',')), 23);
+        QVERIFY2(lines.constLast().isEmpty(), "the row that did not fit is taken back");
+        for (int i = 1; i + 1 < lines.size(); ++i) {
+            QCOMPARE(lines.at(i).count(QLatin1Char(',')), 23);
+        }
+    }
+
+    void rowsOfTheTimeOfAFullDiskFollowInOrder_data()
+    {
+        QTest::addColumn<int>("room"); // bytes of the disk
+        QTest::addColumn<bool>("stopped");
+        QTest::newRow("full from the start") << 0 << false;
+        QTest::newRow("full amid the header") << 100 << false;
+        QTest::newRow("full amid a row") << 2000 << false;
+        QTest::newRow("space again just before the stop") << 2000 << true;
+    }
+
+    void rowsOfTheTimeOfAFullDiskFollowInOrder()
+    {
+        QFETCH(int, room);
+        QFETCH(bool, stopped);
+        constexpr int count = 200; // some 60 KB
+        open();
+        std::uint64_t number = stopTheBench(serialQ);
+        const int first = viewer->samples();
+        {
+            const FullDisk disk(room);
+            press(viewer->ui->toolButton_save);
+            for (int i = 0; i < count && !QTest::currentTestFailed(); ++i) {
+                giveSample(serialQ, ++number);
+            }
+            QCOMPARE(QFile(filePath()).size(), qint64(room));
+        }
+        if (!stopped) {
+            giveSample(serialQ, ++number);
+            QCOMPARE(rows(), count + 1);
+        }
+        press(viewer->ui->toolButton_save);
+        bench().clock().setReal();
+
+        QCOMPARE(linesOf(filePath()).constFirst(), recorder::header(viewer->probe.recOptions));
+        const QList<QStringList> written = rowsOf(filePath());
+        QCOMPARE(written.size(), stopped ? count : count + 1);
+        for (int i = 0; i < written.size(); ++i) {
+            QCOMPARE(written[i].size(), 24);
+            QCOMPARE(written[i][0].toInt(), first + i);
+        }
     }
 
     void freeSpaceIsComputedAndNeverShown()
@@ -757,6 +1018,32 @@ private slots:
         QCOMPARE(viewer->probe.recOptions.sampleFreq, 25);
         QVERIFY(!viewer->probe.freeSpaceLabel.text().isEmpty());
         QCOMPARE(RecOptions().sampleFreq, 25);
+    }
+
+    void folderThatIsChosenInARejectedDialogChangesNothing()
+    {
+        open();
+        const QTemporaryDir chosen;
+        const QString before = viewer->probe.recOptions.saveFolder;
+        RecOptions().saveRecSettings();
+        const QString stored = RecOptions().saveFolder;
+        const ModalWatcher<QFileDialog> chooser([&](QFileDialog& dialog) {
+            dialog.findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))->setText(chosen.path());
+            QMetaObject::invokeMethod(&dialog, "accept");
+        });
+        const ModalWatcher<RecOptionDlg> watcher([&](RecOptionDlg& dialog) {
+            if (dialog.options.saveFolder != chosen.path()) {
+                press(dialog.findChild<QPushButton*>(QStringLiteral("pushButton_rec_folder")));
+                return;
+            }
+            press(dialog.findChild<QToolButton*>(QStringLiteral("toolButton_reject")));
+        });
+        viewer->probe.freeSpaceLabel.clear();
+        press(viewer->ui->pushButton_rec_option);
+        QCOMPARE(chooser.count(), 1);
+        QCOMPARE(viewer->probe.recOptions.saveFolder, before);
+        QCOMPARE(RecOptions().saveFolder, stored);
+        QVERIFY(viewer->probe.freeSpaceLabel.text().isEmpty());
     }
 
     void rejectedOptionsChangeNothing()

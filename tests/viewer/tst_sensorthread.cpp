@@ -126,7 +126,6 @@ private:
     }
 
 private slots:
-    void initTestCase() { letRowsMeetAClosedFile(); }
     void init() { bench().reset(); }
     void cleanup() { viewer.reset(); }
 

@@ -80,7 +80,6 @@ private:
     }
 
 private slots:
-    void initTestCase() { letRowsMeetAClosedFile(); }
     void init() { bench().reset(); }
     void cleanup()
     {

@@ -1,0 +1,96 @@
+#include "recording/line_file.h"
+
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace recorder {
+
+namespace {
+
+/// A block of waiting lines, bytes.
+constexpr int blockSize = 64 * 1024;
+/// Written with one line, at most: what has waited for long is not to hold up the caller.
+constexpr std::size_t blocksPerLine = 16;
+
+/// Bytes that the system took; fewer than `size` where it refused the rest.
+int writeAll(int descriptor, const char* data, int size)
+{
+    int done = 0;
+    while (done < size) {
+        const ssize_t written =
+            ::write(descriptor, data + done, static_cast<std::size_t>(size - done));
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
+        if (written <= 0) {
+            break;
+        }
+        done += static_cast<int>(written);
+    }
+    return done;
+}
+
+} // namespace
+
+std::unique_ptr<LineFile> LineFile::on(int descriptor)
+{
+    const int duplicate = ::fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
+    if (duplicate < 0) {
+        return nullptr;
+    }
+    // The last line of a recording that has just ended must not leave a hole in the next one of the
+    // same name.
+    ::fcntl(duplicate, F_SETFL, ::fcntl(duplicate, F_GETFL) | O_APPEND);
+    return std::unique_ptr<LineFile>(new LineFile(duplicate));
+}
+
+LineFile::LineFile(int descriptor) : m_descriptor(descriptor) {}
+
+LineFile::~LineFile()
+{
+    writeWaiting(m_waiting.size());
+    cutTornLine();
+    ::close(m_descriptor);
+}
+
+void LineFile::write(const QByteArray& line)
+{
+    if (m_waiting.empty() || m_waiting.back().size() + line.size() > blockSize) {
+        m_waiting.push_back(line);
+    } else {
+        m_waiting.back() += line;
+    }
+    writeWaiting(blocksPerLine);
+}
+
+void LineFile::writeWaiting(std::size_t blocks)
+{
+    for (; blocks > 0 && !m_waiting.empty(); --blocks) {
+        const QByteArray& block = m_waiting.front();
+        m_written +=
+            writeAll(m_descriptor, block.constData() + m_written, block.size() - m_written);
+        if (m_written < block.size()) {
+            return;
+        }
+        m_waiting.pop_front();
+        m_written = 0;
+    }
+}
+
+void LineFile::cutTornLine()
+{
+    if (m_written == 0) {
+        return;
+    }
+    const int torn = m_written - (m_waiting.front().lastIndexOf('\n', m_written - 1) + 1);
+    struct stat file = {};
+    if (::fstat(m_descriptor, &file) == 0 && file.st_size >= torn) {
+        // Shorter needs no space, and there is nobody to report a failure to.
+        [[maybe_unused]] const int result = ::ftruncate(m_descriptor, file.st_size - torn);
+    }
+}
+
+} // namespace recorder

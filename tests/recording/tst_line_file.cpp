@@ -1,0 +1,215 @@
+// Lines on their way to a file, on disks with and without space.
+
+#include "recording/line_file.h"
+
+#include "support/fulldisk.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <sys/resource.h>
+
+using recorder::LineFile;
+
+namespace {
+
+constexpr int lineSize = 100;
+
+/// "0000042.....\n"
+QByteArray line(int number)
+{
+    return QByteArray::number(number).rightJustified(7, '0').leftJustified(lineSize - 1, '.') +
+           '\n';
+}
+
+QByteArray lines(int from, int to)
+{
+    QByteArray text;
+    for (int i = from; i < to; ++i) {
+        text += line(i);
+    }
+    return text;
+}
+
+} // namespace
+
+class TestLineFile : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<QTemporaryDir> folder;
+
+    QString path() const { return folder->filePath(QStringLiteral("lines.csv")); }
+
+    std::unique_ptr<LineFile> open() const
+    {
+        QFile file(path());
+        // The descriptor of `file` is closed at the end of this function.
+        return file.open(QIODevice::WriteOnly | QIODevice::Text) ? LineFile::on(file.handle())
+                                                                 : nullptr;
+    }
+
+    QByteArray written() const
+    {
+        QFile file(path());
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArrayLiteral("no file");
+    }
+
+private slots:
+    void init() { folder = std::make_unique<QTemporaryDir>(); }
+
+    void lineIsInTheFileAtOnce()
+    {
+        const auto file = open();
+        for (int i = 0; i < 10; ++i) {
+            file->write(line(i));
+            QCOMPARE(written(), lines(0, i + 1));
+        }
+    }
+
+    void linesOfTheTimeOfAFullDiskFollowInOrder_data()
+    {
+        QTest::addColumn<int>("before");
+        QTest::addColumn<int>("room"); // bytes of the disk
+        QTest::addColumn<int>("during");
+        QTest::newRow("no room at all, not even for the first line") << 0 << 0 << 5;
+        QTest::newRow("room for a part of the first line") << 0 << 30 << 5;
+        QTest::newRow("full behind a line") << 3 << 300 << 5;
+        QTest::newRow("full amid a line") << 3 << 450 << 5;
+        QTest::newRow("full amid a line for long") << 3 << 450 << 50000;
+    }
+
+    void linesOfTheTimeOfAFullDiskFollowInOrder()
+    {
+        QFETCH(int, before);
+        QFETCH(int, room);
+        QFETCH(int, during);
+        const auto file = open();
+        int number = 0;
+        {
+            FullDisk disk(room);
+            for (int i = 0; i < before + during; ++i) {
+                file->write(line(number++));
+            }
+            QCOMPARE(written(), lines(0, number).left(room));
+            // A little space, and full again.
+            disk.fillAt(room + 250);
+            for (int i = 0; i < 5; ++i) {
+                file->write(line(number++));
+            }
+            QCOMPARE(written(), lines(0, number).left(room + 250));
+        }
+        // What has waited for long takes some lines to catch up.
+        const int most = 10 + number * lineSize / (512 * 1024);
+        for (int i = 0; i < most && written().size() < number * lineSize; ++i) {
+            file->write(line(number++));
+        }
+        QCOMPARE(written(), lines(0, number));
+    }
+
+    void lineIsNotHeldUpByAllThatHasWaited()
+    {
+        const auto file = open();
+        constexpr int count = 50000; // 5 MB
+        {
+            const FullDisk disk(0);
+            for (int i = 0; i < count; ++i) {
+                file->write(line(i));
+            }
+        }
+        qint64 size = 0;
+        while (size < count * lineSize) {
+            file->write(line(0));
+            const qint64 now = QFile(path()).size();
+            QVERIFY2(now > size && now - size <= 1024 * 1024,
+                     qPrintable(QString::number(now - size)));
+            size = now;
+        }
+    }
+
+    void endWritesWhatWaits()
+    {
+        constexpr int count = 30000;
+        auto file = open();
+        {
+            const FullDisk disk(250);
+            for (int i = 0; i < count; ++i) {
+                file->write(line(i));
+            }
+        }
+        file.reset();
+        QCOMPARE(written(), lines(0, count));
+    }
+
+    void endOnAFullDiskLeavesWholeLines_data()
+    {
+        QTest::addColumn<int>("room");
+        QTest::addColumn<int>("whole");
+        QTest::newRow("no room") << 0 << 0;
+        QTest::newRow("part of the first line") << 99 << 0;
+        QTest::newRow("one line") << 100 << 1;
+        QTest::newRow("amid the third line") << 201 << 2;
+        QTest::newRow("amid the line behind a block") << 131'150 << 1311;
+    }
+
+    void endOnAFullDiskLeavesWholeLines()
+    {
+        QFETCH(int, room);
+        QFETCH(int, whole);
+        auto file = open();
+        const FullDisk disk(room);
+        for (int i = 0; i < 2000; ++i) {
+            file->write(line(i));
+        }
+        file.reset();
+        QCOMPARE(written(), lines(0, whole));
+    }
+
+    void endClosesItsDescriptor()
+    {
+        const auto descriptors = [] {
+            return QDir(QStringLiteral("/proc/self/fd"))
+                .entryList(QDir::NoDotAndDotDot | QDir::Files | QDir::System)
+                .size();
+        };
+        const int before = descriptors();
+        auto file = open();
+        QCOMPARE(descriptors(), before + 1);
+        file.reset();
+        QCOMPARE(descriptors(), before);
+    }
+
+    void lineOfAnEndedFileFollowsWhatHasTakenItsPlace()
+    {
+        // Its name was used again at once.
+        const auto former = open();
+        former->write(line(0));
+        former->write(line(1));
+        const auto next = open();
+        next->write(line(2));
+        former->write(line(3));
+        next->write(line(4));
+        QCOMPARE(written(), lines(2, 5));
+    }
+
+    void noDescriptorLeftIsNoFile()
+    {
+        QFile file(path());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        rlimit before = {};
+        getrlimit(RLIMIT_NOFILE, &before);
+        rlimit none = before;
+        none.rlim_cur = 3;
+        setrlimit(RLIMIT_NOFILE, &none);
+        const auto lines = LineFile::on(file.handle());
+        setrlimit(RLIMIT_NOFILE, &before);
+        QVERIFY(lines == nullptr);
+        QVERIFY(LineFile::on(-1) == nullptr);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestLineFile)
+#include "tst_line_file.moc"

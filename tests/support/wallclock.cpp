@@ -1,0 +1,64 @@
+// Stands before the C library's clock_gettime() in the program that it is linked to, for the
+// program's own calls and for those of the libraries.
+
+#include "support/wallclock.h"
+
+#include <atomic>
+#include <cstdint>
+#include <ctime>
+
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr std::int64_t nsPerSecond = 1'000'000'000;
+
+std::atomic<std::int64_t> offset{0}; // ns, against the system's clock
+std::atomic<std::int64_t> held{0};   // ns since the epoch; 0 while the clock goes
+std::atomic<void (*)()> hook{nullptr};
+
+std::int64_t systemTime()
+{
+    timespec time = {};
+    syscall(SYS_clock_gettime, CLOCK_REALTIME, &time);
+    return time.tv_sec * nsPerSecond + time.tv_nsec;
+}
+
+} // namespace
+
+extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept
+{
+    if (clock != CLOCK_REALTIME) {
+        return static_cast<int>(syscall(SYS_clock_gettime, clock, time));
+    }
+    if (const auto call = hook.load(); call != nullptr) {
+        call();
+    }
+    const std::int64_t stopped = held;
+    const std::int64_t now = stopped != 0 ? stopped : systemTime() + offset;
+    time->tv_sec = now / nsPerSecond;
+    time->tv_nsec = now % nsPerSecond;
+    return 0;
+}
+
+void wallclock::hold()
+{
+    held = systemTime() + offset;
+}
+
+void wallclock::release()
+{
+    offset = held - systemTime();
+    held = 0;
+}
+
+void wallclock::advance(std::chrono::nanoseconds duration)
+{
+    (held != 0 ? held : offset) += duration.count();
+}
+
+void wallclock::onRead(void (*call)())
+{
+    hook = call;
+}

@@ -1,0 +1,40 @@
+// The first call of the recorder in a process.
+
+#include "support/viewersession.h"
+#include "support/wallclock.h"
+
+#include <QTemporaryDir>
+
+using namespace std::chrono_literals;
+using namespace viewersession;
+
+class TestFirstRow : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void callThatReturnsEarlySetsTheClock()
+    {
+        constexpr int serial = 31415926;
+        bench().reset();
+        bench().addCamera(camera(om::MODEL::TIV_Q, serial));
+        const QTemporaryDir folder;
+        Viewer viewer;
+        viewer.probe.recOptions.saveFolder = folder.path();
+        QTRY_VERIFY_WITH_TIMEOUT(viewer.streams(serial), 20000);
+        viewer.probe.joinSensorThread(); // whose place this test takes
+        QVERIFY(!viewer.probe.recFile.isOpen());
+        viewer.window->saveValues(0);
+
+        wallclock::advance(1s);
+        QTest::mouseClick(viewer.ui->toolButton_save, Qt::LeftButton);
+        const qint64 header = viewer.probe.recFile.size();
+        QVERIFY(header > 0);
+        viewer.window->saveValues(0);
+        QVERIFY(viewer.probe.recFile.size() > header);
+        QTest::mouseClick(viewer.ui->toolButton_save, Qt::LeftButton);
+    }
+};
+
+QTEST_MAIN(TestFirstRow)
+#include "tst_firstrow.moc"
