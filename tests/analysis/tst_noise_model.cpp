@@ -18,7 +18,7 @@ std::vector<AllanPoint> curve(double quantisation, double density, double instab
         AllanPoint point;
         point.tau = 0.0025 * std::pow(10.0, i / 10.0);
         point.averaging = static_cast<std::size_t>(std::llround(point.tau / 0.0025));
-        point.samples = 10'000'000;
+        point.samples = 1'000'000'000;
         const double t = point.tau;
         point.deviation = std::sqrt(
             3.0 * quantisation * quantisation / (t * t) + density * density / t +
