@@ -3,6 +3,7 @@
 #include "bench/bench_file.h"
 #include "bench/control.h"
 #include "bench/eeprom.h"
+#include "bench/replay.h"
 #include "bench/virtual_camera.h"
 
 #include <algorithm>
@@ -73,6 +74,9 @@ struct Bench::Impl
         };
         cameras.push_back(std::make_shared<VirtualCamera>(config, static_cast<int>(cameras.size()),
                                                           clock, currentField, eeproms));
+        if (config.recording && !config.recording->report.empty()) {
+            std::fprintf(stderr, "%s\n", config.recording->report.c_str());
+        }
         return true;
     }
 
@@ -163,7 +167,16 @@ void Bench::setField(const Field& field)
 
 bool Bench::addCamera(const CameraConfig& config)
 {
-    return m_impl->add(config);
+    CameraConfig whole = config;
+    if (!whole.replay.empty() && !whole.recording) {
+        std::string report;
+        whole.recording = SensorRecording::read(whole.replay, report);
+        if (!whole.recording) {
+            std::fprintf(stderr, "%s\n", report.c_str());
+            return false;
+        }
+    }
+    return m_impl->add(whole);
 }
 
 bool Bench::removeCamera(unsigned int serial)

@@ -92,7 +92,9 @@ public:
 
     // ---- Cameras ------------------------------------------------------------------------------
 
-    /// Appends a camera. False when the serial number is already on the bench.
+    /// Appends a camera. Where it names a replay without the recording, that is read first, which
+    /// may take long. False when the serial number is already on the bench, or the recording can't
+    /// be played (with one line on standard error).
     bool addCamera(const CameraConfig& config);
     bool removeCamera(unsigned int serial); ///< unplugs it first
     bool plug(unsigned int serial);

@@ -11,7 +11,9 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <system_error>
+#include <utility>
 
 namespace om::bench {
 
@@ -159,20 +161,12 @@ void readFaults(JsonObject& camera, Faults& faults)
     object.finish();
 }
 
-/// A recording that can't be played at all is a mistake of the file that names it.
 void readReplay(JsonObject& object, const std::string& folder, CameraConfig& config)
 {
     object.read("replay", config.replay);
     object.read("replayLoop", config.replayLoop);
-    if (config.replay.empty()) {
-        return;
-    }
-    if (config.replay.front() != '/') {
+    if (!config.replay.empty() && config.replay.front() != '/') {
         config.replay.insert(0, folder);
-    }
-    std::string report;
-    if (!SensorRecording::read(config.replay, report)) {
-        throw JsonMistake(object.find("replay")->line, object.path("replay"), report);
     }
 }
 
@@ -253,6 +247,10 @@ BenchDescription readBench(const JsonNode& root, const std::string& folder)
                                       "]");
             }
         }
+        if (!config.replay.empty()) {
+            JsonObject camera(cameras.elements[i], path);
+            bench.replays.push_back({i, camera.require("replay").line, camera.path("replay")});
+        }
         bench.cameras.push_back(config);
     }
     object.finish();
@@ -299,8 +297,8 @@ bool modelFromName(const std::string& name, MODEL& model)
     return false;
 }
 
-bool readBenchText(const std::string& text, const std::string& name, BenchDescription& description,
-                   std::string& error)
+bool parseBenchText(const std::string& text, const std::string& name, BenchDescription& description,
+                    std::string& error)
 {
     try {
         // Files that it names are looked for beside it.
@@ -314,7 +312,7 @@ bool readBenchText(const std::string& text, const std::string& name, BenchDescri
     }
 }
 
-bool readBenchFile(const std::string& path, BenchDescription& description, std::string& error)
+bool parseBenchFile(const std::string& path, BenchDescription& description, std::string& error)
 {
     std::string reason;
     const FilePtr file = openRegularStream(path, reason);
@@ -334,7 +332,52 @@ bool readBenchFile(const std::string& path, BenchDescription& description, std::
         error = errorLine(path, 0, "larger than a bench file may be (4 MiB)");
         return false;
     }
-    return readBenchText(text, path, description, error);
+    return parseBenchText(text, path, description, error);
+}
+
+bool readRecordings(BenchDescription& description, const std::string& name, std::string& error,
+                    ReadingProgress* progress)
+{
+    if (progress != nullptr) {
+        for (const BenchDescription::Replay& replay : description.replays) {
+            std::error_code none;
+            const auto bytes =
+                std::filesystem::file_size(description.cameras[replay.camera].replay, none);
+            progress->bytes.fetch_add(none ? 0 : bytes);
+        }
+    }
+    for (const BenchDescription::Replay& replay : description.replays) {
+        CameraConfig& camera = description.cameras[replay.camera];
+        std::string report;
+        camera.recording = SensorRecording::read(camera.replay, report, progress);
+        if (!camera.recording) {
+            error =
+                report.empty() ? report : errorLine(name, replay.line, replay.key + ": " + report);
+            return false;
+        }
+    }
+    return true;
+}
+
+bool readBenchFile(const std::string& path, BenchDescription& description, std::string& error)
+{
+    BenchDescription read;
+    if (!parseBenchFile(path, read, error) || !readRecordings(read, path, error)) {
+        return false;
+    }
+    description = std::move(read);
+    return true;
+}
+
+bool readBenchText(const std::string& text, const std::string& name, BenchDescription& description,
+                   std::string& error)
+{
+    BenchDescription read;
+    if (!parseBenchText(text, name, read, error) || !readRecordings(read, name, error)) {
+        return false;
+    }
+    description = std::move(read);
+    return true;
 }
 
 BenchDescription defaultBench()

@@ -9,8 +9,12 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
+#include <memory>
+#include <string>
 
 namespace om::bench {
+
+class SensorRecording;
 
 /// How a camera moves. A change glides from the old motion into the new one, so that the gyroscope
 /// stays finite.
@@ -91,7 +95,9 @@ struct CameraConfig
     /// Degrees Celsius at the moment of plugging in, by location: IMU, barometer, left, right. They
     /// rise by some 12 degrees with a time constant of 4 minutes.
     std::array<double, 4> startTemperatures{27.0, 26.5, 28.5, 29.0};
-    std::string replay;     ///< CSV recording to play in place of the physics; empty for none
+    std::string replay; ///< CSV recording to play in place of the physics; empty for none
+    /// What is in it; null for none, and where it has yet to be read.
+    std::shared_ptr<const SensorRecording> recording;
     bool replayLoop = true; ///< begins anew behind its last row
     Faults faults;
 };

@@ -1,5 +1,6 @@
 #include "bench/replay.h"
 
+#include "bench/files.h"
 #include "bench/one_line.h"
 #include "bench/physics.h"
 
@@ -8,18 +9,20 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <limits>
 #include <string_view>
 #include <system_error>
+#include <utility>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace om::bench {
 
 namespace {
 
-constexpr std::size_t MOST_BYTES = 512U * 1024 * 1024;
+constexpr std::uint64_t MOST_BYTES = 512U * 1024 * 1024;
+constexpr std::size_t PIECE_BYTES = 1024 * 1024; ///< read at once
 constexpr std::size_t MOST_EARLY_ROWS = 100;
 constexpr double NOMINAL_PERIOD = 1.0 / 400.0;
 /// s. Times are recorded to the microsecond, and nine digits of a number of their size round them
@@ -32,30 +35,60 @@ struct Line
     std::string_view text;
     std::size_t number = 0; ///< from 1
     bool whole = false;     ///< it has its end
+    bool tooLong = false;
 };
 
-/// The lines of a text, one after the other.
-class Lines
+/// Cuts bytes that come piece by piece into lines.
+class LineCutter
 {
 public:
-    explicit Lines(std::string_view text) : m_rest(text) {}
-
-    std::optional<Line> next()
+    /// Calls take(const Line&) for each line that ends within the bytes.
+    template <typename Take>
+    void feed(std::string_view bytes, const Take& take)
     {
-        if (m_rest.empty()) {
-            return std::nullopt;
+        for (;;) {
+            const std::size_t end = bytes.find('\n');
+            if (end == std::string_view::npos) {
+                keep(bytes);
+                return;
+            }
+            if (m_begun.empty()) {
+                take(line(bytes.substr(0, end), true));
+            } else {
+                keep(bytes.substr(0, end));
+                take(line(m_begun, true));
+                m_begun.clear();
+            }
+            bytes.remove_prefix(end + 1);
         }
-        const std::size_t end = m_rest.find('\n');
-        Line line{m_rest.substr(0, end), ++m_number, end != std::string_view::npos};
-        m_rest.remove_prefix(line.whole ? end + 1 : m_rest.size());
-        if (!line.text.empty() && line.text.back() == '\r') {
-            line.text.remove_suffix(1);
+    }
+
+    /// The line that has no end.
+    template <typename Take>
+    void finish(const Take& take)
+    {
+        if (!m_begun.empty()) {
+            take(line(m_begun, false));
         }
-        return line;
     }
 
 private:
-    std::string_view m_rest;
+    /// Of a line that is too long one byte more is kept than one may have.
+    void keep(std::string_view piece)
+    {
+        m_begun += piece.substr(0, SensorRecording::LONGEST_LINE + 1 - m_begun.size());
+    }
+
+    Line line(std::string_view text, bool whole)
+    {
+        const bool tooLong = text.size() > SensorRecording::LONGEST_LINE;
+        if (!text.empty() && text.back() == '\r') {
+            text.remove_suffix(1);
+        }
+        return {text, ++m_number, whole, tooLong};
+    }
+
+    std::string m_begun;
     std::size_t m_number = 0;
 };
 
@@ -64,9 +97,9 @@ bool isRow(std::string_view line)
     return !line.empty() && line.front() >= '0' && line.front() <= '9';
 }
 
-std::vector<std::string_view> split(std::string_view line)
+void split(std::string_view line, std::vector<std::string_view>& fields)
 {
-    std::vector<std::string_view> fields;
+    fields.clear();
     for (;;) {
         const std::size_t comma = line.find(',');
         if (comma == std::string_view::npos) {
@@ -79,7 +112,6 @@ std::vector<std::string_view> split(std::string_view line)
         fields.push_back(field);
         line.remove_prefix(comma + 1);
     }
-    return fields;
 }
 
 bool toNumber(std::string_view text, double& value)
@@ -117,7 +149,8 @@ struct ColumnName
     int* place;
 };
 
-bool complete(const std::array<int, 3>& places)
+template <std::size_t N>
+bool complete(const std::array<int, N>& places)
 {
     return std::all_of(places.begin(), places.end(), [](int place) { return place >= 0; });
 }
@@ -191,7 +224,7 @@ std::string shown(std::string_view text)
     return "\"" + printable(text) + "\"";
 }
 
-Columns columnsOf(const std::vector<std::string_view>& header)
+Columns columnsOf(const std::vector<std::string>& header)
 {
     Columns at;
     const ColumnName names[] = {
@@ -225,8 +258,7 @@ void noteSensors(const Columns& at, SensorRecording& recording, Report& told)
     recording.hasEulerAngles = complete(at.eulerAngles);
     recording.hasBarometer = at.pressure >= 0 && at.baroTime >= 0;
     recording.hasMovingState = at.movingState >= 0;
-    recording.hasTemperatures = std::all_of(at.temperatures.begin(), at.temperatures.end(),
-                                            [](int place) { return place >= 0; });
+    recording.hasTemperatures = complete(at.temperatures);
     const struct
     {
         bool there;
@@ -241,56 +273,6 @@ void noteSensors(const Columns& at, SensorRecording& recording, Report& told)
             told.lacks(sensor.what);
         }
     }
-}
-
-/// The numbers of a line. False, with the reason told, for one that is not sound.
-bool readValues(const Line& line, const std::vector<std::string_view>& header,
-                std::vector<double>& values, Report& told)
-{
-    const std::vector<std::string_view> fields = split(line.text);
-    if (!line.whole) {
-        told.leftOut(line.number, "is torn");
-        return false;
-    }
-    if (fields.size() != header.size()) {
-        told.leftOut(line.number, "has " + std::to_string(fields.size()) + " fields in place of " +
-                                      std::to_string(header.size()));
-        return false;
-    }
-    for (std::size_t i = 0; i < fields.size(); ++i) {
-        if (!toNumber(fields[i], values[i]) || !isSensorValue(values[i])) {
-            told.leftOut(line.number,
-                         "holds " + shown(fields[i]) + " in column " + printable(header[i]));
-            return false;
-        }
-    }
-    return true;
-}
-
-/// A row of these values, but for its time.
-SensorRecording::Row rowOf(const std::vector<double>& values, const Columns& at)
-{
-    const auto value = [&](int place) {
-        return place >= 0 ? values[static_cast<std::size_t>(place)] : 0.0;
-    };
-    const auto single = [&](int place) { return static_cast<float>(value(place)); };
-    const auto triple = [&](const std::array<int, 3>& places) {
-        return std::array<float, 3>{single(places[0]), single(places[1]), single(places[2])};
-    };
-    SensorRecording::Row row;
-    row.magTime = value(at.magTime);
-    row.baroTime = value(at.baroTime);
-    row.acceleration = triple(at.acceleration);
-    row.angularVelocity = triple(at.angularVelocity);
-    row.magneticField = triple(at.magneticField);
-    row.eulerAngles = triple(at.eulerAngles);
-    row.pressure = single(at.pressure);
-    row.relativeAltitude = single(at.relativeAltitude);
-    row.movingState = static_cast<int>(std::clamp(value(at.movingState), -1000.0, 1000.0));
-    for (std::size_t i = 0; i < row.temperatures.size(); ++i) {
-        row.temperatures[i] = single(at.temperatures[i]);
-    }
-    return row;
 }
 
 /// The times of the rows, counted from the first.
@@ -325,142 +307,383 @@ private:
     double m_shift = 0.0;           ///< s, from there to the time since the first row
 };
 
-Quaternion poseOf(const SensorRecording::Row& row)
+/// The rotation of Euler angles in degrees, X first.
+Quaternion rotationOf(const std::array<float, 3>& degrees)
 {
-    const Orientation orientation = transformOfEulerDegrees(row.eulerAngles).getOrientation();
-    return {orientation.ow, orientation.ox, orientation.oy, orientation.oz};
+    const auto about = [](const Vector& axis, double angle) {
+        return fromRotationVector((angle * PI / 180.0) * axis);
+    };
+    return about({0.0, 0.0, 1.0}, degrees[2]) *
+           (about({0.0, 1.0, 0.0}, degrees[1]) * about({1.0, 0.0, 0.0}, degrees[0]));
 }
 
 } // namespace
 
-std::shared_ptr<const SensorRecording> SensorRecording::read(const std::string& path,
-                                                             std::string& report)
+/// Makes a recording of lines, the first of which is the header but for some early rows.
+class RecordingParser
 {
-    // Only a regular file has a size: a device or a pipe may never come to an end.
-    std::error_code reason;
-    const std::uintmax_t size = std::filesystem::file_size(path, reason);
-    if (reason) {
-        report = oneLine(path + ": can't be read: " + reason.message());
+public:
+    explicit RecordingParser(const std::string& name) : m_told(name) {}
+
+    /// How long the file is, so that the memory can be set aside in time.
+    void expect(std::uint64_t bytes) { m_expected = bytes; }
+
+    void take(const Line& line)
+    {
+        m_taken += line.text.size() + 1;
+        if (!m_header.empty()) {
+            takeRow(line);
+        } else if (!m_hopeless) {
+            takeHeader(line);
+        }
+    }
+
+    /// No header came: what follows is of no use.
+    bool isHopeless() const { return m_hopeless; }
+
+    std::shared_ptr<const SensorRecording> finish(std::string& report)
+    {
+        if (m_header.empty()) {
+            report = m_told.failure("not a recording: the first line does not begin with \"idx,\"");
+            return nullptr;
+        }
+        if (m_made->size() < 2) {
+            report = m_told.failure("nothing to play: less than two sound rows");
+            return nullptr;
+        }
+        forEachColumn([](auto& column) { column.shrink_to_fit(); });
+        m_made->m_magneticField.shrink_to_fit();
+        m_made->m_magnetometerRows.shrink_to_fit();
+        m_made->m_barometerRows.shrink_to_fit();
+        report = m_told.text();
+        m_made->report = report;
+        return std::move(m_made);
+    }
+
+private:
+    void takeHeader(const Line& line)
+    {
+        // Rows that were ahead of the header stand above it; they are the first all the same.
+        if (isRow(line.text) && m_early.size() < MOST_EARLY_ROWS && !line.tooLong) {
+            m_early.push_back({std::string(line.text), line});
+            return;
+        }
+        split(line.text, m_fields);
+        if (m_fields.empty() || m_fields.front() != "idx" || line.tooLong) {
+            m_hopeless = true;
+            return;
+        }
+        m_header.assign(m_fields.begin(), m_fields.end());
+        m_at = columnsOf(m_header);
+        noteSensors(m_at, *m_made, m_told);
+        m_values.resize(m_header.size());
+        for (const auto& [text, early] : m_early) {
+            takeRow({text, early.number, early.whole, early.tooLong});
+        }
+        m_early.clear();
+    }
+
+    void takeRow(const Line& line)
+    {
+        if (!readValues(line)) {
+            return;
+        }
+        // The pace comes from the IMU's time, or what there is in its place; the index counts
+        // samples.
+        const double time = m_at.imuTime >= 0 ? value(m_at.imuTime) : value(0) * NOMINAL_PERIOD;
+        if (const auto placed = m_pace.place(time, line.number, m_told); placed) {
+            append(*placed);
+            if (m_made->size() == ROWS_OF_ESTIMATE) {
+                setAside();
+            }
+        }
+    }
+
+    /// The numbers of a line. False, with the reason told, for one that is not sound.
+    bool readValues(const Line& line)
+    {
+        if (line.tooLong) {
+            m_told.leftOut(line.number, "is longer than a row may be");
+            return false;
+        }
+        if (!line.whole) {
+            m_told.leftOut(line.number, "is torn");
+            return false;
+        }
+        split(line.text, m_fields);
+        if (m_fields.size() != m_header.size()) {
+            m_told.leftOut(line.number, "has " + std::to_string(m_fields.size()) +
+                                            " fields in place of " +
+                                            std::to_string(m_header.size()));
+            return false;
+        }
+        for (std::size_t i = 0; i < m_fields.size(); ++i) {
+            if (!toNumber(m_fields[i], m_values[i]) || !isSensorValue(m_values[i])) {
+                m_told.leftOut(line.number, "holds " + shown(m_fields[i]) + " in column " +
+                                                printable(m_header[i]));
+                return false;
+            }
+        }
+        return true;
+    }
+
+    double value(int place) const { return m_values[static_cast<std::size_t>(place)]; }
+    float single(int place) const { return static_cast<float>(value(place)); }
+    std::array<float, 3> triple(const std::array<int, 3>& places) const
+    {
+        return {single(places[0]), single(places[1]), single(places[2])};
+    }
+
+    /// A row of the values at hand.
+    void append(double time)
+    {
+        SensorRecording& made = *m_made;
+        const auto row = static_cast<std::uint32_t>(made.size());
+        made.m_times.push_back(time);
+        if (made.hasAcceleration) {
+            made.m_acceleration.push_back(triple(m_at.acceleration));
+        }
+        if (made.hasAngularVelocity) {
+            made.m_angularVelocity.push_back(triple(m_at.angularVelocity));
+        }
+        if (made.hasMagneticField && value(m_at.magTime) != m_magTime) {
+            m_magTime = value(m_at.magTime);
+            made.m_magnetometerRows.push_back(row);
+            made.m_magneticField.push_back(triple(m_at.magneticField));
+        }
+        if (made.hasEulerAngles) {
+            made.m_eulerAngles.push_back(triple(m_at.eulerAngles));
+        }
+        if (made.hasBarometer) {
+            made.m_air.push_back({single(m_at.pressure), m_at.relativeAltitude >= 0
+                                                             ? single(m_at.relativeAltitude)
+                                                             : 0.0F});
+            if (value(m_at.baroTime) != m_baroTime) {
+                m_baroTime = value(m_at.baroTime);
+                made.m_barometerRows.push_back(row);
+            }
+        }
+        if (made.hasMovingState) {
+            made.m_movingStates.push_back(
+                static_cast<std::int16_t>(std::clamp(value(m_at.movingState), -1000.0, 1000.0)));
+        }
+        if (made.hasTemperatures) {
+            std::array<float, 4> temperatures{};
+            for (std::size_t i = 0; i < temperatures.size(); ++i) {
+                temperatures[i] = single(m_at.temperatures[i]);
+            }
+            made.m_temperatures.push_back(temperatures);
+        }
+    }
+
+    /// Those with an element a row that the file has.
+    template <typename Change>
+    void forEachColumn(const Change& change)
+    {
+        SensorRecording& made = *m_made;
+        const auto ifThere = [&change](bool there, auto& column) {
+            if (there) {
+                change(column);
+            }
+        };
+        change(made.m_times);
+        ifThere(made.hasAcceleration, made.m_acceleration);
+        ifThere(made.hasAngularVelocity, made.m_angularVelocity);
+        ifThere(made.hasEulerAngles, made.m_eulerAngles);
+        ifThere(made.hasBarometer, made.m_air);
+        ifThere(made.hasMovingState, made.m_movingStates);
+        ifThere(made.hasTemperatures, made.m_temperatures);
+    }
+
+    /// Sets memory aside for as many rows as the rest of the file has at the length of the first
+    /// ones: a column that grows by doubling is there twice for a moment.
+    void setAside()
+    {
+        const double rows = static_cast<double>(m_expected) / static_cast<double>(m_taken) *
+                            static_cast<double>(m_made->size()) * ESTIMATE_MARGIN;
+        const auto capacity = static_cast<std::size_t>(rows);
+        forEachColumn([capacity](auto& column) { column.reserve(capacity); });
+    }
+
+    static constexpr std::size_t ROWS_OF_ESTIMATE = 1000;
+    static constexpr double ESTIMATE_MARGIN = 1.05;
+
+    struct EarlyLine
+    {
+        std::string text;
+        Line line; ///< its text has gone
+    };
+
+    Report m_told;
+    std::uint64_t m_expected = 0; ///< bytes
+    std::uint64_t m_taken = 0;
+    bool m_hopeless = false;
+    std::vector<EarlyLine> m_early;
+    std::vector<std::string> m_header;
+    Columns m_at;
+    std::shared_ptr<SensorRecording> m_made = std::make_shared<SensorRecording>();
+    std::vector<std::string_view> m_fields;
+    std::vector<double> m_values;
+    Pace m_pace;
+    double m_magTime = 0.0;
+    double m_baroTime = 0.0;
+};
+
+SensorRecording::Row SensorRecording::row(std::size_t index) const
+{
+    Row row;
+    row.time = m_times[index];
+    if (hasAcceleration) {
+        row.acceleration = m_acceleration[index];
+    }
+    if (hasAngularVelocity) {
+        row.angularVelocity = m_angularVelocity[index];
+    }
+    if (hasMagneticField) {
+        const auto after =
+            std::upper_bound(m_magnetometerRows.begin(), m_magnetometerRows.end(), index);
+        if (after != m_magnetometerRows.begin()) {
+            row.magneticField =
+                m_magneticField[static_cast<std::size_t>(after - m_magnetometerRows.begin()) - 1];
+        }
+    }
+    if (hasEulerAngles) {
+        row.eulerAngles = m_eulerAngles[index];
+    }
+    if (hasBarometer) {
+        row.pressure = m_air[index][0];
+        row.relativeAltitude = m_air[index][1];
+    }
+    if (hasMovingState) {
+        row.movingState = m_movingStates[index];
+    }
+    if (hasTemperatures) {
+        row.temperatures = m_temperatures[index];
+    }
+    return row;
+}
+
+std::size_t SensorRecording::bytes() const
+{
+    const auto of = [](const auto& column) { return column.capacity() * sizeof column[0]; };
+    return of(m_times) + of(m_acceleration) + of(m_angularVelocity) + of(m_magneticField) +
+           of(m_eulerAngles) + of(m_air) + of(m_movingStates) + of(m_temperatures) +
+           of(m_magnetometerRows) + of(m_barometerRows);
+}
+
+std::shared_ptr<const SensorRecording>
+SensorRecording::read(const std::string& path, std::string& report, ReadingProgress* progress)
+{
+    std::string reason;
+    const Descriptor file = openRegularFile(path, reason);
+    struct stat status = {};
+    if (!file.valid() || ::fstat(file.get(), &status) != 0) {
+        report = oneLine(path + ": can't be read: " +
+                         (file.valid() ? std::generic_category().message(errno) : reason));
         return nullptr;
     }
+    const auto size = static_cast<std::uint64_t>(status.st_size);
     if (size > MOST_BYTES) {
         report = oneLine(path) + ": larger than a recording may be (512 MiB)";
         return nullptr;
     }
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        report = oneLine(path + ": can't be read: " + std::generic_category().message(errno));
-        return nullptr;
+    // Piece by piece, not mapped: a file that is cut short meanwhile ends, and nothing else does.
+    RecordingParser parser(path);
+    parser.expect(size);
+    LineCutter lines;
+    const auto take = [&parser](const Line& line) { parser.take(line); };
+    std::vector<char> piece(PIECE_BYTES);
+    std::uint64_t have = 0; // of a file that grows meanwhile, only what it had at first
+    while (have < size && !parser.isHopeless()) {
+        if (progress != nullptr && progress->cancelled.load()) {
+            report.clear();
+            return nullptr;
+        }
+        const auto wanted =
+            static_cast<std::size_t>(std::min<std::uint64_t>(piece.size(), size - have));
+        const ssize_t got = ::read(file.get(), piece.data(), wanted);
+        if (got < 0 && errno != EINTR) {
+            report = oneLine(path + ": can't be read: " + std::generic_category().message(errno));
+            return nullptr;
+        }
+        if (got == 0) {
+            break;
+        }
+        if (got > 0) {
+            have += static_cast<std::uint64_t>(got);
+            lines.feed({piece.data(), static_cast<std::size_t>(got)}, take);
+            if (progress != nullptr) {
+                progress->read.fetch_add(static_cast<std::uint64_t>(got));
+            }
+        }
     }
-    const std::string text((std::istreambuf_iterator<char>(file)),
-                           std::istreambuf_iterator<char>());
-    return parse(text, path, report);
+    lines.finish(take);
+    return parser.finish(report);
 }
 
 std::shared_ptr<const SensorRecording>
 SensorRecording::parse(const std::string& text, const std::string& name, std::string& report)
 {
-    Report told(name);
-    Lines lines(text);
-    // Rows that were ahead of the header stand above it; they are the first all the same.
-    std::vector<Line> early;
-    std::optional<Line> line = lines.next();
-    while (line && isRow(line->text) && early.size() < MOST_EARLY_ROWS) {
-        early.push_back(*line);
-        line = lines.next();
-    }
-    const std::vector<std::string_view> header =
-        line ? split(line->text) : std::vector<std::string_view>();
-    if (header.empty() || header.front() != "idx") {
-        report = told.failure("not a recording: the first line does not begin with \"idx,\"");
-        return nullptr;
-    }
-    const Columns at = columnsOf(header);
-    auto recording = std::make_shared<SensorRecording>();
-    noteSensors(at, *recording, told);
-    // The pace comes from the IMU's time, or what there is in its place; the index counts samples.
-    const auto timeColumn = static_cast<std::size_t>(std::max(at.imuTime, 0));
-    const double timeUnit = at.imuTime >= 0 ? 1.0 : NOMINAL_PERIOD;
-
-    std::vector<double> values(header.size());
-    Pace pace;
-    auto nextRow = [&, given = std::size_t{0}]() mutable {
-        return given < early.size() ? std::optional<Line>(early[given++]) : lines.next();
-    };
-    for (line = nextRow(); line; line = nextRow()) {
-        if (!readValues(*line, header, values, told)) {
-            continue;
-        }
-        if (const auto time = pace.place(values[timeColumn] * timeUnit, line->number, told); time) {
-            recording->rows.push_back(rowOf(values, at));
-            recording->rows.back().time = *time;
-        }
-    }
-    if (recording->rows.size() < 2) {
-        report = told.failure("nothing to play: less than two sound rows");
-        return nullptr;
-    }
-    report = told.text();
-    return recording;
+    RecordingParser parser(name);
+    parser.expect(text.size());
+    LineCutter lines;
+    const auto take = [&parser](const Line& line) { parser.take(line); };
+    lines.feed(text, take);
+    lines.finish(take);
+    return parser.finish(report);
 }
 
 ReplaySource::ReplaySource(std::shared_ptr<const SensorRecording> recording, bool looping,
                            Nanoseconds start, std::shared_ptr<const Environment> environment)
     : m_recording(std::move(recording)), m_looping(looping), m_start(start),
-      m_environment(std::move(environment))
-{
-    const std::vector<SensorRecording::Row>& rows = m_recording->rows;
-    double magTime = 0.0;
-    double baroTime = 0.0;
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        m_imuRows.push_back(i);
-        if (m_recording->hasMagneticField && rows[i].magTime != magTime) {
-            magTime = rows[i].magTime;
-            m_magnetometerRows.push_back(i);
-        }
-        if (m_recording->hasBarometer && rows[i].baroTime != baroTime) {
-            baroTime = rows[i].baroTime;
-            m_barometerRows.push_back(i);
-        }
-    }
-    const double last = rows.back().time;
-    m_period = last + last / static_cast<double>(rows.size() - 1);
-}
+      m_environment(std::move(environment)),
+      m_period(m_recording->time(m_recording->size() - 1) *
+               (1.0 + 1.0 / static_cast<double>(m_recording->size() - 1)))
+{}
 
-const std::vector<std::size_t>& ReplaySource::rowsOf(STREAM stream) const
+std::size_t ReplaySource::countOf(STREAM stream) const
 {
     switch (stream) {
     case STREAM::MAGNETOMETER:
-        return m_magnetometerRows;
+        return m_recording->magnetometerRows().size();
     case STREAM::BAROMETER:
-        return m_barometerRows;
+        return m_recording->barometerRows().size();
     case STREAM::IMU:
         break;
     }
-    return m_imuRows;
+    return m_recording->size();
 }
 
 bool ReplaySource::has(STREAM stream) const
 {
-    return !rowsOf(stream).empty();
+    return countOf(stream) > 0;
 }
 
 std::size_t ReplaySource::rowOf(STREAM stream, std::uint64_t number) const
 {
-    const std::vector<std::size_t>& rows = rowsOf(stream);
-    return rows[m_looping ? number % rows.size()
-                          : std::min<std::uint64_t>(number, rows.size() - 1)];
+    const std::size_t count = countOf(stream);
+    const auto place = static_cast<std::size_t>(
+        m_looping ? number % count : std::min<std::uint64_t>(number, count - 1));
+    switch (stream) {
+    case STREAM::MAGNETOMETER:
+        return m_recording->magnetometerRows()[place];
+    case STREAM::BAROMETER:
+        return m_recording->barometerRows()[place];
+    case STREAM::IMU:
+        break;
+    }
+    return place;
 }
 
 double ReplaySource::secondsOf(STREAM stream, std::uint64_t number) const
 {
-    const std::uint64_t round = m_looping ? number / rowsOf(stream).size() : 0;
-    return static_cast<double>(round) * m_period + m_recording->rows[rowOf(stream, number)].time;
+    const std::uint64_t round = m_looping ? number / countOf(stream) : 0;
+    return static_cast<double>(round) * m_period + m_recording->time(rowOf(stream, number));
 }
 
 Nanoseconds ReplaySource::timeOf(STREAM stream, std::uint64_t number) const
 {
-    if (!m_looping && number >= rowsOf(stream).size()) {
+    if (!m_looping && number >= countOf(stream)) {
         return UINT64_MAX; // never
     }
     return m_start + static_cast<Nanoseconds>(std::llround(secondsOf(stream, number) * 1e9));
@@ -468,18 +691,24 @@ Nanoseconds ReplaySource::timeOf(STREAM stream, std::uint64_t number) const
 
 std::optional<std::uint64_t> ReplaySource::newest(STREAM stream, Nanoseconds time) const
 {
-    const std::vector<std::size_t>& rows = rowsOf(stream);
-    if (rows.empty() || time < m_start) {
+    const std::size_t count = countOf(stream);
+    if (count == 0 || time < m_start) {
         return std::nullopt;
     }
     const double seconds = static_cast<double>(time - m_start) * 1e-9;
     const auto round = m_looping ? static_cast<std::uint64_t>(seconds / m_period) : 0;
     const double within = seconds - static_cast<double>(round) * m_period;
-    const auto after =
-        std::upper_bound(rows.begin(), rows.end(), within, [this](double limit, std::size_t row) {
-            return limit < m_recording->rows[row].time;
-        });
-    std::uint64_t number = round * rows.size() + static_cast<std::uint64_t>(after - rows.begin());
+    std::size_t first = 0; // of the samples after that moment
+    for (std::size_t rest = count; rest > 0;) {
+        const std::size_t half = rest / 2;
+        if (m_recording->time(rowOf(stream, first + half)) <= within) {
+            first += half + 1;
+            rest -= half + 1;
+        } else {
+            rest = half;
+        }
+    }
+    std::uint64_t number = round * count + first;
     // The search is in seconds, the times that are told are whole nanoseconds.
     while (number > 0 && timeOf(stream, number - 1) > time) {
         --number;
@@ -492,11 +721,11 @@ std::optional<std::uint64_t> ReplaySource::newest(STREAM stream, Nanoseconds tim
 
 ImuSample ReplaySource::imu(std::uint64_t number) const
 {
-    const SensorRecording::Row& row = m_recording->rows[rowOf(STREAM::IMU, number)];
+    const SensorRecording::Row row = m_recording->row(rowOf(STREAM::IMU, number));
     ImuSample sample;
     sample.number = number;
     sample.time = timeOf(STREAM::IMU, number);
-    sample.pose = poseOf(row);
+    sample.pose = rotationOf(row.eulerAngles);
     sample.angularVelocity = {row.angularVelocity[0], row.angularVelocity[1],
                               row.angularVelocity[2]};
     sample.linearAcceleration = {row.acceleration[0], row.acceleration[1], row.acceleration[2]};
@@ -506,13 +735,14 @@ ImuSample ReplaySource::imu(std::uint64_t number) const
 
 MagnetometerSample ReplaySource::magnetometer(std::uint64_t number) const
 {
-    const SensorRecording::Row& row = m_recording->rows[rowOf(STREAM::MAGNETOMETER, number)];
+    const SensorRecording::Row row = m_recording->row(rowOf(STREAM::MAGNETOMETER, number));
     MagnetometerSample sample;
     sample.number = number;
     sample.time = timeOf(STREAM::MAGNETOMETER, number);
     Vector field{row.magneticField[0], row.magneticField[1], row.magneticField[2]};
     if (m_environment) {
-        field = field + rotate(conjugate(poseOf(row)), m_environment->disturbanceAt(sample.time));
+        field = field + rotate(conjugate(rotationOf(row.eulerAngles)),
+                               m_environment->disturbanceAt(sample.time));
     }
     const Vector sensor = toSensorAxes(field);
     const std::array<double, 3> axes = {sensor.x, sensor.y, sensor.z};
@@ -528,7 +758,7 @@ MagnetometerSample ReplaySource::magnetometer(std::uint64_t number) const
 
 BarometerSample ReplaySource::barometer(std::uint64_t number) const
 {
-    const SensorRecording::Row& row = m_recording->rows[rowOf(STREAM::BAROMETER, number)];
+    const SensorRecording::Row row = m_recording->row(rowOf(STREAM::BAROMETER, number));
     return {number, timeOf(STREAM::BAROMETER, number), double{row.pressure} * 100.0};
 }
 
@@ -538,7 +768,7 @@ std::array<std::optional<double>, 4> ReplaySource::temperatures(Nanoseconds time
     if (!m_recording->hasTemperatures || !number) {
         return {};
     }
-    const SensorRecording::Row& row = m_recording->rows[rowOf(STREAM::IMU, *number)];
+    const SensorRecording::Row row = m_recording->row(rowOf(STREAM::IMU, *number));
     std::array<std::optional<double>, 4> values;
     std::copy(row.temperatures.begin(), row.temperatures.end(), values.begin());
     return values;
@@ -547,7 +777,7 @@ std::array<std::optional<double>, 4> ReplaySource::temperatures(Nanoseconds time
 void ReplaySource::complete(std::uint64_t imuNumber, SensorsData& data) const
 {
     // What went another way through the library's arithmetic comes back as it was recorded.
-    const SensorRecording::Row& row = m_recording->rows[rowOf(STREAM::IMU, imuNumber)];
+    const SensorRecording::Row row = m_recording->row(rowOf(STREAM::IMU, imuNumber));
     if (m_recording->hasEulerAngles) {
         data.imu.pose = transformOfEulerDegrees(row.eulerAngles);
     }

@@ -1,7 +1,6 @@
 #include "bench/virtual_camera.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <utility>
 
 namespace om::bench {
@@ -14,13 +13,6 @@ VirtualCamera::VirtualCamera(const CameraConfig& config, int position, Clock& cl
       m_motion(std::make_shared<MotionTimeline>(config.motion, config.pose, clock.now()))
 {
     m_environment->field = std::move(field);
-    if (!config.replay.empty()) {
-        std::string report;
-        m_recording = SensorRecording::read(config.replay, report);
-        if (!report.empty()) {
-            std::fprintf(stderr, "%s\n", report.c_str());
-        }
-    }
     m_source = makeSource(m_clock.now());
     changeFaults([&](Faults& faults) { faults = config.faults; });
     if (config.plugged) {
@@ -96,8 +88,8 @@ bool VirtualCamera::takeReadbackDifference()
 
 std::shared_ptr<SensorSource> VirtualCamera::makeSource(Nanoseconds start) const
 {
-    if (m_recording) {
-        return std::make_shared<ReplaySource>(m_recording, m_config.replayLoop, start,
+    if (m_config.recording) {
+        return std::make_shared<ReplaySource>(m_config.recording, m_config.replayLoop, start,
                                               m_environment);
     }
     return std::make_shared<PhysicsSource>(m_config, m_motion, m_environment, start);
@@ -159,7 +151,7 @@ bool VirtualCamera::isInUse() const
 
 BodyState VirtualCamera::bodyAt(Nanoseconds time) const
 {
-    if (!m_recording) {
+    if (!m_config.recording) {
         return m_motion->at(time);
     }
     // All that is known of the body is what was read of it.
@@ -177,7 +169,7 @@ BodyState VirtualCamera::bodyAt(Nanoseconds time) const
 
 Vector VirtualCamera::fieldInBody(Nanoseconds time) const
 {
-    if (m_recording) {
+    if (m_config.recording) {
         const auto played = source();
         if (const auto number = played->newest(STREAM::MAGNETOMETER, time); number) {
             return played->magnetometer(*number).body();

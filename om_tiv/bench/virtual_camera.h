@@ -36,6 +36,7 @@ struct Reading
 class VirtualCamera
 {
 public:
+    /// @param config   with the recording where it names a replay
     /// @param position place on the bench, the camera id where the configuration has none
     VirtualCamera(const CameraConfig& config, int position, Clock& clock,
                   std::function<Field()> field, std::shared_ptr<EepromStore> eeproms);
@@ -84,7 +85,7 @@ public:
 
     /// The body at a time, today or up to 30 s ago. Of a recording that is played, its newest row.
     BodyState bodyAt(Nanoseconds time) const;
-    bool playsRecording() const { return m_recording != nullptr; }
+    bool playsRecording() const { return m_config.recording != nullptr; }
     Field field() const { return m_environment->field(); }
     /// What a magnetometer without errors would read, uT, body frame: field and disturbance, turned
     /// into the body.
@@ -152,7 +153,6 @@ private:
     const std::shared_ptr<EepromStore> m_eeproms;
     const std::shared_ptr<Environment> m_environment;
     const std::shared_ptr<MotionTimeline> m_motion;
-    std::shared_ptr<const SensorRecording> m_recording; ///< to play in place of the physics
 
     mutable std::mutex m_mutex; ///< guards the faults, the claim and the source
     Faults m_faults;

@@ -27,17 +27,17 @@ bool areNumbers(const Values& values)
 
 void checkRows(const SensorRecording& recording)
 {
-    require(recording.rows.size() >= 2, "at least two rows");
-    require(recording.rows.front().time == 0.0, "time begins with the first row");
-    for (std::size_t i = 0; i < recording.rows.size(); ++i) {
-        const SensorRecording::Row& row = recording.rows[i];
+    require(recording.size() >= 2, "at least two rows");
+    require(recording.time(0) == 0.0, "time begins with the first row");
+    for (std::size_t i = 0; i < recording.size(); ++i) {
+        const SensorRecording::Row row = recording.row(i);
         require(std::isfinite(row.time) && std::isfinite(row.pressure) &&
                     std::isfinite(row.relativeAltitude) && areNumbers(row.acceleration) &&
                     areNumbers(row.angularVelocity) && areNumbers(row.magneticField) &&
                     areNumbers(row.eulerAngles) && areNumbers(row.temperatures),
                 "values are numbers");
         if (i > 0) {
-            const double step = row.time - recording.rows[i - 1].time;
+            const double step = row.time - recording.time(i - 1);
             require(step > 0.0, "time goes up");
             require(step <= SensorRecording::MOST_GAP + 1e-3, "gaps are closed");
         }
@@ -47,7 +47,7 @@ void checkRows(const SensorRecording& recording)
 /// Some moments of the first rounds, as a reader asks for them.
 void play(const ReplaySource& source, const SensorRecording& recording, Nanoseconds start)
 {
-    const double length = recording.rows.back().time;
+    const double length = recording.time(recording.size() - 1);
     for (const double share : {0.0, 0.3, 1.0, 1.01, 2.5, 40.0}) {
         const auto time = start + static_cast<Nanoseconds>(share * length * 1e9) + 1;
         for (const STREAM stream : {STREAM::IMU, STREAM::MAGNETOMETER, STREAM::BAROMETER}) {
