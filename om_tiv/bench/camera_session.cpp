@@ -1,6 +1,7 @@
 #include "bench/camera_session.h"
 
 #include "bench/bench.h"
+#include "bench/one_line.h"
 
 #include <algorithm>
 #include <cmath>
@@ -89,7 +90,7 @@ std::shared_ptr<CameraSession> CameraSession::open(const InitParameters& asked,
         Recording recording;
         std::string error;
         if (!readRecording(asked.input.path().c_str(), recording, error)) {
-            std::fprintf(stderr, "%s\n", error.c_str());
+            std::fprintf(stderr, "%s\n", oneLine(error).c_str());
             result = ERROR_CODE::INVALID_INPUT;
             return nullptr;
         }

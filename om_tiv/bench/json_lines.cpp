@@ -1,5 +1,7 @@
 #include "bench/json_lines.h"
 
+#include "bench/json_depth.h"
+
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -11,8 +13,6 @@
 namespace om::bench {
 
 namespace {
-
-constexpr std::size_t DEEPEST = 32;
 
 /// Where the parser is.
 struct Place
@@ -143,7 +143,7 @@ private:
     }
     bool open(JsonNode::KIND kind)
     {
-        if (m_open.size() == DEEPEST) {
+        if (m_open.size() == DEEPEST_JSON) {
             throw JsonMistake(m_place.line, "", "nested too deeply");
         }
         // A parent's vector grows only after the child was closed, so that the pointers hold.

@@ -3,6 +3,8 @@
 #pragma once
 
 #include <cstddef>
+#include "bench/one_line.h"
+
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -26,10 +28,7 @@ inline void require(bool holds, const std::string& what)
 inline void requireOneLine(const std::string& text)
 {
     require(!text.empty(), "a message has a text");
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c); // a char has no sign on ARM
-        require(byte >= ' ' && byte != 127, "a message is one line of text: " + text);
-    }
+    require(om::bench::oneLine(text) == text, "a message is one line of text: " + text);
 }
 
 } // namespace fuzz
