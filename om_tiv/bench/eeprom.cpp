@@ -1,9 +1,13 @@
 #include "bench/eeprom.h"
 
 #include "bench/files.h"
+#include "bench/one_line.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <pwd.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,10 +17,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <stdexcept>
+#include <string_view>
 #include <system_error>
 #include <utility>
-#include <vector>
 
 namespace om::bench {
 
@@ -84,37 +89,64 @@ std::string hex(std::uint32_t value)
     return text;
 }
 
-/// Empty, or what is wrong with the image and where.
-std::string damageOf(const std::vector<std::uint8_t>& image, unsigned int serial)
+/// What a file holds, up to more than an image has. @param problem why it can't be read
+std::string readBytes(const Descriptor& file, std::string& problem)
 {
-    if (image.size() < headerBytes) {
-        return "byte " + std::to_string(image.size()) + ": the file ends within its header";
+    std::string bytes(2 * fileBytes, '\0');
+    std::size_t have = 0;
+    ssize_t got = 0;
+    do {
+        got = ::read(file.get(), bytes.data() + have, bytes.size() - have);
+        have += got > 0 ? static_cast<std::size_t>(got) : 0;
+    } while ((got > 0 && have < bytes.size()) || (got < 0 && errno == EINTR));
+    bytes.resize(have);
+    if (got < 0) {
+        problem = std::generic_category().message(errno);
     }
-    if (std::memcmp(image.data(), magic, sizeof magic) != 0) {
-        return "byte 0: not an EEPROM image";
+    return bytes;
+}
+
+const std::uint8_t* unsignedBytes(const std::string& bytes)
+{
+    return reinterpret_cast<const std::uint8_t*>(bytes.data());
+}
+
+/// Whether a writer gives such a name to the file that becomes an image.
+bool isTemporary(std::string_view name)
+{
+    constexpr std::string_view middle = ".eeprom.";
+    const std::size_t at = name.find(middle);
+    if (at == std::string_view::npos) {
+        return false;
     }
-    if (get32(image.data() + 4) != formatVersion) {
-        return "byte 4: format version " + std::to_string(get32(image.data() + 4)) + ", expected " +
-               std::to_string(formatVersion);
+    const std::string_view end = name.substr(at + middle.size());
+    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+    const auto isAlphanumeric = [&](char c) {
+        return isDigit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+    };
+    return at > 0 && std::all_of(name.begin(), name.begin() + at, isDigit) && end.size() == 6 &&
+           std::all_of(end.begin(), end.end(), isAlphanumeric);
+}
+
+/// A new file beside the image, locked; invalid with errno.
+Descriptor makeTemporary(const std::string& name, std::string& temporary)
+{
+    for (;;) {
+        temporary = name + ".XXXXXX";
+        Descriptor file(::mkostemp(temporary.data(), O_CLOEXEC));
+        if (!file.valid()) {
+            return file;
+        }
+        struct stat status = {};
+        const bool locked = ::flock(file.get(), LOCK_EX | LOCK_NB) == 0;
+        // Somebody who tidies up can take a new file for one that was left behind, until it is
+        // locked. Where the file system knows no locks nobody tidies up.
+        const bool taken = locked ? ::fstat(file.get(), &status) == 0 && status.st_nlink == 0
+                                  : errno == EWOULDBLOCK;
+        if (!taken) {
+            return file;
+        }
     }
-    if (get32(image.data() + 8) != contentBytes) {
-        return "byte 8: content length " + std::to_string(get32(image.data() + 8)) + ", expected " +
-               std::to_string(contentBytes);
-    }
-    if (image.size() != fileBytes) {
-        return "byte " + std::to_string(std::min(image.size(), fileBytes)) + ": the file has " +
-               std::to_string(image.size()) + " bytes, expected " + std::to_string(fileBytes);
-    }
-    const std::uint32_t stored = get32(image.data() + checksumAt);
-    const std::uint32_t computed = crc32(image.data(), checksumAt);
-    if (stored != computed) {
-        return "byte " + std::to_string(checksumAt) + ": checksum " + hex(stored) +
-               " does not match the content, " + hex(computed);
-    }
-    if (get32(image.data() + 12) != serial) {
-        return "byte 12: the image of serial number " + std::to_string(get32(image.data() + 12));
-    }
-    return {};
 }
 
 [[noreturn]] void fail(const std::string& path)
@@ -150,6 +182,39 @@ std::uint32_t crc32(const std::uint8_t* data, std::size_t length)
     return ~crc;
 }
 
+std::string imageDamage(const std::string& image, unsigned int serial)
+{
+    const std::uint8_t* const bytes = unsignedBytes(image);
+    if (image.size() < headerBytes) {
+        return "byte " + std::to_string(image.size()) + ": the file ends within its header";
+    }
+    if (std::memcmp(bytes, magic, sizeof magic) != 0) {
+        return "byte 0: not an EEPROM image";
+    }
+    if (get32(bytes + 4) != formatVersion) {
+        return "byte 4: format version " + std::to_string(get32(bytes + 4)) + ", expected " +
+               std::to_string(formatVersion);
+    }
+    if (get32(bytes + 8) != contentBytes) {
+        return "byte 8: content length " + std::to_string(get32(bytes + 8)) + ", expected " +
+               std::to_string(contentBytes);
+    }
+    if (image.size() != fileBytes) {
+        return "byte " + std::to_string(std::min(image.size(), fileBytes)) + ": the file has " +
+               std::to_string(image.size()) + " bytes, expected " + std::to_string(fileBytes);
+    }
+    const std::uint32_t stored = get32(bytes + checksumAt);
+    const std::uint32_t computed = crc32(bytes, checksumAt);
+    if (stored != computed) {
+        return "byte " + std::to_string(checksumAt) + ": checksum " + hex(stored) +
+               " does not match the content, " + hex(computed);
+    }
+    if (get32(bytes + 12) != serial) {
+        return "byte 12: the image of serial number " + std::to_string(get32(bytes + 12));
+    }
+    return {};
+}
+
 std::string eepromFolder()
 {
     if (const char* folder = std::getenv("OM_TIV_STATE_DIR"); folder != nullptr && *folder != 0) {
@@ -178,7 +243,7 @@ EepromStore::EepromStore(std::string folder, Report report)
     }
     if (!m_report) {
         m_report = [](const std::string& line) {
-            std::fprintf(stderr, "om_tiv: %s\n", line.c_str());
+            std::fprintf(stderr, "om_tiv: %s\n", oneLine(line).c_str());
         };
     }
 }
@@ -191,6 +256,7 @@ std::string EepromStore::path(unsigned int serial) const
 MagCalibration EepromStore::read(unsigned int serial)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
+    removeLeftovers();
     const auto [image, isNew] = m_images.try_emplace(serial);
     return isNew ? load(serial, image->second) : image->second.calibration;
 }
@@ -198,6 +264,7 @@ MagCalibration EepromStore::read(unsigned int serial)
 MagCalibration EepromStore::reload(unsigned int serial)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
+    removeLeftovers();
     return load(serial, m_images[serial]);
 }
 
@@ -208,27 +275,20 @@ MagCalibration EepromStore::load(unsigned int serial, Image& image)
         return image.calibration;
     }
     std::string damage;
-    std::vector<std::uint8_t> bytes(2 * fileBytes);
-    const Descriptor file = openRegularFile(path(serial), damage);
-    if (!file.valid()) {
-        if (errno == ENOENT || errno == ENOTDIR) {
-            return image.calibration;
-        }
-    } else {
-        std::size_t have = 0;
-        ssize_t got = 0;
-        do {
-            got = ::read(file.get(), bytes.data() + have, bytes.size() - have);
-            have += got > 0 ? static_cast<std::size_t>(got) : 0;
-        } while ((got > 0 && have < bytes.size()) || (got < 0 && errno == EINTR));
-        bytes.resize(have);
-        damage = got < 0 ? std::generic_category().message(errno) : damageOf(bytes, serial);
+    std::string bytes;
+    if (const Descriptor file = openRegularFile(path(serial), damage); file.valid()) {
+        bytes = readBytes(file, damage);
+    } else if (errno == ENOENT || errno == ENOTDIR) {
+        return image.calibration;
+    }
+    if (damage.empty()) {
+        damage = imageDamage(bytes, serial);
     }
     if (damage.empty()) {
         image.reported.clear();
         for (std::size_t axis = 0; axis < 3; ++axis) {
-            image.calibration.scale[axis] = getFloat(bytes.data() + 16 + 4 * axis);
-            image.calibration.offset[axis] = getFloat(bytes.data() + 28 + 4 * axis);
+            image.calibration.scale[axis] = getFloat(unsignedBytes(bytes) + 16 + 4 * axis);
+            image.calibration.offset[axis] = getFloat(unsignedBytes(bytes) + 28 + 4 * axis);
         }
     } else if (image.reported != damage) {
         image.reported = damage;
@@ -241,6 +301,7 @@ MagCalibration EepromStore::load(unsigned int serial, Image& image)
 bool EepromStore::write(unsigned int serial, const MagCalibration& calibration)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
+    removeLeftovers();
     try {
         save(serial, calibration);
     } catch (const std::runtime_error& error) {
@@ -255,6 +316,44 @@ bool EepromStore::write(unsigned int serial, const MagCalibration& calibration)
     return true;
 }
 
+std::string EepromStore::image(unsigned int serial, std::string& problem) const
+{
+    problem.clear();
+    std::string bytes;
+    if (const Descriptor file = openRegularFile(path(serial), problem); file.valid()) {
+        bytes = readBytes(file, problem);
+    } else if (errno == ENOENT || errno == ENOTDIR) {
+        problem = "no image is kept for " + std::to_string(serial) + " (" + path(serial) + ")";
+        return {};
+    }
+    if (problem.empty()) {
+        problem = imageDamage(bytes, serial);
+    }
+    if (!problem.empty()) {
+        problem.insert(0, path(serial) + ": ");
+        bytes.clear();
+    }
+    return bytes;
+}
+
+void EepromStore::removeLeftovers()
+{
+    if (std::exchange(m_tidied, true) || m_folder.empty()) {
+        return;
+    }
+    const std::unique_ptr<DIR, int (*)(DIR*)> folder(::opendir(m_folder.c_str()), &::closedir);
+    while (const dirent* const entry = folder ? ::readdir(folder.get()) : nullptr) {
+        if (isTemporary(entry->d_name)) {
+            const std::string name = m_folder + "/" + entry->d_name;
+            std::string ignored;
+            const Descriptor file = openRegularFile(name, ignored);
+            if (file.valid() && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0) {
+                ::unlink(name.c_str());
+            }
+        }
+    }
+}
+
 void EepromStore::save(unsigned int serial, const MagCalibration& calibration) const
 {
     if (m_folder.empty()) {
@@ -264,9 +363,9 @@ void EepromStore::save(unsigned int serial, const MagCalibration& calibration) c
         fail(part);
     }
     const std::string name = path(serial);
-    std::string temporary = name + ".XXXXXX";
-    Descriptor file(::mkostemp(temporary.data(), O_CLOEXEC));
-    if (file.get() < 0) {
+    std::string temporary;
+    const Descriptor file = makeTemporary(name, temporary);
+    if (!file.valid()) {
         fail(m_folder);
     }
     const FileImage image = encode(serial, calibration);
@@ -278,7 +377,8 @@ void EepromStore::save(unsigned int serial, const MagCalibration& calibration) c
         }
         written += got > 0 ? static_cast<std::size_t>(got) : 0;
     }
-    if (written < image.size() || ::fsync(file.get()) != 0 || !file.close() ||
+    // Closing would end the lock.
+    if (written < image.size() || ::fsync(file.get()) != 0 ||
         ::rename(temporary.c_str(), name.c_str()) != 0) {
         const int reason = errno;
         ::unlink(temporary.c_str());

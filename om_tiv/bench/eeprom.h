@@ -13,8 +13,10 @@
 ///         28     12  float32 offset of the sensor axes 1 to 3, uT
 ///         40      4  CRC-32 (that of IEEE 802.3) of the 40 bytes before it
 ///
-/// A write goes to a file beside it that then takes its name, with the file and the folder forced
-/// to the disk, so that a crash leaves the old image or the new one.
+/// A write goes to a file beside it, SERIAL.eeprom.XXXXXX with letters and digits for the X, that
+/// then takes its name, with the file and the folder forced to the disk, so that a crash leaves the
+/// old image or the new one. Whoever writes such a file holds a lock on it (flock()); one without
+/// was left behind by a process that was killed.
 #pragma once
 
 #include <array>
@@ -42,11 +44,15 @@ struct MagCalibration
 /// The CRC-32 of IEEE 802.3 (reflected, polynomial 0xEDB88320, start and final inversion).
 std::uint32_t crc32(const std::uint8_t* data, std::size_t length);
 
+/// What is wrong with the bytes of an image file of this camera, and where; empty for a sound one.
+std::string imageDamage(const std::string& image, unsigned int serial);
+
 /// The folder of the images: OM_TIV_STATE_DIR, else gravimon/eeprom in XDG_STATE_HOME, else
 /// ~/.local/state/gravimon/eeprom. Empty when there is not even a home.
 std::string eepromFolder();
 
-/// The images in one folder. All operations may run on any thread.
+/// The images in one folder. All operations may run on any thread. The first one removes what
+/// killed writers have left there.
 class EepromStore
 {
 public:
@@ -70,6 +76,9 @@ public:
     /// @return whether it is on the disk
     bool write(unsigned int serial, const MagCalibration& calibration);
 
+    /// The bytes of the image as it is kept; empty with the problem in one line.
+    std::string image(unsigned int serial, std::string& problem) const;
+
     const std::string& folder() const { return m_folder; }
     std::string path(unsigned int serial) const;
 
@@ -81,6 +90,7 @@ private:
     };
 
     MagCalibration load(unsigned int serial, Image& image);
+    void removeLeftovers();
     void save(unsigned int serial, const MagCalibration& calibration) const;
 
     std::string m_folder;
@@ -88,6 +98,7 @@ private:
     std::mutex m_mutex; ///< guards what follows, and the order of the writes
     std::map<unsigned int, Image> m_images;
     bool m_unwritableReported = false;
+    bool m_tidied = false; ///< leftovers of killed writers have been removed
 };
 
 } // namespace om::bench

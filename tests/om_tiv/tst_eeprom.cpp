@@ -6,10 +6,12 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <cstring>
@@ -89,6 +91,10 @@ private:
         QFile file(QString("%1/%2.eeprom").arg(folder()).arg(serial));
         QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
         QCOMPARE(file.write(bytes), bytes.size());
+    }
+    QStringList filesInTheFolder() const
+    {
+        return QDir(folder()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
     }
     static QByteArray withChecksum(QByteArray bytes)
     {
@@ -325,8 +331,7 @@ private slots:
         // The image's name is taken by a folder, so that the last step fails.
         QVERIFY(QDir().mkpath(QString("%1/%2.eeprom/inside").arg(folder()).arg(serial)));
         QVERIFY(!makeStore().write(serial, sample));
-        QCOMPARE(QDir(folder()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
-                 QStringList(QString("%1.eeprom").arg(serial)));
+        QCOMPARE(filesInTheFolder(), QStringList(QString("%1.eeprom").arg(serial)));
     }
 
     void folderAndImageBelongToTheUserAlone()
@@ -370,6 +375,76 @@ private slots:
             ++seen[sameBits(found, sample) ? 0 : 1];
         }
         QVERIFY2(seen[0] > 0 && seen[1] > 0, "the writer was never caught between its writes");
+        QCOMPARE(filesInTheFolder(), QStringList("31415926.eeprom"));
+    }
+
+    void leftoversOfKilledWritersAreRemoved_data()
+    {
+        QTest::addColumn<QString>("first");
+        QTest::newRow("read") << "read";
+        QTest::newRow("reload") << "reload";
+        QTest::newRow("write") << "write";
+    }
+
+    void leftoversOfKilledWritersAreRemoved()
+    {
+        QFETCH(QString, first);
+        const QStringList others = {"27182818.eeprom",         "31415926.eeprom.bak",
+                                    "31415926.eeprom.Ab3xYz9", "31415926.eeprom.Ab3xY~",
+                                    "notes.eeprom.Ab3xYz",     ".eeprom.Ab3xYz"};
+        QVERIFY(QDir().mkpath(folder()));
+        for (const QString& name :
+             others + QStringList{"31415926.eeprom.Ab3xYz", "7.eeprom.000000"}) {
+            QVERIFY(QFile(folder() + '/' + name).open(QIODevice::WriteOnly));
+        }
+        EepromStore store = makeStore();
+        if (first == "read") {
+            store.read(serial);
+        } else if (first == "reload") {
+            store.reload(serial);
+        } else {
+            QVERIFY(store.write(serial, sample));
+            QVERIFY(QFile::remove(QString::fromStdString(store.path(serial))));
+        }
+        QStringList left = filesInTheFolder();
+        left.sort();
+        QStringList expected = others;
+        expected.sort();
+        QCOMPARE(left, expected);
+    }
+
+    void fileOfALivingWriterStays()
+    {
+        QVERIFY(QDir().mkpath(folder()));
+        QFile file(folder() + "/31415926.eeprom.Ab3xYz");
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(::flock(file.handle(), LOCK_EX), 0);
+        makeStore().read(serial);
+        QVERIFY(file.exists());
+        file.close();
+        makeStore().read(serial);
+        QVERIFY(!file.exists());
+    }
+
+    // Each store tidies up when it is first used, and must not take the file that is being written.
+    void tidyingUpTakesNothingFromAWriter()
+    {
+        EepromStore store = makeStore();
+        std::atomic<bool> done{false};
+        std::thread tidier([&] {
+            while (!done) {
+                EepromStore(folder().toStdString(), [](const std::string&) {}).read(serial);
+            }
+        });
+        int failures = 0;
+        for (int round = 0; round < 300; ++round) {
+            failures += store.write(serial, sample) ? 0 : 1;
+        }
+        done = true;
+        tidier.join();
+        QCOMPARE(failures, 0);
+        makeStore().read(serial);
+        QCOMPARE(filesInTheFolder(), QStringList("31415926.eeprom"));
     }
 
     void storeBearsSeveralThreads()
