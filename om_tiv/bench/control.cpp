@@ -5,6 +5,7 @@
 #include "bench/control_server.h"
 #include "bench/eeprom.h"
 #include "bench/hex.h"
+#include "bench/json_depth.h"
 #include "bench/one_line.h"
 #include "bench/virtual_camera.h"
 
@@ -14,8 +15,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <mutex>
 #include <stdexcept>
 
@@ -411,15 +410,13 @@ private:
                               "the program's standard error has the reason");
             }
         } else if (action == "dump") {
-            const std::string path = EepromStore().path(target->serialNumber());
-            std::ifstream file(path, std::ios::binary);
-            const std::string image((std::istreambuf_iterator<char>(file)),
-                                    std::istreambuf_iterator<char>());
-            if (image.empty()) {
-                throw Refusal("no image is kept for " + std::to_string(target->serialNumber()) +
-                              " (" + path + ")");
+            const EepromStore store;
+            std::string problem;
+            const std::string image = store.image(target->serialNumber(), problem);
+            if (!problem.empty()) {
+                throw Refusal(problem);
             }
-            return {{"image", toHex(image)}, {"path", path}};
+            return {{"image", toHex(image)}, {"path", store.path(target->serialNumber())}};
         } else if (action != "show") {
             throw Refusal("no action \"" + action + R"("; there are "show", "dump", "erase")");
         }
@@ -439,7 +436,10 @@ std::string answerControl(Bench& bench, const std::string& request)
 {
     json answer;
     try {
-        const json parsed = json::parse(request, nullptr, false);
+        json parsed;
+        if (parseBounded(request, parsed) == JSON_TEXT::TOO_DEEP) {
+            throw Refusal("nested too deeply");
+        }
         if (!parsed.is_object()) {
             throw Refusal("a request is a JSON object on one line");
         }
@@ -464,7 +464,7 @@ void startControl(Bench& bench)
             path, [&bench](const std::string& request) { return answerControl(bench, request); },
             error);
         if (!server) {
-            std::fprintf(stderr, "om_tiv: no control socket: %s\n", error.c_str());
+            std::fprintf(stderr, "om_tiv: no control socket: %s\n", oneLine(error).c_str());
             return;
         }
         // Ends with the process: before the bench's own statics, which are never destroyed.

@@ -5,7 +5,10 @@
 #include "bench/control_server.h"
 #include "bench/eeprom.h"
 #include "bench/hex.h"
+#include "bench/one_line.h"
 #include "tools/bench_client.h"
+
+#include "om_tiv/socketclient.h"
 
 #include <om_tiv/camera.h>
 
@@ -17,11 +20,10 @@
 #include <nlohmann/json.hpp>
 
 #include <array>
-#include <cerrno>
 #include <cstring>
 
 #include <fcntl.h>
-#include <poll.h>
+#include <pthread.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -31,6 +33,9 @@
 using namespace om;
 using namespace om::bench;
 using nlohmann::json;
+using socketclient::connectTo;
+using socketclient::readLine;
+using socketclient::sendAll;
 
 namespace {
 
@@ -41,53 +46,34 @@ Bench& theBench()
     return Bench::instance();
 }
 
+/// The answer as a thread gives it whose stack is as small as some systems make it.
+std::string answerOnASmallStack(const std::string& request)
+{
+    struct Call
+    {
+        const std::string& request;
+        std::string answer;
+    } call{request, {}};
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setstacksize(&attributes, 1024 * 1024);
+    pthread_t thread = 0;
+    const auto run = [](void* data) -> void* {
+        auto* const which = static_cast<Call*>(data);
+        which->answer = answerControl(theBench(), which->request);
+        return nullptr;
+    };
+    const bool started = pthread_create(&thread, &attributes, run, &call) == 0;
+    pthread_attr_destroy(&attributes);
+    if (started) {
+        pthread_join(thread, nullptr);
+    }
+    return call.answer;
+}
+
 json ask(const json& request)
 {
     return json::parse(answerControl(theBench(), request.dump()));
-}
-
-int connectTo(const std::string& path)
-{
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-        ::close(fd);
-        return -1;
-    }
-    return fd;
-}
-
-void sendAll(int fd, const std::string& bytes)
-{
-    for (std::size_t sent = 0; sent < bytes.size();) {
-        const ssize_t count = ::send(fd, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
-        if (count <= 0) {
-            return; // the server has closed
-        }
-        sent += static_cast<std::size_t>(count);
-    }
-}
-
-/// Up to the next line feed; empty at the end of the connection or after 5 s.
-std::string readLine(int fd)
-{
-    std::string line;
-    for (;;) {
-        pollfd waiting = {fd, POLLIN, 0};
-        if (::poll(&waiting, 1, 5000) <= 0) {
-            return {};
-        }
-        char byte = 0;
-        if (::recv(fd, &byte, 1, 0) <= 0) {
-            return {};
-        }
-        if (byte == '\n') {
-            return line;
-        }
-        line += byte;
-    }
 }
 
 } // namespace
@@ -211,12 +197,91 @@ private slots:
         QVERIFY(ask({{"command", "add"}, {"camera", one}}).at("ok").get<bool>());
     }
 
+    void refusalsQuoteNothingThatATerminalWouldActUpon_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("control characters") << "a\x1b[2Jb\nc\x7f"
+                                            << "a [2Jb c ";
+        QTest::newRow("C1 controls") << QString("a\u0080b\u009b2Jc\u009f") << "a b 2Jc ";
+        QTest::newRow("marks of direction")
+            << QString::fromUtf8("a\u202eb\u2066c\u2069d\u200fe\u061cf") << "a b c d e f";
+        QTest::newRow("separators") << QString::fromUtf8("a\u2028b\u2029c") << "a b c";
+        QTest::newRow("letters of all kinds")
+            << QString::fromUtf8("\u00a0\u00fc\u03bc\u0661\u2713\U0001f600")
+            << QString::fromUtf8("\u00a0\u00fc\u03bc\u0661\u2713\U0001f600");
+    }
+
     void refusalsQuoteNothingThatATerminalWouldActUpon()
     {
-        const json answer = ask({{"command", "a\x1b[2Jb\nc"}});
+        QFETCH(QString, name);
+        QFETCH(QString, shown);
+        const json answer = ask({{"command", name.toStdString()}});
         QVERIFY(!answer.at("ok").get<bool>());
-        QCOMPARE(QByteArray::fromStdString(answer.at("error").get<std::string>()).left(23),
-                 QByteArray("no command \"a [2Jb c\"; "));
+        QCOMPARE(QString::fromStdString(answer.at("error").get<std::string>()).section("; ", 0, 0),
+                 "no command \"" + shown + "\"");
+    }
+
+    void whatIsNoUtf8IsNotQuotedEither()
+    {
+        QCOMPARE(oneLine("a\xffz\x9b\xc2"), std::string("a?z??"));
+        // A form that is longer than need be, a surrogate, and beyond the last character.
+        QCOMPARE(oneLine("\xc0\x9b"), std::string("??"));
+        QCOMPARE(oneLine("\xed\xa0\x80"), std::string("???"));
+        QCOMPARE(oneLine("\xf4\x90\x80\x80"), std::string("????"));
+        QCOMPARE(oneLine(std::string("\0\xe2\x80", 3)), std::string(" ??"));
+    }
+
+    // Deep enough to use up the stack of a thread that follows the levels, and below the longest
+    // line.
+    void deepNestingIsRefusedWhileItIsRead_data()
+    {
+        QTest::addColumn<QByteArray>("before");
+        QTest::addColumn<QByteArray>("after");
+        QTest::newRow("camera") << QByteArray(R"({"command":"add","camera":)") << QByteArray("}");
+        QTest::newRow("faults")
+            << QByteArray(R"({"command":"fault","serialNumber":20000001,"faults":{"x":)")
+            << QByteArray("}}");
+        QTest::newRow("the whole") << QByteArray() << QByteArray();
+    }
+
+    void deepNestingIsRefusedWhileItIsRead()
+    {
+        QFETCH(QByteArray, before);
+        QFETCH(QByteArray, after);
+        const auto refused = [&](int depth, const char* open, const char* close) {
+            QByteArray line = before + QByteArray(open).repeated(depth) + "1" +
+                              QByteArray(close).repeated(depth) + after;
+            const json answer = json::parse(answerOnASmallStack(line.toStdString()));
+            return answer.value("error", "") == "nested too deeply";
+        };
+        QVERIFY(refused(24000, "[", "]"));
+        QVERIFY(refused(10000, "{\"a\":", "}"));
+        QVERIFY(refused(33, "[", "]"));
+        QVERIFY(!refused(30, "[", "]"));
+    }
+
+    void imageThatIsNoRegularFileOrDamagedIsNotDumped()
+    {
+        const auto dump = [] {
+            return ask({{"command", "eeprom"}, {"serialNumber", serial}, {"action", "dump"}})
+                .at("error")
+                .get<std::string>();
+        };
+        const std::string image = EepromStore().path(serial);
+        QFile::remove(QString::fromStdString(image));
+        QCOMPARE(dump(), "no image is kept for 20000001 (" + image + ")");
+        // Who waited for somebody to write into it would answer no command any more.
+        QVERIFY(QDir().mkpath(QString::fromStdString(EepromStore().folder())));
+        QCOMPARE(::mkfifo(image.c_str(), 0600), 0);
+        QCOMPARE(dump(), image + ": not a regular file");
+        QVERIFY(QFile::remove(QString::fromStdString(image)));
+        QFile file(QString::fromStdString(image));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("something else altogether");
+        file.close();
+        QCOMPARE(dump(), image + ": byte 0: not an EEPROM image");
+        QVERIFY(file.remove());
     }
 
     void plugAndUnplugAndTheirRefusals()
