@@ -1,13 +1,19 @@
 #include "tools/bench_client.h"
 
 #include "bench/control_server.h"
+#include "bench/files.h"
+#include "bench/json_depth.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include <dirent.h>
@@ -21,32 +27,43 @@ namespace om::bench {
 
 namespace {
 
-constexpr int answerTimeoutMs = 10000;
+constexpr std::chrono::seconds answerTimeout{10};
+constexpr char nonsense[] = "the bench's answer is not what a bench answers";
 constexpr timeval sendTimeout = {10, 0};
 
-/// A connected descriptor, or -1 with errno.
-int connectTo(const std::string& path)
+/// A descriptor that is connected to a bench of this user or of root, or -1 with a reason.
+int connectTo(const std::string& path, std::string& error)
 {
+    const auto failed = [&] {
+        error = path + ": " + std::generic_category().message(errno);
+        return -1;
+    };
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
     if (path.size() >= sizeof address.sun_path) {
         errno = ENAMETOOLONG;
-        return -1;
+        return failed();
     }
     std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (fd < 0) {
-        return -1;
+    Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    if (!socket.valid()) {
+        return failed();
     }
     // A program that has stopped takes neither connections nor requests for ever.
-    ::setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &sendTimeout, sizeof sendTimeout);
-    if (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-        const int why = errno;
-        ::close(fd);
-        errno = why;
+    ::setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &sendTimeout, sizeof sendTimeout);
+    if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+        return failed();
+    }
+    ucred peer = {};
+    socklen_t size = sizeof peer;
+    if (::getsockopt(socket.get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) {
+        return failed();
+    }
+    if (peer.uid != ::geteuid() && peer.uid != 0) {
+        error = path + ": served by another user (" + std::to_string(peer.uid) + ")";
         return -1;
     }
-    return fd;
+    return socket.release();
 }
 
 std::vector<std::string> socketsIn(const std::string& folder)
@@ -80,9 +97,8 @@ std::unique_ptr<BenchClient> BenchClient::connect(const std::string& path, std::
         }
     }
     if (!wanted.empty()) {
-        const int fd = connectTo(wanted);
+        const int fd = connectTo(wanted, error);
         if (fd < 0) {
-            error = wanted + ": " + std::generic_category().message(errno);
             return nullptr;
         }
         return std::unique_ptr<BenchClient>(new BenchClient(fd));
@@ -90,8 +106,9 @@ std::unique_ptr<BenchClient> BenchClient::connect(const std::string& path, std::
 
     const std::string folder = controlFolder();
     std::vector<std::pair<std::string, int>> alive;
+    std::string ignored; // what can't be reached is no running bench
     for (const std::string& candidate : socketsIn(folder)) {
-        const int fd = connectTo(candidate);
+        const int fd = connectTo(candidate, ignored);
         if (fd >= 0) {
             alive.emplace_back(candidate, fd);
         }
@@ -114,8 +131,9 @@ std::unique_ptr<BenchClient> BenchClient::connect(const std::string& path, std::
 std::vector<std::string> BenchClient::running()
 {
     std::vector<std::string> alive;
+    std::string ignored;
     for (const std::string& candidate : socketsIn(controlFolder())) {
-        const int fd = connectTo(candidate);
+        const int fd = connectTo(candidate, ignored);
         if (fd >= 0) {
             ::close(fd);
             alive.push_back(candidate);
@@ -146,10 +164,19 @@ bool BenchClient::ask(const nlohmann::json& request, nlohmann::json& answer, std
         }
         sent += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
     }
+    // A bench that sends its answer in bits has no more time than another.
+    const auto due = std::chrono::steady_clock::now() + answerTimeout;
     std::size_t end = 0;
     while ((end = m_input.find('\n')) == std::string::npos) {
+        if (m_input.size() > MAX_ANSWER) {
+            error = nonsense;
+            return false;
+        }
         pollfd waiting = {m_fd, POLLIN, 0};
-        const int ready = ::poll(&waiting, 1, answerTimeoutMs);
+        const auto left =
+            std::chrono::ceil<std::chrono::milliseconds>(due - std::chrono::steady_clock::now());
+        const int ready =
+            ::poll(&waiting, 1, static_cast<int>(std::max<std::int64_t>(left.count(), 0)));
         if (ready < 0 && errno == EINTR) {
             continue;
         }
@@ -165,11 +192,10 @@ bool BenchClient::ask(const nlohmann::json& request, nlohmann::json& answer, std
         }
         m_input.append(bytes.data(), static_cast<std::size_t>(count));
     }
-    answer = nlohmann::json::parse(
-        m_input.begin(), m_input.begin() + static_cast<std::ptrdiff_t>(end), nullptr, false);
+    parseBounded(std::string_view(m_input).substr(0, end), answer);
     m_input.erase(0, end + 1);
     if (!answer.is_object()) {
-        error = "the bench's answer is not what a bench answers";
+        error = nonsense;
         return false;
     }
     return true;

@@ -1,5 +1,6 @@
 #include "tools/command_line.h"
 
+#include "bench/json_depth.h"
 #include "bench/one_line.h"
 
 #include <CLI/CLI.hpp>
@@ -83,8 +84,8 @@ json faultValue(const std::string& text)
     if (text == "off" || text == "false") {
         return false;
     }
-    json value = json::parse(text, nullptr, false);
-    return value.is_discarded() ? json(text) : value;
+    json value;
+    return parseBounded(text, value) == JSON_TEXT::SOUND ? value : json(text);
 }
 
 // ---- Commands -----------------------------------------------------------------------------------

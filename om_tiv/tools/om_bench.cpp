@@ -5,19 +5,24 @@
 #include "tools/bench_client.h"
 #include "tools/command_line.h"
 
+#include "bench/eeprom.h"
 #include "bench/hex.h"
+#include "bench/one_line.h"
 
 #include <array>
 #include <chrono>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <fstream>
 #include <iomanip>
 #include <iostream>
+#include <sstream>
 #include <thread>
 
 using nlohmann::json;
 using om::bench::BenchClient;
+using om::bench::oneLine;
 using om::bench::Order;
 
 namespace {
@@ -26,11 +31,46 @@ enum Exit { DONE = 0, REFUSED = 1, NO_BENCH = 3 };
 
 int fail(Exit status, const std::string& reason)
 {
-    std::cerr << "om-bench: " << reason << "\n";
+    std::cerr << oneLine("om-bench: " + reason) << "\n";
     return status;
 }
 
 // ---- Output -------------------------------------------------------------------------------------
+
+// What an answer lacks, or holds in another form, is an exception of the JSON library, which main()
+// reports. So the text is made as a whole before the first of it is written.
+
+class Text
+{
+public:
+    void add(const std::string& line) { m_text += oneLine(line) + "\n"; }
+    /// JSON in ASCII alone: control characters that JSON allows are escaped, too.
+    void addJson(const json& value, int indent)
+    {
+        m_text += value.dump(indent, ' ', true, json::error_handler_t::replace) + "\n";
+    }
+    const std::string& text() const { return m_text; }
+
+private:
+    std::string m_text;
+};
+
+std::uint64_t count(const json& object, const char* key)
+{
+    return object.at(key).get_ref<const json::number_unsigned_t&>();
+}
+
+// With the type asked for: the library's loops take a single value for a list of one.
+
+const json::array_t& elements(const json& object, const char* key)
+{
+    return object.at(key).get_ref<const json::array_t&>();
+}
+
+const json::object_t& members(const json& object, const char* key)
+{
+    return object.at(key).get_ref<const json::object_t&>();
+}
 
 std::string fixed(double value, int width, int precision)
 {
@@ -56,120 +96,129 @@ std::string triple(const json& values, int width, int precision)
     return text;
 }
 
-void printCameras(const json& cameras)
+void addCameras(Text& out, const json::array_t& cameras)
 {
     std::array<char, 160> line;
     std::snprintf(line.data(), line.size(), "%-10s %-6s %3s  %-10s %-9s %9s %9s  ", "SERIAL",
                   "MODEL", "ID", "STATE", "MOTION", "PRODUCED", "READ");
-    std::cout << line.data() << "FAULTS\n";
+    out.add(line.data() + std::string("FAULTS"));
     for (const json& camera : cameras) {
         std::string faults;
-        for (const auto& [name, value] : camera.at("faults").items()) {
+        for (const auto& [name, value] : members(camera, "faults")) {
             faults += (faults.empty() ? "" : ",") + name;
             if (!value.is_boolean()) {
                 faults += "=" + value.dump();
             }
         }
-        std::snprintf(line.data(), line.size(), "%-10u %-6s %3d  %-10s %-9s %9llu %9llu  ",
-                      camera.at("serialNumber").get<unsigned>(),
-                      camera.at("model").get<std::string>().c_str(), camera.at("id").get<int>(),
+        std::snprintf(line.data(), line.size(), "%-10llu %-6s %3llu  %-10s %-9s %9llu %9llu  ",
+                      static_cast<unsigned long long>(count(camera, "serialNumber")),
+                      camera.at("model").get<std::string>().c_str(),
+                      static_cast<unsigned long long>(count(camera, "id")),
                       camera.at("state").get<std::string>().c_str(),
                       camera.at("motion").get<std::string>().c_str(),
-                      camera.at("samplesProduced").get<unsigned long long>(),
-                      camera.at("samplesRead").get<unsigned long long>());
-        std::cout << line.data() << (faults.empty() ? "-" : faults) << "\n";
+                      static_cast<unsigned long long>(count(camera, "samplesProduced")),
+                      static_cast<unsigned long long>(count(camera, "samplesRead")));
+        out.add(line.data() + (faults.empty() ? "-" : faults));
     }
 }
 
 /// One line of what is true, and below it one of what the program was given last.
-void printTruth(const json& camera)
+void addTruth(Text& out, const json& camera)
 {
     const auto values = [](const json& of) {
         return "  field uT " + triple(of.at("field"), 7, 2) + "  acc m/s^2 " +
                triple(of.at("specificForce"), 7, 3) + "  gyro deg/s " +
                triple(of.at("angularVelocity"), 7, 2);
     };
-    const std::string name = std::to_string(camera.at("serialNumber").get<unsigned>()) + " " +
+    const std::string name = std::to_string(count(camera, "serialNumber")) + " " +
                              padded(camera.at("state").get<std::string>(), 9);
     const json& truth = camera.at("truth");
-    std::cout << name << "  true  " << padded("heading " + fixed(truth.at("heading"), 6, 2), 14)
-              << values(truth) << "\n";
+    out.add(name + "  true  " + padded("heading " + fixed(truth.at("heading"), 6, 2), 14) +
+            values(truth));
     if (const json& reading = camera.at("reading"); !reading.is_null()) {
-        std::cout << name << "  read  " << padded("", 14) << values(reading) << "  samples "
-                  << camera.at("samplesRead") << "/" << camera.at("samplesProduced") << "\n";
+        out.add(name + "  read  " + padded("", 14) + values(reading) + "  samples " +
+                std::to_string(count(camera, "samplesRead")) + "/" +
+                std::to_string(count(camera, "samplesProduced")));
     }
 }
 
-void printCalibration(const json& eeprom)
+void addCalibration(Text& out, const json& eeprom)
 {
     for (const char* name : {"scale", "offset"}) {
-        std::cout << name;
-        for (const json& value : eeprom.at(name)) {
+        std::ostringstream line;
+        line << name;
+        for (const json& value : elements(eeprom, name)) {
             // JSON has no word for what is no number; a fit that failed stores such values.
-            std::cout << " " << std::setprecision(9)
-                      << (value.is_number() ? value.get<double>() : std::nan(""));
+            line << " " << std::setprecision(9)
+                 << (value.is_number() ? value.get<double>() : std::nan(""));
         }
-        std::cout << "\n";
+        out.add(line.str());
     }
-    std::cout << "neutral " << (eeprom.at("neutral").get<bool>() ? "yes" : "no") << "\n";
+    out.add(eeprom.at("neutral").get<bool>() ? "neutral yes" : "neutral no");
 }
 
-void printAnswer(const json& answer, const Order& order)
+void addAnswer(Text& out, const json& answer, const Order& order)
 {
     if (order.asJson) {
-        std::cout << answer.dump(2) << "\n";
+        out.addJson(answer, 2);
     } else if (answer.contains("cameras")) {
-        printCameras(answer.at("cameras"));
+        addCameras(out, elements(answer, "cameras"));
     } else if (answer.contains("scale") && order.dumpFile.empty()) {
-        printCalibration(answer);
+        addCalibration(out, answer);
     } else if (answer.contains("field")) {
         const json& now = answer.at("field");
-        std::cout << "strength " << now.at("strength") << " uT, inclination "
-                  << now.at("inclination") << ", declination " << now.at("declination") << "\n";
+        out.add("strength " + now.at("strength").dump() + " uT, inclination " +
+                now.at("inclination").dump() + ", declination " + now.at("declination").dump());
     } else if (answer.contains("temperature")) {
-        std::cout << "temperature " << answer.at("temperature") << "\n";
+        out.add("temperature " + answer.at("temperature").dump());
     } else if (answer.contains("firmware")) {
-        std::cout << "firmware " << answer.at("firmware") << "\n";
+        out.add("firmware " + answer.at("firmware").dump());
     } else if (answer.contains("faults")) {
-        for (const auto& [name, value] : answer.at("faults").items()) {
-            std::cout << name << " " << value << "\n";
+        for (const auto& [name, value] : members(answer, "faults")) {
+            out.add(name + " " + value.dump());
         }
     }
 }
 
 /// @return whether there was a camera to show
-bool printWatched(const json& cameras, const Order& order)
+bool addWatched(Text& out, const json::array_t& cameras, const Order& order)
 {
     bool found = false;
     for (const json& camera : cameras) {
         const auto& serial = order.watch->serial;
-        const bool wanted = serial ? camera.at("serialNumber").get<unsigned>() == *serial
-                                   : camera.at("state") != "unplugged";
+        const bool wanted =
+            serial ? count(camera, "serialNumber") == *serial : camera.at("state") != "unplugged";
         if (wanted) {
             found = true;
             if (order.asJson) {
-                std::cout << camera.dump() << "\n";
+                out.addJson(camera, -1);
             } else {
-                printTruth(camera);
+                addTruth(out, camera);
             }
         }
     }
     return found;
 }
 
-int flushed()
+int write(const Text& out)
 {
-    std::cout.flush();
+    std::cout << out.text() << std::flush;
     return std::cout ? DONE : fail(REFUSED, "standard output can't be written");
 }
 
-bool writeImage(const json& answer, const std::string& path)
+/// Only a sound image of this camera reaches the file.
+int writeImage(const json& answer, const Order& order)
 {
     const std::string image = om::bench::fromHex(answer.at("image").get<std::string>());
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    const std::string damage =
+        om::bench::imageDamage(image, order.request.at("serialNumber").get<unsigned int>());
+    if (!damage.empty()) {
+        return fail(REFUSED, "the image that the bench gives is damaged: " + damage);
+    }
+    std::ofstream out(order.dumpFile, std::ios::binary | std::ios::trunc);
     out.write(image.data(), static_cast<std::streamsize>(image.size()));
     out.close();
-    return static_cast<bool>(out);
+    return out ? DONE : fail(REFUSED, order.dumpFile + ": cannot be written");
 }
 
 // ---- Dialogue with the bench --------------------------------------------------------------------
@@ -192,11 +241,14 @@ int askOnce(BenchClient& client, const Order& order)
     if (const int status = ask(client, order.request, answer); status != DONE) {
         return status;
     }
-    if (!order.dumpFile.empty() && !writeImage(answer, order.dumpFile)) {
-        return fail(REFUSED, order.dumpFile + ": cannot be written");
+    if (!order.dumpFile.empty()) {
+        if (const int status = writeImage(answer, order); status != DONE) {
+            return status;
+        }
     }
-    printAnswer(answer, order);
-    return flushed();
+    Text out;
+    addAnswer(out, answer, order);
+    return write(out);
 }
 
 int watch(BenchClient& client, const Order& order)
@@ -207,11 +259,12 @@ int watch(BenchClient& client, const Order& order)
         if (const int status = ask(client, order.request, answer); status != DONE) {
             return status;
         }
-        if (!printWatched(answer.at("cameras"), order) && wanted.serial) {
+        Text out;
+        if (!addWatched(out, elements(answer, "cameras"), order) && wanted.serial) {
             return fail(REFUSED, "no camera with serial number " + std::to_string(*wanted.serial) +
                                      " on the bench");
         }
-        if (const int status = flushed(); status != DONE || round == wanted.count) {
+        if (const int status = write(out); status != DONE || round == wanted.count) {
             return status;
         }
         std::this_thread::sleep_for(std::chrono::duration<double>(wanted.interval));
@@ -233,5 +286,9 @@ int main(int argc, char** argv)
     if (!client) {
         return fail(NO_BENCH, problem);
     }
-    return order->watch ? watch(*client, *order) : askOnce(*client, *order);
+    try {
+        return order->watch ? watch(*client, *order) : askOnce(*client, *order);
+    } catch (const json::exception&) {
+        return fail(NO_BENCH, "the bench's answer is not what a bench answers");
+    }
 }

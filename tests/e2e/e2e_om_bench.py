@@ -11,7 +11,10 @@ import re
 import signal
 import socket
 import stat
+import struct
 import subprocess
+import threading
+import zlib
 
 import calibration_control as calibration
 import livefile
@@ -195,6 +198,78 @@ class WithoutAProgram(world.EndToEndTest):
         status, output, errors = om_bench("--socket", f"{home}/none.sock", "list")
         self.assertEqual((status, output), (NO_BENCH, ""))
         self.assertRegex(errors, r"\Aom-bench: [^\n]*none.sock: No such file or directory\n\Z")
+
+    def answered(self, answer, *arguments):
+        """What om-bench makes of one answer, given by who is no bench."""
+        path = f"{os.environ['HOME']}/peer.sock"
+        with socket.socket(socket.AF_UNIX) as listener:
+            listener.bind(path)
+            listener.listen(1)
+
+            def give():
+                peer, _ = listener.accept()
+                with peer:
+                    peer.recv(65536)
+                    peer.sendall(answer.encode() + b"\n")
+                    peer.recv(1)
+            thread = threading.Thread(target=give)
+            thread.start()
+            try:
+                return om_bench("--socket", path, *arguments)
+            finally:
+                thread.join()
+                os.unlink(path)
+
+    def test_answer_of_another_shape_is_reported_in_one_line(self):
+        strange = (NO_BENCH, "", "om-bench: the bench's answer is not what a bench answers\n")
+        truth = {"field": [1, 2, 3], "specificForce": [1, 2, 3], "angularVelocity": [1, 2, 3], "heading": 1}
+        sound = {"serialNumber": 1, "id": 0, "model": "TIV", "state": "open", "motion": "fall", "faults": {},
+                 "samplesProduced": 1, "samplesRead": 1, "truth": truth, "reading": None}
+        for change in ({"serialNumber": -1}, {"serialNumber": 1e300}, {"model": 7}, {"faults": 3}, {"samplesRead": "x"},
+                       {"id": None}, {"state": []}):
+            self.assertEqual(self.answered(json.dumps({"ok": True, "cameras": [sound, {**sound, **change}]}), "list"),
+                             strange, change)
+        for change in ({"truth": 5}, {"truth": {**truth, "field": [1, "x", 3]}}, {"truth": {**truth, "field": [1]}},
+                       {"reading": 1}, {"truth": {**truth, "heading": None}}):
+            answer = json.dumps({"ok": True, "cameras": [sound, {**sound, **change}]})
+            self.assertEqual(self.answered(answer, "watch", "--count", 1), strange, change)
+        for answer in ('{"ok": "yes"}', '{"ok": false, "error": 7}', '{"ok": true, "cameras": 5}', "[]", "", "nonsense",
+                       '{"ok": true, "cameras": null}', '{"ok": true, "cameras": [{}]}', '{"ok": true, "scale": 1}', '{"ok": true, "faults": "' + "x\x01"):
+            self.assertEqual(self.answered(answer, "list"), strange, answer)
+        self.assertEqual(self.answered('{"ok": true}', "watch"), strange)
+        self.assertEqual(self.answered('{"ok": true}', "eeprom", "dump", 1, f"{os.environ['HOME']}/image"), strange)
+
+    def test_nothing_that_a_terminal_would_act_upon_is_printed(self):
+        wild = "a\x1b[2J\x9b2J\u202eb\u2066\u2028\x7f"
+        tame = "a [2J 2J b   "
+        self.assertEqual(self.answered(json.dumps({"ok": False, "error": wild}), "list"), (REFUSED, "", f"om-bench: {tame}\n"))
+        for answer, arguments in (({"faults": {wild: wild}}, ("fault", 1)), ({"temperature": wild}, ("temperature", 1)),
+                                  ({"firmware": wild}, ("firmware", 1))):
+            for text in (json.dumps(answer), json.dumps(answer, ensure_ascii=False).replace("\x1b", "\\u001b")):
+                status, output, errors = self.answered('{"ok": true, ' + text[1:], *arguments)
+                self.assertEqual((status, errors), (DONE, ""))
+                self.assertFalse(set(output.rstrip("\n")) & set("\x1b\x9b\u202e\u2066\u2028\x7f\n"), output)
+                status, output, errors = self.answered('{"ok": true, ' + text[1:], "--json", *arguments)
+                self.assertEqual((status, errors), (DONE, ""))
+                self.assertTrue(output.isascii() and all(c == "\n" or c.isprintable() for c in output), output)
+                self.assertEqual(json.loads(output), {"ok": True, **answer})
+
+    def test_only_a_sound_image_of_the_camera_is_dumped(self):
+        file = pathlib.Path(os.environ["HOME"], "image")
+        content = b"GVEE" + struct.pack("<III6f", 1, 28, 7, 1, 1, 1, 0, 0, 0)
+        image = content + struct.pack("<I", zlib.crc32(content))
+        for bytes_, serial, reason in ((b"#!/bin/sh\nrm -rf ~\n", 7, "byte 0: not an EEPROM image"),
+                                       (image[:-1] + b"x", 7, "byte 40: checksum "),
+                                       (image + b"more", 7, "byte 44: the file has 48 bytes"),
+                                       (image, 8, "byte 12: the image of serial number 7")):
+            answer = json.dumps({"ok": True, "image": bytes_.hex(), "path": "x"})
+            status, output, errors = self.answered(answer, "eeprom", "dump", serial, file)
+            self.assertEqual((status, output), (REFUSED, ""))
+            self.assertRegex(errors, rf"\Aom-bench: the image that the bench gives is damaged: {reason}[^\n]*\n\Z")
+            self.assertFalse(file.exists())
+        answer = json.dumps({"ok": True, "image": image.hex(), "path": "x"})
+        self.assertEqual(self.answered(answer, "eeprom", "dump", 7, file), (DONE, "", ""))
+        self.assertEqual(file.read_bytes(), image)
 
     def test_running_program_is_found(self):
         own = {"OM_TIV_CONTROL": ""}
@@ -545,13 +620,16 @@ class HostileClients(OmBenchTest):
 
     def test_garbage_half_lines_megabytes_and_silence_are_borne(self):
         program = self.begin()
-        silent = [self.connect() for _ in range(3)]
+        silent = [self.connect() for _ in range(3)]  # after one request
+        for client in silent:
+            client.sendall(b'{"command":"field"}\n')
+            self.assertTrue(json.loads(self.line(client))["ok"])
         garbage = self.connect()
         garbage.sendall(bytes(range(11, 256)) * 16 + b"\n" + b"[" * 5000 + b"\n" + b'{"command":"list"}\n')
         answers = garbage.makefile("rb")
-        for _ in range(2):
+        for reason in ("a request is a JSON object on one line", "nested too deeply"):
             answer = json.loads(answers.readline())
-            self.assertEqual((answer["ok"], answer["error"]), (False, "a request is a JSON object on one line"))
+            self.assertEqual((answer["ok"], answer["error"]), (False, reason))
         self.assertTrue(json.loads(answers.readline())["ok"])
         half = self.connect()
         half.sendall(b'{"command":"unplug","serialNumber":31415926}')
