@@ -1,6 +1,6 @@
 /// @file
-/// The driver calls in use, on host memory, for machines without an NVIDIA driver. Names, values
-/// and meanings are those of the CUDA driver interface; what is not here is not in use.
+/// A part of the CUDA driver interface on host memory, for machines without an NVIDIA driver: what
+/// the camera library, the program and the tests call. Names, values and meanings are CUDA's.
 #pragma once
 
 typedef int CUdevice;

@@ -1,6 +1,7 @@
 /// @file
-/// The runtime calls in use, on host memory. "Device" memory is host memory with a budget of its
-/// own (see cuda_host.h), so that a pointer to it can be read by a test.
+/// A part of the CUDA runtime interface on host memory: what the camera library, the program and
+/// the tests call. "Device" memory is host memory with a budget of its own (see cuda_host.h), so
+/// that a pointer to it can be read by a test.
 ///
 /// Any thread may call. Where a thread has no current context, every call but those on the last
 /// error binds the primary one. Copies check that what they take for device memory is a live block

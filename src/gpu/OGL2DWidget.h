@@ -30,7 +30,7 @@ public:
     /// Null means no image. Not owned.
     unsigned char* gpuImage = nullptr;
 
-    /// Says whether the texture is ready for drawing.
+    /// Sets whether the texture counts as ready; without it the view is black.
     void setAvailable(bool isAvailable);
     /// Forgets the image and clears the frame buffer.
     void stopDraw();

@@ -46,7 +46,9 @@ public slots:
     /// layout takes that back with the next events.
     void InitProcess();
     void ResetPosition(); ///< back to the first viewpoint
-    void visualize();     ///< draws the scene; nothing before InitProcess()
+    /// Draws the scene into the current OpenGL context, which must be the view's. Nothing before
+    /// InitProcess(), nor after one that found no context.
+    void visualize();
     void setCameraMovingStatus(int status);
     /// Metres; the mesh only.
     void setCameraModelPos(const om::Translation& p);
