@@ -10,6 +10,8 @@
 #include <cuda_host.h>
 #endif
 
+#include <functional>
+#include <utility>
 #include <vector>
 
 namespace camerafixture {
@@ -54,6 +56,20 @@ inline std::uint64_t calls(om::bench::CALL call)
 {
     return bench().log().count(call);
 }
+
+/// The log's hook for the life of the object. To be made after what it looks at, and to go while
+/// the thread under test stands still.
+class CallHook
+{
+public:
+    explicit CallHook(std::function<void(const om::bench::CallRecord&)> hook)
+    {
+        bench().log().setHook(std::move(hook));
+    }
+    ~CallHook() { bench().log().setHook(nullptr); }
+    CallHook(const CallHook&) = delete;
+    CallHook& operator=(const CallHook&) = delete;
+};
 
 /// Whether the camera is open in any object.
 inline bool inUse()

@@ -1,10 +1,14 @@
 #include "bench/bench.h"
 #include "camera/DetectionThread.h"
 #include "gate.h"
+#include "support/qtcalls.h"
 
 #include <QtTest>
 
+#include <atomic>
 #include <thread>
+#include <type_traits>
+#include <vector>
 
 using om::bench::Bench;
 using om::bench::CALL;
@@ -46,6 +50,7 @@ private slots:
     void startDuringAPassHasNoEffect();
     void openWaitsForAPass();
     void classHasNoSignalsAndNoSlots();
+    void fieldsStandInTheirOrder();
 };
 
 void TestDetectionThread::init()
@@ -155,11 +160,18 @@ void TestDetectionThread::passGivesUpWhenTheMutexIsHeld()
     detection.run();
     addCamera(20000004, om::MODEL::TIV_Q);
     bench().log().clear();
+    std::atomic<qint64> longestWait{-1};
+    const qtcalls::Hook hook([&](const qtcalls::Call& call) {
+        if (call.call == qtcalls::CALL::TRY_LOCK && QThread::currentThread() == &detection) {
+            longestWait = call.limitMs;
+        }
+    });
 
     detection.mutex.lock();
     detection.start(QThread::InheritPriority);
     // The thread comes to its end although the lock stays.
     QVERIFY(detection.wait(20000));
+    QCOMPARE(longestWait.load(), qint64(0));
     QCOMPARE(bench().log().count(CALL::GET_DEVICE_LIST), std::uint64_t(0));
     QCOMPARE(detection.devices.size(), std::size_t(2));
     QVERIFY(!detection.mutex.tryLock());
@@ -194,19 +206,20 @@ void TestDetectionThread::openWaitsForAPass()
     // As the viewer opens a camera.
     om::Camera camera;
     om::ERROR_CODE result = om::ERROR_CODE::FAILURE;
+    bool free = true;
     std::thread opener([&] {
         om::InitParameters parameters;
         parameters.input.setFromSerialNumber(20000001, om::BUS_TYPE::USB);
-        detection.mutex.lock();
+        free = detection.mutex.tryLock();
+        gate.open();
+        if (!free) {
+            detection.mutex.lock();
+        }
         result = camera.open(parameters);
         detection.mutex.unlock();
     });
-    // Long enough for an open, which takes some milliseconds.
-    QTest::qWait(50);
-    const std::uint64_t opens = bench().log().count(CALL::OPEN);
-    gate.open();
     opener.join();
-    QCOMPARE(opens, std::uint64_t(0));
+    QVERIFY(!free);
     QVERIFY(detection.wait(20000));
     QVERIFY(result == om::ERROR_CODE::SUCCESS);
     QCOMPARE(bench().listsDuringOpen(), 0);
@@ -217,6 +230,16 @@ void TestDetectionThread::classHasNoSignalsAndNoSlots()
     const QMetaObject& meta = DetectionThread::staticMetaObject;
     QCOMPARE(meta.superClass(), &QThread::staticMetaObject);
     QCOMPARE(meta.methodCount(), meta.methodOffset());
+}
+
+void TestDetectionThread::fieldsStandInTheirOrder()
+{
+    static_assert(std::is_same_v<decltype(DetectionThread::mutex), QMutex>);
+    static_assert(
+        std::is_same_v<decltype(DetectionThread::devices), std::vector<om::DeviceProperties>>);
+    const DetectionThread detection;
+    QVERIFY(static_cast<const void*>(&detection.mutex) <
+            static_cast<const void*>(&detection.devices));
 }
 
 QTEST_GUILESS_MAIN(TestDetectionThread)

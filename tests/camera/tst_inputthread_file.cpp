@@ -110,6 +110,7 @@ private slots:
     void stepOfZeroStaysOnAFrame();
     void otherStepsSeek_data();
     void otherStepsSeek();
+    void seeksOfAGrabAreUnderItsLock();
     void fileStartsOverAtItsEnd();
     void lastFrameIsTheLastButOne();
     void fileLoopsForEver();
@@ -269,6 +270,36 @@ void TestInputThreadFile::otherStepsSeek()
     QVERIFY(order.size() >= 2);
     QVERIFY(order[0] == CALL::SET_QVR_POSITION);
     QVERIFY(order[1] == CALL::GRAB);
+}
+
+void TestInputThreadFile::seeksOfAGrabAreUnderItsLock()
+{
+    ProgramStates::setIntAttr(ProgramStates::playbackStep, 3);
+    SteppedFile file(untimed(12));
+    file.slider.setValue(4);
+    QVERIFY(file.open());
+    QStringList seen;
+    const CallHook onCall([&](const CallRecord& record) {
+        if (record.call == CALL::SET_QVR_POSITION || record.call == CALL::GRAB) {
+            const bool free = file.input->grabMutex.tryLock();
+            if (free) {
+                file.input->grabMutex.unlock();
+            }
+            seen << QString("%1 %2, %3")
+                        .arg(om::bench::toString(record.call))
+                        .arg(record.value)
+                        .arg(free ? "free" : "held");
+        }
+    });
+    file.input->startGrabbing();
+    QVERIFY(file.gate.waitForArrival());
+    QVERIFY(file.gate.step());
+    QVERIFY(file.gate.step());
+    // The start over comes after the frame, and is no part of a grab.
+    QCOMPARE(seen,
+             QStringList({"SET_QVR_POSITION 7, held", "GRAB 0, held", "SET_QVR_POSITION 10, held",
+                          "GRAB 0, held", "SET_QVR_POSITION 0, free", "SET_QVR_POSITION 3, held",
+                          "GRAB 0, held"}));
 }
 
 void TestInputThreadFile::fileStartsOverAtItsEnd()

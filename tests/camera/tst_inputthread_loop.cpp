@@ -154,6 +154,7 @@ private slots:
     void confidenceThresholdIsTakenInEveryPass();
     void grabMutexIsHeldAroundTheGrabOnly();
 
+    void retrieveMutexIsHeldFromTheRetrievalToTheRates();
     void frameIsRetrievedIntoGpuMemory();
     void secondImageAndMeasureHaveTheirOwnSize();
     void viewsFollowTheAttributes();
@@ -270,7 +271,7 @@ void TestInputThreadLoop::stopDuringTheStartEndsTheThread()
     // first pass.
     std::atomic<bool> ran{false};
     bench().log().setHighRate(true);
-    bench().log().setHook([&](const CallRecord& record) {
+    const CallHook onCall([&](const CallRecord& record) {
         if (record.call == CALL::GET_CUDA_CONTEXT) {
             ran = input.running;
             input.running = false;
@@ -382,6 +383,34 @@ void TestInputThreadLoop::grabMutexIsHeldAroundTheGrabOnly()
     stepped.input->retrieveMutex.unlock();
     afterFrame.open();
     stepped.input.reset();
+}
+
+void TestInputThreadLoop::retrieveMutexIsHeldFromTheRetrievalToTheRates()
+{
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    InputThreadModul& input = *stepped.input;
+    const auto isHeld = [](QMutex& mutex) {
+        const bool held = !mutex.tryLock();
+        if (!held) {
+            mutex.unlock();
+        }
+        return held;
+    };
+    QStringList seen;
+    bench().log().setHighRate(true);
+    const CallHook onCall([&](const CallRecord& record) {
+        if (record.call != CALL::GRAB) {
+            seen << QString("%1, %2, %3")
+                        .arg(om::bench::toString(record.call),
+                             isHeld(input.retrieveMutex) ? "held" : "free",
+                             isHeld(input.grabMutex) ? "held" : "free");
+        }
+    });
+    QVERIFY(stepped.step());
+    QCOMPARE(seen,
+             QStringList({"RETRIEVE_IMAGE, held, free", "RETRIEVE_IMAGE, held, free",
+                          "RETRIEVE_MEASURE, held, free", "GET_INIT_PARAMETERS, held, free"}));
 }
 
 void TestInputThreadLoop::frameIsRetrievedIntoGpuMemory()
@@ -524,18 +553,18 @@ void TestInputThreadLoop::requestMadeDuringItsRetrievalIsServedByTheNextFrame()
                            &input.requestDepth, &input.requestMeasure};
     bool* const flag = flags[request];
     std::atomic<bool> setDuring{true};
-    bench().log().setHook([&](const CallRecord& record) {
-        if (record.memory == om::MEM::CPU && record.size.width == 0 &&
-            (record.call == CALL::RETRIEVE_IMAGE || record.call == CALL::RETRIEVE_MEASURE)) {
-            setDuring = *flag;
-            *flag = true;
-        }
-    });
-
-    *flag = true;
-    QVERIFY(stepped.step());
+    {
+        const CallHook onCall([&](const CallRecord& record) {
+            if (record.memory == om::MEM::CPU && record.size.width == 0 &&
+                (record.call == CALL::RETRIEVE_IMAGE || record.call == CALL::RETRIEVE_MEASURE)) {
+                setDuring = *flag;
+                *flag = true;
+            }
+        });
+        *flag = true;
+        QVERIFY(stepped.step());
+    }
     QVERIFY(!setDuring);
-    bench().log().setHook(nullptr);
     bench().log().clear();
     QVERIFY(stepped.step());
     QCOMPARE(described(retrievals()).mid(3), QStringList(call));
@@ -741,8 +770,17 @@ void TestInputThreadLoop::imageSignalComesOncePerGoodGrab()
     SteppedInput stepped;
     QVERIFY(stepped.ready);
     QCOMPARE(stepped.images.load(), 0);
+    // Keeps the first second from ending under a slow build.
+    stepped.input->fpsCounter->interval.start += 1h;
+    ProgramStates::setIntAttr(ProgramStates::measuredFps, 100);
+    std::atomic<int> rateAtImage{-1};
+    connect(
+        stepped.input.get(), &InputThreadModul::SendImage, stepped.input.get(),
+        [&rateAtImage] { rateAtImage = measuredFps(); }, Qt::DirectConnection);
     QVERIFY(stepped.step());
     QCOMPARE(stepped.images.load(), 1);
+    // The rates of the pass are there before its signal.
+    QCOMPARE(rateAtImage.load(), 5);
     QVERIFY(stepped.step(om::ERROR_CODE::TIMEOUT));
     QCOMPARE(stepped.images.load(), 1);
     QVERIFY(stepped.step());
@@ -1073,7 +1111,7 @@ void TestInputThreadLoop::destructorGoesStepByStep()
             stepped.gate.open();
         }
     });
-    bench().log().setHook([&](const CallRecord& record) {
+    const CallHook onCall([&](const CallRecord& record) {
         if (record.call == CALL::CLOSE) {
             CUcontext current = nullptr;
             cuCtxGetCurrent(&current);

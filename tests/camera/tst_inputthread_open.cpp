@@ -6,7 +6,10 @@
 #include <QSignalSpy>
 #include <QtTest>
 
+#include <algorithm>
 #include <functional>
+#include <initializer_list>
+#include <type_traits>
 
 using namespace camerafixture;
 using om::bench::CALL;
@@ -20,7 +23,44 @@ std::shared_ptr<const om::InitParameters> passedToOpen()
     return call ? call->init : nullptr;
 }
 
+// The types of the fields.
+using I = InputThreadModul;
+template <auto Field, typename Type>
+constexpr bool is = std::is_same_v<decltype(Field), Type I::*>;
+static_assert(is<&I::imageGpu, om::Mat> && is<&I::image2Gpu, om::Mat> &&
+              is<&I::measureGpu, om::Mat> && is<&I::depthHost, om::Mat> &&
+              is<&I::measureHost, om::Mat> && is<&I::imageHost, om::Mat> &&
+              is<&I::image3Host, om::Mat>);
+static_assert(is<&I::requestView0, bool> && is<&I::requestView1, bool> &&
+              is<&I::requestView8, bool> && is<&I::requestDepth, bool> &&
+              is<&I::requestMeasure, bool>);
+static_assert(is<&I::cudaContext, CUcontext> && is<&I::lastFrame, int> &&
+              is<&I::frameSlider, QAbstractSlider*> && is<&I::camera, om::Camera>);
+static_assert(is<&I::retrieveMutex, QMutex> && is<&I::grabMutex, QMutex>);
+static_assert(is<&I::lastImageTime, std::uint64_t> && is<&I::droppedFrames, unsigned int> &&
+              is<&I::frameRate, double> && is<&I::fpsCounter, FpsCounter*> &&
+              is<&I::cameraInfo, om::CameraInformation>);
+static_assert(is<&I::enabled, bool> && is<&I::running, bool> && is<&I::opened, bool> &&
+              is<&I::playingFile, bool> && is<&I::liveCamera, bool> && is<&I::aborted, bool>);
+static_assert(is<&I::imageSize, om::Resolution> && is<&I::image2Size, om::Resolution> &&
+              is<&I::playbackTimer, QElapsedTimer> && is<&I::lastPlaybackTime, std::uint64_t>);
+static_assert(std::is_same_v<decltype(FpsCounter::framesPerSecond), unsigned int> &&
+              std::is_same_v<decltype(FpsCounter::frames), unsigned int> &&
+              std::is_same_v<decltype(FpsCounter::interval), Interval>);
+static_assert(std::has_virtual_destructor_v<Interval> &&
+              std::is_same_v<decltype(Interval::start), std::chrono::system_clock::time_point>);
+
+/// Whether members stand one behind the other.
+bool inOrder(std::initializer_list<const void*> members)
+{
+    return std::adjacent_find(members.begin(), members.end(), std::greater_equal<>()) ==
+           members.end();
+}
+
 } // namespace
+
+using StepSignal = void (InputThreadModul::*)();
+Q_DECLARE_METATYPE(StepSignal)
 
 class TestInputThreadOpen : public QObject
 {
@@ -31,6 +71,7 @@ private slots:
     void cleanup();
 
     void objectStartsWithNothingOpen();
+    void fieldsStandInTheirOrder();
     void signalsAndSlotStandInTheirOrder();
     void enableToStartEnablesWhateverItsArgument_data();
     void enableToStartEnablesWhateverItsArgument();
@@ -56,6 +97,7 @@ private slots:
     void createMemoriesPublishesWhatTheCameraIs();
     void createMemoriesForgetsEarlierErrors();
     void createMemoriesFailsOnTooLittleGpuMemory();
+    void createMemoriesFailsOnAnyCudaErrorOnTheWay_data();
     void createMemoriesFailsOnAnyCudaErrorOnTheWay();
 
     void frameDropsAreCountedAgainstTheCamerasRate();
@@ -106,6 +148,21 @@ void TestInputThreadOpen::objectStartsWithNothingOpen()
     QVERIFY(!input.playbackTimer.isValid());
     QCOMPARE(input.lastPlaybackTime, std::uint64_t(0));
     QVERIFY(!input.isRunning());
+}
+
+void TestInputThreadOpen::fieldsStandInTheirOrder()
+{
+    const InputThreadModul i;
+    QVERIFY(inOrder(
+        {&i.imageGpu,     &i.image2Gpu,      &i.measureGpu,      &i.depthHost,     &i.measureHost,
+         &i.imageHost,    &i.image3Host,     &i.requestView0,    &i.requestView1,  &i.requestView8,
+         &i.requestDepth, &i.requestMeasure, &i.cudaContext,     &i.lastFrame,     &i.frameSlider,
+         &i.camera,       &i.retrieveMutex,  &i.grabMutex,       &i.lastImageTime, &i.droppedFrames,
+         &i.frameRate,    &i.fpsCounter,     &i.cameraInfo,      &i.enabled,       &i.running,
+         &i.opened,       &i.playingFile,    &i.liveCamera,      &i.aborted,       &i.imageSize,
+         &i.image2Size,   &i.playbackTimer,  &i.lastPlaybackTime}));
+    const FpsCounter& counter = *i.fpsCounter;
+    QVERIFY(inOrder({&counter.framesPerSecond, &counter.frames, &counter.interval}));
 }
 
 void TestInputThreadOpen::signalsAndSlotStandInTheirOrder()
@@ -512,11 +569,20 @@ void TestInputThreadOpen::createMemoriesFailsOnTooLittleGpuMemory()
     QCOMPARE(cudaGetLastError(), cudaSuccess);
 }
 
+void TestInputThreadOpen::createMemoriesFailsOnAnyCudaErrorOnTheWay_data()
+{
+    QTest::addColumn<StepSignal>("during");
+    QTest::newRow("sendInitProcess") << &InputThreadModul::sendInitProcess;
+    QTest::newRow("sendContext") << &InputThreadModul::sendContext;
+    QTest::newRow("sendInit") << &InputThreadModul::sendInit;
+}
+
 void TestInputThreadOpen::createMemoriesFailsOnAnyCudaErrorOnTheWay()
 {
+    QFETCH(StepSignal, during);
     InputThreadModul input;
     QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
-    connect(&input, &InputThreadModul::sendInitProcess, this, leaveCudaError);
+    connect(&input, during, this, leaveCudaError);
     QVERIFY(!input.CreateMemories());
     QVERIFY(input.imageGpu.getPtr(om::MEM::GPU));
 }

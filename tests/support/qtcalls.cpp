@@ -86,6 +86,13 @@ void QThread::start(Priority priority)
     tell({qtcalls::CALL::STARTED, this, 0});
 }
 
+void QMutex::lock() QT_MUTEX_LOCK_NOEXCEPT
+{
+    static const auto next = inQt<void(QMutex*)>("_ZN6QMutex4lockEv");
+    tell({qtcalls::CALL::LOCK, this, 0});
+    next(this);
+}
+
 bool QMutex::tryLock(int timeout) QT_MUTEX_LOCK_NOEXCEPT
 {
     static const auto next = inQt<bool(QMutex*, int)>("_ZN6QMutex7tryLockEi");

@@ -14,6 +14,7 @@ namespace qtcalls {
 enum class CALL {
     MSLEEP,   ///< QThread::msleep(), before it; limit: the time
     TRY_LOCK, ///< QMutex::tryLock(), before it; limit: the longest wait
+    LOCK,     ///< QMutex::lock(), before it
     WAIT,     ///< QThread::wait(), before it; limit: -1 for none
     STARTED,  ///< QThread::start(), after it
 };

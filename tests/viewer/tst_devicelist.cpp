@@ -76,6 +76,8 @@ private slots:
         QVERIFY(probe.deviceIds.isEmpty() && probe.deviceSerials.isEmpty() &&
                 probe.deviceModels.isEmpty());
         QVERIFY(!probe.deviceListBusy);
+        // The row is no choice of the user's, which would have tried to open it.
+        QVERIFY(probe.detectTimer == nullptr);
 
         QVERIFY(probe.detectionThread.wait());
         QVERIFY(viewer->window->detectMultipleDevice());
@@ -413,15 +415,21 @@ private slots:
         auto& probe = viewer->probe;
         QVERIFY(!viewer->window->detectMultipleDevice());
         QVERIFY(probe.detectionThread.wait());
+        // The list is under way until the open stands before the mutex.
         QSemaphore begun;
+        QSemaphore waiting;
         std::atomic<bool> listed{false};
         bench().setDeviceListHook([&] {
             begun.release();
-            QThread::msleep(500); // past the waiting that comes before the open
-            listed = true;
+            listed = waiting.tryAcquire(1, 20000);
+        });
+        const qtcalls::Hook hook([&](const qtcalls::Call& call) {
+            if (call.call == qtcalls::CALL::LOCK && call.object == &probe.detectionThread.mutex) {
+                waiting.release();
+            }
         });
         probe.detectionThread.start();
-        begun.acquire();
+        QVERIFY(begun.tryAcquire(1, 20000));
         bool before = false;
         bench().setOpenHook([&](const om::InitParameters&) { before = listed; });
         QVERIFY(viewer->window->detectMultipleDevice());
