@@ -12,7 +12,9 @@
 #include <QMutexLocker>
 #include <QTimer>
 
+#include <algorithm>
 #include <array>
+#include <limits>
 
 namespace {
 
@@ -21,13 +23,14 @@ constexpr int reservedSamples = 24000; // a minute of the IMU
 constexpr std::array<QString Style::*, 3> axisSheets{&Style::xAxisEditStyle, &Style::yAxisEditStyle,
                                                      &Style::zAxisEditStyle};
 
-/// The samples from `start` on, in a vector of their own. A series that fits into the window would
-/// be shared by mid() instead, and the sensor thread would copy all of it with the next sample.
-QVector<double> windowOf(const QVector<double>& series, int start)
+/// At most `count` samples from `start` on, in a vector of their own and of their size. A series
+/// that fits into the window would be shared by mid() instead, and the sensor thread would copy all
+/// of it with the next sample.
+QVector<double> windowOf(const QVector<double>& series, int start, int count)
 {
-    QVector<double> window = series.mid(start);
-    window.detach();
-    return window;
+    const int begin = std::min(start, series.size());
+    const int end = begin + std::min(count, series.size() - begin);
+    return {series.cbegin() + begin, series.cbegin() + end};
 }
 
 } // namespace
@@ -167,7 +170,7 @@ void MainWindow::initCharts()
 {
     // Without the lock: no sensor thread runs when this is called.
     for (const auto series : allSeries) {
-        (this->*series).clear();
+        this->*series = QVector<double>(); // clear() would keep the memory of hours
         (this->*series).reserve(reservedSamples);
     }
     DataPlot* const chart = ui->widget_chart;
@@ -251,14 +254,16 @@ void MainWindow::feedChart(const ChartRow& row, int imuStart)
         start = chartfeed::windowStart((this->*counted).size(),
                                        chartfeed::windowSamples(chartWindowSec, rate));
     }
-    chartTime = windowOf(this->*time, start);
+    chartTime = windowOf(this->*time, start, std::numeric_limits<int>::max());
 
     DataPlot* const chart = ui->widget_chart;
     const std::array<QVector<double>*, 3> working{&chartY0, &chartY1, &chartY2};
     for (std::size_t i = 0; i < working.size(); ++i) {
         const ChartRow::Curve& curve = row.curves[i];
         if (curve.values != nullptr) {
-            *working[i] = windowOf(this->*curve.values, start);
+            // A curve draws no more samples than there are times. The temperatures can be many
+            // more: they grow at the IMU's pace while those of the board are absent.
+            *working[i] = windowOf(this->*curve.values, start, chartTime.size());
             chart->updateData(curve.curve, chartTime, *working[i], false);
         }
     }

@@ -442,6 +442,20 @@ private slots:
         QCOMPARE(visibleCurves(), (QVector<int>{3, 4, 5}));
     }
 
+    void initChartsReturnsTheMemoryOfALongSession()
+    {
+        auto& probe = viewer->probe;
+        for (int i = 0; i < MainWindowProbe::seriesCount; ++i) {
+            probe.series(i).resize(200'000);
+        }
+        probe.initCharts();
+        for (int i = 0; i < MainWindowProbe::seriesCount; ++i) {
+            QVERIFY2(probe.series(i).isEmpty(), qPrintable(QString::number(i)));
+            QVERIFY2(probe.series(i).capacity() == 24000,
+                     qPrintable(QString::number(probe.series(i).capacity())));
+        }
+    }
+
     void initChartsReplotsTheEmptyChart()
     {
         store(20.0);
@@ -709,6 +723,42 @@ private slots:
         probe.chartWindowSec = 10;
         viewer->window->updatePlot();
         QCOMPARE(probe.chartTime, lastOf(probe.baroNewTime, 250));
+    }
+
+    void temperaturesLongerThanTheirTimesStartByTheTimes()
+    {
+        // The board's temperatures were absent for a while: these series grew at the IMU's pace.
+        auto& probe = viewer->probe;
+        startPlotTimer();
+        store(40.0);
+        probe.baroNewTempLeft = ramp(16000, 30.0);
+        probe.baroNewTempRight = ramp(16000, 50.0);
+        probe.tempFallbackTime = times(15000, 400.0);
+        probe.changeSensor("Camera Temperature");
+        probe.chartWindowSec = 10;
+        viewer->window->updatePlot();
+        QCOMPARE(probe.baroNewTime.size(), 1000);
+        QCOMPARE(probe.chartTime, lastOf(probe.baroNewTime, 250));
+        QCOMPARE(probe.chartY0, ramp(16000, 30.0).mid(750, 250));
+        QCOMPARE(probe.chartY1, ramp(16000, 50.0).mid(750, 250));
+        QCOMPARE(curve(13)->dataSize(), std::size_t{250});
+        QCOMPARE(curveValues(14), probe.chartY1);
+    }
+
+    void windowTakesTheMemoryOfItsSamples()
+    {
+        auto& probe = viewer->probe;
+        startPlotTimer();
+        probe.chartWindowSec = 10;
+        for (const double stored : {1.0, 20.0}) { // less and more than the window
+            store(stored);
+            probe.imuTime.reserve(500'000);
+            probe.accX.reserve(500'000);
+            viewer->window->updatePlot();
+            QCOMPARE(probe.chartTime.size(), stored < 10.0 ? 400 : 5200);
+            QCOMPARE(probe.chartTime.capacity(), probe.chartTime.size());
+            QCOMPARE(probe.chartY0.capacity(), probe.chartY0.size());
+        }
     }
 
     void seriesCutByItsOwnLength_data()
