@@ -343,7 +343,7 @@ ERROR_CODE CameraSession::sensors(SensorsData& data, TIME_REFERENCE reference)
         }
         if (step != STEP::NONE) {
             const ERROR_CODE result = m_scripted.result;
-            if (result == ERROR_CODE::SUCCESS) {
+            if (result == ERROR_CODE::SUCCESS || m_scripted.fillsOnFailure) {
                 data = m_scripted.data;
             }
             lock.unlock();

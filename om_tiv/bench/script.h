@@ -73,11 +73,13 @@ private:
     std::uint64_t m_calls = 0;
 };
 
-/// One answer of getSensorsData(). The record is left untouched where the result is a failure.
+/// One answer of getSensorsData(). The record is left untouched where the result is a failure,
+/// unless it is to be filled all the same.
 struct SensorsEntry
 {
     SensorsData data;
     ERROR_CODE result = ERROR_CODE::SUCCESS;
+    bool fillsOnFailure = false;
 };
 
 extern template class Script<SensorsEntry>;

@@ -12,7 +12,6 @@
 #include <QMutexLocker>
 
 #include <algorithm>
-#include <iterator>
 
 namespace sm = sensormath;
 using Verdict = sm::SampleClock::Verdict;
@@ -80,7 +79,8 @@ void MainWindow::dataThreadFunc()
             delete input;
             break;
         }
-        // Any other failure leaves the record as it was, and so without a new sample.
+        // Any other failure passes by: the record is taken as it stands, mostly without a new
+        // sample.
 
         const auto& imu = sensorsData.imu;
         imuEffectiveRate = static_cast<double>(imu.effectiveRate);
@@ -143,29 +143,33 @@ void MainWindow::dataThreadFunc()
         temperatureMax = sm::widenedTemperatureMax(temperatureMax, std::max(left, right));
         temperatureMin = sm::widenedTemperatureMin(temperatureMin, std::min(left, right));
 
-        const float imuPaced[] = {
-            acceleration.x,
-            acceleration.y,
-            acceleration.z,
-            angularVelocity.x,
-            angularVelocity.y,
-            angularVelocity.z,
-            field.x,
-            field.y,
-            field.z,
-            angles.x,
-            angles.y,
-            angles.z,
-            hPa,
-            barometer.relativeAltitude,
-            static_cast<float>(sensorsData.cameraMovingState),
-            left,
-            right,
+        const struct
+        {
+            QVector<double> MainWindow::*series;
+            float value;
+        } imuPaced[] = {
+            {&MainWindow::accX, acceleration.x},
+            {&MainWindow::accY, acceleration.y},
+            {&MainWindow::accZ, acceleration.z},
+            {&MainWindow::gyroX, angularVelocity.x},
+            {&MainWindow::gyroY, angularVelocity.y},
+            {&MainWindow::gyroZ, angularVelocity.z},
+            {&MainWindow::magX, field.x},
+            {&MainWindow::magY, field.y},
+            {&MainWindow::magZ, field.z},
+            {&MainWindow::orX, angles.x},
+            {&MainWindow::orY, angles.y},
+            {&MainWindow::orZ, angles.z},
+            {&MainWindow::pressure, hPa},
+            {&MainWindow::relAltitude, barometer.relativeAltitude},
+            {&MainWindow::movingState, static_cast<float>(sensorsData.cameraMovingState)},
+            {&MainWindow::tempLeft, left},
+            {&MainWindow::tempRight, right},
         };
 
         const QMutexLocker lock(&dataMutex);
-        for (std::size_t i = 0; i < std::size(imuPaced); ++i) {
-            (this->*allSeries[i]).append(static_cast<double>(imuPaced[i]));
+        for (const auto& each : imuPaced) {
+            (this->*each.series).append(static_cast<double>(each.value));
         }
         imuTime.append(elapsedSec);
         magTime.append(mag.seconds());

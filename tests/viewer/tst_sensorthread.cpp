@@ -322,6 +322,79 @@ private slots:
         QCOMPARE(static_cast<double>(probe.baroEffectiveRate), 0.0);
     }
 
+    void anUnavailableBlockIsAbsentWhateverItHolds()
+    {
+        // With times that differ, and rates.
+        const auto absent = [](std::uint64_t imu, std::uint64_t slow) {
+            return changed(withMagnetometer(withBarometer(imuRecord(imu), slow), slow),
+                           [](om::SensorsData& data) {
+                               data.barometer.isAvailable = false;
+                               data.magnetometer.isAvailable = false;
+                           });
+        };
+        stream({imuRecord(start), absent(start + period, start),
+                absent(start + 2 * period, start + second),
+                absent(start + 3 * period, start + 2 * second)});
+        auto& probe = viewer->probe;
+        QCOMPARE(probe.baroTime, Doubles({0.0, 0.0, 0.0}));
+        QCOMPARE(probe.magTime, Doubles({0.0, 0.0, 0.0}));
+        QVERIFY(probe.baroNewTime.isEmpty() && probe.baroRates.isEmpty());
+        QVERIFY(probe.magNewTime.isEmpty() && probe.magRates.isEmpty());
+        QCOMPARE(static_cast<double>(probe.baroEffectiveRate), 0.0);
+        QCOMPARE(static_cast<double>(probe.magEffectiveRate), 0.0);
+        QCOMPARE(probe.baroStartTime, std::uint64_t{0});
+        QCOMPARE(probe.magStartTime, std::uint64_t{0});
+    }
+
+    void theFieldIsTakenWhetherItIsAvailableOrNot()
+    {
+        auto entry = imuRecord(start + period);
+        entry.data.magnetometer.magneticFieldUncalibrated = {7.5F, -8.5F, 9.5F};
+        entry.data.magnetometer.magneticFieldCalibrated = {7.5F, -8.5F, 9.0F};
+        stream({imuRecord(start), entry});
+        auto& probe = viewer->probe;
+        QVERIFY(!probe.sensorsData.magnetometer.isAvailable);
+        QCOMPARE(probe.magX, Doubles({7.5}));
+        QCOMPARE(probe.magY, Doubles({-8.5}));
+        QCOMPARE(probe.magZ, Doubles({9.5}));
+        QCOMPARE(static_cast<float>(probe.magRange), 9.5F);
+        QVERIFY(probe.magCalibrated);
+    }
+
+    void leftAndRightTemperaturesKeepTheirSides()
+    {
+        const auto sides = [](SensorsEntry entry) {
+            return changed(std::move(entry), [](om::SensorsData& data) {
+                data.temperature.values[Location::LEFT] = 32.5F;
+                data.temperature.values[Location::RIGHT] = 33.5F;
+            });
+        };
+        stream({imuRecord(start), sides(withBarometer(imuRecord(start + period), start)),
+                sides(withBarometer(imuRecord(start + 2 * period), start + second))});
+        auto& probe = viewer->probe;
+        QCOMPARE(probe.tempLeft, Doubles({32.5, 32.5}));
+        QCOMPARE(probe.tempRight, Doubles({33.5, 33.5}));
+        QCOMPARE(probe.baroNewTempLeft, Doubles({32.5}));
+        QCOMPARE(probe.baroNewTempRight, Doubles({33.5}));
+    }
+
+    void eachEulerAngleGoesToItsAxis()
+    {
+        auto entry = imuRecord(start + period);
+        entry.data.imu.pose = om::Transform(
+            om::Orientation(om::Rotation(0.9F, {0.8F, -0.5F, 0.1F})), om::Translation());
+        const om::Vector3<float> angles = entry.data.imu.pose.getEulerAngles(true);
+        QVERIFY(std::fabs(angles.x - angles.y) > 0.1F && std::fabs(angles.y - angles.z) > 0.1F);
+        stream({imuRecord(start), entry});
+        const auto degrees = [](float radians) {
+            return static_cast<double>(
+                static_cast<float>(static_cast<double>(radians) * 180.0 / 3.141592653589793));
+        };
+        QCOMPARE(viewer->probe.orX, Doubles({degrees(angles.x)}));
+        QCOMPARE(viewer->probe.orY, Doubles({degrees(angles.y)}));
+        QCOMPARE(viewer->probe.orZ, Doubles({degrees(angles.z)}));
+    }
+
     void anAvailableBlockWithoutATimestampIsNotNew()
     {
         stream({imuRecord(start), withBarometer(imuRecord(start + period), 0),
@@ -512,6 +585,37 @@ private slots:
         QVERIFY(!viewer->probe.cameraLost);
     }
 
+    void aFailedPollThatFillsTheRecordBringsASample()
+    {
+        auto filled = imuRecord(start + 2 * period);
+        filled.result = ERROR_CODE::FAILURE;
+        filled.fillsOnFailure = true;
+        stream({imuRecord(start), imuRecord(start + period), filled});
+        QCOMPARE(viewer->probe.imuTime, Doubles({1000.0025, 1000.005}));
+    }
+
+    void aLossStopsTheGrabBeforeItDestroysTheInputThread()
+    {
+        stream(fourRecords());
+        auto& probe = viewer->probe;
+        InputThreadModul* const input = probe.inputThread;
+        // Where the grab is held up, the stop waits for it.
+        input->grabMutex.lock();
+        bench().appendSensors(serial, {result(ERROR_CODE::CAMERA_GONE)});
+        while (input->running) {
+            QThread::msleep(1);
+        }
+        const bool waits = probe.inputThread == input && !input->aborted && input->enabled;
+        const bool lost = probe.cameraLost;
+        input->grabMutex.unlock();
+        while (probe.dataThreadRunning) {
+            QThread::msleep(1);
+        }
+        QVERIFY(waits);
+        QVERIFY(lost);
+        QVERIFY(probe.inputThread == nullptr);
+    }
+
     void theLossOfTheCameraEndsTheThread()
     {
         stream({imuRecord(start), imuRecord(start + period), imuRecord(start + 2 * period)});
@@ -617,6 +721,18 @@ private slots:
                 QVERIFY(std::fabs(matrix(row, column) - expected(row, column)) < 1e-5F);
             }
         }
+    }
+
+    void aSampleBringsTheCameraBackToTheMiddle()
+    {
+        stream(fourRecords());
+        OGL3DWidget& view = *viewer->ui->widget_3d_view;
+        view.setCameraModelPos(om::Translation(5.0F, 6.0F, 7.0F));
+        streamMore({imuRecord(start + 4 * period)});
+        const om::Translation& position = ViewAccess::model(view)->getPosition();
+        QCOMPARE(position.x, 0.0F);
+        QCOMPARE(position.y, 0.0F);
+        QCOMPARE(position.z, 0.0F);
     }
 
     void aZeroAccelerationReachesTheViewAsNotANumber()
