@@ -5,6 +5,7 @@
 
 #include <QDir>
 #include <QFileDialog>
+#include <QKeyEvent>
 #include <QSettings>
 
 #include <array>
@@ -128,10 +129,16 @@ RecOptionDlg::RecOptionDlg(QWidget* parent) : QDialog(parent), ui(new Ui_RecOpti
     }
     dress(ui->groupBox_data_selection, style.groupBoxTitleStyle, style.fontMonoCaps9);
 
-    // The store may have changed since the main window read it.
+    // Once more after the constructor of options, as intended: the dialog starts from the store,
+    // whatever the main window's options are.
     options.loadRecSettings();
 
-    ui->label_save_path->setText(options.saveFolder);
+    // A folder's name is no markup, and a long path must not widen the dialog.
+    ui->label_save_path->setTextFormat(Qt::PlainText);
+    ui->label_save_path->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    showFolder();
+    // Return is for OK.
+    ui->pushButton_rec_folder->setAutoDefault(false);
     for (const CheckBox& each : checkBoxes) {
         (ui->*each.box)->setChecked(options.*each.field);
     }
@@ -157,6 +164,25 @@ void RecOptionDlg::accept()
     QDialog::accept();
 }
 
+void RecOptionDlg::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+        // As in a dialog of push buttons: Cancel, when it has the focus, else OK.
+        (ui->toolButton_reject->hasFocus() ? ui->toolButton_reject : ui->toolButton_accept)
+            ->click();
+        return;
+    }
+    QDialog::keyPressEvent(event);
+}
+
+void RecOptionDlg::showFolder()
+{
+    ui->label_save_path->setText(options.saveFolder);
+    // All of a path that is longer than its place; a plain text would be guessed to be markup.
+    ui->label_save_path->setToolTip(QStringLiteral("<p style='white-space:pre-wrap'>%1</p>")
+                                        .arg(options.saveFolder.toHtmlEscaped()));
+}
+
 void RecOptionDlg::on_pushButton_rec_folder_clicked()
 {
     const QString folder = QFileDialog::getExistingDirectory(
@@ -165,6 +191,6 @@ void RecOptionDlg::on_pushButton_rec_folder_clicked()
             QFileDialog::DontUseNativeDialog);
     if (!folder.isEmpty()) {
         options.saveFolder = folder;
-        ui->label_save_path->setText(folder);
+        showFolder();
     }
 }

@@ -57,7 +57,13 @@ public slots:
     void accept() override;
     void on_pushButton_rec_folder_clicked();
 
+protected:
+    /// Return presses OK, or Cancel while that has the focus.
+    void keyPressEvent(QKeyEvent* event) override;
+
 private:
+    void showFolder();
+
     Ui_RecOptionDlg* ui; // owned
 
 public:

@@ -1,5 +1,6 @@
 /// @file
-/// The CSV file of a recording: its name, header and rows. Pure functions of their arguments.
+/// The CSV file of a recording: its name, header and rows. Without state; texts for the user and
+/// the header are in the application's language.
 #pragma once
 
 #include "recording/recoptiondlg.h"

@@ -39,9 +39,7 @@ class Program:
     """
 
     def __init__(self, bench=None, settings=None, environment=None, wrapper=(), folder=None):
-        # The options show the home folder's path, and a long one makes them wider.
         place = pathlib.Path(os.environ["HOME"]).parent
-        place = place if len(str(place)) < 27 else "/tmp"
         self.folder = pathlib.Path(folder or tempfile.mkdtemp(prefix="", dir=place))
         self.home = self.folder / "home"
         self.config = self.folder / "config"

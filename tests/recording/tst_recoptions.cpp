@@ -16,6 +16,7 @@
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTextDocument>
 #include <QTimer>
 #include <QToolButton>
 
@@ -296,6 +297,93 @@ private slots:
         QVERIFY(Store().allKeys().isEmpty());
         QCOMPARE(dialog.options.barometer, true);
         QCOMPARE(dialog.options.sampleFreq, 400);
+    }
+
+    void returnPressesOk_data()
+    {
+        QTest::addColumn<QString>("focus"); // empty: as the dialog comes up
+        QTest::addColumn<int>("key");
+        QTest::addColumn<int>("result");
+        QTest::newRow("at first") << QString() << int(Qt::Key_Return) << 1;
+        QTest::newRow("of the number pad") << QString() << int(Qt::Key_Enter) << 1;
+        for (const char* name : {"pushButton_rec_folder", "checkBox_mag", "comboBox_sample_freq",
+                                 "toolButton_accept"}) {
+            QTest::newRow(name) << QString::fromLatin1(name) << int(Qt::Key_Return) << 1;
+        }
+        QTest::newRow("toolButton_reject") << "toolButton_reject" << int(Qt::Key_Return) << 0;
+        QTest::newRow("Escape") << QString() << int(Qt::Key_Escape) << 0;
+    }
+
+    void returnPressesOk()
+    {
+        QFETCH(QString, focus);
+        QFETCH(int, key);
+        QFETCH(int, result);
+        RecOptionDlg dialog(nullptr);
+        dialog.show();
+        QVERIFY(QTest::qWaitForWindowActive(&dialog));
+        if (!focus.isEmpty()) {
+            dialog.findChild<QWidget*>(focus)->setFocus();
+        }
+        bool choosing = false;
+        QTimer watch;
+        connect(&watch, &QTimer::timeout, this, [&] {
+            if (auto* chooser = qobject_cast<QFileDialog*>(QApplication::activeModalWidget())) {
+                choosing = true;
+                chooser->reject();
+            }
+        });
+        watch.start(20);
+        QTest::keyClick(dialog.focusWidget(), static_cast<Qt::Key>(key));
+        QVERIFY(!choosing);
+        QVERIFY(!dialog.isVisible());
+        QCOMPARE(dialog.result(), result);
+        QCOMPARE(Store().allKeys().size(), result == 1 ? 9 : 0);
+    }
+
+    void longFolderKeepsTheDialogsSize()
+    {
+        const QString folder = QStringLiteral("/") + QString(60, QLatin1Char('W')) +
+                               QStringLiteral("/deeper").repeated(40);
+        {
+            Store store;
+            store.setValue(QStringLiteral("save_folder"), folder);
+        }
+        RecOptionDlg dialog(nullptr);
+        dialog.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+        QCOMPARE(dialog.size(), QSize(500, 320));
+        QVERIFY(dialog.minimumSizeHint().width() <= 500);
+        auto* label = child<QLabel>(dialog, "label_save_path");
+        QVERIFY(label->geometry().right() <
+                child<QPushButton>(dialog, "pushButton_rec_folder")->geometry().left());
+        QVERIFY2(label->toolTip().contains(folder), "all of it is under the mouse");
+        dialog.accept();
+        QCOMPARE(Store().value(QStringLiteral("save_folder")).toString(), folder);
+    }
+
+    void folderWithTagsIsShownAsItIs()
+    {
+        const QString folder = QStringLiteral("/data/<h1>big</h1> & <i>more</i>");
+        {
+            Store store;
+            store.setValue(QStringLiteral("save_folder"), folder);
+        }
+        RecOptionDlg dialog(nullptr);
+        auto* label = child<QLabel>(dialog, "label_save_path");
+        QCOMPARE(label->text(), folder);
+        // As high and wide as the same text in a plain label, which rich text is not.
+        QLabel plain;
+        plain.setTextFormat(Qt::PlainText);
+        plain.setFont(label->font());
+        plain.setStyleSheet(label->styleSheet());
+        plain.setText(folder);
+        QCOMPARE(label->sizeHint().width(), plain.sizeHint().width());
+        QTextDocument tip;
+        tip.setHtml(label->toolTip());
+        QCOMPARE(tip.toPlainText(), folder);
+        dialog.accept();
+        QCOMPARE(Store().value(QStringLiteral("save_folder")).toString(), folder);
     }
 
     void folderChooser_data()
