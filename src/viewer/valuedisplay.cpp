@@ -104,8 +104,8 @@ void MainWindow::showValues(const QString& sensor)
          2,
          baroEffectiveRate,
          baroRateHz},
-        // Crossed on purpose: location 2 stands under the label "Right", as the labels follow the
-        // user's view of the camera. The chart and the CSV file aren't crossed.
+        // Crossed on purpose: location 2 stands under the label "Right", location 3 under "Left".
+        // The chart and the CSV file aren't crossed.
         {"Camera Temperature",
          {{QT_TR_NOOP("Right %1°C"), &W::tempLeft}, {QT_TR_NOOP("Left %1°C"), &W::tempRight}, {}},
          1,
