@@ -2,6 +2,7 @@
 #include "gpu/scene_view.h"
 
 #include <QApplication>
+#include <QPainter>
 #include <QSet>
 #include <QSurfaceFormat>
 #include <QTranslator>
@@ -29,6 +30,27 @@ protected:
         glClearColor(200.0F / 255.0F, 100.0F / 255.0F, 0.0F, 1.0F);
         glClear(GL_COLOR_BUFFER_BIT);
         roundedBorder();
+    }
+};
+
+/// The same lines, painted with numbers of its own for a view of 320 x 220.
+class BorderReference : public SceneView
+{
+public:
+    using SceneView::SceneView;
+
+protected:
+    void paintGL() override
+    {
+        ++paints;
+        glClearColor(200.0F / 255.0F, 100.0F / 255.0F, 0.0F, 1.0F);
+        glClear(GL_COLOR_BUFFER_BIT);
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(QPen(QColor(25, 25, 25), 5));
+        painter.drawRoundedRect(QRectF(-1, -1, 323, 222), 10, 10);
+        painter.setPen(QPen(QColor(60, 60, 60), 1));
+        painter.drawRoundedRect(QRectF(1, 1, 319, 219), 10, 10);
     }
 };
 
@@ -157,6 +179,7 @@ private slots:
     void keysLeaveTheirMotion_data();
     void keysLeaveTheirMotion();
     void borderIsTwoRoundedLinesOnAllFourSides();
+    void borderIsPaintedToTheLastPixel();
     void borderSurroundsTheScene();
     void drawableIsMeasuredInDevicePixels();
     void resizeSetsTheWholeViewport();
@@ -261,6 +284,19 @@ void TestOgl3dWidgetWindow::borderIsTwoRoundedLinesOnAllFourSides()
                                     .arg(wanted, 0, 16)));
         }
     }
+}
+
+void TestOgl3dWidgetWindow::borderIsPaintedToTheLastPixel()
+{
+    QImage reference;
+    {
+        BorderReference view;
+        QVERIFY(view.showOnScreen(320, 220));
+        reference = view.picture();
+    }
+    BorderView view;
+    QVERIFY(view.showOnScreen(320, 220));
+    QCOMPARE(view.picture(), reference);
 }
 
 void TestOgl3dWidgetWindow::borderSurroundsTheScene()
