@@ -1,4 +1,4 @@
-"""Arrows between folders go one way, and hardware is reached only through its doors."""
+"""Arrows between folders go one way, hardware is reached only through its doors, and no window places the image view."""
 
 import re
 import sys
