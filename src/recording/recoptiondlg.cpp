@@ -135,7 +135,7 @@ RecOptionDlg::RecOptionDlg(QWidget* parent) : QDialog(parent), ui(new Ui_RecOpti
 
     // A folder's name is no markup, and a long path must not widen the dialog.
     ui->label_save_path->setTextFormat(Qt::PlainText);
-    ui->label_save_path->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    ui->label_save_path->setMinimumWidth(1);
     showFolder();
     // Return is for OK.
     ui->pushButton_rec_folder->setAutoDefault(false);

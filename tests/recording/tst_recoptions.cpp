@@ -357,6 +357,7 @@ private slots:
         auto* label = child<QLabel>(dialog, "label_save_path");
         QVERIFY(label->geometry().right() <
                 child<QPushButton>(dialog, "pushButton_rec_folder")->geometry().left());
+        QVERIFY2(label->width() > 250, "the path has what the button leaves");
         QVERIFY2(label->toolTip().contains(folder), "all of it is under the mouse");
         dialog.accept();
         QCOMPARE(Store().value(QStringLiteral("save_folder")).toString(), folder);
