@@ -1,0 +1,250 @@
+#include "analysis/magnetometer.h"
+
+#include <QtTest>
+
+#include <Eigen/Dense>
+
+#include <cmath>
+#include <random>
+
+using namespace analysis;
+
+namespace {
+
+/// Unit vectors all over the sphere, evenly (a Fibonacci lattice).
+Eigen::Matrix3Xd directions(int count)
+{
+    Eigen::Matrix3Xd all(3, count);
+    for (int i = 0; i < count; ++i) {
+        const double z = 1.0 - (2.0 * i + 1.0) / count;
+        const double turn = 2.399963229728653 * i;
+        const double r = std::sqrt(1.0 - z * z);
+        all.col(i) << r * std::cos(turn), r * std::sin(turn), z;
+    }
+    return all;
+}
+
+Eigen::Matrix3d symmetric(double xx, double yy, double zz, double xy, double xz, double yz)
+{
+    Eigen::Matrix3d matrix;
+    matrix << xx, xy, xz, xy, yy, yz, xz, yz, zz;
+    return matrix;
+}
+
+Eigen::Matrix3Xd ellipsoid(const Eigen::Matrix3d& shape, const Eigen::Vector3d& offset, int count,
+                           double noise = 0.0)
+{
+    Eigen::Matrix3Xd readings = (shape * directions(count)).colwise() + offset;
+    std::mt19937_64 generator(7);
+    std::normal_distribution<double> normal(0.0, noise);
+    if (noise > 0.0) {
+        readings = readings.unaryExpr([&](double v) { return v + normal(generator); });
+    }
+    return readings;
+}
+
+VectorSeries series(const Eigen::Matrix3Xd& readings)
+{
+    VectorSeries field;
+    for (Eigen::Index i = 0; i < readings.cols(); ++i) {
+        field.times.push_back(20'000'000 * (i + 1));
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            field.values.axes[axis].push_back(readings(static_cast<Eigen::Index>(axis), i));
+        }
+    }
+    return field;
+}
+
+const Eigen::Vector3d hardIron(18.5, -24.0, 11.5);
+
+} // namespace
+
+class TestMagnetometerFit : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void sixParametersComeBack();
+    void nineParametersComeBack();
+    void crossTermsShowWhatTheyWouldSave();
+    void correctedReadingsLieOnTheSphere();
+    void noiseIsTheResidual();
+    void readingsThatHoldNoEllipsoidAreRefused_data();
+    void readingsThatHoldNoEllipsoidAreRefused();
+    void evenCoverageHasNoGaps();
+    void halfSphereHasHalfTheAreasAsGaps();
+    void wrongOffsetWobbles();
+    void varianceIsThatOfTheLengths();
+    void recordingWithoutCoverageSaysSo();
+    void recordingIsJudgedWhole();
+};
+
+void TestMagnetometerFit::sixParametersComeBack()
+{
+    const Eigen::Vector3d radii(50.88, 44.64, 48.96);
+    const auto fit = fitEllipsoid(ellipsoid(radii.asDiagonal(), hardIron, 500), false);
+    QVERIFY(fit);
+    QVERIFY((fit->offset - hardIron).norm() < 1e-9);
+    QVERIFY((fit->radii - radii).norm() < 1e-9);
+    QVERIFY(std::abs(fit->radius - std::cbrt(radii.prod())) < 1e-9);
+    QVERIFY(fit->residualRms < 1e-9);
+}
+
+void TestMagnetometerFit::nineParametersComeBack()
+{
+    const Eigen::Matrix3d shape = symmetric(50.0, 45.0, 48.0, 2.0, -1.5, 0.7);
+    const auto fit = fitEllipsoid(ellipsoid(shape, hardIron, 500), true);
+    QVERIFY(fit);
+    QVERIFY((fit->offset - hardIron).norm() < 1e-9);
+    QVERIFY((fit->shape - shape).norm() < 1e-9);
+    QVERIFY(fit->residualRms < 1e-9);
+}
+
+void TestMagnetometerFit::crossTermsShowWhatTheyWouldSave()
+{
+    std::string reason;
+    const auto report = analyseMagnetometer(
+        series(ellipsoid(symmetric(50.0, 45.0, 48.0, 2.0, -1.5, 0.7), hardIron, 2000, 0.2)),
+        reason);
+    QVERIFY(report && report->full);
+    QVERIFY(report->aligned.residualRms > 1.0);
+    QVERIFY(std::abs(report->full->residualRms - 0.2) < 0.02);
+}
+
+void TestMagnetometerFit::correctedReadingsLieOnTheSphere()
+{
+    const auto readings = ellipsoid(symmetric(50.0, 45.0, 48.0, 2.0, -1.5, 0.7), hardIron, 300);
+    const auto fit = fitEllipsoid(readings, true);
+    QVERIFY(fit);
+    for (Eigen::Index i = 0; i < readings.cols(); ++i) {
+        QVERIFY(std::abs(fit->corrected(readings.col(i)).norm() - fit->radius) < 1e-9);
+    }
+}
+
+void TestMagnetometerFit::noiseIsTheResidual()
+{
+    const auto fit = fitEllipsoid(
+        ellipsoid(Eigen::Vector3d(48.0, 48.0, 48.0).asDiagonal(), hardIron, 20000, 0.5), false);
+    QVERIFY(fit);
+    QVERIFY2(std::abs(fit->residualRms - 0.5) < 0.02,
+             qPrintable(QString::number(fit->residualRms)));
+    QVERIFY((fit->offset - hardIron).norm() < 0.05);
+}
+
+void TestMagnetometerFit::readingsThatHoldNoEllipsoidAreRefused_data()
+{
+    QTest::addColumn<int>("what");
+    QTest::newRow("none") << 0;
+    QTest::newRow("one point") << 1;
+    QTest::newRow("a line") << 2;
+    QTest::newRow("a plane") << 3;
+    QTest::newRow("a hyperboloid") << 4;
+    QTest::newRow("not a number") << 5;
+    QTest::newRow("too few") << 6;
+}
+
+void TestMagnetometerFit::readingsThatHoldNoEllipsoidAreRefused()
+{
+    QFETCH(int, what);
+    Eigen::Matrix3Xd readings = ellipsoid(Eigen::Matrix3d::Identity() * 48.0, hardIron, 200);
+    switch (what) {
+    case 0:
+        readings.resize(3, 0);
+        break;
+    case 1:
+        readings.colwise() = hardIron;
+        break;
+    case 2:
+        readings.bottomRows<2>().setConstant(3.0);
+        break;
+    case 3:
+        readings.row(2).setConstant(3.0);
+        break;
+    case 4:
+        for (Eigen::Index i = 0; i < readings.cols(); ++i) {
+            const double u = 0.05 * static_cast<double>(i % 20) - 0.5;
+            const double v = 0.6 * static_cast<double>(i / 20);
+            readings.col(i) << std::cosh(u) * std::cos(v), std::cosh(u) * std::sin(v), std::sinh(u);
+        }
+        break;
+    case 5:
+        readings(1, 17) = std::nan("");
+        break;
+    default:
+        readings = readings.leftCols<5>().eval();
+        break;
+    }
+    QVERIFY(!fitEllipsoid(readings, false));
+    QVERIFY(!fitEllipsoid(readings, true));
+}
+
+void TestMagnetometerFit::evenCoverageHasNoGaps()
+{
+    const auto readings = ellipsoid(Eigen::Matrix3d::Identity() * 48.0, hardIron, 3000);
+    const auto fit = fitEllipsoid(readings, false);
+    QVERIFY(fit);
+    const SphereQuality quality = sphereQuality(readings, *fit);
+    QCOMPARE(quality.gaps, 0.0);
+    QVERIFY(quality.variance < 1e-9);
+    QVERIFY(quality.wobble < 0.1);
+    QVERIFY(quality.fitError < 1e-9);
+}
+
+void TestMagnetometerFit::halfSphereHasHalfTheAreasAsGaps()
+{
+    const Eigen::Matrix3Xd all = ellipsoid(Eigen::Matrix3d::Identity() * 48.0, {0, 0, 0}, 6000);
+    const Eigen::Matrix3Xd half = all.leftCols<3000>(); // z above 0
+    const auto fit = fitEllipsoid(all, false);
+    QVERIFY(fit);
+    QCOMPARE(sphereQuality(half, *fit).gaps, 50.0);
+}
+
+void TestMagnetometerFit::wrongOffsetWobbles()
+{
+    const auto readings = ellipsoid(Eigen::Matrix3d::Identity() * 50.0, hardIron, 3000);
+    auto fit = fitEllipsoid(readings, false);
+    QVERIFY(fit);
+    fit->offset.x() += 5.0; // a tenth of the radius
+    const SphereQuality quality = sphereQuality(readings, *fit);
+    QVERIFY2(std::abs(quality.wobble - 10.0) < 1.5, qPrintable(QString::number(quality.wobble)));
+}
+
+void TestMagnetometerFit::varianceIsThatOfTheLengths()
+{
+    // Half of the readings are 1 % too long, half 1 % too short.
+    Eigen::Matrix3Xd readings = ellipsoid(Eigen::Matrix3d::Identity() * 50.0, {0, 0, 0}, 4000);
+    EllipsoidFit fit;
+    fit.offset.setZero();
+    fit.shape = Eigen::Matrix3d::Identity() * 50.0;
+    fit.radii.setConstant(50.0);
+    fit.radius = 50.0;
+    for (Eigen::Index i = 0; i < readings.cols(); ++i) {
+        readings.col(i) *= i % 2 == 0 ? 1.01 : 0.99;
+    }
+    QVERIFY(std::abs(sphereQuality(readings, fit).variance - 1.0) < 1e-9);
+}
+
+void TestMagnetometerFit::recordingWithoutCoverageSaysSo()
+{
+    std::string reason;
+    QVERIFY(!analyseMagnetometer({}, reason));
+    QCOMPARE(reason, std::string("the recording has no magnetometer"));
+    const Eigen::Matrix3Xd all = ellipsoid(Eigen::Matrix3d::Identity() * 48.0, hardIron, 6000, 0.1);
+    QVERIFY(!analyseMagnetometer(series(all.leftCols<500>()), reason)); // a cap
+    QVERIFY2(reason.find("turn the camera through all orientations") != std::string::npos,
+             reason.c_str());
+}
+
+void TestMagnetometerFit::recordingIsJudgedWhole()
+{
+    std::string reason;
+    const auto report = analyseMagnetometer(
+        series(ellipsoid(Eigen::Matrix3d::Identity() * 48.0, hardIron, 3000, 0.3)), reason);
+    QVERIFY2(report, reason.c_str());
+    QVERIFY(report->lengthRmsBefore > 10.0);
+    QVERIFY(report->aligned.residualRms < 0.35);
+    QVERIFY(std::abs(report->quality.fitError - 100.0 * report->aligned.residualRms / 48.0) < 0.02);
+}
+
+QTEST_APPLESS_MAIN(TestMagnetometerFit)
+#include "tst_magnetometer_fit.moc"
