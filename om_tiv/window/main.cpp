@@ -5,44 +5,19 @@
 #include "window/bench_window.h"
 
 #include "bench/one_line.h"
+#include "closing/close_signals.h"
 
 #include <CLI/CLI.hpp>
 
 #include <QApplication>
-#include <QSocketNotifier>
 
-#include <array>
-#include <csignal>
 #include <cstdlib>
 #include <iostream>
 #include <string>
 
-#include <unistd.h>
-
 namespace {
 
 enum Exit { CLOSED = 0, NO_DISPLAY = 1, USAGE = 2 };
-
-std::array<int, 2> signalPipe = {-1, -1};
-
-void onSignal(int number)
-{
-    const char byte = static_cast<char>(number);
-    [[maybe_unused]] const ssize_t written = ::write(signalPipe[1], &byte, 1);
-}
-
-/// A signal that ends the program closes the window, so that a body in the hand is let go.
-void closeOnSignals(QWidget* window)
-{
-    if (::pipe(signalPipe.data()) != 0) {
-        return;
-    }
-    auto* const notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, window);
-    QObject::connect(notifier, &QSocketNotifier::activated, window, [window] { window->close(); });
-    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
-        std::signal(number, onSignal);
-    }
-}
 
 bool isSet(const char* name)
 {
@@ -83,7 +58,8 @@ int main(int argc, char** argv)
     QApplication::setApplicationName(QStringLiteral("om-bench-window"));
     QApplication::setApplicationVersion(QStringLiteral(GRAVIMON_VERSION));
     benchwindow::BenchWindow window(QString::fromStdString(socket));
-    closeOnSignals(&window);
+    // A body in the hand is let go.
+    const CloseSignals closeSignals(&window);
     window.show();
     return QApplication::exec();
 }

@@ -28,7 +28,8 @@ Message confirmExit(); ///< buttons "No", "Yes"
 Message cameraFailed(const QString& error);
 
 /// Shows the box and waits for it; timers and queued calls run on meanwhile.
-/// @return index of the pressed button, -1 when the box was closed without one
+/// @return index of the pressed button, -1 when a signal of the system closed the box without one,
+///         which is no consent
 int show(const Message& message, const Style& style);
 
 } // namespace calibmessages

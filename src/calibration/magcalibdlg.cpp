@@ -60,13 +60,18 @@ MagCalibDlg::MagCalibDlg(int serial, QWidget* parent)
 
 MagCalibDlg::~MagCalibDlg()
 {
-    if (!mcuClosed) {
-        stopAcquisition();
-        if (mcu)
-            mcu->close();
-        mcuClosed = true;
-    }
+    closeLink();
     delete ui;
+}
+
+void MagCalibDlg::closeLink()
+{
+    if (mcuClosed)
+        return;
+    stopAcquisition();
+    if (mcu)
+        mcu->close();
+    mcuClosed = true;
 }
 
 void MagCalibDlg::setOmStyleSheet()
@@ -184,15 +189,15 @@ void MagCalibDlg::on_pushButton_clear_data_clicked()
 
 void MagCalibDlg::on_pushButton_save_calib_clicked()
 {
-    constexpr int cancel = 0;
-    if (calibmessages::show(calibmessages::confirmStore(), *style) != cancel && !saveCalibData())
+    constexpr int ok = 1;
+    if (calibmessages::show(calibmessages::confirmStore(), *style) == ok && !saveCalibData())
         calibmessages::show(calibmessages::storeFailed(), *style);
 }
 
 void MagCalibDlg::on_pushButton_reset_clicked()
 {
-    constexpr int no = 0;
-    if (calibmessages::show(calibmessages::confirmReset(), *style) == no)
+    constexpr int yes = 1;
+    if (calibmessages::show(calibmessages::confirmReset(), *style) != yes)
         return;
     clearPlots();
     if (!saveCalibData())
@@ -204,13 +209,15 @@ void MagCalibDlg::on_pushButton_exit_clicked()
     constexpr int yes = 1;
     if (calibrationPending && calibmessages::show(calibmessages::confirmExit(), *style) != yes)
         return;
-    if (!mcuClosed) {
-        stopAcquisition();
-        if (mcu)
-            mcu->close();
-        mcuClosed = true;
-    }
+    closeLink();
     accept();
+}
+
+void MagCalibDlg::reject()
+{
+    // The camera is opened again as soon as exec() has returned.
+    closeLink();
+    QDialog::reject();
 }
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param): the slot's declared interface

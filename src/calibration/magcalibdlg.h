@@ -54,6 +54,10 @@ public:
     /// thread has ended on its own after a lost camera: its handle is not joined anywhere.
     ~MagCalibDlg() override;
 
+    /// Leaves the dialog without a question, as a signal of the system does. Closes the link first,
+    /// as the exit button does.
+    void reject() override;
+
 signals:
     /// Emitted on either thread; onCameraError() answers it on the interface thread.
     void cameraError(QString errStr);
@@ -81,6 +85,7 @@ private:
     bool startAcquisition();
     /// Ends the stream first, then the timer and, while it is in its loop, the thread.
     void stopAcquisition();
+    void closeLink();   ///< once; with it the acquisition ends
     void updateForms(); ///< hook for displays of the calibration; there are none
     void setOmStyleSheet();
 

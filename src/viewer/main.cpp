@@ -1,11 +1,8 @@
-#include "viewer/closesignals.h"
-#include "viewer/commandline.h"
+#include "closing/close_signals.h"
 #include "viewer/mainwindow.h"
 
 #include <QApplication>
 #include <QSurfaceFormat>
-
-#include <iostream>
 
 #include <malloc.h>
 
@@ -30,9 +27,6 @@ void keepFramesOffTheHeap()
 // NOLINTNEXTLINE(bugprone-exception-escape): what is out of memory ends here
 int main(int argc, char* argv[])
 {
-    if (const auto status = commandline::settle(argc, argv, std::cout, std::cerr)) {
-        return *status;
-    }
     keepFramesOffTheHeap();
     // Turns off the glyph cache of the FreeType font engine.
     qputenv("QT_NO_FT_CACHE", "1");
@@ -41,9 +35,6 @@ int main(int argc, char* argv[])
     QSurfaceFormat::setDefaultFormat(format);
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
     QApplication application(argc, argv);
-    if (!commandline::allKnown(std::cerr)) {
-        return commandline::USAGE;
-    }
     QCoreApplication::addLibraryPath(QStringLiteral("platforms/"));
     MainWindow window;
     const CloseSignals closeSignals(&window);

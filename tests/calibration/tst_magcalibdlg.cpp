@@ -78,6 +78,7 @@ private slots:
     void errorOfTheThreadIsToldOnTheInterfaceThread();
     void errorKeepsFlagsAndStoreButton();
     void execReturnsWhenExitIsPressed();
+    void rejectedDialogClosesItsLinkBeforeItIsLeft();
     void deletedDialogClosesItsLink();
     void failedStartUnchecksTheButton();
 };
@@ -841,6 +842,20 @@ void TestMagCalibDlg::execReturnsWhenExitIsPressed()
     QCOMPARE(f.dialog->exec(), static_cast<int>(QDialog::Accepted));
     QVERIFY(f.probe->mcuClosed);
     QVERIFY(!f.bench.status().front().inUse);
+    QCOMPARE(f.boxes.seen.size(), 0);
+}
+
+void TestMagCalibDlg::rejectedDialogClosesItsLinkBeforeItIsLeft()
+{
+    DialogFixture f;
+    bool inUse = true;
+    connect(f.dialog.get(), &QDialog::finished, this,
+            [&] { inUse = f.bench.status().front().inUse; });
+    QTimer::singleShot(0, f.dialog.get(), &QDialog::reject);
+    QCOMPARE(f.dialog->exec(), static_cast<int>(QDialog::Rejected));
+    QVERIFY(!inUse);
+    QVERIFY(f.probe->mcuClosed);
+    QVERIFY(!f.running());
     QCOMPARE(f.boxes.seen.size(), 0);
 }
 

@@ -4,6 +4,7 @@ import math
 import os
 import pathlib
 import re
+import signal
 import struct
 import subprocess
 import zlib
@@ -30,33 +31,24 @@ GOOD = """{
 
 class CommandLine(world.EndToEndTest):
 
-    def ended(self, *arguments, display=True):
-        """Exit status, standard output and standard error of a start that shows no window."""
-        environment = {name: value for name, value in os.environ.items()
-                       if display or name not in ("DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM")}
-        done = subprocess.run([str(world.bin_dir / "gravimon"), *arguments], capture_output=True, text=True,
-                              env=environment, timeout=60, check=False)
-        return done.returncode, done.stdout, done.stderr
+    def test_arguments_change_nothing(self):
+        program = self.start(arguments=("--help", "--version", "--nonsense", "bench.json"))
+        program.wait_for_streaming(TIV_Q)
+        self.close(program)
 
-    def test_help_and_version_need_no_display(self):
-        status, out, err = self.ended("--help", display=False)
-        self.assertEqual((status, err), (0, ""))
-        self.assertIn("Usage: gravimon", out)
-        self.assertIn("--version", out)
-        status, out, err = self.ended("--version", display=False)
-        self.assertEqual((status, err), (0, ""))
-        self.assertRegex(out, r"^gravimon \d+\.\d+\.\d+\n$")
+    def test_options_of_qt_are_left_to_qt(self):
+        program = self.start(arguments=("-display", os.environ["DISPLAY"]), without=("DISPLAY", "QT_QPA_PLATFORM"))
+        program.wait_for_streaming(TIV_Q)
+        self.close(program)
 
-    def test_unknown_argument(self):
-        self.assertEqual(self.ended("--nonsense"), (2, "", "gravimon: unknown argument '--nonsense'; see gravimon --help\n"))
-        self.assertEqual(self.ended("bench.json"), (2, "", "gravimon: unknown argument 'bench.json'; see gravimon --help\n"))
-
-    def test_argument_of_qt_is_left_to_qt(self):
-        self.assertEqual(self.ended("-platform", "offscreen", "nonsense", display=False)[:2], (2, ""))
-
-    def test_no_display(self):
-        self.assertEqual(self.ended(display=False),
-                         (1, "", "gravimon: no display: neither DISPLAY nor WAYLAND_DISPLAY is set\n"))
+    def test_qt_reports_a_missing_display(self):
+        program = self.start(without=("DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM",
+                                      "QT_LOGGING_RULES"))
+        wait_for("the end of the program", lambda: not program.is_running())
+        self.assertEqual(program.process.returncode, -signal.SIGABRT)
+        text = "\n".join(program.errors())
+        self.assertIn("could not connect to display", text)
+        self.assertNotIn("gravimon:", text)
 
 
 class BenchFile(world.EndToEndTest):

@@ -3,6 +3,7 @@
 import signal
 import subprocess
 
+import calibration_control as calibration
 import close_button
 import screen
 import world
@@ -264,6 +265,44 @@ class End(world.EndToEndTest):
 
     def test_sighup_closes_the_window(self):
         self.close_by(signal.SIGHUP)
+
+    def test_signal_that_was_ignored_at_the_start_stays_ignored(self):
+        program = self.start_streaming(wrapper=("nohup",))
+        program.process.send_signal(signal.SIGHUP)
+        program.wait_for_samples(TIV_Q, 400)
+        self.assertTrue(program.is_running())
+        program.end()
+        self.assertEqual(program.process.returncode, 0)
+
+    def test_further_signal_ends_a_program_that_an_open_holds_up(self):
+        program = self.start_streaming(20000001, bench=[camera("TIV_Q", 20000001),
+                                                        camera("TIV_P", 20000002, faults={"openDelay": 600000})])
+        screen.choose(program.pid, CONTROLS["camera list"], 1, 2)
+        # From here on the window is in the open.
+        program.wait_for_state(20000001, "plugged")
+
+        def ended():
+            program.process.send_signal(signal.SIGTERM)
+            return not program.is_running()
+        wait_for("the end of the program", ended, 4)
+        self.assertEqual(program.process.wait(), -signal.SIGTERM)
+
+    def test_signal_at_a_question_of_the_calibration_stores_nothing(self):
+        program = self.start_streaming()
+        calibration.open_dialog(program)
+        calibration.start(program)
+        calibration.stop(program)
+        calibration.press(program, "store")
+        calibration.answer(program, calibration.WARNING)
+        stored = wait_for("the stored calibration", lambda: self.images(program))
+        calibration.press(program, "reset")
+        screen.wait_for_window(program.pid, calibration.WARNING)
+        self.close(program)
+        self.assertEqual(self.images(program), stored)
+
+    @staticmethod
+    def images(program):
+        return {path.name: path.read_bytes() for path in (program.folder / "state").glob("*.eeprom")}
 
     def test_close_button_ends_it_without_a_word(self):
         program = self.start_streaming()

@@ -36,9 +36,12 @@ class Program:
     bench     None for the default bench, a list of cameras, or the text of a bench file
     settings  keys of the settings store, or None for no store at all
     wrapper   command line to put before the program's
+    arguments of the program
+    without   variables of the environment that it does not get
     """
 
-    def __init__(self, bench=None, settings=None, environment=None, wrapper=(), folder=None):
+    def __init__(self, bench=None, settings=None, environment=None, wrapper=(), folder=None,
+                 arguments=(), without=()):
         place = pathlib.Path(os.environ["HOME"]).parent
         self.folder = pathlib.Path(folder or tempfile.mkdtemp(prefix="", dir=place))
         self.home = self.folder / "home"
@@ -59,10 +62,12 @@ class Program:
             self.bench_file.write_text(text, encoding="utf-8")
             self.environment["OM_TIV_BENCH"] = str(self.bench_file)
         self.environment.update(environment or {})
+        for name in without:
+            self.environment.pop(name, None)
         screen.pointer_away()
         self.started = time.time()
         with open(self.folder / "stderr", "ab") as stderr:
-            self.process = subprocess.Popen([*wrapper, str(bin_dir / "gravimon")], env=self.environment,
+            self.process = subprocess.Popen([*wrapper, str(bin_dir / "gravimon"), *arguments], env=self.environment,
                                             cwd=self.home, stdin=subprocess.DEVNULL, stdout=stderr, stderr=stderr)
 
     # ---- The process --------------------------------------------------------------------------

@@ -18,6 +18,8 @@ struct Seen
     bool highDpi = false;
     QString firstLibraryPath;
     int windows = 0; ///< shown main windows without a parent
+    /// Whether there was an application at the end of the window.
+    bool windowWentFirst = false;
 };
 Seen seen;
 
@@ -31,6 +33,10 @@ void look()
         if (qobject_cast<MainWindow*>(widget) != nullptr && widget->isVisible() &&
             widget->parent() == nullptr) {
             ++seen.windows;
+            QObject::connect(widget, &QObject::destroyed, [] {
+                seen.windowWentFirst =
+                    QCoreApplication::instance() != nullptr && !QCoreApplication::closingDown();
+            });
             widget->close(); // which frees what the destructor leaves
         }
     }
@@ -65,8 +71,11 @@ private slots:
         QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("platforms")));
         QVERIFY(QDir::setCurrent(folder.path()));
         char name[] = "gravimon";
-        char* arguments[] = {name, nullptr};
-        result = runProgram(1, arguments);
+        // Nothing but the name means anything to it.
+        char help[] = "--help";
+        char nonsense[] = "nonsense";
+        char* arguments[] = {name, help, nonsense, nullptr};
+        result = runProgram(3, arguments);
         QVERIFY(QDir::setCurrent(before));
     }
 
@@ -82,6 +91,7 @@ private slots:
 
     void oneMainWindowIsShown() { QCOMPARE(seen.windows, 1); }
     void theResultIsTheEventLoops() { QCOMPARE(result, exitCode); }
+    void theWindowIsDestroyedBeforeTheApplication() { QVERIFY(seen.windowWentFirst); }
     void theApplicationIsGoneAtTheEnd() { QVERIFY(QCoreApplication::instance() == nullptr); }
 };
 

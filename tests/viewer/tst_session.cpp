@@ -1,9 +1,10 @@
 #include "support/viewersession.h"
 
-#include "calibration/magcalibdlg.h"
+#include "bench/eeprom.h"
+#include "calibration/magcalibdlgprobe.h"
 #include "camera/ProgramStates.h"
+#include "closing/close_signals.h"
 #include "look/Style.h"
-#include "viewer/closesignals.h"
 
 #include <qwt_scale_div.h>
 
@@ -23,6 +24,28 @@ const QString noGpuMemory = QStringLiteral(
     "Not enough GPU memory. Try a lower video resolution and/or a lower depth quality settings.");
 const QString oldFirmware =
     QStringLiteral("Your firmware needs to be updated. Please update it in TIV Atlas.");
+
+/// Looks in when the widget gets an event of the type.
+class EventWatcher : public QObject
+{
+public:
+    EventWatcher(QWidget& widget, QEvent::Type type) : m_type(type)
+    {
+        widget.installEventFilter(this);
+    }
+    std::function<void()> look;
+
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == m_type && look) {
+            look();
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    QEvent::Type m_type;
+};
 
 } // namespace
 
@@ -71,12 +94,12 @@ private:
         QCOMPARE(box.text(), text);
         QVERIFY(box.isModal());
         QCOMPARE(box.buttons().size(), 1);
-        const QAbstractButton* const ok = box.buttons().constFirst();
+        QAbstractButton* const ok = box.buttons().constFirst();
         QCOMPARE(ok->text(), QStringLiteral("Ok"));
         QCOMPARE(box.styleSheet(), style.splashStyle);
-        QCOMPARE(box.font().family(), style.fontPro9.family());
+        QCOMPARE(fontText(ownFont(box)), fontText(style.fontPro9));
         QCOMPARE(ok->styleSheet(), style.statusOnStyle);
-        QCOMPARE(ok->font().family(), style.fontPro9.family());
+        QCOMPARE(fontText(ownFont(*ok)), fontText(style.fontPro9));
     }
 
 private slots:
@@ -589,6 +612,106 @@ private slots:
         QVERIFY(visible);
         QTRY_VERIFY(!viewer->window->isVisible());
         QVERIFY(viewer->probe.inputThread == nullptr && viewer->probe.dataThread == nullptr);
+        QVERIFY(viewer->probe.detectTimer == nullptr);
+    }
+
+    void aSignalIsNoConsentToAQuestionOfTheCalibration_data()
+    {
+        QTest::addColumn<QString>("button");
+        QTest::addColumn<QString>("question");
+        QTest::newRow("store") << "pushButton_save_calib"
+                               << "Pressing OK the current Magnetometer Calibration setting will "
+                                  "be overwritten. Continue?";
+        QTest::newRow("reset") << "pushButton_reset"
+                               << "Pressing OK the current Magnetometer Calibration setting will "
+                                  "be lost.\nContinue?";
+        QTest::newRow("exit") << "pushButton_exit"
+                              << "Calibration parameters have not been saved on camera.\nClosing "
+                                 "the window all the data will be lost.\nContinue?";
+    }
+
+    void aSignalIsNoConsentToAQuestionOfTheCalibration()
+    {
+        QFETCH(QString, button);
+        QFETCH(QString, question);
+        auto config = camera(MODEL::TIV_Q, first);
+        config.motion = om::bench::MOTION::TUMBLE;
+        bench().addCamera(config);
+        start();
+        QTRY_VERIFY(viewer->streams(first));
+        const CloseSignals closeSignals(viewer->window.get());
+        bool asked = false;
+        BoxWatcher boxes([&](QMessageBox& box) {
+            if (box.text() != question) {
+                clickOk(box);
+            } else if (!asked) {
+                asked = true;
+                std::raise(SIGTERM);
+            }
+        });
+        int step = 0;
+        int sampled = 0;
+        int kept = 0;
+        bool wasPending = false;
+        bool linkClosed = false;
+        ModalWatcher<MagCalibDlg> dialogs([&](MagCalibDlg& dialog) {
+            const MagCalibDlgProbe probe{dialog};
+            const auto press = [&dialog](const QString& name) {
+                QTest::mouseClick(dialog.findChild<QPushButton*>(name), Qt::LeftButton);
+            };
+            if (step == 0) {
+                step = 1;
+                connect(&dialog, &QDialog::finished, &dialog, [&] {
+                    const MagCalibDlgProbe left{dialog};
+                    kept = left.rawX.size();
+                    wasPending = left.calibrationPending;
+                    linkClosed = bench().log().count(CALL::MCU_CLOSE) == 1;
+                });
+                press(QStringLiteral("pushButton_start"));
+            } else if (step == 1) {
+                {
+                    const std::lock_guard<std::mutex> lock(probe.grabMutex);
+                    sampled = probe.rawX.size();
+                }
+                if (sampled > 20) {
+                    step = 2;
+                    press(QStringLiteral("pushButton_start"));
+                }
+            } else if (step == 2) {
+                step = 3;
+                press(button);
+            }
+        });
+        viewer->window->on_pushButton_calib_mag_clicked();
+        QVERIFY(asked);
+        // Nothing was agreed to: the camera keeps its calibration, the dialog had its samples.
+        QCOMPARE(bench().log().count(CALL::MCU_WRITE_MAG_CALIB), 0ULL);
+        QVERIFY(bench().calibration(first).isNeutral());
+        QVERIFY(kept >= sampled);
+        QVERIFY(wasPending);
+        // The link was closed before the dialog was left, and so before the camera was opened.
+        QVERIFY(linkClosed);
+        QTRY_VERIFY(!viewer->window->isVisible());
+        QVERIFY(viewer->probe.inputThread == nullptr && viewer->probe.detectTimer == nullptr);
+    }
+
+    void aSignalAtAMessageBeforeTheCalibrationDialogEndsItAll()
+    {
+        start();
+        QTRY_COMPARE(viewer->ui->comboBox_camera_list->currentText(), QStringLiteral("No cameras"));
+        const CloseSignals closeSignals(viewer->window.get());
+        // The dialog is not there yet: its constructor says that it finds no camera.
+        bool raised = false;
+        BoxWatcher boxes([&](QMessageBox&) {
+            if (!raised) {
+                raised = true;
+                std::raise(SIGTERM);
+            }
+        });
+        viewer->window->on_pushButton_calib_mag_clicked();
+        QVERIFY(raised);
+        QVERIFY(viewer->window->isVisible());
+        QTRY_VERIFY(!viewer->window->isVisible());
         QVERIFY(viewer->probe.detectTimer == nullptr);
     }
 
@@ -1113,6 +1236,42 @@ private slots:
         QVERIFY(before.isNull()); // the poll starts anew, and is one
         QVERIFY(viewer->probe.detectTimer != nullptr && viewer->probe.detectTimer->isActive());
         QCOMPARE(bench().log().count(CALL::OPEN), 0ULL);
+    }
+
+    void theSensorThreadStartsOnceTheCameraGrabs()
+    {
+        bench().addCamera(camera(MODEL::TIV_Q, first));
+        start();
+        auto& probe = viewer->probe;
+        // Changes between the two.
+        viewer->ui->frame_data_options->setEnabled(false);
+        EventWatcher enabled(*viewer->ui->frame_data_options, QEvent::EnabledChange);
+        bool grabs = false;
+        bool reads = true;
+        enabled.look = [&] {
+            grabs = probe.inputThread != nullptr && probe.inputThread->isRunning();
+            reads = probe.dataThread != nullptr;
+        };
+        QTRY_VERIFY(viewer->streams(first));
+        QVERIFY(grabs);
+        QVERIFY(!reads);
+    }
+
+    void imagesCarryNoTimeWhereThereAreSensors()
+    {
+        startStreaming();
+        auto& probe = viewer->probe;
+        probe.imageTimer->stop();
+        probe.stopDataThread = true;
+        probe.dataThread->join();
+        delete probe.dataThread;
+        probe.dataThread = nullptr;
+        probe.imuStartTime = 4711;
+        probe.elapsedSec = 2.5;
+        viewer->window->updateImages();
+        viewer->window->updateImages();
+        QCOMPARE(probe.imuStartTime, std::uint64_t{4711});
+        QCOMPARE(probe.elapsedSec, 2.5);
     }
 
     void theViewIsRepaintedByTheImageTimer()
