@@ -32,11 +32,11 @@ extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept
     if (clock != CLOCK_REALTIME) {
         return static_cast<int>(syscall(SYS_clock_gettime, clock, time));
     }
+    const std::int64_t stopped = held;
+    const std::int64_t now = stopped != 0 ? stopped : systemTime() + offset;
     if (const auto call = hook.load(); call != nullptr) {
         call();
     }
-    const std::int64_t stopped = held;
-    const std::int64_t now = stopped != 0 ? stopped : systemTime() + offset;
     time->tv_sec = now / nsPerSecond;
     time->tv_nsec = now % nsPerSecond;
     return 0;

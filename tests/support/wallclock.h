@@ -13,7 +13,7 @@ void release();
 /// Also back, with a negative duration.
 void advance(std::chrono::nanoseconds duration);
 
-/// Called, while set, with each reading of the clock, on the reading thread. Null for none.
+/// Called, while set, after each reading of the clock, on the reading thread. Null for none.
 void onRead(void (*hook)());
 
 } // namespace wallclock

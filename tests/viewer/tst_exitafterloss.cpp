@@ -1,7 +1,9 @@
 #include "support/viewersession.h"
 
 #include <QProcess>
+#include <QSemaphore>
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -14,6 +16,12 @@ namespace {
 
 constexpr unsigned int serial = 20000001;
 constexpr int terminated = 42;
+constexpr int terminatedOutOfOrder = 43;
+
+// For what the process ends in the middle of.
+std::atomic<bool> inputDeleted{false};
+std::atomic<bool> listing{false};
+bool isOrderAsked = false;
 
 bool waitFor(const std::function<bool()>& condition)
 {
@@ -23,7 +31,10 @@ bool waitFor(const std::function<bool()>& condition)
 /// One life of the program. 0 after a regular end.
 int live(const QByteArray& life)
 {
-    std::set_terminate([] { std::_Exit(terminated); });
+    std::set_terminate([] {
+        const bool inOrder = !isOrderAsked || (inputDeleted && listing);
+        std::_Exit(inOrder ? terminated : terminatedOutOfOrder);
+    });
     bench().reset();
     bench().addCamera(camera(MODEL::TIV_Q, serial));
     auto window = std::make_unique<MainWindow>();
@@ -49,6 +60,23 @@ int live(const QByteArray& life)
         }
     }
     window->close();
+    if (life == "lose during a list") {
+        isOrderAsked = true;
+        probe.inputThread = new InputThreadModul;
+        QObject::connect(probe.inputThread.load(), &QObject::destroyed,
+                         [] { inputDeleted = true; });
+        QSemaphore begun;
+        QSemaphore never;
+        bench().setDeviceListHook([&] {
+            listing = true;
+            begun.release();
+            never.tryAcquire(1, 10000);
+            listing = false;
+        });
+        probe.detectionThread.wait();
+        probe.detectionThread.start();
+        begun.acquire();
+    }
     window.reset();
     return 0;
 }
@@ -68,6 +96,8 @@ private slots:
         QTest::newRow("closed while streaming") << "close" << 0;
         // The sensor thread that saw the loss is joined nowhere.
         QTest::newRow("closed after a loss") << "lose" << terminated;
+        // After the input thread, and before a device list under way is waited for.
+        QTest::newRow("closed after a loss, during a list") << "lose during a list" << terminated;
         // The next camera's thread has taken the place of the lost one's.
         QTest::newRow("closed after the camera came back") << "plug again" << 0;
     }

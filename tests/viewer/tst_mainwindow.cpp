@@ -7,6 +7,8 @@
 #include <QDir>
 #include <QThread>
 
+#include <atomic>
+
 using namespace viewersession;
 using om::bench::CALL;
 
@@ -151,12 +153,17 @@ private slots:
     {
         const Ui_MainWindow* const ui = viewer->ui;
         QVERIFY(ui->LogoTitle->hasScaledContents());
-        QCOMPARE(ui->LogoTitle->pixmap(Qt::ReturnByValue).size(), QSize(180, 24));
+        QCOMPARE(ui->LogoTitle->pixmap(Qt::ReturnByValue).toImage(),
+                 QPixmap(QStringLiteral(":/images/OM_white.png")).toImage());
         const QPixmap logo = ui->label_logo->pixmap(Qt::ReturnByValue);
         QCOMPARE(logo.height(), ui->label_logo->height());
         QCOMPARE(logo.height(), 20);
         QCOMPARE(logo.width(), 65);
         QVERIFY(ui->statusbar->isHidden());
+
+        const QPixmap source(QStringLiteral(":/images/TIV_white.png"));
+        QCOMPARE(logo.toImage(), source.scaledToHeight(20, Qt::SmoothTransformation).toImage());
+        QVERIFY(logo.toImage() != source.scaledToHeight(20, Qt::FastTransformation).toImage());
     }
 
     void theGroundComesFromThePalette()
@@ -177,7 +184,7 @@ private slots:
         buttonFont.setPointSize(12);
         struct Row
         {
-            const QWidget* widget;
+            QWidget* widget;
             QString sheet;
             const QFont* font; // null: none set
         };
@@ -204,11 +211,9 @@ private slots:
             const QByteArray name = row.widget->objectName().toUtf8();
             QVERIFY2(row.widget->styleSheet() == row.sheet, name.constData());
             if (row.font != nullptr) {
-                // The sensor buttons' own sheet sets their size in points.
-                QVERIFY2(row.widget->font().family() == row.font->family(), name.constData());
-                QVERIFY2(row.widget->font().capitalization() == row.font->capitalization(),
-                         name.constData());
                 QVERIFY2(row.widget->testAttribute(Qt::WA_SetFont), name.constData());
+                QCOMPARE(QString::fromUtf8(name) + fontText(ownFont(*row.widget)),
+                         QString::fromUtf8(name) + fontText(*row.font));
             }
         }
     }
@@ -279,6 +284,27 @@ private slots:
         QVERIFY(listed);
     }
 
+    void theDestructorDeletesTheInputThreadBeforeItWaits()
+    {
+        auto& probe = viewer->probe;
+        probe.inputThread = new InputThreadModul;
+        delete probe.style; // the close event's part
+        probe.style = nullptr;
+        QSemaphore begun;
+        QSemaphore deleted;
+        connect(probe.inputThread.load(), &QObject::destroyed, [&] { deleted.release(); });
+        std::atomic<bool> inTime{false};
+        bench().setDeviceListHook([&] {
+            begun.release();
+            inTime = deleted.tryAcquire(1, 10000);
+        });
+        probe.detectionThread.start();
+        begun.acquire();
+        viewer->window.reset();
+        bench().setDeviceListHook(nullptr);
+        QVERIFY(inTime);
+    }
+
     void theDestructorDeletesWhatWasNeverClosed()
     {
         auto& probe = viewer->probe;
@@ -290,6 +316,55 @@ private slots:
         viewer->window.reset();
         QVERIFY(input.isNull());
         QVERIFY(timer.isNull());
+    }
+
+    void closingTakesDownInItsOrder()
+    {
+        bench().addCamera(camera(om::MODEL::TIV_Q, 20000001));
+        QTRY_VERIFY(viewer->streams(20000001));
+        auto& probe = viewer->probe;
+        probe.detectTimer = new QTimer(viewer->window.get());
+        auto* const view = viewer->ui->widget_3d_view;
+        QStringList order;
+        QElapsedTimer since;
+        int samples = 0;
+        qint64 waited = 0;
+        const auto note = [&](QObject* object, const QString& name) {
+            connect(object, &QObject::destroyed, this, [&, name] {
+                order << name;
+                since.start();
+                samples = viewer->samples();
+            });
+        };
+        note(probe.plotTimer, QStringLiteral("plot"));
+        note(probe.displayTimer, QStringLiteral("display"));
+        note(probe.imageTimer, QStringLiteral("image"));
+        note(probe.detectTimer, QStringLiteral("detect"));
+        bool connected = true;
+        connect(probe.plotTimer, &QObject::destroyed, this, [&] {
+            view->cudaContext = nullptr;
+            emit probe.inputThread->sendContext();
+            connected = view->cudaContext != nullptr;
+        });
+        int samplesWhileWaiting = 0;
+        bool joined = false;
+        bool styled = false;
+        connect(probe.inputThread.load(), &QObject::destroyed, this, [&] {
+            order << QStringLiteral("input");
+            waited = since.elapsed();
+            samplesWhileWaiting = viewer->samples() - samples;
+            joined = probe.dataThread == nullptr && !probe.dataThreadRunning;
+            styled = probe.style != nullptr;
+        });
+        viewer->window->close();
+        QCOMPARE(order, QStringList({"plot", "display", "image", "detect", "input"}));
+        QVERIFY(!connected);
+        QVERIFY(waited >= 100);
+        // The sensor thread is asked to end after the wait, and joined before the camera closes.
+        QVERIFY(samplesWhileWaiting > 10);
+        QVERIFY(joined);
+        QVERIFY(styled);
+        QVERIFY(probe.style == nullptr);
     }
 
     void closingBeforeACameraWasFoundEndsEverything()

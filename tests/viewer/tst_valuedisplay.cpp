@@ -1,8 +1,25 @@
 #include "support/viewersession.h"
+#include "support/wallclock.h"
 
+#include <QSemaphore>
 #include <QThread>
 
+#include <chrono>
+
 using namespace viewersession;
+
+namespace {
+
+QSemaphore* readOfClock = nullptr; // of the interface thread
+
+void noteRead()
+{
+    if (QThread::currentThread() == qApp->thread()) {
+        readOfClock->release();
+    }
+}
+
+} // namespace
 
 /// The value boxes and the rate, with series and rates put in place by hand.
 class TestValueDisplay : public QObject
@@ -12,12 +29,16 @@ class TestValueDisplay : public QObject
 private:
     std::unique_ptr<Viewer> viewer;
 
+    static void passWallTime(int ms) { wallclock::advance(std::chrono::milliseconds(ms)); }
+
     /// One refresh, past the shortest time between two of them.
     void refresh()
     {
-        QThread::msleep(30);
+        passWallTime(30);
         viewer->window->updateDataDisplay();
     }
+
+    QString firstValue() const { return viewer->ui->lineEdit_value_0->text(); }
 
     QStringList texts() const
     {
@@ -27,6 +48,8 @@ private:
     }
 
 private slots:
+    void initTestCase() { wallclock::hold(); }
+
     void init()
     {
         bench().reset();
@@ -63,7 +86,7 @@ private slots:
     // Stands first: what it looks at happens once in a process.
     void theVeryFirstCallNeverRefreshes()
     {
-        QThread::msleep(60);
+        passWallTime(60);
         viewer->window->updateDataDisplay();
         QCOMPARE(texts(), QStringList({"-", "-", "-", "---"}));
         QVERIFY(viewer->probe.displayTimer->isActive());
@@ -190,16 +213,69 @@ private slots:
     {
         auto& probe = viewer->probe;
         probe.displayPeriodMs = 200;
-        QThread::msleep(210);
+        passWallTime(200);
         viewer->window->updateDataDisplay();
-        QCOMPARE(viewer->ui->lineEdit_value_0->text(), QStringLiteral("X 0.125 m/s²"));
+        QCOMPARE(firstValue(), QStringLiteral("X 0.125 m/s²"));
+        probe.accX.append(5.0);
+        passWallTime(199);
+        wallclock::advance(
+            std::chrono::nanoseconds(999'999)); // less than a whole millisecond is none
+        viewer->window->updateDataDisplay();
+        QCOMPARE(firstValue(), QStringLiteral("X 0.125 m/s²"));
+        QVERIFY(probe.displayTimer->isActive());
+        wallclock::advance(std::chrono::nanoseconds(1));
+        viewer->window->updateDataDisplay();
+        QCOMPARE(firstValue(), QStringLiteral("X 5.000 m/s²"));
+    }
+
+    void aWallClockThatIsSetBackHoldsTheRefreshUp()
+    {
+        auto& probe = viewer->probe;
+        refresh();
+        probe.accX.append(5.0);
+        passWallTime(-1000);
+        viewer->window->updateDataDisplay();
+        passWallTime(1024);
+        viewer->window->updateDataDisplay();
+        QCOMPARE(firstValue(), QStringLiteral("X 0.125 m/s²"));
+        passWallTime(1);
+        viewer->window->updateDataDisplay();
+        QCOMPARE(firstValue(), QStringLiteral("X 5.000 m/s²"));
+    }
+
+    void theTimeOfARefreshIsThatBeforeItsWait()
+    {
+        auto& probe = viewer->probe;
+        QSemaphore locked;
+        QSemaphore clockRead;
+        std::thread owner([&] {
+            const QMutexLocker lock(&probe.dataMutex);
+            locked.release();
+            clockRead.acquire();
+            passWallTime(25);
+        });
+        locked.acquire();
+        readOfClock = &clockRead;
+        passWallTime(30);
+        wallclock::onRead(noteRead);
+        viewer->window->updateDataDisplay();
+        wallclock::onRead(nullptr);
+        owner.join();
         probe.accX.append(5.0);
         viewer->window->updateDataDisplay();
-        QCOMPARE(viewer->ui->lineEdit_value_0->text(), QStringLiteral("X 0.125 m/s²"));
-        QVERIFY(probe.displayTimer->isActive());
-        QThread::msleep(210);
-        viewer->window->updateDataDisplay();
-        QCOMPARE(viewer->ui->lineEdit_value_0->text(), QStringLiteral("X 5.000 m/s²"));
+        QCOMPARE(firstValue(), QStringLiteral("X 5.000 m/s²"));
+    }
+
+    void theTimerRestsDuringARefresh()
+    {
+        QTimer* const timer = viewer->probe.displayTimer;
+        timer->start();
+        bool rests = false;
+        connect(viewer->ui->lineEdit_value_0, &QLineEdit::textChanged, this,
+                [&] { rests = !timer->isActive(); });
+        refresh();
+        QVERIFY(rests);
+        QVERIFY(timer->isActive());
     }
 
     void theTimerIsRestartedAfterARefresh()
