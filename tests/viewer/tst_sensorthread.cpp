@@ -599,15 +599,24 @@ private slots:
         stream(fourRecords());
         auto& probe = viewer->probe;
         InputThreadModul* const input = probe.inputThread;
-        // Where the grab is held up, the stop waits for it.
-        input->grabMutex.lock();
+        // While the input thread is held up, the stop waits for it.
+        QSemaphore heldUp;
+        QSemaphore released;
+        connect(
+            input, &InputThreadModul::SendImage, input,
+            [&] {
+                heldUp.release();
+                released.acquire();
+            },
+            Qt::DirectConnection);
+        heldUp.acquire();
         bench().appendSensors(serial, {result(ERROR_CODE::CAMERA_GONE)});
         while (input->running) {
             QThread::msleep(1);
         }
         const bool waits = probe.inputThread == input && !input->aborted && input->enabled;
         const bool lost = probe.cameraLost;
-        input->grabMutex.unlock();
+        released.release(1000); // more than there can be
         while (probe.dataThreadRunning) {
             QThread::msleep(1);
         }
