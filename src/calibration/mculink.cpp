@@ -19,12 +19,10 @@ constexpr int storeAttempts = 10;
 /// The first digits of a serial number tell the model.
 constexpr int serialsPerModel = 10000000;
 
-/// A device that cannot be opened has no serial number to tell.
+/// Empty for a device that cannot be opened, for which hidapi has a null pointer.
 QString serialTextOf(const hid_device_info& device)
 {
     static_assert(sizeof(wchar_t) == sizeof(char32_t), "hidapi's strings are UCS-4 here");
-    if (!device.serial_number)
-        return {};
     return QString::fromUcs4(reinterpret_cast<const char32_t*>(device.serial_number));
 }
 
