@@ -134,8 +134,9 @@ QRgb sampled(QPoint pixel, const std::array<RoundedLine, 2>& lines, QRgb ground)
     constexpr int points = 16; // along each side of the pixel
     std::array<int, 3> sum{};
     for (int i = 0; i < points * points; ++i) {
-        const QPointF at(pixel.x() + (i % points + 0.5) / points,
-                         pixel.y() + (i / points + 0.5) / points);
+        const int column = i % points;
+        const int row = i / points;
+        const QPointF at(pixel.x() + (column + 0.5) / points, pixel.y() + (row + 0.5) / points);
         const auto* const line = std::find_if(lines.begin(), lines.end(),
                                               [&](const RoundedLine& l) { return l.covers(at); });
         const QRgb colour = line != lines.end() ? line->colour : ground;
