@@ -1,5 +1,7 @@
 #include "recording/line_file.h"
 
+#include <QFile>
+
 #include <cerrno>
 
 #include <fcntl.h>
@@ -34,6 +36,12 @@ int writeAll(int descriptor, const char* data, int size)
 }
 
 } // namespace
+
+bool opensAtOnce(const QString& path)
+{
+    struct stat file = {};
+    return ::stat(QFile::encodeName(path).constData(), &file) != 0 || S_ISREG(file.st_mode);
+}
 
 std::unique_ptr<LineFile> LineFile::on(int descriptor)
 {

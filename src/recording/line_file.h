@@ -7,7 +7,14 @@
 #include <deque>
 #include <memory>
 
+class QString;
+
 namespace recorder {
+
+/// Whether a file of this name can be opened for writing without anybody's help: there is none yet,
+/// or a regular one. The open of a FIFO would wait for a reader, and what goes into a device is
+/// gone.
+bool opensAtOnce(const QString& path);
 
 /// Writes lines at the end of an open file: each one whole, once, in order. A line goes to the
 /// system with the call that brings it. What the system does not take, as on a full disk, waits in

@@ -46,7 +46,8 @@ void MainWindow::on_toolButton_save_clicked(bool checked)
     recording = true;
     recFile.setFileName(folder + name);
     std::unique_ptr<recorder::LineFile> lines;
-    if (recFile.open(QIODevice::WriteOnly | QIODevice::Text)) {
+    if (recorder::opensAtOnce(recFile.fileName()) &&
+        recFile.open(QIODevice::WriteOnly | QIODevice::Text)) {
         lines = recorder::LineFile::on(recFile.handle());
         if (lines == nullptr) {
             recFile.close();

@@ -10,6 +10,7 @@
 #include <QTest>
 
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 using recorder::LineFile;
 
@@ -208,6 +209,32 @@ private slots:
         setrlimit(RLIMIT_NOFILE, &before);
         QVERIFY(lines == nullptr);
         QVERIFY(LineFile::on(-1) == nullptr);
+    }
+
+    void regularFileOrNoneOpensAtOnce_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<bool>("atOnce");
+        QTest::newRow("none") << "new.csv" << true;
+        QTest::newRow("no folder") << "nowhere/new.csv" << true; // the open reports it
+        QTest::newRow("a regular one") << "old.csv" << true;
+        QTest::newRow("a link to one") << "link.csv" << true;
+        QTest::newRow("a link to a FIFO") << "fifo-link.csv" << false;
+        QTest::newRow("a FIFO") << "fifo.csv" << false;
+        QTest::newRow("a device") << "/dev/null" << false;
+        QTest::newRow("a folder") << "." << false;
+    }
+
+    void regularFileOrNoneOpensAtOnce()
+    {
+        QFETCH(QString, name);
+        QFETCH(bool, atOnce);
+        QVERIFY(QFile(folder->filePath("old.csv")).open(QIODevice::WriteOnly));
+        QVERIFY(QFile::link("old.csv", folder->filePath("link.csv")));
+        QCOMPARE(::mkfifo(QFile::encodeName(folder->filePath("fifo.csv")).constData(), 0600), 0);
+        QVERIFY(QFile::link("fifo.csv", folder->filePath("fifo-link.csv")));
+        const QString where = name.startsWith('/') ? name : folder->filePath(name);
+        QCOMPARE(recorder::opensAtOnce(where), atOnce);
     }
 };
 

@@ -28,6 +28,7 @@
 #include <thread>
 
 #include <pthread.h>
+#include <sys/stat.h>
 
 using namespace std::chrono_literals;
 using namespace viewersession;
@@ -359,6 +360,28 @@ private slots:
         QVERIFY(viewer->probe.recFile.isOpen());
         press(viewer->ui->toolButton_save);
         QVERIFY(!viewer->probe.recording);
+    }
+
+    // Nobody reads the FIFO: an open would hold up the window until somebody does.
+    void fifoInTheFilesPlaceShowsTheBox()
+    {
+        open();
+        const QDateTime now = QDateTime::currentDateTime();
+        for (int second = -1; second < 60; ++second) {
+            const QString name =
+                recorder::fileName(now.addSecs(second), QStringLiteral("TIV_Q"), serialQ);
+            QCOMPARE(::mkfifo(QFile::encodeName(folder->filePath(name)).constData(), 0600), 0);
+        }
+        QString text;
+        const BoxWatcher watcher([&](QMessageBox& box) {
+            text = box.text();
+            clickOk(box);
+        });
+        press(viewer->ui->toolButton_save);
+        QCOMPARE(watcher.count(), 1);
+        QCOMPARE(text, QStringLiteral("Error while opening file for writing"));
+        QVERIFY(!viewer->ui->toolButton_save->isChecked());
+        QVERIFY(!viewer->probe.recFile.isOpen());
     }
 
     void freeSpaceIsComputedBeforeTheFileIsOpened()
