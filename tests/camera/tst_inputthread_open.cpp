@@ -27,26 +27,42 @@ std::shared_ptr<const om::InitParameters> passedToOpen()
 using I = InputThreadModul;
 template <auto Field, typename Type>
 constexpr bool is = std::is_same_v<decltype(Field), Type I::*>;
-static_assert(is<&I::imageGpu, om::Mat> && is<&I::image2Gpu, om::Mat> &&
-              is<&I::measureGpu, om::Mat> && is<&I::depthHost, om::Mat> &&
-              is<&I::measureHost, om::Mat> && is<&I::imageHost, om::Mat> &&
-              is<&I::image3Host, om::Mat>);
-static_assert(is<&I::requestView0, bool> && is<&I::requestView1, bool> &&
-              is<&I::requestView8, bool> && is<&I::requestDepth, bool> &&
-              is<&I::requestMeasure, bool>);
-static_assert(is<&I::cudaContext, CUcontext> && is<&I::lastFrame, int> &&
-              is<&I::frameSlider, QAbstractSlider*> && is<&I::camera, om::Camera>);
-static_assert(is<&I::retrieveMutex, QMutex> && is<&I::grabMutex, QMutex>);
-static_assert(is<&I::lastImageTime, std::uint64_t> && is<&I::droppedFrames, unsigned int> &&
-              is<&I::frameRate, double> && is<&I::fpsCounter, FpsCounter*> &&
-              is<&I::cameraInfo, om::CameraInformation>);
-static_assert(is<&I::enabled, bool> && is<&I::running, bool> && is<&I::opened, bool> &&
-              is<&I::playingFile, bool> && is<&I::liveCamera, bool> && is<&I::aborted, bool>);
-static_assert(is<&I::imageSize, om::Resolution> && is<&I::image2Size, om::Resolution> &&
-              is<&I::playbackTimer, QElapsedTimer> && is<&I::lastPlaybackTime, std::uint64_t>);
-static_assert(std::is_same_v<decltype(FpsCounter::framesPerSecond), unsigned int> &&
-              std::is_same_v<decltype(FpsCounter::frames), unsigned int> &&
-              std::is_same_v<decltype(FpsCounter::interval), Interval>);
+static_assert(is<&I::imageGpu, om::Mat>);
+static_assert(is<&I::image2Gpu, om::Mat>);
+static_assert(is<&I::measureGpu, om::Mat>);
+static_assert(is<&I::depthHost, om::Mat>);
+static_assert(is<&I::measureHost, om::Mat>);
+static_assert(is<&I::imageHost, om::Mat>);
+static_assert(is<&I::image3Host, om::Mat>);
+static_assert(is<&I::requestView0, bool>);
+static_assert(is<&I::requestView1, bool>);
+static_assert(is<&I::requestView8, bool>);
+static_assert(is<&I::requestDepth, bool>);
+static_assert(is<&I::requestMeasure, bool>);
+static_assert(is<&I::cudaContext, CUcontext>);
+static_assert(is<&I::lastFrame, int>);
+static_assert(is<&I::frameSlider, QAbstractSlider*>);
+static_assert(is<&I::camera, om::Camera>);
+static_assert(is<&I::retrieveMutex, QMutex>);
+static_assert(is<&I::grabMutex, QMutex>);
+static_assert(is<&I::lastImageTime, std::uint64_t>);
+static_assert(is<&I::droppedFrames, unsigned int>);
+static_assert(is<&I::frameRate, double>);
+static_assert(is<&I::fpsCounter, FpsCounter*>);
+static_assert(is<&I::cameraInfo, om::CameraInformation>);
+static_assert(is<&I::enabled, bool>);
+static_assert(is<&I::running, bool>);
+static_assert(is<&I::opened, bool>);
+static_assert(is<&I::playingFile, bool>);
+static_assert(is<&I::liveCamera, bool>);
+static_assert(is<&I::aborted, bool>);
+static_assert(is<&I::imageSize, om::Resolution>);
+static_assert(is<&I::image2Size, om::Resolution>);
+static_assert(is<&I::playbackTimer, QElapsedTimer>);
+static_assert(is<&I::lastPlaybackTime, std::uint64_t>);
+static_assert(std::is_same_v<decltype(FpsCounter::framesPerSecond), unsigned int>);
+static_assert(std::is_same_v<decltype(FpsCounter::frames), unsigned int>);
+static_assert(std::is_same_v<decltype(FpsCounter::interval), Interval>);
 static_assert(std::has_virtual_destructor_v<Interval> &&
               std::is_same_v<decltype(Interval::start), std::chrono::system_clock::time_point>);
 
