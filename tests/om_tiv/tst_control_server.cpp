@@ -376,7 +376,7 @@ private slots:
         QTest::newRow("not UTF-8") << QByteArray("{\"a\":\"\xff\"}");
         QTest::newRow("nested without end") << "{\"a\":" + QByteArray("[").repeated(500000) +
                                                    QByteArray("]").repeated(500000) + "}";
-        QTest::newRow("without end") << QByteArray(9 * 1024 * 1024, 'x');
+        QTest::newRow("without end") << QByteArray(9 * 1024 * 1024, 'x'); // and no line feed
     }
 
     void answerThatIsNoneIsReported()
@@ -394,7 +394,8 @@ private slots:
         QVERIFY2(client, error.c_str());
         std::thread peer([&] {
             const Descriptor socket(::accept(listener.get(), nullptr, nullptr));
-            sendAll(socket.get(), answer.toStdString() + "\n");
+            const bool endless = answer.size() > static_cast<int>(BenchClient::MAX_ANSWER);
+            sendAll(socket.get(), answer.toStdString() + (endless ? "" : "\n"));
             readLine(socket.get());
         });
         json received;
