@@ -2,6 +2,7 @@
 
 #include <QFile>
 #include <QMap>
+#include <QRegularExpression>
 #include <QXmlStreamReader>
 
 namespace {
@@ -82,61 +83,121 @@ QString quoted(QString text)
     return "\"" + text.replace("\n", "\\n") + "\"";
 }
 
+// All of an element by name: what a form may hold and no form of this program does.
+QString plainText(const Node& node)
+{
+    QStringList parts;
+    for (const QXmlStreamAttribute& attribute : node.attributes) {
+        parts += attribute.name().toString() + "=" + attribute.value().toString();
+    }
+    for (const Node& child : node.children) {
+        parts += plainText(child);
+    }
+    if (parts.isEmpty() || !node.text.trimmed().isEmpty()) {
+        parts += node.text;
+    }
+    return node.name + "(" + parts.join(",") + ")";
+}
+
+// The attributes but for the named ones, each with a blank in front.
+QString otherAttributes(const Node& node, const QStringList& without)
+{
+    QString text;
+    for (const QXmlStreamAttribute& attribute : node.attributes) {
+        if (!without.contains(attribute.name().toString())) {
+            text += " " + attribute.name().toString() + "=" + attribute.value().toString();
+        }
+    }
+    return text;
+}
+
 QString valueText(const Node& value)
 {
     if (value.name == "string") {
-        return quoted(value.text);
+        const bool untranslated = value.attribute("notr") == "true";
+        return (untranslated ? "notr" : "") + quoted(value.text) +
+               otherAttributes(value, untranslated ? QStringList("notr") : QStringList());
     }
-    if (value.name == "size" || value.name == "rect") {
+    if (value.name == "size") {
         return sizeText(value);
     }
-    if (value.name == "sizepolicy") {
-        return value.attribute("hsizetype") + "," + value.attribute("vsizetype");
+    if (value.name == "rect") {
+        return value.childText("x") + "," + value.childText("y") + "," + sizeText(value);
     }
-    if (value.name == "iconset") {
+    if (value.name == "sizepolicy") {
+        QString text = value.attribute("hsizetype") + "," + value.attribute("vsizetype");
+        const QString stretch = value.childText("horstretch") + "," + value.childText("verstretch");
+        return stretch == "0,0" ? text : text + "," + stretch;
+    }
+    if (value.name == "iconset" && value.children.size() == 1 && value.attributes.isEmpty()) {
         return value.childText("normaloff");
     }
-    if (value.name == "font") {
-        return value.childText("pointsize") +
-               (value.childText("italic") == "true" ? " italic" : "");
+    static const QMap<QString, QRegularExpression> plainForms = {
+        {"number", QRegularExpression("^-?[0-9]+$")},
+        {"bool", QRegularExpression("^(true|false)$")},
+        {"enum", QRegularExpression("^\\w+::\\w+$")},
+        {"set", QRegularExpression("^\\w+::\\w+([|]\\w+::\\w+)*$")},
+    };
+    const bool isBare = value.children.isEmpty() && value.attributes.isEmpty();
+    if (isBare && plainForms.contains(value.name) &&
+        plainForms[value.name].match(value.text).hasMatch()) {
+        return value.text;
     }
-    return value.text;
+    return plainText(value);
 }
 
 // The short words of the header's description.
 QString shortName(const QString& property)
 {
     static const QMap<QString, QString> names = {
-        {"sizePolicy", "policy"},        {"minimumSize", "min"}, {"maximumSize", "max"},
-        {"styleSheet", "style"},         {"geometry", "size"},   {"horizontalSpacing", "hspacing"},
+        {"sizePolicy", "policy"},
+        {"minimumSize", "min"},
+        {"maximumSize", "max"},
+        {"styleSheet", "style"},
+        {"horizontalSpacing", "hspacing"},
         {"verticalSpacing", "vspacing"},
     };
     return names.value(property, property);
 }
 
+QString propertyText(const Node& property, const QString& name)
+{
+    QStringList values;
+    for (const Node& part : property.children) {
+        values += valueText(part);
+    }
+    return name + "=" + values.join("+") + otherAttributes(property, {"name"});
+}
+
+// The texts of a combo box, or whatever else an item of a widget holds.
+QString itemText(const Node& item)
+{
+    const Node* caption = item.children.size() == 1 ? &item.children.first() : nullptr;
+    if (caption != nullptr && caption->name == "property" && caption->attributes.size() == 1 &&
+        caption->attribute("name") == "text" && caption->children.size() == 1 &&
+        item.attributes.isEmpty()) {
+        return valueText(caption->children.first());
+    }
+    return plainText(item);
+}
+
 QString propertiesText(const Node& node)
 {
+    const QStringList inTheTree = {"widget", "layout", "spacer"};
     QString text;
     QMap<QString, QString> margins;
+    QString others;
     QString items;
     for (const Node& child : node.children) {
-        if (child.name == "item" && node.name == "widget") {
-            const Node* caption = child.child("property");
-            items += (items.isEmpty() ? "" : ",") + quoted(caption->childText("string"));
-            continue;
-        }
-        if (child.name != "property") {
-            continue;
-        }
         const QString name = child.attribute("name");
-        QString value;
-        for (const Node& part : child.children) {
-            value = valueText(part);
-        }
-        if (name.endsWith("Margin")) {
-            margins.insert(name, value);
-        } else {
-            text += " " + shortName(name) + "=" + value;
+        if (child.name == "item" && node.name == "widget") {
+            items += (items.isEmpty() ? "" : ",") + itemText(child);
+        } else if (child.name == "property" && name.endsWith("Margin")) {
+            margins.insert(name, propertyText(child, QString()).mid(1));
+        } else if (child.name == "property") {
+            text += " " + propertyText(child, shortName(name));
+        } else if (!inTheTree.contains(child.name) && child.name != "item") {
+            others += " " + plainText(child);
         }
     }
     if (!margins.isEmpty()) {
@@ -144,9 +205,7 @@ QString propertiesText(const Node& node)
                margins.value("topMargin", "-") + "," + margins.value("rightMargin", "-") + "," +
                margins.value("bottomMargin", "-") + text;
     }
-    if (!node.attribute("stretch").isEmpty()) {
-        text += " stretch=" + node.attribute("stretch");
-    }
+    text += otherAttributes(node, {"class", "name"}) + others;
     if (!items.isEmpty()) {
         text += " items=" + items;
     }
@@ -158,19 +217,22 @@ QString spacerText(const Node& spacer)
     bool horizontal = true;
     QString type = "Expanding";
     QString hint;
+    QString others = otherAttributes(spacer, {"name"});
     for (const Node& property : spacer.children) {
         const QString name = property.attribute("name");
-        for (const Node& value : property.children) {
-            if (name == "orientation") {
-                horizontal = value.text == "Qt::Horizontal";
-            } else if (name == "sizeType") {
-                type = QString(value.text).remove("QSizePolicy::");
-            } else if (name == "sizeHint") {
-                hint = sizeText(value);
-            }
+        const QString value =
+            property.children.size() == 1 ? valueText(property.children.first()) : QString();
+        if (name == "orientation") {
+            horizontal = value == "Qt::Horizontal";
+        } else if (name == "sizeType") {
+            type = QString(value).remove("QSizePolicy::");
+        } else if (name == "sizeHint") {
+            hint = value;
+        } else {
+            others += " " + plainText(property);
         }
     }
-    return "spacer " + hint + " " + (horizontal ? type + ",Minimum" : "Minimum," + type);
+    return "spacer " + hint + " " + (horizontal ? type + ",Minimum" : "Minimum," + type) + others;
 }
 
 void walk(const Node& node, int depth, const QString& cell, QStringList& lines)
@@ -191,8 +253,12 @@ void walk(const Node& node, int depth, const QString& cell, QStringList& lines)
                 if (!child.attribute("colspan").isEmpty()) {
                     place += " over " + child.attribute("colspan");
                 }
+                if (!child.attribute("rowspan").isEmpty()) {
+                    place += " down " + child.attribute("rowspan");
+                }
                 place += "]";
             }
+            place += otherAttributes(child, {"row", "column", "colspan", "rowspan"});
             for (const Node& inside : child.children) {
                 walk(inside, depth + 1, place, lines);
             }
@@ -219,8 +285,25 @@ QStringList promotedClasses(const QString& fileName)
     const Node form = readForm(fileName);
     if (const Node* list = form.child("customwidgets")) {
         for (const Node& widget : list->children) {
-            found += widget.childText("class") + " " + widget.childText("extends") + " " +
-                     widget.childText("header");
+            QStringList parts;
+            for (const Node& part : widget.children) {
+                parts += part.text + otherAttributes(part, {});
+            }
+            found += parts.join(" ");
+        }
+    }
+    return found;
+}
+
+QStringList otherParts(const QString& fileName)
+{
+    const QStringList elsewhere = {"class", "widget", "customwidgets"};
+    QStringList found;
+    for (const Node& part : readForm(fileName).children) {
+        const bool isEmpty = part.children.isEmpty() && part.attributes.isEmpty();
+        if (!elsewhere.contains(part.name) &&
+            !((part.name == "resources" || part.name == "connections") && isEmpty)) {
+            found += plainText(part);
         }
     }
     return found;

@@ -11,9 +11,16 @@
 //     ..[1,0]label QLabel min=0x20 max=Infx20 text=""
 //
 // Margins and spacings that the form leaves to the style are written "-", sizes w x h with "Inf"
-// for QWIDGETSIZE_MAX, line breaks in texts as \n. Spacers carry the horizontal and vertical policy
-// that uic gives them.
+// for QWIDGETSIZE_MAX, line breaks in texts as \n, texts that are not translated with "notr" in
+// front, stretches of a size policy behind it unless both are 0. Spacers carry the horizontal and
+// vertical policy that uic gives them. Whatever else a form holds shows by its name: no change of a
+// form leaves its tree as it was, but for the names of spacers and for an enumeration's value
+// written as a set of one.
 QStringList formTree(const QString& fileName);
 
 // Class, base class and header of each promoted class, "Compass QwtCompass calibration/Compass.h".
 QStringList promotedClasses(const QString& fileName);
+
+// What a form holds beside its widgets, its promoted classes and empty lists: tab order,
+// connections, defaults of layouts, ...
+QStringList otherParts(const QString& fileName);
