@@ -12,6 +12,29 @@
 #include <iterator>
 #include <memory>
 
+#include <dlfcn.h>
+
+namespace {
+
+// Files that were asked for, in their order.
+QStringList& askedFonts()
+{
+    static QStringList files;
+    return files;
+}
+
+} // namespace
+
+// Stands before Qt's own, to which it leads on.
+int QFontDatabase::addApplicationFont(const QString& fileName)
+{
+    using Function = int (*)(const QString&);
+    static const auto original = reinterpret_cast<Function>(
+        dlsym(RTLD_NEXT, "_ZN13QFontDatabase18addApplicationFontERK7QString"));
+    askedFonts() += fileName;
+    return original(fileName);
+}
+
 using StringMember = QString Style::*;
 using FontMember = QFont Style::*;
 Q_DECLARE_METATYPE(StringMember)
@@ -35,6 +58,7 @@ private slots:
     void rowsToBeFilledKeepTheirPlaces();
     void axisFieldsDifferOnlyInTheirColour();
 
+    void eachStyleAddsTheEightFontsInTheirOrder();
     void pointSizeFollowsTheDigitWidth_data();
     void pointSizeFollowsTheDigitWidth();
     void digitWidthIsThatOfTheReferenceFont();
@@ -289,6 +313,25 @@ void TestStyle::axisFieldsDifferOnlyInTheirColour()
     QCOMPARE(recoloured(style->zAxisEditStyle, "rgb(0,190,255)"), x);
     QCOMPARE(recoloured(style->singleAxisEditStyle, "rgb(255,87,48)"), x);
     QCOMPARE(x.count("axis"), 2);
+}
+
+void TestStyle::eachStyleAddsTheEightFontsInTheirOrder()
+{
+    const QStringList expected = {
+        ":/font/Roboto-Medium.ttf",
+        ":/font/Roboto-Bold.ttf",
+        ":/font/Roboto-Regular.ttf",
+        ":/font/Helvetica-Neue.ttf",
+        ":/font/NBAkademiePro-Regular.ttf",
+        ":/font/NBAkademiePro-Medium.ttf",
+        ":/font/NBAkademieMonoPro-Regular.ttf",
+        ":/font/NBAkademieMonoPro-Medium.ttf",
+    };
+    for (int round = 0; round < 2; ++round) {
+        askedFonts().clear();
+        const Style another;
+        QCOMPARE(askedFonts(), expected);
+    }
 }
 
 void TestStyle::pointSizeFollowsTheDigitWidth_data()
