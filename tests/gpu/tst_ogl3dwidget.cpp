@@ -1,6 +1,9 @@
 #include "gpu/scene_view.h"
 #include "gpu/viewer_numbers.h"
 
+#include "charts/DataPlot.h"
+#include "look/clr.h"
+
 #include <QApplication>
 #include <QFrame>
 #include <QMouseEvent>
@@ -12,6 +15,8 @@
 #include <QVBoxLayout>
 #include <QWheelEvent>
 #include <QtTest>
+
+#include <qwt_plot_curve.h>
 
 #include <cuda_runtime_api.h>
 
@@ -141,6 +146,8 @@ private slots:
     void initProcessTakesTheThreadsCudaContext();
     void shadersAreTheirSources();
     void axesPointAsTheDisplaySeesThem();
+    void axesHaveTheColoursOfFieldsAndCurves_data();
+    void axesHaveTheColoursOfFieldsAndCurves();
     void floorIsARasterOfCrossesWithTicksAtItsCorners();
     void floorMarkHasItsLinesInOrder_data();
     void floorMarkHasItsLinesInOrder();
@@ -451,6 +458,39 @@ void TestOgl3dWidget::axesPointAsTheDisplaySeesThem()
     for (std::size_t i = 0; i < 18; ++i) {
         const std::size_t axis = i / 6;
         QCOMPARE(colors[i], static_cast<float>(colours[axis][i % 3]) / 255.0F);
+    }
+}
+
+void TestOgl3dWidget::axesHaveTheColoursOfFieldsAndCurves_data()
+{
+    QTest::addColumn<int>("axis");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QVector<int>>("curves");
+    QTest::newRow("x") << 0 << clr::xAxis
+                       << QVector<int>{DataPlot::AccX, DataPlot::GyrX, DataPlot::MagX,
+                                       DataPlot::OrX};
+    QTest::newRow("y") << 1 << clr::yAxis
+                       << QVector<int>{DataPlot::AccY, DataPlot::GyrY, DataPlot::MagY,
+                                       DataPlot::OrY};
+    QTest::newRow("z") << 2 << clr::zAxis
+                       << QVector<int>{DataPlot::AccZ, DataPlot::GyrZ, DataPlot::MagZ,
+                                       DataPlot::OrZ};
+}
+
+void TestOgl3dWidget::axesHaveTheColoursOfFieldsAndCurves()
+{
+    QFETCH(int, axis);
+    QFETCH(QString, text);
+    QFETCH(QVector<int>, curves);
+    // Each axis is a line of two points with three channels.
+    const float* const line = OpenObject::colorsOf(*freshScene(0).axes).data() + 6 * axis;
+    const QColor colour = QColor::fromRgbF(line[0], line[1], line[2]);
+    QCOMPARE(clr::toStr(colour), text);
+
+    const DataPlot plot(nullptr);
+    const QwtPlotItemList items = plot.itemList(QwtPlotItem::Rtti_PlotCurve);
+    for (const int curve : curves) {
+        QCOMPARE(static_cast<const QwtPlotCurve*>(items[curve])->pen().color(), colour);
     }
 }
 
