@@ -14,6 +14,8 @@
 #include <QComboBox>
 #include <QElapsedTimer>
 #include <QFileDialog>
+#include <QFileInfo>
+#include <QFontMetrics>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSettings>
@@ -544,6 +546,26 @@ private slots:
         QVERIFY(!viewer->probe.recFile.isOpen());
         QCOMPARE(save->text(), QStringLiteral("Record"));
         QVERIFY(option->isEnabled());
+    }
+
+    void theTextOfARunningRecordingFitsItsButton()
+    {
+        open();
+        QToolButton* const save = viewer->ui->toolButton_save;
+        press(save);
+        // In capitals, as the button's font draws them; the button may grow for it.
+        const QString text = save->text().toUpper();
+        QVERIFY(text.startsWith(QStringLiteral("RECORDING")));
+        QTRY_VERIFY(QFontMetrics(save->font()).horizontalAdvance(text) <= save->width());
+        // No letter is cut: the columns at both ends are the button's own all the way down.
+        const QImage picture = save->grab().toImage();
+        const int middle = picture.height() / 2;
+        for (const int column : {0, picture.width() - 1}) {
+            for (int row = middle - 4; row <= middle + 4; ++row) {
+                QCOMPARE(picture.pixelColor(column, row), picture.pixelColor(column, middle));
+            }
+        }
+        press(save);
     }
 
     void fileIsNamedByTimeModelAndSerialInTheFolder_data()
