@@ -22,10 +22,10 @@ CalibPlot::CalibPlot(QWidget* parent) : QwtPlot(parent), canvas(std::make_shared
 
     for (const int axis : {QwtPlot::yLeft, QwtPlot::xBottom})
         enableAxis(axis);
-    for (const int axis : {QwtPlot::yLeft, QwtPlot::xBottom}) {
+    for (const int axis : {QwtPlot::yLeft, QwtPlot::xBottom})
         setAxisScale(axis, -1.5, 1.5, 0.0);
+    for (const int axis : {QwtPlot::yLeft, QwtPlot::xBottom})
         setAxisAutoScale(axis);
-    }
 
     setAutoReplot(true);
     setCanvas(canvas.get());

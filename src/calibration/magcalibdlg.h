@@ -46,8 +46,8 @@ class MagCalibDlg : public QDialog
     Q_OBJECT
 
 public:
-    /// Finds the camera, opens its link and starts reading. A failure is told in a message box that
-    /// is answered before the constructor returns; the dialog then opens without a camera.
+    /// Finds the camera, opens its link and starts reading. A failure is reported in a message box
+    /// that is answered before the constructor returns; the dialog then opens without a camera.
     MagCalibDlg(int serialNumber, QWidget* parent);
 
     /// Closes the link if exit did not. Ends the process through std::terminate when the reading
@@ -95,7 +95,7 @@ private:
     /// samples change nothing. Takes no lock: the update timer holds it, the start button does not.
     void calibrateData();
 
-    // Link. Failures of initTivMcu() are told through cameraError.
+    // Link. initTivMcu() reports its failures through cameraError.
     void updateOmDevList();
     bool initTivMcu();
     bool loadCalibData();
@@ -130,8 +130,8 @@ private:
     std::array<double, 3> magScale = {1.0, 1.0, 1.0};  // 1 / uT
     double headingUncalib = 0.0;                       // degrees; written by the thread
     double headingCalib = 0.0;                         // degrees; written by the thread
-    int headingState = 4;                              // as the link tells it
-    float headingAccuracy = 0.0F;                      // 0 to 1, as the link tells it
+    int headingState = 4;                              // as the link reports it
+    float headingAccuracy = 0.0F;                      // 0 to 1, as the link reports it
     double sampleRate = 0.0;                           // Hz, at most 60
     QVector<double> rawX;                              // uT; written by the thread
     QVector<double> rawY;

@@ -16,7 +16,7 @@ constexpr unsigned short productTivQ = 0xA341;
 /// Writes of one store, read-backs included, before it counts as failed.
 constexpr int storeAttempts = 10;
 
-/// The first digits of a serial number tell the model.
+/// The first digits of a serial number stand for the model.
 constexpr int serialsPerModel = 10000000;
 
 /// Empty for a device that cannot be opened, for which hidapi has a null pointer.
