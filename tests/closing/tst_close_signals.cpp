@@ -57,8 +57,8 @@ void (*handlerOf(int number))(int)
 
 constexpr int survived = 3;
 
-/// Signals while nobody serves the first one: two at once, then on and on. Returns only if none of
-/// them ends the process.
+/// Signals while nobody serves the first one: two at once, and a later one. Returns only if that
+/// doesn't end the process.
 int heldUp()
 {
     std::raise(SIGTERM);
@@ -67,9 +67,9 @@ int heldUp()
     std::fflush(stdout);
     QElapsedTimer elapsed;
     elapsed.start();
-    while (elapsed.elapsed() < 20 * CloseSignals::together) {
-        std::raise(SIGTERM);
+    while (elapsed.elapsed() <= CloseSignals::together + 1) {
     }
+    std::raise(SIGTERM);
     return survived;
 }
 

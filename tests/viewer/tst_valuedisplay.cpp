@@ -246,6 +246,8 @@ private slots:
     void theTimeOfARefreshIsThatBeforeItsWait()
     {
         auto& probe = viewer->probe;
+        refresh(); // the first call of a process never does
+        probe.accX.append(2.0);
         QSemaphore locked;
         QSemaphore clockRead;
         std::thread owner([&] {
@@ -261,6 +263,7 @@ private slots:
         viewer->window->updateDataDisplay();
         wallclock::onRead(nullptr);
         owner.join();
+        QCOMPARE(firstValue(), QStringLiteral("X 2.000 m/s²"));
         probe.accX.append(5.0);
         viewer->window->updateDataDisplay();
         QCOMPARE(firstValue(), QStringLiteral("X 5.000 m/s²"));
