@@ -93,7 +93,21 @@ void BM_RowAsRecorded(benchmark::State& state)
 }
 BENCHMARK(BM_RowAsRecorded);
 
-/// The alternative: one stream for the whole recording, flushed when its buffer is full.
+/// An alternative: a text stream on the file itself, whose buffer start and stop would empty beside
+/// the sensor thread.
+void BM_RowThroughTheFilesBuffer(benchmark::State& state)
+{
+    const RecOptions options = allColumns();
+    run(state, [&](QFile& file) {
+        return [&](const recorder::Row& row) {
+            QTextStream stream(&file);
+            recorder::writeRow(stream, options, row);
+        };
+    });
+}
+BENCHMARK(BM_RowThroughTheFilesBuffer);
+
+/// Another alternative: one stream for the whole recording, flushed when its buffer is full.
 void BM_RowOfOneStream(benchmark::State& state)
 {
     const RecOptions options = allColumns();
