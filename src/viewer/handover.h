@@ -43,7 +43,7 @@ public:
     {
         T* expected = inUse();
         if (m_place.compare_exchange_strong(expected, object.get(), std::memory_order_acq_rel)) {
-            object.release();
+            static_cast<void>(object.release()); // owned by the place again
         }
     }
 
