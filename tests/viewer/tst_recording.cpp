@@ -481,6 +481,30 @@ private slots:
         press(viewer->ui->toolButton_save);
     }
 
+    void startsAndStopsTearNoLine()
+    {
+        open();
+        const QString header = recorder::header(viewer->probe.recOptions);
+        int written = 0;
+        for (int round = 0; round < 200; ++round) {
+            press(viewer->ui->toolButton_save);
+            const QString path = filePath();
+            const int samples = viewer->samples();
+            while (viewer->samples() < samples + round % 5) { // stops at all moments
+                std::this_thread::yield();
+            }
+            press(viewer->ui->toolButton_save);
+            const QStringList lines = linesOf(path);
+            QCOMPARE(lines.constFirst(), header);
+            QVERIFY(lines.constLast().isEmpty());
+            for (int i = 1; i + 1 < lines.size(); ++i) {
+                QCOMPARE(lines.at(i).count(QLatin1Char(',')), 23);
+                ++written;
+            }
+        }
+        QVERIFY(written > 50);
+    }
+
     void rowThatIsBeingWrittenAtAStopGoesInWhole()
     {
         open();
