@@ -3,6 +3,7 @@
 #include "bench/bench_file.h"
 #include "bench/control.h"
 #include "bench/eeprom.h"
+#include "bench/loader.h"
 #include "bench/replay.h"
 #include "bench/virtual_camera.h"
 
@@ -30,6 +31,9 @@ struct Bench::Impl
     int opens = 0;
     int lists = 0;
     int listsDuringOpen = 0;
+    std::string problem;
+
+    Loader loader; ///< uses the above
 
     CameraPtr find(unsigned int serial) const
     {
@@ -80,6 +84,12 @@ struct Bench::Impl
         return true;
     }
 
+    void setProblem(const std::string& line)
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        problem = line;
+    }
+
     void load(const BenchDescription& description)
     {
         clear();
@@ -99,12 +109,13 @@ Bench& Bench::instance()
     static Bench* const bench = [] {
         auto* const made = new Bench;
         const char* const file = std::getenv("OM_TIV_BENCH");
-        std::string error;
         if (file == nullptr || *file == '\0') {
             made->loadDefault();
-        } else if (!made->loadFile(file, error)) {
-            std::fprintf(stderr, "%s\n", error.c_str());
+        } else {
+            made->startLoading(file);
         }
+        // What is being read must not keep the process from its end.
+        std::atexit([] { Bench::instance().loader().end(); });
         startControl(*made);
         return made;
     }();
@@ -116,9 +127,12 @@ Bench::~Bench() = default;
 
 void Bench::reset()
 {
+    m_impl->loader.stop();
+    m_impl->loader.setHook(nullptr);
     m_impl->clear();
     m_impl->clock.reset();
     m_impl->log.clear();
+    m_impl->log.setOn(true);
     m_impl->log.setHighRate(false);
     m_impl->log.setHook(nullptr);
     const std::lock_guard<std::mutex> lock(m_impl->mutex);
@@ -127,14 +141,60 @@ void Bench::reset()
     m_impl->deviceListHook = nullptr;
     m_impl->openHook = nullptr;
     m_impl->listsDuringOpen = 0;
+    m_impl->problem.clear();
 }
 
 bool Bench::loadFile(const std::string& path, std::string& error)
 {
+    m_impl->loader.stop();
     BenchDescription description;
     const bool good = readBenchFile(path, description, error);
     m_impl->load(good ? description : BenchDescription());
+    m_impl->setProblem(good ? std::string() : error);
     return good;
+}
+
+void Bench::startLoading(const std::string& path)
+{
+    Impl& impl = *m_impl;
+    impl.loader.stop();
+    BenchDescription description;
+    std::string error;
+    const bool good = parseBenchFile(path, description, error);
+    const auto failed = [&impl](const std::string& why) {
+        impl.setProblem(why);
+        std::fprintf(stderr, "%s\n", why.c_str());
+        return why;
+    };
+    if (!good || description.replays.empty()) {
+        impl.load(good ? description : BenchDescription());
+        if (!good) {
+            failed(error);
+        }
+        return;
+    }
+    impl.load({description.field, {}, {}});
+    impl.loader.start(std::move(description), path,
+                      [&impl, failed](const BenchDescription& read, const std::string& why) {
+                          if (!why.empty()) {
+                              return failed(why);
+                          }
+                          for (const CameraConfig& config : read.cameras) {
+                              impl.add(config);
+                          }
+                          return std::string();
+                      });
+}
+
+std::string Bench::problem() const
+{
+    const std::lock_guard<std::mutex> lock(m_impl->mutex);
+    return m_impl->problem;
+}
+
+Loader& Bench::loader()
+{
+    return m_impl->loader;
 }
 
 void Bench::loadDefault()

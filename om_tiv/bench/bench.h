@@ -35,6 +35,7 @@ namespace om::bench {
 
 class VirtualCamera;
 class EepromStore;
+class Loader;
 struct MagCalibration;
 
 /// A camera now.
@@ -73,19 +74,28 @@ public:
 
     // ---- The bench as a whole -----------------------------------------------------------------
 
-    /// An empty bench with the real clock and the default field, the log cleared, hooks and log
-    /// settings taken back. Cameras that were on it are gone for those who have them open. EEPROM
-    /// images are read anew, from the folder that the environment then names.
+    /// An empty bench with the real clock and the default field, the log cleared and on, other
+    /// hooks and log settings taken back. Nothing is read any more. Cameras that were on it are
+    /// gone for those who have them open. EEPROM images are read anew, from the folder that the
+    /// environment then names.
     void reset();
 
     /// Puts the cameras of a bench file (docs/bench-file.md) in place of those on the bench. On a
     /// mistake the bench is left without cameras and error holds one line, FILE:LINE: KEY: REASON.
     bool loadFile(const std::string& path, std::string& error);
+    /// The same without a wait where the file names recordings: they are read beside everything
+    /// else, and all its cameras come when that is done. What is wrong goes to standard error and
+    /// into problem().
+    void startLoading(const std::string& path);
+    /// What was wrong with the bench file, as loadFile() has it; empty when nothing was.
+    std::string problem() const;
+    /// The reading of recordings that is under way.
+    Loader& loader();
     /// The default bench: 31415926 (TIV_Q), 27182818 (TIV_P), 14142135 (TIV_N), in this order.
     void loadDefault();
 
     Clock& clock();
-    CallLog& log();
+    CallLog& log(); ///< off before the first reset()
 
     Field field() const;
     void setField(const Field& field);

@@ -77,9 +77,14 @@ public:
     /// Records the call where its kind is on; fills in number, thread and, where it is 0, the time.
     void add(CallRecord record);
     /// Cheap: whether add() would keep a call of the kind.
-    bool wants(CALL call) const { return call < CALL::GET_SENSORS_DATA || m_highRate.load(); }
+    bool wants(CALL call) const
+    {
+        return m_on.load() && (call < CALL::GET_SENSORS_DATA || m_highRate.load());
+    }
 
-    void setHighRate(bool on) { m_highRate.store(on); } ///< off at first
+    /// Off at first: only tests look at the calls.
+    void setOn(bool on) { m_on.store(on); }
+    void setHighRate(bool on) { m_highRate.store(on); } ///< off at first; acts while the log is on
 
     /// Called with each record that is kept, on the caller's thread and without a lock: before the
     /// call returns to the program. It may block, and it may change what the program goes on with.
@@ -96,6 +101,7 @@ private:
     static constexpr std::size_t KINDS = static_cast<std::size_t>(CALL::COUNT);
 
     mutable std::mutex m_mutex;
+    std::atomic<bool> m_on{false};
     std::atomic<bool> m_highRate{false};
     std::shared_ptr<const std::function<void(const CallRecord&)>> m_hook;
     std::uint64_t m_number = 0;

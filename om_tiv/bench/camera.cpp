@@ -107,6 +107,9 @@ public:
     void log(CallRecord record) const
     {
         Bench& bench = Bench::instance();
+        if (!bench.log().wants(record.call)) {
+            return;
+        }
         record.time = bench.clock().now();
         record.serialNumber = copy(&Impl::information).serialNumber;
         bench.log().add(std::move(record));
@@ -156,6 +159,9 @@ ERROR_CODE Camera::open(InitParameters parameters)
                 m_impl->opened.store(false);
             }
         }
+    }
+    if (!bench.log().wants(CALL::OPEN)) {
+        return result;
     }
     CallRecord record;
     record.call = CALL::OPEN;

@@ -6,6 +6,7 @@
 #include "bench/eeprom.h"
 #include "bench/hex.h"
 #include "bench/json_depth.h"
+#include "bench/loader.h"
 #include "bench/one_line.h"
 #include "bench/virtual_camera.h"
 
@@ -17,6 +18,7 @@
 #include <cstdlib>
 #include <mutex>
 #include <stdexcept>
+#include <utility>
 
 namespace om::bench {
 
@@ -141,19 +143,31 @@ json readingAsJson(const std::optional<Reading>& reading)
             {"angularVelocity", triple(reading->angularVelocity)}};
 }
 
+/// The place in a file means nothing here; the key does.
+std::string withoutPlace(const std::string& error)
+{
+    const std::string place = "cameras[0]";
+    const std::size_t at = error.find(place);
+    return at == std::string::npos ? error : "camera" + error.substr(at + place.size());
+}
+
+constexpr const char* CAMERA = "camera"; ///< in place of a bench file's name
+
 /// A camera in the words of a bench file, read by the bench file's own reader.
-CameraConfig readCamera(const json& camera)
+BenchDescription readCamera(const json& camera)
 {
     BenchDescription description;
     std::string error;
-    if (!readBenchText(json{{"cameras", json::array({camera})}}.dump(), "camera", description,
-                       error)) {
-        // The place in the file means nothing here; the key does.
-        const std::string place = "cameras[0]";
-        const std::size_t at = error.find(place);
-        throw Refusal(at == std::string::npos ? error : "camera" + error.substr(at + place.size()));
+    if (!parseBenchText(json{{"cameras", json::array({camera})}}.dump(), CAMERA, description,
+                        error)) {
+        throw Refusal(withoutPlace(error));
     }
-    return description.cameras.front();
+    return description;
+}
+
+std::string isThere(unsigned int serial)
+{
+    return "there is a camera with serial number " + std::to_string(serial) + " already";
 }
 
 class Request
@@ -175,6 +189,7 @@ public:
             {"pose", &Request::pose},         {"field", &Request::field},
             {"fault", &Request::fault},       {"temperature", &Request::temperature},
             {"firmware", &Request::firmware}, {"eeprom", &Request::eeprom},
+            {"loading", &Request::loading},
         };
         const std::string name = text(m_request, "command");
         std::string known;
@@ -190,13 +205,18 @@ public:
     }
 
 private:
-    std::shared_ptr<VirtualCamera> camera() const
+    unsigned int serialNumber() const
     {
         const json& value = member(m_request, "serialNumber");
         if (!value.is_number_unsigned() || value.get<std::uint64_t>() > UINT32_MAX) {
             throw Refusal("\"serialNumber\" must be a whole number");
         }
-        const auto serial = value.get<unsigned int>();
+        return value.get<unsigned int>();
+    }
+
+    std::shared_ptr<VirtualCamera> camera() const
+    {
+        const unsigned int serial = serialNumber();
         auto found = m_bench.camera(serial);
         if (!found) {
             throw Refusal("no camera with serial number " + std::to_string(serial) +
@@ -247,26 +267,63 @@ private:
                                  {"angularVelocity", triple(truth.angularVelocity, DEGREES)},
                                  {"movingState", truth.movingState}}}});
         }
-        return {{"cameras", cameras}};
+        json answer = {{"cameras", cameras}};
+        if (const std::string problem = m_bench.problem(); !problem.empty()) {
+            answer["problem"] = problem;
+        }
+        if (const auto part = m_bench.loader().part(); part) {
+            answer["loading"] = *part;
+        }
+        return answer;
     }
 
     json add()
     {
-        const CameraConfig config = readCamera(member(m_request, "camera"));
-        if (m_bench.serialNumbers().size() >= MOST_CAMERAS) {
+        BenchDescription description = readCamera(member(m_request, "camera"));
+        const unsigned int serial = description.cameras.front().serialNumber;
+        if (m_bench.serialNumbers().size() + m_bench.loader().camerasToCome() >= MOST_CAMERAS) {
             throw Refusal("there are " + std::to_string(MOST_CAMERAS) +
                           " cameras already, as many as are possible");
         }
-        if (!m_bench.addCamera(config)) {
-            throw Refusal("there is a camera with serial number " +
-                          std::to_string(config.serialNumber) + " already");
+        if (m_bench.camera(serial) || m_bench.loader().isReading(serial)) {
+            throw Refusal(isThere(serial));
         }
-        return json::object();
+        if (description.replays.empty()) {
+            if (!m_bench.addCamera(description.cameras.front())) {
+                throw Refusal(isThere(serial));
+            }
+            return json::object();
+        }
+        Bench& bench = m_bench;
+        m_bench.loader().start(
+            std::move(description), CAMERA,
+            [&bench, serial](const BenchDescription& read, const std::string& error) {
+                if (!error.empty()) {
+                    return withoutPlace(error);
+                }
+                return bench.addCamera(read.cameras.front()) ? std::string() : isThere(serial);
+            });
+        return {{"loading", 0.0}};
+    }
+
+    json loading()
+    {
+        const auto status = m_bench.loader().takeStatus(serialNumber());
+        if (!status) {
+            camera();
+            return json::object();
+        }
+        if (!status->error.empty()) {
+            throw Refusal(status->error);
+        }
+        return status->reading ? json{{"loading", status->part}} : json::object();
     }
 
     json remove()
     {
-        m_bench.removeCamera(camera()->serialNumber());
+        if (!m_bench.loader().cancel(serialNumber())) {
+            m_bench.removeCamera(camera()->serialNumber());
+        }
         return json::object();
     }
 
@@ -394,6 +451,7 @@ private:
                 json wanted = faultsAsJson(clear ? Faults() : faults, true);
                 wanted.update(given);
                 faults = readCamera({{"model", "TIV_Q"}, {"serialNumber", 1}, {"faults", wanted}})
+                             .cameras.front()
                              .faults;
             });
         }

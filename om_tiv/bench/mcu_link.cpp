@@ -53,9 +53,12 @@ void setTriple(Field (&field)[3], const Vector& values, Value convert)
 
 void TIVmcu::Impl::log(CallRecord record_, CALL call, unsigned int serial) const
 {
-    record_.call = call;
-    record_.serialNumber = serial;
-    Bench::instance().log().add(std::move(record_));
+    bench::CallLog& kept = Bench::instance().log();
+    if (kept.wants(call)) {
+        record_.call = call;
+        record_.serialNumber = serial;
+        kept.add(std::move(record_));
+    }
 }
 
 void TIVmcu::Impl::tell(unsigned int serial, const char* what) const

@@ -20,6 +20,8 @@
 #include <sstream>
 #include <thread>
 
+#include <unistd.h>
+
 using nlohmann::json;
 using om::bench::BenchClient;
 using om::bench::oneLine;
@@ -235,11 +237,52 @@ int ask(BenchClient& client, const json& request, json& answer)
                : fail(REFUSED, answer.value("error", "refused without a reason"));
 }
 
+/// Waits until a camera has read its recording, and shows on a terminal how far it is.
+int awaitRecording(BenchClient& client, const Order& order, json& answer)
+{
+    const bool shown = ::isatty(STDERR_FILENO) != 0;
+    const json request{{"command", "loading"},
+                       {"serialNumber", order.request.at("camera").at("serialNumber")}};
+    int status = DONE;
+    while (status == DONE && answer.contains("loading")) {
+        if (shown) {
+            std::cerr << "\rreading the recording: "
+                      << fixed(100.0 * answer.at("loading").get<double>(), 3, 0) << " %"
+                      << std::flush;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        if (shown) {
+            std::cerr << "\r\x1b[K" << std::flush;
+        }
+        status = ask(client, request, answer);
+    }
+    return status;
+}
+
+/// On standard error, beside the list: why it may lack cameras.
+void tellState(const json& answer)
+{
+    if (answer.contains("problem")) {
+        std::cerr << oneLine("om-bench: the bench file was not loaded: " +
+                             answer.at("problem").get<std::string>())
+                  << "\n";
+    }
+    if (answer.contains("loading")) {
+        std::cerr << "om-bench: recordings are being read, "
+                  << fixed(100.0 * answer.at("loading").get<double>(), 0, 0) << " % so far\n";
+    }
+}
+
 int askOnce(BenchClient& client, const Order& order)
 {
     json answer;
     if (const int status = ask(client, order.request, answer); status != DONE) {
         return status;
+    }
+    if (order.request.at("command") == "add") {
+        if (const int status = awaitRecording(client, order, answer); status != DONE) {
+            return status;
+        }
     }
     if (!order.dumpFile.empty()) {
         if (const int status = writeImage(answer, order); status != DONE) {
@@ -248,7 +291,11 @@ int askOnce(BenchClient& client, const Order& order)
     }
     Text out;
     addAnswer(out, answer, order);
-    return write(out);
+    if (const int status = write(out); status != DONE) {
+        return status;
+    }
+    tellState(answer);
+    return DONE;
 }
 
 int watch(BenchClient& client, const Order& order)

@@ -26,6 +26,7 @@ class TestCallLog : public QObject
 
 private slots:
     void everyKindHasAName();
+    void aLogIsOffAtFirst();
     void callsAreKeptInOrder();
     void callsOfAHighRateAreKeptOnRequest_data();
     void callsOfAHighRateAreKeptOnRequest();
@@ -49,9 +50,22 @@ void TestCallLog::everyKindHasAName()
     QVERIFY(names.contains("GET_DEVICE_LIST"));
 }
 
+void TestCallLog::aLogIsOffAtFirst()
+{
+    CallLog log;
+    QVERIFY(!log.wants(CALL::OPEN));
+    log.setHighRate(true);
+    QVERIFY(!log.wants(CALL::GET_SENSORS_DATA));
+    log.add(call(CALL::OPEN));
+    log.add(call(CALL::GRAB));
+    QCOMPARE(log.records().size(), std::size_t{0});
+    QCOMPARE(log.count(CALL::GRAB), std::uint64_t{0});
+}
+
 void TestCallLog::callsAreKeptInOrder()
 {
     CallLog log;
+    log.setOn(true);
     log.add(call(CALL::OPEN, 1));
     log.add(call(CALL::GRAB, 2));
     log.add(call(CALL::OPEN, 3));
@@ -87,6 +101,7 @@ void TestCallLog::callsOfAHighRateAreKeptOnRequest()
     QFETCH(int, kind);
     QFETCH(bool, high);
     CallLog log;
+    log.setOn(true);
     const CALL which = static_cast<CALL>(kind);
     QCOMPARE(log.wants(which), !high);
     log.add(call(which));
@@ -101,6 +116,7 @@ void TestCallLog::callsOfAHighRateAreKeptOnRequest()
 void TestCallLog::theBoundHoldsForEachKind()
 {
     CallLog log;
+    log.setOn(true);
     log.add(call(CALL::OPEN, -1));
     const int calls = static_cast<int>(CallLog::BOUND) + 10;
     for (int i = 0; i < calls; ++i) {
@@ -119,6 +135,7 @@ void TestCallLog::theBoundHoldsForEachKind()
 void TestCallLog::clearForgetsTheCallsAndGoesOnNumbering()
 {
     CallLog log;
+    log.setOn(true);
     log.add(call(CALL::OPEN));
     log.clear();
     QVERIFY(log.records().empty());
@@ -130,6 +147,7 @@ void TestCallLog::clearForgetsTheCallsAndGoesOnNumbering()
 void TestCallLog::theLastCallOfAKind()
 {
     CallLog log;
+    log.setOn(true);
     QVERIFY(!log.last(CALL::OPEN));
     log.add(call(CALL::OPEN, 1));
     log.add(call(CALL::OPEN, 2));
@@ -140,6 +158,7 @@ void TestCallLog::theLastCallOfAKind()
 void TestCallLog::theCallersThreadIsKept()
 {
     CallLog log;
+    log.setOn(true);
     std::thread other([&] { log.add(call(CALL::GRAB)); });
     const auto id = other.get_id();
     other.join();
@@ -149,6 +168,7 @@ void TestCallLog::theCallersThreadIsKept()
 void TestCallLog::theHookSeesWhatIsKept()
 {
     CallLog log;
+    log.setOn(true);
     std::vector<CallRecord> seen;
     log.setHook([&seen](const CallRecord& record) { seen.push_back(record); });
     log.add(call(CALL::OPEN, 7));
@@ -168,6 +188,7 @@ void TestCallLog::theHookSeesWhatIsKept()
 void TestCallLog::theHookRunsWithoutALock()
 {
     CallLog log;
+    log.setOn(true);
     std::uint64_t counted = 0;
     log.setHook([&](const CallRecord& record) {
         counted = log.count(record.call);
@@ -181,6 +202,7 @@ void TestCallLog::theHookRunsWithoutALock()
 void TestCallLog::manyThreadsMayLog()
 {
     CallLog log;
+    log.setOn(true);
     std::vector<std::thread> threads;
     threads.reserve(4);
     for (int t = 0; t < 4; ++t) {

@@ -432,7 +432,7 @@ private slots:
         row("command of a wrong type", "{\"command\":3}", "\"command\" must be a text");
         row("unknown command", "{\"command\":\"fly\"}",
             "no command \"fly\"; there are list, add, remove, plug, unplug, motion, pose, field, "
-            "fault, temperature, firmware, eeprom");
+            "fault, temperature, firmware, eeprom, loading");
         row("no serial number", "{\"command\":\"plug\"}", "\"serialNumber\" is missing");
         row("negative serial number", "{\"command\":\"plug\",\"serialNumber\":-1}",
             "\"serialNumber\" must be a whole number");
