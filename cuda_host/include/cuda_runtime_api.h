@@ -3,8 +3,8 @@
 /// the tests call. "Device" memory is host memory with a budget of its own (see cuda_host.h), so
 /// that a pointer to it can be read by a test.
 ///
-/// Any thread may call. Where a thread has no current context, every call but those on the last
-/// error binds the primary one. Copies check that what they take for device memory is a live block
+/// Any thread may call. Where a thread has no current context, every call but those on errors
+/// binds the primary one. Copies check that what they take for device memory is a live block
 /// of it, and that what they take for host memory is not.
 #pragma once
 

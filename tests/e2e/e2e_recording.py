@@ -125,15 +125,20 @@ class Values(world.EndToEndTest):
                            most_numbers(program))
         self.close(program)
 
-    def test_camera_without_board_sensors_leaves_their_columns_empty(self):
-        program = self.start_streaming(20000003, bench=[camera("TIV_N", 20000003)])
+    def fewer_sensors(self, model, emitting):
+        program = self.start_streaming(20000003, bench=[camera(model, 20000003)])
         path = control.start_recording(program)
         control.wait_for_rows(path, 200)
         control.stop_recording(program, path)
-        self.assertEqual(control.name_parts(path), ("TIV_N", "20000003"))
-        file = recording.Recording(path)
-        file.check_emitted(emitted.Camera(20000003, full=False), most_numbers(program))
+        self.assertEqual(control.name_parts(path), (model, "20000003"))
+        recording.Recording(path).check_emitted(emitting, most_numbers(program))
         self.close(program)
+
+    def test_columns_of_a_camera_without_board_sensors_are_0(self):
+        self.fewer_sensors("TIV_N", emitted.Camera(20000003, full=False, thermometer=False))
+
+    def test_only_temperature_of_a_camera_fills_all_four_columns(self):
+        self.fewer_sensors("TIV_R", emitted.Camera(20000003, full=False))
 
     def test_decimal_comma_of_the_locale_changes_nothing(self):
         # The locale is made on the spot, so that the system needs none but C.

@@ -104,9 +104,11 @@ class Camera:
     pose  None for the tumbling motion of the default bench, else the quaternion of a camera at rest
     """
 
-    def __init__(self, serial, full=True, pose=None, hard_iron=(18.5, -24.0, 11.5), soft_iron=(1.06, 0.93, 1.02)):
+    def __init__(self, serial, full=True, thermometer=True, pose=None, hard_iron=(18.5, -24.0, 11.5),
+                 soft_iron=(1.06, 0.93, 1.02)):
         self.seed = mix(serial)
         self.full = full  # magnetometer, barometer and all four temperatures
+        self.thermometer = thermometer  # where it is not full: the IMU's
         self.rest = pose
         self.hard_iron, self.soft_iron = hard_iron, soft_iron
         self.start = None  # ns, of plugging in; fit() finds it

@@ -160,6 +160,11 @@ class _Check:
                          "press[hPa]", "rel_alt[m]"):
                 if values[name] != 0.0:
                     fail(name, values[name], "nothing")
+            if not camera.thermometer:
+                for name in ("temp_left[C]", "temp_right[C]", "temp_imu[C]", "temp_barom[C]"):
+                    if values[name] != 0.0:
+                        fail(name, values[name], "nothing")
+                return
             labels = {"temp_left[C]": 0, "temp_right[C]": 0, "temp_imu[C]": 0, "temp_barom[C]": 0}
         slots = range(since // emitted.TEMPERATURE_SLOT, until // emitted.TEMPERATURE_SLOT + 1)
         for name, location in labels.items():

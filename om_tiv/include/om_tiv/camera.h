@@ -173,11 +173,11 @@ public:
     /// open().
     static std::vector<DeviceProperties> getDeviceList();
 
-    /// Fills the record with the current values. TIME_REFERENCE::CURRENT waits up to 5 ms for a
-    /// sample newer than the last one returned by this object, so that a caller that polls without
-    /// pause does not burn a core; when none comes it returns the last one again, with success.
-    /// TIME_REFERENCE::IMAGE gives the values at the last grabbed frame and does not wait. FAILURE
-    /// where there are no sensors: on MODEL::TIV and in a recorded file.
+    /// Fills the record. TIME_REFERENCE::CURRENT waits up to 5 ms for a sample newer than the last
+    /// one returned by this object, so that a caller that polls without pause does not burn a core;
+    /// when none comes it returns the last one again. IMAGE: as of the last grabbed frame, no wait.
+    /// @return SUCCESS; FAILURE when nothing is open, without sensors (MODEL::TIV, a recorded file)
+    ///         and for IMAGE before the first frame; CAMERA_GONE once the camera is lost
     ERROR_CODE getSensorsData(SensorsData& data, TIME_REFERENCE reference);
 
     /// ns since the epoch of the library's clock (that of the system's wall clock at start, and it

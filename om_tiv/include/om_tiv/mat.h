@@ -19,8 +19,8 @@ public:
     Mat& operator=(const Mat&) = delete;
 
     /// Allocates zeroed memory of the kind given; a buffer of the same size and type stays, one of
-    /// another is freed first. GPU memory comes from the CUDA context current on the calling
-    /// thread. A failed allocation leaves that memory null and the error in cudaGetLastError().
+    /// another is freed first. GPU memory comes from the calling thread's CUDA context. Memory that
+    /// fails is null; the GPU's leaves its error in cudaGetLastError(), unless the size overflows.
     void alloc(Resolution size, MAT_TYPE type, MEM memory);
 
     /// Frees memory of the kind given. GPU memory is freed in the calling thread's current context.

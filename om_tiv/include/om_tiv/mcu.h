@@ -104,8 +104,8 @@ static_assert(sizeof(_mag_calib_data) == 25, "");
 /// updateEepromMemory() may find some values of each.
 ///
 /// An operation on a link that is not open, whose camera was unplugged or whose microcontroller is
-/// silent returns failure or an invalid record, and otherwise does nothing. A camera that was
-/// unplugged needs a new open().
+/// silent returns failure or an invalid record, and does nothing but what captureRunning and
+/// startCapture() say. A camera that was unplugged needs a new open().
 class TIVmcu
 {
 public:
@@ -139,7 +139,7 @@ public:
     void close(); ///< ends capture, clears captureRunning
 
     /// Starts the stream and sets captureRunning, the latter also on a link that is not open or
-    /// whose camera was unplugged; nothing streams there.
+    /// whose camera was unplugged; nothing streams there. A silent microcontroller streams later.
     /// @param period least time between two records in ms; 0 for every one
     void startCapture(float period);
     void stopCapture(); ///< ends the stream and clears captureRunning
