@@ -5,6 +5,44 @@
 
 namespace om::bench {
 
+namespace {
+
+/// What a recording has of the sensors that the model has: a file of another model brings no
+/// sensor with it.
+class ModelReplay final : public ReplaySource
+{
+public:
+    ModelReplay(const CameraConfig& config, Nanoseconds start,
+                std::shared_ptr<const Environment> environment)
+        : ReplaySource(config.recording, config.replayLoop, start, std::move(environment)),
+          m_model(config.model)
+    {}
+
+    bool has(STREAM stream) const override
+    {
+        const bool fitted = (stream == STREAM::IMU && hasImu(m_model)) ||
+                            (stream == STREAM::MAGNETOMETER && hasMagnetometer(m_model)) ||
+                            (stream == STREAM::BAROMETER && hasBarometer(m_model));
+        return fitted && ReplaySource::has(stream);
+    }
+
+    std::array<std::optional<double>, 4> temperatures(Nanoseconds time) const override
+    {
+        auto values = ReplaySource::temperatures(time);
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            if (!hasTemperature(m_model, static_cast<int>(i))) {
+                values[i].reset();
+            }
+        }
+        return values;
+    }
+
+private:
+    const MODEL m_model;
+};
+
+} // namespace
+
 VirtualCamera::VirtualCamera(const CameraConfig& config, int position, Clock& clock,
                              std::function<Field()> field, std::shared_ptr<EepromStore> eeproms)
     : m_config(config), m_firmwareVersion(config.firmwareVersion),
@@ -89,8 +127,7 @@ bool VirtualCamera::takeReadbackDifference()
 std::shared_ptr<SensorSource> VirtualCamera::makeSource(Nanoseconds start) const
 {
     if (m_config.recording) {
-        return std::make_shared<ReplaySource>(m_config.recording, m_config.replayLoop, start,
-                                              m_environment);
+        return std::make_shared<ModelReplay>(m_config, start, m_environment);
     }
     return std::make_shared<PhysicsSource>(m_config, m_motion, m_environment, start);
 }

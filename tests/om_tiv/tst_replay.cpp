@@ -90,10 +90,10 @@ class TestReplay : public QObject
 
     static Bench& theBench() { return Bench::instance(); }
 
-    void addReplay(const std::string& text, bool loop = true)
+    void addReplay(const std::string& text, bool loop = true, MODEL model = MODEL::TIV_P)
     {
         CameraConfig config;
-        config.model = MODEL::TIV_P;
+        config.model = model;
         config.serialNumber = serial;
         config.replay = write(text).toStdString();
         config.replayLoop = loop;
@@ -328,6 +328,43 @@ private slots:
                         value) != 0);
         }
         QCOMPARE(value, -1.0F);
+    }
+
+    void replayHasOnlyTheSensorsOfItsModel_data()
+    {
+        QTest::addColumn<int>("model");
+        QTest::addColumn<bool>("boardSensors");
+        QTest::addColumn<bool>("thermometer");
+        QTest::newRow("TIV_N") << int(MODEL::TIV_N) << false << false;
+        QTest::newRow("TIV_P") << int(MODEL::TIV_P) << true << true;
+        QTest::newRow("TIV_R") << int(MODEL::TIV_R) << false << true;
+    }
+
+    void replayHasOnlyTheSensorsOfItsModel()
+    {
+        QFETCH(int, model);
+        QFETCH(bool, boardSensors);
+        QFETCH(bool, thermometer);
+        addReplay(recording(60), true, static_cast<MODEL>(model));
+        InitParameters parameters;
+        if (static_cast<MODEL>(model) == MODEL::TIV_R) {
+            parameters.input.setFromCameraID(0, BUS_TYPE::SERIAL);
+        } else {
+            parameters.input.setFromSerialNumber(serial, BUS_TYPE::USB);
+        }
+        Camera camera;
+        QCOMPARE(camera.open(parameters), ERROR_CODE::SUCCESS);
+        theBench().clock().advance(100 * NS_PER_MS);
+        SensorsData data;
+        QCOMPARE(camera.getSensorsData(data, TIME_REFERENCE::CURRENT), ERROR_CODE::SUCCESS);
+        QVERIFY(data.imu.timestamp > 0);
+        QCOMPARE(data.magnetometer.isAvailable, boardSensors);
+        QCOMPARE(data.barometer.isAvailable, boardSensors);
+        using LOCATION = SensorsData::TemperatureData::SENSOR_LOCATION;
+        QCOMPARE(data.temperature.values.count(LOCATION::IMU) == 1, thermometer);
+        QCOMPARE(data.temperature.values.count(LOCATION::BAROMETER) == 1, boardSensors);
+        QCOMPARE(data.temperature.values.count(LOCATION::LEFT) == 1, boardSensors);
+        QCOMPARE(data.temperature.values.count(LOCATION::RIGHT) == 1, boardSensors);
     }
 
     void everyValueComesBackAsRecorded()
