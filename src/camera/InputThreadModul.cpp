@@ -185,8 +185,11 @@ void InputThreadModul::enableToStart(bool /*enable*/)
 
 void InputThreadModul::CalcFrameDrop(unsigned long long timestamp)
 {
-    const FrameDrops drops = afterFrame({lastImageTime, droppedFrames, frameRate}, timestamp,
-                                        expectedPeriodMs(camera.getInitParameters().fps));
+    // The first frame needs no period, and no time stamp is no frame.
+    const bool needsPeriod = timestamp != 0 && lastImageTime != 0;
+    const double period = needsPeriod ? expectedPeriodMs(camera.getInitParameters().fps) : 0.0;
+    const FrameDrops drops =
+        afterFrame({lastImageTime, droppedFrames, frameRate}, timestamp, period);
     lastImageTime = drops.lastImageTime;
     droppedFrames = drops.droppedFrames;
     frameRate = drops.frameRate;

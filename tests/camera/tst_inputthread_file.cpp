@@ -112,6 +112,7 @@ private slots:
     void otherStepsSeek();
     void seeksOfAGrabAreUnderItsLock();
     void fileStartsOverAtItsEnd();
+    void stepOverTheLastFrameStartsOver();
     void lastFrameIsTheLastButOne();
     void fileLoopsForEver();
     void fileStartsOverAlsoAfterAFailedGrab();
@@ -314,6 +315,18 @@ void TestInputThreadFile::fileStartsOverAtItsEnd()
     QVERIFY(file.gate.step());
     QCOMPARE(file.slider.value(), 3);
     QCOMPARE(seeks(), (std::vector<int>{7, 10, 0, 3}));
+}
+
+void TestInputThreadFile::stepOverTheLastFrameStartsOver()
+{
+    ProgramStates::setIntAttr(ProgramStates::playbackStep, 3);
+    SteppedFile file(untimed(12));
+    file.slider.setValue(8);
+    QVERIFY(file.play());
+    // Frame 11, behind frame 10, with which the file ends.
+    QVERIFY(file.gate.step());
+    QCOMPARE(file.slider.value(), 3);
+    QCOMPARE(seeks(), (std::vector<int>{11, 0, 3}));
 }
 
 void TestInputThreadFile::lastFrameIsTheLastButOne()

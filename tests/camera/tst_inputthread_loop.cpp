@@ -10,11 +10,15 @@
 
 #include <algorithm>
 #include <atomic>
+#include <ctime>
+#include <dlfcn.h>
 #include <iterator>
 #include <limits>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <thread>
+#include <vector>
 
 using namespace camerafixture;
 using namespace std::chrono_literals;
@@ -123,6 +127,35 @@ bool sameContent(const om::Mat& a, const om::Mat& b)
     return fetched(a) == fetched(b);
 }
 
+std::mutex sleepMutex;
+const QThread* sleeper = nullptr;
+std::vector<long> sleepsOfSleeper;
+
+/// How long a thread asks to sleep, in ns, while the object lives.
+class Sleeps
+{
+public:
+    explicit Sleeps(const QThread* thread)
+    {
+        const std::lock_guard<std::mutex> lock(sleepMutex);
+        sleeper = thread;
+        sleepsOfSleeper.clear();
+    }
+    ~Sleeps()
+    {
+        const std::lock_guard<std::mutex> lock(sleepMutex);
+        sleeper = nullptr;
+    }
+    Sleeps(const Sleeps&) = delete;
+    Sleeps& operator=(const Sleeps&) = delete;
+
+    static std::vector<long> lengths()
+    {
+        const std::lock_guard<std::mutex> lock(sleepMutex);
+        return sleepsOfSleeper;
+    }
+};
+
 int measuredFps()
 {
     return ProgramStates::getIntAttr(ProgramStates::measuredFps);
@@ -134,6 +167,20 @@ int cameraFps()
 }
 
 } // namespace
+
+/// The executable's definition comes before that of the C library.
+extern "C" int nanosleep(const timespec* time, timespec* rest)
+{
+    static const auto next =
+        reinterpret_cast<int (*)(const timespec*, timespec*)>(dlsym(RTLD_NEXT, "nanosleep"));
+    {
+        const std::lock_guard<std::mutex> lock(sleepMutex);
+        if (sleeper != nullptr && QThread::currentThread() == sleeper) {
+            sleepsOfSleeper.push_back(time->tv_sec * 1'000'000'000 + time->tv_nsec);
+        }
+    }
+    return next(time, rest);
+}
 
 class TestInputThreadLoop : public QObject
 {
@@ -179,6 +226,8 @@ private slots:
     void failedGrabIsTriedAgain_data();
     void failedGrabIsTriedAgain();
     void failedGrabIsFollowedByAMillisecondOfSleep();
+    void onlyAFailedGrabIsFollowedByASleep();
+    void otherSignalsAreNeverSent();
     void lossEndsTheLoop();
     void lossSignalReachesTheInterfaceThread();
     void lossAfterUnpluggingEndsTheLoop();
@@ -839,6 +888,52 @@ void TestInputThreadLoop::failedGrabIsFollowedByAMillisecondOfSleep()
         QVERIFY(stepped.step(om::ERROR_CODE::FAILURE));
     }
     QVERIFY(std::chrono::steady_clock::now() - start >= 20ms);
+}
+
+void TestInputThreadLoop::onlyAFailedGrabIsFollowedByASleep()
+{
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    const Sleeps sleeps(stepped.input.get());
+    QVERIFY(stepped.step());
+    QCOMPARE(sleeps.lengths(), std::vector<long>());
+    QVERIFY(stepped.step(om::ERROR_CODE::FAILURE));
+    QCOMPARE(sleeps.lengths(), std::vector<long>({1'000'000}));
+    QVERIFY(stepped.step());
+    stepped.nextResult = static_cast<int>(om::ERROR_CODE::CAMERA_GONE);
+    stepped.gate.open();
+    QVERIFY(stepped.input->wait());
+    QCOMPARE(sleeps.lengths(), std::vector<long>({1'000'000}));
+}
+
+void TestInputThreadLoop::otherSignalsAreNeverSent()
+{
+    qRegisterMetaType<float*>("float*");
+    SteppedInput stepped(false);
+    InputThreadModul& input = *stepped.input;
+    const QSignalSpy theEnd(&input, &InputThreadModul::theEnd);
+    const QSignalSpy sendInit2D(&input, &InputThreadModul::sendInit2D);
+    const QSignalSpy sendNewImage(&input, &InputThreadModul::sendNewImage);
+    const QSignalSpy send3D(&input, &InputThreadModul::send3D);
+    const QSignalSpy sendPC(&input, &InputThreadModul::SendPC);
+    const QSignalSpy sendDepth(&input, &InputThreadModul::SendDepth);
+    QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+    QVERIFY(input.CreateMemories());
+    input.requestView0 = input.requestView1 = input.requestView8 = true;
+    input.requestDepth = input.requestMeasure = true;
+    input.startGrabbing();
+    QVERIFY(stepped.gate.waitForArrival());
+    QVERIFY(stepped.step());
+    QVERIFY(!input.requestMeasure);
+    QVERIFY(stepped.step(om::ERROR_CODE::FAILURE));
+    stepped.nextResult = static_cast<int>(om::ERROR_CODE::CAMERA_GONE);
+    stepped.gate.open();
+    QVERIFY(input.wait());
+    for (const QSignalSpy* spy :
+         {&theEnd, &sendInit2D, &sendNewImage, &send3D, &sendPC, &sendDepth}) {
+        QVERIFY2(spy->isValid(), spy->signal());
+        QVERIFY2(spy->isEmpty(), spy->signal());
+    }
 }
 
 void TestInputThreadLoop::lossEndsTheLoop()

@@ -117,6 +117,7 @@ private slots:
     void createMemoriesFailsOnAnyCudaErrorOnTheWay();
 
     void frameDropsAreCountedAgainstTheCamerasRate();
+    void frameDropsAskForTheRateFromTheSecondFrameOn();
     void frameDropsStartAnewWithCreateMemories();
 };
 
@@ -630,6 +631,20 @@ void TestInputThreadOpen::frameDropsAreCountedAgainstTheCamerasRate()
     QVERIFY(qAbs(input.frameRate - fps / 2.0) < 1e-3);
     input.CalcFrameDrop(0);
     QCOMPARE(input.lastImageTime, std::uint64_t(time));
+}
+
+void TestInputThreadOpen::frameDropsAskForTheRateFromTheSecondFrameOn()
+{
+    InputThreadModul input;
+    QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+    bench().log().setHighRate(true);
+    bench().log().clear();
+    input.CalcFrameDrop(0);
+    input.CalcFrameDrop(1'000'000'000);
+    input.CalcFrameDrop(0);
+    QCOMPARE(calls(CALL::GET_INIT_PARAMETERS), std::uint64_t(0));
+    input.CalcFrameDrop(2'000'000'000);
+    QCOMPARE(calls(CALL::GET_INIT_PARAMETERS), std::uint64_t(1));
 }
 
 void TestInputThreadOpen::frameDropsStartAnewWithCreateMemories()
