@@ -180,6 +180,7 @@ private slots:
     void stopDrawClearsWithTheFormerColour();
     void stopDrawLeavesTheDisplayAlone();
     void stopDrawForgetsTheImageAndKeepsTheTexture();
+    void stopDrawMakesItsContextCurrent();
     void deinitMakesTheTextureUnavailable();
     void setAvailableIsEnoughToHideThePicture();
     void destructorDeletesTheNewestTexture();
@@ -740,6 +741,16 @@ void TestOgl2dWidget::stopDrawForgetsTheImageAndKeepsTheTexture()
     QVERIFY(view.available);
 }
 
+void TestOgl2dWidget::stopDrawMakesItsContextCurrent()
+{
+    View view;
+    QVERIFY(view.showOnScreen(200, 100));
+    view.doneCurrent();
+    QVERIFY(QGLContext::currentContext() == nullptr);
+    view.stopDraw();
+    QVERIFY(QGLContext::currentContext() == view.context());
+}
+
 void TestOgl2dWidget::deinitMakesTheTextureUnavailable()
 {
     const GpuImage image(64, 32, 256);
@@ -776,6 +787,7 @@ void TestOgl2dWidget::destructorDeletesTheNewestTexture()
     const GLuint second = view->texture;
     QGLWidget other(nullptr, view.get()); // shares the view's objects
     QVERIFY(other.isSharing());
+    view->doneCurrent(); // the destructor makes it current itself
     view.reset();
     other.makeCurrent();
     QVERIFY(glIsTexture(first) != GL_FALSE);
