@@ -139,8 +139,8 @@ void MagCalibDlg::clearPlots()
 {
     setPlotsAutoscale(true);
     lastFitCount = 0;
-    // clear() copies a vector that a curve shares; the curve keeps such a one. A vector that nobody
-    // shares keeps its memory, as the thread may be appending to it.
+    // clear() would copy a vector that a curve shares; the curve keeps such a one instead. A vector
+    // that nobody shares keeps its memory. The thread may be appending to either meanwhile.
     for (QVector<double>* const samples : {&rawX, &rawY, &rawZ, &calX, &calY, &calZ}) {
         if (samples->isDetached())
             samples->clear();

@@ -28,9 +28,9 @@ namespace om {
 class TIVmcu;
 }
 
-/// Modal; to be run with exec(). From construction until its exit button it owns the camera's
-/// microcontroller, so the camera must be closed before and may be opened again once exec() has
-/// returned.
+/// Modal; to be run with exec(). From construction until it is left, by its exit button, by
+/// reject() or by its deletion, it owns the camera's microcontroller, so the camera must be closed
+/// before and may be opened again once exec() has returned.
 ///
 /// The dialog's axes are X = -(sensor axis 2), Y = sensor axis 1, Z = sensor axis 3; samples and
 /// offsets are in microtesla, gains in 1 / microtesla.
