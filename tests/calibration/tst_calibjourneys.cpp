@@ -195,6 +195,11 @@ void TestCalibJourneys::everyStepLooksAsItShould_data()
                                     {Do::PressStore, {{storing, "Ok"}}, storedLooks}});
     add("clear while watching", {{Do::PressClear, {}, watching}});
     add("clear while calibrating", {begin, gather, {Do::PressClear, {}, calibrating}, gather, end});
+    add("exit after a clear while calibrating",
+        {begin,
+         gather,
+         {Do::PressClear, {}, calibrating},
+         {Do::PressExit, {}, closed({goOn, false, false, false, false, "CALIBRATING", true})}});
     add("clear after a stop", {begin,
                                gather,
                                end,

@@ -3,6 +3,7 @@
 
 #include "calibration/dialogfixture.h"
 
+#include "calibration/mag_calib.h"
 #include "look/Style.h"
 
 #include <QFont>
@@ -15,6 +16,8 @@
 #include <atomic>
 #include <functional>
 #include <list>
+
+#include <ctime>
 
 using benchcamera::reading;
 using benchcamera::readings;
@@ -55,6 +58,12 @@ Hidapi hidapi;
 
 /// Called instead of the link's stopCapture(), which it then goes on to.
 std::function<void()> onStopCapture;
+/// Called instead of the link's getIMUPose(), on the reading thread, which it then goes on to.
+std::function<void()> onPose;
+/// Called instead of the fit, which it then goes on to.
+std::function<void()> onFit;
+/// Called instead of a plot's replot(), which it then goes on to.
+std::function<void()> onReplot;
 /// Called instead of the coverage counter's percentage, which it then goes on to.
 std::function<void()> onCoverage;
 /// Called instead of a widget's setFont(), which it then goes on to.
@@ -66,13 +75,16 @@ std::thread::id ownThread;
 std::atomic<int> locksOfOwnThread{0};
 std::atomic<int> locksOfOtherThreads{0};
 bool heldByOwnThread = false;
+std::atomic<bool> held{false};
+
+/// Sleeps of all threads but the own one.
+std::atomic<int> sleepsOfOtherThreads{0};
 
 class WatchedMutex
 {
 public:
     explicit WatchedMutex(std::mutex& mutex)
     {
-        ownThread = std::this_thread::get_id();
         locksOfOwnThread = 0;
         locksOfOtherThreads = 0;
         watched = mutex.native_handle();
@@ -120,6 +132,46 @@ void __wrap__ZN2om6TIVmcu11stopCaptureEv(om::TIVmcu* link)
     __real__ZN2om6TIVmcu11stopCaptureEv(link);
 }
 
+om::IMUPose __real__ZN2om6TIVmcu10getIMUPoseEi(om::TIVmcu* link, int sensors);
+om::IMUPose __wrap__ZN2om6TIVmcu10getIMUPoseEi(om::TIVmcu* link, int sensors);
+om::IMUPose __wrap__ZN2om6TIVmcu10getIMUPoseEi(om::TIVmcu* link, int sensors)
+{
+    if (onPose)
+        onPose();
+    return __real__ZN2om6TIVmcu10getIMUPoseEi(link, sensors);
+}
+
+bool __real__ZN8MagCalib20ellipsoidCalibrationERN5Eigen6MatrixIdLin1ELi1ELi0ELin1ELi1EEES3_S3_d(
+    MagCalib* fit, Eigen::VectorXd& x, Eigen::VectorXd& y, Eigen::VectorXd& z, double radius);
+bool __wrap__ZN8MagCalib20ellipsoidCalibrationERN5Eigen6MatrixIdLin1ELi1ELi0ELin1ELi1EEES3_S3_d(
+    MagCalib* fit, Eigen::VectorXd& x, Eigen::VectorXd& y, Eigen::VectorXd& z, double radius);
+bool __wrap__ZN8MagCalib20ellipsoidCalibrationERN5Eigen6MatrixIdLin1ELi1ELi0ELin1ELi1EEES3_S3_d(
+    MagCalib* fit, Eigen::VectorXd& x, Eigen::VectorXd& y, Eigen::VectorXd& z, double radius)
+{
+    if (onFit)
+        onFit();
+    return __real__ZN8MagCalib20ellipsoidCalibrationERN5Eigen6MatrixIdLin1ELi1ELi0ELin1ELi1EEES3_S3_d(
+        fit, x, y, z, radius);
+}
+
+void __real__ZN7QwtPlot6replotEv(QwtPlot* plot);
+void __wrap__ZN7QwtPlot6replotEv(QwtPlot* plot);
+void __wrap__ZN7QwtPlot6replotEv(QwtPlot* plot)
+{
+    if (onReplot)
+        onReplot();
+    __real__ZN7QwtPlot6replotEv(plot);
+}
+
+int __real_nanosleep(const timespec* time, timespec* left);
+int __wrap_nanosleep(const timespec* time, timespec* left);
+int __wrap_nanosleep(const timespec* time, timespec* left)
+{
+    if (std::this_thread::get_id() != ownThread)
+        ++sleepsOfOtherThreads;
+    return __real_nanosleep(time, left);
+}
+
 float __real__ZN11OrientCount14getPercNotZeroEv(OrientCount* counter);
 float __wrap__ZN11OrientCount14getPercNotZeroEv(OrientCount* counter);
 float __wrap__ZN11OrientCount14getPercNotZeroEv(OrientCount* counter)
@@ -147,6 +199,7 @@ int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex)
         const bool own = std::this_thread::get_id() == ownThread;
         ++(own ? locksOfOwnThread : locksOfOtherThreads);
         heldByOwnThread = own;
+        held = true;
     }
     return result;
 }
@@ -155,8 +208,10 @@ int __real_pthread_mutex_unlock(pthread_mutex_t* mutex);
 int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex);
 int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex)
 {
-    if (mutex == watched.load())
+    if (mutex == watched.load()) {
         heldByOwnThread = false;
+        held = false;
+    }
     return __real_pthread_mutex_unlock(mutex);
 }
 // NOLINTEND(bugprone-reserved-identifier)
@@ -182,11 +237,17 @@ private slots:
     void widgetsAreGivenTheFontsOfTheLook();
     void streamEndsBeforeTheThreadIsTold();
     void threadTakesTheLockForEachSampleItKeeps();
+    void threadHoldsTheLockForTheSampleOnly();
     void tickAsksForTheCoverageUnderTheLock();
+    void tickFitsAndDrawsUnderTheLock();
+    void stopFitsAndDrawsWhileCalibratingWithoutTheLock();
+    void nothingNewIsPolledWithoutAPause_data();
+    void nothingNewIsPolledWithoutAPause();
 };
 
 void TestDialogCalls::init()
 {
+    ownThread = std::this_thread::get_id();
     hidapi.clear();
     hidapi.add(vendor, 0xA341, L"30123456"); // that of the fixture
 }
@@ -194,6 +255,9 @@ void TestDialogCalls::init()
 void TestDialogCalls::cleanup()
 {
     onStopCapture = nullptr;
+    onPose = nullptr;
+    onFit = nullptr;
+    onReplot = nullptr;
     onCoverage = nullptr;
     onSetFont = nullptr;
 }
@@ -357,6 +421,26 @@ void TestDialogCalls::threadTakesTheLockForEachSampleItKeeps()
     QCOMPARE(f.probe->rawX.size(), 7);
 }
 
+void TestDialogCalls::threadHoldsTheLockForTheSampleOnly()
+{
+    DialogFixture f;
+    f.probe->updateTimer.stop();
+    f.settle();
+    const WatchedMutex watch(f.probe->grabMutex);
+    std::atomic<int> poses{0};
+    std::atomic<int> posesUnderTheLock{0};
+    onPose = [&] {
+        ++poses;
+        posesUnderTheLock += held ? 1 : 0;
+    };
+    f.setCalibrating(true);
+    f.feed(readings(7));
+    f.setCalibrating(false);
+    QCOMPARE(locksOfOtherThreads.load(), 7);
+    QCOMPARE(poses.load(), 7);
+    QCOMPARE(posesUnderTheLock.load(), 0);
+}
+
 void TestDialogCalls::tickAsksForTheCoverageUnderTheLock()
 {
     DialogFixture f;
@@ -377,6 +461,88 @@ void TestDialogCalls::tickAsksForTheCoverageUnderTheLock()
     QCOMPARE(asked, 1);
     QCOMPARE(locksOfOwnThread.load(), 1);
     QVERIFY(!heldByOwnThread);
+}
+
+void TestDialogCalls::tickFitsAndDrawsUnderTheLock()
+{
+    DialogFixture f;
+    f.probe->updateTimer.stop();
+    f.setCalibrating(true);
+    f.feed(readings(101)); // the least that a tick fits
+    const WatchedMutex watch(f.probe->grabMutex);
+    int fits = 0;
+    int replots = 0;
+    onFit = [&fits] {
+        ++fits;
+        QVERIFY(heldByOwnThread);
+    };
+    onReplot = [&replots] {
+        ++replots;
+        QVERIFY(heldByOwnThread);
+    };
+    f.probe->onUpdateTimer();
+    QCOMPARE(fits, 1);
+    QCOMPARE(replots, static_cast<int>(f.probe->plots().size()));
+
+    f.feed(readings(1, 900'000));
+    f.probe->onUpdateTimer(); // without a fit
+    onReplot = nullptr;
+    f.setCalibrating(false);
+    QCOMPARE(fits, 1);
+    QCOMPARE(replots, 2 * static_cast<int>(f.probe->plots().size()));
+    QCOMPARE(locksOfOwnThread.load(), 2);
+}
+
+void TestDialogCalls::stopFitsAndDrawsWhileCalibratingWithoutTheLock()
+{
+    DialogFixture f;
+    f.probe->updateTimer.stop();
+    f.boxes.expect("Ok");
+    QTest::mouseClick(f.probe->ui->pushButton_start, Qt::LeftButton);
+    QVERIFY(f.probe->calibrating);
+    f.feed(readings(20));
+    const WatchedMutex watch(f.probe->grabMutex);
+    int fits = 0;
+    int replots = 0;
+    onFit = [&] {
+        ++fits;
+        QVERIFY(f.probe->calibrating);
+    };
+    onReplot = [&] {
+        ++replots;
+        QVERIFY(f.probe->calibrating);
+    };
+    f.boxes.expect("Ok");
+    QTest::mouseClick(f.probe->ui->pushButton_start, Qt::LeftButton);
+    onReplot = nullptr;
+    QCOMPARE(fits, 1);
+    QVERIFY(replots > 0);
+    QVERIFY(!f.probe->calibrating);
+    QCOMPARE(locksOfOwnThread.load(), 0);
+}
+
+void TestDialogCalls::nothingNewIsPolledWithoutAPause_data()
+{
+    QTest::addColumn<int>("state");
+    QTest::newRow("known reading") << 1;
+    QTest::newRow("new reading of the same time") << 2;
+}
+
+void TestDialogCalls::nothingNewIsPolledWithoutAPause()
+{
+    QFETCH(int, state);
+    DialogFixture f;
+    f.bench.clock().setManual(); // the link then answers at once
+    f.settle();
+    sleepsOfOtherThreads = 0;
+    constexpr std::uint64_t now = 52'000;
+    f.feed({reading(1000, 1, 2, 3), reading(now, 1, 2, 3)});
+    QCOMPARE(sleepsOfOtherThreads.load(), 1); // at 0.5 Hz
+    // The last record is repeated for ever.
+    f.bench.camera(f.serial)->readerScript().append({record(1, state, now)});
+    const std::uint64_t before = f.bench.readerScript(f.serial).calls;
+    QTRY_VERIFY_WITH_TIMEOUT(f.bench.readerScript(f.serial).calls > before + 3000, 20000);
+    QCOMPARE(sleepsOfOtherThreads.load(), 1);
 }
 
 QTEST_MAIN(TestDialogCalls)

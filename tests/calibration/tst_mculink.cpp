@@ -52,7 +52,9 @@ private slots:
     void listStaysEmptyWithoutDevices();
     void unlistedCameraIsToldWithItsSerialNumber_data();
     void unlistedCameraIsToldWithItsSerialNumber();
+    void unlistedCameraLeavesTheLinkAsItWas();
     void refusedOpenIsTold();
+    void refusedOpenCountsAsClosed();
     void linkThatWouldNotOpenIsNotMadeAnew();
     void linkIsReleasedBeforeTheNextIsMade();
     void storedCalibrationIsLoadedIntoTheDialogsAxes();
@@ -223,6 +225,20 @@ void TestMcuLink::unlistedCameraIsToldWithItsSerialNumber()
     QVERIFY(!f.probe->updateTimer.isActive());
 }
 
+void TestMcuLink::unlistedCameraLeavesTheLinkAsItWas()
+{
+    DialogFixture f;
+    f.probe->stopAcquisition();
+    const auto former = f.probe->mcu;
+    f.bench.unplug(f.serial);
+    f.boxes.expect("Ok");
+    QVERIFY(!f.probe->initTivMcu());
+    QCOMPARE(f.boxes.seen.size(), 1);
+    QVERIFY(former);
+    QCOMPARE(f.probe->mcu, former);
+    QVERIFY(!f.probe->mcuClosed);
+}
+
 void TestMcuLink::refusedOpenIsTold()
 {
     DialogFixture f(false);
@@ -236,6 +252,21 @@ void TestMcuLink::refusedOpenIsTold()
     QVERIFY(f.probe->mcuClosed);
     QVERIFY(!f.probe->grabThread.joinable());
     QCOMPARE(f.bench.log().count(CALL::MCU_UPDATE_EEPROM), std::uint64_t{0});
+}
+
+void TestMcuLink::refusedOpenCountsAsClosed()
+{
+    DialogFixture f;
+    f.probe->stopAcquisition();
+    QVERIFY(!f.probe->mcuClosed);
+    f.bench.changeFaults(f.serial, [](Faults& faults) { faults.mcuOpenRefused = true; });
+    f.boxes.expect("Ok");
+    QVERIFY(!f.probe->initTivMcu());
+    QCOMPARE(f.boxes.seen.size(), 1);
+    QVERIFY(f.probe->mcuClosed);
+    f.bench.log().clear();
+    f.close(); // with nothing to stop
+    QCOMPARE(f.bench.log().count(CALL::MCU_STOP_CAPTURE), std::uint64_t{0});
 }
 
 void TestMcuLink::linkThatWouldNotOpenIsNotMadeAnew()

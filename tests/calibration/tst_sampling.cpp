@@ -56,8 +56,6 @@ private slots:
     void poseOfAnUncalibratedCameraGivesEqualHeadings();
     void repeatedTimestampIsDroppedEntirely();
     void knownReadingIsNotSampledAgain();
-    void nothingNewIsPolledWithoutAPause_data();
-    void nothingNewIsPolledWithoutAPause();
     void rateIsMeasuredAndBounded_data();
     void rateIsMeasuredAndBounded();
     void slowRatePausesTheThread();
@@ -250,29 +248,6 @@ void TestSampling::knownReadingIsNotSampledAgain()
         {reading(1000, 1, 2, 3), record(1, 1, 2000), record(1, 1, 3000), reading(4000, 1, 2, 3)});
     QCOMPARE(f.probe->samples(), 2);
     QCOMPARE(f.probe->sampleRate, 1000.0 / (4000.0 * 39.0 / 1000.0 - 1000.0 * 39.0 / 1000.0));
-}
-
-void TestSampling::nothingNewIsPolledWithoutAPause_data()
-{
-    QTest::addColumn<int>("state");
-    QTest::newRow("known reading") << 1;
-    QTest::newRow("new reading of the same time") << 2;
-}
-
-void TestSampling::nothingNewIsPolledWithoutAPause()
-{
-    QFETCH(int, state);
-    DialogFixture f;
-    f.feed({reading(1000, 1, 2, 3)});
-    // The last record is repeated for ever.
-    f.bench.camera(f.serial)->readerScript().append({record(1, state, 1000)});
-    f.settle();
-    f.bench.clock().setManual(); // the link then answers at once
-    const std::uint64_t before = f.bench.readerScript(f.serial).calls;
-    QElapsedTimer timer;
-    timer.start();
-    QTRY_VERIFY_WITH_TIMEOUT(f.bench.readerScript(f.serial).calls > before + 3000, 20000);
-    QVERIFY2(timer.elapsed() < 3000, qPrintable(QString::number(timer.elapsed())));
 }
 
 void TestSampling::rateIsMeasuredAndBounded_data()
