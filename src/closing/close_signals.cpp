@@ -21,7 +21,8 @@ constexpr int modalRetryMs = 20;
 
 // What the handler reads, on whichever thread it runs.
 std::atomic<int> pipeToLoop{-1};
-std::atomic<std::int64_t> firstAt{0}; // ms of the monotonic clock; 0 before the first signal
+/// Of the signal that waits for the event loop, ms of the monotonic clock; 0 while none waits.
+std::atomic<std::int64_t> waitsSince{0};
 static_assert(std::atomic<int>::is_always_lock_free &&
                   std::atomic<std::int64_t>::is_always_lock_free,
               "a signal handler may not wait for a lock");
@@ -39,7 +40,7 @@ extern "C" void noteSignal(int number)
     const int before = errno;
     const std::int64_t now = monotonicMs();
     std::int64_t first = 0;
-    if (firstAt.compare_exchange_strong(first, now)) {
+    if (waitsSince.compare_exchange_strong(first, now)) {
         const char byte = 1;
         [[maybe_unused]] const ssize_t written = ::write(pipeToLoop, &byte, 1);
     } else if (now - first > CloseSignals::together) {
@@ -48,6 +49,30 @@ extern "C" void noteSignal(int number)
         std::raise(number);
     }
     errno = before;
+}
+
+/// The end of the pipe that the loop reads; -1 without a pipe. The pipe stays for the whole
+/// process: a handler on another thread may still write when the object has gone.
+int endOfLoop()
+{
+    static const int end = [] {
+        int ends[2] = {-1, -1};
+        if (::pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
+            return -1;
+        }
+        pipeToLoop = ends[1];
+        return ends[0];
+    }();
+    return end;
+}
+
+/// From here on a signal is a new one.
+void takeSignal()
+{
+    char byte = 0;
+    while (::read(endOfLoop(), &byte, 1) == 1) {
+    }
+    waitsSince = 0;
 }
 
 /// Whether it is a message box that the window itself shows.
@@ -60,16 +85,14 @@ bool isMessageOf(const QWidget* window, const QWidget* widget)
 
 CloseSignals::CloseSignals(QWidget* window) : m_window(window)
 {
-    int ends[2] = {-1, -1};
-    if (::pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
+    if (endOfLoop() < 0) {
         qWarning("no pipe for signals: they end the program without closing its window");
         return;
     }
-    pipeToLoop = ends[1];
-    firstAt = 0;
-    m_notifier = new QSocketNotifier(ends[0], QSocketNotifier::Read, this);
-    connect(m_notifier, &QSocketNotifier::activated, this, [this] {
-        m_notifier->setEnabled(false); // one signal is enough
+    takeSignal(); // what came too late for a former object
+    auto* const notifier = new QSocketNotifier(endOfLoop(), QSocketNotifier::Read, this);
+    connect(notifier, &QSocketNotifier::activated, this, [this] {
+        takeSignal();
         closeWindow();
     });
     takeOver();
@@ -116,11 +139,4 @@ CloseSignals::~CloseSignals()
     for (std::size_t i = 0; i < m_count; ++i) {
         sigaction(m_handled[i].number, &m_handled[i].former, nullptr);
     }
-    if (m_notifier == nullptr) {
-        return;
-    }
-    const int end = static_cast<int>(m_notifier->socket());
-    delete m_notifier;
-    ::close(pipeToLoop.exchange(-1));
-    ::close(end);
 }

@@ -8,7 +8,6 @@
 
 #include <csignal>
 
-class QSocketNotifier;
 class QWidget;
 
 /// From construction to destruction SIGINT, SIGTERM and SIGHUP close the window as its close button
@@ -18,8 +17,9 @@ class QWidget;
 /// A dialog is rejected before the window closes below it, and a message box closes without a
 /// pressed button: QMessageBox::clickedButton() is null, which must not count as a consent.
 ///
-/// The signal is served by the event loop. Where that is held up, a further signal ends the program
-/// at once, as if nobody handled it; those that come within `together` of the first are part of it.
+/// The event loop takes a signal. While one waits because the loop is held up, a further signal
+/// ends the program at once, as if nobody handled it; those that come within `together` of the
+/// waiting one are part of it. Once the loop has taken it, the next signal is a first one again.
 class CloseSignals : public QObject
 {
     Q_OBJECT
@@ -45,7 +45,6 @@ private:
     void closeWindow();
 
     QWidget* m_window;
-    QSocketNotifier* m_notifier = nullptr; // child
     std::array<Handled, 3> m_handled{};
     std::size_t m_count = 0; // of those handled
 };

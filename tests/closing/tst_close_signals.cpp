@@ -57,6 +57,15 @@ void (*handlerOf(int number))(int)
 
 constexpr int survived = 3;
 
+/// Longer than signals are taken as one.
+void letTimePass()
+{
+    QElapsedTimer elapsed;
+    elapsed.start();
+    while (elapsed.elapsed() <= CloseSignals::together + 1) {
+    }
+}
+
 /// Signals while nobody serves the first one: two at once, and a later one. Returns only if that
 /// doesn't end the process.
 int heldUp()
@@ -65,10 +74,7 @@ int heldUp()
     std::raise(SIGHUP);
     std::puts("two are one");
     std::fflush(stdout);
-    QElapsedTimer elapsed;
-    elapsed.start();
-    while (elapsed.elapsed() <= CloseSignals::together + 1) {
-    }
+    letTimePass();
     std::raise(SIGTERM);
     return survived;
 }
@@ -77,9 +83,18 @@ int heldUp()
 int live(const char* life)
 {
     int status = 0;
-    Window window([&] { status = heldUp(); });
+    const bool closesInOrder = std::strcmp(life, "long close") == 0;
+    Window window([&] {
+        if (closesInOrder) {
+            letTimePass();
+            std::raise(SIGTERM);
+            status = survived;
+        } else {
+            status = heldUp();
+        }
+    });
     const CloseSignals closeSignals(&window);
-    if (std::strcmp(life, "close event") != 0) {
+    if (std::strcmp(life, "blocked") == 0) {
         return heldUp();
     }
     std::raise(SIGTERM);
@@ -113,6 +128,33 @@ private slots:
         QVERIFY(window.isVisible()); // the loop's work
         QTRY_VERIFY(!window.isVisible());
         QCOMPARE(window.closed, 1);
+    }
+
+    void eachSignalIsTakenOnce()
+    {
+        Window window;
+        const CloseSignals closeSignals(&window);
+        for (int closed = 1; closed <= 2; ++closed) {
+            window.show();
+            std::raise(SIGTERM);
+            QTRY_VERIFY(!window.isVisible());
+            QCOMPARE(window.closed, closed);
+        }
+        window.show();
+        for (int pass = 0; pass < 10; ++pass) {
+            QCoreApplication::processEvents();
+        }
+        QVERIFY(window.isVisible());
+    }
+
+    void aSignalDuringACloseThatTakesLongEndsNothing()
+    {
+        QProcess process;
+        process.start(QCoreApplication::applicationFilePath(),
+                      {QStringLiteral("--live"), QStringLiteral("long close")});
+        QVERIFY(process.waitForFinished(60000));
+        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(process.exitCode(), survived);
     }
 
     void anIgnoredSignalStaysIgnored()
