@@ -15,7 +15,7 @@ namespace {
 /// A block of waiting lines, bytes.
 constexpr int blockSize = 64 * 1024;
 /// Written with one line, at most: what has waited for long is not to hold up the caller.
-constexpr std::size_t blocksPerLine = 16;
+constexpr std::size_t blocksPerLine = 4;
 
 /// Bytes that the system took; fewer than `size` where it refused the rest.
 int writeAll(int descriptor, const char* data, int size)
@@ -59,8 +59,10 @@ LineFile::LineFile(int descriptor) : m_descriptor(descriptor) {}
 
 LineFile::~LineFile()
 {
-    writeWaiting(m_waiting.size());
-    cutTornLine();
+    if (size() >= m_end) {
+        writeWaiting(m_waiting.size());
+        cutTornLine();
+    }
     ::close(m_descriptor);
 }
 
@@ -80,6 +82,7 @@ void LineFile::writeWaiting(std::size_t blocks)
         const QByteArray& block = m_waiting.front();
         m_written +=
             writeAll(m_descriptor, block.constData() + m_written, block.size() - m_written);
+        m_end = ::lseek(m_descriptor, 0, SEEK_CUR);
         if (m_written < block.size()) {
             return;
         }
@@ -94,11 +97,17 @@ void LineFile::cutTornLine()
         return;
     }
     const int torn = m_written - (m_waiting.front().lastIndexOf('\n', m_written - 1) + 1);
-    struct stat file = {};
-    if (::fstat(m_descriptor, &file) == 0 && file.st_size >= torn) {
+    // What stands behind the own last write is not torn.
+    if (size() == m_end) {
         // Shorter needs no space, and there is nobody to report a failure to.
-        [[maybe_unused]] const int result = ::ftruncate(m_descriptor, file.st_size - torn);
+        [[maybe_unused]] const int result = ::ftruncate(m_descriptor, m_end - torn);
     }
+}
+
+std::int64_t LineFile::size() const
+{
+    struct stat file = {};
+    return ::fstat(m_descriptor, &file) == 0 ? file.st_size : -1;
 }
 
 } // namespace recorder

@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 
+#include <cstdint>
 #include <deque>
 #include <memory>
 
@@ -29,7 +30,8 @@ public:
     static std::unique_ptr<LineFile> on(int descriptor);
 
     /// Writes what waits, which takes as long as the disk needs for it. Where the system refuses
-    /// it, the rest is lost, and the file is cut behind its last whole line.
+    /// it, the rest is lost, and the file is cut behind its last whole line. A file that somebody
+    /// has begun anew meanwhile gets neither.
     ~LineFile();
     LineFile(const LineFile&) = delete;
     LineFile& operator=(const LineFile&) = delete;
@@ -42,9 +44,12 @@ private:
     void writeWaiting(std::size_t blocks);
     void cutTornLine();
 
+    std::int64_t size() const;
+
     const int m_descriptor;           ///< owned
     std::deque<QByteArray> m_waiting; ///< whole lines, some to a block
     int m_written = 0;                ///< bytes of the first block that are in the file
+    std::int64_t m_end = 0;           ///< of the file, behind the own last write
 };
 
 } // namespace recorder

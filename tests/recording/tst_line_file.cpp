@@ -104,7 +104,7 @@ private slots:
             QCOMPARE(written(), lines(0, number).left(room + 250));
         }
         // What has waited for long takes some lines to catch up.
-        const int most = 10 + number * lineSize / (512 * 1024);
+        const int most = 10 + number * lineSize / (128 * 1024);
         for (int i = 0; i < most && written().size() < number * lineSize; ++i) {
             file->write(line(number++));
         }
@@ -125,7 +125,7 @@ private slots:
         while (size < count * lineSize) {
             file->write(line(0));
             const qint64 now = QFile(path()).size();
-            QVERIFY2(now > size && now - size <= 1024 * 1024,
+            QVERIFY2(now > size && now - size <= 256 * 1024,
                      qPrintable(QString::number(now - size)));
             size = now;
         }
@@ -194,6 +194,47 @@ private slots:
         former->write(line(3));
         next->write(line(4));
         QCOMPARE(written(), lines(2, 5));
+    }
+
+    void endOfAFileLeavesWhatHasTakenItsPlaceAlone_data()
+    {
+        QTest::addColumn<int>("next"); // lines
+        QTest::newRow("a shorter file") << 1;
+        QTest::newRow("a longer file") << 5;
+    }
+
+    void endOfAFileLeavesWhatHasTakenItsPlaceAlone()
+    {
+        QFETCH(int, next);
+        auto former = open();
+        {
+            const FullDisk disk(250); // amid the third line
+            for (int i = 0; i < 10; ++i) {
+                former->write(line(i));
+            }
+        }
+        const auto file = open();
+        for (int i = 0; i < next; ++i) {
+            file->write(line(100 + i));
+        }
+        const FullDisk disk(next * lineSize);
+        former.reset();
+        QCOMPARE(written(), lines(100, 100 + next));
+    }
+
+    void waitingLinesDoNotFollowIntoAFileThatWasBegunAnew()
+    {
+        auto former = open();
+        {
+            const FullDisk disk(250);
+            for (int i = 0; i < 10; ++i) {
+                former->write(line(i));
+            }
+        }
+        const auto file = open();
+        file->write(line(100));
+        former.reset();
+        QCOMPARE(written(), line(100));
     }
 
     void noDescriptorLeftIsNoFile()
