@@ -7,8 +7,9 @@
 #include <utility>
 
 /// A place for one object. One thread provides it and may replace it at any time; another one takes
-/// it for as long as it uses it. Neither ever waits for the other: an object that is replaced while
-/// it is in use is destroyed by its user, with giveBack().
+/// it for as long as it uses it. Neither takes a lock against the other: an object that is replaced
+/// while it is in use is destroyed by its user, with giveBack(), any other one by provide(), and
+/// each of the two lasts as long as that destructor.
 template <typename T>
 class Handover
 {
