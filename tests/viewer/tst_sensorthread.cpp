@@ -351,9 +351,9 @@ private slots:
         auto entry = imuRecord(start + period);
         entry.data.magnetometer.magneticFieldUncalibrated = {7.5F, -8.5F, 9.5F};
         entry.data.magnetometer.magneticFieldCalibrated = {7.5F, -8.5F, 9.0F};
+        QVERIFY(!entry.data.magnetometer.isAvailable);
         stream({imuRecord(start), entry});
         auto& probe = viewer->probe;
-        QVERIFY(!probe.sensorsData.magnetometer.isAvailable);
         QCOMPARE(probe.magX, Doubles({7.5}));
         QCOMPARE(probe.magY, Doubles({-8.5}));
         QCOMPARE(probe.magZ, Doubles({9.5}));
