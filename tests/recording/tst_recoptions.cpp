@@ -3,6 +3,7 @@
 #include "recording/recoptiondlg.h"
 
 #include "look/Style.h"
+#include "support/fonts.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -469,9 +470,7 @@ private slots:
         for (const auto& row : rows) {
             auto* widget = child<QWidget>(dialog, row.name);
             QVERIFY2(widget->styleSheet() == row.sheet, row.name);
-            QVERIFY2(widget->font().family() == row.font.family() &&
-                         widget->font().capitalization() == row.font.capitalization() &&
-                         widget->font().weight() == row.font.weight(),
+            QVERIFY2(fonts::fontText(fonts::ownFont(*widget)) == fonts::fontText(row.font),
                      row.name);
         }
     }

@@ -2,6 +2,7 @@
 /// A real main window before a bench of the test's own.
 #pragma once
 
+#include "support/fonts.h"
 #include "support/mainwindowprobe.h"
 
 #include "bench/bench.h"
@@ -17,6 +18,9 @@
 #include <memory>
 
 namespace viewersession {
+
+using fonts::fontText;
+using fonts::ownFont;
 
 inline om::bench::Bench& bench()
 {
@@ -121,28 +125,6 @@ private:
 };
 
 using BoxWatcher = ModalWatcher<QMessageBox>;
-
-/// The font that was set on the widget, without what its style sheet makes of it.
-inline QFont ownFont(QWidget& widget)
-{
-    const QString sheet = widget.styleSheet();
-    widget.setStyleSheet(QString());
-    const QFont font = widget.font();
-    widget.setStyleSheet(sheet);
-    return font;
-}
-
-/// All that is asked of a font.
-inline QString fontText(const QFont& font)
-{
-    return QStringLiteral("%1 capitals %2 spacing %3 %4 %5 kerning %6")
-        .arg(font.toString())
-        .arg(font.capitalization())
-        .arg(font.letterSpacingType())
-        .arg(font.letterSpacing())
-        .arg(font.wordSpacing())
-        .arg(font.kerning());
-}
 
 inline void clickOk(QMessageBox& box)
 {

@@ -276,6 +276,14 @@ private slots:
         QVERIFY(QDir(folder->path()).entryList(QDir::Files).isEmpty());
     }
 
+    void withoutACameraAnEmptyFolderIsNotLookedAt()
+    {
+        viewer = std::make_unique<Viewer>();
+        viewer->probe.recOptions.saveFolder.clear();
+        press(viewer->ui->toolButton_save);
+        QVERIFY(viewer->ui->toolButton_save->isChecked());
+    }
+
     void withARestingInputThreadTheButtonStaysCheckedAndNothingRecords()
     {
         open();
@@ -338,12 +346,12 @@ private slots:
             QCOMPARE(box.text(), QStringLiteral("Error while opening file for writing"));
             QCOMPARE(box.icon(), QMessageBox::Warning);
             QCOMPARE(box.styleSheet(), style.splashStyle);
-            QCOMPARE(box.font().family(), style.fontPro9.family());
+            QCOMPARE(fontText(ownFont(box)), fontText(style.fontPro9));
             QCOMPARE(box.buttons().size(), 1);
             QAbstractButton* ok = box.buttons().constFirst();
             QCOMPARE(ok->text(), QStringLiteral("Ok"));
             QCOMPARE(ok->styleSheet(), style.statusOnStyle);
-            QCOMPARE(ok->font().family(), style.fontPro9.family());
+            QCOMPARE(fontText(ownFont(*ok)), fontText(style.fontPro9));
             QCOMPARE(box.buttonRole(ok), QMessageBox::AcceptRole);
             clickOk(box);
         });

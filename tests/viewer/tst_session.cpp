@@ -8,6 +8,7 @@
 
 #include <qwt_scale_div.h>
 
+#include <atomic>
 #include <csignal>
 
 using namespace viewersession;
@@ -72,6 +73,15 @@ private:
     {
         QTest::mouseClick(dialog.findChild<QPushButton*>(QStringLiteral("pushButton_exit")),
                           Qt::LeftButton);
+    }
+
+    /// Whether the window gets what the input thread sends.
+    bool signalsAreConnected() const
+    {
+        auto* const view = viewer->ui->widget_3d_view;
+        view->cudaContext = nullptr;
+        emit viewer->probe.inputThread->sendContext();
+        return view->cudaContext != nullptr;
     }
 
     bool isBusy() const { return viewer->window->cursor().shape() == Qt::BusyCursor; }
@@ -765,6 +775,10 @@ private slots:
         startStreaming();
         auto& probe = viewer->probe;
         std::thread* const handle = probe.dataThread;
+        std::atomic<bool> outOfSight{false}; // when the object goes
+        connect(
+            probe.inputThread.load(), &QObject::destroyed, this,
+            [&] { outOfSight = probe.inputThread == nullptr; }, Qt::DirectConnection);
         om::bench::SensorsEntry gone;
         gone.result = ERROR_CODE::CAMERA_GONE;
         bench().scriptSensors(first, {gone});
@@ -774,6 +788,7 @@ private slots:
         }
         QVERIFY(probe.cameraLost);
         QVERIFY(probe.inputThread == nullptr);
+        QVERIFY(outOfSight);
         QCOMPARE(bench().log().count(CALL::CLOSE), 1ULL);
         QVERIFY(probe.dataThread == handle && handle->joinable());
         QVERIFY(viewer->hasSamples());
@@ -917,12 +932,7 @@ private slots:
         probe.detectTimer = detectTimer;
         detectTimer->start(100000);
         ProgramStates::setIntAttr(ProgramStates::depthMaximumMm, 4711);
-        const int samples = viewer->samples();
-
-        QElapsedTimer elapsed;
-        elapsed.start();
         viewer->window->reset();
-        QVERIFY(elapsed.elapsed() >= 100);
         QVERIFY(probe.imageTimer == nullptr && probe.plotTimer == nullptr &&
                 probe.displayTimer == nullptr);
         QVERIFY(probe.detectTimer == detectTimer && detectTimer->isActive());
@@ -943,8 +953,70 @@ private slots:
         QVERIFY(viewer->ui->pushButton_accel->isChecked());
         QVERIFY(!viewer->ui->pushButton_gyro->isChecked());
         QVERIFY(!probe.cameraLost);
-        QVERIFY(viewer->samples() >= samples);
+        QVERIFY(viewer->hasSamples());
         viewer->window->reset(); // finds nothing, and hurts nobody
+    }
+
+    void resetTakesTheSessionDownInItsOrder()
+    {
+        startStreaming();
+        auto& probe = viewer->probe;
+        QStringList order;
+        QElapsedTimer sinceTimers;
+        int samples = 0;
+        const auto note = [&](QObject* object, const QString& name) {
+            connect(object, &QObject::destroyed, this, [&, name] {
+                order << name + (signalsAreConnected() ? " connected" : "");
+                sinceTimers.start();
+                samples = viewer->samples();
+            });
+        };
+        note(probe.imageTimer, QStringLiteral("image"));
+        note(probe.plotTimer, QStringLiteral("plot"));
+        note(probe.displayTimer, QStringLiteral("display"));
+        qint64 waited = 0;
+        int samplesWhileWaiting = 0;
+        bool joined = false;
+        connect(probe.inputThread.load(), &QObject::destroyed, this, [&] {
+            order << QStringLiteral("input");
+            waited = sinceTimers.elapsed();
+            samplesWhileWaiting = viewer->samples() - samples;
+            joined = probe.dataThread == nullptr && !probe.dataThreadRunning;
+        });
+        viewer->window->reset();
+        QCOMPARE(order, QStringList({"image", "plot", "display", "input"}));
+        QVERIFY(waited >= 100);
+        // The sensor thread is asked to end after the wait, and joined before the camera closes.
+        QVERIFY(samplesWhileWaiting > 10);
+        QVERIFY(joined);
+    }
+
+    void aLossTakesTheSessionDownInItsOrder()
+    {
+        startStreaming();
+        auto& probe = viewer->probe;
+        QTemporaryDir folder;
+        probe.recOptions.saveFolder = folder.path();
+        QTest::mouseClick(viewer->ui->toolButton_save, Qt::LeftButton);
+        probe.detectTimer = new QTimer(viewer->window.get());
+        QStringList order;
+        const auto note = [&](const QString& name) {
+            order << name + (signalsAreConnected() ? " connected" : "");
+        };
+        connect(viewer->ui->toolButton_save, &QAbstractButton::toggled, this,
+                [&] { note(QStringLiteral("recording")); });
+        connect(probe.plotTimer, &QObject::destroyed, this, [&] { note(QStringLiteral("plot")); });
+        connect(probe.displayTimer, &QObject::destroyed, this,
+                [&] { note(QStringLiteral("display")); });
+        connect(probe.imageTimer, &QObject::destroyed, this,
+                [&] { note(QStringLiteral("image")); });
+        connect(probe.detectTimer, &QObject::destroyed, this,
+                [&] { note(QStringLiteral("detect")); });
+        connect(probe.inputThread.load(), &QObject::destroyed, this,
+                [&] { order << QStringLiteral("input"); });
+        viewer->window->cameraDisconnected();
+        QCOMPARE(order, QStringList({"recording connected", "plot", "display", "image", "detect",
+                                     "input"}));
     }
 
     void theTimersAreMadeAfreshForEachCamera()
@@ -953,7 +1025,10 @@ private slots:
         auto& probe = viewer->probe;
         const QVector<QPointer<QTimer>> before{probe.imageTimer, probe.plotTimer,
                                                probe.displayTimer};
+        bool busy = false; // during the reset
+        connect(probe.imageTimer, &QObject::destroyed, this, [&] { busy = isBusy(); });
         viewer->window->createLiveInput();
+        QVERIFY(busy);
         for (const auto& timer : before) {
             QVERIFY(timer.isNull());
         }

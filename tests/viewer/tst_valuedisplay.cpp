@@ -281,6 +281,19 @@ private slots:
         QVERIFY(timer->isActive());
     }
 
+    void theValuesAreShownUnderTheSensorThreadsLock()
+    {
+        bool locked = false;
+        connect(viewer->ui->lineEdit_value_0, &QLineEdit::textChanged, this, [&] {
+            locked = !viewer->probe.dataMutex.tryLock();
+            if (!locked) {
+                viewer->probe.dataMutex.unlock();
+            }
+        });
+        refresh();
+        QVERIFY(locked);
+    }
+
     void theTimerIsRestartedAfterARefresh()
     {
         QVERIFY(!viewer->probe.displayTimer->isActive());
