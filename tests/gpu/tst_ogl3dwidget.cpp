@@ -2,6 +2,7 @@
 #include "gpu/viewer_numbers.h"
 
 #include "charts/DataPlot.h"
+#include "look/Style.h"
 #include "look/clr.h"
 
 #include <QApplication>
@@ -486,6 +487,10 @@ void TestOgl3dWidget::axesHaveTheColoursOfFieldsAndCurves()
     const float* const line = OpenObject::colorsOf(*freshScene(0).axes).data() + 6 * axis;
     const QColor colour = QColor::fromRgbF(line[0], line[1], line[2]);
     QCOMPARE(clr::toStr(colour), text);
+
+    const Style style;
+    const QString fields[] = {style.xAxisEditStyle, style.yAxisEditStyle, style.zAxisEditStyle};
+    QVERIFY2(fields[axis].contains(";color:" + text + ";"), qPrintable(fields[axis]));
 
     const DataPlot plot(nullptr);
     const QwtPlotItemList items = plot.itemList(QwtPlotItem::Rtti_PlotCurve);
