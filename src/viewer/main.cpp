@@ -4,6 +4,8 @@
 #include <QApplication>
 #include <QSurfaceFormat>
 
+#include <csignal>
+
 #include <malloc.h>
 
 namespace {
@@ -28,6 +30,8 @@ void keepFramesOffTheHeap()
 int main(int argc, char* argv[])
 {
     keepFramesOffTheHeap();
+    // A recording that meets the limit of a file's size is one on a full disk: its writes fail.
+    std::signal(SIGXFSZ, SIG_IGN);
     // Turns off the glyph cache of the FreeType font engine.
     qputenv("QT_NO_FT_CACHE", "1");
     QSurfaceFormat format;

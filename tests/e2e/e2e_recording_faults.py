@@ -2,6 +2,7 @@
 
 import errno
 import os
+import resource
 import shutil
 import signal
 import subprocess
@@ -131,6 +132,27 @@ class FullDisk(world.EndToEndTest):
         file.check_order()
         steps = [b - a for a, b in zip(file.column("idx"), file.column("idx")[1:])]
         # The rows of the first time are of more than 400 samples.
+        self.assertLess(max(steps), 200)
+        self.close(program)
+
+
+class FileSizeLimit(world.EndToEndTest):
+
+    def test_reached_limit_is_as_a_full_disk(self):
+        program = self.start_streaming()
+        path = control.start_recording(program)
+        control.wait_for_rows(path, 20)
+        _, most = resource.prlimit(program.pid, resource.RLIMIT_FSIZE)
+        limit = path.stat().st_size + 20000
+        resource.prlimit(program.pid, resource.RLIMIT_FSIZE, (limit, most))
+        wait_for("the reached limit", lambda: path.stat().st_size == limit)
+        program.wait_for_samples(TIV_Q, 400)
+        resource.prlimit(program.pid, resource.RLIMIT_FSIZE, (most, most))
+        control.wait_for_rows(path, 400)
+        control.stop_recording(program, path)
+        file = recording.Recording(path)
+        file.check_order()
+        steps = [b - a for a, b in zip(file.column("idx"), file.column("idx")[1:])]
         self.assertLess(max(steps), 200)
         self.close(program)
 
