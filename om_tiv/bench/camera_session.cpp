@@ -167,9 +167,9 @@ CameraSession::~CameraSession()
 ERROR_CODE CameraSession::attach(std::shared_ptr<VirtualCamera> device)
 {
     m_device = std::move(device);
-    const bool claimed = m_device->claim(this, [this] { markLost(); });
-    if (!claimed) {
-        return m_device->isPlugged() ? ERROR_CODE::IN_USE : ERROR_CODE::NOT_DETECTED;
+    if (const ERROR_CODE claimed = m_device->claim(this, [this] { markLost(); });
+        claimed != ERROR_CODE::SUCCESS) {
+        return claimed;
     }
     if (makeContext() != ERROR_CODE::SUCCESS) {
         return ERROR_CODE::FAILURE;

@@ -85,7 +85,8 @@ ERROR_CODE TIVmcu::Impl::openSession(unsigned int serial, std::shared_ptr<Sessio
     }
     auto made = std::make_shared<Session>();
     made->camera = camera;
-    if (!camera->claim(made.get(), [link = made.get()] { link->lost = true; })) {
+    if (camera->claim(made.get(), [link = made.get()] { link->lost = true; }) !=
+        ERROR_CODE::SUCCESS) {
         return camera->isPlugged() ? ERROR_CODE::IN_USE : ERROR_CODE::NOT_DETECTED;
     }
     if (faults.mcuSilent) {

@@ -162,14 +162,17 @@ void VirtualCamera::unplug()
     m_clock.wake();
 }
 
-bool VirtualCamera::claim(const void* owner, std::function<void()> lost)
+ERROR_CODE VirtualCamera::claim(const void* owner, std::function<void()> lost)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (!m_plugged.load() || m_claim.owner != nullptr) {
-        return false;
+    if (!m_plugged.load()) {
+        return ERROR_CODE::NOT_DETECTED;
+    }
+    if (m_claim.owner != nullptr) {
+        return ERROR_CODE::IN_USE;
     }
     m_claim = {owner, std::move(lost)};
-    return true;
+    return ERROR_CODE::SUCCESS;
 }
 
 void VirtualCamera::release(const void* owner)

@@ -76,8 +76,8 @@ public:
     /// @param owner the user, as a name for release()
     /// @param lost  called once, under the camera's lock, when the camera is unplugged in this use;
     ///              not called any more once release() has returned. It must not call back.
-    /// @return false when another user has the camera or it is not plugged in
-    bool claim(const void* owner, std::function<void()> lost);
+    /// @return IN_USE when another user has the camera, NOT_DETECTED when it is not plugged in
+    ERROR_CODE claim(const void* owner, std::function<void()> lost);
     void release(const void* owner); ///< nothing where the owner has no claim
     bool isInUse() const;
 
