@@ -1,9 +1,9 @@
 /// @file
 /// The dialog that calibrates a camera's magnetometer.
 ///
-/// One source file a topic: magcalibdlg.cpp (construction, buttons, messages, update timer),
-/// sampling.cpp (the reading thread and the fit), mculink.cpp (device list, link and EEPROM) and
-/// calibcharts.cpp (the scatter plots).
+/// One source file a topic: magcalibdlg.cpp (construction, buttons, messages, update timer), and
+/// magcalibdlg_*.cpp: sampling (the reading thread and the fit), mculink (device list, link and
+/// EEPROM) and calibcharts (the scatter plots).
 #pragma once
 
 #include <QDialog>

@@ -2,7 +2,7 @@
 
 #include "charts/Background.h"
 #include "charts/CurveTracker.h"
-#include "charts/DenseCurve.h"
+#include "charts/dense_curve.h"
 #include "charts/TimeScaleDraw.h"
 #include "look/Style.h"
 #include "look/clr.h"

@@ -1,9 +1,9 @@
 /// @file
 /// The main window: the open camera's session, the samples of its sensors, and their display.
 ///
-/// One source file a topic: mainwindow.cpp (construction, teardown, signals), session.cpp (the way
-/// from a listed camera to a streaming one and back), devicelist.cpp, sensorthread.cpp,
-/// valuedisplay.cpp, chartfeed.cpp and recordingslots.cpp.
+/// One source file a topic: mainwindow.cpp (construction, teardown, signals), and mainwindow_*.cpp:
+/// session (the way from a listed camera to a streaming one and back), devicelist, sensorthread,
+/// valuedisplay, chartfeed and recordingslots.
 ///
 /// Every slot runs on the interface thread, saveValues() apart. Only dataThreadFunc() and what it
 /// calls run on the sensor thread.

@@ -2,7 +2,7 @@
 
 #include "charts/DataCurve.h"
 #include "charts/DataPlot.h"
-#include "charts/DenseCurve.h"
+#include "charts/dense_curve.h"
 #include "charts/waves.h"
 
 #include <QPainter>

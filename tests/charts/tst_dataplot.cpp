@@ -2,7 +2,7 @@
 #include "charts/CurveTracker.h"
 #include "charts/DataCurve.h"
 #include "charts/DataPlot.h"
-#include "charts/DenseCurve.h"
+#include "charts/dense_curve.h"
 #include "look/Style.h"
 
 #include <QtTest>

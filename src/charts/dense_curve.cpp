@@ -1,6 +1,6 @@
-#include "charts/DenseCurve.h"
+#include "charts/dense_curve.h"
 
-#include "charts/ColumnBars.h"
+#include "charts/column_bars.h"
 
 #include <QBrush>
 #include <QPaintEngine>

@@ -1362,4 +1362,4 @@ private slots:
 };
 
 QTEST_MAIN(TestSession)
-#include "tst_session.moc"
+#include "tst_mainwindow_session.moc"

@@ -1,4 +1,4 @@
-#include "charts/ColumnBars.h"
+#include "charts/column_bars.h"
 
 #include <QtTest>
 
@@ -328,4 +328,4 @@ void TestColumnBars::axisWithoutWidthGivesOneColumn()
 }
 
 QTEST_APPLESS_MAIN(TestColumnBars)
-#include "tst_columnbars.moc"
+#include "tst_column_bars.moc"

@@ -879,4 +879,4 @@ private slots:
 };
 
 QTEST_MAIN(TestSensorThread)
-#include "tst_sensorthread.moc"
+#include "tst_mainwindow_sensorthread.moc"

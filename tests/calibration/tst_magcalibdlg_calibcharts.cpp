@@ -570,4 +570,4 @@ void TestCalibCharts::tickWithoutSamplesReplotsNothing()
 }
 
 QTEST_MAIN(TestCalibCharts)
-#include "tst_calibcharts.moc"
+#include "tst_magcalibdlg_calibcharts.moc"

@@ -1,4 +1,4 @@
-#include "charts/ColumnBars.h"
+#include "charts/column_bars.h"
 
 #include <qwt_scale_map.h>
 

@@ -468,4 +468,4 @@ private slots:
 };
 
 QTEST_MAIN(TestDeviceList)
-#include "tst_devicelist.moc"
+#include "tst_mainwindow_devicelist.moc"

@@ -1139,4 +1139,4 @@ private slots:
 };
 
 QTEST_MAIN(TestRecording)
-#include "tst_recording.moc"
+#include "tst_mainwindow_recordingslots.moc"

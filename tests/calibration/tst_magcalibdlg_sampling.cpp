@@ -684,4 +684,4 @@ void TestSampling::fitOfTheStopTakesNoLock()
 }
 
 QTEST_MAIN(TestSampling)
-#include "tst_sampling.moc"
+#include "tst_magcalibdlg_sampling.moc"

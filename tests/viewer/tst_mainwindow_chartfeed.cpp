@@ -1019,4 +1019,4 @@ private slots:
 };
 
 QTEST_MAIN(TestChartFeed)
-#include "tst_chartfeed.moc"
+#include "tst_mainwindow_chartfeed.moc"

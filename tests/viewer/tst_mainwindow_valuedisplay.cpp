@@ -347,4 +347,4 @@ private slots:
 };
 
 QTEST_MAIN(TestValueDisplay)
-#include "tst_valuedisplay.moc"
+#include "tst_mainwindow_valuedisplay.moc"

@@ -525,4 +525,4 @@ void TestMcuLink::withoutACameraLoadAndStoreFail()
 }
 
 QTEST_MAIN(TestMcuLink)
-#include "tst_mculink.moc"
+#include "tst_magcalibdlg_mculink.moc"
