@@ -1,0 +1,63 @@
+#include "log/command_line.h"
+
+#include <CLI/CLI.hpp>
+
+#include <iostream>
+#include <string>
+#include <vector>
+
+namespace samplelog {
+
+namespace {
+
+/// What is wrong, and where the usage is shown.
+std::string reason(const CLI::App& program, const CLI::ParseError& error)
+{
+    std::string verbs;
+    for (const CLI::App* const sub :
+         program.get_subcommands([](const CLI::App*) { return true; })) {
+        verbs += (verbs.empty() ? "" : ", ") + sub->get_name();
+    }
+    // What is unknown counts, not what it leaves missing.
+    const std::vector<std::string> strange = program.remaining(true);
+    const std::vector<CLI::App*> used = program.get_subcommands();
+    if (used.empty()) {
+        return (strange.empty() ? "a verb is missing" : "no verb \"" + strange.front() + "\"") +
+               "; there are " + verbs + "; see gravimon-log --help";
+    }
+    const std::string what =
+        strange.empty() ? error.what() : "\"" + strange.front() + "\" is not expected";
+    return what + "; see gravimon-log " + used.front()->get_name() + " --help";
+}
+
+} // namespace
+
+std::optional<Action> readCommandLine(int argc, const char* const* argv, int& status)
+{
+    CLI::App program{"Records every sample of a camera's sensors, and works on recordings.",
+                     "gravimon-log"};
+    Action action;
+    program.require_subcommand(1);
+    program.get_formatter()->column_width(34);
+    program.set_version_flag("--version", "gravimon-log " GRAVIMON_VERSION);
+    program.footer("Exit status: 0 done, 1 not done, 2 wrong usage, 3 recorded with missing "
+                   "samples.");
+#ifdef GRAVIMON_LOG_REPORT
+    addReport(program, action);
+#endif
+    try {
+        program.parse(argc, argv);
+        status = DONE;
+        return action;
+    } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
+            status = program.exit(error); // help or version
+        } else {
+            status = WRONG_USAGE;
+            std::cerr << "gravimon-log: " << reason(program, error) << "\n";
+        }
+        return std::nullopt;
+    }
+}
+
+} // namespace samplelog
