@@ -3,7 +3,7 @@
 /// the header are in the application's language.
 #pragma once
 
-#include "recording/recoptiondlg.h"
+#include "recording/recoptions.h"
 
 #include <QString>
 

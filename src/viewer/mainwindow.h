@@ -10,7 +10,7 @@
 #pragma once
 
 #include "camera/DetectionThread.h"
-#include "recording/recoptiondlg.h"
+#include "recording/recoptions.h"
 #include "viewer/handover.h"
 #include "viewer/shared.h"
 

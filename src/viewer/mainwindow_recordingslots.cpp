@@ -5,6 +5,7 @@
 
 #include "camera/InputThreadModul.h"
 #include "recording/line_file.h"
+#include "recording/recoptiondlg.h"
 #include "recording/recorder.h"
 #include "ui_mainwindow.h"
 

@@ -8,6 +8,7 @@
 #include "calibration/magcalibdlg.h"
 #include "look/Style.h"
 #include "recording/line_file.h"
+#include "recording/recoptiondlg.h"
 #include "recording/recorder.h"
 
 #include <QCheckBox>
