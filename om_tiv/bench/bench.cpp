@@ -1,10 +1,10 @@
 #include "bench/bench.h"
 
 #include "bench/bench_file.h"
-#include "bench/control.h"
+#include "control/control.h"
 #include "bench/eeprom.h"
 #include "bench/loader.h"
-#include "bench/replay.h"
+#include "replay/replay.h"
 #include "bench/virtual_camera.h"
 
 #include <algorithm>

@@ -19,9 +19,9 @@
 #pragma once
 
 #include "bench/call_log.h"
-#include "bench/clock.h"
-#include "bench/config.h"
-#include "bench/geometry.h"
+#include "base/clock.h"
+#include "world/config.h"
+#include "world/geometry.h"
 #include "bench/script.h"
 
 #include <chrono>

@@ -1,9 +1,9 @@
 #include "bench/bench_file.h"
 
-#include "bench/files.h"
-#include "bench/json_lines.h"
-#include "bench/one_line.h"
-#include "bench/replay.h"
+#include "base/files.h"
+#include "base/json_lines.h"
+#include "base/one_line.h"
+#include "replay/replay.h"
 
 #include <algorithm>
 #include <array>

@@ -2,7 +2,7 @@
 /// Bench files: the cameras of a bench as JSON. docs/bench-file.md tells the format.
 #pragma once
 
-#include "bench/config.h"
+#include "world/config.h"
 
 #include <cstddef>
 #include <string>

@@ -2,7 +2,7 @@
 /// What the program called, with its arguments.
 #pragma once
 
-#include "bench/clock.h"
+#include "base/clock.h"
 
 #include <om_tiv/camera.h>
 

@@ -1,7 +1,7 @@
 #include "bench/eeprom.h"
 
-#include "bench/files.h"
-#include "bench/one_line.h"
+#include "base/files.h"
+#include "base/one_line.h"
 
 #include <dirent.h>
 #include <fcntl.h>

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "bench/bench_file.h"
-#include "bench/replay.h"
+#include "replay/replay.h"
 
 #include <condition_variable>
 #include <cstddef>

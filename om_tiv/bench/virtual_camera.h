@@ -8,14 +8,14 @@
 /// Threads: all operations may run on any thread, beside each other.
 #pragma once
 
-#include "bench/clock.h"
-#include "bench/config.h"
+#include "base/clock.h"
+#include "world/config.h"
 #include "bench/eeprom.h"
-#include "bench/motion.h"
-#include "bench/replay.h"
-#include "bench/physics.h"
+#include "world/motion.h"
+#include "replay/replay.h"
+#include "world/physics.h"
 #include "bench/script.h"
-#include "bench/sensor_source.h"
+#include "world/sensor_source.h"
 
 #include <atomic>
 #include <functional>

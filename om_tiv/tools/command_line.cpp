@@ -1,7 +1,7 @@
 #include "tools/command_line.h"
 
-#include "bench/json_depth.h"
-#include "bench/one_line.h"
+#include "base/json_depth.h"
+#include "base/one_line.h"
 
 #include <CLI/CLI.hpp>
 

@@ -2,12 +2,12 @@
 //
 // Exit status: 0 done, 1 refused by the bench, 2 wrong usage, 3 no running bench.
 
-#include "tools/bench_client.h"
+#include "control/bench_client.h"
 #include "tools/command_line.h"
 
 #include "bench/eeprom.h"
-#include "bench/hex.h"
-#include "bench/one_line.h"
+#include "base/hex.h"
+#include "base/one_line.h"
 
 #include <array>
 #include <chrono>

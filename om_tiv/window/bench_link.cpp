@@ -1,8 +1,8 @@
 #include "window/bench_link.h"
 
-#include "tools/bench_client.h"
+#include "control/bench_client.h"
 
-#include "bench/control_server.h"
+#include "control/control_server.h"
 
 #include <algorithm>
 #include <chrono>

@@ -4,7 +4,7 @@
 
 #include "window/snapshot.h"
 
-#include "bench/geometry.h"
+#include "world/geometry.h"
 
 #include <QObject>
 #include <QStringList>

@@ -6,7 +6,7 @@
 /// scale.
 #pragma once
 
-#include "bench/geometry.h"
+#include "world/geometry.h"
 
 #include <QColor>
 #include <QString>

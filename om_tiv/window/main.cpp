@@ -4,7 +4,7 @@
 
 #include "window/bench_window.h"
 
-#include "bench/one_line.h"
+#include "base/one_line.h"
 #include "closing/close_signals.h"
 
 #include <CLI/CLI.hpp>

@@ -2,7 +2,7 @@
 /// What a bench tells of itself, as the window shows it.
 #pragma once
 
-#include "bench/geometry.h"
+#include "world/geometry.h"
 
 #include <QString>
 

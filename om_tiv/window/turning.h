@@ -6,7 +6,7 @@
 /// the eye.
 #pragma once
 
-#include "bench/geometry.h"
+#include "world/geometry.h"
 
 #include <deque>
 

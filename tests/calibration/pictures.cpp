@@ -9,7 +9,7 @@
 
 #include "calibration/dialogfixture.h"
 
-#include "bench/sensor_source.h"
+#include "world/sensor_source.h"
 
 #include <QApplication>
 #include <QScreen>

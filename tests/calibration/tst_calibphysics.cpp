@@ -2,9 +2,9 @@
 
 #include "calibration/dialogfixture.h"
 
-#include "bench/geometry.h"
-#include "bench/heading.h"
-#include "bench/sensor_source.h"
+#include "world/geometry.h"
+#include "world/heading.h"
+#include "world/sensor_source.h"
 
 #include <QtTest>
 

@@ -1,4 +1,4 @@
-#include "bench/recorded_file.h"
+#include "replay/recorded_file.h"
 #include "camera/InputThreadModul.h"
 #include "camera/ProgramStates.h"
 #include "camerafixture.h"

@@ -3,7 +3,7 @@
 #include "fuzz/require.h"
 
 #include "bench/bench.h"
-#include "bench/control.h"
+#include "control/control.h"
 
 #include <nlohmann/json.hpp>
 

@@ -3,7 +3,7 @@
 
 #include "fuzz/require.h"
 
-#include "bench/recorded_file.h"
+#include "replay/recorded_file.h"
 
 #include <om_tiv/camera.h>
 

@@ -2,7 +2,7 @@
 
 #include "fuzz/require.h"
 
-#include "bench/replay.h"
+#include "replay/replay.h"
 
 #include <cmath>
 

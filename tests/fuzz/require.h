@@ -3,7 +3,7 @@
 #pragma once
 
 #include <cstddef>
-#include "bench/one_line.h"
+#include "base/one_line.h"
 
 #include <cstdint>
 #include <cstdio>

@@ -1,0 +1,26 @@
+#include "base/json_depth.h"
+
+#include <nlohmann/json.hpp>
+
+namespace om::bench {
+
+JSON_TEXT parseBounded(std::string_view text, nlohmann::json& value)
+{
+    using nlohmann::json;
+    bool tooDeep = false;
+    const auto keep = [&tooDeep](int depth, json::parse_event_t event, const json&) {
+        const bool begins =
+            event == json::parse_event_t::object_start || event == json::parse_event_t::array_start;
+        // The depth is that of what surrounds it.
+        tooDeep = tooDeep || (begins && static_cast<std::size_t>(depth) >= DEEPEST_JSON);
+        return !tooDeep;
+    };
+    value = json::parse(text.begin(), text.end(), keep, false);
+    if (!tooDeep && !value.is_discarded()) {
+        return JSON_TEXT::SOUND;
+    }
+    value = nullptr;
+    return tooDeep ? JSON_TEXT::TOO_DEEP : JSON_TEXT::NO_JSON;
+}
+
+} // namespace om::bench

@@ -1,0 +1,204 @@
+#include "control/bench_client.h"
+
+#include "control/control_server.h"
+#include "base/files.h"
+#include "base/json_depth.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include <dirent.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace om::bench {
+
+namespace {
+
+constexpr std::chrono::seconds answerTimeout{10};
+constexpr char nonsense[] = "the bench's answer is not what a bench answers";
+constexpr timeval sendTimeout = {10, 0};
+
+/// A descriptor that is connected to a bench of this user or of root, or -1 with a reason.
+int connectTo(const std::string& path, std::string& error)
+{
+    const auto failed = [&] {
+        error = path + ": " + std::generic_category().message(errno);
+        return -1;
+    };
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof address.sun_path) {
+        errno = ENAMETOOLONG;
+        return failed();
+    }
+    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+    Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    if (!socket.valid()) {
+        return failed();
+    }
+    // A program that has stopped takes neither connections nor requests for ever.
+    ::setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &sendTimeout, sizeof sendTimeout);
+    if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+        return failed();
+    }
+    ucred peer = {};
+    socklen_t size = sizeof peer;
+    if (::getsockopt(socket.get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) {
+        return failed();
+    }
+    if (peer.uid != ::geteuid() && peer.uid != 0) {
+        error = path + ": served by another user (" + std::to_string(peer.uid) + ")";
+        return -1;
+    }
+    return socket.release();
+}
+
+std::vector<std::string> socketsIn(const std::string& folder)
+{
+    std::vector<std::string> paths;
+    DIR* const dir = ::opendir(folder.c_str());
+    if (dir == nullptr) {
+        return paths;
+    }
+    while (const dirent* entry = ::readdir(dir)) {
+        const std::string name = entry->d_name;
+        if (name.rfind("bench-", 0) == 0 && name.size() > 5 &&
+            name.compare(name.size() - 5, 5, ".sock") == 0) {
+            paths.push_back(std::string(folder).append("/").append(name));
+        }
+    }
+    ::closedir(dir);
+    std::sort(paths.begin(), paths.end());
+    return paths;
+}
+
+} // namespace
+
+std::unique_ptr<BenchClient> BenchClient::connect(const std::string& path, std::string& error)
+{
+    std::string wanted = path;
+    if (wanted.empty()) {
+        const char* given = std::getenv("OM_TIV_CONTROL");
+        if (given != nullptr && given[0] != '\0' && std::strcmp(given, "off") != 0) {
+            wanted = given;
+        }
+    }
+    if (!wanted.empty()) {
+        const int fd = connectTo(wanted, error);
+        if (fd < 0) {
+            return nullptr;
+        }
+        return std::unique_ptr<BenchClient>(new BenchClient(fd));
+    }
+
+    const std::string folder = controlFolder();
+    std::vector<std::pair<std::string, int>> alive;
+    std::string ignored; // what can't be reached is no running bench
+    for (const std::string& candidate : socketsIn(folder)) {
+        const int fd = connectTo(candidate, ignored);
+        if (fd >= 0) {
+            alive.emplace_back(candidate, fd);
+        }
+    }
+    if (alive.size() == 1) {
+        return std::unique_ptr<BenchClient>(new BenchClient(alive.front().second));
+    }
+    if (alive.empty()) {
+        error = "no running bench: start gravimon first (looked in " + folder + ")";
+    } else {
+        error = "several benches run, choose one with --socket:";
+        for (const auto& [candidate, fd] : alive) {
+            error += " " + candidate;
+            ::close(fd);
+        }
+    }
+    return nullptr;
+}
+
+std::vector<std::string> BenchClient::running()
+{
+    std::vector<std::string> alive;
+    std::string ignored;
+    for (const std::string& candidate : socketsIn(controlFolder())) {
+        const int fd = connectTo(candidate, ignored);
+        if (fd >= 0) {
+            ::close(fd);
+            alive.push_back(candidate);
+        }
+    }
+    return alive;
+}
+
+void BenchClient::interrupt()
+{
+    ::shutdown(m_fd, SHUT_RDWR);
+}
+
+BenchClient::~BenchClient()
+{
+    ::close(m_fd);
+}
+
+bool BenchClient::ask(const nlohmann::json& request, nlohmann::json& answer, std::string& error)
+{
+    const std::string line =
+        request.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+    for (std::size_t sent = 0; sent < line.size();) {
+        const ssize_t count = ::send(m_fd, line.data() + sent, line.size() - sent, MSG_NOSIGNAL);
+        if (count < 0 && errno != EINTR) {
+            error = errno == EAGAIN ? "the bench does not answer" : "the bench has gone";
+            return false;
+        }
+        sent += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+    }
+    // A bench that sends its answer in bits has no more time than another.
+    const auto due = std::chrono::steady_clock::now() + answerTimeout;
+    std::size_t end = 0;
+    while ((end = m_input.find('\n')) == std::string::npos) {
+        if (m_input.size() > MAX_ANSWER) {
+            error = nonsense;
+            return false;
+        }
+        pollfd waiting = {m_fd, POLLIN, 0};
+        const auto left =
+            std::chrono::ceil<std::chrono::milliseconds>(due - std::chrono::steady_clock::now());
+        const int ready =
+            ::poll(&waiting, 1, static_cast<int>(std::max<std::int64_t>(left.count(), 0)));
+        if (ready < 0 && errno == EINTR) {
+            continue;
+        }
+        if (ready == 0) {
+            error = "the bench does not answer";
+            return false;
+        }
+        std::array<char, 16384> bytes;
+        const ssize_t count = ::recv(m_fd, bytes.data(), bytes.size(), 0);
+        if (count <= 0) {
+            error = "the bench has gone";
+            return false;
+        }
+        m_input.append(bytes.data(), static_cast<std::size_t>(count));
+    }
+    parseBounded(std::string_view(m_input).substr(0, end), answer);
+    m_input.erase(0, end + 1);
+    if (!answer.is_object()) {
+        error = nonsense;
+        return false;
+    }
+    return true;
+}
+
+} // namespace om::bench

@@ -1,0 +1,535 @@
+#include "control/control.h"
+
+#include "bench/bench.h"
+#include "bench/bench_file.h"
+#include "control/control_server.h"
+#include "bench/eeprom.h"
+#include "base/hex.h"
+#include "base/json_depth.h"
+#include "bench/loader.h"
+#include "base/one_line.h"
+#include "bench/virtual_camera.h"
+
+#include <nlohmann/json.hpp>
+
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <stdexcept>
+#include <utility>
+
+namespace om::bench {
+
+namespace {
+
+using nlohmann::json;
+
+constexpr double DEGREES = 180.0 / PI;
+constexpr double LONGEST_GLIDE = 600.0; ///< s
+constexpr double FASTEST_SPIN = 1000.0; ///< degrees per second, what the gyroscope can read
+
+/// A request that is refused, with the reason for whoever sent it.
+class Refusal : public std::runtime_error
+{
+    using std::runtime_error::runtime_error;
+};
+
+const json& member(const json& object, const char* key)
+{
+    const auto found = object.find(key);
+    if (found == object.end()) {
+        throw Refusal(std::string("\"") + key + "\" is missing");
+    }
+    return *found;
+}
+
+double number(const json& object, const char* key, double least, double most)
+{
+    const json& value = member(object, key);
+    if (!value.is_number() || !(value.get<double>() >= least && value.get<double>() <= most)) {
+        throw Refusal(std::string("\"") + key + "\" must be a number from " + json(least).dump() +
+                      " to " + json(most).dump());
+    }
+    return value.get<double>();
+}
+
+/// N numbers from -most to most.
+template <std::size_t N>
+std::array<double, N> numbers(const json& object, const char* key, double most)
+{
+    const json& value = member(object, key);
+    std::array<double, N> result{};
+    bool sound = value.is_array() && value.size() == N;
+    for (std::size_t i = 0; sound && i < N; ++i) {
+        sound = value[i].is_number() && std::abs(value[i].get<double>()) <= most;
+        result[i] = sound ? value[i].get<double>() : 0.0;
+    }
+    if (!sound) {
+        throw Refusal(std::string("\"") + key + "\" must be " + std::to_string(N) +
+                      " numbers from " + json(-most).dump() + " to " + json(most).dump());
+    }
+    return result;
+}
+
+/// False where it is missing.
+bool flag(const json& object, const char* key)
+{
+    const auto found = object.find(key);
+    if (found == object.end()) {
+        return false;
+    }
+    if (!found->is_boolean()) {
+        throw Refusal(std::string("\"") + key + "\" must be true or false");
+    }
+    return found->get<bool>();
+}
+
+std::string text(const json& object, const char* key)
+{
+    const json& value = member(object, key);
+    if (!value.is_string()) {
+        throw Refusal(std::string("\"") + key + "\" must be a text");
+    }
+    return value.get<std::string>();
+}
+
+/// The faults that are not at their default, by the keys of bench files.
+json faultsAsJson(const Faults& faults, bool all)
+{
+    const Faults none;
+    json object = json::object();
+    const auto put = [&](const char* key, const auto& value, const auto& neutral) {
+        if (all || value != neutral) {
+            object[key] = value;
+        }
+    };
+    put("openResult", static_cast<int>(faults.openResult), static_cast<int>(none.openResult));
+    put("openRefusals", faults.openRefusals, none.openRefusals);
+    put("openDelay", faults.openDelay.count(), none.openDelay.count());
+    put("grabFailures", faults.grabFailures, none.grabFailures);
+    put("grabFailureResult", static_cast<int>(faults.grabFailureResult),
+        static_cast<int>(none.grabFailureResult));
+    put("frozenTimestamps", faults.frozenTimestamps, none.frozenTimestamps);
+    put("repeatedTimestamps", faults.repeatedTimestamps, none.repeatedTimestamps);
+    put("barometerAbsent", faults.barometerAbsent, none.barometerAbsent);
+    put("magnetometerAbsent", faults.magnetometerAbsent, none.magnetometerAbsent);
+    put("boardTemperaturesAbsent", faults.boardTemperaturesAbsent, none.boardTemperaturesAbsent);
+    put("imuTemperatureAbsent", faults.imuTemperatureAbsent, none.imuTemperatureAbsent);
+    put("magnetometerSaturated", faults.magnetometerSaturated, none.magnetometerSaturated);
+    put("magneticDisturbance", faults.magneticDisturbance, none.magneticDisturbance);
+    put("littleGpuMemory", faults.littleGpuMemory, none.littleGpuMemory);
+    put("mcuSilent", faults.mcuSilent, none.mcuSilent);
+    put("mcuOpenRefused", faults.mcuOpenRefused, none.mcuOpenRefused);
+    put("eepromWriteRefused", faults.eepromWriteRefused, none.eepromWriteRefused);
+    put("eepromReadbackDiffers", faults.eepromReadbackDiffers, none.eepromReadbackDiffers);
+    return object;
+}
+
+json triple(const Vector& v, double scale = 1.0)
+{
+    return {scale * v.x, scale * v.y, scale * v.z};
+}
+
+/// What the program was given last, by the keys of the truth; null before it has read anything.
+json readingAsJson(const std::optional<Reading>& reading)
+{
+    if (!reading) {
+        return nullptr;
+    }
+    return {{"field", reading->field ? triple(*reading->field) : json()},
+            {"specificForce", triple(reading->acceleration)},
+            {"angularVelocity", triple(reading->angularVelocity)}};
+}
+
+/// The place in a file means nothing here; the key does.
+std::string withoutPlace(const std::string& error)
+{
+    const std::string place = "cameras[0]";
+    const std::size_t at = error.find(place);
+    return at == std::string::npos ? error : "camera" + error.substr(at + place.size());
+}
+
+constexpr const char* CAMERA = "camera"; ///< in place of a bench file's name
+
+/// A camera in the words of a bench file, read by the bench file's own reader.
+BenchDescription readCamera(const json& camera)
+{
+    BenchDescription description;
+    std::string error;
+    if (!parseBenchText(json{{"cameras", json::array({camera})}}.dump(), CAMERA, description,
+                        error)) {
+        throw Refusal(withoutPlace(error));
+    }
+    return description;
+}
+
+std::string isThere(unsigned int serial)
+{
+    return "there is a camera with serial number " + std::to_string(serial) + " already";
+}
+
+class Request
+{
+public:
+    Request(Bench& bench, const json& request) : m_bench(bench), m_request(request) {}
+
+    json answer()
+    {
+        struct Command
+        {
+            const char* name;
+            json (Request::*run)();
+        };
+        static constexpr Command COMMANDS[] = {
+            {"list", &Request::list},         {"add", &Request::add},
+            {"remove", &Request::remove},     {"plug", &Request::plug},
+            {"unplug", &Request::unplug},     {"motion", &Request::motion},
+            {"pose", &Request::pose},         {"field", &Request::field},
+            {"fault", &Request::fault},       {"temperature", &Request::temperature},
+            {"firmware", &Request::firmware}, {"eeprom", &Request::eeprom},
+            {"loading", &Request::loading},
+        };
+        const std::string name = text(m_request, "command");
+        std::string known;
+        for (const Command& command : COMMANDS) {
+            if (name == command.name) {
+                json result = (this->*command.run)();
+                result["ok"] = true;
+                return result;
+            }
+            known += (known.empty() ? "" : ", ") + std::string(command.name);
+        }
+        throw Refusal("no command \"" + name + "\"; there are " + known);
+    }
+
+private:
+    unsigned int serialNumber() const
+    {
+        const json& value = member(m_request, "serialNumber");
+        if (!value.is_number_unsigned() || value.get<std::uint64_t>() > UINT32_MAX) {
+            throw Refusal("\"serialNumber\" must be a whole number");
+        }
+        return value.get<unsigned int>();
+    }
+
+    std::shared_ptr<VirtualCamera> camera() const
+    {
+        const unsigned int serial = serialNumber();
+        auto found = m_bench.camera(serial);
+        if (!found) {
+            throw Refusal("no camera with serial number " + std::to_string(serial) +
+                          " on the bench");
+        }
+        return found;
+    }
+
+    /// One that can be moved: what a recording holds stays as it was.
+    std::shared_ptr<VirtualCamera> movableCamera() const
+    {
+        auto found = camera();
+        if (found->playsRecording()) {
+            throw Refusal(std::to_string(found->serialNumber()) + " plays a recording");
+        }
+        return found;
+    }
+
+    json list()
+    {
+        json cameras = json::array();
+        for (const CameraStatus& status : m_bench.status()) {
+            const ImuCounters counters = m_bench.imuCounters(status.serialNumber);
+            const Truth truth = m_bench.truth(status.serialNumber);
+            const auto device = m_bench.camera(status.serialNumber);
+            if (!device) {
+                continue; // removed meanwhile
+            }
+            cameras.push_back({{"serialNumber", status.serialNumber},
+                               {"model", toString(status.model).c_str()},
+                               {"id", status.id},
+                               {"state", !status.plugged          ? "unplugged"
+                                         : !status.inUse          ? "plugged"
+                                         : counters.delivered > 0 ? "streaming"
+                                                                  : "open"},
+                               {"motion", motionName(status.motion)},
+                               {"firmware", device->firmwareVersion()},
+                               {"temperature", device->airTemperature()},
+                               {"samplesProduced", counters.produced},
+                               {"samplesRead", counters.delivered},
+                               {"faults", faultsAsJson(m_bench.faults(status.serialNumber), false)},
+                               {"reading", readingAsJson(device->lastReading())},
+                               {"truth",
+                                {{"heading", truth.heading * DEGREES},
+                                 {"pose", {truth.pose.x, truth.pose.y, truth.pose.z, truth.pose.w}},
+                                 {"field", triple(truth.field)},
+                                 {"specificForce", triple(truth.specificForce)},
+                                 {"angularVelocity", triple(truth.angularVelocity, DEGREES)},
+                                 {"movingState", truth.movingState}}}});
+        }
+        json answer = {{"cameras", cameras}};
+        if (const std::string problem = m_bench.problem(); !problem.empty()) {
+            answer["problem"] = problem;
+        }
+        if (const auto part = m_bench.loader().part(); part) {
+            answer["loading"] = *part;
+        }
+        return answer;
+    }
+
+    json add()
+    {
+        BenchDescription description = readCamera(member(m_request, "camera"));
+        const unsigned int serial = description.cameras.front().serialNumber;
+        if (m_bench.serialNumbers().size() + m_bench.loader().camerasToCome() >= MOST_CAMERAS) {
+            throw Refusal("there are " + std::to_string(MOST_CAMERAS) +
+                          " cameras already, as many as are possible");
+        }
+        if (m_bench.camera(serial) || m_bench.loader().isReading(serial)) {
+            throw Refusal(isThere(serial));
+        }
+        if (description.replays.empty()) {
+            if (!m_bench.addCamera(description.cameras.front())) {
+                throw Refusal(isThere(serial));
+            }
+            return json::object();
+        }
+        Bench& bench = m_bench;
+        m_bench.loader().start(
+            std::move(description), CAMERA,
+            [&bench, serial](const BenchDescription& read, const std::string& error) {
+                if (!error.empty()) {
+                    return withoutPlace(error);
+                }
+                return bench.addCamera(read.cameras.front()) ? std::string() : isThere(serial);
+            });
+        return {{"loading", 0.0}};
+    }
+
+    json loading()
+    {
+        const auto status = m_bench.loader().takeStatus(serialNumber());
+        if (!status) {
+            camera();
+            return json::object();
+        }
+        if (!status->error.empty()) {
+            throw Refusal(status->error);
+        }
+        return status->reading ? json{{"loading", status->part}} : json::object();
+    }
+
+    json remove()
+    {
+        if (!m_bench.loader().cancel(serialNumber())) {
+            m_bench.removeCamera(camera()->serialNumber());
+        }
+        return json::object();
+    }
+
+    json plug()
+    {
+        const auto target = camera();
+        if (target->isPlugged()) {
+            throw Refusal(std::to_string(target->serialNumber()) + " is plugged in");
+        }
+        m_bench.plug(target->serialNumber());
+        return json::object();
+    }
+
+    json unplug()
+    {
+        const auto target = camera();
+        if (!target->isPlugged()) {
+            throw Refusal(std::to_string(target->serialNumber()) + " is not plugged in");
+        }
+        m_bench.unplug(target->serialNumber());
+        return json::object();
+    }
+
+    json motion()
+    {
+        const auto target = movableCamera();
+        const std::string name = text(m_request, "motion");
+        MOTION value = MOTION::AT_REST;
+        if (!motionFromName(name, value)) {
+            throw Refusal("no motion \"" + name +
+                          R"("; there are "at rest", "hand-held", "tumble", "fall", "posed")");
+        }
+        m_bench.setMotion(target->serialNumber(), value);
+        return json::object();
+    }
+
+    json pose()
+    {
+        const auto target = movableCamera();
+        const json& angles = member(m_request, "pose");
+        if (!angles.is_object()) {
+            throw Refusal("\"pose\" must be an object");
+        }
+        const Quaternion value =
+            angles.contains("quaternion")
+                ? quaternion(angles)
+                : fromHeading(number(angles, "heading", -360.0, 360.0) / DEGREES,
+                              number(angles, "pitch", -90.0, 90.0) / DEGREES,
+                              number(angles, "roll", -180.0, 180.0) / DEGREES);
+        const double glide =
+            m_request.contains("glide") ? number(m_request, "glide", 0.0, LONGEST_GLIDE) : 0.3;
+        Vector spin;
+        if (m_request.contains("spin")) {
+            const auto rates = numbers<3>(m_request, "spin", FASTEST_SPIN);
+            spin = (1.0 / DEGREES) * Vector{rates[0], rates[1], rates[2]};
+        }
+        target->setPose(value, std::chrono::nanoseconds(std::llround(glide * 1e9)), spin);
+        return json::object();
+    }
+
+    static Quaternion quaternion(const json& angles)
+    {
+        const auto parts = numbers<4>(angles, "quaternion", 1.0);
+        const Quaternion given{parts[3], parts[0], parts[1], parts[2]};
+        const double square =
+            given.w * given.w + given.x * given.x + given.y * given.y + given.z * given.z;
+        if (std::abs(square - 1.0) > 1e-3) {
+            throw Refusal("\"quaternion\" must have the length 1");
+        }
+        return normalized(given);
+    }
+
+    json temperature()
+    {
+        const auto target = m_request.contains("temperature") ? movableCamera() : camera();
+        if (m_request.contains("temperature")) {
+            target->setAirTemperature(number(m_request, "temperature", -40.0, 85.0));
+        }
+        return {{"temperature", target->airTemperature()}};
+    }
+
+    json firmware()
+    {
+        const auto target = camera();
+        if (m_request.contains("firmware")) {
+            const double version = number(m_request, "firmware", 0.0, 65535.0);
+            if (version != std::floor(version)) {
+                throw Refusal("\"firmware\" must be a whole number");
+            }
+            target->setFirmwareVersion(static_cast<unsigned int>(version));
+        }
+        return {{"firmware", target->firmwareVersion()}};
+    }
+
+    json field()
+    {
+        Field value = m_bench.field();
+        if (m_request.contains("field")) {
+            const json& given = m_request.at("field");
+            if (!given.is_object()) {
+                throw Refusal("\"field\" must be an object");
+            }
+            value.strength = number(given, "strength", 0.0, 1000.0);
+            value.inclination = number(given, "inclination", -90.0, 90.0);
+            value.declination = number(given, "declination", -180.0, 180.0);
+            m_bench.setField(value);
+        }
+        return {{"field",
+                 {{"strength", value.strength},
+                  {"inclination", value.inclination},
+                  {"declination", value.declination}}}};
+    }
+
+    json fault()
+    {
+        const auto target = camera();
+        const bool clear = flag(m_request, "clear");
+        const json given = m_request.value("faults", json::object());
+        if (!given.is_object()) {
+            throw Refusal("\"faults\" must be an object");
+        }
+        if (clear || !given.empty()) {
+            // In one go, so that a fault that counts down meanwhile is not set back.
+            target->changeFaults([&](Faults& faults) {
+                json wanted = faultsAsJson(clear ? Faults() : faults, true);
+                wanted.update(given);
+                faults = readCamera({{"model", "TIV_Q"}, {"serialNumber", 1}, {"faults", wanted}})
+                             .cameras.front()
+                             .faults;
+            });
+        }
+        return {{"faults", faultsAsJson(target->faults(), true)}};
+    }
+
+    json eeprom()
+    {
+        const auto target = camera();
+        const std::string action = text(m_request, "action");
+        if (action == "erase") {
+            if (!m_bench.storeCalibration(target->serialNumber(), MagCalibration())) {
+                throw Refusal("the image could not be written, and the calibration is as it was; "
+                              "the program's standard error has the reason");
+            }
+        } else if (action == "dump") {
+            const EepromStore store;
+            std::string problem;
+            const std::string image = store.image(target->serialNumber(), problem);
+            if (!problem.empty()) {
+                throw Refusal(problem);
+            }
+            return {{"image", toHex(image)}, {"path", store.path(target->serialNumber())}};
+        } else if (action != "show") {
+            throw Refusal("no action \"" + action + R"("; there are "show", "dump", "erase")");
+        }
+        const MagCalibration calibration = m_bench.calibration(target->serialNumber());
+        return {{"scale", calibration.scale},
+                {"offset", calibration.offset},
+                {"neutral", calibration.isNeutral()}};
+    }
+
+    Bench& m_bench;
+    const json& m_request;
+};
+
+} // namespace
+
+std::string answerControl(Bench& bench, const std::string& request)
+{
+    json answer;
+    try {
+        json parsed;
+        if (parseBounded(request, parsed) == JSON_TEXT::TOO_DEEP) {
+            throw Refusal("nested too deeply");
+        }
+        if (!parsed.is_object()) {
+            throw Refusal("a request is a JSON object on one line");
+        }
+        answer = Request(bench, parsed).answer();
+    } catch (const std::exception& refusal) {
+        // Requests are quoted in refusals, which end on a terminal.
+        answer = {{"ok", false}, {"error", oneLine(refusal.what())}};
+    }
+    return answer.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+void startControl(Bench& bench)
+{
+    static std::once_flag once;
+    std::call_once(once, [&bench] {
+        const std::string path = controlPath();
+        if (path.empty()) {
+            return;
+        }
+        std::string error;
+        auto server = ControlServer::start(
+            path, [&bench](const std::string& request) { return answerControl(bench, request); },
+            error);
+        if (!server) {
+            std::fprintf(stderr, "om_tiv: no control socket: %s\n", oneLine(error).c_str());
+            return;
+        }
+        // Ends with the process: before the bench's own statics, which are never destroyed.
+        static ControlServer* running = nullptr;
+        running = server.release();
+        std::atexit([] { delete running; });
+    });
+}
+
+} // namespace om::bench

@@ -1,0 +1,198 @@
+#include "replay/recorded_file.h"
+
+#include "base/files.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <system_error>
+
+namespace om::bench {
+
+namespace {
+
+constexpr std::array<std::uint8_t, 8> MAGIC = {'O', 'M', 'Q', 'V', 'R', '\r', '\n', 0x1A};
+constexpr std::uint32_t VERSION = 1;
+constexpr std::size_t HEADER_BYTES = 48;
+constexpr std::size_t MOST_FRAMES = 10'000'000;
+constexpr unsigned int MOST_PIXELS = 16384;
+constexpr double HIGHEST_RATE = 1000.0;
+
+/// Where the fields of the header are.
+enum OFFSET : std::size_t {
+    AT_VERSION = 8,
+    AT_HEADER_BYTES = 12,
+    AT_FRAMES = 16,
+    AT_FRAME_RATE = 20, // in 1/1000 Hz
+    AT_WIDTH = 24,
+    AT_HEIGHT = 28,
+    AT_MODEL = 32,
+    AT_SERIAL = 36,
+    AT_FIRMWARE = 40,
+    AT_RESERVED = 44,
+};
+
+void put(std::vector<std::uint8_t>& bytes, std::size_t at, std::uint64_t value, std::size_t width)
+{
+    for (std::size_t i = 0; i < width; ++i) {
+        bytes[at + i] = static_cast<std::uint8_t>(value >> (8 * i));
+    }
+}
+
+std::uint64_t get(const std::uint8_t* bytes, std::size_t width)
+{
+    std::uint64_t value = 0;
+    for (std::size_t i = 0; i < width; ++i) {
+        value |= std::uint64_t{bytes[i]} << (8 * i);
+    }
+    return value;
+}
+
+std::uint32_t get32(const std::uint8_t* bytes)
+{
+    return static_cast<std::uint32_t>(get(bytes, 4));
+}
+
+std::string atByte(std::size_t offset)
+{
+    return "byte " + std::to_string(offset) + ": ";
+}
+
+/// Empty, or what is wrong with the header.
+std::string parseHeader(const std::uint8_t* header, Recording& recording, std::size_t& frames)
+{
+    if (std::memcmp(header, MAGIC.data(), MAGIC.size()) != 0) {
+        return atByte(0) + "not a recorded file";
+    }
+    if (get32(header + AT_VERSION) != VERSION) {
+        return atByte(AT_VERSION) + "format version " + std::to_string(get32(header + AT_VERSION)) +
+               ", expected " + std::to_string(VERSION);
+    }
+    if (get32(header + AT_HEADER_BYTES) != HEADER_BYTES) {
+        return atByte(AT_HEADER_BYTES) + "header of " +
+               std::to_string(get32(header + AT_HEADER_BYTES)) + " bytes, expected " +
+               std::to_string(HEADER_BYTES);
+    }
+    frames = get32(header + AT_FRAMES);
+    if (frames == 0 || frames > MOST_FRAMES) {
+        return atByte(AT_FRAMES) + std::to_string(frames) + " frames, expected 1 to " +
+               std::to_string(MOST_FRAMES);
+    }
+    recording.frameRate = get32(header + AT_FRAME_RATE) / 1000.0;
+    if (recording.frameRate <= 0.0 || recording.frameRate > HIGHEST_RATE) {
+        return atByte(AT_FRAME_RATE) + "frame rate out of range";
+    }
+    recording.width = get32(header + AT_WIDTH);
+    recording.height = get32(header + AT_HEIGHT);
+    if (recording.width == 0 || recording.width > MOST_PIXELS || recording.height == 0 ||
+        recording.height > MOST_PIXELS) {
+        return atByte(AT_WIDTH) + "image size " + std::to_string(recording.width) + " x " +
+               std::to_string(recording.height) + " out of range";
+    }
+    if (get32(header + AT_MODEL) > static_cast<std::uint32_t>(MODEL::TIV_S)) {
+        return atByte(AT_MODEL) + "model " + std::to_string(get32(header + AT_MODEL)) +
+               ", expected 0 to 5";
+    }
+    if (get32(header + AT_RESERVED) != 0) {
+        return atByte(AT_RESERVED) + "reserved bytes are not 0";
+    }
+    recording.model = static_cast<MODEL>(get32(header + AT_MODEL));
+    recording.serialNumber = get32(header + AT_SERIAL);
+    recording.firmwareVersion = get32(header + AT_FIRMWARE);
+    return {};
+}
+
+} // namespace
+
+bool readRecording(const std::string& path, Recording& recording, std::string& error)
+{
+    std::string reason;
+    const FilePtr file = openRegularStream(path, reason);
+    std::array<std::uint8_t, HEADER_BYTES> header{};
+    const std::size_t got = file ? std::fread(header.data(), 1, header.size(), file.get()) : 0;
+    if (file && std::ferror(file.get()) != 0) {
+        reason = std::generic_category().message(errno);
+    }
+    if (!reason.empty()) {
+        error = path + ": can't be read: " + reason;
+        return false;
+    }
+    if (got < header.size()) {
+        error = path + ": " + atByte(got) + "the file ends within its header";
+        return false;
+    }
+    Recording read;
+    std::size_t frames = 0;
+    if (const std::string wrong = parseHeader(header.data(), read, frames); !wrong.empty()) {
+        error = path + ": " + wrong;
+        return false;
+    }
+    // Piece by piece: the number of frames is only a claim until the bytes are there.
+    std::array<std::uint8_t, 8 * 1024> piece{};
+    while (read.frameTimes.size() < frames) {
+        const std::size_t wanted =
+            std::min<std::size_t>(piece.size(), 8 * (frames - read.frameTimes.size()));
+        const std::size_t bytes = std::fread(piece.data(), 1, wanted, file.get());
+        for (std::size_t at = 0; at + 8 <= bytes; at += 8) {
+            read.frameTimes.push_back(get(piece.data() + at, 8));
+        }
+        if (bytes < wanted) {
+            error = path + ": " + atByte(HEADER_BYTES + 8 * read.frameTimes.size()) +
+                    "the file ends after " + std::to_string(read.frameTimes.size()) + " of " +
+                    std::to_string(frames) + " frames";
+            return false;
+        }
+    }
+    if (std::fgetc(file.get()) != EOF) {
+        error = path + ": " + atByte(HEADER_BYTES + 8 * frames) + "bytes after the last frame";
+        return false;
+    }
+    Nanoseconds last = 0;
+    for (std::size_t i = 0; i < frames; ++i) {
+        if (read.frameTimes[i] != 0 && read.frameTimes[i] < last) {
+            error = path + ": " + atByte(HEADER_BYTES + 8 * i) + "the time of frame " +
+                    std::to_string(i) + " lies before that of a former frame";
+            return false;
+        }
+        last = std::max(last, read.frameTimes[i]);
+    }
+    recording = std::move(read);
+    return true;
+}
+
+bool writeRecording(const std::string& path, const Recording& recording, std::string& error)
+{
+    std::vector<std::uint8_t> bytes(HEADER_BYTES + 8 * recording.frameTimes.size());
+    std::memcpy(bytes.data(), MAGIC.data(), MAGIC.size());
+    put(bytes, AT_VERSION, VERSION, 4);
+    put(bytes, AT_HEADER_BYTES, HEADER_BYTES, 4);
+    put(bytes, AT_FRAMES, recording.frameTimes.size(), 4);
+    put(bytes, AT_FRAME_RATE,
+        static_cast<std::uint64_t>(std::llround(recording.frameRate * 1000.0)), 4);
+    put(bytes, AT_WIDTH, recording.width, 4);
+    put(bytes, AT_HEIGHT, recording.height, 4);
+    put(bytes, AT_MODEL, static_cast<std::uint32_t>(recording.model), 4);
+    put(bytes, AT_SERIAL, recording.serialNumber, 4);
+    put(bytes, AT_FIRMWARE, recording.firmwareVersion, 4);
+    put(bytes, AT_RESERVED, 0, 4);
+    for (std::size_t i = 0; i < recording.frameTimes.size(); ++i) {
+        put(bytes, HEADER_BYTES + 8 * i, recording.frameTimes[i], 8);
+    }
+
+    const std::string temporary = path + ".part";
+    FilePtr file(std::fopen(temporary.c_str(), "wb"), &std::fclose);
+    bool good = file && std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size();
+    // The last bytes may fail as late as in fclose().
+    good = file && std::fclose(file.release()) == 0 && good;
+    if (!good || std::rename(temporary.c_str(), path.c_str()) != 0) {
+        error = path + ": can't be written: " + std::generic_category().message(errno);
+        std::remove(temporary.c_str());
+        return false;
+    }
+    return true;
+}
+
+} // namespace om::bench

@@ -1,0 +1,34 @@
+/// @file
+/// Recorded files, for InputType::setFromQVRFile(). docs/recorded-file.md tells the format.
+#pragma once
+
+#include "base/clock.h"
+
+#include <om_tiv/types.h>
+
+#include <string>
+#include <vector>
+
+namespace om::bench {
+
+/// What a recorded file holds: the frames' times, not their pictures.
+struct Recording
+{
+    MODEL model = MODEL::TIV_Q;
+    unsigned int serialNumber = 0;
+    unsigned int firmwareVersion = 0;
+    unsigned int width = 1280; ///< of one image, 1 to 16384
+    unsigned int height = 720; ///< of one image, 1 to 16384
+    double frameRate = 60.0;   ///< Hz, above 0 and up to 1000
+    /// Of each frame, at least one; 0 stands for a frame without a time.
+    std::vector<Nanoseconds> frameTimes;
+};
+
+/// @param error one line, FILE: byte N: REASON
+/// @return false with error set and the recording untouched
+bool readRecording(const std::string& path, Recording& recording, std::string& error);
+
+/// Replaces the file in one go. @param error one line
+bool writeRecording(const std::string& path, const Recording& recording, std::string& error);
+
+} // namespace om::bench

@@ -1,0 +1,169 @@
+// Poses and pressures whose way through the library's arithmetic and the program's ends exactly at
+// a recorded value.
+
+#include "replay/replay.h"
+
+#include <algorithm>
+#include <cmath>
+#include <initializer_list>
+#include <utility>
+
+namespace om::bench {
+
+namespace {
+
+constexpr double DEGREES = 180.0 / PI;
+
+/// Float angles up to these are those that a matrix can have.
+constexpr auto HALF_TURN = static_cast<float>(PI);
+constexpr auto QUARTER_TURN = static_cast<float>(PI / 2.0);
+
+/// Below this cosine of Y, Transform::getEulerAngles() has X and Z as one angle and Y as a quarter
+/// turn.
+constexpr double LOCKED = 1e-6;
+
+/// What a reader makes of an angle in radians: single precision, degrees, single precision again.
+float degreesOf(float radians)
+{
+    return static_cast<float>(double{radians} * 180.0 / PI);
+}
+
+/// The neighbour that lies so many floats away.
+float stepped(float value, int steps)
+{
+    const float towards = steps > 0 ? INFINITY : -INFINITY;
+    for (int i = std::abs(steps); i > 0; --i) {
+        value = std::nextafter(value, towards);
+    }
+    return value;
+}
+
+/// The float in radians that is read as these degrees. Degrees are finer than radians in places,
+/// where there may be none: then the one that is read as the nearest.
+float radiansReadAs(float degrees)
+{
+    const auto middle = static_cast<float>(degrees / DEGREES);
+    float best = middle;
+    for (const int steps : {-1, 1}) {
+        const float candidate = stepped(middle, steps);
+        if (std::abs(double{degreesOf(candidate)} - degrees) <
+            std::abs(double{degreesOf(best)} - degrees)) {
+            best = candidate;
+        }
+    }
+    return best;
+}
+
+/// Looks for two floats in the ratio of sine and cosine of the angle: of the length, or a little
+/// shorter, as only ratios make angles. accept(sine, cosine) ends the search.
+template <typename Accept>
+bool searchRatio(float angle, double length, const Accept& accept)
+{
+    // The end of the range itself is no angle that a sine and a cosine can have.
+    constexpr double MOST = PI - 3e-8;
+    const double middle = std::clamp(double{angle}, -MOST, MOST);
+    const double sine = std::sin(middle);
+    const double cosine = std::cos(middle);
+    constexpr int MOST_TRIES = 64;
+    // Spread by the golden section: lengths at even steps can miss by the same again and again.
+    constexpr double SHORTEST = 1.0 - 6e-4;
+    constexpr double GOLDEN = 0.61803398874989485;
+    constexpr int STEPS[] = {0, 1, -1, 2, -2};
+    for (int i = 0; i < MOST_TRIES; ++i) {
+        const double shortened = length * (1.0 - (1.0 - SHORTEST) * std::fmod(i * GOLDEN, 1.0));
+        const auto s = static_cast<float>(sine * shortened);
+        const auto c = static_cast<float>(cosine * shortened);
+        for (const int stepsS : STEPS) {
+            for (const int stepsC : STEPS) {
+                const float trialS = stepped(s, stepsS);
+                const float trialC = stepped(c, stepsC);
+                if (static_cast<float>(std::atan2(double{trialS}, double{trialC})) == angle &&
+                    accept(trialS, trialC)) {
+                    return true;
+                }
+            }
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+Transform transformOfEulerDegrees(const std::array<float, 3>& degrees)
+{
+    const double x = degrees[0] / DEGREES;
+    const double y = degrees[1] / DEGREES;
+    const double z = degrees[2] / DEGREES;
+    const double sx = std::sin(x);
+    const double cx = std::cos(x);
+    const double sy = std::sin(y);
+    const double cy = std::cos(y);
+    const double sz = std::sin(z);
+    const double cz = std::cos(z);
+    // Rz Ry Rx.
+    const double rows[3][3] = {{cz * cy, cz * sy * sx - sz * cx, cz * sy * cx + sz * sx},
+                               {sz * cy, sz * sy * sx + cz * cx, sz * sy * cx - cz * sx},
+                               {-sy, cy * sx, cy * cx}};
+    Matrix4f matrix;
+    for (int row = 0; row < 3; ++row) {
+        for (int column = 0; column < 3; ++column) {
+            matrix(row, column) = static_cast<float>(rows[row][column]);
+        }
+    }
+    const float wantedX = radiansReadAs(degrees[0]);
+    const float wantedY = radiansReadAs(degrees[1]);
+    const float wantedZ = radiansReadAs(degrees[2]);
+    if (!(std::abs(wantedX) <= HALF_TURN && std::abs(wantedY) <= QUARTER_TURN &&
+          std::abs(wantedZ) <= HALF_TURN)) {
+        return Transform(matrix);
+    }
+    const bool isLocked = std::abs(cy) <= LOCKED;
+    if (isLocked) {
+        matrix(2, 0) = std::copysign(1.0F, static_cast<float>(-sy));
+        for (const auto& [row, column] : {std::pair(0, 0), {1, 0}, {2, 1}, {2, 2}}) {
+            matrix(row, column) = 0.0F;
+        }
+        if (wantedZ == 0.0F) { // as it is read there
+            searchRatio(wantedX, 1.0, [&](float s, float c) {
+                matrix(1, 2) = -s;
+                matrix(1, 1) = c;
+                return true;
+            });
+        }
+        return Transform(matrix);
+    }
+    searchRatio(wantedX, cy, [&](float s, float c) {
+        matrix(2, 1) = s;
+        matrix(2, 2) = c;
+        return true;
+    });
+    searchRatio(wantedZ, cy, [&](float s, float c) {
+        const double level = std::hypot(double{s}, double{c});
+        const auto down = static_cast<float>(-std::tan(double{wantedY}) * level);
+        for (const int steps : {0, 1, -1}) {
+            const float trial = stepped(down, steps);
+            if (static_cast<float>(std::atan2(-double{trial}, level)) == wantedY) {
+                matrix(1, 0) = s;
+                matrix(0, 0) = c;
+                matrix(2, 0) = trial;
+                return true;
+            }
+        }
+        return false;
+    });
+    return Transform(matrix);
+}
+
+float pascalsOfHectopascals(float hectopascals)
+{
+    const auto middle = static_cast<float>(double{hectopascals} * 100.0);
+    for (const int steps : {0, 1, -1, 2, -2}) {
+        const float pascals = stepped(middle, steps);
+        if (static_cast<float>(double{pascals} / 100.0) == hectopascals) {
+            return pascals;
+        }
+    }
+    return middle;
+}
+
+} // namespace om::bench

@@ -1,0 +1,114 @@
+/// @file
+/// What a virtual camera is, how it moves and which faults it has.
+#pragma once
+
+#include "world/geometry.h"
+
+#include <om_tiv/types.h>
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace om::bench {
+
+class SensorRecording;
+
+/// How a camera moves. A change glides from the old motion into the new one, so that the gyroscope
+/// stays finite.
+enum class MOTION {
+    AT_REST,   ///< lies still in the pose it has
+    HAND_HELD, ///< small turns and sways about the pose it has
+    TUMBLE,    ///< turned by hand through all orientations within about a minute
+    FALL,      ///< dropped, caught and lifted again, every 2.5 s
+    POSED,     ///< holds the pose of the last Bench::setPose()
+};
+
+/// Switches for what can go wrong; all off at first.
+struct Faults
+{
+    /// Anything but SUCCESS: Camera::open() is refused with this code.
+    ERROR_CODE openResult = ERROR_CODE::SUCCESS;
+    int openRefusals = -1; ///< how many times it is refused; counts down, -1 for ever
+    /// open() takes this much longer. Real time, also with a stepped clock: the caller of open() is
+    /// often the one who would step it.
+    std::chrono::milliseconds openDelay{0};
+
+    int grabFailures = 0; ///< the next so many grabs fail at once; counts down
+    ERROR_CODE grabFailureResult = ERROR_CODE::FAILURE;
+
+    bool frozenTimestamps = false;   ///< all sensor timestamps stand, the values go on
+    bool repeatedTimestamps = false; ///< each sensor sample of odd number has the time of its
+                                     ///< predecessor
+
+    bool barometerAbsent = false;
+    bool magnetometerAbsent = false;
+    bool boardTemperaturesAbsent = false; ///< locations 2 and 3
+    bool imuTemperatureAbsent = false;    ///< location 0
+
+    bool magnetometerSaturated = false; ///< body z reads exactly 2048.0 (sensor axis 3: -32768)
+    /// uT: a field of up to this strength that swings at the camera, as that of a motor nearby.
+    double magneticDisturbance = 0.0;
+
+    bool littleGpuMemory = false; ///< GPU allocations fail while this camera is open
+
+    bool mcuSilent = false;          ///< the microcontroller's records are invalid
+    bool mcuOpenRefused = false;     ///< TIVmcu::open() fails
+    bool eepromWriteRefused = false; ///< TIVmcu::writeMagCalibInEEprom() fails
+    int eepromReadbackDiffers = 0;   ///< the next so many reads after a write differ; counts down
+};
+
+/// White noise (standard deviation of one sample) and constant bias of the sensors.
+struct SensorErrors
+{
+    double accelerationNoise = 0.03;               ///< m/s^2
+    Vector accelerationBias{0.02, -0.015, 0.03};   ///< m/s^2, body
+    double angularVelocityNoise = 0.06;            ///< degrees per second
+    Vector angularVelocityBias{0.08, -0.05, 0.03}; ///< degrees per second, body
+    double magneticNoise = 0.25;                   ///< uT
+    double pressureNoise = 1.2;                    ///< Pa
+    double pressureBias = 0.0;                     ///< Pa
+    double pressureDrift = 6.0;                    ///< Pa, amplitude of the slow changes of weather
+    double temperatureNoise = 0.01;                ///< degrees Celsius
+
+    static SensorErrors none();
+};
+
+struct CameraConfig
+{
+    MODEL model = MODEL::TIV_Q; ///< a value without an enumerator is allowed
+    unsigned int serialNumber = 0;
+    int id = -1;                         ///< -1: the position in the list
+    unsigned int firmwareVersion = 1201; ///< what CameraInformation says
+    std::uint16_t usbRelease = 0x0103;   ///< release number of the USB device, 1.3
+    int usbProductId = -1;               ///< -1: that of the model; 0: none usable
+    bool plugged = true;                 ///< at the start
+    MOTION motion = MOTION::TUMBLE;      ///< at the start
+    Quaternion pose;                     ///< at the start; of AT_REST, HAND_HELD, FALL, POSED
+    std::uint64_t seed = 0;              ///< of noise and jitter; 0: from the serial number
+    Vector hardIron{18.5, -24.0, 11.5};  ///< uT, body
+    Matrix3 softIron = {{{1.06, 0.0, 0.0}, {0.0, 0.93, 0.0}, {0.0, 0.0, 1.02}}}; ///< body
+    SensorErrors errors;
+    double altitude = 120.0; ///< m above sea level
+    /// Degrees Celsius at the moment of plugging in, by location: IMU, barometer, left, right. They
+    /// rise by some 12 degrees with a time constant of 4 minutes.
+    std::array<double, 4> startTemperatures{27.0, 26.5, 28.5, 29.0};
+    std::string replay; ///< CSV recording to play in place of the physics; empty for none
+    /// What is in it; null for none, and where it has yet to be read.
+    std::shared_ptr<const SensorRecording> recording;
+    bool replayLoop = true; ///< begins anew behind its last row
+    Faults faults;
+};
+
+/// What the model table says about the sensors.
+bool hasImu(MODEL model);          ///< all but TIV
+bool hasBarometer(MODEL model);    ///< TIV_P, TIV_Q and models without an enumerator
+bool hasMagnetometer(MODEL model); ///< the same
+/// Whether the location (0 to 3) has a sensor: all on models with a barometer, only the IMU's on
+/// TIV_R and TIV_S.
+bool hasTemperature(MODEL model, int location);
+BUS_TYPE busOf(MODEL model); ///< SERIAL for TIV_R and TIV_S, USB for the others
+
+} // namespace om::bench

@@ -1,0 +1,294 @@
+#include "world/motion.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace om::bench {
+
+namespace {
+
+constexpr Nanoseconds HISTORY = 30 * NS_PER_S;
+constexpr std::size_t MOST_SEGMENTS = 20000;
+
+/// Least time of a transition, and the rate at which longer ones turn.
+constexpr double SHORTEST_GLIDE = 0.4;                           // s
+constexpr double GLIDE_RATE = 200.0 * PI / 180.0;                // rad/s
+constexpr double DIFFERENCE_STEP = 0.00025;                      // s
+constexpr double STATIC_RATE = 0.6 * PI / 180.0;                 // rad/s
+constexpr double STATIC_ACCELERATION = 0.03;                     // m/s^2
+constexpr double FALLING_FORCE = 3.0;                            // m/s^2
+constexpr std::array<double, 3> STILL_SINCE = {0.15, 0.3, 0.45}; // s
+
+double seconds(Nanoseconds from, Nanoseconds to)
+{
+    return to <= from ? 0.0 : static_cast<double>(to - from) * 1e-9;
+}
+
+bool isSame(const Quaternion& a, const Quaternion& b)
+{
+    return a.w == b.w && a.x == b.x && a.y == b.y && a.z == b.z;
+}
+
+/// From 0 to 1 with the first two derivatives 0 at both ends.
+double smooth(double u)
+{
+    u = std::clamp(u, 0.0, 1.0);
+    return u * u * u * (10.0 + u * (-15.0 + u * 6.0));
+}
+
+double smoothCurvature(double u)
+{
+    return u * (60.0 + u * (-180.0 + u * 120.0));
+}
+
+Quaternion turnAbout(const Vector& axis, double turns)
+{
+    return fromRotationVector((2.0 * PI * std::remainder(turns, 1.0)) * axis);
+}
+
+/// Through all orientations: constant rates about the world's y axis, about x and about the body's
+/// z axis. With these periods the directions of gravity and of a field of any inclination come
+/// within 20 degrees of every direction of the body in 60 s.
+Quaternion tumble(double t)
+{
+    return turnAbout({0.0, 1.0, 0.0}, t / 24.6) * turnAbout({1.0, 0.0, 0.0}, t / 18.48) *
+           turnAbout({0.0, 0.0, 1.0}, t / 2.74);
+}
+
+struct Swing
+{
+    double amplitude;
+    double frequency; // Hz
+};
+
+/// What an unsteady hand does: per axis two swings, in radians and in metres.
+constexpr std::array<std::array<Swing, 2>, 3> HAND_TURNS = {{{{{0.060, 0.31}, {0.014, 1.27}}},
+                                                             {{{0.080, 0.23}, {0.011, 1.61}}},
+                                                             {{{0.045, 0.37}, {0.013, 1.43}}}}};
+constexpr std::array<std::array<Swing, 2>, 3> HAND_SWAYS = {{{{{0.015, 0.29}, {0.0008, 1.9}}},
+                                                             {{{0.010, 0.41}, {0.0009, 1.7}}},
+                                                             {{{0.012, 0.33}, {0.0007, 2.1}}}}};
+
+double swing(const std::array<Swing, 2>& swings, double t)
+{
+    double sum = 0.0;
+    for (const Swing& s : swings) {
+        sum += s.amplitude * std::sin(2.0 * PI * s.frequency * t);
+    }
+    return sum;
+}
+
+double swingAcceleration(const std::array<Swing, 2>& swings, double t)
+{
+    double sum = 0.0;
+    for (const Swing& s : swings) {
+        const double rate = 2.0 * PI * s.frequency;
+        sum -= s.amplitude * rate * rate * std::sin(rate * t);
+    }
+    return sum;
+}
+
+struct Vertical
+{
+    double height;
+    double acceleration;
+};
+
+/// Held for half a second, half a second of free fall, caught within a quarter, lifted again.
+Vertical fall(double t)
+{
+    constexpr double held = 0.5;
+    constexpr double falling = 0.5;
+    constexpr double caught = 0.25;
+    constexpr double lifted = 1.25;
+    constexpr double g = STANDARD_GRAVITY;
+    constexpr double speed = g * falling;
+    constexpr double brake = speed / caught;
+    constexpr double depth = 0.5 * g * falling * falling + 0.5 * speed * caught;
+
+    t = std::fmod(t, held + falling + caught + lifted);
+    if (t < held) {
+        return {0.0, 0.0};
+    }
+    t -= held;
+    if (t < falling) {
+        return {-0.5 * g * t * t, -g};
+    }
+    t -= falling;
+    if (t < caught) {
+        return {-0.5 * g * falling * falling - speed * t + 0.5 * brake * t * t, brake};
+    }
+    t -= caught;
+    const double u = t / lifted;
+    return {-depth * (1.0 - smooth(u)), depth * smoothCurvature(u) / (lifted * lifted)};
+}
+
+} // namespace
+
+MotionTimeline::MotionTimeline(MOTION motion, const Quaternion& pose, Nanoseconds start)
+    : m_posed(normalized(pose))
+{
+    Segment segment;
+    segment.start = start;
+    segment.motion = motion;
+    segment.base = m_posed;
+    m_segments.push_back(segment);
+}
+
+void MotionTimeline::setMotion(MOTION motion, Nanoseconds time)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    Segment segment;
+    segment.start = time;
+    segment.motion = motion;
+    const Segment& former = segmentAt(time);
+    segment.base =
+        motion == MOTION::POSED ? m_posed : normalized(poseIn(former, seconds(former.start, time)));
+    segment.glide = -1.0;
+    append(segment);
+}
+
+void MotionTimeline::setPose(const Quaternion& pose, Nanoseconds time, Nanoseconds glide,
+                             const Vector& spin)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_posed = normalized(pose);
+    Segment segment;
+    segment.start = time;
+    segment.motion = MOTION::POSED;
+    segment.base = m_posed;
+    segment.spin = spin;
+    segment.glide = static_cast<double>(glide) * 1e-9;
+    append(segment);
+}
+
+/// Works out the turn from the former motion. A negative glide stands for one that suits the turn.
+void MotionTimeline::append(Segment segment)
+{
+    // Two threads may have taken their times in the other order.
+    segment.start = std::max(segment.start, m_segments.back().start);
+    const Segment& former = m_segments.back();
+    const double end = seconds(former.start, segment.start);
+    segment.turn = toRotationVector(conjugate(motionPose(segment, 0.0)) * poseIn(former, end));
+    if (segment.glide < 0.0) {
+        segment.glide = std::max(SHORTEST_GLIDE, length(segment.turn) / GLIDE_RATE);
+    }
+    segment.height = stateIn(former, end).height;
+
+    // A segment is of use as long as it holds for some moment within the history.
+    while (m_segments.size() > MOST_SEGMENTS ||
+           (m_segments.size() > 1 && m_segments[1].start + HISTORY < segment.start)) {
+        m_segments.pop_front();
+    }
+    m_segments.push_back(segment);
+}
+
+MOTION MotionTimeline::motion() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_segments.back().motion;
+}
+
+Quaternion MotionTimeline::poseAt(Nanoseconds time) const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const Segment& segment = segmentAt(time);
+    return poseIn(segment, seconds(segment.start, time));
+}
+
+BodyState MotionTimeline::at(Nanoseconds time) const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const Segment& segment = segmentAt(time);
+    BodyState state = stateIn(segment, seconds(segment.start, time));
+    if (length(state.specificForce) < FALLING_FORCE) {
+        state.movingState = 2;
+        return state;
+    }
+    // A swing that turns back is not at rest at that moment.
+    bool moving = moves(state);
+    for (std::size_t i = 0; !moving && i < STILL_SINCE.size(); ++i) {
+        const auto back = static_cast<Nanoseconds>(STILL_SINCE[i] * 1e9);
+        const Nanoseconds before = time > back ? time - back : 0;
+        const Segment& then = segmentAt(before);
+        moving = moves(stateIn(then, seconds(then.start, before)));
+    }
+    state.movingState = moving ? 1 : 0;
+    return state;
+}
+
+const MotionTimeline::Segment& MotionTimeline::segmentAt(Nanoseconds time) const
+{
+    const auto found = std::find_if(m_segments.rbegin(), m_segments.rend(),
+                                    [&](const Segment& s) { return s.start <= time; });
+    return found != m_segments.rend() ? *found : m_segments.front();
+}
+
+Quaternion MotionTimeline::motionPose(const Segment& segment, double t)
+{
+    switch (segment.motion) {
+    case MOTION::TUMBLE:
+        return tumble(t);
+    case MOTION::HAND_HELD:
+        return segment.base * fromRotationVector({swing(HAND_TURNS[0], t), swing(HAND_TURNS[1], t),
+                                                  swing(HAND_TURNS[2], t)});
+    case MOTION::POSED: {
+        const double rate = length(segment.spin);
+        return rate == 0.0
+                   ? segment.base
+                   : segment.base * turnAbout((1.0 / rate) * segment.spin, rate * t / (2.0 * PI));
+    }
+    case MOTION::AT_REST:
+    case MOTION::FALL:
+        break;
+    }
+    return segment.base;
+}
+
+Quaternion MotionTimeline::poseIn(const Segment& segment, double seconds)
+{
+    const Quaternion pose = motionPose(segment, seconds);
+    if (segment.glide <= 0.0 || seconds >= segment.glide) {
+        return pose;
+    }
+    return pose * fromRotationVector((1.0 - smooth(seconds / segment.glide)) * segment.turn);
+}
+
+BodyState MotionTimeline::stateIn(const Segment& segment, double t)
+{
+    BodyState state;
+    state.pose = poseIn(segment, t);
+    // Both poses are taken from the same motion, so that a jump from one to the next has no rate.
+    const Quaternion before = poseIn(segment, t - DIFFERENCE_STEP);
+    const Quaternion after = poseIn(segment, t + DIFFERENCE_STEP);
+    // A body at rest doesn't turn at all; where processors fuse a product with a sum, as on ARM,
+    // the quaternions' product would leave a last digit.
+    if (!isSame(before, after)) {
+        state.angularVelocity =
+            (0.5 / DIFFERENCE_STEP) * toRotationVector(conjugate(before) * after);
+    }
+
+    Vector acceleration;
+    if (segment.motion == MOTION::HAND_HELD) {
+        acceleration = {swingAcceleration(HAND_SWAYS[0], t), swingAcceleration(HAND_SWAYS[1], t),
+                        swingAcceleration(HAND_SWAYS[2], t)};
+        state.height = swing(HAND_SWAYS[1], t);
+    } else if (segment.motion == MOTION::FALL) {
+        const Vertical vertical = fall(t);
+        acceleration = {0.0, vertical.acceleration, 0.0};
+        state.height = vertical.height;
+    }
+    state.height += segment.height;
+    state.specificForce =
+        rotate(conjugate(state.pose), acceleration + Vector{0.0, STANDARD_GRAVITY, 0.0});
+    return state;
+}
+
+bool MotionTimeline::moves(const BodyState& state)
+{
+    return length(state.angularVelocity) > STATIC_RATE ||
+           std::abs(length(state.specificForce) - STANDARD_GRAVITY) > STATIC_ACCELERATION;
+}
+
+} // namespace om::bench

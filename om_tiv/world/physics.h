@@ -1,0 +1,85 @@
+/// @file
+/// Sensor samples worked out from the true motion of the body and the errors of its sensors.
+#pragma once
+
+#include "world/config.h"
+#include "world/motion.h"
+#include "world/sensor_source.h"
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+
+namespace om::bench {
+
+/// The air around a camera. A camera follows a change of it with a time constant of 20 s, as before
+/// a fan. Any thread.
+class Air
+{
+public:
+    /// Of start temperatures, degrees Celsius.
+    static constexpr double NOMINAL = 20.0;
+    static constexpr double TIME_CONSTANT = 20.0; ///< s
+
+    double temperature() const; ///< degrees Celsius
+    void setTemperature(double celsius, Nanoseconds time);
+    /// By how much the camera is warmer than in air of NOMINAL. Before the last change: what held
+    /// at it.
+    double excessAt(Nanoseconds time) const;
+
+private:
+    double excess(Nanoseconds time) const;
+
+    mutable std::mutex m_mutex;
+    double m_temperature = NOMINAL;
+    double m_excessBefore = 0.0; ///< at the last change
+    Nanoseconds m_changed = 0;
+};
+
+/// What surrounds a camera, now.
+struct Environment
+{
+    std::function<Field()> field;
+    std::atomic<double> magneticDisturbance{0.0}; ///< uT
+    std::atomic<bool> magnetometerSaturated{false};
+    Air air;
+
+    /// Field and disturbance, uT, world frame.
+    Vector fieldAt(Nanoseconds time) const;
+    Vector disturbanceAt(Nanoseconds time) const; ///< alone
+};
+
+class PhysicsSource : public SensorSource
+{
+public:
+    /// Nominal rates, Hz.
+    static constexpr double IMU_RATE = 400.0;
+    static constexpr double MAGNETOMETER_RATE = 50.0;
+    static constexpr double BAROMETER_RATE = 25.0;
+    static double rateOf(STREAM stream);
+    /// A sample is at most this share of a period off its nominal time.
+    static constexpr double MOST_JITTER = 0.05;
+
+    PhysicsSource(const CameraConfig& config, std::shared_ptr<const MotionTimeline> motion,
+                  std::shared_ptr<const Environment> environment, Nanoseconds start);
+
+    bool has(STREAM stream) const override;
+    std::optional<std::uint64_t> newest(STREAM stream, Nanoseconds time) const override;
+    Nanoseconds timeOf(STREAM stream, std::uint64_t number) const override;
+    ImuSample imu(std::uint64_t number) const override;
+    MagnetometerSample magnetometer(std::uint64_t number) const override;
+    BarometerSample barometer(std::uint64_t number) const override;
+    std::array<std::optional<double>, 4> temperatures(Nanoseconds time) const override;
+
+private:
+    Vector noise(std::uint64_t channel, std::uint64_t number, double deviation) const;
+
+    const CameraConfig m_config;
+    const std::uint64_t m_seed;
+    const std::shared_ptr<const MotionTimeline> m_motion;
+    const std::shared_ptr<const Environment> m_environment;
+    const Nanoseconds m_start;
+};
+
+} // namespace om::bench

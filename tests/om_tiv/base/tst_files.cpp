@@ -1,0 +1,106 @@
+// Files of the user's: what is opened, and what is refused without making anybody wait.
+
+#include "base/files.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <cerrno>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+using namespace om::bench;
+
+class TestFiles : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_folder;
+
+    std::string path(const QString& name) const { return m_folder.filePath(name).toStdString(); }
+
+private slots:
+    void initTestCase()
+    {
+        QFile file(m_folder.filePath("file"));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write("content"), qint64(7));
+        file.close();
+        QVERIFY(QFile::link("file", m_folder.filePath("link")));
+        QVERIFY(QFile::link("nothing", m_folder.filePath("dangling link")));
+        QCOMPARE(::mkfifo(path("fifo").c_str(), 0600), 0);
+        QVERIFY(QFile::link("fifo", m_folder.filePath("link to a fifo")));
+        const Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        sockaddr_un address = {};
+        address.sun_family = AF_UNIX;
+        const std::string name = path("socket");
+        QVERIFY(name.size() < sizeof address.sun_path);
+        std::memcpy(address.sun_path, name.c_str(), name.size() + 1);
+        QCOMPARE(::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
+                 0);
+    }
+
+    void regularFileIsOpened_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("itself") << "file";
+        QTest::newRow("by a link") << "link";
+    }
+
+    void regularFileIsOpened()
+    {
+        QFETCH(QString, name);
+        std::string reason;
+        const FilePtr file = openRegularStream(path(name), reason);
+        QVERIFY2(file, reason.c_str());
+        QVERIFY(reason.empty());
+        char bytes[16] = {};
+        QCOMPARE(std::fread(bytes, 1, sizeof bytes, file.get()), std::size_t(7));
+        QCOMPARE(QByteArray(bytes), QByteArray("content"));
+        QVERIFY((::fcntl(::fileno(file.get()), F_GETFD) & FD_CLOEXEC) != 0);
+    }
+
+    // One that were opened as it is would not come back: nobody writes into the FIFO.
+    void whatIsNoRegularFileIsRefusedAtOnce_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("reason");
+        QTest::addColumn<int>("error");
+        const QString special = "not a regular file";
+        QTest::newRow("FIFO") << "fifo" << special << EINVAL;
+        QTest::newRow("link to a FIFO") << "link to a fifo" << special << EINVAL;
+        QTest::newRow("socket") << "socket" << special << EINVAL;
+        QTest::newRow("device") << "/dev/zero" << special << EINVAL;
+        QTest::newRow("folder") << "."
+                                << "Is a directory" << EISDIR;
+        QTest::newRow("nothing") << "none"
+                                 << "No such file or directory" << ENOENT;
+        QTest::newRow("dangling link") << "dangling link"
+                                       << "No such file or directory" << ENOENT;
+        QTest::newRow("below a file") << "file/x"
+                                      << "Not a directory" << ENOTDIR;
+    }
+
+    void whatIsNoRegularFileIsRefusedAtOnce()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, reason);
+        QFETCH(int, error);
+        const std::string where = name.startsWith('/') ? name.toStdString() : path(name);
+        std::string why;
+        QVERIFY(!openRegularFile(where, why).valid());
+        QCOMPARE(errno, error);
+        QCOMPARE(QString::fromStdString(why), reason);
+        QVERIFY(!openRegularStream(where, why));
+        QCOMPARE(QString::fromStdString(why), reason);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestFiles)
+#include "tst_files.moc"

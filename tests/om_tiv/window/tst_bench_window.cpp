@@ -1,0 +1,788 @@
+// The bench's window: its arithmetic, and its widgets against a bench in the process behind a real
+// control socket.
+
+#include "bench/bench.h"
+#include "control/control.h"
+#include "control/control_server.h"
+#include "bench/virtual_camera.h"
+#include "window/bench_window.h"
+#include "window/body_shape.h"
+#include "window/controls.h"
+#include "window/panel.h"
+#include "window/turning.h"
+
+#include <QComboBox>
+#include <QFile>
+#include <QLabel>
+#include <QMouseEvent>
+#include <QPushButton>
+#include <QSlider>
+#include <QSpinBox>
+#include <QStackedWidget>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <nlohmann/json.hpp>
+
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <memory>
+#include <thread>
+
+using namespace om;
+using namespace om::bench;
+using namespace benchwindow;
+using nlohmann::json;
+
+namespace {
+
+constexpr unsigned int first = 20000001;
+constexpr unsigned int second = 30000002;
+constexpr double DEGREE = PI / 180.0;
+
+Bench& theBench()
+{
+    return Bench::instance();
+}
+
+/// Degrees between two poses.
+double between(const Quaternion& a, const Quaternion& b)
+{
+    return length(toRotationVector(conjugate(a) * b)) / DEGREE;
+}
+
+double between(const Vector& a, const Vector& b)
+{
+    return length(a - b);
+}
+
+void layOutBench()
+{
+    theBench().reset();
+    CameraConfig config;
+    config.motion = MOTION::AT_REST;
+    config.model = MODEL::TIV_Q;
+    config.serialNumber = first;
+    theBench().addCamera(config);
+    config.model = MODEL::TIV_N;
+    config.serialNumber = second;
+    theBench().addCamera(config);
+}
+
+QLabel* label(const BenchWindow& window, const QString& text)
+{
+    for (QLabel* const candidate : window.findChildren<QLabel*>()) {
+        if (candidate->isVisible() && candidate->text() == text) {
+            return candidate;
+        }
+    }
+    return nullptr;
+}
+
+constexpr int MOST_ATTEMPTS = 10;
+
+/// A drag in even steps; it ends with the button down.
+void dragOnly(QWidget* widget, const QPointF& from, const QPointF& to, int steps, int stepMs)
+{
+    QTest::mousePress(widget, Qt::LeftButton, {}, from.toPoint());
+    for (int i = 1; i <= steps; ++i) {
+        const QPointF at = from + (to - from) * i / steps;
+        QMouseEvent move(QEvent::MouseMove, at, widget->mapToGlobal(at.toPoint()), Qt::NoButton,
+                         Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(widget, &move);
+        QTest::qWait(stepMs);
+    }
+}
+
+} // namespace
+
+class TestBenchWindow : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<QTemporaryDir> folder;
+    std::unique_ptr<ControlServer> server;
+    std::unique_ptr<BenchWindow> window;
+    QString path;
+    std::atomic<int> poses{0};
+    std::atomic<int> slowMs{0};
+
+    void serve()
+    {
+        std::string error;
+        server = ControlServer::start(
+            path.toStdString(),
+            [this](const std::string& line) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(slowMs.load()));
+                poses += line.find("\"pose\"") != std::string::npos ? 1 : 0;
+                return answerControl(theBench(), line);
+            },
+            error);
+        QVERIFY2(server, error.c_str());
+    }
+
+    void open()
+    {
+        window = std::make_unique<BenchWindow>(path);
+        window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(window.get()));
+    }
+
+    void openConnected()
+    {
+        serve();
+        open();
+        QTRY_VERIFY(isConnected());
+    }
+
+    bool isConnected() const
+    {
+        return window->stage()->isVisible() && window->card(first) != nullptr;
+    }
+
+    template <class Widget>
+    Widget* child(const char* name) const
+    {
+        auto* const found = window->findChild<Widget*>(QString::fromLatin1(name));
+        if (found == nullptr) {
+            qFatal("no %s", name);
+        }
+        return found;
+    }
+
+    FaultRow* fault(const char* key) const { return child<FaultRow>(key); }
+
+    Truth truth() const { return theBench().truth(first); }
+
+private slots:
+    void init()
+    {
+        layOutBench();
+        folder = std::make_unique<QTemporaryDir>();
+        path = folder->filePath(QStringLiteral("it.sock"));
+        poses = 0;
+        slowMs = 0;
+    }
+
+    void cleanup()
+    {
+        window.reset();
+        server.reset();
+        theBench().reset();
+    }
+
+    // ---- Arithmetic ---------------------------------------------------------------------------
+
+    void attitudeIsTheInverseOfFromHeading_data()
+    {
+        QTest::addColumn<double>("heading");
+        QTest::addColumn<double>("pitch");
+        QTest::addColumn<double>("roll");
+        QTest::newRow("level to the north") << 0.0 << 0.0 << 0.0;
+        QTest::newRow("east") << 90.0 << 0.0 << 0.0;
+        QTest::newRow("nose up") << 200.0 << 75.0 << 0.0;
+        QTest::newRow("right side down") << 10.0 << 0.0 << 80.0;
+        QTest::newRow("on its head") << 300.0 << -20.0 << 170.0;
+        QTest::newRow("left side down") << 123.0 << -45.0 << -100.0;
+    }
+
+    void attitudeIsTheInverseOfFromHeading()
+    {
+        QFETCH(double, heading);
+        QFETCH(double, pitch);
+        QFETCH(double, roll);
+        const Attitude attitude =
+            attitudeOf(fromHeading(heading * DEGREE, pitch * DEGREE, roll * DEGREE));
+        QVERIFY(std::abs(std::remainder(attitude.heading - heading, 360.0)) < 1e-9);
+        QVERIFY(attitude.heading >= 0.0 && attitude.heading < 360.0);
+        QVERIFY(std::abs(attitude.pitch - pitch) < 1e-9);
+        QVERIFY(std::abs(attitude.roll - roll) < 1e-9);
+    }
+
+    void ballTurnsWithThePointerInItsMiddle()
+    {
+        // To the right: the near side of the ball goes to the right, which is about its y axis.
+        const Vector right = toRotationVector(ballTurn({0.0, 0.0}, {0.1, 0.0}));
+        QVERIFY(right.y > 0.09 && right.y < 0.11 && std::abs(right.x) + std::abs(right.z) < 1e-12);
+        const Vector up = toRotationVector(ballTurn({0.0, 0.0}, {0.0, 0.1}));
+        QVERIFY(up.x < -0.09 && std::abs(up.y) + std::abs(up.z) < 1e-12);
+    }
+
+    void ballRollsAroundItsRim()
+    {
+        const Vector roll = toRotationVector(ballTurn({3.0, 0.0}, {0.0, 3.0}));
+        QVERIFY2(roll.z > 1.4 && std::hypot(roll.x, roll.y) < 0.4,
+                 qPrintable(QString::number(roll.z)));
+    }
+
+    void ballTurnsForthAndBack()
+    {
+        const Quaternion there = ballTurn({0.3, -0.2}, {0.9, 0.4});
+        QVERIFY(between(ballTurn({0.9, 0.4}, {0.3, -0.2}) * there, {}) < 1e-9);
+        QVERIFY(between(ballTurn({0.4, 0.4}, {0.4, 0.4}), {}) < 1e-12);
+    }
+
+    void spinMeterTellsTheRateOfTheLastMoments()
+    {
+        SpinMeter meter;
+        meter.start(10.0);
+        QCOMPARE(length(meter.rateAt(10.0)), 0.0);
+        for (int i = 1; i <= 50; ++i) {
+            meter.add(10.0 + 0.01 * i, {0.0, 0.02, 0.0}); // 2 rad/s
+        }
+        QVERIFY(between(meter.rateAt(10.5), {0.0, 2.0, 0.0}) < 0.3);
+        // A hand that then holds still throws nothing.
+        QCOMPARE(length(meter.rateAt(10.5 + SpinMeter::WINDOW)), 0.0);
+    }
+
+    void spinMeterIsBoundedAndForgets()
+    {
+        SpinMeter meter;
+        meter.start(0.0);
+        meter.add(0.001, {3.0, 0.0, 0.0});
+        QVERIFY(std::abs(length(meter.rateAt(0.001)) - SpinMeter::FASTEST) < 1e-9);
+        meter.start(0.002);
+        QCOMPARE(length(meter.rateAt(0.003)), 0.0);
+    }
+
+    void everyModelHasABodyOfItsOwn()
+    {
+        for (const char* model : {"TIV", "TIV_N", "TIV_P", "TIV_Q", "TIV_R", "TIV_S"}) {
+            const BodyShape& shape = shapeOf(QString::fromLatin1(model));
+            QCOMPARE(shape.lenses.size(), std::size_t(2));
+            QVERIFY(shape.hull.size() > 80);
+            for (const Face& face : shape.hull) {
+                QVERIFY(std::abs(length(face.normal) - 1.0) < 1e-9);
+                // Convex: every other point lies behind the face.
+                for (const Face& other : shape.hull) {
+                    QVERIFY2(dot(face.normal, other.points[0] - face.points[0]) < 1e-6, model);
+                }
+            }
+        }
+        QVERIFY(&shapeOf(QStringLiteral("TIV_X")) == &shapeOf(QStringLiteral("TIV_Q")));
+    }
+
+    void tableHoldsAllFaultsOfTheBench()
+    {
+        const json all =
+            json::parse(answerControl(theBench(),
+                                      json{{"command", "fault"}, {"serialNumber", first}}.dump()))
+                .at("faults");
+        std::size_t known = 1; // the disturbance has a slider
+        QVERIFY(all.contains("magneticDisturbance"));
+        for (const FaultRow::Fault& row : faultTable()) {
+            QVERIFY2(all.contains(row.key), row.key);
+            const json& neutral = all.at(row.key);
+            QCOMPARE(neutral.is_boolean(), row.kind == FaultRow::Fault::KIND::SWITCH);
+            if (row.kind == FaultRow::Fault::KIND::SETTING) {
+                QCOMPARE(neutral.get<int>(), row.usual);
+            }
+            ++known;
+        }
+        QCOMPARE(known, all.size());
+    }
+
+    void answersOfAnotherBenchAreNoSnapshot()
+    {
+        const json field = {{"field", {{"strength", 1}, {"inclination", 2}, {"declination", 3}}}};
+        QVERIFY_EXCEPTION_THROWN(readSnapshot(json::object(), field), json::exception);
+        QVERIFY_EXCEPTION_THROWN(readSnapshot({{"cameras", {{{"serialNumber", "x"}}}}}, field),
+                                 json::exception);
+        QVERIFY_EXCEPTION_THROWN(readSnapshot({{"cameras", json::array()}}, json::object()),
+                                 json::exception);
+    }
+
+    // ---- Finding the program ------------------------------------------------------------------
+
+    void withoutAProgramItSaysSoAndConnectsWhenOneStarts()
+    {
+        open();
+        QVERIFY(label(*window, QStringLiteral("Waiting for Gravimon")));
+        QVERIFY(label(*window, QStringLiteral("Not connected")));
+        serve();
+        QTRY_VERIFY(isConnected());
+        QVERIFY(label(*window, QStringLiteral("Connected to it.sock")));
+    }
+
+    void endOfTheProgramIsSaidAndANewOneIsTaken()
+    {
+        openConnected();
+        server.reset();
+        QTRY_VERIFY(label(*window, QStringLiteral("Gravimon has ended")));
+        QVERIFY(!window->stage()->isVisible());
+        layOutBench();
+        serve();
+        QTRY_VERIFY(isConnected());
+    }
+
+    void programIsFoundInTheRuntimeFolder()
+    {
+        const QByteArray runtime = qgetenv("XDG_RUNTIME_DIR");
+        qputenv("XDG_RUNTIME_DIR", folder->path().toUtf8());
+        path = folder->filePath(QStringLiteral("gravimon/bench-4711.sock"));
+        serve();
+        path.clear();
+        open();
+        QTRY_VERIFY(isConnected());
+        QVERIFY(label(*window, QStringLiteral("Connected to process 4711")));
+        window.reset();
+        qputenv("XDG_RUNTIME_DIR", runtime);
+    }
+
+    void ofSeveralProgramsOneIsChosen()
+    {
+        const QByteArray runtime = qgetenv("XDG_RUNTIME_DIR");
+        qputenv("XDG_RUNTIME_DIR", folder->path().toUtf8());
+        path = folder->filePath(QStringLiteral("gravimon/bench-1.sock"));
+        serve();
+        std::string error;
+        const auto other = ControlServer::start(
+            folder->filePath(QStringLiteral("gravimon/bench-2.sock")).toStdString(),
+            [](const std::string&) { return std::string("{}"); }, error);
+        path.clear();
+        open();
+        QTRY_VERIFY(label(*window, QStringLiteral("Several programs are running")));
+        QPushButton* wanted = nullptr;
+        for (QPushButton* const button : window->findChildren<QPushButton*>()) {
+            wanted = button->text() == QLatin1String("process 1") ? button : wanted;
+        }
+        QVERIFY(wanted);
+        QTest::mouseClick(wanted, Qt::LeftButton);
+        QTRY_VERIFY(isConnected());
+        window.reset();
+        qputenv("XDG_RUNTIME_DIR", runtime);
+    }
+
+    void serverThatAnswersNonsenseIsBorne()
+    {
+        std::string error;
+        for (const char* answer : {"rubbish", "{}", "[]", "{\"cameras\":[{\"serialNumber\":-1}]}",
+                                   "{\"ok\":true,\"cameras\":3,\"field\":{}}"}) {
+            server = ControlServer::start(
+                path.toStdString(), [answer](const std::string&) { return std::string(answer); },
+                error);
+            QVERIFY2(server, error.c_str());
+            open();
+            QTest::qWait(150);
+            QVERIFY(label(*window, QStringLiteral("Waiting for Gravimon")));
+            window.reset();
+            server.reset();
+        }
+    }
+
+    // ---- Turning ------------------------------------------------------------------------------
+
+    void dragTurnsTheCameraAsThePointerGoes()
+    {
+        openConnected();
+        BodyView* const stage = window->stage();
+        const QPointF middle = stage->ballCentre();
+        const Quaternion before = stage->shownPose();
+        dragOnly(stage, middle, middle + QPointF(0.5 * stage->ballRadius(), 0.0), 20, 8);
+        QVERIFY(stage->isHeld());
+        const Quaternion shown = stage->shownPose();
+        // Half a radius to the right from the middle is 30 degrees about the picture's vertical.
+        QVERIFY2(std::abs(between(before, shown) - 30.0) < 1.0,
+                 qPrintable(QString::number(between(before, shown))));
+        const Vector axis = toRotationVector(shown * conjugate(before));
+        QVERIFY(between((1.0 / length(axis)) * axis, rotate(viewAttitude(), {0.0, 1.0, 0.0})) <
+                0.03);
+        QTest::qWait(150); // the hand rests
+        QTest::mouseRelease(stage, Qt::LeftButton);
+        QTRY_VERIFY(between(truth().pose, shown) < 0.01);
+        QVERIFY(length(truth().angularVelocity) < 1e-6);
+        QVERIFY(theBench().config(first).motion == MOTION::POSED);
+        QVERIFY2(between(theBench().truth(second).pose, {}) < 1e-6, "the other one lies still");
+    }
+
+    void ordersKeepToSixtyASecond()
+    {
+        openConnected();
+        const QPointF middle = window->stage()->ballCentre();
+        const auto start = std::chrono::steady_clock::now();
+        dragOnly(window->stage(), middle, middle + QPointF(150.0, 0.0), 150, 2);
+        const double seconds =
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        QVERIFY(poses.load() >= 5);
+        QVERIFY2(poses.load() <= 63.0 * seconds + 3.0, qPrintable(QString::number(poses.load())));
+        QTest::mouseRelease(window->stage(), Qt::LeftButton);
+    }
+
+    void releasedInMotionItSpinsOnAndAPressStopsIt()
+    {
+        openConnected();
+        BodyView* const stage = window->stage();
+        const QPointF middle = stage->ballCentre();
+        Vector rate;
+        // On a machine that is busy the pointer can come to a stop before it lets go.
+        for (int attempt = 0; attempt < MOST_ATTEMPTS && length(rate) <= 1.0; ++attempt) {
+            dragOnly(stage, middle - QPointF(100.0, 0.0), middle + QPointF(80.0, 0.0), 18, 10);
+            QTest::mouseRelease(stage, Qt::LeftButton, {}, (middle + QPointF(80.0, 0.0)).toPoint());
+            QVERIFY(!stage->isHeld());
+            QTest::qWait(500);
+            rate = truth().angularVelocity;
+        }
+        QVERIFY2(length(rate) > 1.0, "it spins on");
+        // In the eye's frame it goes on to the right.
+        const Vector inEye = rotate(conjugate(viewAttitude()), rotate(truth().pose, rate));
+        QVERIFY(inEye.y > 0.9 * length(rate));
+
+        QTest::mousePress(stage, Qt::LeftButton, {}, middle.toPoint());
+        QTRY_VERIFY(length(truth().angularVelocity) < 1e-6);
+        QTest::qWait(120);
+        QTest::mouseRelease(stage, Qt::LeftButton, {}, middle.toPoint());
+        QTest::qWait(100);
+        QVERIFY(length(truth().angularVelocity) < 1e-6);
+    }
+
+    void shownPoseFollowsTheBenchWhileItSpins()
+    {
+        openConnected();
+        theBench().camera(first)->setPose({}, std::chrono::nanoseconds(0), {0.0, 1.5, 0.0});
+        QTest::qWait(300);
+        for (int i = 0; i < 20; ++i) {
+            QTest::qWait(20);
+            // A delay of a tenth of a second would be nine degrees.
+            const double lag = between(window->stage()->shownPose(), truth().pose);
+            QVERIFY2(lag < 9.0, qPrintable(QString::number(lag)));
+        }
+    }
+
+    void handThatComesToRestIsToldUntilItRests()
+    {
+        openConnected();
+        BodyView* const stage = window->stage();
+        const QPointF middle = stage->ballCentre();
+        int told = 0;
+        // On a machine that is busy some of the window's ticks are missed.
+        for (int attempt = 0; attempt < MOST_ATTEMPTS && told < 3; ++attempt) {
+            dragOnly(stage, middle - QPointF(90.0, 0.0), middle + QPointF(90.0, 0.0), 18, 10);
+            const Quaternion held = stage->shownPose();
+            const int before = poses.load();
+            QTest::qWait(250);
+            told = poses.load() - before;
+            const int atRest = poses.load();
+            QVERIFY(between(truth().pose, held) < 0.1);
+            QTest::qWait(100);
+            QCOMPARE(poses.load(), atRest); // a hand that rests has nothing to tell
+            QTest::mouseRelease(stage, Qt::LeftButton, {}, (middle + QPointF(90.0, 0.0)).toPoint());
+        }
+        // The last move, the rate as it dies away, and the rest.
+        QVERIFY2(told >= 3, qPrintable(QString::number(told)));
+    }
+
+    void stopAndLevelButtonsAndTheSpaceBar()
+    {
+        openConnected();
+        const auto spin = [&] {
+            theBench().camera(first)->setPose(fromHeading(1.0, 0.5, 0.2),
+                                              std::chrono::nanoseconds(0), {0.0, 2.0, 0.5});
+            QTest::qWait(100);
+        };
+        spin();
+        QTest::mouseClick(child<QPushButton>("stop"), Qt::LeftButton);
+        QTRY_VERIFY(length(truth().angularVelocity) < 1e-6);
+        spin();
+        window->stage()->setFocus();
+        QTest::keyClick(window->stage(), Qt::Key_Space);
+        QTRY_VERIFY(length(truth().angularVelocity) < 1e-6);
+        QTest::mouseClick(child<QPushButton>("level"), Qt::LeftButton);
+        QTRY_VERIFY(between(truth().pose, {}) < 1e-6);
+    }
+
+    void arrowKeysTurnByFiveDegrees()
+    {
+        openConnected();
+        struct Key
+        {
+            Qt::Key key;
+            Vector axis;
+        };
+        for (const Key& key :
+             {Key{Qt::Key_Right, {0.0, 1.0, 0.0}}, Key{Qt::Key_Left, {0.0, -1.0, 0.0}},
+              Key{Qt::Key_Up, {-1.0, 0.0, 0.0}}, Key{Qt::Key_Down, {1.0, 0.0, 0.0}}}) {
+            theBench().setPose(first, {}, std::chrono::nanoseconds(0));
+            QTRY_VERIFY(between(window->stage()->shownPose(), {}) < 1e-6);
+            QTest::keyClick(window->stage(), key.key);
+            const Quaternion wanted =
+                fromRotationVector(5.0 * DEGREE * rotate(viewAttitude(), key.axis));
+            QTRY_VERIFY(between(truth().pose, wanted) < 1e-6);
+        }
+    }
+
+    void cardChoosesAndTurnsToo()
+    {
+        openConnected();
+        QCOMPARE(window->chosen(), first);
+        BodyView* const card = window->card(second);
+        QVERIFY(card);
+        const Quaternion before = theBench().truth(second).pose;
+        QTest::mouseClick(card, Qt::LeftButton);
+        QCOMPARE(window->chosen(), second);
+        QCOMPARE(window->stage()->serial(), second);
+        QTest::qWait(150);
+        QVERIFY2(theBench().config(second).motion == MOTION::AT_REST, "a click turns nothing");
+        const QPointF middle = card->ballCentre();
+        dragOnly(card, middle, middle + QPointF(0.0, 20.0), 10, 8);
+        QTest::qWait(120);
+        QTest::mouseRelease(card, Qt::LeftButton, {}, (middle + QPointF(0.0, 20.0)).toPoint());
+        QTRY_VERIFY(between(theBench().truth(second).pose, before) > 10.0);
+    }
+
+    void closedWithABodyInTheHandItStays()
+    {
+        openConnected();
+        BodyView* const stage = window->stage();
+        const QPointF middle = stage->ballCentre();
+        dragOnly(stage, middle - QPointF(100.0, 0.0), middle + QPointF(80.0, 0.0), 18, 10);
+        window->close();
+        window.reset();
+        QTRY_VERIFY(length(truth().angularVelocity) < 1e-6);
+    }
+
+    void slowProgramDoesNotHoldTheWindowUp()
+    {
+        openConnected();
+        slowMs = 400;
+        const QPointF middle = window->stage()->ballCentre();
+        const auto start = std::chrono::steady_clock::now();
+        dragOnly(window->stage(), middle, middle + QPointF(100.0, 0.0), 50, 4);
+        QTest::mouseRelease(window->stage(), Qt::LeftButton);
+        const double seconds =
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        QVERIFY2(seconds < 1.5, qPrintable(QString::number(seconds)));
+        // Orders that wait are replaced by the newest, so that none of them comes late.
+        QVERIFY(poses.load() <= 6);
+        slowMs = 0;
+        const auto closing = std::chrono::steady_clock::now();
+        window.reset();
+        QVERIFY(std::chrono::steady_clock::now() - closing < std::chrono::seconds(3));
+    }
+
+    // ---- Switches and sliders -----------------------------------------------------------------
+
+    void plugSwitchPlugsAndUnplugs()
+    {
+        openConnected();
+        auto* const plug = child<Switch>("plug");
+        QVERIFY(plug->isChecked());
+        QTest::mouseClick(plug, Qt::LeftButton);
+        QTRY_VERIFY(!theBench().config(first).plugged);
+        QTest::qWait(100);
+        QVERIFY(!plug->isChecked());
+        QTest::mouseClick(plug, Qt::LeftButton);
+        QTRY_VERIFY(theBench().config(first).plugged);
+        // From outside too.
+        theBench().unplug(first);
+        QTRY_VERIFY(!plug->isChecked());
+    }
+
+    void refusedOrderIsToldInALine()
+    {
+        openConnected();
+        QTRY_VERIFY(child<Switch>("plug")->isChecked());
+        slowMs = 300; // so that the window does not learn of it before the press
+        theBench().unplug(first);
+        QTest::mouseClick(child<Switch>("plug"), Qt::LeftButton);
+        slowMs = 0;
+        QTRY_VERIFY(label(*window, QStringLiteral("20000001 is not plugged in")));
+        QTRY_VERIFY(!child<Switch>("plug")->isChecked());
+    }
+
+    void playedCameraTurnsAsRecordedAndNotInTheHand()
+    {
+        // Alone on the bench: it stands at 40 degrees about the vertical.
+        theBench().reset();
+        QFile file(folder->filePath(QStringLiteral("still.csv")));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("idx,imu_Timestamp[sec],orX[deg],orY[deg],orZ[deg],\n");
+        for (int i = 0; i < 200; ++i) {
+            file.write(QByteArray::number(i) + "," + QByteArray::number(5.0 + i * 0.005, 'f', 9) +
+                       ",0,40,0,\n");
+        }
+        file.close();
+        CameraConfig config;
+        config.model = MODEL::TIV_Q;
+        config.serialNumber = first;
+        config.replay = file.fileName().toStdString();
+        QVERIFY(theBench().addCamera(config));
+        openConnected();
+        const Quaternion played = fromRotationVector({0.0, 40.0 * PI / 180.0, 0.0});
+        QTRY_VERIFY(between(truth().pose, played) < 0.1);
+        BodyView* const stage = window->stage();
+        QTRY_VERIFY(between(stage->shownPose(), played) < 1.0);
+        const QPointF middle = stage->ballCentre();
+        dragOnly(stage, middle, middle + QPointF(90.0, 0.0), 9, 10);
+        QTest::mouseRelease(stage, Qt::LeftButton, {}, (middle + QPointF(90.0, 0.0)).toPoint());
+        QTRY_VERIFY(label(*window, QStringLiteral("20000001 plays a recording")));
+        QTRY_VERIFY(between(stage->shownPose(), played) < 1.0);
+    }
+
+    void motionIsChosenAndShown()
+    {
+        openConnected();
+        auto* const motion = child<QComboBox>("motion");
+        QCOMPARE(motion->currentText(), QStringLiteral("At rest"));
+        theBench().setMotion(first, MOTION::TUMBLE);
+        QTRY_COMPARE(motion->currentText(), QStringLiteral("Tumbling"));
+        motion->setFocus();
+        QTest::keyClick(motion, Qt::Key_Up);
+        QTRY_VERIFY(theBench().config(first).motion == MOTION::HAND_HELD);
+        QCOMPARE(motion->currentText(), QStringLiteral("Hand-held"));
+    }
+
+    void everyFaultIsSwitchedOnAndOff_data()
+    {
+        QTest::addColumn<QByteArray>("key");
+        for (const FaultRow::Fault& row : faultTable()) {
+            QTest::newRow(row.key) << QByteArray(row.key);
+        }
+    }
+
+    void everyFaultIsSwitchedOnAndOff()
+    {
+        QFETCH(QByteArray, key);
+        openConnected();
+        const auto value = [&] {
+            const json all = json::parse(answerControl(
+                theBench(), json{{"command", "fault"}, {"serialNumber", first}}.dump()));
+            const json& now = all.at("faults").at(key.toStdString());
+            return now.is_boolean() ? static_cast<int>(now.get<bool>()) : now.get<int>();
+        };
+        FaultRow* const row = fault(key.constData());
+        const int neutral = value();
+        if (row->toggle() == nullptr) {
+            row->number()->setValue(7);
+            QTRY_COMPARE(value(), 7);
+            return;
+        }
+        const int on = row->number() != nullptr ? row->number()->value() : 1;
+        QVERIFY(on != neutral);
+        QTest::mouseClick(row->toggle(), Qt::LeftButton);
+        QTRY_COMPARE(value(), on);
+        QTest::qWait(100);
+        QVERIFY2(row->toggle()->isChecked(), "it stays on");
+        if (row->number() != nullptr) {
+            row->number()->setValue(on + 4);
+            QTRY_COMPARE(value(), on + 4);
+        }
+        QTest::mouseClick(row->toggle(), Qt::LeftButton);
+        QTRY_COMPARE(value(), neutral);
+        QTest::qWait(100);
+        QVERIFY(!row->toggle()->isChecked());
+    }
+
+    void faultsFromOutsideShowAndAllGoOff()
+    {
+        openConnected();
+        theBench().changeFaults(first, [](Faults& f) {
+            f.grabFailures = 12;
+            f.mcuSilent = true;
+            f.magneticDisturbance = 30.0;
+        });
+        QTRY_VERIFY(fault("mcuSilent")->toggle()->isChecked());
+        QVERIFY(fault("grabFailures")->toggle()->isChecked());
+        QCOMPARE(fault("grabFailures")->number()->value(), 12);
+        QCOMPARE(child<SliderRow>("magneticDisturbance")->slider()->value(), 30);
+        // One that counts down to nothing goes off by itself, and the number stays for the next
+        // time.
+        theBench().changeFaults(first, [](Faults& f) { f.grabFailures = 0; });
+        QTRY_VERIFY(!fault("grabFailures")->toggle()->isChecked());
+        QCOMPARE(fault("grabFailures")->number()->value(), 12);
+        QTest::mouseClick(child<QPushButton>("noFaults"), Qt::LeftButton);
+        QTRY_VERIFY(!theBench().faults(first).mcuSilent);
+        QCOMPARE(theBench().faults(first).magneticDisturbance, 0.0);
+        QTRY_VERIFY(!fault("mcuSilent")->toggle()->isChecked());
+    }
+
+    void oldFirmwareIsSwitched()
+    {
+        openConnected();
+        QTest::mouseClick(child<Switch>("oldFirmware"), Qt::LeftButton);
+        QTRY_COMPARE(theBench().config(first).firmwareVersion, Panel::OLD_FIRMWARE);
+        QTest::qWait(100);
+        QVERIFY(child<Switch>("oldFirmware")->isChecked());
+        QTest::mouseClick(child<Switch>("oldFirmware"), Qt::LeftButton);
+        QTRY_COMPARE(theBench().config(first).firmwareVersion, Panel::NEW_FIRMWARE);
+    }
+
+    void slidersSetTheFieldAndShowIt()
+    {
+        openConnected();
+        QTRY_COMPARE(child<SliderRow>("strength")->slider()->value(), 96); // steps of 0.5 uT
+        child<SliderRow>("strength")->slider()->setValue(60);
+        child<SliderRow>("inclination")->slider()->setValue(-40);
+        child<SliderRow>("declination")->slider()->setValue(30);
+        QTRY_COMPARE(theBench().field().declination, 15.0);
+        QCOMPARE(theBench().field().strength, 30.0);
+        QCOMPARE(theBench().field().inclination, -20.0);
+        theBench().setField({55.0, 10.0, -3.0});
+        QTRY_COMPARE(child<SliderRow>("strength")->slider()->value(), 110);
+        QCOMPARE(child<SliderRow>("declination")->slider()->value(), -6);
+        QCOMPARE(theBench().field().strength, 55.0); // showing orders nothing
+    }
+
+    void slidersSetTemperatureAndDisturbanceOfTheChosenCamera()
+    {
+        openConnected();
+        QTest::mouseClick(window->card(second), Qt::LeftButton);
+        child<SliderRow>("temperature")->slider()->setValue(-14);
+        QTRY_COMPARE(theBench().camera(second)->airTemperature(), -7.0);
+        QCOMPARE(theBench().camera(first)->airTemperature(), 20.0);
+        child<SliderRow>("magneticDisturbance")->slider()->setValue(45);
+        QTRY_COMPARE(theBench().faults(second).magneticDisturbance, 45.0);
+        QTest::mouseClick(window->card(first), Qt::LeftButton);
+        QTRY_COMPARE(child<SliderRow>("temperature")->slider()->value(), 40);
+        QCOMPARE(child<SliderRow>("magneticDisturbance")->slider()->value(), 0);
+    }
+
+    void wheelOverASliderChangesNothing()
+    {
+        openConnected();
+        QSlider* const slider = child<SliderRow>("strength")->slider();
+        const QPoint middle = slider->rect().center();
+        QWheelEvent wheel(middle, slider->mapToGlobal(middle), {}, {0, 120}, Qt::NoButton,
+                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(slider, &wheel);
+        QCOMPARE(slider->value(), 96);
+    }
+
+    // ---- The bench's cameras ------------------------------------------------------------------
+
+    void camerasComeAndGo()
+    {
+        openConnected();
+        CameraConfig config;
+        config.model = MODEL::TIV_P;
+        config.serialNumber = 20000003;
+        theBench().addCamera(config);
+        QTRY_VERIFY(window->card(20000003));
+        QTest::mouseClick(window->card(20000003), Qt::LeftButton);
+        QCOMPARE(window->chosen(), 20000003U);
+        theBench().removeCamera(20000003);
+        QTRY_VERIFY(!window->card(20000003));
+        QCOMPARE(window->chosen(), first);
+        theBench().removeCamera(first);
+        theBench().removeCamera(second);
+        QTRY_VERIFY(label(*window, QStringLiteral("No cameras on the bench")));
+        QVERIFY(!child<Switch>("plug")->isEnabled());
+        theBench().addCamera(config);
+        QTRY_VERIFY(window->stage()->isVisible());
+        QVERIFY(child<Switch>("plug")->isEnabled());
+    }
+
+    void cameraInUseIsShownFirst()
+    {
+        Camera camera;
+        InitParameters parameters;
+        parameters.input.setFromSerialNumber(second, BUS_TYPE::USB);
+        QVERIFY(camera.open(parameters) == ERROR_CODE::SUCCESS);
+        openConnected();
+        QCOMPARE(window->chosen(), second);
+        camera.close();
+    }
+};
+
+QTEST_MAIN(TestBenchWindow)
+#include "tst_bench_window.moc"
