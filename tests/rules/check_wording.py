@@ -1,0 +1,61 @@
+"""Documents use the field's usual words: literary or ambiguous ones are listed here with what to write
+instead. Code and quotes are not checked."""
+
+import re
+import sys
+
+import rules
+
+root = sys.argv[1]
+WORDS = {
+    r"tells|told|telling": "reports, says, shows",
+    r"mend|mends|mended|mending": "fix, repair",
+    r"puts? up|putting up": "show, create",
+    r"bears?": "accept, withstand",
+    r"the lot": "all of them",
+    r"stands? for|stood for": "means, represents",
+    r"hands? on|handed on": "pass",
+    r"in the hand|at hand": "by hand, available",
+    r"(?:is|are|was|were) asked for": "is requested, is required",
+    r"anew|afresh": "again",
+    r"upon": "on",
+    r"whence|thence|hence|thereof|thereby|lest|forthwith|amid|amidst": "a plain conjunction",
+    r"for want of|in want of": "without, because there is no",
+    r"counts? for nothing": "has no effect",
+    r"is none": "is not one",
+    r"unseen": "invisible, hidden",
+}
+WORD = re.compile(r"\b(?:" + "|".join(f"(?P<w{i}>{words})" for i, words in enumerate(WORDS)) + r")\b", re.I)
+INSTEAD = list(WORDS.values())
+
+
+def blank(match):
+    return re.sub(r"[^\n]", " ", match.group(0))
+
+
+def without_quotes(text):
+    return re.sub(r'"[^"\n]*"', blank, re.sub(r"`[^`]*`", blank, text))
+
+
+def document(text):
+    """The prose of a document: no code and no targets of links."""
+    text = re.sub(r"^```.*?^```$", blank, text, flags=re.M | re.S)
+    text = re.sub(r"^(?: {4}|\t).*$", blank, text, flags=re.M)
+    return without_quotes(re.sub(r"\]\([^)\s]*\)", blank, text))
+
+
+KINDS = (
+    (document, ("*.md", "packaging/man/*", "packaging/*.xml", "packaging/*.desktop")),
+)
+problems = []
+checked = 0
+for prose, patterns in KINDS:
+    for path in rules.tracked(root, *patterns):
+        if path == "tests/rules/check_wording.py":
+            continue
+        checked += 1
+        text = prose(rules.read(root, path))
+        for match in WORD.finditer(text):
+            line = text.count("\n", 0, match.start()) + 1
+            problems.append(f"{path}:{line}: \"{match.group(0)}\": write {INSTEAD[int(match.lastgroup[1:])]}")
+rules.end(problems, checked)
