@@ -2,10 +2,16 @@
 if(GRAVIMON_CAMERA_LIBRARY STREQUAL "standin")
   add_subdirectory("${PROJECT_SOURCE_DIR}/om_tiv")
 elseif(GRAVIMON_CAMERA_LIBRARY STREQUAL "vendor")
-  find_path(OM_TIV_INCLUDE_DIR om_tiv/om_tiv.h HINTS "${OM_TIV_ROOT}/include" NO_DEFAULT_PATH)
+  # The library's header is the first one that this file includes.
+  set(header "${PROJECT_SOURCE_DIR}/src/camera/camera_library.h")
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${header}")
+  file(STRINGS "${header}" om_tiv_header REGEX "^#include <")
+  list(POP_FRONT om_tiv_header om_tiv_header)
+  string(REGEX REPLACE "^#include <(.*)>.*" "\\1" om_tiv_header "${om_tiv_header}")
+  find_path(OM_TIV_INCLUDE_DIR "${om_tiv_header}" HINTS "${OM_TIV_ROOT}/include" NO_DEFAULT_PATH)
   find_library(OM_TIV_LIBRARY om_tiv HINTS "${OM_TIV_ROOT}/lib" "${OM_TIV_ROOT}/lib64" NO_DEFAULT_PATH)
   if(NOT OM_TIV_INCLUDE_DIR OR NOT OM_TIV_LIBRARY)
-    message(FATAL_ERROR "GRAVIMON_CAMERA_LIBRARY=vendor: no include/om_tiv/om_tiv.h and lib/libom_tiv "
+    message(FATAL_ERROR "GRAVIMON_CAMERA_LIBRARY=vendor: no include/${om_tiv_header} and lib/libom_tiv "
             "below OM_TIV_ROOT='${OM_TIV_ROOT}'.")
   endif()
   add_library(gravimon_om_tiv INTERFACE)

@@ -3,11 +3,10 @@
 #include "calibration/calibmessages.h"
 #include "calibration/calibplot.h"
 #include "calibration/orientcount.h"
+#include "camera/camera_library.h"
 #include "look/Style.h"
 #include "look/clr.h"
 #include "ui_magcalibdlg.h"
-
-#include <om_tiv/mcu.h>
 
 #include <QIcon>
 #include <QKeyEvent>

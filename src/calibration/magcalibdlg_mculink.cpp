@@ -1,8 +1,7 @@
 #include "calibration/magcalibdlg.h"
 
 #include "calibration/magrecord.h"
-
-#include <om_tiv/mcu.h>
+#include "camera/camera_library.h"
 
 #include <hidapi/hidapi.h>
 
@@ -85,8 +84,8 @@ bool MagCalibDlg::initTivMcu()
     mcu = std::make_shared<om::TIVmcu>(
         false, vendorId, static_cast<om::MODEL>(serialNumber / serialsPerModel), false, "");
 
-    if (mcu->open(static_cast<unsigned int>(serialNumber), false, om::IMU_ODR_400_HZ, nullptr,
-                  nullptr, true, false) != 0) {
+    if (mcu->open(static_cast<unsigned int>(serialNumber), false, omlib::imuRate, nullptr, nullptr,
+                  true, false) != 0) {
         // The link object stays: a later start goes on with it as it is.
         mcuClosed = true;
         emit cameraError(
@@ -133,7 +132,7 @@ bool MagCalibDlg::saveCalibData()
     if (wasRunning)
         mcu->stopCapture();
 
-    om::_mag_calib_data record;
+    omlib::MagRecord record;
     magrecord::fill(record, {magOffset, magScale});
 
     for (int attempt = 1;; ++attempt) {

@@ -3,8 +3,7 @@
 #include "calibration/mag_calib.h"
 #include "calibration/orientcount.h"
 #include "calibration/samplemath.h"
-
-#include <om_tiv/mcu.h>
+#include "camera/camera_library.h"
 
 #include <chrono>
 #include <cstdint>
@@ -43,7 +42,7 @@ void MagCalibDlg::magDataGrabThread()
     std::uint16_t failures = 0;
     do {
         grabRunning = true;
-        const om::IMUReaderData record = mcu->getIMUReaderData();
+        const omlib::McuRecord record = mcu->getIMUReaderData();
         if (!samplemath::isGood(record)) {
             failures = static_cast<std::uint16_t>((failures + 1) & 0xFFFF);
             if (failures > failuresBearable) {
@@ -56,9 +55,9 @@ void MagCalibDlg::magDataGrabThread()
             continue;
         }
         // Nothing new: polled again at once, as fast as the link answers.
-        if (record.magState == 1)
+        if (omlib::magStateOf(record) == 1)
             continue;
-        const double nowMs = samplemath::millisecondsOf(record.timestamp);
+        const double nowMs = samplemath::millisecondsOf(omlib::ticksOf(record));
         if (nowMs == previousMs)
             continue;
 
@@ -71,20 +70,18 @@ void MagCalibDlg::magDataGrabThread()
             rawZ.append(sample.z);
         }
 
-        const om::IMUPose pose = mcu->getIMUPose(6);
-        const om::Vector3<float> field(pose.magUncalibrated[0], pose.magUncalibrated[1],
-                                       pose.magUncalibrated[2]);
-        const om::Vector3<float> acceleration(pose.acceleration[0], pose.acceleration[1],
-                                              pose.acceleration[2]);
-        headingUncalib = static_cast<double>(mcu->calcMagHeading(field, acceleration)) *
+        const omlib::McuPose pose = mcu->getIMUPose(6);
+        headingUncalib = static_cast<double>(mcu->calcMagHeading(omlib::fieldOf(pose),
+                                                                 omlib::accelerationOf(pose))) *
                          samplemath::degreesPerRadian;
-        if (pose.headingState == notCalibrated)
+        if (omlib::headingStateOf(pose) == notCalibrated)
             headingCalib = headingUncalib;
         else
-            headingCalib = static_cast<double>(pose.heading) * samplemath::degreesPerRadian;
+            headingCalib =
+                static_cast<double>(omlib::headingOf(pose)) * samplemath::degreesPerRadian;
         if (!calibrating) {
-            headingState = pose.headingState;
-            headingAccuracy = pose.headingAccuracy;
+            headingState = omlib::headingStateOf(pose);
+            headingAccuracy = omlib::headingAccuracyOf(pose);
         }
 
         const std::int64_t pause = samplemath::pauseMs(sampleRate);

@@ -2,14 +2,14 @@
 
 namespace magrecord {
 
-void fill(om::_mag_calib_data& record, const Calibration& calibration)
+void fill(omlib::MagRecord& record, const Calibration& calibration)
 {
-    record.scale[0] = static_cast<float>(calibration.scale[1]);
-    record.scale[1] = static_cast<float>(calibration.scale[0]);
-    record.scale[2] = static_cast<float>(calibration.scale[2]);
-    record.offset[0] = static_cast<float>(calibration.offset[1]);
-    record.offset[1] = -static_cast<float>(calibration.offset[0]);
-    record.offset[2] = static_cast<float>(calibration.offset[2]);
+    omlib::setScale(record, 0, static_cast<float>(calibration.scale[1]));
+    omlib::setScale(record, 1, static_cast<float>(calibration.scale[0]));
+    omlib::setScale(record, 2, static_cast<float>(calibration.scale[2]));
+    omlib::setOffset(record, 0, static_cast<float>(calibration.offset[1]));
+    omlib::setOffset(record, 1, -static_cast<float>(calibration.offset[0]));
+    omlib::setOffset(record, 2, static_cast<float>(calibration.offset[2]));
 }
 
 Calibration fromStored(const float* stored)
@@ -24,13 +24,13 @@ Calibration fromStored(const float* stored)
     return calibration;
 }
 
-bool equal(const float* stored, const om::_mag_calib_data& record)
+bool equal(const float* stored, const omlib::MagRecord& record)
 {
     for (int i = 0; i < 3; ++i)
-        if (!(stored[3 + i] == record.offset[i]))
+        if (!(stored[3 + i] == omlib::offsetOf(record, i)))
             return false;
     for (int i = 0; i < 3; ++i)
-        if (!(stored[i] == record.scale[i]))
+        if (!(stored[i] == omlib::scaleOf(record, i)))
             return false;
     return true;
 }

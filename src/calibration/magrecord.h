@@ -3,7 +3,7 @@
 /// X = -(axis 2), Y = axis 1, Z = axis 3.
 #pragma once
 
-#include <om_tiv/mcu.h>
+#include "camera/camera_library.h"
 
 #include <array>
 
@@ -18,12 +18,12 @@ struct Calibration
 
 /// Fills all but the record's first byte. Narrows to float first and changes the sign second: an
 /// offset of 0.0 in X is stored as -0.0.
-void fill(om::_mag_calib_data& record, const Calibration& calibration);
+void fill(omlib::MagRecord& record, const Calibration& calibration);
 
 /// From six floats in the record's order: scales, then offsets, of the sensor axes 1 to 3.
 Calibration fromStored(const float* stored);
 
 /// Exact comparison as floats: a NaN differs from itself, and 0.0 equals -0.0.
-bool equal(const float* stored, const om::_mag_calib_data& record);
+bool equal(const float* stored, const omlib::MagRecord& record);
 
 } // namespace magrecord

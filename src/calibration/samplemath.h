@@ -2,7 +2,7 @@
 /// From the microcontroller's records to samples, times, rates and pauses.
 #pragma once
 
-#include <om_tiv/mcu.h>
+#include "camera/camera_library.h"
 
 #include <cstdint>
 
@@ -17,17 +17,18 @@ struct Sample
 };
 
 /// Neither a dead link nor a record without magnetometer data.
-inline bool isGood(const om::IMUReaderData& record)
+inline bool isGood(const omlib::McuRecord& record)
 {
-    return record.linkValid == 1 && record.magState != 0;
+    return omlib::isLinkValid(record) && omlib::magStateOf(record) != 0;
 }
 
 /// The sensor's axes 1 and 2 change places and axis 2 its sign; magrecord.h undoes it. The sign is
 /// changed on the integer, so that a count of 0 gives 0.0 and not -0.0.
-inline Sample sampleOf(const om::IMUReaderData& record)
+inline Sample sampleOf(const omlib::McuRecord& record)
 {
     constexpr double perCount = 0.0625;
-    return {-record.mag[1] * perCount, record.mag[0] * perCount, record.mag[2] * perCount};
+    return {-omlib::magCount(record, 1) * perCount, omlib::magCount(record, 0) * perCount,
+            omlib::magCount(record, 2) * perCount};
 }
 
 /// Milliseconds of a timestamp in ticks of 39 us.

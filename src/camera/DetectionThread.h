@@ -2,7 +2,7 @@
 /// The search for cameras on the machine.
 #pragma once
 
-#include <om_tiv/camera.h>
+#include "camera/camera_library.h"
 
 #include <QMutex>
 #include <QThread>

@@ -26,7 +26,7 @@ InputThreadModul::~InputThreadModul()
     cuCtxSetCurrent(cudaContext);
     for (om::Mat* mat :
          {&imageGpu, &image2Gpu, &measureGpu, &depthHost, &measureHost, &imageHost, &image3Host}) {
-        mat->free(om::MEM::BOTH);
+        mat->free(omlib::bothMemories);
     }
     delete fpsCounter;
     camera.close();
@@ -45,11 +45,10 @@ void InputThreadModul::abort()
 
 om::InitParameters InputThreadModul::getInitParams()
 {
-    om::InitParameters parameters(om::RESOLUTION::AUTO, 0, false, om::DEPTH_MODE::STANDARD,
-                                  om::UNIT::MILLIMETRE, om::COORDINATE_SYSTEM::IMAGE, 1, -1, -1.0F,
-                                  -1.0F, false, 0, false, om::String(), 1, nullptr, om::InputType(),
-                                  om::String(), false, true, om::String(), 5.0F, false, 0.0F,
-                                  false);
+    om::InitParameters parameters(
+        omlib::defaultResolution, 0, false, omlib::defaultDepth, omlib::defaultUnit,
+        omlib::defaultSystem, 1, -1, -1.0F, -1.0F, false, 0, false, om::String(), 1, nullptr,
+        om::InputType(), om::String(), false, true, om::String(), 5.0F, false, 0.0F, false);
     parameters.resolution =
         static_cast<om::RESOLUTION>(ProgramStates::getIntAttr(ProgramStates::requestedResolution));
     parameters.imageFlip = 0;
@@ -62,8 +61,8 @@ om::InitParameters InputThreadModul::getInitParams()
         static_cast<float>(ProgramStates::getIntAttr(ProgramStates::depthMinimumCm)) * 0.01F;
     parameters.depthMaximum =
         static_cast<float>(ProgramStates::getIntAttr(ProgramStates::depthMaximumMm)) * 0.001F;
-    parameters.coordinateUnits = om::UNIT::METRE;
-    parameters.coordinateSystem = om::COORDINATE_SYSTEM::RIGHT_HANDED_Y_UP;
+    parameters.coordinateUnits = omlib::metre;
+    parameters.coordinateSystem = omlib::poseSystem;
     parameters.verbosity = 1;
     return parameters;
 }
@@ -72,23 +71,24 @@ int InputThreadModul::live(int serial)
 {
     om::InitParameters parameters = getInitParams();
     parameters.fps = ProgramStates::getIntAttr(ProgramStates::requestedFps);
-    parameters.input.setFromSerialNumber(static_cast<unsigned int>(serial), om::BUS_TYPE::USB);
+    omlib::inputOf(parameters)
+        .setFromSerialNumber(static_cast<unsigned int>(serial), omlib::usbBus);
     return openLive(std::move(parameters));
 }
 
 int InputThreadModul::gmsl(unsigned int id)
 {
     om::InitParameters parameters = getInitParams();
-    parameters.resolution = om::RESOLUTION::HD1200;
+    parameters.resolution = omlib::serialResolution;
     parameters.fps = 30;
-    parameters.input.setFromCameraID(static_cast<int>(id), om::BUS_TYPE::SERIAL);
+    omlib::inputOf(parameters).setFromCameraID(static_cast<int>(id), omlib::serialBus);
     return openLive(std::move(parameters));
 }
 
 int InputThreadModul::openLive(om::InitParameters parameters)
 {
     const om::ERROR_CODE result = camera.open(std::move(parameters));
-    const bool success = result == om::ERROR_CODE::SUCCESS;
+    const bool success = result == omlib::success;
     if (success) {
         cameraInfo = camera.getCameraInformation(om::Resolution(0, 0));
     }
@@ -103,9 +103,9 @@ int InputThreadModul::qvr(QString path)
 {
     ProgramStates::qstringAttr(ProgramStates::inputFilePath) = path;
     om::InitParameters parameters = getInitParams();
-    parameters.input.setFromQVRFile(om::String(path.toUtf8().constData()));
+    omlib::inputOf(parameters).setFromQVRFile(om::String(path.toUtf8().constData()));
     const om::ERROR_CODE result = camera.open(std::move(parameters));
-    if (result == om::ERROR_CODE::SUCCESS) {
+    if (result == omlib::success) {
         opened = true;
         playingFile = true;
         liveCamera = false;
@@ -143,16 +143,16 @@ bool InputThreadModul::CreateMemories()
     ProgramStates::setIntAttr(ProgramStates::image2Height, static_cast<int>(imageSize.height));
     emit sendInitProcess();
 
-    imageGpu.alloc(imageSize, om::MAT_TYPE::U8_C4, om::MEM::GPU);
+    imageGpu.alloc(imageSize, omlib::fourBytes, omlib::gpuMemory);
     image2Size = imageSize;
-    image2Gpu.alloc(image2Size, om::MAT_TYPE::U8_C4, om::MEM::GPU);
+    image2Gpu.alloc(image2Size, omlib::fourBytes, omlib::gpuMemory);
     emit sendContext();
 
-    measureGpu.alloc(image2Size, om::MAT_TYPE::F32_C4, om::MEM::GPU);
-    depthHost.alloc(imageSize, om::MAT_TYPE::F32_C1, om::MEM::CPU);
-    measureHost.alloc(imageSize, om::MAT_TYPE::F32_C4, om::MEM::CPU);
-    imageHost.alloc(imageSize, om::MAT_TYPE::U8_C4, om::MEM::CPU);
-    image3Host.alloc(imageSize, om::MAT_TYPE::U8_C4, om::MEM::CPU);
+    measureGpu.alloc(image2Size, omlib::fourFloats, omlib::gpuMemory);
+    depthHost.alloc(imageSize, omlib::oneFloat, omlib::hostMemory);
+    measureHost.alloc(imageSize, omlib::fourFloats, omlib::hostMemory);
+    imageHost.alloc(imageSize, omlib::fourBytes, omlib::hostMemory);
+    image3Host.alloc(imageSize, omlib::fourBytes, omlib::hostMemory);
 
     requestView0 = false;
     requestView1 = false;

@@ -3,8 +3,7 @@
 #pragma once
 
 #include "camera/FpsCounter.h"
-
-#include <om_tiv/camera.h>
+#include "camera/camera_library.h"
 
 #include <cuda.h>
 

@@ -34,9 +34,7 @@ void InputThreadModul::run()
     running = true;
     cudaContext = camera.getCUDAContext();
 
-    om::RuntimeParameters parameters(true, false, 95, 100, om::REFERENCE_FRAME::CAMERA, true);
-    parameters.referenceFrame = om::REFERENCE_FRAME::CAMERA;
-    parameters.enableDepth = true;
+    om::RuntimeParameters parameters = omlib::runtimeParameters();
 
     ProgramStates::setIntAttr(ProgramStates::image2Width, static_cast<int>(image2Size.width));
     ProgramStates::setIntAttr(ProgramStates::image2Height, static_cast<int>(image2Size.height));
@@ -47,7 +45,7 @@ void InputThreadModul::run()
 
     RateReadings<unsigned int> measured;
     RateReadings<int> reported;
-    om::ERROR_CODE result = om::ERROR_CODE::SUCCESS;
+    om::ERROR_CODE result = omlib::success;
     do {
         // Nothing else binds the camera's context to this thread.
         cuCtxSetCurrent(cudaContext);
@@ -59,7 +57,7 @@ void InputThreadModul::run()
         result = grabFrame(paused, result, parameters);
         grabMutex.unlock();
 
-        if (result == om::ERROR_CODE::SUCCESS) {
+        if (result == omlib::success) {
             // A busy lock costs this frame's retrieval, never a wait.
             if (retrieveMutex.tryLock(0)) {
                 retrieveFrame();
@@ -73,7 +71,7 @@ void InputThreadModul::run()
                               ProgramStates::getIntAttr(ProgramStates::requestedFps)));
             ProgramStates::setIntAttr(ProgramStates::cameraFps, meanRate(reported));
             emit SendImage();
-        } else if (result == om::ERROR_CODE::CAMERA_GONE) {
+        } else if (result == omlib::cameraGone) {
             running = false;
             opened = false;
             playingFile = false;
@@ -113,10 +111,10 @@ void InputThreadModul::retrieveFrame()
 {
     countFrame(*fpsCounter, std::chrono::system_clock::now());
 
-    camera.retrieveImage(imageGpu, view(ProgramStates::imageView), om::MEM::GPU, imageSize);
-    camera.retrieveImage(image2Gpu, view(ProgramStates::image2View), om::MEM::GPU, image2Size);
+    camera.retrieveImage(imageGpu, view(ProgramStates::imageView), omlib::gpuMemory, imageSize);
+    camera.retrieveImage(image2Gpu, view(ProgramStates::image2View), omlib::gpuMemory, image2Size);
     if (depthWanted()) {
-        camera.retrieveMeasure(measureGpu, om::MEASURE::XYZ, om::MEM::GPU, image2Size);
+        camera.retrieveMeasure(measureGpu, omlib::pointMeasure, omlib::gpuMemory, image2Size);
     }
     serveRequests();
     if (playingFile) {
@@ -129,29 +127,29 @@ void InputThreadModul::serveRequests()
     const om::Resolution full(0, 0);
     if (requestView0) {
         requestView0 = false;
-        camera.retrieveImage(imageHost, om::VIEW::LEFT, om::MEM::CPU, full);
+        camera.retrieveImage(imageHost, omlib::leftView, omlib::hostMemory, full);
     }
     if (requestView1) {
         requestView1 = false;
-        camera.retrieveImage(imageHost, om::VIEW::RIGHT, om::MEM::CPU, full);
+        camera.retrieveImage(imageHost, omlib::rightView, omlib::hostMemory, full);
     }
     if (requestView8) {
         requestView8 = false;
-        camera.retrieveImage(image3Host, om::VIEW::SIDE_BY_SIDE, om::MEM::CPU, full);
+        camera.retrieveImage(image3Host, omlib::bothViews, omlib::hostMemory, full);
     }
     if (requestDepth) {
         requestDepth = false;
-        camera.retrieveMeasure(depthHost, om::MEASURE::DEPTH, om::MEM::CPU, full);
+        camera.retrieveMeasure(depthHost, omlib::depthMeasure, omlib::hostMemory, full);
     }
     if (requestMeasure) {
         requestMeasure = false;
-        camera.retrieveMeasure(measureHost, om::MEASURE::XYZ, om::MEM::CPU, full);
+        camera.retrieveMeasure(measureHost, omlib::pointMeasure, omlib::hostMemory, full);
     }
 }
 
 void InputThreadModul::pacePlayback()
 {
-    const std::uint64_t timestamp = camera.getTimestamp(om::TIME_REFERENCE::IMAGE);
+    const std::uint64_t timestamp = camera.getTimestamp(omlib::lastImage);
     if (timestamp == 0) {
         return;
     }

@@ -2,7 +2,7 @@
 /// The viewer of the 3D view: attitude, position and the matrices that follow from them.
 #pragma once
 
-#include <om_tiv/transform.h>
+#include "camera/camera_library.h"
 
 /// A free-flying viewer that circles around a point. Changes of position, offset and rotation take
 /// effect in the matrices at the next update(). Interface thread.

@@ -53,12 +53,7 @@ om::Vector3<float> colour(int r, int g, int b)
 
 om::Orientation firstAttitude()
 {
-    om::Orientation rotation;
-    rotation.ox = -0.23252F;
-    rotation.oy = 0.170843F;
-    rotation.oz = 0.0401341F;
-    rotation.ow = 0.956623F;
-    return rotation;
+    return omlib::orientation(-0.23252F, 0.170843F, 0.0401341F, 0.956623F);
 }
 
 const om::Translation firstPosition(-0.0542544F, -0.109509F, -0.270714F);
@@ -197,12 +192,12 @@ void OGL3DWidget::CreateTIVModel()
     cameraModel = new Simple3DObject(om::Translation(0.0F, 0.0F, 0.0F), false);
     // Nothing is depth-tested: the order of the tables is the order of painting.
     switch (ProgramStates::getIntAttr(ProgramStates::cameraModel)) {
-    case static_cast<int>(om::MODEL::TIV):
+    case static_cast<int>(omlib::tiv):
         fill(cameraModel, TIV_obj::vertices, TIV_obj::alluminiumTriangles,
              TIV_obj::ALLUMINIUM_COLOR);
         fill(cameraModel, TIV_obj::vertices, TIV_obj::darkTriangles, TIV_obj::DARK_COLOR);
         break;
-    case static_cast<int>(om::MODEL::TIV_N):
+    case static_cast<int>(omlib::tivN):
         fill(cameraModel, TIV_N_obj::vertices, TIV_N_obj::alluminiumTriangles,
              TIV_N_obj::ALLUMINIUM_COLOR);
         fill(cameraModel, TIV_N_obj::vertices, TIV_N_obj::alluminiumTriangles2,

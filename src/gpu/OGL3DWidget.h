@@ -2,13 +2,13 @@
 /// The 3D view: a floor, reference axes, the camera's mesh and the direction of its acceleration.
 #pragma once
 
+#include "camera/camera_library.h"
+
 #include <QGLFunctions>
 #include <QGLShaderProgram>
 #include <QOpenGLWidget>
 
 #include <cuda.h>
-
-#include <om_tiv/transform.h>
 
 #include <cstdint>
 

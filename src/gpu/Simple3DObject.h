@@ -2,10 +2,10 @@
 /// Coloured vertices on the CPU, mirrored into one vertex array object.
 #pragma once
 
+#include "camera/camera_library.h"
+
 #include <QGLFunctions>
 #include <QOpenGLVertexArrayObject>
-
-#include <om_tiv/transform.h>
 
 #include <vector>
 

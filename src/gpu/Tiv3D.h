@@ -6,7 +6,7 @@
 /// paints without a depth test, so later triangles lie over earlier ones.
 #pragma once
 
-#include <om_tiv/types.h>
+#include "camera/camera_library.h"
 
 class Simple3DObject;
 

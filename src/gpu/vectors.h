@@ -2,7 +2,7 @@
 /// Arithmetic of om::Translation that the camera library leaves to its users.
 #pragma once
 
-#include <om_tiv/transform.h>
+#include "camera/camera_library.h"
 
 inline om::Translation sum(const om::Translation& a, const om::Translation& b)
 {

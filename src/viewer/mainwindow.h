@@ -10,11 +10,10 @@
 #pragma once
 
 #include "camera/DetectionThread.h"
+#include "camera/camera_library.h"
 #include "recording/recoptions.h"
 #include "viewer/handover.h"
 #include "viewer/shared.h"
-
-#include <om_tiv/om_tiv.h>
 
 #include <QDir>
 #include <QFile>
@@ -133,7 +132,7 @@ private:
     int cameraId = 0;
     int cameraSerial = 0;
     QString cameraName; // never assigned: the row of a kept camera shows its serial number alone
-    om::MODEL cameraModel = om::MODEL::UNKNOWN;
+    om::MODEL cameraModel = omlib::noModel;
 
     // Made afresh for every camera.
     QTimer* imageTimer = nullptr;

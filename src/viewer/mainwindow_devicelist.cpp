@@ -32,7 +32,7 @@ int MainWindow::updateDeviceList(bool keepCurrent)
     detectionThread.start(QThread::InheritPriority);
     for (const om::DeviceProperties& device : devices) {
         const int serial = static_cast<int>(device.serialNumber);
-        if (device.cameraModel == om::MODEL::TIV || serial <= 0) {
+        if (device.cameraModel == omlib::tiv || serial <= 0) {
             continue;
         }
         addRow(device.id, serial, device.cameraModel,

@@ -108,12 +108,11 @@ void MainWindow::saveValues(int index)
     row.tempLeft = tempLeft.at(index);
     row.tempRight = tempRight.at(index);
     if (recOptions.temperatures) {
-        using Location = om::SensorsData::TemperatureData::SENSOR_LOCATION;
         // One variable for both: a camera without barometer repeats the IMU's temperature.
         float temperature = 0.0F;
-        sensorsData.temperature.get(Location::IMU, temperature);
+        sensorsData.temperature.get(omlib::atImu, temperature);
         row.tempImu = temperature;
-        sensorsData.temperature.get(Location::BAROMETER, temperature);
+        sensorsData.temperature.get(omlib::atBarometer, temperature);
         row.tempBarometer = temperature;
     }
     QByteArray line;

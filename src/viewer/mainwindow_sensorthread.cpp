@@ -15,7 +15,6 @@
 
 namespace sm = sensormath;
 using Verdict = sm::SampleClock::Verdict;
-using Location = om::SensorsData::TemperatureData::SENSOR_LOCATION;
 
 namespace {
 
@@ -70,8 +69,7 @@ void MainWindow::dataThreadFunc()
         if (input == nullptr || !input->camera.isOpened()) {
             break;
         }
-        if (input->camera.getSensorsData(sensorsData, om::TIME_REFERENCE::CURRENT) ==
-            om::ERROR_CODE::CAMERA_GONE) {
+        if (input->camera.getSensorsData(sensorsData, omlib::latest) == omlib::cameraGone) {
             cameraLost = true;
             input->stopGrabbing();
             // Out of the interface thread's sight before it goes.
@@ -133,12 +131,12 @@ void MainWindow::dataThreadFunc()
 
         // Without sensors on the board the IMU's temperature stands in for both.
         const auto& temperature = sensorsData.temperature;
-        const int leftResult = temperature.get(Location::LEFT, left);
-        const int rightResult = temperature.get(Location::RIGHT, right);
+        const int leftResult = temperature.get(omlib::onLeft, left);
+        const int rightResult = temperature.get(omlib::onRight, right);
         const bool fallback = leftResult != 0 || rightResult != 0;
         if (fallback) {
-            temperature.get(Location::IMU, left);
-            temperature.get(Location::IMU, right);
+            temperature.get(omlib::atImu, left);
+            temperature.get(omlib::atImu, right);
         }
         temperatureMax = sm::widenedTemperatureMax(temperatureMax, std::max(left, right));
         temperatureMin = sm::widenedTemperatureMin(temperatureMin, std::min(left, right));

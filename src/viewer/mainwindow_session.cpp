@@ -108,26 +108,26 @@ int MainWindow::openCamera()
     // The row of an empty list stands for no model, and is refused below.
     cameraId = deviceIds.value(row);
     cameraSerial = deviceSerials.value(row);
-    cameraModel = deviceModels.value(row, om::MODEL::UNKNOWN);
+    cameraModel = deviceModels.value(row, omlib::noModel);
 
     // The library must not be asked for its list while a camera opens.
     const QMutexLocker lock(&detectionThread.mutex);
     switch (cameraModel) {
-    case om::MODEL::TIV_N:
-    case om::MODEL::TIV_P:
-    case om::MODEL::TIV_Q:
+    case omlib::tivN:
+    case omlib::tivP:
+    case omlib::tivQ:
         return inputThread->live(cameraSerial);
-    case om::MODEL::TIV_R:
-    case om::MODEL::TIV_S:
+    case omlib::tivR:
+    case omlib::tivS:
         return inputThread->gmsl(static_cast<unsigned int>(cameraId));
     default:
-        return static_cast<int>(om::ERROR_CODE::FAILURE);
+        return -1; // a failure like any other
     }
 }
 
 void MainWindow::startStreaming(om::MODEL model)
 {
-    const bool hasSensors = model != om::MODEL::TIV;
+    const bool hasSensors = model != omlib::tiv;
     ui->comboBox_time_range->setEnabled(hasSensors);
     ui->frame_data_options->setEnabled(hasSensors);
 
@@ -143,8 +143,8 @@ void MainWindow::startStreaming(om::MODEL model)
         return;
     }
     // TIV_N, TIV_R and TIV_S have neither barometer nor magnetometer, TIV_N no temperature either.
-    const bool isSmall = model == om::MODEL::TIV_N;
-    const bool isSerial = model == om::MODEL::TIV_R || model == om::MODEL::TIV_S;
+    const bool isSmall = model == omlib::tivN;
+    const bool isSerial = model == omlib::tivR || model == omlib::tivS;
     ui->pushButton_baro->setVisible(!isSmall && !isSerial);
     ui->pushButton_mag->setVisible(!isSmall && !isSerial);
     ui->pushButton_temper->setVisible(!isSmall);
@@ -283,10 +283,10 @@ void MainWindow::updateImages()
     ++imageTicks;
     // The sensor thread may have taken the input thread away, the loss not yet being handled here.
     InputThreadModul* const input = inputThread;
-    if (input != nullptr && input->cameraInfo.cameraModel == om::MODEL::TIV) {
+    if (input != nullptr && input->cameraInfo.cameraModel == omlib::tiv) {
         // Without sensors there is no sensor thread: the images carry the time.
         static bool firstTivImage = true;
-        const std::uint64_t us = input->camera.getTimestamp(om::TIME_REFERENCE::IMAGE) / 1000;
+        const std::uint64_t us = input->camera.getTimestamp(omlib::lastImage) / 1000;
         if (firstTivImage) {
             firstTivImage = false;
             imuStartTime = us;

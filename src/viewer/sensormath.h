@@ -2,7 +2,7 @@
 /// The arithmetic of the sensor loop: which samples are new, and how the chart limits widen.
 #pragma once
 
-#include <om_tiv/types.h>
+#include "camera/camera_library.h"
 
 #include <cstdint>
 
