@@ -1,5 +1,5 @@
 /// @file
-/// Frames per second, counted over spans of a good second.
+/// Frames per second, counted over spans of slightly more than a second.
 #pragma once
 
 #include <chrono>

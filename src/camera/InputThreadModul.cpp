@@ -16,7 +16,7 @@ InputThreadModul::~InputThreadModul()
     frameRate = 0.0;
 
     abort();
-    // A thread that still waits to be enabled sees `aborted` within its 5 ms.
+    // A thread that still waits to be enabled detects `aborted` within 5 ms.
     msleep(10);
     if (isRunning()) {
         wait();
@@ -56,7 +56,7 @@ om::InitParameters InputThreadModul::getInitParams()
         static_cast<om::DEPTH_MODE>(ProgramStates::getIntAttr(ProgramStates::depthMode));
     parameters.depthStabilization =
         ProgramStates::getBoolAttr(ProgramStates::depthStabilization) ? 1 : 0;
-    // The library gets the product in float as it comes out: 25000 mm are 25.000002 m.
+    // The library gets the unrounded product in float: 25000 mm are 25.000002 m.
     parameters.depthMinimum =
         static_cast<float>(ProgramStates::getIntAttr(ProgramStates::depthMinimumCm)) * 0.01F;
     parameters.depthMaximum =
@@ -161,7 +161,7 @@ bool InputThreadModul::CreateMemories()
     requestMeasure = false;
     emit sendInit();
 
-    // The last error sticks until it is read, so this one look covers every allocation.
+    // The last error stays until it is read, so this one check covers every allocation.
     return cudaGetLastError() == cudaSuccess;
 }
 
@@ -185,7 +185,7 @@ void InputThreadModul::enableToStart(bool /*enable*/)
 
 void InputThreadModul::CalcFrameDrop(unsigned long long timestamp)
 {
-    // The first frame needs no period, and no time stamp is no frame.
+    // The first frame needs no period, and a call without a time stamp is not a frame.
     const bool needsPeriod = timestamp != 0 && lastImageTime != 0;
     const double period = needsPeriod ? expectedPeriodMs(camera.getInitParameters().fps) : 0.0;
     const FrameDrops drops =

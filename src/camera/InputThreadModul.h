@@ -17,17 +17,18 @@
 class QAbstractSlider;
 
 /// Owns one opening of one camera: opens it, allocates the image buffers, and grabs frames on its
-/// own thread for as long as the camera lives. Others read sensors from `camera` meanwhile.
+/// own thread while the camera is connected. Other threads read the sensors from `camera` at the
+/// same time.
 ///
 /// Order of calls: constructor, enableToStart(), one of live(), gmsl() and qvr(), CreateMemories(),
 /// startGrabbing(), destructor; all on the interface thread, and only run() on the new one. After
-/// the loss of the camera the sensor thread may call stopGrabbing() and destroy the object in the
-/// place of the interface thread.
+/// the loss of the camera the sensor thread may call stopGrabbing() and destroy the object instead
+/// of the interface thread.
 ///
 /// The flags are plain bools without atomics or a lock, written by the interface thread, the sensor
-/// thread and run(). The loop looks at `running` once a pass, so that a stop takes effect one pass
-/// late. run() sets `running` when it begins: a stop that comes before that is lost, and
-/// stopGrabbing() then waits for as long as the camera lives.
+/// thread and run(). The loop checks `running` once per pass, so a stop takes effect one pass late.
+/// run() sets `running` when it begins: a stop before that is lost, and stopGrabbing() then waits
+/// until the camera is lost.
 class InputThreadModul : public QThread
 {
     Q_OBJECT
@@ -45,12 +46,12 @@ public:
     /// frames per second. Result as for live().
     int gmsl(unsigned int id);
 
-    /// Opens a recorded file, which then plays in a loop for ever. Result as for live().
+    /// Opens a recorded file, which then plays in an endless loop. Result as for live().
     /// `frameSlider` must be set before and have a range that covers the file.
     int qvr(QString path);
 
-    /// Allocates all image buffers on the calling thread, on the camera's CUDA context. False when
-    /// no camera is open or any CUDA error came up on the way.
+    /// Allocates all image buffers on the calling thread, on the camera's CUDA context. False if no
+    /// camera is open or a CUDA error occurred.
     bool CreateMemories();
 
     /// Starts the thread, if a camera is open.
@@ -63,12 +64,12 @@ public:
     /// The settings for an open, from the attribute table; `fps` and `input` are the opener's.
     om::InitParameters getInitParams();
 
-    /// Feeds one image time stamp (ns, 0 is ignored) to `frameRate` and `droppedFrames`. Stands
-    /// ready beside the loop, which doesn't call it.
+    /// Updates `frameRate` and `droppedFrames` with one image time stamp (ns, 0 is ignored).
+    /// Available for future use; the loop doesn't call it.
     void CalcFrameDrop(unsigned long long timestamp);
 
 public slots:
-    /// Lets run() go on, whatever the argument.
+    /// Lets run() continue, whatever the argument.
     void enableToStart(bool enable);
 
 signals:
@@ -80,7 +81,7 @@ signals:
     void sendContext(); ///< CreateMemories(): `cudaContext` valid, image buffers allocated
     void send3D(float*);
     void SendPC();
-    void SendImage(); ///< run(): once a pass with a good grab
+    void SendImage(); ///< run(): once per pass with a successful grab
     void SendDepth();
     void DetectTIVDisconnect(); ///< run(): the camera is gone and the loop ends
 
@@ -96,7 +97,7 @@ public:
     om::Mat imageHost;   ///< view LEFT or RIGHT in host memory, on request
     om::Mat image3Host;  ///< view SIDE_BY_SIDE in host memory, on request
 
-    // Each asks for one host retrieval at the next frame and is cleared by it.
+    // Each requests one host retrieval at the next frame, which clears it.
     bool requestView0 = false;
     bool requestView1 = false;
     bool requestView8 = false;
@@ -124,7 +125,7 @@ public:
     om::CameraInformation cameraInfo; ///< as of live() or gmsl()
 
     bool enabled = false;     ///< run() waits for it
-    bool running = false;     ///< the loop goes on while true
+    bool running = false;     ///< the loop continues while true
     bool opened = false;      ///< a camera or a file is open
     bool playingFile = false; ///< it is a recorded file
     bool liveCamera = false;  ///< it is a live camera
@@ -137,8 +138,8 @@ public:
     std::uint64_t lastPlaybackTime = 0; ///< time stamp of the last frame of a file, ns
 
 private:
-    /// Clears the flags beside the running loop. Out of line, so that the thread sanitizer's
-    /// reports name it.
+    /// Clears the flags while the loop runs. Not inlined, so that ThreadSanitizer's reports name
+    /// it.
     Q_NEVER_INLINE void abort();
     int openLive(om::InitParameters parameters);
     om::ERROR_CODE grabFrame(bool paused, om::ERROR_CODE previous,

@@ -47,7 +47,7 @@ void InputThreadModul::run()
     RateReadings<int> reported;
     om::ERROR_CODE result = omlib::success;
     do {
-        // Nothing else binds the camera's context to this thread.
+        // No other code makes the camera's context current on this thread.
         cuCtxSetCurrent(cudaContext);
         parameters.confidenceThreshold =
             ProgramStates::getIntAttr(ProgramStates::confidenceThreshold);
@@ -58,7 +58,7 @@ void InputThreadModul::run()
         grabMutex.unlock();
 
         if (result == omlib::success) {
-            // A busy lock costs this frame's retrieval, never a wait.
+            // If the lock is busy this frame is not retrieved; the thread never waits.
             if (retrieveMutex.tryLock(0)) {
                 retrieveFrame();
                 measured.shift(fpsCounter->framesPerSecond);
@@ -91,7 +91,7 @@ om::ERROR_CODE InputThreadModul::grabFrame(bool paused, om::ERROR_CODE previous,
                                            const om::RuntimeParameters& parameters)
 {
     if (!playingFile) {
-        // A paused camera keeps the result of the pass before.
+        // A paused camera keeps the result of the previous pass.
         return paused ? previous : camera.grab(parameters);
     }
     if (paused) {
@@ -153,7 +153,7 @@ void InputThreadModul::pacePlayback()
     if (timestamp == 0) {
         return;
     }
-    // Nothing is known of the time before the first frame, which is therefore not held back.
+    // The first frame has no frame before it and is therefore not delayed.
     const int elapsedMs = playbackTimer.isValid() ? static_cast<int>(playbackTimer.elapsed())
                                                   : std::numeric_limits<int>::max();
     const unsigned long delay = playbackDelayUs(timestamp, lastPlaybackTime, elapsedMs);

@@ -5,8 +5,7 @@
 
 #include <cstdint>
 
-/// The last two readings of a rate, Hz. Both start at 10, and two readings later nothing is left of
-/// that.
+/// The last two readings of a rate, Hz. Both start at 10; two readings replace them.
 template <typename T>
 struct RateReadings
 {
@@ -24,11 +23,11 @@ struct RateReadings
 int meanRate(const RateReadings<unsigned int>& readings);
 int meanRate(const RateReadings<int>& readings);
 
-/// The measured rate as it is published: that of a live camera is limited to the rate asked for,
-/// that of a recorded file is not.
+/// The measured rate as it is published: limited to the requested rate for a live camera, not
+/// limited for a recorded file.
 int publishedRate(const RateReadings<unsigned int>& readings, bool liveCamera, int requestedFps);
 
-/// The watch for dropped frames.
+/// The state of the detection of dropped frames.
 struct FrameDrops
 {
     std::uint64_t lastImageTime = 0; ///< ns; 0 before the first frame
@@ -36,10 +35,10 @@ struct FrameDrops
     double frameRate = 0.0; ///< Hz, smoothed: the mean of the last value and the newest rate
 };
 
-/// ms between two frames at the rate given; infinite for 0.
+/// ms between two frames at the given rate; infinite for 0.
 double expectedPeriodMs(int fps);
 
-/// The watch after a frame with the time stamp given, in ns. A time stamp of 0 counts as none. A
-/// gap of at least 1.8 periods counts as one dropped frame. With a period of 0.0 only the rate
-/// follows.
+/// The state after a frame with the given time stamp in ns. A time stamp of 0 counts as none. A gap
+/// of at least 1.8 periods counts as one dropped frame. With a period of 0.0 only the rate is
+/// updated.
 FrameDrops afterFrame(FrameDrops drops, std::uint64_t timestamp, double expectedPeriod);

@@ -1,9 +1,9 @@
 /// @file
-/// A sleep that signals don't cut short.
+/// A sleep that signals do not shorten.
 #pragma once
 
 #include <chrono>
 
-/// Puts the calling thread to sleep for the whole time given, below one second; a sleep interrupted
-/// by a signal goes on with the rest.
+/// Lets the calling thread sleep for the whole given time, below one second; a sleep that a signal
+/// interrupts continues with the remaining time.
 void sleepWhole(std::chrono::nanoseconds time);

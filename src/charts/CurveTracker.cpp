@@ -18,7 +18,7 @@ namespace {
 
 constexpr double cursorDistance = 5.0; // pixels from the cursor up to the box
 
-/// Index of the first sample beyond x, -1 if there is none.
+/// Index of the first sample after x, -1 if there is none.
 int upperIndex(const QwtSeriesData<QPointF>& samples, double x)
 {
     const int size = static_cast<int>(samples.size());
@@ -40,7 +40,7 @@ int upperIndex(const QwtSeriesData<QPointF>& samples, double x)
     return first;
 }
 
-/// Calls back before each paint of the widget that it filters the events of.
+/// Calls a function before each paint of the widget whose events it filters.
 class PaintWatch : public QObject
 {
 public:
@@ -68,9 +68,9 @@ CurveTracker::CurveTracker(QWidget* canvas) : QwtPlotPicker(canvas)
     setRubberBand(QwtPicker::VLineRubberBand);
     setStateMachine(new QwtPickerDragPointMachine);
 
-    // Qwt fits the box to its text when the mouse moves, and a replot under a resting mouse would
-    // paint another text into the box of the former one. Only a box of another shape is set anew:
-    // that repaints the canvas, and so comes back to here.
+    // Qwt fits the box to its text only when the mouse moves. A replot under a resting mouse would
+    // paint another text into the box of the previous one. The box is set again only if its size
+    // differs, because that repaints the canvas and so calls this function again.
     canvas->installEventFilter(new PaintWatch(this, [this] {
         const QwtWidgetOverlay* const box = trackerOverlay();
         const QRegion shown = box != nullptr ? box->mask() : QRegion();
@@ -149,7 +149,7 @@ QRect CurveTracker::trackerRect(const QFont& font) const
 {
     QRect rect = QwtPicker::trackerRect(font);
     if (rect.isEmpty()) {
-        return rect; // no box, and no reason to search the samples
+        return rect; // no box: the samples need not be searched
     }
 
     const QwtPlotItemList curves = plot()->itemList(QwtPlotItem::Rtti_PlotCurve);

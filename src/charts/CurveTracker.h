@@ -10,26 +10,26 @@ class QwtPlotCurve;
 /// Follows the mouse over a plot's canvas and shows, beside a vertical line, the value of every
 /// visible curve at the cursor's time, each in the colour of its curve.
 ///
-/// Child of the canvas. Changes no data, keeps nothing between two events and acts on no click.
+/// Child of the canvas. Changes no data, stores nothing between two events and ignores clicks.
 class CurveTracker : public QwtPlotPicker
 {
 public:
     explicit CurveTracker(QWidget* canvas);
 
-    /// The segment of the curve that spans x; a null line where the curve has none. The samples
-    /// are taken as sorted by x. Logarithmic in their number once the curve's bounding rectangle
+    /// The segment of the curve that spans x; a null line if the curve has none. The samples must
+    /// be sorted by x. The time is logarithmic in their number once the curve's bounding rectangle
     /// is known.
     QLineF curveLineAt(const QwtPlotCurve* curve, double x) const;
 
     /// The curve's value at position.x(), interpolated along its segment, as rich text in the
-    /// curve's colour. Empty where the curve has no segment.
+    /// curve's colour. Empty if the curve has no segment.
     QString curveInfoAt(const QwtPlotCurve* curve, const QPointF& position) const;
 
     /// One line for each visible curve with a value at position.x(), in the order of the plot's
     /// items; empty without any.
     QwtText trackerTextF(const QPointF& position) const override;
 
-    /// The picker's own rectangle, moved to end 5 pixels above the cursor where the first visible
-    /// curve has a value there, and kept below the top of the canvas.
+    /// The picker's own rectangle. If the first visible curve has a value at the cursor, it is
+    /// moved to end 5 pixels above the cursor. It never exceeds the top of the canvas.
     QRect trackerRect(const QFont& font) const override;
 };

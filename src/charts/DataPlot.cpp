@@ -94,7 +94,8 @@ DataPlot::DataPlot(QWidget* parent) : QwtPlot(parent)
     axisWidget(QwtPlot::xBottom)->setStyleSheet(axisSheet);
     axisWidget(QwtPlot::yLeft)->setStyleSheet(axisSheet);
 
-    // The first label may hang over the left end of the axis, the last has room at the right end.
+    // The first label may extend beyond the left end of the axis; the last one has space at the
+    // right end.
     QwtScaleWidget* timeAxis = axisWidget(QwtPlot::xBottom);
     const int labelWidth = QFontMetrics(timeAxis->font()).horizontalAdvance("hh:mm:ss");
     timeAxis->setMinBorderDist(-(labelWidth / 2), labelWidth / 2);

@@ -12,8 +12,8 @@ class DataCurve;
 /// The time chart of one sensor at a time: 15 fixed curves over a time axis in seconds, of which
 /// the curves of the chosen mode are visible.
 ///
-/// Interface thread only. Nothing is redrawn by itself: each caller asks for it, either with the
-/// `replot` argument or by replot(), which returns before the canvas is painted.
+/// Interface thread only. The plot never redraws by itself: the caller requests it, with the
+/// `replot` argument or with replot(), which returns before the canvas is painted.
 class DataPlot : public QwtPlot
 {
     Q_OBJECT
@@ -39,7 +39,7 @@ public:
     };
     static constexpr int curveCount = 15;
 
-    /// A mode: which curves show, and what the value axis is called.
+    /// A mode: the visible curves and the title of the value axis.
     enum SensorType : int {
         Accelerometer,
         Gyroscope,
@@ -56,12 +56,13 @@ public:
     /// Builds and attaches the curves. Called by the constructor; once is enough.
     void createCurves();
 
-    /// Shows the curves of this mode alone and replots. A value that is no mode hides all curves
+    /// Shows only the curves of this mode and replots. A value that is not a mode hides all curves
     /// and keeps the title of the value axis.
     void setSensorType(SensorType type);
 
-    /// Hands a curve its samples: times in seconds, ascending, and values in the unit of the value
-    /// axis. The vectors are shared, not copied; of two different lengths the shorter counts.
+    /// Sets the samples of a curve: times in seconds, ascending, and values in the unit of the
+    /// value axis. The vectors are shared, not copied. If their lengths differ, the shorter one
+    /// counts.
     void updateData(DataType curve, QVector<double> x, QVector<double> y, bool replot);
 
     /// Range of the value axis.

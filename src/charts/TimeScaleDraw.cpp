@@ -12,8 +12,8 @@ TimeScaleDraw::TimeScaleDraw(const QTime& base) : baseTime(base) {}
 
 QwtText TimeScaleDraw::label(double value) const
 {
-    // Whole days change nothing in a time of day. Taken off first, they keep the seconds of any
-    // clock within an int.
+    // Whole days do not change the time of day. Without them the seconds of any clock fit into an
+    // int.
     const int seconds = static_cast<int>(std::fmod(std::trunc(value), secondsPerDay));
     return QwtText(baseTime.addSecs(seconds).toString(Qt::TextDate), QwtText::PlainText);
 }

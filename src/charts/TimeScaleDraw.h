@@ -11,7 +11,7 @@ public:
     /// base is the time of day at value 0.
     explicit TimeScaleDraw(const QTime& base);
 
-    /// The time of day `value` seconds after the base, the fraction cut off. Wraps at midnight in
+    /// The time of day `value` seconds after the base, without the fraction. Wraps at midnight in
     /// both directions.
     QwtText label(double value) const override;
 

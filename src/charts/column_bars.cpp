@@ -10,7 +10,7 @@ namespace columnbars {
 
 namespace {
 
-constexpr double farAway = 1e6; // pixels, far off any canvas and far within an int
+constexpr double farAway = 1e6; // pixels, far outside any canvas and within the range of an int
 
 bool isFinite(double value)
 {
@@ -35,12 +35,12 @@ public:
 
     bool isDrawable(int i) const { return isFinite(x[i]) && isFinite(y[i]); }
 
-    /// Appends the bars of the run that begins at this sample, a drawable one, and returns the
-    /// sample behind it.
+    /// Appends the bars of the run that begins at this drawable sample, and returns the sample
+    /// after the run.
     int collectRun(int first, std::vector<QRect>& bars) const;
 
 private:
-    // One pixel column of a run, open until a sample falls on another.
+    // One pixel column of a run, open until a sample is in another column.
     struct Column
     {
         int pixel;
@@ -52,8 +52,8 @@ private:
 
     int columnOf(int i) const
     {
-        // Everything off the canvas is one column on its side: a step between such columns, or
-        // from one of them to the next, leaves no ink.
+        // Everything outside the canvas counts as one column on its side: a step between such
+        // columns, or from one of them to the next, draws nothing.
         return std::clamp(roundedPixel(xMap.pixel(x[i])), leftmost, rightmost);
     }
     int rowOf(double value) const { return roundedPixel(yMap.pixel(value)); }
@@ -73,8 +73,8 @@ private:
     int rightmost;
 };
 
-// Takes in the samples from i on that fall on the column, and returns the first that does not.
-// Compares in values: mapping every sample to pixels would cost more than all the rest.
+// Adds the samples from i on that are in the column, and returns the first one that is not.
+// Compares values, because mapping every sample to pixels would cost more than everything else.
 int Reducer::collectColumn(int i, Column& column) const
 {
     constexpr double unbounded = std::numeric_limits<double>::max();
@@ -120,7 +120,7 @@ int Reducer::collectRun(int first, std::vector<QRect>& bars) const
         }
         const int next = columnOf(i);
         if (next == column.pixel) {
-            // On the border of two columns, where the two ways of telling them apart may differ.
+            // On the border of two columns, where the two ways to distinguish them may differ.
             column.low = std::min(column.low, y[i]);
             column.high = std::max(column.high, y[i]);
             ++i;
@@ -156,7 +156,7 @@ Reduction reduce(const double* x, const double* y, Span samples, const PixelMap&
     Reduction result;
     result.bars.reserve(static_cast<std::size_t>(clip.width()) + 8);
 
-    // The line that is still open begins at lineFirst.
+    // The current line begins at lineFirst.
     int lineFirst = samples.first;
     const auto endLine = [&](int lineLast) {
         if (lineFirst < lineLast) {

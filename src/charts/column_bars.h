@@ -1,5 +1,5 @@
 /// @file
-/// The reduction of a dense series to one bar a pixel column.
+/// The reduction of a dense series to one bar per pixel column.
 #pragma once
 
 #include <QRect>
@@ -36,16 +36,17 @@ struct Reduction
     std::vector<Span> lines; ///< to be drawn as lines through the samples
 };
 
-/// Runs of samples shorter than this are left to lines: they are not worth a call of their own.
+/// Shorter runs of samples are drawn as lines: a separate call for them would cost more than it
+/// saves.
 constexpr int shortestRun = 16;
 
-/// Reduces the given samples. A run of them in which each falls on the pixel column of the one
-/// before or on a column beside it becomes bars, one a column: from the column's lowest to its
-/// highest value, joined half way to the neighbours' first and last values, `penWidth` pixels wide,
-/// half a pen longer at both ends, and cut to the clip rectangle. What lies between two runs, the
-/// nearest samples of both included, becomes lines. A sample that is no finite number leaves a gap:
-/// QPainter would fill the canvas with wedges around it. Samples beyond the left and right ends of
-/// the clip rectangle leave no bar.
+/// Reduces the given samples. A run in which each sample is in the pixel column of the previous one
+/// or in an adjacent column becomes bars, one per column. A bar reaches from the column's lowest to
+/// its highest value and half way to the neighbours' first and last values. It is `penWidth` pixels
+/// wide, half a pen longer at both ends, and clipped to the clip rectangle. The samples between two
+/// runs, with the nearest sample of both runs, become lines. A sample that is not a finite number
+/// leaves a gap: QPainter would fill the canvas with wedges around it. Samples left and right of
+/// the clip rectangle get no bar.
 Reduction reduce(const double* x, const double* y, Span samples, const PixelMap& xMap,
                  const PixelMap& yMap, const QRect& clip, int penWidth);
 

@@ -2,18 +2,18 @@
 
 #include "charts/DataCurve.h"
 
-/// A DataCurve that stays cheap where many samples fall on one column of pixels.
+/// A DataCurve that is drawn fast where many samples are in one column of pixels.
 ///
 /// Such samples are reduced to the first, lowest, highest and last of their column, and each column
-/// is painted as one bar as wide as the pen: stroking a polyline of tens of thousands of points is
-/// what a time chart would otherwise spend most of its time on. No extreme is lost. Of the ink and
-/// that of the stroked line, all but one pixel in 4000 have their counterpart within a pixel. Where
-/// the samples are sparser than the pixels, Qwt's own line is drawn. A sample that is no finite
+/// is painted as one bar as wide as the pen. Otherwise a time chart would spend most of its time on
+/// stroking a polyline of tens of thousands of points. No extreme is lost. Compared with the
+/// stroked line, all drawn pixels but one in 4000 have their counterpart within a pixel. Samples
+/// that are sparser than the pixels are drawn as Qwt's own line. A sample that is not a finite
 /// number interrupts the curve.
 ///
-/// Qwt's line is drawn throughout for a pen that is not solid, opaque and at least one pixel wide,
+/// Qwt's own line is always used for a pen that is not solid, opaque and at least one pixel wide,
 /// for a filled, fitted or antialiased curve, for a scale that is not linear, on a painter that is
-/// rotated, scaled or not a raster one, and for samples not held in two vectors.
+/// rotated, scaled or not a raster painter, and for samples that are not in two vectors.
 class DenseCurve : public DataCurve
 {
 public:

@@ -19,9 +19,10 @@ namespace {
 
 constexpr int modalRetryMs = 20;
 
-// What the handler reads, on whichever thread it runs.
+// Read by the handler, which may run on any thread.
 std::atomic<int> pipeToLoop{-1};
-/// Of the signal that waits for the event loop, ms of the monotonic clock; 0 while none waits.
+/// Time of the signal that waits for the event loop, in ms of the monotonic clock; 0 while none
+/// waits.
 std::atomic<std::int64_t> waitsSince{0};
 static_assert(std::atomic<int>::is_always_lock_free &&
                   std::atomic<std::int64_t>::is_always_lock_free,
@@ -52,7 +53,7 @@ extern "C" void noteSignal(int number)
 }
 
 /// The end of the pipe that the loop reads; -1 without a pipe. The pipe stays for the whole
-/// process: a handler on another thread may still write when the object has gone.
+/// process: a handler on another thread may still write after the object was destroyed.
 int endOfLoop()
 {
     static const int end = [] {
@@ -66,7 +67,7 @@ int endOfLoop()
     return end;
 }
 
-/// From here on a signal is a new one.
+/// From now on a signal counts as a first one.
 void takeSignal()
 {
     char byte = 0;
@@ -89,7 +90,7 @@ CloseSignals::CloseSignals(QWidget* window) : m_window(window)
         qWarning("no pipe for signals: they end the program without closing its window");
         return;
     }
-    takeSignal(); // what came too late for a former object
+    takeSignal(); // signals that arrived too late for a previous object
     auto* const notifier = new QSocketNotifier(endOfLoop(), QSocketNotifier::Read, this);
     connect(notifier, &QSocketNotifier::activated, this, [this] {
         takeSignal();
@@ -120,14 +121,14 @@ void CloseSignals::closeWindow()
 {
     QWidget* const top = QApplication::activeModalWidget();
     if ((top == nullptr || isMessageOf(m_window, top)) && m_window->isVisible()) {
-        // Behind a message of its own the window's timers may already prepare the next one: the
-        // window goes first.
+        // While the window shows its own message its timers may already prepare the next one, so
+        // the window closes first.
         m_window->close();
     }
     if (top == nullptr) {
         return;
     }
-    // Whoever waits for a dialog goes on before the window closes below it.
+    // Code that waits for a dialog must continue before the window closes.
     if (auto* const dialog = qobject_cast<QDialog*>(top)) {
         dialog->reject();
     }

@@ -11,27 +11,29 @@
 class QWidget;
 
 /// From construction to destruction SIGINT, SIGTERM and SIGHUP close the window as its close button
-/// does, so that the end of a session leaves everything in order. One that the program was started
-/// with ignored, as by nohup, stays ignored. One object in a process, on the interface thread.
+/// does, so that the end of a login session closes everything properly. A signal that was ignored
+/// when the program started, as by nohup, stays ignored. One object per process, on the interface
+/// thread.
 ///
-/// A dialog is rejected before the window closes below it, and a message box closes without a
-/// pressed button: QMessageBox::clickedButton() is null, which must not count as a consent.
+/// A dialog is rejected before its parent window closes, and a message box closes without a pressed
+/// button: QMessageBox::clickedButton() is then null and must not count as consent.
 ///
-/// The event loop takes a signal. While one waits because the loop is held up, a further signal
-/// ends the program at once, as if nobody handled it; those that come within `together` of the
-/// waiting one are part of it. Once the loop has taken it, the next signal is a first one again.
+/// The event loop handles a signal. While a signal waits because the loop is busy, a further signal
+/// ends the program at once, as without a handler. Signals that arrive within `together` of the
+/// waiting one are part of it. Once the loop has handled it, the next signal counts as a first one
+/// again.
 class CloseSignals : public QObject
 {
     Q_OBJECT
 
 public:
-    /// ms; the end of a login session sends SIGHUP behind SIGTERM, and a terminal that closes sends
+    /// ms; the end of a login session sends SIGHUP after SIGTERM, and a terminal that closes sends
     /// SIGHUP twice.
     static constexpr int together = 250;
 
     /// The window must outlive the object.
     explicit CloseSignals(QWidget* window);
-    /// Puts the former handlers back.
+    /// Restores the previous handlers.
     ~CloseSignals() override;
 
 private:

@@ -30,8 +30,8 @@ void CameraGL::setProjection(float horizontalFOV, float verticalFOV, float znear
     const double b = std::tan(static_cast<double>(verticalFOV) * 0.5 * M_PI / 180.0);
     projection_(0, 0) = static_cast<float>(1.0 / a);
     projection_(1, 1) = static_cast<float>(1.0 / b);
-    // Depth runs from 0 to 1 and not from -1 to 1. Nothing is depth-tested: it only decides where
-    // the scene is clipped.
+    // Depth runs from 0 to 1 and not from -1 to 1. Nothing is depth-tested: depth only determines
+    // the clipping of the scene.
     projection_(2, 2) = -zfar / (zfar - znear);
     projection_(2, 3) = -(zfar * znear) / (zfar - znear);
     projection_(3, 2) = -1.0F;

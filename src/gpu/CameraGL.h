@@ -14,8 +14,8 @@ public:
     static const om::Translation ORIGINAL_RIGHT;   ///< (1, 0, 0)
 
     /// @param position  point that the viewer circles around, metres
-    /// @param direction where it looks, any length but 0
-    /// @param vertical  the world's upward direction as the user knows it
+    /// @param direction viewing direction, any length but 0
+    /// @param vertical the world's upward direction
     CameraGL(om::Translation position, om::Translation direction, om::Translation vertical);
 
     /// Angles of the full field of view in degrees, clip distances in metres. The near plane maps
@@ -41,17 +41,17 @@ public:
     const om::Translation& getUp() const;
     const om::Translation& getVertical() const;
 
-    /// The new rotation goes on the left of the old one.
+    /// The new rotation is multiplied from the left.
     void rotate(const om::Orientation& rot);
     void rotate(const om::Rotation& rot);
     void setRotation(const om::Orientation& rot);
     void setRotation(const om::Rotation& rot);
-    /// Looks along the direction; a vertical that then points below the viewer's upward axis turns
-    /// the viewer by half a turn around the view axis.
+    /// Sets the viewing direction. If the vertical then points below the viewer's upward axis, the
+    /// viewer turns by half a turn around the view axis.
     void setDirection(const om::Translation& direction, const om::Translation& vertical);
 
-    /// Recomputes the matrices. A vertical that has come to point below the viewer's upward axis
-    /// is negated; unlike in setDirection() the viewer stays.
+    /// Computes the matrices. A vertical that now points below the viewer's upward axis is negated;
+    /// unlike in setDirection() the viewer does not turn.
     void update();
 
 private:

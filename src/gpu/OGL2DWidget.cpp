@@ -29,7 +29,7 @@ const char* const vertexSource = "#version 330 core\n"
                                  "    texc = texCoord;\n"
                                  "}\n";
 
-// The texture holds the image's bytes unchanged; red and blue swap back here.
+// The texture has the unchanged bytes of the image; red and blue are swapped here.
 const char* const fragmentSource = "#version 330 core\n"
                                    "uniform sampler2D texture;\n"
                                    "varying mediump vec4 texc;\n"
@@ -46,7 +46,7 @@ constexpr int bytesPerPixel = 4;
 
 OGL2DWidget::OGL2DWidget(QWidget* parent) : QGLWidget(parent)
 {
-    // The copy is dropped: Qt's default format stays in force.
+    // The copy is not used: Qt's default format stays in effect.
     QGLFormat copy = format();
     copy.setDoubleBuffer(true);
     if (parent != nullptr) {
@@ -125,8 +125,8 @@ void OGL2DWidget::InitGLProcess(int w, int h, int step)
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
     glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, w, h, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
     {
-        // Black and fully transparent until the first image. A size that makes no texture makes the
-        // registration fail.
+        // Black and fully transparent until the first image. With an invalid size the registration
+        // fails.
         const std::vector<unsigned char> zeros(static_cast<std::size_t>(std::max(w, 0)) *
                                                static_cast<std::size_t>(std::max(h, 0)) *
                                                bytesPerPixel);
@@ -175,7 +175,7 @@ void OGL2DWidget::Ingest()
                         static_cast<std::size_t>(imageWidth) * bytesPerPixel,
                         static_cast<std::size_t>(imageHeight), cudaMemcpyDeviceToDevice);
     cudaGraphicsUnmapResources(1, &cudaResource, nullptr);
-    cudaGetLastError(); // a frame that failed leaves no error behind for the next reader
+    cudaGetLastError(); // so that a later check does not see the error of a failed frame
 }
 
 void OGL2DWidget::paintGL()
@@ -194,7 +194,7 @@ void OGL2DWidget::paintGL()
     glViewport(imageViewport.x, imageViewport.y, imageViewport.width, imageViewport.height);
     shaderProgram->bind();
     QMatrix4x4 matrix;
-    // The rectangle's top is -1, which mirrors y: texture row 0 comes out at the top.
+    // The rectangle's top is -1, which mirrors y: texture row 0 is at the top.
     matrix.ortho(QRectF(-1, -1, 2, 2));
     shaderProgram->setUniformValue("matrix", matrix);
     shaderProgram->enableAttributeArray(0);

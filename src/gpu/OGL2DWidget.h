@@ -14,7 +14,7 @@
 ///
 /// Its owner writes cudaContext and gpuImage, calls InitGLProcess() and waits for init(true); then
 /// for each new frame it calls Ingest() and update(). To stop it calls stopDraw() or Deinit(), and
-/// only after that it may free the image. Stands ready: no window of the program places it.
+/// only after that it may free the image. For future use: no window of the program contains it.
 ///
 /// Threads: the interface thread only.
 class OGL2DWidget : public QGLWidget
@@ -30,35 +30,37 @@ public:
     /// Null means no image. Not owned.
     unsigned char* gpuImage = nullptr;
 
-    /// Sets whether the texture counts as ready; without it the view is black.
+    /// Sets whether the texture counts as ready; otherwise the view is black.
     void setAvailable(bool isAvailable);
     /// Forgets the image and clears the frame buffer.
     void stopDraw();
     void Deinit(); ///< stopDraw(), and the texture counts as not ready
 
 public slots:
-    /// Prepares texture and CUDA registration. Each call makes new ones and leaves the former ones
-    /// behind. On failure the error's name goes to standard output and init() is not emitted.
+    /// Prepares texture and CUDA registration. Each call creates new ones and keeps the previous
+    /// ones allocated. On failure the error's name is printed to standard output and init() is not
+    /// emitted.
     /// @param w,h  pixels of the image
     /// @param step bytes from one row to the next in device memory, at least 4 * w
     void InitGLProcess(int w, int h, int step);
-    /// Copies the image into the texture. Does not repaint. A failure leaves the last good picture.
+    /// Copies the image into the texture. Does not repaint. After a failure the last good picture
+    /// stays.
     void Ingest();
 
 signals:
-    void init(bool ready); ///< after each InitGLProcess() that succeeded, with true
+    void init(bool ready); ///< after each successful InitGLProcess(), with true
 
 protected:
     void initializeGL() override;
     void resizeGL(int w, int h) override;
     void paintGL() override;
-    /// Left stores the place as fractions of the widget in ProgramStates::selectedPointX and
-    /// selectedPointY, right stores -1.0 in both.
+    /// The left button stores the position as fractions of the widget in
+    /// ProgramStates::selectedPointX and selectedPointY, the right button stores -1.0 in both.
     void mouseReleaseEvent(QMouseEvent* event) override;
 
     void createShader();
 
-    /// Left clicks count only on image view 0 while it is set. Kept ready: nothing sets it.
+    /// While it is set, left clicks count only on image view 0. For future use: nothing sets it.
     bool clickGuard = false;
     bool available = false;
     bool spareFlag = false; // reserved

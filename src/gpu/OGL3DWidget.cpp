@@ -40,9 +40,9 @@ const char* const FRAGMENT_SHADER = "#version 330 core\n"
 
 constexpr float mouseRotateDivisor = 5.0F;
 constexpr float mouseTranslateDivisor = 50.0F;
-constexpr float rotateFactor = 0.015F;  // radians a unit of mouse motion
-constexpr float translateFactor = 0.1F; // metres a unit of mouse motion
-constexpr float wheelFactor = 0.01F;    // metres a step
+constexpr float rotateFactor = 0.015F;  // radians per unit of mouse motion
+constexpr float translateFactor = 0.1F; // metres per unit of mouse motion
+constexpr float wheelFactor = 0.01F;    // metres per step
 constexpr float keyMotion = 0.1F;
 
 om::Vector3<float> colour(int r, int g, int b)
@@ -77,8 +77,8 @@ void setViewport(const QRect& r)
 
 OGL3DWidget::OGL3DWidget(QWidget* parent) : QOpenGLWidget(parent)
 {
-    // The copy is dropped: the view takes the application's default format, and with it the number
-    // of samples that main() asks for.
+    // The copy is not used: the view has the application's default format, with the number of
+    // samples that main() requests.
     QSurfaceFormat copy = format();
     copy.setSamples(4);
     setFocusPolicy(Qt::StrongFocus);
@@ -86,7 +86,8 @@ OGL3DWidget::OGL3DWidget(QWidget* parent) : QOpenGLWidget(parent)
 
 OGL3DWidget::~OGL3DWidget()
 {
-    // The context is not made current: what these leave in it goes with it, right after this.
+    // The context is not made current: their objects in it are freed with the context directly
+    // after this.
     delete shaderProgram;
     shaderProgram = nullptr;
     delete camera;
@@ -121,11 +122,11 @@ void OGL3DWidget::InitProcess()
     CreateTIVModel();
     camera->setProjection(90.0F, 90.0F, 0.05F, 300.0F);
     update();
-    // One pixel more sets off a fresh resizeGL().
+    // One pixel more causes a new resizeGL().
     resize(width() + 1, height());
     sceneReady = true;
-    // The layout does not notice by itself: asked to lay out again, it takes the pixel back once
-    // this call is over.
+    // The layout does not detect the change by itself. After this request it reverts the pixel when
+    // this call has returned.
     updateGeometry();
 }
 
@@ -141,8 +142,8 @@ void OGL3DWidget::createTIVProgram()
     shaderProgram = new QGLShaderProgram(this);
     shaderProgram->addShader(vertexShader);
     shaderProgram->addShader(fragmentShader);
-    // The same preparation as for the image view. These shaders have none of the three names;
-    // their layout qualifiers rule.
+    // The same preparation as for the image view. These shaders have none of the three names; their
+    // layout qualifiers apply.
     shaderProgram->bindAttributeLocation("vertex", 0);
     shaderProgram->bindAttributeLocation("texCoord", 1);
     shaderProgram->link();
@@ -280,7 +281,7 @@ void OGL3DWidget::visualize()
     const om::Matrix4f m =
         om::Matrix4f::transpose(cameraModel->getModelMatrix()) * om::Matrix4f::transpose(vp);
     glUniformMatrix4fv(location, 1, GL_FALSE, &m(0, 0));
-    // Drawn with the mesh's matrix, so that the lines turn with the camera.
+    // Uses the mesh's matrix, so that the lines turn with the camera.
     dynamicAxes->draw(accStrength.x, accStrength.y, accStrength.z);
     cameraModel->draw();
     shaderProgram->release();
@@ -290,7 +291,7 @@ void OGL3DWidget::roundedBorder()
 {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    // In the clear colour along the very edge: it rounds the corners off.
+    // Drawn in the background colour along the edge, which rounds the corners.
     painter.setPen(QPen(QColor(25, 25, 25), 5));
     painter.drawRoundedRect(QRectF(-1, -1, width() + 3, height() + 2), 10, 10);
     painter.setPen(QPen(QColor(60, 60, 60), 1));
@@ -304,8 +305,8 @@ void OGL3DWidget::showMovingInfo(int status)
     const QColor on(255, 205, 0, 150);
     const QColor fills[] = {status == 0 ? off : on, status == 0 || status == 1 ? off : on};
 
-    // The whole string is the family's name, so that the measure is the default font's. The painter
-    // keeps its own.
+    // The whole string is the family's name, so the text is measured in the default font. The
+    // painter keeps its own font.
     const QFont font(QStringLiteral("font-family: Roboto; font-weight: Medium; font-size: 15pt;"));
     const QFontMetrics metrics(font);
     const QRect first = metrics.boundingRect(labels[0]);
@@ -362,7 +363,7 @@ void OGL3DWidget::setAccStrenght(float strenghtX, float strenghtY, float strengh
 void OGL3DWidget::ResetPosition()
 {
     if (camera == nullptr) {
-        return; // no scene yet, and so nothing to put back
+        return; // no scene yet: nothing to reset
     }
     camera->setPosition(om::Translation(0.0F, 0.0F, 0.0F));
     camera->setDirection(firstDirection, firstVertical);
@@ -407,7 +408,7 @@ void OGL3DWidget::mouseMoveEvent(QMouseEvent* event)
         rotateCamera();
         previousMouse = currentMouse;
     }
-    // With both buttons held this pans by zero: the former move has just been handled.
+    // With both buttons pressed this pans by zero, because the previous move has just been handled.
     if ((event->buttons() & Qt::RightButton) != 0) {
         currentMouse = positionOf(*event);
         mouseMotion = motionFrom(previousMouse, currentMouse, mouseTranslateDivisor);
@@ -453,7 +454,7 @@ void OGL3DWidget::keyPressEvent(QKeyEvent* event)
     case Qt::Key_R:
         ResetPosition();
         break;
-    default: // stays here: the base class would pass it on to the parent
+    default: // ends here: the base class would forward the key to the parent
         break;
     }
 }

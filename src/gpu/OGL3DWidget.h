@@ -17,12 +17,12 @@ class DynAxis;
 class Simple3DObject;
 
 /// Left drag orbits, right drag pans, the wheel moves along the view axis, the arrow keys pan and R
-/// goes back to the first viewpoint. None of them repaints: the view's owner calls update() at its
-/// own pace, and the change shows then.
+/// returns to the first viewpoint. None of them repaints: the change is visible after the view's
+/// owner calls update().
 ///
-/// Threads: the interface thread, but for setCameraModelOr(), setCameraModelPos(), accStrength and
-/// movingStatus, which the sensor thread writes while the view paints. No lock guards them: a frame
-/// may show a torn value, and the next one shows the whole.
+/// Threads: the interface thread, except for setCameraModelOr(), setCameraModelPos(), accStrength
+/// and movingStatus, which the sensor thread writes while the view paints. No lock guards them: a
+/// frame may show a torn value; the next one shows the complete value.
 class OGL3DWidget : public QOpenGLWidget, protected QGLFunctions
 {
     Q_OBJECT
@@ -31,23 +31,23 @@ public:
     explicit OGL3DWidget(QWidget* parent = nullptr);
     ~OGL3DWidget() override;
 
-    /// The overlay with the labels "Camera Moving" and "Camera Falling"; to be called while the
-    /// view paints. Kept ready: nothing calls it.
+    /// Draws the overlay with the labels "Camera Moving" and "Camera Falling"; to be called while
+    /// the view paints. For future use: nothing calls it.
     /// @param status 0 neither, 1 moving, anything else both
     void showMovingInfo(int status);
 
-    /// A blue-leaning ramp that is darkest in the middle of 0 to count. Kept ready: nothing calls
-    /// it.
+    /// A bluish colour ramp that is darkest in the middle of 0 to count. For future use: nothing
+    /// calls it.
     void getColor(int count, int index, float& c1, float& c2, float& c3);
 
 public slots:
     /// Builds the scene for the open camera. Afterwards the model setters may be called. Each call
-    /// builds new objects and leaves the former ones behind. The view becomes one pixel wider; a
-    /// layout takes that back with the next events.
+    /// builds new objects and keeps the previous ones allocated. The view becomes one pixel wider;
+    /// the layout reverts this with the next events.
     void InitProcess();
     void ResetPosition(); ///< back to the first viewpoint
-    /// Draws the scene into the current OpenGL context, which must be the view's. Nothing before
-    /// InitProcess(), nor after one that found no context.
+    /// Draws the scene into the current OpenGL context, which must be the view's. Draws nothing
+    /// before InitProcess() or after one without a context.
     void visualize();
     void setCameraMovingStatus(int status);
     /// Metres; the mesh only.
@@ -71,7 +71,7 @@ protected:
     void createTIVProgram();
     void CreateAxis();
     void CreateFloorGrid();
-    void CreateTIVModel(); ///< the mesh that ProgramStates::cameraModel asks for
+    void CreateTIVModel(); ///< the mesh for ProgramStates::cameraModel
     /// One floor mark at raster point (i, j): a cross with arms of the length, and a tick upward
     /// and downward where both i and j are the limit or its negative.
     void addVert(Simple3DObject* object, float i, float j, float height, float length, float limit,
@@ -96,7 +96,7 @@ protected:
     static Motion motionFrom(const Point& from, const Point& to, float divisor);
 
     bool sceneReady = false;
-    Motion mouseMotion;       ///< last one handed to rotateCamera() or translateCamera()
+    Motion mouseMotion;       ///< last one passed to rotateCamera() or translateCamera()
     float spareMotion = 0.0F; // reserved, like the next two
     om::Translation spareTranslation;
     bool spareFlag = false;
@@ -118,6 +118,7 @@ protected:
     DynAxis* dynamicAxes = nullptr;
 
 public:
-    int movingStatus = 0;            ///< camera's motion state from the sensor record
-    CUcontext cudaContext = nullptr; ///< the camera's; InitProcess() takes the thread's current one
+    int movingStatus = 0; ///< camera's motion state from the sensor record
+    CUcontext cudaContext =
+        nullptr; ///< the camera's; InitProcess() stores the thread's current one
 };

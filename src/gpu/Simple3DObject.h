@@ -1,5 +1,5 @@
 /// @file
-/// Coloured vertices on the CPU, mirrored into one vertex array object.
+/// Coloured vertices on the CPU, copied to one vertex array object.
 #pragma once
 
 #include "camera/camera_library.h"
@@ -9,13 +9,13 @@
 
 #include <vector>
 
-/// A list of coloured triangles or lines with a position and a rotation. Filled by addPoint() or
-/// addLine(), then pushed; only a pushed object draws.
+/// A list of coloured triangles or lines with a position and a rotation. addPoint() or addLine()
+/// fill it; only after pushToGPU() it is drawn.
 ///
-/// Threads: whatever touches OpenGL runs on the interface thread with the owner's context current,
-/// the constructor and the destructor included. setPosition() and setRotation() are plain stores
-/// that the sensor thread calls too; no lock guards position and rotation, and a frame may show a
-/// torn pose.
+/// Threads: everything that uses OpenGL, including constructor and destructor, runs on the
+/// interface thread with the owner's context current. setPosition() and setRotation() are plain
+/// stores that the sensor thread calls too; no lock guards position and rotation, and a frame may
+/// show a torn pose.
 class Simple3DObject : public QGLFunctions
 {
 public:
@@ -23,7 +23,7 @@ public:
     ///                 stay on the CPU. Otherwise each push uploads with GL_DYNAMIC_DRAW.
     /// Without a current context the object works, but never draws.
     Simple3DObject(om::Translation position, bool isStatic);
-    /// Leaves the colour and element buffers to the context, which takes them along when it goes.
+    /// Does not delete the colour and element buffers; they are freed with the context.
     ~Simple3DObject();
     Simple3DObject(const Simple3DObject&) = delete;
     Simple3DObject& operator=(const Simple3DObject&) = delete;
@@ -33,18 +33,18 @@ public:
     void addPoint(float x, float y, float z, float r, float g, float b);
     void addLine(om::Vector3<float> p1, om::Vector3<float> p2, om::Vector3<float> clr);
 
-    /// Uploads everything. True where the object can be drawn now.
+    /// Uploads everything. True if the object can be drawn now.
     bool pushToGPU();
     /// Empties the object; the vectors keep their capacity and the GPU keeps its copy, but nothing
     /// is drawn before the next pushToGPU().
     void clear();
-    void setDrawingType(unsigned int type); ///< GL_TRIANGLES (4) at first
+    void setDrawingType(unsigned int type); ///< initially GL_TRIANGLES (4)
     void draw();
 
     void translate(const om::Translation& t);
     void setPosition(const om::Translation& p);
     void setRT(const om::Transform& rt);
-    /// The new rotation goes on the left of the old one.
+    /// The new rotation is multiplied from the left.
     void rotate(const om::Orientation& rot);
     void rotate(const om::Rotation& rot);
     void setRotation(const om::Orientation& rot);
@@ -73,19 +73,19 @@ private:
     bool hasFunctions = false; // a context was current at construction
 };
 
-/// Three lines from the origin against a vector's components, rebuilt on every frame. Shows the
-/// direction of the acceleration.
+/// Three lines from the origin in the opposite direction of a vector's components, rebuilt in every
+/// frame. Shows the direction of the acceleration.
 class DynAxis : public Simple3DObject
 {
 public:
     DynAxis();
 
     /// Rebuilds, uploads and draws the lines, unless all three values equal the remembered ones.
-    /// Leaves the line width at 20: the caller sets its own before the next lines.
+    /// The line width is 20 afterwards: the caller sets its own before the next lines.
     void draw(float x, float y, float z);
 
 private:
-    // Stay at zero: every other input is drawn afresh, and so the lines never show an old frame.
+    // These stay zero: every other input is drawn again, so the lines never show an old frame.
     float x0 = 0.0F;
     float y0 = 0.0F;
     float z0 = 0.0F;

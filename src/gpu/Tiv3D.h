@@ -1,9 +1,9 @@
 /// @file
-/// The meshes that stand for the cameras in the 3D view.
+/// The meshes that represent the cameras in the 3D view.
 ///
-/// One namespace a mesh: vertices as x, y, z in metres, one table of triangles a colour group with
-/// three vertex numbers a triangle, counted from 1, and the colours from 0.0 to 1.0. The view
-/// paints without a depth test, so later triangles lie over earlier ones.
+/// One namespace per mesh: vertices as x, y, z in metres, one table of triangles per colour group
+/// with three vertex numbers per triangle, counted from 1, and colours from 0.0 to 1.0. The view
+/// paints without a depth test, so later triangles cover earlier ones.
 #pragma once
 
 #include "camera/camera_library.h"
@@ -21,8 +21,8 @@ extern const om::Vector3<float> DARK_COLOR;
 
 } // namespace TIV_obj
 
-/// The small model: a bar with aluminium bands and two lenses in yellow rings. Its tables come
-/// from tools/tiv_n_mesh.py.
+/// The small model: a bar with aluminium bands and two lenses in yellow rings. tools/tiv_n_mesh.py
+/// generates its tables.
 namespace TIV_N_obj {
 
 extern const float vertices[1015 * 3];
@@ -52,8 +52,8 @@ extern const om::Vector3<float> DARK_COLOR;
 
 } // namespace TIV_P_obj
 
-/// Adds the triangles to the object in table order, three vertices of one flat colour a triangle.
+/// Adds the triangles to the object in table order, each with three vertices of one colour.
 /// @param vertices  x, y, z per vertex
-/// @param triangles three vertex numbers a triangle, counted from 1
+/// @param triangles three vertex numbers per triangle, counted from 1
 void fillTIV(int nbTriangles, const float* vertices, const int* triangles, om::Vector3<float> color,
              Simple3DObject* object);

@@ -1,5 +1,5 @@
 /// @file
-/// Arithmetic of om::Translation that the camera library leaves to its users.
+/// Arithmetic of om::Translation that the camera library does not provide.
 #pragma once
 
 #include "camera/camera_library.h"

@@ -1,5 +1,5 @@
 /// @file
-/// Viewport arithmetic of the GPU views, free of OpenGL.
+/// Viewport arithmetic of the GPU views, without OpenGL.
 #pragma once
 
 #include <QRect>
@@ -8,10 +8,10 @@
 /// round down. Widget and image in pixels, the image's sides above 0.
 QRect letterbox(int w, int h, int imageWidth, int imageHeight);
 
-/// The centred square whose side is the larger dimension, in whole pixels; it sticks out of the
-/// drawable on the shorter side, with a negative x or y there. Fractions of a pixel of the side go
+/// The centred square whose side is the larger dimension, in whole pixels. It exceeds the drawable
+/// along the shorter side, with a negative x or y there. The side is truncated to whole pixels
 /// before the centring.
 QRect squareViewport(float width, float height);
 
-/// The same, but the fraction of the side takes part in the centring.
+/// The same, but centred with the exact side.
 QRect squareViewportOfExactSide(float width, float height);

@@ -12,7 +12,7 @@ constexpr char monoRegular[] = "NB Akademie Mono Pro Regular";
 constexpr char proRegular[] = "NB Akademie Pro Regular";
 constexpr char proMedium[] = "NB Akademie Pro Medium";
 
-// Spacing 0 leaves the font's own letter spacing.
+// Spacing 0 keeps the font's own letter spacing.
 QFont makeFont(const char* family, int pointSize, int weight, int spacingPercent = 0,
                bool upperCase = false)
 {
@@ -38,16 +38,16 @@ QString fontText(const char* family, const char* weight, int pointSize)
            "; font-size: " + QString::number(pointSize) + "pt;";
 }
 
-// The bundled files keep the names of their makers inside, as their licences ask for; the program
-// asks for them by the names of its own type plan.
+// The bundled files keep their makers' family names, as their licences require; the program uses
+// the names of its own type plan.
 void insertFamilySubstitutions()
 {
     QFont::insertSubstitution(monoMedium, "IBM Plex Mono Medium");
     QFont::insertSubstitution(monoRegular, "IBM Plex Mono");
     QFont::insertSubstitution(proMedium, "IBM Plex Sans Medium");
     QFont::insertSubstitution(proRegular, "IBM Plex Sans");
-    // Inside a style sheet Qt takes the bare word Medium for the font size of that name and puts
-    // the number of its keyword into the family.
+    // In a style sheet Qt reads the bare word Medium as the font size of that name and writes the
+    // number of its keyword into the family.
     QFont::insertSubstitution("NB Akademie Mono Pro 7", "IBM Plex Mono Medium");
 }
 

@@ -9,15 +9,15 @@
 int scaledPointSize(int referenceSize, int digitWidth);
 
 // The look of the program: style sheets and fonts, ready for setStyleSheet and setFont. A window
-// makes one, hands its members to its widgets, and keeps it only where later code still needs it.
+// creates one, passes its members to its widgets, and keeps it only if later code needs it.
 //
-// Needs a QApplication, for it measures a font; interface thread only. Constant once built. Sheets
-// with %1, %2, %3 are filled by the user of the member with QString::arg.
+// Needs a QApplication, because it measures a font; interface thread only. Constant after
+// construction. The user of a sheet with %1, %2, %3 fills these with QString::arg.
 class Style
 {
 public:
-    // Registers the bundled fonts (again, if another Style did so before; Qt keeps each copy, about
-    // 1.5 MB, for the life of the program) and builds all members.
+    // Registers the bundled fonts and builds all members. Each Style registers them again; Qt keeps
+    // each copy, about 1.5 MB, until the program ends.
     Style();
 
     // Windows and buttons
@@ -153,7 +153,7 @@ public:
     QString progressStyle;
     QString scrollBarStyle;
 
-    // Width of "123" in pixels at 10 points in the reference font; all sizes follow from it.
+    // Width of "123" in pixels at 10 points in the reference font. It determines all sizes.
     int digitWidth = 0;
 
 private:

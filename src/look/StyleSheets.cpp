@@ -4,10 +4,10 @@
 
 #include <QHash>
 
-// The sheets themselves. A palette name in braces stands for the colour's text; all other braces
-// belong to the sheet. Some rows name images that the bundle does not hold (aspect,
+// The sheets themselves. A palette name in braces is replaced by the colour's text; all other
+// braces belong to the sheet. Some rows name images that are not in the bundle (aspect,
 // combo_arrow_top, drop_arrow_black, drop_arrow_company_color, top_arrow_black, top_arrow_blue,
-// video_on): there the widget shows its background and nothing else.
+// video_on): there the widget shows only its background.
 namespace {
 
 const QHash<QString, QString>& palette()
@@ -304,7 +304,7 @@ void Style::makeControlStyles()
     lineEditAlertStyle = lineEdit("red", "om_soil", "red", "red_h");
     lineEditYellowStyle = lineEdit("yellow", "om_soil", "yellow", "om_pearl");
     lineEditWhiteStyle = lineEdit("om_soil", "om_white", "om_iron", "company_clr_h");
-    // Also for labels that stand in the place of a field, such as a path.
+    // Also for labels that replace a field, such as a path.
     lineEditClearStyle = sheet("QLineEdit,QLabel{border: 0px;border-radius: 0px;color: {om_pearl};"
                                "background-color:{transparent};selection-color: {om_soil};"
                                "selection-background-color: {om_iron};}"
@@ -320,7 +320,7 @@ void Style::makeControlStyles()
               "QCheckBox::indicator:checked{image:url(:/images/check_on.png);}"
               "QCheckBox::indicator:checked:hover{image:url(:/images/check_on_h.png);}"
               "QCheckBox::indicator:disabled{image:url(:/images/check_na_off.png);}");
-    // Shows a choice that the user cannot change: no answer to the mouse.
+    // Shows a choice that the user cannot change; it does not react to the mouse.
     checkBoxLockedStyle =
         sheet("QCheckBox{color:{om_ash};border: 0px;spacing: 10px;"
               "background-color:{transparent};}"
@@ -372,7 +372,7 @@ void Style::makeControlStyles()
 
 void Style::makeImageButtonStyles()
 {
-    // Offers to pause; checked, while paused, it offers to play.
+    // Shows the pause symbol; checked, while paused, the play symbol.
     pausePlayStyle = imageButton("pause", "pause_h", {}, "play", "play_h");
     stopStyle = imageButton("stop", "stop_h");
     gearStyle = imageButton("gear", "gear_h", "gear_off");

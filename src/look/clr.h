@@ -3,12 +3,12 @@
 #include <QColor>
 #include <QString>
 
-// The colours of the program. Style builds the style sheets from the texts; the QColor values serve
-// palettes and painters. Each translation unit holds its own constants, so that they are ready
+// The colours of the program. Style builds the style sheets from the texts; palettes and painters
+// use the QColor values. Each translation unit has its own constants, so that they are initialised
 // before any static object of the same unit uses them.
 namespace clr {
 
-// The colour as a style sheet writes it, "rgb(r,g,b)" in decimal. The alpha is left out.
+// The colour in the form of a style sheet, "rgb(r,g,b)" in decimal, without alpha.
 inline QString toStr(const QColor& c)
 {
     return "rgb(" + QString::number(c.red()) + "," + QString::number(c.green()) + "," +
@@ -24,7 +24,7 @@ const QColor grey_clr(210, 210, 210);
 const QColor om_black_clr(5, 5, 5);
 const QColor om_soil_clr(25, 25, 25);
 
-// An entry that copies another stands after it: the order is the order of initialisation.
+// An entry that copies another one must follow it: the order is the order of initialisation.
 const QString asphalt = "rgb(52,73,94)";
 const QString concrete = "rgb(149,165,166)";
 const QString silver = "rgb(189,195,199)";

@@ -14,10 +14,10 @@ namespace {
 
 /// A block of waiting lines, bytes.
 constexpr int blockSize = 64 * 1024;
-/// Written with one line, at most: what has waited for long is not to hold up the caller.
+/// Maximum written with one line, so that a long queue does not block the caller.
 constexpr std::size_t blocksPerLine = 4;
 
-/// Bytes that the system took; fewer than `size` where it refused the rest.
+/// Number of bytes that the system accepted; fewer than `size` if it refused the rest.
 int writeAll(int descriptor, const char* data, int size)
 {
     int done = 0;
@@ -49,8 +49,8 @@ std::unique_ptr<LineFile> LineFile::on(int descriptor)
     if (duplicate < 0) {
         return nullptr;
     }
-    // The last line of a recording that has just ended must not leave a hole in the next one of the
-    // same name.
+    // Without it, the last line of a recording that has just ended would leave a hole in the next
+    // one of the same name.
     ::fcntl(duplicate, F_SETFL, ::fcntl(duplicate, F_GETFL) | O_APPEND);
     return std::unique_ptr<LineFile>(new LineFile(duplicate));
 }
@@ -97,9 +97,9 @@ void LineFile::cutTornLine()
         return;
     }
     const int torn = m_written - (m_waiting.front().lastIndexOf('\n', m_written - 1) + 1);
-    // What stands behind the own last write is not torn.
+    // Data of others after the last own write must not be cut.
     if (size() == m_end) {
-        // Shorter needs no space, and there is nobody to report a failure to.
+        // Truncating needs no space, and no caller could handle a failure.
         [[maybe_unused]] const int result = ::ftruncate(m_descriptor, m_end - torn);
     }
 }

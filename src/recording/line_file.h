@@ -1,5 +1,5 @@
 /// @file
-/// The way of a recording's lines into its file.
+/// Writes the lines of a recording into its file.
 #pragma once
 
 #include <QByteArray>
@@ -12,26 +12,25 @@ class QString;
 
 namespace recorder {
 
-/// Whether a file of this name can be opened for writing without anybody's help: there is none yet,
-/// or a regular one. The open of a FIFO would wait for a reader, and what goes into a device is
-/// gone.
+/// Whether a file of this name can be opened for writing at once: it does not exist, or it is a
+/// regular file. To open a FIFO would wait for a reader, and data written to a device are lost.
 bool opensAtOnce(const QString& path);
 
-/// Writes lines at the end of an open file: each one whole, once, in order. A line goes to the
-/// system with the call that brings it. What the system does not take, as on a full disk, waits in
-/// memory without bound and goes first with a later line.
+/// Appends lines to an open file: each line complete, once, in order. Each call passes its line to
+/// the system. Data that the system does not accept, as on a full disk, wait in memory without a
+/// limit and are written before the next line.
 ///
 /// Used by one thread at a time.
 class LineFile
 {
 public:
-    /// Writes into the file of an open descriptor, which may be closed before: a duplicate is used.
-    /// Null when the process has no descriptor left.
+    /// Writes to the file of an open descriptor. The caller may close the descriptor: the object
+    /// uses a duplicate. Null if the process has no descriptor left.
     static std::unique_ptr<LineFile> on(int descriptor);
 
-    /// Writes what waits, which takes as long as the disk needs for it. Where the system refuses
-    /// it, the rest is lost, and the file is cut behind its last whole line. A file that somebody
-    /// has begun anew meanwhile gets neither.
+    /// Writes the waiting data, which takes as long as the disk needs. If the system refuses them,
+    /// the rest is lost, and the file is truncated after its last complete line. Neither happens to
+    /// a file that was created again in the meantime.
     ~LineFile();
     LineFile(const LineFile&) = delete;
     LineFile& operator=(const LineFile&) = delete;
@@ -47,9 +46,9 @@ private:
     std::int64_t size() const;
 
     const int m_descriptor;           ///< owned
-    std::deque<QByteArray> m_waiting; ///< whole lines, some to a block
+    std::deque<QByteArray> m_waiting; ///< complete lines, several per block
     int m_written = 0;                ///< bytes of the first block that are in the file
-    std::int64_t m_end = 0;           ///< of the file, behind the own last write
+    std::int64_t m_end = 0;           ///< position in the file after the last write of this object
 };
 
 } // namespace recorder

@@ -70,15 +70,15 @@ RecOptionDlg::RecOptionDlg(QWidget* parent) : QDialog(parent), ui(new Ui_RecOpti
     }
     dress(ui->groupBox_data_selection, style.groupBoxTitleStyle, style.fontMonoCaps9);
 
-    // Once more after the constructor of options, as intended: the dialog starts from the store,
-    // whatever the main window's options are.
+    // Called again after the constructor of options, as intended: the dialog starts with the stored
+    // values, whatever the main window's options are.
     options.loadRecSettings();
 
-    // A folder's name is no markup, and a long path must not widen the dialog.
+    // A folder's name is not markup, and a long path must not widen the dialog.
     ui->label_save_path->setTextFormat(Qt::PlainText);
     ui->label_save_path->setMinimumWidth(1);
     showFolder();
-    // Return is for OK.
+    // Return presses OK.
     ui->pushButton_rec_folder->setAutoDefault(false);
     for (const CheckBox& each : checkBoxes) {
         (ui->*each.box)->setChecked(options.*each.field);
@@ -108,7 +108,7 @@ void RecOptionDlg::accept()
 void RecOptionDlg::keyPressEvent(QKeyEvent* event)
 {
     if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
-        // As in a dialog of push buttons: Cancel, when it has the focus, else OK.
+        // As in a dialog with push buttons: Cancel if it has the focus, otherwise OK.
         (ui->toolButton_reject->hasFocus() ? ui->toolButton_reject : ui->toolButton_accept)
             ->click();
         return;
@@ -119,7 +119,7 @@ void RecOptionDlg::keyPressEvent(QKeyEvent* event)
 void RecOptionDlg::showFolder()
 {
     ui->label_save_path->setText(options.saveFolder);
-    // All of a path that is longer than its place; a plain text would be guessed to be markup.
+    // The whole path, which may be longer than its label. Qt might take a plain text for markup.
     ui->label_save_path->setToolTip(QStringLiteral("<p style='white-space:pre-wrap'>%1</p>")
                                         .arg(options.saveFolder.toHtmlEscaped()));
 }

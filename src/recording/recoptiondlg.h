@@ -8,14 +8,13 @@
 
 class Ui_RecOptionDlg;
 
-/// Row of the frequency list that stands for a frequency; 0 (400 Hz) for one that isn't in the
-/// list.
+/// Row of a frequency in the list; 0 (400 Hz) for one that isn't in the list.
 int rowOfSampleFreq(int sampleFreq);
 /// Frequency in Hz of a row of the list; 400 for a row outside it.
 int sampleFreqOfRow(int row);
 
-/// The modal dialog over RecOptions. It starts from what is stored, and an accepted one has stored
-/// its options before exec() returns 1.
+/// The modal dialog for RecOptions. It starts with the stored options. When it is accepted, it
+/// stores its options before exec() returns 1.
 class RecOptionDlg : public QDialog
 {
     Q_OBJECT
@@ -38,7 +37,7 @@ private:
     Ui_RecOptionDlg* ui; // owned
 
 public:
-    /// What was stored when the dialog was made. A folder is taken over when it is chosen, all the
-    /// rest by accept().
+    /// The options stored when the dialog was created. The folder changes when it is chosen,
+    /// everything else in accept().
     RecOptions options;
 };

@@ -1,5 +1,5 @@
 /// @file
-/// What a recording contains.
+/// The options of a recording.
 #pragma once
 
 #include <QString>
@@ -8,21 +8,21 @@
 /// while a recording runs, and they can't change during one.
 ///
 /// Stored by QSettings (organisation "Ombrelux", application "TIVSensorData", per user), one
-/// top-level key a field. Values are taken as they come: a frequency of 0 gives a recording without
+/// top-level key per field. Values are not checked: a frequency of 0 results in a recording without
 /// rows.
 class RecOptions
 {
 public:
     static constexpr int defaultSampleFreq = 400; ///< Hz
 
-    RecOptions(); ///< the defaults, then what is stored
-    /// Copies the fields; the store isn't touched.
+    RecOptions(); ///< the defaults, then the stored values
+    /// Copies the fields; the store doesn't change.
     RecOptions(RecOptions& other);
     RecOptions& operator=(const RecOptions& other) = default;
     ~RecOptions() = default;
 
     void loadRecSettings();
-    /// Writes all nine keys and waits until they are with the system.
+    /// Writes all nine keys and waits until the system has them.
     void saveRecSettings();
 
     QString saveFolder;                 ///< target folder of the CSV file
@@ -33,5 +33,5 @@ public:
     bool barometer = true;              ///< pressure and altitude columns
     bool temperatures = true;           ///< temperature columns
     bool movement = true;               ///< moving state column
-    int sampleFreq = defaultSampleFreq; ///< requested rows a second, Hz
+    int sampleFreq = defaultSampleFreq; ///< requested rows per second, Hz
 };

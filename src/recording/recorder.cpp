@@ -10,7 +10,7 @@ namespace recorder {
 
 namespace {
 
-/// A group of columns: when it is written, its header text, and its fields of a row.
+/// A group of columns: its condition, its header text, and its fields of a row.
 struct Group
 {
     bool (*wanted)(const RecOptions&);
@@ -30,8 +30,7 @@ void triple(QTextStream& stream, const std::array<double, 3>& values)
     }
 }
 
-/// All groups in the order of the file. The blank in "moving, " is part of the format that readers
-/// of these files know.
+/// All groups in the order of the file. The blank in "moving, " is part of the file format.
 const std::array<Group, 10> groups{{
     {[](const RecOptions& o) {
          return o.accelerometer || o.gyroscope || o.orientation || o.movement || o.temperatures;

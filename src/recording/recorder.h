@@ -37,20 +37,20 @@ struct Row
 /// Name of the file, without folder: date stamp, model and serial number, all blanks removed.
 QString fileName(const QDateTime& localTime, const QString& model, unsigned int serialNumber);
 
-/// The folder with a "/" at its end; an empty one stays empty.
+/// The folder with a "/" at its end; an empty text stays empty.
 QString folderWithSlash(const QString& folder);
 
 /// The header without the line feed. Each field ends in a comma, also the last one.
 QString header(const RecOptions& options);
 
-/// Writes one row with its line feed: the groups of header() in the same order, nine digits behind
-/// the point. The stream's number format is set by the call.
+/// Writes one row with its line feed: the groups of header() in the same order, nine digits after
+/// the point. The call sets the stream's number format.
 void writeRow(QTextStream& stream, const RecOptions& options, const Row& row);
 
 /// Shortest time between two rows in seconds; infinite for a frequency of 0.
 double periodSec(int sampleFreq);
 
-/// "Disk Free Space: %1 Gb  on %2", the number (of 2^30 bytes) with one digit behind the point.
+/// "Disk Free Space: %1 Gb on %2", the number (of 2^30 bytes) with one digit after the point.
 QString freeSpaceText(double gigabytes, const QString& path);
 /// Style sheet of that text: red below 10 GiB. A warning only; no recording is refused for it.
 QString freeSpaceStyle(double gigabytes);
