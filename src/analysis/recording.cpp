@@ -71,6 +71,8 @@ constexpr std::array<std::string_view, FIELDS> names{
     "temp_barom[C]",
 };
 
+/// No sensor gives more, and sums over squares of it stay finite.
+constexpr double mostValue = 1e9;
 /// Temperatures without a barometer have no pace of their own.
 constexpr Nanoseconds temperaturePeriod = 40'000'000;
 /// How often progress is called: every so many bytes.
@@ -121,11 +123,11 @@ bool parseNumber(const char*& p, const char* end, double& value)
         const double quotient = static_cast<double>(mantissa) / powersOfTen[decimals];
         value = negative ? -quotient : quotient;
         p = digit;
-        return true;
+        return quotient <= mostValue;
     }
     const auto [stop, problem] = std::from_chars(begin, end, value);
     p = stop;
-    return problem == std::errc() && stop != end && *stop == ',' && std::isfinite(value);
+    return problem == std::errc() && stop != end && *stop == ',' && std::abs(value) <= mostValue;
 }
 
 /// Seconds with decimals as nanoseconds, rounded to whole microseconds: the digits behind are those
@@ -242,10 +244,11 @@ class Collector
 public:
     Collector(Recording& recording, const Columns& columns, const Wanted& wanted)
         : m_recording(recording), m_hasImu(columns.has(IMU_TIME)),
-          m_hasAcceleration(columns.hasTriple(ACC_X)), m_hasGyroscope(columns.hasTriple(GYRO_X)),
+          m_hasAcceleration(m_hasImu && columns.hasTriple(ACC_X)),
+          m_hasGyroscope(m_hasImu && columns.hasTriple(GYRO_X)),
           m_hasMagnetometer(columns.has(MAG_TIME) && columns.hasTriple(MAG_X)),
-          m_hasOrientation(wanted.orientation && columns.hasTriple(OR_X)),
-          m_hasMoving(wanted.movingState && columns.has(MOVING)),
+          m_hasOrientation(m_hasImu && wanted.orientation && columns.hasTriple(OR_X)),
+          m_hasMoving(m_hasImu && wanted.movingState && columns.has(MOVING)),
           m_hasBarometer(columns.has(BARO_TIME) && columns.has(PRESSURE) && columns.has(ALTITUDE)),
           m_hasTemperatures(columns.has(TEMP_LEFT) && columns.has(TEMP_RIGHT) &&
                             columns.has(TEMP_IMU) && columns.has(TEMP_BAROMETER))

@@ -38,7 +38,7 @@ struct ReadReport
     std::uint64_t bytes = 0;
     std::uint64_t rows = 0;         ///< that are in the recording
     std::uint64_t tornRows = 0;     ///< with another number of fields than the header
-    std::uint64_t invalidRows = 0;  ///< with something that is no finite number
+    std::uint64_t invalidRows = 0;  ///< with something that is no number from -1e9 to 1e9
     std::uint64_t repeatedRows = 0; ///< with the time of the row before
     std::uint64_t backwardRows = 0; ///< with a time before that of the row before
 };

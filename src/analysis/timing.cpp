@@ -7,6 +7,9 @@ namespace analysis {
 
 namespace {
 
+/// More samples than this do not fit into any gap of a time in nanoseconds that is worth counting.
+constexpr double mostFitting = 1e15;
+
 std::uint64_t step(const std::vector<std::uint32_t>& numbers, std::size_t row)
 {
     return numbers[row] > numbers[row - 1] ? numbers[row] - numbers[row - 1] : 1;
@@ -47,6 +50,10 @@ Timing analyseTiming(const std::vector<Nanoseconds>& times,
         period = median(distances);
     }
     timing.decimated = 2 * decimatedRows > rows - 1;
+    // Where nearly every sample has a row, one without is missing, whoever left it out.
+    const auto samplesOf = [&](std::size_t row) {
+        return timing.decimated ? step(numbers, row) : 1;
+    };
 
     double sum = 0.0;
     double squares = 0.0;
@@ -54,8 +61,9 @@ Timing analyseTiming(const std::vector<Nanoseconds>& times,
     std::size_t count = 0;
     for (std::size_t row = 1; row < rows; ++row) {
         const double distance = seconds(times[row] - times[row - 1]);
-        const std::uint64_t samples = step(numbers, row);
-        const auto fitting = static_cast<std::uint64_t>(std::llround(distance / period));
+        const std::uint64_t samples = samplesOf(row);
+        const auto fitting =
+            static_cast<std::uint64_t>(std::llround(std::min(distance / period, mostFitting)));
         if (fitting > samples) {
             timing.gaps.push_back({row, times[row - 1], times[row], fitting - samples});
             timing.missingSamples += fitting - samples;

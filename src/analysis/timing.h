@@ -17,7 +17,7 @@ struct Gap
     std::size_t row = 0; ///< the first row behind it
     Nanoseconds start = 0;
     Nanoseconds end = 0;
-    std::uint64_t missing = 0; ///< samples that the recorder never saw
+    std::uint64_t missing = 0; ///< samples that have no row and should have one
 };
 
 /// How the rows of the IMU lie in time.
@@ -38,7 +38,8 @@ struct Timing
 };
 
 /// Of times that rise, with the numbers of the samples. A distance of rows counts as a gap where at
-/// least one more sample fits into it than the numbers say.
+/// least one more sample fits into it: than one, or, where the file is decimated, than the numbers
+/// say.
 /// @param times at least 2
 /// @param numbers as many; a number that falls, as after another start of the recorder's count,
 /// counts
