@@ -11,18 +11,29 @@ namespace samplelog {
 void addReport(CLI::App& program, Action& action)
 {
     CLI::App* const verb = program.add_subcommand("report", "Judge the sensors by recordings");
-    const auto options = std::make_shared<report::Options>();
-    verb->add_option("FILE", options->recordings, "Recording; several are compared")
+    const auto command = std::make_shared<report::Command>();
+    verb->add_option("FILE", command->recordings, "Recording; several are compared")
         ->required()
         ->expected(1, -1);
-    verb->add_option("-o,--output", options->htmlPath, "The report, a page for a browser");
-    verb->add_option("--json", options->jsonPath, "All numbers as JSON");
-    verb->add_option("--pdf", options->pdfPath, "The report as PDF");
-    verb->add_option("--yaml", options->yamlPath,
+    verb->add_option("-o,--output", command->htmlPath, "The report, a page for a browser");
+    verb->add_option("--json", command->jsonPath, "All numbers as JSON");
+    verb->add_option("--pdf", command->pdfPath, "The report as PDF");
+    verb->add_option("--yaml", command->yamlPath,
                      "Noise densities and random walks as calibration programs read them");
-    verb->add_flag("--six-positions", options->sixPositions,
+    verb->add_flag("--six-positions", command->options.sixPositions,
                    "Bias, scale and misalignment of the accelerometer from six rests");
-    verb->callback([options, &action] { action = [options] { return report::run(*options); }; });
+    verb->add_option("--sensor-rate", command->options.sensorRateHz,
+                     "Rate of the IMU by its data sheet")
+        ->check(CLI::Range(1.0, 100000.0))
+        ->type_name("HZ")
+        ->capture_default_str();
+    verb->add_option("--gravity", command->options.gravity, "Gravity at the place in m/s^2")
+        ->check(CLI::Range(9.7, 9.9))
+        ->type_name("G")
+        ->capture_default_str();
+    verb->footer(
+        "Exit status: 0 no verdict failed, 1 not done, 2 wrong usage, 3 a verdict failed.");
+    verb->callback([command, &action] { action = [command] { return report::run(*command); }; });
 }
 
 } // namespace samplelog

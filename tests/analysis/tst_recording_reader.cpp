@@ -60,6 +60,7 @@ private slots:
     void numbersAreTheNearestDoubles();
     void timesAreWholeMicroseconds();
     void rowsAboveTheHeaderCount();
+    void imuWithoutItsTimeIsLeftOut();
     void badRowIsLeftOutAndCounted_data();
     void badRowIsLeftOutAndCounted();
     void unknownColumnIsPassed();
@@ -144,6 +145,17 @@ void TestRecordingReader::rowsAboveTheHeaderCount()
     QCOMPARE(recording->numbers, (std::vector<std::uint32_t>{0, 1, 2}));
 }
 
+void TestRecordingReader::imuWithoutItsTimeIsLeftOut()
+{
+    const auto recording = parse("idx,mag_Timestamp[sec],accX[m/s^2],accY[m/s^2],accZ[m/s^2],"
+                                 "magX[uT],magY[uT],magZ[uT],\n0,1.0,1,2,3,4,5,6,\n"
+                                 "1,2.0,1,2,3,4,5,6,\n");
+    QVERIFY(recording);
+    QVERIFY(recording->times.empty());
+    QVERIFY(recording->acceleration.empty());
+    QCOMPARE(recording->magneticField.times.size(), std::size_t{2});
+}
+
 void TestRecordingReader::badRowIsLeftOutAndCounted_data()
 {
     QTest::addColumn<QByteArray>("line");
@@ -162,6 +174,8 @@ void TestRecordingReader::badRowIsLeftOutAndCounted_data()
     QTest::newRow("infinite") << QByteArray("1,2.0,1,inf,3,") << 0 << 1 << 0 << 0;
     QTest::newRow("not a number") << QByteArray("1,2.0,1,nan,3,") << 0 << 1 << 0 << 0;
     QTest::newRow("too large") << QByteArray("1,2.0,1,1e999,3,") << 0 << 1 << 0 << 0;
+    QTest::newRow("more than a sensor gives") << QByteArray("1,2.0,1,-1e10,3,") << 0 << 1 << 0 << 0;
+    QTest::newRow("more, in digits") << QByteArray("1,2.0,1,20000000000,3,") << 0 << 1 << 0 << 0;
     QTest::newRow("negative time") << QByteArray("1,-2.0,1,2,3,") << 0 << 1 << 0 << 0;
     QTest::newRow("time out of range") << QByteArray("1,99999999999,1,2,3,") << 0 << 1 << 0 << 0;
     QTest::newRow("negative index") << QByteArray("-1,2.0,1,2,3,") << 0 << 1 << 0 << 0;

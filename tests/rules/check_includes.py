@@ -27,7 +27,9 @@ USES_LIBRARY = {"camera", "gpu", "calibration", "viewer"}
 LIBRARY = "src/camera/camera_library.h"
 BEYOND_INTERFACE = re.compile(r"\bom::(?:[A-Z][A-Z_]*::[A-Z]\w*|SensorsData::\w+|_\w+|IMU\w+)|"
                               r"\b(?:_mag_calib_data|_imu_odr|IMUReaderData|IMUPose)\b")
-WITHOUT_QT = ("src/analysis/", "src/exchange/", "src/calibration/mag_calib.", "src/calibration/orientcount.")
+WITHOUT_QT = ("src/analysis/", "src/exchange/", "src/calibration/mag_calib.", "src/calibration/orientcount.",
+              "src/report/model.", "src/report/rest.", "src/report/series.", "src/report/verdicts.",
+              "src/report/number_text.", "src/report/json_file.", "src/report/yaml_file.")
 # The folders of om_tiv/ beside its public interface.
 ROOMS = {"values", "base", "world", "replay", "bench", "control", "library", "tools", "window"}
 WINDOW_MAY = {"world/geometry.h", "control/bench_client.h", "control/control_server.h", "base/one_line.h",

@@ -1,0 +1,182 @@
+#include "report/command.h"
+
+#include "report/json_file.h"
+#include "report/verdicts.h"
+#include "report/yaml_file.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QString>
+
+#include <csignal>
+#include <iostream>
+#include <utility>
+
+#include <unistd.h>
+
+namespace report {
+
+namespace {
+
+/// A text from outside on one line: no UTF-8 becomes a replacement character, and what a terminal
+/// would act upon a blank.
+std::string plain(const std::string& text)
+{
+    QString line = QString::fromStdString(text);
+    for (QChar& c : line) {
+        const bool format = c.category() == QChar::Other_Format;
+        if (format || !(c.isPrint() || c.isSurrogate())) {
+            c = QLatin1Char(' ');
+        }
+    }
+    return line.toStdString();
+}
+
+void complain(const std::string& text)
+{
+    std::cerr << "gravimon-log: " << plain(text) << "\n";
+}
+
+extern "C" void fileWasCut(int /*signal*/)
+{
+    constexpr char text[] = "gravimon-log: a recording was cut short while it was read: wait until "
+                            "nobody writes it\n";
+    [[maybe_unused]] const auto written = ::write(STDERR_FILENO, text, sizeof text - 1);
+    ::_exit(NOT_REPORTED);
+}
+
+/// A mapped file that somebody cuts raises SIGBUS where it is read.
+class CutFileGuard
+{
+public:
+    CutFileGuard()
+    {
+        struct sigaction action = {};
+        action.sa_handler = fileWasCut;
+        ::sigaction(SIGBUS, &action, &m_before);
+    }
+    ~CutFileGuard() { ::sigaction(SIGBUS, &m_before, nullptr); }
+    CutFileGuard(const CutFileGuard&) = delete;
+    CutFileGuard& operator=(const CutFileGuard&) = delete;
+
+private:
+    struct sigaction m_before = {};
+};
+
+struct Output
+{
+    const char* option;
+    std::string path;
+};
+
+/// The reason why the file can't be written, known before the recordings are read; empty where
+/// nothing speaks against it.
+std::string problemWith(const Output& output, const std::vector<std::string>& recordings)
+{
+    const QFileInfo file(QFile::decodeName(output.path.c_str()));
+    if (file.exists() && !file.isFile()) {
+        return output.path + ": is not a regular file";
+    }
+    const QFileInfo folder(file.absolutePath());
+    if (!folder.isDir() || !folder.isWritable()) {
+        return output.path + ": the folder is missing or can't be written";
+    }
+    for (const std::string& recording : recordings) {
+        const QFileInfo read(QFile::decodeName(recording.c_str()));
+        if (read.exists() && read.canonicalFilePath() == file.canonicalFilePath()) {
+            return std::string(output.option) + " " + output.path +
+                   ": would overwrite the recording; choose another name";
+        }
+    }
+    return {};
+}
+
+bool write(const std::string& path, const QByteArray& content)
+{
+    QSaveFile file(QFile::decodeName(path.c_str()));
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() ||
+        !file.commit()) {
+        complain(path + ": can't be written: " + file.errorString().toStdString());
+        return false;
+    }
+    return true;
+}
+
+void print(const RecordingReport& report)
+{
+    std::cout << report.path << ": " << nameOf(report.overall()) << "\n";
+    if (!report.warning.empty()) {
+        std::cout << "  " << report.warning << "\n";
+    }
+    for (const Verdict& verdict : report.verdicts) {
+        std::cout << "  " << nameOf(verdict.state) << ": " << verdict.what << ": " << verdict.value
+                  << " (limit: " << verdict.limit << ")\n";
+    }
+}
+
+} // namespace
+
+OUTCOME run(const Command& command)
+{
+    const std::vector<Output> outputs{{"-o", command.htmlPath},
+                                      {"--json", command.jsonPath},
+                                      {"--pdf", command.pdfPath},
+                                      {"--yaml", command.yamlPath}};
+    if (command.recordings.empty()) {
+        complain("report: names no recording");
+        return WRONG_COMMAND;
+    }
+    if (!command.yamlPath.empty() && command.recordings.size() > 1) {
+        complain("report: --yaml takes one recording, not " +
+                 std::to_string(command.recordings.size()));
+        return WRONG_COMMAND;
+    }
+    for (const Output& output : outputs) {
+        for (const Output& other : outputs) {
+            if (&other != &output && !output.path.empty() && output.path == other.path) {
+                complain("report: " + std::string(output.option) + " and " + other.option +
+                         " name the same file: " + output.path);
+                return WRONG_COMMAND;
+            }
+        }
+    }
+    for (const Output& output : outputs) {
+        const std::string problem =
+            output.path.empty() ? std::string() : problemWith(output, command.recordings);
+        if (!problem.empty()) {
+            complain(problem);
+            return NOT_REPORTED;
+        }
+    }
+
+    std::vector<RecordingReport> reports;
+    for (const std::string& path : command.recordings) {
+        const CutFileGuard guard;
+        std::string error;
+        const auto recording = analysis::readRecording(path, analysis::Wanted(), error);
+        if (!recording) {
+            complain(error);
+            return NOT_REPORTED;
+        }
+        reports.push_back(analyse(*recording, command.options));
+        reports.back().path = plain(path);
+    }
+
+    if (!command.jsonPath.empty() &&
+        !write(command.jsonPath, QByteArray::fromStdString(jsonText(reports)))) {
+        return NOT_REPORTED;
+    }
+    if (!command.yamlPath.empty() &&
+        !write(command.yamlPath, QByteArray::fromStdString(yamlText(reports.front())))) {
+        return NOT_REPORTED;
+    }
+    bool failed = false;
+    for (const RecordingReport& report : reports) {
+        print(report);
+        failed = failed || report.overall() == STATE::FAILED;
+    }
+    return failed ? VERDICT_FAILED : JUDGED_GOOD;
+}
+
+} // namespace report

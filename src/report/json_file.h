@@ -1,0 +1,21 @@
+/// @file
+/// The numbers of reports as JSON. The unit is in the name of each key, or in a key `unit` beside
+/// it. Where a value is null, the object `reason` beside it holds the reason under the same name.
+#pragma once
+
+#include "report/model.h"
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <vector>
+
+namespace report {
+
+nlohmann::ordered_json jsonOf(const RecordingReport& report);
+
+/// That of one recording, or an object with the array `recordings` of several. Ends in a line feed;
+/// valid UTF-8, whatever the names of the files.
+std::string jsonText(const std::vector<RecordingReport>& reports);
+
+} // namespace report

@@ -1,0 +1,20 @@
+/// @file
+/// Numbers for people, the same in every locale.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace report {
+
+/// With so many significant digits; an exponent only below 1e-4 and from 1e6 on. "-" for what is no
+/// finite number.
+std::string number(double value, int digits = 4);
+
+/// A count.
+std::string number(std::uint64_t value);
+
+/// 90 s, 12.5 min, 3.3 h.
+std::string durationText(double seconds);
+
+} // namespace report

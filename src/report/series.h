@@ -1,0 +1,75 @@
+/// @file
+/// Series of millions of samples made small enough for a chart, and counts over them.
+#pragma once
+
+#include "report/model.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace report {
+
+/// Parts of the time in an envelope: about the pixels of a chart.
+constexpr std::size_t envelopeParts = 480;
+
+double secondsBetween(analysis::Nanoseconds from, analysis::Nanoseconds to);
+
+/// Lowest and highest of the values over equal parts of the time from the first to the last sample.
+Envelope envelopeOf(const std::vector<analysis::Nanoseconds>& times,
+                    const std::vector<double>& values, std::size_t parts = envelopeParts);
+
+/// The same of values that `valueAt(row)` gives, for the rows from `first` up to `end`.
+template <typename ValueAt>
+Envelope envelopeOf(const std::vector<analysis::Nanoseconds>& times, std::size_t first,
+                    std::size_t end, const ValueAt& valueAt, std::size_t parts = envelopeParts)
+{
+    Envelope envelope;
+    if (first >= end) {
+        return envelope;
+    }
+    const double start = secondsBetween(times.front(), times[first]);
+    const double length = secondsBetween(times[first], times[end - 1]);
+    const double width = length > 0.0 ? length / static_cast<double>(parts) : 1.0;
+    std::size_t part = parts; // none yet
+    for (std::size_t row = first; row < end; ++row) {
+        const double value = valueAt(row);
+        // Times that do not rise, as a broken clock gives them, stay within the chart.
+        const double place = secondsBetween(times[first], times[row]) / width;
+        const std::size_t here = !(place > 0.0) ? 0
+                                 : place < static_cast<double>(parts)
+                                     ? static_cast<std::size_t>(place)
+                                     : parts - 1;
+        if (here != part) {
+            part = here;
+            envelope.seconds.push_back(start + (static_cast<double>(part) + 0.5) * width);
+            envelope.lowest.push_back(value);
+            envelope.highest.push_back(value);
+            continue;
+        }
+        envelope.lowest.back() = value < envelope.lowest.back() ? value : envelope.lowest.back();
+        envelope.highest.back() = value > envelope.highest.back() ? value : envelope.highest.back();
+    }
+    return envelope;
+}
+
+/// Spans of the gaps for a chart of `parts` columns: those that fall into one column are one.
+std::vector<Point> gapSpansOf(const std::vector<analysis::Gap>& gaps, analysis::Nanoseconds start,
+                              double duration, std::size_t parts = envelopeParts);
+
+/// ms by which each sample comes after the time that an even rate gives it, samples of gaps
+/// counted. The even rate is that from the first sample to the last.
+Envelope driftOf(const std::vector<analysis::Nanoseconds>& times, const analysis::Timing& timing);
+
+/// Samples that lie far off both of their neighbours, on the same side, while those are close to
+/// each other: by more than 10 times the usual distance.
+std::uint64_t spikesIn(const std::vector<double>& values);
+
+/// The longest run of equal values, in rows.
+std::size_t longestEqualRun(const std::vector<double>& values);
+
+/// Samples in runs of at least 4 at exactly the lowest or the highest value of the axis, where that
+/// lies beyond `least` from zero: a sensor at the end of its range.
+std::uint64_t saturatedIn(const std::vector<double>& values, double least);
+
+} // namespace report
