@@ -1,6 +1,7 @@
 /// @file
-/// A part of the CUDA driver interface on host memory, for machines without an NVIDIA driver: what
-/// the camera library, the program and the tests call. Names, values and meanings are CUDA's.
+/// A part of the CUDA driver interface on host memory, for machines without an NVIDIA driver: the
+/// calls of the camera library, the program and the tests. Names, values and meanings are those of
+/// CUDA.
 #pragma once
 
 typedef int CUdevice;
@@ -19,12 +20,12 @@ extern "C" {
 
 CUresult cuInit(unsigned int flags);
 CUresult cuDeviceGet(CUdevice* device, int ordinal);
-/// The context that every user of the device shares; counted.
+/// The context that all users of the device share; reference-counted.
 CUresult cuDevicePrimaryCtxRetain(CUcontext* context, CUdevice device);
 CUresult cuDevicePrimaryCtxRelease(CUdevice device);
-/// Binds the context to the calling thread; null unbinds.
+/// Makes the context current on the calling thread; null removes it.
 CUresult cuCtxSetCurrent(CUcontext context);
-/// The calling thread's context, null when there is none.
+/// The calling thread's context, null if there is none.
 CUresult cuCtxGetCurrent(CUcontext* context);
 
 } // extern "C"

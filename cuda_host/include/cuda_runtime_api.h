@@ -1,11 +1,11 @@
 /// @file
-/// A part of the CUDA runtime interface on host memory: what the camera library, the program and
-/// the tests call. "Device" memory is host memory with a budget of its own (see cuda_host.h), so
-/// that a pointer to it can be read by a test.
+/// A part of the CUDA runtime interface on host memory: the calls of the camera library, the
+/// program and the tests. "Device" memory is host memory with its own budget (see cuda_host.h), so
+/// tests can read it through a pointer.
 ///
-/// Any thread may call. Where a thread has no current context, every call but those on errors
-/// binds the primary one. Copies check that what they take for device memory is a live block
-/// of it, and that what they take for host memory is not.
+/// Any thread may call. If a thread has no current context, every call except those on errors makes
+/// the primary context current. Copies check that device pointers point to an allocated block and
+/// that host pointers do not.
 #pragma once
 
 #include <cstddef>
@@ -51,13 +51,13 @@ cudaError_t cudaMalloc(void** pointer, std::size_t bytes);
 /// Rows begin at multiples of 512 bytes, as on a device.
 cudaError_t cudaMallocPitch(void** pointer, std::size_t* pitch, std::size_t widthBytes,
                             std::size_t height);
-/// Null is allowed. A pointer that is not the start of a block fails with cudaErrorInvalidValue.
+/// Null is allowed. cudaErrorInvalidValue for a pointer that is not the start of a block.
 cudaError_t cudaFree(void* pointer);
 cudaError_t cudaMemset(void* pointer, int value, std::size_t bytes);
 cudaError_t cudaMemcpy(void* to, const void* from, std::size_t bytes, cudaMemcpyKind kind);
 cudaError_t cudaMemcpy2D(void* to, std::size_t toPitch, const void* from, std::size_t fromPitch,
                          std::size_t widthBytes, std::size_t height, cudaMemcpyKind kind);
-/// Offsets and widths in bytes, whole pixels only.
+/// Offsets and widths in bytes, multiples of a pixel.
 cudaError_t cudaMemcpy2DToArray(cudaArray_t to, std::size_t xBytes, std::size_t y, const void* from,
                                 std::size_t fromPitch, std::size_t widthBytes, std::size_t height,
                                 cudaMemcpyKind kind);
@@ -66,7 +66,7 @@ cudaError_t cudaMemGetInfo(std::size_t* freeBytes, std::size_t* totalBytes);
 cudaError_t cudaGraphicsMapResources(int count, cudaGraphicsResource_t* resources,
                                      cudaStream_t stream = nullptr);
 /// Uploads the rectangles that were copied into the mapped array to the texture, whose OpenGL
-/// context must be current; the OpenGL state stays as it was. The rest of the texture stays.
+/// context must be current. The OpenGL state and the rest of the texture do not change.
 cudaError_t cudaGraphicsUnmapResources(int count, cudaGraphicsResource_t* resources,
                                        cudaStream_t stream = nullptr);
 cudaError_t cudaGraphicsSubResourceGetMappedArray(cudaArray_t* array,

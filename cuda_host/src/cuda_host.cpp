@@ -19,7 +19,7 @@ std::map<std::string, std::deque<int>>& plans()
     static std::map<std::string, std::deque<int>> instance;
     return instance;
 }
-// Keeps the calls free of the lock while nothing is planned.
+// Avoids the lock in each call while nothing is planned.
 std::atomic<int> planned{0};
 
 const char* const functions[] = {

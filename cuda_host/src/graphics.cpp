@@ -23,7 +23,7 @@ namespace {
 std::mutex resourcesMutex; // guards resources and their mapped flags
 std::set<cudaGraphicsResource*>& resources()
 {
-    // Never destroyed: nobody has to unregister before the process ends.
+    // Never destroyed: resources may stay registered until the process ends.
     static auto* const instance = new std::set<cudaGraphicsResource*>;
     return *instance;
 }
@@ -33,7 +33,7 @@ bool hasGraphicsContext()
     return glGetString(GL_VERSION) != nullptr;
 }
 
-/// The texture bound for the life of the object, and the user's one afterwards.
+/// Binds the texture for the life of the object, and restores the user's binding afterwards.
 class BoundTexture
 {
 public:
@@ -50,7 +50,8 @@ private:
     GLint m_before = 0;
 };
 
-/// Unpack state for rows of 4-byte pixels in client memory, and the user's state afterwards.
+/// Sets the unpack state for rows of 4-byte pixels in client memory, and restores the user's state
+/// afterwards.
 class UnpackState
 {
 public:
@@ -99,7 +100,7 @@ void upload(cudaGraphicsResource& resource)
     }
 }
 
-/// Success where every resource is registered and its mapped state is as asked for.
+/// Success if every resource is registered and has the given mapped state.
 cudaError_t checkAll(int count, cudaGraphicsResource_t* list, bool mapped)
 {
     if (count <= 0 || list == nullptr) {
@@ -150,7 +151,7 @@ cudaError_t cudaGraphicsGLRegisterImage(cudaGraphicsResource_t* resource, GLuint
                                         GLenum target, unsigned int flags)
 {
     CUDA_HOST_RUNTIME_CALL();
-    // Read-only, write-discard, surface load/store and gather are the flags there are.
+    // The flags are read-only, write-discard, surface load/store and gather.
     if (resource == nullptr || target != GL_TEXTURE_2D || flags > 15) {
         return cuda_host::report(cudaErrorInvalidValue);
     }

@@ -49,7 +49,7 @@ cudaError_t allocate(void** pointer, std::size_t bytes)
     return cudaSuccess;
 }
 
-/// What the kind says of each side: true for device memory.
+/// The sides of a copy kind: true for device memory.
 struct Sides
 {
     bool toDevice, fromDevice;
@@ -82,7 +82,7 @@ bool sideIsUsable(bool device, const void* pointer, std::size_t bytes)
     return device ? cuda_host::isDeviceRange(pointer, bytes) : !cuda_host::isDeviceByte(pointer);
 }
 
-/// Bytes from the first to the last of a rectangle of rows; false where they overflow.
+/// Bytes from the first to the last of a rectangle of rows; false on overflow.
 bool spanOf(std::size_t pitch, std::size_t widthBytes, std::size_t height, std::size_t& span)
 {
     if (height > 1 &&

@@ -1,5 +1,6 @@
 /// @file
-/// What the calls share: the calling thread's last error, planned failures, device blocks, arrays.
+/// State that the calls share: the calling thread's last error, planned failures, device blocks,
+/// arrays.
 #pragma once
 
 #include "cuda.h"
@@ -25,18 +26,18 @@ struct cudaArray
 
 namespace cuda_host {
 
-/// Makes the error the calling thread's last one, unless it is success, and hands it on.
+/// Makes the error the calling thread's last one, unless it is success, and returns it.
 cudaError_t report(cudaError_t error);
 
-/// The error planned for this call by failNext(), 0 for none. Uses the plan up.
+/// The error that failNext() planned for this call, 0 for none. Removes the plan.
 int plannedFailure(const char* function);
 
-/// The runtime binds the primary context by itself where a thread has none.
+/// Makes the primary context current if the thread has none, as the runtime does.
 void bindPrimaryContext();
 
-/// True when all bytes lie in one device block.
+/// True if all bytes are in one device block.
 bool isDeviceRange(const void* pointer, std::size_t bytes);
-/// True when the byte lies in any device block.
+/// True if the byte is in a device block.
 bool isDeviceByte(const void* pointer);
 
 /// True while the array belongs to a mapped resource.

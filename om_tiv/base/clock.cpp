@@ -13,7 +13,7 @@ Nanoseconds steadyNow()
                                         .count());
 }
 
-/// What to add to the steady clock to have the wall clock's time, as of the start.
+/// Difference of the wall clock and the steady clock at the start.
 Nanoseconds startOffset()
 {
     static const Nanoseconds offset =
@@ -77,7 +77,7 @@ void Clock::setReal()
             return;
         }
         const Nanoseconds behind =
-            std::max(m_manualTime.load(), realNow()) - realNow(); // 0 where the real time is later
+            std::max(m_manualTime.load(), realNow()) - realNow(); // 0 if the real time is later
         m_offset.store(m_offset.load() + behind);
         m_manual.store(false);
     }
@@ -122,8 +122,7 @@ bool Clock::waitUntil(Nanoseconds deadline, std::chrono::nanoseconds realLimit,
 void Clock::wake()
 {
     {
-        // A waiter that has just found its done() false is not yet waiting until it lets go of the
-        // lock.
+        // A waiter whose done() was just false does not wait yet until it releases the lock.
         const std::lock_guard<std::mutex> lock(m_mutex);
     }
     m_changed.notify_all();

@@ -1,5 +1,5 @@
 /// @file
-/// The time of the bench: the system's, or stepped by hand.
+/// The time of the bench: the system's time, or stepped by a test.
 #pragma once
 
 #include <atomic>
@@ -11,16 +11,16 @@
 
 namespace om::bench {
 
-/// Nanoseconds since the epoch, as every timestamp of the library.
+/// Nanoseconds since the epoch, as in every timestamp of the library.
 using Nanoseconds = std::uint64_t;
 
 constexpr Nanoseconds NS_PER_MS = 1'000'000;
 constexpr Nanoseconds NS_PER_S = 1'000'000'000;
 
-/// A clock that never runs backward. While it is real it follows the steady clock, laid over the
-/// wall clock's time at the start of the process; a change of the wall clock does not move it.
+/// A clock that never runs backward. In real mode it follows the steady clock and starts with the
+/// wall clock's time at the start of the process; later changes of the wall clock have no effect.
 ///
-/// Threads: all operations may run on any thread, beside each other.
+/// Threads: all operations may run on any thread, at the same time.
 class Clock
 {
 public:
@@ -31,15 +31,15 @@ public:
     Nanoseconds now() const;
     bool isManual() const { return m_manual.load(); }
 
-    /// Stops the clock where it stands; advance() moves it from here on.
+    /// Stops the clock at its current time; from now on advance() moves it.
     void setManual();
 
-    /// Stops the clock at a time of the caller's choice, which may lie behind the real one: choose
-    /// it before cameras are added or plugged, since their streams count from that moment. An
-    /// already stopped clock is only moved forward; an earlier time leaves it.
+    /// Stops the clock at the given time, which may be before the real one. Call it before cameras
+    /// are added or plugged in, because their streams start at that moment. A stopped clock only
+    /// moves forward; an earlier time has no effect.
     void setManual(Nanoseconds time);
 
-    /// Moves a stopped clock and wakes those who wait. A real clock is not affected.
+    /// Moves a stopped clock and wakes the waiting threads. No effect on a real clock.
     void advance(Nanoseconds step);
     template <typename Rep, typename Period>
     void advance(std::chrono::duration<Rep, Period> step)
@@ -48,24 +48,24 @@ public:
             std::chrono::duration_cast<std::chrono::nanoseconds>(step).count()));
     }
 
-    /// Lets the clock run with the system's again, from where it stands if that is later.
+    /// Lets the clock follow the system's time again, from its current time if that is later.
     void setReal();
 
-    /// Back to the start: real, and at the system's time.
+    /// Resets the clock: real mode, at the system's time.
     void reset();
 
     /// Blocks until the clock has reached the deadline, done() is true or the limit of real time
-    /// has passed. done() is called under the clock's lock: it may look at atomics only. Whoever
-    /// changes what it looks at calls wake().
+    /// has passed. done() is called under the clock's lock: it may read only atomics. Code that
+    /// changes them calls wake().
     /// @return whether the deadline was reached or done() is true
     bool waitUntil(Nanoseconds deadline, std::chrono::nanoseconds realLimit,
                    const std::function<bool()>& done = nullptr);
 
-    /// Makes all who wait look at their done() again.
+    /// Makes all waiting threads call their done() again.
     void wake();
 
-    /// Number of threads in waitUntil() now. A test that steps the clock can wait for its program
-    /// to wait.
+    /// Number of threads in waitUntil() now. A test that steps the clock can use it to wait until
+    /// the program waits.
     int waiters() const { return m_waiters.load(); }
 
 private:

@@ -49,8 +49,8 @@ Descriptor openRegularFile(const std::string& path, std::string& reason)
         errno = why;
         return false;
     };
-    // Looked at first, since opening alone can make a device act; and once more when it is open,
-    // since the path can have got another file meanwhile.
+    // Checked first, because opening a device can already have effects; and again after the open,
+    // because the path can have got another file in between.
     if (!isRegular(::stat(path.c_str(), &status))) {
         return Descriptor();
     }

@@ -19,30 +19,31 @@ public:
 
     int get() const { return m_fd; }
     bool valid() const { return m_fd >= 0; }
-    /// Closes now; false with errno where that fails.
+    /// Closes now; false with errno on failure.
     bool close();
-    /// Hands the descriptor to the caller, who closes it.
+    /// Passes the descriptor to the caller, who closes it.
     int release();
 
 private:
     int m_fd;
 };
 
-/// Opens a regular file for reading, whatever stands at the path: nothing there makes the caller
-/// wait, as a FIFO would, and only a regular file is opened. A symbolic link is followed.
-/// @param reason set where the result is invalid, without the path: "Permission denied", "not a
-/// regular file";
-///               errno then is that of the failure, EINVAL for what is not a regular file
+/// Opens a regular file for reading. Anything else at the path is refused without waiting, a FIFO
+/// for example. A symbolic link is followed.
+/// @param reason set if the result is invalid, without the path ("Permission denied", "not a
+///               regular file"); errno is then that of the failure, EINVAL if it is not a regular
+///               file
 Descriptor openRegularFile(const std::string& path, std::string& reason);
 
 /// Owns a stdio stream.
 using FilePtr = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 
-/// The same as a stream of bytes; null with the reason.
+/// The same as a stdio stream; null with the reason on failure.
 FilePtr openRegularStream(const std::string& path, std::string& reason);
 
-/// Makes every folder of the path that is missing, mode 0700.
-/// @return empty, or the part of the path that can't be a folder, with the reason in errno
+/// Creates all missing folders of the path, mode 0700.
+/// @return empty, or the part of the path that can't be created or is not a folder, with the
+///         reason in errno
 std::string makeFolders(const std::string& folder);
 
 } // namespace om::bench

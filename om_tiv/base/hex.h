@@ -6,9 +6,9 @@
 
 namespace om::bench {
 
-/// Two lower-case hexadecimal digits a byte.
+/// Two lower-case hexadecimal digits per byte.
 std::string toHex(const std::string& bytes);
-/// Bytes of pairs of lower-case digits; what is not a pair ends it.
+/// The bytes of pairs of lower-case digits; ends at the first other text.
 std::string fromHex(const std::string& hex);
 
 } // namespace om::bench

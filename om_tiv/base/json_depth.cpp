@@ -11,7 +11,7 @@ JSON_TEXT parseBounded(std::string_view text, nlohmann::json& value)
     const auto keep = [&tooDeep](int depth, json::parse_event_t event, const json&) {
         const bool begins =
             event == json::parse_event_t::object_start || event == json::parse_event_t::array_start;
-        // The depth is that of what surrounds it.
+        // The depth is that of the surrounding value.
         tooDeep = tooDeep || (begins && static_cast<std::size_t>(depth) >= DEEPEST_JSON);
         return !tooDeep;
     };

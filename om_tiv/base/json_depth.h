@@ -1,5 +1,5 @@
 /// @file
-/// JSON from a stranger, whose nesting has a bound.
+/// JSON from outside, with a limit of its nesting.
 #pragma once
 
 #include <nlohmann/json_fwd.hpp>
@@ -9,14 +9,14 @@
 
 namespace om::bench {
 
-/// Levels of objects and arrays, one within the other. What copies, prints and ends a JSON value
-/// calls itself once a level.
+/// Nested levels of objects and arrays. Copying, printing and destroying a JSON value is recursive,
+/// with one call per level.
 constexpr std::size_t DEEPEST_JSON = 32;
 
 enum class JSON_TEXT { SOUND, NO_JSON, TOO_DEEP };
 
-/// Parses a text. The value is what it holds where it is SOUND, and null else; what lies too deep
-/// is not even built.
+/// Parses a text. The value is the parsed one if the result is SOUND, otherwise null. Too deep
+/// levels are not built.
 JSON_TEXT parseBounded(std::string_view text, nlohmann::json& value);
 
 } // namespace om::bench

@@ -14,16 +14,16 @@ namespace om::bench {
 
 namespace {
 
-/// Where the parser is.
+/// The position of the parser.
 struct Place
 {
-    /// Of the last character read. A line break belongs to the line that it ends: the parser looks
-    /// one character beyond a number.
+    /// Line of the last character read. A line break belongs to the line that it ends: the parser
+    /// reads one character after a number.
     int line = 1;
     bool broken = false; ///< the last character read was a line break
 };
 
-/// Hands the text over character by character and counts the lines.
+/// Passes the text character by character and counts the lines.
 class CountingIterator
 {
 public:
@@ -146,7 +146,7 @@ private:
         if (m_open.size() == DEEPEST_JSON) {
             throw JsonMistake(m_place.line, "", "nested too deeply");
         }
-        // A parent's vector grows only after the child was closed, so that the pointers hold.
+        // A parent's vector grows only after the child was closed, so the pointers stay valid.
         m_open.push_back(add(kind));
         return true;
     }

@@ -1,5 +1,5 @@
 /// @file
-/// JSON whose values know their line, for messages about what is wrong with them.
+/// JSON whose values have their line, for error messages.
 #pragma once
 
 #include <cstdint>
@@ -25,11 +25,11 @@ struct JsonNode
     std::vector<JsonNode> elements;
 };
 
-/// What is wrong, and where.
+/// A mistake with its place.
 class JsonMistake : public std::runtime_error
 {
 public:
-    /// @param line 0 where it is not known
+    /// @param line 0 if it is not known
     /// @param key  path.to.key; empty for the file as a whole
     JsonMistake(int line, const std::string& key, const std::string& reason)
         : std::runtime_error((key.empty() ? std::string() : key + ": ") + reason), m_line(line)
@@ -41,12 +41,12 @@ private:
     int m_line;
 };
 
-/// Parses a text; // and /* */ comments are allowed. Throws JsonMistake: on a syntax error, on a
-/// key given twice and on deep nesting.
+/// Parses a text; // and /* */ comments are allowed. Throws JsonMistake for a syntax error, a key
+/// that occurs twice, and too deep nesting.
 JsonNode parseJson(const std::string& text);
 
-/// The members of an object, each asked for by name; throws JsonMistake for a wrong type and a
-/// value out of range. What is not in the object leaves the value as it is.
+/// Reads the members of an object by name; throws JsonMistake for a wrong type and a value out of
+/// range. A missing member does not change the value.
 class JsonObject
 {
 public:
@@ -67,10 +67,10 @@ public:
             value = static_cast<Integer>(integerOf(*node, path(key), least, most));
         }
     }
-    /// An array of just so many numbers.
+    /// An array of exactly that many numbers.
     void read(const std::string& key, double* values, std::size_t count, double least, double most);
 
-    /// Throws for a member that nobody has asked for.
+    /// Throws for a member that was not read.
     void finish() const;
 
     static std::int64_t integerOf(const JsonNode& node, const std::string& path, std::int64_t least,

@@ -1,6 +1,6 @@
 /// @file
-/// Random numbers without a state: each is a function of what it is for, so that a value that is
-/// worked out twice is the same twice, whoever asks and in whatever order.
+/// Random numbers without a state: each is a function of seed, channel and number. A value that is
+/// computed again is the same, independent of caller and order.
 #pragma once
 
 #include <cmath>

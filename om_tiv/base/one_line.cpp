@@ -27,7 +27,7 @@ constexpr std::array<Range, 7> ACTED_UPON = {
 struct Character
 {
     std::uint32_t code = 0;
-    std::size_t bytes = 0; ///< 0 for what is no UTF-8
+    std::size_t bytes = 0; ///< 0 if it is not UTF-8
 };
 
 /// The first character of a text that is not empty.
@@ -49,8 +49,7 @@ Character firstOf(std::string_view text)
         }
         code = code << 6 | (byte(i) & 0x3FU);
     }
-    // A longer form than need be can hide a control character from one reader and show it to
-    // another.
+    // An overlong form can hide a control character from one reader but not from another.
     constexpr std::array<std::uint32_t, 5> least = {0, 0, 0x80, 0x800, 0x10000};
     const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
     return code < least[bytes] || code > 0x10FFFF || surrogate ? Character()

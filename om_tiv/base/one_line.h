@@ -1,14 +1,14 @@
 /// @file
-/// Messages that hold pieces of what somebody has sent.
+/// Messages that contain text from outside.
 #pragma once
 
 #include <string>
 
 namespace om::bench {
 
-/// The text on one line, without anything that a terminal would act upon. Blanks take the place of
-/// control characters (those of ASCII, DEL, U+0080 to U+009F), of line and paragraph separators and
-/// of marks that turn the direction of writing; a question mark that of each byte that is no UTF-8.
+/// The text on one line, safe to print on a terminal. Control characters (of ASCII, DEL, U+0080 to
+/// U+009F), line and paragraph separators and marks of writing direction are replaced by blanks,
+/// each byte that is not UTF-8 by a question mark.
 std::string oneLine(const std::string& text);
 
 } // namespace om::bench

@@ -46,7 +46,7 @@ void assign(Orientation& orientation, const Eigen::Quaternionf& q)
 
 void Translation::normalize()
 {
-    // In double, so that lengths whose squares leave the range of float are right too.
+    // In double, so that lengths whose squares exceed the range of float are right too.
     const Eigen::Vector3d v = eigen(*this).cast<double>();
     const double length = v.norm();
     if (length > 0.0) {
@@ -95,11 +95,11 @@ Orientation::Orientation(const Translation& a, const Translation& b)
     }
     const Eigen::Vector3d u = from.normalized();
     const Eigen::Vector3d v = to.normalized();
-    // The sum of the two is twice the cosine of half the angle long, their product the sine of the
-    // angle. 1 + cos, which would do as well, has no digits left near half a turn.
+    // The length of the sum is twice the cosine of half the angle; the length of the cross product
+    // is the sine of the angle. 1 + cos would also work, but loses all digits near half a turn.
     const double sum = (u + v).norm();
     Eigen::Quaterniond q(0.5 * sum, 0.0, 0.0, 0.0);
-    constexpr double OPPOSITE = 1e-6; // floats don't tell directions better
+    constexpr double OPPOSITE = 1e-6; // floats don't distinguish directions better
     if (sum < OPPOSITE) {
         Eigen::Index axis = 0;
         u.cwiseAbs().minCoeff(&axis);
@@ -119,7 +119,7 @@ void Orientation::setIdentity()
 Orientation Orientation::operator*(const Orientation& first) const
 {
     Orientation product;
-    // Products of products stay rotations.
+    // Normalised, so that repeated products stay rotations.
     assign(product, (eigen(*this) * eigen(first)).normalized());
     return product;
 }
@@ -202,8 +202,8 @@ Vector3<float> Transform::getEulerAngles(bool radian) const
     double y = std::atan2(-r20, cosY);
     double x = 0.0;
     double z = 0.0;
-    // Below, only the difference or the sum of X and Z is determined, and rounding in the matrix
-    // would make either of them any angle.
+    // Below this limit only the difference or the sum of X and Z is determined, and rounding in the
+    // matrix could make each of them any angle.
     constexpr double LOCKED = 1e-6;
     if (cosY > LOCKED) {
         x = std::atan2(double{m[9]}, double{m[10]});
@@ -212,7 +212,7 @@ Vector3<float> Transform::getEulerAngles(bool radian) const
         x = std::atan2(-double{m[6]}, double{m[5]});
         y = std::copysign(PI / 2.0, -r20);
     }
-    // atan2 gives -pi for a sine of -0.
+    // atan2 returns -pi for a sine of -0.
     x = x <= -PI ? PI : x;
     z = z <= -PI ? PI : z;
     const double unit = radian ? 1.0 : 180.0 / PI;
