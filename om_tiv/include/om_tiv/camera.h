@@ -13,7 +13,7 @@
 
 namespace om {
 
-/// Which camera to open: the first one on the machine where nothing is set.
+/// Selects the camera to open; without a selection the first one on the machine.
 class InputType
 {
 public:
@@ -23,7 +23,7 @@ public:
     InputType(const InputType&) = default;
     InputType& operator=(const InputType&) = default;
 
-    /// A camera on another bus than the one given is not found.
+    /// A camera on another bus than the given one is not found.
     void setFromSerialNumber(unsigned int serial, BUS_TYPE bus);
     void setFromCameraID(int id, BUS_TYPE bus);
     void setFromQVRFile(String path); ///< a recorded file
@@ -42,8 +42,8 @@ private:
     String m_path;
 };
 
-/// Settings of Camera::open(). Members without a meaning here are accepted, kept and returned by
-/// Camera::getInitParameters().
+/// Settings of Camera::open(). Members without a documented meaning are accepted, stored and
+/// returned by Camera::getInitParameters().
 struct InitParameters
 {
     InitParameters(RESOLUTION resolution_ = RESOLUTION::AUTO, int fps_ = 0,
@@ -61,9 +61,8 @@ struct InitParameters
                    bool imageValidation_ = false);
 
     RESOLUTION resolution;
-    /// Frames per second asked for, from 15 to what the resolution allows (60 for HD720, 30 for
-    /// HD1200); what lies outside is brought inside, 0 takes the highest. After open() the rate in
-    /// force.
+    /// Requested frames per second, from 15 to the maximum of the resolution (60 for HD720, 30 for
+    /// HD1200). Values outside are clamped, 0 selects the maximum. After open() the actual rate.
     int fps;
     bool enableRecording;
     DEPTH_MODE depthMode;
@@ -71,7 +70,7 @@ struct InitParameters
     COORDINATE_SYSTEM coordinateSystem;
     int verbosity;
     int gpuId;
-    /// In coordinateUnits; negative takes the model's own. After open() those in force.
+    /// In coordinateUnits; negative selects the model's own values. After open() the actual values.
     float depthMinimum;
     float depthMaximum;
     bool disableSelfCalibration;
@@ -79,13 +78,13 @@ struct InitParameters
     bool rightSideMeasure;
     String logFile;
     int depthStabilization;
-    CUcontext cudaContext; ///< a context to use; null lets the library make its own
+    CUcontext cudaContext; ///< the context to use; null lets the library create its own
     InputType input;
     String settingsPath;
     bool sensorsRequired;
     bool imageEnhancement;
     String calibrationPath;
-    float openTimeout; ///< s; 0 and less for none
+    float openTimeout; ///< s; 0 or less for none
     bool asyncRecovery;
     float grabRateLimit; ///< Hz, 0 for none
     bool imageValidation;
@@ -99,7 +98,7 @@ struct RuntimeParameters
                       REFERENCE_FRAME referenceFrame_ = REFERENCE_FRAME::CAMERA,
                       bool removeSaturated_ = true);
 
-    bool enableDepth; ///< without it the frame has no measures
+    bool enableDepth; ///< if false the frame has no measures
     bool enableFill;
     int confidenceThreshold; ///< 1 to 100
     int textureThreshold;
@@ -118,7 +117,7 @@ struct DeviceProperties
     BUS_TYPE bus = BUS_TYPE::USB;
 };
 
-/// What an open camera says of itself.
+/// Information that an open camera provides.
 struct CameraInformation
 {
     unsigned int serialNumber = 0;
@@ -129,9 +128,9 @@ struct CameraInformation
 
 /// One camera, or one recorded file.
 ///
-/// Threads: open(), close() and the destructor belong to one thread at a time and must not run
-/// beside other calls than isOpened(). Between them every operation may run on any thread, beside
-/// any other.
+/// Threads: open(), close() and the destructor may be called by one thread at a time and must not
+/// run at the same time as other calls, except isOpened(). Between open() and close() every
+/// operation may run on any thread, at the same time as any other.
 class Camera
 {
 public:
@@ -143,27 +142,27 @@ public:
     /// Blocks until the camera runs or fails. An open camera is closed first. On success the CUDA
     /// context of the camera is current on the calling thread.
     /// @return SUCCESS, NOT_DETECTED, IN_USE, TIMEOUT after openTimeout, INVALID_INPUT for a
-    ///         recorded file that cannot be read (with one line on standard error), CAMERA_GONE
-    ///         when it was lost meanwhile, FAILURE when there is no CUDA device, or a code of the
-    ///         camera's own
+    ///         recorded file that cannot be read (with one line on standard error), CAMERA_GONE if
+    ///         it was lost during the open, FAILURE if there is no CUDA device, or another code of
+    ///         the camera
     ERROR_CODE open(InitParameters parameters);
 
-    /// Ends the use of the camera. Nothing happens to one that is not open.
+    /// Closes the camera. No effect if it is not open.
     void close();
 
     /// True between a successful open() and close() or the loss of the camera. Takes no lock.
     bool isOpened() const;
 
-    /// Blocks for the next frame; who comes late gets the newest one. CAMERA_GONE once the camera
-    /// is lost, TIMEOUT when no frame came within 100 ms, FAILURE when nothing is open; at the end
-    /// of a recorded file it delivers the last frame again.
+    /// Waits for the next frame; a late caller gets the newest one. CAMERA_GONE once the camera is
+    /// lost, TIMEOUT if no frame arrived within 100 ms, FAILURE if nothing is open. At the end of a
+    /// recorded file it delivers the last frame again.
     ERROR_CODE grab(RuntimeParameters parameters);
 
-    /// Before the first open() a default record. The argument scales the images only; 0 by 0 leaves
-    /// them.
+    /// Before the first open() a default record. The argument only scales the images; 0 by 0 means
+    /// no scaling.
     CameraInformation getCameraInformation(Resolution imageSize = Resolution());
 
-    /// The settings in force, as of the last open().
+    /// The actual settings since the last open().
     InitParameters getInitParameters();
 
     /// Valid after a successful open() until close(); null otherwise.
@@ -174,37 +173,39 @@ public:
     static std::vector<DeviceProperties> getDeviceList();
 
     /// Fills the record. TIME_REFERENCE::CURRENT waits up to 5 ms for a sample newer than the last
-    /// one returned by this object, so that a caller that polls without pause does not burn a core;
-    /// when none comes it returns the last one again. IMAGE: as of the last grabbed frame, no wait.
-    /// @return SUCCESS; FAILURE when nothing is open, without sensors (MODEL::TIV, a recorded file)
+    /// one returned by this object, so that a caller that polls without a pause does not use a
+    /// whole core; without a newer sample it returns the last one again. IMAGE: as of the last
+    /// grabbed frame, no wait.
+    /// @return SUCCESS; FAILURE if nothing is open, without sensors (MODEL::TIV, a recorded file)
     ///         and for IMAGE before the first frame; CAMERA_GONE once the camera is lost
     ERROR_CODE getSensorsData(SensorsData& data, TIME_REFERENCE reference);
 
-    /// ns since the epoch of the library's clock (that of the system's wall clock at start, and it
-    /// never runs backward). IMAGE: the last grabbed frame, 0 before the first. CURRENT: now.
+    /// ns since the epoch of the library's clock, which starts with the system's wall clock and
+    /// never runs backward. IMAGE: the last grabbed frame, 0 before the first. CURRENT: now.
     std::uint64_t getTimestamp(TIME_REFERENCE reference);
 
     /// Writes a view, or a measure, of the last grabbed frame into the buffer. A buffer of another
-    /// size or type is allocated anew, and one without memory of the kind gets it; GPU memory comes
-    /// from the calling thread's context.
+    /// size or type is allocated again, and missing memory of the kind is allocated; GPU memory is
+    /// allocated in the calling thread's context.
     ///
-    /// Where the buffer holds the same view or measure of an earlier frame of this opening, only
-    /// what differs between frames is written. A caller must not change what is in a buffer.
-    /// @param size of the result, to which the picture is scaled; with 0 as width or height that of
+    /// If the buffer has the same view or measure of an earlier frame of this opening, only the
+    /// differences between the frames are written. A caller must not change the content of a
+    /// buffer.
+    /// @param size of the result, to which the picture is scaled. A width or height of 0 selects
     ///             CameraInformation::resolution, for VIEW::SIDE_BY_SIDE twice as wide
-    /// @return SUCCESS; FAILURE when nothing is open, before the first frame, without memory, and
-    ///         for a measure with depth off in open() or in the last grab(); CAMERA_GONE once the
+    /// @return SUCCESS; FAILURE if nothing is open, before the first frame, without memory, and for
+    ///         a measure if depth was off in open() or in the last grab(); CAMERA_GONE once the
     ///         camera is lost; INVALID_INPUT for a view or measure without an enumerator
     ERROR_CODE retrieveImage(Mat& image, VIEW view, MEM memory, Resolution size);
     ERROR_CODE retrieveMeasure(Mat& measure, MEASURE kind, MEM memory, Resolution size);
 
-    /// Frame of a recorded file that the last grab() delivered, or that setQVRPosition() has
-    /// chosen since; 0 before both, for a live camera, and when nothing is open.
+    /// Frame number of a recorded file that the last grab() delivered or a later setQVRPosition()
+    /// selected; 0 before both, for a live camera, and if nothing is open.
     int getQVRPosition();
-    /// The frame that the next grab() delivers, clamped to the file. Nothing for a live camera and
-    /// when nothing is open.
+    /// Sets the frame that the next grab() delivers, clamped to the file. No effect for a live
+    /// camera and if nothing is open.
     void setQVRPosition(int frame);
-    /// Length of a recorded file; -1 for a live camera and when nothing is open.
+    /// Number of frames of a recorded file; -1 for a live camera and if nothing is open.
     int getQVRNumberOfFrames();
 
 private:

@@ -11,31 +11,31 @@
 
 namespace om {
 
-/// Output data rate of the IMU as the link asks for it.
+/// Output data rate of the IMU that the link requests.
 enum _imu_odr : int { IMU_ODR_400_HZ = 2 };
 
 #pragma pack(push, 1)
 
-/// One sensor record of the microcontroller; packed, little-endian. Sensor axes: 1 down, 2 left,
-/// 3 forward (body -y, -x, -z). Values beyond the range of a field stand at its end.
+/// One sensor record of the microcontroller; packed, little-endian. Sensor axes: 1 down, 2 left, 3
+/// forward (body -y, -x, -z). Values outside the range of a field are clamped.
 struct IMUReaderData
 {
-    /// 1: the record is good. 0: the link is not open, capture has not run yet, the camera is gone
+    /// 1: the record is valid. 0: the link is not open, capture has not run yet, the camera is gone
     /// or its microcontroller is silent; all other fields are then 0.
     std::uint8_t linkValid = 0;
     std::uint8_t sequence = 0; ///< counts records, modulo 256
-    /// Ticks of 39 us since open(): of the magnetometer's reading where it is new, otherwise of the
-    /// IMU's. 0 for a sample from before that.
+    /// Ticks of 39 us since open(): of the magnetometer reading if it is new, otherwise of the IMU
+    /// sample. 0 for a sample before open().
     std::uint64_t timestamp = 0;
-    /// Sensor axes, 4096 counts to 1 g; specific force, thus +1 g upward at rest.
+    /// Sensor axes, 4096 counts per g; specific force, so +1 g upward at rest.
     std::int16_t acceleration[3] = {};
-    std::int16_t angularVelocity[3] = {};  ///< sensor axes, 32.8 counts to 1 degree per second
+    std::int16_t angularVelocity[3] = {};  ///< sensor axes, 32.8 counts per degree per second
     std::int16_t imuTemperature = 0;       ///< 100 counts to 1 degree Celsius
     std::uint32_t pressure = 0;            ///< 100 counts to 1 Pa; 0 without a barometer
     std::int16_t barometerTemperature = 0; ///< 100 counts to 1 degree Celsius
     /// 0 no data, 1 no new reading, 2 or more a new reading
     std::uint8_t magState = 0;
-    /// Sensor axes 1 to 3, raw, 16 counts to 1 uT. A saturated reading has -32768 on axis 3.
+    /// Sensor axes 1 to 3, raw, 16 counts per uT. A saturated reading has -32768 on axis 3.
     std::int16_t mag[3] = {};
 };
 static_assert(offsetof(IMUReaderData, linkValid) == 0, "");
@@ -44,8 +44,8 @@ static_assert(offsetof(IMUReaderData, magState) == 30, "");
 static_assert(offsetof(IMUReaderData, mag) == 31, "");
 static_assert(sizeof(IMUReaderData) == 37, "");
 
-/// The pose record of the microcontroller's fusion; packed, little-endian. A default record stands
-/// for none: no link, no capture so far, no sample yet.
+/// The pose record of the microcontroller's fusion; packed, little-endian. A default record means
+/// that there is none: no link, no capture so far, or no sample yet.
 struct IMUPose
 {
     std::uint64_t timestamp = 0;   ///< ns since the epoch of the library's clock
@@ -55,24 +55,25 @@ struct IMUPose
     float reserved1[13] = {};
     /// Specific force, m/s^2, sensor axes; second argument of calcMagHeading.
     float acceleration[3] = {};
-    /// uT, sensor axes: the raw field corrected with the stored calibration, whose gains count by
-    /// their ratios, so that the field keeps its unit; the raw field while that is neutral.
+    /// uT, sensor axes: the raw field corrected with the stored calibration. Only the ratios of its
+    /// gains are used, so that the field keeps its unit. The raw field while the calibration is
+    /// neutral.
     float magCalibrated[3] = {};
     float reserved2[22] = {};
     float magUncalibrated[3] = {}; ///< raw field, uT, sensor axes; first argument of calcMagHeading
     float reserved3[3] = {};
-    /// How far the heading can be trusted: 0 good, 1 acceptable, 2 not good, 3 not calibrated (the
-    /// stored calibration is neutral), other not available (no magnetometer, no reading yet).
+    /// Quality of the heading: 0 good, 1 acceptable, 2 not good, 3 not calibrated (the stored
+    /// calibration is neutral), other not available (no magnetometer, no reading yet).
     ///
-    /// The figure behind it is the spread of the corrected field over the readings of the last
-    /// 30 s: that of its strength (standard deviation by mean) or that of its angle with the
-    /// horizon (radians), whichever is larger, the six ends of the sensor axes weighing alike. Up
-    /// to 2.5 % is good, up to 6 % acceptable. A calibration is good only once it was seen at all
-    /// six ends, and while, over the last 2 s, no reading was saturated and the strength stayed
-    /// within 5 % of the calibration's radius.
+    /// It follows from the spread of the corrected field over the readings of the last 30 s: the
+    /// larger one of the spread of its strength (standard deviation divided by mean) and that of
+    /// its angle with the horizon (radians), with the same weight for the six ends of the sensor
+    /// axes. Up to 2.5 % is good, up to 6 % acceptable. A calibration is good only after readings
+    /// at all six ends, and only while in the last 2 s no reading was saturated and the strength
+    /// was within 5 % of the calibration's radius.
     std::int32_t headingState = 4;
-    float headingAccuracy = 0.0F; ///< 1 at a figure of 0, falling evenly to 0 at one of 10 %
-    /// With the stored calibration, as calcMagHeading gives it for the corrected field.
+    float headingAccuracy = 0.0F; ///< 1 at a spread of 0, linear down to 0 at one of 10 %
+    /// With the stored calibration: result of calcMagHeading for the corrected field.
     float heading = 0.0F;
 };
 static_assert(offsetof(IMUPose, acceleration) == 124, "");
@@ -81,8 +82,8 @@ static_assert(offsetof(IMUPose, headingState) == 260, "");
 static_assert(offsetof(IMUPose, headingAccuracy) == 264, "");
 static_assert(offsetof(IMUPose, heading) == 268, "");
 
-/// The magnetometer calibration as the EEPROM holds it; packed, little-endian, sensor axes. A raw
-/// reading r in uT is corrected to scale * (r - offset). Neutral: scale 1, offset 0 or -0.
+/// The magnetometer calibration as in the EEPROM; packed, little-endian, sensor axes. A raw reading
+/// r in uT is corrected to scale * (r - offset). Neutral: scale 1, offset 0 or -0.
 struct _mag_calib_data
 {
     std::uint8_t reserved; ///< not evaluated
@@ -95,22 +96,22 @@ static_assert(sizeof(_mag_calib_data) == 25, "");
 
 #pragma pack(pop)
 
-/// The link to the microcontroller of one camera (TIV_N, TIV_P, TIV_Q). An om::Camera and this link
-/// exclude each other, and so do two links.
+/// The link to the microcontroller of one camera (TIV_N, TIV_P, TIV_Q). A camera can be open in an
+/// om::Camera or in one link, not in two of them.
 ///
-/// Threads: all operations but the destructor may run on any thread, beside each other. The two
-/// public members have no lock of their own. A thread that reads captureRunning beside an operation
-/// that changes it finds the former or the new value; one that reads storedMagCalib beside
-/// updateEepromMemory() may find some values of each.
+/// Threads: all operations except the destructor may run on any thread, at the same time. The two
+/// public members have no lock. A thread that reads captureRunning during an operation that changes
+/// it gets the old or the new value; one that reads storedMagCalib during updateEepromMemory() may
+/// get a mixture of old and new values.
 ///
 /// An operation on a link that is not open, whose camera was unplugged or whose microcontroller is
-/// silent returns failure or an invalid record, and does nothing but what captureRunning and
-/// startCapture() say. A camera that was unplugged needs a new open().
+/// silent returns failure or an invalid record and has no effect except those described at
+/// captureRunning and startCapture(). A camera that was unplugged needs a new open().
 class TIVmcu
 {
 public:
     /// Prepares a link; opens nothing.
-    /// @param verbose    writes what happens to standard error
+    /// @param verbose prints a protocol to standard error
     /// @param vendorId   USB vendor identifier, 0x7C15
     /// @param model      model of the camera; the serial number finds it, whatever its model
     /// @param bootloader the device is in its boot loader: open() then fails with INVALID_INPUT
@@ -120,64 +121,65 @@ public:
     TIVmcu(const TIVmcu&) = delete;
     TIVmcu& operator=(const TIVmcu&) = delete;
 
-    /// Opens the device of the serial number; an open link is closed first. Capture is off and
-    /// captureRunning cleared, also where it fails.
+    /// Opens the device with the serial number; an open link is closed first. Capture is off and
+    /// captureRunning cleared, also on failure.
     ///
-    /// Returns 0 for success, or the value of an ERROR_CODE: NOT_DETECTED when no such device is
-    /// plugged in, IN_USE when an om::Camera or another link has it, TIMEOUT when its
-    /// microcontroller does not answer, FAILURE when it refuses.
-    /// @param exclusive  keeps other processes away; cameras of the bench have none to keep away
+    /// Returns 0 for success, or the value of an ERROR_CODE: NOT_DETECTED if no such device is
+    /// plugged in, IN_USE if an om::Camera or another link has it open, TIMEOUT if its
+    /// microcontroller does not answer, FAILURE if it refuses.
+    /// @param exclusive excludes other processes; no effect for cameras of the bench
     /// @param odr        output data rate
     /// @param accelBias  three floats subtracted from the acceleration, m/s^2, sensor axes; copied.
     ///                   Null for none
     /// @param gyroBias   three floats subtracted from the angular velocity, degrees per second,
     ///                   sensor axes; copied. Null for none
-    /// @param fusion     the microcontroller's fusion runs; without it pose records are of no data
+    /// @param fusion the microcontroller's fusion runs; without it pose records have no data
     /// @param raw        only raw records, no pose records
     int open(unsigned int serial, bool exclusive, _imu_odr odr, float* accelBias, float* gyroBias,
              bool fusion, bool raw);
     void close(); ///< ends capture, clears captureRunning
 
-    /// Starts the stream and sets captureRunning, the latter also on a link that is not open or
-    /// whose camera was unplugged; nothing streams there. A silent microcontroller streams later.
-    /// @param period least time between two records in ms; 0 for every one
+    /// Starts the stream and sets captureRunning. On a link that is not open or whose camera was
+    /// unplugged it only sets captureRunning. A silent microcontroller streams later.
+    /// @param period minimum time between two records in ms; 0 for every record
     void startCapture(float period);
     void stopCapture(); ///< ends the stream and clears captureRunning
 
     /// The latest record; returns after one transfer over the bus (1 ms), whether new data exist or
     /// not. A reading of the magnetometer is new (magState 2) in one record and known (magState 1)
-    /// in those that follow. While capture is stopped it is the last record before, with nothing
-    /// new in it.
+    /// in those that follow. While capture is stopped it is the last record before the stop,
+    /// without new data.
     IMUReaderData getIMUReaderData();
     /// The latest record of the fusion; returns at once. While capture is stopped it is the last
-    /// one before.
+    /// one before the stop.
     /// @param sensors fusion inputs; 6 for accelerometer, gyroscope and magnetometer. Any other
-    ///                value leaves out what needs the magnetometer.
+    ///                value omits the results that need the magnetometer.
     IMUPose getIMUPose(int sensors);
 
     /// Tilt-compensated heading of the forward axis in radians, clockwise from magnetic north, in
-    /// [0, 2 pi); works on its arguments alone, without the stored calibration. Any units; sensor
+    /// [0, 2 pi); depends only on its arguments, not on the stored calibration. Any units; sensor
     /// axes: 1 down, 2 left, 3 forward.
     ///
     /// With d = -acceleration and m = mag: east = d x m, north = east x d, and the heading is
     /// atan2(east . forward, north . forward) of the unit vectors (M. J. Caruso, "Applications of
-    /// Magnetic Sensors for Low Cost Compass Systems", IEEE PLANS 2000, in vector form). 0 where
-    /// there is no heading: one of the two is null, or they are parallel.
+    /// Magnetic Sensors for Low Cost Compass Systems", IEEE PLANS 2000, in vector form). 0 if there
+    /// is no heading: one of the two vectors is null, or they are parallel.
     float calcMagHeading(Vector3<float> mag, Vector3<float> acceleration);
 
-    /// Reads the EEPROM into storedMagCalib; leaves it as it is when the EEPROM can't be read.
-    /// @param all the whole memory, or only what may have changed; no difference to the calibration
+    /// Reads the EEPROM into storedMagCalib, which does not change if the EEPROM can't be read.
+    /// @param all the whole memory, or only what may have changed; the same for the calibration
     void updateEepromMemory(bool all);
-    /// Writes the calibration, which is in force from then on, also for om::Camera, and survives
-    /// the end of the process. Any values are stored as they are. With one that is not finite, or a
-    /// scale that is not positive, the heading is not good, and that of the raw field.
+    /// Writes the calibration. It takes effect at once, also for om::Camera, and is kept after the
+    /// end of the process. All values are stored unchanged. If a value is not finite or a scale is
+    /// not positive, the heading is that of the raw field and not good.
     ///
-    /// Returns 0 for success, or the value of an ERROR_CODE: FAILURE when refused, not open or not
-    /// to be kept (the former calibration then stays), CAMERA_GONE, TIMEOUT. Read back to be sure.
+    /// Returns 0 for success, or the value of an ERROR_CODE: FAILURE if it was refused, is not open
+    /// or cannot be kept (the previous calibration then stays), CAMERA_GONE, TIMEOUT. Read the
+    /// calibration back to verify it.
     int writeMagCalibInEEprom(_mag_calib_data& data);
 
-    /// Set by startCapture(); cleared by stopCapture(), open() and close(). It does not say that
-    /// records come: a link that is lost leaves it as it is.
+    /// Set by startCapture(); cleared by stopCapture(), open() and close(). It does not mean that
+    /// records arrive: a lost link does not change it.
     bool captureRunning = false;
     /// Scales then offsets of the sensor axes 1 to 3, as of the last updateEepromMemory().
     float storedMagCalib[6] = {1.0F, 1.0F, 1.0F, 0.0F, 0.0F, 0.0F};

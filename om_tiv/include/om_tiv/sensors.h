@@ -4,8 +4,8 @@
 /// Vectors are in the camera's body frame in the coordinate system of InitParameters; in
 /// COORDINATE_SYSTEM::RIGHT_HANDED_Y_UP x points right, y up and z backward. Poses take the body
 /// frame to the world, whose axes point east, up and south in that system: a level camera that
-/// looks north has the identity as its pose. In COORDINATE_SYSTEM::IMAGE y and z of both frames are
-/// the other way round.
+/// looks north has the identity as its pose. In COORDINATE_SYSTEM::IMAGE y and z of both frames
+/// have the opposite directions.
 #pragma once
 
 #include <om_tiv/transform.h>
@@ -19,7 +19,7 @@ struct SensorsData
 {
     struct BarometerData
     {
-        bool isAvailable = false;      ///< this stream holds data
+        bool isAvailable = false;      ///< this stream has data
         std::uint64_t timestamp = 0;   ///< ns
         float pressure = 0.0F;         ///< Pa
         float relativeAltitude = 0.0F; ///< m above the height at open()
@@ -32,7 +32,8 @@ struct SensorsData
     public:
         enum class SENSOR_LOCATION : int { IMU = 0, BAROMETER = 1, LEFT = 2, RIGHT = 3 };
 
-        /// 0 with the value when the location is present; non-zero, with value untouched, when not.
+        /// 0 with the value if the location is present; otherwise non-zero, and the value does not
+        /// change.
         int get(SENSOR_LOCATION location, float& value) const;
 
         std::map<SENSOR_LOCATION, float> values;
@@ -42,9 +43,9 @@ struct SensorsData
     {
         bool isAvailable = false;
         std::uint64_t timestamp = 0; ///< ns
-        /// uT. With the calibration of the camera's EEPROM applied, whose gains count by their
-        /// ratios, so that the field keeps its unit; equal to the uncalibrated triple while that is
-        /// neutral, and where it can't be used (a scale that is not positive, a value that is not
+        /// uT, corrected with the calibration in the camera's EEPROM. Only the ratios of its gains
+        /// are used, so that the field keeps its unit. Equal to the uncalibrated field while the
+        /// calibration is neutral or unusable (a scale that is not positive, a value that is not
         /// finite).
         Vector3<float> magneticFieldCalibrated;
         /// uT. An absolute z of exactly 2048.0 marks a saturated reading.

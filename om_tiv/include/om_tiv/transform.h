@@ -15,7 +15,7 @@ namespace om {
 
 class Orientation;
 
-/// A vector of the frame that its user says, in the unit of its user (metres for positions).
+/// A vector in a frame and unit that its user defines (metres for positions).
 class Translation : public Vector3<float>
 {
 public:
@@ -26,11 +26,11 @@ public:
     /// Scales to unit length. A vector of length 0 stays as it is.
     void normalize();
 
-    /// The vector turned by the rotation.
+    /// The rotated vector.
     Translation operator*(const Orientation& rotation) const;
 };
 
-/// A rotation given by angle and axis; made only to build an Orientation.
+/// A rotation by an angle about an axis; used only to build an Orientation.
 class Rotation
 {
 public:
@@ -45,17 +45,16 @@ private:
     float m_r[9];
 };
 
-/// A rotation held as a unit quaternion.
+/// A rotation, stored as a unit quaternion.
 class Orientation
 {
 public:
     Orientation() = default; ///< the identity
     Orientation(const Rotation& rotation);
 
-    /// The smallest rotation that takes direction a onto direction b; lengths do not matter. For
-    /// opposite directions it is half a turn about the coordinate axis that is most nearly
-    /// perpendicular to a (the first of equals), made perpendicular to it. The identity when a or b
-    /// has no length.
+    /// The smallest rotation from direction a to direction b; the lengths do not matter. For
+    /// opposite directions it is half a turn about the coordinate axis closest to perpendicular to
+    /// a (the first of equals), made perpendicular to a. The identity if a or b has the length 0.
     Orientation(const Translation& a, const Translation& b);
 
     void setIdentity();
@@ -77,7 +76,7 @@ public:
 
     void setIdentity();
     static Matrix4f identity();
-    /// A singular matrix gives infinities or NaN, as the arithmetic has it.
+    /// For a singular matrix the result has infinities or NaN.
     static Matrix4f inverse(const Matrix4f& matrix);
     static Matrix4f transpose(const Matrix4f& matrix);
 
@@ -89,8 +88,8 @@ public:
     float m[16];
 };
 
-/// A rigid transform: a Matrix4f whose upper left block is a rotation and whose last row is 0 0
-/// 0 1. Nothing enforces that, so it also carries projections.
+/// A rigid transform: a Matrix4f whose upper left block is a rotation and whose last row is 0 0 0
+/// 1. This is not enforced, so it can also be a projection.
 class Transform : public Matrix4f
 {
 public:
@@ -103,9 +102,9 @@ public:
     Orientation getOrientation() const;
     Translation getTranslation() const;
 
-    /// Euler angles X, Y, Z of the rotation R = Rz(Z) Ry(Y) Rx(X): turns about the fixed axes x,
-    /// then y, then z. X and Z lie in (-pi, pi], Y in [-pi/2, pi/2]. At Y = +-pi/2 Z is 0 and X
-    /// holds the remaining turn.
+    /// Euler angles X, Y, Z of the rotation R = Rz(Z) Ry(Y) Rx(X): rotations about the fixed axes
+    /// x, then y, then z. X and Z lie in (-pi, pi], Y in [-pi/2, pi/2]. At Y = +-pi/2 Z is 0 and X
+    /// is the remaining rotation.
     /// @param radian true for radians, false for degrees
     Vector3<float> getEulerAngles(bool radian) const;
 };

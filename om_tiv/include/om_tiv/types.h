@@ -1,7 +1,7 @@
 /// @file
 /// Basic types of the camera library: result codes, enumerations, strings, sizes, vectors.
 ///
-/// Enumerators carry the values of the interface; a value without an enumerator is not in use.
+/// Enumerators have the values of the interface; a value without an enumerator is not used.
 #pragma once
 
 #include <cstddef>
@@ -10,16 +10,16 @@
 namespace om {
 
 /// Result of the operations that can fail. 0 is success and 4 means that the camera is gone. Every
-/// other value is a failure, also one without an enumerator; which of them it is only helps whoever
-/// looks for the cause.
+/// other value is a failure, also one without an enumerator; the different values only help to find
+/// the cause.
 enum class ERROR_CODE : int {
     SUCCESS = 0,
-    FAILURE = 1,       ///< a failure without a closer name
+    FAILURE = 1,       ///< a failure without a more specific code
     TIMEOUT = 2,       ///< no frame in time; the next call may succeed
     CAMERA_GONE = 4,   ///< unplugged, or lost for another reason; only a new open() helps
     NOT_DETECTED = 5,  ///< open(): no such camera on the bus
     IN_USE = 6,        ///< open(): another object has the camera open
-    INVALID_INPUT = 7, ///< an argument or a recorded file that cannot be used
+    INVALID_INPUT = 7, ///< an unusable argument or recorded file
 };
 
 /// Camera models.
@@ -30,7 +30,7 @@ enum class MODEL : int {
     TIV_Q = 3,    ///< all sensors
     TIV_R = 4,    ///< serial bus; no barometer, no magnetometer
     TIV_S = 5,    ///< serial bus; no barometer, no magnetometer
-    UNKNOWN = 32, ///< of a record that no open() has filled
+    UNKNOWN = 32, ///< in a record that no open() has filled
 };
 
 enum class BUS_TYPE : int {
@@ -38,7 +38,7 @@ enum class BUS_TYPE : int {
     USB = 2,    ///< USB of TIV_N, TIV_P and TIV_Q
 };
 
-/// Image size asked for in open(). The size in force is in CameraInformation::resolution.
+/// Image size requested in open(). CameraInformation::resolution is the actual size.
 enum class RESOLUTION : int {
     HD1200 = 3, ///< 1920 x 1200
     HD720 = 6,  ///< 1280 x 720
@@ -61,20 +61,19 @@ enum class TIME_REFERENCE : int {
     CURRENT = 1, ///< now; the newest values
 };
 
-/// Image views. All are delivered as four unsigned bytes a pixel in the order blue, green, red,
-/// alpha.
+/// Image views. All have four unsigned bytes per pixel in the order blue, green, red, alpha.
 enum class VIEW : int { LEFT = 0, RIGHT = 1, SIDE_BY_SIDE = 8 };
 
 /// Measures of a frame.
 enum class MEASURE : int {
-    DEPTH = 1, ///< one float a pixel, in the unit of InitParameters
-    XYZ = 4,   ///< four floats a pixel: x, y, z and a packed colour
+    DEPTH = 1, ///< one float per pixel, in the unit of InitParameters
+    XYZ = 4,   ///< four floats per pixel: x, y, z and a packed colour
 };
 
 enum class MAT_TYPE : int {
-    F32_C1 = 0, ///< one float a pixel
-    F32_C4 = 3, ///< four floats a pixel
-    U8_C4 = 7,  ///< four unsigned bytes a pixel
+    F32_C1 = 0, ///< one float per pixel
+    F32_C4 = 3, ///< four floats per pixel
+    U8_C4 = 7,  ///< four unsigned bytes per pixel
 };
 
 /// Memory kinds; a bit mask.
@@ -97,7 +96,7 @@ private:
     std::string m_text;
 };
 
-/// A size in pixels. 0 by 0 means the library's own full size wherever it is passed.
+/// A size in pixels. As an argument 0 by 0 means the library's full size.
 struct Resolution
 {
     Resolution() = default;
@@ -119,8 +118,7 @@ struct Vector3
     T z{};
 };
 
-/// The display name of a model, as it stands in lists and file names: "TIV_Q". An unknown model
-/// gives "Unknown".
+/// The display name of a model in lists and file names: "TIV_Q". "Unknown" for an unknown model.
 String toString(const MODEL& model);
 
 } // namespace om
