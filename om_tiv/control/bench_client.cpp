@@ -31,7 +31,7 @@ constexpr std::chrono::seconds answerTimeout{10};
 constexpr char nonsense[] = "the bench's answer is not what a bench answers";
 constexpr timeval sendTimeout = {10, 0};
 
-/// A descriptor that is connected to a bench of this user or of root, or -1 with a reason.
+/// A descriptor connected to a bench of this user or of root, or -1 with a reason.
 int connectTo(const std::string& path, std::string& error)
 {
     const auto failed = [&] {
@@ -49,7 +49,7 @@ int connectTo(const std::string& path, std::string& error)
     if (!socket.valid()) {
         return failed();
     }
-    // A program that has stopped takes neither connections nor requests for ever.
+    // A stopped program accepts neither connections nor requests.
     ::setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &sendTimeout, sizeof sendTimeout);
     if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         return failed();
@@ -106,7 +106,7 @@ std::unique_ptr<BenchClient> BenchClient::connect(const std::string& path, std::
 
     const std::string folder = controlFolder();
     std::vector<std::pair<std::string, int>> alive;
-    std::string ignored; // what can't be reached is no running bench
+    std::string ignored; // a socket that can't be reached is not a running bench
     for (const std::string& candidate : socketsIn(folder)) {
         const int fd = connectTo(candidate, ignored);
         if (fd >= 0) {
@@ -164,7 +164,7 @@ bool BenchClient::ask(const nlohmann::json& request, nlohmann::json& answer, std
         }
         sent += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
     }
-    // A bench that sends its answer in bits has no more time than another.
+    // The time limit is the same if the answer arrives in parts.
     const auto due = std::chrono::steady_clock::now() + answerTimeout;
     std::size_t end = 0;
     while ((end = m_input.find('\n')) == std::string::npos) {

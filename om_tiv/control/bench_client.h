@@ -11,18 +11,17 @@
 
 namespace om::bench {
 
-/// One thread at a time, but for interrupt().
+/// One thread at a time, except for interrupt().
 class BenchClient
 {
 public:
-    /// Only a bench of the same user, or of root, is spoken to.
-    /// @param path the socket; empty takes OM_TIV_CONTROL, or finds the one bench that runs
-    /// @return null with one line of reason in error
+    /// Connects only to a bench of the same user or of root.
+    /// @param path the socket; empty uses OM_TIV_CONTROL, or finds the one running bench
+    /// @return null, with the reason in one line in error
     static std::unique_ptr<BenchClient> connect(const std::string& path, std::string& error);
     ~BenchClient();
 
-    /// The sockets of all benches of this user that run and serve, by their place in the runtime
-    /// folder.
+    /// The sockets of all running benches of this user, found in the runtime folder.
     static std::vector<std::string> running();
     BenchClient(const BenchClient&) = delete;
     BenchClient& operator=(const BenchClient&) = delete;
@@ -30,10 +29,10 @@ public:
     static constexpr std::size_t MAX_ANSWER = 8 * 1024 * 1024;
 
     /// Sends a request and waits up to 10 s for its answer, an object of up to MAX_ANSWER bytes.
-    /// False with a line of reason when the bench has gone or answered nonsense.
+    /// False, with the reason in one line, if the bench has ended or its answer is invalid.
     bool ask(const nlohmann::json& request, nlohmann::json& answer, std::string& error);
 
-    /// Makes an ask() that waits, and every later one, fail at once. Any thread.
+    /// Lets a waiting ask() and every later one fail at once. Any thread.
     void interrupt();
 
 private:

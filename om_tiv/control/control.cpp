@@ -28,9 +28,9 @@ using nlohmann::json;
 
 constexpr double DEGREES = 180.0 / PI;
 constexpr double LONGEST_GLIDE = 600.0; ///< s
-constexpr double FASTEST_SPIN = 1000.0; ///< degrees per second, what the gyroscope can read
+constexpr double FASTEST_SPIN = 1000.0; ///< degrees per second, range of the gyroscope
 
-/// A request that is refused, with the reason for whoever sent it.
+/// A refused request, with the reason for its sender.
 class Refusal : public std::runtime_error
 {
     using std::runtime_error::runtime_error;
@@ -73,7 +73,7 @@ std::array<double, N> numbers(const json& object, const char* key, double most)
     return result;
 }
 
-/// False where it is missing.
+/// False if it is missing.
 bool flag(const json& object, const char* key)
 {
     const auto found = object.find(key);
@@ -95,7 +95,7 @@ std::string text(const json& object, const char* key)
     return value.get<std::string>();
 }
 
-/// The faults that are not at their default, by the keys of bench files.
+/// The faults that differ from their default, or all, by the keys of bench files.
 json faultsAsJson(const Faults& faults, bool all)
 {
     const Faults none;
@@ -132,7 +132,8 @@ json triple(const Vector& v, double scale = 1.0)
     return {scale * v.x, scale * v.y, scale * v.z};
 }
 
-/// What the program was given last, by the keys of the truth; null before it has read anything.
+/// The values that the program has last received, by the keys of the truth; null before it has read
+/// anything.
 json readingAsJson(const std::optional<Reading>& reading)
 {
     if (!reading) {
@@ -143,7 +144,7 @@ json readingAsJson(const std::optional<Reading>& reading)
             {"angularVelocity", triple(reading->angularVelocity)}};
 }
 
-/// The place in a file means nothing here; the key does.
+/// Without the place in a file, which has no meaning here; with the key.
 std::string withoutPlace(const std::string& error)
 {
     const std::string place = "cameras[0]";
@@ -153,7 +154,7 @@ std::string withoutPlace(const std::string& error)
 
 constexpr const char* CAMERA = "camera"; ///< in place of a bench file's name
 
-/// A camera in the words of a bench file, read by the bench file's own reader.
+/// A camera as in a bench file, read by the reader of bench files.
 BenchDescription readCamera(const json& camera)
 {
     BenchDescription description;
@@ -225,7 +226,7 @@ private:
         return found;
     }
 
-    /// One that can be moved: what a recording holds stays as it was.
+    /// A camera that can be moved: not one that plays a recording.
     std::shared_ptr<VirtualCamera> movableCamera() const
     {
         auto found = camera();
@@ -243,7 +244,7 @@ private:
             const Truth truth = m_bench.truth(status.serialNumber);
             const auto device = m_bench.camera(status.serialNumber);
             if (!device) {
-                continue; // removed meanwhile
+                continue; // removed in the meantime
             }
             cameras.push_back({{"serialNumber", status.serialNumber},
                                {"model", toString(status.model).c_str()},
@@ -446,7 +447,7 @@ private:
             throw Refusal("\"faults\" must be an object");
         }
         if (clear || !given.empty()) {
-            // In one go, so that a fault that counts down meanwhile is not set back.
+            // In one step, so that a fault that counts down at the same time is not reset.
             target->changeFaults([&](Faults& faults) {
                 json wanted = faultsAsJson(clear ? Faults() : faults, true);
                 wanted.update(given);
@@ -503,7 +504,7 @@ std::string answerControl(Bench& bench, const std::string& request)
         }
         answer = Request(bench, parsed).answer();
     } catch (const std::exception& refusal) {
-        // Requests are quoted in refusals, which end on a terminal.
+        // Refusals quote the request and may be printed on a terminal.
         answer = {{"ok", false}, {"error", oneLine(refusal.what())}};
     }
     return answer.dump(-1, ' ', false, json::error_handler_t::replace);
@@ -525,7 +526,8 @@ void startControl(Bench& bench)
             std::fprintf(stderr, "om_tiv: no control socket: %s\n", oneLine(error).c_str());
             return;
         }
-        // Ends with the process: before the bench's own statics, which are never destroyed.
+        // Ends with the process. The bench's own statics are never destroyed, so it can use them
+        // until its end.
         static ControlServer* running = nullptr;
         running = server.release();
         std::atexit([] { delete running; });

@@ -31,14 +31,14 @@ struct Client
 {
     Descriptor socket;
     std::string input;    ///< up to the next line feed
-    std::string output;   ///< not yet taken by the client
+    std::string output;   ///< not yet accepted by the client
     bool closing = false; ///< after its output
-    bool drained = false; ///< nothing more was there to read
-    Moment lineDue;       ///< when it is dropped without the rest of its line
-    Moment takeDue;       ///< when it is dropped without having taken more of its output
+    bool drained = false; ///< there was nothing more to read
+    Moment lineDue;       ///< time limit for the rest of its line
+    Moment takeDue;       ///< time limit for accepting more of its output
 };
 
-/// What a client may leave unread before it is dropped.
+/// Maximum of unread output before a client is dropped.
 constexpr std::size_t maxOutput = 4 * 1024 * 1024;
 
 std::string reason(const std::string& what)
@@ -46,7 +46,7 @@ std::string reason(const std::string& what)
     return what + ": " + std::generic_category().message(errno);
 }
 
-/// Whether somebody listens at the address. One who listens and takes no connection does, too.
+/// Whether a process listens at the address, also one that accepts no connection.
 bool isAlive(const sockaddr_un& address)
 {
     const Descriptor probe(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
@@ -56,7 +56,7 @@ bool isAlive(const sockaddr_un& address)
            (errno != ECONNREFUSED && errno != ENOENT);
 }
 
-/// Empty, or why somebody else could put a socket of his own in the place of one in the folder.
+/// Empty, or the reason why another user could replace a socket in the folder.
 std::string dangerOf(const std::string& folder)
 {
     struct stat state = {};
@@ -67,7 +67,7 @@ std::string dangerOf(const std::string& folder)
         return "is a symbolic link";
     }
     const bool sticky = (state.st_mode & S_ISVTX) != 0;
-    // In a sticky folder its owner can still take away what others have made.
+    // In a sticky folder its owner can still remove the files of others.
     if (state.st_uid != ::geteuid() && !(state.st_uid == 0 && sticky)) {
         return "belongs to another user";
     }
@@ -81,7 +81,7 @@ void makeEarlier(Moment& moment, const Moment& other)
     }
 }
 
-/// For poll(): the milliseconds until then, rounded up; -1 for never.
+/// Time-out for poll(): milliseconds until the moment, rounded up; -1 for never.
 int timeUntil(const Moment& moment, SteadyClock::time_point now)
 {
     if (!moment) {
@@ -122,7 +122,7 @@ public:
     {
         if (m_thread.joinable()) {
             const char stop = 0;
-            // The pipe is empty, so that the write can't block or fail.
+            // The pipe is empty, so the write can't block or fail.
             [[maybe_unused]] const ssize_t written = ::write(m_stopWrite.get(), &stop, 1);
             m_thread.join();
         }
@@ -144,7 +144,7 @@ public:
 
         const std::size_t slash = m_path.rfind('/');
         std::string folder = slash == std::string::npos ? "." : m_path.substr(0, slash + 1);
-        // With a slash at its end a link would count as what it leads to.
+        // With a slash at its end a link would count as its target.
         while (folder.size() > 1 && folder.back() == '/') {
             folder.pop_back();
         }
@@ -176,8 +176,8 @@ public:
             }
             ::unlink(m_path.c_str());
         }
-        // The file takes its mode from the socket, so that it is right from the first moment, and
-        // the umask, which all threads share, stays as it is.
+        // The file gets its mode from the socket, so that the mode is right from the first moment
+        // and the umask, which all threads share, does not change.
         const int bound = ::fchmod(m_listener.get(), 0600) != 0
                               ? -1
                               : ::bind(m_listener.get(),
@@ -211,7 +211,7 @@ private:
             if (m_acceptAfter && *m_acceptAfter <= now) {
                 m_acceptAfter.reset();
             }
-            // With all slots taken new clients wait in the listener's queue.
+            // If all slots are in use new clients wait in the listener's queue.
             const bool free = m_clients.size() < MAX_CLIENTS && !m_acceptAfter;
             waiting.push_back({m_listener.get(), static_cast<short>(free ? POLLIN : 0), 0});
             Moment next = m_acceptAfter;
@@ -236,7 +236,7 @@ private:
                 if (attend(m_clients[i], waiting[i + 2].revents)) {
                     kept.push_back(std::move(m_clients[i]));
                 } else {
-                    m_acceptAfter.reset(); // its descriptor serves the next one
+                    m_acceptAfter.reset(); // its descriptor can be used for the next one
                 }
             }
             m_clients = std::move(kept);
@@ -251,7 +251,7 @@ private:
         Descriptor socket(
             ::accept4(m_listener.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
         if (!socket.valid()) {
-            // The client stays in the queue and would wake poll() again at once.
+            // The client stays in the queue and would wake poll() at once.
             if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
                 m_acceptAfter = SteadyClock::now() + m_limits.pause;
             }
@@ -269,7 +269,7 @@ private:
         m_clients.push_back(std::move(client));
     }
 
-    /// False when the client is done with.
+    /// False if the client is to be removed.
     bool attend(Client& client, short events)
     {
         if ((events & (POLLERR | POLLNVAL)) != 0) {
@@ -279,8 +279,8 @@ private:
         if (!client.drained && !client.closing && !readFrom(client)) {
             return false;
         }
-        // The rest of a line may have come while another request was carried out: what is there is
-        // read before its time is looked at.
+        // The rest of a line may have arrived during another request: available input is read
+        // before its time limit is checked.
         const auto now = SteadyClock::now();
         if (client.drained && client.lineDue && *client.lineDue <= now) {
             refuse(client,
@@ -306,7 +306,7 @@ private:
         const ssize_t count = ::recv(client.socket.get(), bytes.data(), bytes.size(), 0);
         client.drained = count < static_cast<ssize_t>(bytes.size());
         if (count == 0) {
-            client.closing = true; // what is left of its input is half a line
+            client.closing = true; // the rest of its input is an incomplete line
             client.lineDue.reset();
             return true;
         }
@@ -336,7 +336,7 @@ private:
         return true;
     }
 
-    /// Ends the connection behind a last line.
+    /// Ends the connection after a last line.
     static void refuse(Client& client, const std::string& why)
     {
         client.output += R"({"error":")" + why + R"(","ok":false})" + '\n';
@@ -362,7 +362,7 @@ private:
     Descriptor m_listener;
     Descriptor m_stopRead;
     Descriptor m_stopWrite;
-    // The server's thread only:
+    // Only for the server's thread:
     std::vector<Client> m_clients;
     Moment m_acceptAfter; ///< while there is no descriptor for a new client
     std::thread m_thread;

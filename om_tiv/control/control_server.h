@@ -10,20 +10,20 @@
 
 namespace om::bench {
 
-/// Where the control socket of this process belongs, by the environment: OM_TIV_CONTROL when set
-/// ("off" gives an empty path, for none), else bench-PID.sock in controlFolder().
+/// The path of this process's control socket: OM_TIV_CONTROL if it is set ("off" means none, an
+/// empty path), else bench-PID.sock in controlFolder().
 std::string controlPath();
 
-/// $XDG_RUNTIME_DIR/gravimon, or /tmp/gravimon-UID where there is no runtime folder.
+/// $XDG_RUNTIME_DIR/gravimon, or /tmp/gravimon-UID if there is no runtime folder.
 std::string controlFolder();
 
-/// Serves a Unix stream socket on a thread of its own.
+/// Serves a Unix stream socket on its own thread.
 ///
 /// Only processes of the same user (or root) are served; the file has mode 0600, and the folder
-/// must be one in which nobody else can put another in its place. A client may send anything: a
-/// line over MAX_LINE bytes ends its connection with an error, and half a line is dropped at the
-/// end. A slot is held as long as one likes between two requests, and no longer than Limits::idle
-/// by a client that owes the rest of a line or does not take its answer.
+/// must be one in which no other user can replace it. A client may send anything: a line over
+/// MAX_LINE bytes ends its connection with an error, and an incomplete line at the end is dropped.
+/// Between two requests a client keeps its slot without a time limit. With an incomplete line or an
+/// unread answer it keeps the slot for Limits::idle.
 class ControlServer
 {
 public:
@@ -36,16 +36,17 @@ public:
 
     struct Limits
     {
-        /// For a line from its first byte to its end, for the first line of a connection from the
-        /// connection on, and for each part of an answer to be taken. Less than a client waits.
+        /// Time limit for a line from its first byte to its end, for the first line from the
+        /// connection on, and for accepting each part of an answer. Shorter than a client's waiting
+        /// time.
         std::chrono::milliseconds idle{5000};
-        /// Before the next try where the process has no descriptor left for a client.
+        /// Pause before the next attempt if the process has no descriptor left for a client.
         std::chrono::milliseconds pause{250};
     };
 
-    /// Makes the folder (mode 0700) and the socket; a dead socket file at the path is replaced.
-    /// Returns at once whatever is at the path.
-    /// @return null with the reason in error
+    /// Creates the folder (mode 0700) and the socket; an unused socket file at the path is
+    /// replaced. Always returns at once.
+    /// @return null, with the reason in error
     static std::unique_ptr<ControlServer> start(const std::string& path, Handler handler,
                                                 std::string& error, const Limits& limits);
     static std::unique_ptr<ControlServer> start(const std::string& path, Handler handler,

@@ -28,7 +28,7 @@ std::string unlike(const std::string& wanted, const std::string& text)
     return "must be " + wanted + ", not \"" + text + "\"";
 }
 
-/// Digits and nothing else: what is empty is no 0, and what begins with 0 is not octal.
+/// Only digits. An empty text is not 0, and a leading 0 does not mean octal.
 CLI::Validator wholeNumber(std::uint64_t least, std::uint64_t most)
 {
     return {[least, most](std::string& text) {
@@ -52,7 +52,7 @@ CLI::Validator serialNumber()
     return wholeNumber(0, UINT32_MAX);
 }
 
-/// A finite number; its range is the bench's matter.
+/// A finite number; the bench checks its range.
 CLI::Validator number()
 {
     return {[](std::string& text) {
@@ -75,7 +75,7 @@ CLI::Validator someText()
             ""};
 }
 
-/// A fault's value as it stands on the command line: on, off, or what JSON makes of it.
+/// A fault's value on the command line: on, off, or a JSON value.
 json faultValue(const std::string& text)
 {
     if (text == "on" || text == "true") {
@@ -96,7 +96,7 @@ public:
     CommandLine()
     {
         m_app.require_subcommand(1);
-        m_app.fallthrough(); // what stands for all commands may follow one
+        m_app.fallthrough(); // general options may follow a command
         m_app.get_formatter()->column_width(34);
         m_app
             .add_option("--socket", m_order.socket,
@@ -339,7 +339,7 @@ private:
         });
     }
 
-    /// What is wrong, and where the usage is told.
+    /// The mistake, and the command that prints the usage.
     std::string reason(const CLI::ParseError& error) const
     {
         const CLI::App* last = &m_app; // the innermost command that was recognised
@@ -353,7 +353,7 @@ private:
              last->get_subcommands([](const CLI::App*) { return true; })) {
             known += (known.empty() ? "" : ", ") + sub->get_name();
         }
-        // What is unknown counts, not what it leaves missing.
+        // An unknown argument is reported rather than the missing one.
         const std::vector<std::string> strange = m_app.remaining(true);
         std::string what = error.what();
         if (!known.empty()) {
@@ -369,7 +369,7 @@ private:
     CLI::App m_app{"Controls the virtual bench of a running Gravimon.", "om-bench"};
     Order m_order;
 
-    // What the options of the commands fill; only one command is read.
+    // Filled by the options of the commands; only one command is read.
     unsigned int m_serial = 0;
     std::string m_model;
     std::string m_motion = "tumble";
@@ -383,7 +383,7 @@ private:
     double m_roll = 0.0;
     double m_glide = 0.3;
     std::vector<double> m_spin;
-    std::array<std::optional<double>, 3> m_field; ///< given one after the other
+    std::array<std::optional<double>, 3> m_field; ///< in the order of the arguments
     double m_strength = 0.0;
     std::optional<double> m_celsius;
     std::string m_faultName;

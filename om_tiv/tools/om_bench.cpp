@@ -39,14 +39,14 @@ int fail(Exit status, const std::string& reason)
 
 // ---- Output -------------------------------------------------------------------------------------
 
-// What an answer lacks, or holds in another form, is an exception of the JSON library, which main()
-// reports. So the text is made as a whole before the first of it is written.
+// Missing or wrong members of an answer cause an exception of the JSON library, which main()
+// reports. So the whole text is built before any of it is printed.
 
 class Text
 {
 public:
     void add(const std::string& line) { m_text += oneLine(line) + "\n"; }
-    /// JSON in ASCII alone: control characters that JSON allows are escaped, too.
+    /// JSON in ASCII only: control characters that JSON allows are escaped too.
     void addJson(const json& value, int indent)
     {
         m_text += value.dump(indent, ' ', true, json::error_handler_t::replace) + "\n";
@@ -62,7 +62,7 @@ std::uint64_t count(const json& object, const char* key)
     return object.at(key).get_ref<const json::number_unsigned_t&>();
 }
 
-// With the type asked for: the library's loops take a single value for a list of one.
+// With an explicit type, because the library's loops treat a single value as a list of one.
 
 const json::array_t& elements(const json& object, const char* key)
 {
@@ -86,7 +86,7 @@ std::string padded(const std::string& text, std::size_t width)
     return text + std::string(text.size() < width ? width - text.size() : 0, ' ');
 }
 
-/// Three numbers, or dashes where there is no such sensor.
+/// Three numbers, or dashes if there is no such sensor.
 std::string triple(const json& values, int width, int precision)
 {
     std::string text;
@@ -124,7 +124,7 @@ void addCameras(Text& out, const json::array_t& cameras)
     }
 }
 
-/// One line of what is true, and below it one of what the program was given last.
+/// One line with the true values, and one with the values that the program has last received.
 void addTruth(Text& out, const json& camera)
 {
     const auto values = [](const json& of) {
@@ -150,7 +150,7 @@ void addCalibration(Text& out, const json& eeprom)
         std::ostringstream line;
         line << name;
         for (const json& value : elements(eeprom, name)) {
-            // JSON has no word for what is no number; a fit that failed stores such values.
+            // JSON cannot represent values that are not numbers; a failed fit stores such values.
             line << " " << std::setprecision(9)
                  << (value.is_number() ? value.get<double>() : std::nan(""));
         }
@@ -182,7 +182,7 @@ void addAnswer(Text& out, const json& answer, const Order& order)
     }
 }
 
-/// @return whether there was a camera to show
+/// @return whether there was a camera
 bool addWatched(Text& out, const json::array_t& cameras, const Order& order)
 {
     bool found = false;
@@ -208,7 +208,7 @@ int write(const Text& out)
     return std::cout ? DONE : fail(REFUSED, "standard output can't be written");
 }
 
-/// Only a sound image of this camera reaches the file.
+/// Only a valid image of this camera is written to the file.
 int writeImage(const json& answer, const Order& order)
 {
     const std::string image = om::bench::fromHex(answer.at("image").get<std::string>());
@@ -225,7 +225,7 @@ int writeImage(const json& answer, const Order& order)
 
 // ---- Dialogue with the bench --------------------------------------------------------------------
 
-/// DONE with the answer, or the exit status with the reason on standard error.
+/// DONE with the answer, or the exit status after printing the reason to standard error.
 int ask(BenchClient& client, const json& request, json& answer)
 {
     std::string problem;
@@ -237,7 +237,7 @@ int ask(BenchClient& client, const json& request, json& answer)
                : fail(REFUSED, answer.value("error", "refused without a reason"));
 }
 
-/// Waits until a camera has read its recording, and shows on a terminal how far it is.
+/// Waits until a camera has read its recording, and shows the progress on a terminal.
 int awaitRecording(BenchClient& client, const Order& order, json& answer)
 {
     const bool shown = ::isatty(STDERR_FILENO) != 0;
@@ -259,7 +259,7 @@ int awaitRecording(BenchClient& client, const Order& order, json& answer)
     return status;
 }
 
-/// On standard error, beside the list: why it may lack cameras.
+/// Prints to standard error why cameras may be missing in the list.
 void tellState(const json& answer)
 {
     if (answer.contains("problem")) {
@@ -320,7 +320,7 @@ int watch(BenchClient& client, const Order& order)
 
 } // namespace
 
-// NOLINTNEXTLINE(bugprone-exception-escape): what is out of memory ends here
+// NOLINTNEXTLINE(bugprone-exception-escape): without memory the program ends
 int main(int argc, char** argv)
 {
     int status = DONE;

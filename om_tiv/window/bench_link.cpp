@@ -19,11 +19,11 @@ using om::bench::BenchClient;
 
 constexpr auto searchPeriod = 400ms;
 constexpr auto lookPeriod = 33ms;
-constexpr auto farewell = 300ms; ///< for orders that are left at the end
+constexpr auto farewell = 300ms; ///< time for the remaining requests at the end
 constexpr int looksPerField = 10;
 constexpr double degrees = 180.0 / om::bench::PI;
 
-/// The socket that the environment names; empty where it names none.
+/// The socket that the environment names; empty if there is none.
 std::string socketOfEnvironment()
 {
     const char* given = std::getenv("OM_TIV_CONTROL");
@@ -183,7 +183,7 @@ void BenchLink::serve(BenchClient& client)
             } else if (m_stopping) {
                 return;
             }
-            // With no order left all of them have been carried out.
+            // Without a queued request all of them have been executed.
             ticket = m_lastTicket;
         }
         std::string error;
@@ -200,7 +200,8 @@ void BenchLink::serve(BenchClient& client)
             } else {
                 tellSearching(error, {});
             }
-            // What answers nonsense answers it at once; it is not asked again and again.
+            // After an invalid answer the thread waits, so that it does not repeat the request
+            // without a pause.
             std::unique_lock<std::mutex> lock(m_mutex);
             m_wake.wait_for(lock, searchPeriod, [this] { return m_stopping; });
             return;

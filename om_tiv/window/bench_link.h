@@ -23,46 +23,47 @@ class BenchClient;
 
 namespace benchwindow {
 
-/// Finds the running program, asks it some thirty times a second how its bench stands, and carries
-/// orders to it. All talk is done on a thread of its own: no call here waits for the program.
+/// Finds the running program, reads the state of its bench about thirty times a second, and sends
+/// requests to it. All communication is on a separate thread: no call here waits for the program.
 ///
-/// The signals are sent on that thread; connected to objects of the interface thread they arrive
-/// there. Operations: interface thread.
+/// The signals are emitted on that thread; connections to objects of the interface thread are
+/// queued. Operations: interface thread.
 class BenchLink : public QObject
 {
     Q_OBJECT
 
 public:
-    /// @param socket the control socket; empty takes OM_TIV_CONTROL, or finds the program that runs
+    /// @param socket the control socket; empty uses OM_TIV_CONTROL, or finds the running program
     explicit BenchLink(const QString& socket = {}, QObject* parent = nullptr);
-    /// Orders that were given are still delivered, unless the program does not answer.
+    /// Sends the remaining requests first, unless the program does not answer.
     ~BenchLink() override;
 
-    /// Begins; once, after the signals are connected.
+    /// Starts the thread; once, after the signals are connected.
     void start();
 
-    /// Gives an order, a request of docs/bench-control.md. With a key it takes the place of one
-    /// with the same key that has not been delivered yet. Without a connection nothing happens.
-    /// @return its ticket, larger than all before it
+    /// Queues a request (docs/bench-control.md). It replaces a queued request with the same key, if
+    /// it has a key. Without a connection nothing happens.
+    /// @return its ticket, larger than all previous ones
     std::uint64_t send(const nlohmann::json& request, const std::string& key = {});
 
-    /// Turns a camera to a pose within the glide (seconds), from where it turns on at the spin
-    /// (rad/s, body frame).
+    /// Turns a camera to a pose within the glide (seconds), after which it continues to turn with
+    /// the spin (rad/s, body frame).
     std::uint64_t setPose(unsigned int serial, const om::bench::Quaternion& pose,
                           const om::bench::Vector& spin, double glide);
 
-    /// Where several programs run: which one to take.
+    /// Selects one of several running programs.
     void choose(const QString& path);
 
-    /// The newest state; changed() tells of it.
+    /// The newest state; changed() announces it.
     Snapshot snapshot() const;
 
 signals:
-    void searching(const QString& reason, const QStringList& choices); ///< at each change of these
+    void searching(const QString& reason,
+                   const QStringList& choices); ///< at each change of the arguments
     void connected(const QString& path);
     void lost(const QString& reason);
-    void refused(const QString& reason); ///< an order
-    void changed();                      ///< once until snapshot() is taken
+    void refused(const QString& reason); ///< a request was refused
+    void changed();                      ///< once until snapshot() is called
 
 private:
     struct Order
@@ -80,7 +81,7 @@ private:
 
     const std::string m_socket;
 
-    mutable std::mutex m_mutex; ///< guards what follows
+    mutable std::mutex m_mutex; ///< guards the following members
     std::condition_variable m_wake;
     bool m_stopping = false;
     om::bench::BenchClient* m_client = nullptr; ///< while connected
@@ -88,14 +89,14 @@ private:
     std::deque<Order> m_orders;
     std::uint64_t m_lastTicket = 0;
     Snapshot m_snapshot;
-    mutable bool m_told = false; ///< changed() has been sent and snapshot() not been taken
+    mutable bool m_told = false; ///< changed() was emitted and snapshot() not called yet
 
-    // The thread's own.
+    // Used only by the thread.
     std::string m_path; ///< of the client
     std::string m_toldReason;
     QStringList m_toldChoices;
     nlohmann::json m_field;
-    int m_looks = 0; ///< since the field was asked for
+    int m_looks = 0; ///< polls since the field was last read
 
     std::thread m_thread;
 };

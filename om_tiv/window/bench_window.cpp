@@ -22,7 +22,7 @@ namespace {
 
 constexpr int refusalMs = 6000;
 
-/// "process 1234" of ".../bench-1234.sock", else the file's name.
+/// "process 1234" for ".../bench-1234.sock", otherwise the file's name.
 QString programName(const QString& path)
 {
     const QString name = QFileInfo(path).completeBaseName();
@@ -224,7 +224,7 @@ void BenchWindow::showNews()
     m_snapshot = m_link.snapshot();
     const std::vector<CameraView>& cameras = m_snapshot.cameras;
     if (m_snapshot.find(m_chosen) == nullptr) {
-        // The one that the program shows is of most interest.
+        // The camera that the program shows is selected first.
         const auto used = std::find_if(cameras.begin(), cameras.end(), [](const CameraView& c) {
             return c.state == QLatin1String("streaming") || c.state == QLatin1String("open");
         });
@@ -293,7 +293,7 @@ void BenchWindow::turn(BodyView* view, const Turn& turn)
 
 void BenchWindow::closeEvent(QCloseEvent* event)
 {
-    // A body in the hand stays where it is; one that spins spins on.
+    // A held body keeps its pose; a spinning one continues to spin.
     m_stage->letGo();
     for (BodyView* const view : m_cards) {
         view->letGo();

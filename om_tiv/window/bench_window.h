@@ -21,18 +21,18 @@ namespace benchwindow {
 
 class Panel;
 
-/// The cameras of the bench of a running program: one large, all of them in a row below, and what
-/// can be done to them on the right. Without a program it waits for one and says so.
+/// Shows the cameras of the bench of a running program: one large, all of them in a row below, and
+/// their controls on the right. Without a program it shows that it waits for one.
 class BenchWindow : public QWidget
 {
     Q_OBJECT
 
 public:
-    /// @param socket as of BenchLink
+    /// @param socket as in BenchLink
     explicit BenchWindow(const QString& socket = {}, QWidget* parent = nullptr);
 
     BodyView* stage() const { return m_stage; }
-    BodyView* card(unsigned int serial) const; ///< null where there is none
+    BodyView* card(unsigned int serial) const; ///< null if there is none
     unsigned int chosen() const { return m_chosen; }
 
 protected:

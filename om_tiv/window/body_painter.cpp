@@ -33,7 +33,7 @@ int channel(double value)
     return static_cast<int>(std::clamp(value, 0.0, 255.0));
 }
 
-/// One lamp above to the left, and light from everywhere; a little gloss.
+/// One lamp above to the left, ambient light, and a little gloss.
 QColor lit(const QColor& colour, const Vector& normal)
 {
     const Vector lamp = (1.0 / length({-0.45, 0.8, 0.65})) * Vector{-0.45, 0.8, 0.65};
@@ -90,7 +90,7 @@ void BodyPainter::paintFloorPolygon(const std::vector<Vector>& points, const QCo
 
 void BodyPainter::paintFloor(double declination, bool letters)
 {
-    // What the body shades.
+    // The shadow of the body.
     const QPointF below = m_projection.at({0.0, FLOOR, 0.0});
     const double reach = 1.15 * m_projection.scale;
     m_painter.save();
@@ -153,7 +153,7 @@ void BodyPainter::paintFaces(const std::vector<Face>& faces, const Quaternion& t
             polygon << m_projection.fromEye(rotate(toEye, point));
         }
         const QColor colour = lit(face.colour, normal);
-        // A fine line of the same colour closes the seam between two faces.
+        // A thin line of the same colour closes the seam between two faces.
         m_painter.setPen(seam > 0.0 ? QPen(colour, seam) : QPen(Qt::NoPen));
         m_painter.setBrush(colour);
         m_painter.drawPolygon(polygon);
@@ -202,14 +202,14 @@ void BodyPainter::paintGlass(const Lens& lens, double front, const Quaternion& t
     }
     paintDisc(centre, lens.radius, toEye, lit(lens.ring, normal));
     paintDisc(centre, 0.82 * lens.radius, toEye, QColor(10, 10, 12));
-    // Deeper and bluer to the middle.
+    // Darker and bluer towards the middle.
     for (int ring = 0; ring < 6; ++ring) {
         const double share = ring / 5.0;
         paintDisc(
             centre, (0.68 - 0.42 * share) * lens.radius, toEye,
             QColor(channel(16 + 10 * share), channel(22 + 30 * share), channel(34 + 62 * share)));
     }
-    // The lamp's glint stays where the lamp is.
+    // The reflection of the lamp stays on the side of the lamp.
     const Vector glint = rotate(conjugate(toEye), {-0.35, 0.4, 0.0});
     const Vector spot{centre.x + lens.radius * glint.x, centre.y + lens.radius * glint.y, centre.z};
     paintDisc(spot, 0.12 * lens.radius, toEye, QColor(226, 234, 246, 210));
@@ -224,8 +224,8 @@ void BodyPainter::paintBody(const BodyShape& shape, const Quaternion& pose)
     std::sort(lenses.begin(), lenses.end(),
               [&](const Lens& a, const Lens& b) { return depthOf(a) < depthOf(b); });
 
-    // The plane of the front parts the lenses from the hull: whichever is on the eye's side of it
-    // comes last.
+    // The plane of the front separates the lenses from the hull: the part on the eye's side is
+    // painted last.
     const bool frontSeen =
         isSeen(rotate(toEye, {0.0, 0.0, -1.0}), rotate(toEye, {0.0, 0.0, front}));
     const auto paintLenses = [&] {

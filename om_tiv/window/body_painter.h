@@ -12,13 +12,13 @@
 
 namespace benchwindow {
 
-/// From the world to the picture. The world's origin is in the body.
+/// The projection from the world to the picture. The world's origin is in the body.
 struct Projection
 {
     QPointF centre;       ///< of the origin
-    double scale = 100.0; ///< pixels a unit at the origin
+    double scale = 100.0; ///< pixels per unit at the origin
 
-    /// In the eye's frame.
+    /// Of a point in the eye's frame.
     QPointF fromEye(const Vector& v) const;
     QPointF at(const Vector& world) const;
 };

@@ -15,7 +15,7 @@ using om::bench::Vector;
 
 constexpr int CORNER_STEPS = 9;
 constexpr double BEVEL = 0.035;
-constexpr double LIFT = 0.002; ///< of marks above the hull
+constexpr double LIFT = 0.002; ///< distance of marks from the hull
 
 const QColor graphite(52, 54, 58);
 const QColor shadowGrey(38, 40, 43);
@@ -29,7 +29,7 @@ struct Model
     double width;
     double height;
     double depth;
-    double corner; ///< radius of the outline seen from the front
+    double corner; ///< radius of the outline's corners, seen from the front
     double baseline;
     double lens;
     QColor body;
@@ -52,7 +52,7 @@ Vector cross(const Vector& a, const Vector& b)
     return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
 
-/// The body is about its own origin, so that a face's normal points away from it.
+/// The origin is inside the body, so a face's normal points away from it.
 Face outward(std::vector<Vector> points, const QColor& colour)
 {
     Vector normal = cross(points[1] - points[0], points[2] - points[1]);
@@ -86,7 +86,7 @@ void addRing(std::vector<Face>& faces, const std::vector<Vector>& a, const std::
 {
     for (std::size_t i = 0; i < a.size(); ++i) {
         const std::size_t next = (i + 1) % a.size();
-        // A fully rounded end has corners that touch.
+        // The corners of a fully rounded end touch each other.
         if (om::bench::length(a[next] - a[i]) > 1e-9) {
             faces.push_back(outward({a[i], a[next], b[next], b[i]}, colour));
         }
@@ -150,12 +150,12 @@ std::vector<Face> marksOf(const Model& m)
     const double tip = 0.32 * m.depth;
     marks.push_back(outward(
         {{0.0, top, -tip}, {0.075, top, 0.2 * m.depth}, {-0.075, top, 0.2 * m.depth}}, look::lime));
-    // The plug at the back with its surround, and a type plate.
+    // The plug at the back with its frame, and a type plate.
     marks.push_back(plate({0.0, 0.0, back}, {0.15, 0.0, 0.0}, {0.0, 0.075, 0.0}, darkAluminium));
     marks.push_back(plate({0.0, 0.0, back + LIFT}, {0.105, 0.0, 0.0}, {0.0, 0.036, 0.0}, socket));
     marks.push_back(
         plate({0.32 * m.width, 0.0, back}, {0.1, 0.0, 0.0}, {0.0, 0.05, 0.0}, m.body.lighter(135)));
-    // The thread of the tripod below.
+    // The tripod thread at the bottom.
     std::vector<Vector> thread;
     for (int i = 0; i < 20; ++i) {
         const double angle = 2.0 * PI * i / 20.0;

@@ -2,8 +2,7 @@
 /// The bodies of the camera models, as faces to paint.
 ///
 /// Body frame: x right, y up, z backward; one unit is half the width of the largest body. The
-/// bodies tell the models apart and look alike enough to be one family; they are no drawings to
-/// scale.
+/// bodies of the models differ, but look like one family; they are not drawn to scale.
 #pragma once
 
 #include "world/geometry.h"
@@ -15,7 +14,7 @@
 
 namespace benchwindow {
 
-/// A flat polygon, seen from the side that its normal points to.
+/// A flat polygon, visible from the side to which its normal points.
 struct Face
 {
     std::vector<om::bench::Vector> points;
@@ -23,7 +22,7 @@ struct Face
     QColor colour;
 };
 
-/// A disc stack on the front: ring, glass and what glints in it.
+/// A stack of discs on the front: ring, glass and reflection.
 struct Lens
 {
     double x = 0.0;
@@ -36,13 +35,13 @@ struct BodyShape
     double width = 2.0;
     double height = 0.4;
     double depth = 0.4;
-    std::vector<Face> hull;   ///< convex: no face hides another that is seen
-    std::vector<Face> marks;  ///< lie on the hull, in the order of painting
-    std::vector<Lens> lenses; ///< stand out of the front
+    std::vector<Face> hull;   ///< convex: no visible face hides another one
+    std::vector<Face> marks;  ///< on the hull, in the order of painting
+    std::vector<Lens> lenses; ///< in front of the hull
     static constexpr double LENS_HEIGHT = 0.035;
 };
 
-/// The shape of a model by its name; that of TIV_Q for a name that is not known.
+/// The shape of a model by its name; that of TIV_Q for an unknown name.
 const BodyShape& shapeOf(const QString& model);
 
 } // namespace benchwindow

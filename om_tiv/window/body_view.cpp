@@ -19,12 +19,12 @@ using om::bench::normalized;
 using om::bench::rotate;
 
 constexpr int framePeriodMs = 16;
-constexpr double holdGlide = 0.05; ///< s, of the orders while a hand turns
+constexpr double holdGlide = 0.05; ///< s, in requests while the user drags
 constexpr double stopGlide = 0.15; ///< s
 constexpr double levelGlide = 0.9; ///< s
 constexpr double keyTurn = 5.0 * om::bench::PI / 180.0;
 constexpr double keyGlide = 0.03;      ///< s
-constexpr double longestGuess = 0.5;   ///< s that the shown pose runs on without news
+constexpr double longestGuess = 0.5;   ///< s, maximum extrapolation of the shown pose
 constexpr double figuresHeight = 64.0; ///< pixels
 constexpr double degrees = 180.0 / om::bench::PI;
 
@@ -133,7 +133,7 @@ void BodyView::setShown(const Quaternion& pose, const Vector& rate)
     m_pose = pose;
     m_rate = rate;
     m_since = now();
-    // A card moves at the pace of the news.
+    // A card moves only with new states.
     const bool moves = m_held || (m_kind == KIND::STAGE && length(rate) > 1e-3);
     if (moves && !m_timer.isActive()) {
         m_timer.start();
@@ -159,7 +159,8 @@ void BodyView::tick()
         return;
     }
     const Vector rate = m_meter.rateAt(now());
-    // A hand that comes to rest is told until it rests: the body turns on at what was said last.
+    // Sent until the pointer rests, because the body continues to turn with the last rate that was
+    // sent.
     if (m_moved || m_turning) {
         order(rate, holdGlide);
     }
@@ -181,7 +182,7 @@ Projection BodyView::projection() const
 {
     Projection projection;
     if (m_kind == KIND::STAGE) {
-        // The figures stand below the rose.
+        // The values are below the compass rose.
         projection.scale = std::min((height() - figuresHeight) / 3.15, width() / 4.0);
         projection.centre =
             QPointF(width() / 2.0, (height() - figuresHeight) / 2.0 - 0.36 * projection.scale);
@@ -198,7 +199,7 @@ BallPoint BodyView::ballPoint(const QPointF& position) const
     return {from.x(), -from.y()};
 }
 
-/// Tells the pose that is shown, with a rate in the world's frame.
+/// Requests the shown pose, with a rate in the world's frame.
 void BodyView::order(const Vector& worldRate, double glide)
 {
     m_moved = false;
@@ -219,7 +220,7 @@ void BodyView::mousePressEvent(QMouseEvent* event)
     m_meter.start(now());
     setCursor(Qt::ClosedHandCursor);
     if (m_kind == KIND::STAGE) {
-        // A hand on a body stops it. A click on a card only chooses.
+        // A press on the large body stops it. A click on a card only selects the camera.
         order({}, stopGlide);
     }
 }
@@ -284,7 +285,7 @@ void BodyView::level()
     m_held = false;
     m_moved = false;
     m_turning = false;
-    // What is shown goes there as the bench tells.
+    // The view then follows the states of the bench.
     emit turned({m_camera.serial, {}, {}, levelGlide});
 }
 

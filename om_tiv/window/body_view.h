@@ -1,5 +1,5 @@
 /// @file
-/// A camera's body that one takes in the hand.
+/// A camera's body that the mouse turns.
 #pragma once
 
 #include "window/body_painter.h"
@@ -14,7 +14,8 @@
 
 namespace benchwindow {
 
-/// What a hand did to a camera: it is to turn to the pose within the glide, and on from there.
+/// A turn by the user: the camera turns to the pose within the glide and then continues with the
+/// spin.
 struct Turn
 {
     unsigned int serial = 0;
@@ -23,8 +24,9 @@ struct Turn
     double glide = 0.0; ///< s
 };
 
-/// Shows a camera as its bench tells, and turns it with the mouse: drag turns, a release in motion
-/// lets it spin on, a press stops it. Arrow keys turn it by steps, the space bar stops it.
+/// Shows a camera in the state of its bench and turns it with the mouse: dragging turns it, after a
+/// release in motion it continues to spin, a press stops it. Arrow keys turn it in steps, the space
+/// bar stops it.
 class BodyView : public QWidget
 {
     Q_OBJECT
@@ -37,11 +39,11 @@ public:
 
     explicit BodyView(KIND kind, QWidget* parent = nullptr);
 
-    /// @param ticket up to which the orders have been carried out that the view tells of
+    /// @param ticket all requests up to this ticket have been executed in the state
     void setCamera(const CameraView& camera, std::uint64_t ticket);
     void setDeclination(double degrees);
     void setChosen(bool chosen); ///< a card's frame
-    /// The pose that is shown stays until a state with this ticket comes.
+    /// The shown pose stays until a state with this ticket arrives.
     void awaitTicket(std::uint64_t ticket);
 
     unsigned int serial() const { return m_camera.serial; }
@@ -53,9 +55,9 @@ public:
 
     QSize sizeHint() const override;
 
-    void stop();  ///< where it is
-    void level(); ///< level, looking north
-    void letGo(); ///< of a body in the hand, which then stays
+    void stop();  ///< at its current pose
+    void level(); ///< level, facing north
+    void letGo(); ///< releases a held body, which keeps its pose
 
 signals:
     void pressed(unsigned int serial);
@@ -88,14 +90,14 @@ private:
     bool m_chosen = false;
     bool m_hovered = false;
 
-    Quaternion m_pose; ///< at m_since, while nobody holds it turning on at m_rate
+    Quaternion m_pose; ///< at m_since; it continues to turn with m_rate while it is not held
     Vector m_rate;     ///< rad/s, body frame
     double m_since = 0.0;
     std::uint64_t m_awaited = 0;
 
     bool m_held = false;
-    bool m_moved = false;   ///< since the last order
-    bool m_turning = false; ///< so said the last order
+    bool m_moved = false;   ///< since the last request
+    bool m_turning = false; ///< the last request had a rate
     BallPoint m_last;
     SpinMeter m_meter;
 

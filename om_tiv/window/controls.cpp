@@ -118,7 +118,7 @@ void SliderRow::showValue(double value, std::uint64_t ticket)
     m_showing = true;
     m_slider->setValue(static_cast<int>(std::lround(value / m_range.step)));
     m_showing = false;
-    // The value may lie between two steps or beyond the slider's ends.
+    // The value may be between two steps or outside the slider's range.
     showText(value);
 }
 
@@ -178,8 +178,7 @@ void FaultRow::showNumber(int number, std::uint64_t ticket)
     if (m_switch != nullptr) {
         m_switch->setChecked(number != 0);
     }
-    // A number of 0 is for the switch to show: the one that the user has set stays for the next
-    // time.
+    // The switch shows a number of 0; the number that the user has set stays for the next time.
     const bool shows = m_switch == nullptr || number != 0;
     if (m_number != nullptr && shows && !m_number->hasFocus()) {
         m_number->setValue(number);

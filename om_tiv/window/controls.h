@@ -1,8 +1,8 @@
 /// @file
-/// Switches and sliders that show what a bench tells and order what the user wants.
+/// Switches and sliders that show the state of a bench and request changes.
 ///
-/// Each shows news only once its own last order has been carried out, and not while the user has it
-/// in hand, so that it never jumps back.
+/// Each shows a new state only after its own last request has been executed, and not while the user
+/// operates it, so that it never jumps back.
 #pragma once
 
 #include <QAbstractButton>
@@ -36,7 +36,7 @@ private:
     const QColor m_on;
 };
 
-/// A list to choose from, with an arrow in the manner of the rest.
+/// A list to choose from, with an arrow in the style of the other controls.
 class ChoiceBox : public QComboBox
 {
     Q_OBJECT
@@ -82,7 +82,7 @@ private:
     QSlider* m_slider;
 };
 
-/// A fault: its name, its number where it has one, and a switch where it can be off.
+/// A fault: its name, its number if it has one, and a switch if it can be off.
 class FaultRow : public QWidget
 {
     Q_OBJECT
@@ -93,13 +93,13 @@ public:
         enum class KIND {
             SWITCH,  ///< true or false
             NUMBER,  ///< a number, 0 for off
-            SETTING, ///< a number that goes with another fault
+            SETTING, ///< a number that belongs to another fault
         };
         const char* key; ///< of bench files
         const char* name;
         const char* tip;
         KIND kind;
-        int usual; ///< the number at first; of a setting the neutral one
+        int usual; ///< the initial number; of a setting the neutral one
         int least;
         int most;
         const char* unit;
@@ -108,7 +108,7 @@ public:
     explicit FaultRow(const Fault& fault, QWidget* parent = nullptr);
 
     const Fault& fault() const { return m_fault; }
-    /// @param number 0 and 1 for off and on of a switch
+    /// @param number 0 and 1 for a switch that is off or on
     void showNumber(int number, std::uint64_t ticket);
     void awaitTicket(std::uint64_t ticket) { m_awaited = ticket; }
     Switch* toggle() const { return m_switch; }   ///< null for a setting

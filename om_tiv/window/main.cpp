@@ -1,4 +1,4 @@
-// om-bench-window: the virtual cameras of a running program in the hand.
+// om-bench-window: turns the virtual cameras of a running program with the mouse.
 //
 // Exit status: 0 the window was closed, 1 no display, 2 wrong usage.
 
@@ -27,7 +27,7 @@ bool isSet(const char* name)
 
 } // namespace
 
-// NOLINTNEXTLINE(bugprone-exception-escape): what is out of memory ends here
+// NOLINTNEXTLINE(bugprone-exception-escape): without memory the program ends
 int main(int argc, char** argv)
 {
     CLI::App options{
@@ -58,7 +58,7 @@ int main(int argc, char** argv)
     QApplication::setApplicationName(QStringLiteral("om-bench-window"));
     QApplication::setApplicationVersion(QStringLiteral(GRAVIMON_VERSION));
     benchwindow::BenchWindow window(QString::fromStdString(socket));
-    // A body in the hand is let go.
+    // A held body is released.
     const CloseSignals closeSignals(&window);
     window.show();
     return QApplication::exec();

@@ -36,7 +36,7 @@ constexpr std::array<Motion, 5> MOTIONS = {{{"posed", QT_TRANSLATE_NOOP("Panel",
                                             {"tumble", QT_TRANSLATE_NOOP("Panel", "Tumbling")},
                                             {"fall", QT_TRANSLATE_NOOP("Panel", "Falling")}}};
 
-/// Before the row of this key stands this heading.
+/// The heading is placed before the row of this key.
 struct Heading
 {
     const char* before;
@@ -326,7 +326,7 @@ void Panel::sendField()
     }
 }
 
-/// Orders for another camera keep nothing of this one back.
+/// Requests for another camera do not delay the states of this one.
 void Panel::awaitNothing()
 {
     m_awaitedSwitches = 0;

@@ -1,5 +1,5 @@
 /// @file
-/// What can be done to a camera and to the bench besides turning the body.
+/// The controls of a camera and of the bench, except for the pose.
 #pragma once
 
 #include "window/controls.h"
@@ -18,7 +18,7 @@ class QVBoxLayout;
 
 namespace benchwindow {
 
-/// All faults that have a row of their own, in their order; the magnetic disturbance has a slider.
+/// All faults with their own row, in the order of the rows; the magnetic disturbance has a slider.
 const std::vector<FaultRow::Fault>& faultTable();
 
 /// Switches and sliders for the chosen camera, and for the field of the bench.
@@ -27,16 +27,16 @@ class Panel : public QFrame
     Q_OBJECT
 
 public:
-    /// Carries an order away and returns its ticket, as BenchLink::send().
+    /// Sends a request and returns its ticket, like BenchLink::send().
     using Sender = std::function<std::uint64_t(const nlohmann::json&, const std::string&)>;
 
-    static constexpr unsigned int OLD_FIRMWARE = 1141; ///< Gravimon wants 1142
+    static constexpr unsigned int OLD_FIRMWARE = 1141; ///< Gravimon requires 1142
     static constexpr unsigned int NEW_FIRMWARE = 1201;
     static constexpr unsigned int OLDEST_GOOD_FIRMWARE = 1142;
 
     explicit Panel(Sender send, QWidget* parent = nullptr);
 
-    /// @param camera the chosen one, null for none
+    /// @param camera the selected one, null for none
     void showCamera(const CameraView* camera, const om::bench::Field& field, std::uint64_t ticket);
 
 signals:
@@ -44,7 +44,7 @@ signals:
     void levelPressed();
 
 protected:
-    /// The wheel scrolls the panel; it does not change what the pointer happens to be over.
+    /// The wheel scrolls the panel; it does not change the control under the pointer.
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
@@ -63,7 +63,7 @@ private:
     const Sender m_send;
     unsigned int m_serial = 0;
     QVBoxLayout* m_rows;
-    std::vector<QWidget*> m_ofCamera; ///< of no use without one
+    std::vector<QWidget*> m_ofCamera; ///< disabled without a camera
 
     Switch* m_plug = nullptr;
     QComboBox* m_motion = nullptr;
@@ -75,7 +75,7 @@ private:
     SliderRow* m_declination = nullptr;
     std::vector<FaultRow*> m_faults;
     om::bench::Field m_field;
-    std::uint64_t m_awaitedSwitches = 0; ///< of plug, motion and firmware
+    std::uint64_t m_awaitedSwitches = 0; ///< ticket of plug, motion and firmware
     std::uint64_t m_awaitedField = 0;
 };
 

@@ -1,5 +1,5 @@
 /// @file
-/// What a bench tells of itself, as the window shows it.
+/// The state of a bench, as the window shows it.
 #pragma once
 
 #include "world/geometry.h"
@@ -26,22 +26,22 @@ struct CameraView
     om::bench::Vector angularVelocity; ///< rad/s, body frame
     double heading = 0.0;              ///< degrees clockwise from magnetic north
     om::bench::Vector field;           ///< uT, body frame
-    nlohmann::json faults;             ///< those that are not neutral, by the keys of bench files
+    nlohmann::json faults; ///< the ones that are not neutral, by the keys of bench files
 
     bool isPlugged() const { return state != QLatin1String("unplugged"); }
 };
 
 struct Snapshot
 {
-    std::uint64_t ticket = 0; ///< all orders up to this one had been carried out
+    std::uint64_t ticket = 0; ///< all requests up to this one had been executed
     std::vector<CameraView> cameras;
     om::bench::Field field;
 
     const CameraView* find(unsigned int serial) const;
 };
 
-/// Reads the answers to "list" and "field". Throws nlohmann::json::exception where they are not
-/// what a bench answers.
+/// Reads the answers to "list" and "field". Throws nlohmann::json::exception if they are not valid
+/// answers of a bench.
 Snapshot readSnapshot(const nlohmann::json& list, const nlohmann::json& field);
 
 } // namespace benchwindow

@@ -14,8 +14,8 @@ Vector cross(const Vector& a, const Vector& b)
     return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
 
-/// The point of the ball under the pointer: a sphere in the middle that goes over into a
-/// hyperboloid at its rim without a kink.
+/// The point of the ball under the pointer. The ball is a sphere in the middle with a smooth
+/// transition to a hyperboloid at its rim.
 Vector onBall(const BallPoint& point)
 {
     const double square = point.x * point.x + point.y * point.y;
@@ -80,7 +80,8 @@ Vector SpinMeter::rateAt(double seconds) const
             sum = sum + entry.turn;
         }
     }
-    // Right after the start there is less than a window to look at, but never less than two events.
+    // Directly after the start the time span is shorter than the window, but contains at least two
+    // events.
     const double span = std::clamp(seconds - m_start, 0.02, WINDOW);
     const Vector rate = (1.0 / span) * sum;
     const double speed = om::bench::length(rate);

@@ -1,9 +1,9 @@
 /// @file
-/// How a hand on the mouse turns a body: the ball under the pointer, and the rate at which it goes
-/// on.
+/// How the mouse turns a body: the ball under the pointer, and the rate with which the body
+/// continues to turn.
 ///
-/// Frames as in bench/geometry.h. The eye's frame has x to the right of the picture, y up and z to
-/// the eye.
+/// Frames as in bench/geometry.h. The eye's frame has x to the right of the picture, y up and z
+/// towards the eye.
 #pragma once
 
 #include "world/geometry.h"
@@ -15,8 +15,8 @@ namespace benchwindow {
 using om::bench::Quaternion;
 using om::bench::Vector;
 
-/// Eye to world: from behind and above, as Gravimon's 3D view looks at first, so that a turn looks
-/// the same in both windows.
+/// Eye to world: from behind and above, like the first view of Gravimon's 3D view, so that a turn
+/// looks the same in both windows.
 Quaternion viewAttitude();
 
 struct Attitude
@@ -36,19 +36,20 @@ struct BallPoint
     double y = 0.0;
 };
 
-/// The turn, in the eye's frame, that takes the ball's surface from one point under the pointer to
-/// another. Around the ball it goes over into a turn about the line of sight.
+/// The rotation in the eye's frame that moves the ball's surface from one point under the pointer
+/// to another. Outside the ball it becomes a rotation about the line of sight.
 Quaternion ballTurn(const BallPoint& from, const BallPoint& to);
 
-/// The rate of the turns of the last moments.
+/// The rate of the most recent turns.
 class SpinMeter
 {
 public:
-    static constexpr double WINDOW = 0.08;      ///< s
-    static constexpr double FASTEST = 10.0;     ///< rad/s
-    static constexpr double STILL_BELOW = 0.35; ///< rad/s; a slower hand has not thrown the body
+    static constexpr double WINDOW = 0.08;  ///< s
+    static constexpr double FASTEST = 10.0; ///< rad/s
+    static constexpr double STILL_BELOW =
+        0.35; ///< rad/s; at a slower release the body does not spin
 
-    void start(double seconds);                   ///< forgets all turns; the hand has come down
+    void start(double seconds);                   ///< at a press: forgets all turns
     void add(double seconds, const Vector& turn); ///< rotation vector
     /// rad/s, in the frame of the turns. Not faster than FASTEST.
     Vector rateAt(double seconds) const;
