@@ -46,7 +46,7 @@ public:
 
     /// Creates the folder (mode 0700) and the socket; an unused socket file at the path is
     /// replaced. Always returns at once.
-    /// @return null, with the reason in error
+    /// @return null on failure, with the reason in error
     static std::unique_ptr<ControlServer> start(const std::string& path, Handler handler,
                                                 std::string& error, const Limits& limits);
     static std::unique_ptr<ControlServer> start(const std::string& path, Handler handler,

@@ -8,7 +8,7 @@
 Compass::Compass(QWidget* parent) : QwtCompass(parent)
 {
     setRaw(false);
-    // It shows a heading and takes none. A dial that has the focus would keep the dialog's keys.
+    // It shows a heading and accepts no input. A dial with the focus would take the dialog's keys.
     setReadOnly(true);
     setFocusPolicy(Qt::NoFocus);
 }
@@ -17,7 +17,7 @@ void Compass::setRaw(bool raw)
 {
     const QColor face(raw ? Qt::darkRed : Qt::darkBlue);
 
-    // Only roles that are given a colour below reach the widget; the others stay invalid.
+    // Only roles that get a colour below are set on the widget; the others stay invalid.
     QPalette work;
     for (int role = 0; role < QPalette::NColorRoles; ++role)
         work.setColor(QPalette::All, static_cast<QPalette::ColorRole>(role), QColor());

@@ -4,7 +4,7 @@
 
 #include <qwt_compass.h>
 
-/// A compass in one of two looks; driven by setValue() in degrees clockwise from north, in any
+/// A compass in one of two styles; setValue() sets it in degrees clockwise from north, in any
 /// range. Mouse, wheel and keys do not turn it. Interface thread only.
 class Compass : public QwtCompass
 {
@@ -14,7 +14,7 @@ public:
     /// Dark blue, at 0 degrees.
     explicit Compass(QWidget* parent = nullptr);
 
-    /// Takes the look of the uncalibrated heading (dark red) or of the calibrated one (dark blue)
-    /// and goes to 0 degrees. May be called again; the dial owns and replaces its scale and needle.
+    /// Sets the style of the uncalibrated heading (dark red) or of the calibrated one (dark blue),
+    /// and 0 degrees. May be called again; the dial owns and replaces its scale and needle.
     void setRaw(bool raw);
 };

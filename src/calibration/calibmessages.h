@@ -15,7 +15,7 @@ struct Message
     QString title;
     QString text;
     QMessageBox::Icon icon;
-    QStringList buttons; ///< in order; the last one is the one that goes on
+    QStringList buttons; ///< in order; the last one continues
 };
 
 Message calibrationStarting();
@@ -27,9 +27,9 @@ Message resetFailed();
 Message confirmExit(); ///< buttons "No", "Yes"
 Message cameraFailed(const QString& error);
 
-/// Shows the box and waits for it; timers and queued calls run on meanwhile.
-/// @return index of the pressed button, -1 when a signal of the system closed the box without one,
-///         which is no consent
+/// Shows the box and waits for the answer; timers and queued calls continue to run.
+/// @return index of the pressed button, -1 if a system signal closed the box without a button,
+///         which is not a consent
 int show(const Message& message, const Style& style);
 
 } // namespace calibmessages

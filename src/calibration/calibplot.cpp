@@ -50,7 +50,7 @@ CalibPlot::CalibPlot(QWidget* parent) : QwtPlot(parent), canvas(std::make_shared
 
 CalibPlot::~CalibPlot()
 {
-    // The grid's leave would otherwise draw the plot once more.
+    // Removing the grid would otherwise draw the plot once more.
     setAutoReplot(false);
 }
 

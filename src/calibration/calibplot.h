@@ -11,7 +11,7 @@ class QwtPlotCanvas;
 class QwtPlotGrid;
 class QwtPlotShapeItem;
 
-/// Interface thread only. Curves are attached from outside.
+/// Interface thread only. The user of the plot attaches the curves.
 class CalibPlot : public QwtPlot
 {
 public:
@@ -20,15 +20,15 @@ public:
     explicit CalibPlot(QWidget* parent = nullptr);
     ~CalibPlot() override;
 
-    /// Puts the plane's ellipse into the rectangle at (x, y), in the plot's coordinates, in place
-    /// of the former one. A rectangle of no width or height gives a flat ellipse.
+    /// Sets the plane's ellipse to fill the rectangle at (x, y), in the plot's coordinates. With a
+    /// width or height of 0 the ellipse is flat.
     void setFitEllipse(CalibPlot::_plane plane, float x, float y, float width, float height);
 
     /// The colour of a plane's points and ellipse, translucent.
     static QColor planeColor(CalibPlot::_plane plane);
 
-    /// Holds back the automatic replot of some plots while several of their items change, and
-    /// replots each once at its end. Holds may nest: the outermost one replots.
+    /// Suspends the automatic replot of some plots while several of their items change, and replots
+    /// each once at its end. Holds may be nested: the outermost one replots.
     class ReplotHold
     {
     public:
@@ -52,8 +52,9 @@ public:
 private:
     friend struct CalibPlotProbe; // the tests' access
 
-    // Canvas and grid belong to these pointers and to the plot. The members go before the base, and
-    // a canvas or grid that goes takes itself out of its plot: nothing is deleted twice.
+    // These pointers and the plot both own canvas and grid. Members are destroyed before the base,
+    // and a canvas or grid removes itself from its plot when it is destroyed: nothing is deleted
+    // twice.
     std::shared_ptr<QwtPlotCanvas> canvas;
     std::shared_ptr<QwtPlotGrid> grid;
     std::vector<QwtPlotShapeItem*> fitEllipses; // by _plane; owned by the plot

@@ -10,7 +10,7 @@
 
 namespace chartmath {
 
-/// Where the values begin and how far they reach. 0 and 0 without values.
+/// The smallest value and the width of the range. 0 and 0 without values.
 struct Extent
 {
     float start = 0.0F;
@@ -25,8 +25,9 @@ inline Extent extentOf(const QVector<double>& values)
     return {static_cast<float>(*least), static_cast<float>(std::abs(*most - *least))};
 }
 
-/// Half width of a scale centred on zero that shows all values with a tenth to spare. Where there
-/// is no finite one (no values, or a fit that gave NaN or infinities) it is that of an empty plot.
+/// Half width of a scale centred on zero that shows all values with a margin of a tenth. If it is
+/// not finite or there are no values (a fit can return NaN or infinities), it is that of an empty
+/// plot.
 inline double symmetricLimit(std::initializer_list<const QVector<double>*> axes)
 {
     constexpr double ofEmptyPlot = 1.5;

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Unknowns of the fit, and so the fewest samples that determine it.
+/// Unknowns of the fit, and so the minimum number of samples.
 constexpr int unknowns = 6;
 
 Eigen::VectorXd toDense(const std::vector<double>& values)
@@ -18,8 +18,8 @@ Eigen::VectorXd toDense(const std::vector<double>& values)
     return dense;
 }
 
-/// N = D' D and g = D' ones. N is symmetric, so half of it is worked out; block by block, so that
-/// the columns of a block are read from memory once and from the cache after that.
+/// N = D' D and g = D' ones. N is symmetric, so only half of it is computed; in blocks, so that the
+/// columns of a block are read from memory once and then from the cache.
 void formNormalEquations(const Eigen::MatrixXd& design, Eigen::MatrixXd& normal,
                          Eigen::VectorXd& rightSide)
 {
@@ -59,8 +59,8 @@ bool MagCalib::ellipsoidCalibration(Eigen::VectorXd& x, Eigen::VectorXd& y, Eige
     for (int i = 0; i < 3; ++i)
         scale[i] = targetRadius / radii[i];
 
-    // With the axes at identity the correction is the diagonal itself; the products keep the shape
-    // that a fit with free axes would need.
+    // With the identity as axes the correction is the diagonal; the products have the form that a
+    // fit with free axes would need.
     Eigen::MatrixXd gains = Eigen::MatrixXd::Zero(3, 3);
     for (int i = 0; i < 3; ++i)
         gains(i, i) = scale[i];
@@ -93,7 +93,7 @@ void MagCalib::ellipsoidFit(Eigen::VectorXd& x, Eigen::VectorXd& y, Eigen::Vecto
     const double* const sy = y.data();
     const double* const sz = z.data();
 
-    // Column by column: D is column-major, so each column is one run through memory.
+    // Column by column: D is column-major, so each column is contiguous in memory.
     Eigen::MatrixXd design(n, unknowns);
     double* column = design.data();
     for (const double* samples : {sx, sy, sz}) {

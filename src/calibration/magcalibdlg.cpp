@@ -17,7 +17,8 @@ namespace {
 
 constexpr int updatePeriodMs = 100;
 
-// A periodic fit needs more samples than the first and so many new ones since the last fit.
+// A periodic fit needs more samples than the first number, and the second number of new ones since
+// the last fit.
 constexpr int firstFitAbove = 100;
 constexpr int newSamplesAbove = 49;
 
@@ -43,7 +44,7 @@ MagCalibDlg::MagCalibDlg(int serial, QWidget* parent)
     : QDialog(parent), ui(new Ui_MagCalibDlg), serialNumber(serial)
 {
     ui->setupUi(this);
-    // A title and no buttons: the exit button is the only way out.
+    // A title without buttons: the exit button is the only way to leave.
     setWindowFlags(Qt::Window | Qt::WindowTitleHint | Qt::CustomizeWindowHint);
     setOmStyleSheet();
     ui->widget_raw_compass->setRaw(true);
@@ -130,7 +131,7 @@ bool MagCalibDlg::startAcquisition()
 
 void MagCalibDlg::stopAcquisition()
 {
-    // The stream ends before the thread is told to.
+    // The stream is stopped before the thread.
     if (mcu)
         mcu->stopCapture();
 
@@ -166,7 +167,7 @@ void MagCalibDlg::on_pushButton_start_clicked(bool checked)
         return;
     }
 
-    // Samples and fits go on until the user answers.
+    // Samples and fits continue until the user answers.
     calibmessages::show(calibmessages::calibrationStopped(), *style);
     ui->pushButton_start->setText(" Continue Calibration");
     ui->pushButton_start->setIcon(QIcon(":/images/play.png"));
@@ -253,7 +254,7 @@ void MagCalibDlg::updateCalibration()
     askCoverage();
     const int count = rawX.size();
     if (count > firstFitAbove && count - lastFitCount > newSamplesAbove) {
-        // A fit comes to the plots three times; they replot once.
+        // A fit changes the plots three times; they replot once.
         const CalibPlot::ReplotHold hold(plots());
         calibrateData();
         lastFitCount = count;

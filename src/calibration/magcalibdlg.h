@@ -1,7 +1,7 @@
 /// @file
 /// The dialog that calibrates a camera's magnetometer.
 ///
-/// One source file a topic: magcalibdlg.cpp (construction, buttons, messages, update timer), and
+/// One source file per topic: magcalibdlg.cpp (construction, buttons, messages, update timer), and
 /// magcalibdlg_*.cpp: sampling (the reading thread and the fit), mculink (device list, link and
 /// EEPROM) and calibcharts (the scatter plots).
 #pragma once
@@ -28,38 +28,38 @@ namespace om {
 class TIVmcu;
 }
 
-/// Modal; to be run with exec(). From construction until it is left, by its exit button, by
-/// reject() or by its deletion, it owns the camera's microcontroller, so the camera must be closed
-/// before and may be opened again once exec() has returned.
+/// Modal; to be run with exec(). From construction until it is left by its exit button, by reject()
+/// or by its deletion, it owns the camera's microcontroller. So the camera must be closed before
+/// and may be opened again once exec() has returned.
 ///
 /// The dialog's axes are X = -(sensor axis 2), Y = sensor axis 1, Z = sensor axis 3; samples and
 /// offsets are in microtesla, gains in 1 / microtesla.
 ///
-/// Threads: everything runs on the interface thread but magDataGrabThread(). The flags and the
-/// headings are shared between the two as plain values. The raw samples have a lock, which the
-/// thread takes to append and the update timer for its tick; the stop's fit and the emptying by
-/// clear and reset work on them without it, beside a thread that may be appending.
-/// stopAcquisition() joins the thread only where it finds it in its loop: not one that has just
-/// been started, nor one that has given up.
+/// Threads: everything except magDataGrabThread() runs on the interface thread. Both threads share
+/// the flags and the headings as plain values. A lock guards the raw samples: the thread takes it
+/// to append, the update timer for its tick. The fit at the stop and the emptying by clear and
+/// reset use the samples without the lock, while the thread may append. stopAcquisition() joins the
+/// thread only if it is in its loop: not if it has just been started or has given up.
 class MagCalibDlg : public QDialog
 {
     Q_OBJECT
 
 public:
-    /// Finds the camera, opens its link and starts reading. A failure is reported in a message box
-    /// that is answered before the constructor returns; the dialog then opens without a camera.
+    /// Finds the camera, opens its link and starts reading. A failure is reported in a message box,
+    /// which the user answers before the constructor returns; the dialog then opens without a
+    /// camera.
     MagCalibDlg(int serialNumber, QWidget* parent);
 
-    /// Closes the link if exit did not. Ends the process through std::terminate when the reading
-    /// thread has ended on its own after a lost camera: its handle is not joined anywhere.
+    /// Closes the link if exit did not. Ends the process through std::terminate if the reading
+    /// thread has ended on its own after a lost camera, because its handle is not joined anywhere.
     ~MagCalibDlg() override;
 
-    /// Leaves the dialog without a question, as a signal of the system does. Closes the link first,
+    /// Leaves the dialog without a question, for example on a system signal. Closes the link first,
     /// as the exit button does.
     void reject() override;
 
 signals:
-    /// Emitted on either thread; onCameraError() answers it on the interface thread.
+    /// Emitted on either thread; onCameraError() handles it on the interface thread.
     void cameraError(QString errStr);
 
 protected:
@@ -80,18 +80,18 @@ private:
 
     struct CurveRow;
 
-    /// True when the reading thread runs or was started. Ends the process through std::terminate
-    /// when a former thread gave up.
+    /// True if the reading thread runs or was started. Ends the process through std::terminate if a
+    /// previous thread gave up.
     bool startAcquisition();
-    /// Ends the stream first, then the timer and, while it is in its loop, the thread.
+    /// Ends the stream first, then the timer and, if it is in its loop, the thread.
     void stopAcquisition();
-    void closeLink();   ///< once; with it the acquisition ends
-    void updateForms(); ///< hook for displays of the calibration; there are none
+    void closeLink();   ///< once; also ends the acquisition
+    void updateForms(); ///< hook for displays of the calibration; currently empty
     void setOmStyleSheet();
 
     // Sampling and fit.
     void magDataGrabThread();
-    /// Fits all raw samples, takes over the result and corrects the samples by it. Fewer than 6
+    /// Fits all raw samples, stores the result and corrects the samples with it. Fewer than 6
     /// samples change nothing. Takes no lock: the update timer holds it, the start button does not.
     void calibrateData();
 
@@ -99,7 +99,7 @@ private:
     void updateOmDevList();
     bool initTivMcu();
     bool loadCalibData();
-    /// Writes, reads back and compares, up to ten times. On failure the stream stays stopped.
+    /// Writes, reads back and compares, up to ten times. After a failure the stream stays stopped.
     bool saveCalibData();
 
     // Charts.
@@ -110,13 +110,13 @@ private:
     void setPlotsAutoscale(bool enable);
     void updatePlots();
     void updateEllipses();
-    /// Drops all samples and the calibration. The plots go on showing the former points until the
-    /// next sample.
+    /// Drops all samples and the calibration. The plots show the previous points until the next
+    /// sample.
     void clearPlots();
 
     std::array<CalibPlot*, 5> plots() const;
 
-    void updateCalibration(); ///< a tick's fit and plots, under the lock
+    void updateCalibration(); ///< fit and plots of a tick, under the lock
     void askCoverage();
     void showHeadings();
     void showHeadingState();
@@ -130,8 +130,8 @@ private:
     std::array<double, 3> magScale = {1.0, 1.0, 1.0};  // 1 / uT
     double headingUncalib = 0.0;                       // degrees; written by the thread
     double headingCalib = 0.0;                         // degrees; written by the thread
-    int headingState = 4;                              // as the link reports it
-    float headingAccuracy = 0.0F;                      // 0 to 1, as the link reports it
+    int headingState = 4;                              // as reported by the link
+    float headingAccuracy = 0.0F;                      // 0 to 1, as reported by the link
     double sampleRate = 0.0;                           // Hz, at most 60
     QVector<double> rawX;                              // uT; written by the thread
     QVector<double> rawY;
@@ -140,7 +140,7 @@ private:
     QVector<double> calY;
     QVector<double> calZ;
 
-    // Curves belong to their plots, symbols to their curves.
+    // The plots own their curves, the curves their symbols.
     QwtPlotCurve* curveMixedRawXY = nullptr;
     QwtPlotCurve* curveMixedRawXZ = nullptr;
     QwtPlotCurve* curveMixedRawYZ = nullptr;
@@ -177,8 +177,8 @@ private:
 
     bool mcuClosed = true;           // no open link is left to close
     bool grabRunning = false;        // the thread is in its loop
-    bool grabStop = false;           // asks the thread to leave
-    bool calibrating = false;        // samples are kept
+    bool grabStop = false;           // the thread must leave its loop
+    bool calibrating = false;        // samples are stored
     bool calibrationPending = false; // computed, not stored
 
     QTimer updateTimer;

@@ -19,7 +19,7 @@ struct MagCalibDlg::CurveRow
     const char* title;
     QVector<double> MagCalibDlg::*x;
     QVector<double> MagCalibDlg::*y;
-    CalibPlot::_plane plane; // gives the diamonds their colour
+    CalibPlot::_plane plane; // determines the colour of the diamonds
     bool lastOnly;           // a star on the last sample
     CalibPlot* Ui_MagCalibDlg::*plot;
 };
@@ -91,7 +91,7 @@ void MagCalibDlg::initPlots()
 
 void MagCalibDlg::updatePlots()
 {
-    // The former points stay on show until there is a new one.
+    // The previous points stay visible until there is a new one.
     if (rawX.isEmpty())
         return;
 
@@ -139,8 +139,8 @@ void MagCalibDlg::clearPlots()
 {
     setPlotsAutoscale(true);
     lastFitCount = 0;
-    // clear() would copy a vector that a curve shares; the curve keeps such a one instead. A vector
-    // that nobody shares keeps its memory. The thread may be appending to either meanwhile.
+    // clear() would copy a vector that a curve shares; instead the curve keeps this vector. A
+    // vector that is not shared keeps its memory. The thread may append to either at the same time.
     for (QVector<double>* const samples : {&rawX, &rawY, &rawZ, &calX, &calY, &calZ}) {
         if (samples->isDetached())
             samples->clear();

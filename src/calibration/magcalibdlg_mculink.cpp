@@ -12,20 +12,20 @@ constexpr unsigned short productTivN = 0xA141;
 constexpr unsigned short productTivP = 0xA241;
 constexpr unsigned short productTivQ = 0xA341;
 
-/// Writes of one store, read-backs included, before it counts as failed.
+/// Attempts of one store, each a write with a read-back, before it counts as failed.
 constexpr int storeAttempts = 10;
 
-/// The first digits of a serial number stand for the model.
+/// The first digits of a serial number are the model.
 constexpr int serialsPerModel = 10000000;
 
-/// Empty for a device that cannot be opened, for which hidapi has a null pointer.
+/// Empty for a device that cannot be opened; hidapi has a null pointer for it.
 QString serialTextOf(const hid_device_info& device)
 {
     static_assert(sizeof(wchar_t) == sizeof(char32_t), "hidapi's strings are UCS-4 here");
     return QString::fromUcs4(reinterpret_cast<const char32_t*>(device.serial_number));
 }
 
-/// True for a camera with a magnetometer. A device without a usable product id gets that of its
+/// True for a camera with a magnetometer. A device without a usable product id gets the one of its
 /// serial number, in the list entry too.
 bool hasMagnetometer(hid_device_info& device, unsigned int serial)
 {
@@ -80,13 +80,13 @@ bool MagCalibDlg::initTivMcu()
         return false;
     }
 
-    mcu.reset(); // the old link goes before the new one is made
+    mcu.reset(); // the old link is destroyed before the new one is created
     mcu = std::make_shared<om::TIVmcu>(
         false, vendorId, static_cast<om::MODEL>(serialNumber / serialsPerModel), false, "");
 
     if (mcu->open(static_cast<unsigned int>(serialNumber), false, omlib::imuRate, nullptr, nullptr,
                   true, false) != 0) {
-        // The link object stays: a later start goes on with it as it is.
+        // The link object stays: a later start uses it as it is.
         mcuClosed = true;
         emit cameraError(
             tr("Cannot open the TIV_P/TIV_Q camera. Please verify the connections and restart"));
@@ -127,7 +127,7 @@ bool MagCalibDlg::saveCalibData()
     if (!mcu && !initTivMcu())
         return false;
 
-    // The thread goes on polling the link, and only counts failures or sees nothing new.
+    // The thread continues to poll the link, and only counts failures or gets nothing new.
     const bool wasRunning = mcu->captureRunning;
     if (wasRunning)
         mcu->stopCapture();

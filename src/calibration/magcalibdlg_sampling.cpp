@@ -11,7 +11,7 @@
 
 namespace {
 
-/// Failed reads in a row, with no good one between them, after which the camera counts as lost.
+/// Number of consecutive failed reads after which the camera counts as lost.
 constexpr int failuresBearable = 100;
 
 constexpr int notCalibrated = 3; // heading state
@@ -54,7 +54,7 @@ void MagCalibDlg::magDataGrabThread()
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
             continue;
         }
-        // Nothing new: polled again at once, as fast as the link answers.
+        // Nothing new: the link is polled again at once, as fast as it answers.
         if (omlib::magStateOf(record) == 1)
             continue;
         const double nowMs = samplemath::millisecondsOf(omlib::ticksOf(record));

@@ -16,8 +16,8 @@ struct Calibration
     std::array<double, 3> scale;  ///< 1 / uT
 };
 
-/// Fills all but the record's first byte. Narrows to float first and changes the sign second: an
-/// offset of 0.0 in X is stored as -0.0.
+/// Fills the record except its first byte. Converts to float first and changes the sign afterwards:
+/// an offset of 0.0 in X is stored as -0.0.
 void fill(omlib::MagRecord& record, const Calibration& calibration);
 
 /// From six floats in the record's order: scales, then offsets, of the sensor axes 1 to 3.

@@ -5,8 +5,8 @@
 
 namespace {
 
-/// 0 to 11. In single precision throughout, so that angles within rounding of a bin's upper edge
-/// belong to the next bin.
+/// 0 to 11. All in single precision, so that angles within rounding of a bin's upper edge belong to
+/// the next bin.
 int binOf(float degrees, int bins)
 {
     while (degrees > 360.0F)

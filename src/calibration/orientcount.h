@@ -1,20 +1,20 @@
 /// @file
-/// Share of the space of orientations that was visited.
+/// Visited part of the space of orientations.
 #pragma once
 
-/// Divides the space of three angles into 12 by 12 by 12 cells of 30 degrees and remembers which
-/// were visited. No lock of its own; nothing allocates.
+/// Divides the space of three angles into 12 by 12 by 12 cells of 30 degrees and stores which were
+/// visited. No lock; no allocations.
 class OrientCount
 {
 public:
     OrientCount();
     virtual ~OrientCount();
 
-    /// Marks the cell of the three angles, in degrees in any range. They must not be infinite: the
-    /// call would not return. NaN counts as 0.
+    /// Marks the cell of the three angles, in degrees in any range. They must be finite: with an
+    /// infinite angle the call does not return. NaN counts as 0.
     void addOrientation(float a, float b, float c);
 
-    /// Visited share in percent, 0.0 to 100.0.
+    /// Visited part in percent, 0.0 to 100.0.
     float getPercNotZero();
 
 private:

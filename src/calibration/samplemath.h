@@ -1,5 +1,5 @@
 /// @file
-/// From the microcontroller's records to samples, times, rates and pauses.
+/// Converts the microcontroller's records to samples, times, rates and pauses.
 #pragma once
 
 #include "camera/camera_library.h"
@@ -16,14 +16,14 @@ struct Sample
     double z;
 };
 
-/// Neither a dead link nor a record without magnetometer data.
+/// True for a record of a working link with magnetometer data.
 inline bool isGood(const omlib::McuRecord& record)
 {
     return omlib::isLinkValid(record) && omlib::magStateOf(record) != 0;
 }
 
-/// The sensor's axes 1 and 2 change places and axis 2 its sign; magrecord.h undoes it. The sign is
-/// changed on the integer, so that a count of 0 gives 0.0 and not -0.0.
+/// Swaps the sensor's axes 1 and 2 and changes the sign of axis 2; magrecord.h does the reverse.
+/// The sign is changed on the integer, so that a count of 0 becomes 0.0 and not -0.0.
 inline Sample sampleOf(const omlib::McuRecord& record)
 {
     constexpr double perCount = 0.0625;
@@ -37,15 +37,16 @@ inline double millisecondsOf(std::uint64_t ticks)
     return static_cast<double>(ticks) * 39.0 / 1000.0;
 }
 
-/// Hz, at most 60. The first reading of a run compares with 0.0 and gives a meaningless small rate.
+/// Hz, at most 60. The first reading of a run is compared with 0.0, which results in a small rate
+/// without meaning.
 inline double rateBetween(double previousMs, double nowMs)
 {
     const double rate = 1000.0 / (nowMs - previousMs);
     return rate < 60.0 ? rate : 60.0;
 }
 
-/// Pause after a reading. The period is in seconds and is counted in milliseconds: a rate above
-/// 1 Hz gives no pause at all, and the pace is left to the link.
+/// Pause after a reading. The period in seconds is used as milliseconds: above 1 Hz there is no
+/// pause, and the link determines the rate.
 inline std::int64_t pauseMs(double rateHz)
 {
     return static_cast<std::int64_t>(1.0 / rateHz);

@@ -111,7 +111,7 @@ class TIVmcu
 {
 public:
     /// Prepares a link; opens nothing.
-    /// @param verbose prints a protocol to standard error
+    /// @param verbose prints messages to standard error
     /// @param vendorId   USB vendor identifier, 0x7C15
     /// @param model      model of the camera; the serial number finds it, whatever its model
     /// @param bootloader the device is in its boot loader: open() then fails with INVALID_INPUT
