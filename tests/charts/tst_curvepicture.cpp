@@ -1,4 +1,4 @@
-// The picture of a DenseCurve against that of the same samples drawn by Qwt alone.
+// Compares the picture of a DenseCurve with that of the same samples drawn by Qwt.
 
 #include "charts/DataCurve.h"
 #include "charts/DataPlot.h"
@@ -27,7 +27,7 @@ namespace {
 const QColor colours[3] = {"#ff5757", "#30d695", "#00beff"};
 constexpr double feedSurplus = 1.3; // of IMU samples over those of the window
 
-/// A plot without curves of its own, with a value axis of +-15 and a time axis that ends with the
+/// A plot without its own curves, with a value axis of +-15 and a time axis that ends with the
 /// newest sample.
 class Canvas
 {
@@ -63,7 +63,7 @@ private:
     DataPlot m_plot;
 };
 
-/// What of one picture's ink has no counterpart in the other.
+/// Drawn pixels of one picture without a counterpart in the other.
 struct Difference
 {
     int ink = 0;
@@ -118,9 +118,9 @@ QByteArray described(const char* what, const Difference& difference)
         .toLocal8Bit();
 }
 
-constexpr int inkPerStray = 4000; // one ink pixel in so many may lack a counterpart
+constexpr int inkPerStray = 4000; // one drawn pixel in so many may lack a counterpart
 
-/// All other ink pixels have one of the same colour within a pixel, both ways.
+/// All other drawn pixels have a pixel of the same colour within one pixel, in both directions.
 void comparePictures(const QImage& ours, const QImage& plain)
 {
     QCOMPARE(ours.size(), plain.size());
@@ -141,7 +141,7 @@ void comparePictures(const QImage& ours, const QImage& plain)
     QVERIFY2(lost.missing * inkPerStray <= lost.ink, described("lost from Qwt's picture", lost));
 }
 
-/// The stretches between samples that are no number: Qwt's own line does not come through those.
+/// The parts between samples that are not a number, which Qwt's own line cannot handle.
 QVector<Series> finiteStretches(const Series& series)
 {
     QVector<Series> stretches(1);
@@ -172,7 +172,7 @@ void drawBoth(const QVector<Series>& channels, Canvas& ours, Canvas& plain)
     }
 }
 
-/// Both curves on an image of one's own, over x 0 to 100 and y -15 to 15.
+/// Both curves on an image, over x 0 to 100 and y -15 to 15.
 struct Painted
 {
     template <class Curve>
@@ -313,8 +313,8 @@ void TestCurvePicture::pictureOfAChartThatFillsUpStaysTheSame()
     Canvas ours;
     Canvas plain;
     drawBoth(channels, ours, plain);
-    // The first samples stand clear of the canvas's edge: there a rounding decides whether they
-    // leave ink.
+    // The first samples keep a distance from the canvas's edge, where rounding decides whether they
+    // are drawn.
     const double left = channels[0].time.first() - 1.0;
     ours.setTime(left, left + 60.0);
     plain.setTime(left, left + 60.0);
@@ -440,7 +440,7 @@ void TestCurvePicture::doubledPixelsStayTheSame()
     const QImage ours = Painted::picture<DenseCurve>(series, colours[0], nullptr, 2.0);
     const QImage plain = Painted::picture<DataCurve>(series, colours[0], nullptr, 2.0);
     QCOMPARE(ours.size(), QSize(800, 400));
-    // A pixel of the chart is two of the screen.
+    // A pixel of the chart is two pixels of the screen.
     comparePictures(ours.scaled(400, 200, Qt::IgnoreAspectRatio, Qt::FastTransformation),
                     plain.scaled(400, 200, Qt::IgnoreAspectRatio, Qt::FastTransformation));
 }

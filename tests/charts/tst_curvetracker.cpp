@@ -78,7 +78,7 @@ public:
     int count = 0;
 };
 
-/// Lets all updates happen that are asked for by now, and those that these ask for in turn.
+/// Processes all requested updates, and those that these request.
 void settle()
 {
     for (int round = 0; round < 20; ++round) {
@@ -166,7 +166,7 @@ void TestCurveTracker::init()
     m_plot->move(20, 20);
     m_plot->setValRange(-10.0, 10.0, false);
     m_plot->setTimeRange(startTime, startTime + 10.0, true);
-    // The mouse of the display starts away from the chart.
+    // Initially the mouse is outside the chart.
     QCursor::setPos(1500, 900);
     m_plot->show();
     QVERIFY(QTest::qWaitForWindowExposed(m_plot));
@@ -190,8 +190,8 @@ void TestCurveTracker::feedWaves()
     m_plot->replot();
 }
 
-/// Horizontal lines, one for each curve of the accelerometer; no samples for those beyond the
-/// given ones.
+/// Horizontal lines, one for each curve of the accelerometer; no samples for curves without a given
+/// level.
 void TestCurveTracker::feedLevels(const QVector<double>& levels)
 {
     for (int i = 0; i < 3; ++i) {
@@ -316,7 +316,7 @@ void TestCurveTracker::segmentShorterThanRoundingIsLeftOut()
     QCOMPARE(infoOf(0.001, 0.0), QString());
     QCOMPARE(infoOf(0.001, 1e-13), QString());
     QCOMPARE(infoOf(0.001, 0.5), QString("<font color=#000000>5.000</font>"));
-    QCOMPARE(infoOf(0.0025, 0.0), QString("<font color=#000000>5.000</font>")); // the IMU's pace
+    QCOMPARE(infoOf(0.0025, 0.0), QString("<font color=#000000>5.000</font>")); // the IMU's rate
 }
 
 void TestCurveTracker::noSegmentOfSamplesOutOfOrder_data()
@@ -593,13 +593,13 @@ void TestCurveTracker::mouseOverTheChartShowsLineBoxAndColours()
         after.save(QString::fromLocal8Bit(folder) + QStringLiteral("/tracker.png"));
     }
 
-    // The line runs over the whole height. Qwt leaves out the last row.
+    // The line has the full height. Qwt leaves out the last row.
     for (int y = 0; y < after.height() - 1; ++y) {
         if (!box.adjusted(-2, -2, 2, 2).contains(cursor.x(), y)) {
             QCOMPARE(after.pixelColor(cursor.x(), y), orchid);
         }
     }
-    // White, and a little of the ground shines through inside.
+    // White, with a little of the background inside.
     QCOMPARE(after.pixelColor(box.left(), box.center().y()), QColor(Qt::white));
     QCOMPARE(after.pixelColor(box.right(), box.center().y()), QColor(Qt::white));
     const QColor ground(205, 205, 205);
@@ -663,7 +663,7 @@ void TestCurveTracker::boxUnderARestingMouseFollowsTheData()
     const QPoint cursor(300, 140);
     const QPoint elsewhere(500, 60);
 
-    // What the mouse finds when it comes to data that are already there.
+    // Result when the mouse enters a chart that already has data.
     const auto found = [&](const QVector<double>& levels) {
         moveTo(elsewhere);
         feedLevels(levels);
@@ -698,7 +698,7 @@ void TestCurveTracker::boxOfAnotherShapeIsSetOnce()
     const PaintCounter paints(m_plot->canvas());
     feedLevels({1234.567, -1234.567});
     settle();
-    // The replot's own paint, and one for the new shape.
+    // The paint of the replot, and one for the new size.
     QCOMPARE(paints.count, 2);
 }
 

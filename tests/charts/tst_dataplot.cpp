@@ -54,8 +54,7 @@ QVector<int> visibleCurves(const DataPlot& plot)
     return visible;
 }
 
-/// Compares all that Style sets. A widget adds its own resolved family to the font that it is
-/// given.
+/// Compares everything that Style sets. A widget adds its own resolved family to its font.
 void compareFonts(const QFont& font, const QFont& expected)
 {
     QCOMPARE(font.toString(), expected.toString());
@@ -498,7 +497,7 @@ void TestDataPlot::trackerFollowsTheMouseWithoutAButton()
 
 void TestDataPlot::replotReadsNoSamples()
 {
-    // A replot runs while the samples are locked: it must cost the same however many there are.
+    // A replot runs while the samples are locked: its cost must not depend on their number.
     class ReadCountingData : public QwtSeriesData<QPointF>
     {
     public:
@@ -541,7 +540,7 @@ void TestDataPlot::curvesEndWithThePlotInTheirOrder()
     auto plot = std::make_unique<DataPlot>(nullptr);
     const QVector<QwtPlotCurve*> curves = curvesOf(*plot);
     QCOMPARE(curves.size(), DataPlot::curveCount);
-    // A curve leaves its plot as it is destroyed.
+    // A curve removes itself from its plot when it is destroyed.
     QVector<int> ended;
     QObject receiver;
     connect(plot.get(), &QwtPlot::itemAttached, &receiver, [&](QwtPlotItem* item, bool attached) {

@@ -16,7 +16,7 @@
 
 namespace {
 
-/// Notes how it is closed.
+/// Records how it is closed.
 class Window : public QWidget
 {
 public:
@@ -45,7 +45,7 @@ void raiseLater(int number)
     QTimer::singleShot(0, qApp, [number] { std::raise(number); });
 }
 
-/// A handler of the program's own, from before.
+/// A handler that the program has installed before.
 extern "C" void former(int) {}
 
 void (*handlerOf(int number))(int)
@@ -57,7 +57,7 @@ void (*handlerOf(int number))(int)
 
 constexpr int survived = 3;
 
-/// Longer than signals are taken as one.
+/// Longer than the time in which signals count as one.
 void letTimePass()
 {
     QElapsedTimer elapsed;
@@ -66,7 +66,7 @@ void letTimePass()
     }
 }
 
-/// Signals while nobody serves the first one: two at once, and a later one. Returns only if that
+/// Signals while the first one is not handled: two at once, and a later one. Returns only if that
 /// doesn't end the process.
 int heldUp()
 {
@@ -79,7 +79,7 @@ int heldUp()
     return survived;
 }
 
-/// One life of a program that doesn't get to the end of its window.
+/// One run of a program that doesn't reach the end of its window.
 int live(const char* life)
 {
     int status = 0;
@@ -125,7 +125,7 @@ private slots:
         Window window;
         const CloseSignals closeSignals(&window);
         QVERIFY(std::raise(number) == 0);
-        QVERIFY(window.isVisible()); // the loop's work
+        QVERIFY(window.isVisible()); // closing is the loop's task
         QTRY_VERIFY(!window.isVisible());
         QCOMPARE(window.closed, 1);
     }
@@ -165,7 +165,7 @@ private slots:
             const CloseSignals closeSignals(&window);
             QVERIFY(handlerOf(SIGHUP) == SIG_IGN);
             QVERIFY(std::raise(SIGHUP) == 0);
-            // The loop serves them in their order.
+            // The loop handles them in their order.
             QVERIFY(std::raise(SIGTERM) == 0);
             QTRY_VERIFY(!window.isVisible());
             QCOMPARE(window.closed, 1);
@@ -217,7 +217,7 @@ private slots:
     void aQuestionGetsNoAnswer_data()
     {
         QTest::addColumn<int>("buttons");
-        QTest::newRow("one button") << 1; // which the close of a box would press
+        QTest::newRow("one button") << 1; // which closing the box would press
         QTest::newRow("two buttons") << 2;
     }
 

@@ -20,7 +20,7 @@ namespace {
 
 constexpr std::size_t eightGiB = std::size_t{8} << 30;
 
-/// Device memory for the length of a test.
+/// Device memory for the duration of a test.
 class Block
 {
 public:
@@ -297,7 +297,7 @@ void TestCudaHost::budgetLimitsAllBlocksTogether()
     QCOMPARE(cudaMemGetInfo(&freeBytes, &totalBytes), cudaSuccess);
     QCOMPARE(freeBytes, std::size_t{0});
     QCOMPARE(totalBytes, std::size_t{1000});
-    cuda_host::setMemoryBudget(500); // below what is in use already
+    cuda_host::setMemoryBudget(500); // below the amount already in use
     QCOMPARE(cudaMemGetInfo(&freeBytes, &totalBytes), cudaSuccess);
     QCOMPARE(freeBytes, std::size_t{0});
     QCOMPARE(cudaMemGetInfo(nullptr, &totalBytes), cudaErrorInvalidValue);
@@ -608,7 +608,7 @@ void TestCudaHost::unmapUploadsOnlyWhatWasCopied()
     const GLuint texture = makeTexture(3, 3);
     cudaGraphicsResource_t resource = nullptr;
     QCOMPARE(cudaGraphicsGLRegisterImage(&resource, texture, GL_TEXTURE_2D, 0), cudaSuccess);
-    // Drawn by OpenGL after the registration: has to survive around the copied pixel.
+    // Drawn by OpenGL after the registration: must stay around the copied pixel.
     const std::vector<std::uint8_t> drawn(36, 9);
     glBindTexture(GL_TEXTURE_2D, texture);
     glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 3, 3, GL_RGBA, GL_UNSIGNED_BYTE, drawn.data());

@@ -1,4 +1,4 @@
-// Bench files: arbitrary text gives a sound bench, or one line with the reason and nothing else.
+// Bench files: the result of arbitrary text is a valid bench, or only one line with the reason.
 
 #include "fuzz/require.h"
 
@@ -15,7 +15,7 @@ namespace {
 
 const char NAME[] = "/no-such-folder/fuzz.json";
 
-/// What a description holds is what the documented ranges allow, and the bench can live with it.
+/// All values of a description are in the documented ranges, and the bench works with them.
 void use(const BenchDescription& description)
 {
     require(description.cameras.size() <= 64, "at most 64 cameras");

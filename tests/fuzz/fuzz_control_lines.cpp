@@ -1,4 +1,4 @@
-// Requests on the control socket: each line gets an answer of one line, whatever it holds.
+// Requests on the control socket: every line, whatever its content, gets an answer of one line.
 
 #include "fuzz/require.h"
 
@@ -16,7 +16,7 @@ using fuzz::require;
 
 namespace {
 
-/// EEPROM images go to a folder of this process, which goes with it.
+/// EEPROM images are stored in a folder of this process, which is removed at its end.
 class StateFolder
 {
 public:
@@ -71,7 +71,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         bench.clock().advance(std::chrono::milliseconds(13));
         begin = end + 1;
     }
-    // Whatever came before, the bench still answers.
+    // The bench still answers after any request.
     const auto list = nlohmann::json::parse(answerControl(bench, R"({"command":"list"})"));
     require(list.at("ok").get<bool>(), "the list can be had");
     bench.reset();

@@ -1,5 +1,5 @@
-// Recorded files: arbitrary bytes are refused with one line, or are a file that is written again
-// byte for byte and opens as a camera.
+// Recorded files: arbitrary bytes are refused with one line, or they are a file that can be written
+// again byte for byte and opens as a camera.
 
 #include "fuzz/require.h"
 

@@ -1,4 +1,4 @@
-// Recordings to replay: what is sound of arbitrary text is played, the rest is told in one line.
+// Recordings to replay: the valid rows of arbitrary text are played, one line reports the rest.
 
 #include "fuzz/require.h"
 
@@ -44,7 +44,7 @@ void checkRows(const SensorRecording& recording)
     }
 }
 
-/// Some moments of the first rounds, as a reader asks for them.
+/// Reads samples at some moments of the first rounds.
 void play(const ReplaySource& source, const SensorRecording& recording, Nanoseconds start)
 {
     const double length = recording.time(recording.size() - 1);

@@ -1,5 +1,5 @@
 /// @file
-/// What fuzz targets share.
+/// Functions that the fuzz targets share.
 #pragma once
 
 #include <cstddef>
@@ -14,7 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
 namespace fuzz {
 
-/// Ends the process where something does not hold, in every kind of build; the fuzzer keeps the
+/// Ends the process if a condition does not hold, in every kind of build; the fuzzer keeps the
 /// input.
 inline void require(bool holds, const std::string& what)
 {
@@ -24,7 +24,7 @@ inline void require(bool holds, const std::string& what)
     }
 }
 
-/// A message for the user: not empty, on one line, nothing that a terminal would act upon.
+/// A message for the user: not empty, on one line, without terminal control characters.
 inline void requireOneLine(const std::string& text)
 {
     require(!text.empty(), "a message has a text");

@@ -1,5 +1,5 @@
-// Runs a fuzz target over files in a build without a fuzzer: fuzz_TARGET FILE|FOLDER...
-// Each is also run cut to its halves, quarters and so on, so that torn input is part of every run.
+// Runs a fuzz target over files in a build without a fuzzer: fuzz_TARGET FILE|FOLDER... Each file
+// is also cut to its halves, quarters and so on, so that every run contains incomplete input.
 
 #include "fuzz/require.h"
 
@@ -20,7 +20,7 @@ void runFile(const fs::path& path)
     fuzz::require(file.good() || file.eof(), path.string() + " can be read");
     std::fprintf(stderr, "%s: %zu bytes\n", path.c_str(), content.size());
     for (std::size_t length = content.size();; length /= 2) {
-        // A copy of just that length, so that a sanitizer sees a read behind it.
+        // A copy of exactly that length, so that a sanitizer detects a read after its end.
         const std::vector<std::uint8_t> bytes(
             content.begin(), content.begin() + static_cast<std::ptrdiff_t>(length));
         LLVMFuzzerTestOneInput(bytes.data(), bytes.size());

@@ -1,6 +1,6 @@
-/// A window with the image view alone, fed by a camera of the bench or, where the vendor's library
-/// and CUDA are built in, by a real one. Takes a picture like this:
-///     tests/support/run-test --display build/debug/bin/image_window --shot image.png
+/// A window with only the image view, with a camera of the bench or, in a build with the vendor's
+/// library and CUDA, a real one. Takes a picture like this: tests/support/run-test --display
+/// build/debug/bin/image_window --shot image.png
 #include "gpu/OGL2DWidget.h"
 
 #include <QApplication>

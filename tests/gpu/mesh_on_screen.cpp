@@ -180,7 +180,7 @@ QString differenceFromScreen(SceneView& view, const Matrix& rotation)
         std::abs(seen.box.bottom() + 1 - expected.bottom) > 2.0) {
         return text;
     }
-    // The lenses look the right way too: which end, and front or back.
+    // The lenses are also at the right end and on the right side, front or back.
     const QPointF off = seen.yellow - expected.yellow;
     if (seen.yellowCount < 40 || std::hypot(off.x(), off.y()) > 4.0) {
         return QStringLiteral("lenses off by %1 %2, %3 pixels")

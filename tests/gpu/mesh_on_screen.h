@@ -1,5 +1,5 @@
 /// @file
-/// Where the scene's points and the mesh ought to be on the display, and where they are.
+/// The expected and the actual places of the scene's points and the mesh on the display.
 #pragma once
 
 #include "gpu/scene_view.h"
@@ -11,13 +11,13 @@
 using Vector = std::array<double, 3>;
 using Matrix = std::array<Vector, 3>;
 
-/// A turn about a coordinate axis (0 to 2), in plain arithmetic of its own.
+/// A rotation about a coordinate axis (0 to 2), computed independently of the program.
 Matrix turn(int axis, double degrees);
 Vector times(const Matrix& m, const Vector& v);
-/// The same turn as the program takes it.
+/// The same rotation in the program's type.
 om::Orientation orientation(int axis, double degrees);
 
-/// Where a point of the world shows in the view, pixels.
+/// Position of a point of the world in the view, pixels.
 QPointF place(const SceneView& view, const Vector& p);
 
 /// Smallest distance of a colour from the pixels around a place: the sum over the channels.
@@ -27,5 +27,5 @@ int beside(const SceneView& view, const QImage& picture, const Vector& from, con
            const int (&colour)[3]);
 
 /// Compares outline and lenses of the small model on the display with those of its vertices under
-/// the rotation. Empty where they agree to within two pixels, otherwise what differs.
+/// the rotation. Empty if they agree to within two pixels, otherwise the difference.
 QString differenceFromScreen(SceneView& view, const Matrix& rotation);

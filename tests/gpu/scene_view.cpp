@@ -19,7 +19,7 @@ bool SceneView::showScene(int width, int height, int model)
     }
     ProgramStates::setIntAttr(ProgramStates::cameraModel, model);
     InitProcess();
-    setGeometry(0, 0, width, height); // takes back the pixel that InitProcess() adds
+    setGeometry(0, 0, width, height); // reverts the pixel that InitProcess() adds
     picture();
     return true;
 }
@@ -36,7 +36,7 @@ QImage SceneView::picture()
     if (!QTest::qWaitFor([&] { return paints > before; })) {
         qCritical("the view was not painted");
     }
-    // The composed picture is on its way to the display, on the same connection as the request.
+    // The composed picture was sent to the display on the same connection as the request.
     return QGuiApplication::primaryScreen()
         ->grabWindow(0, x(), y(), width(), height())
         .toImage()

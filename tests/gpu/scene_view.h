@@ -1,5 +1,5 @@
 /// @file
-/// The 3D view with its inside opened, and pictures of it as the display shows it.
+/// The 3D view with access to its members, and pictures of it as the display shows it.
 #pragma once
 
 #include "camera/ProgramStates.h"
@@ -12,7 +12,7 @@
 
 #include <vector>
 
-/// The vertices of an object that belongs to somebody else.
+/// Access to the vertices of an object.
 class OpenObject : public Simple3DObject
 {
 public:
@@ -67,7 +67,7 @@ public:
     bool showOnScreen(int width, int height);
     /// The same with the scene of a camera model.
     bool showScene(int width, int height, int model);
-    /// Paints at once. repaint() may put it off until the next frame of the display.
+    /// Paints at once. repaint() may delay it until the next frame of the display.
     void paintNow();
     /// Repaints and takes the view's picture from the display.
     QImage picture();

@@ -1,4 +1,4 @@
-/// A window with the 3D view alone, to look at the meshes. Takes a picture of them like this:
+/// A window with only the 3D view, to look at the meshes. Takes a picture of them like this:
 ///     tests/support/run-test --display build/debug/bin/scene_window --model 1 --shot mesh.png
 #include "camera/ProgramStates.h"
 #include "gpu/CameraGL.h"

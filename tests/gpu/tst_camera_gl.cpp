@@ -109,7 +109,7 @@ void TestCameraGl::directionNeedNotBeOfUnitLength()
 
 void TestCameraGl::directionIsNormalisedBeforeItIsUsed()
 {
-    // Rounded to single precision on the way, which shows in the last digit of the attitude.
+    // Rounded to single precision in between, which is visible in the last digit of the attitude.
     int changedByRounding = 0;
     for (int i = 1; i <= 200; ++i) {
         const auto f = static_cast<float>(i);
@@ -172,7 +172,7 @@ void TestCameraGl::verticalIsFlippedByUpdateAndNotTheViewer()
     camera.update();
     QVERIFY(near(camera.getVertical(), {0, -1, 0}));
     QVERIFY(near(camera.getUp(), {0, -1, 0}));
-    camera.update(); // agrees now, and so it stays
+    camera.update(); // agrees now, so it does not change
     QVERIFY(near(camera.getVertical(), {0, -1, 0}));
 }
 
@@ -222,7 +222,7 @@ void TestCameraGl::projectionHasItsOwnDepthRange()
     CameraGL camera = ahead();
     camera.setProjection(90, 90, 0.5F, 10);
     camera.update();
-    // Nothing turns or moves the viewer: the matrix is the projection.
+    // The viewer is neither turned nor moved: the matrix is the projection.
     const om::Transform& p = camera.getViewProjectionMatrix();
     const double expected[4][4] = {
         {1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, -10.0 / 9.5, -5.0 / 9.5}, {0, 0, -1, 0}};

@@ -134,7 +134,7 @@ void TestCameraOnScreen::cameraTurnedOnTheBenchTurnsOnTheScreen()
 
 void TestCameraOnScreen::accelerationOfACameraAtRestPointsDown()
 {
-    // Whichever way the camera is held, the three lines add up to a vector towards the ground.
+    // In any pose of the camera the sum of the three lines is a vector towards the ground.
     const om::bench::Quaternion pose = om::bench::normalized({0.7, 0.3, -0.5, 0.2});
     OpenCamera camera(om::MODEL::TIV_P, pose);
     QVERIFY(camera.opened);
@@ -203,7 +203,7 @@ void TestCameraOnScreen::imageOfTheCameraShowsUprightInItsColours()
                                .toImage();
     view.stopDraw();
 
-    // The same image read back from the device tells what each place ought to show.
+    // The same image read back from the device has the expected colour of each place.
     std::vector<std::uint8_t> bytes(size.width * size.height * 4);
     QCOMPARE(cudaMemcpy2D(bytes.data(), size.width * 4, image.getPtr(om::MEM::GPU),
                           image.getStepBytes(om::MEM::GPU), size.width * 4, size.height,
@@ -219,7 +219,7 @@ void TestCameraOnScreen::imageOfTheCameraShowsUprightInItsColours()
                 const std::uint8_t* const p = bytes.data() + (py * width + px) * 4;
                 return qRgb(p[2], p[1], p[0]); // blue first
             };
-            // Only where the image is even, so that scaling does not matter.
+            // Only in uniform areas of the image, so that scaling does not matter.
             const QRgb expected = pixel(x, y);
             bool even = true;
             for (int d = -8; d <= 8; d += 4) {
@@ -251,7 +251,7 @@ void TestCameraOnScreen::imageOfTheCameraShowsUprightInItsColours()
 
 int main(int argc, char** argv)
 {
-    QSurfaceFormat format; // as the program asks for it
+    QSurfaceFormat format; // as the program requests it
     format.setSamples(16);
     QSurfaceFormat::setDefaultFormat(format);
     QApplication application(argc, argv);

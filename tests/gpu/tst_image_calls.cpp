@@ -1,4 +1,4 @@
-/// What the image view asks of CUDA and OpenGL, call by call and in order.
+/// The calls of CUDA and OpenGL that the image view makes, in order.
 #include "gpu/OGL2DWidget.h"
 
 #include <QApplication>
@@ -31,7 +31,7 @@ QString pointer(const void* value)
 
 } // namespace
 
-// The linker sends the view's calls of CUDA here (--wrap), and makes these names.
+// The linker redirects the view's calls of CUDA here (--wrap) and defines these names.
 // NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
 
@@ -111,7 +111,7 @@ cudaError_t __wrap_cudaGetLastError()
     return __real_cudaGetLastError();
 }
 
-/// Takes the library's place for the view's own textures.
+/// Replaces the library's function for the view's own textures.
 void glTexImage2D(GLenum target, GLint level, GLint internal, GLsizei width, GLsizei height,
                   GLint border, GLenum format, GLenum type, const void* pixels)
 {

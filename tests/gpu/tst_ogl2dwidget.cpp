@@ -113,7 +113,7 @@ std::pair<double, double> selectedPoint()
     return {ProgramStates::getDoubleAttr(1), ProgramStates::getDoubleAttr(2)};
 }
 
-/// What goes to standard output while it lives.
+/// Captures standard output during its life.
 class Output
 {
 public:
@@ -397,7 +397,7 @@ void TestOgl2dWidget::secondInitMakesANewTextureAndKeepsTheOldOne()
 
 void TestOgl2dWidget::inputThreadsSignalsDriveIt()
 {
-    // As a window that wires the view up would do it.
+    // As a window that connects the view would do it.
     const GpuImage image(64, 32, 256);
     InputThreadModul input;
     View view;
@@ -519,7 +519,7 @@ void TestOgl2dWidget::pictureIsUprightInItsColours()
     view.gpuImage = image.data();
     view.Ingest();
     const QImage picture = view.picture();
-    // OpenGL counts from below: with an odd rest the lower bar is the smaller one.
+    // OpenGL counts from the bottom: with an odd remainder the lower bar is the smaller one.
     QRect inner = view.viewport();
     inner.moveTop(window.height() - inner.y() - inner.height());
     QVERIFY(inner.width() == window.width() || inner.height() == window.height());
@@ -530,7 +530,7 @@ void TestOgl2dWidget::pictureIsUprightInItsColours()
             QCOMPARE(picture.pixel(at), GpuImage::quarter(right, lower));
         }
     }
-    // Black bars on the free sides, and colour right up to them.
+    // Black bars on the free sides, and colour up to their edges.
     for (int y = 0; y < picture.height(); ++y) {
         for (int x = 0; x < picture.width(); ++x) {
             const bool black = picture.pixel(x, y) == qRgb(0, 0, 0);
@@ -570,7 +570,7 @@ void TestOgl2dWidget::paddingOfTheRowsIsLeftOut()
     glGetTexImage(GL_TEXTURE_2D, 0, GL_RGBA, GL_UNSIGNED_BYTE, bytes.data());
     glBindTexture(GL_TEXTURE_2D, 0);
     for (std::size_t i = 0; i < bytes.size(); ++i) {
-        QVERIFY(bytes[i] != 0x77); // what stands between the rows
+        QVERIFY(bytes[i] != 0x77); // the bytes between the rows
     }
     QCOMPARE(int(bytes[2]), 255);                    // red, upper left
     QCOMPARE(int(bytes[(9 * 10 + 0) * 4 + 0]), 255); // blue, lower left
@@ -913,7 +913,7 @@ void TestOgl2dWidget::failedRegistrationPrintsItsName()
     QCOMPARE(spy.count(), 0);
     QVERIFY(!view.available);
     QVERIFY(glIsTexture(view.texture) != GL_FALSE);
-    // What was available before stays so, and the letterbox is the old one.
+    // The view stays available, with the old letterbox.
     view.InitGLProcess(64, 32, 256);
     const QRect before = view.viewport();
     {
@@ -1001,7 +1001,7 @@ void TestOgl2dWidget::failedCopyLeavesTheLastPicture()
     view.Ingest();
     QCOMPARE(cudaPeekAtLastError(), cudaSuccess); // nothing pending for the next reader
     QCOMPARE(view.picture(), before);
-    view.Ingest(); // and the next frame comes through
+    view.Ingest(); // and the next frame is shown
     QCOMPARE(view.picture().pixel(50, 25), qRgb(0x55, 0x55, 0x55));
 #endif
 }

@@ -183,7 +183,7 @@ private slots:
     void rampIsDarkestInTheMiddle();
 
 private:
-    /// A window of 320 x 240 that is shown once, with a scene built anew: showing one is slow.
+    /// A window of 320 x 240 with a new scene. The window is shown only once, because that is slow.
     SceneView& freshScene(int model);
 
     std::unique_ptr<SceneView> shownView;
@@ -433,7 +433,7 @@ void TestOgl3dWidget::shadersAreTheirSources()
     QCOMPARE(view.shaderProgram->parent(), &view);
     const QList<QGLShader*> shaders = view.shaderProgram->shaders();
     QCOMPARE(shaders.size(), 2);
-    // Qt puts definitions of its own behind the version.
+    // Qt adds its own definitions after the version.
     const auto source = [](const QGLShader* shader) {
         QByteArray text = shader->sourceCode();
         for (const char* name : {"lowp", "mediump", "highp"}) {
@@ -586,7 +586,7 @@ void TestOgl3dWidget::meshFollowsTheCameraModel()
     QCOMPARE(static_cast<int>(OpenObject::verticesOf(*view.cameraModel).size()), 3 * vertices);
     QCOMPARE(OpenObject::colorsOf(*view.cameraModel)[0], aluminium);
 
-    // What reaches the GPU.
+    // The data on the GPU.
     view.makeCurrent();
     QOpenGLFunctions* const gl = view.context()->functions();
     const GLuint* const buffers = OpenObject::buffersOf(*view.cameraModel);
@@ -639,7 +639,7 @@ void TestOgl3dWidget::paintingOrderOfTheSmallModel()
         }
     }
     QCOMPARE(at, colors.size());
-    // Within a colour the tables follow each other: the band, the cap, the strip.
+    // Within a colour the tables are in this order: the band, the cap, the strip.
     const std::vector<float>& vertices = OpenObject::verticesOf(*view.cameraModel);
     const auto x = [&vertices](std::size_t triangle) { return vertices[triangle * 9]; };
     QVERIFY(x(0) > 0.0F);
@@ -818,7 +818,7 @@ void TestOgl3dWidget::moveWithoutPressDoesNothing()
     sendMouse(view, QEvent::MouseMove, {300, 300}, Qt::NoButton, Qt::LeftButton);
     sendMouse(view, QEvent::MouseMove, {200, 300}, Qt::NoButton, Qt::RightButton);
     QCOMPARE(viewProjectionOf(view), first);
-    // Pressed, but neither button held any more.
+    // Pressed, but neither button is still held.
     sendMouse(view, QEvent::MouseButtonPress, {100, 100}, Qt::LeftButton, Qt::LeftButton);
     sendMouse(view, QEvent::MouseMove, {300, 300}, Qt::NoButton, Qt::MiddleButton);
     QCOMPARE(viewProjectionOf(view), first);
@@ -829,7 +829,7 @@ void TestOgl3dWidget::middleButtonDoesNotPress()
     SceneView& view = freshScene(2);
     sendMouse(view, QEvent::MouseButtonPress, {100, 100}, Qt::MiddleButton, Qt::MiddleButton);
     QVERIFY(!view.mousePressed);
-    // With the left one held it counts, and takes the position.
+    // With the left button held it counts and stores the position.
     sendMouse(view, QEvent::MouseButtonPress, {120, 130}, Qt::MiddleButton,
               Qt::MiddleButton | Qt::LeftButton);
     QVERIFY(view.mousePressed);
@@ -955,7 +955,7 @@ void TestOgl3dWidget::lineWidthOfTheAccelerationStays()
 
 void TestOgl3dWidget::depthTestIsOff()
 {
-    // The small model's lenses are on its far side and show all the same.
+    // The small model's lenses are on its far side but are visible.
     SceneView& view = freshScene(1);
     const QImage without = view.grabFramebuffer();
     view.makeCurrent();
@@ -1011,7 +1011,7 @@ void TestOgl3dWidget::rampIsDarkestInTheMiddle()
 
 int main(int argc, char** argv)
 {
-    QSurfaceFormat format; // as the program asks for it
+    QSurfaceFormat format; // as the program requests it
     format.setSamples(16);
     QSurfaceFormat::setDefaultFormat(format);
     QApplication application(argc, argv);

@@ -1,4 +1,4 @@
-/// What of the 3D view lies around its scene: wheel and keys, border, viewport and overlay.
+/// The parts of the 3D view around its scene: wheel and keys, border, viewport and overlay.
 #include "gpu/scene_view.h"
 
 #include <QApplication>
@@ -17,7 +17,7 @@ namespace {
 
 constexpr QRgb bright = qRgb(200, 100, 0);
 
-/// The border alone, over a bright ground.
+/// Only the border, on a bright background.
 class BorderView : public SceneView
 {
 public:
@@ -33,7 +33,7 @@ protected:
     }
 };
 
-/// The same lines, painted with numbers of its own for a view of 320 x 220.
+/// The same lines, painted with independent numbers for a view of 320 x 220.
 class BorderReference : public SceneView
 {
 public:
@@ -69,7 +69,7 @@ protected:
     }
 };
 
-/// Keeps what the view asks for.
+/// Stores the texts that the view requests.
 class LongFirstLabel : public QTranslator
 {
 public:
@@ -88,7 +88,7 @@ public:
     mutable QSet<QString> asked;
 };
 
-/// A display of two device pixels a pixel.
+/// A display with two device pixels per pixel.
 class FineView : public SceneView
 {
 public:
@@ -109,7 +109,7 @@ bool isColour(QRgb pixel, QRgb colour, int tolerance)
            std::abs(qBlue(pixel) - qBlue(colour)) <= tolerance;
 }
 
-/// The outline of a rounded rectangle as a pen draws it.
+/// The outline of a rounded rectangle drawn with a pen.
 struct RoundedLine
 {
     QRectF rect;
@@ -127,8 +127,8 @@ struct RoundedLine
     }
 };
 
-/// The colour of a pixel, the mean of many points in it: each has that of the first line that
-/// covers it, or the ground's.
+/// The colour of a pixel: the mean of many points in it, each with the colour of the first line
+/// that covers it, or of the background.
 QRgb sampled(QPoint pixel, const std::array<RoundedLine, 2>& lines, QRgb ground)
 {
     constexpr int points = 16; // along each side of the pixel
@@ -155,7 +155,7 @@ QRect viewport()
     return {values[0], values[1], values[2], values[3]};
 }
 
-/// As Qt sends a turn of one axis: the second event of a diagonal turn has no angleDelta().
+/// As Qt sends a scroll along one axis: the second event of a diagonal scroll has no angleDelta().
 void wheel(QWidget& widget, QPoint angleDelta, int delta, Qt::Orientation orientation)
 {
     QT_WARNING_PUSH
@@ -268,7 +268,8 @@ void TestOgl3dWidgetWindow::borderIsTwoRoundedLinesOnAllFourSides()
     BorderView view;
     QVERIFY(view.showOnScreen(320, 220));
     const QImage picture = view.picture();
-    // Right and below the lines run along the very edge, and half of the grey one is outside.
+    // At the right and the bottom the lines are directly at the edge, and half of the grey one is
+    // outside.
     constexpr int alongSides = 10;
     constexpr int atCorners = 80; // the painter draws arcs with few straight pieces
     const RoundedLine dark{QRectF(-1, -1, 323, 222), 10, 5, qRgb(25, 25, 25)};
@@ -413,7 +414,7 @@ void TestOgl3dWidgetWindow::overlayBoxesAreOutlined()
         QFont(QStringLiteral("font-family: Roboto; font-weight: Medium; font-size: 15pt;")));
     const double h = metrics.boundingRect(QStringLiteral("Camera Moving")).height() * 1.3;
     for (const double top : {10.0, h * 1.3 + 10}) {
-        // Straight above the box's inside the outline takes the fill's place.
+        // Directly above the inside of the box is the outline instead of the fill.
         const int edge = static_cast<int>(std::round(top));
         bool outlined = false;
         for (int y = edge - 2; y <= edge + 1; ++y) {
@@ -435,7 +436,7 @@ void TestOgl3dWidgetWindow::overlayTranslatesItsLabels()
     QCoreApplication::removeTranslator(&translator);
     QCOMPARE(translator.asked,
              (QSet<QString>{QStringLiteral("Camera Moving"), QStringLiteral("Camera Falling")}));
-    // Both boxes are as wide as the longer label asks for.
+    // Both boxes are as wide as the longer label needs.
     const QFontMetrics metrics(
         QFont(QStringLiteral("font-family: Roboto; font-weight: Medium; font-size: 15pt;")));
     const QRect label = metrics.boundingRect(LongFirstLabel::text());
@@ -460,7 +461,7 @@ void TestOgl3dWidgetWindow::overlayIsNotShownByItself()
 
 int main(int argc, char** argv)
 {
-    QSurfaceFormat format; // as the program asks for it
+    QSurfaceFormat format; // as the program requests it
     format.setSamples(16);
     QSurfaceFormat::setDefaultFormat(format);
     QApplication application(argc, argv);

@@ -11,7 +11,7 @@
 
 namespace {
 
-/// A draw call with what it found.
+/// A draw call with the state at that moment.
 struct Draw
 {
     GLenum mode;
@@ -24,7 +24,7 @@ std::vector<Draw>* draws = nullptr; // recorded here while it is set
 
 } // namespace
 
-/// Takes the library's place for the scene's own draw calls.
+/// Replaces the library's function for the scene's own draw calls.
 extern "C" void glDrawElements(GLenum mode, GLsizei count, GLenum type, const void* indices)
 {
     QOpenGLContext* const context = QOpenGLContext::currentContext();
@@ -144,7 +144,7 @@ void TestSceneCalls::projectionShowsAFrameLater()
     QVERIFY(view.showScene(320, 220, 2));
     view.camera->setRotation(om::Orientation());
     view.camera->setProjection(90, 60, 0.1F, 50);
-    // The frame's matrix is taken before the vertical angle follows the horizontal one.
+    // The frame's matrix is computed before the vertical angle follows the horizontal one.
     const double expected[2] = {1.7320508, 1.0};
     for (const double height : expected) {
         const std::vector<Draw> seen = drawsOf(view);

@@ -24,7 +24,7 @@
 
 namespace {
 
-// Who asked this thread for memory while it was switched on.
+// Counts the memory requests of this thread while it is on.
 thread_local bool counting = false;
 thread_local std::size_t requests = 0;
 thread_local std::array<void*, 10000> callers{};
@@ -57,7 +57,7 @@ std::size_t allocations()
 
 } // namespace
 
-// These take the place of the C library's, whose own stand below these names.
+// These replace the C library's functions, which are available under these names.
 extern "C" {
 // NOLINTBEGIN(bugprone-reserved-identifier)
 void* __libc_malloc(std::size_t bytes);
@@ -202,7 +202,8 @@ void TestSceneCost::onlyTheAccelerationLinesAreUploadedEachFrame()
         QCOMPARE(contentOf(OpenObject::buffersOf(*view->dynamicAxes)[i]).size(), sizes[i]);
     }
 
-    // Every buffer gets content that no upload would write; a frame then shows which were written.
+    // Every buffer gets content that no upload would write; after a frame the written ones are
+    // known.
     std::set<GLuint> all;
     for (GLuint name = 1; name < 200; ++name) {
         if (gl->glIsBuffer(name) != GL_FALSE && !contentOf(name).empty()) {
@@ -250,7 +251,7 @@ void TestSceneCost::framesMakeNoObjectsOfOpenGL()
 
 void TestSceneCost::poseAndAccelerationMayComeFromAnotherThread()
 {
-    // As the sensor thread does it: plain stores beside the painting.
+    // Like the sensor thread: plain stores during the painting.
     std::thread sensors([this] {
         for (int i = 0; i < 4000; ++i) {
             const float angle = 0.01F * static_cast<float>(i);

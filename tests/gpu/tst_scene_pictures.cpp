@@ -136,7 +136,7 @@ void TestScenePictures::accelerationShowsAgainstGravity()
     const QImage picture = view.picture();
     const int colours[3][3] = {{200, 70, 70}, {40, 200, 125}, {0, 100, 200}};
     const int(&colour)[3] = colours[axis];
-    // Beside the middle of the line, where only one of its width reaches and no axis does.
+    // Beside the middle of the line, where only a line of its width reaches and no axis.
     const auto at = [&](double along) {
         Vector p{};
         p[std::size_t(axis)] = along;
@@ -156,14 +156,14 @@ void TestScenePictures::accelerationLinesTurnWithTheCamera()
     SceneView view;
     QVERIFY(view.showScene(900, 700, 2));
     view.setAccStrenght(0, 1, 0);
-    view.setCameraModelOr(orientation(2, 90)); // y goes to -x
+    view.setCameraModelOr(orientation(2, 90)); // y becomes -x
     const QImage picture = view.picture();
     const int colour[3] = {40, 200, 125};
     const auto at = [&](const Vector& p) { return beside(view, picture, {0, 0, 0}, p, colour); };
-    // The line's end at (0, -0.15, 0) goes to (0.15, 0, 0).
+    // The line's end at (0, -0.15, 0) moves to (0.15, 0, 0).
     QVERIFY(at({0.14, 0, 0}) < 12);
     QVERIFY(at({0, -0.14, 0}) > 60);
-    // Turned once, and not once more by the lines' own rotation.
+    // Turned once, not again by the lines' own rotation.
     QVERIFY(at({0, 0.14, 0}) > 60);
 }
 
@@ -256,7 +256,7 @@ void TestScenePictures::sceneIsNotDistorted()
 
 int main(int argc, char** argv)
 {
-    QSurfaceFormat format; // as the program asks for it
+    QSurfaceFormat format; // as the program requests it
     format.setSamples(16);
     QSurfaceFormat::setDefaultFormat(format);
     QApplication application(argc, argv);

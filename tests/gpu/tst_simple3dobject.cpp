@@ -381,7 +381,7 @@ void TestSimple3dObject::rotationsGoOnTheLeft()
     Object object;
     object.setRotation(aboutZ);
     object.rotate(aboutX);
-    // x goes to y by the first and to z by the second.
+    // The first turns x to y and the second y to z.
     QVERIFY(near(object.getModelMatrix()(2, 0), 1.0));
     Object other;
     other.setRotation(om::Orientation(aboutZ));

@@ -105,7 +105,7 @@ QByteArray hashOf(const std::vector<Triangle>& triangles)
     return QCryptographicHash::hash(text, QCryptographicHash::Sha1).toHex();
 }
 
-/// Opens the vertices that would go to the GPU.
+/// Access to the vertices for the GPU.
 class OpenObject : public Simple3DObject
 {
 public:
@@ -278,7 +278,7 @@ void TestTiv3d::smallModelTables_data()
     QTest::addColumn<int>("count");
     QTest::addColumn<int>("first");
     QTest::addColumn<int>("last");
-    QTest::addColumn<QVector<double>>("extents"); // x, y, z from and to; equal where left open
+    QTest::addColumn<QVector<double>>("extents"); // x, y, z from and to; equal if not specified
     const double open = 0.0;
     const auto row = [](const char* name, int count, int first, int last,
                         const QVector<double>& extents) {
@@ -418,7 +418,7 @@ void TestTiv3d::smallModelsBodyIsClosed()
             }
         }
     }
-    // The piece that the lenses belong to; what sits on it (band's wall, boss, connector) is apart.
+    // The part with the lenses; the parts on it (wall of the band, boss, connector) are separate.
     const Point body = root(points[846 - 1]);
     int checked = 0;
     for (const auto& [edge, count] : edges) {

@@ -83,7 +83,7 @@ QString quoted(QString text)
     return "\"" + text.replace("\n", "\\n") + "\"";
 }
 
-// All of an element by name: what a form may hold and no form of this program does.
+// Everything in an element by name: for parts that a form may have but no form of this program has.
 QString plainText(const Node& node)
 {
     QStringList parts;
@@ -99,7 +99,7 @@ QString plainText(const Node& node)
     return node.name + "(" + parts.join(",") + ")";
 }
 
-// The attributes but for the named ones, each with a blank in front.
+// The attributes except for the named ones, each with a leading blank.
 QString otherAttributes(const Node& node, const QStringList& without)
 {
     QString text;
@@ -169,7 +169,7 @@ QString propertyText(const Node& property, const QString& name)
     return name + "=" + values.join("+") + otherAttributes(property, {"name"});
 }
 
-// The texts of a combo box, or whatever else an item of a widget holds.
+// The texts of a combo box, or other content of a widget's item.
 QString itemText(const Node& item)
 {
     const Node* caption = item.children.size() == 1 ? &item.children.first() : nullptr;

@@ -1,6 +1,6 @@
-// Shows the styles of the program on widgets of their kind, in their states, for the eye.
-//     tests/support/run-test --display build/<preset>/bin/look_gallery picture.png
-// Without an argument it stays open.
+// Shows the styles of the program on widgets of their kind, in their states, for visual checks.
+//     tests/support/run-test --display build/<preset>/bin/look_gallery picture.png Without an
+//     argument it stays open.
 #include "look/Style.h"
 
 #include "look/clr.h"
@@ -43,7 +43,7 @@ void put(QWidget* widget, Look look)
         widget->ensurePolished();
         widget->setAttribute(Qt::WA_UnderMouse);
         if (qobject_cast<QPushButton*>(widget)) {
-            // This one goes by the moves of the mouse instead.
+            // This one reacts to mouse movements instead.
             QMouseEvent move(QEvent::MouseMove, QPointF(8, 8), Qt::NoButton, Qt::NoButton,
                              Qt::NoModifier);
             QCoreApplication::sendEvent(widget, &move);

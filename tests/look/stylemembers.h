@@ -2,7 +2,7 @@
 
 #include "look/Style.h"
 
-// The members of Style by name, in the order in which they stand.
+// The members of Style by name, in their order.
 template <typename Type>
 struct StyleMember
 {

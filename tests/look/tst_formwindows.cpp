@@ -1,4 +1,4 @@
-// The three forms set up in windows, with plain widgets in place of the promoted ones.
+// The three forms set up in windows, with plain widgets instead of the promoted ones.
 #include "look/Style.h"
 
 #include "ui_magcalibdlg.h"
@@ -13,7 +13,7 @@
 
 namespace {
 
-// Answers each text with its context, so that a test sees which context a form asks in.
+// Translates each text to its context, so that a test can check the context that a form uses.
 class ContextTranslator : public QTranslator
 {
 public:
@@ -58,7 +58,7 @@ public slots:
     void on_pushButton_rec_folder_clicked() { ++folderClicks; }
 };
 
-// Width and height that a widget's text needs in its font, as it is drawn.
+// Width and height that the drawn text of a widget needs in its font.
 QSize needed(const QWidget* widget, QString text)
 {
     if (widget->font().capitalization() == QFont::AllUppercase) {
@@ -400,7 +400,7 @@ void TestFormWindows::recordingOptionTextsFit()
     for (QCheckBox* box : boxes) {
         FITS(box, box->text(), 28);
     }
-    // The title stands above the frame and not in it.
+    // The title is above the frame and not in it.
     QVERIFY(needed(ui.groupBox_data_selection, "Data Selection").height() <= 24);
 }
 

@@ -1,4 +1,4 @@
-// The bundle is looked at without a Style: it registers itself in every program that links it.
+// The bundle is checked without a Style: it registers itself in every program that links it.
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
@@ -40,7 +40,7 @@ bool isOfThisProgram(const void* address)
 
 } // namespace
 
-// Stands before Qt's own, to which it leads on.
+// Replaces Qt's own function and calls it.
 bool qRegisterResourceData(int format, const unsigned char* tree, const unsigned char* name,
                            const unsigned char* data)
 {
@@ -158,7 +158,7 @@ const char* const fontFiles[] = {
     "Roboto-Regular.ttf",
 };
 
-// Paths that the program names and the bundle does not hold: they stay blank.
+// Paths that the program uses and the bundle does not have: they stay blank.
 const char* const missing[] = {
     ":/icon/icon/favicon.ico",       ":/images/aspect.png",
     ":/images/aspect_hover.png",     ":/images/combo_arrow_top.png",
@@ -172,7 +172,7 @@ QImage load(const QString& name)
     return QImage(":/images/" + name + ".png").convertToFormat(QImage::Format_ARGB32_Premultiplied);
 }
 
-// As the icon lands on the screen: shrunk to a button's size on the window's ground.
+// The icon as on the screen: reduced to a button's size on the window's background.
 QImage onButton(const QString& name)
 {
     QImage button(20, 20, QImage::Format_RGB32);
@@ -184,7 +184,7 @@ QImage onButton(const QString& name)
     return button;
 }
 
-// Pixels that differ so much that the eye sees it.
+// Number of pixels with a visible difference.
 int differingPixels(const QImage& left, const QImage& right)
 {
     int count = 0;
@@ -379,7 +379,7 @@ void TestResources::logosAreWhiteMarksOnNoGround()
     }
     QVERIFY(clear > image.width() * image.height() / 3);
     QVERIFY(full > 100);
-    // The mark uses the whole width, so that it lines up with the column under it.
+    // The mark uses the whole width, so that it is aligned with the column below it.
     QVERIFY(leftmost <= 2);
     QVERIFY(rightmost >= image.width() - 4);
 }
@@ -500,7 +500,7 @@ void TestResources::fontFilesLoad()
     const QRawFont font(path, 20);
     QVERIFY(font.isValid());
     QCOMPARE(font.styleName(), face);
-    // All that the program's texts are set in.
+    // All characters of the program's texts.
     for (const QChar sign : QString("0123456789-.°²µ[]@ABCxyz")) {
         QVERIFY2(font.supportsCharacter(sign), qPrintable(QString(sign)));
     }

@@ -16,7 +16,7 @@
 
 namespace {
 
-// Files that were asked for, in their order.
+// Requested files, in their order.
 QStringList& askedFonts()
 {
     static QStringList files;
@@ -25,7 +25,7 @@ QStringList& askedFonts()
 
 } // namespace
 
-// Stands before Qt's own, to which it leads on.
+// Replaces Qt's own function and calls it.
 int QFontDatabase::addApplicationFont(const QString& fileName)
 {
     using Function = int (*)(const QString&);
@@ -436,7 +436,7 @@ void TestStyle::fonts()
     QCOMPARE(font.letterSpacing(), spacing == 0 ? QFont().letterSpacing() : qreal(spacing));
     QCOMPARE(font.letterSpacingType(), QFont::PercentageSpacing);
     QCOMPARE(font.capitalization(), upperCase ? QFont::AllUppercase : QFont::MixedCase);
-    // The later of the two strategies holds alone.
+    // Only the later of the two strategies applies.
     QCOMPARE(font.styleStrategy(), QFont::PreferAntialias);
 
     QCOMPARE(QFontInfo(font).family(), resolvedFamily);
@@ -518,7 +518,7 @@ void TestStyle::aLaterStyleIsTheSame()
     compare(firstStyleBlock);
     compare(fontBlock);
     compare(secondStyleBlock);
-    // Added once more, the fonts still stand once in the list of substitutes.
+    // After adding the fonts once more they are still listed once among the substitutes.
     QCOMPARE(QFont::substitutes("NB Akademie Mono Pro Medium"),
              QStringList("ibm plex mono medium"));
 }

@@ -309,7 +309,7 @@ void TestStyleSheets::aLabelIgnoresTheImageSheet()
     styled.resize(60, 30);
     const QString sheet = style->labelImageStyle.arg(":/images/check_on.png");
     styled.setStyleSheet(sheet);
-    // A sheet in force, though an empty one, draws like the other.
+    // An active sheet, even an empty one, draws like the other.
     plain.setStyleSheet("QSlider{}");
     QCOMPARE(styled.grab().toImage(), plain.grab().toImage());
     styled.setStyleSheet(QString(sheet).replace("Qlabel", "QLabel"));

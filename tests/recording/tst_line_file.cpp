@@ -1,4 +1,4 @@
-// Lines on their way to a file, on disks with and without space.
+// Writing lines to a file, on disks with and without space.
 
 #include "recording/line_file.h"
 
@@ -96,14 +96,14 @@ private slots:
                 file->write(line(number++));
             }
             QCOMPARE(written(), lines(0, number).left(room));
-            // A little space, and full again.
+            // A little space, then full again.
             disk.fillAt(room + 250);
             for (int i = 0; i < 5; ++i) {
                 file->write(line(number++));
             }
             QCOMPARE(written(), lines(0, number).left(room + 250));
         }
-        // What has waited for long takes some lines to catch up.
+        // A long queue needs some lines to be written.
         const int most = 10 + number * lineSize / (128 * 1024);
         for (int i = 0; i < most && written().size() < number * lineSize; ++i) {
             file->write(line(number++));
@@ -208,7 +208,7 @@ private slots:
         QFETCH(int, next);
         auto former = open();
         {
-            const FullDisk disk(250); // amid the third line
+            const FullDisk disk(250); // within the third line
             for (int i = 0; i < 10; ++i) {
                 former->write(line(i));
             }

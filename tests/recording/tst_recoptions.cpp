@@ -1,4 +1,4 @@
-// The options of a recording: store, dialog, looks.
+// The options of a recording: store, dialog, appearance.
 
 #include "recording/recoptiondlg.h"
 
@@ -167,7 +167,7 @@ private slots:
 
     void storeThatCannotBeWrittenChangesNothingElse()
     {
-        // A store without a place to write: its folder's path goes through a plain file.
+        // A store that can't be written: its folder's path contains a plain file.
         QFile blocker(QDir::homePath() + QStringLiteral("/blocker"));
         QVERIFY(blocker.open(QIODevice::WriteOnly));
         blocker.close();
@@ -302,7 +302,7 @@ private slots:
 
     void returnPressesOk_data()
     {
-        QTest::addColumn<QString>("focus"); // empty: as the dialog comes up
+        QTest::addColumn<QString>("focus"); // empty: as the dialog opens
         QTest::addColumn<int>("key");
         QTest::addColumn<int>("result");
         QTest::newRow("at first") << QString() << int(Qt::Key_Return) << 1;

@@ -30,8 +30,8 @@ RecOptions optionsOf(int bits)
     return options;
 }
 
-/// One column of the file: its header, the switches of which any one brings it, its text in the row
-/// of sampleRow(). Written out by hand, independent of the recorder's own table.
+/// One column of the file: its header, the switches any of which includes it, its text in the row
+/// of sampleRow(). Written by hand, independent of the recorder's own table.
 struct Column
 {
     const char* header;
@@ -96,7 +96,7 @@ QString written(const RecOptions& options, const recorder::Row& row)
     return text;
 }
 
-/// Answers each text of the main window in capitals.
+/// Translates each text of the main window to capitals.
 class CapitalsTranslator : public QTranslator
 {
 public:
@@ -200,7 +200,7 @@ private slots:
         const QStringList fields = written(optionsOf(Mov), row).split(QLatin1Char(','));
         QString shown = fields.at(2);
         if (std::signbit(value) && value == 0.0) {
-            shown.remove(QLatin1Char('-')); // the sign of zero carries nothing
+            shown.remove(QLatin1Char('-')); // the sign of zero does not matter
         }
         QCOMPARE(shown, text);
     }

@@ -8,7 +8,7 @@
 
 namespace fonts {
 
-/// The font that was set on the widget, without what its style sheet makes of it.
+/// The font that was set on the widget, without the effect of its style sheet.
 inline QFont ownFont(QWidget& widget)
 {
     const QString sheet = widget.styleSheet();
@@ -18,7 +18,7 @@ inline QFont ownFont(QWidget& widget)
     return font;
 }
 
-/// All that is asked of a font.
+/// The requested properties of a font.
 inline QString fontText(const QFont& font)
 {
     return QStringLiteral("%1 capitals %2 spacing %3 %4 %5 kerning %6")

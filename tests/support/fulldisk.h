@@ -6,8 +6,8 @@
 
 #include <sys/resource.h>
 
-/// While it lives, no file of this process grows beyond a size, as if the disk were full: a write
-/// takes what fits, and the next one fails. Each write that doesn't fit raises SIGXFSZ on the
+/// While the object exists, no file of this process grows beyond a size, as on a full disk: a write
+/// accepts what fits, and the next one fails. Each write that doesn't fit raises SIGXFSZ on the
 /// writing thread, which is ignored or goes to the handler.
 class FullDisk
 {

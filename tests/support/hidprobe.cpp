@@ -1,5 +1,5 @@
 /// @file
-/// Lists the USB HID devices of the cameras' vendor as the real hidapi finds them: one line a
+/// Lists the USB HID devices of the cameras' vendor as the real hidapi finds them: one line per
 /// device, then a line with a full stop. Does so at start and again for every line on standard
 /// input.
 
@@ -36,5 +36,5 @@ int main()
         }
     }
     hid_exit();
-    return 7; // a status that the testbed must hand on
+    return 7; // a status that the testbed must forward
 }

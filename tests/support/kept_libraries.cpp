@@ -1,8 +1,8 @@
 /// @file
-/// Keeps libraries in the process that are closed before it ends: the OpenGL driver, for one.
-/// LeakSanitizer looks for leaks after that, and could not tell any more whose they are (lsan.supp
-/// goes by the library's name); ThreadSanitizer ends the process when a library named in tsan.supp
-/// goes.
+/// Keeps libraries loaded that would be closed before the process ends, for example the OpenGL
+/// driver. LeakSanitizer searches for leaks after that and could no longer find their library
+/// (lsan.supp uses the library's name). ThreadSanitizer ends the process when a library named in
+/// tsan.supp is unloaded.
 
 extern "C" int dlclose(void*);
 

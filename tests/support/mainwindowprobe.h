@@ -6,8 +6,8 @@
 
 #include <array>
 
-/// Built around a window that outlives it: MainWindowProbe probe{window}. Every field goes by its
-/// own name.
+/// Created for a window that outlives it: MainWindowProbe probe{window}. Every field has its own
+/// name.
 struct MainWindowProbe
 {
     MainWindow& window;

@@ -19,7 +19,7 @@ struct State
     std::shared_ptr<const Function> hook;
 };
 
-/// Lives as long as the last thread, whatever else has gone.
+/// Exists until the last thread ends, after all other statics.
 State& state()
 {
     static auto* const only = new State;
@@ -38,8 +38,8 @@ void tell(const qtcalls::Call& call)
     }
 }
 
-/// Qt's own function behind the one of the same name here. A member function takes its object as
-/// the first argument.
+/// Qt's own function, which the one of the same name here replaces. A member function takes its
+/// object as the first argument.
 template <typename Signature>
 Signature* inQt(const char* symbol)
 {
@@ -55,7 +55,7 @@ void qtcalls::setHook(std::function<void(const Call&)> hook)
     state().hook.swap(kept);
 }
 
-// The executable's definitions come before those of the Qt library.
+// The executable's definitions have precedence over those of the Qt library.
 
 void QThread::msleep(unsigned long time)
 {

@@ -1,8 +1,8 @@
 /// @file
-/// What the program asks of Qt's threads and locks, with the limits that it sets.
+/// The program's calls of Qt's threads and locks, with the limits that it sets.
 ///
-/// A test whose sources list qtcalls.cpp has it between the program and Qt: a limit shows at once,
-/// where a clock could only show that it was not reached yet.
+/// In a test whose sources list qtcalls.cpp, these calls go through this file. A test sees a limit
+/// at once; a clock could only show that it was not reached yet.
 #pragma once
 
 #include <QDeadlineTimer>
@@ -23,11 +23,11 @@ struct Call
 {
     CALL call;
     const void* object; ///< mutex or thread; null for a sleep
-    qint64 limitMs;     ///< 0 where there is none to set
+    qint64 limitMs;     ///< 0 if the call has none
 };
 
 /// Calls the function for each call from now on, on the caller's thread and without a lock. It may
-/// block. An empty function ends that.
+/// block. An empty function removes the hook.
 void setHook(std::function<void(const Call&)> hook);
 
 /// Sets the hook for the life of the object.

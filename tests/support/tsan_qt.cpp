@@ -1,9 +1,9 @@
 /// @file
-/// Tells ThreadSanitizer of the synchronisation that takes place inside Qt, which isn't built for
-/// it: locking a QMutex, and a QThread's end. Without this everything that a QMutex guards, and
-/// everything that a thread did before another one waited for it, would be reported as a race.
+/// Announces to ThreadSanitizer the synchronisation inside Qt, which isn't built for it: locking a
+/// QMutex, and a QThread's end. Without this it would report everything that a QMutex guards, and
+/// everything that a thread did before another one waited for it, as a race.
 ///
-/// The linker leads the calls of the program's own objects here (--wrap in CMakeLists.txt).
+/// The linker redirects the calls of the program's own objects here (--wrap in CMakeLists.txt).
 #include <QDeadlineTimer>
 #include <QMutex>
 #include <QThread>
@@ -59,7 +59,7 @@ void __wrap__ZN11QBasicMutex14unlockInternalEv(QBasicMutex* mutex)
 
 void __wrap__ZN7QThread5startENS_8PriorityE(QThread* thread, QThread::Priority priority)
 {
-    // On the ending thread, after run() and before anybody can see it finished.
+    // On the ending thread, after run() and before another thread can see it as finished.
     QObject::connect(
         thread, &QThread::finished, thread, [thread] { __tsan_release(thread); },
         Qt::DirectConnection);

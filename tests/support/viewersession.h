@@ -1,5 +1,5 @@
 /// @file
-/// A real main window before a bench of the test's own.
+/// A real main window with the test's own bench.
 #pragma once
 
 #include "support/fonts.h"
@@ -27,7 +27,7 @@ inline om::bench::Bench& bench()
     return om::bench::Bench::instance();
 }
 
-/// A camera without motion and noise, so that its values stand still.
+/// A camera without motion and noise, so that its values do not change.
 inline om::bench::CameraConfig camera(om::MODEL model, unsigned int serial)
 {
     om::bench::CameraConfig config;
@@ -37,7 +37,7 @@ inline om::bench::CameraConfig camera(om::MODEL model, unsigned int serial)
     return config;
 }
 
-/// A window that is shown, its probe, and a tidy end whatever the test left.
+/// A visible window, its probe, and a proper end in every state that the test may leave.
 class Viewer
 {
 public:
@@ -46,7 +46,7 @@ public:
     Viewer(const Viewer&) = delete;
     Viewer& operator=(const Viewer&) = delete;
 
-    /// As the user closes it. A thread that a loss left behind would end the process.
+    /// Closes it as the user does. A thread left by a loss would end the process.
     void close()
     {
         if (window == nullptr) {
@@ -93,8 +93,8 @@ public:
     Ui_MainWindow* const ui = probe.ui;
 };
 
-/// Looks at each modal widget of the type as it comes up, and hands it to the callback over and
-/// over while it is the active one. The callback clicks it away when it has seen enough.
+/// Finds each modal widget of the type when it opens, and passes it to the callback repeatedly
+/// while it is the active one. The callback closes it with a click when it is done.
 template <typename Widget>
 class ModalWatcher
 {

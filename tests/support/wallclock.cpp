@@ -1,5 +1,5 @@
-// Stands before the C library's clock_gettime() in the program that it is linked to, for the
-// program's own calls and for those of the libraries.
+// Replaces the C library's clock_gettime() in the program that links it, for the program's own
+// calls and for those of the libraries.
 
 #include "support/wallclock.h"
 
@@ -15,7 +15,7 @@ namespace {
 constexpr std::int64_t nsPerSecond = 1'000'000'000;
 
 std::atomic<std::int64_t> offset{0}; // ns, against the system's clock
-std::atomic<std::int64_t> held{0};   // ns since the epoch; 0 while the clock goes
+std::atomic<std::int64_t> held{0};   // ns since the epoch; 0 while the clock runs
 std::atomic<void (*)()> hook{nullptr};
 
 std::int64_t systemTime()

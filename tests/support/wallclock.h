@@ -1,14 +1,14 @@
 /// @file
-/// The wall clock of a test program, which the test holds and moves. Steady clocks go on.
+/// The wall clock of a test program, which the test stops and moves. Steady clocks continue.
 #pragma once
 
 #include <chrono>
 
 namespace wallclock {
 
-/// Stops the clock at its present time; advance() alone moves it on.
+/// Stops the clock at its present time; only advance() moves it.
 void hold();
-/// The clock goes on from the time that it shows.
+/// Lets the clock continue from the time that it shows.
 void release();
 /// Also back, with a negative duration.
 void advance(std::chrono::nanoseconds duration);

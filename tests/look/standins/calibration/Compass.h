@@ -2,7 +2,7 @@
 
 #include <QWidget>
 
-// Takes the place of the real Compass where only the form around it is tested.
+// Replaces the real Compass in tests of the form around it.
 class Compass : public QWidget
 {
 public:

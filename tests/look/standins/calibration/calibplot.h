@@ -2,7 +2,7 @@
 
 #include <QWidget>
 
-// Takes the place of the real CalibPlot where only the form around it is tested.
+// Replaces the real CalibPlot in tests of the form around it.
 class CalibPlot : public QWidget
 {
 public:

@@ -2,7 +2,7 @@
 
 #include <QWidget>
 
-// Takes the place of the real DataPlot where only the form around it is tested.
+// Replaces the real DataPlot in tests of the form around it.
 class DataPlot : public QWidget
 {
 public:

@@ -2,7 +2,7 @@
 
 #include <QWidget>
 
-// Takes the place of the real OGL3DWidget where only the form around it is tested.
+// Replaces the real OGL3DWidget in tests of the form around it.
 class OGL3DWidget : public QWidget
 {
 public:
