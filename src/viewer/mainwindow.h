@@ -36,6 +36,9 @@ class Ui_MainWindow;
 namespace recorder {
 class LineFile;
 } // namespace recorder
+namespace sensorsample {
+struct Sample;
+} // namespace sensorsample
 
 class MainWindow : public QMainWindow
 {
@@ -116,6 +119,8 @@ private:
     void startStreaming(om::MODEL model);
     void startSensorThread();
     void joinSensorThread();
+    void showInView(const sensorsample::Sample& sample);
+    void storeSample(const sensorsample::Sample& sample);
     void showValues(const QString& sensor);
     struct ChartRow; // one sensor's row in the table of the chart feed
     void selectSensor(bool checked, const char* sensor);

@@ -1,19 +1,13 @@
-#include "viewer/valuedisplay.h"
-
 #include "viewer/mainwindow.h"
+
 #include "ui_mainwindow.h"
+#include "viewer/sensormath.h"
 
 #include <QMutexLocker>
 #include <QTimer>
 
 #include <algorithm>
 #include <chrono>
-#include <cmath>
-
-int valuedisplay::shownRate(double reported, double nominal)
-{
-    return static_cast<int>(std::ceil(std::min(reported, nominal)));
-}
 
 void MainWindow::displayDefaultValues()
 {
@@ -129,5 +123,5 @@ void MainWindow::showValues(const QString& sensor)
         }
     }
     ui->label_sensor_rate->setText(
-        tr("%1 Hz").arg(valuedisplay::shownRate(shown.rate, shown.nominalRate)));
+        tr("%1 Hz").arg(sensormath::shownRate(shown.rate, shown.nominalRate)));
 }

@@ -82,4 +82,9 @@ float widenedTemperatureMin(float limit, float temperature)
     return limit > temperature ? temperature - 5.0F : limit;
 }
 
+int shownRate(double reported, double nominal)
+{
+    return static_cast<int>(std::ceil(std::min(reported, nominal)));
+}
+
 } // namespace sensormath

@@ -1,5 +1,6 @@
 /// @file
-/// The arithmetic of the sensor loop: which samples are new, and how the chart limits widen.
+/// The arithmetic of the sensors: which samples are new, how the chart limits widen, and which rate
+/// is shown.
 #pragma once
 
 #include "camera/camera_library.h"
@@ -82,5 +83,8 @@ float widenedAltitudeMin(float limit, float altitude);
 
 float widenedTemperatureMax(float limit, float temperature); ///< degrees Celsius, 5 beyond
 float widenedTemperatureMin(float limit, float temperature);
+
+/// The reported rate up to the nominal one, rounded up to a whole number, Hz.
+int shownRate(double reported, double nominal);
 
 } // namespace sensormath

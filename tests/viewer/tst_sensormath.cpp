@@ -1,5 +1,4 @@
 #include "viewer/sensormath.h"
-#include "viewer/valuedisplay.h"
 
 #include <QtTest>
 
@@ -213,7 +212,7 @@ private slots:
         QFETCH(double, reported);
         QFETCH(double, nominal);
         QFETCH(int, shown);
-        QCOMPARE(valuedisplay::shownRate(reported, nominal), shown);
+        QCOMPARE(sm::shownRate(reported, nominal), shown);
     }
 };
 

@@ -1,0 +1,108 @@
+#include "viewer/sensorsample.h"
+
+#include <algorithm>
+
+namespace sm = sensormath;
+
+namespace sensorsample {
+
+Sampler::Sampler(const Stream& imu, const Stream& barometer, const Stream& magnetometer,
+                 const Limits& limits)
+    : m_imu(imu), m_barometer(barometer), m_magnetometer(magnetometer), m_limits(limits)
+{}
+
+bool Sampler::isNew(Clocked& stream, std::uint64_t timestampNs)
+{
+    using Verdict = sm::SampleClock::Verdict;
+    const Verdict verdict = stream.clock.look(timestampNs);
+    if (verdict == Verdict::First) {
+        stream.startTime = timestampNs / 1000;
+    }
+    return verdict == Verdict::New;
+}
+
+template <typename Block>
+Sample::Slow Sampler::slowSample(Clocked& stream, const Block& block)
+{
+    Sample::Slow sample;
+    if (block.isAvailable) {
+        stream.effectiveRate = static_cast<double>(block.effectiveRate);
+        sample.time = sm::seconds(block.timestamp / 1000);
+        sample.isNew = isNew(stream, block.timestamp);
+        sample.rate = stream.clock.rate();
+    }
+    return sample;
+}
+
+std::optional<Sample> Sampler::take(const om::SensorsData& record)
+{
+    m_imu.effectiveRate = static_cast<double>(record.imu.effectiveRate);
+    if (!isNew(m_imu, record.imu.timestamp)) {
+        return std::nullopt;
+    }
+    Sample sample;
+    sample.time = sm::seconds(record.imu.timestamp / 1000);
+    sample.rate = m_imu.clock.rate();
+    // Looked at only beside a new IMU sample, which bounds their pace.
+    sample.barometer = slowSample(m_barometer, record.barometer);
+    sample.magnetometer = slowSample(m_magnetometer, record.magnetometer);
+    takeMotion(record, sample);
+    takeAir(record, sample);
+    takeTemperatures(record, sample);
+    return sample;
+}
+
+void Sampler::takeMotion(const om::SensorsData& record, Sample& sample)
+{
+    const auto& imu = record.imu;
+    sample.acceleration = imu.linearAcceleration;
+    sample.direction = sm::unit(sample.acceleration);
+    sample.angularVelocity = imu.angularVelocity;
+    m_limits.accel = sm::widenedRange(m_limits.accel, sm::largestMagnitude(sample.acceleration));
+    m_limits.gyro = sm::widenedRange(m_limits.gyro, sm::largestMagnitude(sample.angularVelocity));
+
+    sample.field = record.magnetometer.magneticFieldUncalibrated;
+    sample.fieldIsCalibrated =
+        sm::differ(record.magnetometer.magneticFieldCalibrated, sample.field);
+    if (!sm::isSaturated(sample.field)) {
+        m_limits.mag = sm::widenedRange(m_limits.mag, sm::largestMagnitude(sample.field));
+    }
+
+    sample.angles = {sm::degrees(imu.pose.getEulerAngles(true).x),
+                     sm::degrees(imu.pose.getEulerAngles(true).y),
+                     sm::degrees(imu.pose.getEulerAngles(true).z)};
+    m_limits.orient = sm::widenedRange(m_limits.orient, sm::largestMagnitude(sample.angles));
+    sample.orientation = imu.pose.getOrientation();
+    sample.movingState = record.cameraMovingState;
+}
+
+void Sampler::takeAir(const om::SensorsData& record, Sample& sample)
+{
+    sample.pressure = sm::hectopascals(record.barometer.pressure);
+    m_limits.pressureMax = sm::widenedPressureMax(m_limits.pressureMax, sample.pressure);
+    m_limits.pressureMin = sm::widenedPressureMin(m_limits.pressureMin, sample.pressure);
+    sample.altitude = record.barometer.relativeAltitude;
+    m_limits.altitudeMax = sm::widenedAltitudeMax(m_limits.altitudeMax, sample.altitude);
+    m_limits.altitudeMin = sm::widenedAltitudeMin(m_limits.altitudeMin, sample.altitude);
+}
+
+void Sampler::takeTemperatures(const om::SensorsData& record, Sample& sample)
+{
+    const auto& temperature = record.temperature;
+    const int leftResult = temperature.get(omlib::onLeft, m_left);
+    const int rightResult = temperature.get(omlib::onRight, m_right);
+    // Without sensors on the board the IMU's temperature stands in for both.
+    sample.temperatureFallback = leftResult != 0 || rightResult != 0;
+    if (sample.temperatureFallback) {
+        temperature.get(omlib::atImu, m_left);
+        temperature.get(omlib::atImu, m_right);
+    }
+    sample.left = m_left;
+    sample.right = m_right;
+    m_limits.temperatureMax =
+        sm::widenedTemperatureMax(m_limits.temperatureMax, std::max(m_left, m_right));
+    m_limits.temperatureMin =
+        sm::widenedTemperatureMin(m_limits.temperatureMin, std::min(m_left, m_right));
+}
+
+} // namespace sensorsample

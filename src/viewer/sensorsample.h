@@ -1,0 +1,103 @@
+/// @file
+/// From a record of the camera library to one sample: what is new in it, in the program's units,
+/// and what it does to the limits of the chart. No Qt.
+#pragma once
+
+#include "camera/camera_library.h"
+#include "viewer/sensormath.h"
+#include "viewer/shared.h"
+
+#include <cstdint>
+#include <optional>
+
+namespace sensorsample {
+
+/// One new IMU sample with what the other sensors report at that moment.
+struct Sample
+{
+    /// The share of the barometer or of the magnetometer.
+    struct Slow
+    {
+        bool isNew = false; ///< a new sample of its own; rate belongs to it
+        double time = 0.0;  ///< s, of the record; 0 without such a sensor
+        double rate = 0.0;  ///< Hz
+    };
+
+    double time = 0.0; ///< s of the library's clock
+    double rate = 0.0; ///< Hz, 1 over the time since the sample before
+    Slow barometer;
+    Slow magnetometer;
+
+    om::Vector3<float> acceleration;    ///< m/s^2
+    om::Vector3<float> direction;       ///< of the acceleration, a unit vector; may be not-a-number
+    om::Vector3<float> angularVelocity; ///< degrees per second
+    om::Vector3<float> field;           ///< uT, uncalibrated
+    bool fieldIsCalibrated = false;     ///< the library corrects the field
+    om::Vector3<float> angles;          ///< Euler angles, degrees
+    om::Orientation orientation;
+    float pressure = 0.0F; ///< hPa
+    float altitude = 0.0F; ///< m
+    int movingState = 0;
+    float left = 0.0F;  ///< degrees Celsius
+    float right = 0.0F; ///< degrees Celsius
+    /// Both temperatures are the IMU's, as the board reports none.
+    bool temperatureFallback = false;
+};
+
+/// What a stream publishes beside its samples.
+struct Stream
+{
+    Shared<double>& effectiveRate; ///< Hz, as the library reports it
+    std::uint64_t& startTime;      ///< us, of the first sample of the run
+};
+
+/// The limits of the chart, which only widen. Units as in Sample.
+struct Limits
+{
+    Shared<float>& accel;
+    Shared<float>& gyro;
+    Shared<float>& mag;
+    Shared<float>& orient;
+    Shared<float>& pressureMax;
+    Shared<float>& pressureMin;
+    Shared<float>& altitudeMax;
+    Shared<float>& altitudeMin;
+    Shared<float>& temperatureMax;
+    Shared<float>& temperatureMin;
+};
+
+/// One run of the sensor thread. Its first valid IMU record only sets the clock. What the streams
+/// and the limits refer to outlives it. One thread uses it.
+class Sampler
+{
+public:
+    Sampler(const Stream& imu, const Stream& barometer, const Stream& magnetometer,
+            const Limits& limits);
+
+    /// The sample of a record that was just polled; nothing where its IMU time is no new one.
+    std::optional<Sample> take(const om::SensorsData& record);
+
+private:
+    struct Clocked : Stream
+    {
+        explicit Clocked(const Stream& stream) : Stream(stream) {}
+        sensormath::SampleClock clock;
+    };
+
+    static bool isNew(Clocked& stream, std::uint64_t timestampNs);
+    template <typename Block>
+    static Sample::Slow slowSample(Clocked& stream, const Block& block);
+    void takeMotion(const om::SensorsData& record, Sample& sample);
+    void takeAir(const om::SensorsData& record, Sample& sample);
+    void takeTemperatures(const om::SensorsData& record, Sample& sample);
+
+    Clocked m_imu;
+    Clocked m_barometer;
+    Clocked m_magnetometer;
+    Limits m_limits;
+    // They outlive a record: without any temperature the last ones stand.
+    float m_left = 0.0F;
+    float m_right = 0.0F;
+};
+
+} // namespace sensorsample

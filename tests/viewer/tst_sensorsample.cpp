@@ -1,0 +1,339 @@
+#include "viewer/sensorsample.h"
+
+#include <QtTest>
+
+#include <functional>
+#include <vector>
+
+using sensorsample::Sample;
+using sensorsample::Sampler;
+using Location = om::SensorsData::TemperatureData::SENSOR_LOCATION;
+using Values = std::vector<float>;
+
+namespace {
+
+constexpr std::uint64_t second = 1'000'000'000;
+constexpr std::uint64_t start = 1000 * second;
+constexpr std::uint64_t period = 2'500'000;
+
+om::SensorsData record(std::uint64_t timestamp)
+{
+    om::SensorsData data;
+    data.imu.timestamp = timestamp;
+    data.imu.effectiveRate = 400.0F;
+    data.barometer.pressure = 102500.0F;
+    data.temperature.values = {
+        {Location::IMU, 30.0F}, {Location::LEFT, 45.0F}, {Location::RIGHT, 45.0F}};
+    return data;
+}
+
+om::SensorsData withBarometer(om::SensorsData data, std::uint64_t timestamp)
+{
+    data.barometer.isAvailable = true;
+    data.barometer.timestamp = timestamp;
+    data.barometer.effectiveRate = 25.5F;
+    return data;
+}
+
+om::SensorsData withMagnetometer(om::SensorsData data, std::uint64_t timestamp)
+{
+    data.magnetometer.isAvailable = true;
+    data.magnetometer.timestamp = timestamp;
+    data.magnetometer.effectiveRate = 50.5F;
+    return data;
+}
+
+om::SensorsData changed(om::SensorsData data, const std::function<void(om::SensorsData&)>& change)
+{
+    change(data);
+    return data;
+}
+
+Values valuesOf(const om::Vector3<float>& v)
+{
+    return {v.x, v.y, v.z};
+}
+
+om::Transform turned(float radians, const om::Translation& axis)
+{
+    return {om::Orientation(om::Rotation(radians, axis)), om::Translation()};
+}
+
+/// A sampler with what it publishes, as the main window starts it.
+struct Run
+{
+    Shared<double> imuRate = 0.0;
+    Shared<double> baroRate = 0.0;
+    Shared<double> magRate = 0.0;
+    std::uint64_t imuStart = 0;
+    std::uint64_t baroStart = 0;
+    std::uint64_t magStart = 0;
+    Shared<float> accel = 15.0F;
+    Shared<float> gyro = 15.0F;
+    Shared<float> mag = 6.5F;
+    Shared<float> orient = 45.0F;
+    Shared<float> pressureMax = 1050.0F;
+    Shared<float> pressureMin = 1000.0F;
+    Shared<float> altitudeMax = 5.0F;
+    Shared<float> altitudeMin = 0.0F;
+    Shared<float> temperatureMax = 45.0F;
+    Shared<float> temperatureMin = 45.0F;
+    Sampler sampler{{imuRate, imuStart},
+                    {baroRate, baroStart},
+                    {magRate, magStart},
+                    {accel, gyro, mag, orient, pressureMax, pressureMin, altitudeMax, altitudeMin,
+                     temperatureMax, temperatureMin}};
+
+    /// The sample of a record behind one that only set the clock.
+    Sample only(const om::SensorsData& data)
+    {
+        sampler.take(record(data.imu.timestamp - period));
+        return sampler.take(data).value();
+    }
+
+    Values limits() const
+    {
+        return {accel,       gyro,        mag,         orient,         pressureMax,
+                pressureMin, altitudeMax, altitudeMin, temperatureMax, temperatureMin};
+    }
+};
+
+} // namespace
+
+Q_DECLARE_METATYPE(om::SensorsData)
+Q_DECLARE_METATYPE(Values)
+
+class TestSensorSample : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void theFirstRecordOfARunOnlySetsTheClock()
+    {
+        Run run;
+        QVERIFY(!run.sampler.take(record(start + 999)).has_value());
+        QCOMPARE(run.imuStart, static_cast<std::uint64_t>(start / 1000));
+        const auto sample = run.sampler.take(record(start + period));
+        QVERIFY(sample.has_value());
+        QCOMPARE(sample->time, 1000.0025);
+        QCOMPARE(sample->rate, 400.0);
+        QCOMPARE(run.imuStart, static_cast<std::uint64_t>(start / 1000));
+    }
+
+    void aRecordWithoutANewImuTimeIsNoSampleButReportsTheRate_data()
+    {
+        QTest::addColumn<std::uint64_t>("timestamp");
+        QTest::newRow("the same microsecond") << start + period + 999;
+        QTest::newRow("below a microsecond") << std::uint64_t(999);
+    }
+
+    void aRecordWithoutANewImuTimeIsNoSampleButReportsTheRate()
+    {
+        QFETCH(std::uint64_t, timestamp);
+        Run run;
+        run.only(record(start + period));
+        const Values before = run.limits();
+        auto repeat = withMagnetometer(withBarometer(record(timestamp), start), start);
+        repeat.imu.linearAcceleration = {99.0F, 99.0F, 99.0F};
+        repeat.imu.effectiveRate = 123.0F;
+        QVERIFY(!run.sampler.take(repeat).has_value());
+        QCOMPARE(static_cast<double>(run.imuRate), 123.0);
+        // The other streams are not looked at.
+        QCOMPARE(static_cast<double>(run.baroRate), 0.0);
+        QCOMPARE(static_cast<double>(run.magRate), 0.0);
+        QCOMPARE(run.baroStart, std::uint64_t(0));
+        QCOMPARE(run.limits(), before);
+    }
+
+    void aSlowStreamHasAClockOfItsOwn_data()
+    {
+        QTest::addColumn<bool>("barometer");
+        QTest::newRow("barometer") << true;
+        QTest::newRow("magnetometer") << false;
+    }
+
+    void aSlowStreamHasAClockOfItsOwn()
+    {
+        QFETCH(bool, barometer);
+        const auto with = [&](std::uint64_t imu, std::uint64_t timestamp) {
+            return barometer ? withBarometer(record(imu), timestamp)
+                             : withMagnetometer(record(imu), timestamp);
+        };
+        Run run;
+        const auto take = [&](std::uint64_t imu, std::uint64_t timestamp) {
+            const Sample sample = run.sampler.take(with(imu, timestamp)).value();
+            return barometer ? sample.barometer : sample.magnetometer;
+        };
+        run.sampler.take(with(start, start - second)); // a record that is no sample
+
+        // Without a time stamp, the first, a repeat, a new one.
+        Sample::Slow slow = take(start + period, 999);
+        QVERIFY(!slow.isNew);
+        QCOMPARE(slow.time, 0.0);
+        slow = take(start + 2 * period, start + 1'000);
+        QVERIFY(!slow.isNew);
+        QCOMPARE(slow.time, 1000.000001);
+        QCOMPARE(barometer ? run.baroStart : run.magStart, std::uint64_t(start / 1000 + 1));
+        QCOMPARE(barometer ? run.magStart : run.baroStart, std::uint64_t(0));
+        slow = take(start + 3 * period, start + 1'999);
+        QVERIFY(!slow.isNew);
+        QCOMPARE(slow.time, 1000.000001);
+        slow = take(start + 4 * period, start + 20'001'000);
+        QVERIFY(slow.isNew);
+        QCOMPARE(slow.time, 1000.020001);
+        QCOMPARE(slow.rate, 50.0);
+        QCOMPARE(static_cast<double>(run.baroRate), barometer ? 25.5 : 0.0);
+        QCOMPARE(static_cast<double>(run.magRate), barometer ? 0.0 : 50.5);
+    }
+
+    void anAbsentBlockHasTimeZeroWhateverItHolds()
+    {
+        Run run;
+        auto data = withMagnetometer(withBarometer(record(start + period), start), start);
+        data.barometer.isAvailable = false;
+        data.magnetometer.isAvailable = false;
+        const Sample sample = run.only(data);
+        QCOMPARE(sample.barometer.time, 0.0);
+        QCOMPARE(sample.magnetometer.time, 0.0);
+        QVERIFY(!sample.barometer.isNew && !sample.magnetometer.isNew);
+        QCOMPARE(static_cast<double>(run.baroRate), 0.0);
+        QCOMPARE(static_cast<double>(run.magRate), 0.0);
+    }
+
+    void eachValueGoesToItsPlace()
+    {
+        om::SensorsData data = record(start + period);
+        data.imu.linearAcceleration = {3.0F, 0.0F, -4.0F};
+        data.imu.angularVelocity = {1.5F, 2.5F, 3.5F};
+        data.imu.pose = turned(0.25F, {1.0F, 0.0F, 0.0F});
+        data.magnetometer.magneticFieldUncalibrated = {4.5F, 5.5F, 6.5F};
+        data.barometer.pressure = 101325.0F;
+        data.barometer.relativeAltitude = -1.25F;
+        data.cameraMovingState = 2;
+        data.temperature.values = {
+            {Location::IMU, 30.0F}, {Location::LEFT, 31.0F}, {Location::RIGHT, 32.0F}};
+        Run run;
+        const Sample sample = run.only(data);
+        QCOMPARE(valuesOf(sample.acceleration), Values({3.0F, 0.0F, -4.0F}));
+        QCOMPARE(valuesOf(sample.direction), Values({0.6F, 0.0F, -0.8F}));
+        QCOMPARE(valuesOf(sample.angularVelocity), Values({1.5F, 2.5F, 3.5F}));
+        QCOMPARE(valuesOf(sample.field), Values({4.5F, 5.5F, 6.5F}));
+        QVERIFY(qAbs(sample.angles.x - 14.323945F) < 1e-4F);
+        QVERIFY(qAbs(sample.angles.y) < 1e-4F && qAbs(sample.angles.z) < 1e-4F);
+        const om::Orientation wanted = data.imu.pose.getOrientation();
+        QVERIFY(wanted.ox > 0.1F);
+        QCOMPARE(sample.orientation.ox, wanted.ox);
+        QCOMPARE(sample.orientation.ow, wanted.ow);
+        QCOMPARE(sample.pressure, 1013.25F);
+        QCOMPARE(sample.altitude, -1.25F);
+        QCOMPARE(sample.movingState, 2);
+        QCOMPARE(sample.left, 31.0F);
+        QCOMPARE(sample.right, 32.0F);
+        QVERIFY(!sample.temperatureFallback);
+    }
+
+    void theFieldIsCalibratedWhereTheTriplesDiffer()
+    {
+        Run run;
+        auto data = record(start + period);
+        data.magnetometer.magneticFieldUncalibrated = {1.0F, 2.0F, 3.0F};
+        data.magnetometer.magneticFieldCalibrated = {1.0F, 2.0F, 3.0F};
+        QVERIFY(!run.only(data).fieldIsCalibrated);
+        data.imu.timestamp += period;
+        data.magnetometer.magneticFieldCalibrated.y = 2.5F;
+        QVERIFY(run.sampler.take(data).value().fieldIsCalibrated);
+    }
+
+    void aSampleWidensTheLimitsOfItsValuesOnly_data()
+    {
+        QTest::addColumn<om::SensorsData>("data");
+        QTest::addColumn<int>("limit");
+        QTest::addColumn<float>("widened");
+        const auto row = [](const char* name, int limit, float widened,
+                            const std::function<void(om::SensorsData&)>& change) {
+            QTest::newRow(name) << changed(record(start + period), change) << limit << widened;
+        };
+        using Data = om::SensorsData;
+        row("nothing", -1, 0.0F, [](Data&) {});
+        row("acceleration", 0, 20.0F, [](Data& d) { d.imu.linearAcceleration.y = -20.0F; });
+        row("angular velocity", 1, 30.0F, [](Data& d) { d.imu.angularVelocity.z = -30.0F; });
+        row("field", 2, 40.0F, [](Data& d) {
+            d.magnetometer.magneticFieldUncalibrated = {-40.0F, 0.0F, 0.0F};
+        });
+        row("saturated field", -1, 0.0F, [](Data& d) {
+            d.magnetometer.magneticFieldUncalibrated = {-40.0F, 0.0F, -2048.0F};
+        });
+        row("pressure above", 4, 1151.0F, [](Data& d) { d.barometer.pressure = 105100.0F; });
+        row("pressure below", 5, 899.0F, [](Data& d) { d.barometer.pressure = 99900.0F; });
+        row("altitude above", 6, 11.0F, [](Data& d) { d.barometer.relativeAltitude = 10.0F; });
+        row("altitude below", 7, -11.0F, [](Data& d) { d.barometer.relativeAltitude = -10.0F; });
+        row("the left one warmer", 8, 55.0F,
+            [](Data& d) { d.temperature.values[Location::LEFT] = 50.0F; });
+        row("the right one warmer", 8, 55.0F,
+            [](Data& d) { d.temperature.values[Location::RIGHT] = 50.0F; });
+        row("the left one colder", 9, 35.0F,
+            [](Data& d) { d.temperature.values[Location::LEFT] = 40.0F; });
+        row("the right one colder", 9, 35.0F,
+            [](Data& d) { d.temperature.values[Location::RIGHT] = 40.0F; });
+    }
+
+    void aSampleWidensTheLimitsOfItsValuesOnly()
+    {
+        QFETCH(om::SensorsData, data);
+        QFETCH(int, limit);
+        QFETCH(float, widened);
+        Run run;
+        Values wanted = run.limits();
+        if (limit >= 0) {
+            wanted[static_cast<std::size_t>(limit)] = widened;
+        }
+        run.only(data);
+        QCOMPARE(run.limits(), wanted);
+    }
+
+    void anEulerAngleWidensItsLimit()
+    {
+        Run run;
+        om::SensorsData data = record(start + period);
+        data.imu.pose = turned(-1.5F, {0.0F, 0.0F, 1.0F});
+        const Sample sample = run.only(data);
+        QVERIFY(qAbs(static_cast<float>(run.orient) - 85.943669F) < 1e-3F);
+        QCOMPARE(static_cast<float>(run.orient), qAbs(sample.angles.z));
+    }
+
+    void withoutABoardTemperatureTheImusStandsInForBoth_data()
+    {
+        QTest::addColumn<int>("absent");
+        QTest::newRow("left") << static_cast<int>(Location::LEFT);
+        QTest::newRow("right") << static_cast<int>(Location::RIGHT);
+    }
+
+    void withoutABoardTemperatureTheImusStandsInForBoth()
+    {
+        QFETCH(int, absent);
+        auto data = record(start + period);
+        data.temperature.values.erase(static_cast<Location>(absent));
+        Run run;
+        const Sample sample = run.only(data);
+        QVERIFY(sample.temperatureFallback);
+        QCOMPARE(sample.left, 30.0F);
+        QCOMPARE(sample.right, 30.0F);
+        QCOMPARE(static_cast<float>(run.temperatureMin), 25.0F);
+        QCOMPARE(static_cast<float>(run.temperatureMax), 45.0F);
+    }
+
+    void withoutAnyTemperatureTheLastOnesStand()
+    {
+        Run run;
+        run.only(record(start + period));
+        auto data = record(start + 2 * period);
+        data.temperature.values.clear();
+        const Sample sample = run.sampler.take(data).value();
+        QVERIFY(sample.temperatureFallback);
+        QCOMPARE(sample.left, 45.0F);
+        QCOMPARE(sample.right, 45.0F);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestSensorSample)
+#include "tst_sensorsample.moc"
