@@ -1,7 +1,6 @@
 #include "bench/bench.h"
 
 #include "bench/bench_file.h"
-#include "control/control.h"
 #include "bench/eeprom.h"
 #include "bench/loader.h"
 #include "replay/replay.h"
@@ -9,7 +8,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <mutex>
 #include <utility>
 
@@ -102,25 +100,6 @@ struct Bench::Impl
         }
     }
 };
-
-Bench& Bench::instance()
-{
-    // Never destroyed: a thread that outlives main() may still use it.
-    static Bench* const bench = [] {
-        auto* const made = new Bench;
-        const char* const file = std::getenv("OM_TIV_BENCH");
-        if (file == nullptr || *file == '\0') {
-            made->loadDefault();
-        } else {
-            made->startLoading(file);
-        }
-        // What is being read must not keep the process from its end.
-        std::atexit([] { Bench::instance().loader().end(); });
-        startControl(*made);
-        return made;
-    }();
-    return *bench;
-}
 
 Bench::Bench() : m_impl(std::make_unique<Impl>()) {}
 Bench::~Bench() = default;

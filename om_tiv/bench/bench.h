@@ -1,11 +1,10 @@
 /// @file
 /// The virtual bench's control within the process: cameras, clock, faults, scripts, log of calls.
 ///
-/// There is one bench in a process, the one that om::Camera and om::TIVmcu see. At its first use it
-/// loads the bench file that the environment variable OM_TIV_BENCH names, or else the default
-/// bench. A test starts with reset() and adds what it needs:
+/// The library uses one bench, theBench() (library/the_bench.h). A test starts with reset() and
+/// adds what it needs:
 ///
-///     auto& bench = om::bench::Bench::instance();
+///     auto& bench = om::bench::theBench();
 ///     bench.reset();
 ///     bench.clock().setManual(1'000 * om::bench::NS_PER_S);
 ///     om::bench::CameraConfig config;
@@ -70,7 +69,10 @@ struct ImuCounters
 class Bench
 {
 public:
-    static Bench& instance();
+    Bench();
+    ~Bench();
+    Bench(const Bench&) = delete;
+    Bench& operator=(const Bench&) = delete;
 
     // ---- The bench as a whole -----------------------------------------------------------------
 
@@ -203,13 +205,7 @@ public:
     /// Whether an open camera has the fault of too little GPU memory.
     bool isGpuMemoryShort() const;
 
-    Bench(const Bench&) = delete;
-    Bench& operator=(const Bench&) = delete;
-
 private:
-    Bench();
-    ~Bench();
-
     struct Impl;
     std::unique_ptr<Impl> m_impl;
 };

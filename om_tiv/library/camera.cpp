@@ -1,6 +1,6 @@
 #include <om_tiv/camera.h>
 
-#include "bench/bench.h"
+#include "library/the_bench.h"
 #include "library/camera_session.h"
 #include "library/hid.h"
 
@@ -14,6 +14,7 @@ using bench::Bench;
 using bench::CALL;
 using bench::CallRecord;
 using bench::CameraSession;
+using bench::theBench;
 
 // ---- Records ------------------------------------------------------------------------------------
 
@@ -106,7 +107,7 @@ public:
     /// Logs a call on the camera that is open, or was.
     void log(CallRecord record) const
     {
-        Bench& bench = Bench::instance();
+        Bench& bench = theBench();
         if (!bench.log().wants(record.call)) {
             return;
         }
@@ -118,7 +119,7 @@ public:
     /// Logs a call without arguments of a kind that is logged only on request.
     void logHighRate(CALL call) const
     {
-        if (Bench::instance().log().wants(call)) {
+        if (theBench().log().wants(call)) {
             CallRecord record;
             record.call = call;
             log(std::move(record));
@@ -145,7 +146,7 @@ Camera::~Camera()
 ERROR_CODE Camera::open(InitParameters parameters)
 {
     close();
-    Bench& bench = Bench::instance();
+    Bench& bench = theBench();
     ERROR_CODE result = ERROR_CODE::FAILURE;
     {
         const Bench::OpenScope scope(bench, parameters);
@@ -228,7 +229,7 @@ CUcontext Camera::getCUDAContext()
 
 std::vector<DeviceProperties> Camera::getDeviceList()
 {
-    Bench& bench = Bench::instance();
+    Bench& bench = theBench();
     std::vector<DeviceProperties> devices;
     {
         const Bench::ListScope scope(bench);
@@ -258,7 +259,7 @@ ERROR_CODE Camera::getSensorsData(SensorsData& data, TIME_REFERENCE reference)
 {
     const auto session = m_impl->session();
     const ERROR_CODE result = session ? session->sensors(data, reference) : ERROR_CODE::FAILURE;
-    if (Bench::instance().log().wants(CALL::GET_SENSORS_DATA)) {
+    if (theBench().log().wants(CALL::GET_SENSORS_DATA)) {
         CallRecord record;
         record.call = CALL::GET_SENSORS_DATA;
         record.value = static_cast<int>(reference);
@@ -271,7 +272,7 @@ ERROR_CODE Camera::getSensorsData(SensorsData& data, TIME_REFERENCE reference)
 std::uint64_t Camera::getTimestamp(TIME_REFERENCE reference)
 {
     if (reference == TIME_REFERENCE::CURRENT) {
-        return Bench::instance().clock().now();
+        return theBench().clock().now();
     }
     const auto session = m_impl->session();
     return session ? session->imageTime() : 0;

@@ -1,6 +1,6 @@
 #include "library/camera_session.h"
 
-#include "bench/bench.h"
+#include "library/the_bench.h"
 #include "base/one_line.h"
 
 #include <algorithm>
@@ -127,7 +127,7 @@ std::shared_ptr<CameraSession> CameraSession::open(const InitParameters& asked,
 
 ERROR_CODE CameraSession::findDevice(const InputType& input, std::shared_ptr<VirtualCamera>& device)
 {
-    for (const auto& camera : Bench::instance().cameras()) {
+    for (const auto& camera : theBench().cameras()) {
         if (!camera->isPlugged()) {
             continue;
         }

@@ -4,7 +4,7 @@
 /// The linker sends every call of hid_enumerate here (--wrap); the entries are allocated as hidapi
 /// allocates its own, so that hid_free_enumeration frees the lot.
 
-#include "bench/bench.h"
+#include "library/the_bench.h"
 #include "library/hid.h"
 
 #include <hidapi/hidapi.h>
@@ -60,7 +60,7 @@ hid_device_info* __wrap_hid_enumerate(unsigned short vendor, unsigned short prod
     while (*end != nullptr) {
         end = &(*end)->next;
     }
-    auto& bench = om::bench::Bench::instance();
+    auto& bench = om::bench::theBench();
     for (const unsigned int serial : bench.serialNumbers()) {
         const om::bench::CameraConfig camera = bench.config(serial);
         const unsigned short ownId = om::bench::usbProductId(camera.model);

@@ -1,6 +1,6 @@
 #include <om_tiv/mat.h>
 
-#include "bench/bench.h"
+#include "library/the_bench.h"
 
 #include <cuda_runtime_api.h>
 
@@ -57,7 +57,7 @@ void Mat::alloc(Resolution size, MAT_TYPE type, MEM memory)
         m_hostContent = 0;
     }
     if (holds(memory, MEM::GPU) && m_gpu == nullptr) {
-        if (bench::Bench::instance().isGpuMemoryShort()) {
+        if (bench::theBench().isGpuMemoryShort()) {
             failAllocation();
             return;
         }

@@ -1,6 +1,6 @@
 #include <om_tiv/mcu.h>
 
-#include "bench/bench.h"
+#include "library/the_bench.h"
 #include "world/heading.h"
 #include "library/mcu_link.h"
 #include "bench/virtual_camera.h"
@@ -13,11 +13,11 @@
 
 namespace om {
 
-using bench::Bench;
 using bench::CALL;
 using bench::CallRecord;
 using bench::MagCalibration;
 using bench::Nanoseconds;
+using bench::theBench;
 using bench::Vector;
 using bench::VirtualCamera;
 
@@ -153,7 +153,7 @@ IMUReaderData TIVmcu::getIMUReaderData()
     } else {
         data = m_impl->rememberedRecord();
     }
-    if (Bench::instance().log().wants(CALL::MCU_GET_READER_DATA)) {
+    if (theBench().log().wants(CALL::MCU_GET_READER_DATA)) {
         CallRecord call;
         call.value = data.magState;
         m_impl->log(std::move(call), CALL::MCU_GET_READER_DATA,
@@ -183,7 +183,7 @@ IMUPose TIVmcu::getIMUPose(int sensors)
     } else if (!session) {
         pose = m_impl->rememberedPose();
     }
-    if (Bench::instance().log().wants(CALL::MCU_GET_POSE)) {
+    if (theBench().log().wants(CALL::MCU_GET_POSE)) {
         CallRecord call;
         call.value = sensors;
         m_impl->log(std::move(call), CALL::MCU_GET_POSE,
@@ -194,7 +194,7 @@ IMUPose TIVmcu::getIMUPose(int sensors)
 
 float TIVmcu::calcMagHeading(Vector3<float> mag, Vector3<float> acceleration)
 {
-    if (Bench::instance().log().wants(CALL::MCU_CALC_MAG_HEADING)) {
+    if (theBench().log().wants(CALL::MCU_CALC_MAG_HEADING)) {
         CallRecord call;
         call.numbers =
             numbersOf({mag.x, mag.y, mag.z, acceleration.x, acceleration.y, acceleration.z});

@@ -1,5 +1,6 @@
 #include "library/mcu_link.h"
 
+#include "library/the_bench.h"
 #include "library/hid.h"
 
 #include <algorithm>
@@ -13,13 +14,13 @@
 
 namespace om {
 
-using bench::Bench;
 using bench::CALL;
 using bench::CallRecord;
 using bench::HeadingQuality;
 using bench::MagCalibration;
 using bench::Nanoseconds;
 using bench::STREAM;
+using bench::theBench;
 using bench::Vector;
 using bench::VirtualCamera;
 
@@ -53,7 +54,7 @@ void setTriple(Field (&field)[3], const Vector& values, Value convert)
 
 void TIVmcu::Impl::log(CallRecord record_, CALL call, unsigned int serial) const
 {
-    bench::CallLog& kept = Bench::instance().log();
+    bench::CallLog& kept = theBench().log();
     if (kept.wants(call)) {
         record_.call = call;
         record_.serialNumber = serial;
@@ -73,7 +74,7 @@ ERROR_CODE TIVmcu::Impl::openSession(unsigned int serial, std::shared_ptr<Sessio
     if (bootloader) {
         return ERROR_CODE::INVALID_INPUT;
     }
-    const std::shared_ptr<VirtualCamera> camera = Bench::instance().camera(serial);
+    const std::shared_ptr<VirtualCamera> camera = theBench().camera(serial);
     if (vendorId != bench::USB_VENDOR_ID || !camera || !camera->isPlugged() ||
         bench::usbProductId(camera->model()) == 0 ||
         (!path.empty() && path != bench::hidPath(serial))) {

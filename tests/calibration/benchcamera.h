@@ -2,7 +2,7 @@
 /// A camera on the virtual bench for the tests of the calibration, with scripted readings.
 #pragma once
 
-#include "bench/bench.h"
+#include "library/the_bench.h"
 #include "bench/virtual_camera.h"
 
 #include <om_tiv/mcu.h>
@@ -18,7 +18,7 @@ constexpr unsigned int serial = 30123456; ///< a TIV_Q
 /// An empty bench with one camera at rest.
 inline om::bench::Bench& setUp(om::MODEL model = om::MODEL::TIV_Q, unsigned int number = serial)
 {
-    om::bench::Bench& bench = om::bench::Bench::instance();
+    om::bench::Bench& bench = om::bench::theBench();
     bench.reset();
     om::bench::CameraConfig config;
     config.model = model;

@@ -19,6 +19,7 @@
 using om::bench::Bench;
 using om::bench::CALL;
 using om::bench::STREAM;
+using om::bench::theBench;
 
 namespace {
 
@@ -27,7 +28,7 @@ constexpr unsigned int serial = 31415926;
 /// Lets the bench's time pass, with every reading dealt with.
 void pass(std::chrono::milliseconds time)
 {
-    Bench& bench = Bench::instance();
+    Bench& bench = theBench();
     const auto source = bench.camera(serial)->source();
     constexpr std::chrono::milliseconds step(15);
     for (std::chrono::milliseconds passed{0}; passed < time; passed += step) {
@@ -65,7 +66,7 @@ int main(int argc, char** argv)
     }
     const QString folder = argv[1];
 
-    Bench& bench = Bench::instance();
+    Bench& bench = theBench();
     bench.reset();
     bench.clock().setManual(1'000 * om::bench::NS_PER_S);
     om::bench::CameraConfig config;

@@ -17,6 +17,7 @@ using om::bench::Faults;
 using om::bench::MOTION;
 using om::bench::NS_PER_S;
 using om::bench::STREAM;
+using om::bench::theBench;
 using om::bench::Vector;
 
 Q_DECLARE_METATYPE(om::MODEL)
@@ -50,7 +51,7 @@ private:
     void pass(std::chrono::milliseconds time);
     void waitForStatus(const char* word);
 
-    Bench& bench = Bench::instance();
+    Bench& bench = theBench();
     MessageBoxes m_boxes;
     unsigned int m_serial = 0;
     std::unique_ptr<MagCalibDlg> m_dialog;

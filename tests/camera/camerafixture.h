@@ -2,7 +2,7 @@
 /// A bench with one camera, and the attributes as the viewer sets them before an open.
 #pragma once
 
-#include "bench/bench.h"
+#include "library/the_bench.h"
 #include "camera/ProgramStates.h"
 
 #include <cuda_runtime_api.h>
@@ -21,7 +21,7 @@ constexpr int CAMERA_ID = 7;
 
 inline om::bench::Bench& bench()
 {
-    return om::bench::Bench::instance();
+    return om::bench::theBench();
 }
 
 inline void setViewerAttributes()

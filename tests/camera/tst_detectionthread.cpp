@@ -1,4 +1,4 @@
-#include "bench/bench.h"
+#include "library/the_bench.h"
 #include "camera/DetectionThread.h"
 #include "gate.h"
 #include "support/qtcalls.h"
@@ -12,12 +12,13 @@
 
 using om::bench::Bench;
 using om::bench::CALL;
+using om::bench::theBench;
 
 namespace {
 
 Bench& bench()
 {
-    return Bench::instance();
+    return theBench();
 }
 
 void addCamera(unsigned int serial, om::MODEL model)

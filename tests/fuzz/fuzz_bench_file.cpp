@@ -2,7 +2,7 @@
 
 #include "fuzz/require.h"
 
-#include "bench/bench.h"
+#include "library/the_bench.h"
 #include "bench/bench_file.h"
 #include "bench/virtual_camera.h"
 
@@ -21,7 +21,7 @@ void use(const BenchDescription& description)
     require(description.cameras.size() <= 64, "at most 64 cameras");
     require(description.field.strength >= 0.0 && description.field.strength <= 1000.0,
             "the field is in its range");
-    Bench& bench = Bench::instance();
+    Bench& bench = theBench();
     bench.reset();
     bench.clock().setManual(1000 * NS_PER_S);
     bench.setField(description.field);

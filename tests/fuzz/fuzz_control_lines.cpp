@@ -2,7 +2,7 @@
 
 #include "fuzz/require.h"
 
-#include "bench/bench.h"
+#include "library/the_bench.h"
 #include "control/control.h"
 
 #include <nlohmann/json.hpp>
@@ -57,7 +57,7 @@ void checkAnswer(const std::string& answer)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     static const StateFolder folder;
-    Bench& bench = Bench::instance();
+    Bench& bench = theBench();
     bench.reset();
     bench.clock().setManual(1000 * NS_PER_S);
     CameraConfig config;

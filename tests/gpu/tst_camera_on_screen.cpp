@@ -1,5 +1,5 @@
 /// From a camera of the virtual bench to the display, through the camera library.
-#include "bench/bench.h"
+#include "library/the_bench.h"
 #include "gpu/OGL2DWidget.h"
 #include "gpu/mesh_on_screen.h"
 
@@ -26,7 +26,7 @@ class OpenCamera
 public:
     OpenCamera(om::MODEL model, const om::bench::Quaternion& pose)
     {
-        auto& bench = om::bench::Bench::instance();
+        auto& bench = om::bench::theBench();
         bench.reset();
         om::bench::CameraConfig config;
         config.model = model;
@@ -48,7 +48,7 @@ public:
     ~OpenCamera()
     {
         m_camera.close();
-        om::bench::Bench::instance().reset();
+        om::bench::theBench().reset();
     }
     OpenCamera(const OpenCamera&) = delete;
     OpenCamera& operator=(const OpenCamera&) = delete;
@@ -126,8 +126,7 @@ void TestCameraOnScreen::cameraTurnedOnTheBenchTurnsOnTheScreen()
     QCOMPARE(differenceFromScreen(view, turn(0, 0)), QString());
 
     const std::uint64_t before = data.imu.timestamp;
-    om::bench::Bench::instance().setPose(serial, quaternion(axis, degrees),
-                                         std::chrono::milliseconds(0));
+    om::bench::theBench().setPose(serial, quaternion(axis, degrees), std::chrono::milliseconds(0));
     QTRY_VERIFY(follow() && data.imu.timestamp > before + 20'000'000);
     QCOMPARE(differenceFromScreen(view, turn(axis, degrees)), QString());
 }

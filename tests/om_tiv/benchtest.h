@@ -2,7 +2,7 @@
 /// What the tests of the camera library share.
 #pragma once
 
-#include "bench/bench.h"
+#include "library/the_bench.h"
 #include "bench/virtual_camera.h"
 
 #include <om_tiv/om_tiv.h>
@@ -17,7 +17,7 @@ constexpr om::bench::Nanoseconds START = 1'000 * om::bench::NS_PER_S;
 /// The bench, empty, with its clock stopped at START.
 inline om::bench::Bench& stoppedBench()
 {
-    auto& bench = om::bench::Bench::instance();
+    auto& bench = om::bench::theBench();
     bench.reset();
     bench.clock().setManual(START);
     return bench;
@@ -26,7 +26,7 @@ inline om::bench::Bench& stoppedBench()
 /// The bench, empty, with the real clock.
 inline om::bench::Bench& runningBench()
 {
-    auto& bench = om::bench::Bench::instance();
+    auto& bench = om::bench::theBench();
     bench.reset();
     return bench;
 }

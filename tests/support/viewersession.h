@@ -5,7 +5,7 @@
 #include "support/fonts.h"
 #include "support/mainwindowprobe.h"
 
-#include "bench/bench.h"
+#include "library/the_bench.h"
 #include "camera/InputThreadModul.h"
 #include "ui_mainwindow.h"
 
@@ -24,7 +24,7 @@ using fonts::ownFont;
 
 inline om::bench::Bench& bench()
 {
-    return om::bench::Bench::instance();
+    return om::bench::theBench();
 }
 
 /// A camera without motion and noise, so that its values do not change.

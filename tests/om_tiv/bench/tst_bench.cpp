@@ -49,7 +49,7 @@ private slots:
 private:
     void openCamera();
 
-    Bench& m_bench = Bench::instance();
+    Bench& m_bench = theBench();
     std::unique_ptr<Camera> m_camera;
 };
 

@@ -79,7 +79,7 @@ private:
     /// The largest errors of the two headings over a level turn, degrees.
     std::pair<double, double> levelTurn(Link& link, unsigned int serial);
 
-    Bench& m_bench = Bench::instance();
+    Bench& m_bench = theBench();
     QTemporaryDir m_state;
     int m_run = 0;
 };
@@ -103,7 +103,7 @@ Camera& TestBenchExamples::opened(Camera& camera, unsigned int serial, BUS_TYPE 
 {
     InitParameters parameters = benchtest::parametersFor(serial);
     if (bus == BUS_TYPE::SERIAL) {
-        parameters.input.setFromCameraID(Bench::instance().config(serial).id, bus);
+        parameters.input.setFromCameraID(theBench().config(serial).id, bus);
     }
     const ERROR_CODE result = camera.open(parameters);
     if (result != ERROR_CODE::SUCCESS) {

@@ -1,6 +1,6 @@
 // Recordings that are read beside everything else.
 
-#include "bench/bench.h"
+#include "library/the_bench.h"
 #include "control/control.h"
 #include "bench/loader.h"
 #include "bench/virtual_camera.h"
@@ -27,7 +27,7 @@ constexpr unsigned int serial = 20000001;
 
 Bench& theBench()
 {
-    return Bench::instance();
+    return theBench();
 }
 
 json ask(const json& request)

@@ -1,6 +1,6 @@
 // The control socket: what it understands, and what it bears.
 
-#include "bench/bench.h"
+#include "library/the_bench.h"
 #include "control/control.h"
 #include "control/control_server.h"
 #include "bench/eeprom.h"
@@ -43,7 +43,7 @@ constexpr unsigned int serial = 20000001;
 
 Bench& theBench()
 {
-    return Bench::instance();
+    return theBench();
 }
 
 /// The answer as a thread gives it whose stack is as small as some systems make it.

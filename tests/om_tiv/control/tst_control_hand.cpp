@@ -1,7 +1,7 @@
 // What a hand at the bench orders over the socket: poses that turn on, the air around, the
 // firmware.
 
-#include "bench/bench.h"
+#include "library/the_bench.h"
 #include "control/control.h"
 #include "world/physics.h"
 #include "bench/virtual_camera.h"
@@ -27,7 +27,7 @@ constexpr double DEGREE = PI / 180.0;
 
 Bench& theBench()
 {
-    return Bench::instance();
+    return theBench();
 }
 
 json ask(json request)

@@ -2,7 +2,7 @@
 /// A bench with one camera that was never calibrated, and the link to its microcontroller.
 #pragma once
 
-#include "bench/bench.h"
+#include "library/the_bench.h"
 #include "bench/eeprom.h"
 #include "bench/virtual_camera.h"
 
@@ -46,7 +46,7 @@ public:
 class Fixture : public QObject
 {
 protected:
-    om::bench::Bench& m_bench = om::bench::Bench::instance();
+    om::bench::Bench& m_bench = om::bench::theBench();
 
     void prepare()
     {

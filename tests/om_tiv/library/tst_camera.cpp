@@ -78,7 +78,7 @@ private slots:
 
 void TestCamera::deviceListFollowsTheBench()
 {
-    auto& bench = Bench::instance();
+    auto& bench = theBench();
     QVERIFY(Camera::getDeviceList().empty());
     bench.addCamera(idealCamera(MODEL::TIV_S, 50000001));
     bench.addCamera(idealCamera(MODEL::TIV_P, 20000001));
@@ -94,7 +94,7 @@ void TestCamera::deviceListFollowsTheBench()
 
 void TestCamera::aCameraInUseIsListedAsSuch()
 {
-    Bench::instance().addCamera(idealCamera());
+    theBench().addCamera(idealCamera());
     QCOMPARE(Camera::getDeviceList()[0].state, 0U);
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
@@ -105,7 +105,7 @@ void TestCamera::aCameraInUseIsListedAsSuch()
 
 void TestCamera::anUnpluggedCameraIsNotListed()
 {
-    auto& bench = Bench::instance();
+    auto& bench = theBench();
     CameraConfig config = idealCamera();
     config.plugged = false;
     bench.addCamera(config);
@@ -118,7 +118,7 @@ void TestCamera::anUnpluggedCameraIsNotListed()
 
 void TestCamera::idsAreThoseOfTheConfigurationOrThePlace()
 {
-    auto& bench = Bench::instance();
+    auto& bench = theBench();
     CameraConfig config = idealCamera(MODEL::TIV_Q, 1);
     bench.addCamera(config);
     config.serialNumber = 2;
@@ -162,7 +162,7 @@ void TestCamera::whatOpensWhat()
     CameraConfig config = idealCamera(static_cast<MODEL>(model));
     config.id = 3;
     config.firmwareVersion = 1140;
-    Bench::instance().addCamera(config);
+    theBench().addCamera(config);
     Camera camera;
     QCOMPARE(openWith(camera, input), opens ? ERROR_CODE::SUCCESS : ERROR_CODE::NOT_DETECTED);
     QCOMPARE(camera.isOpened(), opens);
@@ -174,7 +174,7 @@ void TestCamera::whatOpensWhat()
 
 void TestCamera::withoutAnInputTheFirstCameraOpens()
 {
-    auto& bench = Bench::instance();
+    auto& bench = theBench();
     CameraConfig config = idealCamera(MODEL::TIV_S, 1);
     config.plugged = false;
     bench.addCamera(config);
@@ -193,7 +193,7 @@ void TestCamera::anEmptyBenchHasNothingToOpen()
 
 void TestCamera::aCameraOpensOnce()
 {
-    Bench::instance().addCamera(idealCamera());
+    theBench().addCamera(idealCamera());
     Camera first;
     Camera second;
     QCOMPARE(first.open(parametersFor()), ERROR_CODE::SUCCESS);
@@ -207,7 +207,7 @@ void TestCamera::aCameraOpensOnce()
 
 void TestCamera::anUnpluggedCameraDoesNotOpen()
 {
-    auto& bench = Bench::instance();
+    auto& bench = theBench();
     bench.addCamera(idealCamera());
     bench.unplug(SERIAL);
     Camera camera;
@@ -216,7 +216,7 @@ void TestCamera::anUnpluggedCameraDoesNotOpen()
 
 void TestCamera::openingAgainClosesTheFormer()
 {
-    auto& bench = Bench::instance();
+    auto& bench = theBench();
     bench.addCamera(idealCamera(MODEL::TIV_Q, 1));
     bench.addCamera(idealCamera(MODEL::TIV_Q, 2));
     Camera camera;
@@ -229,7 +229,7 @@ void TestCamera::openingAgainClosesTheFormer()
 
 void TestCamera::aFailedOpenLeavesTheCameraClosed()
 {
-    Bench::instance().addCamera(idealCamera());
+    theBench().addCamera(idealCamera());
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
     QCOMPARE(camera.open(parametersFor(SERIAL + 5)), ERROR_CODE::NOT_DETECTED);
@@ -239,26 +239,26 @@ void TestCamera::aFailedOpenLeavesTheCameraClosed()
 
 void TestCamera::theDestructorFreesTheCamera()
 {
-    Bench::instance().addCamera(idealCamera());
+    theBench().addCamera(idealCamera());
     {
         Camera camera;
         QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
     }
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
-    QCOMPARE(Bench::instance().log().count(CALL::CLOSE), std::uint64_t{1});
+    QCOMPARE(theBench().log().count(CALL::CLOSE), std::uint64_t{1});
 }
 
 void TestCamera::closingTwiceIsHarmless()
 {
-    Bench::instance().addCamera(idealCamera());
+    theBench().addCamera(idealCamera());
     Camera camera;
     camera.close();
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
     camera.close();
     camera.close();
     QVERIFY(!camera.isOpened());
-    QCOMPARE(Bench::instance().log().count(CALL::CLOSE), std::uint64_t{1});
+    QCOMPARE(theBench().log().count(CALL::CLOSE), std::uint64_t{1});
 }
 
 void TestCamera::sizeAndRateOfAResolution_data()
@@ -289,7 +289,7 @@ void TestCamera::sizeAndRateOfAResolution()
     QFETCH(int, width);
     QFETCH(int, height);
     QFETCH(int, inForce);
-    Bench::instance().addCamera(idealCamera(static_cast<MODEL>(model)));
+    theBench().addCamera(idealCamera(static_cast<MODEL>(model)));
     InitParameters parameters;
     parameters.input = byId(0, busOf(static_cast<MODEL>(model)));
     parameters.resolution = static_cast<RESOLUTION>(resolution);
@@ -325,7 +325,7 @@ void TestCamera::parametersInForce()
     QFETCH(float, maximum);
     QFETCH(float, minimumInForce);
     QFETCH(float, maximumInForce);
-    Bench::instance().addCamera(idealCamera(static_cast<MODEL>(model)));
+    theBench().addCamera(idealCamera(static_cast<MODEL>(model)));
     InitParameters parameters;
     parameters.coordinateUnits = static_cast<UNIT>(unit);
     parameters.depthMinimum = minimum;
@@ -342,7 +342,7 @@ void TestCamera::parametersInForce()
 
 void TestCamera::parametersAndInformationStayAfterClose()
 {
-    Bench::instance().addCamera(idealCamera());
+    theBench().addCamera(idealCamera());
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
     camera.close();
@@ -352,7 +352,7 @@ void TestCamera::parametersAndInformationStayAfterClose()
 
 void TestCamera::informationCanBeScaled()
 {
-    Bench::instance().addCamera(idealCamera());
+    theBench().addCamera(idealCamera());
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
     const CameraInformation information = camera.getCameraInformation(Resolution(640, 360));
@@ -363,7 +363,7 @@ void TestCamera::informationCanBeScaled()
 
 void TestCamera::theContextIsCurrentAfterOpen()
 {
-    Bench::instance().addCamera(idealCamera());
+    theBench().addCamera(idealCamera());
     cuCtxSetCurrent(nullptr);
     Camera camera;
     QVERIFY(camera.getCUDAContext() == nullptr);
@@ -378,7 +378,7 @@ void TestCamera::theContextIsCurrentAfterOpen()
 
 void TestCamera::aContextOfTheCallersIsUsed()
 {
-    Bench::instance().addCamera(idealCamera());
+    theBench().addCamera(idealCamera());
     QCOMPARE(cuInit(0), CUDA_SUCCESS);
     CUcontext own = nullptr;
     QCOMPARE(cuDevicePrimaryCtxRetain(&own, 0), CUDA_SUCCESS);
@@ -394,7 +394,7 @@ void TestCamera::aContextOfTheCallersIsUsed()
 
 void TestCamera::withoutADeviceOpenFails()
 {
-    Bench::instance().addCamera(idealCamera());
+    theBench().addCamera(idealCamera());
     InitParameters parameters = parametersFor();
     parameters.gpuId = 77;
     Camera camera;
@@ -421,7 +421,7 @@ void TestCamera::operationsOnAClosedCamera()
 
 void TestCamera::grabDeliversFramesAtTheRateInForce()
 {
-    auto& bench = Bench::instance();
+    auto& bench = theBench();
     bench.addCamera(idealCamera());
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
@@ -440,7 +440,7 @@ void TestCamera::grabDeliversFramesAtTheRateInForce()
 
 void TestCamera::aLateGrabDeliversTheNewestFrame()
 {
-    auto& bench = Bench::instance();
+    auto& bench = theBench();
     bench.addCamera(idealCamera());
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
@@ -453,7 +453,7 @@ void TestCamera::aLateGrabDeliversTheNewestFrame()
 
 void TestCamera::grabTimesOutAfterATenthOfASecond()
 {
-    Bench::instance().addCamera(idealCamera());
+    theBench().addCamera(idealCamera());
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
     const auto start = std::chrono::steady_clock::now();
@@ -479,7 +479,7 @@ void TestCamera::grabReturnsWhenTheFrameIsDue()
 
 void TestCamera::imageTimeIsThatOfTheLastFrame()
 {
-    auto& bench = Bench::instance();
+    auto& bench = theBench();
     bench.addCamera(idealCamera());
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
@@ -496,13 +496,13 @@ void TestCamera::currentTimeIsTheClocks()
 {
     Camera camera;
     QCOMPARE(camera.getTimestamp(TIME_REFERENCE::CURRENT), START);
-    Bench::instance().clock().advance(seconds(1));
+    theBench().clock().advance(seconds(1));
     QCOMPARE(camera.getTimestamp(TIME_REFERENCE::CURRENT), START + NS_PER_S);
 }
 
 void TestCamera::aLiveCameraHasNoLength()
 {
-    Bench::instance().addCamera(idealCamera());
+    theBench().addCamera(idealCamera());
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
     QCOMPARE(camera.getQVRNumberOfFrames(), -1);

@@ -30,7 +30,7 @@ private slots:
 
 void TestCameraLoss::unplugLosesTheCamera()
 {
-    auto& bench = Bench::instance();
+    auto& bench = theBench();
     bench.addCamera(idealCamera());
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
@@ -51,7 +51,7 @@ void TestCameraLoss::unplugLosesTheCamera()
 
 void TestCameraLoss::unplugEndsAWaitingGrab()
 {
-    auto& bench = Bench::instance();
+    auto& bench = theBench();
     bench.addCamera(idealCamera());
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
@@ -67,7 +67,7 @@ void TestCameraLoss::unplugEndsAWaitingGrab()
 
 void TestCameraLoss::unplugEndsAWaitForSensors()
 {
-    auto& bench = Bench::instance();
+    auto& bench = theBench();
     bench.addCamera(idealCamera());
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
@@ -86,7 +86,7 @@ void TestCameraLoss::unplugEndsAWaitForSensors()
 
 void TestCameraLoss::aLostCameraStaysLostWhenPluggedInAgain()
 {
-    auto& bench = Bench::instance();
+    auto& bench = theBench();
     bench.addCamera(idealCamera());
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
@@ -104,7 +104,7 @@ void TestCameraLoss::aLostCameraStaysLostWhenPluggedInAgain()
 
 void TestCameraLoss::closeEndsAWaitingGrab()
 {
-    auto& bench = Bench::instance();
+    auto& bench = theBench();
     bench.addCamera(idealCamera());
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
@@ -119,7 +119,7 @@ void TestCameraLoss::closeEndsAWaitingGrab()
 
 void TestCameraLoss::closeWaitsForTheReportOfALoss()
 {
-    auto& bench = Bench::instance();
+    auto& bench = theBench();
     bench.addCamera(idealCamera());
     bench.scriptGrab(SERIAL, {ERROR_CODE::CAMERA_GONE}); // seen from within
     std::promise<void> reporting;
@@ -143,7 +143,7 @@ void TestCameraLoss::closeWaitsForTheReportOfALoss()
 
 void TestCameraLoss::removingACameraLosesIt()
 {
-    auto& bench = Bench::instance();
+    auto& bench = theBench();
     bench.addCamera(idealCamera());
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
@@ -155,7 +155,7 @@ void TestCameraLoss::removingACameraLosesIt()
 
 void TestCameraLoss::resettingTheBenchLosesTheCamera()
 {
-    auto& bench = Bench::instance();
+    auto& bench = theBench();
     bench.addCamera(idealCamera());
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);

@@ -1,4 +1,4 @@
-#include "bench/bench.h"
+#include "library/the_bench.h"
 #include "library/hid.h"
 
 #include <om_tiv/om_tiv.h>
@@ -55,7 +55,7 @@ void add(unsigned int serial, om::MODEL model, int productId = -1)
     config.serialNumber = serial;
     config.model = model;
     config.usbProductId = productId;
-    QVERIFY(Bench::instance().addCamera(config));
+    QVERIFY(theBench().addCamera(config));
 }
 
 } // namespace
@@ -65,7 +65,7 @@ class HidTest : public QObject
     Q_OBJECT
 
 private:
-    Bench& m_bench = Bench::instance();
+    Bench& m_bench = theBench();
 
 private slots:
     void init() { m_bench.reset(); }

@@ -65,7 +65,7 @@ void TestMagnetometer::readingsLieOnAnEllipsoid()
     config.hardIron = {20.0, -30.0, 10.0};
     config.softIron = {{{1.2, 0.0, 0.0}, {0.0, 0.8, 0.0}, {0.0, 0.0, 1.1}}};
     stoppedBench().addCamera(config);
-    const auto source = Bench::instance().camera(SERIAL)->source();
+    const auto source = theBench().camera(SERIAL)->source();
     Vector least{1e9, 1e9, 1e9};
     Vector most{-1e9, -1e9, -1e9};
     for (std::uint64_t i = 0; i < 3000; ++i) {

@@ -1,4 +1,4 @@
-#include "bench/bench.h"
+#include "library/the_bench.h"
 #include "bench/eeprom.h"
 #include "bench/virtual_camera.h"
 
@@ -71,7 +71,7 @@ class McuCalibrationTest : public QObject
     Q_OBJECT
 
 private:
-    Bench& m_bench = Bench::instance();
+    Bench& m_bench = theBench();
     QTemporaryDir m_state;
     int m_run = 0;
     std::unique_ptr<om::TIVmcu> m_link;

@@ -1,4 +1,4 @@
-#include "bench/bench.h"
+#include "library/the_bench.h"
 #include "bench/virtual_camera.h"
 
 #include <om_tiv/om_tiv.h>
@@ -82,7 +82,7 @@ class McuThreadsTest : public QObject
     Q_OBJECT
 
 private:
-    Bench& m_bench = Bench::instance();
+    Bench& m_bench = theBench();
 
 private slots:
     void init()

@@ -122,13 +122,13 @@ void TestPicture::cleanup()
 void TestPicture::reopen(const InitParameters& parameters)
 {
     QCOMPARE(m_camera->open(parameters), ERROR_CODE::SUCCESS);
-    Bench::instance().clock().advance(milliseconds(1)); // off the frames' times, for their jitter
+    theBench().clock().advance(milliseconds(1)); // off the frames' times, for their jitter
     nextFrame();
 }
 
 void TestPicture::nextFrame()
 {
-    Bench::instance().clock().advance(NS_PER_S / 60);
+    theBench().clock().advance(NS_PER_S / 60);
     QCOMPARE(m_camera->grab(RuntimeParameters()), ERROR_CODE::SUCCESS);
 }
 
@@ -455,7 +455,7 @@ void TestPicture::noMeasureAfterAGrabWithoutDepth()
 {
     RuntimeParameters runtime;
     runtime.enableDepth = false;
-    Bench::instance().clock().advance(milliseconds(17));
+    theBench().clock().advance(milliseconds(17));
     QCOMPARE(m_camera->grab(runtime), ERROR_CODE::SUCCESS);
     Mat mat;
     QCOMPARE(m_camera->retrieveMeasure(mat, MEASURE::DEPTH, MEM::CPU, Resolution()),

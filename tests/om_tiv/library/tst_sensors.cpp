@@ -354,7 +354,7 @@ void TestSensors::accelerationHasNoiseAndBias()
     config.errors.accelerationNoise = 0.05;
     config.errors.accelerationBias = {0.1, -0.2, 0.3};
     stoppedBench().addCamera(config);
-    const auto source = Bench::instance().camera(SERIAL)->source();
+    const auto source = theBench().camera(SERIAL)->source();
     constexpr int count = 4000;
     Vector mean;
     double squares = 0.0;

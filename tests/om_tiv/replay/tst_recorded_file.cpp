@@ -321,7 +321,7 @@ void TestRecordedFile::aChosenFrameIsTheNext()
     camera.setQVRPosition(0);
     QCOMPARE(camera.grab(RuntimeParameters()), ERROR_CODE::SUCCESS);
     QCOMPARE(camera.getTimestamp(TIME_REFERENCE::IMAGE), recording.frameTimes[0]);
-    const auto log = Bench::instance().log().records(CALL::SET_QVR_POSITION);
+    const auto log = theBench().log().records(CALL::SET_QVR_POSITION);
     QCOMPARE(log.size(), std::size_t{2});
     QCOMPARE(log[0].value, 3);
 }
@@ -364,7 +364,7 @@ void TestRecordedFile::aFileHasNoSensors()
 
 void TestRecordedFile::aFileIsNotLostWithACamera()
 {
-    auto& bench = Bench::instance();
+    auto& bench = theBench();
     bench.addCamera(idealCamera());
     InitParameters parameters;
     parameters.input.setFromQVRFile(write(sampleRecording()).toUtf8().constData());

@@ -1,6 +1,6 @@
 // Playing a recording in place of the physics.
 
-#include "bench/bench.h"
+#include "library/the_bench.h"
 #include "bench/bench_file.h"
 #include "control/control.h"
 #include "replay/replay.h"
@@ -87,8 +87,6 @@ class TestReplay : public QObject
         file.write(QByteArray::fromStdString(text));
         return file.fileName();
     }
-
-    static Bench& theBench() { return Bench::instance(); }
 
     void addReplay(const std::string& text, bool loop = true, MODEL model = MODEL::TIV_P)
     {

@@ -1,7 +1,7 @@
 // The bench's window: its arithmetic, and its widgets against a bench in the process behind a real
 // control socket.
 
-#include "bench/bench.h"
+#include "library/the_bench.h"
 #include "control/control.h"
 #include "control/control_server.h"
 #include "bench/virtual_camera.h"
@@ -43,7 +43,7 @@ constexpr double DEGREE = PI / 180.0;
 
 Bench& theBench()
 {
-    return Bench::instance();
+    return theBench();
 }
 
 /// Degrees between two poses.
