@@ -3,7 +3,7 @@
 #include "bench/bench_file.h"
 #include "bench/eeprom.h"
 #include "bench/loader.h"
-#include "replay/replay.h"
+#include "replay/sensor_recording.h"
 #include "bench/virtual_camera.h"
 
 #include <algorithm>

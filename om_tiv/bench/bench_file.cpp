@@ -3,7 +3,7 @@
 #include "base/files.h"
 #include "base/json_lines.h"
 #include "base/one_line.h"
-#include "replay/replay.h"
+#include "replay/sensor_recording.h"
 
 #include <algorithm>
 #include <array>

@@ -13,7 +13,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -155,20 +154,6 @@ Descriptor makeTemporary(const std::string& name, std::string& temporary)
 }
 
 } // namespace
-
-bool MagCalibration::isNeutral() const
-{
-    // -0 equals 0.
-    return std::all_of(scale.begin(), scale.end(), [](float s) { return s == 1.0F; }) &&
-           std::all_of(offset.begin(), offset.end(), [](float o) { return o == 0.0F; });
-}
-
-bool MagCalibration::isUsable() const
-{
-    return std::all_of(scale.begin(), scale.end(),
-                       [](float s) { return std::isfinite(s) && s > 0.0F; }) &&
-           std::all_of(offset.begin(), offset.end(), [](float o) { return std::isfinite(o); });
-}
 
 std::uint32_t crc32(const std::uint8_t* data, std::size_t length)
 {

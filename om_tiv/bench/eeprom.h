@@ -19,7 +19,8 @@
 /// was left behind by a process that was killed.
 #pragma once
 
-#include <array>
+#include "world/mag_calibration.h"
+
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -27,19 +28,6 @@
 #include <string>
 
 namespace om::bench {
-
-/// A magnetometer calibration in sensor axes: a raw reading r in uT is corrected to
-/// scale * (r - offset).
-struct MagCalibration
-{
-    std::array<float, 3> scale{1.0F, 1.0F, 1.0F};  ///< 1/uT
-    std::array<float, 3> offset{0.0F, 0.0F, 0.0F}; ///< uT
-
-    /// All scales 1, all offsets 0 or -0.
-    bool isNeutral() const;
-    /// All values finite and all scales positive: what follows from such a record is a heading.
-    bool isUsable() const;
-};
 
 /// The CRC-32 of IEEE 802.3 (reflected, polynomial 0xEDB88320, start and final inversion).
 std::uint32_t crc32(const std::uint8_t* data, std::size_t length);

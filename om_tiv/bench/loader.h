@@ -3,7 +3,7 @@
 #pragma once
 
 #include "bench/bench_file.h"
-#include "replay/replay.h"
+#include "replay/sensor_recording.h"
 
 #include <condition_variable>
 #include <cstddef>

@@ -2,8 +2,8 @@
 /// Exact sequences that a camera delivers in place of its physics.
 #pragma once
 
-#include <om_tiv/camera.h>
 #include <om_tiv/mcu.h>
+#include <om_tiv/sensors.h>
 
 #include <atomic>
 #include <cstdint>

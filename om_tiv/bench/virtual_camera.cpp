@@ -1,5 +1,8 @@
 #include "bench/virtual_camera.h"
 
+#include "replay/replay.h"
+#include "world/physics.h"
+
 #include <algorithm>
 #include <utility>
 

@@ -12,8 +12,7 @@
 #include "world/config.h"
 #include "bench/eeprom.h"
 #include "world/motion.h"
-#include "replay/replay.h"
-#include "world/physics.h"
+#include "world/environment.h"
 #include "bench/script.h"
 #include "world/sensor_source.h"
 

@@ -3,10 +3,12 @@
 #pragma once
 
 #include "replay/recorded_file.h"
-#include "bench/virtual_camera.h"
+#include "base/clock.h"
 
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
 #include <functional>
-#include <memory>
 #include <mutex>
 
 namespace om::bench {

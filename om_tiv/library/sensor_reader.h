@@ -3,6 +3,7 @@
 #pragma once
 
 #include "bench/virtual_camera.h"
+#include "world/physics.h"
 
 #include <om_tiv/sensors.h>
 

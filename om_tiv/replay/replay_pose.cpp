@@ -1,7 +1,6 @@
-// Poses and pressures whose way through the library's arithmetic and the program's ends exactly at
-// a recorded value.
+#include "replay/replay_pose.h"
 
-#include "replay/replay.h"
+#include "world/geometry.h"
 
 #include <algorithm>
 #include <cmath>

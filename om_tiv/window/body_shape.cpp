@@ -47,11 +47,6 @@ const std::array<Model, 6> MODELS = {{
     {"TIV_S", 1.60, 0.46, 0.46, 0.10, 1.05, 0.140, graphite, shadowGrey, darkAluminium, 0.0},
 }};
 
-Vector cross(const Vector& a, const Vector& b)
-{
-    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
-}
-
 /// The origin is inside the body, so a face's normal points away from it.
 Face outward(std::vector<Vector> points, const QColor& colour)
 {

@@ -9,11 +9,6 @@ namespace {
 
 constexpr double degrees = 180.0 / om::bench::PI;
 
-Vector cross(const Vector& a, const Vector& b)
-{
-    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
-}
-
 /// The point of the ball under the pointer. The ball is a sphere in the middle with a smooth
 /// transition to a hyperboloid at its rim.
 Vector onBall(const BallPoint& point)

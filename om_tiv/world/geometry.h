@@ -36,6 +36,10 @@ inline double dot(const Vector& a, const Vector& b)
 {
     return a.x * b.x + a.y * b.y + a.z * b.z;
 }
+inline Vector cross(const Vector& a, const Vector& b)
+{
+    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
 double length(const Vector& v);
 
 /// A unit quaternion, Hamilton's convention.

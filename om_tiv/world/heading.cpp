@@ -23,11 +23,6 @@ constexpr double strongestField = 70.0;
 constexpr double smallestRadius = 10.0;
 constexpr double largestRadius = 100.0;
 
-Vector cross(const Vector& a, const Vector& b)
-{
-    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
-}
-
 /// The unit vector, or all zero where there is no direction.
 Vector direction(const Vector& v)
 {

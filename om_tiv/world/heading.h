@@ -4,8 +4,8 @@
 /// axis 2 (left), z axis 3 (forward).
 #pragma once
 
-#include "bench/eeprom.h"
 #include "world/geometry.h"
+#include "world/mag_calibration.h"
 
 #include <deque>
 #include <optional>

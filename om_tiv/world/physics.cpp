@@ -63,50 +63,6 @@ std::uint64_t jitterChannel(STREAM stream)
 
 } // namespace
 
-double Air::temperature() const
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_temperature;
-}
-
-void Air::setTemperature(double celsius, Nanoseconds time)
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_excessBefore = excess(time);
-    m_temperature = celsius;
-    m_changed = time;
-}
-
-double Air::excessAt(Nanoseconds time) const
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return excess(time);
-}
-
-double Air::excess(Nanoseconds time) const
-{
-    const double last = m_temperature - NOMINAL;
-    const double since = time > m_changed ? static_cast<double>(time - m_changed) * 1e-9 : 0.0;
-    return last + (m_excessBefore - last) * std::exp(-since / TIME_CONSTANT);
-}
-
-Vector Environment::fieldAt(Nanoseconds time) const
-{
-    return field().world() + disturbanceAt(time);
-}
-
-Vector Environment::disturbanceAt(Nanoseconds time) const
-{
-    const double strength = magneticDisturbance.load();
-    if (strength == 0.0) {
-        return {};
-    }
-    // The time is reduced to one swing as an integer: as a double it is too coarse for the sine.
-    constexpr Nanoseconds swing = 1'430 * NS_PER_MS;
-    const double phase = 2.0 * PI * static_cast<double>(time % swing) / static_cast<double>(swing);
-    return (strength * std::sin(phase)) * Vector{0.48, -0.8, -0.36};
-}
-
 double PhysicsSource::rateOf(STREAM stream)
 {
     switch (stream) {

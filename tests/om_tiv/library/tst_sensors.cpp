@@ -2,6 +2,7 @@
 
 #include "bench/eeprom.h"
 #include "library/sensor_reader.h"
+#include "world/physics.h"
 
 #include <algorithm>
 #include <cmath>

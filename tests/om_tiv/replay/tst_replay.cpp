@@ -4,6 +4,8 @@
 #include "bench/bench_file.h"
 #include "control/control.h"
 #include "replay/replay.h"
+#include "replay/replay_pose.h"
+#include "replay/sensor_recording.h"
 #include "bench/virtual_camera.h"
 
 #include <om_tiv/camera.h>
