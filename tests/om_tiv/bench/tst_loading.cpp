@@ -25,11 +25,6 @@ namespace {
 
 constexpr unsigned int serial = 20000001;
 
-Bench& theBench()
-{
-    return theBench();
-}
-
 json ask(const json& request)
 {
     return json::parse(answerControl(theBench(), request.dump()));

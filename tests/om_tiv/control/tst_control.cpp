@@ -41,11 +41,6 @@ namespace {
 
 constexpr unsigned int serial = 20000001;
 
-Bench& theBench()
-{
-    return theBench();
-}
-
 /// The answer as a thread gives it whose stack is as small as some systems make it.
 std::string answerOnASmallStack(const std::string& request)
 {

@@ -25,11 +25,6 @@ constexpr unsigned int serial = 20000001;
 constexpr Nanoseconds START = 1'000 * NS_PER_S;
 constexpr double DEGREE = PI / 180.0;
 
-Bench& theBench()
-{
-    return theBench();
-}
-
 json ask(json request)
 {
     request["serialNumber"] = serial;

@@ -41,11 +41,6 @@ constexpr unsigned int first = 20000001;
 constexpr unsigned int second = 30000002;
 constexpr double DEGREE = PI / 180.0;
 
-Bench& theBench()
-{
-    return theBench();
-}
-
 /// Degrees between two poses.
 double between(const Quaternion& a, const Quaternion& b)
 {
