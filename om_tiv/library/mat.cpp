@@ -1,5 +1,6 @@
 #include <om_tiv/mat.h>
 
+#include "library/mat_impl.h"
 #include "library/the_bench.h"
 
 #include <cuda_runtime_api.h>
@@ -33,6 +34,8 @@ void failAllocation()
 
 } // namespace
 
+Mat::Mat() : m_impl(std::make_unique<Impl>()) {}
+
 Mat::~Mat()
 {
     free(MEM::BOTH);
@@ -40,10 +43,11 @@ Mat::~Mat()
 
 void Mat::alloc(Resolution size, MAT_TYPE type, MEM memory)
 {
-    if (size.width != m_size.width || size.height != m_size.height || type != m_type) {
+    const Resolution had = m_impl->size;
+    if (size.width != had.width || size.height != had.height || type != m_impl->type) {
         free(MEM::BOTH);
-        m_size = size;
-        m_type = type;
+        m_impl->size = size;
+        m_impl->type = type;
     }
     constexpr std::size_t most = std::numeric_limits<std::size_t>::max() / 2;
     const std::size_t pixel = pixelBytes(type);
@@ -51,12 +55,13 @@ void Mat::alloc(Resolution size, MAT_TYPE type, MEM memory)
         return;
     }
     const std::size_t row = size.width * pixel;
-    if (holds(memory, MEM::CPU) && m_host == nullptr) {
-        m_host = static_cast<std::uint8_t*>(std::calloc(size.height, row));
-        m_hostStep = m_host != nullptr ? row : 0;
-        m_hostContent = 0;
+    Impl::Buffer& host = m_impl->host;
+    if (holds(memory, MEM::CPU) && host.bytes == nullptr) {
+        host.bytes = static_cast<std::uint8_t*>(std::calloc(size.height, row));
+        host.step = host.bytes != nullptr ? row : 0;
     }
-    if (holds(memory, MEM::GPU) && m_gpu == nullptr) {
+    Impl::Buffer& gpu = m_impl->gpu;
+    if (holds(memory, MEM::GPU) && gpu.bytes == nullptr) {
         if (bench::theBench().isGpuMemoryShort()) {
             failAllocation();
             return;
@@ -67,44 +72,51 @@ void Mat::alloc(Resolution size, MAT_TYPE type, MEM memory)
             return;
         }
         cudaMemset(pointer, 0, pitch * size.height);
-        m_gpu = static_cast<std::uint8_t*>(pointer);
-        m_gpuStep = pitch;
-        m_gpuContent = 0;
+        gpu.bytes = static_cast<std::uint8_t*>(pointer);
+        gpu.step = pitch;
     }
 }
 
 void Mat::free(MEM memory)
 {
-    if (holds(memory, MEM::CPU) && m_host != nullptr) {
-        std::free(m_host);
-        m_host = nullptr;
-        m_hostStep = 0;
-        m_hostContent = 0;
+    Impl::Buffer& host = m_impl->host;
+    if (holds(memory, MEM::CPU) && host.bytes != nullptr) {
+        std::free(host.bytes);
+        host = {};
     }
-    if (holds(memory, MEM::GPU) && m_gpu != nullptr) {
-        cudaFree(m_gpu);
-        m_gpu = nullptr;
-        m_gpuStep = 0;
-        m_gpuContent = 0;
+    Impl::Buffer& gpu = m_impl->gpu;
+    if (holds(memory, MEM::GPU) && gpu.bytes != nullptr) {
+        cudaFree(gpu.bytes);
+        gpu = {};
     }
-    if (m_host == nullptr && m_gpu == nullptr) {
-        m_size = Resolution();
+    if (host.bytes == nullptr && gpu.bytes == nullptr) {
+        m_impl->size = Resolution();
     }
+}
+
+Resolution Mat::getResolution() const
+{
+    return m_impl->size;
+}
+
+MAT_TYPE Mat::getType() const
+{
+    return m_impl->type;
 }
 
 std::size_t Mat::getPixelBytes() const
 {
-    return pixelBytes(m_type);
+    return pixelBytes(m_impl->type);
 }
 
 std::size_t Mat::getStepBytes(MEM memory) const
 {
-    return memory == MEM::GPU ? m_gpuStep : m_hostStep;
+    return m_impl->buffer(memory).step;
 }
 
 std::uint8_t* Mat::getPtr(MEM memory) const
 {
-    return memory == MEM::GPU ? m_gpu : m_host;
+    return m_impl->buffer(memory).bytes;
 }
 
 } // namespace om

@@ -1,6 +1,7 @@
 #include "library/picture.h"
 
 #include "base/noise.h"
+#include "library/mat_impl.h"
 
 #include <cuda_runtime_api.h>
 
@@ -142,7 +143,7 @@ ERROR_CODE Picture::write(Mat& mat, KIND kind, MAT_TYPE type, MEM memory, Resolu
         if (mat.getPtr(one) == nullptr) {
             return ERROR_CODE::FAILURE;
         }
-        std::uint64_t& held = MatAccess::content(mat, one);
+        std::uint64_t& held = Mat::Impl::buffer(mat, one).content;
         fill(mat, kind, one, frame, held == content);
         held = content;
     }

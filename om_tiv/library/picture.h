@@ -7,20 +7,6 @@
 #include <cstdint>
 #include <vector>
 
-namespace om {
-
-/// What a Mat holds, for those who fill it.
-class MatAccess
-{
-public:
-    static std::uint64_t& content(Mat& mat, MEM memory)
-    {
-        return memory == MEM::GPU ? mat.m_gpuContent : mat.m_hostContent;
-    }
-};
-
-} // namespace om
-
 namespace om::bench {
 
 /// What is to be seen: eight colour bars from white to black as on a test card, a grey ramp below

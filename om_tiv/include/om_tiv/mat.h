@@ -5,6 +5,7 @@
 #include <om_tiv/types.h>
 
 #include <cstdint>
+#include <memory>
 
 namespace om {
 
@@ -13,7 +14,7 @@ namespace om {
 class Mat
 {
 public:
-    Mat() = default;
+    Mat();
     ~Mat(); ///< frees both memories
     Mat(const Mat&) = delete;
     Mat& operator=(const Mat&) = delete;
@@ -27,8 +28,8 @@ public:
     /// Frees memory of the given kind. GPU memory is freed in the calling thread's current context.
     void free(MEM memory);
 
-    Resolution getResolution() const { return m_size; }
-    MAT_TYPE getType() const { return m_type; }
+    Resolution getResolution() const;
+    MAT_TYPE getType() const;
     /// Bytes of one pixel: 4 or 16.
     std::size_t getPixelBytes() const;
     /// Bytes from one row to the next; 0 if the kind has no memory. MEM::CPU or MEM::GPU.
@@ -36,18 +37,10 @@ public:
     /// First byte, null if the kind has no memory. Valid until free() or the next alloc().
     std::uint8_t* getPtr(MEM memory) const;
 
-private:
-    friend class MatAccess;
+    class Impl; ///< used by the library only
 
-    Resolution m_size;
-    MAT_TYPE m_type = MAT_TYPE::F32_C1;
-    std::uint8_t* m_host = nullptr;
-    std::uint8_t* m_gpu = nullptr;
-    std::size_t m_hostStep = 0;
-    std::size_t m_gpuStep = 0;
-    // Content of the buffers, so that rows that have not changed aren't written again.
-    std::uint64_t m_hostContent = 0;
-    std::uint64_t m_gpuContent = 0;
+private:
+    std::unique_ptr<Impl> m_impl;
 };
 
 } // namespace om
