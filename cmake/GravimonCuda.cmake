@@ -1,7 +1,7 @@
 # gravimon::cuda: the CUDA calls in use, either the toolkit's or those of cuda_host on host memory.
 #
 # The toolkit may be installed without a driver. A program linked against the driver's library does
-# not start there, so AUTO takes the real CUDA only where both are found.
+# not start there, so AUTO uses the real CUDA only if both are found.
 set(gravimon_real_cuda OFF)
 if(NOT GRAVIMON_CUDA STREQUAL "OFF")
   find_package(CUDAToolkit QUIET)

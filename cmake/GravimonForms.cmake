@@ -1,7 +1,7 @@
 # gravimon_use_form(<target> <form.ui>...)
-# Runs uic over forms of src/look/forms for the target. The header is included as "ui_<form>.h" by
-# the target and by whatever links it. A form names widget classes of the libraries above look, so
-# each library that shows a form makes the header itself.
+# Runs uic on forms of src/look/forms for the target. The target and the targets that link it include
+# the header as "ui_<form>.h". A form names widget classes of the libraries above look, so each library
+# that shows a form generates the header itself.
 function(gravimon_use_form target)
   set(headers_dir "${CMAKE_CURRENT_BINARY_DIR}/forms")
   file(MAKE_DIRECTORY "${headers_dir}")
@@ -17,7 +17,7 @@ function(gravimon_use_form target)
     target_sources(${target} PRIVATE "${header}")
     set_source_files_properties("${header}" PROPERTIES SKIP_AUTOGEN ON)
   endforeach()
-  # AUTOUIC would look for the forms beside the sources that include the header.
+  # AUTOUIC would search for the forms beside the sources that include the header.
   set_target_properties(${target} PROPERTIES AUTOUIC OFF)
   target_include_directories(${target} SYSTEM PUBLIC "${headers_dir}")
 endfunction()

@@ -1,4 +1,4 @@
-# What every target of the project shares: language level, warnings, sanitizers, output folder.
+# Settings of every target of the project: language level, warnings, sanitizers, output folder.
 add_library(gravimon_options INTERFACE)
 target_compile_features(gravimon_options INTERFACE cxx_std_17)
 target_compile_options(gravimon_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow

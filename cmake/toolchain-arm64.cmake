@@ -1,9 +1,9 @@
-# Cross-building for arm64 with Debian's cross compiler against an arm64 root (tools/cross-arm64 makes
-# both): cmake --toolchain cmake/toolchain-arm64.cmake -DGRAVIMON_ARM64_ROOT=<root>
+# Cross-building for arm64 with Debian's cross compiler against an arm64 root (tools/cross-arm64
+# creates both): cmake --toolchain cmake/toolchain-arm64.cmake -DGRAVIMON_ARM64_ROOT=<root>
 if(NOT GRAVIMON_ARM64_ROOT)
   message(FATAL_ERROR "toolchain-arm64: GRAVIMON_ARM64_ROOT names the folder with the arm64 packages.")
 endif()
-# The compiler's checks are projects of their own and need the root as well.
+# The compiler checks are separate projects and need the root as well.
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES GRAVIMON_ARM64_ROOT)
 
 set(CMAKE_SYSTEM_NAME Linux)

@@ -1,8 +1,8 @@
 /// One tick of the calibration dialog's update timer while it calibrates: the fit, the ellipses,
-/// all five plots and the labels, down to the X server. Beside it the same changes with every plot
-/// drawing itself at each of them.
+/// all five plots and the labels, up to the X server. For comparison: the same changes with every
+/// plot drawn after each of them.
 ///
-/// The arguments are samples. Run with a display.
+/// The arguments are numbers of samples. Needs a display.
 
 #include "calibration/dialogfixture.h"
 
@@ -14,7 +14,7 @@
 
 namespace {
 
-/// A dialog that holds n samples, with its timer and its thread at rest.
+/// A dialog with n samples, with its timer and its thread stopped.
 class HeldDialog
 {
 public:
@@ -33,7 +33,7 @@ public:
             probe().rawZ.append(-11.5 + 49.0 * across * std::sin(2.399963 * i));
         }
         probe().setCalibrating(true);
-        tick(); // the first one lays out the scales
+        tick(); // the first one sets up the scales
     }
     ~HeldDialog() { probe().setCalibrating(false); }
     HeldDialog(const HeldDialog&) = delete;
@@ -41,7 +41,7 @@ public:
 
     MagCalibDlgProbe& probe() { return *m_fixture.probe; }
 
-    /// A tick that finds 50 new samples, and the painting that follows from it.
+    /// A tick with 50 new samples, and the painting after it.
     void tick()
     {
         probe().lastFitCount = probe().rawX.size() - 50;
@@ -49,7 +49,7 @@ public:
         QCoreApplication::processEvents();
     }
 
-    /// The tick without its fit: those between two fits.
+    /// A tick between two fits.
     void tickWithoutFit()
     {
         probe().lastFitCount = probe().rawX.size();
@@ -57,8 +57,8 @@ public:
         QCoreApplication::processEvents();
     }
 
-    /// The charts' part of a tick with a fit, each change drawn at once: twice the curves, and the
-    /// ellipses between them.
+    /// The charts' part of a tick with a fit, with each change drawn at once: the curves twice, and
+    /// the ellipses in between.
     void everyChangeDrawn()
     {
         setCurves();
@@ -128,7 +128,7 @@ void everyChangeDrawn(benchmark::State& state)
 
 void samples(benchmark::internal::Benchmark* benchmark)
 {
-    // Of the clock on the wall: the X server draws in a process of its own.
+    // Wall-clock time, because the X server draws in its own process.
     benchmark->Arg(1000)->Arg(5000)->Arg(20000)->UseRealTime()->Unit(benchmark::kMillisecond);
 }
 

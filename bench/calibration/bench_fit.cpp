@@ -1,6 +1,6 @@
-/// The ellipsoid fit beside numpy's, on the same samples in one run.
+/// The ellipsoid fit compared with numpy, with the same samples in one run.
 ///
-/// GRAVIMON_PYTHON chooses another Python than the one of the build.
+/// GRAVIMON_PYTHON selects another Python than that of the build.
 
 #include "calibration/mag_calib.h"
 
@@ -31,7 +31,7 @@ const clouds::Cloud& cloud(int count)
     return all[count] = clouds::onEllipsoid(count, {18.5, 24.0, -11.5}, {50.9, 44.6, 49.0}, 0.25);
 }
 
-/// A Python that answers fits, one line a command.
+/// A Python process that computes fits, one line per command.
 class Numpy
 {
 public:
@@ -116,7 +116,7 @@ void fit(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-/// Timed inside Python, around the fit alone: the pipe does not count.
+/// Timed inside Python, around the fit only, without the pipe.
 void fitByNumpy(benchmark::State& state)
 {
     clouds::Cloud samples = cloud(static_cast<int>(state.range(0)));

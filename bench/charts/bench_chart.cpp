@@ -1,9 +1,9 @@
-// What one frame of the time chart costs: new data, axes, replot, paint delivered. Every frame is
-// measured beside the same frame of the plot with Qwt's own line drawing, of the plot without
-// curves, of QCustomPlot and of Qt Charts, a few frames each in turn, so that whatever else the
-// machine does meets them all. An iteration is one turn of all; a counter is the median frame of
-// one contestant, in milliseconds of this thread's processor time, which other work on the machine
-// leaves alone. ratio is that of ours over plain, ratio_clock the same by the clock on the wall.
+// The cost of one frame of the time chart: new data, axes, replot, delivered paint event. The same
+// frame is measured for the plot with Qwt's own line drawing, the plot without curves, QCustomPlot
+// and Qt Charts, a few frames of each alternately, so that other load on the machine affects all of
+// them. An iteration is one round of all charts; a counter is the median frame of one chart, in
+// milliseconds of this thread's processor time, which does not depend on other load. ratio is our
+// time divided by that of plain, ratio_clock the same by the wall clock.
 //
 // Runs on any platform of Qt, for instance under Xvfb and with QT_QPA_PLATFORM=offscreen.
 
@@ -27,8 +27,8 @@ namespace {
 using benchchart::Chart;
 using benchchart::Frame;
 
-constexpr int rate = 400;           // Hz
-constexpr double surplus = 1.3;     // the feed hands over this times the samples of the window
+constexpr int rate = 400;       // Hz
+constexpr double surplus = 1.3; // the feed passes this factor more samples than the window shows
 constexpr int samplesPerFrame = 10; // new ones, 25 ms
 constexpr int framesInTurn = 5;
 
@@ -47,7 +47,7 @@ protected:
     }
 };
 
-/// An endless stream of samples, seen through a window that moves on with every frame.
+/// An endless stream of samples with a window that moves with every frame.
 class Stream
 {
 public:

@@ -1,11 +1,11 @@
-// What an update of the chart holds the sensor thread up: MainWindow::updatePlot() keeps the lock
-// of the samples from its first line to its last, so its own time is that of the lock.
+// How long an update of the chart blocks the sensor thread: MainWindow::updatePlot() holds the lock
+// of the samples from its first line to its last, so its duration is that of the lock.
 //
-// Two windows take turns, one with two minutes of samples stored and one with an hour, both with
-// the same time range shown. Before each update as many new samples arrive as in a period, after it
-// the paint event is delivered; neither is measured. held_ms is the median with an hour stored and
-// worst_ms the longest, worst_cpu_ms the longest less the time in which the system ran something
-// else, and ratio_hour the median over that with two minutes. An IMU sample comes every 2.5 ms.
+// Two windows alternate, one with two minutes of samples stored and one with an hour, both with the
+// same time range. Before each update the samples of a period arrive, after it the paint event is
+// delivered; neither is measured. held_ms is the median with an hour stored and worst_ms the
+// longest, worst_cpu_ms the longest without the time in which the system ran something else, and
+// ratio_hour the median divided by that with two minutes. An IMU sample arrives every 2.5 ms.
 
 #include "support/mainwindowprobe.h"
 
@@ -44,7 +44,7 @@ public:
     explicit Feed(int storedSeconds)
     {
         m_window->show();
-        m_probe.detectTimer->stop(); // there is no camera to be found
+        m_probe.detectTimer->stop(); // there is no camera to find
         m_probe.plotTimer = new QTimer(m_window.get());
         append(storedSeconds * rate);
         QCoreApplication::processEvents();
@@ -71,7 +71,7 @@ public:
         const std::chrono::duration<double, std::milli> held =
             std::chrono::steady_clock::now() - begin;
         const double cpu = threadMs() - cpuBegin;
-        m_probe.plotTimer->stop(); // the next update is this program's
+        m_probe.plotTimer->stop(); // this program calls the updates
         QCoreApplication::sendPostedEvents();
         QCoreApplication::processEvents();
         return {held.count(), cpu};

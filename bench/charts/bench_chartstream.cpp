@@ -1,15 +1,15 @@
-// Whether the chart costs samples: a camera of the bench streams into the window, in turns with the
-// chart hidden and not fed, and with the chart shown at its longest time range. The bench numbers
-// its IMU samples; the counters are those that it made and the window did not store.
-// longest_hold_ms and late_holds tell what of that the lock of the samples may have cost: an update
-// keeps it from its first line to its last, and one that takes longer than the 2.5 ms between two
-// samples is late.
+// Whether the chart costs samples: a camera of the bench streams into the window, alternately with
+// the chart hidden and not updated, and with the chart shown at its longest time range. The bench
+// numbers its IMU samples; the counters are the produced ones and those that the window did not
+// store. longest_hold_ms and late_holds show the possible part of the samples' lock: an update
+// holds it from its first line to its last, and an update that takes longer than the 2.5 ms between
+// two samples is late.
 //
 //     bench_chartstream [--seconds=N] [--without-3d-view]
 //
-// N seconds of each, 1 by default; from 80 on the window fills up before it counts. Short turns let
-// whatever else the machine does meet both. Without a GPU the 3D view takes most of two processors
-// and costs more samples than anything else: without it the chart stands alone.
+// N seconds of each, 1 by default; from 80 on the window is filled before the count starts. With
+// short turns other load on the machine affects both. Without a GPU the 3D view needs most of two
+// processors and costs more samples than anything else; --without-3d-view measures only the chart.
 
 #include "support/viewersession.h"
 
@@ -27,7 +27,7 @@ namespace {
 constexpr unsigned int serial = 31415926;
 constexpr int longestTurn = 2; // seconds
 constexpr double sampleDistanceMs = 2.5;
-constexpr int fillSeconds = 80; // until 60 s are full, with what the feed hands over beyond them
+constexpr int fillSeconds = 80; // until 60 s are full, with the additional samples of the feed
 int countedSeconds = 1;
 bool without3dView = false;
 
@@ -53,13 +53,13 @@ struct Count
 
 Count countNow(viewersession::Viewer& viewer)
 {
-    // Under the lock no sample is stored; what is made meanwhile is one at most.
+    // Under the lock no sample is stored; at most one is produced in this time.
     const QMutexLocker lock(&viewer.probe.dataMutex);
     return {static_cast<qint64>(viewersession::bench().imuCounters(serial).produced),
             viewer.probe.accX.size()};
 }
 
-/// Streams, and returns what was made and stored meanwhile.
+/// Streams, and returns the numbers of produced and stored samples.
 Count streamed(viewersession::Viewer& viewer, int seconds)
 {
     const Count before = countNow(viewer);

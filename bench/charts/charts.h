@@ -17,7 +17,7 @@ constexpr int height = 310;
 constexpr int curveCount = 3;
 constexpr double valueRange = 15.0;
 
-/// What a chart is given in one frame.
+/// The data of one frame.
 struct Frame
 {
     QVector<double> time;
@@ -37,12 +37,12 @@ public:
     virtual QWidget* widget() = 0;
     /// The widget in whose paint event the curves are painted.
     virtual QWidget* canvas() = 0;
-    /// Takes over data and axes and asks for a paint event.
+    /// Sets data and axes and requests a paint event.
     virtual void update(const Frame& frame) = 0;
 };
 
 std::unique_ptr<Chart> makeDataPlot();      ///< this project's chart
-std::unique_ptr<Chart> makePlainDataPlot(); ///< the same with curves drawn by Qwt alone
+std::unique_ptr<Chart> makePlainDataPlot(); ///< the same with curves drawn by Qwt
 std::unique_ptr<Chart> makeEmptyDataPlot(); ///< the same without curves
 std::unique_ptr<Chart> makeQCustomPlot();
 std::unique_ptr<Chart> makeQtChart();

@@ -2,8 +2,8 @@
 ///
 ///   visualize/calls    buffers, matrices and calls; the draw calls end in this program
 ///   visualize/vertices the same with the real draw calls, nothing rasterised
-///   visualize/pixels   the same with everything drawn, waiting for the picture
-///   visualize/everything_uploaded  as calls, but with the whole scene uploaded on each frame
+///   visualize/pixels   the same with everything drawn, including the wait for the picture
+///   visualize/everything_uploaded  like calls, but with the whole scene uploaded in each frame
 ///
 /// The argument is the camera model. Under a software OpenGL "vertices" and "pixels" are the
 /// driver's work on the CPU; on a GPU it is the GPU's.
@@ -37,7 +37,7 @@ DrawElements realDrawElements()
 
 } // namespace
 
-/// Takes the library's place for the scene's own draw calls.
+/// Replaces the library's function for the scene's own draw calls.
 extern "C" void glDrawElements(GLenum mode, GLsizei count, GLenum type, const void* indices)
 {
     ++drawCalls;
@@ -90,7 +90,7 @@ void visualize(benchmark::State& state, MODE mode)
     drawnIndices = 0;
     float angle = 0;
     for (auto _ : state) {
-        // A new pose, acceleration and viewpoint on each frame.
+        // A new pose, acceleration and viewpoint in each frame.
         angle += 0.01F;
         const om::Orientation pose(om::Rotation(angle, om::Translation(1, 2, 3)));
         view.setCameraModelOr(pose);

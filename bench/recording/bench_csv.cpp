@@ -1,5 +1,5 @@
-// Rows a second of the recorder's row path: a text stream made, one row formatted, the stream
-// destroyed, the row written to the file, which is opened as the program opens it. On tmpfs, so
+// Rows per second of the recorder: a text stream is created, one row formatted, the stream
+// destroyed, and the row written to the file, which is opened as the program opens it. On tmpfs, so
 // that the disk doesn't count.
 
 #include "recording/line_file.h"
@@ -44,10 +44,10 @@ QString tmpfsFolder()
                                                      : QStringLiteral("/tmp/gravimon-XXXXXX");
 }
 
-/// The file is begun anew now and then, so that a long run doesn't fill the memory.
+/// The file is started again after this number, so that a long run doesn't fill the memory.
 constexpr int mostRows = 200'000;
 
-/// Makes the writer for the open file, and lets it write.
+/// Creates the writer for the open file and runs it.
 template <typename MakeWriter>
 void run(benchmark::State& state, MakeWriter makeWriter)
 {
@@ -93,8 +93,8 @@ void BM_RowAsRecorded(benchmark::State& state)
 }
 BENCHMARK(BM_RowAsRecorded);
 
-/// An alternative: a text stream on the file itself, whose buffer start and stop would empty beside
-/// the sensor thread.
+/// An alternative: a text stream on the file itself, whose buffer start and stop would flush at the
+/// same time as the sensor thread.
 void BM_RowThroughTheFilesBuffer(benchmark::State& state)
 {
     const RecOptions options = allColumns();

@@ -1,6 +1,6 @@
 /// @file
-/// Samples a second that the loop of the sensor thread accepts from scripted records: the poll of
-/// the library, the limits, the 3D view and all appends.
+/// Samples per second that the loop of the sensor thread processes from scripted records: the poll
+/// of the library, the limits, the 3D view and all appends.
 
 #include "support/viewersession.h"
 
@@ -42,7 +42,7 @@ void fill(std::uint64_t i, bool boardTemperatures, SensorsEntry& entry)
     data.cameraMovingState = 1;
 }
 
-/// @param boardTemperatures false takes the temperature fallback, with its further appends
+/// @param boardTemperatures false uses the temperature fallback, with its additional appends
 void sensorLoop(benchmark::State& state, bool boardTemperatures)
 {
     auto& bench = viewersession::bench();

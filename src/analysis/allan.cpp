@@ -14,8 +14,8 @@ constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 /// Probability of one standard deviation of a normal variable.
 constexpr double confidence = 0.682689492137086;
 
-/// x with tau0 = 1, of samples less their mean: a constant output has no deviation, and the sum
-/// stays small.
+/// x with tau0 = 1, of the samples minus their mean: a constant output has no deviation, and the
+/// sum stays small.
 std::vector<double> phaseOf(const std::vector<double>& rate)
 {
     double mean = 0.0;
@@ -37,7 +37,7 @@ double squared(double value)
     return value * value;
 }
 
-/// A sum of squares and the number of them.
+/// A sum of squares and their number.
 struct Squares
 {
     double sum = 0.0;
@@ -54,7 +54,7 @@ Squares secondDifferences(const std::vector<double>& phase, std::size_t m, std::
     const std::size_t end = phase.size() - 2 * m;
     const double* const x = phase.data();
     if (step == 1) {
-        // Four sums that do not wait for each other; their order is fixed, so that results repeat.
+        // Four independent sums for speed; their order is fixed, so that results are reproducible.
         double sums[4] = {};
         std::size_t i = 0;
         for (; i + 4 <= end; i += 4) {
@@ -113,7 +113,7 @@ Squares summedSecondDifferences(const std::vector<double>& phase, std::size_t m)
     return squares;
 }
 
-/// The averagings, evenly on a logarithmic axis, each once.
+/// The averagings, evenly spaced on a logarithmic axis, each once.
 std::vector<std::size_t> averagings(std::size_t longest, std::size_t perDecade)
 {
     std::vector<std::size_t> all;

@@ -2,8 +2,8 @@
 /// Allan, modified Allan and Hadamard deviations of a sensor's output, with confidence intervals.
 ///
 /// Formulas and notation: W. J. Riley, Handbook of Frequency Stability Analysis, NIST Special
-/// Publication 1065 (2008), sections 5.2 to 5.6. The sensor's output takes the place of the
-/// fractional frequency y; its integral is the phase x, x[0] = 0, x[k + 1] = x[k] + y[k] tau0.
+/// Publication 1065 (2008), sections 5.2 to 5.6. The sensor's output replaces the fractional
+/// frequency y; its integral is the phase x, x[0] = 0, x[k + 1] = x[k] + y[k] tau0.
 #pragma once
 
 #include <cstddef>
@@ -11,7 +11,7 @@
 
 namespace analysis {
 
-/// Which deviation of SP 1065 to take.
+/// The deviations of SP 1065.
 enum class DEVIATION {
     ALLAN,             ///< consecutive averages, equation 7
     OVERLAPPING_ALLAN, ///< all averages, equation 9
@@ -19,14 +19,14 @@ enum class DEVIATION {
     HADAMARD,          ///< second differences of consecutive averages, equation 18
 };
 
-/// One stretch of samples at equal distances, or several of them. Differences are taken within a
+/// One or several stretches of samples at equal intervals. Differences are computed within a
 /// stretch and never across a gap between two.
 using Stretches = std::vector<std::vector<double>>;
 
 /// The deviation at one averaging time, in the unit of the samples.
 /// @param rate samples of the sensor's output
 /// @param averaging number m of samples in an average, 1 at least; the averaging time is m tau0
-/// @return NaN where no stretch is long enough: it takes 2 m samples, 3 m for HADAMARD and
+/// @return NaN if no stretch is long enough: 2 m samples are needed, 3 m for HADAMARD and
 ///         MODIFIED_ALLAN
 double deviation(DEVIATION kind, const std::vector<double>& rate, std::size_t averaging);
 
@@ -41,7 +41,7 @@ struct AllanPoint
     double degreesOfFreedom = 0.0;
 };
 
-/// The power of the averaging time that the Allan deviation follows, as that of a kind of noise.
+/// The kinds of noise, with the power of the averaging time that the Allan deviation follows.
 enum class NOISE {
     WHITE_PHASE, ///< -1: quantisation; flicker of phase looks the same
     WHITE,       ///< -1/2: white noise of the output (random walk of its integral)
@@ -56,17 +56,17 @@ enum class NOISE {
 /// @return at least 1
 double overlappingAllanDegreesOfFreedom(NOISE noise, std::size_t samples, std::size_t averaging);
 
-/// The overlapping Allan deviation at averaging times that lie evenly on a logarithmic axis, from
-/// one sample to a third of the longest stretch.
+/// The overlapping Allan deviation at averaging times evenly spaced on a logarithmic axis, from one
+/// sample to a third of the longest stretch.
 ///
-/// Up to an averaging of `exactUpTo` samples every overlapping difference is taken. Above, one in
-/// each m / exactUpTo is: the others are nearly the same ones, and the time that they take would
-/// grow with the number of averaging times.
+/// Up to an averaging of `exactUpTo` samples every overlapping difference is used. Above, one in
+/// each m / exactUpTo is used: the others are nearly the same, and their computing time would grow
+/// with the number of averaging times.
 ///
 /// The intervals are those of white noise; setInterval() sets them for another kind.
 /// @param samplePeriod tau0, s
-/// @param perDecade    averaging times in a decade
-/// @return by rising averaging time; empty where no stretch has 3 samples
+/// @param perDecade averaging times per decade
+/// @return by increasing averaging time; empty if no stretch has 3 samples
 std::vector<AllanPoint> overlappingAllan(const Stretches& rate, double samplePeriod,
                                          std::size_t perDecade = 10, std::size_t exactUpTo = 64);
 

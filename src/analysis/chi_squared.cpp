@@ -16,7 +16,7 @@ double chiSquaredQuantile(double probability, double degreesOfFreedom)
     }
     const double shape = degreesOfFreedom / 2.0;
     const auto below = [&](double x) { return Eigen::numext::igamma(shape, x / 2.0); };
-    // The mean is inside or near the bracket, which is widened until it holds the quantile.
+    // The bracket starts near the mean and is widened until it contains the quantile.
     double low = degreesOfFreedom;
     double high = degreesOfFreedom + 1.0;
     while (below(low) > probability && low > 1e-300) {

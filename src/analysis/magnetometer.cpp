@@ -12,9 +12,9 @@ namespace {
 constexpr double pi = 3.14159265358979323846;
 constexpr std::size_t slices = 10;
 constexpr std::size_t sectors = 10;
-/// Below this share of the largest singular value the readings do not hold a parameter.
+/// Below this share of the largest singular value the readings do not determine a parameter.
 constexpr double leastSingular = 1e-6;
-/// Directions of fewer areas than these say nothing about an ellipsoid.
+/// With more areas without a reading the directions do not determine an ellipsoid.
 constexpr double mostGaps = 80.0;
 
 std::size_t areaOf(const Eigen::Vector3d& direction)
@@ -26,7 +26,7 @@ std::size_t areaOf(const Eigen::Vector3d& direction)
     return slice * sectors + sector;
 }
 
-/// The area through the centre of the sphere.
+/// The area opposite with respect to the centre of the sphere.
 std::size_t opposite(std::size_t area)
 {
     const std::size_t slice = slices - 1 - area / sectors;
@@ -73,7 +73,7 @@ std::optional<EllipsoidFit> fitEllipsoid(const Eigen::Matrix3Xd& readings, bool 
         design.col(7) = 2.0 * p.row(0).cwiseProduct(p.row(2)).transpose();
         design.col(8) = 2.0 * p.row(1).cwiseProduct(p.row(2)).transpose();
     }
-    // The triangle of the QR decomposition has the singular values of the design, and its size.
+    // The triangle of the QR decomposition has the singular values of the design matrix.
     const Eigen::MatrixXd triangle =
         Eigen::HouseholderQR<Eigen::MatrixXd>(
             (Eigen::MatrixXd(p.cols(), unknowns + 1) << design, Eigen::VectorXd::Ones(p.cols()))

@@ -1,5 +1,5 @@
 /// @file
-/// How well a magnetometer's readings lie on an ellipsoid, and what a calibration of it is worth.
+/// How well a magnetometer's readings fit an ellipsoid, and the quality of its calibration.
 #pragma once
 
 #include "analysis/recording.h"
@@ -13,14 +13,13 @@
 
 namespace analysis {
 
-/// reading = shape * (unit vector) + offset: every unit vector of the field's direction gives a
-/// point of the ellipsoid. The correction is radius * inverse(shape) * (reading - offset).
+/// reading = shape * (unit vector) + offset: every unit vector of the field's direction corresponds
+/// to a point of the ellipsoid. The correction is radius * inverse(shape) * (reading - offset).
 struct EllipsoidFit
 {
-    Eigen::Vector3d offset; ///< uT, hard iron
-    Eigen::Matrix3d
-        shape; ///< uT, symmetric; the radii on its diagonal where there are no cross terms
-    Eigen::Vector3d radii;    ///< uT, semi-axes; along x, y and z where there are no cross terms
+    Eigen::Vector3d offset;   ///< uT, hard iron
+    Eigen::Matrix3d shape;    ///< uT, symmetric; without cross terms the radii are on its diagonal
+    Eigen::Vector3d radii;    ///< uT, semi-axes; along x, y and z without cross terms
     double radius = 0.0;      ///< uT, of the sphere of equal volume: the strength of the field
     double residualRms = 0.0; ///< uT, of length(corrected reading) - radius
 
@@ -31,37 +30,38 @@ struct EllipsoidFit
 /// Quality of a calibration, each as a percentage; 0 is perfect.
 struct SphereQuality
 {
-    /// Share of 100 equal areas of the sphere in which there is no reading. The areas are 10 slices
-    /// of equal height, each cut into 10 sectors.
+    /// Share of 100 equal areas of the sphere without a reading. The areas are 10 slices of equal
+    /// height, each divided into 10 sectors.
     double gaps = 0.0;
-    /// Standard deviation of length(corrected reading) over its mean.
+    /// Standard deviation of length(corrected reading) divided by its mean.
     double variance = 0.0;
-    /// Distance of the mean of the areas' mean readings from the centre, over the radius. Areas
-    /// without a reading are left out, and so are those opposite to them.
+    /// Distance of the mean of the areas' mean readings from the centre, divided by the radius.
+    /// Areas without a reading and the areas opposite to them are left out.
     double wobble = 0.0;
-    /// Residual RMS over the radius.
+    /// Residual RMS divided by the radius.
     double fitError = 0.0;
 };
 
 struct MagnetometerReport
 {
-    EllipsoidFit aligned;             ///< offset and one radius an axis: what a camera can store
-    std::optional<EllipsoidFit> full; ///< with cross terms; none where the readings do not hold it
-    SphereQuality quality;            ///< of the aligned fit
-    double lengthRmsBefore = 0.0;     ///< uT, deviation of length(reading) without any correction
+    EllipsoidFit aligned; ///< offset and one radius per axis, as a camera can store them
+    std::optional<EllipsoidFit>
+        full;                     ///< with cross terms; none if the readings do not determine it
+    SphereQuality quality;        ///< of the aligned fit
+    double lengthRmsBefore = 0.0; ///< uT, deviation of length(reading) without any correction
 };
 
-/// Least squares of  p^T A p + 2 b^T p = 1  with a diagonal A (6 parameters) or a symmetric one
-/// (9), of readings that are first moved to their mean and scaled to their spread.
-/// @param readings one a column, uT; at least 6 with distinct directions, 9 with cross terms
-/// @return none where the readings lie on no ellipsoid
+/// Least squares of p^T A p + 2 b^T p = 1 with a diagonal A (6 parameters) or a symmetric one (9).
+/// The readings are first centred at their mean and scaled by their spread.
+/// @param readings one per column, uT; at least 6 with distinct directions, 9 with cross terms
+/// @return none if the readings are not on an ellipsoid
 std::optional<EllipsoidFit> fitEllipsoid(const Eigen::Matrix3Xd& readings, bool crossTerms);
 
 /// Gaps, variance, wobble and fit error of readings under a fit.
 SphereQuality sphereQuality(const Eigen::Matrix3Xd& readings, const EllipsoidFit& fit);
 
 /// Fits with and without cross terms of all readings of a recording.
-/// @param reason one sentence where there is no result
+/// @param reason one sentence if there is no result
 std::optional<MagnetometerReport> analyseMagnetometer(const VectorSeries& field,
                                                       std::string& reason);
 

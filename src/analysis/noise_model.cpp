@@ -11,14 +11,14 @@ namespace analysis {
 
 namespace {
 
-/// A term must dominate over this factor in averaging time to be seen.
+/// A term must dominate over at least this factor in averaging time to be observable.
 constexpr double leastRange = 3.0;
-/// Neighbouring points of an overlapping curve share most of their samples: so many points of a
-/// decade count as independent.
+/// Neighbouring points of an overlapping curve share most of their samples: this number of points
+/// per decade counts as independent.
 constexpr double independentPerDecade = 3.0;
-/// The model is trusted to this share of the variance, however many samples an average has.
+/// Assumed relative error of the model's variance, for any number of samples per average.
 constexpr double modelError = 0.002;
-/// A minimum is looked for where at least so many degrees of freedom hold it.
+/// The minimum is searched only among points with at least this number of degrees of freedom.
 constexpr double leastDegrees = 50.0;
 
 /// The power of tau of each term in the variance.
@@ -68,8 +68,8 @@ NOISE dominant(const NoiseModel& model, double tau)
     return kindOf(most);
 }
 
-/// Weighted least squares of the terms of the set, a bit a term. The misfit is a chi-squared.
-/// @return false where a factor would be negative
+/// Weighted least squares of the terms in the set, one bit per term. The misfit is a chi-squared.
+/// @return false if a factor would be negative
 bool fitTerms(const std::vector<AllanPoint>& allan, unsigned set, double pointWeight,
               NoiseModel& model, double& misfit)
 {
@@ -87,7 +87,7 @@ bool fitTerms(const std::vector<AllanPoint>& allan, unsigned set, double pointWe
     }
     Eigen::VectorXd expected = variance;
     Eigen::VectorXd solution;
-    // The weights need the variance that is fitted; it settles within a few rounds.
+    // The weights need the fitted variance; it converges within a few rounds.
     for (int round = 0; round < 6; ++round) {
         Eigen::MatrixXd design(rows, columns);
         Eigen::VectorXd observed(rows);
@@ -129,7 +129,7 @@ std::string text(const char* format, double value)
     return buffer;
 }
 
-/// The points over which the term makes up at least half of the variance: the widest run of them.
+/// The widest run of points in which the term is at least half of the variance.
 struct Run
 {
     std::size_t first = 0;
@@ -160,7 +160,7 @@ bool isWide(const Run& run, const std::vector<AllanPoint>& allan)
 }
 
 /// The coefficient whose square is the factor of the term times the scale. The interval is that of
-/// a variable whose logarithm is normal: it never reaches below zero.
+/// a log-normal variable: it is never below zero.
 Coefficient ofTerm(const NoiseModel& model, TERM term, double scale)
 {
     Coefficient coefficient;
@@ -181,8 +181,8 @@ Coefficient unseen(const char* line, const std::vector<AllanPoint>& allan)
     return coefficient;
 }
 
-/// The points of a curve depend on each other, so that the error of the fit says too little. It is
-/// taken as that of the one point that says most of the term.
+/// The points of a curve depend on each other, so the error of the fit is too small. The error of
+/// the one point with the most information about the term is used instead.
 void setErrors(NoiseModel& model, const std::vector<AllanPoint>& allan)
 {
     for (std::size_t term = 0; term < TERMS; ++term) {

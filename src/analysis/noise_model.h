@@ -19,7 +19,7 @@
 
 namespace analysis {
 
-/// Terms of the model by falling steepness of their line in the plot of the deviation.
+/// Terms of the model by increasing slope of their line in the plot of the deviation.
 enum TERM : std::size_t {
     QUANTISATION,
     NOISE_DENSITY,
@@ -32,31 +32,31 @@ enum TERM : std::size_t {
 /// sqrt(2 ln 2 / pi): the deviation of flicker noise in units of B.
 constexpr double flickerLevel = 0.66428;
 
-/// A coefficient with its 68 % interval, or the reason why the data do not show it.
+/// A coefficient with its 68 % interval, or the reason why it is not observable.
 struct Coefficient
 {
     std::optional<double> value;
     double low = 0.0;
     double high = 0.0;
-    std::string reason; ///< empty where there is a value; else one sentence for the user
+    std::string reason; ///< empty if there is a value, otherwise one sentence for the user
 };
 
-/// All that the Allan deviation of one axis says. With u the unit of the samples:
+/// The results from the Allan deviation of one axis. With u the unit of the samples:
 struct NoiseModel
 {
     /// Factors of the terms in sigma^2: 3 Q^2, N^2, (2 ln 2 / pi) B^2, K^2 / 3, R^2 / 2. A term
-    /// that the data do not call for is 0.
+    /// that the data do not need is 0.
     std::array<double, TERMS> factors{};
-    /// Standard errors of the factors, as a share of each.
+    /// Relative standard errors of the factors.
     std::array<double, TERMS> errors{};
 
     Coefficient noiseDensity;    ///< N, u / sqrt(Hz): the line of slope -1/2 at tau = 1 s
-    Coefficient biasInstability; ///< B, u: the minimum of the curve over 0.664
+    Coefficient biasInstability; ///< B, u: the minimum of the curve divided by 0.664
     Coefficient randomWalk;      ///< K, u / s / sqrt(Hz): the line of slope +1/2 at tau = 3 s
 
     /// Variance of the model, u^2.
     double variance(double tau) const;
-    /// Share of the term in it, 0 to 1.
+    /// Share of the term in the variance, 0 to 1.
     double share(TERM term, double tau) const;
 };
 
@@ -67,16 +67,16 @@ struct AxisNoise
     NoiseModel model;
 };
 
-/// The model through a curve: weighted least squares with factors that are not negative. A term is
-/// taken in only where the data call for it (Bayesian information criterion).
+/// The model of a curve: weighted least squares with factors that are not negative. A term is used
+/// only if the data need it (Bayesian information criterion).
 ///
-/// A coefficient has a value only where its slope is in the data: its term makes up at least half
-/// of the variance over a factor of 3 in averaging time, and for the bias instability the minimum
-/// lies within the curve.
+/// A coefficient has a value only if its slope is in the data: its term is at least half of the
+/// variance over a factor of 3 in averaging time, and for the bias instability the minimum is
+/// within the curve.
 NoiseModel fitNoiseModel(const std::vector<AllanPoint>& allan);
 
-/// Deviation and model of samples at equal distances. The intervals of the deviation use the kind
-/// of noise that the model shows at each averaging time.
+/// Deviation and model of samples at equal intervals. The intervals of the deviation use the kind
+/// of noise of the model at each averaging time.
 /// @param samplePeriod s
 AxisNoise analyseNoise(const Stretches& rate, double samplePeriod);
 

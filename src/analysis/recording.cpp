@@ -71,11 +71,11 @@ constexpr std::array<std::string_view, FIELDS> names{
     "temp_barom[C]",
 };
 
-/// No sensor gives more, and sums over squares of it stay finite.
+/// No sensor has larger values, and sums of their squares stay finite.
 constexpr double mostValue = 1e9;
-/// Temperatures without a barometer have no pace of their own.
+/// Period of the temperatures without a barometer, which have no rate of their own.
 constexpr Nanoseconds temperaturePeriod = 40'000'000;
-/// How often progress is called: every so many bytes.
+/// Number of bytes between two calls of progress.
 constexpr std::size_t progressStep = std::size_t{1} << 22;
 
 constexpr std::array<double, 16> powersOfTen{1.0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
@@ -98,7 +98,7 @@ std::string_view trimmed(std::string_view text)
 }
 
 /// A number up to the comma. Up to 15 digits the quotient of two exact numbers is the double
-/// nearest to the text, as std::from_chars gives it for the rest.
+/// nearest to the text; longer numbers use std::from_chars.
 bool parseNumber(const char*& p, const char* end, double& value)
 {
     const char* const begin = p;
@@ -130,8 +130,8 @@ bool parseNumber(const char*& p, const char* end, double& value)
     return problem == std::errc() && stop != end && *stop == ',' && std::abs(value) <= mostValue;
 }
 
-/// Seconds with decimals as nanoseconds, rounded to whole microseconds: the digits behind are those
-/// of a double of that size.
+/// Seconds with decimals as nanoseconds, rounded to whole microseconds: further digits are beyond
+/// the resolution of a double of that size.
 bool parseTime(const char*& p, const char* end, Nanoseconds& time)
 {
     constexpr Nanoseconds second = 1'000'000'000;
@@ -161,7 +161,7 @@ bool parseTime(const char*& p, const char* end, Nanoseconds& time)
     return digit != end && *digit == ',';
 }
 
-/// One row as it is parsed.
+/// One parsed row.
 struct Row
 {
     std::array<double, FIELDS> values{};
@@ -170,7 +170,7 @@ struct Row
 
 enum class PARSED { ROW, TORN, INVALID };
 
-/// Which field each column is.
+/// The field of each column.
 class Columns
 {
 public:
@@ -183,7 +183,7 @@ public:
             header =
                 comma == std::string_view::npos ? std::string_view() : header.substr(comma + 1);
             if (name.empty() && header.empty()) {
-                break; // behind the last comma
+                break; // after the last comma
             }
             const auto found = std::find(names.begin(), names.end(), name);
             m_fields.push_back(found == names.end()
@@ -223,7 +223,7 @@ public:
             if (p == nullptr || p == end) {
                 return PARSED::TORN;
             }
-            ++p; // behind the comma
+            ++p; // after the comma
         }
         if (p != end) {
             return PARSED::TORN;
@@ -238,7 +238,7 @@ private:
     std::array<bool, FIELDS> m_has{};
 };
 
-/// Takes rows into the recording.
+/// Adds rows to the recording.
 class Collector
 {
 public:
@@ -300,7 +300,7 @@ public:
     }
 
 private:
-    /// What comes at a pace of its own, and is repeated from row to row.
+    /// The sensors with their own rate, whose values are repeated from row to row.
     void takeSlow(const Row& row, Nanoseconds time)
     {
         VectorSeries& field = m_recording.magneticField;
@@ -356,7 +356,7 @@ const char* endOfLine(const char* begin, const char* end)
     return feed == nullptr ? end : static_cast<const char*>(feed);
 }
 
-/// The line that starts with "idx", without its line feed; empty where there is none.
+/// The line that starts with "idx", without its line feed; empty if there is none.
 std::string_view findHeader(const char* begin, const char* end)
 {
     for (const char* line = begin; line < end;) {
@@ -393,7 +393,7 @@ class MappedFile
 public:
     MappedFile(const std::string& path, std::string& error)
     {
-        // Without O_NONBLOCK a FIFO would make the caller wait before it is seen to be none.
+        // Without O_NONBLOCK the open of a FIFO would wait before it can be refused.
         const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
         if (file < 0) {
             error = path + ": cannot be read: " + std::strerror(errno);
@@ -459,7 +459,8 @@ std::optional<Recording> parseRecording(const char* begin, const char* end, cons
     Collector collector(recording, columns, wanted);
     const char* const second = endOfLine(header.data() + header.size(), end);
     if (second != end) {
-        // Rows are about as long as each other: the second one is a guess at their number.
+        // All rows have about the same length, so the length of the second one is used to estimate
+        // their number.
         const auto length = static_cast<std::size_t>(endOfLine(second + 1, end) - second);
         collector.reserve(size / std::max<std::size_t>(length, 16) + 16);
     }

@@ -12,15 +12,15 @@ namespace {
 
 constexpr double windowSeconds = 0.25;
 constexpr double trimSeconds = 0.1;
-/// A window moves when its deviation is above this many times that of the stillest quarter of
-/// windows.
+/// A window contains motion if its deviation exceeds that of the stillest quarter of windows by
+/// this factor.
 constexpr double noiseFactor = 3.0;
-/// Least deviations that count as motion, so that a recording without noise works.
+/// Minimum deviations that count as motion, so that a recording without noise works.
 constexpr double leastAcceleration = 1e-3;    // m/s^2
 constexpr double leastAngularVelocity = 1e-2; // degrees per second
 /// Mean accelerations of neighbouring windows of one rest differ by less than this, m/s^2.
 constexpr double mostDrift = 0.3;
-/// A side points up when gravity is within some 37 degrees of its axis.
+/// A side points up if gravity is within about 37 degrees of its axis.
 constexpr double leastCosine = 0.8;
 
 constexpr std::array<const char*, 6> sideNames{"+x", "-x", "+y", "-y", "+z", "-z"};
@@ -74,7 +74,7 @@ std::vector<Window> windowsOf(const Recording& recording)
         window.first = first;
         window.end = static_cast<std::size_t>(behind - times.begin());
         if (behind == times.end()) {
-            break; // not a whole one
+            break; // not a complete one
         }
         window.acceleration =
             deviationOf(recording.acceleration, window.first, window.end, window.mean);

@@ -20,7 +20,7 @@ constexpr double standardGravity = 9.80665;
 struct Rest
 {
     std::size_t first = 0; ///< row
-    std::size_t end = 0;   ///< one behind the last row
+    std::size_t end = 0;   ///< one after the last row
     Eigen::Vector3d mean;  ///< m/s^2
     int side = 0;          ///< 0 to 5: +x, -x, +y, -y, +z, -z points up
 };
@@ -32,22 +32,22 @@ struct SixPositions
     Eigen::Vector3d biasError; ///< m/s^2, standard error
     Eigen::Vector3d scale;     ///< 1 is perfect
     Eigen::Vector3d scaleError;
-    /// Radians; row i, column k: by how much axis i is turned towards axis k, with the setup's own
-    /// turn.
+    /// Radians; row i, column k: rotation of axis i towards axis k, including a rotation of the
+    /// whole setup.
     Eigen::Matrix3d misalignment;
     double misalignmentError = 0.0; ///< rad, standard error
     double residualRms = 0.0;       ///< m/s^2, of the rests' means
-    std::vector<Rest> rests;        ///< that were used
+    std::vector<Rest> rests;        ///< the rests that were used
 };
 
-/// The times of at least `leastSeconds` in which neither the acceleration nor, where there is one,
-/// the gyroscope moves by more than the noise. A tenth of a second at either end is left out.
+/// The periods of at least `leastSeconds` in which the acceleration and, if available, the angular
+/// velocity change by no more than the noise. A tenth of a second at both ends is left out.
 std::vector<Rest> findRests(const Recording& recording, double leastSeconds = 1.0);
 
-/// Least squares of the 12 parameters over the rests, each of which has exactly gravity along the
-/// axis that it is nearest to.
+/// Least squares of the 12 parameters over the rests. In each rest the true acceleration is gravity
+/// exactly along the nearest axis.
 /// @param gravity m/s^2, at the place of the recording
-/// @param reason one sentence where there is no result: a side on which there was no rest
+/// @param reason one sentence if there is no result: a side without a rest
 std::optional<SixPositions> solveSixPositions(const std::vector<Rest>& rests, double gravity,
                                               std::string& reason);
 

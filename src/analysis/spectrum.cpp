@@ -12,8 +12,8 @@ namespace {
 
 constexpr double pi = 3.14159265358979323846;
 constexpr std::size_t leastSegment = 8;
-/// Bins on either side of a line that make up the noise around it, and those that the line itself
-/// may reach under the window.
+/// Number of bins on either side of a line that are used as the noise around it, and number of bins
+/// that the line itself may occupy under the window.
 constexpr std::size_t neighbours = 40;
 constexpr std::size_t lineReach = 3;
 constexpr double lowestLineHz = 1.0;
@@ -67,7 +67,7 @@ Spectrum welch(const Stretches& stretches, double rateHz, std::size_t segment)
     }
     spectrum.resolutionHz = rateHz / static_cast<double>(segment);
     for (std::size_t i = 0; i < bins; ++i) {
-        // Negative frequencies are the same again, but for zero and the highest one.
+        // Negative frequencies have the same density, except for zero and the highest one.
         const double sides = i == 0 || i + 1 == bins ? 1.0 : 2.0;
         spectrum.density[i] *=
             sides / (rateHz * windowPower * static_cast<double>(spectrum.averages));
@@ -105,8 +105,8 @@ std::vector<SpectralLine> spectralLines(const Spectrum& spectrum, double thresho
         if (!(density[i] > threshold * noise)) {
             continue;
         }
-        // Under a Hann window the ratio of the line's two largest bins says where between them it
-        // is.
+        // Under a Hann window the ratio of the line's two largest bins determines its position
+        // between them.
         const bool upward = density[i + 1] > density[i - 1];
         const double ratio =
             std::sqrt(std::max(upward ? density[i + 1] : density[i - 1], 0.0) / density[i]);
@@ -119,7 +119,7 @@ std::vector<SpectralLine> spectralLines(const Spectrum& spectrum, double thresho
         line.frequencyHz =
             (static_cast<double>(i) + (upward ? offset : -offset)) * spectrum.resolutionHz;
         line.amplitude = std::sqrt(2.0 * power * spectrum.resolutionHz);
-        // The noise moves the ratio by its own share of the peak.
+        // The noise changes the ratio by its share of the peak.
         const double error =
             spectrum.resolutionHz *
             std::max(0.01, std::sqrt(noise / density[i] / static_cast<double>(spectrum.averages)));

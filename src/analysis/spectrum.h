@@ -9,7 +9,7 @@
 
 namespace analysis {
 
-/// One-sided density of a real signal. Its sum times the distance of the frequencies is the
+/// One-sided density of a real signal. Its sum multiplied by the distance of the frequencies is the
 /// variance of the signal.
 struct Spectrum
 {
@@ -18,7 +18,7 @@ struct Spectrum
     std::size_t averages = 0;    ///< segments
 };
 
-/// A line that stands out of the noise.
+/// A spectral line above the noise.
 struct SpectralLine
 {
     double frequencyHz = 0.0;
@@ -27,16 +27,16 @@ struct SpectralLine
     double high = 0.0;      ///< Hz
 };
 
-/// Welch, IEEE Trans. Audio Electroacoust. 15 (1967): segments that overlap by half, each less its
+/// Welch, IEEE Trans. Audio Electroacoust. 15 (1967): segments that overlap by half, each minus its
 /// mean, under a Hann window.
 /// @param rateHz  of the samples
 /// @param segment number of samples in a segment, a power of two; halved until the longest stretch
-///        holds one
-/// @return no densities where no stretch has 8 samples
+///        contains one
+/// @return no densities if no stretch has 8 samples
 Spectrum welch(const Stretches& stretches, double rateHz, std::size_t segment = 8192);
 
-/// The lines that stand out of the noise around them by at least `threshold` times, by falling
-/// amplitude. Frequencies below 1 Hz are not looked at: slow motion is there.
+/// The lines whose density is at least `threshold` times the noise around them, by decreasing
+/// amplitude. Frequencies below 1 Hz are ignored because of slow motion.
 std::vector<SpectralLine> spectralLines(const Spectrum& spectrum, double threshold = 30.0);
 
 } // namespace analysis

@@ -36,7 +36,7 @@ Timing analyseTiming(const std::vector<Nanoseconds>& times,
     const std::size_t rows = times.size();
     timing.durationSeconds = seconds(times.back() - times.front());
 
-    // The median does not care for gaps: half of the rows are enough.
+    // Gaps do not change the median: half of the rows are enough.
     double period = 0.0; // of the sensor
     std::uint64_t decimatedRows = 0;
     {
@@ -50,7 +50,7 @@ Timing analyseTiming(const std::vector<Nanoseconds>& times,
         period = median(distances);
     }
     timing.decimated = 2 * decimatedRows > rows - 1;
-    // Where nearly every sample has a row, one without is missing, whoever left it out.
+    // If nearly every sample has a row, a sample without a row is missing, whatever the reason.
     const auto samplesOf = [&](std::size_t row) {
         return timing.decimated ? step(numbers, row) : 1;
     };
@@ -109,8 +109,8 @@ Stretches stretchesOf(const std::vector<double>& axis, const Timing& timing,
     }
     for (const Gap& gap : timing.gaps) {
         take(gap.row);
-        // Rows that the gap took: where each row stands for several samples, the samples of
-        // several.
+        // Rows lost in the gap: if each row represents several samples, the samples of several
+        // rows.
         const auto rows = static_cast<std::uint64_t>(
             std::llround(static_cast<double>(gap.missing) / timing.samplesPerRow));
         if (rows > mostFilled) {

@@ -14,46 +14,44 @@ namespace analysis {
 /// A place where samples of the sensor are missing between two rows.
 struct Gap
 {
-    std::size_t row = 0; ///< the first row behind it
+    std::size_t row = 0; ///< the first row after it
     Nanoseconds start = 0;
     Nanoseconds end = 0;
-    std::uint64_t missing = 0; ///< samples that have no row and should have one
+    std::uint64_t missing = 0; ///< samples without a row that should have one
 };
 
-/// How the rows of the IMU lie in time.
+/// The times of the rows of the IMU.
 struct Timing
 {
     double durationSeconds = 0.0;
-    double rateHz = 0.0;        ///< of the rows, gaps left out
+    double rateHz = 0.0;        ///< of the rows, without gaps
     double sensorRateHz = 0.0;  ///< of the sensor, from the times and the numbers of its samples
     double periodSeconds = 0.0; ///< between rows, the inverse of rateHz
-    double jitterSeconds = 0.0; ///< standard deviation of the distances of rows, gaps left out
+    double jitterSeconds = 0.0; ///< standard deviation of the intervals of rows, without gaps
     std::uint64_t missingSamples = 0;
     std::vector<Gap> gaps;
-    /// Rows are fewer than the samples that the recorder saw: the number of the sample rises by
-    /// more than one from row to row more often than not. Such a file has lost the sensor's highest
-    /// frequencies unfiltered, which raises its noise density by up to the root of the ratio.
+    /// There are fewer rows than samples: the number of the sample increases by more than one for
+    /// most rows. Such a file was reduced without a filter: the sensor's highest frequencies are
+    /// aliased, which raises its noise density by up to the root of the ratio.
     bool decimated = false;
-    double samplesPerRow = 1.0; ///< mean, gaps left out
+    double samplesPerRow = 1.0; ///< mean, without gaps
 };
 
-/// Of times that rise, with the numbers of the samples. A distance of rows counts as a gap where at
-/// least one more sample fits into it: than one, or, where the file is decimated, than the numbers
-/// say.
+/// Timing of increasing times with the numbers of their samples. An interval of rows is a gap if at
+/// least one additional sample fits into it; in a decimated file, one more than the numbers show.
 /// @param times at least 2
-/// @param numbers as many; a number that falls, as after another start of the recorder's count,
-/// counts
-///        as the next one
+/// @param numbers as many; a number that decreases, as after a restart of the recorder's count,
+/// counts as the next one
 Timing analyseTiming(const std::vector<Nanoseconds>& times,
                      const std::vector<std::uint32_t>& numbers);
 
-/// The axis in stretches without gaps that are longer than a few samples: up to `mostFilled`
-/// missing samples are filled in on a straight line, at a longer gap a new stretch begins.
-/// Stretches of less than 3 samples are left out.
+/// The axis in stretches without long gaps: up to `mostFilled` missing samples are interpolated
+/// linearly; a new stretch begins after a longer gap. Stretches of less than 3 samples are left
+/// out.
 Stretches stretchesOf(const std::vector<double>& axis, const Timing& timing,
                       std::uint64_t mostFilled = 4);
 
-/// Distances of rows as a histogram, for a chart.
+/// Histogram of the intervals of rows, for a chart.
 struct Histogram
 {
     double first = 0.0; ///< lower edge of the first bin
@@ -61,8 +59,8 @@ struct Histogram
     std::vector<std::uint64_t> counts;
 };
 
-/// Of the distances of neighbouring times, s. The bins cover the distances without gaps; what lies
-/// outside counts in the first or last one.
+/// Histogram of the intervals of neighbouring times, s. The bins cover the intervals without gaps;
+/// values outside count in the first or last bin.
 Histogram intervalHistogram(const std::vector<Nanoseconds>& times, const Timing& timing,
                             std::size_t bins = 60);
 

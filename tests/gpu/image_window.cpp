@@ -1,6 +1,6 @@
 /// A window with only the image view, with a camera of the bench or, in a build with the vendor's
-/// library and CUDA, a real one. Takes a picture like this: tests/support/run-test --display
-/// build/debug/bin/image_window --shot image.png
+/// library and CUDA, a real one. Takes a picture like this:
+///     tests/support/run-test --display build/debug/bin/image_window --shot image.png
 #include "gpu/OGL2DWidget.h"
 
 #include <QApplication>

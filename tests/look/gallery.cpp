@@ -1,6 +1,6 @@
 // Shows the styles of the program on widgets of their kind, in their states, for visual checks.
-//     tests/support/run-test --display build/<preset>/bin/look_gallery picture.png Without an
-//     argument it stays open.
+//     tests/support/run-test --display build/<preset>/bin/look_gallery picture.png
+// Without an argument it stays open.
 #include "look/Style.h"
 
 #include "look/clr.h"

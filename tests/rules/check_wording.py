@@ -22,7 +22,7 @@ WORDS = {
     r"whence|thence|hence|thereof|thereby|lest|forthwith|amid|amidst": "a plain conjunction",
     r"for want of|in want of": "without, because there is no",
     r"counts? for nothing": "has no effect",
-    r"is none": "is not one",
+    r"(?<!there )is none": "is not one",
     r"unseen": "invisible, hidden",
 }
 WORD = re.compile(r"\b(?:" + "|".join(f"(?P<w{i}>{words})" for i, words in enumerate(WORDS)) + r")\b", re.I)
