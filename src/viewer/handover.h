@@ -6,10 +6,10 @@
 #include <memory>
 #include <utility>
 
-/// A place for one object. One thread provides it and may replace it at any time; another one takes
-/// it for as long as it uses it. Neither takes a lock against the other: an object that is replaced
-/// while it is in use is destroyed by its user, with giveBack(), any other one by provide(), and
-/// each of the two lasts as long as that destructor.
+/// A place for one object. One thread provides it and may replace it at any time; another thread
+/// takes it while it uses it. Neither takes a lock against the other. If an object is replaced
+/// while it is in use, its user destroys it with giveBack(); otherwise provide() destroys it. Each
+/// of the two takes as long as that destructor.
 template <typename T>
 class Handover
 {
@@ -19,7 +19,7 @@ public:
     Handover(const Handover&) = delete;
     Handover& operator=(const Handover&) = delete;
 
-    /// Puts an object, or none, in place of the former one.
+    /// Replaces the object by another one or by none.
     void provide(std::unique_ptr<T> object)
     {
         T* const former = m_place.exchange(object.release(), std::memory_order_acq_rel);
@@ -28,7 +28,7 @@ public:
         }
     }
 
-    /// The object, to be given back; null when there is none. One user at a time.
+    /// The object, which must be given back; null if there is none. One user at a time.
     std::unique_ptr<T> take()
     {
         T* object = m_place.load(std::memory_order_acquire);
@@ -39,7 +39,7 @@ public:
         return std::unique_ptr<T>(object);
     }
 
-    /// Puts a taken object back, or destroys it when it was replaced meanwhile.
+    /// Gives a taken object back, or destroys it if it was replaced in the meantime.
     void giveBack(std::unique_ptr<T> object)
     {
         T* expected = inUse();
@@ -49,7 +49,7 @@ public:
     }
 
 private:
-    /// Stands in the place of an object that is in use. Never the address of one.
+    /// Marks the place while its object is in use. Never the address of an object.
     T* inUse() { return reinterpret_cast<T*>(this); }
 
     std::atomic<T*> m_place{nullptr};

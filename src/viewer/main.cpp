@@ -10,15 +10,16 @@
 
 namespace {
 
-/// Frames and textures of a megabyte and more come and go with each camera. Left to itself the
-/// allocator soon takes them from the heap, where what stays lies between them, and the process
-/// keeps some 5 MiB more after each opening of a camera. What is painted with many times a second
-/// is smaller, and stays on the heap.
+/// Frames and textures of a megabyte and more are allocated and freed with each camera. By default
+/// the allocator soon takes them from the heap, where lasting blocks are allocated between them,
+/// and the process keeps about 5 MiB more after each opening of a camera. The buffers for painting,
+/// which are used many times a second, are smaller and stay on the heap.
 void keepFramesOffTheHeap()
 {
 #ifdef __GLIBC__
     constexpr int mebibyte = 1024 * 1024;
-    // Setting the one turns the other's own adjustment off. There is no other thread yet.
+    // Setting one of them turns off the automatic adjustment of the other. There is no other thread
+    // yet.
     mallopt(M_MMAP_THRESHOLD, 2 * mebibyte);  // NOLINT(concurrency-mt-unsafe)
     mallopt(M_TRIM_THRESHOLD, 16 * mebibyte); // NOLINT(concurrency-mt-unsafe)
 #endif
@@ -26,11 +27,11 @@ void keepFramesOffTheHeap()
 
 } // namespace
 
-// NOLINTNEXTLINE(bugprone-exception-escape): what is out of memory ends here
+// NOLINTNEXTLINE(bugprone-exception-escape): without memory the program ends
 int main(int argc, char* argv[])
 {
     keepFramesOffTheHeap();
-    // A recording that meets the limit of a file's size is one on a full disk: its writes fail.
+    // A file size limit is then handled like a full disk: writes fail.
     std::signal(SIGXFSZ, SIG_IGN);
     // Turns off the glyph cache of the FreeType font engine.
     qputenv("QT_NO_FT_CACHE", "1");

@@ -81,7 +81,7 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(new Ui_MainWin
         button->setStyleSheet(style->sensorButtonStyle);
         button->setFont(buttonFont);
     }
-    // One sensor at a time.
+    // Only one sensor is selected at a time.
     for (QPushButton* button : {ui->pushButton_accel, ui->pushButton_gyro, ui->pushButton_orient,
                                 ui->pushButton_baro, ui->pushButton_mag, ui->pushButton_temper}) {
         button->setAutoExclusive(true);
@@ -110,14 +110,15 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(new Ui_MainWin
 
 MainWindow::~MainWindow()
 {
-    // A window that its close button has ended has no surface any more: what the 3D view deletes
-    // would switch from here to its own context and could not switch back.
+    // A window that was closed by its close button has no surface any more: the 3D view would
+    // switch from the current context to its own one to delete its objects, and could not switch
+    // back.
     if (QOpenGLContext* const context = QOpenGLContext::currentContext(); context != nullptr) {
         context->doneCurrent();
     }
     delete ui;
     delete inputThread.load();
-    // std::terminate, if a sensor thread that lost its camera was never taken over.
+    // std::terminate if a sensor thread that lost its camera was never replaced.
     delete dataThread;
     detectionThread.wait();
 }

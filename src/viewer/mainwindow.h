@@ -1,11 +1,11 @@
 /// @file
 /// The main window: the open camera's session, the samples of its sensors, and their display.
 ///
-/// One source file a topic: mainwindow.cpp (construction, teardown, signals), and mainwindow_*.cpp:
-/// session (the way from a listed camera to a streaming one and back), devicelist, sensorthread,
-/// valuedisplay, chartfeed and recordingslots.
+/// One source file per topic: mainwindow.cpp (construction, destruction, signals), and
+/// mainwindow_*.cpp: session (from a listed camera to a streaming one and back), devicelist,
+/// sensorthread, valuedisplay, chartfeed and recordingslots.
 ///
-/// Every slot runs on the interface thread, saveValues() apart. Only dataThreadFunc() and what it
+/// Every slot runs on the interface thread, except saveValues(). Only dataThreadFunc() and what it
 /// calls run on the sensor thread.
 #pragma once
 
@@ -45,41 +45,42 @@ class MainWindow : public QMainWindow
     Q_OBJECT
 
 public:
-    /// Opens no camera: a tick of detectTimer does, the second one at the soonest.
+    /// Opens no camera: a tick of detectTimer does, the second one at the earliest.
     explicit MainWindow(QWidget* parent = nullptr);
 
-    /// Ends the process through std::terminate when a sensor thread that lost its camera was never
-    /// taken over by a later one: its handle is not joined anywhere.
+    /// Ends the process through std::terminate if a sensor thread that lost its camera was never
+    /// replaced by a later one, because its handle is not joined anywhere.
     ~MainWindow() override;
 
 public slots:
-    /// Opens the camera of the current row and starts streaming. Blocks for the whole open, and
-    /// while one of its message boxes is shown. A refused open is silent: detection goes on.
+    /// Opens the camera of the current row and starts streaming. Blocks during the whole open, and
+    /// while one of its message boxes is shown. There is no message for a refused open; detection
+    /// continues.
     void createLiveInput();
-    /// Hands the camera's CUDA context to the 3D view. Only while inputThread is set.
+    /// Passes the camera's CUDA context to the 3D view. Only while inputThread is set.
     void setContext();
-    /// Takes everything down after a loss of the camera, clears the charts and polls again.
+    /// Resets everything after a loss of the camera, clears the charts and polls again.
     void cameraDisconnected();
-    /// Closes the camera and ends every thread and timer but detectTimer. Blocks at least 100 ms.
-    /// The samples stay.
+    /// Closes the camera and ends every thread and timer except detectTimer. Blocks at least 100
+    /// ms. The samples stay.
     void reset();
-    /// One tick of the poll. True when a row was built; createLiveInput() has then run.
+    /// One tick of the poll. True if a row was built; createLiveInput() has then run.
     bool detectMultipleDevice();
-    /// One tick of imageTimer: repaints the 3D view. For a camera without sensors it also keeps the
-    /// time, which counts from the first such image of the process.
+    /// One tick of imageTimer: repaints the 3D view. For a camera without sensors it also updates
+    /// the time, which starts with the first such image of the process.
     void updateImages();
-    /// Takes the width of the chart, chartWindowSec, from the text of comboBox_time_range. An empty
+    /// Sets the width of the chart, chartWindowSec, from the text of comboBox_time_range. An empty
     /// text changes nothing.
     void updateChartTimeSize();
-    /// One tick of plotTimer, which it sets to the amount of data: hands the newest samples of the
-    /// current sensor to the chart. Holds dataMutex throughout.
+    /// One tick of plotTimer, whose period it adapts to the amount of data: passes the newest
+    /// samples of the current sensor to the chart. Holds dataMutex all the time.
     void updatePlot();
-    /// One tick of displayTimer: handles a loss that the sensor thread has seen, or else shows the
-    /// newest values of the current sensor, at most once in displayPeriodMs. Holds dataMutex for
-    /// the values.
+    /// One tick of displayTimer: handles a loss that the sensor thread has detected; otherwise
+    /// shows the newest values of the current sensor, at most once per displayPeriodMs. Holds
+    /// dataMutex for the values.
     void updateDataDisplay();
-    /// Writes the CSV row of the sample at this index when the recording's period has passed.
-    /// Called by the sensor thread with dataMutex held.
+    /// Writes the CSV row of the sample at this index if the recording's period has passed. Called
+    /// by the sensor thread with dataMutex held.
     void saveValues(int index);
 
     void on_comboBox_camera_list_currentIndexChanged(int index);
@@ -136,10 +137,10 @@ private:
     // The camera in use.
     int cameraId = 0;
     int cameraSerial = 0;
-    QString cameraName; // never assigned: the row of a kept camera shows its serial number alone
+    QString cameraName; // never assigned: the row of a kept camera shows only its serial number
     om::MODEL cameraModel = omlib::noModel;
 
-    // Made afresh for every camera.
+    // Created again for every camera.
     QTimer* imageTimer = nullptr;
     QTimer* detectTimer = nullptr;
     QTimer* plotTimer = nullptr;
@@ -150,12 +151,12 @@ private:
     QMutex dataMutex; // guards the series
 
     // Owned. Set between createLiveInput() and the next reset() or a loss of the camera; the sensor
-    // thread that sees the loss deletes the object and clears the pointer.
+    // thread that detects the loss deletes the object and clears the pointer.
     Published<InputThreadModul*> inputThread = nullptr;
     int imageTicks = 0;
 
     // The series. Those of IMU pace are index-aligned: element i of each belongs to one sample.
-    // Times are absolute seconds of the library's clock. Nothing but initCharts() clears them.
+    // Times are absolute seconds of the library's clock. Only initCharts() clears them.
     QVector<double> accX; // m/s^2, IMU pace
     QVector<double> accY;
     QVector<double> accZ;
@@ -189,12 +190,12 @@ private:
     QVector<double> imuTime;          // s, IMU pace
     QVector<double> magTime;          // s, IMU pace; 0.0 without magnetometer
     QVector<double> baroTime;         // s, IMU pace; 0.0 without barometer
-    QVector<double> chartTime;        // the window last handed to the chart
+    QVector<double> chartTime;        // the window last passed to the chart
     QVector<double> chartY0;
     QVector<double> chartY1;
     QVector<double> chartY2;
 
-    // Chart limits. They only widen, for the life of the window.
+    // Chart limits. They only widen during the life of the window.
     Shared<float> accelRange = 15.0F;     // m/s^2
     Shared<float> gyroRange = 15.0F;      // degrees per second
     Shared<float> magRange = 6.5F;        // uT

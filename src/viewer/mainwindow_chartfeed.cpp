@@ -1,4 +1,4 @@
-// The chart feed: what a selected sensor changes in the window, and the timer-driven copy of the
+// The chart feed: the changes of the window for a selected sensor, and the timer-driven copy of the
 // newest samples into the chart.
 
 #include "viewer/mainwindow.h"
@@ -23,9 +23,9 @@ constexpr int reservedSamples = 24000; // a minute of the IMU
 constexpr std::array<QString Style::*, 3> axisSheets{&Style::xAxisEditStyle, &Style::yAxisEditStyle,
                                                      &Style::zAxisEditStyle};
 
-/// At most `count` samples from `start` on, in a vector of their own and of their size. A series
-/// that fits into the window would be shared by mid() instead, and the sensor thread would copy all
-/// of it with the next sample.
+/// At most `count` samples from `start` on, in a separate vector of exactly that size. mid() would
+/// share a series that fits into the window, and the sensor thread would copy all of it with the
+/// next sample.
 QVector<double> windowOf(const QVector<double>& series, int start, int count)
 {
     const int begin = std::min(start, series.size());
@@ -39,27 +39,27 @@ struct MainWindow::ChartRow
 {
     using Series = QVector<double> MainWindow::*;
 
-    /// The boxes of the values: their sheets, and how many of them show.
+    /// The boxes of the values: their style sheets, and the number of visible ones.
     struct Boxes
     {
         std::array<QString Style::*, 3> sheets = axisSheets;
         int shown = 3;
     };
 
-    /// The value axis. Without a minimum it runs as far below 0 as above.
+    /// The value axis. Without a minimum it is symmetric about 0.
     struct Limits
     {
         Shared<float> MainWindow::*max = nullptr;
         Shared<float> MainWindow::*min = nullptr;
     };
 
-    /// Where the window of a sensor that doesn't keep the IMU's pace is cut.
+    /// The window of a sensor with another rate than the IMU.
     struct Pace
     {
         Series time = nullptr; // null for a sensor of IMU pace
         Series counted = nullptr;
         int MainWindow::*samplesPerSec = nullptr;
-        Series fallbackTime = nullptr; // of IMU pace, in place of an empty time
+        Series fallbackTime = nullptr; // at IMU pace, used if time is empty
     };
 
     struct Curve
@@ -71,7 +71,7 @@ struct MainWindow::ChartRow
     const char* sensor; // as in currentSensor
     const char* label;
     const char* topLabel;
-    bool isMagnetometer; // its title tells the calibration's state, and its button shows
+    bool isMagnetometer; // its title shows the calibration's state, and its button is visible
     DataPlot::SensorType mode;
     Boxes boxes;
     Limits limits;
@@ -90,7 +90,7 @@ struct MainWindow::ChartRow
 
     static const std::array<ChartRow, 6> table;
 
-    /// Null for a name without a row, such as the empty one.
+    /// Null for a name without a row, such as an empty one.
     static const ChartRow* find(const QString& sensor)
     {
         for (const ChartRow& row : table) {
@@ -186,7 +186,7 @@ void MainWindow::changeSensor(const QString& sensor)
 {
     currentSensor = sensor;
 
-    // Without a row the boxes are those of the accelerometer, and the chart keeps its mode.
+    // Without a row the boxes are those of the accelerometer, and the chart's mode does not change.
     const ChartRow* const row = ChartRow::find(sensor);
     const ChartRow::Boxes boxes = row != nullptr ? row->boxes : ChartRow::Boxes();
     ui->lineEdit_value_0->setStyleSheet(style->*boxes.sheets[0]);
@@ -215,8 +215,8 @@ void MainWindow::updateChartTimeSize()
 
 void MainWindow::updatePlot()
 {
-    // Held to the end: the sensor thread cannot overrun what is being taken over. replot() updates
-    // the axes only and leaves the painting to a later event.
+    // Held to the end, so that the sensor thread does not change the series during the copy.
+    // replot() only updates the axes; the painting follows in a later event.
     const QMutexLocker lock(&dataMutex);
     ui->widget_chart->setAutoReplot(false);
     if (accX.isEmpty()) {
@@ -226,7 +226,7 @@ void MainWindow::updatePlot()
 
     const int start = chartfeed::windowStart(
         accX.size(), chartfeed::imuWindowSamples(chartWindowSec, imuSamplesPerSec));
-    // By the IMU's window whatever the chart shows.
+    // Depends on the IMU's window, whatever the chart shows.
     const int period = chartfeed::updatePeriodMs(accX.size() - start);
     if (period != plotPeriodMs) {
         plotPeriodMs = period;
@@ -269,16 +269,16 @@ void MainWindow::feedChart(const ChartRow& row, int imuStart)
     }
     const auto values = row.valueAxis(*this, chartfeed::updateMargin);
     chart->setValRange(values.min, values.max, false);
-    // A sensor may be without samples when the IMU has some already. The axis stays as it was.
+    // A sensor may have no samples when the IMU already has some. The axis then does not change.
     if (!chartTime.isEmpty()) {
-        // Read as constants: the curves share the times, and anything else would copy them.
+        // Read through a constant: the curves share the times, and other access would copy them.
         const auto times =
             chartfeed::timeAxis(chartTime.constFirst(), chartTime.constLast(), chartWindowSec);
         chart->setTimeRange(times.min, times.max, false);
     }
     if (row.mode == DataPlot::Barometer) {
-        // Hidden in this mode: the pressure is what the temperature's curve holds until it is
-        // selected.
+        // Hidden in this mode: until the temperature is selected, its curve has the values of the
+        // pressure.
         chart->updateData(DataPlot::TempLeft, chartTime, chartY0, false);
     }
 }
@@ -294,7 +294,7 @@ void MainWindow::selectSensor(bool checked, const char* sensor)
     ui->label_sensor_type->setText(tr(row.label));
     QString top = tr(row.topLabel);
     if (row.isMagnetometer) {
-        // As it is at the click; a later change doesn't show.
+        // The state at the click; a later change is not shown.
         top = top.arg(magCalibrated ? tr("Calibrated") : tr("Not Calibrated"));
     }
     ui->label_sensor_type_top->setText(top);

@@ -12,7 +12,7 @@ int MainWindow::updateDeviceList(bool keepCurrent)
     deviceIds.clear();
     deviceSerials.clear();
     deviceModels.clear();
-    // Clearing and refilling moves the current row, which is no choice of the user's.
+    // Clearing and refilling changes the current row, which is not a choice of the user.
     deviceListBusy = true;
     ui->comboBox_camera_list->clear();
 
@@ -27,7 +27,7 @@ int MainWindow::updateDeviceList(bool keepCurrent)
     if (keepCurrent) {
         addRow(cameraId, cameraSerial, cameraModel, cameraName);
     }
-    // The list of the pass before; the one started here shows at the next call.
+    // The list of the previous pass; the next call shows that of the pass started here.
     const std::vector<om::DeviceProperties> devices = detectionThread.devices;
     detectionThread.start(QThread::InheritPriority);
     for (const om::DeviceProperties& device : devices) {

@@ -1,5 +1,5 @@
-// The recorder's place in the main window: the button, the rows that the sensor thread writes, and
-// the free space of the target folder.
+// The recorder in the main window: the button, the rows that the sensor thread writes, and the free
+// space of the target folder.
 
 #include "viewer/mainwindow.h"
 
@@ -28,7 +28,7 @@ void MainWindow::on_toolButton_save_clicked(bool checked)
     if (input == nullptr || !input->isRunning()) {
         return; // the button stays checked; nothing is recording
     }
-    // Copied at once: the sensor thread deletes the object when it sees the loss of the camera.
+    // Copied at once: the sensor thread deletes the object when it detects the loss of the camera.
     const om::CameraInformation camera = input->cameraInfo;
     QString folder = recOptions.saveFolder;
     if (folder.isEmpty()) {
@@ -43,7 +43,7 @@ void MainWindow::on_toolButton_save_clicked(bool checked)
         QDateTime::currentDateTime(), QString::fromUtf8(om::toString(camera.cameraModel).c_str()),
         camera.serialNumber);
 
-    // Up before the file is open: a row that falls in between is left out.
+    // Set before the file is open: a row in between is left out.
     recording = true;
     recFile.setFileName(folder + name);
     std::unique_ptr<recorder::LineFile> lines;
@@ -58,7 +58,7 @@ void MainWindow::on_toolButton_save_clicked(bool checked)
         showMessage(QMessageBox::Warning, tr("File error"),
                     tr("Error while opening file for writing"));
         // recording stays set: without an open file no row is written, and the next start or stop
-        // settles it.
+        // corrects it.
         ui->toolButton_save->setChecked(false);
         return;
     }
@@ -68,7 +68,7 @@ void MainWindow::on_toolButton_save_clicked(bool checked)
 
     recPeriodSec = recorder::periodSec(recOptions.sampleFreq);
     recording = true;
-    // From here on the lines are the sensor thread's: start and stop take no lock against it.
+    // From now on the lines belong to the sensor thread: start and stop take no lock against it.
     recLines.provide(std::move(lines));
     ui->pushButton_rec_option->setEnabled(false);
     ui->toolButton_save->setText(tr("Recording..."));
@@ -76,7 +76,7 @@ void MainWindow::on_toolButton_save_clicked(bool checked)
 
 void MainWindow::saveValues(int index)
 {
-    // Of the whole process: a later recording writes its first row at its first sample.
+    // For the whole process: a later recording writes its first row at its first sample.
     static auto last_save_time = std::chrono::system_clock::now();
     if (inputThread == nullptr || !recFile.isOpen() || !inputThread->isRunning()) {
         return;
@@ -127,7 +127,7 @@ void MainWindow::saveValues(int index)
 void MainWindow::stopRecording()
 {
     if (recFile.isOpen()) {
-        // A row that is being written goes in whole all the same, into a descriptor of its own.
+        // A row that is being written is still completed, on its own descriptor.
         recLines.provide(nullptr);
         recFile.close();
         ui->pushButton_rec_option->setEnabled(true);

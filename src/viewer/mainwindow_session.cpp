@@ -1,4 +1,4 @@
-// The session of the open camera: from a row of the list to streaming, and down again.
+// The session of the open camera: from a row of the list to streaming, and its end.
 
 #include "viewer/mainwindow.h"
 
@@ -21,7 +21,7 @@ constexpr int detectPeriodMs = 200;
 constexpr int imagePeriodMs = 40;
 constexpr unsigned int oldestFirmware = 1142;
 
-/// The attributes that a session starts from. The rates stand at the wanted one until the first
+/// The initial attributes of a session. The rates are the requested one until the first
 /// measurement.
 void initProgramStates(int requestedResolution, int requestedFps)
 {
@@ -72,8 +72,8 @@ void MainWindow::createLiveInput()
         unsetCursor();
         return;
     }
-    // After a refused open the poll runs beside a list to choose from: its next tick would open the
-    // first row in place of this camera.
+    // After a refused open the poll continues while the user can choose from the list: its next
+    // tick would open the first row instead of this camera.
     stopTimer(detectTimer);
     if (!inputThread->CreateMemories()) {
         showMessage(QMessageBox::Critical, tr("Error"),
@@ -86,8 +86,8 @@ void MainWindow::createLiveInput()
         inputThread->camera.getCameraInformation(om::Resolution(0, 0));
     if (camera.firmwareVersion < oldestFirmware) {
         // The timers run while the box is open. At the first open of the process cameraLost is
-        // still set, so that the next tick of the display takes this camera down and opens it
-        // again; what follows goes on with the input thread of that open.
+        // still set, so that the next tick of the display closes this camera and opens it again;
+        // the code below then continues with the input thread of that open.
         showMessage(QMessageBox::Warning, tr("Warning"),
                     tr("Your firmware needs to be updated. Please update it in TIV Atlas."));
         if (inputThread == nullptr) {
@@ -105,12 +105,12 @@ void MainWindow::createLiveInput()
 int MainWindow::openCamera()
 {
     const int row = qMax(0, ui->comboBox_camera_list->currentIndex());
-    // The row of an empty list stands for no model, and is refused below.
+    // The row of an empty list has no model and is refused below.
     cameraId = deviceIds.value(row);
     cameraSerial = deviceSerials.value(row);
     cameraModel = deviceModels.value(row, omlib::noModel);
 
-    // The library must not be asked for its list while a camera opens.
+    // The library's list must not be read while a camera opens.
     const QMutexLocker lock(&detectionThread.mutex);
     switch (cameraModel) {
     case omlib::tivN:
@@ -175,7 +175,7 @@ void MainWindow::joinSensorThread()
 void MainWindow::showMessage(QMessageBox::Icon icon, const QString& title, const QString& text)
 {
     // An open that runs while the same message of an earlier one still waits for its answer would
-    // put box upon box, faster than the user can close them.
+    // show one box after another, faster than the user can close them.
     for (const QMessageBox* const open : findChildren<QMessageBox*>()) {
         if (open->isVisible() && open->text() == text) {
             return;
@@ -224,7 +224,7 @@ void MainWindow::reset()
 
 void MainWindow::cameraDisconnected()
 {
-    // A loss that was on its way while the window closed finds nothing left to take down.
+    // After the window was closed there is nothing left to reset for a loss that arrives late.
     if (style == nullptr) {
         return;
     }
@@ -233,8 +233,8 @@ void MainWindow::cameraDisconnected()
         stopRecording();
     }
     disconnectSignals();
-    // The timers' connections run from the timers to the window: the two calls in this direction
-    // find none, and the end of the timers is their deletion.
+    // The timers' connections are from the timers to the window: the two calls in this direction
+    // find none, and only deletion ends the timers.
     if (plotTimer != nullptr) {
         disconnect(plotTimer, SIGNAL(timeout()));
         stopTimer(plotTimer);
@@ -258,15 +258,15 @@ void MainWindow::cameraDisconnected()
 void MainWindow::on_pushButton_calib_mag_clicked()
 {
     const int row = ui->comboBox_camera_list->currentIndex();
-    // The poll, a list under way and a loss that is already posted would each reach for a camera
-    // under the dialog.
+    // The poll, a running detection and a loss that is already posted would each access a camera
+    // while the dialog is open.
     stopTimer(detectTimer);
     reset();
     detectionThread.wait();
     QCoreApplication::removePostedEvents(this, QEvent::MetaCall);
     displayDefaultValues();
     initCharts();
-    // The dialog reaches the camera by its own link and has it to itself until exec() returns.
+    // The dialog uses its own link to the camera and has exclusive access until exec() returns.
     MagCalibDlg dialog(cameraSerial, this);
     dialog.exec();
     ui->comboBox_camera_list->setCurrentIndex(row);
@@ -281,10 +281,11 @@ void MainWindow::setContext()
 void MainWindow::updateImages()
 {
     ++imageTicks;
-    // The sensor thread may have taken the input thread away, the loss not yet being handled here.
+    // The sensor thread may already have deleted the input thread, while the loss is not yet
+    // handled here.
     InputThreadModul* const input = inputThread;
     if (input != nullptr && input->cameraInfo.cameraModel == omlib::tiv) {
-        // Without sensors there is no sensor thread: the images carry the time.
+        // Without sensors there is no sensor thread: the images update the time.
         static bool firstTivImage = true;
         const std::uint64_t us = input->camera.getTimestamp(omlib::lastImage) / 1000;
         if (firstTivImage) {

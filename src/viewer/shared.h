@@ -4,9 +4,9 @@
 
 #include <atomic>
 
-/// A value that one thread writes and others read, each seeing an old or a new one. Reads and
-/// assigns as a plain T. No order against other memory comes with it by default; with acquire and
-/// release whoever reads the value also sees what the writer did before it wrote.
+/// A value that one thread writes and others read; each reader gets an old or a new value. It reads
+/// and assigns like a plain T. By default it does not order other memory accesses; with acquire and
+/// release, the reader of a value also sees everything that the writer did before.
 template <typename T, std::memory_order LoadOrder = std::memory_order_relaxed,
           std::memory_order StoreOrder = std::memory_order_relaxed>
 class Shared
@@ -19,7 +19,7 @@ public:
     operator T() const noexcept { return m_value.load(LoadOrder); }
     T load() const noexcept { return m_value.load(LoadOrder); }
 
-    /// Of a shared pointer. The object is not kept alive.
+    /// For a shared pointer. The object is not kept alive.
     T operator->() const noexcept { return load(); }
 
     T operator=(T value) noexcept
@@ -32,6 +32,6 @@ private:
     std::atomic<T> m_value;
 };
 
-/// A value whose reader takes over what the writer did before.
+/// A value whose reader also sees what the writer did before.
 template <typename T>
 using Published = Shared<T, std::memory_order_acquire, std::memory_order_release>;
