@@ -78,8 +78,8 @@ RuntimeParameters::RuntimeParameters(bool enableDepth_, bool enableFill_, int co
 class Camera::Impl
 {
 public:
-    /// The opening in force; null when there is none. It stays alive for a call that is under way
-    /// when another thread closes the camera.
+    /// The current opening; null if there is none. It stays alive for a running call when another
+    /// thread closes the camera.
     std::shared_ptr<CameraSession> session() const
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -104,7 +104,7 @@ public:
         return this->*member;
     }
 
-    /// Logs a call on the camera that is open, or was.
+    /// Logs a call on the camera that is or was open.
     void log(CallRecord record) const
     {
         Bench& bench = theBench();
@@ -156,7 +156,7 @@ ERROR_CODE Camera::open(InitParameters parameters)
             m_impl->setSession(session);
             m_impl->opened.store(true);
             if (!session->isOpen()) {
-                // Lost before the line above, which must not have the last word.
+                // The camera was lost before the line above, which must not stay in effect.
                 m_impl->opened.store(false);
             }
         }

@@ -13,7 +13,7 @@ namespace om::bench {
 
 namespace {
 
-/// How long the repetition of a script's last entry takes, as when nothing new comes.
+/// Duration of the repetition of a script's last entry, as without a new sample.
 constexpr std::chrono::milliseconds REPEAT_WAIT{5};
 
 struct Mode
@@ -24,7 +24,7 @@ struct Mode
 
 constexpr int LOWEST_RATE = 15; // frames per second, of all models
 
-/// The modes are the same on all models; AUTO is what each is used with.
+/// The modes are the same for all models; AUTO is the usual mode of the model.
 Mode modeOf(RESOLUTION resolution, MODEL model)
 {
     const Mode hd720 = {Resolution(1280, 720), 60};
@@ -39,7 +39,7 @@ Mode modeOf(RESOLUTION resolution, MODEL model)
     }
 }
 
-/// Metres: how near and how far a model measures by itself.
+/// The model's own depth limits, metres.
 float ownDepthMinimum(MODEL model)
 {
     switch (model) {
@@ -55,7 +55,7 @@ float ownDepthMinimum(MODEL model)
 
 constexpr float OWN_DEPTH_MAXIMUM = 20.0F;
 
-/// Puts in what is in force where the library was to choose.
+/// Sets the actual values where the library selects them.
 void settle(InitParameters& parameters, const Mode& mode, MODEL model)
 {
     parameters.fps = parameters.fps <= 0
@@ -70,7 +70,7 @@ void settle(InitParameters& parameters, const Mode& mode, MODEL model)
     }
 }
 
-/// Takes the delay of a slow camera, in real time.
+/// Waits for the delay of a slow camera, in real time.
 bool waitForOpen(const VirtualCamera& device, float timeout)
 {
     const std::chrono::duration<float> delay = device.faults().openDelay;

@@ -15,16 +15,16 @@
 
 namespace om::bench {
 
-/// What an opened camera is and does. The settings are those in force. Any thread.
+/// The state and the operations of an opened camera. The settings are the actual ones. Any thread.
 class CameraSession
 {
 public:
     enum class STATE { OPEN, LOST, CLOSED };
 
-    /// Opens what the parameters ask for.
-    /// @param onLost called once when the camera is lost, on the thread that took it away; close()
+    /// Opens the camera or file that the parameters select.
+    /// @param onLost called once when the camera is lost, on the thread that unplugged it; close()
     ///               waits for it, and after that it is not called any more. It must not call back
-    /// @return null with the result set
+    /// @return null on failure, with the result set
     static std::shared_ptr<CameraSession> open(const InitParameters& parameters,
                                                std::function<void()> onLost, ERROR_CODE& result);
 
@@ -53,10 +53,10 @@ private:
     ERROR_CODE attach(std::shared_ptr<VirtualCamera> device);
     ERROR_CODE attachFile(Recording recording);
     ERROR_CODE makeContext();
-    void lose();     ///< from within: the camera counts as lost for this opening only
-    bool markLost(); ///< false where it is not open any more
+    void lose();     ///< called by the library: the camera counts as lost for this opening only
+    bool markLost(); ///< false if it is no longer open
 
-    /// LOST and CLOSED as the result of an operation; SUCCESS while open.
+    /// The result of an operation in the states LOST and CLOSED; SUCCESS while open.
     ERROR_CODE stateResult() const;
     ERROR_CODE grabScripted(ERROR_CODE scripted, bool repeated);
     void take(const Frame& frame);
@@ -73,16 +73,16 @@ private:
 
     std::shared_ptr<VirtualCamera> m_device; ///< null for a recorded file
     std::unique_ptr<FrameSource> m_frames;
-    std::unique_ptr<SensorReader> m_sensors; ///< null where there are no sensors
+    std::unique_ptr<SensorReader> m_sensors; ///< null without sensors
 
     std::atomic<Nanoseconds> m_imageTime{0};
-    std::atomic<bool> m_depthOn{true}; ///< as of the last grab
+    std::atomic<bool> m_depthOn{true}; ///< of the last grab
     std::mutex m_pictureMutex;         ///< guards the next two
     Picture m_picture;
     std::optional<std::uint64_t> m_frame; ///< last grabbed
 
     std::mutex m_scriptMutex;
-    SensorsEntry m_scripted; ///< kept, so that its map needs no allocation at each call
+    SensorsEntry m_scripted; ///< stored, so that its map needs no allocation in each call
 };
 
 } // namespace om::bench

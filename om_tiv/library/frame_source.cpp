@@ -9,9 +9,9 @@ namespace om::bench {
 
 namespace {
 
-/// Keeps the random numbers of the frames apart from those of the sensors.
+/// Separates the random numbers of the frames from those of the sensors.
 constexpr std::uint64_t JITTER_CHANNEL = 2000;
-constexpr double MOST_JITTER = 0.01; // of a period, either way
+constexpr double MOST_JITTER = 0.01; // of a period, in both directions
 
 } // namespace
 
@@ -41,7 +41,7 @@ bool LiveFrames::next(Frame& frame, const std::function<bool()>& done)
         return false;
     }
     const std::lock_guard<std::mutex> lock(m_mutex);
-    // The newest frame of the time; another caller may have had it meanwhile.
+    // The newest frame at this time; another caller may have taken it in the meantime.
     std::uint64_t newest = (now - m_start) / m_period;
     while (newest > m_next && timeOf(newest) > now) {
         --newest;

@@ -1,5 +1,5 @@
 /// @file
-/// Where an opened camera's frames come from: the bench's clock, or a recorded file.
+/// The source of an opened camera's frames: the bench's clock or a recorded file.
 #pragma once
 
 #include "replay/recorded_file.h"
@@ -29,16 +29,16 @@ public:
     FrameSource(const FrameSource&) = delete;
     FrameSource& operator=(const FrameSource&) = delete;
 
-    /// Blocks for the next frame. done() ends the wait.
-    /// @return false when none came in time, or done() did
+    /// Waits for the next frame. done() ends the wait.
+    /// @return false if none arrived in time or done() ended the wait
     virtual bool next(Frame& frame, const std::function<bool()>& done) = 0;
     virtual int position() const = 0;
     virtual void setPosition(int frame) = 0;
-    virtual int length() const = 0; ///< -1 where there is no end
+    virtual int length() const = 0; ///< -1 without an end
 };
 
-/// Frames at a steady rate from the opening on, each at its time with a little jitter. Who comes
-/// late gets the newest one.
+/// Frames at a constant rate from the opening on, each at its time with a little jitter. A late
+/// caller gets the newest one.
 class LiveFrames : public FrameSource
 {
 public:
@@ -63,14 +63,14 @@ private:
     std::uint64_t m_next = 0; ///< the first frame not yet delivered
 };
 
-/// The frames of a file one after the other, each at once; at the end the last one again and again.
+/// The frames of a file one after another, each at once; at the end the last one repeatedly.
 class RecordedFrames : public FrameSource
 {
 public:
     explicit RecordedFrames(Recording recording);
 
     bool next(Frame& frame, const std::function<bool()>& done) override;
-    int position() const override; ///< of the frame delivered last, or chosen by setPosition()
+    int position() const override; ///< of the last delivered frame, or set by setPosition()
     void setPosition(int frame) override;
     int length() const override { return static_cast<int>(m_recording.frameTimes.size()); }
     const Recording& recording() const { return m_recording; }
@@ -79,7 +79,7 @@ private:
     const Recording m_recording;
     mutable std::mutex m_mutex;
     std::size_t m_position = 0;
-    bool m_chosen = true; ///< the frame at the position has not been delivered
+    bool m_chosen = true; ///< the frame at the position was not delivered yet
 };
 
 } // namespace om::bench

@@ -1,8 +1,8 @@
 /// @file
-/// The virtual cameras in hidapi's list, behind the devices that the machine really has.
+/// The virtual cameras in hidapi's list, after the real devices of the machine.
 ///
-/// The linker sends every call of hid_enumerate here (--wrap); the entries are allocated as hidapi
-/// allocates its own, so that hid_free_enumeration frees the lot.
+/// The linker redirects every call of hid_enumerate here (--wrap). The entries are allocated as
+/// hidapi allocates its own, so that hid_free_enumeration frees all of them.
 
 #include "library/the_bench.h"
 #include "library/hid.h"
@@ -29,7 +29,7 @@ wchar_t* wideCopy(const char* text)
     return ::wcsdup(wide.c_str());
 }
 
-/// Null when there is no memory.
+/// Null without memory.
 hid_device_info* makeEntry(const om::bench::CameraConfig& camera, unsigned short product)
 {
     auto* entry = static_cast<hid_device_info*>(std::calloc(1, sizeof(hid_device_info)));

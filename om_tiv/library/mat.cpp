@@ -22,8 +22,8 @@ std::size_t pixelBytes(MAT_TYPE type)
     return type == MAT_TYPE::F32_C4 ? 16 : 4;
 }
 
-/// Device memory that there is too little of: an allocation that no device can serve, so that the
-/// CUDA error is a true one.
+/// Simulates too little device memory by an allocation that no device can serve, so that the CUDA
+/// error is a real one.
 void failAllocation()
 {
     void* pointer = nullptr;

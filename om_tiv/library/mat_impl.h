@@ -1,5 +1,5 @@
 /// @file
-/// What is in a Mat, for the library's own sources.
+/// The members of a Mat, for the library's own sources.
 #pragma once
 
 #include <om_tiv/mat.h>
@@ -16,8 +16,8 @@ public:
     {
         std::uint8_t* bytes = nullptr;
         std::size_t step = 0;
-        /// What the picture has written, so that rows that have not changed aren't written again; 0
-        /// for nothing.
+        /// Content that the picture has written, so that rows that have not changed aren't written
+        /// again; 0 for nothing.
         std::uint64_t content = 0;
     };
 

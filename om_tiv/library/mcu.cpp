@@ -72,7 +72,7 @@ int TIVmcu::open(unsigned int serial, bool exclusive, _imu_odr odr, float* accel
         opened->poses = fusion && !raw;
         opened->accelerationBias = triple(accelBias);
         opened->angularVelocityBias = triple(gyroBias);
-        // Another process may have written the EEPROM since this one last looked.
+        // Another process may have written the EEPROM since this one last read it.
         opened->camera->reloadCalibration();
         const Impl::CommandLock lock(*m_impl);
         m_impl->session = opened;
@@ -214,7 +214,7 @@ void TIVmcu::updateEepromMemory(bool all)
         std::copy(stored.scale.begin(), stored.scale.end(), storedMagCalib);
         std::copy(stored.offset.begin(), stored.offset.end(), storedMagCalib + 3);
         if (std::exchange(m_impl->writtenSinceRead, false) && camera.takeReadbackDifference()) {
-            // One bit, of another of the six values each time.
+            // One bit, in another of the six values each time.
             float& value = storedMagCalib[m_impl->differences++ % 6];
             std::uint32_t bits = 0;
             std::memcpy(&bits, &value, sizeof bits);

@@ -27,10 +27,10 @@ using bench::VirtualCamera;
 namespace {
 
 constexpr Nanoseconds TICK = 39'000;
-/// A report goes over a full-speed bus once a frame.
+/// A full-speed bus transfers one report per frame.
 constexpr std::chrono::milliseconds USB_FRAME{1};
 constexpr int ALL_SENSORS = 6; ///< accelerometer, gyroscope and magnetometer
-/// Of the magnetometer's past; samples can be had for 30 s.
+/// Used history of the magnetometer; samples are available for 30 s.
 constexpr Nanoseconds PAST = 29 * bench::NS_PER_S;
 
 template <typename Count>
@@ -42,7 +42,7 @@ Count toCounts(double value, double countsPerUnit)
                                          static_cast<double>(std::numeric_limits<Count>::max())));
 }
 
-/// Fields of the packed records are set by value: a reference to one may be misaligned.
+/// Fields of the packed records are set by value, because a reference to a field may be misaligned.
 template <typename Field, typename Value>
 void setTriple(Field (&field)[3], const Vector& values, Value convert)
 {
@@ -220,7 +220,7 @@ IMUReaderData TIVmcu::Impl::physicalRecord(const std::shared_ptr<Session>& of)
         made.magState = newReading ? 2 : 1;
         std::memcpy(made.mag, sample.counts.data(), sizeof made.mag);
         if (newReading) {
-            // The time of a new reading is its own, so that a rate can be told from it.
+            // A new reading has its own time, from which a rate can be computed.
             time = camera.reportedTime(STREAM::MAGNETOMETER, *mag);
             deliveredMag = mag;
             feedMonitor(*of, *mag, now);
@@ -237,7 +237,7 @@ void TIVmcu::Impl::transfer()
 {
     {
         const std::unique_lock<std::mutex> lock = readerLock();
-        // On a stopped clock nothing takes time.
+        // On a stopped clock a transfer takes no time.
         if (!session || !session->answers() || session->camera->clock().isManual()) {
             return;
         }
@@ -283,7 +283,7 @@ void TIVmcu::Impl::feedMonitor(const Session& of, std::uint64_t newest, Nanoseco
     if (monitoredMag == newest) {
         return;
     }
-    // The microcontroller has been reading since it was plugged in, with a link or without.
+    // The microcontroller reads the sensor since it was plugged in, with or without a link.
     std::uint64_t first = newest;
     while (first > 0 && first - 1 != monitoredMag &&
            of.source->timeOf(STREAM::MAGNETOMETER, first - 1) + PAST > now) {
@@ -293,7 +293,7 @@ void TIVmcu::Impl::feedMonitor(const Session& of, std::uint64_t newest, Nanoseco
         const bench::MagnetometerSample sample = of.source->magnetometer(number);
         const auto imu = of.source->newest(STREAM::IMU, sample.time);
         const bench::Quaternion pose = imu ? of.source->imu(*imu).pose : bench::Quaternion();
-        // Readings from before the link have a negative time.
+        // Readings before the link have a negative time.
         const auto since = static_cast<std::int64_t>(sample.time - of.start);
         monitor.add({static_cast<double>(since) * 1e-9, toSensorAxes(sample.body()),
                      toSensorAxes(rotate(conjugate(pose), {0.0, 1.0, 0.0})), sample.isSaturated()});

@@ -1,5 +1,5 @@
 /// @file
-/// The inside of om::TIVmcu: its use of a virtual camera and the records it makes.
+/// The implementation of om::TIVmcu: its use of a virtual camera and its records.
 #pragma once
 
 #include "bench/bench.h"
@@ -43,30 +43,31 @@ public:
         : verbose(verbose_), vendorId(vendorId_), bootloader(bootloader_), path(std::move(path_))
     {}
 
-    /// Claims the camera. SUCCESS with the session, or why not.
+    /// Claims the camera. SUCCESS with the session, or the reason of the failure.
     ERROR_CODE openSession(unsigned int serial, std::shared_ptr<Session>& opened) const;
     bool closeSession();         ///< whether there was one
     unsigned int serialNumber(); ///< of the open link, or 0
     ERROR_CODE writeCalibration(const bench::MagCalibration& calibration);
     /// The open link whose microcontroller answers, or null.
     std::shared_ptr<Session> answering();
-    /// As answering(), and capture runs. For the readers.
+    /// Like answering(), but only if capture runs. For the readers.
     std::shared_ptr<Session> streaming();
 
-    /// The records of the sensors; those of no data when capture was stopped meanwhile.
+    /// The record of the sensors; one without data if capture was stopped in the meantime.
     IMUReaderData physicalRecord(const std::shared_ptr<Session>& of);
-    /// Keeps a delivered record for rememberedRecord().
+    /// Stores a delivered record for rememberedRecord().
     void remember(const std::shared_ptr<Session>& of, const IMUReaderData& data);
-    /// What an open link answers while capture is stopped: the last one, with nothing new in it.
-    /// A record of no data where there is none, or no answering link.
+    /// The answer of an open link while capture is stopped: the last record, without new data. A
+    /// record without data if there is none, or no answering link.
     IMUReaderData rememberedRecord();
     IMUPose physicalPose(const std::shared_ptr<Session>& of, int sensors);
     void remember(const std::shared_ptr<Session>& of, const IMUPose& pose);
-    IMUPose rememberedPose(); ///< as rememberedRecord()
-    /// Takes the time of a USB transfer where an open link has something to transfer from.
+    IMUPose rememberedPose(); ///< like rememberedRecord()
+    /// Waits for the time of a USB transfer, if there is an open link with a microcontroller that
+    /// answers.
     void transfer();
-    /// Feeds the monitor with the past, so that no pose record has to wait for that. Under the
-    /// mutex.
+    /// Passes the past readings to the monitor, so that no pose record has to wait for that. Under
+    /// the mutex.
     void catchUp();
 
     void log(bench::CallRecord record, bench::CALL call, unsigned int serial) const;
@@ -77,28 +78,28 @@ public:
     const bool bootloader;
     const std::string path;
 
-    std::mutex commands; ///< one operation at a time of those that change the link or the EEPROM
+    std::mutex commands; ///< for operations that change the link or the EEPROM: one at a time
     bool writtenSinceRead = false; ///< guarded by commands
-    unsigned int differences = 0;  ///< reads that were made to differ; guarded by commands
+    unsigned int differences = 0;  ///< number of reads that were changed; guarded by commands
 
-    std::mutex mutex;            ///< guards what follows; held briefly
+    std::mutex mutex;            ///< guards the following members; held briefly
     std::atomic<int> waiting{0}; ///< commands that wait for the mutex
     std::shared_ptr<Session> session;
     bool capturing = false;
     bench::Nanoseconds period = 0;
     IMUReaderData record;                         ///< the last one made
-    IMUReaderData delivered;                      ///< the last one given to the caller
+    IMUReaderData delivered;                      ///< the last one returned to the caller
     IMUPose deliveredPose;                        ///< likewise
-    std::optional<bench::Nanoseconds> recordMade; ///< when
+    std::optional<bench::Nanoseconds> recordMade; ///< its time
     std::optional<std::uint64_t> recordImu;       ///< number of its IMU sample
     std::optional<std::uint64_t> deliveredMag;    ///< number of the last new reading
     bench::HeadingMonitor monitor;
     std::optional<std::uint64_t> monitoredMag; ///< number of the monitor's newest reading
-    bool isJudged = false;                     ///< the quality is that of this reading
+    bool isJudged = false;                     ///< the quality belongs to this reading
     bench::HeadingQuality quality;
     std::uint64_t qualityVersion = 0; ///< of the calibration that the quality belongs to
 
-    /// Locks the mutex for a command. A reader that polls without pause gives way to it.
+    /// Locks the mutex for a command. A reader that polls without a pause lets it pass first.
     class CommandLock
     {
     public:
@@ -126,9 +127,9 @@ public:
     }
 
 private:
-    /// Feeds the monitor up to the newest reading.
+    /// Passes all readings up to the newest one to the monitor.
     void feedMonitor(const Session& of, std::uint64_t newest, bench::Nanoseconds now);
-    /// The same, and lets it judge the calibration in force.
+    /// The same, and returns its judgement of the active calibration.
     bench::HeadingQuality judge(const Session& of, std::uint64_t newest, bench::Nanoseconds now);
 };
 

@@ -38,7 +38,7 @@ constexpr Colour RIGHT_CORNER = {255, 0, 255, 255};
 constexpr double WALL = 4.0;
 constexpr double EYE_HEIGHT = 1.2;
 constexpr double MARK_DEPTH = 1.5;
-/// Focal length by the image's width: a field of view of 90 degrees.
+/// Focal length relative to the image's width: a field of view of 90 degrees.
 constexpr double FOCAL = 0.5;
 
 struct Range
@@ -170,7 +170,7 @@ void Picture::fill(Mat& mat, KIND kind, MEM memory, std::uint64_t frame, bool ba
     const Range band = bandRows(size.height);
     const Range rows = bandOnly ? band : Range{0, size.height};
 
-    // Into GPU memory it goes in pieces, to bound what lies between.
+    // Copied to GPU memory in pieces, to limit the intermediate buffer.
     const bool gpu = memory == MEM::GPU;
     const std::size_t most = gpu ? 64 : rows.end;
     if (gpu) {
@@ -256,7 +256,7 @@ void Picture::renderMeasureRow(std::uint8_t* row, bool xyz, Resolution size, std
     const Range mark =
         bandRows(size.height).contains(y) ? markColumns(size.width, frame) : Range{0, 0};
     const double metre = metresIn(m_parameters.coordinateUnits);
-    // x right, y down, z forward; the other system has the last two the other way round.
+    // x right, y down, z forward; in the other system y and z have the opposite direction.
     const double sign = m_parameters.coordinateSystem == COORDINATE_SYSTEM::IMAGE ? 1.0 : -1.0;
 
     std::vector<std::uint8_t> colours;

@@ -1,5 +1,5 @@
 /// @file
-/// The test picture that stands in for what a camera sees, and the measures that go with it.
+/// The test picture that replaces the view of a camera, and its measures.
 #pragma once
 
 #include <om_tiv/camera.h>
@@ -9,23 +9,23 @@
 
 namespace om::bench {
 
-/// What is to be seen: eight colour bars from white to black as on a test card, a grey ramp below
-/// them, and across the middle a dark band in which a white mark runs to and fro, once in 240
-/// frames. A cyan square stands in the upper left corner of the left image, a magenta one in the
-/// upper right corner of the right image.
+/// The picture: eight colour bars from white to black as on a test card, a grey ramp below them,
+/// and across the middle a dark band in which a white mark moves to and fro, once in 240 frames. A
+/// cyan square is in the upper left corner of the left image, a magenta one in the upper right
+/// corner of the right image.
 ///
 /// The measures show a wall behind a floor, and the mark as a near object.
 ///
-/// Only the band differs from frame to frame, so that a buffer that has had a frame gets just the
-/// band anew. A writer therefore costs next to nothing, and takes it that nobody else writes into
-/// the buffer.
+/// Only the band differs from frame to frame, so only the band is written again into a buffer that
+/// already has a frame. This makes writing very cheap. It requires that no other code writes to the
+/// buffer.
 class Picture
 {
 public:
-    /// @param parameters in force: units, coordinate system and depth limits of the measures
+    /// @param parameters the actual ones: units, coordinate system and depth limits of the measures
     explicit Picture(const InitParameters& parameters);
 
-    /// Fills the buffer, which is allocated when it does not fit.
+    /// Fills the buffer, which is allocated again if it does not fit.
     /// @param size 0 by 0 for full, the size of one image
     ERROR_CODE writeImage(Mat& mat, VIEW view, MEM memory, Resolution size, Resolution full,
                           std::uint64_t frame);
@@ -33,7 +33,7 @@ public:
                             std::uint64_t frame);
 
 private:
-    /// The kinds of content, each with rows of its own.
+    /// The kinds of content, each with its own rows.
     enum class KIND : std::uint64_t { LEFT = 1, RIGHT, SIDE_BY_SIDE, DEPTH, XYZ };
 
     ERROR_CODE write(Mat& mat, KIND kind, MAT_TYPE type, MEM memory, Resolution size,
@@ -48,7 +48,7 @@ private:
                           std::uint64_t frame) const;
 
     InitParameters m_parameters;
-    std::uint64_t m_identity; ///< differs from picture to picture
+    std::uint64_t m_identity; ///< different for each picture
     std::vector<std::uint8_t> m_rows;
 };
 

@@ -48,11 +48,13 @@ SensorReader::SensorReader(std::shared_ptr<VirtualCamera> camera, COORDINATE_SYS
     const Nanoseconds now = m_camera->clock().now();
     for (Stream* const stream : {&m_imu, &m_magnetometer, &m_barometer}) {
         const auto last = m_source->newest(stream->kind, now);
-        // The slow streams begin with what is known: a record without a pressure would be a vacuum.
+        // The slow streams begin with their newest reading: a record without a pressure would mean
+        // a vacuum.
         stream->first = last ? *last + (stream->kind == STREAM::IMU ? 1 : 0) : 0;
     }
     if (m_source->has(STREAM::BAROMETER)) {
-        // The average lies around the opening; a single noisy sample would be an error for good.
+        // The average of samples around the opening; the noise of a single sample would be a
+        // permanent error.
         const std::uint64_t from = m_barometer.first - std::min(m_barometer.first, GROUND_SAMPLES);
         const std::uint64_t count = std::max<std::uint64_t>(m_barometer.first - from, 1);
         for (std::uint64_t i = 0; i < count; ++i) {
@@ -95,8 +97,8 @@ std::optional<std::uint64_t> SensorReader::newest(const Stream& stream, Nanoseco
     return number && *number >= stream.first ? number : std::nullopt;
 }
 
-/// Over as many samples as the nominal rate has in a second, or over what there is of them since
-/// the opening.
+/// Measured over the number of samples of a second at the nominal rate, or over the samples since
+/// the opening if there are fewer.
 float SensorReader::effectiveRate(const Stream& stream, std::uint64_t number) const
 {
     const std::uint64_t span =
@@ -130,7 +132,7 @@ void SensorReader::fillImu(std::uint64_t number, SensorsData& data)
 {
     const ImuSample sample = m_source->imu(number);
     Orientation orientation;
-    // Turned into the axes of the image, a rotation keeps its angle, and its axis turns.
+    // In the axes of the image a rotation has the same angle and a rotated axis.
     const double sign = m_imageAxes ? -1.0 : 1.0;
     orientation.ow = static_cast<float>(sample.pose.w);
     orientation.ox = static_cast<float>(sample.pose.x);

@@ -1,5 +1,5 @@
 /// @file
-/// Makes the records of om::Camera::getSensorsData() from a virtual camera's samples.
+/// Creates the records of om::Camera::getSensorsData() from a virtual camera's samples.
 #pragma once
 
 #include "bench/virtual_camera.h"
@@ -13,8 +13,8 @@
 
 namespace om::bench {
 
-/// The sensor stream of one opening of a camera. It begins with the first IMU sample after it, and
-/// with the newest readings of the others at that moment. Any thread.
+/// The sensor stream of one opening of a camera. It begins with the first IMU sample after the
+/// opening, and with the newest readings of the other sensors at that moment. Any thread.
 class SensorReader
 {
 public:
@@ -23,7 +23,7 @@ public:
     /// TIME_REFERENCE::CURRENT. done() ends the wait for a new sample early.
     void current(SensorsData& data, const std::function<bool()>& done);
 
-    /// The values at a moment of the past.
+    /// The values at a time in the past.
     void at(Nanoseconds time, SensorsData& data);
 
 private:
@@ -53,10 +53,10 @@ private:
     Stream m_barometer{STREAM::BAROMETER, PhysicsSource::BAROMETER_RATE};
     double m_groundPressure = 0.0; ///< Pa, at the opening
 
-    std::mutex m_mutex;                      ///< guards what follows
+    std::mutex m_mutex;                      ///< guards the following members
     std::optional<std::uint64_t> m_returned; ///< IMU sample of the last record
 
-    // The blocks of the last record; they change at a lower pace than the IMU's.
+    // The blocks of the last record; they change at a lower rate than that of the IMU.
     std::optional<std::uint64_t> m_magnetometerNumber;
     std::uint64_t m_calibrationVersion = 0;
     SensorsData::MagnetometerData m_magnetometerData;

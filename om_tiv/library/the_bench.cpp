@@ -18,7 +18,7 @@ Bench& theBench()
         } else {
             made->startLoading(file);
         }
-        // What is being read must not keep the process from its end.
+        // A recording that is being read must not delay the end of the process.
         std::atexit([] { theBench().loader().end(); });
         startControl(*made);
         return made;

@@ -1,5 +1,5 @@
 /// @file
-/// Lines of a text that comes piece by piece.
+/// Lines of a text that arrives in pieces.
 #pragma once
 
 #include <cstddef>
@@ -12,11 +12,11 @@ struct Line
 {
     std::string_view text;
     std::size_t number = 0; ///< from 1
-    bool whole = false;     ///< it has its end
+    bool whole = false;     ///< its end was read
     bool tooLong = false;
 };
 
-/// Cuts bytes that come piece by piece into lines.
+/// Divides bytes that arrive in pieces into lines.
 class LineCutter
 {
 public:
@@ -43,7 +43,7 @@ public:
         }
     }
 
-    /// The line that has no end.
+    /// Calls take() for the last line if it has no end.
     template <typename Take>
     void finish(const Take& take)
     {
@@ -53,7 +53,7 @@ public:
     }
 
 private:
-    /// Of a line that is too long one byte more is kept than one may have.
+    /// Keeps at most one byte more than a line may have, which marks a line that is too long.
     void keep(std::string_view piece)
     {
         m_begun += piece.substr(0, m_longest + 1 - m_begun.size());

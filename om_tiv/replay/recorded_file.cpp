@@ -21,7 +21,7 @@ constexpr std::size_t MOST_FRAMES = 10'000'000;
 constexpr unsigned int MOST_PIXELS = 16384;
 constexpr double HIGHEST_RATE = 1000.0;
 
-/// Where the fields of the header are.
+/// Offsets of the header's fields.
 enum OFFSET : std::size_t {
     AT_VERSION = 8,
     AT_HEADER_BYTES = 12,
@@ -61,7 +61,7 @@ std::string atByte(std::size_t offset)
     return "byte " + std::to_string(offset) + ": ";
 }
 
-/// Empty, or what is wrong with the header.
+/// Empty, or the mistake in the header.
 std::string parseHeader(const std::uint8_t* header, Recording& recording, std::size_t& frames)
 {
     if (std::memcmp(header, MAGIC.data(), MAGIC.size()) != 0) {
@@ -130,7 +130,7 @@ bool readRecording(const std::string& path, Recording& recording, std::string& e
         error = path + ": " + wrong;
         return false;
     }
-    // Piece by piece: the number of frames is only a claim until the bytes are there.
+    // In pieces: the number of frames is not reliable until the bytes have been read.
     std::array<std::uint8_t, 8 * 1024> piece{};
     while (read.frameTimes.size() < frames) {
         const std::size_t wanted =
@@ -185,7 +185,7 @@ bool writeRecording(const std::string& path, const Recording& recording, std::st
     const std::string temporary = path + ".part";
     FilePtr file(std::fopen(temporary.c_str(), "wb"), &std::fclose);
     bool good = file && std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size();
-    // The last bytes may fail as late as in fclose().
+    // Writing the last bytes may fail in fclose().
     good = file && std::fclose(file.release()) == 0 && good;
     if (!good || std::rename(temporary.c_str(), path.c_str()) != 0) {
         error = path + ": can't be written: " + std::generic_category().message(errno);

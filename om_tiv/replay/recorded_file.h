@@ -1,5 +1,5 @@
 /// @file
-/// Recorded files, for InputType::setFromQVRFile(). docs/recorded-file.md tells the format.
+/// Recorded files, for InputType::setFromQVRFile(). docs/recorded-file.md describes the format.
 #pragma once
 
 #include "base/clock.h"
@@ -11,7 +11,7 @@
 
 namespace om::bench {
 
-/// What a recorded file holds: the frames' times, not their pictures.
+/// The content of a recorded file: the frames' times, not their pictures.
 struct Recording
 {
     MODEL model = MODEL::TIV_Q;
@@ -20,15 +20,15 @@ struct Recording
     unsigned int width = 1280; ///< of one image, 1 to 16384
     unsigned int height = 720; ///< of one image, 1 to 16384
     double frameRate = 60.0;   ///< Hz, above 0 and up to 1000
-    /// Of each frame, at least one; 0 stands for a frame without a time.
+    /// Of each frame, at least one; 0 means a frame without a time.
     std::vector<Nanoseconds> frameTimes;
 };
 
 /// @param error one line, FILE: byte N: REASON
-/// @return false with error set and the recording untouched
+/// @return false on failure, with error set and without a change of the recording
 bool readRecording(const std::string& path, Recording& recording, std::string& error);
 
-/// Replaces the file in one go. @param error one line
+/// Replaces the file in one step. @param error one line
 bool writeRecording(const std::string& path, const Recording& recording, std::string& error);
 
 } // namespace om::bench

@@ -13,10 +13,10 @@ namespace {
 
 constexpr std::size_t MOST_EARLY_ROWS = 100;
 constexpr double NOMINAL_PERIOD = 1.0 / 400.0;
-/// s. Times are recorded to the microsecond, and nine digits of a number of their size round them
-/// a little; no camera's samples are closer.
+/// s. Times are recorded in microseconds and are slightly rounded as numbers of that size; no
+/// camera's samples have a smaller interval.
 constexpr double LEAST_STEP = 0.5e-6;
-constexpr double LATEST_TIME = 1e10; ///< s, either way: the year 2286
+constexpr double LATEST_TIME = 1e10; ///< s, positive or negative: the year 2286
 
 bool isRow(std::string_view line)
 {
@@ -29,7 +29,7 @@ void split(std::string_view line, std::vector<std::string_view>& fields)
     for (;;) {
         const std::size_t comma = line.find(',');
         if (comma == std::string_view::npos) {
-            break; // every field is followed by a comma, the rest of the line holds none
+            break; // a comma follows every field, and the rest of the line has none
         }
         std::string_view field = line.substr(0, comma);
         while (!field.empty() && field.front() == ' ') {
@@ -47,7 +47,7 @@ bool toNumber(std::string_view text, double& value)
            std::isfinite(value);
 }
 
-/// Whether it can be a value of a sensor, which all have single precision: a pressure in Pa, too.
+/// Whether it can be a value of a sensor: all have single precision, also a pressure in Pa.
 bool isSensorValue(double value)
 {
     return std::abs(value) <= std::numeric_limits<float>::max() / 100.0;
@@ -104,7 +104,7 @@ RecordingColumns columnsOf(const std::vector<std::string>& header)
     return at;
 }
 
-/// Which sensors the columns make; reports those that lack some.
+/// Determines the sensors with complete columns, and reports those with missing columns.
 void noteSensors(const RecordingColumns& at, SensorRecording& recording, RecordingReport& report)
 {
     recording.hasAcceleration = complete(at.acceleration);
@@ -146,7 +146,7 @@ std::optional<double> RecordingPace::place(double time, std::size_t line, Record
     if (!m_before) {
         m_shift = -time;
     } else if (step > SensorRecording::MOST_GAP || step < 0.0) {
-        // A clock that was set, or one row with a time from nowhere: the rest is sound.
+        // The clock was set, or one row has a wrong time: the rest is valid.
         report.jump(line);
         m_shift -= step - NOMINAL_PERIOD;
     }
@@ -185,7 +185,7 @@ std::shared_ptr<const SensorRecording> RecordingParser::finish(std::string& repo
 
 void RecordingParser::takeHeader(const Line& line)
 {
-    // Rows that were ahead of the header stand above it; they are the first all the same.
+    // Rows that were written before the header; they are still the first rows.
     if (isRow(line.text) && m_early.size() < MOST_EARLY_ROWS && !line.tooLong) {
         m_early.push_back({std::string(line.text), line});
         return;
@@ -210,8 +210,8 @@ void RecordingParser::takeRow(const Line& line)
     if (!readValues(line)) {
         return;
     }
-    // The pace comes from the IMU's time, or what there is in its place; the index counts
-    // samples.
+    // The time of a row is the IMU's time or its replacement; without one it follows from the
+    // index, which counts samples.
     const double time = m_at.imuTime >= 0 ? value(m_at.imuTime) : value(0) * NOMINAL_PERIOD;
     if (const auto placed = m_pace.place(time, line.number, m_report); placed) {
         append(*placed);

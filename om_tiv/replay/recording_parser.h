@@ -1,5 +1,5 @@
 /// @file
-/// A recording made of the lines of its CSV file.
+/// Builds a recording from the lines of its CSV file.
 #pragma once
 
 #include "replay/line_cutter.h"
@@ -17,7 +17,7 @@
 
 namespace om::bench {
 
-/// Where the columns of the file are; -1 for one that it lacks.
+/// Positions of the columns in the file; -1 for a missing column.
 struct RecordingColumns
 {
     int imuTime = -1;
@@ -33,30 +33,30 @@ struct RecordingColumns
     std::array<int, 4> temperatures{-1, -1, -1, -1};
 };
 
-/// The times of the rows, counted from the first.
+/// The times of the rows since the first one.
 class RecordingPace
 {
 public:
-    /// Nothing, with the reason report, for a time that no row can have here.
+    /// No value, with the reason in the report, for a time that is not valid for this row.
     std::optional<double> place(double time, std::size_t line, RecordingReport& report);
 
 private:
     std::optional<double> m_before; ///< s, as recorded
-    double m_shift = 0.0;           ///< s, from there to the time since the first row
+    double m_shift = 0.0;           ///< s, difference to the time since the first row
 };
 
-/// Makes a recording of lines, the first of which is the header but for some early rows.
+/// Builds a recording from lines. The first one is the header, possibly after some early rows.
 class RecordingParser
 {
 public:
     explicit RecordingParser(const std::string& name) : m_report(name) {}
 
-    /// How long the file is, so that the memory can be set aside in time.
+    /// Sets the length of the file, so that memory can be reserved early.
     void expect(std::uint64_t bytes) { m_expected = bytes; }
 
     void take(const Line& line);
 
-    /// No header came: what follows is of no use.
+    /// No header was found: the rest is not needed.
     bool isHopeless() const { return m_hopeless; }
 
     std::shared_ptr<const SensorRecording> finish(std::string& report);
@@ -66,17 +66,17 @@ private:
 
     void takeRow(const Line& line);
 
-    /// The numbers of a line. False, with the reason report, for one that is not sound.
+    /// Reads the numbers of a line. False, with the reason in the report, for an invalid line.
     bool readValues(const Line& line);
 
     double value(int place) const { return m_values[static_cast<std::size_t>(place)]; }
     float single(int place) const { return static_cast<float>(value(place)); }
     std::array<float, 3> triple(const std::array<int, 3>& places) const;
 
-    /// A row of the values at hand.
+    /// Appends a row with the values read last.
     void append(double time);
 
-    /// Those with an element a row that the file has.
+    /// Calls change() for each column with one element per row that the file has.
     template <typename Change>
     void forEachColumn(const Change& change)
     {
@@ -95,8 +95,8 @@ private:
         ifThere(made.hasTemperatures, made.m_temperatures);
     }
 
-    /// Sets memory aside for as many rows as the rest of the file has at the length of the first
-    /// ones: a column that grows by doubling is there twice for a moment.
+    /// Reserves memory for the rows of the rest of the file, estimated from the length of the first
+    /// ones: a column that grows by doubling needs its memory twice for a moment.
     void setAside();
 
     static constexpr std::size_t ROWS_OF_ESTIMATE = 1000;
@@ -105,7 +105,7 @@ private:
     struct EarlyLine
     {
         std::string text;
-        Line line; ///< its text has gone
+        Line line; ///< its text is no longer valid
     };
 
     RecordingReport m_report;

@@ -1,5 +1,5 @@
 /// @file
-/// What was wrong with the rows of a recording.
+/// Report on invalid rows of a recording.
 #pragma once
 
 #include <cstddef>
@@ -7,18 +7,18 @@
 
 namespace om::bench {
 
-/// What was wrong with a file, on one line.
+/// Problems of a file, on one line.
 class RecordingReport
 {
 public:
     explicit RecordingReport(std::string name); ///< of the file
 
-    void leftOut(std::size_t line, const std::string& why); ///< a row
-    void jump(std::size_t line);                            ///< of the time, that was closed
-    void lacks(const std::string& what);                    ///< a sensor
+    void leftOut(std::size_t line, const std::string& why); ///< reports a row
+    void jump(std::size_t line);         ///< reports a jump of the time that was closed
+    void lacks(const std::string& what); ///< reports a missing sensor
 
-    std::string text() const; ///< empty when all is sound
-    /// Why nothing can be played, with the text.
+    std::string text() const; ///< empty without problems
+    /// The reason why nothing can be played, with the text.
     std::string failure(const std::string& why) const;
 
 private:

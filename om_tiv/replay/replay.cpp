@@ -99,7 +99,7 @@ std::optional<std::uint64_t> ReplaySource::newest(STREAM stream, Nanoseconds tim
         }
     }
     std::uint64_t number = round * count + first;
-    // The search is in seconds, the times that are told are whole nanoseconds.
+    // The search uses seconds, but the reported times are whole nanoseconds.
     while (number > 0 && timeOf(stream, number - 1) > time) {
         --number;
     }
@@ -166,7 +166,7 @@ std::array<std::optional<double>, 4> ReplaySource::temperatures(Nanoseconds time
 
 void ReplaySource::complete(std::uint64_t imuNumber, SensorsData& data) const
 {
-    // What went another way through the library's arithmetic comes back as it was recorded.
+    // Restores the recorded values, which the library's arithmetic may have rounded.
     const SensorRecording::Row row = m_recording->row(rowOf(STREAM::IMU, imuNumber));
     if (m_recording->hasEulerAngles) {
         data.imu.pose = transformOfEulerDegrees(row.eulerAngles);

@@ -1,5 +1,5 @@
 /// @file
-/// A recording of sensor values, played in place of the physics.
+/// A recording of sensor values, played instead of the physics.
 #pragma once
 
 #include "replay/sensor_recording.h"
@@ -15,12 +15,12 @@ namespace om::bench {
 
 struct Environment;
 
-/// Plays a recording at its own pace from the moment of plugging in.
+/// Plays a recording at the recorded rate from the moment of plugging in.
 class ReplaySource : public SensorSource
 {
 public:
-    /// @param looping     begins anew behind the last row; else the stream ends there
-    /// @param environment its magnetic faults come upon what was recorded; null for none
+    /// @param looping starts again after the last row; otherwise the stream ends there
+    /// @param environment its magnetic faults are added to the recorded values; null for none
     ReplaySource(std::shared_ptr<const SensorRecording> recording, bool looping, Nanoseconds start,
                  std::shared_ptr<const Environment> environment = nullptr);
 
@@ -34,7 +34,7 @@ public:
     void complete(std::uint64_t imuNumber, SensorsData& data) const override;
 
 private:
-    /// How many samples of a stream a round has.
+    /// Number of samples of a stream in a round.
     std::size_t countOf(STREAM stream) const;
     std::size_t rowOf(STREAM stream, std::uint64_t number) const;
     double secondsOf(STREAM stream, std::uint64_t number) const;

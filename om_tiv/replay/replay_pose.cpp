@@ -13,21 +13,22 @@ namespace {
 
 constexpr double DEGREES = 180.0 / PI;
 
-/// Float angles up to these are those that a matrix can have.
+/// Largest float angles that a matrix can have.
 constexpr auto HALF_TURN = static_cast<float>(PI);
 constexpr auto QUARTER_TURN = static_cast<float>(PI / 2.0);
 
-/// Below this cosine of Y, Transform::getEulerAngles() has X and Z as one angle and Y as a quarter
-/// turn.
+/// Below this cosine of Y, Transform::getEulerAngles() treats X and Z as one angle and Y as a
+/// quarter turn.
 constexpr double LOCKED = 1e-6;
 
-/// What a reader makes of an angle in radians: single precision, degrees, single precision again.
+/// The degrees that a reader computes from an angle in radians: single precision, degrees, single
+/// precision again.
 float degreesOf(float radians)
 {
     return static_cast<float>(double{radians} * 180.0 / PI);
 }
 
-/// The neighbour that lies so many floats away.
+/// The float that is this number of steps away.
 float stepped(float value, int steps)
 {
     const float towards = steps > 0 ? INFINITY : -INFINITY;
@@ -37,8 +38,9 @@ float stepped(float value, int steps)
     return value;
 }
 
-/// The float in radians that is read as these degrees. Degrees are finer than radians in places,
-/// where there may be none: then the one that is read as the nearest.
+/// The float in radians that is read as these degrees. In some ranges degrees have a finer
+/// resolution than radians, and there may be no such float: then the one that is read as the
+/// nearest value.
 float radiansReadAs(float degrees)
 {
     const auto middle = static_cast<float>(degrees / DEGREES);
@@ -53,18 +55,20 @@ float radiansReadAs(float degrees)
     return best;
 }
 
-/// Looks for two floats in the ratio of sine and cosine of the angle: of the length, or a little
-/// shorter, as only ratios make angles. accept(sine, cosine) ends the search.
+/// Searches two floats in the ratio of sine and cosine of the angle, with the given length or a
+/// slightly smaller one, because only the ratio determines the angle. accept(sine, cosine) ends the
+/// search.
 template <typename Accept>
 bool searchRatio(float angle, double length, const Accept& accept)
 {
-    // The end of the range itself is no angle that a sine and a cosine can have.
+    // The end of the range itself is not an angle that a sine and a cosine can have.
     constexpr double MOST = PI - 3e-8;
     const double middle = std::clamp(double{angle}, -MOST, MOST);
     const double sine = std::sin(middle);
     const double cosine = std::cos(middle);
     constexpr int MOST_TRIES = 64;
-    // Spread by the golden section: lengths at even steps can miss by the same again and again.
+    // Distributed by the golden section: lengths with equal steps can fail again and again by the
+    // same amount.
     constexpr double SHORTEST = 1.0 - 6e-4;
     constexpr double GOLDEN = 0.61803398874989485;
     constexpr int STEPS[] = {0, 1, -1, 2, -2};

@@ -1,6 +1,6 @@
 /// @file
-/// Poses and pressures whose way through the library's arithmetic and the program's ends exactly at
-/// a recorded value.
+/// Poses and pressures from which the arithmetic of library and program results in exactly the
+/// recorded values.
 #pragma once
 
 #include <om_tiv/transform.h>
@@ -9,10 +9,10 @@
 
 namespace om::bench {
 
-/// A rotation matrix whose Euler angles (as Transform::getEulerAngles() has them, turned into
-/// degrees with 180 / pi and rounded to float) are these, to the last bit where some angle in
-/// radians has these degrees, and the nearest ones elsewhere. Angles that no matrix has (Y beyond
-/// 90, X and Z beyond 180 degrees) give the matrix of that rotation.
+/// A rotation matrix whose Euler angles (from Transform::getEulerAngles(), converted to degrees
+/// with 180 / pi and rounded to float) are these: to the last bit if an angle in radians has these
+/// degrees, otherwise the nearest ones. For angles that no matrix has (Y above 90, X and Z above
+/// 180 degrees) the result is the matrix of that rotation.
 Transform transformOfEulerDegrees(const std::array<float, 3>& degrees);
 
 /// The pressure in Pa that, divided by 100 and rounded to float, is this one in hPa.

@@ -79,13 +79,14 @@ SensorRecording::read(const std::string& path, std::string& report, ReadingProgr
         report = oneLine(path) + ": larger than a recording may be (512 MiB)";
         return nullptr;
     }
-    // Piece by piece, not mapped: a file that is cut short meanwhile ends, and nothing else does.
+    // In pieces, not mapped: if the file is truncated in the meantime, only the reading ends, not
+    // the program.
     RecordingParser parser(path);
     parser.expect(size);
     LineCutter lines(LONGEST_LINE);
     const auto take = [&parser](const Line& line) { parser.take(line); };
     std::vector<char> piece(PIECE_BYTES);
-    std::uint64_t have = 0; // of a file that grows meanwhile, only what it had at first
+    std::uint64_t have = 0; // of a growing file only its initial content is read
     while (have < size && !parser.isHopeless()) {
         if (progress != nullptr && progress->cancelled.load()) {
             report.clear();

@@ -12,17 +12,17 @@
 
 namespace om::bench {
 
-/// How far a long reading has come, and a way to end it. Any thread.
+/// The progress of a long reading, and a way to end it. Any thread.
 struct ReadingProgress
 {
-    std::atomic<std::uint64_t> bytes{0}; ///< to be read
+    std::atomic<std::uint64_t> bytes{0}; ///< total number to read
     std::atomic<std::uint64_t> read{0};
     std::atomic<bool> cancelled{
-        false}; ///< set from outside: the reading ends soon, without a result
+        false}; ///< set by another thread: the reading ends soon, without a result
 };
 
-/// The rows of a CSV file as the program's recorder writes it, column by column: what the file has
-/// no column for is missing as a whole, and takes no memory.
+/// The rows of a CSV file of the program's recorder, column by column. Missing columns take no
+/// memory.
 class SensorRecording
 {
 public:
@@ -48,27 +48,27 @@ public:
     bool hasMovingState = false;
     bool hasTemperatures = false;
 
-    std::string report; ///< one line of what was left out or is missing; empty when all is sound
+    std::string report; ///< one line on rows left out and missing sensors; empty without problems
 
     std::size_t size() const { return m_times.size(); } ///< rows
     double time(std::size_t row) const { return m_times[row]; }
     Row row(std::size_t index) const;
-    /// The rows with a new reading, in their order: the recorded time of it has changed.
+    /// The rows with a new reading, in their order: those in which its recorded time has changed.
     const std::vector<std::uint32_t>& magnetometerRows() const { return m_magnetometerRows; }
     const std::vector<std::uint32_t>& barometerRows() const { return m_barometerRows; }
-    std::size_t bytes() const; ///< of memory that the rows take
+    std::size_t bytes() const; ///< memory of the rows
 
-    /// Reads a file of at most 512 MiB. Rows that are torn, hold something that is not a number, or
-    /// do not come after the one before them are left out; where the time jumps, by more than
-    /// MOST_GAP ahead or MOST_SETBACK back, it goes on right behind the row before. Some rows may
-    /// stand above the header, as the recorder's first can.
-    /// @param report   that of the recording
-    /// @param progress where to report to; null for nobody
-    /// @return null, with the reason in report, when nothing can be played (less than two rows);
-    ///         null with an empty report when cancelled
+    /// Reads a file of at most 512 MiB. Rows are left out if they are incomplete, contain something
+    /// that is not a number, or do not come after the row before them. If the time jumps by more
+    /// than MOST_GAP ahead or MOST_SETBACK back, it continues directly after the row before. Some
+    /// rows may precede the header, as in files of the recorder.
+    /// @param report report of the recording
+    /// @param progress reports the progress; null for no report
+    /// @return null, with the reason in report, if nothing can be played (less than two rows); null
+    ///         with an empty report if cancelled
     static std::shared_ptr<const SensorRecording> read(const std::string& path, std::string& report,
                                                        ReadingProgress* progress = nullptr);
-    /// The same of a text; name stands for the file in reports.
+    /// The same for a text; name replaces the file's name in reports.
     static std::shared_ptr<const SensorRecording>
     parse(const std::string& text, const std::string& name, std::string& report);
 
