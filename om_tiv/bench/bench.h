@@ -1,8 +1,8 @@
 /// @file
-/// The virtual bench's control within the process: cameras, clock, faults, scripts, log of calls.
+/// The virtual bench's control within the process: cameras, clock, faults, scripts, call log.
 ///
 /// The library uses one bench, theBench() (library/the_bench.h). A test starts with reset() and
-/// adds what it needs:
+/// adds its cameras:
 ///
 ///     auto& bench = om::bench::theBench();
 ///     bench.reset();
@@ -12,8 +12,8 @@
 ///     config.serialNumber = 20000001;
 ///     bench.addCamera(config);
 ///
-/// Threads: all operations may run on any thread, beside each other and beside the library's. An
-/// operation on a serial number that is not on the bench does nothing and returns false, 0 or an
+/// Threads: all operations may run on any thread, at the same time as each other and as those of
+/// the library. An operation on an unknown serial number does nothing and returns false, 0 or an
 /// empty value.
 #pragma once
 
@@ -37,7 +37,7 @@ class EepromStore;
 class Loader;
 struct MagCalibration;
 
-/// A camera now.
+/// The current state of a camera.
 struct CameraStatus
 {
     unsigned int serialNumber = 0;
@@ -62,7 +62,7 @@ struct Truth
 /// IMU samples since the last open() of om::Camera.
 struct ImuCounters
 {
-    std::uint64_t produced = 0;  ///< by the sensor, up to now or to the loss of the camera
+    std::uint64_t produced = 0;  ///< by the sensor, until now or until the loss of the camera
     std::uint64_t delivered = 0; ///< returned by getSensorsData(), each counted once
 };
 
@@ -76,22 +76,22 @@ public:
 
     // ---- The bench as a whole -----------------------------------------------------------------
 
-    /// An empty bench with the real clock and the default field, the log cleared and on, other
-    /// hooks and log settings taken back. Nothing is read any more. Cameras that were on it are
-    /// gone for those who have them open. EEPROM images are read anew, from the folder that the
-    /// environment then names.
+    /// Resets to an empty bench with the real clock and the default field. The log is cleared and
+    /// on, all hooks and other log settings are reset, and no recording is read any more. Cameras
+    /// of the bench are unplugged for their users. EEPROM images are read again, from the folder
+    /// that the environment then names.
     void reset();
 
-    /// Puts the cameras of a bench file (docs/bench-file.md) in place of those on the bench. On a
-    /// mistake the bench is left without cameras and error holds one line, FILE:LINE: KEY: REASON.
+    /// Replaces the cameras on the bench by those of a bench file (docs/bench-file.md). After a
+    /// mistake the bench has no cameras and error is one line, FILE:LINE: KEY: REASON.
     bool loadFile(const std::string& path, std::string& error);
-    /// The same without a wait where the file names recordings: they are read beside everything
-    /// else, and all its cameras come when that is done. What is wrong goes to standard error and
-    /// into problem().
+    /// The same without waiting for recordings that the file names: they are read in the
+    /// background, and all cameras of the file appear afterwards. Mistakes are reported to standard
+    /// error and by problem().
     void startLoading(const std::string& path);
-    /// What was wrong with the bench file, as loadFile() has it; empty when nothing was.
+    /// The mistake in the bench file, as in loadFile(); empty without a mistake.
     std::string problem() const;
-    /// The reading of recordings that is under way.
+    /// Reads recordings in the background.
     Loader& loader();
     /// The default bench: 31415926 (TIV_Q), 27182818 (TIV_P), 14142135 (TIV_N), in this order.
     void loadDefault();
@@ -104,9 +104,9 @@ public:
 
     // ---- Cameras ------------------------------------------------------------------------------
 
-    /// Appends a camera. Where it names a replay without the recording, that is read first, which
-    /// may take long. False when the serial number is already on the bench, or the recording can't
-    /// be played (with one line on standard error).
+    /// Appends a camera. If it names a replay without the recording, the recording is read first,
+    /// which may take long. False if the serial number is already on the bench, or the recording
+    /// can't be played (with one line on standard error).
     bool addCamera(const CameraConfig& config);
     bool removeCamera(unsigned int serial); ///< unplugs it first
     bool plug(unsigned int serial);
@@ -114,33 +114,33 @@ public:
 
     std::vector<unsigned int> serialNumbers() const; ///< in the bench's order, plugged or not
     std::vector<CameraStatus> status() const;
-    CameraConfig config(unsigned int serial) const; ///< with motion, plugged and faults as of now
+    CameraConfig config(unsigned int serial) const; ///< with the current motion, plugged and faults
     Truth truth(unsigned int serial) const;         ///< now
-    Truth truthAt(unsigned int serial, Nanoseconds time) const; ///< up to 30 s back
+    Truth truthAt(unsigned int serial, Nanoseconds time) const; ///< up to 30 s ago
     ImuCounters imuCounters(unsigned int serial) const;
 
     bool setMotion(unsigned int serial, MOTION motion);
     /// Turns the body to the pose and holds it there. The turn takes the glide's time on the
-    /// bench's clock, so that the gyroscope stays finite; 0 puts it there at once.
+    /// bench's clock, so that the angular velocity stays finite; 0 sets the pose at once.
     bool setPose(unsigned int serial, const Quaternion& pose,
                  std::chrono::nanoseconds glide = std::chrono::milliseconds(400));
 
     Faults faults(unsigned int serial) const;
     bool setFaults(unsigned int serial, const Faults& faults);
-    /// Changes what change() changes, in one go: [](Faults& f) { f.grabFailures = 3; }. It must not
+    /// Changes the faults in one step: [](Faults& f) { f.grabFailures = 3; }. change() must not
     /// call back.
     bool changeFaults(unsigned int serial, const std::function<void(Faults&)>& change);
 
     MagCalibration calibration(unsigned int serial) const;
-    /// Puts a calibration into the EEPROM image and in force (MagCalibration: bench/eeprom.h).
-    /// @return false, with the former one still in force, where the image can't be written
+    /// Stores a calibration in the EEPROM image and activates it (MagCalibration:
+    /// world/mag_calibration.h).
+    /// @return false if the image can't be written; the previous calibration then stays active
     bool storeCalibration(unsigned int serial, const MagCalibration& calibration);
 
-    /// The camera itself; null where it is not on the bench. Its script members feed exact
-    /// sequences to getSensorsData(), grab(), getIMUReaderData() and getIMUPose():
-    ///     bench.camera(serial)->grabScript().set({ERROR_CODE::SUCCESS, ERROR_CODE::CAMERA_GONE},
-    ///                                            AFTER::REPEAT_LAST);
-    /// Needs bench/virtual_camera.h.
+    /// The camera itself; null if it is not on the bench. Its script members define exact sequences
+    /// for getSensorsData(), grab(), getIMUReaderData() and getIMUPose():
+    /// bench.camera(serial)->grabScript().set({ERROR_CODE::SUCCESS, ERROR_CODE::CAMERA_GONE},
+    /// AFTER::REPEAT_LAST); Needs bench/virtual_camera.h.
     std::shared_ptr<VirtualCamera> camera(unsigned int serial) const;
     std::vector<std::shared_ptr<VirtualCamera>> cameras() const;
 
@@ -148,7 +148,7 @@ public:
 
     bool scriptSensors(unsigned int serial, std::vector<SensorsEntry> entries,
                        AFTER after = AFTER::REPEAT_LAST);
-    /// For long sequences: entries are made as they are delivered.
+    /// For long sequences: entries are generated when they are delivered.
     bool scriptSensors(unsigned int serial, Script<SensorsEntry>::Generator generator,
                        AFTER after = AFTER::REPEAT_LAST);
     bool appendSensors(unsigned int serial, std::vector<SensorsEntry> entries);
@@ -166,12 +166,12 @@ public:
 
     // ---- Hooks --------------------------------------------------------------------------------
 
-    /// Called in om::Camera::getDeviceList(), before the list is made, on the caller's thread and
-    /// without a lock: it may block.
+    /// Called in om::Camera::getDeviceList(), before the list is created, on the caller's thread
+    /// and without a lock: it may block.
     void setDeviceListHook(std::function<void()> hook);
     /// Called in om::Camera::open(), at its start, on the caller's thread and without a lock.
     void setOpenHook(std::function<void(const InitParameters&)> hook);
-    /// How often getDeviceList() has run beside an open(), which it must not, since reset().
+    /// Number of getDeviceList() calls during an open() since reset(); it must stay 0.
     int listsDuringOpen() const;
 
     // ---- For the library ----------------------------------------------------------------------

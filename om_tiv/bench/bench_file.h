@@ -1,5 +1,5 @@
 /// @file
-/// Bench files: the cameras of a bench as JSON. docs/bench-file.md tells the format.
+/// Bench files: the cameras of a bench as JSON. docs/bench-file.md describes the format.
 #pragma once
 
 #include "world/config.h"
@@ -19,43 +19,43 @@ struct BenchDescription
     Field field;
     std::vector<CameraConfig> cameras;
 
-    /// A recording that a camera plays, and where the bench file names it.
+    /// A recording that a camera plays, with its place in the bench file.
     struct Replay
     {
-        std::size_t camera = 0; ///< place in the list
+        std::size_t camera = 0; ///< position in the list
         int line = 0;
         std::string key;
     };
     std::vector<Replay> replays;
 };
 
-/// Reads a bench file but for the recordings that it names: this is quick.
-/// @param error one line, FILE:LINE: KEY: REASON, without line break; what does not apply is left
-///              out
-/// @return false with error set and the description untouched
+/// Reads a bench file without the recordings that it names, which is fast.
+/// @param error one line, FILE:LINE: KEY: REASON, without line break; parts that do not apply are
+///              left out
+/// @return false on failure, with error set and without a change of the description
 bool parseBenchFile(const std::string& path, BenchDescription& description, std::string& error);
 
-/// The same of a text; name stands for the file in errors.
+/// The same for a text; name replaces the file's name in errors.
 bool parseBenchText(const std::string& text, const std::string& name, BenchDescription& description,
                     std::string& error);
 
 /// Reads the recordings that a description names. One that can't be played at all is a mistake of
 /// the bench file.
-/// @param name     stands for the bench file in errors
-/// @param progress where to report to, and what ends it; null for nobody
-/// @return false with error as above, or empty when cancelled
+/// @param name name of the bench file in errors
+/// @param progress reports the progress and can cancel the reading; null for neither
+/// @return false with error as above, or with an empty error if cancelled
 bool readRecordings(BenchDescription& description, const std::string& name, std::string& error,
                     ReadingProgress* progress = nullptr);
 
-/// Both, one after the other.
+/// Both, one after another.
 bool readBenchFile(const std::string& path, BenchDescription& description, std::string& error);
 bool readBenchText(const std::string& text, const std::string& name, BenchDescription& description,
                    std::string& error);
 
-/// The bench that is there when nothing else is asked for.
+/// The built-in bench, used without a bench file.
 BenchDescription defaultBench();
 
-/// "tumble" and the like, as they stand in bench files; empty for an unknown one.
+/// The name of a motion in bench files, such as "tumble"; empty for an unknown one.
 std::string motionName(MOTION motion);
 /// False for an unknown name.
 bool motionFromName(const std::string& name, MOTION& motion);

@@ -1,5 +1,5 @@
 /// @file
-/// What the program called, with its arguments.
+/// The calls of the program, with their arguments.
 #pragma once
 
 #include "base/clock.h"
@@ -24,7 +24,7 @@ namespace om::bench {
 enum class CALL {
     GET_DEVICE_LIST,
     OPEN,             ///< init, result
-    CLOSE,            ///< of an open camera, by close() or by the destructor
+    CLOSE,            ///< of an open camera, by close() or the destructor
     GRAB,             ///< runtime, result
     RETRIEVE_IMAGE,   ///< view, memory, size, result
     RETRIEVE_MEASURE, ///< measure, memory, size, result
@@ -48,14 +48,15 @@ enum class CALL {
 
 const char* toString(CALL call); ///< "GET_DEVICE_LIST"
 
-/// One call. It is logged when it returns. What a kind of call does not have stays at its default.
+/// One call. It is logged when it returns. Members that a kind of call does not have keep their
+/// default.
 struct CallRecord
 {
     CALL call = CALL::COUNT;
     std::uint64_t number = 0;      ///< counts all logged calls, from 1
     std::thread::id thread;        ///< of the caller
     Nanoseconds time = 0;          ///< of the bench's clock
-    unsigned int serialNumber = 0; ///< 0 where there is none
+    unsigned int serialNumber = 0; ///< 0 if there is none
     int result = 0;
     int value = 0;
     std::shared_ptr<const InitParameters> init;
@@ -68,34 +69,38 @@ struct CallRecord
     std::string text;
 };
 
-/// The last calls, up to a bound of each kind. Any thread.
+/// The last calls, up to a maximum number of each kind. Any thread.
 class CallLog
 {
 public:
-    static constexpr std::size_t BOUND = 2000; ///< records kept of each kind
+    static constexpr std::size_t BOUND = 2000; ///< maximum number of records of each kind
 
-    /// Records the call where its kind is on; fills in number, thread and, where it is 0, the time.
+    /// Records the call if its kind is on; sets number, thread and, if it is 0, the time.
     void add(CallRecord record);
-    /// Cheap: whether add() would keep a call of the kind.
+    /// Whether add() would record a call of the kind; fast.
     bool wants(CALL call) const
     {
         return m_on.load() && (call < CALL::GET_SENSORS_DATA || m_highRate.load());
     }
 
-    /// Off at first: only tests look at the calls.
+    /// Initially off: only tests use the log.
     void setOn(bool on) { m_on.store(on); }
-    void setHighRate(bool on) { m_highRate.store(on); } ///< off at first; acts while the log is on
+    void setHighRate(bool on)
+    {
+        m_highRate.store(on);
+    } ///< initially off; effective while the log is on
 
-    /// Called with each record that is kept, on the caller's thread and without a lock: before the
-    /// call returns to the program. It may block, and it may change what the program goes on with.
+    /// Called with each recorded call, on the caller's thread and without a lock, before the call
+    /// returns to the program. It may block, and it may change the state with which the program
+    /// continues.
     void setHook(std::function<void(const CallRecord&)> hook);
 
-    /// How often the kind was called since the last clear(), also beyond the bound.
+    /// Number of calls of the kind since the last clear(), including those beyond the maximum.
     std::uint64_t count(CALL call) const;
     std::vector<CallRecord> records(CALL call) const; ///< oldest first
     std::vector<CallRecord> records() const;          ///< all kinds, oldest first
     std::optional<CallRecord> last(CALL call) const;
-    void clear(); ///< the numbering goes on
+    void clear(); ///< the numbering continues
 
 private:
     static constexpr std::size_t KINDS = static_cast<std::size_t>(CALL::COUNT);

@@ -88,7 +88,8 @@ std::string hex(std::uint32_t value)
     return text;
 }
 
-/// What a file holds, up to more than an image has. @param problem why it can't be read
+/// The content of a file, up to slightly more than the size of an image. @param problem why it
+/// can't be read
 std::string readBytes(const Descriptor& file, std::string& problem)
 {
     std::string bytes(2 * fileBytes, '\0');
@@ -110,7 +111,7 @@ const std::uint8_t* unsignedBytes(const std::string& bytes)
     return reinterpret_cast<const std::uint8_t*>(bytes.data());
 }
 
-/// Whether a writer gives such a name to the file that becomes an image.
+/// Whether it is the name of a writer's temporary file.
 bool isTemporary(std::string_view name)
 {
     constexpr std::string_view middle = ".eeprom.";
@@ -127,7 +128,7 @@ bool isTemporary(std::string_view name)
            std::all_of(end.begin(), end.end(), isAlphanumeric);
 }
 
-/// A new file beside the image, locked; invalid with errno.
+/// A new locked file beside the image; invalid with errno on failure.
 Descriptor makeTemporary(const std::string& name, std::string& temporary)
 {
     for (;;) {
@@ -138,8 +139,8 @@ Descriptor makeTemporary(const std::string& name, std::string& temporary)
         }
         struct stat status = {};
         const bool locked = ::flock(file.get(), LOCK_EX | LOCK_NB) == 0;
-        // Somebody who tidies up can take a new file for one that was left behind, until it is
-        // locked. Where the file system knows no locks nobody tidies up.
+        // Until the new file is locked, another process may remove it as a leftover. On a file
+        // system without locks leftovers are not removed.
         const bool taken = locked ? ::fstat(file.get(), &status) == 0 && status.st_nlink == 0
                                   : errno == EWOULDBLOCK;
         if (!taken) {
@@ -205,7 +206,7 @@ std::string eepromFolder()
     if (const char* folder = std::getenv("OM_TIV_STATE_DIR"); folder != nullptr && *folder != 0) {
         return folder;
     }
-    // The XDG base directory rules have a relative path ignored.
+    // The XDG base directory rules require to ignore a relative path.
     if (const char* state = std::getenv("XDG_STATE_HOME"); state != nullptr && *state == '/') {
         return std::string(state) + "/gravimon/eeprom";
     }
@@ -362,7 +363,7 @@ void EepromStore::save(unsigned int serial, const MagCalibration& calibration) c
         }
         written += got > 0 ? static_cast<std::size_t>(got) : 0;
     }
-    // Closing would end the lock.
+    // Closing would release the lock.
     if (written < image.size() || ::fsync(file.get()) != 0 ||
         ::rename(temporary.c_str(), name.c_str()) != 0) {
         const int reason = errno;
@@ -370,8 +371,8 @@ void EepromStore::save(unsigned int serial, const MagCalibration& calibration) c
         errno = reason;
         fail(name);
     }
-    // The new name must reach the disk too. A file system that can't sync a folder has done its
-    // best by now.
+    // The new name must reach the disk too. If a file system can't sync a folder, nothing more can
+    // be done.
     const Descriptor folder(::open(m_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (folder.get() >= 0) {
         ::fsync(folder.get());

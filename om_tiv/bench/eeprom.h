@@ -13,10 +13,10 @@
 ///         28     12  float32 offset of the sensor axes 1 to 3, uT
 ///         40      4  CRC-32 (that of IEEE 802.3) of the 40 bytes before it
 ///
-/// A write goes to a file beside it, SERIAL.eeprom.XXXXXX with letters and digits for the X, that
-/// then takes its name, with the file and the folder forced to the disk, so that a crash leaves the
-/// old image or the new one. Whoever writes such a file holds a lock on it (flock()); one without
-/// was left behind by a process that was killed.
+/// A write creates a file beside it, SERIAL.eeprom.XXXXXX with letters and digits for the X, and
+/// renames it. File and folder are synced to the disk, so that a crash leaves the old image or the
+/// new one. The writer of such a file holds a lock on it (flock()); a file without a lock is a
+/// leftover of a killed process.
 #pragma once
 
 #include "world/mag_calibration.h"
@@ -32,39 +32,39 @@ namespace om::bench {
 /// The CRC-32 of IEEE 802.3 (reflected, polynomial 0xEDB88320, start and final inversion).
 std::uint32_t crc32(const std::uint8_t* data, std::size_t length);
 
-/// What is wrong with the bytes of an image file of this camera, and where; empty for a sound one.
+/// The mistake in the bytes of an image file of this camera, with its place; empty for a valid one.
 std::string imageDamage(const std::string& image, unsigned int serial);
 
 /// The folder of the images: OM_TIV_STATE_DIR, else gravimon/eeprom in XDG_STATE_HOME, else
-/// ~/.local/state/gravimon/eeprom. Empty when there is not even a home.
+/// ~/.local/state/gravimon/eeprom. Empty if there is no home folder either.
 std::string eepromFolder();
 
-/// The images in one folder. All operations may run on any thread. The first one removes what
-/// killed writers have left there.
+/// The images in one folder. All operations may run on any thread. The first one removes leftovers
+/// of killed writers.
 class EepromStore
 {
 public:
-    /// Takes one line without line break.
+    /// Receives one line without a line break.
     using Report = std::function<void(const std::string& line)>;
 
-    /// @param folder is made at the first write
-    /// @param report gets what goes wrong, each thing once; null writes it to standard error
+    /// @param folder created at the first write
+    /// @param report receives each problem once; null prints it to standard error
     explicit EepromStore(std::string folder = eepromFolder(), Report report = nullptr);
 
     /// The calibration of a camera. The first call for a serial number reads its file, later ones
-    /// give what this store read or wrote. No file means neutral. A damaged file is reported,
-    /// counts as neutral and is left alone until a write.
+    /// return what this store has read or written. No file means neutral. A damaged file is
+    /// reported, counts as neutral and is not changed until a write.
     MagCalibration read(unsigned int serial);
 
-    /// As read(), but from the file as it is now, so that the write of another process is seen.
+    /// Like read(), but reads the file again, so that a write of another process is detected.
     MagCalibration reload(unsigned int serial);
 
-    /// Stores a calibration. Where the file can't be written, the former calibration stays; a row
-    /// of such failures is reported once.
+    /// Stores a calibration. If the file can't be written, the previous calibration stays;
+    /// consecutive failures are reported once.
     /// @return whether it is on the disk
     bool write(unsigned int serial, const MagCalibration& calibration);
 
-    /// The bytes of the image as it is kept; empty with the problem in one line.
+    /// The bytes of the stored image; on failure empty, with the problem in one line.
     std::string image(unsigned int serial, std::string& problem) const;
 
     const std::string& folder() const { return m_folder; }
@@ -74,7 +74,7 @@ private:
     struct Image
     {
         MagCalibration calibration;
-        std::string reported; ///< the last damage told
+        std::string reported; ///< the damage reported last
     };
 
     MagCalibration load(unsigned int serial, Image& image);
@@ -83,7 +83,7 @@ private:
 
     std::string m_folder;
     Report m_report;
-    std::mutex m_mutex; ///< guards what follows, and the order of the writes
+    std::mutex m_mutex; ///< guards the following members and the order of the writes
     std::map<unsigned int, Image> m_images;
     bool m_unwritableReported = false;
     bool m_tidied = false; ///< leftovers of killed writers have been removed

@@ -7,7 +7,7 @@ namespace om::bench {
 
 namespace {
 
-/// Kept of those that have ended and nobody has asked for.
+/// Maximum number of ended jobs whose status was not read.
 constexpr std::size_t MOST_ENDED = 64;
 
 } // namespace
@@ -71,7 +71,7 @@ void Loader::run()
         if (hook) {
             hook();
         }
-        // A copy: who asks for the status meanwhile looks at the cameras.
+        // A copy, because other threads read the cameras for their status.
         BenchDescription description = job->description;
         std::string error;
         const bool whole = readRecordings(description, job->name, error, &job->progress);

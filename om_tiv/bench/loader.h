@@ -1,5 +1,5 @@
 /// @file
-/// Reads recordings beside everything else and puts their cameras on the bench then.
+/// Reads recordings in the background and then adds their cameras to the bench.
 #pragma once
 
 #include "bench/bench_file.h"
@@ -17,44 +17,44 @@
 
 namespace om::bench {
 
-/// A queue of descriptions, whose recordings are read one after the other on a thread of its own.
-/// Any thread.
+/// A queue of descriptions, whose recordings are read one after another on a separate thread. Any
+/// thread.
 class Loader
 {
 public:
-    /// Gets the description with its recordings, or an error as of readRecordings(), on the
-    /// loader's thread. Not called for what was cancelled.
-    /// @return empty, or why the cameras are not on the bench
+    /// Receives the description with its recordings, or an error as in readRecordings(), on the
+    /// loader's thread. Not called for a cancelled description.
+    /// @return empty, or the reason why the cameras are not on the bench
     using Finish =
         std::function<std::string(const BenchDescription& description, const std::string& error)>;
 
     Loader() = default;
-    ~Loader(); ///< as stop()
+    ~Loader(); ///< like stop()
     Loader(const Loader&) = delete;
     Loader& operator=(const Loader&) = delete;
 
-    /// @param name stands for the bench file in errors
-    /// @return false after end(), when nothing is read any more
+    /// @param name name of the bench file in errors
+    /// @return false after end(), after which nothing is read any more
     bool start(BenchDescription description, const std::string& name, Finish finish);
 
     struct Status
     {
         bool reading = false;
-        double part = 0.0; ///< of the bytes that have been read, 0 to 1
-        std::string error; ///< what Finish has returned
+        double part = 0.0; ///< part of the bytes that has been read, 0 to 1
+        std::string error; ///< result of Finish
     };
-    /// Of the camera that was started last under the number; none where there is none. What has
-    /// ended is reported once and then forgotten.
+    /// Status of the camera that was started last with this number; none if there is none. An ended
+    /// one is reported once and then removed.
     std::optional<Status> takeStatus(unsigned int serial);
     bool isReading(unsigned int serial) const;
     std::size_t camerasToCome() const;
-    std::optional<double> part() const; ///< of all that is being read; none where nothing is
+    std::optional<double> part() const; ///< of everything that is being read; none if nothing is
 
-    /// Ends the reading of the camera, which then does not come. False where it is not being read.
+    /// Ends the reading of the camera, which then does not appear. False if it is not being read.
     bool cancel(unsigned int serial);
-    /// Ends and forgets all, and waits for that.
+    /// Ends and removes all jobs, and waits for that.
     void stop();
-    /// The same, for ever: for the end of the process.
+    /// The same permanently, for the end of the process.
     void end();
 
     /// Called on the loader's thread before each description is read; it may block.
@@ -80,9 +80,9 @@ private:
     void run();
     void stopThread(bool forEver);
 
-    mutable std::mutex m_mutex; ///< guards what follows
+    mutable std::mutex m_mutex; ///< guards the following members
     std::condition_variable m_changed;
-    std::vector<JobPtr> m_jobs; ///< oldest first; those that have ended until they are asked for
+    std::vector<JobPtr> m_jobs; ///< oldest first; ended ones stay until their status is read
     std::function<void()> m_hook;
     std::thread m_thread;
     bool m_stopping = false;

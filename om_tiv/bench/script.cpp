@@ -77,7 +77,8 @@ typename Script<Entry>::STEP Script<Entry>::next(Entry& entry)
         const bool made = (*generator)(index, entry);
         lock.lock();
         if (m_generator != generator) {
-            // Replaced meanwhile: the entry still belongs to the call that asked for it.
+            // If the script was replaced in the meantime, the entry still belongs to the call that
+            // requested it.
             return made ? STEP::ENTRY : STEP::NONE;
         }
         if (made) {

@@ -1,5 +1,5 @@
 /// @file
-/// Exact sequences that a camera delivers in place of its physics.
+/// Exact sequences that a camera delivers instead of its physics.
 #pragma once
 
 #include <om_tiv/mcu.h>
@@ -20,7 +20,7 @@ enum class AFTER {
     REPEAT_LAST, ///< the last entry again and again; getSensorsData() and grab() then take up to
                  ///< 5 ms of real time, as when nothing new comes, and a new entry ends that
     CAMERA_GONE, ///< the camera is unplugged
-    PHYSICS,     ///< the camera goes on as without a script
+    PHYSICS,     ///< the camera continues as without a script
 };
 
 struct ScriptStatus
@@ -31,7 +31,7 @@ struct ScriptStatus
                                  ///< with entry n once calls exceeds n.
 };
 
-/// A sequence of entries, each delivered to one call. All operations may run on any thread.
+/// A sequence of entries, each for one call. All operations may run on any thread.
 template <typename Entry>
 class Script
 {
@@ -43,13 +43,13 @@ public:
         GONE,     ///< the camera is to be unplugged
     };
 
-    /// Makes entry number index (from 0), false after the last one. Called on the thread of the
+    /// Generates entry number index (from 0); false after the last one. Called on the thread of the
     /// answered call, without a lock: it may block.
     using Generator = std::function<bool(std::uint64_t index, Entry& entry)>;
 
     void set(std::vector<Entry> entries, AFTER after);
     void set(Generator generator, AFTER after);
-    /// Adds entries behind those of set(); without an active script as set() with REPEAT_LAST.
+    /// Appends entries to those of set(); without an active script like set() with REPEAT_LAST.
     void append(std::vector<Entry> entries);
     void clear();
     ScriptStatus status() const;
@@ -66,15 +66,15 @@ private:
     std::atomic<std::uint64_t> m_version{0};
     AFTER m_after = AFTER::REPEAT_LAST;
     std::vector<Entry> m_entries;
-    std::shared_ptr<const Generator> m_generator; ///< in place of m_entries
+    std::shared_ptr<const Generator> m_generator; ///< used instead of m_entries
     Entry m_last{};                               ///< of the generator
     bool m_hasLast = false;
     std::uint64_t m_delivered = 0;
     std::uint64_t m_calls = 0;
 };
 
-/// One answer of getSensorsData(). The record is left untouched where the result is a failure,
-/// unless it is to be filled all the same.
+/// One answer of getSensorsData(). After a failure the record is not changed, unless it is to be
+/// filled anyway.
 struct SensorsEntry
 {
     SensorsData data;

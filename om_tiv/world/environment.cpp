@@ -42,7 +42,7 @@ Vector Environment::disturbanceAt(Nanoseconds time) const
     if (strength == 0.0) {
         return {};
     }
-    // The time is reduced to one swing as an integer: as a double it is too coarse for the sine.
+    // The time is reduced to one period as an integer: as a double it is too coarse for the sine.
     constexpr Nanoseconds swing = 1'430 * NS_PER_MS;
     const double phase = 2.0 * PI * static_cast<double>(time % swing) / static_cast<double>(swing);
     return (strength * std::sin(phase)) * Vector{0.48, -0.8, -0.36};

@@ -1,5 +1,5 @@
 /// @file
-/// What surrounds a camera: the field with its disturbance, and the air.
+/// The surroundings of a camera: the field with its disturbance, and the air.
 #pragma once
 
 #include "base/clock.h"
@@ -11,19 +11,19 @@
 
 namespace om::bench {
 
-/// The air around a camera. A camera follows a change of it with a time constant of 20 s, as before
-/// a fan. Any thread.
+/// The air around a camera. A camera follows a change of it with a time constant of 20 s, as in
+/// front of a fan. Any thread.
 class Air
 {
 public:
-    /// Of start temperatures, degrees Celsius.
+    /// For the start temperatures, degrees Celsius.
     static constexpr double NOMINAL = 20.0;
     static constexpr double TIME_CONSTANT = 20.0; ///< s
 
     double temperature() const; ///< degrees Celsius
     void setTemperature(double celsius, Nanoseconds time);
-    /// By how much the camera is warmer than in air of NOMINAL. Before the last change: what held
-    /// at it.
+    /// Difference of the camera's temperature to that in air of NOMINAL. For times before the last
+    /// change: the value at that change.
     double excessAt(Nanoseconds time) const;
 
 private:
@@ -35,7 +35,7 @@ private:
     Nanoseconds m_changed = 0;
 };
 
-/// What surrounds a camera, now.
+/// The current surroundings of a camera.
 struct Environment
 {
     std::function<Field()> field;
@@ -45,7 +45,7 @@ struct Environment
 
     /// Field and disturbance, uT, world frame.
     Vector fieldAt(Nanoseconds time) const;
-    Vector disturbanceAt(Nanoseconds time) const; ///< alone
+    Vector disturbanceAt(Nanoseconds time) const; ///< only the disturbance
 };
 
 } // namespace om::bench

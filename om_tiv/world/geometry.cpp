@@ -55,7 +55,7 @@ Vector rotate(const Quaternion& q, const Vector& v)
 Quaternion fromRotationVector(const Vector& v)
 {
     const double angle = length(v);
-    // sin(a / 2) / a, by its series where the division loses its digits.
+    // sin(a / 2) / a, by its series where the division loses precision.
     const double factor = angle < 1e-6 ? 0.5 - angle * angle / 48.0 : std::sin(0.5 * angle) / angle;
     return {std::cos(0.5 * angle), factor * v.x, factor * v.y, factor * v.z};
 }

@@ -3,7 +3,7 @@
 ///
 /// World frame: right-handed, x points east, y up, z south, so that -z is geographic north. Body
 /// frame: x right, y up, z backward, so that a camera with the identity as its pose lies level and
-/// looks north. A pose q takes body coordinates to world coordinates.
+/// looks north. A pose q converts body coordinates to world coordinates.
 ///
 /// Sensor axes of the microcontroller: axis 1 is down (body -y), axis 2 left (body -x), axis 3
 /// forward (body -z).
@@ -58,8 +58,8 @@ Vector rotate(const Quaternion& q, const Vector& v);
 Quaternion fromRotationVector(const Vector& v); ///< axis times angle in radians
 Vector toRotationVector(const Quaternion& q);   ///< angle in [0, pi]
 
-/// A pose of a camera that looks in the heading (radians clockwise from geographic north), then
-/// nose up by pitch, then right side down by roll.
+/// The pose of a camera that faces the heading (radians clockwise from geographic north), then
+/// rotated nose up by pitch, then right side down by roll.
 Quaternion fromHeading(double heading, double pitch = 0.0, double roll = 0.0);
 
 /// Body or world vector to sensor axes 1 to 3, and back.

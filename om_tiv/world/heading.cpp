@@ -11,7 +11,7 @@ namespace {
 
 constexpr double historySeconds = 30.0;
 constexpr double recentSeconds = 2.0;
-constexpr int readingsOfAnEnd = 5; ///< fewer may be a passing swing
+constexpr int readingsOfAnEnd = 5; ///< fewer may be a short swing
 constexpr double goodFigure = 0.025;
 constexpr double acceptableFigure = 0.06;
 constexpr double unprovenFigure = 0.05;
@@ -19,11 +19,11 @@ constexpr double worstFigure = 0.10;
 // The earth's field lies between 22 and 67 uT (World Magnetic Model).
 constexpr double weakestField = 20.0;
 constexpr double strongestField = 70.0;
-// Scales whose radius lies outside are gains without a radius.
+// Scales with a radius outside this range are gains without a radius.
 constexpr double smallestRadius = 10.0;
 constexpr double largestRadius = 100.0;
 
-/// The unit vector, or all zero where there is no direction.
+/// The unit vector, or all zero if there is no direction.
 Vector direction(const Vector& v)
 {
     const double size = length(v);
@@ -46,7 +46,7 @@ std::size_t axisEnd(const Vector& v)
     return 2 * static_cast<std::size_t>(largest - parts.begin()) + (*largest < 0.0 ? 1 : 0);
 }
 
-/// Mean and standard deviation of what is added.
+/// Mean and standard deviation of the added values.
 class Statistics
 {
 public:
@@ -79,7 +79,7 @@ double tiltCompensatedHeading(const Vector& field, const Vector& specificForce)
 {
     const Vector down = -1.0 * direction(specificForce);
     const Vector across = cross(down, direction(field));
-    // Below a millionth the field stands upright, and east would be rounding noise.
+    // Below a millionth the field is vertical, and east would be rounding noise.
     if (!(length(across) > 1e-6)) {
         return 0.0;
     }
@@ -89,7 +89,7 @@ double tiltCompensatedHeading(const Vector& field, const Vector& specificForce)
     if (heading < 0.0) {
         heading += 2.0 * PI;
     }
-    // -0 means north, and so does what a float rounds up to a full turn.
+    // -0 means north, and so does a value that rounds up to a full turn as a float.
     return heading > 0.0 && static_cast<float>(heading) < static_cast<float>(2.0 * PI) ? heading
                                                                                        : 0.0;
 }

@@ -15,7 +15,7 @@ struct MagCalibration
 
     /// All scales 1, all offsets 0 or -0.
     bool isNeutral() const;
-    /// All values finite and all scales positive: what follows from such a record is a heading.
+    /// All values finite and all scales positive, so that a heading can be computed.
     bool isUsable() const;
 };
 

@@ -11,7 +11,7 @@ namespace {
 constexpr Nanoseconds HISTORY = 30 * NS_PER_S;
 constexpr std::size_t MOST_SEGMENTS = 20000;
 
-/// Least time of a transition, and the rate at which longer ones turn.
+/// Minimum time of a transition, and the rate of longer ones.
 constexpr double SHORTEST_GLIDE = 0.4;                           // s
 constexpr double GLIDE_RATE = 200.0 * PI / 180.0;                // rad/s
 constexpr double DIFFERENCE_STEP = 0.00025;                      // s
@@ -48,7 +48,7 @@ Quaternion turnAbout(const Vector& axis, double turns)
 }
 
 /// Through all orientations: constant rates about the world's y axis, about x and about the body's
-/// z axis. With these periods the directions of gravity and of a field of any inclination come
+/// z axis. With these periods the directions of gravity and of a field of any inclination pass
 /// within 20 degrees of every direction of the body in 60 s.
 Quaternion tumble(double t)
 {
@@ -62,7 +62,7 @@ struct Swing
     double frequency; // Hz
 };
 
-/// What an unsteady hand does: per axis two swings, in radians and in metres.
+/// The motion of an unsteady hand: two swings per axis, in radians and in metres.
 constexpr std::array<std::array<Swing, 2>, 3> HAND_TURNS = {{{{{0.060, 0.31}, {0.014, 1.27}}},
                                                              {{{0.080, 0.23}, {0.011, 1.61}}},
                                                              {{{0.045, 0.37}, {0.013, 1.43}}}}};
@@ -95,7 +95,8 @@ struct Vertical
     double acceleration;
 };
 
-/// Held for half a second, half a second of free fall, caught within a quarter, lifted again.
+/// Held for half a second, half a second of free fall, caught within a quarter of a second, lifted
+/// again.
 Vertical fall(double t)
 {
     constexpr double held = 0.5;
@@ -163,10 +164,10 @@ void MotionTimeline::setPose(const Quaternion& pose, Nanoseconds time, Nanosecon
     append(segment);
 }
 
-/// Works out the turn from the former motion. A negative glide stands for one that suits the turn.
+/// Computes the turn from the previous motion. A negative glide means one that depends on the turn.
 void MotionTimeline::append(Segment segment)
 {
-    // Two threads may have taken their times in the other order.
+    // Two threads may have read their times in the other order.
     segment.start = std::max(segment.start, m_segments.back().start);
     const Segment& former = m_segments.back();
     const double end = seconds(former.start, segment.start);
@@ -176,7 +177,7 @@ void MotionTimeline::append(Segment segment)
     }
     segment.height = stateIn(former, end).height;
 
-    // A segment is of use as long as it holds for some moment within the history.
+    // A segment is needed as long as it is valid for a time within the history.
     while (m_segments.size() > MOST_SEGMENTS ||
            (m_segments.size() > 1 && m_segments[1].start + HISTORY < segment.start)) {
         m_segments.pop_front();
@@ -206,7 +207,7 @@ BodyState MotionTimeline::at(Nanoseconds time) const
         state.movingState = 2;
         return state;
     }
-    // A swing that turns back is not at rest at that moment.
+    // A swing at its turning point is not at rest.
     bool moving = moves(state);
     for (std::size_t i = 0; !moving && i < STILL_SINCE.size(); ++i) {
         const auto back = static_cast<Nanoseconds>(STILL_SINCE[i] * 1e9);
@@ -259,11 +260,11 @@ BodyState MotionTimeline::stateIn(const Segment& segment, double t)
 {
     BodyState state;
     state.pose = poseIn(segment, t);
-    // Both poses are taken from the same motion, so that a jump from one to the next has no rate.
+    // Both poses belong to the same motion, so that a jump between motions has no rate.
     const Quaternion before = poseIn(segment, t - DIFFERENCE_STEP);
     const Quaternion after = poseIn(segment, t + DIFFERENCE_STEP);
-    // A body at rest doesn't turn at all; where processors fuse a product with a sum, as on ARM,
-    // the quaternions' product would leave a last digit.
+    // A body at rest doesn't turn at all. On processors that fuse a product with a sum, as ARM, the
+    // quaternions' product would have an error in the last digit.
     if (!isSame(before, after)) {
         state.angularVelocity =
             (0.5 / DIFFERENCE_STEP) * toRotationVector(conjugate(before) * after);

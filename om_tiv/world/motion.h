@@ -16,23 +16,23 @@ struct BodyState
 {
     Quaternion pose;        ///< body to world
     Vector angularVelocity; ///< rad/s, body frame
-    Vector specificForce;   ///< m/s^2, body frame: what an accelerometer without errors reads
-    double height = 0.0;    ///< m above the place where the body was put
+    Vector specificForce;   ///< m/s^2, body frame: reading of an accelerometer without errors
+    double height = 0.0;    ///< m above the initial place of the body
     int movingState = 0;    ///< 0 static, 1 moving, 2 falling
 };
 
-/// The motions of a body one after the other. A query for a past moment (up to 30 s back) gives
-/// what held then. Any thread.
+/// The consecutive motions of a body. A query for a past time (up to 30 s ago) returns the motion
+/// of that time. Any thread.
 class MotionTimeline
 {
 public:
     MotionTimeline(MOTION motion, const Quaternion& pose, Nanoseconds start);
 
-    /// Goes over into the motion from the given time on; the transition takes the longer, the
-    /// larger the turn to it. Times must not run backward from call to call.
+    /// Starts a transition to the motion at the given time; its duration depends on the turn. Times
+    /// must not run backward from call to call.
     void setMotion(MOTION motion, Nanoseconds time);
-    /// Turns to the pose within the glide and holds it (MOTION::POSED), or turns on from it at the
-    /// spin, rad/s in the body frame.
+    /// Turns to the pose within the glide and holds it (MOTION::POSED), or continues to turn from
+    /// it with the spin, rad/s in the body frame.
     void setPose(const Quaternion& pose, Nanoseconds time, Nanoseconds glide,
                  const Vector& spin = {});
 
@@ -41,18 +41,18 @@ public:
     BodyState at(Nanoseconds time) const;
 
 private:
-    /// One motion. The pose at s seconds from its start is that of the motion, preceded by what is
-    /// left of the turn from the former one.
+    /// One motion. The pose at s seconds after its start is that of the motion, after the rest of
+    /// the turn from the previous one.
     struct Segment
     {
         Nanoseconds start = 0;
         MOTION motion = MOTION::AT_REST;
-        Quaternion base;     ///< pose that the motion is about
-        Vector spin;         ///< rad/s, body frame, of a pose that turns on
+        Quaternion base;     ///< pose about which the camera moves
+        Vector spin;         ///< rad/s, body frame, of a pose that continues to turn
         Vector turn;         ///< rotation vector from the motion's pose at its start to the former
                              ///< motion's last one
         double glide = 0.0;  ///< s, time in which the turn goes to 0
-        double height = 0.0; ///< m, that the former motion left
+        double height = 0.0; ///< m, left by the previous motion
     };
 
     const Segment& segmentAt(Nanoseconds time) const;
