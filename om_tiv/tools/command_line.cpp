@@ -108,8 +108,8 @@ public:
                      "Exit status: 0 done, 1 refused, 2 wrong usage, 3 no running bench.");
 
         command("list", "Cameras with state, motion, samples and faults");
-        addAdd(*command("add", "Put a camera on the bench, plugged in"));
-        takeSerial(*command("remove", "Take a camera off the bench"));
+        addAdd(*command("add", "Add a camera to the bench, plugged in"));
+        takeSerial(*command("remove", "Remove a camera from the bench"));
         takeSerial(*command("plug", "Plug a camera in"));
         takeSerial(*command("unplug", "Unplug a camera"));
         addMotion(*command("motion", "Set how a camera moves"));
@@ -164,10 +164,10 @@ private:
             ->transform(wholeNumber(0, 65535));
         sub.add_option("--motion", m_motion, "Motion at the start")->capture_default_str();
         CLI::Option* const replay =
-            sub.add_option("--replay", m_replay, "CSV recording to play in place of the physics")
+            sub.add_option("--replay", m_replay, "CSV recording to play instead of the physics")
                 ->check(someText());
         sub.add_flag("--once", m_once,
-                     "End the recording at its last row in place of beginning anew")
+                     "End the recording at its last row instead of starting again")
             ->needs(replay);
         sub.add_flag("--unplugged", m_unplugged, "Not plugged in");
         sub.callback([this] {
@@ -211,7 +211,8 @@ private:
         sub.add_option("--glide", m_glide, "Seconds that the turn takes")
             ->capture_default_str()
             ->check(number());
-        sub.add_option("--spin", m_spin, "Rates about the body's axes at which it turns on")
+        sub.add_option("--spin", m_spin,
+                       "Rates about the body's axes with which it continues to turn")
             ->expected(3)
             ->type_name("X Y Z")
             ->check(number());
@@ -270,7 +271,7 @@ private:
     void addFirmware(CLI::App& sub)
     {
         takeSerial(sub);
-        sub.add_option("VERSION", m_firmware, "Seen when the program next opens the camera")
+        sub.add_option("VERSION", m_firmware, "Effective when the program next opens the camera")
             ->transform(wholeNumber(0, 65535));
         sub.callback([this] {
             m_order.request["serialNumber"] = m_serial;
@@ -315,7 +316,7 @@ private:
             return done;
         };
         action("show", "Scales and offsets of the sensor axes");
-        action("dump", "Write the image as it is kept")
+        action("dump", "Write the stored image to a file")
             ->add_option("FILE", m_order.dumpFile, "Target file")
             ->required()
             ->check(someText());
@@ -326,7 +327,7 @@ private:
     {
         sub.add_option("SERIAL", m_watch.serial, "Serial number; by default all plugged cameras")
             ->transform(serialNumber());
-        sub.add_option("--count", m_watch.count, "Number of times, 0 for ever")
+        sub.add_option("--count", m_watch.count, "Number of times, 0 for endless")
             ->capture_default_str()
             ->transform(wholeNumber(0, 1000000000));
         sub.add_option("--interval", m_watch.interval, "Seconds between two")

@@ -177,7 +177,7 @@ void BenchWindow::showSearching(const QString& reason, const QStringList& choice
     }
     if (!choices.isEmpty()) {
         m_waitingTitle->setText(tr("Several programs are running"));
-        m_waitingText->setText(tr("Which one's cameras do you want to hold?"));
+        m_waitingText->setText(tr("Which one do you want to control?"));
         for (const QString& path : choices) {
             auto* const button = new QPushButton(programName(path));
             button->setToolTip(path);

@@ -61,24 +61,23 @@ const std::vector<Fault>& faultTable()
     static const std::vector<Fault> table = {
         {"openResult", "Open refused", "The camera refuses to open with this code", KIND::NUMBER, 1,
          1, 255, ""},
-        {"openRefusals", "Times", "How many times it refuses", KIND::SETTING, -1, -1, most, ""},
-        {"openDelay", "Slow to open", "Opening takes so much longer", KIND::NUMBER, 3000, 1, 600000,
-         " ms"},
+        {"openRefusals", "Times", "Number of refusals", KIND::SETTING, -1, -1, most, ""},
+        {"openDelay", "Slow to open", "Delay of opening", KIND::NUMBER, 3000, 1, 600000, " ms"},
         {"littleGpuMemory", "Too little GPU memory", "GPU allocations fail while it is open",
          KIND::SWITCH, 0, 0, 1, ""},
-        {"grabFailures", "Failing grabs", "The next so many grabs fail", KIND::NUMBER, 100, 1, most,
+        {"grabFailures", "Failing grabs", "Number of next grabs that fail", KIND::NUMBER, 100, 1,
+         most, ""},
+        {"grabFailureResult", "Code", "Result code of these failures", KIND::SETTING, 1, 1, 255,
          ""},
-        {"grabFailureResult", "Code", "The code with which they fail", KIND::SETTING, 1, 1, 255,
-         ""},
-        {"frozenTimestamps", "Timestamps stand still", "The sensors' timestamps stand",
+        {"frozenTimestamps", "Timestamps stand still", "The sensors' timestamps do not change",
          KIND::SWITCH, 0, 0, 1, ""},
-        {"repeatedTimestamps", "Timestamps repeat", "Two samples each have the same timestamp",
+        {"repeatedTimestamps", "Timestamps repeat", "Each pair of samples has the same timestamp",
          KIND::SWITCH, 0, 0, 1, ""},
         {"barometerAbsent", "No barometer", "", KIND::SWITCH, 0, 0, 1, ""},
         {"magnetometerAbsent", "No magnetometer", "", KIND::SWITCH, 0, 0, 1, ""},
         {"imuTemperatureAbsent", "No IMU temperature", "", KIND::SWITCH, 0, 0, 1, ""},
-        {"boardTemperaturesAbsent", "No board temperatures",
-         "No temperature on the left and on the right", KIND::SWITCH, 0, 0, 1, ""},
+        {"boardTemperaturesAbsent", "No board temperatures", "No left and right temperature",
+         KIND::SWITCH, 0, 0, 1, ""},
         {"magnetometerSaturated", "Magnetometer saturated", "Its reading is out of range",
          KIND::SWITCH, 0, 0, 1, ""},
         {"mcuSilent", "Silent", "The microcontroller sends no valid records", KIND::SWITCH, 0, 0, 1,
@@ -88,8 +87,8 @@ const std::vector<Fault>& faultTable()
         {"eepromWriteRefused", "EEPROM write refused", "A calibration can't be stored",
          KIND::SWITCH, 0, 0, 1, ""},
         {"eepromReadbackDiffers", "EEPROM reads differ",
-         "The next so many reads after a write differ from what was written", KIND::NUMBER, 1, 1,
-         most, ""}};
+         "Number of next reads after a write that return other data", KIND::NUMBER, 1, 1, most,
+         ""}};
     return table;
 }
 
@@ -193,10 +192,10 @@ void Panel::addCameraControls()
     layout->setContentsMargins(0, 2, 0, 2);
     auto* const stop = new QPushButton(tr("Stop"));
     stop->setObjectName(QStringLiteral("stop"));
-    stop->setToolTip(tr("Holds the camera where it is"));
+    stop->setToolTip(tr("Stops the camera in its pose"));
     auto* const level = new QPushButton(tr("Level, to the north"));
     level->setObjectName(QStringLiteral("level"));
-    level->setToolTip(tr("Turns the camera back to where it looks north"));
+    level->setToolTip(tr("Turns the camera level, facing north"));
     layout->addWidget(stop, 1);
     layout->addWidget(level, 1);
     m_rows->addWidget(buttons);
@@ -217,7 +216,7 @@ void Panel::addSurroundings()
     });
     m_disturbance = addSlider(tr("Magnetic disturbance"), {0.0, 200.0, 1.0, 0, tr("µT")});
     m_disturbance->setObjectName(QStringLiteral("magneticDisturbance"));
-    m_disturbance->setToolTip(tr("A field that swings to and fro, as that of a motor nearby"));
+    m_disturbance->setToolTip(tr("An oscillating field, as of a motor nearby"));
     connect(m_disturbance, &SliderRow::moved, this, [this](double value) {
         m_disturbance->awaitTicket(
             sendForCamera({{"command", "fault"}, {"faults", {{"magneticDisturbance", value}}}},
@@ -238,7 +237,7 @@ void Panel::addField()
     m_declination->setObjectName(QStringLiteral("declination"));
     m_strength->setToolTip(tr("The field is the same for all cameras"));
     m_inclination->setToolTip(tr("Below the horizon"));
-    m_declination->setToolTip(tr("By which magnetic north lies east of north"));
+    m_declination->setToolTip(tr("Magnetic north east of geographic north"));
     connect(m_strength, &SliderRow::moved, this, [this](double value) {
         m_field.strength = value;
         sendField();
@@ -285,7 +284,8 @@ void Panel::addFaults()
             m_firmware->setObjectName(QStringLiteral("oldFirmware"));
             QWidget* const line = addLine(tr("Old firmware"), m_firmware);
             line->layout()->setContentsMargins(0, 0, 0, 0);
-            line->setToolTip(tr("Version %1; seen when the camera is opened").arg(OLD_FIRMWARE));
+            line->setToolTip(
+                tr("Version %1; effective when the camera is opened").arg(OLD_FIRMWARE));
             m_ofCamera.push_back(line);
             connect(m_firmware, &QAbstractButton::clicked, this, [this](bool old) {
                 m_awaitedSwitches = sendForCamera(
