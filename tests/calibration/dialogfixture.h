@@ -39,7 +39,7 @@ public:
     }
 
     /// The thread has begun its loop; a dialog that is left before would not join it.
-    void waitForThread() { QTRY_VERIFY_WITH_TIMEOUT(running(), 10000); }
+    void waitForThread() { QTRY_VERIFY(running()); }
 
     bool running() const { return probe->running(); }
     void setCalibrating(bool on) { probe->setCalibrating(on); }
@@ -61,7 +61,7 @@ public:
         settle(); // nothing of before is left
         const std::uint64_t total = bench.readerScript(serial).delivered + records.size();
         bench.camera(serial)->readerScript().append(std::move(records));
-        QTRY_VERIFY_WITH_TIMEOUT(bench.readerScript(serial).delivered == total, 20000);
+        QTRY_VERIFY(bench.readerScript(serial).delivered == total);
         settle();
     }
 
@@ -69,7 +69,17 @@ public:
     void settle()
     {
         const std::uint64_t calls = bench.readerScript(serial).calls;
-        QTRY_VERIFY_WITH_TIMEOUT(bench.readerScript(serial).calls > calls + 1, 20000);
+        QTRY_VERIFY(bench.readerScript(serial).calls > calls + 1);
+    }
+
+    /// Waits for more reads than a thread without a link outlives, unless it ends before.
+    void readOn()
+    {
+        constexpr auto read = om::bench::CALL::MCU_GET_READER_DATA; // of a stopped link too
+        bench.log().setHighRate(true);
+        const std::uint64_t calls = bench.log().count(read);
+        QTRY_VERIFY(bench.log().count(read) > calls + 150 || !running());
+        bench.log().setHighRate(false);
     }
 
     om::bench::Bench& bench;

@@ -8,6 +8,7 @@
 /// Run below tests/support/run-test --display.
 
 #include "calibration/dialogfixture.h"
+#include "support/waiting.h"
 
 #include "world/sensor_source.h"
 
@@ -37,12 +38,12 @@ void pass(std::chrono::milliseconds time)
         bench.clock().advance(step);
         if (source->newest(STREAM::MAGNETOMETER, bench.clock().now()) == before)
             continue;
-        while (bench.log().count(CALL::MCU_CALC_MAG_HEADING) == 0)
-            std::this_thread::yield();
+        if (!waiting::waitFor([&] { return bench.log().count(CALL::MCU_CALC_MAG_HEADING) > 0; }))
+            qFatal("no reading comes");
         // The next read means that this reading has been dealt with.
         const std::uint64_t reads = bench.log().count(CALL::MCU_GET_READER_DATA);
-        while (bench.log().count(CALL::MCU_GET_READER_DATA) == reads)
-            std::this_thread::yield();
+        if (!waiting::waitFor([&] { return bench.log().count(CALL::MCU_GET_READER_DATA) > reads; }))
+            qFatal("no reading comes");
         QCoreApplication::processEvents();
     }
     QTest::qWait(350); // for the labels

@@ -393,7 +393,8 @@ void TestCalibJourneys::take(Do what, DialogFixture& f)
         change([](Faults& faults) { faults = Faults(); });
         break;
     case Do::WaitALittle:
-        QTest::qWait(400);
+        f.readOn();
+        QVERIFY(f.running());
         break;
     }
 }

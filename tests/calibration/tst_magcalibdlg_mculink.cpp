@@ -422,7 +422,7 @@ void TestMcuLink::failedStoreLeavesCaptureStoppedAndThePendingCalibration()
     QCOMPARE(f.probe->calibrationPending, pending);
     QVERIFY(!f.probe->mcu->captureRunning);
     // The thread sees nothing new for as long as the user takes, and goes on.
-    QTest::qWait(400);
+    f.readOn();
     QVERIFY(f.running());
     QCOMPARE(f.boxes.seen.size(), 0);
     // The next store works, and leaves capture as it found it.

@@ -1,11 +1,12 @@
 #include "calibration/dialogfixture.h"
+#include "support/sidethread.h"
+#include "support/waiting.h"
 
 #include "calibration/mag_calib.h"
 
 #include <QtTest>
 
 #include <cstring>
-#include <future>
 
 using benchcamera::pose;
 using benchcamera::reading;
@@ -83,7 +84,6 @@ private slots:
     void degenerateSamplesGoThrough();
     void periodicFitRunsAtItsCounts();
     void withoutCalibratingTheTimerFitsNothing();
-    void timerHoldsTheLockWhileCalibrating();
     void fitOfTheStopTakesNoLock();
 };
 
@@ -636,51 +636,25 @@ void TestSampling::withoutCalibratingTheTimerFitsNothing()
     QCOMPARE(static_cast<int>(f.probe->curveRawXY()->dataSize()), 0);
 }
 
-void TestSampling::timerHoldsTheLockWhileCalibrating()
-{
-    DialogFixture f;
-    f.probe->updateTimer.stop();
-    fillRaw(*f.probe, 10);
-    for (const bool calibrating : {false, true}) {
-        std::promise<void> locked;
-        std::promise<void> release;
-        std::atomic<bool> released{false};
-        std::thread holder([&] {
-            const std::lock_guard<std::mutex> lock(f.probe->grabMutex);
-            locked.set_value();
-            release.get_future().wait_for(std::chrono::milliseconds(300));
-            released = true;
-        });
-        locked.get_future().wait();
-        f.setCalibrating(calibrating);
-        f.probe->onUpdateTimer();
-        f.setCalibrating(false);
-        QCOMPARE(released.load(), calibrating);
-        release.set_value();
-        holder.join();
-    }
-}
-
 void TestSampling::fitOfTheStopTakesNoLock()
 {
     DialogFixture f;
     f.probe->updateTimer.stop();
     fillRaw(*f.probe, 10);
-    std::promise<void> locked;
-    std::promise<void> release;
-    std::thread holder([&] {
+    QSemaphore locked;
+    QSemaphore ended;
+    bool endedMeanwhile = false;
+    SideThread holder([&] {
         const std::lock_guard<std::mutex> lock(f.probe->grabMutex);
-        locked.set_value();
-        release.get_future().wait_for(std::chrono::seconds(20));
+        locked.release();
+        endedMeanwhile = waiting::acquire(ended);
     });
-    locked.get_future().wait();
-    QElapsedTimer timer;
-    timer.start();
+    QVERIFY(waiting::acquire(locked));
     f.probe->calibrateData();
     f.probe->clearPlots();
-    QVERIFY(timer.elapsed() < 15000);
-    release.set_value();
+    ended.release();
     holder.join();
+    QVERIFY(endedMeanwhile);
 }
 
 QTEST_MAIN(TestSampling)

@@ -2,6 +2,8 @@
 /// Steps a thread under test from one point of its loop to the next.
 #pragma once
 
+#include "support/patience.h"
+
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -69,7 +71,7 @@ private:
 
     bool arrived(std::unique_lock<std::mutex>& lock)
     {
-        return m_changed.wait_for(lock, std::chrono::seconds(20),
+        return m_changed.wait_for(lock, waiting::patience,
                                   [this] { return m_arrivals > m_permits; });
     }
 

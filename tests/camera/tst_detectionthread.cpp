@@ -2,11 +2,12 @@
 #include "camera/DetectionThread.h"
 #include "gate.h"
 #include "support/qtcalls.h"
+#include "support/sidethread.h"
+#include "support/waiting.h"
 
 #include <QtTest>
 
 #include <atomic>
-#include <thread>
 #include <type_traits>
 #include <vector>
 
@@ -80,7 +81,7 @@ void TestDetectionThread::passTakesTheLibrarysList()
 {
     DetectionThread detection;
     detection.start(QThread::InheritPriority);
-    QVERIFY(detection.wait(20000));
+    QVERIFY(detection.wait(waiting::patienceMs));
 
     QCOMPARE(detection.devices.size(), std::size_t(2));
     QCOMPARE(detection.devices[0].serialNumber, 20000001U);
@@ -99,7 +100,7 @@ void TestDetectionThread::listKeepsWhatTheViewerWouldFilter()
     addCamera(20000003, om::MODEL::TIV);
     DetectionThread detection;
     detection.start(QThread::InheritPriority);
-    QVERIFY(detection.wait(20000));
+    QVERIFY(detection.wait(waiting::patienceMs));
     QCOMPARE(detection.devices.size(), std::size_t(1));
     QVERIFY(detection.devices[0].cameraModel == om::MODEL::TIV);
 }
@@ -108,11 +109,11 @@ void TestDetectionThread::threadEndsAfterOneList()
 {
     DetectionThread detection;
     detection.start(QThread::InheritPriority);
-    QVERIFY(detection.wait(20000));
+    QVERIFY(detection.wait(waiting::patienceMs));
     QVERIFY(detection.isFinished());
     QCOMPARE(bench().log().count(CALL::GET_DEVICE_LIST), std::uint64_t(1));
     detection.start(QThread::InheritPriority);
-    QVERIFY(detection.wait(20000));
+    QVERIFY(detection.wait(waiting::patienceMs));
     QCOMPARE(bench().log().count(CALL::GET_DEVICE_LIST), std::uint64_t(2));
 }
 
@@ -134,7 +135,7 @@ void TestDetectionThread::listIsTakenOnItsOwnThread()
 {
     DetectionThread detection;
     detection.start(QThread::InheritPriority);
-    QVERIFY(detection.wait(20000));
+    QVERIFY(detection.wait(waiting::patienceMs));
     QVERIFY(bench().log().last(CALL::GET_DEVICE_LIST)->thread != std::this_thread::get_id());
 }
 
@@ -148,7 +149,7 @@ void TestDetectionThread::mutexIsHeldWhileTheListIsTaken()
     const bool locked = !detection.mutex.tryLock();
     QVERIFY(detection.devices.empty());
     gate.open();
-    QVERIFY(detection.wait(20000));
+    QVERIFY(detection.wait(waiting::patienceMs));
     QVERIFY(locked);
     QCOMPARE(detection.devices.size(), std::size_t(2));
     QVERIFY(detection.mutex.tryLock());
@@ -164,14 +165,14 @@ void TestDetectionThread::passGivesUpWhenTheMutexIsHeld()
     std::atomic<qint64> longestWait{-1};
     const qtcalls::Hook hook([&](const qtcalls::Call& call) {
         if (call.call == qtcalls::CALL::TRY_LOCK && QThread::currentThread() == &detection) {
-            longestWait = call.limitMs;
+            longestWait = call.limit;
         }
     });
 
     detection.mutex.lock();
     detection.start(QThread::InheritPriority);
     // The thread comes to its end although the lock stays.
-    QVERIFY(detection.wait(20000));
+    QVERIFY(detection.wait(waiting::patienceMs));
     QCOMPARE(longestWait.load(), qint64(0));
     QCOMPARE(bench().log().count(CALL::GET_DEVICE_LIST), std::uint64_t(0));
     QCOMPARE(detection.devices.size(), std::size_t(2));
@@ -179,7 +180,7 @@ void TestDetectionThread::passGivesUpWhenTheMutexIsHeld()
     detection.mutex.unlock();
 
     detection.start(QThread::InheritPriority);
-    QVERIFY(detection.wait(20000));
+    QVERIFY(detection.wait(waiting::patienceMs));
     QCOMPARE(detection.devices.size(), std::size_t(3));
 }
 
@@ -192,7 +193,7 @@ void TestDetectionThread::startDuringAPassHasNoEffect()
     QVERIFY(gate.waitForArrival());
     detection.start(QThread::InheritPriority);
     gate.open();
-    QVERIFY(detection.wait(20000));
+    QVERIFY(detection.wait(waiting::patienceMs));
     QCOMPARE(bench().log().count(CALL::GET_DEVICE_LIST), std::uint64_t(1));
 }
 
@@ -208,7 +209,7 @@ void TestDetectionThread::openWaitsForAPass()
     om::Camera camera;
     om::ERROR_CODE result = om::ERROR_CODE::FAILURE;
     bool free = true;
-    std::thread opener([&] {
+    SideThread opener([&] {
         om::InitParameters parameters;
         parameters.input.setFromSerialNumber(20000001, om::BUS_TYPE::USB);
         free = detection.mutex.tryLock();
@@ -221,7 +222,7 @@ void TestDetectionThread::openWaitsForAPass()
     });
     opener.join();
     QVERIFY(!free);
-    QVERIFY(detection.wait(20000));
+    QVERIFY(detection.wait(waiting::patienceMs));
     QVERIFY(result == om::ERROR_CODE::SUCCESS);
     QCOMPARE(bench().listsDuringOpen(), 0);
 }

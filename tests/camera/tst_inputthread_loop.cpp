@@ -4,6 +4,8 @@
 #include "camerafixture.h"
 #include "gate.h"
 #include "support/qtcalls.h"
+#include "support/sidethread.h"
+#include "support/waiting.h"
 
 #include <QSignalSpy>
 #include <QtTest>
@@ -275,7 +277,7 @@ void TestInputThreadLoop::threadWaitsToBeEnabled()
         if (call.call != qtcalls::CALL::MSLEEP || QThread::currentThread() != &input) {
             return;
         }
-        sleeps << call.limitMs;
+        sleeps << call.limit;
         if (sleeps.size() == 10) {
             grabs = calls(CALL::GRAB);
             input.enableToStart(false);
@@ -327,7 +329,7 @@ void TestInputThreadLoop::stopDuringTheStartEndsTheThread()
         }
     });
     input.startGrabbing();
-    QVERIFY(input.wait(20000));
+    QVERIFY(input.wait(waiting::patienceMs));
     QVERIFY(ran);
     QCOMPARE(calls(CALL::GRAB), std::uint64_t(0));
     QCOMPARE(ProgramStates::getIntAttr(ProgramStates::image2Width),
@@ -701,7 +703,7 @@ void TestInputThreadLoop::busyRetrieveMutexSkipsTheFrame()
     const qtcalls::Hook hook([&](const qtcalls::Call& call) {
         if (call.call == qtcalls::CALL::TRY_LOCK && call.object == &input.retrieveMutex) {
             ++looks;
-            longestWait = call.limitMs;
+            longestWait = call.limit;
         }
     });
 
@@ -902,7 +904,7 @@ void TestInputThreadLoop::onlyAFailedGrabIsFollowedByASleep()
     QVERIFY(stepped.step());
     stepped.nextResult = static_cast<int>(om::ERROR_CODE::CAMERA_GONE);
     stepped.gate.open();
-    QVERIFY(stepped.input->wait());
+    QVERIFY(stepped.input->wait(waiting::patienceMs));
     QCOMPARE(sleeps.lengths(), std::vector<long>({1'000'000}));
 }
 
@@ -928,7 +930,7 @@ void TestInputThreadLoop::otherSignalsAreNeverSent()
     QVERIFY(stepped.step(om::ERROR_CODE::FAILURE));
     stepped.nextResult = static_cast<int>(om::ERROR_CODE::CAMERA_GONE);
     stepped.gate.open();
-    QVERIFY(input.wait());
+    QVERIFY(input.wait(waiting::patienceMs));
     for (const QSignalSpy* spy :
          {&theEnd, &sendInit2D, &sendNewImage, &send3D, &sendPC, &sendDepth}) {
         QVERIFY2(spy->isValid(), spy->signal());
@@ -958,7 +960,7 @@ void TestInputThreadLoop::lossEndsTheLoop()
 
     stepped.nextResult = 4;
     stepped.gate.release();
-    QVERIFY(input.wait(20000));
+    QVERIFY(input.wait(waiting::patienceMs));
 
     QCOMPARE(lost.load(), 1);
     QVERIFY(flagsTaken);
@@ -1001,7 +1003,7 @@ void TestInputThreadLoop::lossAfterUnpluggingEndsTheLoop()
     QVERIFY(input.isRunning());
 
     bench().unplug(SERIAL);
-    QVERIFY(input.wait(20000));
+    QVERIFY(input.wait(waiting::patienceMs));
     QTRY_COMPARE(lost.count(), 1);
     QVERIFY(!input.opened);
     QVERIFY(!input.camera.isOpened());
@@ -1045,8 +1047,10 @@ void TestInputThreadLoop::pauseAfterAFailureKeepsTheFailure()
     bench().log().clear();
     const unsigned int arrivals = stepped.gate.arrivals();
     stepped.gate.release();
-    // Some fifty passes without a grab and without an image.
-    QVERIFY(!stepped.input->wait(50));
+    // Fifty passes without a grab and without an image, each with its pause.
+    const Sleeps sleeps(stepped.input.get());
+    QVERIFY(waiting::waitFor([&] { return sleeps.lengths().size() >= 50; }));
+    QVERIFY(stepped.input->isRunning());
     QCOMPARE(stepped.gate.arrivals(), arrivals);
     QCOMPARE(calls(CALL::GRAB), std::uint64_t(1));
     QVERIFY(retrievals().empty());
@@ -1097,7 +1101,7 @@ void TestInputThreadLoop::stopGrabbingFromAnotherThread()
     SteppedInput stepped;
     QVERIFY(stepped.ready);
     stepped.gate.open();
-    std::thread sensorThread([&stepped] { stepped.input->stopGrabbing(); });
+    SideThread sensorThread([&stepped] { stepped.input->stopGrabbing(); });
     sensorThread.join();
     QVERIFY(stepped.input->isFinished());
 }
@@ -1112,7 +1116,7 @@ void TestInputThreadLoop::stopGrabbingWaitsWithoutALimit()
     bool running = true;
     const qtcalls::Hook hook([&](const qtcalls::Call& call) {
         if (call.call == qtcalls::CALL::WAIT && call.object == &input) {
-            limits << call.limitMs;
+            limits << call.limit;
             running = input.running;
             stepped.gate.open();
         }
@@ -1156,7 +1160,7 @@ void TestInputThreadLoop::destructorFreesEverything()
         }
         if (stage == "lost") {
             bench().unplug(SERIAL);
-            QVERIFY(input.wait(20000));
+            QVERIFY(input.wait(waiting::patienceMs));
         }
         cuCtxSetCurrent(nullptr);
     }
@@ -1197,11 +1201,11 @@ void TestInputThreadLoop::destructorGoesStepByStep()
             return;
         }
         if (call.call == qtcalls::CALL::MSLEEP) {
-            seen << QString("sleep %1, %2").arg(call.limitMs).arg(stopped() ? "stopped" : "not");
+            seen << QString("sleep %1, %2").arg(call.limit).arg(stopped() ? "stopped" : "not");
         } else if (call.call == qtcalls::CALL::WAIT) {
             // The thread stands in a grab until now.
             seen << QString("wait %1, %2")
-                        .arg(call.limitMs)
+                        .arg(call.limit)
                         .arg(input.isRunning() ? "running" : "not");
             stepped.gate.open();
         }
@@ -1262,7 +1266,7 @@ void TestInputThreadLoop::destructorOnAnotherThreadAfterALoss()
     input->startGrabbing();
     QTRY_VERIFY(calls(CALL::GRAB) > 0);
     bench().unplug(SERIAL);
-    std::thread sensorThread([input] {
+    SideThread sensorThread([input] {
         input->stopGrabbing();
         delete input;
     });

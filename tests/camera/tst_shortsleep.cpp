@@ -1,11 +1,12 @@
 #include "camera/shortsleep.h"
+#include "support/sidethread.h"
+#include "support/waiting.h"
 
 #include <QtTest>
 
 #include <atomic>
 #include <csignal>
 #include <pthread.h>
-#include <thread>
 
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
@@ -47,16 +48,16 @@ void TestShortSleep::signalDoesNotCutItShort()
 
     std::atomic<bool> done{false};
     Clock::duration slept{};
-    std::thread sleeper([&] {
+    SideThread sleeper([&] {
         const Clock::time_point start = Clock::now();
         sleepWhole(300ms);
         slept = Clock::now() - start;
         done = true;
     });
-    while (!done) {
-        pthread_kill(sleeper.native_handle(), SIGUSR1);
-        std::this_thread::sleep_for(5ms);
-    }
+    QVERIFY(waiting::waitFor([&] {
+        pthread_kill(sleeper.handle(), SIGUSR1);
+        return done.load();
+    }));
     sleeper.join();
     sigaction(SIGUSR1, &before, nullptr);
 

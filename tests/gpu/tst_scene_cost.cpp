@@ -1,4 +1,5 @@
 #include "gpu/scene_view.h"
+#include "support/sidethread.h"
 
 #include <QApplication>
 #include <QOpenGLFunctions_3_3_Compatibility>
@@ -12,7 +13,6 @@
 #include <map>
 #include <memory>
 #include <set>
-#include <thread>
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define HAS_COUNTER 0 // the sanitizer has its own malloc
@@ -252,7 +252,7 @@ void TestSceneCost::framesMakeNoObjectsOfOpenGL()
 void TestSceneCost::poseAndAccelerationMayComeFromAnotherThread()
 {
     // Like the sensor thread: plain stores during the painting.
-    std::thread sensors([this] {
+    SideThread sensors([this] {
         for (int i = 0; i < 4000; ++i) {
             const float angle = 0.01F * static_cast<float>(i);
             view->accStrength.x = std::cos(angle);

@@ -64,6 +64,13 @@ void QThread::msleep(unsigned long time)
     next(time);
 }
 
+void QThread::usleep(unsigned long time)
+{
+    static const auto next = inQt<void(unsigned long)>("_ZN7QThread6usleepEm");
+    tell({qtcalls::CALL::USLEEP, nullptr, static_cast<qint64>(time)});
+    next(time);
+}
+
 bool QThread::wait(QDeadlineTimer deadline)
 {
     static const auto next =

@@ -12,10 +12,11 @@
 namespace qtcalls {
 
 enum class CALL {
-    MSLEEP,   ///< QThread::msleep(), before it; limit: the time
-    TRY_LOCK, ///< QMutex::tryLock(), before it; limit: the longest wait
+    MSLEEP,   ///< QThread::msleep(), before it; limit: the time, ms
+    USLEEP,   ///< QThread::usleep(), before it; limit: the time, us
+    TRY_LOCK, ///< QMutex::tryLock(), before it; limit: the longest wait, ms
     LOCK,     ///< QMutex::lock(), before it
-    WAIT,     ///< QThread::wait(), before it; limit: -1 for none
+    WAIT,     ///< QThread::wait(), before it; limit: ms, -1 for none
     STARTED,  ///< QThread::start(), after it
 };
 
@@ -23,7 +24,7 @@ struct Call
 {
     CALL call;
     const void* object; ///< mutex or thread; null for a sleep
-    qint64 limitMs;     ///< 0 if the call has none
+    qint64 limit;       ///< 0 if the call has none
 };
 
 /// Calls the function for each call from now on, on the caller's thread and without a lock. It may

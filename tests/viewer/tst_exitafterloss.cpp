@@ -1,4 +1,5 @@
 #include "support/viewersession.h"
+#include "support/waiting.h"
 
 #include <QProcess>
 #include <QSemaphore>
@@ -46,8 +47,9 @@ int live(const QByteArray& life)
     }
     if (life != "close") {
         bench().unplug(serial);
-        while (probe.dataThreadRunning) {
-            QThread::msleep(1); // it sees the loss by itself
+        // It sees the loss by itself.
+        if (!waiting::waitFor([&] { return !probe.dataThreadRunning; })) {
+            return 4;
         }
         if (!waitFor([&] { return !probe.ui->comboBox_camera_list->isEnabled(); })) {
             return 2;
@@ -73,9 +75,13 @@ int live(const QByteArray& life)
             never.tryAcquire(1, 10000);
             listing = false;
         });
-        probe.detectionThread.wait();
+        if (!probe.detectionThread.wait(waiting::patienceMs)) {
+            return 5;
+        }
         probe.detectionThread.start();
-        begun.acquire();
+        if (!waiting::acquire(begun)) {
+            return 6;
+        }
     }
     window.reset();
     return 0;

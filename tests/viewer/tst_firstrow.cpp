@@ -21,7 +21,7 @@ private slots:
         const QTemporaryDir folder;
         Viewer viewer;
         viewer.probe.recOptions.saveFolder = folder.path();
-        QTRY_VERIFY_WITH_TIMEOUT(viewer.streams(serial), 20000);
+        QTRY_VERIFY(viewer.streams(serial));
         viewer.probe.joinSensorThread(); // whose place this test takes
         QVERIFY(!viewer.probe.recFile.isOpen());
         viewer.window->saveValues(0);

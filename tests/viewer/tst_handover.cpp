@@ -1,9 +1,11 @@
 #include "viewer/handover.h"
+#include "support/sidethread.h"
+#include "support/waiting.h"
 
+#include <QDeadlineTimer>
 #include <QTest>
 
 #include <atomic>
-#include <thread>
 
 namespace {
 
@@ -94,9 +96,8 @@ private slots:
     {
         constexpr int rounds = 20000;
         Handover<Counted> place;
-        std::atomic<bool> ended{false};
         std::atomic<int> taken{0};
-        std::thread user([&] {
+        SideThread user([&](const std::atomic<bool>& ended) {
             while (!ended) {
                 if (auto object = place.take(); object != nullptr) {
                     ++object->uses;
@@ -105,13 +106,13 @@ private slots:
                 }
             }
         });
-        for (int i = 1; i <= rounds || taken < 10; ++i) {
+        const QDeadlineTimer deadline(waiting::patience);
+        for (int i = 1; i <= rounds || (taken < 10 && !deadline.hasExpired()); ++i) {
             place.provide(std::make_unique<Counted>(i));
             if (i % 3 == 0) {
                 place.provide(nullptr);
             }
         }
-        ended = true;
         user.join();
         QVERIFY(taken >= 10);
         QVERIFY(Counted::alive <= 1);

@@ -1,4 +1,6 @@
+#include "support/qtcalls.h"
 #include "support/viewersession.h"
+#include "support/waiting.h"
 
 #include "camera/InputThreadModul.h"
 #include "look/Style.h"
@@ -274,10 +276,14 @@ private slots:
 
     void theDestructorWaitsForTheDetectionThread()
     {
+        QSemaphore awaited;
         bool listed = false;
-        bench().setDeviceListHook([&] {
-            QThread::msleep(300);
-            listed = true;
+        bench().setDeviceListHook([&] { listed = waiting::acquire(awaited); });
+        const QThread* const detection = &viewer->probe.detectionThread;
+        const qtcalls::Hook hook([&](const qtcalls::Call& call) {
+            if (call.call == qtcalls::CALL::WAIT && call.object == detection) {
+                awaited.release();
+            }
         });
         viewer->window->detectMultipleDevice();
         viewer->close();
@@ -299,7 +305,7 @@ private slots:
             inTime = deleted.tryAcquire(1, 10000);
         });
         probe.detectionThread.start();
-        begun.acquire();
+        QVERIFY(waiting::acquire(begun));
         viewer->window.reset();
         bench().setDeviceListHook(nullptr);
         QVERIFY(inTime);
@@ -326,15 +332,8 @@ private slots:
         probe.detectTimer = new QTimer(viewer->window.get());
         auto* const view = viewer->ui->widget_3d_view;
         QStringList order;
-        QElapsedTimer since;
-        int samples = 0;
-        qint64 waited = 0;
         const auto note = [&](QObject* object, const QString& name) {
-            connect(object, &QObject::destroyed, this, [&, name] {
-                order << name;
-                since.start();
-                samples = viewer->samples();
-            });
+            connect(object, &QObject::destroyed, this, [&, name] { order << name; });
         };
         note(probe.plotTimer, QStringLiteral("plot"));
         note(probe.displayTimer, QStringLiteral("display"));
@@ -346,22 +345,29 @@ private slots:
             emit probe.inputThread->sendContext();
             connected = view->cudaContext != nullptr;
         });
-        int samplesWhileWaiting = 0;
         bool joined = false;
         bool styled = false;
         connect(probe.inputThread.load(), &QObject::destroyed, this, [&] {
             order << QStringLiteral("input");
-            waited = since.elapsed();
-            samplesWhileWaiting = viewer->samples() - samples;
             joined = probe.dataThread == nullptr && !probe.dataThreadRunning;
             styled = probe.style != nullptr;
         });
+        bool samplesCome = false;
+        const qtcalls::Hook hook([&](const qtcalls::Call& call) {
+            if (call.call == qtcalls::CALL::MSLEEP && QThread::currentThread() == qApp->thread()) {
+                order << QStringLiteral("sleep %1").arg(call.limit);
+                if (probe.dataThread != nullptr) {
+                    const int before = viewer->samples();
+                    samplesCome = waiting::waitFor([&] { return viewer->samples() > before + 10; });
+                }
+            }
+        });
         viewer->window->close();
-        QCOMPARE(order, QStringList({"plot", "display", "image", "detect", "input"}));
+        QCOMPARE(order, QStringList({"plot", "display", "image", "detect", "sleep 100", "sleep 10",
+                                     "input"}));
         QVERIFY(!connected);
-        QVERIFY(waited >= 100);
         // The sensor thread is asked to end after the wait, and joined before the camera closes.
-        QVERIFY(samplesWhileWaiting > 10);
+        QVERIFY(samplesCome);
         QVERIFY(joined);
         QVERIFY(styled);
         QVERIFY(probe.style == nullptr);

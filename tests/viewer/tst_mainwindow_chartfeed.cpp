@@ -1,4 +1,7 @@
+#include "support/qtcalls.h"
+#include "support/sidethread.h"
 #include "support/viewersession.h"
+#include "support/waiting.h"
 
 #include "charts/DataPlot.h"
 #include "look/Style.h"
@@ -8,7 +11,6 @@
 
 #include <atomic>
 #include <cmath>
-#include <thread>
 
 using namespace viewersession;
 
@@ -510,21 +512,23 @@ private slots:
         store(1.0);
         startPlotTimer();
         auto& probe = viewer->probe;
-        std::atomic<bool> locked{false};
+        QSemaphore locked;
+        QSemaphore asked;
         std::atomic<bool> released{false};
-        std::thread producer([&] {
-            probe.dataMutex.lock();
-            locked = true;
-            QThread::msleep(50);
-            released = true;
-            probe.dataMutex.unlock();
+        SideThread producer([&] {
+            const QMutexLocker lock(&probe.dataMutex);
+            locked.release();
+            released = waiting::acquire(asked);
         });
-        while (!locked) {
-            QThread::yieldCurrentThread();
-        }
+        producer.onJoin([&] { asked.release(); });
+        QVERIFY(waiting::acquire(locked));
+        const qtcalls::Hook hook([&](const qtcalls::Call& call) {
+            if (call.call == qtcalls::CALL::LOCK && call.object == &probe.dataMutex) {
+                asked.release();
+            }
+        });
         viewer->window->updatePlot();
         QVERIFY(released);
-        producer.join();
     }
 
     void lockAndTimerRestThroughTheReplot()
@@ -839,7 +843,7 @@ private slots:
         bench().setOpenHook(
             [&](const om::InitParameters&) { interval = viewer->probe.plotTimer->interval(); });
         bench().addCamera(camera(om::MODEL::TIV_Q, 31415926));
-        QTRY_VERIFY_WITH_TIMEOUT(viewer->streams(31415926), 20000);
+        QTRY_VERIFY(viewer->streams(31415926));
         bench().setOpenHook(nullptr);
         QCOMPARE(interval.load(), 62);
         QTRY_COMPARE(viewer->probe.plotTimer->interval(), 25);
@@ -1008,12 +1012,12 @@ private slots:
     void timerFeedsTheChartOfAStreamingCamera()
     {
         bench().addCamera(camera(om::MODEL::TIV_Q, 31415926));
-        QTRY_VERIFY_WITH_TIMEOUT(viewer->streams(31415926), 20000);
+        QTRY_VERIFY(viewer->streams(31415926));
         QCOMPARE(viewer->probe.chartWindowSec, 10);
         for (const char* name : {"pushButton_accel", "pushButton_gyro", "pushButton_mag",
                                  "pushButton_orient", "pushButton_baro", "pushButton_temper"}) {
             QTest::mouseClick(button(name), Qt::LeftButton);
-            QTRY_VERIFY_WITH_TIMEOUT(curve(visibleCurves().first())->dataSize() > 10, 10000);
+            QTRY_VERIFY(curve(visibleCurves().first())->dataSize() > 10);
         }
     }
 };

@@ -1,5 +1,6 @@
 #include "support/qtcalls.h"
 #include "support/viewersession.h"
+#include "support/waiting.h"
 
 #include "camera/ProgramStates.h"
 
@@ -79,7 +80,7 @@ private slots:
         // The row is no choice of the user's, which would have tried to open it.
         QVERIFY(probe.detectTimer == nullptr);
 
-        QVERIFY(probe.detectionThread.wait());
+        QVERIFY(probe.detectionThread.wait(waiting::patienceMs));
         QVERIFY(viewer->window->detectMultipleDevice());
         QCOMPARE(rows(), QStringList({"TIV_P - 20000001"}));
         QVERIFY(viewer->ui->comboBox_camera_list->isEnabled());
@@ -137,16 +138,16 @@ private slots:
         // Each pass is over before its start returns.
         const qtcalls::Hook hook([&probe](const qtcalls::Call& call) {
             if (call.call == qtcalls::CALL::STARTED && call.object == &probe.detectionThread) {
-                probe.detectionThread.wait();
+                probe.detectionThread.wait(waiting::patienceMs);
             }
         });
         QCOMPARE(probe.updateDeviceList(false), 0);
-        QVERIFY(probe.detectionThread.wait());
+        QVERIFY(probe.detectionThread.wait(waiting::patienceMs));
         bench().unplug(20000001);
         QCOMPARE(probe.updateDeviceList(false), 1);
-        QVERIFY(probe.detectionThread.wait());
+        QVERIFY(probe.detectionThread.wait(waiting::patienceMs));
         QCOMPARE(probe.updateDeviceList(false), 0);
-        QVERIFY(probe.detectionThread.wait());
+        QVERIFY(probe.detectionThread.wait(waiting::patienceMs));
         QCOMPARE(bench().log().count(CALL::GET_DEVICE_LIST), 3ULL);
     }
 
@@ -282,7 +283,7 @@ private slots:
         QTest::mouseClick(viewer->ui->pushButton_refresh_list, Qt::LeftButton);
         QCOMPARE(rows(), QStringList({" - 20000001", "TIV_Q - 20000001"}));
         QCOMPARE(viewer->ui->comboBox_camera_list->currentIndex(), 0);
-        QVERIFY(probe.detectionThread.wait());
+        QVERIFY(probe.detectionThread.wait(waiting::patienceMs));
         QTest::mouseClick(viewer->ui->pushButton_refresh_list, Qt::LeftButton);
         QCOMPARE(rows(), QStringList({" - 20000001", "TIV_Q - 20000001", "TIV_P - 20000002"}));
         QCOMPARE(probe.deviceSerials, QVector<int>({20000001, 20000001, 20000002}));
@@ -307,7 +308,7 @@ private slots:
         QCOMPARE(probe.deviceSerials, QVector<int>({42}));
         QCOMPARE(probe.deviceModels, QVector<MODEL>({MODEL::TIV_R}));
 
-        QVERIFY(probe.detectionThread.wait());
+        QVERIFY(probe.detectionThread.wait(waiting::patienceMs));
         probe.detectionThread.devices = {device(7, 15, MODEL::TIV_P), device(8, 0, MODEL::TIV_P)};
         QCOMPARE(probe.updateDeviceList(true), 2);
         QCOMPARE(probe.deviceIds, QVector<int>({3, 7}));
@@ -348,7 +349,10 @@ private slots:
         QTRY_VERIFY(viewer->streams(20000001));
         const auto lists = bench().log().count(CALL::GET_DEVICE_LIST);
         bench().addCamera(camera(MODEL::TIV_P, 20000002));
-        QTest::qWait(450);
+        // Nothing is left that would look for it.
+        QVERIFY(viewer->probe.detectTimer == nullptr);
+        QVERIFY(viewer->probe.detectionThread.wait(waiting::patienceMs));
+        QCoreApplication::processEvents();
         QCOMPARE(rows(), QStringList({"TIV_Q - 20000001"}));
         QCOMPARE(bench().log().count(CALL::GET_DEVICE_LIST), lists);
     }
@@ -414,22 +418,22 @@ private slots:
         startWithoutPoll();
         auto& probe = viewer->probe;
         QVERIFY(!viewer->window->detectMultipleDevice());
-        QVERIFY(probe.detectionThread.wait());
+        QVERIFY(probe.detectionThread.wait(waiting::patienceMs));
         // The list is under way until the open stands before the mutex.
         QSemaphore begun;
-        QSemaphore waiting;
+        QSemaphore held;
         std::atomic<bool> listed{false};
         bench().setDeviceListHook([&] {
             begun.release();
-            listed = waiting.tryAcquire(1, 20000);
+            listed = waiting::acquire(held);
         });
         const qtcalls::Hook hook([&](const qtcalls::Call& call) {
             if (call.call == qtcalls::CALL::LOCK && call.object == &probe.detectionThread.mutex) {
-                waiting.release();
+                held.release();
             }
         });
         probe.detectionThread.start();
-        QVERIFY(begun.tryAcquire(1, 20000));
+        QVERIFY(waiting::acquire(begun));
         bool before = false;
         bench().setOpenHook([&](const om::InitParameters&) { before = listed; });
         QVERIFY(viewer->window->detectMultipleDevice());
@@ -447,19 +451,19 @@ private slots:
         std::atomic<bool> letGo{false};
         bench().setDeviceListHook([&] {
             begun.release();
-            letGo = listed.tryAcquire(1, 20000);
+            letGo = waiting::acquire(listed);
         });
         startWithoutPoll();
         // The first of these ticks starts a pass, and the others find it at work on its list.
         QVERIFY(!viewer->window->detectMultipleDevice());
-        QVERIFY(begun.tryAcquire(1, 20000));
+        QVERIFY(waiting::acquire(begun));
         QVERIFY(!viewer->probe.detectionThread.mutex.tryLock());
         for (int tick = 0; tick < 2; ++tick) {
             QVERIFY(!viewer->window->detectMultipleDevice());
         }
         QVERIFY(viewer->probe.detectionThread.isRunning());
         listed.release();
-        QVERIFY(viewer->probe.detectionThread.wait());
+        QVERIFY(viewer->probe.detectionThread.wait(waiting::patienceMs));
         QVERIFY(letGo);
         bench().setDeviceListHook(nullptr);
         QCOMPARE(bench().log().count(CALL::GET_DEVICE_LIST), 1ULL);

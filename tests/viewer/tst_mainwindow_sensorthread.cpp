@@ -1,4 +1,7 @@
+#include "support/qtcalls.h"
+#include "support/sidethread.h"
 #include "support/viewersession.h"
+#include "support/waiting.h"
 
 #include "gpu/OGL3DWidget.h"
 #include "gpu/Simple3DObject.h"
@@ -606,20 +609,17 @@ private slots:
             input, &InputThreadModul::SendImage, input,
             [&] {
                 heldUp.release();
-                released.acquire();
+                (void)waiting::acquire(released);
             },
             Qt::DirectConnection);
-        heldUp.acquire();
+        QVERIFY(waiting::acquire(heldUp));
         bench().appendSensors(serial, {result(ERROR_CODE::CAMERA_GONE)});
-        while (input->running) {
-            QThread::msleep(1);
-        }
+        const bool stops = waiting::waitFor([&] { return !input->running; });
         const bool waits = probe.inputThread == input && !input->aborted && input->enabled;
         const bool lost = probe.cameraLost;
         released.release(1000); // more than there can be
-        while (probe.dataThreadRunning) {
-            QThread::msleep(1);
-        }
+        QVERIFY(waiting::waitFor([&] { return !probe.dataThreadRunning; }));
+        QVERIFY(stops);
         QVERIFY(waits);
         QVERIFY(lost);
         QVERIFY(probe.inputThread == nullptr);
@@ -631,9 +631,7 @@ private slots:
         auto& probe = viewer->probe;
         std::thread* const handle = probe.dataThread;
         bench().appendSensors(serial, {result(ERROR_CODE::CAMERA_GONE)});
-        while (probe.dataThreadRunning) {
-            QThread::msleep(1);
-        }
+        QVERIFY(waiting::waitFor([&] { return !probe.dataThreadRunning; }));
         QVERIFY(probe.cameraLost);
         QVERIFY(probe.inputThread == nullptr);
         QVERIFY(!probe.stopDataThread);
@@ -656,9 +654,7 @@ private slots:
         QVERIFY(size > header);
 
         bench().appendSensors(serial, {result(ERROR_CODE::CAMERA_GONE)});
-        while (probe.dataThreadRunning) {
-            QThread::msleep(1);
-        }
+        QVERIFY(waiting::waitFor([&] { return !probe.dataThreadRunning; }));
         QVERIFY(probe.inputThread == nullptr);
         QVERIFY(probe.recording && probe.recFile.isOpen());
         QCOMPARE(probe.imuTime.size(), 4);
@@ -701,7 +697,7 @@ private slots:
             return index < count;
         });
         viewer = std::make_unique<Viewer>();
-        QTRY_COMPARE_WITH_TIMEOUT(viewer->samples(), static_cast<int>(count) - 1, 30000);
+        QTRY_COMPARE(viewer->samples(), static_cast<int>(count) - 1);
         auto& probe = viewer->probe;
         QCOMPARE(viewer->copyOf(probe.imuTime).constFirst(), 1000.0025);
         viewer->window->reset(); // leaves them to the next camera
@@ -775,23 +771,21 @@ private slots:
         bench().scriptSensors(serial, [&](std::uint64_t index, SensorsEntry& entry) {
             if (index == 3) {
                 blocked.release();
-                released.acquire();
+                (void)waiting::acquire(released);
             }
             entry = imuRecord(start + index * period);
             return index < 100;
         });
         viewer = std::make_unique<Viewer>();
         QTRY_VERIFY(blocked.available() == 1);
-        std::thread library([&] {
-            QThread::msleep(400);
+        auto& probe = viewer->probe;
+        std::atomic<bool> asked{false};
+        SideThread library([&] {
+            asked = waiting::waitFor([&]() -> bool { return probe.stopDataThread; });
             released.release();
         });
-        QElapsedTimer elapsed;
-        elapsed.start();
         viewer->window->reset();
-        QVERIFY(elapsed.elapsed() >= 350);
-        library.join();
-        auto& probe = viewer->probe;
+        QVERIFY(asked);
         QVERIFY(probe.dataThread == nullptr && !probe.dataThreadRunning);
         // The pass that was under way was finished, and no other begun.
         QCOMPARE(probe.imuTime.size(), 3);
@@ -864,16 +858,22 @@ private slots:
     {
         stream(fourRecords());
         auto& probe = viewer->probe;
-        probe.dataMutex.lock();
+        QMutexLocker lock(&probe.dataMutex);
+        QSemaphore asked;
+        const QThread* const testThread = QThread::currentThread();
+        const qtcalls::Hook hook([&](const qtcalls::Call& call) {
+            if (call.call == qtcalls::CALL::LOCK && call.object == &probe.dataMutex &&
+                QThread::currentThread() != testThread) {
+                asked.release();
+            }
+        });
         auto loud = imuRecord(start + 4 * period);
         loud.data.imu.linearAcceleration = {50.0F, 0.0F, 0.0F};
         bench().appendSensors(serial, {loud});
-        while (probe.accelRange < 50.0F) {
-            QThread::msleep(1);
-        }
-        QThread::msleep(20);
+        QVERIFY(waiting::acquire(asked));
+        QCOMPARE(static_cast<float>(probe.accelRange), 50.0F);
         QCOMPARE(probe.accX.size(), 3);
-        probe.dataMutex.unlock();
+        lock.unlock();
         QTRY_COMPARE(viewer->samples(), 4);
     }
 };

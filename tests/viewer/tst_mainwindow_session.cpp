@@ -1,4 +1,7 @@
+#include "support/qtcalls.h"
+#include "support/sidethread.h"
 #include "support/viewersession.h"
+#include "support/waiting.h"
 
 #include "bench/eeprom.h"
 #include "calibration/magcalibdlgprobe.h"
@@ -433,7 +436,7 @@ private slots:
         startStreaming();
         bench().addCamera(poor);
         viewer->window->on_pushButton_refresh_list_clicked();
-        QVERIFY(viewer->probe.detectionThread.wait());
+        QVERIFY(viewer->probe.detectionThread.wait(waiting::patienceMs));
         viewer->window->on_pushButton_refresh_list_clicked();
         QCOMPARE(viewer->ui->comboBox_camera_list->count(), 3);
 
@@ -576,7 +579,7 @@ private slots:
                 clickOk(box);
             }
         });
-        QTRY_VERIFY_WITH_TIMEOUT(answered && boxes.count() == 1 && viewer->streams(first), 10000);
+        QTRY_VERIFY(answered && boxes.count() == 1 && viewer->streams(first));
         QTRY_VERIFY(QApplication::activeModalWidget() == nullptr);
         QVERIFY(viewer->streams(first));
     }
@@ -783,9 +786,7 @@ private slots:
         gone.result = ERROR_CODE::CAMERA_GONE;
         bench().scriptSensors(first, {gone});
         // Without the event loop nobody but the sensor thread acts.
-        while (probe.dataThreadRunning) {
-            QThread::msleep(1);
-        }
+        QVERIFY(waiting::waitFor([&] { return !probe.dataThreadRunning; }));
         QVERIFY(probe.cameraLost);
         QVERIFY(probe.inputThread == nullptr);
         QVERIFY(outOfSight);
@@ -845,9 +846,7 @@ private slots:
         startStreaming();
         auto& probe = viewer->probe;
         bench().unplug(first);
-        while (probe.dataThreadRunning) {
-            QThread::msleep(1);
-        }
+        QVERIFY(waiting::waitFor([&] { return !probe.dataThreadRunning; }));
         std::thread* const handle = probe.dataThread;
         viewer->window->cameraDisconnected();
         QVERIFY(probe.inputThread == nullptr);
@@ -867,7 +866,7 @@ private slots:
         startStreaming();
         auto& probe = viewer->probe;
         // The input thread has told of the loss, and the display's tick comes first.
-        std::thread input([&] { emit probe.inputThread->DetectTIVDisconnect(); });
+        SideThread input([&] { emit probe.inputThread->DetectTIVDisconnect(); });
         input.join();
         QCOMPARE(bench().log().count(CALL::OPEN), 1ULL);
         viewer->window->cameraDisconnected();
@@ -962,32 +961,33 @@ private slots:
         startStreaming();
         auto& probe = viewer->probe;
         QStringList order;
-        QElapsedTimer sinceTimers;
-        int samples = 0;
         const auto note = [&](QObject* object, const QString& name) {
-            connect(object, &QObject::destroyed, this, [&, name] {
-                order << name + (signalsAreConnected() ? " connected" : "");
-                sinceTimers.start();
-                samples = viewer->samples();
-            });
+            connect(object, &QObject::destroyed, this,
+                    [&, name] { order << name + (signalsAreConnected() ? " connected" : ""); });
         };
         note(probe.imageTimer, QStringLiteral("image"));
         note(probe.plotTimer, QStringLiteral("plot"));
         note(probe.displayTimer, QStringLiteral("display"));
-        qint64 waited = 0;
-        int samplesWhileWaiting = 0;
         bool joined = false;
         connect(probe.inputThread.load(), &QObject::destroyed, this, [&] {
             order << QStringLiteral("input");
-            waited = sinceTimers.elapsed();
-            samplesWhileWaiting = viewer->samples() - samples;
             joined = probe.dataThread == nullptr && !probe.dataThreadRunning;
         });
+        bool samplesCome = false;
+        const qtcalls::Hook hook([&](const qtcalls::Call& call) {
+            if (call.call == qtcalls::CALL::MSLEEP && QThread::currentThread() == qApp->thread()) {
+                order << QStringLiteral("sleep %1").arg(call.limit);
+                if (probe.dataThread != nullptr) {
+                    const int before = viewer->samples();
+                    samplesCome = waiting::waitFor([&] { return viewer->samples() > before + 10; });
+                }
+            }
+        });
         viewer->window->reset();
-        QCOMPARE(order, QStringList({"image", "plot", "display", "input"}));
-        QVERIFY(waited >= 100);
+        QCOMPARE(order,
+                 QStringList({"image", "plot", "display", "sleep 100", "sleep 10", "input"}));
         // The sensor thread is asked to end after the wait, and joined before the camera closes.
-        QVERIFY(samplesWhileWaiting > 10);
+        QVERIFY(samplesCome);
         QVERIFY(joined);
     }
 
@@ -1238,17 +1238,24 @@ private slots:
         QTRY_COMPARE(viewer->ui->comboBox_camera_list->currentText(), QStringLiteral("No cameras"));
         delete probe.detectTimer;
         probe.detectTimer = nullptr;
-        QVERIFY(probe.detectionThread.wait());
+        QVERIFY(probe.detectionThread.wait(waiting::patienceMs));
         QSemaphore begun;
+        QSemaphore awaited;
         bench().setDeviceListHook([&] {
             begun.release();
-            QThread::msleep(500); // past the waiting that reset() does anyway
+            (void)waiting::acquire(awaited);
         });
         probe.detectionThread.start();
-        begun.acquire();
+        QVERIFY(waiting::acquire(begun));
+        const qtcalls::Hook hook([&](const qtcalls::Call& call) {
+            if (call.call == qtcalls::CALL::WAIT && call.object == &probe.detectionThread) {
+                awaited.release();
+            }
+        });
         bool listing = true;
         BoxWatcher boxes([&](QMessageBox& box) {
             listing = probe.detectionThread.isRunning();
+            awaited.release();
             clickOk(box);
         });
         ModalWatcher<MagCalibDlg> dialogs([](MagCalibDlg& dialog) { leave(dialog); });
@@ -1262,7 +1269,7 @@ private slots:
         startStreaming();
         auto& probe = viewer->probe;
         // The input thread has reported a loss that nobody has handled yet.
-        std::thread input([&] { emit probe.inputThread->DetectTIVDisconnect(); });
+        SideThread input([&] { emit probe.inputThread->DetectTIVDisconnect(); });
         input.join();
         bool looked = false;
         bool streams = true;

@@ -1,4 +1,7 @@
+#include "support/qtcalls.h"
+#include "support/sidethread.h"
 #include "support/viewersession.h"
+#include "support/waiting.h"
 #include "support/wallclock.h"
 
 #include <QSemaphore>
@@ -250,13 +253,14 @@ private slots:
         probe.accX.append(2.0);
         QSemaphore locked;
         QSemaphore clockRead;
-        std::thread owner([&] {
+        SideThread owner([&] {
             const QMutexLocker lock(&probe.dataMutex);
             locked.release();
-            clockRead.acquire();
+            (void)waiting::acquire(clockRead);
             passWallTime(25);
         });
-        locked.acquire();
+        owner.onJoin([&] { clockRead.release(); });
+        QVERIFY(waiting::acquire(locked));
         readOfClock = &clockRead;
         passWallTime(30);
         wallclock::onRead(noteRead);
@@ -305,16 +309,23 @@ private slots:
     void aRefreshWaitsForTheSensorThreadsLock()
     {
         auto& probe = viewer->probe;
-        probe.dataMutex.lock();
-        bool locked = true;
-        std::thread owner([&] {
-            QThread::msleep(150);
-            locked = false;
-            probe.dataMutex.unlock();
+        QSemaphore locked;
+        QSemaphore asked;
+        std::atomic<bool> released{false};
+        SideThread owner([&] {
+            const QMutexLocker lock(&probe.dataMutex);
+            locked.release();
+            released = waiting::acquire(asked);
+        });
+        owner.onJoin([&] { asked.release(); });
+        QVERIFY(waiting::acquire(locked));
+        const qtcalls::Hook hook([&](const qtcalls::Call& call) {
+            if (call.call == qtcalls::CALL::LOCK && call.object == &probe.dataMutex) {
+                asked.release();
+            }
         });
         refresh();
-        QVERIFY(!locked);
-        owner.join();
+        QVERIFY(released);
     }
 
     void aLostCameraIsHandledInPlaceOfARefresh()

@@ -46,7 +46,7 @@ void TestViewFrame::viewStaysInItsFrameWhateverOpens()
     Viewer viewer;
     const QWidget& view = *viewer.ui->widget_3d_view;
     const auto check = [&](unsigned int serial) {
-        QTRY_VERIFY_WITH_TIMEOUT(viewer.streams(static_cast<int>(serial)), 20000);
+        QTRY_VERIFY(viewer.streams(static_cast<int>(serial)));
         QTRY_COMPARE(view.geometry(), viewer.ui->frame_ogl->contentsRect());
         // Grey but for the lines of the floor that end there.
         QTRY_VERIFY(borderRows(view) > (view.height() - 40) * 9 / 10);
