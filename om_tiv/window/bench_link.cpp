@@ -19,7 +19,7 @@ using om::bench::BenchClient;
 
 constexpr auto searchPeriod = 400ms;
 constexpr auto lookPeriod = 33ms;
-constexpr auto farewell = 300ms; ///< time for the remaining requests at the end
+constexpr auto farewell = 1s; ///< time for the remaining requests at the end
 constexpr int looksPerField = 10;
 constexpr double degrees = 180.0 / om::bench::PI;
 

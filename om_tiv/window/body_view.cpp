@@ -18,7 +18,6 @@ using om::bench::length;
 using om::bench::normalized;
 using om::bench::rotate;
 
-constexpr int framePeriodMs = 16;
 constexpr double holdGlide = 0.05; ///< s, in requests while the user drags
 constexpr double stopGlide = 0.15; ///< s
 constexpr double levelGlide = 0.9; ///< s
@@ -62,7 +61,6 @@ bool isSame(const Quaternion& a, const Quaternion& b)
 
 BodyView::BodyView(KIND kind, QWidget* parent) : QWidget(parent), m_kind(kind)
 {
-    m_clock.start();
     setAttribute(Qt::WA_OpaquePaintEvent);
     setCursor(Qt::OpenHandCursor);
     if (kind == KIND::STAGE) {
@@ -71,19 +69,12 @@ BodyView::BodyView(KIND kind, QWidget* parent) : QWidget(parent), m_kind(kind)
     } else {
         setFixedSize(BodyView::sizeHint());
     }
-    m_timer.setInterval(framePeriodMs);
-    m_timer.setTimerType(Qt::PreciseTimer);
-    connect(&m_timer, &QTimer::timeout, this, &BodyView::tick);
+    connect(&m_clock, &FrameClock::frame, this, &BodyView::tick);
 }
 
 QSize BodyView::sizeHint() const
 {
     return m_kind == KIND::STAGE ? QSize(860, 560) : QSize(168, 128);
-}
-
-double BodyView::now() const
-{
-    return static_cast<double>(m_clock.nsecsElapsed()) * 1e-9;
 }
 
 // ---- What is shown ----------------------------------------------------------------------------
@@ -132,13 +123,13 @@ void BodyView::setShown(const Quaternion& pose, const Vector& rate)
 {
     m_pose = pose;
     m_rate = rate;
-    m_since = now();
+    m_since = m_clock.now();
     // A card moves only with new states.
     const bool moves = m_held || (m_kind == KIND::STAGE && length(rate) > 1e-3);
-    if (moves && !m_timer.isActive()) {
-        m_timer.start();
-    } else if (!moves) {
-        m_timer.stop();
+    if (moves) {
+        m_clock.start();
+    } else {
+        m_clock.stop();
     }
     update();
 }
@@ -148,7 +139,7 @@ Quaternion BodyView::shownPose() const
     if (m_held) {
         return m_pose;
     }
-    const double since = std::min(now() - m_since, longestGuess);
+    const double since = std::min(m_clock.now() - m_since, longestGuess);
     return m_pose * om::bench::fromRotationVector(since * m_rate);
 }
 
@@ -158,7 +149,7 @@ void BodyView::tick()
     if (!m_held) {
         return;
     }
-    const Vector rate = m_meter.rateAt(now());
+    const Vector rate = m_meter.rateAt(m_clock.now());
     // Sent until the pointer rests, because the body continues to turn with the last rate that was
     // sent.
     if (m_moved || m_turning) {
@@ -217,7 +208,7 @@ void BodyView::mousePressEvent(QMouseEvent* event)
     m_held = true;
     setShown(pose, {});
     m_last = ballPoint(event->localPos());
-    m_meter.start(now());
+    m_meter.start(m_clock.now());
     setCursor(Qt::ClosedHandCursor);
     if (m_kind == KIND::STAGE) {
         // A press on the large body stops it. A click on a card only selects the camera.
@@ -241,7 +232,7 @@ void BodyView::mouseMoveEvent(QMouseEvent* event)
     const Quaternion eye = viewAttitude();
     const Quaternion turn = eye * ballTurn(m_last, to) * conjugate(eye);
     m_last = to;
-    m_meter.add(now(), om::bench::toRotationVector(turn));
+    m_meter.add(m_clock.now(), om::bench::toRotationVector(turn));
     turnInWorld(turn);
 }
 
@@ -252,7 +243,7 @@ void BodyView::mouseReleaseEvent(QMouseEvent* event)
     }
     m_held = false;
     setCursor(Qt::OpenHandCursor);
-    Vector rate = m_meter.rateAt(now());
+    Vector rate = m_meter.rateAt(m_clock.now());
     if (length(rate) < SpinMeter::STILL_BELOW) {
         rate = {};
     }
@@ -417,7 +408,7 @@ void BodyView::paintName(QPainter& painter)
 void BodyView::paintFigures(QPainter& painter)
 {
     const Attitude attitude = attitudeOf(shownPose());
-    const Vector rate = m_held ? m_meter.rateAt(now()) : m_rate;
+    const Vector rate = m_held ? m_meter.rateAt(m_clock.now()) : m_rate;
     struct Figure
     {
         QString name;

@@ -3,11 +3,10 @@
 #pragma once
 
 #include "window/body_painter.h"
+#include "window/frame_clock.h"
 #include "window/snapshot.h"
 #include "window/turning.h"
 
-#include <QElapsedTimer>
-#include <QTimer>
 #include <QWidget>
 
 #include <cstdint>
@@ -55,6 +54,9 @@ public:
 
     QSize sizeHint() const override;
 
+    /// Times the movement of the body while it is held or turns.
+    FrameClock& clock() { return m_clock; }
+
     void stop();  ///< at its current pose
     void level(); ///< level, facing north
     void letGo(); ///< releases a held body, which keeps its pose
@@ -74,7 +76,6 @@ protected:
 
 private:
     void tick();
-    double now() const; ///< s
     BallPoint ballPoint(const QPointF& position) const;
     void turnInWorld(const Quaternion& turn);
     void order(const Vector& worldRate, double glide);
@@ -101,8 +102,7 @@ private:
     BallPoint m_last;
     SpinMeter m_meter;
 
-    QElapsedTimer m_clock;
-    QTimer m_timer; ///< while something moves
+    FrameClock m_clock; ///< its frames follow while something moves
 };
 
 } // namespace benchwindow

@@ -1,0 +1,63 @@
+#include "window/frame_clock.h"
+
+namespace benchwindow {
+
+FrameClock::FrameClock(QObject* parent) : QObject(parent)
+{
+    m_real.start();
+    m_timer.setInterval(PERIOD);
+    m_timer.setTimerType(Qt::PreciseTimer);
+    connect(&m_timer, &QTimer::timeout, this, &FrameClock::frame);
+}
+
+double FrameClock::now() const
+{
+    const auto time = m_manual ? m_manualTime : std::chrono::nanoseconds(m_real.nsecsElapsed());
+    return std::chrono::duration<double>(time).count();
+}
+
+void FrameClock::start()
+{
+    if (m_running) {
+        return;
+    }
+    m_running = true;
+    m_nextFrame = m_manualTime + PERIOD;
+    if (!m_manual) {
+        m_timer.start();
+    }
+}
+
+void FrameClock::stop()
+{
+    m_running = false;
+    m_timer.stop();
+}
+
+void FrameClock::setManual()
+{
+    if (m_manual) {
+        return;
+    }
+    m_manualTime = std::chrono::nanoseconds(m_real.nsecsElapsed());
+    m_manual = true;
+    m_nextFrame = m_manualTime + PERIOD;
+    m_timer.stop();
+}
+
+void FrameClock::step(std::chrono::milliseconds time)
+{
+    if (!m_manual) {
+        return;
+    }
+    const std::chrono::nanoseconds end = m_manualTime + time;
+    // What a frame does may end the frames.
+    while (m_running && m_nextFrame <= end) {
+        m_manualTime = m_nextFrame;
+        m_nextFrame += PERIOD;
+        emit frame();
+    }
+    m_manualTime = end;
+}
+
+} // namespace benchwindow
