@@ -1,3 +1,5 @@
+#include "support/sidethread.h"
+
 #include "base/clock.h"
 
 #include <QtTest>
@@ -162,7 +164,7 @@ void TestClock::waitEndsWhenAStepReachesTheDeadline()
     Clock clock;
     clock.setManual(NS_PER_S);
     std::atomic<bool> reached{false};
-    std::thread waiter([&] { reached = clock.waitUntil(2 * NS_PER_S, seconds(30)); });
+    SideThread waiter([&] { reached = clock.waitUntil(2 * NS_PER_S, seconds(30)); });
     QTRY_COMPARE(clock.waiters(), 1);
     clock.advance(seconds(1));
     waiter.join();
@@ -175,7 +177,7 @@ void TestClock::aStepShortOfTheDeadlineDoesNotEndTheWait()
     clock.setManual(NS_PER_S);
     std::atomic<Nanoseconds> endedAt{0};
     std::atomic<int> looks{0};
-    std::thread waiter([&] {
+    SideThread waiter([&] {
         clock.waitUntil(2 * NS_PER_S, seconds(30), [&] {
             ++looks;
             return false;
@@ -208,7 +210,7 @@ void TestClock::waitEndsWhenDone()
     clock.setManual(NS_PER_S);
     std::atomic<bool> done{false};
     std::atomic<bool> reached{false};
-    std::thread waiter(
+    SideThread waiter(
         [&] { reached = clock.waitUntil(UINT64_MAX, seconds(30), [&] { return done.load(); }); });
     QTRY_COMPARE(clock.waiters(), 1);
     done = true;
@@ -230,8 +232,8 @@ void TestClock::waitersAreCounted()
     Clock clock;
     clock.setManual(NS_PER_S);
     QCOMPARE(clock.waiters(), 0);
-    std::thread one([&] { clock.waitUntil(2 * NS_PER_S, seconds(30)); });
-    std::thread two([&] { clock.waitUntil(3 * NS_PER_S, seconds(30)); });
+    SideThread one([&] { clock.waitUntil(2 * NS_PER_S, seconds(30)); });
+    SideThread two([&] { clock.waitUntil(3 * NS_PER_S, seconds(30)); });
     QTRY_COMPARE(clock.waiters(), 2);
     clock.advance(seconds(1));
     QTRY_COMPARE(clock.waiters(), 1);
@@ -245,7 +247,7 @@ void TestClock::resetWakesThoseWhoWait()
 {
     Clock clock;
     clock.setManual(NS_PER_S);
-    std::thread waiter([&] { clock.waitUntil(2 * NS_PER_S, seconds(30)); });
+    SideThread waiter([&] { clock.waitUntil(2 * NS_PER_S, seconds(30)); });
     QTRY_COMPARE(clock.waiters(), 1);
     clock.reset(); // to a time long past the deadline
     waiter.join();

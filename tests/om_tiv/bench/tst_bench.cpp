@@ -1,4 +1,5 @@
 #include "om_tiv/benchtest.h"
+#include "support/sidethread.h"
 
 #include "bench/eeprom.h"
 
@@ -308,8 +309,8 @@ void TestBench::sensorReadsAreLoggedOnRequest()
 void TestBench::callsKnowTheirThreadAndTime()
 {
     m_bench.clock().advance(seconds(7));
-    std::thread other([] { Camera::getDeviceList(); });
-    const auto id = other.get_id();
+    SideThread other([] { Camera::getDeviceList(); });
+    const auto id = other.id();
     other.join();
     const auto call = m_bench.log().last(CALL::GET_DEVICE_LIST);
     QVERIFY(call->thread == id);
@@ -353,7 +354,7 @@ void TestBench::aListDuringAnOpenIsCounted()
     QFETCH(bool, openFirst);
     m_bench.addCamera(idealCamera());
     const auto other = [&] {
-        std::thread thread([&] {
+        const SideThread thread([&] {
             if (openFirst) {
                 Camera::getDeviceList();
             } else {
@@ -361,7 +362,6 @@ void TestBench::aListDuringAnOpenIsCounted()
                 camera.open(parametersFor());
             }
         });
-        thread.join();
     };
     if (openFirst) {
         m_bench.setOpenHook([&](const InitParameters&) { other(); });

@@ -1,4 +1,5 @@
 #include "om_tiv/benchtest.h"
+#include "support/sidethread.h"
 
 #include <atomic>
 #include <thread>
@@ -32,10 +33,9 @@ void TestBenchThreads::oneCameraServesManyThreads()
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
 
-    std::atomic<bool> stop{false};
     std::atomic<int> frames{0};
     std::atomic<int> samples{0};
-    std::thread input([&] {
+    SideThread input([&](const std::atomic<bool>& stop) {
         Mat left;
         Mat points;
         while (!stop) {
@@ -46,22 +46,21 @@ void TestBenchThreads::oneCameraServesManyThreads()
             camera.getInitParameters();
         }
     });
-    std::thread sensors([&] {
+    SideThread sensors([&](const std::atomic<bool>& stop) {
         SensorsData data;
         while (!stop) {
             samples += current(camera, data) == ERROR_CODE::SUCCESS ? 1 : 0;
         }
     });
-    std::thread images([&] {
+    SideThread images([&](const std::atomic<bool>& stop) {
         SensorsData data;
         while (!stop) {
             camera.getSensorsData(data, TIME_REFERENCE::IMAGE);
             camera.getTimestamp(TIME_REFERENCE::IMAGE);
-            std::this_thread::sleep_for(milliseconds(1));
+            std::this_thread::yield();
         }
     });
     QTRY_VERIFY(frames > 10 && samples > 100);
-    stop = true;
     input.join();
     sensors.join();
     images.join();
@@ -74,9 +73,8 @@ void TestBenchThreads::theBenchMayBeChangedMeanwhile()
     bench.addCamera(idealCamera());
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
-    std::atomic<bool> stop{false};
     std::atomic<int> samples{0};
-    std::thread sensors([&] {
+    SideThread sensors([&](const std::atomic<bool>& stop) {
         SensorsData data;
         while (!stop) {
             current(camera, data);
@@ -97,7 +95,6 @@ void TestBenchThreads::theBenchMayBeChangedMeanwhile()
         bench.status();
     }
     QTRY_VERIFY(samples > 20);
-    stop = true;
     sensors.join();
 }
 
@@ -106,8 +103,7 @@ void TestBenchThreads::openAndCloseBesideAPoller()
     auto& bench = runningBench();
     bench.addCamera(idealCamera());
     Camera camera;
-    std::atomic<bool> stop{false};
-    std::thread poller([&] {
+    SideThread poller([&](const std::atomic<bool>& stop) {
         SensorsData data;
         while (!stop) {
             if (camera.isOpened()) {
@@ -122,7 +118,6 @@ void TestBenchThreads::openAndCloseBesideAPoller()
         QVERIFY(camera.isOpened());
         camera.close();
     }
-    stop = true;
     poller.join();
 }
 
@@ -130,8 +125,7 @@ void TestBenchThreads::unplugBesideOpen()
 {
     auto& bench = runningBench();
     bench.addCamera(idealCamera());
-    std::atomic<bool> stop{false};
-    std::thread plugger([&] {
+    SideThread plugger([&](const std::atomic<bool>& stop) {
         while (!stop) {
             bench.unplug(SERIAL);
             bench.plug(SERIAL);
@@ -144,7 +138,6 @@ void TestBenchThreads::unplugBesideOpen()
                 result == ERROR_CODE::CAMERA_GONE);
         Camera::getDeviceList();
     }
-    stop = true;
     plugger.join();
     bench.plug(SERIAL);
     QVERIFY(!bench.status()[0].inUse);
@@ -156,14 +149,13 @@ void TestBenchThreads::scriptsMayBeSetMeanwhile()
     bench.addCamera(idealCamera());
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
-    std::atomic<bool> stop{false};
-    std::thread sensors([&] {
+    SideThread sensors([&](const std::atomic<bool>& stop) {
         SensorsData data;
         while (!stop) {
             current(camera, data);
         }
     });
-    std::thread input([&] {
+    SideThread input([&](const std::atomic<bool>& stop) {
         while (!stop) {
             camera.grab(RuntimeParameters());
         }
@@ -177,7 +169,6 @@ void TestBenchThreads::scriptsMayBeSetMeanwhile()
         bench.clearScripts(SERIAL);
         bench.log().records();
     }
-    stop = true;
     sensors.join();
     input.join();
     QVERIFY(camera.isOpened());

@@ -1,3 +1,5 @@
+#include "support/sidethread.h"
+
 #include "bench/call_log.h"
 
 #include <QtTest>
@@ -159,8 +161,8 @@ void TestCallLog::theCallersThreadIsKept()
 {
     CallLog log;
     log.setOn(true);
-    std::thread other([&] { log.add(call(CALL::GRAB)); });
-    const auto id = other.get_id();
+    SideThread other([&] { log.add(call(CALL::GRAB)); });
+    const auto id = other.id();
     other.join();
     QVERIFY(log.last(CALL::GRAB)->thread == id);
 }

@@ -1,3 +1,6 @@
+#include "support/sidethread.h"
+#include "support/waiting.h"
+
 #include "bench/eeprom.h"
 
 #include <QtTest>
@@ -7,15 +10,16 @@
 #include <QTemporaryDir>
 
 #include <sys/file.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <limits>
+#include <new>
 #include <string>
 #include <thread>
 #include <vector>
@@ -353,20 +357,29 @@ private slots:
         other.offset = {7.0F, 8.0F, 9.0F};
         QVERIFY(makeStore().write(serial, sample));
         int seen[2] = {0, 0};
+        void* const shared = ::mmap(nullptr, sizeof(std::atomic<int>), PROT_READ | PROT_WRITE,
+                                    MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+        QVERIFY(shared != MAP_FAILED);
+        auto* const written = new (shared) std::atomic<int>;
         for (int round = 0; round < 60; ++round) {
+            *written = 0;
             const pid_t writer = fork();
             QVERIFY(writer >= 0);
             if (writer == 0) {
                 EepromStore store(folder().toStdString());
                 for (;;) {
                     store.write(serial, other);
+                    ++*written;
                     store.write(serial, sample);
+                    ++*written;
                 }
             }
-            std::this_thread::sleep_for(std::chrono::microseconds(1000 + 137 * round));
+            // Amid whatever follows the first writes.
+            const bool writes = waiting::waitFor([&] { return written->load() > round % 4; });
             ::kill(writer, SIGKILL);
             int status = 0;
             QCOMPARE(::waitpid(writer, &status, 0), writer);
+            QVERIFY(writes);
             QVERIFY(WIFSIGNALED(status));
 
             const MagCalibration found = makeStore().read(serial);
@@ -430,8 +443,7 @@ private slots:
     void tidyingUpTakesNothingFromAWriter()
     {
         EepromStore store = makeStore();
-        std::atomic<bool> done{false};
-        std::thread tidier([&] {
+        SideThread tidier([&](const std::atomic<bool>& done) {
             while (!done) {
                 EepromStore(folder().toStdString(), [](const std::string&) {}).read(serial);
             }
@@ -440,7 +452,6 @@ private slots:
         for (int round = 0; round < 300; ++round) {
             failures += store.write(serial, sample) ? 0 : 1;
         }
-        done = true;
         tidier.join();
         QCOMPARE(failures, 0);
         makeStore().read(serial);

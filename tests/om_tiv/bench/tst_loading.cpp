@@ -1,5 +1,8 @@
 // Recordings that are read beside everything else.
 
+#include "support/sidethread.h"
+#include "support/waiting.h"
+
 #include "library/the_bench.h"
 #include "control/control.h"
 #include "bench/loader.h"
@@ -15,7 +18,6 @@
 
 #include <atomic>
 #include <future>
-#include <thread>
 
 using namespace om;
 using namespace om::bench;
@@ -68,7 +70,7 @@ class TestLoading : public QObject
         readings = 0;
         theBench().loader().setHook([this, until = release.get_future().share()] {
             ++readings;
-            until.wait();
+            until.wait_for(waiting::patience);
         });
     }
 
@@ -95,10 +97,12 @@ class TestLoading : public QObject
     static json awaitLoading()
     {
         json answer;
-        if (!QTest::qWaitFor([&answer] {
-                answer = loading();
-                return !answer.contains("loading");
-            })) {
+        if (!QTest::qWaitFor(
+                [&answer] {
+                    answer = loading();
+                    return !answer.contains("loading");
+                },
+                waiting::patienceMs)) {
             qFatal("the reading does not end");
         }
         return answer;
@@ -199,7 +203,8 @@ private slots:
         add(recording());
         add(recording(), serial + 1);
         QTRY_COMPARE(readings.load(), 1);
-        std::thread stopping([] { theBench().loader().stop(); });
+        SideThread stopping([] { theBench().loader().stop(); });
+        stopping.onJoin([this] { letGo(); });
         QTRY_VERIFY(!theBench().loader().isReading(serial + 1));
         letGo();
         stopping.join();

@@ -1,9 +1,11 @@
+#include "support/sidethread.h"
+#include "support/waiting.h"
+
 #include "bench/script.h"
 
 #include <QtTest>
 
 #include <atomic>
-#include <thread>
 #include <vector>
 
 using namespace om;
@@ -197,23 +199,21 @@ void TestScript::aGeneratorMayBlockWhileOthersLook()
 {
     Results script;
     std::atomic<bool> inside{false};
-    std::atomic<bool> leave{false};
+    QSemaphore leave;
     script.set(
         [&](std::uint64_t, ERROR_CODE& entry) {
             inside = true;
-            while (!leave) {
-                std::this_thread::yield();
-            }
+            (void)waiting::acquire(leave);
             entry = code(9);
             return true;
         },
         AFTER::REPEAT_LAST);
     std::vector<int> got;
-    std::thread caller([&] { got = answers(script, 1); });
+    SideThread caller([&] { got = answers(script, 1); });
+    caller.onJoin([&leave] { leave.release(); });
     QTRY_VERIFY(inside);
     QCOMPARE(script.status().calls, std::uint64_t{1});
     script.clear(); // does not wait for it either
-    leave = true;
     caller.join();
     QCOMPARE(got, (std::vector<int>{9}));
 }

@@ -2,6 +2,8 @@
 /// A client of a Unix stream socket that sends whatever a test likes.
 #pragma once
 
+#include "support/patience.h"
+
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
@@ -47,13 +49,13 @@ inline void sendAll(int fd, const std::string& bytes)
     }
 }
 
-/// Up to the next line feed; empty at the end of the connection or after 5 s.
+/// Up to the next line feed; empty at the end of the connection or after the patience.
 inline std::string readLine(int fd)
 {
     std::string line;
     for (;;) {
-        pollfd waiting = {fd, POLLIN, 0};
-        if (::poll(&waiting, 1, 5000) <= 0) {
+        pollfd input = {fd, POLLIN, 0};
+        if (::poll(&input, 1, waiting::patienceMs) <= 0) {
             return {};
         }
         char byte = 0;

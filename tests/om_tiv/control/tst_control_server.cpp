@@ -5,6 +5,8 @@
 #include "control/bench_client.h"
 
 #include "om_tiv/control/socketclient.h"
+#include "support/sidethread.h"
+#include "support/waiting.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -16,7 +18,6 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <thread>
 #include <vector>
 
 #include <sys/socket.h>
@@ -326,9 +327,11 @@ private slots:
         refusedAccepts = 0;
         withoutDescriptors = true;
         const Descriptor second(connectTo(m_path));
-        while (refusedAccepts == 0) {
+        const QDeadlineTimer deadline(waiting::patience);
+        while (refusedAccepts == 0 && !deadline.hasExpired()) {
             QVERIFY(isAnswered(first.get()));
         }
+        QVERIFY(refusedAccepts > 0);
         withoutDescriptors = false;
         if (anotherGoes) {
             first.close();
@@ -395,7 +398,7 @@ private slots:
         std::string error;
         const auto client = BenchClient::connect(m_path, error);
         QVERIFY2(client, error.c_str());
-        std::thread peer([&] {
+        SideThread peer([&] {
             const Descriptor socket(::accept(listener.get(), nullptr, nullptr));
             const bool endless = answer.size() > static_cast<int>(BenchClient::MAX_ANSWER);
             sendAll(socket.get(), answer.toStdString() + (endless ? "" : "\n"));

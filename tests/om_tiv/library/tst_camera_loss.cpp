@@ -1,10 +1,12 @@
 #include "om_tiv/benchtest.h"
+#include "support/sidethread.h"
+#include "support/waiting.h"
 
 #include "library/camera_session.h"
 
 #include <atomic>
-#include <future>
-#include <thread>
+
+#include <unistd.h>
 
 using namespace om;
 using namespace om::bench;
@@ -56,7 +58,7 @@ void TestCameraLoss::unplugEndsAWaitingGrab()
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
     std::atomic<int> result{-1};
-    std::thread grabbing([&] { result = static_cast<int>(camera.grab(RuntimeParameters())); });
+    SideThread grabbing([&] { result = static_cast<int>(camera.grab(RuntimeParameters())); });
     QTRY_VERIFY(bench.clock().waiters() == 1 || result >= 0);
     bench.unplug(SERIAL);
     grabbing.join();
@@ -72,15 +74,17 @@ void TestCameraLoss::unplugEndsAWaitForSensors()
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
     std::atomic<bool> polling{false};
-    std::thread poller([&] {
+    std::atomic<bool> ended{false};
+    SideThread poller([&](const std::atomic<bool>& stop) {
         SensorsData data;
-        while (current(camera, data) == ERROR_CODE::SUCCESS) {
+        while (!stop && current(camera, data) == ERROR_CODE::SUCCESS) {
             polling = true;
         }
+        ended = true;
     });
     QTRY_VERIFY(polling);
     bench.unplug(SERIAL);
-    poller.join(); // ends only with the camera gone
+    QTRY_VERIFY(ended); // with the camera gone
     QVERIFY(!camera.isOpened());
 }
 
@@ -109,7 +113,7 @@ void TestCameraLoss::closeEndsAWaitingGrab()
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
     std::atomic<int> result{-1};
-    std::thread grabbing([&] { result = static_cast<int>(camera.grab(RuntimeParameters())); });
+    SideThread grabbing([&] { result = static_cast<int>(camera.grab(RuntimeParameters())); });
     QTRY_VERIFY(bench.clock().waiters() == 1 || result >= 0);
     camera.close();
     grabbing.join();
@@ -122,21 +126,26 @@ void TestCameraLoss::closeWaitsForTheReportOfALoss()
     auto& bench = theBench();
     bench.addCamera(idealCamera());
     bench.scriptGrab(SERIAL, {ERROR_CODE::CAMERA_GONE}); // seen from within
-    std::promise<void> reporting;
-    std::promise<void> closed;
+    QSemaphore reporting;
+    std::atomic<bool> closing{false};
+    std::atomic<bool> closed{false};
     bool closedMeanwhile = true;
+    const pid_t closer = ::gettid();
     const auto onLost = [&] {
-        reporting.set_value();
-        closedMeanwhile = closed.get_future().wait_for(std::chrono::milliseconds(200)) ==
-                          std::future_status::ready;
+        reporting.release();
+        // The close has come to wait; one that does not would be over.
+        const bool waits =
+            waiting::waitFor([&] { return closing && (closed || waiting::isAsleep(closer)); });
+        closedMeanwhile = !waits || closed;
     };
     ERROR_CODE result = ERROR_CODE::FAILURE;
     const auto session = CameraSession::open(parametersFor(), onLost, result);
     QVERIFY(session);
-    std::thread grabbing([&] { session->grab(RuntimeParameters()); });
-    reporting.get_future().wait();
+    SideThread grabbing([&] { session->grab(RuntimeParameters()); });
+    QVERIFY(waiting::acquire(reporting));
+    closing = true;
     session->close();
-    closed.set_value();
+    closed = true;
     grabbing.join();
     QVERIFY(!closedMeanwhile);
 }

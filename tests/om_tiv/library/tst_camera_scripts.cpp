@@ -1,7 +1,7 @@
 #include "om_tiv/benchtest.h"
+#include "support/sidethread.h"
 
 #include <atomic>
-#include <thread>
 #include <vector>
 
 using namespace om;
@@ -161,8 +161,7 @@ void TestCameraScripts::anAppendedRecordEndsTheWait()
     openCamera();
     m_bench.scriptSensors(SERIAL, std::vector<SensorsEntry>{entry(5000)});
     std::atomic<std::uint64_t> seen{0};
-    std::atomic<bool> stop{false};
-    std::thread poller([&] {
+    SideThread poller([&](const std::atomic<bool>& stop) {
         SensorsData data;
         while (!stop) {
             current(*m_camera, data);
@@ -178,7 +177,6 @@ void TestCameraScripts::anAppendedRecordEndsTheWait()
         QTRY_VERIFY(m_bench.sensorsScript(SERIAL).calls > calls);
         QCOMPARE(seen.load(), 5000 + i);
     }
-    stop = true;
     poller.join();
 }
 
@@ -252,17 +250,16 @@ void TestCameraScripts::aScriptForAWaitingGrab()
 {
     openCamera();
     std::atomic<int> result{-1};
-    std::thread grabbing([&] {
+    SideThread grabbing([&](const std::atomic<bool>& stop) {
         ERROR_CODE code = ERROR_CODE::TIMEOUT;
-        while (code == ERROR_CODE::TIMEOUT) {
+        while (code == ERROR_CODE::TIMEOUT && !stop) {
             code = m_camera->grab(RuntimeParameters());
         }
         result = static_cast<int>(code);
     });
     QTRY_COMPARE(m_bench.clock().waiters(), 1);
     m_bench.scriptGrab(SERIAL, {static_cast<ERROR_CODE>(17)});
-    grabbing.join();
-    QCOMPARE(result.load(), 17);
+    QTRY_COMPARE(result.load(), 17);
 }
 
 void TestCameraScripts::scriptsMayBeSetBeforeTheOpening()
