@@ -95,7 +95,7 @@ class BenchWindow:
             return self.process.wait(PATIENCE * SCALE)
         except subprocess.TimeoutExpired:
             self.process.kill()
-            self.process.wait()
+            self.process.wait(PATIENCE * SCALE)
             raise NotYet("om-bench-window did not end") from None
 
 

@@ -1,7 +1,6 @@
 """Working the calibration with the mouse."""
 
 import subprocess
-import time
 
 import screen
 from screen import CONTROLS, LIME, Picture
@@ -76,10 +75,21 @@ def stop(program):
 
 def turn_all_ways(program, serial):
     """Turns the camera through poses that a fit can be made of, in some seconds."""
+    def pose():
+        return program.cameras()[serial]["truth"]["pose"]
+
+    last = pose()
+
+    def rests():
+        nonlocal last
+        before, last = last, pose()
+        return before == last
     for heading, pitch, roll in ((0, 0, 0), (90, 45, 0), (180, 0, 90), (270, -45, 0), (0, 80, 180), (90, -80, 0),
                                  (180, 0, -90), (270, 30, 135), (45, -30, -135), (225, 0, 180)):
         program.om_bench("pose", serial, heading, pitch, roll, "--glide", 0.35)
-        time.sleep(0.4)
+        begin = last
+        wait_for("the turn's begin", lambda: pose() != begin)
+        wait_for("the turn's end", rests)
 
 
 def leave(program):

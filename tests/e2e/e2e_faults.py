@@ -43,8 +43,9 @@ class Opening(FaultTest):
         program = self.begin()
         self.fault("openResult", 9)
         self.reopen()
-        # For ever, without a word and without a stream.
-        time.sleep(2.0)
+        self.fault("openRefusals", 1000)
+        # Again and again, without a word and without a stream.
+        wait_for("some refusals", lambda: self.faults()["openRefusals"] < 997)
         self.assertEqual(program.state(SERIAL), "plugged")
         self.assertEqual(self.titles(), ["Gravimon"])
         self.fault("openRefusals", 2)
@@ -126,18 +127,17 @@ class Streaming(FaultTest):
         program = self.begin()
         live = livefile.LiveFile(program)
         self.fault("frozenTimestamps")
-        wait_for("no more rows", lambda: self.stands(live, 0.5))
-        program.wait_for_samples(SERIAL, 200)
-        self.assertTrue(self.stands(live, 0.5))
+        wait_for("no more rows", lambda: self.stands(live))
+        self.assertTrue(self.stands(live))
         self.clear()
         live.wait_for_more(100)
         live.stop()
         self.close(program)
 
     @staticmethod
-    def stands(live, seconds):
+    def stands(live):
         before = live.path.stat().st_size
-        time.sleep(seconds)
+        live.program.wait_for_samples(SERIAL, 200)
         return live.path.stat().st_size == before
 
     def test_repeated_timestamps_are_taken_once(self):
@@ -224,11 +224,16 @@ class Streaming(FaultTest):
 class Microcontroller(FaultTest):
 
     def calibrate(self, program):
-        """Up to a calibration that can be stored."""
+        """Up to a calibration that can be stored; returns the look of the state's line before the end."""
         calibration.open_dialog(program)
         calibration.start(program)
         calibration.turn_all_ways(program, SERIAL)
+        while_calibrating = self.state_picture()
         calibration.stop(program)
+        return while_calibrating
+
+    def state_picture(self):
+        return Picture.take().crop(calibration.area(self.program, "state"))
 
     def scales(self):
         return self.program.om_bench("eeprom", "show", SERIAL)["scale"]
@@ -252,9 +257,10 @@ class Microcontroller(FaultTest):
 
     def test_store_that_is_refused_or_reads_back_differently(self):
         program = self.begin()
-        self.calibrate(program)
-        time.sleep(0.3)  # the line says that the calibration is to be stored from the next update on
-        self.pending = Picture.take().crop(calibration.area(program, "state"))
+        while_calibrating = self.calibrate(program)
+        # The line says that the calibration is to be stored from the next update on.
+        wait_for("the new state", lambda: self.state_picture() != while_calibrating)
+        self.pending = self.state_picture()
         self.fault("eepromWriteRefused")
         self.assertEqual(self.store(program)[0], "failed")
         self.assertEqual(self.scales(), EEPROM_NEUTRAL)

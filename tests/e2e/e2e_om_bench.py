@@ -212,12 +212,13 @@ class WithoutAProgram(world.EndToEndTest):
                     peer.recv(65536)
                     peer.sendall(answer.encode() + b"\n")
                     peer.recv(1)
-            thread = threading.Thread(target=give)
+            # A listener that nobody comes to, or a peer that stays, ends with the process.
+            thread = threading.Thread(target=give, daemon=True)
             thread.start()
             try:
                 return om_bench("--socket", path, *arguments)
             finally:
-                thread.join()
+                thread.join(PATIENCE * SCALE)
                 os.unlink(path)
 
     def test_answer_of_another_shape_is_reported_in_one_line(self):

@@ -30,7 +30,7 @@ class SuddenEnd(world.EndToEndTest):
         self.assertGreaterEqual(len(file), 400)
         file.check_order()
         file.check_emitted(emitted.Camera(TIV_Q), 40000)
-        self.assertGreater(file.column("imu_Timestamp[sec]")[-1], killed - 2 * SCALE)
+        self.assertGreater(file.column("imu_Timestamp[sec]")[-1], killed - 4 * SCALE)
 
     def test_each_row_is_in_the_file_as_it_is_written(self):
         # Ten rows a second would take five of them to fill a usual buffer.
@@ -39,7 +39,7 @@ class SuddenEnd(world.EndToEndTest):
         for _ in range(20):
             control.wait_for_rows(path, 1)
             newest = recording.Recording(path, last_may_be_cut=True).column("imu_Timestamp[sec]")[-1]
-            self.assertLess(time.time() - newest, 1.5 * SCALE, "rows wait in a buffer")
+            self.assertLess(time.time() - newest, 3.0 * SCALE, "rows wait in a buffer")
         control.stop_recording(program, path)
         self.close(program)
 

@@ -284,8 +284,8 @@ class End(world.EndToEndTest):
         def ended():
             program.process.send_signal(signal.SIGTERM)
             return not program.is_running()
-        wait_for("the end of the program", ended, 4)
-        self.assertEqual(program.process.wait(), -signal.SIGTERM)
+        wait_for("the end of the program", ended)
+        self.assertEqual(program.process.returncode, -signal.SIGTERM)
 
     def test_signal_at_a_question_of_the_calibration_stores_nothing(self):
         program = self.start_streaming()

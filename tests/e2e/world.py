@@ -104,7 +104,7 @@ class Program:
             return self.process.wait(PATIENCE * SCALE)
         except subprocess.TimeoutExpired:
             self.process.kill()
-            self.process.wait()
+            self.process.wait(PATIENCE * SCALE)
             raise NotYet(f"the program did not end on {signal.Signals(how).name}") from None
 
     def root(self, path):
@@ -186,7 +186,7 @@ class EndToEndTest(unittest.TestCase):
                 print("the program's standard error:", *program.errors(), sep="\n  ", file=sys.stderr)
             if program.is_running():
                 program.process.kill()
-                program.process.wait()
+                program.process.wait(PATIENCE * SCALE)
             shutil.rmtree(program.folder, ignore_errors=True)
 
 
