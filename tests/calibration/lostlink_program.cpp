@@ -1,5 +1,5 @@
-/// A calibration dialog whose camera is unplugged, for tst_lostlink: what it does then ends the
-/// process, so it needs one of its own.
+/// A calibration dialog whose camera is unplugged, for tst_lostlink: it then ends the process, so
+/// it needs a separate one.
 ///
 ///     lostlink_program STEP    healthy: leaves with a camera that answers, exit status 0
 ///                              exit, start, destroy: what is done after the link was lost
@@ -15,7 +15,7 @@
 
 namespace {
 
-/// A dialog whose link would not open is started all the same: its thread finds no camera.
+/// A dialog whose link could not be opened is started nevertheless: its thread finds no camera.
 int startWithoutALink(om::bench::Bench& bench)
 {
     bench.changeFaults(benchcamera::serial,

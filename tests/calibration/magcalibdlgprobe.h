@@ -12,8 +12,8 @@
 #include <qwt_plot_curve.h>
 #include <qwt_symbol.h>
 
-/// Built around a dialog that outlives it: MagCalibDlgProbe probe{dialog}. Every field goes by its
-/// own name.
+/// Created for a dialog that outlives it: MagCalibDlgProbe probe{dialog}. Every field has its own
+/// name.
 struct MagCalibDlgProbe
 {
     MagCalibDlg& dialog;
@@ -63,7 +63,7 @@ struct MagCalibDlgProbe
 
     bool startAcquisition() const { return dialog.startAcquisition(); }
     void stopAcquisition() const { dialog.stopAcquisition(); }
-    /// The reading thread alone, without what startAcquisition() does before it.
+    /// Only the reading thread, without the other steps of startAcquisition().
     void startThread() const
     {
         dialog.grabThread = std::thread(&MagCalibDlg::magDataGrabThread, &dialog);
@@ -81,8 +81,8 @@ struct MagCalibDlgProbe
     void onUpdateTimer() const { dialog.onUpdateTimer(); }
     std::array<CalibPlot*, 5> plots() const { return dialog.plots(); }
 
-    // Flags that the thread writes or reads meanwhile.
-    // Never inlined: ThreadSanitizer's suppressions know them by name.
+    // Flags that the thread writes or reads at the same time. Never inlined: ThreadSanitizer's
+    // suppressions know them by name.
     [[gnu::noinline]] bool running() const { return dialog.grabRunning; }
     [[gnu::noinline]] void setCalibrating(bool on) const { dialog.calibrating = on; }
 

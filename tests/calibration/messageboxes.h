@@ -1,5 +1,5 @@
 /// @file
-/// Answers the message boxes of a program under test and notes how they looked.
+/// Answers the message boxes of a program under test and records their appearance.
 #pragma once
 
 #include <QFont>
@@ -12,7 +12,7 @@
 
 #include <functional>
 
-/// How a message box looked while it was open.
+/// The appearance of an open message box.
 struct SeenBox
 {
     QString title;
@@ -29,8 +29,8 @@ struct SeenBox
     QString pressed; ///< the button that answered it
 };
 
-/// Presses the buttons of the message boxes that open, in the order of expect(). A box that nobody
-/// expects is answered by its last button and counts as unexpected.
+/// Presses the buttons of the message boxes that open, in the order of expect(). A box without an
+/// expectation is answered by its last button and counts as unexpected.
 class MessageBoxes : public QObject
 {
     Q_OBJECT
@@ -43,7 +43,7 @@ public:
 
     QVector<SeenBox> seen;
     int unexpected = 0; ///< boxes without an expectation, or without the button wanted
-    int open() const { return m_expected.size(); } ///< expectations that no box has met
+    int open() const { return m_expected.size(); } ///< expectations without a box
 
 private:
     struct Expectation

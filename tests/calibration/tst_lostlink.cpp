@@ -1,5 +1,5 @@
-/// After a lost link the reading thread has ended on its own and nobody joins it: the next start,
-/// and the end of the dialog, end the process.
+/// After a lost link the reading thread has ended on its own and is not joined: the next start and
+/// the end of the dialog end the process.
 
 #include <QProcess>
 #include <QtTest>

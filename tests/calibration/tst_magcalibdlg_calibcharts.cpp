@@ -54,8 +54,8 @@ void compareScale(const CalibPlot* plot, double lower, double upper)
     }
 }
 
-/// Notes the plots whose canvas is painted, which is what a replot costs, in their order. The
-/// dialog must be on show.
+/// Records the plots whose canvas is painted, which is the cost of a replot, in their order. The
+/// dialog must be visible.
 class Paints : public QObject
 {
 public:
@@ -380,7 +380,7 @@ void TestCalibCharts::firstSampleAfterAClearStandsAlone()
           f.probe->curveRawXY(), f.probe->curveRawXZ(), f.probe->curveRawYZ(),
           f.probe->curveLastXY(), f.probe->curveLastXZ(), f.probe->curveLastYZ()})
         QCOMPARE(samplesOf(curve).size(), 1);
-    // There is nothing corrected before the next fit.
+    // There are no corrected samples before the next fit.
     QCOMPARE(samplesOf(f.probe->curveCalXY()).size(), 0);
 }
 
@@ -446,7 +446,7 @@ void TestCalibCharts::scalesOfADegenerateFitAreFinite()
     setThreeSamples(*f.probe);
     f.probe->calX = {std::numeric_limits<double>::quiet_NaN(), 0.5, 0.5};
     f.probe->calZ = {0.5, std::numeric_limits<double>::infinity(), 0.5};
-    // Qwt finds no scale for infinities, says so and goes on.
+    // Qwt finds no scale for infinities, warns and continues.
     for (int axis = 0; axis < 2; ++axis)
         QTest::ignoreMessage(QtWarningMsg, "QwtLinearScaleEngine::divideScale: overflow");
     f.probe->updatePlots();
@@ -505,7 +505,7 @@ void TestCalibCharts::clearLeavesToTheCurvesWhatTheyShare()
     setThreeSamples(*f.probe);
     f.probe->updatePlots();
     f.probe->clearPlots();
-    // A copy would have come with the capacity for them.
+    // A copy would have the capacity for them.
     for (const QVector<double>* const samples : {&f.probe->rawX, &f.probe->rawY, &f.probe->rawZ,
                                                  &f.probe->calX, &f.probe->calY, &f.probe->calZ}) {
         QVERIFY(samples->isEmpty());

@@ -25,7 +25,7 @@ om::_mag_calib_data recordOf(const Calibration& calibration)
     return record;
 }
 
-/// The six floats as the EEPROM image holds them.
+/// The six floats as in the EEPROM image.
 std::array<float, 6> stored(const om::_mag_calib_data& record)
 {
     std::array<float, 6> floats;
@@ -152,8 +152,8 @@ void TestMagRecord::storedCalibrationLoadsAsItselfInSinglePrecision()
 
 void TestMagRecord::rawCountsEndAsTheSensorsOwnOffsetsAndScales()
 {
-    // A sensor whose counts lie on an ellipsoid of its own axes; the calibration must come back in
-    // those same axes, whatever the dialog calls them.
+    // A sensor whose counts are on an ellipsoid of its own axes; the calibration must be returned
+    // in the same axes, whatever the dialog calls them.
     const Eigen::Vector3d offset(11.0, -23.0, 37.0); // uT, sensor axes
     const Eigen::Vector3d radii(41.0, 53.0, 47.0);
     const clouds::Cloud sensor = clouds::onEllipsoid(4000, offset, radii);

@@ -66,7 +66,7 @@ static_assert(std::is_same_v<decltype(FpsCounter::interval), Interval>);
 static_assert(std::has_virtual_destructor_v<Interval> &&
               std::is_same_v<decltype(Interval::start), std::chrono::system_clock::time_point>);
 
-/// Whether members stand one behind the other.
+/// Whether members are in this order.
 bool inOrder(std::initializer_list<const void*> members)
 {
     return std::adjacent_find(members.begin(), members.end(), std::greater_equal<>()) ==
@@ -229,7 +229,7 @@ void TestInputThreadOpen::parametersAreThoseOfTheViewer()
     QCOMPARE(static_cast<int>(parameters.coordinateSystem), 2);
     QCOMPARE(parameters.verbosity, 1);
     QCOMPARE(parameters.gpuId, -1);
-    // Exact, not as QCOMPARE takes floats.
+    // Exact, unlike QCOMPARE with floats.
     QVERIFY(parameters.depthMinimum == 1.0F);
     QVERIFY(parameters.depthMaximum == 25.000002F);
     QCOMPARE(parameters.disableSelfCalibration, false);
@@ -424,7 +424,7 @@ void TestInputThreadOpen::failedOpenAfterAGoodOneTakesTheFlagsBack()
     QVERIFY(!input.opened);
     QVERIFY(!input.liveCamera);
     QVERIFY(!input.playingFile);
-    // Only a good open replaces the record.
+    // Only a successful open replaces the record.
     QCOMPARE(input.cameraInfo.serialNumber, 42U);
 }
 
@@ -456,7 +456,7 @@ void TestInputThreadOpen::createMemoriesFailsWithoutAnOpenCamera()
     QCOMPARE(process.count() + context.count() + ready.count(), 0);
     QCOMPARE(ProgramStates::getIntAttr(ProgramStates::cameraModel), 5);
     QVERIFY(!input.imageGpu.getPtr(om::MEM::GPU));
-    // It gave up before it looked at errors.
+    // It ended before it checked errors.
     QCOMPARE(cudaGetLastError(), cudaErrorMemoryAllocation);
 }
 
@@ -544,7 +544,7 @@ void TestInputThreadOpen::createMemoriesPublishesWhatTheCameraIs()
 {
     QFETCH(int, model);
     setUp(static_cast<om::MODEL>(model));
-    // The library puts its own limit in the place of a negative one.
+    // The library replaces a negative limit by its own.
     ProgramStates::setIntAttr(ProgramStates::depthMinimumCm, -100);
     InputThreadModul input;
     QCOMPARE(model < 4 ? input.live(static_cast<int>(SERIAL)) : input.gmsl(CAMERA_ID), 0);
@@ -579,7 +579,7 @@ void TestInputThreadOpen::createMemoriesFailsOnTooLittleGpuMemory()
 
     QVERIFY(!input.CreateMemories());
 
-    // The failure is seen in one sweep at the end, with everything else done.
+    // The failure is detected in one check at the end, with everything else done.
     QCOMPARE(ready.count(), 1);
     QVERIFY(input.image3Host.getPtr(om::MEM::CPU));
     QVERIFY(input.opened);

@@ -7,7 +7,7 @@
 #include <iterator>
 #include <type_traits>
 
-// Everything in it is static, data and operations: an object holds nothing.
+// All data and operations are static: an object has no state.
 static_assert(std::is_empty_v<ProgramStates> && !std::is_polymorphic_v<ProgramStates>);
 static_assert(std::is_default_constructible_v<ProgramStates> &&
               std::is_destructible_v<ProgramStates>);
@@ -253,7 +253,7 @@ void TestProgramStates::objectsShareTheOneTable()
         ProgramStates second;
         QCOMPARE(&first.intAttr(13), &second.intAttr(13));
     }
-    // An object's life leaves the table alone.
+    // Creating and destroying an object does not change the table.
     QCOMPARE(ProgramStates::getIntAttr(ProgramStates::requestedFps), 100);
 }
 

@@ -1,4 +1,4 @@
-"""Bench files with mistakes and folders that can't be written: one clear line, and the program goes on."""
+"""Bench files with mistakes and folders that can't be written: one clear line, and the program continues."""
 
 import math
 import os
@@ -107,7 +107,7 @@ class BenchFile(world.EndToEndTest):
 class StateFolder(world.EndToEndTest):
 
     def test_unwritable_folder_is_reported_once_and_the_camera_streams(self):
-        # Nobody can make a folder there, root neither.
+        # No user can create a folder there, not even root.
         program = self.start_streaming(environment={"OM_TIV_STATE_DIR": "/proc/gravimon"})
         self.assertEqual(program.errors(), [], "nothing was to be stored yet")
         for serial in (TIV_Q, TIV_P, TIV_Q):

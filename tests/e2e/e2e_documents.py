@@ -1,5 +1,5 @@
-"""The examples of the documents are real: each console block is typed against a running program, and what it
-prints is what stands there, but for the numbers."""
+"""The examples of the documents are real: each console block runs with a running program, and its output is the
+one in the document, except for the numbers."""
 
 import json
 import pathlib
@@ -56,7 +56,7 @@ class Examples(world.EndToEndTest):
         program = self.start_streaming()
         self.assertGreater(self.run_examples(program, (DOCS / "bench-guide.md").read_text(encoding="utf-8")), 15)
         self.assertEqual(program.end(), 0)
-        # The recording holds acceleration only, which is told.
+        # The recording has only the acceleration, which is reported.
         self.assertEqual([line for line in program.errors() if "walk.csv" not in line], [])
 
     def test_worked_bench_files(self):

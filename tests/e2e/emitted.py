@@ -1,4 +1,4 @@
-"""What a virtual camera emits, worked out anew.
+"""The output of a virtual camera, computed independently.
 
 The samples of the bench's physics are a function of the camera's description, the moment of plugging in
 and a sample's number: noise and jitter come from a hash of seed, purpose and number. This module computes

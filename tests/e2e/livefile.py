@@ -1,4 +1,4 @@
-"""A recording that is being written, as a window on what the program makes of the camera's values."""
+"""A recording that is being written, to observe how the program handles the camera's values."""
 
 import recorder_control as control
 import recording

@@ -1,4 +1,4 @@
-"""Working the recorder with the mouse."""
+"""Operating the recorder with the mouse."""
 
 import configparser
 
@@ -35,7 +35,7 @@ def name_parts(path):
 # ---- The button -----------------------------------------------------------------------------------
 
 def is_pressed(picture=None):
-    """Whether the button stands pressed, which is red."""
+    """Whether the button is pressed, which is red."""
     x, y, width, height = CONTROLS["record"]
     return (picture or Picture.take()).share((x, y, width, height), RED) > 0.4
 

@@ -1,8 +1,8 @@
-"""What is on the screen, and the mouse.
+"""The content of the screen, and the mouse.
 
 The window has no window manager here: it lies at the screen's corner in its own size, so that each
-control has a fixed place. All places stand in one table, and check_layout() tells by the colours there
-which control has moved.
+control has a fixed place. All places are in one table, and check_layout() uses their colours to find controls
+that have moved.
 """
 
 import subprocess
@@ -57,7 +57,7 @@ OPTIONS = {
     "cancel": (255, 280, 120, 20),
 }
 
-# What tells that a control is at its place: a colour (None: any but the background) and the least share of
+# How to recognise that a control is at its place: a colour (None: any but the background) and the least share of
 # its rectangle that has it. Around the rectangle there must be little of it; for a label, above and below
 # the text.
 LANDMARKS = {

@@ -9,11 +9,11 @@ PATIENCE = 30.0
 
 
 class NotYet(AssertionError):
-    """A state that was waited for and did not come."""
+    """An expected state that did not occur."""
 
 
 def wait_for(what, predicate, patience=PATIENCE):
-    """Polls until predicate() is true and returns what it gave."""
+    """Polls until predicate() is true and returns its result."""
     end = time.monotonic() + patience * SCALE
     while True:
         value = predicate()

@@ -1,4 +1,4 @@
-"""Every C++ source of the tree is compiled, so that none rots unseen."""
+"""Every C++ source of the tree is compiled, so that no source is forgotten."""
 
 import json
 import os

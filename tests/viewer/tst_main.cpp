@@ -1,4 +1,4 @@
-// The program from its entry on: its main() runs here under another name.
+// The program from its start: its main() runs here under another name.
 #define main runProgram
 #include "viewer/main.cpp" // NOLINT(bugprone-suspicious-include)
 #undef main
@@ -10,7 +10,7 @@
 
 namespace {
 
-/// What the program looked like while it ran.
+/// The state of the program while it ran.
 struct Seen
 {
     QByteArray glyphCache;
@@ -71,7 +71,7 @@ private slots:
         QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("platforms")));
         QVERIFY(QDir::setCurrent(folder.path()));
         char name[] = "gravimon";
-        // Nothing but the name means anything to it.
+        // Only the name has a meaning.
         char help[] = "--help";
         char nonsense[] = "nonsense";
         char* arguments[] = {name, help, nonsense, nullptr};

@@ -1,5 +1,5 @@
 /// @file
-/// An open camera on the stopped bench, and what the tests of its sensors compare with.
+/// An open camera on the stopped bench, and the reference values for the tests of its sensors.
 #pragma once
 
 #include "om_tiv/benchtest.h"

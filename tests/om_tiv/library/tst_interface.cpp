@@ -18,7 +18,7 @@ using namespace om;
 
 namespace {
 
-/// Whether the members of a record stand one behind the other.
+/// Whether the members of a record are in this order.
 bool inOrder(std::initializer_list<const void*> members)
 {
     return std::adjacent_find(members.begin(), members.end(), std::greater_equal<>()) ==
@@ -28,7 +28,7 @@ bool inOrder(std::initializer_list<const void*> members)
 template <auto Operation, typename Signature>
 constexpr bool is = std::is_same_v<decltype(Operation), Signature>;
 
-// What the program passes, in its order, and what it takes back.
+// The arguments that the program passes, in their order, and the results.
 static_assert(is<&Camera::open, ERROR_CODE (Camera::*)(InitParameters)>);
 static_assert(is<&Camera::close, void (Camera::*)()>);
 static_assert(is<&Camera::isOpened, bool (Camera::*)() const>);
@@ -108,7 +108,7 @@ static_assert(is<&SensorsData::TemperatureData::get,
                  int (SensorsData::TemperatureData::*)(
                      SensorsData::TemperatureData::SENSOR_LOCATION, float&) const>);
 
-// The types of the fields. "size_t" stands for the unsigned 64 bits of a resolution.
+// The types of the fields. "size_t" is the unsigned 64-bit type of a resolution.
 static_assert(sizeof(std::size_t) == 8);
 static_assert(is<&Resolution::width, std::size_t Resolution::*>);
 static_assert(is<&Resolution::height, std::size_t Resolution::*>);
@@ -184,7 +184,8 @@ static_assert(is<&Imu::linearAcceleration, Vector3<float> Imu::*>);
 static_assert(is<&Imu::effectiveRate, float Imu::*>);
 static_assert(is<&SensorsData::cameraMovingState, int SensorsData::*>);
 
-// The packed records, byte by byte. What the program does not read has its place by its neighbours.
+// The packed records, byte by byte. The neighbours of fields that the program does not read
+// determine their place.
 template <auto Field, typename Type, typename Record>
 constexpr bool holds = std::is_same_v<decltype(Field), Type Record::*>;
 

@@ -164,7 +164,7 @@ private slots:
                            nullptr, true, false),
                  result);
         QVERIFY(!link.captureRunning);
-        // The refused link has taken nothing, and nothing streams on it.
+        // The refused link has no claim, and nothing streams on it.
         link.startCapture(0.0F);
         QCOMPARE(int(link.getIMUReaderData().linkValid), 0);
         m_bench.setFaults(OTHER_SERIAL, {});
@@ -226,7 +226,7 @@ private slots:
             om::_mag_calib_data record = makeRecord(0.03F, 0.02F, 0.04F, -2.5F, -1.5F, 3.5F);
             QCOMPARE(link.writeMagCalibInEEprom(record), 0);
         }
-        m_bench.reset(); // reads the images anew
+        m_bench.reset(); // reads the images again
         addCamera(SERIAL, om::MODEL::TIV_Q);
         Link link;
         QCOMPARE(link.openIt(), 0);
@@ -317,7 +317,7 @@ private slots:
         m_bench.changeFaults(SERIAL, [](Faults& faults) { faults.eepromReadbackDiffers = 7; });
         Link link;
         link.openIt();
-        link.updateEepromMemory(true); // before a write nothing differs
+        link.updateEepromMemory(true); // without a write before, nothing differs
         QCOMPARE(link.stored(), neutralRecord);
         const std::vector<float> written{0.03F, 0.02F, 0.04F, -2.5F, -1.5F, 3.5F};
         std::vector<bool> differed(6, false);
@@ -333,7 +333,7 @@ private slots:
             link.updateEepromMemory(true); // the second read of the same write is right
             QCOMPARE(link.stored(), written);
         }
-        QCOMPARE(differed, std::vector<bool>(6, true)); // none of the six can go unchecked
+        QCOMPARE(differed, std::vector<bool>(6, true)); // all six must be checked
         QCOMPARE(m_bench.faults(SERIAL).eepromReadbackDiffers, 0);
     }
 

@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 using namespace mcutest;
 using namespace om::bench;
 
-/// What the link reads: records of the sensors, pose records, scripts in their place.
+/// The records of the link: of the sensors, of the pose, and from scripts.
 class McuRecordsTest : public Fixture
 {
     Q_OBJECT
@@ -23,7 +23,7 @@ private slots:
 
     // ---- Capture ------------------------------------------------------------------------------
 
-    /// The microcontroller takes no word of it: the link alone says whether capture runs.
+    /// The microcontroller is not involved: only the link determines whether capture runs.
     void captureRunsOnASilentMicrocontrollerToo()
     {
         Link link;
@@ -34,7 +34,7 @@ private slots:
         QCOMPARE(int(link.getIMUReaderData().linkValid), 0);
         QCOMPARE(quint64(link.getIMUPose(6).timestamp), quint64(0));
 
-        // Once it answers again the stream is there, without a second start.
+        // Once it answers again it streams, without a second start.
         m_bench.changeFaults(SERIAL, [](Faults& faults) { faults.mcuSilent = false; });
         m_bench.clock().advance(100ms);
         QCOMPARE(int(link.getIMUReaderData().linkValid), 1);
@@ -163,7 +163,7 @@ private slots:
         m_bench.plug(SERIAL);
         Link second;
         QCOMPARE(second.openIt(), 0);
-        link.close(); // takes nothing from the new owner
+        link.close(); // does not affect the new owner
         QVERIFY(m_bench.status()[0].inUse);
     }
 
@@ -265,7 +265,7 @@ private slots:
         QCOMPARE(quint64(link.getIMUReaderData().timestamp), quint64(0)); // read before that
         m_bench.clock().advance(39s);
         const auto ticks = static_cast<double>(link.getIMUReaderData().timestamp);
-        // A reading is up to one period of 20 ms old, plus its jitter: 513 ticks a period.
+        // A reading is up to one period of 20 ms old, plus its jitter: 513 ticks per period.
         QVERIFY2(ticks <= 1e6 && ticks > 1e6 - 600.0, qPrintable(QString::number(ticks)));
     }
 
@@ -454,7 +454,7 @@ private slots:
         QVERIFY(std::abs(static_cast<double>(pose.rotation[2]) - column.x) < 1e-5);
         QVERIFY(std::abs(static_cast<double>(pose.rotation[5]) - column.y) < 1e-5);
         QVERIFY(std::abs(static_cast<double>(pose.rotation[8]) - column.z) < 1e-5);
-        // The camera's own acceleration, turned into the world, points up.
+        // The camera's acceleration, rotated into the world frame, points up.
         const Vector up = rotate(q, fromSensorAxes({static_cast<double>(pose.acceleration[0]),
                                                     static_cast<double>(pose.acceleration[1]),
                                                     static_cast<double>(pose.acceleration[2])}));
@@ -512,7 +512,7 @@ private slots:
         m_bench.scriptReader(SERIAL, records);
         Link link;
         link.openIt();
-        QCOMPARE(int(link.getIMUReaderData().linkValid), 0); // nothing streams: none is used up
+        QCOMPARE(int(link.getIMUReaderData().linkValid), 0); // nothing streams: no entry is used
         link.startCapture(0.0F);
         for (const int expected : {100, 200, 300, 300}) {
             QCOMPARE(int(link.getIMUReaderData().mag[0]), expected);

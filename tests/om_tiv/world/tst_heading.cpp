@@ -42,7 +42,8 @@ std::vector<Vector> sphere(int count)
     return directions;
 }
 
-/// What sensor axes with these offsets and radii read of a field of the strength in the direction.
+/// The reading of sensor axes with these offsets and radii for a field of this strength in the
+/// direction.
 Vector reading(const Vector& direction, double strength = radius)
 {
     return {5.0 + strength * 1.1 * direction.x, -20.0 + strength * 0.9 * direction.y,
@@ -52,7 +53,7 @@ Vector reading(const Vector& direction, double strength = radius)
 /// Unit vector away from the earth in a field of the direction that dips by the angle.
 Vector upIn(const Vector& direction, double dip = 64.0 * degree)
 {
-    // Any vector across the field will do.
+    // Any vector perpendicular to the field works.
     const Vector other =
         std::abs(direction.x) < 0.7 ? Vector{1.0, 0.0, 0.0} : Vector{0.0, 1.0, 0.0};
     Vector across = other - dot(other, direction) * direction;
@@ -94,7 +95,7 @@ double turnAround(HeadingMonitor& monitor, double start = 0.0)
 
 const Vector someDirection{0.48, 0.6, 0.64};
 
-/// Lies still for a time, in a field that is disturbed by so much.
+/// Lies still for a time, in a field with this disturbance.
 double restFor(HeadingMonitor& monitor, double start, double seconds,
                const Vector& disturbance = {})
 {
@@ -287,7 +288,7 @@ private slots:
         QFETCH(double, spread);
         QFETCH(int, state);
         QFETCH(float, accuracy);
-        // In every direction as many readings are too strong as too weak by the spread.
+        // In every direction the same number of readings is too strong and too weak by the spread.
         HeadingMonitor monitor;
         double time = 0.0;
         for (const Vector& direction : sphere(readingsOf30s / 2)) {
@@ -365,7 +366,7 @@ private slots:
 
     void unusableCalibrationIsNotGood()
     {
-        // Not even on a sensor that needs no correction, whose field it leaves as it is.
+        // Not even on a sensor that needs no correction, whose field does not change.
         HeadingMonitor monitor;
         double time = 0.0;
         for (const Vector& direction : sphere(readingsOf30s)) {
@@ -415,7 +416,7 @@ private slots:
         HeadingMonitor monitor;
         restFor(monitor, 0.0, 30.0);
         QCOMPARE(monitor.assess(matchingCalibration()).state, 1);
-        // Wrong by so much that the strength tells it even here.
+        // So wrong that the strength shows it even here.
         QCOMPARE(monitor.assess(withOffset(0.0, 12.0, 0.0)).state, 2);
     }
 
@@ -434,7 +435,7 @@ private slots:
     {
         HeadingMonitor monitor;
         const double time = turnAround(monitor);
-        // 26 of the last 30 s lie at one place.
+        // 26 of the last 30 s are at one place.
         restFor(monitor, time, 26.0);
         QVERIFY(monitor.assess(withOffset(4.0, 0.0, 0.0)).state != 0);
     }
@@ -454,7 +455,7 @@ private slots:
         QTest::addColumn<int>("state");
         QTest::newRow("along the field") << 9.0 * someDirection << 2;
         QTest::newRow("against the field") << -9.0 * someDirection << 2;
-        // Such a one hardly changes the strength, but it turns the field.
+        // Such a disturbance hardly changes the strength, but it turns the field.
         const Vector across = upIn(someDirection, 0.0);
         QTest::newRow("across the field, downward") << -9.0 * across << 2;
         QTest::newRow("across the field, upward") << 9.0 * across << 2;
@@ -470,7 +471,7 @@ private slots:
         QCOMPARE(monitor.assess(matchingCalibration()).state, state);
         time = restFor(monitor, time, 40.0, disturbance);
         QCOMPARE(monitor.assess(matchingCalibration()).state, state);
-        // What the camera has proven is in doubt now, until it is turned again.
+        // The proven calibration is uncertain now, until the camera is turned again.
         time = restFor(monitor, time, 40.0);
         QVERIFY(monitor.assess(matchingCalibration()).state != 0);
         turnAround(monitor, time);

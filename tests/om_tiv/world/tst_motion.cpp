@@ -46,7 +46,7 @@ std::vector<Vector> directions(int count)
     return all;
 }
 
-/// From the first time on in steps, up to the end without it, s.
+/// Times in steps from the first one to before the end, s.
 std::vector<double> times(double from, double end, double step)
 {
     std::vector<double> list;
@@ -56,8 +56,8 @@ std::vector<double> times(double from, double end, double step)
     return list;
 }
 
-/// How far the emptiest of some directions of the body is from where a world vector ever pointed,
-/// degrees.
+/// Largest angle between a direction of the body and the nearest direction in which a world vector
+/// pointed, degrees.
 double largestGap(const MotionTimeline& motion, const Vector& world, double seconds)
 {
     const std::vector<Vector> cells = directions(300);
@@ -142,7 +142,7 @@ void TestMotion::rotationVectorsGoToQuaternionsAndBack()
                             Vector{0.3, -0.2, 0.9}, Vector{-3.0, 0.5, 0.2}}) {
         QVERIFY(distance(toRotationVector(fromRotationVector(v)), v) < 1e-12);
     }
-    // A quarter turn about y takes x to -z.
+    // A quarter turn about y turns x to -z.
     QVERIFY(distance(rotate(fromRotationVector({0.0, PI / 2, 0.0}), {1.0, 0.0, 0.0}),
                      {0.0, 0.0, -1.0}) < 1e-12);
 }
@@ -177,7 +177,7 @@ void TestMotion::headingFollowsThePose()
     QFETCH(double, expected);
     Field field;
     field.declination = declination;
-    // Pitch and roll leave the heading.
+    // Pitch and roll do not change the heading.
     const Quaternion pose = fromHeading(heading * DEGREE, 0.4, -0.7);
     QVERIFY(std::abs(magneticHeading(pose, field) / DEGREE - expected) < 1e-9);
 }
@@ -435,7 +435,7 @@ void TestMotion::manyChangesAreBounded()
         body.setPose(fromHeading(i * 0.001), after(i * 0.001), NS_PER_MS);
     }
     QVERIFY(angle(body.poseAt(after(50.1)), fromHeading(50.0)) < 1e-6);
-    // Still there: ten seconds back.
+    // Still available: ten seconds ago.
     QVERIFY(angle(body.poseAt(after(40.0015)), fromHeading(40.0)) < 0.1);
 }
 
