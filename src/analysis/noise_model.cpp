@@ -175,7 +175,10 @@ Coefficient ofTerm(const NoiseModel& model, TERM term, double scale)
 Coefficient unseen(const char* line, const std::vector<AllanPoint>& allan)
 {
     Coefficient coefficient;
-    const double seconds = allan.empty() ? 0.0 : 3.0 * allan.back().tau;
+    const double seconds = allan.empty()
+                               ? 0.0
+                               : static_cast<double>(allan.front().samples) * allan.front().tau /
+                                     static_cast<double>(allan.front().averaging);
     coefficient.reason = text("not observable in %.0f seconds: ", seconds) +
                          "the Allan deviation has no part with " + line;
     return coefficient;

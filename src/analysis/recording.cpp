@@ -428,7 +428,20 @@ public:
     const char* begin() const { return static_cast<const char*>(m_data); }
     const char* end() const { return begin() + m_size; }
 
+    /// Gives back the memory of what has been read: a share from the begin of the file, 0 to 1.
+    void release(double share)
+    {
+        const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+        const auto read = static_cast<std::size_t>(share * static_cast<double>(m_size));
+        const std::size_t pages = read / page > 0 ? (read / page - 1) * page : 0;
+        if (pages > m_released) {
+            ::madvise(static_cast<char*>(m_data) + m_released, pages - m_released, MADV_DONTNEED);
+            m_released = pages;
+        }
+    }
+
 private:
+    std::size_t m_released = 0; // bytes
     void* m_data = MAP_FAILED;
     std::size_t m_size = 0;
 };
@@ -506,11 +519,14 @@ std::optional<Recording> readRecording(const std::string& path, const Wanted& wa
                                        std::string& error,
                                        const std::function<bool(double)>& progress)
 {
-    const MappedFile file(path, error);
+    MappedFile file(path, error);
     if (!file.valid()) {
         return std::nullopt;
     }
-    return parseRecording(file.begin(), file.end(), path, wanted, error, progress);
+    return parseRecording(file.begin(), file.end(), path, wanted, error, [&](double share) {
+        file.release(share);
+        return !progress || progress(share);
+    });
 }
 
 } // namespace analysis

@@ -107,7 +107,7 @@ void TestNoiseModel::slopeThatIsNotThereIsNotObservable()
     const auto agrees = [](const Coefficient& coefficient, double truth) {
         return truth > 0.0 ? coefficient.value.has_value() && coefficient.reason.empty()
                            : !coefficient.value &&
-                                 coefficient.reason.find("not observable in 7500 seconds") == 0;
+                                 coefficient.reason.find("not observable in 2500000 seconds") == 0;
     };
     QVERIFY2(agrees(model.noiseDensity, density), model.noiseDensity.reason.c_str());
     QVERIFY2(agrees(model.biasInstability, instability), model.biasInstability.reason.c_str());
