@@ -1,16 +1,22 @@
 #include "report/command.h"
 
+#include "report/figures.h"
 #include "report/json_file.h"
+#include "report/page.h"
+#include "report/pdf_file.h"
 #include "report/verdicts.h"
 #include "report/yaml_file.h"
 
+#include <QApplication>
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
 #include <QString>
+#include <QtGlobal>
 
 #include <csignal>
 #include <iostream>
+#include <memory>
 #include <utility>
 
 #include <unistd.h>
@@ -92,6 +98,29 @@ std::string problemWith(const Output& output, const std::vector<std::string>& re
     return {};
 }
 
+/// Of a window system that is not there.
+void dropMessage(QtMsgType type, const QMessageLogContext& /*context*/, const QString& text)
+{
+    if (type == QtFatalMsg || type == QtCriticalMsg) {
+        complain(text.toStdString());
+    }
+}
+
+/// What draws text and plots, where there is none yet: on a platform without a display, so that
+/// reports come out alike on every machine.
+std::unique_ptr<QApplication> drawingApplication()
+{
+    if (QCoreApplication::instance() != nullptr) {
+        return nullptr;
+    }
+    qInstallMessageHandler(dropMessage);
+    ::qputenv("QT_QPA_PLATFORM", "offscreen");
+    static int count = 1;
+    static char name[] = "gravimon-log";
+    static char* arguments[] = {name, nullptr};
+    return std::make_unique<QApplication>(count, arguments);
+}
+
 bool write(const std::string& path, const QByteArray& content)
 {
     QSaveFile file(QFile::decodeName(path.c_str()));
@@ -170,6 +199,22 @@ OUTCOME run(const Command& command)
     if (!command.yamlPath.empty() &&
         !write(command.yamlPath, QByteArray::fromStdString(yamlText(reports.front())))) {
         return NOT_REPORTED;
+    }
+    if (!command.htmlPath.empty() || !command.pdfPath.empty()) {
+        const auto application = drawingApplication();
+        std::vector<std::vector<Topic>> topics;
+        for (const RecordingReport& report : reports) {
+            topics.push_back(topicsOf(report));
+        }
+        if (reports.size() > 1) {
+            alignAxes(topics);
+        }
+        if (!command.htmlPath.empty() && !write(command.htmlPath, pageOf(reports, topics))) {
+            return NOT_REPORTED;
+        }
+        if (!command.pdfPath.empty() && !write(command.pdfPath, pdfOf(reports, topics))) {
+            return NOT_REPORTED;
+        }
     }
     bool failed = false;
     for (const RecordingReport& report : reports) {

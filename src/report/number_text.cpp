@@ -27,6 +27,14 @@ std::string number(double value, int digits)
     return {text.data(), result.ptr};
 }
 
+std::string plainNumber(double value)
+{
+    std::array<char, 400> text{};
+    const auto result =
+        std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed);
+    return {text.data(), result.ptr};
+}
+
 std::string number(std::uint64_t value)
 {
     return std::to_string(value);

@@ -11,6 +11,9 @@ namespace report {
 /// finite number.
 std::string number(double value, int digits = 4);
 
+/// Without an exponent, with as many digits as it takes: for limits.
+std::string plainNumber(double value);
+
 /// A count.
 std::string number(std::uint64_t value);
 

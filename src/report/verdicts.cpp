@@ -42,6 +42,11 @@ std::string percent(double share)
     return number(100.0 * share, 3) + " %";
 }
 
+std::string percentLimit(double share)
+{
+    return plainNumber(100.0 * share) + " %";
+}
+
 void judgeTiming(const RecordingReport& report, std::vector<Verdict>& verdicts)
 {
     const analysis::Timing& timing = report.timing;
@@ -54,7 +59,8 @@ void judgeTiming(const RecordingReport& report, std::vector<Verdict>& verdicts)
                         "Rate of the IMU",
                         error <= mostRateError ? STATE::PASSED : STATE::FAILED,
                         number(rate, 5) + " Hz",
-                        number(wanted) + " Hz ± " + percent(mostRateError) + " (the sensor's own)",
+                        plainNumber(wanted) + " Hz ± " + percentLimit(mostRateError) +
+                            " (the sensor's own)",
                         "Gaps are left out."};
         if (timing.decimated) {
             verdict.why = "From the times and the numbers of the samples; the rows come at " +
@@ -87,7 +93,7 @@ void judgeTiming(const RecordingReport& report, std::vector<Verdict>& verdicts)
                         : share <= mostMissingShare ? STATE::WARNED
                                                     : STATE::FAILED,
                         number(timing.missingSamples) + " (" + percent(share) + ")",
-                        "none; at most " + percent(mostMissingShare) + " (ours)",
+                        "none; at most " + percentLimit(mostMissingShare) + " (ours)",
                         "Counted from the time stamps: one more sample would have fitted."});
     verdicts.push_back({"gaps", "Gaps",
                         report.gapCount == 0                         ? STATE::PASSED
@@ -97,7 +103,7 @@ void judgeTiming(const RecordingReport& report, std::vector<Verdict>& verdicts)
                             ? "none"
                             : number(std::uint64_t{report.gapCount}) + ", the longest of " +
                                   number(1e3 * report.longestGapSeconds, 3) + " ms",
-                        "none; none above " + number(1e3 * mostGapSeconds) + " ms (ours)",
+                        "none; none above " + plainNumber(1e3 * mostGapSeconds) + " ms (ours)",
                         "Short gaps are filled on a straight line for the noise; at a longer one "
                         "the analysis begins anew."});
     const double jitter =
@@ -107,7 +113,7 @@ void judgeTiming(const RecordingReport& report, std::vector<Verdict>& verdicts)
                  within(jitter, goodJitter, mostJitter),
                  number(1e6 * timing.jitterSeconds, 3) + " µs (" + percent(jitter) +
                      " of the period)",
-                 percent(goodJitter) + "; at most " + percent(mostJitter) + " (ours)",
+                 percentLimit(goodJitter) + "; at most " + percentLimit(mostJitter) + " (ours)",
                  "Standard deviation of the distances of rows, gaps left out."};
     if (report.decimated) {
         even.state = STATE::UNKNOWN;
@@ -158,8 +164,8 @@ void judgeGravity(const RecordingReport& report, std::vector<Verdict>& verdicts)
                     "Gravity at rest",
                     STATE::UNKNOWN,
                     "-",
-                    number(report.options.gravity, 6) + " ± " + number(goodGravity) + " m/s²; ± " +
-                        number(mostGravity) + " m/s² at most (ours)",
+                    plainNumber(report.options.gravity) + " ± " + plainNumber(goodGravity) +
+                        " m/s²; ± " + plainNumber(mostGravity) + " m/s² at most (ours)",
                     "There was no rest."};
     if (report.gravity) {
         const double error = report.gravity->mean - report.options.gravity;
@@ -203,7 +209,7 @@ void judgeHealth(const RecordingReport& report, const Sensor& sensor,
     verdicts.push_back({id + ".stuck", name + " alive",
                         equal > mostEqualSeconds ? STATE::FAILED : STATE::PASSED,
                         number(equal, 3) + " s without a change, axis " + axisNames[stuck],
-                        "at most " + number(mostEqualSeconds) + " s (ours)",
+                        "at most " + plainNumber(mostEqualSeconds) + " s (ours)",
                         "An axis whose value stands still has no noise: it is stuck."});
     verdicts.push_back({id + ".saturation", name + " within its range",
                         saturated > 0 ? STATE::FAILED : STATE::PASSED,
@@ -232,8 +238,8 @@ void judgeCoefficient(const RecordingReport& report, const Sensor& sensor, const
                     std::string(sensor.name) + ": " + name,
                     STATE::UNKNOWN,
                     "",
-                    number(limit.good) + " " + unit + "; at most " + number(limit.usual) + " " +
-                        unit + " (ours)",
+                    plainNumber(limit.good) + " " + unit + "; at most " + plainNumber(limit.usual) +
+                        " " + unit + " (ours)",
                     ""};
     std::size_t worst = 3;
     double most = 0.0;
@@ -317,7 +323,7 @@ void judgeVibration(const RecordingReport& report, std::vector<Verdict>& verdict
                     "Free of vibration",
                     STATE::PASSED,
                     "no line in the spectrum",
-                    "no line above " + number(leastLineAmplitude) + " m/s² (ours)",
+                    "no line above " + plainNumber(leastLineAmplitude) + " m/s² (ours)",
                     "A place that vibrates raises the Allan deviation and moves its minimum."};
     if (strongest != nullptr) {
         verdict.value = number(strongest->amplitude, 3) + " m/s² at " +
@@ -345,8 +351,8 @@ void judgeMagnetometer(const RecordingReport& report, std::vector<Verdict>& verd
                      "Magnetometer: coverage of the sphere",
                      STATE::UNKNOWN,
                      "-",
-                     "at most " + number(mostCoverageGaps) + " of 100 areas empty; " +
-                         number(mostCovered) + " at most (ours)",
+                     "at most " + plainNumber(mostCoverageGaps) + " of 100 areas empty; " +
+                         plainNumber(mostCovered) + " at most (ours)",
                      "Turn the camera through all orientations for a fit that can be trusted."};
     const MagnetometerPart& part = *report.magnetometer;
     if (part.fit) {
@@ -385,9 +391,9 @@ void judgeTemperature(const RecordingReport& report, std::vector<Verdict>& verdi
                     "Temperature of the IMU",
                     STATE::PASSED,
                     number(low, 3) + " to " + number(high, 3) + " °C",
-                    number(coldest) + " to " + number(hottest) +
-                        " °C (the industrial range); a change of " + number(mostTemperatureChange) +
-                        " °C at most (ours)",
+                    plainNumber(coldest) + " to " + plainNumber(hottest) +
+                        " °C (the industrial range); a change of " +
+                        plainNumber(mostTemperatureChange) + " °C at most (ours)",
                     "A change takes the biases with it, and shows as random walk."};
     if (low < coldest || high > hottest) {
         verdict.state = STATE::FAILED;
@@ -411,13 +417,14 @@ void judgeSixPositions(const RecordingReport& report, std::vector<Verdict>& verd
                  "Six positions: bias",
                  STATE::UNKNOWN,
                  "-",
-                 number(goodBias) + " m/s²; " + number(mostBias) + " m/s² at most (ours)",
+                 plainNumber(goodBias) + " m/s²; " + plainNumber(mostBias) + " m/s² at most (ours)",
                  report.sixPositionsReason + "."};
     Verdict scale{"six_positions.scale",
                   "Six positions: scale",
                   STATE::UNKNOWN,
                   "-",
-                  "1 ± " + number(goodScale) + "; ± " + number(mostScale) + " at most (ours)",
+                  "1 ± " + plainNumber(goodScale) + "; ± " + plainNumber(mostScale) +
+                      " at most (ours)",
                   report.sixPositionsReason + "."};
     if (report.sixPositions) {
         const analysis::SixPositions& six = *report.sixPositions;

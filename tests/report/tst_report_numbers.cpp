@@ -144,7 +144,7 @@ void TestReportNumbers::coefficientThatIsNotThereIsNullWithReason()
             const json& object = report[sensor][axis];
             QVERIFY(object["random_walk"].is_null());
             const auto reason = object["reason"]["random_walk"].get<std::string>();
-            QVERIFY2(reason.find("not observable in ") == 0, reason.c_str());
+            QVERIFY2(reason.find("not observable in 20 seconds: ") == 0, reason.c_str());
         }
     }
     QCOMPARE(unsoundIn(report, ""), QString());

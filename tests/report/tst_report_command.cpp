@@ -1,0 +1,277 @@
+#include "report/command.h"
+
+#include "report/recordings.h"
+
+#include <nlohmann/json.hpp>
+
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+
+using namespace report;
+
+Q_DECLARE_METATYPE(std::string)
+
+namespace {
+
+const std::string imuHeader = "idx,imu_Timestamp[sec],accX[m/s^2],accY[m/s^2],accZ[m/s^2],"
+                              "gyroX[deg/s],gyroY[deg/s],gyroZ[deg/s],\n";
+
+std::string imuRow(int index, double seconds, double value)
+{
+    char text[256];
+    std::snprintf(text, sizeof text, "%d,%.6f,%.6f,9.8,0.1,%.6f,0.2,0.3,\n", index, seconds, value,
+                  value);
+    return text;
+}
+
+std::string imuRows(int count, double step, bool constant = false)
+{
+    std::string text = imuHeader;
+    for (int i = 0; i < count; ++i) {
+        text += imuRow(i, 1000.0 + i * step, constant ? 1.0 : 0.01 * ((i * 7919) % 101));
+    }
+    return text;
+}
+
+/// What a call of run() wrote beside its files.
+struct Said
+{
+    OUTCOME outcome = JUDGED_GOOD;
+    std::string output;
+    std::string error;
+};
+
+Said saidBy(const Command& command)
+{
+    std::ostringstream output;
+    std::ostringstream error;
+    std::streambuf* const before = std::cout.rdbuf(output.rdbuf());
+    std::streambuf* const errorBefore = std::cerr.rdbuf(error.rdbuf());
+    Said said;
+    said.outcome = run(command);
+    std::cout.rdbuf(before);
+    std::cerr.rdbuf(errorBefore);
+    said.output = output.str();
+    said.error = error.str();
+    return said;
+}
+
+} // namespace
+
+class TestReportCommand : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void allFilesAreWritten();
+    void oddInputIsReportedOrRefused_data();
+    void oddInputIsReportedOrRefused();
+    void whatIsNoFileIsRefused();
+    void failedVerdictIsInTheStatus();
+    void recordingIsNotOverwritten();
+    void outputIsChecked_data();
+    void outputIsChecked();
+    void hostileNameIsOneLine();
+
+private:
+    std::string path(const std::string& name) const
+    {
+        return m_folder->filePath(QString::fromStdString(name)).toStdString();
+    }
+    std::string written(const std::string& name, const std::string& content) const
+    {
+        std::ofstream(path(name), std::ios::binary) << content;
+        return path(name);
+    }
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+};
+
+void TestReportCommand::init()
+{
+    m_folder = std::make_unique<QTemporaryDir>();
+    QVERIFY(m_folder->isValid());
+}
+
+void TestReportCommand::allFilesAreWritten()
+{
+    Command command;
+    command.recordings = {written("a.csv", imuRows(4000, 0.0025))};
+    command.htmlPath = path("a.html");
+    command.jsonPath = path("a.json");
+    command.pdfPath = path("a.pdf");
+    command.yamlPath = path("a.yaml");
+    const Said said = saidBy(command);
+    QCOMPARE(said.error, std::string());
+    QVERIFY(said.output.find("Rate of the IMU: 400.00 Hz") != std::string::npos);
+    for (const char* name : {"a.html", "a.json", "a.pdf", "a.yaml"}) {
+        QVERIFY2(QFileInfo(QString::fromStdString(path(name))).size() > 100, name);
+    }
+}
+
+void TestReportCommand::oddInputIsReportedOrRefused_data()
+{
+    QTest::addColumn<std::string>("content");
+    QTest::addColumn<std::string>("error"); // empty: a report
+    const std::string none;
+    QTest::newRow("empty") << none << std::string("is empty");
+    QTest::newRow("header only") << imuHeader << std::string("less than two rows");
+    QTest::newRow("one row") << imuHeader + imuRow(0, 1.0, 0.0)
+                             << std::string("less than two rows");
+    QTest::newRow("two rows") << imuRows(2, 0.0025) << none;
+    QTest::newRow("three rows") << imuRows(3, 0.0025) << none;
+    QTest::newRow("ten rows") << imuRows(10, 0.0025) << none;
+    QTest::newRow("all the same") << imuRows(4000, 0.0025, true) << none;
+    std::string nan = imuHeader;
+    for (int i = 0; i < 100; ++i) {
+        nan += std::to_string(i) + ",1.0,nan,nan,nan,nan,nan,nan,\n";
+    }
+    QTest::newRow("not a number") << nan << std::string("less than two rows");
+    QTest::newRow("falling times") << imuRows(100, -0.0025) << std::string("less than two rows");
+    QTest::newRow("same times") << imuRows(100, 0.0) << std::string("less than two rows");
+    std::string gaps = imuHeader;
+    for (int i = 0; i < 1000; ++i) {
+        gaps += imuRow(i, 1000.0 + i * 0.0025 + (i > 500 ? 8e9 : 0.0), 0.01 * (i % 7));
+    }
+    QTest::newRow("a gap of centuries") << gaps << none;
+    std::string scattered = imuHeader;
+    for (int i = 0; i < 300; ++i) {
+        scattered += imuRow(i * 7'000'007, 1000.0 + 1e3 * i * i, 1e9);
+    }
+    QTest::newRow("times and numbers at random") << scattered << none;
+    std::string slow = imuHeader;
+    for (int i = 0; i < 5; ++i) {
+        slow += imuRow(4'000'000 * i, 1000.0 + i * 1e-6, 0.0);
+    }
+    QTest::newRow("a microsecond apart") << slow << none;
+    std::string magnetometer = "idx,mag_Timestamp[sec],magX[uT],magY[uT],magZ[uT],\n";
+    for (int i = 0; i < 200; ++i) {
+        magnetometer += std::to_string(i) + "," + std::to_string(10 + 0.02 * i) + ",1,2,3,\n";
+    }
+    QTest::newRow("magnetometer at rest alone") << magnetometer << none;
+    std::string empty = "idx,imu_Timestamp[sec],\n";
+    for (int i = 0; i < 200; ++i) {
+        empty += std::to_string(i) + "," + std::to_string(10 + 0.0025 * i) + ",\n";
+    }
+    QTest::newRow("times alone") << empty << none;
+    QTest::newRow("bytes") << std::string("\0\xff\xfe\n\n\0idx", 9)
+                           << std::string("is no recording");
+    QTest::newRow("another table") << std::string("a,b\n1,2\n") << std::string("is no recording");
+}
+
+void TestReportCommand::oddInputIsReportedOrRefused()
+{
+    QFETCH(std::string, content);
+    QFETCH(std::string, error);
+    Command command;
+    command.recordings = {written("odd.csv", content)};
+    command.htmlPath = path("odd.html");
+    command.jsonPath = path("odd.json");
+    command.pdfPath = path("odd.pdf");
+    command.yamlPath = path("odd.yaml");
+    command.options.sixPositions = true;
+    const Said said = saidBy(command);
+    if (!error.empty()) {
+        QCOMPARE(said.outcome, NOT_REPORTED);
+        QVERIFY2(said.error.find(path("odd.csv")) != std::string::npos, said.error.c_str());
+        QVERIFY2(said.error.find(error) != std::string::npos, said.error.c_str());
+        QCOMPARE(std::count(said.error.begin(), said.error.end(), '\n'), std::ptrdiff_t{1});
+        QVERIFY(!QFile::exists(QString::fromStdString(path("odd.html"))));
+        return;
+    }
+    QVERIFY2(said.outcome == JUDGED_GOOD || said.outcome == VERDICT_FAILED, said.error.c_str());
+    QCOMPARE(said.error, std::string());
+    std::ifstream file(path("odd.json"));
+    const auto object = nlohmann::json::parse(file);
+    QVERIFY(object["timing"]["rate_hz"].is_number());
+    QVERIFY(QFile::exists(QString::fromStdString(path("odd.pdf"))));
+}
+
+void TestReportCommand::whatIsNoFileIsRefused()
+{
+    QCOMPARE(::mkfifo(path("fifo.csv").c_str(), 0600), 0);
+    for (const std::string& name :
+         {path("fifo.csv"), path("missing.csv"), m_folder->path().toStdString()}) {
+        Command command;
+        command.recordings = {name};
+        const Said said = saidBy(command);
+        QCOMPARE(said.outcome, NOT_REPORTED);
+        QVERIFY2(said.error.find("gravimon-log: " + name + ": ") == 0, said.error.c_str());
+    }
+}
+
+void TestReportCommand::failedVerdictIsInTheStatus()
+{
+    Command command;
+    command.recordings = {written("stuck.csv", imuRows(4000, 0.0025, true))};
+    QCOMPARE(saidBy(command).outcome, VERDICT_FAILED);
+}
+
+void TestReportCommand::recordingIsNotOverwritten()
+{
+    const std::string content = imuRows(100, 0.0025);
+    Command command;
+    command.recordings = {written("a.csv", content)};
+    command.jsonPath = path("../" + m_folder->path().section('/', -1).toStdString() + "/a.csv");
+    const Said said = saidBy(command);
+    QCOMPARE(said.outcome, NOT_REPORTED);
+    QVERIFY2(said.error.find("would overwrite the recording") != std::string::npos,
+             said.error.c_str());
+    QCOMPARE(QFileInfo(QString::fromStdString(path("a.csv"))).size(),
+             static_cast<qint64>(content.size()));
+}
+
+void TestReportCommand::outputIsChecked_data()
+{
+    QTest::addColumn<std::string>("html");
+    QTest::addColumn<std::string>("json");
+    QTest::addColumn<int>("outcome");
+    QTest::newRow("missing folder")
+        << std::string("none/a.html") << std::string() << static_cast<int>(NOT_REPORTED);
+    QTest::newRow("a folder") << std::string(".") << std::string()
+                              << static_cast<int>(NOT_REPORTED);
+    QTest::newRow("a FIFO") << std::string("fifo") << std::string()
+                            << static_cast<int>(NOT_REPORTED);
+    QTest::newRow("twice the same")
+        << std::string("a") << std::string("a") << static_cast<int>(WRONG_COMMAND);
+}
+
+void TestReportCommand::outputIsChecked()
+{
+    QFETCH(std::string, html);
+    QFETCH(std::string, json);
+    QCOMPARE(::mkfifo(path("fifo").c_str(), 0600), 0);
+    Command command;
+    command.recordings = {written("a.csv", imuRows(100, 0.0025))};
+    command.htmlPath = path(html);
+    command.jsonPath = json.empty() ? json : path(json);
+    const Said said = saidBy(command);
+    QTEST(static_cast<int>(said.outcome), "outcome");
+    QCOMPARE(std::count(said.error.begin(), said.error.end(), '\n'), std::ptrdiff_t{1});
+    QCOMPARE(said.output, std::string());
+}
+
+void TestReportCommand::hostileNameIsOneLine()
+{
+    Command command;
+    command.recordings = {path("a\n\x1b[31m\xff\u202e.csv")};
+    const Said said = saidBy(command);
+    QCOMPARE(std::count(said.error.begin(), said.error.end(), '\n'), std::ptrdiff_t{1});
+    QVERIFY(said.error.find('\x1b') == std::string::npos);
+    QVERIFY(said.error.find("\u202e") == std::string::npos);
+
+    command.recordings = {written("b\n\x1b[31m.csv", imuRows(100, 0.0025))};
+    const Said good = saidBy(command);
+    QVERIFY(good.output.find('\x1b') == std::string::npos);
+}
+
+QTEST_MAIN(TestReportCommand)
+#include "tst_report_command.moc"
