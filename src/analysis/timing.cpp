@@ -15,6 +15,18 @@ std::uint64_t step(const std::vector<std::uint32_t>& numbers, std::size_t row)
     return numbers[row] > numbers[row - 1] ? numbers[row] - numbers[row - 1] : 1;
 }
 
+/// The median of the steps from row to row.
+std::uint64_t usualStep(const std::vector<std::uint32_t>& numbers)
+{
+    std::vector<std::uint64_t> steps(numbers.size() - 1);
+    for (std::size_t row = 1; row < numbers.size(); ++row) {
+        steps[row - 1] = step(numbers, row);
+    }
+    const auto middle = steps.begin() + static_cast<std::ptrdiff_t>(steps.size() / 2);
+    std::nth_element(steps.begin(), middle, steps.end());
+    return *middle;
+}
+
 double seconds(Nanoseconds time)
 {
     return static_cast<double>(time) * 1e-9;
@@ -50,9 +62,12 @@ Timing analyseTiming(const std::vector<Nanoseconds>& times,
         period = median(distances);
     }
     timing.decimated = 2 * decimatedRows > rows - 1;
-    // If nearly every sample has a row, a sample without a row is missing, whatever the reason.
+    // If nearly every sample has a row, a sample without a row is missing, whatever the reason. If
+    // the file is decimated, a step of many times the usual one is a gap too.
+    const std::uint64_t usual = timing.decimated ? usualStep(numbers) : 1;
     const auto samplesOf = [&](std::size_t row) {
-        return timing.decimated ? step(numbers, row) : 1;
+        const std::uint64_t samples = timing.decimated ? step(numbers, row) : 1;
+        return samples > 2 * usual ? usual : samples;
     };
 
     double sum = 0.0;

@@ -38,7 +38,8 @@ struct Timing
 };
 
 /// Timing of increasing times with the numbers of their samples. An interval of rows is a gap if at
-/// least one additional sample fits into it; in a decimated file, one more than the numbers show.
+/// least one additional sample fits into it; in a decimated file, one more than the numbers show. A
+/// step of the numbers that is more than twice the usual one counts as the usual one.
 /// @param times at least 2
 /// @param numbers as many; a number that decreases, as after a restart of the recorder's count,
 /// counts as the next one

@@ -36,6 +36,7 @@ private slots:
     void everySecondSampleIsDecimatedAndHasNoGap();
     void changingStepIsDecimated();
     void missingSampleOfADecimatedFileIsAGap();
+    void holeInADecimatedFileIsAGap();
     void countThatStartsAnewIsTheNextSample();
     void jitterIsTheDeviationOfTheDistances();
     void shortGapsAreFilledOnALine();
@@ -122,6 +123,21 @@ void TestTiming::missingSampleOfADecimatedFileIsAGap()
     const Timing timing = analyseTiming(rows.times, rows.numbers);
     QVERIFY(timing.decimated);
     QCOMPARE(timing.missingSamples, std::uint64_t{1});
+}
+
+void TestTiming::holeInADecimatedFileIsAGap()
+{
+    Rows rows;
+    for (int i = 0; i < 400; i += 2) {
+        if (i < 100 || i >= 200) {
+            rows.add(i, static_cast<std::uint32_t>(i)); // the numbers went on meanwhile
+        }
+    }
+    const Timing timing = analyseTiming(rows.times, rows.numbers);
+    QVERIFY(timing.decimated);
+    QCOMPARE(timing.gaps.size(), std::size_t{1});
+    QCOMPARE(timing.missingSamples, std::uint64_t{100});
+    QVERIFY(std::abs(timing.rateHz - 200.0) < 1e-6);
 }
 
 void TestTiming::countThatStartsAnewIsTheNextSample()
