@@ -201,22 +201,36 @@ std::unique_ptr<QwtPlot> timePlot(const RecordingReport& report, const Envelope&
 {
     const TimeUnit unit = timeUnit(report.timing.durationSeconds);
     auto plot = makePlot(unit.title, yTitle, plotHeight);
-    QVector<QwtIntervalSample> samples;
     Range values;
     Range times;
-    for (std::size_t i = 0; i < envelope.seconds.size(); ++i) {
-        const double time = envelope.seconds[i] / unit.seconds;
-        samples.append({time, envelope.lowest[i] - less, envelope.highest[i] - less});
-        values.take(envelope.lowest[i] - less);
-        values.take(envelope.highest[i] - less);
-        times.take(time);
-    }
     const double column = report.timing.durationSeconds / width;
-    for (const Point& gap : report.gapSpans) {
-        addZone(*plot, gap.x / unit.seconds, std::max(gap.y, gap.x + column) / unit.seconds,
+    for (const Point& span : report.gapSpans) {
+        addZone(*plot, span.x / unit.seconds, std::max(span.y, span.x + column) / unit.seconds,
                 gapColour);
     }
-    addBand(*plot, QString(), samples, blue, QPen(blue, 1.2));
+    // A band ends where a gap lies before its next part.
+    QVector<QwtIntervalSample> samples;
+    auto gap = report.gapSpans.begin();
+    const auto close = [&] {
+        addBand(*plot, QString(), samples, blue, QPen(blue, 1.2));
+        samples.clear();
+    };
+    for (std::size_t i = 0; i < envelope.seconds.size(); ++i) {
+        const double seconds = envelope.seconds[i];
+        bool behindGap = false;
+        for (; gap != report.gapSpans.end() && 0.5 * (gap->x + gap->y) < seconds; ++gap) {
+            behindGap = behindGap || gap->y - gap->x > 2.0 * column;
+        }
+        if (behindGap && !samples.isEmpty()) {
+            close();
+        }
+        samples.append(
+            {seconds / unit.seconds, envelope.lowest[i] - less, envelope.highest[i] - less});
+        values.take(envelope.lowest[i] - less);
+        values.take(envelope.highest[i] - less);
+        times.take(seconds / unit.seconds);
+    }
+    close();
     setRange(*plot, QwtPlot::xBottom, times, 0.0);
     setRange(*plot, QwtPlot::yLeft, values);
     return plot;
@@ -720,6 +734,9 @@ void alignAxes(std::vector<std::vector<Topic>>& recordings)
         all.y |= figure.plot->axisInterval(QwtPlot::yLeft);
     });
     each([&](Figure& figure) {
+        if (figure.id == QLatin1String("interval-histogram")) {
+            return; // bars about different rates would be too thin to see
+        }
         const Axes& all = axes[figure.id];
         figure.plot->setAxisScale(QwtPlot::xBottom, all.x.minValue(), all.x.maxValue());
         figure.plot->setAxisScale(QwtPlot::yLeft, all.y.minValue(), all.y.maxValue());

@@ -134,7 +134,7 @@ QString headsOf(const std::vector<RecordingReport>& reports)
     return html;
 }
 
-/// One row a verdict that any of the recordings has, in the order of the first that has it.
+/// One row a verdict that any of the recordings has.
 QString verdictsOfSeveral(const std::vector<RecordingReport>& reports)
 {
     std::vector<const Verdict*> rows;
@@ -157,6 +157,18 @@ QString verdictsOfSeveral(const std::vector<RecordingReport>& reports)
             }
         }
     }
+    // The worst first, whichever recording has it.
+    const auto rank = [&](const std::string& id) {
+        int worst = rankOf(STATE::UNKNOWN);
+        for (const RecordingReport& report : reports) {
+            if (const Verdict* const verdict = find(report.verdicts, id)) {
+                worst = std::min(worst, rankOf(verdict->state));
+            }
+        }
+        return worst;
+    };
+    std::stable_sort(rows.begin(), rows.end(),
+                     [&](const Verdict* a, const Verdict* b) { return rank(a->id) < rank(b->id); });
     QString html = "<div class=\"wide\"><table border=\"1\" cellspacing=\"0\" "
                    "cellpadding=\"4\"><thead><tr><th>What</th>" +
                    headsOf(reports) + "<th>Limit</th></tr></thead><tbody>\n";

@@ -470,6 +470,21 @@ const char* nameOf(STATE state)
     return "not judged";
 }
 
+int rankOf(STATE state)
+{
+    switch (state) {
+    case STATE::FAILED:
+        return 0;
+    case STATE::WARNED:
+        return 1;
+    case STATE::PASSED:
+        return 2;
+    case STATE::UNKNOWN:
+        break;
+    }
+    return 3;
+}
+
 std::string reasonOf(const RecordingReport& report, const Coefficient& coefficient)
 {
     return report.rest ? coefficient.reason : "not observable: " + report.restReason;
@@ -510,14 +525,8 @@ void judge(RecordingReport& report)
     judgeTemperature(report, verdicts);
     judgeSixPositions(report, verdicts);
     // The worst first: a reader stops after some lines.
-    const auto rank = [](STATE state) {
-        return state == STATE::FAILED   ? 0
-               : state == STATE::WARNED ? 1
-               : state == STATE::PASSED ? 2
-                                        : 3;
-    };
     std::stable_sort(verdicts.begin(), verdicts.end(), [&](const Verdict& a, const Verdict& b) {
-        return rank(a.state) < rank(b.state);
+        return rankOf(a.state) < rankOf(b.state);
     });
 }
 

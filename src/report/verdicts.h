@@ -50,6 +50,9 @@ std::size_t residualClass(double residualRms);
 /// "passed", "warning", "failed", "not judged".
 const char* nameOf(STATE state);
 
+/// Place in a table that has the worst first: 0 FAILED, 1 WARNED, 2 PASSED, 3 UNKNOWN.
+int rankOf(STATE state);
+
 /// Why the coefficient has no value: that of the analysis, or that there was no rest.
 std::string reasonOf(const RecordingReport& report, const analysis::Coefficient& coefficient);
 
