@@ -50,11 +50,11 @@ inline om::IMUReaderData record(int link, int state, std::uint64_t ticks = 0)
     return made;
 }
 
-/// 20 ms, the pace of the magnetometer, in ticks.
+/// 20 ms, the period of the magnetometer, in ticks.
 constexpr std::uint64_t ticksPerReading = 513;
 
-/// Readings on an ellipsoid around an offset, spread over all directions, 50 a second. Sensor axes,
-/// uT: offset (11, -23, 37), radii (41, 53, 47).
+/// Readings on an ellipsoid around an offset, distributed over all directions, 50 per second.
+/// Sensor axes, uT: offset (11, -23, 37), radii (41, 53, 47).
 inline std::vector<om::IMUReaderData> readings(int count, std::uint64_t firstTicks = 100'000)
 {
     std::vector<om::IMUReaderData> all;
@@ -72,8 +72,7 @@ inline std::vector<om::IMUReaderData> readings(int count, std::uint64_t firstTic
     return all;
 }
 
-/// A pose of a level camera whose field points to a heading, in degrees, with what the link says of
-/// its calibration.
+/// A pose of a level camera with a heading in degrees, and the link's heading state.
 inline om::IMUPose pose(int headingState, float accuracy, double uncalibratedDegrees,
                         double calibratedDegrees)
 {

@@ -26,7 +26,7 @@ namespace {
 
 constexpr unsigned int serial = 31415926;
 
-/// Lets the bench's time pass, with every reading dealt with.
+/// Advances the bench's time, with every reading handled.
 void pass(std::chrono::milliseconds time)
 {
     Bench& bench = theBench();
@@ -40,7 +40,7 @@ void pass(std::chrono::milliseconds time)
             continue;
         if (!waiting::waitFor([&] { return bench.log().count(CALL::MCU_CALC_MAG_HEADING) > 0; }))
             qFatal("no reading comes");
-        // The next read means that this reading has been dealt with.
+        // The next read means that this reading has been handled.
         const std::uint64_t reads = bench.log().count(CALL::MCU_GET_READER_DATA);
         if (!waiting::waitFor([&] { return bench.log().count(CALL::MCU_GET_READER_DATA) > reads; }))
             qFatal("no reading comes");

@@ -1,5 +1,5 @@
-/// The dialog pressed through: each journey is a row of steps, and after each step every label,
-/// caption and enabled state is looked at, and every message box that it opened.
+/// Journeys through the dialog: each one is a sequence of steps; after each step every label,
+/// caption, enabled state and message box is checked.
 
 #include "calibration/dialogfixture.h"
 
@@ -20,9 +20,9 @@ enum class Do {
     PressReset,
     PressExit,
     PressEscape,
-    Feed20,        ///< readings, from where the last ones ended
+    Feed20,        ///< readings, continued from the last ones
     Feed150,       ///< the same
-    Unplug,        ///< and wait for what comes of it
+    Unplug,        ///< and wait for the effect
     UnplugQuietly, ///< without a dialog to notice
     Plug,
     RefuseOpen,
@@ -110,7 +110,7 @@ constexpr const char* start = " Start Calibration";
 constexpr const char* stop = " Stop Calibration";
 constexpr const char* goOn = " Continue Calibration";
 constexpr const char* toBeStored = "CALIBRATION TO BE STORED";
-constexpr const char* stateWord = "NOT GOOD"; // what the link of these tests says
+constexpr const char* stateWord = "NOT GOOD"; // as the link of these tests reports
 
 constexpr Looks noCamera{goOn, false, false, false, true, "---", false};
 constexpr Looks leftWatching{goOn, false, false, false, true, stateWord, true, false};

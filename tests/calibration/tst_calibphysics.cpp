@@ -48,7 +48,7 @@ private:
     void open();
     void close();
     void press(QPushButton* button, const QString& answer = QString());
-    /// Lets the bench's time pass, with every reading dealt with.
+    /// Advances the bench's time, with every reading handled.
     void pass(std::chrono::milliseconds time);
     void waitForStatus(const char* word);
 
@@ -104,18 +104,17 @@ void TestCalibPhysics::pass(std::chrono::milliseconds time)
 {
     const auto source = bench.camera(m_serial)->source();
     bench.log().setHighRate(true);
-    constexpr std::chrono::milliseconds step(
-        15); // readings come every 20 ms, give or take a little
+    constexpr std::chrono::milliseconds step(15); // readings arrive about every 20 ms
     for (std::chrono::milliseconds passed{0}; passed < time; passed += step) {
         const auto before = source->newest(STREAM::MAGNETOMETER, bench.clock().now());
         bench.log().clear();
         bench.clock().advance(step);
         if (source->newest(STREAM::MAGNETOMETER, bench.clock().now()) == before)
             continue;
-        // One heading is worked out for each new reading.
+        // One heading is computed for each new reading.
         QVERIFY(
             waiting::waitFor([this] { return bench.log().count(CALL::MCU_CALC_MAG_HEADING) > 0; }));
-        // The next read means that this reading has been dealt with.
+        // The next read means that this reading has been handled.
         const std::uint64_t reads = bench.log().count(CALL::MCU_GET_READER_DATA);
         QVERIFY(waiting::waitFor(
             [this, reads] { return bench.log().count(CALL::MCU_GET_READER_DATA) > reads; }));
@@ -184,7 +183,7 @@ void TestCalibPhysics::calibrationFindsTheTruthAndServesTheCompass()
     QVERIFY(!m_probe->calibrationPending);
     close();
 
-    // Reopened, it reads good.
+    // Reopened, it shows GOOD.
     open();
     if (QTest::currentTestFailed())
         return; // no reading would ever come
@@ -260,7 +259,7 @@ void TestCalibPhysics::exchangedAxesOrSignsWouldShow()
     press(m_probe->ui->pushButton_start, "Ok");
     press(m_probe->ui->pushButton_save_calib, "Ok");
 
-    // What the EEPROM holds, in the axes of the sensor: 1 down, 2 left, 3 forward.
+    // The content of the EEPROM, in the axes of the sensor: 1 down, 2 left, 3 forward.
     const om::bench::MagCalibration stored = bench.calibration(config.serialNumber);
     const Vector offset = om::bench::toSensorAxes(config.hardIron);
     const double offsets[] = {offset.x, offset.y, offset.z};

@@ -145,7 +145,7 @@ void TestMcuLink::devicesThatCountAreListed_data()
     QTest::newRow("no id, short serial") << om::MODEL::TIV_Q << 1234U << 0 << 0;
     // The quotient counts modulo 256.
     QTest::newRow("no id, serial 2593...") << om::MODEL::TIV_Q << 2590000000U << 0 << 0xA341;
-    // A usable id decides, whatever the serial number says.
+    // A usable id decides, whatever the serial number is.
     QTest::newRow("TIV_Q with serial 1...") << om::MODEL::TIV_Q << 11111111U << 0xA341 << 0xA341;
 }
 
@@ -421,11 +421,11 @@ void TestMcuLink::failedStoreLeavesCaptureStoppedAndThePendingCalibration()
     QVERIFY(!f.probe->saveCalibData());
     QCOMPARE(f.probe->calibrationPending, pending);
     QVERIFY(!f.probe->mcu->captureRunning);
-    // The thread sees nothing new for as long as the user takes, and goes on.
+    // The thread gets nothing new until the user answers, and continues.
     f.readOn();
     QVERIFY(f.running());
     QCOMPARE(f.boxes.seen.size(), 0);
-    // The next store works, and leaves capture as it found it.
+    // The next store works and does not change the capture state.
     f.bench.changeFaults(f.serial, [](Faults& faults) { faults.eepromReadbackDiffers = 0; });
     QVERIFY(f.probe->saveCalibData());
     QVERIFY(!f.probe->mcu->captureRunning);

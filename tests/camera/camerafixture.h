@@ -1,5 +1,5 @@
 /// @file
-/// A bench with one camera, and the attributes as the viewer sets them before an open.
+/// A bench with one camera, and the attributes that the viewer sets before an open.
 #pragma once
 
 #include "library/the_bench.h"
@@ -57,8 +57,8 @@ inline std::uint64_t calls(om::bench::CALL call)
     return bench().log().count(call);
 }
 
-/// The log's hook for the life of the object. To be made after what it looks at, and to go while
-/// the thread under test stands still.
+/// Sets the log's hook during its life. Create it after the objects that it uses, and destroy it
+/// while the thread under test is stopped.
 class CallHook
 {
 public:
@@ -78,7 +78,7 @@ inline bool inUse()
     return !status.empty() && status.front().inUse;
 }
 
-/// Blocks of GPU memory allocated now. A real GPU is shared with others and can't tell: 0.
+/// Blocks of GPU memory allocated now. 0 for a real GPU, which is shared with other programs.
 inline std::size_t gpuBlocks()
 {
 #ifdef GRAVIMON_REAL_CUDA
@@ -88,7 +88,7 @@ inline std::size_t gpuBlocks()
 #endif
 }
 
-/// Leaves an error behind, as a failed call elsewhere would.
+/// Sets the last error, like a failed call elsewhere.
 inline void leaveCudaError()
 {
     void* pointer = nullptr;

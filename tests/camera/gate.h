@@ -8,11 +8,11 @@
 #include <condition_variable>
 #include <mutex>
 
-/// The thread under test calls pass() at the point; the test lets it go on step by step.
+/// The thread under test calls pass() at the point; the test lets it continue step by step.
 class Gate
 {
 public:
-    /// On the thread under test: blocks until the test lets it go on.
+    /// On the thread under test: blocks until the test lets it continue.
     void pass()
     {
         std::unique_lock<std::mutex> lock(m_mutex);
@@ -22,14 +22,14 @@ public:
         m_changed.wait(lock, [&] { return m_open || m_permits >= turn; });
     }
 
-    /// On the test's thread: waits until the thread stands at the gate.
+    /// On the test's thread: waits until the thread is at the gate.
     bool waitForArrival()
     {
         std::unique_lock<std::mutex> lock(m_mutex);
         return arrived(lock);
     }
 
-    /// Lets the thread go on from the gate, and waits until it stands there again.
+    /// Lets the thread continue, and waits until it is at the gate again.
     bool step()
     {
         std::unique_lock<std::mutex> lock(m_mutex);
@@ -40,14 +40,14 @@ public:
         return arrived(lock);
     }
 
-    /// Lets the thread go on once, without a wait for its return.
+    /// Lets the thread continue once, without waiting for its return.
     void release()
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         letGo();
     }
 
-    /// Nobody is stopped from now on.
+    /// From now on the gate is open.
     void open()
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -55,7 +55,7 @@ public:
         m_changed.notify_all();
     }
 
-    /// How often the thread has come by.
+    /// Number of times that the thread has passed.
     unsigned int arrivals() const
     {
         const std::lock_guard<std::mutex> lock(m_mutex);

@@ -23,7 +23,7 @@ namespace {
 
 constexpr Nanoseconds START = 1'600'000'000 * om::bench::NS_PER_S;
 
-/// The frames that setQVRPosition() was called with since the log was last cleared.
+/// The arguments of setQVRPosition() since the log was last cleared.
 std::vector<int> seeks()
 {
     std::vector<int> frames;
@@ -33,8 +33,8 @@ std::vector<int> seeks()
     return frames;
 }
 
-/// A recorded file being played. The thread stops at each image signal, that is after the grab and
-/// the retrieval of a pass and before its look at the end of the file.
+/// Plays a recorded file. The thread stops at each image signal, that is after the grab and the
+/// retrieval of a pass and before it checks for the end of the file.
 struct SteppedFile
 {
     explicit SteppedFile(const std::vector<Nanoseconds>& frameTimes)
@@ -180,7 +180,7 @@ void TestInputThreadFile::qvrOpensTheFileAtItsOwnRate()
     QVERIFY(!file.input->liveCamera);
     QCOMPARE(file.input->lastFrame, 10);
     QCOMPARE(ProgramStates::qstringAttr(ProgramStates::inputFilePath), file.path);
-    // The copy of the camera's record is a live camera's only.
+    // Only for a live camera the camera's record is copied.
     QCOMPARE(static_cast<int>(file.input->cameraInfo.cameraModel), 32);
 }
 
@@ -311,7 +311,7 @@ void TestInputThreadFile::seeksOfAGrabAreUnderItsLock()
     QVERIFY(file.gate.waitForArrival());
     QVERIFY(file.gate.step());
     QVERIFY(file.gate.step());
-    // The start over comes after the frame, and is no part of a grab.
+    // The restart comes after the frame and is not part of a grab.
     QCOMPARE(seen,
              QStringList({"SET_QVR_POSITION 7, held", "GRAB 0, held", "SET_QVR_POSITION 10, held",
                           "GRAB 0, held", "SET_QVR_POSITION 0, free", "SET_QVR_POSITION 3, held",
@@ -505,7 +505,7 @@ void TestInputThreadFile::frameWithoutATimeLeavesThePaceAlone()
 
 void TestInputThreadFile::firstFrameIsNotHeldBack()
 {
-    // Half a second after the beginning of time, as after a frame before.
+    // Half a second after time 0, as after a previous frame.
     SteppedFile file({500 * om::bench::NS_PER_MS, 500 * om::bench::NS_PER_MS,
                       500 * om::bench::NS_PER_MS, 500 * om::bench::NS_PER_MS});
     QVERIFY(file.open());

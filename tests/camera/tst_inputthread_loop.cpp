@@ -29,8 +29,8 @@ using om::bench::CallRecord;
 
 namespace {
 
-/// An open camera whose thread stops before each grab. step() gives the grab its result and returns
-/// when the whole pass is over and the thread stands before the next grab.
+/// An open camera whose thread stops before each grab. step() sets the result of the grab and
+/// returns when the pass has ended and the thread is before the next grab.
 struct SteppedInput
 {
     explicit SteppedInput(bool start = true) : input(std::make_unique<InputThreadModul>())
@@ -133,7 +133,7 @@ std::mutex sleepMutex;
 const QThread* sleeper = nullptr;
 std::vector<long> sleepsOfSleeper;
 
-/// How long a thread asks to sleep, in ns, while the object lives.
+/// Requested sleeps of a thread, in ns, during the life of the object.
 class Sleeps
 {
 public:
@@ -170,7 +170,7 @@ int cameraFps()
 
 } // namespace
 
-/// The executable's definition comes before that of the C library.
+/// The executable's definition has precedence over that of the C library.
 extern "C" int nanosleep(const timespec* time, timespec* rest)
 {
     static const auto next =
@@ -318,8 +318,8 @@ void TestInputThreadLoop::stopDuringTheStartEndsTheThread()
     QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
     QVERIFY(input.CreateMemories());
     ProgramStates::setIntAttr(ProgramStates::image2Width, 1);
-    // The thread says that it runs, then asks for the context, and looks at the flag before its
-    // first pass.
+    // The thread sets its running flag, then sets the context, and checks the flag before its first
+    // pass.
     std::atomic<bool> ran{false};
     bench().log().setHighRate(true);
     const CallHook onCall([&](const CallRecord& record) {
@@ -365,7 +365,7 @@ void TestInputThreadLoop::startLeavesTheSizeOfTheFirstImageAlone()
 
 void TestInputThreadLoop::contextIsMadeCurrentInEveryPass()
 {
-    // The gate takes the context away in each pass.
+    // The gate removes the context in each pass.
     SteppedInput stepped;
     QVERIFY(stepped.ready);
     QVERIFY(stepped.contextCurrent);
@@ -503,7 +503,7 @@ void TestInputThreadLoop::viewsFollowTheAttributes()
     QCOMPARE(static_cast<int>(calls[0].view), 1);
     QCOMPARE(static_cast<int>(calls[1].view), 0);
 
-    // Each view stands in its own buffer.
+    // Each view is in its own buffer.
     om::Camera& camera = stepped.input->camera;
     const om::Resolution size = stepped.input->imageSize;
     cuCtxSetCurrent(stepped.input->cudaContext);
@@ -717,7 +717,7 @@ void TestInputThreadLoop::busyRetrieveMutexSkipsTheFrame()
     QVERIFY(retrievals().empty());
     QVERIFY(input.requestDepth);
     QCOMPARE(input.fpsCounter->frames, 0U);
-    // The rates are published all the same, from readings that have not moved.
+    // The rates are still published, from unchanged readings.
     QCOMPARE(measuredFps(), 10);
     QCOMPARE(cameraFps(), 10);
     QCOMPARE(stepped.images.load(), images + 1);
@@ -830,7 +830,7 @@ void TestInputThreadLoop::imageSignalComesOncePerGoodGrab()
         [&rateAtImage] { rateAtImage = measuredFps(); }, Qt::DirectConnection);
     QVERIFY(stepped.step());
     QCOMPARE(stepped.images.load(), 1);
-    // The rates of the pass are there before its signal.
+    // The rates of the pass are published before its signal.
     QCOMPARE(rateAtImage.load(), 5);
     QVERIFY(stepped.step(om::ERROR_CODE::TIMEOUT));
     QCOMPARE(stepped.images.load(), 1);
@@ -1011,7 +1011,7 @@ void TestInputThreadLoop::lossAfterUnpluggingEndsTheLoop()
 
 void TestInputThreadLoop::pausedCameraIsNotGrabbedButRetrieved()
 {
-    // Steps by the image signal, because a paused camera comes by no grab.
+    // Stepped with the image signal, because a paused camera does not grab.
     Gate gate;
     InputThreadModul input;
     connect(
@@ -1088,7 +1088,7 @@ void TestInputThreadLoop::stopGrabbingEndsTheThread()
     stepped.input->stopGrabbing();
     QVERIFY(stepped.input->isFinished());
     QVERIFY(!stepped.input->running);
-    // The camera stays open, and grabbing can go on.
+    // The camera stays open, and grabbing can continue.
     QVERIFY(stepped.input->opened);
     QVERIFY(stepped.input->camera.isOpened());
     const int images = stepped.images;
@@ -1258,7 +1258,7 @@ void TestInputThreadLoop::destructorEndsARunningThread()
 
 void TestInputThreadLoop::destructorOnAnotherThreadAfterALoss()
 {
-    // The way of the sensor thread when it sees the loss first.
+    // The path of the sensor thread if it detects the loss first.
     auto* input = new InputThreadModul;
     input->enableToStart(true);
     QCOMPARE(input->live(static_cast<int>(SERIAL)), 0);

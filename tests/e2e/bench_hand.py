@@ -50,7 +50,7 @@ class BenchWindow:
 
     @property
     def link(self):
-        """The header's right end, which tells of the connection: lime or grey."""
+        """The header's right end, which shows the connection: lime or grey."""
         x, y, width, _ = self.area
         return x + width - 300, y + 10, 290, 24
 
@@ -60,7 +60,7 @@ class BenchWindow:
     # ---- The mouse ------------------------------------------------------------------------------
 
     def drag(self, points, step=0.015, throw=False):
-        """Along points in radii from the ball's centre, y up; a throw lets go in motion."""
+        """Along points in radii from the ball's centre, y up; a throw releases in motion."""
         x, y, radius = self.ball
         places = [(round(x + radius * px), round(y - radius * py)) for px, py in points]
         command = ["mousemove", *places[0], "mousedown", 1]
@@ -88,7 +88,7 @@ class BenchWindow:
         screen.click((x + width - 63, y + self.SWITCHES[name] - 10, 36, 20))
 
     def end(self, how=signal.SIGTERM):
-        """Exit status; what it said is in stderr."""
+        """Exit status; the output is in stderr."""
         if self.process.poll() is None:
             self.process.send_signal(how)
         try:
@@ -112,8 +112,8 @@ def circle(turns=1.0, reach=1.3, steps=110):
 
 
 def all_orientations():
-    """Strokes as one makes them to calibrate: full turns about the three axes of the view, then all that lies
-    between. The directions follow no simple rule: strokes that do come back to where they were. So a field
+    """Strokes for a calibration: full turns about the three axes of the view, then through all directions between
+    them. The directions follow no simple rule, because regular strokes return to the same places. So a field
     of any inclination comes within 25 degrees of every direction of the body."""
     return [*(stroke(0.0) for _ in range(3)), *(stroke(math.pi / 2.0) for _ in range(3)), circle(),
             *(stroke(1.9 * i * i) for i in range(1, 21))]
@@ -137,7 +137,7 @@ def directions(count):
 
 
 def largest_gap(fields, count=100):
-    """How far the emptiest direction of the body is from where a field vector ever pointed, degrees."""
+    """Largest angle between a direction of the body and the nearest direction in which a field vector pointed, degrees."""
     units = []
     for field in fields:
         size = math.sqrt(sum(c * c for c in field))

@@ -1,4 +1,4 @@
-"""Working the calibration with the mouse."""
+"""Operating the calibration with the mouse."""
 
 import subprocess
 
@@ -74,7 +74,7 @@ def stop(program):
 
 
 def turn_all_ways(program, serial):
-    """Turns the camera through poses that a fit can be made of, in some seconds."""
+    """Turns the camera through poses that are enough for a fit, in some seconds."""
     def pose():
         return program.cameras()[serial]["truth"]["pose"]
 
@@ -93,7 +93,7 @@ def turn_all_ways(program, serial):
 
 
 def leave(program):
-    """Presses exit, and agrees where the dialog asks."""
+    """Presses exit, and agrees if the dialog asks."""
     press(program, "exit")
     wait_for("the dialog's end, or its question",
              lambda: EXITING in boxes(program) or screen.window(program.pid, DIALOG) is None)

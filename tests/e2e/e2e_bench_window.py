@@ -1,4 +1,4 @@
-"""The cameras in the hand: om-bench-window against the built program, worked with the mouse."""
+"""om-bench-window with the built program, operated with the mouse."""
 
 import colorsys
 import json
@@ -236,7 +236,7 @@ class Calibration(HandTest):
     """By hand, from the main window to a state that reads "GOOD"."""
 
     def state(self, program):
-        """Widths of the words of the state, and the accuracy that its colour tells: 0 red, 1 green."""
+        """Widths of the words of the state, and the accuracy that its colour shows: 0 red, 1 green."""
         x, y, width, height = calibration.area(program, "state")
         picture = Picture.take()
         red, green, blue = (c / 255.0 for c in picture.crop((x + 2, y + 2, 1, 1))[0])

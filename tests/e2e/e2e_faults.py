@@ -1,4 +1,4 @@
-"""Each fault of the bench against the built program: what it shows, records and survives."""
+"""Each fault of the bench with the built program: display, recording and continued operation."""
 
 import time
 
@@ -67,7 +67,7 @@ class Opening(FaultTest):
         program = self.start(bench=[camera("TIV_Q", SERIAL, firmware=1)])
         self.program = program
         calibration.answer(program, "Warning")
-        # The camera was opened anew behind the box, which shows no second one.
+        # The camera was opened again while the box was shown; there is no second box.
         program.wait_for_streaming(SERIAL)
         program.wait_for_samples(SERIAL, 400)
         self.assertEqual(self.titles(), ["Gravimon"])
@@ -117,7 +117,7 @@ class Streaming(FaultTest):
         before = program.samples_read(SERIAL)
         self.fault("grabFailureResult", 4)
         self.fault("grabFailures", 1)
-        # The counts begin anew with the opening.
+        # The counts start again with the opening.
         wait_for("a new opening", lambda: program.samples_read(SERIAL) < before)
         program.wait_for_streaming(SERIAL)
         self.assertNotIn("grabFailures", self.faults())
@@ -295,7 +295,7 @@ class Microcontroller(FaultTest):
         calibration.start(program)
         self.fault("mcuSilent")
         calibration.answer(program, calibration.ERROR)
-        # The reading thread has ended and stays unjoined: leaving ends the process, as declared.
+        # The reading thread has ended and is not joined: leaving ends the process, as declared.
         self.assertTrue(program.is_running())
         self.assertEqual(calibration.boxes(program), [])
 

@@ -1,6 +1,6 @@
-"""Each command of om-bench against the built program: what the program then does, exit status and error line.
+"""Each command of om-bench with the built program: the program's reaction, exit status and error line.
 
-The control socket's other clients, too: those who send garbage, half a line, megabytes or nothing.
+Also other clients of the control socket, which send garbage, half a line, megabytes or nothing.
 """
 
 import json
@@ -45,7 +45,7 @@ def om_bench(*arguments, control="off", environment=None):
 class OmBenchTest(world.EndToEndTest):
 
     def ask(self, *arguments):
-        """The output of a command that goes well, without a word on standard error."""
+        """The output of a successful command, with nothing on standard error."""
         status, output, errors = om_bench(*arguments, control=self.program.control)
         self.assertEqual((status, errors), (DONE, ""), arguments)
         return output
@@ -200,7 +200,7 @@ class WithoutAProgram(world.EndToEndTest):
         self.assertRegex(errors, r"\Aom-bench: [^\n]*none.sock: No such file or directory\n\Z")
 
     def answered(self, answer, *arguments):
-        """What om-bench makes of one answer, given by who is no bench."""
+        """The reaction of om-bench to an answer that is not from a bench."""
         path = f"{os.environ['HOME']}/peer.sock"
         with socket.socket(socket.AF_UNIX) as listener:
             listener.bind(path)
@@ -496,7 +496,7 @@ class Commands(OmBenchTest):
         self.refused("faults.grabFailures: must be from 0 to 1000000", "fault", TIV_Q, "grabFailures", -1)
         self.refused("faults.openDelay: must be an integer, not a string", "fault", TIV_Q, "openDelay", "long")
         neutral = json.loads(self.ask("fault", TIV_Q, "--json"))["faults"]
-        # Each fault refuses what is none of its values, and stays off.
+        # Each fault refuses invalid values and stays off.
         for name in FAULTS:
             kind = type(neutral[name])
             self.refused(f"faults.{name}: must be ", "fault", TIV_Q, name, "")

@@ -1,4 +1,4 @@
-"""What a recording holds, and what it lives through."""
+"""The content of a recording, and events that do not end it."""
 
 import os
 import subprocess

@@ -1,4 +1,4 @@
-"""Recordings that are played by a camera of the bench, and recorded again.
+"""Recordings that a virtual camera plays and the program records again.
 
 GRAVIMON_E2E_REPLAY_SECONDS sets how long the compared recording is.
 """
@@ -85,7 +85,7 @@ class Replay(world.EndToEndTest):
         span = sum(steps) + 1
         first_times, second_times = kept.column("imu_Timestamp[sec]"), again.column("imu_Timestamp[sec]")
         self.check_coverage(kept, again, found, span)
-        # At the recorded pace.
+        # At the recorded rate.
         for i, (a, b) in enumerate(zip(found, found[1:])):
             if b > a:
                 self.assertAlmostEqual(second_times[i + 1] - second_times[i], first_times[b] - first_times[a], delta=2e-6)
@@ -139,7 +139,7 @@ class Replay(world.EndToEndTest):
         program = self.play(path, "--once")
         live = livefile.LiveFile(program)
         live.wait_until("the last row", lambda r: r["gyroX[deg/s]"] == 599.5)
-        # Plugged in again it begins anew.
+        # Plugged in again it starts again.
         program.om_bench("unplug", REPLAY)
         wait_for("the closed file", lambda: not control.is_open(program, live.path))
         self.assertEqual(live.latest()["gyroX[deg/s]"], 599.5)

@@ -1,6 +1,6 @@
-"""A running gravimon with its bench, and what the tests of the built program share.
+"""A running gravimon with its bench, and functions that the tests of the built program share.
 
-Run through tests/support/run-test --display, which gives an X server and a fresh home:
+Run with tests/support/run-test --display, which provides an X server and a new home:
 
     tests/support/run-test --display python3 tests/e2e/e2e_start.py build/release/bin [CLASS[.TEST]]
 """
@@ -141,7 +141,7 @@ class Program:
         wait_for(f"camera {serial} is {state}", lambda: self.state(serial) == state)
 
     def wait_for_samples(self, serial, more):
-        """Until the program has read so many more samples than now."""
+        """Waits until the program has read this number of further samples."""
         before = self.samples_read(serial)
         wait_for(f"{more} more samples of {serial} than {before}",
                  lambda: self.samples_read(serial) >= before + more)
@@ -170,7 +170,7 @@ class EndToEndTest(unittest.TestCase):
         return program
 
     def close(self, program):
-        """Closes the window: the program ends well and has said nothing."""
+        """Closes the window: the program ends with status 0 and without output."""
         self.assertEqual(program.end(), 0, program.errors())
         self.assertEqual(program.errors(), [])
 

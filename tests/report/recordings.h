@@ -19,8 +19,8 @@ namespace recordings {
 constexpr analysis::Nanoseconds begin = 1'706'711'000'000'000'000;
 constexpr analysis::Nanoseconds period = 2'500'000;
 
-/// What a camera at rest gives: white noise and a random walk about gravity along y, and about no
-/// turn.
+/// The samples of a camera at rest: white noise and a random walk around gravity along y, and
+/// around zero angular velocity.
 struct Noise
 {
     double accelerationDensity = 1.5e-3; ///< m/s^2/sqrt(Hz)
@@ -53,7 +53,7 @@ inline analysis::Recording atRest(std::size_t rows, const Noise& noise = {})
     return recording;
 }
 
-/// Readings all over an ellipsoid, 50 a second.
+/// Readings distributed over an ellipsoid, 50 per second.
 inline void addMagnetometer(analysis::Recording& recording, const std::array<double, 3>& offset,
                             const std::array<double, 3>& radii, std::size_t count, double noise)
 {
@@ -72,7 +72,7 @@ inline void addMagnetometer(analysis::Recording& recording, const std::array<dou
     }
 }
 
-/// Rows from `first` up to `end` are taken out, as where nobody saw them.
+/// Removes the rows from `first` to before `end`, as if the recorder had missed them.
 inline void removeRows(analysis::Recording& recording, std::size_t first, std::size_t end)
 {
     const auto erase = [&](auto& values) {

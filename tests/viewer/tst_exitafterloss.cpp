@@ -19,7 +19,7 @@ constexpr unsigned int serial = 20000001;
 constexpr int terminated = 42;
 constexpr int terminatedOutOfOrder = 43;
 
-// For what the process ends in the middle of.
+// For tests in which the process ends.
 std::atomic<bool> inputDeleted{false};
 std::atomic<bool> listing{false};
 bool isOrderAsked = false;
@@ -29,7 +29,7 @@ bool waitFor(const std::function<bool()>& condition)
     return QTest::qWaitFor(condition, 30000);
 }
 
-/// One life of the program. 0 after a regular end.
+/// One run of the program. 0 after a regular end.
 int live(const QByteArray& life)
 {
     std::set_terminate([] {
@@ -89,7 +89,7 @@ int live(const QByteArray& life)
 
 } // namespace
 
-/// How the process ends; each end in a process of its own.
+/// How the process ends; each end in a separate process.
 class TestExitAfterLoss : public QObject
 {
     Q_OBJECT
@@ -100,11 +100,11 @@ private slots:
         QTest::addColumn<QString>("life");
         QTest::addColumn<int>("exitCode");
         QTest::newRow("closed while streaming") << "close" << 0;
-        // The sensor thread that saw the loss is joined nowhere.
+        // The sensor thread that detected the loss is not joined.
         QTest::newRow("closed after a loss") << "lose" << terminated;
         // After the input thread, and before a device list under way is waited for.
         QTest::newRow("closed after a loss, during a list") << "lose during a list" << terminated;
-        // The next camera's thread has taken the place of the lost one's.
+        // The next camera's thread has replaced that of the lost one.
         QTest::newRow("closed after the camera came back") << "plug again" << 0;
     }
 

@@ -14,7 +14,7 @@
 using namespace viewersession;
 using om::bench::CALL;
 
-/// The window as it stands after construction, and its end.
+/// The window after construction, and its end.
 class TestMainWindow : public QObject
 {
     Q_OBJECT
@@ -366,7 +366,8 @@ private slots:
         QCOMPARE(order, QStringList({"plot", "display", "image", "detect", "sleep 100", "sleep 10",
                                      "input"}));
         QVERIFY(!connected);
-        // The sensor thread is asked to end after the wait, and joined before the camera closes.
+        // The request to end the sensor thread follows the wait; it is joined before the camera
+        // closes.
         QVERIFY(samplesCome);
         QVERIFY(joined);
         QVERIFY(styled);

@@ -44,7 +44,7 @@ QVector<double> lastOf(const QVector<double>& series, int count)
 
 } // namespace
 
-/// What a selection changes in the window, and what the chart is fed with.
+/// The changes of the window at a selection, and the data of the chart.
 class TestChartFeed : public QObject
 {
     Q_OBJECT
@@ -106,7 +106,7 @@ private:
         return viewer->window->findChild<QPushButton*>(name);
     }
 
-    /// As if a camera had streamed for so many seconds.
+    /// As if a camera had streamed for this number of seconds.
     void store(double seconds, bool withBarometer = true) const
     {
         auto& p = viewer->probe;
@@ -140,7 +140,7 @@ private:
 
     void startPlotTimer() const
     {
-        // Its ticks come from the test.
+        // The test makes its ticks.
         viewer->probe.plotTimer = new QTimer(viewer->window.get());
         viewer->probe.plotTimer->start(viewer->probe.plotPeriodMs);
     }
@@ -378,7 +378,7 @@ private slots:
         viewer->ui->comboBox_time_range->setCurrentIndex(1);
         viewer->window->updateChartTimeSize();
         QCOMPARE(viewer->probe.chartWindowSec, seconds);
-        // The argument is not looked at.
+        // The argument is ignored.
         viewer->probe.chartWindowSec = 1;
         viewer->window->on_comboBox_time_range_currentIndexChanged("Last 99 sec");
         QCOMPARE(viewer->probe.chartWindowSec, seconds);
@@ -533,7 +533,7 @@ private slots:
 
     void lockAndTimerRestThroughTheReplot()
     {
-        // Hears of the scales in the middle of a replot.
+        // Called for the scales during a replot.
         class Listener : public QwtPlotItem
         {
         public:
@@ -576,7 +576,7 @@ private slots:
         store(20.0);
         startPlotTimer();
         viewer->window->updatePlot();
-        // Only a replot computes the divisions anew.
+        // Only a replot computes the divisions again.
         QCOMPARE(chart()->axisInterval(QwtPlot::xBottom).maxValue(), viewer->probe.imuTime.last());
     }
 
@@ -607,7 +607,7 @@ private slots:
         QTest::newRow("orientation")
             << "Orientation" << QVector<int>{9, 10, 11} << QVector<double>{600.0, 700.0, 800.0}
             << 400 << 5200 << -double(179.9F) * 1.05 << double(179.9F) * 1.05;
-        // The hidden curve of the left temperature gets the pressure, too.
+        // The hidden curve of the left temperature also gets the pressure.
         QTest::newRow("barometer")
             << "Barometer" << QVector<int>{12, 13} << QVector<double>{1010.0, 1010.0} << 25 << 250
             << 900.5 << 1110.25;
@@ -783,7 +783,7 @@ private slots:
         probe.chartWindowSec = window;
         viewer->window->updatePlot();
         QCOMPARE(probe.chartY0.size(), samples);
-        // Thirty percent of them lie left of the axis.
+        // Thirty percent of them are left of the axis.
         QVERIFY(probe.chartTime.first() < timeAxis().minValue());
         QCOMPARE(timeAxis().width(), double(window));
     }

@@ -77,7 +77,7 @@ private slots:
         QVERIFY(probe.deviceIds.isEmpty() && probe.deviceSerials.isEmpty() &&
                 probe.deviceModels.isEmpty());
         QVERIFY(!probe.deviceListBusy);
-        // The row is no choice of the user's, which would have tried to open it.
+        // The row is not a choice of the user, which would have tried to open it.
         QVERIFY(probe.detectTimer == nullptr);
 
         QVERIFY(probe.detectionThread.wait(waiting::patienceMs));
@@ -163,7 +163,7 @@ private slots:
         QElapsedTimer elapsed;
         elapsed.start();
         viewer->ui->comboBox_camera_list->setCurrentIndex(1);
-        // The camera is closed twice over: once for the choice, once by the open.
+        // The camera is closed twice: once for the choice, once by the open.
         QVERIFY(elapsed.elapsed() >= 200);
         QTRY_VERIFY(viewer->streams(20000002));
 
@@ -187,7 +187,7 @@ private slots:
         QVector<bool> busy;
         bench().setOpenHook([&](const om::InitParameters&) {
             busy << viewer->probe.deviceListBusy;
-            // The row of the other camera, and back: no choice of the user's.
+            // The row of the other camera, and back: not a choice of the user.
             if (viewer->probe.deviceListBusy) {
                 viewer->ui->comboBox_camera_list->setCurrentIndex(1);
                 viewer->ui->comboBox_camera_list->setCurrentIndex(0);
@@ -419,7 +419,7 @@ private slots:
         auto& probe = viewer->probe;
         QVERIFY(!viewer->window->detectMultipleDevice());
         QVERIFY(probe.detectionThread.wait(waiting::patienceMs));
-        // The list is under way until the open stands before the mutex.
+        // The list is being read until the open waits for the mutex.
         QSemaphore begun;
         QSemaphore held;
         std::atomic<bool> listed{false};

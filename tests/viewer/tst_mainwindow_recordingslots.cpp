@@ -68,7 +68,7 @@ QList<QStringList> rowsOf(const QString& path)
     return rows;
 }
 
-/// Fields of a row that are of the moment of recording: the index and three times.
+/// Fields of a row that depend on the time of recording: the index and three times.
 constexpr int OWN_FIELDS = 4;
 
 void press(QAbstractButton* button)
@@ -103,7 +103,7 @@ private:
         return linesOf(filePath()).size() - 2;
     } // without header and the last line's end
 
-    /// Starts a recording whose rows come from the test in place of the sensor thread.
+    /// Starts a recording whose rows come from the test instead of the sensor thread.
     void recordByHand()
     {
         viewer->probe.joinSensorThread();
@@ -132,10 +132,10 @@ private:
         return number;
     }
 
-    /// Lets the program have the next sample of the stopped bench and waits until it took it.
+    /// Lets the program read the next sample of the stopped bench and waits until it has.
     void giveSample(unsigned int serial, std::uint64_t number)
     {
-        wallclock::advance(4ms); // by which the pace of the rows goes
+        wallclock::advance(4ms); // which determines the rate of the rows
         const int before = viewer->samples();
         om::bench::Clock& clock = bench().clock();
         const auto source = bench().camera(serial)->source();
@@ -144,7 +144,7 @@ private:
         QVERIFY2(viewer->samples() == before + 1, qPrintable(QString::number(number)));
     }
 
-    /// Records so many samples one by one.
+    /// Records this number of samples one by one.
     void recordSampleBySample(unsigned int serial, int count)
     {
         std::uint64_t number = stopTheBench(serial);
@@ -360,7 +360,7 @@ private slots:
         QVERIFY2(viewer->probe.recording, "it stays set until the next start or stop");
         QVERIFY(!viewer->probe.recFile.isOpen());
 
-        // Samples go on, and the next start settles it.
+        // Samples continue, and the next start corrects it.
         const int before = viewer->samples();
         QTRY_VERIFY(viewer->samples() > before + 10);
         viewer->probe.recOptions.saveFolder = folder->path();
@@ -370,7 +370,7 @@ private slots:
         QVERIFY(!viewer->probe.recording);
     }
 
-    // Nobody reads the FIFO: an open would hold up the window until somebody does.
+    // No process reads the FIFO: an open would block the window until one does.
     void fifoInTheFilesPlaceShowsTheBox()
     {
         open();
@@ -514,7 +514,7 @@ private slots:
         press(viewer->ui->toolButton_save);
         QTRY_VERIFY(rows() > 5);
         const QString first = filePath();
-        // As the sensor thread has it amid a row.
+        // As the sensor thread uses it during a row.
         std::unique_ptr<recorder::LineFile> lines;
         QVERIFY(waiting::waitFor([&] {
             lines = viewer->probe.recLines.take();
@@ -585,7 +585,7 @@ private slots:
         const QString text = save->text().toUpper();
         QVERIFY(text.startsWith(QStringLiteral("RECORDING")));
         QTRY_VERIFY(QFontMetrics(save->font()).horizontalAdvance(text) <= save->width());
-        // No letter is cut: the columns at both ends are the button's own all the way down.
+        // No letter is cut: the columns at both ends are entirely in the button's colour.
         const QImage picture = save->grab().toImage();
         const int middle = picture.height() / 2;
         for (const int column : {0, picture.width() - 1}) {
@@ -645,7 +645,7 @@ private slots:
         int lastIndex = -1;
         for (int i = 1; i + 1 < lines.size(); ++i) {
             const QStringList fields = lines.at(i).split(QLatin1Char(','));
-            QCOMPARE(fields.size(), 24); // 23 columns, and what is behind the last comma
+            QCOMPARE(fields.size(), 24); // 23 columns, and the text after the last comma
             const int index = fields.at(0).toInt();
             QVERIFY(index > lastIndex);
             lastIndex = index;
@@ -993,7 +993,8 @@ private slots:
         const double shown = viewer->probe.freeSpaceLabel.text()
                                  .section(' ', 3, 3, QString::SectionSkipEmpty)
                                  .toDouble();
-        // Others use the disk meanwhile; 10^9 bytes would be 7 % off.
+        // Other processes use the disk at the same time; with 10^9 bytes the value would differ by
+        // 7 %.
         QVERIFY2(qAbs(shown - expected) < 0.1 + 0.02 * expected,
                  qPrintable(viewer->probe.freeSpaceLabel.text()));
     }
@@ -1035,7 +1036,7 @@ private slots:
         const QList<QStringList> again = rowsOf(filePath());
         QCOMPARE(again.size(), count);
 
-        // It begins amid the recording, and goes once around its end.
+        // It begins within the recording and passes its end once.
         const auto values = [](const QStringList& row) { return row.mid(OWN_FIELDS); };
         int place = 0;
         while (place < count && values(played[place]) != values(again[0])) {

@@ -24,7 +24,7 @@ void noteRead()
 
 } // namespace
 
-/// The value boxes and the rate, with series and rates put in place by hand.
+/// The value boxes and the rate, with series and rates set by the test.
 class TestValueDisplay : public QObject
 {
     Q_OBJECT
@@ -34,7 +34,7 @@ private:
 
     static void passWallTime(int ms) { wallclock::advance(std::chrono::milliseconds(ms)); }
 
-    /// One refresh, past the shortest time between two of them.
+    /// One refresh, after the minimum time between two of them.
     void refresh()
     {
         passWallTime(30);
@@ -86,7 +86,7 @@ private slots:
 
     void cleanup() { viewer.reset(); }
 
-    // Stands first: what it looks at happens once in a process.
+    // First, because it checks something that happens once per process.
     void theVeryFirstCallNeverRefreshes()
     {
         passWallTime(60);
@@ -129,7 +129,7 @@ private slots:
         viewer->probe.currentSensor = sensor;
         viewer->ui->lineEdit_value_1->setText(QStringLiteral("second"));
         viewer->ui->lineEdit_value_2->setText(QStringLiteral("third"));
-        // The titles stand as the press of the button left them.
+        // The titles are those set at the press of the button.
         viewer->ui->label_sensor_type->setText(QStringLiteral("title"));
         viewer->ui->label_sensor_type_top->setText(QStringLiteral("top"));
         refresh();

@@ -59,7 +59,7 @@ om::Transform turned(float radians, const om::Translation& axis)
     return {om::Orientation(om::Rotation(radians, axis)), om::Translation()};
 }
 
-/// A sampler with what it publishes, as the main window starts it.
+/// A sampler with its published values, as the main window creates it.
 struct Run
 {
     Shared<double> imuRate = 0.0;
@@ -84,7 +84,7 @@ struct Run
                     {accel, gyro, mag, orient, pressureMax, pressureMin, altitudeMax, altitudeMin,
                      temperatureMax, temperatureMin}};
 
-    /// The sample of a record behind one that only set the clock.
+    /// The sample of a record after one that only sets the clock.
     Sample only(const om::SensorsData& data)
     {
         sampler.take(record(data.imu.timestamp - period));
@@ -138,7 +138,7 @@ private slots:
         repeat.imu.effectiveRate = 123.0F;
         QVERIFY(!run.sampler.take(repeat).has_value());
         QCOMPARE(static_cast<double>(run.imuRate), 123.0);
-        // The other streams are not looked at.
+        // The other streams are not read.
         QCOMPARE(static_cast<double>(run.baroRate), 0.0);
         QCOMPARE(static_cast<double>(run.magRate), 0.0);
         QCOMPARE(run.baroStart, std::uint64_t(0));

@@ -14,14 +14,14 @@ namespace {
 
 constexpr unsigned int first = 20000001;
 constexpr unsigned int second = 20000002;
-/// Fewer where a sanitizer slows each of them down.
+/// Fewer with a sanitizer, which makes each of them slower.
 const int rounds = qEnvironmentVariableIntValue("GRAVIMON_STRESS_ROUNDS");
 
 struct Resources
 {
     int threads = 0;
-    QStringList descriptors; ///< what each stands for, sorted
-    qint64 heapKiB = 0;      ///< in use; 0 where a sanitizer has put its own allocator in place
+    QStringList descriptors; ///< the meaning of each, sorted
+    qint64 heapKiB = 0;      ///< in use; 0 with the allocator of a sanitizer
 };
 
 Resources resources()
@@ -33,7 +33,7 @@ Resources resources()
     const QDir descriptors(QStringLiteral("/proc/self/fd"));
     for (const QFileInfo& entry :
          descriptors.entryInfoList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)) {
-        // The numbers of sockets and pipes change when they are made anew.
+        // The numbers of sockets and pipes change when they are created again.
         now.descriptors << QString(entry.symLinkTarget()).remove(QRegularExpression("\\[.*"));
     }
     now.descriptors.sort();
@@ -62,7 +62,7 @@ private:
         QTRY_VERIFY(viewer->streams(first));
     }
 
-    /// Both cameras go and come back.
+    /// Both cameras are unplugged and plugged in again.
     void loseAndFind()
     {
         auto& probe = viewer->probe;
@@ -75,15 +75,14 @@ private:
         }
         bench().plug(first);
         bench().plug(second);
-        // Two ticks ahead of the poll, to save the time of waiting for them.
+        // Calls the next two ticks of the poll, to save the time of waiting for them.
         probe.updateDeviceList(false);
         QVERIFY(probe.detectionThread.wait(waiting::patienceMs));
         QVERIFY(viewer->window->detectMultipleDevice());
         QTRY_VERIFY(viewer->streams(first));
     }
 
-    /// What each open leaves behind by design: the 3D view builds a new scene and keeps the old
-    /// one.
+    /// Memory that each open keeps by design: the 3D view builds a new scene and keeps the old one.
     qint64 sceneKiB()
     {
         constexpr int scenes = 20;

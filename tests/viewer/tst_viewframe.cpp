@@ -67,7 +67,7 @@ void TestViewFrame::viewStaysInItsFrameWhateverOpens()
 
 int main(int argc, char** argv)
 {
-    QSurfaceFormat format; // as the program asks for it
+    QSurfaceFormat format; // as the program requests it
     format.setSamples(16);
     QSurfaceFormat::setDefaultFormat(format);
     QApplication application(argc, argv);

@@ -186,7 +186,7 @@ void TestClock::aStepShortOfTheDeadlineDoesNotEndTheWait()
     });
     QTRY_COMPARE(looks.load(), 1);
     clock.advance(milliseconds(999));
-    QTRY_COMPARE(looks.load(), 2); // the step wakes it, and it goes on waiting
+    QTRY_COMPARE(looks.load(), 2); // the step wakes it, and it continues to wait
     clock.wake();
     QTRY_COMPARE(looks.load(), 3);
     QCOMPARE(endedAt.load(), Nanoseconds{0});

@@ -129,7 +129,7 @@ void TestCallLog::theBoundHoldsForEachKind()
     QCOMPARE(grabs.front().value, 10);
     QCOMPARE(grabs.back().value, calls - 1);
     QCOMPARE(log.count(CALL::GRAB), static_cast<std::uint64_t>(calls));
-    // The calls at a low rate are not pushed out by the others.
+    // The calls at a high rate do not displace the others.
     QCOMPARE(log.records(CALL::OPEN).size(), std::size_t{1});
     QCOMPARE(log.records().size(), CallLog::BOUND + 1);
 }

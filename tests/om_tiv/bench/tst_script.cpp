@@ -16,8 +16,8 @@ using STEP = Results::STEP;
 
 namespace {
 
-/// The answers to some calls: the code, negative where it is a repeat, 1000 for none and 2000 for a
-/// camera to be unplugged.
+/// The answers to some calls: the code, negative for a repeat, 1000 for none and 2000 for a camera
+/// to be unplugged.
 std::vector<int> answers(Results& script, int calls)
 {
     std::vector<int> all;

@@ -1,5 +1,5 @@
 /// @file
-/// A client of a Unix stream socket that sends whatever a test likes.
+/// A client of a Unix stream socket that sends arbitrary data for tests.
 #pragma once
 
 #include "support/patience.h"

@@ -400,7 +400,7 @@ void TestCamera::withoutADeviceOpenFails()
     parameters.gpuId = 77;
     Camera camera;
     QCOMPARE(camera.open(parameters), ERROR_CODE::FAILURE);
-    QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS); // the claim was given back
+    QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS); // the claim was released
 }
 
 void TestCamera::operationsOnAClosedCamera()
@@ -428,7 +428,7 @@ void TestCamera::grabDeliversFramesAtTheRateInForce()
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
     std::uint64_t last = 0;
     for (int frame = 1; frame <= 120; ++frame) {
-        // A little behind the frame's nominal time, for the jitter.
+        // Slightly after the frame's nominal time, because of the jitter.
         const Nanoseconds due = START + static_cast<Nanoseconds>(frame) * NS_PER_S / 60;
         bench.clock().setManual(due + NS_PER_MS);
         QCOMPARE(camera.grab(RuntimeParameters()), ERROR_CODE::SUCCESS);
@@ -458,7 +458,7 @@ void TestCamera::grabTimesOutAfterATenthOfASecond()
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
     const auto start = std::chrono::steady_clock::now();
-    QCOMPARE(camera.grab(RuntimeParameters()), ERROR_CODE::TIMEOUT); // the clock stands
+    QCOMPARE(camera.grab(RuntimeParameters()), ERROR_CODE::TIMEOUT); // the clock is stopped
     const auto took = std::chrono::steady_clock::now() - start;
     QVERIFY(took >= milliseconds(100) && took < waiting::patience);
     QVERIFY(camera.isOpened());

@@ -8,7 +8,7 @@
 
 #include <csignal>
 
-/// The real hidapi above emulated USB devices: what the program sees of real cameras.
+/// The real hidapi with emulated USB devices: real cameras as the program sees them.
 class HidbedTest : public QObject
 {
     Q_OBJECT
@@ -32,7 +32,8 @@ private:
         file.write(line + "\n");
     }
 
-    /// The next list that the probe prints, sorted: the order of USB devices means nothing.
+    /// The next list that the probe prints, sorted, because the order of USB devices has no
+    /// meaning.
     QStringList nextList()
     {
         QStringList lines;
@@ -57,7 +58,8 @@ private:
         return nextList();
     }
 
-    /// Asks until the list is the expected one: the testbed takes its commands in its own time.
+    /// Repeats the request until the list is the expected one, because the testbed handles commands
+    /// asynchronously.
     void waitForList(QStringList expected)
     {
         expected.sort();

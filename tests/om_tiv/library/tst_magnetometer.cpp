@@ -71,7 +71,7 @@ void TestMagnetometer::readingsLieOnAnEllipsoid()
     for (std::uint64_t i = 0; i < 3000; ++i) {
         const Vector r = source->magnetometer(i).body();
         const Vector corrected{(r.x - 20.0) / 1.2, (r.y + 30.0) / 0.8, (r.z - 10.0) / 1.1};
-        QVERIFY(std::abs(length(corrected) - 48.0) < 0.1); // what the counts leave
+        QVERIFY(std::abs(length(corrected) - 48.0) < 0.1); // the rounding to counts
         least = {std::min(least.x, r.x), std::min(least.y, r.y), std::min(least.z, r.z)};
         most = {std::max(most.x, r.x), std::max(most.y, r.y), std::max(most.z, r.z)};
     }
@@ -114,7 +114,7 @@ void TestMagnetometer::storedCalibrationTakesEffectAtOnce()
     QVERIFY(rig.bench.storeCalibration(SERIAL, calibration));
     SensorsData after = rig.after(milliseconds(0)); // the same sample
     const Vector3<float>& raw = before.magnetometer.magneticFieldUncalibrated;
-    // Sensor axis 1 is -y, 2 is -x, 3 is -z; the radius of 50 leaves the size as it is.
+    // Sensor axis 1 is -y, 2 is -x, 3 is -z; the radius of 50 does not change the size.
     const Vector expected{double{raw.x} - 3.0, double{raw.y} + 5.0, double{raw.z} + 2.0};
     QCOMPARE(after.magnetometer.timestamp, before.magnetometer.timestamp);
     QVERIFY(near(after.magnetometer.magneticFieldCalibrated, expected, 1e-4));

@@ -122,7 +122,8 @@ void TestPicture::cleanup()
 void TestPicture::reopen(const InitParameters& parameters)
 {
     QCOMPARE(m_camera->open(parameters), ERROR_CODE::SUCCESS);
-    theBench().clock().advance(milliseconds(1)); // off the frames' times, for their jitter
+    theBench().clock().advance(
+        milliseconds(1)); // away from the frames' times, because of their jitter
     nextFrame();
 }
 

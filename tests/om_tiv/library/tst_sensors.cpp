@@ -160,7 +160,7 @@ void TestSensors::currentWaitsForTheNextSample()
         repeats += data.imu.timestamp == last ? 1 : 0;
         last = data.imu.timestamp;
     }
-    // A call comes back early only where the sample is late by more than the longest wait.
+    // A call returns without a new sample only if the sample is late by more than the longest wait.
     QVERIFY2(repeats <= 5, qPrintable(QString::number(repeats)));
 }
 
@@ -434,7 +434,7 @@ void TestSensors::poseAndVectorsInImageAxes()
     QVERIFY(near(b.imu.linearAcceleration, turnedOver(a.imu.linearAcceleration), 1e-6));
     QVERIFY(near(b.magnetometer.magneticFieldUncalibrated,
                  turnedOver(a.magnetometer.magneticFieldUncalibrated), 0.0));
-    // Gravity, turned into the world by the pose, points along that world's own up.
+    // Gravity, rotated into the world frame by the pose, points to the world's up.
     const Vector3<float>& g = b.imu.linearAcceleration;
     const Translation world = Translation(g.x, g.y, g.z) * b.imu.pose.getOrientation();
     QVERIFY(near(world, {0.0, -STANDARD_GRAVITY, 0.0}, 1e-4));
@@ -463,7 +463,7 @@ void TestSensors::pressureFollowsTheHeight()
     config.motion = MOTION::FALL;
     config.altitude = 0.0;
     Rig falling(config);
-    // 1.8 m lower at the end of the catch: about 12 Pa to the metre.
+    // 1.8 m lower at the end of the catch: about 12 Pa per metre.
     falling.after(milliseconds(100));
     const float high = falling.after(milliseconds(300)).barometer.pressure;
     const float low = falling.after(milliseconds(880)).barometer.pressure;

@@ -227,7 +227,7 @@ void TestRecordedFile::aFailedWriteLeavesTheOldFile()
              path("no/such/folder.qvr") + ": can't be written: No such file or directory");
     const QString file = write(sampleRecording(3));
     const QByteArray before = contentOf(file);
-    // The temporary's name is taken by a folder.
+    // A folder uses the temporary file's name.
     QVERIFY(QDir().mkdir(file + ".part"));
     QVERIFY(!writeRecording(file.toStdString(), sampleRecording(4), error));
     QCOMPARE(contentOf(file), before);
