@@ -1,5 +1,5 @@
 /// @file
-/// The time of a body in the hand, and its frames.
+/// The time of a body that the mouse turns, and its frames.
 #pragma once
 
 #include <QElapsedTimer>

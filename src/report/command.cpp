@@ -25,8 +25,8 @@ namespace report {
 
 namespace {
 
-/// A text from outside on one line: no UTF-8 becomes a replacement character, and what a terminal
-/// would act upon a blank.
+/// A text from outside on one line: invalid UTF-8 is replaced by a replacement character, terminal
+/// control characters by blanks.
 std::string plain(const std::string& text)
 {
     QString line = QString::fromStdString(text);
@@ -52,7 +52,7 @@ extern "C" void fileWasCut(int /*signal*/)
     ::_exit(NOT_REPORTED);
 }
 
-/// A mapped file that somebody cuts raises SIGBUS where it is read.
+/// Reading a mapped file that another process has truncated raises SIGBUS.
 class CutFileGuard
 {
 public:

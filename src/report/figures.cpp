@@ -39,8 +39,8 @@ constexpr int fontPixels = 14;
 constexpr std::size_t mostReadingsDrawn = 500;
 constexpr std::size_t spectrumColumns = 240;
 
-// Colours that stay apart for colour-blind eyes (M. Okabe, K. Ito, 2008). Nothing is told by colour
-// alone: lines differ in their dashes, points in their shapes.
+// Colours that stay apart for colour-blind eyes (M. Okabe, K. Ito, 2008). Colour is never the only
+// difference: lines differ in their dashes, points in their shapes.
 const QColor blue(0, 114, 178);
 const QColor lightBlue(190, 217, 233);
 const QColor vermilion(213, 94, 0);

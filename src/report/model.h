@@ -152,7 +152,7 @@ struct RecordingReport
     std::optional<TemperatureReport> temperatures;
 
     std::optional<analysis::SixPositions> sixPositions;
-    std::string sixPositionsReason; ///< where they were asked for and not found
+    std::string sixPositionsReason; ///< if they were requested but not found
     Envelope accelerationLength;    ///< m/s^2, with the six positions only
 
     /// One sentence that has to stand above everything else; empty where there is none.

@@ -9,8 +9,8 @@
 
 namespace sensormath {
 
-/// The time stamps of one stream during one run of the sensor thread: tells new samples from
-/// repeats.
+/// The time stamps of one stream during one run of the sensor thread: distinguishes new samples
+/// from repeats.
 class SampleClock
 {
 public:

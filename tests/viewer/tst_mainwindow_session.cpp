@@ -865,7 +865,7 @@ private slots:
     {
         startStreaming();
         auto& probe = viewer->probe;
-        // The input thread has told of the loss, and the display's tick comes first.
+        // The input thread has reported the loss, and the display's tick comes first.
         SideThread input([&] { emit probe.inputThread->DetectTIVDisconnect(); });
         input.join();
         QCOMPARE(bench().log().count(CALL::OPEN), 1ULL);
@@ -1315,7 +1315,7 @@ private slots:
         const QPointer<QTimer> before(viewer->probe.detectTimer);
         viewer->window->createLiveInput();
         QVERIFY(viewer->probe.inputThread == nullptr);
-        QVERIFY(before.isNull()); // the poll starts anew, and is one
+        QVERIFY(before.isNull()); // the poll starts again, once
         QVERIFY(viewer->probe.detectTimer != nullptr && viewer->probe.detectTimer->isActive());
         QCOMPARE(bench().log().count(CALL::OPEN), 0ULL);
     }

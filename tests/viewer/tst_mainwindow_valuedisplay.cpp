@@ -222,7 +222,7 @@ private slots:
         probe.accX.append(5.0);
         passWallTime(199);
         wallclock::advance(
-            std::chrono::nanoseconds(999'999)); // less than a whole millisecond is none
+            std::chrono::nanoseconds(999'999)); // less than a whole millisecond does not count
         viewer->window->updateDataDisplay();
         QCOMPARE(firstValue(), QStringLiteral("X 0.125 m/s²"));
         QVERIFY(probe.displayTimer->isActive());

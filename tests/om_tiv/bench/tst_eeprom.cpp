@@ -374,7 +374,7 @@ private slots:
                     ++*written;
                 }
             }
-            // Amid whatever follows the first writes.
+            // During the steps after the first writes.
             const bool writes = waiting::waitFor([&] { return written->load() > round % 4; });
             ::kill(writer, SIGKILL);
             int status = 0;
