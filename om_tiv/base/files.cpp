@@ -1,6 +1,7 @@
 #include "base/files.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <system_error>
 #include <utility>
 
@@ -9,6 +10,22 @@
 #include <unistd.h>
 
 namespace om::bench {
+
+namespace {
+
+bool writeAll(const Descriptor& file, std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(file.get(), bytes.data(), bytes.size());
+        if (written < 0 && errno != EINTR) {
+            return false;
+        }
+        bytes.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
+    }
+    return true;
+}
+
+} // namespace
 
 Descriptor::~Descriptor()
 {
@@ -61,16 +78,59 @@ Descriptor openRegularFile(const std::string& path, std::string& reason)
     return file;
 }
 
-FilePtr openRegularStream(const std::string& path, std::string& reason)
+std::optional<std::size_t> readOn(const Descriptor& file, void* to, std::size_t count)
 {
-    Descriptor file = openRegularFile(path, reason);
-    FilePtr stream(file.valid() ? ::fdopen(file.get(), "rb") : nullptr, &std::fclose);
-    if (stream) {
-        file.release();
-    } else if (file.valid()) {
-        reason = std::generic_category().message(errno);
+    std::size_t have = 0;
+    while (have < count) {
+        const ssize_t got = ::read(file.get(), static_cast<char*>(to) + have, count - have);
+        if (got < 0 && errno != EINTR) {
+            return std::nullopt;
+        }
+        if (got == 0) {
+            break;
+        }
+        have += got > 0 ? static_cast<std::size_t>(got) : 0;
     }
-    return stream;
+    return have;
+}
+
+std::optional<std::string> readFile(const std::string& path, std::size_t most, std::string& reason)
+{
+    const Descriptor file = openRegularFile(path, reason);
+    if (!file.valid()) {
+        return std::nullopt;
+    }
+    std::string bytes(most, '\0');
+    const auto have = readOn(file, bytes.data(), bytes.size());
+    if (!have) {
+        const int why = errno;
+        reason = std::generic_category().message(why);
+        errno = why;
+        return std::nullopt;
+    }
+    bytes.resize(*have);
+    return bytes;
+}
+
+bool putInPlace(const Descriptor& file, const std::string& temporary, const std::string& path,
+                std::string_view bytes)
+{
+    if (!writeAll(file, bytes) || ::fsync(file.get()) != 0 ||
+        ::rename(temporary.c_str(), path.c_str()) != 0) {
+        const int why = errno;
+        ::unlink(temporary.c_str());
+        errno = why;
+        return false;
+    }
+    // The new name must reach the disk too. A file system that can't sync a folder has done its
+    // best by now.
+    const std::size_t slash = path.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+    const Descriptor open(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (open.valid()) {
+        ::fsync(open.get());
+    }
+    return true;
 }
 
 std::string makeFolders(const std::string& folder)

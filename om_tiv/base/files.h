@@ -2,9 +2,10 @@
 /// File descriptors and folders.
 #pragma once
 
-#include <cstdio>
-#include <memory>
+#include <cstddef>
+#include <optional>
 #include <string>
+#include <string_view>
 
 namespace om::bench {
 
@@ -35,11 +36,21 @@ private:
 ///               file
 Descriptor openRegularFile(const std::string& path, std::string& reason);
 
-/// Owns a stdio stream.
-using FilePtr = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
+/// Reads on until there are count bytes or the file ends, also when a signal comes.
+/// @return the bytes read, fewer than count only at the end of the file; none with errno
+std::optional<std::size_t> readOn(const Descriptor& file, void* to, std::size_t count);
 
-/// The same as a stdio stream; null with the reason on failure.
-FilePtr openRegularStream(const std::string& path, std::string& reason);
+/// The first bytes of a regular file, at most so many.
+/// @param reason set on failure, as by openRegularFile(), with errno
+std::optional<std::string> readFile(const std::string& path, std::size_t most, std::string& reason);
+
+/// Writes the bytes to a new file and gives it the path as its name, in one go: a crash leaves the
+/// former file or the new one. File and folder are forced to the disk.
+/// @param file      the new file, open for writing and empty; it stays open
+/// @param temporary its name, in the folder of the path; it is removed where this fails
+/// @return false with errno, the former file still there
+bool putInPlace(const Descriptor& file, const std::string& temporary, const std::string& path,
+                std::string_view bytes);
 
 /// Creates all missing folders of the path, mode 0700.
 /// @return empty, or the part of the path that can't be created or is not a folder, with the

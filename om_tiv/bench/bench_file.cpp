@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -315,24 +314,16 @@ bool parseBenchText(const std::string& text, const std::string& name, BenchDescr
 bool parseBenchFile(const std::string& path, BenchDescription& description, std::string& error)
 {
     std::string reason;
-    const FilePtr file = openRegularStream(path, reason);
-    std::string text;
-    if (file) {
-        text.resize(MOST_BYTES + 1);
-        text.resize(std::fread(text.data(), 1, text.size(), file.get()));
-        if (std::ferror(file.get()) != 0) {
-            reason = std::generic_category().message(errno);
-        }
-    }
-    if (!reason.empty()) {
+    const auto text = readFile(path, MOST_BYTES + 1, reason);
+    if (!text) {
         error = errorLine(path, 0, "can't be read: " + reason);
         return false;
     }
-    if (text.size() > MOST_BYTES) {
+    if (text->size() > MOST_BYTES) {
         error = errorLine(path, 0, "larger than a bench file may be (4 MiB)");
         return false;
     }
-    return parseBenchText(text, path, description, error);
+    return parseBenchText(*text, path, description, error);
 }
 
 bool readRecordings(BenchDescription& description, const std::string& name, std::string& error,

@@ -2,6 +2,7 @@
 
 #include "base/files.h"
 #include "base/one_line.h"
+#include "world/eeprom_image.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -15,7 +16,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 #include <stdexcept>
 #include <string_view>
@@ -26,90 +26,8 @@ namespace om::bench {
 
 namespace {
 
-constexpr char magic[4] = {'G', 'V', 'E', 'E'};
-constexpr std::uint32_t formatVersion = 1;
-constexpr std::size_t headerBytes = 12;
-constexpr std::size_t contentBytes = 4 + 6 * 4;
-constexpr std::size_t checksumAt = headerBytes + contentBytes;
-constexpr std::size_t fileBytes = checksumAt + 4;
-
-using FileImage = std::array<std::uint8_t, fileBytes>;
-
-void put32(FileImage& image, std::size_t at, std::uint32_t value)
-{
-    for (std::size_t i = 0; i < 4; ++i) {
-        image[at + i] = static_cast<std::uint8_t>(value >> (8 * i));
-    }
-}
-
-std::uint32_t get32(const std::uint8_t* image)
-{
-    std::uint32_t value = 0;
-    for (std::size_t i = 0; i < 4; ++i) {
-        value |= static_cast<std::uint32_t>(image[i]) << (8 * i);
-    }
-    return value;
-}
-
-void putFloat(FileImage& image, std::size_t at, float value)
-{
-    std::uint32_t bits = 0;
-    std::memcpy(&bits, &value, sizeof bits);
-    put32(image, at, bits);
-}
-
-float getFloat(const std::uint8_t* image)
-{
-    const std::uint32_t bits = get32(image);
-    float value = 0.0F;
-    std::memcpy(&value, &bits, sizeof value);
-    return value;
-}
-
-FileImage encode(unsigned int serial, const MagCalibration& calibration)
-{
-    FileImage image{};
-    std::memcpy(image.data(), magic, sizeof magic);
-    put32(image, 4, formatVersion);
-    put32(image, 8, contentBytes);
-    put32(image, 12, serial);
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-        putFloat(image, 16 + 4 * axis, calibration.scale[axis]);
-        putFloat(image, 28 + 4 * axis, calibration.offset[axis]);
-    }
-    put32(image, checksumAt, crc32(image.data(), checksumAt));
-    return image;
-}
-
-std::string hex(std::uint32_t value)
-{
-    char text[16];
-    std::snprintf(text, sizeof text, "0x%08X", value);
-    return text;
-}
-
-/// The content of a file, up to slightly more than the size of an image. @param problem why it
-/// can't be read
-std::string readBytes(const Descriptor& file, std::string& problem)
-{
-    std::string bytes(2 * fileBytes, '\0');
-    std::size_t have = 0;
-    ssize_t got = 0;
-    do {
-        got = ::read(file.get(), bytes.data() + have, bytes.size() - have);
-        have += got > 0 ? static_cast<std::size_t>(got) : 0;
-    } while ((got > 0 && have < bytes.size()) || (got < 0 && errno == EINTR));
-    bytes.resize(have);
-    if (got < 0) {
-        problem = std::generic_category().message(errno);
-    }
-    return bytes;
-}
-
-const std::uint8_t* unsignedBytes(const std::string& bytes)
-{
-    return reinterpret_cast<const std::uint8_t*>(bytes.data());
-}
+/// Of a file that is longer than an image, the length is wrong.
+constexpr std::size_t mostBytes = 2 * IMAGE_BYTES;
 
 /// Whether it is the name of a writer's temporary file.
 bool isTemporary(std::string_view name)
@@ -155,51 +73,6 @@ Descriptor makeTemporary(const std::string& name, std::string& temporary)
 }
 
 } // namespace
-
-std::uint32_t crc32(const std::uint8_t* data, std::size_t length)
-{
-    std::uint32_t crc = 0xFFFFFFFFU;
-    for (std::size_t i = 0; i < length; ++i) {
-        crc ^= data[i];
-        for (int bit = 0; bit < 8; ++bit) {
-            crc = (crc >> 1) ^ ((crc & 1U) != 0U ? 0xEDB88320U : 0U);
-        }
-    }
-    return ~crc;
-}
-
-std::string imageDamage(const std::string& image, unsigned int serial)
-{
-    const std::uint8_t* const bytes = unsignedBytes(image);
-    if (image.size() < headerBytes) {
-        return "byte " + std::to_string(image.size()) + ": the file ends within its header";
-    }
-    if (std::memcmp(bytes, magic, sizeof magic) != 0) {
-        return "byte 0: not an EEPROM image";
-    }
-    if (get32(bytes + 4) != formatVersion) {
-        return "byte 4: format version " + std::to_string(get32(bytes + 4)) + ", expected " +
-               std::to_string(formatVersion);
-    }
-    if (get32(bytes + 8) != contentBytes) {
-        return "byte 8: content length " + std::to_string(get32(bytes + 8)) + ", expected " +
-               std::to_string(contentBytes);
-    }
-    if (image.size() != fileBytes) {
-        return "byte " + std::to_string(std::min(image.size(), fileBytes)) + ": the file has " +
-               std::to_string(image.size()) + " bytes, expected " + std::to_string(fileBytes);
-    }
-    const std::uint32_t stored = get32(bytes + checksumAt);
-    const std::uint32_t computed = crc32(bytes, checksumAt);
-    if (stored != computed) {
-        return "byte " + std::to_string(checksumAt) + ": checksum " + hex(stored) +
-               " does not match the content, " + hex(computed);
-    }
-    if (get32(bytes + 12) != serial) {
-        return "byte 12: the image of serial number " + std::to_string(get32(bytes + 12));
-    }
-    return {};
-}
 
 std::string eepromFolder()
 {
@@ -261,21 +134,15 @@ MagCalibration EepromStore::load(unsigned int serial, Image& image)
         return image.calibration;
     }
     std::string damage;
-    std::string bytes;
-    if (const Descriptor file = openRegularFile(path(serial), damage); file.valid()) {
-        bytes = readBytes(file, damage);
+    const auto bytes = readFile(path(serial), mostBytes, damage);
+    if (bytes) {
+        damage = imageDamage(*bytes, serial);
     } else if (errno == ENOENT || errno == ENOTDIR) {
         return image.calibration;
     }
     if (damage.empty()) {
-        damage = imageDamage(bytes, serial);
-    }
-    if (damage.empty()) {
         image.reported.clear();
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            image.calibration.scale[axis] = getFloat(unsignedBytes(bytes) + 16 + 4 * axis);
-            image.calibration.offset[axis] = getFloat(unsignedBytes(bytes) + 28 + 4 * axis);
-        }
+        image.calibration = calibrationOf(*bytes);
     } else if (image.reported != damage) {
         image.reported = damage;
         m_report(path(serial) + ": " + damage +
@@ -305,21 +172,18 @@ bool EepromStore::write(unsigned int serial, const MagCalibration& calibration)
 std::string EepromStore::image(unsigned int serial, std::string& problem) const
 {
     problem.clear();
-    std::string bytes;
-    if (const Descriptor file = openRegularFile(path(serial), problem); file.valid()) {
-        bytes = readBytes(file, problem);
+    const auto bytes = readFile(path(serial), mostBytes, problem);
+    if (bytes) {
+        problem = imageDamage(*bytes, serial);
     } else if (errno == ENOENT || errno == ENOTDIR) {
         problem = "no image is kept for " + std::to_string(serial) + " (" + path(serial) + ")";
         return {};
     }
-    if (problem.empty()) {
-        problem = imageDamage(bytes, serial);
-    }
     if (!problem.empty()) {
         problem.insert(0, path(serial) + ": ");
-        bytes.clear();
+        return {};
     }
-    return bytes;
+    return *bytes;
 }
 
 void EepromStore::removeLeftovers()
@@ -354,28 +218,8 @@ void EepromStore::save(unsigned int serial, const MagCalibration& calibration) c
     if (!file.valid()) {
         fail(m_folder);
     }
-    const FileImage image = encode(serial, calibration);
-    std::size_t written = 0;
-    while (written < image.size()) {
-        const ssize_t got = ::write(file.get(), image.data() + written, image.size() - written);
-        if (got < 0 && errno != EINTR) {
-            break;
-        }
-        written += got > 0 ? static_cast<std::size_t>(got) : 0;
-    }
-    // Closing would release the lock.
-    if (written < image.size() || ::fsync(file.get()) != 0 ||
-        ::rename(temporary.c_str(), name.c_str()) != 0) {
-        const int reason = errno;
-        ::unlink(temporary.c_str());
-        errno = reason;
+    if (!putInPlace(file, temporary, name, imageOf(serial, calibration))) {
         fail(name);
-    }
-    // The new name must reach the disk too. If a file system can't sync a folder, nothing more can
-    // be done.
-    const Descriptor folder(::open(m_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (folder.get() >= 0) {
-        ::fsync(folder.get());
     }
 }
 

@@ -2,16 +2,7 @@
 /// The EEPROM images of the virtual cameras: the stored magnetometer calibration of each serial
 /// number, kept in a file between runs.
 ///
-/// File SERIAL.eeprom, little-endian, 44 bytes:
-///
-///     offset  bytes  content
-///          0      4  the letters "GVEE"
-///          4      4  version of the format, 1
-///          8      4  length of the content that follows up to the checksum, 28
-///         12      4  serial number of the camera
-///         16     12  float32 scale of the sensor axes 1 to 3, 1/uT
-///         28     12  float32 offset of the sensor axes 1 to 3, uT
-///         40      4  CRC-32 (that of IEEE 802.3) of the 40 bytes before it
+/// The file is SERIAL.eeprom with the bytes of an image (world/eeprom_image.h).
 ///
 /// A write creates a file beside it, SERIAL.eeprom.XXXXXX with letters and digits for the X, and
 /// renames it. File and folder are synced to the disk, so that a crash leaves the old image or the
@@ -21,19 +12,12 @@
 
 #include "world/mag_calibration.h"
 
-#include <cstdint>
 #include <functional>
 #include <map>
 #include <mutex>
 #include <string>
 
 namespace om::bench {
-
-/// The CRC-32 of IEEE 802.3 (reflected, polynomial 0xEDB88320, start and final inversion).
-std::uint32_t crc32(const std::uint8_t* data, std::size_t length);
-
-/// The mistake in the bytes of an image file of this camera, with its place; empty for a valid one.
-std::string imageDamage(const std::string& image, unsigned int serial);
 
 /// The folder of the images: OM_TIV_STATE_DIR, else gravimon/eeprom in XDG_STATE_HOME, else
 /// ~/.local/state/gravimon/eeprom. Empty if there is no home folder either.

@@ -4,7 +4,7 @@
 #include "bench/bench_file.h"
 #include "control/control_server.h"
 #include "bench/eeprom.h"
-#include "base/hex.h"
+#include "base/bytes.h"
 #include "base/json_depth.h"
 #include "bench/loader.h"
 #include "base/one_line.h"

@@ -1,14 +1,19 @@
 #include "replay/recorded_file.h"
 
+#include "base/bytes.h"
 #include "base/files.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
+#include <optional>
+#include <string_view>
 #include <system_error>
+#include <utility>
+
+#include <fcntl.h>
 
 namespace om::bench {
 
@@ -35,25 +40,9 @@ enum OFFSET : std::size_t {
     AT_RESERVED = 44,
 };
 
-void put(std::vector<std::uint8_t>& bytes, std::size_t at, std::uint64_t value, std::size_t width)
-{
-    for (std::size_t i = 0; i < width; ++i) {
-        bytes[at + i] = static_cast<std::uint8_t>(value >> (8 * i));
-    }
-}
-
-std::uint64_t get(const std::uint8_t* bytes, std::size_t width)
-{
-    std::uint64_t value = 0;
-    for (std::size_t i = 0; i < width; ++i) {
-        value |= std::uint64_t{bytes[i]} << (8 * i);
-    }
-    return value;
-}
-
 std::uint32_t get32(const std::uint8_t* bytes)
 {
-    return static_cast<std::uint32_t>(get(bytes, 4));
+    return static_cast<std::uint32_t>(getLittle(bytes, 4));
 }
 
 std::string atByte(std::size_t offset)
@@ -105,59 +94,79 @@ std::string parseHeader(const std::uint8_t* header, Recording& recording, std::s
     return {};
 }
 
+std::string unreadable()
+{
+    return "can't be read: " + std::generic_category().message(errno);
+}
+
+/// Empty, or what is wrong with the frames, which follow the header.
+std::string readFrames(const Descriptor& file, std::size_t frames, std::vector<Nanoseconds>& times)
+{
+    // Piece by piece: the number of frames is only a claim until the bytes are there.
+    std::array<std::uint8_t, 8 * 1024> piece{};
+    while (times.size() < frames) {
+        const std::size_t wanted = std::min<std::size_t>(piece.size(), 8 * (frames - times.size()));
+        const auto bytes = readOn(file, piece.data(), wanted);
+        if (!bytes) {
+            return unreadable();
+        }
+        for (std::size_t at = 0; at + 8 <= *bytes; at += 8) {
+            times.push_back(getLittle(piece.data() + at, 8));
+        }
+        if (*bytes < wanted) {
+            return atByte(HEADER_BYTES + 8 * times.size()) + "the file ends after " +
+                   std::to_string(times.size()) + " of " + std::to_string(frames) + " frames";
+        }
+    }
+    const auto more = readOn(file, piece.data(), 1);
+    if (!more) {
+        return unreadable();
+    }
+    if (*more > 0) {
+        return atByte(HEADER_BYTES + 8 * frames) + "bytes after the last frame";
+    }
+    Nanoseconds last = 0;
+    for (std::size_t i = 0; i < frames; ++i) {
+        if (times[i] != 0 && times[i] < last) {
+            return atByte(HEADER_BYTES + 8 * i) + "the time of frame " + std::to_string(i) +
+                   " lies before that of a former frame";
+        }
+        last = std::max(last, times[i]);
+    }
+    return {};
+}
+
+/// Empty, or what is wrong with the file.
+std::string readWhole(const std::string& path, Recording& recording)
+{
+    std::string reason;
+    const Descriptor file = openRegularFile(path, reason);
+    if (!file.valid()) {
+        return "can't be read: " + reason;
+    }
+    std::array<std::uint8_t, HEADER_BYTES> header{};
+    const auto got = readOn(file, header.data(), header.size());
+    if (!got) {
+        return unreadable();
+    }
+    if (*got < header.size()) {
+        return atByte(*got) + "the file ends within its header";
+    }
+    std::size_t frames = 0;
+    if (const std::string wrong = parseHeader(header.data(), recording, frames); !wrong.empty()) {
+        return wrong;
+    }
+    return readFrames(file, frames, recording.frameTimes);
+}
+
 } // namespace
 
 bool readRecording(const std::string& path, Recording& recording, std::string& error)
 {
-    std::string reason;
-    const FilePtr file = openRegularStream(path, reason);
-    std::array<std::uint8_t, HEADER_BYTES> header{};
-    const std::size_t got = file ? std::fread(header.data(), 1, header.size(), file.get()) : 0;
-    if (file && std::ferror(file.get()) != 0) {
-        reason = std::generic_category().message(errno);
-    }
-    if (!reason.empty()) {
-        error = path + ": can't be read: " + reason;
-        return false;
-    }
-    if (got < header.size()) {
-        error = path + ": " + atByte(got) + "the file ends within its header";
-        return false;
-    }
     Recording read;
-    std::size_t frames = 0;
-    if (const std::string wrong = parseHeader(header.data(), read, frames); !wrong.empty()) {
+    if (const std::string wrong = readWhole(path, read); !wrong.empty()) {
         error = path + ": " + wrong;
         return false;
-    }
-    // In pieces: the number of frames is not reliable until the bytes have been read.
-    std::array<std::uint8_t, 8 * 1024> piece{};
-    while (read.frameTimes.size() < frames) {
-        const std::size_t wanted =
-            std::min<std::size_t>(piece.size(), 8 * (frames - read.frameTimes.size()));
-        const std::size_t bytes = std::fread(piece.data(), 1, wanted, file.get());
-        for (std::size_t at = 0; at + 8 <= bytes; at += 8) {
-            read.frameTimes.push_back(get(piece.data() + at, 8));
-        }
-        if (bytes < wanted) {
-            error = path + ": " + atByte(HEADER_BYTES + 8 * read.frameTimes.size()) +
-                    "the file ends after " + std::to_string(read.frameTimes.size()) + " of " +
-                    std::to_string(frames) + " frames";
-            return false;
-        }
-    }
-    if (std::fgetc(file.get()) != EOF) {
-        error = path + ": " + atByte(HEADER_BYTES + 8 * frames) + "bytes after the last frame";
-        return false;
-    }
-    Nanoseconds last = 0;
-    for (std::size_t i = 0; i < frames; ++i) {
-        if (read.frameTimes[i] != 0 && read.frameTimes[i] < last) {
-            error = path + ": " + atByte(HEADER_BYTES + 8 * i) + "the time of frame " +
-                    std::to_string(i) + " lies before that of a former frame";
-            return false;
-        }
-        last = std::max(last, read.frameTimes[i]);
     }
     recording = std::move(read);
     return true;
@@ -166,30 +175,30 @@ bool readRecording(const std::string& path, Recording& recording, std::string& e
 bool writeRecording(const std::string& path, const Recording& recording, std::string& error)
 {
     std::vector<std::uint8_t> bytes(HEADER_BYTES + 8 * recording.frameTimes.size());
+    const auto put = [&bytes](std::size_t at, std::uint64_t value, std::size_t width) {
+        putLittle(&bytes[at], value, width);
+    };
     std::memcpy(bytes.data(), MAGIC.data(), MAGIC.size());
-    put(bytes, AT_VERSION, VERSION, 4);
-    put(bytes, AT_HEADER_BYTES, HEADER_BYTES, 4);
-    put(bytes, AT_FRAMES, recording.frameTimes.size(), 4);
-    put(bytes, AT_FRAME_RATE,
-        static_cast<std::uint64_t>(std::llround(recording.frameRate * 1000.0)), 4);
-    put(bytes, AT_WIDTH, recording.width, 4);
-    put(bytes, AT_HEIGHT, recording.height, 4);
-    put(bytes, AT_MODEL, static_cast<std::uint32_t>(recording.model), 4);
-    put(bytes, AT_SERIAL, recording.serialNumber, 4);
-    put(bytes, AT_FIRMWARE, recording.firmwareVersion, 4);
-    put(bytes, AT_RESERVED, 0, 4);
+    put(AT_VERSION, VERSION, 4);
+    put(AT_HEADER_BYTES, HEADER_BYTES, 4);
+    put(AT_FRAMES, recording.frameTimes.size(), 4);
+    put(AT_FRAME_RATE, static_cast<std::uint64_t>(std::llround(recording.frameRate * 1000.0)), 4);
+    put(AT_WIDTH, recording.width, 4);
+    put(AT_HEIGHT, recording.height, 4);
+    put(AT_MODEL, static_cast<std::uint32_t>(recording.model), 4);
+    put(AT_SERIAL, recording.serialNumber, 4);
+    put(AT_FIRMWARE, recording.firmwareVersion, 4);
+    put(AT_RESERVED, 0, 4);
     for (std::size_t i = 0; i < recording.frameTimes.size(); ++i) {
-        put(bytes, HEADER_BYTES + 8 * i, recording.frameTimes[i], 8);
+        put(HEADER_BYTES + 8 * i, recording.frameTimes[i], 8);
     }
 
     const std::string temporary = path + ".part";
-    FilePtr file(std::fopen(temporary.c_str(), "wb"), &std::fclose);
-    bool good = file && std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size();
-    // Writing the last bytes may fail in fclose().
-    good = file && std::fclose(file.release()) == 0 && good;
-    if (!good || std::rename(temporary.c_str(), path.c_str()) != 0) {
+    const Descriptor file(
+        ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+    const std::string_view content(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    if (!file.valid() || !putInPlace(file, temporary, path, content)) {
         error = path + ": can't be written: " + std::generic_category().message(errno);
-        std::remove(temporary.c_str());
         return false;
     }
     return true;

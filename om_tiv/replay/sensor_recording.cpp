@@ -10,7 +10,6 @@
 #include <system_error>
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace om::bench {
 
@@ -94,20 +93,18 @@ SensorRecording::read(const std::string& path, std::string& report, ReadingProgr
         }
         const auto wanted =
             static_cast<std::size_t>(std::min<std::uint64_t>(piece.size(), size - have));
-        const ssize_t got = ::read(file.get(), piece.data(), wanted);
-        if (got < 0 && errno != EINTR) {
+        const auto got = readOn(file, piece.data(), wanted);
+        if (!got) {
             report = oneLine(path + ": can't be read: " + std::generic_category().message(errno));
             return nullptr;
         }
-        if (got == 0) {
+        if (*got == 0) {
             break;
         }
-        if (got > 0) {
-            have += static_cast<std::uint64_t>(got);
-            lines.feed({piece.data(), static_cast<std::size_t>(got)}, take);
-            if (progress != nullptr) {
-                progress->read.fetch_add(static_cast<std::uint64_t>(got));
-            }
+        have += *got;
+        lines.feed({piece.data(), *got}, take);
+        if (progress != nullptr) {
+            progress->read.fetch_add(*got);
         }
     }
     lines.finish(take);

@@ -5,8 +5,8 @@
 #include "control/bench_client.h"
 #include "tools/command_line.h"
 
-#include "bench/eeprom.h"
-#include "base/hex.h"
+#include "world/eeprom_image.h"
+#include "base/bytes.h"
 #include "base/one_line.h"
 
 #include <array>

@@ -57,13 +57,14 @@ private slots:
     {
         QFETCH(QString, name);
         std::string reason;
-        const FilePtr file = openRegularStream(path(name), reason);
-        QVERIFY2(file, reason.c_str());
+        const Descriptor file = openRegularFile(path(name), reason);
+        QVERIFY2(file.valid(), reason.c_str());
         QVERIFY(reason.empty());
-        char bytes[16] = {};
-        QCOMPARE(std::fread(bytes, 1, sizeof bytes, file.get()), std::size_t(7));
-        QCOMPARE(QByteArray(bytes), QByteArray("content"));
-        QVERIFY((::fcntl(::fileno(file.get()), F_GETFD) & FD_CLOEXEC) != 0);
+        QVERIFY((::fcntl(file.get(), F_GETFD) & FD_CLOEXEC) != 0);
+        const auto bytes = readFile(path(name), 16, reason);
+        QVERIFY2(bytes, reason.c_str());
+        QCOMPARE(QByteArray::fromStdString(*bytes), QByteArray("content"));
+        QCOMPARE(readFile(path(name), 4, reason).value_or(""), std::string("cont"));
     }
 
     // One that were opened as it is would not come back: nobody writes into the FIFO.
@@ -97,8 +98,32 @@ private slots:
         QVERIFY(!openRegularFile(where, why).valid());
         QCOMPARE(errno, error);
         QCOMPARE(QString::fromStdString(why), reason);
-        QVERIFY(!openRegularStream(where, why));
+        QVERIFY(!readFile(where, 16, why));
+        QCOMPARE(errno, error);
         QCOMPARE(QString::fromStdString(why), reason);
+    }
+
+    void newFileTakesThePlaceOfTheFormerOne()
+    {
+        std::string reason;
+        const std::string temporary = path("replaced.new");
+        for (const char* const content : {"first", "second"}) {
+            const Descriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600));
+            QVERIFY(putInPlace(file, temporary, path("replaced"), content));
+            QCOMPARE(readFile(path("replaced"), 16, reason).value_or(reason), std::string(content));
+            QVERIFY(!QFile::exists(QString::fromStdString(temporary)));
+        }
+    }
+
+    void newFileThatCannotTakeThePlaceIsRemoved()
+    {
+        QVERIFY(QDir(m_folder.path()).mkpath("taken/by"));
+        const std::string temporary = path("taken.new");
+        const Descriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600));
+        QVERIFY(!putInPlace(file, temporary, path("taken"), "content"));
+        QCOMPARE(errno, EISDIR);
+        QVERIFY(!QFile::exists(QString::fromStdString(temporary)));
+        QVERIFY(QFileInfo::exists(m_folder.filePath("taken/by")));
     }
 };
 

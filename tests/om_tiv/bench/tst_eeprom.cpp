@@ -1,6 +1,7 @@
 #include "support/sidethread.h"
 #include "support/waiting.h"
 
+#include "base/bytes.h"
 #include "bench/eeprom.h"
 
 #include <QtTest>

@@ -4,7 +4,7 @@
 #include "control/control.h"
 #include "control/control_server.h"
 #include "bench/eeprom.h"
-#include "base/hex.h"
+#include "base/bytes.h"
 #include "base/one_line.h"
 #include "control/bench_client.h"
 
