@@ -1,6 +1,6 @@
 #include "control/bench_client.h"
 
-#include "control/control_server.h"
+#include "control/bench_path.h"
 #include "base/files.h"
 #include "base/json_depth.h"
 

@@ -2,6 +2,7 @@
 
 #include "bench/bench.h"
 #include "bench/bench_file.h"
+#include "control/bench_path.h"
 #include "control/control_server.h"
 #include "bench/eeprom.h"
 #include "base/bytes.h"

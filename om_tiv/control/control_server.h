@@ -10,13 +10,6 @@
 
 namespace om::bench {
 
-/// The path of this process's control socket: OM_TIV_CONTROL if it is set ("off" means none, an
-/// empty path), else bench-PID.sock in controlFolder().
-std::string controlPath();
-
-/// $XDG_RUNTIME_DIR/gravimon, or /tmp/gravimon-UID if there is no runtime folder.
-std::string controlFolder();
-
 /// Serves a Unix stream socket on its own thread.
 ///
 /// Only processes of the same user (or root) are served; the file has mode 0600, and the folder

@@ -2,7 +2,7 @@
 
 #include "control/bench_client.h"
 
-#include "control/control_server.h"
+#include "control/bench_path.h"
 
 #include <algorithm>
 #include <chrono>

@@ -31,10 +31,21 @@ WITHOUT_QT = ("src/analysis/", "src/exchange/", "src/calibration/mag_calib.", "s
               "src/viewer/sensorsample.", "src/viewer/sensormath.",
               "src/report/model.", "src/report/rest.", "src/report/series.", "src/report/verdicts.",
               "src/report/number_text.", "src/report/json_file.", "src/report/yaml_file.")
-# The folders of om_tiv/ beside its public interface.
-ROOMS = {"values", "base", "world", "replay", "bench", "control", "library", "tools", "window"}
-WINDOW_MAY = {"world/geometry.h", "control/bench_client.h", "control/control_server.h", "base/one_line.h",
-              "closing/close_signals.h"}
+# The folders of om_tiv/ beside its public interface, and what each may include of the others, by room or by header.
+CLIENT = {"control/bench_client.h", "control/bench_path.h"}
+ROOMS = {
+    "include": set(),
+    "values": set(),
+    "base": set(),
+    "world": {"base"},
+    "replay": {"base", "world"},
+    "bench": {"base", "world", "replay"},
+    "control": {"base", "world", "bench"},
+    "library": {"base", "world", "replay", "bench", "control"},
+    # Programs of their own, which reach the bench over the socket only.
+    "tools": {"base", "world"} | CLIENT,
+    "window": {"base", "world"} | CLIENT | {"closing/close_signals.h"},
+}
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.M)
 QT = re.compile(r"^(Q[A-Z]|qwt_|Qt)")
 
@@ -53,23 +64,18 @@ for path in files:
                 continue
             if "/" in header and target in ALLOWED and target not in ALLOWED[folder]:
                 problems.append(f"{path}: {folder}/ must not include {header}")
-            if (target in ROOMS | {"support"} or header.startswith("om_tiv/") and header.count("/") > 1
+            if (target in set(ROOMS) | {"support"} or header.startswith("om_tiv/") and header.count("/") > 1
                     or header == "cuda_host.h"):
                 problems.append(f"{path}: the program must not include {header}")
             if path.startswith(WITHOUT_QT) and QT.match(header):
                 problems.append(f"{path}: what knows no Qt must not include {header}")
         elif parts[0] == "om_tiv":
-            # The bench's window is a program of its own, which reaches the bench over the socket only.
-            if path.startswith("om_tiv/window/"):
-                if header.split("/")[0] in ROOMS - {"window"} and header not in WINDOW_MAY:
-                    problems.append(f"{path}: the bench's window must not include {header}")
-            elif QT.match(header):
+            room, target = parts[1], header.split("/")[0]
+            if room != "window" and QT.match(header):
                 problems.append(f"{path}: the camera library must not include {header}")
-            if header.split("/")[0] in ALLOWED and not (path.startswith("om_tiv/window/") and header in WINDOW_MAY):
-                problems.append(f"{path}: the camera library must not include the program's {header}")
-            if path.startswith("om_tiv/include/") and header.split("/")[0] in ROOMS:
-                problems.append(f"{path}: the public interface must not include {header}")
-        elif QT.match(header) or header.split("/")[0] in set(ALLOWED) | ROOMS | {"om_tiv"}:
+            if target in set(ROOMS) | set(ALLOWED) and not {target, header} & (ROOMS[room] | {room}):
+                problems.append(f"{path}: {room}/ must not include {header}")
+        elif QT.match(header) or header.split("/")[0] in set(ALLOWED) | set(ROOMS) | {"om_tiv"}:
             problems.append(f"{path}: cuda_host must not include {header}")
 
 COMMENT = re.compile(r"//.*")

@@ -2,6 +2,7 @@
 
 #include "library/the_bench.h"
 #include "control/control.h"
+#include "control/bench_path.h"
 #include "control/control_server.h"
 #include "bench/eeprom.h"
 #include "base/bytes.h"
