@@ -1,4 +1,4 @@
-// Files of the user's: what is opened, and what is refused without making anybody wait.
+// The user's files: which are opened, and which are refused without a wait.
 
 #include "base/files.h"
 
@@ -67,7 +67,7 @@ private slots:
         QCOMPARE(readFile(path(name), 4, reason).value_or(""), std::string("cont"));
     }
 
-    // One that were opened as it is would not come back: nobody writes into the FIFO.
+    // An open that waits would never return, because no process writes to the FIFO.
     void whatIsNoRegularFileIsRefusedAtOnce_data()
     {
         QTest::addColumn<QString>("name");

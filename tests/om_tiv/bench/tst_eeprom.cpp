@@ -35,12 +35,12 @@ const MagCalibration sample{{0.02F, 0.03F, 0.04F}, {-2.5F, -1.5F, 3.5F}};
 
 bool sameBits(const MagCalibration& a, const MagCalibration& b)
 {
-    // A zero's sign, too, which == would not tell.
+    // Also compares the sign of a zero, which == ignores.
     // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
     return std::memcmp(&a, &b, sizeof a) == 0;
 }
 
-/// A variable of the environment for the time of a scope.
+/// Sets an environment variable for a scope.
 class Environment
 {
 public:
@@ -120,7 +120,7 @@ private slots:
 
     void checksumIsThatOfIeee8023()
     {
-        // The check value that catalogues of checksums give for this one.
+        // The check value of this checksum in catalogues.
         const std::string text = "123456789";
         QCOMPARE(om::bench::crc32(reinterpret_cast<const std::uint8_t*>(text.data()), text.size()),
                  0xCBF43926U);
@@ -239,14 +239,14 @@ private slots:
 
     void imageThatCannotBeReadIsReported()
     {
-        // A folder in its place: root may read everything else.
+        // A folder in its place, because root may read everything else.
         QVERIFY(QDir().mkpath(QString("%1/%2.eeprom").arg(folder()).arg(serial)));
         QVERIFY(makeStore().read(serial).isNeutral());
         QCOMPARE(m_reports.size(), 1);
         QVERIFY2(m_reports[0].contains("Is a directory"), qPrintable(m_reports[0]));
     }
 
-    // Nobody writes into the FIFO: who waited for it would wait for ever.
+    // No process writes to the FIFO: a wait for it would never end.
     void fifoInPlaceOfAnImageIsReportedAndReplacedByAWrite()
     {
         EepromStore store = makeStore();
@@ -273,7 +273,7 @@ private slots:
     {
         QTest::addColumn<QString>("place");
         QTest::addColumn<QString>("reason");
-        // Permissions do not stop root, a file where a folder should be does.
+        // Permissions do not stop root, but a file in the place of a folder does.
         QTest::newRow("a file in the way") << m_folder.path() + "/blocked"
                                            << "/blocked: ";
         QTest::newRow("a file further up") << m_folder.path() + "/blocked/a/b"
@@ -294,7 +294,7 @@ private slots:
             reports << QString::fromStdString(line);
         });
         store.read(serial);
-        reports.clear(); // what reading says of such a place
+        reports.clear(); // reports of reading such a place
         QVERIFY(!store.write(serial, sample));
         QVERIFY(store.read(serial).isNeutral());
         QVERIFY(!store.write(27182818, sample));
@@ -323,7 +323,7 @@ private slots:
         QCOMPARE(m_reports.size(), 1);
         QVERIFY(blocked.remove());
         QVERIFY(store.write(serial, sample));
-        // A folder of that name lets nothing be put in its place.
+        // A folder of that name cannot be replaced.
         QVERIFY(QFile::remove(QString::fromStdString(store.path(serial))));
         QVERIFY(QDir().mkpath(QString::fromStdString(store.path(serial)) + "/inside"));
         QVERIFY(!store.write(serial, MagCalibration()));
@@ -333,7 +333,7 @@ private slots:
 
     void failedWriteLeavesNoFileBehind()
     {
-        // The image's name is taken by a folder, so that the last step fails.
+        // The image's name is used by a folder, so that the last step fails.
         QVERIFY(QDir().mkpath(QString("%1/%2.eeprom/inside").arg(folder()).arg(serial)));
         QVERIFY(!makeStore().write(serial, sample));
         QCOMPARE(filesInTheFolder(), QStringList(QString("%1.eeprom").arg(serial)));
@@ -350,8 +350,8 @@ private slots:
         QCOMPARE(status.st_mode & 0777U, 0600U);
     }
 
-    // The writer is killed at moments all over the write; what is there afterwards is one of the
-    // two images it writes in turn, whole.
+    // The writer is killed at different moments of the write; afterwards the file is one of the two
+    // images that it writes alternately, complete.
     void crashLeavesTheOldImageOrTheNewOne()
     {
         MagCalibration other = sample;
@@ -440,7 +440,8 @@ private slots:
         QVERIFY(!file.exists());
     }
 
-    // Each store tidies up when it is first used, and must not take the file that is being written.
+    // Each store removes leftovers at its first use, and must not remove the file that is being
+    // written.
     void tidyingUpTakesNothingFromAWriter()
     {
         EepromStore store = makeStore();

@@ -1,4 +1,4 @@
-// Recordings that are read beside everything else.
+// Recordings that are read in the background.
 
 #include "support/sidethread.h"
 #include "support/waiting.h"
@@ -211,7 +211,7 @@ private slots:
         QCOMPARE(readings.load(), 1);
         QVERIFY(theBench().serialNumbers().empty());
         QVERIFY(!theBench().loader().part());
-        QVERIFY(add(recording()).at("ok").get<bool>()); // it can go on
+        QVERIFY(add(recording()).at("ok").get<bool>()); // it can continue
         QTRY_VERIFY(theBench().camera(serial));
     }
 

@@ -1,4 +1,4 @@
-// The bench's window: its arithmetic, and its widgets against a bench in the process behind a real
+// The bench's window: its arithmetic, and its widgets with a bench in the process behind a real
 // control socket.
 
 #include "support/waiting.h"
@@ -239,7 +239,7 @@ private slots:
 
     void ballTurnsWithThePointerInItsMiddle()
     {
-        // To the right: the near side of the ball goes to the right, which is about its y axis.
+        // To the right: the near side of the ball moves to the right, a rotation about its y axis.
         const Vector right = toRotationVector(ballTurn({0.0, 0.0}, {0.1, 0.0}));
         QVERIFY(right.y > 0.09 && right.y < 0.11 && std::abs(right.x) + std::abs(right.z) < 1e-12);
         const Vector up = toRotationVector(ballTurn({0.0, 0.0}, {0.0, 0.1}));
@@ -269,7 +269,7 @@ private slots:
             meter.add(10.0 + 0.01 * i, {0.0, 0.02, 0.0}); // 2 rad/s
         }
         QVERIFY(between(meter.rateAt(10.5), {0.0, 2.0, 0.0}) < 0.3);
-        // A hand that then holds still throws nothing.
+        // After a pause the body does not spin.
         QCOMPARE(length(meter.rateAt(10.5 + SpinMeter::WINDOW)), 0.0);
     }
 
@@ -291,7 +291,7 @@ private slots:
             QVERIFY(shape.hull.size() > 80);
             for (const Face& face : shape.hull) {
                 QVERIFY(std::abs(length(face.normal) - 1.0) < 1e-9);
-                // Convex: every other point lies behind the face.
+                // Convex: every other point is behind the face.
                 for (const Face& other : shape.hull) {
                     QVERIFY2(dot(face.normal, other.points[0] - face.points[0]) < 1e-6, model);
                 }
@@ -631,7 +631,7 @@ private slots:
         QVERIFY(!plug->isChecked());
         QTest::mouseClick(plug, Qt::LeftButton);
         QTRY_VERIFY(theBench().config(first).plugged);
-        // From outside too.
+        // Also by another client.
         theBench().unplug(first);
         QTRY_VERIFY(!plug->isChecked());
     }
