@@ -1,6 +1,7 @@
 #include "gpu/OGL2DWidget.h"
 
 #include "camera/ProgramStates.h"
+#include "gpu/shader_program.h"
 #include "gpu/viewport.h"
 
 #include <QMatrix4x4>
@@ -89,19 +90,7 @@ void OGL2DWidget::Deinit()
 
 void OGL2DWidget::createShader()
 {
-    auto* const vertexShader = new QGLShader(QGLShader::Vertex, this);
-    vertexShader->compileSourceCode(vertexSource);
-    auto* const fragmentShader = new QGLShader(QGLShader::Fragment, this);
-    fragmentShader->compileSourceCode(fragmentSource);
-    shaderProgram = new QGLShaderProgram(this);
-    shaderProgram->addShader(vertexShader);
-    shaderProgram->addShader(fragmentShader);
-    shaderProgram->bindAttributeLocation("vertex", 0);
-    shaderProgram->bindAttributeLocation("texCoord", 1);
-    shaderProgram->link();
-    shaderProgram->bind();
-    shaderProgram->setUniformValue("texture", 0);
-    shaderProgram->release();
+    shaderProgram = makeShaderProgram(this, vertexSource, fragmentSource);
 }
 
 void OGL2DWidget::initializeGL()

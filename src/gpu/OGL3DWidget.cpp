@@ -4,6 +4,7 @@
 #include "gpu/CameraGL.h"
 #include "gpu/Simple3DObject.h"
 #include "gpu/Tiv3D.h"
+#include "gpu/shader_program.h"
 #include "gpu/vectors.h"
 #include "gpu/viewport.h"
 
@@ -37,19 +38,6 @@ const char* const FRAGMENT_SHADER = "#version 330 core\n"
                                     "void main() {\n"
                                     "   out_Color = vec4(b_color, 0.5);\n"
                                     "}";
-
-constexpr float mouseRotateDivisor = 5.0F;
-constexpr float mouseTranslateDivisor = 50.0F;
-constexpr float rotateFactor = 0.015F;  // radians per unit of mouse motion
-constexpr float translateFactor = 0.1F; // metres per unit of mouse motion
-constexpr float wheelFactor = 0.01F;    // metres per step
-constexpr float keyMotion = 0.1F;
-
-om::Vector3<float> colour(int r, int g, int b)
-{
-    return {static_cast<float>(r) / 255.0F, static_cast<float>(g) / 255.0F,
-            static_cast<float>(b) / 255.0F};
-}
 
 om::Orientation firstAttitude()
 {
@@ -135,21 +123,9 @@ void OGL3DWidget::createTIVProgram()
     if (QOpenGLContext::currentContext() == nullptr) {
         return; // no window to draw in yet, or a platform without OpenGL
     }
-    auto* const vertexShader = new QGLShader(QGLShader::Vertex, this);
-    vertexShader->compileSourceCode(VERTEX_SHADER);
-    auto* const fragmentShader = new QGLShader(QGLShader::Fragment, this);
-    fragmentShader->compileSourceCode(FRAGMENT_SHADER);
-    shaderProgram = new QGLShaderProgram(this);
-    shaderProgram->addShader(vertexShader);
-    shaderProgram->addShader(fragmentShader);
-    // The same preparation as for the image view. These shaders have none of the three names; their
-    // layout qualifiers apply.
-    shaderProgram->bindAttributeLocation("vertex", 0);
-    shaderProgram->bindAttributeLocation("texCoord", 1);
-    shaderProgram->link();
-    shaderProgram->bind();
-    shaderProgram->setUniformValue("texture", 0);
-    shaderProgram->release();
+    // These shaders have none of the names that the program is prepared with; their layout
+    // qualifiers apply.
+    shaderProgram = makeShaderProgram(this, VERTEX_SHADER, FRAGMENT_SHADER);
 }
 
 void OGL3DWidget::CreateAxis()
@@ -370,109 +346,4 @@ void OGL3DWidget::ResetPosition()
     camera->setOffsetFromPosition(firstOffset);
     camera->setPosition(firstPosition);
     camera->setRotation(firstAttitude());
-}
-
-OGL3DWidget::Point OGL3DWidget::positionOf(const QMouseEvent& event)
-{
-    return {static_cast<std::int16_t>(event.x()), static_cast<std::int16_t>(event.y())};
-}
-
-OGL3DWidget::Motion OGL3DWidget::motionFrom(const Point& from, const Point& to, float divisor)
-{
-    return {static_cast<float>(to.x - from.x) / divisor,
-            static_cast<float>(to.y - from.y) / divisor};
-}
-
-void OGL3DWidget::mousePressEvent(QMouseEvent* event)
-{
-    if ((event->buttons() & (Qt::LeftButton | Qt::RightButton)) != 0) {
-        mousePressed = true;
-        previousMouse = positionOf(*event);
-    }
-}
-
-void OGL3DWidget::mouseReleaseEvent(QMouseEvent* event)
-{
-    Q_UNUSED(event)
-    mousePressed = false;
-}
-
-void OGL3DWidget::mouseMoveEvent(QMouseEvent* event)
-{
-    if (!mousePressed) {
-        return;
-    }
-    if ((event->buttons() & Qt::LeftButton) != 0) {
-        currentMouse = positionOf(*event);
-        mouseMotion = motionFrom(previousMouse, currentMouse, mouseRotateDivisor);
-        rotateCamera();
-        previousMouse = currentMouse;
-    }
-    // With both buttons pressed this pans by zero, because the previous move has just been handled.
-    if ((event->buttons() & Qt::RightButton) != 0) {
-        currentMouse = positionOf(*event);
-        mouseMotion = motionFrom(previousMouse, currentMouse, mouseTranslateDivisor);
-        translateCamera();
-        previousMouse = currentMouse;
-    }
-}
-
-void OGL3DWidget::wheelEvent(QWheelEvent* event)
-{
-    if (camera == nullptr) {
-        return;
-    }
-    // In eighths of a degree; less than a degree moves nothing. Qt sends a diagonal turn as two
-    // events, the second one without an angleDelta(): only delta() has one axis in each.
-    QT_WARNING_PUSH
-    QT_WARNING_DISABLE_DEPRECATED
-    const int steps = event->delta() / 8;
-    QT_WARNING_POP
-    camera->translate(
-        scaled(scaled(negated(camera->getForward()), static_cast<float>(steps)), wheelFactor));
-}
-
-void OGL3DWidget::keyPressEvent(QKeyEvent* event)
-{
-    switch (event->key()) {
-    case Qt::Key_Left:
-        mouseMotion = {-keyMotion, 0.0F};
-        translateCamera();
-        break;
-    case Qt::Key_Right:
-        mouseMotion = {keyMotion, 0.0F};
-        translateCamera();
-        break;
-    case Qt::Key_Up:
-        mouseMotion = {0.0F, -keyMotion};
-        translateCamera();
-        break;
-    case Qt::Key_Down:
-        mouseMotion = {0.0F, keyMotion};
-        translateCamera();
-        break;
-    case Qt::Key_R:
-        ResetPosition();
-        break;
-    default: // ends here: the base class would forward the key to the parent
-        break;
-    }
-}
-
-void OGL3DWidget::rotateCamera()
-{
-    if (camera == nullptr) {
-        return;
-    }
-    camera->rotate(om::Rotation(mouseMotion.y * rotateFactor, camera->getRight()));
-    camera->rotate(om::Rotation(mouseMotion.x * rotateFactor, negated(camera->getVertical())));
-}
-
-void OGL3DWidget::translateCamera()
-{
-    if (camera == nullptr) {
-        return;
-    }
-    camera->translate(scaled(scaled(camera->getUp(), mouseMotion.y), translateFactor));
-    camera->translate(scaled(scaled(camera->getRight(), mouseMotion.x), translateFactor));
 }

@@ -4,16 +4,6 @@
 
 #include <QOpenGLContext>
 
-namespace {
-
-om::Vector3<float> colour(int r, int g, int b)
-{
-    return {static_cast<float>(r) / 255.0F, static_cast<float>(g) / 255.0F,
-            static_cast<float>(b) / 255.0F};
-}
-
-} // namespace
-
 Simple3DObject::Simple3DObject(om::Translation newPosition, bool newIsStatic)
     : isStatic(newIsStatic), position(newPosition)
 {

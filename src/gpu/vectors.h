@@ -1,5 +1,5 @@
 /// @file
-/// Arithmetic of om::Translation that the camera library does not provide.
+/// Arithmetic of vectors and colours that the camera library does not provide.
 #pragma once
 
 #include "camera/camera_library.h"
@@ -22,4 +22,11 @@ inline om::Translation scaled(const om::Translation& v, float factor)
 inline float dot(const om::Translation& a, const om::Translation& b)
 {
     return a.x * b.x + a.y * b.y + a.z * b.z;
+}
+
+/// A colour of the scene, 0.0 to 1.0 each, from 8-bit values.
+inline om::Vector3<float> colour(int r, int g, int b)
+{
+    return {static_cast<float>(r) / 255.0F, static_cast<float>(g) / 255.0F,
+            static_cast<float>(b) / 255.0F};
 }
