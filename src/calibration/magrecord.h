@@ -1,6 +1,5 @@
 /// @file
-/// The calibration between the dialog's axes (X, Y, Z) and the EEPROM's sensor axes (1, 2, 3):
-/// X = -(axis 2), Y = axis 1, Z = axis 3.
+/// The calibration between the dialog's axes and the record of the EEPROM (axes.h).
 #pragma once
 
 #include "camera/camera_library.h"

@@ -2,6 +2,7 @@
 /// Converts the microcontroller's records to samples, times, rates and pauses.
 #pragma once
 
+#include "calibration/axes.h"
 #include "camera/camera_library.h"
 
 #include <cstdint>
@@ -22,13 +23,13 @@ inline bool isGood(const omlib::McuRecord& record)
     return omlib::isLinkValid(record) && omlib::magStateOf(record) != 0;
 }
 
-/// Swaps the sensor's axes 1 and 2 and changes the sign of axis 2; magrecord.h does the reverse.
-/// The sign is changed on the integer, so that a count of 0 becomes 0.0 and not -0.0.
+/// The sign of an axis is changed on the integer, so that a count of 0 becomes 0.0 and not -0.0.
 inline Sample sampleOf(const omlib::McuRecord& record)
 {
     constexpr double perCount = 0.0625;
-    return {-omlib::magCount(record, 1) * perCount, omlib::magCount(record, 0) * perCount,
-            omlib::magCount(record, 2) * perCount};
+    const axes::Triple<int> counts = axes::toDialog<int>(
+        {omlib::magCount(record, 0), omlib::magCount(record, 1), omlib::magCount(record, 2)});
+    return {counts[0] * perCount, counts[1] * perCount, counts[2] * perCount};
 }
 
 /// Milliseconds of a timestamp in ticks of 39 us.
