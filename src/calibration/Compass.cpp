@@ -19,8 +19,9 @@ void Compass::setRaw(bool raw)
 
     // Only roles that get a colour below are set on the widget; the others stay invalid.
     QPalette work;
-    for (int role = 0; role < QPalette::NColorRoles; ++role)
+    for (int role = 0; role < QPalette::NColorRoles; ++role) {
         work.setColor(QPalette::All, static_cast<QPalette::ColorRole>(role), QColor());
+    }
 
     work.setColor(QPalette::All, QPalette::Base, palette().color(backgroundRole()).lighter(120));
     work.setColor(QPalette::All, QPalette::WindowText, work.color(QPalette::Base));
@@ -51,8 +52,9 @@ void Compass::setRaw(bool raw)
     QPalette look = palette();
     for (int i = 0; i < QPalette::NColorRoles; ++i) {
         const auto role = static_cast<QPalette::ColorRole>(i);
-        if (work.color(role).isValid())
+        if (work.color(role).isValid()) {
             look.setColor(QPalette::All, role, work.color(role));
+        }
     }
     for (int i = 0; i < QPalette::NColorGroups; ++i) {
         const auto group = static_cast<QPalette::ColorGroup>(i);

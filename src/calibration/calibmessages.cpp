@@ -2,6 +2,7 @@
 
 #include "calibration/magcalibdlg.h"
 #include "look/Style.h"
+#include "look/dressing.h"
 
 #include <QPushButton>
 
@@ -78,16 +79,13 @@ int show(const Message& message, const Style& style)
     box.setWindowTitle(message.title);
     box.setText(message.text);
     box.setIcon(message.icon);
-    box.setStyleSheet(style.splashStyle);
-    box.setFont(style.fontPro9);
+    dressing::dressBox(box, style);
 
     QVector<QAbstractButton*> buttons;
     for (const QString& text : message.buttons) {
-        QPushButton* const button = box.addButton(text, QMessageBox::AcceptRole);
         const bool goesOn = buttons.size() + 1 == message.buttons.size();
-        button->setStyleSheet(goesOn ? style.statusOnStyle : style.statusErrorStyle);
-        button->setFont(style.fontPro9);
-        buttons.append(button);
+        const QString& sheet = goesOn ? style.statusOnStyle : style.statusErrorStyle;
+        buttons.append(dressing::addButton(box, text, sheet, style));
     }
     box.exec();
     return buttons.indexOf(box.clickedButton());

@@ -20,19 +20,23 @@ CalibPlot::CalibPlot(QWidget* parent) : QwtPlot(parent), canvas(std::make_shared
     canvas->setPaintAttribute(QwtPlotCanvas::BackingStore, true);
     canvas->setPaintAttribute(QwtPlotCanvas::ImmediatePaint, true);
 
-    for (const int axis : {QwtPlot::yLeft, QwtPlot::xBottom})
+    for (const int axis : {QwtPlot::yLeft, QwtPlot::xBottom}) {
         enableAxis(axis);
-    for (const int axis : {QwtPlot::yLeft, QwtPlot::xBottom})
+    }
+    for (const int axis : {QwtPlot::yLeft, QwtPlot::xBottom}) {
         setAxisScale(axis, -1.5, 1.5, 0.0);
-    for (const int axis : {QwtPlot::yLeft, QwtPlot::xBottom})
+    }
+    for (const int axis : {QwtPlot::yLeft, QwtPlot::xBottom}) {
         setAxisAutoScale(axis);
+    }
 
     setAutoReplot(true);
     setCanvas(canvas.get());
     plotLayout()->setAlignCanvasToScales(true);
 
-    for (const int axis : {QwtPlot::xBottom, QwtPlot::yLeft})
+    for (const int axis : {QwtPlot::xBottom, QwtPlot::yLeft}) {
         axisWidget(axis)->setStyleSheet(tr("color: %1").arg(clr::med_black));
+    }
 
     grid = std::make_shared<QwtPlotGrid>();
     grid->setPen(QColor("#C0C0C0"), 1.0, Qt::DotLine);

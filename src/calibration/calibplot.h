@@ -35,11 +35,12 @@ public:
         template <typename Plots>
         explicit ReplotHold(const Plots& plots)
         {
-            for (CalibPlot* const plot : plots)
+            for (CalibPlot* const plot : plots) {
                 if (plot->autoReplot()) {
                     plot->setAutoReplot(false);
                     m_held.push_back(plot);
                 }
+            }
         }
         ~ReplotHold();
         ReplotHold(const ReplotHold&) = delete;

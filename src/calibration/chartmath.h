@@ -19,8 +19,9 @@ struct Extent
 
 inline Extent extentOf(const QVector<double>& values)
 {
-    if (values.isEmpty())
+    if (values.isEmpty()) {
         return {};
+    }
     const auto [least, most] = std::minmax_element(values.cbegin(), values.cend());
     return {static_cast<float>(*least), static_cast<float>(std::abs(*most - *least))};
 }
@@ -33,13 +34,15 @@ inline double symmetricLimit(std::initializer_list<const QVector<double>*> axes)
     constexpr double ofEmptyPlot = 1.5;
     double greatest = 0.0;
     bool any = false;
-    for (const QVector<double>* const values : axes)
+    for (const QVector<double>* const values : axes) {
         for (const double value : *values) {
-            if (!std::isfinite(value))
+            if (!std::isfinite(value)) {
                 return ofEmptyPlot;
+            }
             any = true;
             greatest = std::max(greatest, std::abs(value));
         }
+    }
     return any ? greatest * 1.1 : ofEmptyPlot;
 }
 

@@ -13,8 +13,9 @@ constexpr int unknowns = 6;
 Eigen::VectorXd toDense(const std::vector<double>& values)
 {
     Eigen::VectorXd dense(static_cast<Eigen::Index>(values.size()));
-    for (std::size_t i = 0; i < values.size(); ++i)
+    for (std::size_t i = 0; i < values.size(); ++i) {
         dense[static_cast<Eigen::Index>(i)] = values[i];
+    }
     return dense;
 }
 
@@ -30,13 +31,16 @@ void formNormalEquations(const Eigen::MatrixXd& design, Eigen::MatrixXd& normal,
         const auto block = design.middleRows(first, std::min(blockRows, design.rows() - first));
         for (int j = 0; j < unknowns; ++j) {
             rightSide[j] += block.col(j).sum();
-            for (int i = 0; i <= j; ++i)
+            for (int i = 0; i <= j; ++i) {
                 normal(i, j) += block.col(i).dot(block.col(j));
+            }
         }
     }
-    for (int j = 0; j < unknowns; ++j)
-        for (int i = 0; i < j; ++i)
+    for (int j = 0; j < unknowns; ++j) {
+        for (int i = 0; i < j; ++i) {
             normal(j, i) = normal(i, j);
+        }
+    }
 }
 
 } // namespace
@@ -48,30 +52,36 @@ MagCalib::~MagCalib() = default;
 bool MagCalib::ellipsoidCalibration(Eigen::VectorXd& x, Eigen::VectorXd& y, Eigen::VectorXd& z,
                                     double targetRadius)
 {
-    if (x.size() < unknowns || y.size() < unknowns || z.size() < unknowns)
+    if (x.size() < unknowns || y.size() < unknowns || z.size() < unknowns) {
         return false;
+    }
 
     Eigen::Vector3d fittedCenter;
     Eigen::VectorXd radii;
     Eigen::MatrixXd axes;
     ellipsoidFit(x, y, z, &fittedCenter, &radii, &axes);
 
-    for (int i = 0; i < 3; ++i)
+    for (int i = 0; i < 3; ++i) {
         scale[i] = targetRadius / radii[i];
+    }
 
     // With the identity as axes the correction is the diagonal; the products have the form that a
     // fit with free axes would need.
     Eigen::MatrixXd gains = Eigen::MatrixXd::Zero(3, 3);
-    for (int i = 0; i < 3; ++i)
+    for (int i = 0; i < 3; ++i) {
         gains(i, i) = scale[i];
+    }
     const Eigen::MatrixXd turned = axes * gains;
     const Eigen::MatrixXd correction = turned * axes.transpose();
-    for (int r = 0; r < 3; ++r)
-        for (int c = 0; c < 3; ++c)
+    for (int r = 0; r < 3; ++r) {
+        for (int c = 0; c < 3; ++c) {
             softIron[r][c] = correction(r, c);
+        }
+    }
 
-    for (int i = 0; i < 3; ++i)
+    for (int i = 0; i < 3; ++i) {
         center[i] = fittedCenter[i];
+    }
     return true;
 }
 
@@ -97,13 +107,15 @@ void MagCalib::ellipsoidFit(Eigen::VectorXd& x, Eigen::VectorXd& y, Eigen::Vecto
     Eigen::MatrixXd design(n, unknowns);
     double* column = design.data();
     for (const double* samples : {sx, sy, sz}) {
-        for (int i = 0; i < n; ++i)
+        for (int i = 0; i < n; ++i) {
             column[i] = samples[i] * samples[i];
+        }
         column += n;
     }
     for (const double* samples : {sx, sy, sz}) {
-        for (int i = 0; i < n; ++i)
+        for (int i = 0; i < n; ++i) {
             column[i] = samples[i] + samples[i];
+        }
         column += n;
     }
 
@@ -117,15 +129,17 @@ void MagCalib::ellipsoidFit(Eigen::VectorXd& x, Eigen::VectorXd& y, Eigen::Vecto
     const double* const q = quadric;
     const double* const linear = quadric + 6;
 
-    for (int i = 0; i < 3; ++i)
+    for (int i = 0; i < 3; ++i) {
         (*fittedCenter)[i] = -((1.0 / q[i]) * linear[i]);
+    }
 
     const double g2 = ((linear[0] * linear[0] / q[0] + linear[1] * linear[1] / q[1]) +
                        linear[2] * linear[2] / q[2]) +
                       1.0;
     radii->resize(3);
-    for (int i = 0; i < 3; ++i)
+    for (int i = 0; i < 3; ++i) {
         (*radii)[i] = std::sqrt((1.0 / q[i]) * g2);
+    }
 
     *axes = Eigen::MatrixXd::Identity(3, 3);
 }

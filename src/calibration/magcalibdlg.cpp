@@ -6,12 +6,11 @@
 #include "camera/camera_library.h"
 #include "look/Style.h"
 #include "look/clr.h"
+#include "look/dressing.h"
 #include "ui_magcalibdlg.h"
 
 #include <QIcon>
 #include <QKeyEvent>
-#include <QPalette>
-#include <QPixmap>
 
 namespace {
 
@@ -54,8 +53,9 @@ MagCalibDlg::MagCalibDlg(int serial, QWidget* parent)
     connect(this, &MagCalibDlg::cameraError, this, &MagCalibDlg::onCameraError);
     connect(&updateTimer, &QTimer::timeout, this, &MagCalibDlg::onUpdateTimer);
 
-    if (initTivMcu())
+    if (initTivMcu()) {
         startAcquisition();
+    }
 }
 
 MagCalibDlg::~MagCalibDlg()
@@ -66,63 +66,56 @@ MagCalibDlg::~MagCalibDlg()
 
 void MagCalibDlg::closeLink()
 {
-    if (mcuClosed)
+    if (mcuClosed) {
         return;
+    }
     stopAcquisition();
-    if (mcu)
+    if (mcu) {
         mcu->close();
+    }
     mcuClosed = true;
 }
 
 void MagCalibDlg::setOmStyleSheet()
 {
-    const QPixmap logo(":/images/TIV_white.png");
-    ui->label_logo->setPixmap(
-        logo.scaledToHeight(ui->label_logo->height(), Qt::SmoothTransformation));
-
-    QPalette ground = palette();
-    ground.setBrush(QPalette::All, QPalette::Window, QBrush(clr::om_soil_clr));
-    setPalette(ground);
-    setAutoFillBackground(true);
+    dressing::showLogo(*ui->label_logo);
+    dressing::layGround(*this);
 
     style = std::make_shared<Style>();
-    QFont buttonFont = style->fontPro9;
-    buttonFont.setPointSize(12);
-
+    const QFont buttonFont = dressing::largeButtonFont(*style);
     for (QPushButton* const button :
          {ui->pushButton_start, ui->pushButton_clear_data, ui->pushButton_save_calib,
           ui->pushButton_reset, ui->pushButton_exit}) {
-        button->setStyleSheet(style->sensorButtonCopyStyle);
-        button->setFont(buttonFont);
+        dressing::dress(button, style->sensorButtonCopyStyle, buttonFont);
     }
     ui->frame_left->setStyleSheet(style->sideFrameStyle);
-    ui->groupBox_check->setStyleSheet(style->groupBoxIndentStyle);
-    ui->groupBox_check->setFont(buttonFont);
+    dressing::dress(ui->groupBox_check, style->groupBoxIndentStyle, buttonFont);
     for (QGroupBox* const group :
          {ui->groupBox_mixed_calib, ui->groupBox_mixed_raw, ui->groupBox_plane_xy,
           ui->groupBox_plane_xz, ui->groupBox_plane_yz}) {
-        group->setStyleSheet(style->groupBoxIndentStyle);
-        group->setFont(style->fontMonoCaps9);
+        dressing::dress(group, style->groupBoxIndentStyle, style->fontMonoCaps9);
     }
     for (QLabel* const label :
          {ui->label_heading_calib, ui->label_heading_uncalib, ui->label_mag_calib_quality}) {
-        label->setStyleSheet(style->labelBaseStyle);
-        label->setFont(style->fontMonoCaps9);
+        dressing::dress(label, style->labelBaseStyle, style->fontMonoCaps9);
     }
-    ui->Instructionlabel->setStyleSheet("QLabel{color: " + clr::om_pearl + ";}");
-    ui->Instructionlabel->setFont(style->fontMono9);
+    dressing::dress(ui->Instructionlabel, "QLabel{color: " + clr::om_pearl + ";}",
+                    style->fontMono9);
 }
 
 void MagCalibDlg::updateForms() {}
 
 bool MagCalibDlg::startAcquisition()
 {
-    if (grabRunning)
+    if (grabRunning) {
         return true;
-    if (!mcu && !initTivMcu())
+    }
+    if (!mcu && !initTivMcu()) {
         return false;
-    if (!mcu->captureRunning)
+    }
+    if (!mcu->captureRunning) {
         mcu->startCapture(0.0F);
+    }
     setPlotsAutoscale(true);
     grabThread = std::thread(&MagCalibDlg::magDataGrabThread, this);
     updateTimer.start(updatePeriodMs);
@@ -132,8 +125,9 @@ bool MagCalibDlg::startAcquisition()
 void MagCalibDlg::stopAcquisition()
 {
     // The stream is stopped before the thread.
-    if (mcu)
+    if (mcu) {
         mcu->stopCapture();
+    }
 
     ui->pushButton_start->setChecked(false);
     ui->pushButton_start->setText(" Continue Calibration");
@@ -142,8 +136,9 @@ void MagCalibDlg::stopAcquisition()
 
     if (grabRunning) {
         grabStop = true;
-        if (grabThread.joinable())
+        if (grabThread.joinable()) {
             grabThread.join();
+        }
     }
 }
 
@@ -181,8 +176,9 @@ void MagCalibDlg::on_pushButton_start_clicked(bool checked)
 
 void MagCalibDlg::on_pushButton_clear_data_clicked()
 {
-    if (!calibrating)
+    if (!calibrating) {
         ui->pushButton_start->setText(" Start Calibration");
+    }
     clearPlots();
     calibrationPending = false;
 }
@@ -190,25 +186,29 @@ void MagCalibDlg::on_pushButton_clear_data_clicked()
 void MagCalibDlg::on_pushButton_save_calib_clicked()
 {
     constexpr int ok = 1;
-    if (calibmessages::show(calibmessages::confirmStore(), *style) == ok && !saveCalibData())
+    if (calibmessages::show(calibmessages::confirmStore(), *style) == ok && !saveCalibData()) {
         calibmessages::show(calibmessages::storeFailed(), *style);
+    }
 }
 
 void MagCalibDlg::on_pushButton_reset_clicked()
 {
     constexpr int yes = 1;
-    if (calibmessages::show(calibmessages::confirmReset(), *style) != yes)
+    if (calibmessages::show(calibmessages::confirmReset(), *style) != yes) {
         return;
+    }
     clearPlots();
-    if (!saveCalibData())
+    if (!saveCalibData()) {
         calibmessages::show(calibmessages::resetFailed(), *style);
+    }
 }
 
 void MagCalibDlg::on_pushButton_exit_clicked()
 {
     constexpr int yes = 1;
-    if (calibrationPending && calibmessages::show(calibmessages::confirmExit(), *style) != yes)
+    if (calibrationPending && calibmessages::show(calibmessages::confirmExit(), *style) != yes) {
         return;
+    }
     closeLink();
     accept();
 }
@@ -230,22 +230,25 @@ void MagCalibDlg::onCameraError(QString errStr)
 
 void MagCalibDlg::keyPressEvent(QKeyEvent* event)
 {
-    if (event->key() != Qt::Key_Escape)
+    if (event->key() != Qt::Key_Escape) {
         QDialog::keyPressEvent(event);
+    }
 }
 
 void MagCalibDlg::onUpdateTimer()
 {
-    if (calibrating)
+    if (calibrating) {
         updateCalibration();
+    }
 
     showHeadings();
-    if (calibrating)
+    if (calibrating) {
         ui->label_mag_calib_quality->setText(tr("CALIBRATING"));
-    else if (calibrationPending)
+    } else if (calibrationPending) {
         ui->label_mag_calib_quality->setText(tr("CALIBRATION TO BE STORED"));
-    else
+    } else {
         showHeadingState();
+    }
 }
 
 void MagCalibDlg::updateCalibration()
@@ -268,8 +271,9 @@ void MagCalibDlg::updateCalibration()
 void MagCalibDlg::askCoverage()
 {
     // No decision and no display depends on it.
-    if (orientCount)
+    if (orientCount) {
         orientCount->getPercNotZero();
+    }
 }
 
 void MagCalibDlg::showHeadings()

@@ -91,6 +91,8 @@ private:
 
     // Sampling and fit.
     void magDataGrabThread();
+    /// Both headings, and outside a calibration their state and accuracy, from one pose record.
+    void readHeading();
     /// Fits all raw samples, stores the result and corrects the samples with it. Fewer than 6
     /// samples change nothing. Takes no lock: the update timer holds it, the start button does not.
     void calibrateData();

@@ -92,19 +92,23 @@ void MagCalibDlg::initPlots()
 void MagCalibDlg::updatePlots()
 {
     // The previous points stay visible until there is a new one.
-    if (rawX.isEmpty())
+    if (rawX.isEmpty()) {
         return;
+    }
 
     const CalibPlot::ReplotHold hold(plots());
-    for (const CurveRow& row : curveTable())
-        if (!row.lastOnly)
+    for (const CurveRow& row : curveTable()) {
+        if (!row.lastOnly) {
             (this->*row.curve)->setSamples(this->*row.x, this->*row.y);
-    for (const CurveRow& row : curveTable())
+        }
+    }
+    for (const CurveRow& row : curveTable()) {
         if (row.lastOnly) {
             const QVector<double>& x = this->*row.x;
             const QVector<double>& y = this->*row.y;
             (this->*row.curve)->setSamples(&x.last(), &y.last(), 1);
         }
+    }
 }
 
 void MagCalibDlg::updateEllipses()
@@ -142,10 +146,11 @@ void MagCalibDlg::clearPlots()
     // clear() would copy a vector that a curve shares; instead the curve keeps this vector. A
     // vector that is not shared keeps its memory. The thread may append to either at the same time.
     for (QVector<double>* const samples : {&rawX, &rawY, &rawZ, &calX, &calY, &calZ}) {
-        if (samples->isDetached())
+        if (samples->isDetached()) {
             samples->clear();
-        else
+        } else {
             *samples = QVector<double>();
+        }
     }
     updatePlots();
     magOffset = {0.0, 0.0, 0.0};

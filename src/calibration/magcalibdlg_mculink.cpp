@@ -29,8 +29,9 @@ QString serialTextOf(const hid_device_info& device)
 /// serial number, in the list entry too.
 bool hasMagnetometer(hid_device_info& device, unsigned int serial)
 {
-    if (device.product_id != 0)
+    if (device.product_id != 0) {
         return device.product_id == productTivP || device.product_id == productTivQ;
+    }
 
     device.vendor_id = vendorId;
     switch ((serial / serialsPerModel) & 0xFF) {
@@ -59,8 +60,9 @@ void MagCalibDlg::updateOmDevList()
     hid_device_info* const devices = hid_enumerate(vendorId, 0);
     for (hid_device_info* device = devices; device; device = device->next) {
         const QString serialText = serialTextOf(*device);
-        if (!hasMagnetometer(*device, serialText.toUInt(nullptr, 10)))
+        if (!hasMagnetometer(*device, serialText.toUInt(nullptr, 10))) {
             continue;
+        }
         devProductIds.append(device->product_id);
         devSerials.append(serialText);
         devFirmware.append(
@@ -105,48 +107,57 @@ bool MagCalibDlg::initTivMcu()
 
 bool MagCalibDlg::loadCalibData()
 {
-    if (!mcu && !initTivMcu())
+    if (!mcu && !initTivMcu()) {
         return false;
+    }
 
     const bool wasRunning = mcu->captureRunning;
-    if (wasRunning)
+    if (wasRunning) {
         mcu->stopCapture();
+    }
 
     mcu->updateEepromMemory(true);
     const magrecord::Calibration stored = magrecord::fromStored(mcu->storedMagCalib);
     magOffset = stored.offset;
     magScale = stored.scale;
 
-    if (wasRunning)
+    if (wasRunning) {
         mcu->startCapture(0.0F);
+    }
     return true;
 }
 
 bool MagCalibDlg::saveCalibData()
 {
-    if (!mcu && !initTivMcu())
+    if (!mcu && !initTivMcu()) {
         return false;
+    }
 
     // The thread continues to poll the link, and only counts failures or gets nothing new.
     const bool wasRunning = mcu->captureRunning;
-    if (wasRunning)
+    if (wasRunning) {
         mcu->stopCapture();
+    }
 
     omlib::MagRecord record;
     magrecord::fill(record, {magOffset, magScale});
 
     for (int attempt = 1;; ++attempt) {
-        if (mcu->writeMagCalibInEEprom(record) != 0)
+        if (mcu->writeMagCalibInEEprom(record) != 0) {
             return false;
+        }
         mcu->updateEepromMemory(true);
-        if (magrecord::equal(mcu->storedMagCalib, record))
+        if (magrecord::equal(mcu->storedMagCalib, record)) {
             break;
-        if (attempt == storeAttempts)
+        }
+        if (attempt == storeAttempts) {
             return false;
+        }
     }
 
-    if (wasRunning)
+    if (wasRunning) {
         mcu->startCapture(0.0F);
+    }
     calibrationPending = false;
     return true;
 }

@@ -20,8 +20,9 @@ Eigen::VectorXd toDense(const QVector<double>& values)
 {
     const int count = values.size();
     Eigen::VectorXd dense(count);
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < count; ++i) {
         dense[i] = values.constData()[i];
+    }
     return dense;
 }
 
@@ -30,8 +31,9 @@ Eigen::VectorXd toDense(const QVector<double>& values)
 void MagCalibDlg::magDataGrabThread()
 {
     grabStop = false;
-    if (!mcu->captureRunning)
+    if (!mcu->captureRunning) {
         mcu->startCapture(0.0F);
+    }
     orientCount = std::make_shared<OrientCount>();
     if (grabStop) {
         grabRunning = false;
@@ -55,11 +57,13 @@ void MagCalibDlg::magDataGrabThread()
             continue;
         }
         // Nothing new: the link is polled again at once, as fast as it answers.
-        if (omlib::magStateOf(record) == 1)
+        if (omlib::magStateOf(record) == 1) {
             continue;
+        }
         const double nowMs = samplemath::millisecondsOf(omlib::ticksOf(record));
-        if (nowMs == previousMs)
+        if (nowMs == previousMs) {
             continue;
+        }
 
         const samplemath::Sample sample = samplemath::sampleOf(record);
         sampleRate = samplemath::rateBetween(previousMs, nowMs);
@@ -70,27 +74,33 @@ void MagCalibDlg::magDataGrabThread()
             rawZ.append(sample.z);
         }
 
-        const omlib::McuPose pose = mcu->getIMUPose(6);
-        headingUncalib = static_cast<double>(mcu->calcMagHeading(omlib::fieldOf(pose),
-                                                                 omlib::accelerationOf(pose))) *
-                         samplemath::degreesPerRadian;
-        if (omlib::headingStateOf(pose) == notCalibrated)
-            headingCalib = headingUncalib;
-        else
-            headingCalib =
-                static_cast<double>(omlib::headingOf(pose)) * samplemath::degreesPerRadian;
-        if (!calibrating) {
-            headingState = omlib::headingStateOf(pose);
-            headingAccuracy = omlib::headingAccuracyOf(pose);
-        }
+        readHeading();
 
         const std::int64_t pause = samplemath::pauseMs(sampleRate);
-        if (pause > 0)
+        if (pause > 0) {
             std::this_thread::sleep_for(std::chrono::milliseconds(pause));
+        }
         previousMs = nowMs;
         failures = 0;
     } while (!grabStop);
     grabRunning = false;
+}
+
+void MagCalibDlg::readHeading()
+{
+    const omlib::McuPose pose = mcu->getIMUPose(6);
+    headingUncalib = static_cast<double>(
+                         mcu->calcMagHeading(omlib::fieldOf(pose), omlib::accelerationOf(pose))) *
+                     samplemath::degreesPerRadian;
+    if (omlib::headingStateOf(pose) == notCalibrated) {
+        headingCalib = headingUncalib;
+    } else {
+        headingCalib = static_cast<double>(omlib::headingOf(pose)) * samplemath::degreesPerRadian;
+    }
+    if (!calibrating) {
+        headingState = omlib::headingStateOf(pose);
+        headingAccuracy = omlib::headingAccuracyOf(pose);
+    }
 }
 
 void MagCalibDlg::calibrateData()
@@ -99,8 +109,9 @@ void MagCalibDlg::calibrateData()
     Eigen::VectorXd x = toDense(rawX);
     Eigen::VectorXd y = toDense(rawY);
     Eigen::VectorXd z = toDense(rawZ);
-    if (!fit.ellipsoidCalibration(x, y, z, 1.0))
+    if (!fit.ellipsoidCalibration(x, y, z, 1.0)) {
         return;
+    }
 
     for (std::size_t i = 0; i < 3; ++i) {
         magOffset[i] = fit.center[i];

@@ -9,18 +9,22 @@ namespace {
 /// the next bin.
 int binOf(float degrees, int bins)
 {
-    while (degrees > 360.0F)
+    while (degrees > 360.0F) {
         degrees -= 360.0F;
-    while (degrees < 0.0F)
+    }
+    while (degrees < 0.0F) {
         degrees += 360.0F;
+    }
 
     constexpr float perBin = 1.0F / 30.0F;
     const float position = std::floor(degrees * perBin);
     int bin = std::isnan(position) ? 0 : static_cast<int>(position);
-    while (bin < 0)
+    while (bin < 0) {
         bin += bins;
-    while (bin >= bins)
+    }
+    while (bin >= bins) {
         bin -= bins;
+    }
     return bin;
 }
 
@@ -42,7 +46,8 @@ float OrientCount::getPercNotZero()
 {
     const unsigned char* const cell = &cells[0][0][0];
     int visited = 0;
-    for (int i = 0; i < bins * bins * bins; ++i)
+    for (int i = 0; i < bins * bins * bins; ++i) {
         visited += cell[i];
+    }
     return static_cast<float>(visited) * 100.0F / 1728.0F;
 }

@@ -1,6 +1,7 @@
 #include "recording/recoptiondlg.h"
 
 #include "look/Style.h"
+#include "look/dressing.h"
 #include "ui_recoptiondlg.h"
 
 #include <QFileDialog>
@@ -55,10 +56,7 @@ RecOptionDlg::RecOptionDlg(QWidget* parent) : QDialog(parent), ui(new Ui_RecOpti
 
     const Style style;
     setStyleSheet(style.windowSoilStyle);
-    const auto dress = [](QWidget* widget, const QString& sheet, const QFont& font) {
-        widget->setStyleSheet(sheet);
-        widget->setFont(font);
-    };
+    using dressing::dress;
     dress(ui->toolButton_accept, style.saveButtonStyle, style.fontMonoCaps9);
     dress(ui->toolButton_reject, style.saveButtonStyle, style.fontMonoCaps9);
     dress(ui->label_rec_folder, style.labelBaseStyle, style.fontMonoCaps9);

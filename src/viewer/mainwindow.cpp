@@ -2,14 +2,12 @@
 
 #include "camera/InputThreadModul.h"
 #include "look/Style.h"
-#include "look/clr.h"
+#include "look/dressing.h"
 #include "recording/line_file.h"
 #include "ui_mainwindow.h"
 
-#include <QBrush>
 #include <QCloseEvent>
 #include <QOpenGLContext>
-#include <QPalette>
 #include <QPixmap>
 #include <QThread>
 #include <QTimer>
@@ -66,20 +64,16 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(new Ui_MainWin
     ui->statusbar->hide();
 
     style = new Style;
-    ui->comboBox_camera_list->setStyleSheet(style->comboDarkStyle);
-    ui->comboBox_camera_list->setFont(style->fontMonoCaps9);
-    ui->comboBox_time_range->setStyleSheet(style->comboDarkStyle);
-    ui->comboBox_time_range->setFont(style->fontMonoCaps9);
+    using dressing::dress;
+    dress(ui->comboBox_camera_list, style->comboDarkStyle, style->fontMonoCaps9);
+    dress(ui->comboBox_time_range, style->comboDarkStyle, style->fontMonoCaps9);
     ui->frame_data_options->setStyleSheet(style->comboDarkStyle);
-    ui->toolButton_save->setStyleSheet(style->saveButtonStyle);
-    ui->toolButton_save->setFont(style->fontMonoCaps9);
-    QFont buttonFont = style->fontPro9;
-    buttonFont.setPointSize(12);
+    dress(ui->toolButton_save, style->saveButtonStyle, style->fontMonoCaps9);
+    const QFont buttonFont = dressing::largeButtonFont(*style);
     for (QPushButton* button :
          {ui->pushButton_accel, ui->pushButton_gyro, ui->pushButton_baro, ui->pushButton_mag,
           ui->pushButton_orient, ui->pushButton_temper, ui->pushButton_calib_mag}) {
-        button->setStyleSheet(style->sensorButtonStyle);
-        button->setFont(buttonFont);
+        dress(button, style->sensorButtonStyle, buttonFont);
     }
     // Only one sensor is selected at a time.
     for (QPushButton* button : {ui->pushButton_accel, ui->pushButton_gyro, ui->pushButton_orient,
@@ -91,18 +85,11 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(new Ui_MainWin
     ui->frame_camera_sel->setStyleSheet(style->frameFlatStyle);
     for (QLabel* label :
          {ui->label_sensor_type, ui->label_sensor_rate, ui->label_sensor_type_top}) {
-        label->setStyleSheet(style->labelBaseStyle);
-        label->setFont(style->fontMonoCaps9);
+        dress(label, style->labelBaseStyle, style->fontMonoCaps9);
     }
 
-    const QPixmap logo(QStringLiteral(":/images/TIV_white.png"));
-    ui->label_logo->setPixmap(
-        logo.scaledToHeight(ui->label_logo->height(), Qt::SmoothTransformation));
-
-    QPalette colours = palette();
-    colours.setBrush(QPalette::All, QPalette::Window, QBrush(clr::om_soil_clr));
-    setAutoFillBackground(true);
-    setPalette(colours);
+    dressing::showLogo(*ui->label_logo);
+    dressing::layGround(*this);
 
     initCharts();
     startDetectTimer();

@@ -6,12 +6,12 @@
 #include "camera/InputThreadModul.h"
 #include "camera/ProgramStates.h"
 #include "look/Style.h"
+#include "look/dressing.h"
 #include "ui_mainwindow.h"
 
 #include <QCoreApplication>
 #include <QEvent>
 #include <QMutexLocker>
-#include <QPushButton>
 #include <QThread>
 #include <QTimer>
 
@@ -185,11 +185,8 @@ void MainWindow::showMessage(QMessageBox::Icon icon, const QString& title, const
     box.setWindowTitle(title);
     box.setIcon(icon);
     box.setText(text);
-    box.setStyleSheet(style->splashStyle);
-    box.setFont(style->fontPro9);
-    QPushButton* const button = box.addButton(tr("Ok"), QMessageBox::AcceptRole);
-    button->setStyleSheet(style->statusOnStyle);
-    button->setFont(style->fontPro9);
+    dressing::dressBox(box, *style);
+    dressing::addButton(box, tr("Ok"), style->statusOnStyle, *style);
     box.exec();
 }
 
