@@ -102,30 +102,63 @@ protected:
 private:
     friend struct MainWindowProbe; // the tests' access
 
+    struct SensorRow; // viewer/sensortable.h
+
+    /// Connects the three signals of inputThread; disconnectSignals() removes exactly these. Both
+    /// do nothing without an input thread.
     void connectSignals();
     void disconnectSignals();
+    /// "---" in the boxes of the values and of the rate.
     void displayDefaultValues();
+    /// Clears all series and the chart's curves, and leaves no sensor selected. Only while no
+    /// sensor thread runs: takes no lock.
     void initCharts();
+    /// Makes a sensor the current one, with its boxes, chart mode and value axis. A name without a
+    /// row, such as the empty one, keeps mode and axis.
     void changeSensor(const QString& sensor);
+    /// Rebuilds the list of cameras from the search before, and starts the next search.
+    /// @param keepCurrent whether the camera in use comes first
+    /// @return rows with a camera
     int updateDeviceList(bool keepCurrent);
+    /// Sets the text and the colour of freeSpaceLabel.
+    /// @param gigabytes of 2^30 bytes
     void setFreeSpace(double gigabytes, const QString& path);
-    void printDiskFreeSpace();
+    void printDiskFreeSpace(); ///< of the folder in recOptions
+    /// Closes the file, if one is open, and ends the recording. Takes no lock against the sensor
+    /// thread: a row that is being written is finished.
     void stopRecording();
+    /// Body of the sensor thread. Ends on stopDataThread, without an open camera, or with the loss
+    /// of the camera; then it deletes the input thread and sets cameraLost.
     void dataThreadFunc();
 
+    /// Replaces detectTimer by a new one that runs.
     void startDetectTimer();
-    void stopTimer(QTimer*& timer);
+    void stopTimer(QTimer*& timer); ///< deletes it and clears the pointer; null is left alone
+    /// Opens the camera of the current row through inputThread, with the detection's mutex held.
+    /// @return 0, or the code of the failure
     int openCamera();
+    /// A modal box with the button "Ok". Returns at once while one with the same text is open.
     void showMessage(QMessageBox::Icon icon, const QString& title, const QString& text);
+    /// Sets up the controls for an open camera of this model and starts its sensor thread, if it
+    /// has sensors.
     void startStreaming(om::MODEL model);
+    /// Does nothing while a sensor thread runs.
     void startSensorThread();
+    /// Ends a running sensor thread and waits for it. One that ended by itself stays as it is.
     void joinSensorThread();
+    /// Sensor thread: pose, acceleration and motion state into the 3D view, without a signal.
     void showInView(const sensorsample::Sample& sample);
+    /// Sensor thread: appends to the series, and writes a row of a running recording. Takes
+    /// dataMutex.
     void storeSample(const sensorsample::Sample& sample);
+    /// The newest values and the rate of a sensor. With dataMutex held and accX not empty.
     void showValues(const QString& sensor);
-    struct ChartRow; // one sensor's row in the table of the chart feed
+    /// A press of a sensor's button: its titles, and changeSensor(). Nothing when not checked.
+    /// @param sensor a name with a row
     void selectSensor(bool checked, const char* sensor);
-    void feedChart(const ChartRow& row, int imuStart);
+    /// Hands the window of a sensor's series to the chart, with both axes. With dataMutex held.
+    /// @param imuStart index of the first sample of the window in the series of IMU pace
+    void feedChart(const SensorRow& row, int imuStart);
 
     Ui_MainWindow* ui; // owned
 

@@ -3,10 +3,9 @@
 
 #include "viewer/mainwindow.h"
 
-#include "charts/DataPlot.h"
-#include "look/Style.h"
 #include "ui_mainwindow.h"
 #include "viewer/chartfeedrules.h"
+#include "viewer/sensortable.h"
 
 #include <QLineEdit>
 #include <QMutexLocker>
@@ -20,9 +19,6 @@ namespace {
 
 constexpr int reservedSamples = 24000; // a minute of the IMU
 
-constexpr std::array<QString Style::*, 3> axisSheets{&Style::xAxisEditStyle, &Style::yAxisEditStyle,
-                                                     &Style::zAxisEditStyle};
-
 /// At most `count` samples from `start` on, in a separate vector of exactly that size. mid() would
 /// share a series that fits into the window, and the sensor thread would copy all of it with the
 /// next sample.
@@ -34,137 +30,6 @@ QVector<double> windowOf(const QVector<double>& series, int start, int count)
 }
 
 } // namespace
-
-struct MainWindow::ChartRow
-{
-    using Series = QVector<double> MainWindow::*;
-
-    /// The boxes of the values: their style sheets, and the number of visible ones.
-    struct Boxes
-    {
-        std::array<QString Style::*, 3> sheets = axisSheets;
-        int shown = 3;
-    };
-
-    /// The value axis. Without a minimum it is symmetric about 0.
-    struct Limits
-    {
-        Shared<float> MainWindow::*max = nullptr;
-        Shared<float> MainWindow::*min = nullptr;
-    };
-
-    /// The window of a sensor with another rate than the IMU.
-    struct Pace
-    {
-        Series time = nullptr; // null for a sensor of IMU pace
-        Series counted = nullptr;
-        int MainWindow::*samplesPerSec = nullptr;
-        Series fallbackTime = nullptr; // at IMU pace, used if time is empty
-    };
-
-    struct Curve
-    {
-        Series values = nullptr;
-        DataPlot::DataType curve = DataPlot::AccX;
-    };
-
-    const char* sensor; // as in currentSensor
-    const char* label;
-    const char* topLabel;
-    bool isMagnetometer; // its title shows the calibration's state, and its button is visible
-    DataPlot::SensorType mode;
-    Boxes boxes;
-    Limits limits;
-    Pace pace;
-    std::array<Curve, 3> curves;
-
-    chartfeed::AxisRange valueAxis(const MainWindow& window, double margin) const
-    {
-        const float max = window.*limits.max;
-        if (limits.min == nullptr) {
-            return chartfeed::symmetricAxis(max, margin);
-        }
-        const float min = window.*limits.min;
-        return {static_cast<double>(min), static_cast<double>(max)};
-    }
-
-    static const std::array<ChartRow, 6> table;
-
-    /// Null for a name without a row, such as an empty one.
-    static const ChartRow* find(const QString& sensor)
-    {
-        for (const ChartRow& row : table) {
-            if (sensor == QLatin1String(row.sensor)) {
-                return &row;
-            }
-        }
-        return nullptr;
-    }
-
-    static const ChartRow& accelerometer() { return table.front(); }
-};
-
-using W = MainWindow;
-
-const std::array<MainWindow::ChartRow, 6> MainWindow::ChartRow::table{{
-    {"Accelerometer",
-     QT_TR_NOOP("Accelerometer @ "),
-     QT_TR_NOOP("Accelerometer"),
-     false,
-     DataPlot::Accelerometer,
-     {},
-     {&W::accelRange},
-     {},
-     {{{&W::accX, DataPlot::AccX}, {&W::accY, DataPlot::AccY}, {&W::accZ, DataPlot::AccZ}}}},
-    {"Gyroscope",
-     QT_TR_NOOP("Gyroscope @ "),
-     QT_TR_NOOP("Gyroscope"),
-     false,
-     DataPlot::Gyroscope,
-     {},
-     {&W::gyroRange},
-     {},
-     {{{&W::gyroX, DataPlot::GyrX}, {&W::gyroY, DataPlot::GyrY}, {&W::gyroZ, DataPlot::GyrZ}}}},
-    {"Magnetometer",
-     QT_TR_NOOP("Magnetometer @ "),
-     QT_TR_NOOP("Magnetometer [%1]"),
-     true,
-     DataPlot::Magnetometer,
-     {},
-     {&W::magRange},
-     {&W::magNewTime, &W::magNewX, &W::magSamplesPerSec},
-     {{{&W::magNewX, DataPlot::MagX},
-       {&W::magNewY, DataPlot::MagY},
-       {&W::magNewZ, DataPlot::MagZ}}}},
-    {"Orientation",
-     QT_TR_NOOP("Orientation @ "),
-     QT_TR_NOOP("Orientation"),
-     false,
-     DataPlot::Orientation,
-     {},
-     {&W::orientRange},
-     {},
-     {{{&W::orX, DataPlot::OrX}, {&W::orY, DataPlot::OrY}, {&W::orZ, DataPlot::OrZ}}}},
-    // The curve of the relative altitude shows the pressure, as the title of the axis says.
-    {"Barometer",
-     QT_TR_NOOP("Barometer @ "),
-     QT_TR_NOOP("Barometer"),
-     false,
-     DataPlot::Barometer,
-     {{&Style::singleAxisEditStyle, &Style::yAxisEditStyle, &Style::zAxisEditStyle}, 1},
-     {&W::pressureMax, &W::pressureMin},
-     {&W::baroNewTime, &W::baroNewPressure, &W::baroSamplesPerSec},
-     {{{&W::baroNewPressure, DataPlot::RelAltitude}}}},
-    {"Camera Temperature",
-     QT_TR_NOOP("Temperature @ "),
-     QT_TR_NOOP("Temperature"),
-     false,
-     DataPlot::Temperature,
-     {{&Style::yAxisEditStyle, &Style::zAxisEditStyle, &Style::zAxisEditStyle}, 2},
-     {&W::temperatureMax, &W::temperatureMin},
-     {&W::baroNewTime, &W::baroNewTime, &W::baroSamplesPerSec, &W::tempFallbackTime},
-     {{{&W::baroNewTempLeft, DataPlot::TempLeft}, {&W::baroNewTempRight, DataPlot::TempRight}}}},
-}};
 
 void MainWindow::initCharts()
 {
@@ -187,8 +52,8 @@ void MainWindow::changeSensor(const QString& sensor)
     currentSensor = sensor;
 
     // Without a row the boxes are those of the accelerometer, and the chart's mode does not change.
-    const ChartRow* const row = ChartRow::find(sensor);
-    const ChartRow::Boxes boxes = row != nullptr ? row->boxes : ChartRow::Boxes();
+    const SensorRow* const row = SensorRow::find(sensor);
+    const SensorRow::Boxes boxes = row != nullptr ? row->boxes : SensorRow::Boxes();
     ui->lineEdit_value_0->setStyleSheet(style->*boxes.sheets[0]);
     ui->lineEdit_value_1->setStyleSheet(style->*boxes.sheets[1]);
     ui->lineEdit_value_2->setStyleSheet(style->*boxes.sheets[2]);
@@ -233,19 +98,18 @@ void MainWindow::updatePlot()
         plotTimer->setInterval(plotPeriodMs);
     }
 
-    const ChartRow* const row = ChartRow::find(currentSensor);
-    feedChart(row != nullptr ? *row : ChartRow::accelerometer(), start);
+    feedChart(SensorRow::shownFor(currentSensor), start);
     ui->widget_chart->replot();
     plotTimer->start();
 }
 
-void MainWindow::feedChart(const ChartRow& row, int imuStart)
+void MainWindow::feedChart(const SensorRow& row, int imuStart)
 {
-    ChartRow::Series time = &MainWindow::imuTime;
+    SensorRow::Series time = &MainWindow::imuTime;
     int start = imuStart;
     if (row.pace.time != nullptr) {
         time = row.pace.time;
-        ChartRow::Series counted = row.pace.counted;
+        SensorRow::Series counted = row.pace.counted;
         int rate = this->*row.pace.samplesPerSec;
         if (row.pace.fallbackTime != nullptr && (this->*time).isEmpty()) {
             time = counted = row.pace.fallbackTime;
@@ -259,7 +123,7 @@ void MainWindow::feedChart(const ChartRow& row, int imuStart)
     DataPlot* const chart = ui->widget_chart;
     const std::array<QVector<double>*, 3> working{&chartY0, &chartY1, &chartY2};
     for (std::size_t i = 0; i < working.size(); ++i) {
-        const ChartRow::Curve& curve = row.curves[i];
+        const SensorRow::Curve& curve = row.curves[i];
         if (curve.values != nullptr) {
             // A curve draws no more samples than there are times. The temperatures can be many
             // more: they grow at the IMU's pace while those of the board are absent.
@@ -289,7 +153,7 @@ void MainWindow::selectSensor(bool checked, const char* sensor)
         return;
     }
     const QString name = QString::fromLatin1(sensor);
-    const ChartRow& row = *ChartRow::find(name);
+    const SensorRow& row = *SensorRow::find(name);
     changeSensor(name);
     ui->label_sensor_type->setText(tr(row.label));
     QString top = tr(row.topLabel);
