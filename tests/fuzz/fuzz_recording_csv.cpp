@@ -1,0 +1,79 @@
+// Recordings to judge: any text gives a report of finite numbers, or one line that says why not.
+
+#include "fuzz/require.h"
+
+#include "analysis/recording.h"
+#include "report/json_file.h"
+#include "report/yaml_file.h"
+
+#include <cmath>
+
+using namespace analysis;
+using fuzz::require;
+
+namespace {
+
+const char NAME[] = "fuzz.csv";
+
+void checkVectors(const Vectors& vectors, std::size_t rows)
+{
+    for (const std::vector<double>& axis : vectors.axes) {
+        require(axis.empty() || axis.size() == rows, "an axis has a value for each time");
+        require(axis.size() == vectors.size(), "axes are of one length");
+        for (const double value : axis) {
+            require(std::abs(value) <= 1e9, "values are numbers");
+        }
+    }
+}
+
+void checkRows(const Recording& recording)
+{
+    require(recording.report.rows >= 2, "at least two rows");
+    require(recording.numbers.size() == recording.times.size(), "each row has a number");
+    for (std::size_t i = 1; i < recording.times.size(); ++i) {
+        require(recording.times[i] > recording.times[i - 1], "time goes up");
+    }
+    checkVectors(recording.acceleration, recording.times.size());
+    checkVectors(recording.angularVelocity, recording.times.size());
+    checkVectors(recording.magneticField.values, recording.magneticField.times.size());
+    for (const std::vector<double>& temperatures : recording.temperatures) {
+        require(temperatures.size() == recording.temperatureTimes.size(),
+                "each temperature has a time");
+    }
+}
+
+/// A number that is not finite is written as null.
+void checkNulls(const nlohmann::ordered_json& value)
+{
+    for (const auto& [name, member] : value.items()) {
+        const bool explained =
+            value.is_object() && value.contains("reason") && value["reason"].contains(name);
+        require(!member.is_null() || explained || name == "warning",
+                "what is null has a reason: " + name);
+        if (member.is_structured()) {
+            checkNulls(member);
+        }
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    const char* const text = reinterpret_cast<const char*>(data);
+    std::string error;
+    const auto recording = parseRecording(text, text + size, NAME, {true, true}, error);
+    if (!recording) {
+        fuzz::requireOneLine(error);
+        require(error.rfind(NAME, 0) == 0, "the message names the file: " + error);
+        return 0;
+    }
+    checkRows(*recording);
+    report::Options options;
+    options.sixPositions = true;
+    const report::RecordingReport report = report::analyse(*recording, options);
+    require(!report.verdicts.empty(), "there are verdicts");
+    checkNulls(nlohmann::ordered_json::parse(report::jsonText({report})));
+    require(report::yamlText(report).rfind("# ", 0) == 0, "YAML begins with its comment");
+    return 0;
+}
