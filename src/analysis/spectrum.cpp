@@ -18,6 +18,45 @@ constexpr std::size_t neighbours = 40;
 constexpr std::size_t lineReach = 3;
 constexpr double lowestLineHz = 1.0;
 
+/// Subtracts the sine of that angle per sample that fits the samples best.
+void subtractSine(double* samples, std::size_t count, double angle)
+{
+    constexpr double leastPeriods = 4.0;
+    if (!(static_cast<double>(count) * angle > leastPeriods * 2.0 * pi)) {
+        return;
+    }
+    double mean = 0.0;
+    for (std::size_t i = 0; i < count; ++i) {
+        mean += samples[i];
+    }
+    mean /= static_cast<double>(count);
+    const std::complex<double> turn = std::polar(1.0, angle);
+    std::complex<double> basis(1.0, 0.0);
+    double xc = 0.0;
+    double xs = 0.0;
+    double cc = 0.0;
+    double cs = 0.0;
+    double ss = 0.0;
+    for (std::size_t i = 0; i < count; ++i, basis *= turn) {
+        const double x = samples[i] - mean;
+        xc += x * basis.real();
+        xs += x * basis.imag();
+        cc += basis.real() * basis.real();
+        cs += basis.real() * basis.imag();
+        ss += basis.imag() * basis.imag();
+    }
+    const double determinant = cc * ss - cs * cs;
+    if (!(determinant > 0.0)) {
+        return;
+    }
+    const double cosine = (xc * ss - xs * cs) / determinant;
+    const double sine = (xs * cc - xc * cs) / determinant;
+    basis = {1.0, 0.0};
+    for (std::size_t i = 0; i < count; ++i, basis *= turn) {
+        samples[i] -= cosine * basis.real() + sine * basis.imag();
+    }
+}
+
 } // namespace
 
 Spectrum welch(const Stretches& stretches, double rateHz, std::size_t segment)
@@ -131,6 +170,19 @@ std::vector<SpectralLine> spectralLines(const Spectrum& spectrum, double thresho
         return a.amplitude > b.amplitude;
     });
     return lines;
+}
+
+void removeLines(Stretches& stretches, double rateHz, const std::vector<SpectralLine>& lines,
+                 std::size_t block)
+{
+    for (std::vector<double>& stretch : stretches) {
+        for (std::size_t begin = 0; begin < stretch.size(); begin += block) {
+            const std::size_t count = std::min(block, stretch.size() - begin);
+            for (const SpectralLine& line : lines) {
+                subtractSine(stretch.data() + begin, count, 2.0 * pi * line.frequencyHz / rateHz);
+            }
+        }
+    }
 }
 
 } // namespace analysis

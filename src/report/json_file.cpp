@@ -115,6 +115,22 @@ struct Units
 constexpr Units accelerometerUnits{"m/s²", "m/s²/√Hz", "m/s³/√Hz", "(m/s²)²/Hz", "m/s²/°C"};
 constexpr Units gyroscopeUnits{"deg/s", "deg/s/√Hz", "deg/s²/√Hz", "(deg/s)²/Hz", "deg/s/°C"};
 
+json allanOf(const std::vector<AllanPoint>& points, const char* unit)
+{
+    json allan = {{"unit", unit},
+                  {"tau_s", json::array()},
+                  {"deviation", json::array()},
+                  {"low", json::array()},
+                  {"high", json::array()}};
+    for (const AllanPoint& point : points) {
+        allan["tau_s"].push_back(point.tau);
+        allan["deviation"].push_back(point.deviation);
+        allan["low"].push_back(point.low);
+        allan["high"].push_back(point.high);
+    }
+    return allan;
+}
+
 json axisOf(const RecordingReport& report, const AxisReport& axis, const Units& units)
 {
     Object object;
@@ -136,18 +152,11 @@ json axisOf(const RecordingReport& report, const AxisReport& axis, const Units& 
         object.setMissing("temperature_slope", "the temperature of the IMU did not change by a "
                                                "degree while the camera was at rest");
     }
-    json allan = {{"unit", units.sample},
-                  {"tau_s", json::array()},
-                  {"deviation", json::array()},
-                  {"low", json::array()},
-                  {"high", json::array()}};
-    for (const AllanPoint& point : axis.noise.allan) {
-        allan["tau_s"].push_back(point.tau);
-        allan["deviation"].push_back(point.deviation);
-        allan["low"].push_back(point.low);
-        allan["high"].push_back(point.high);
+    const bool hasLines = !axis.allanWithLines.empty();
+    object.set("allan", allanOf(hasLines ? axis.allanWithLines : axis.noise.allan, units.sample));
+    if (hasLines) {
+        object.set("allan_without_lines", allanOf(axis.noise.allan, units.sample));
     }
-    object.set("allan", std::move(allan));
     json lines = json::array();
     for (const analysis::SpectralLine& line : axis.lines) {
         lines.push_back({{"frequency_hz", line.frequencyHz},

@@ -29,6 +29,7 @@ constexpr double leastTemperatureRange = 1.0; // degrees Celsius
 constexpr double leastSaturatedAcceleration = 15.0;     // m/s^2
 constexpr double leastSaturatedAngularVelocity = 100.0; // degrees per second
 constexpr std::size_t imuTemperature = 2;
+constexpr std::size_t mostLines = 8;
 
 /// Part of a series; the series itself where the part is all of it.
 template <typename T>
@@ -156,11 +157,20 @@ InertialReport analyseInertial(const Recording& recording, const Vectors& vector
         meanAndDeviation(*part, axis.mean, axis.deviation);
         axis.spikes = spikesIn(*part);
         {
-            const Stretches stretches = stretchesOf(*part, rest->timing);
-            axis.noise = analysis::analyseNoise(stretches, rest->timing.periodSeconds);
+            Stretches stretches = stretchesOf(*part, rest->timing);
             axis.spectrum = analysis::welch(stretches, rest->timing.rateHz);
+            axis.lines = analysis::spectralLines(axis.spectrum);
+            if (axis.lines.size() > mostLines) {
+                axis.lines.resize(mostLines);
+            }
+            // A vibration is no noise: its waves in the deviation would hide the slopes.
+            if (!axis.lines.empty()) {
+                axis.allanWithLines =
+                    analysis::overlappingAllan(stretches, rest->timing.periodSeconds);
+                analysis::removeLines(stretches, rest->timing.rateHz, axis.lines);
+            }
+            axis.noise = analysis::analyseNoise(stretches, rest->timing.periodSeconds);
         }
-        axis.lines = analysis::spectralLines(axis.spectrum);
         if (!recording.temperatureTimes.empty()) {
             axis.temperature = againstTemperature(recording, values, rest->rows);
             axis.temperatureSlope = slopeOf(axis.temperature);

@@ -65,7 +65,9 @@ struct Point
 /// One axis of accelerometer or gyroscope, in m/s^2 or degrees per second.
 struct AxisReport
 {
-    analysis::AxisNoise noise;
+    analysis::AxisNoise noise; ///< without the lines of the spectrum
+    /// Of the samples as they are; empty where the spectrum has no lines.
+    std::vector<analysis::AllanPoint> allanWithLines;
     analysis::Spectrum spectrum;
     std::vector<analysis::SpectralLine> lines;
     Envelope envelope; ///< of the whole recording

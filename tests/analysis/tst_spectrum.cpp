@@ -37,6 +37,7 @@ private slots:
     void lineIsFoundBetweenTheFrequencies();
     void noiseHasNoLines();
     void stretchesAreNotJoined();
+    void removedLineLeavesTheNoise();
 };
 
 void TestSpectrum::whiteNoiseIsFlatAtItsDensity()
@@ -109,6 +110,20 @@ void TestSpectrum::stretchesAreNotJoined()
     for (const double density : welch({low, high}, 400.0, 1024).density) {
         QVERIFY(density < 1e-20);
     }
+}
+
+void TestSpectrum::removedLineLeavesTheNoise()
+{
+    const auto noise = sine(400000, 400.0, 48.7, 0.0, 0.1);
+    Stretches stretches{sine(400000, 400.0, 48.7, 0.5, 0.1)};
+    removeLines(stretches, 400.0, spectralLines(welch(stretches, 400.0)));
+    double squares = 0.0;
+    for (std::size_t i = 0; i < noise.size(); ++i) {
+        squares += (stretches[0][i] - noise[i]) * (stretches[0][i] - noise[i]);
+    }
+    const double left = std::sqrt(squares / static_cast<double>(noise.size()));
+    QVERIFY2(left < 0.02, qPrintable(QString::number(left)));
+    QVERIFY(spectralLines(welch(stretches, 400.0)).empty());
 }
 
 QTEST_APPLESS_MAIN(TestSpectrum)

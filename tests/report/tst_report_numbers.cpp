@@ -396,6 +396,14 @@ void TestReportNumbers::vibrationIsNamed()
     QVERIFY(!report.accelerometer->axes[2].lines.empty());
     const analysis::SpectralLine& line = report.accelerometer->axes[2].lines.front();
     QVERIFY(line.low <= 87.3 && 87.3 <= line.high);
+    // The noise is found as if nothing vibrated.
+    const analysis::NoiseModel& model = report.accelerometer->axes[2].noise.model;
+    QVERIFY(model.noiseDensity.value);
+    QVERIFY2(std::abs(*model.noiseDensity.value / 1.5e-3 - 1.0) < 0.02,
+             qPrintable(QString::number(*model.noiseDensity.value)));
+    QVERIFY(!model.biasInstability.value);
+    const json axis = jsonOf(report)["accelerometer"]["z"];
+    QVERIFY(axis["allan"]["deviation"][1] > axis["allan_without_lines"]["deviation"][1]);
     QCOMPARE(find(report, "vibration")->state, STATE::WARNED);
 }
 
