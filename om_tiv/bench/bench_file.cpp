@@ -4,15 +4,19 @@
 #include "base/json_lines.h"
 #include "base/one_line.h"
 #include "replay/sensor_recording.h"
+#include "world/faults.h"
+#include "world/ranges.h"
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
 #include <utility>
+#include <variant>
 
 namespace om::bench {
 
@@ -38,6 +42,12 @@ constexpr std::array<MODEL, 6> MODELS = {MODEL::TIV,   MODEL::TIV_N, MODEL::TIV_
 double radians(double degrees)
 {
     return degrees * PI / 180.0;
+}
+
+void readNumber(JsonObject& object, const std::string& key, double& value,
+                const range::Range& range)
+{
+    object.read(key, value, range.least, range.most);
 }
 
 void readVector(JsonObject& object, const std::string& key, Vector& value, double most)
@@ -103,9 +113,9 @@ void readPose(JsonObject& camera, Quaternion& pose)
     double heading = 0.0;
     double pitch = 0.0;
     double roll = 0.0;
-    object.read("heading", heading, -360.0, 360.0);
-    object.read("pitch", pitch, -90.0, 90.0);
-    object.read("roll", roll, -180.0, 180.0);
+    readNumber(object, "heading", heading, range::heading);
+    readNumber(object, "pitch", pitch, range::pitch);
+    readNumber(object, "roll", roll, range::roll);
     object.finish();
     pose = fromHeading(radians(heading), radians(pitch), radians(roll));
 }
@@ -129,34 +139,40 @@ void readErrors(JsonObject& camera, SensorErrors& errors)
     object.finish();
 }
 
+void readFault(JsonObject& object, const FaultKey& fault, bool& value)
+{
+    object.read(fault.key, value);
+}
+
+void readFault(JsonObject& object, const FaultKey& fault, double& value)
+{
+    object.read(fault.key, value, fault.least, fault.most);
+}
+
+void readFault(JsonObject& object, const FaultKey& fault, std::chrono::milliseconds& value)
+{
+    std::int64_t count = value.count();
+    object.readInteger(fault.key, count, fault.least, fault.most);
+    value = std::chrono::milliseconds(count);
+}
+
+/// Of a count or a code.
+template <typename Integer>
+void readFault(JsonObject& object, const FaultKey& fault, Integer& value)
+{
+    object.readInteger(fault.key, value, fault.least, fault.most);
+}
+
 void readFaults(JsonObject& camera, Faults& faults)
 {
     const JsonNode* const node = camera.find("faults");
     if (node == nullptr) {
         return;
     }
-    constexpr int most = 1000000;
     JsonObject object(*node, camera.path("faults"));
-    object.readInteger("openResult", faults.openResult, 0, 255);
-    object.readInteger("openRefusals", faults.openRefusals, -1, most);
-    std::int64_t delay = faults.openDelay.count();
-    object.readInteger("openDelay", delay, 0, 600000);
-    faults.openDelay = std::chrono::milliseconds(delay);
-    object.readInteger("grabFailures", faults.grabFailures, 0, most);
-    object.readInteger("grabFailureResult", faults.grabFailureResult, 1, 255);
-    object.read("frozenTimestamps", faults.frozenTimestamps);
-    object.read("repeatedTimestamps", faults.repeatedTimestamps);
-    object.read("barometerAbsent", faults.barometerAbsent);
-    object.read("magnetometerAbsent", faults.magnetometerAbsent);
-    object.read("boardTemperaturesAbsent", faults.boardTemperaturesAbsent);
-    object.read("imuTemperatureAbsent", faults.imuTemperatureAbsent);
-    object.read("magnetometerSaturated", faults.magnetometerSaturated);
-    object.read("magneticDisturbance", faults.magneticDisturbance, 0.0, 2000.0);
-    object.read("littleGpuMemory", faults.littleGpuMemory);
-    object.read("mcuSilent", faults.mcuSilent);
-    object.read("mcuOpenRefused", faults.mcuOpenRefused);
-    object.read("eepromWriteRefused", faults.eepromWriteRefused);
-    object.readInteger("eepromReadbackDiffers", faults.eepromReadbackDiffers, 0, most);
+    for (const FaultKey& fault : faultKeys) {
+        std::visit([&](auto place) { readFault(object, fault, faults.*place); }, fault.place);
+    }
     object.finish();
 }
 
@@ -186,7 +202,9 @@ CameraConfig readCamera(const JsonNode& node, const std::string& path, const std
         object.require("serialNumber"), object.path("serialNumber"), 0, UINT32_MAX));
 
     object.readInteger("id", config.id, 0, 255);
-    object.readInteger("firmware", config.firmwareVersion, 0, 65535);
+    object.readInteger("firmware", config.firmwareVersion,
+                       static_cast<std::int64_t>(range::firmware.least),
+                       static_cast<std::int64_t>(range::firmware.most));
     readRelease(object, config.usbRelease);
     object.readInteger("usbProductId", config.usbProductId, 0, 65535);
     object.read("plugged", config.plugged);
@@ -219,9 +237,9 @@ BenchDescription readBench(const JsonNode& root, const std::string& folder)
     BenchDescription bench;
     if (const JsonNode* const node = object.find("field"); node != nullptr) {
         JsonObject field(*node, "field");
-        field.read("strength", bench.field.strength, 0.0, 1000.0);
-        field.read("inclination", bench.field.inclination, -90.0, 90.0);
-        field.read("declination", bench.field.declination, -180.0, 180.0);
+        readNumber(field, "strength", bench.field.strength, range::fieldStrength);
+        readNumber(field, "inclination", bench.field.inclination, range::fieldInclination);
+        readNumber(field, "declination", bench.field.declination, range::fieldDeclination);
         field.finish();
     }
     const JsonNode& cameras = object.require("cameras");

@@ -10,16 +10,20 @@
 #include "bench/loader.h"
 #include "base/one_line.h"
 #include "bench/virtual_camera.h"
+#include "world/faults.h"
+#include "world/ranges.h"
 
 #include <nlohmann/json.hpp>
 
 #include <array>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
 #include <stdexcept>
 #include <utility>
+#include <variant>
 
 namespace om::bench {
 
@@ -28,8 +32,8 @@ namespace {
 using nlohmann::json;
 
 constexpr double DEGREES = 180.0 / PI;
-constexpr double LONGEST_GLIDE = 600.0; ///< s
-constexpr double FASTEST_SPIN = 1000.0; ///< degrees per second, range of the gyroscope
+constexpr range::Range GLIDE{0.0, 600.0}; ///< s
+constexpr double FASTEST_SPIN = 1000.0;   ///< degrees per second, range of the gyroscope
 
 /// A refused request, with the reason for its sender.
 class Refusal : public std::runtime_error
@@ -46,8 +50,9 @@ const json& member(const json& object, const char* key)
     return *found;
 }
 
-double number(const json& object, const char* key, double least, double most)
+double number(const json& object, const char* key, const range::Range& range)
 {
+    const auto [least, most] = range;
     const json& value = member(object, key);
     if (!value.is_number() || !(value.get<double>() >= least && value.get<double>() <= most)) {
         throw Refusal(std::string("\"") + key + "\" must be a number from " + json(least).dump() +
@@ -96,35 +101,36 @@ std::string text(const json& object, const char* key)
     return value.get<std::string>();
 }
 
+json asJson(ERROR_CODE code)
+{
+    return static_cast<int>(code);
+}
+
+json asJson(std::chrono::milliseconds time)
+{
+    return time.count();
+}
+
+template <typename Value>
+json asJson(Value value)
+{
+    return value;
+}
+
 /// The faults that differ from their default, or all, by the keys of bench files.
 json faultsAsJson(const Faults& faults, bool all)
 {
     const Faults none;
     json object = json::object();
-    const auto put = [&](const char* key, const auto& value, const auto& neutral) {
-        if (all || value != neutral) {
-            object[key] = value;
-        }
-    };
-    put("openResult", static_cast<int>(faults.openResult), static_cast<int>(none.openResult));
-    put("openRefusals", faults.openRefusals, none.openRefusals);
-    put("openDelay", faults.openDelay.count(), none.openDelay.count());
-    put("grabFailures", faults.grabFailures, none.grabFailures);
-    put("grabFailureResult", static_cast<int>(faults.grabFailureResult),
-        static_cast<int>(none.grabFailureResult));
-    put("frozenTimestamps", faults.frozenTimestamps, none.frozenTimestamps);
-    put("repeatedTimestamps", faults.repeatedTimestamps, none.repeatedTimestamps);
-    put("barometerAbsent", faults.barometerAbsent, none.barometerAbsent);
-    put("magnetometerAbsent", faults.magnetometerAbsent, none.magnetometerAbsent);
-    put("boardTemperaturesAbsent", faults.boardTemperaturesAbsent, none.boardTemperaturesAbsent);
-    put("imuTemperatureAbsent", faults.imuTemperatureAbsent, none.imuTemperatureAbsent);
-    put("magnetometerSaturated", faults.magnetometerSaturated, none.magnetometerSaturated);
-    put("magneticDisturbance", faults.magneticDisturbance, none.magneticDisturbance);
-    put("littleGpuMemory", faults.littleGpuMemory, none.littleGpuMemory);
-    put("mcuSilent", faults.mcuSilent, none.mcuSilent);
-    put("mcuOpenRefused", faults.mcuOpenRefused, none.mcuOpenRefused);
-    put("eepromWriteRefused", faults.eepromWriteRefused, none.eepromWriteRefused);
-    put("eepromReadbackDiffers", faults.eepromReadbackDiffers, none.eepromReadbackDiffers);
+    for (const FaultKey& fault : faultKeys) {
+        std::visit(
+            [&](auto place) {
+                if (all || faults.*place != none.*place) {
+                    object[fault.key] = asJson(faults.*place);
+                }
+            },
+            fault.place);
+    }
     return object;
 }
 
@@ -372,11 +378,10 @@ private:
         const Quaternion value =
             angles.contains("quaternion")
                 ? quaternion(angles)
-                : fromHeading(number(angles, "heading", -360.0, 360.0) / DEGREES,
-                              number(angles, "pitch", -90.0, 90.0) / DEGREES,
-                              number(angles, "roll", -180.0, 180.0) / DEGREES);
-        const double glide =
-            m_request.contains("glide") ? number(m_request, "glide", 0.0, LONGEST_GLIDE) : 0.3;
+                : fromHeading(number(angles, "heading", range::heading) / DEGREES,
+                              number(angles, "pitch", range::pitch) / DEGREES,
+                              number(angles, "roll", range::roll) / DEGREES);
+        const double glide = m_request.contains("glide") ? number(m_request, "glide", GLIDE) : 0.3;
         Vector spin;
         if (m_request.contains("spin")) {
             const auto rates = numbers<3>(m_request, "spin", FASTEST_SPIN);
@@ -402,7 +407,7 @@ private:
     {
         const auto target = m_request.contains("temperature") ? movableCamera() : camera();
         if (m_request.contains("temperature")) {
-            target->setAirTemperature(number(m_request, "temperature", -40.0, 85.0));
+            target->setAirTemperature(number(m_request, "temperature", range::airTemperature));
         }
         return {{"temperature", target->airTemperature()}};
     }
@@ -411,7 +416,7 @@ private:
     {
         const auto target = camera();
         if (m_request.contains("firmware")) {
-            const double version = number(m_request, "firmware", 0.0, 65535.0);
+            const double version = number(m_request, "firmware", range::firmware);
             if (version != std::floor(version)) {
                 throw Refusal("\"firmware\" must be a whole number");
             }
@@ -428,9 +433,9 @@ private:
             if (!given.is_object()) {
                 throw Refusal("\"field\" must be an object");
             }
-            value.strength = number(given, "strength", 0.0, 1000.0);
-            value.inclination = number(given, "inclination", -90.0, 90.0);
-            value.declination = number(given, "declination", -180.0, 180.0);
+            value.strength = number(given, "strength", range::fieldStrength);
+            value.inclination = number(given, "inclination", range::fieldInclination);
+            value.declination = number(given, "declination", range::fieldDeclination);
             m_bench.setField(value);
         }
         return {{"field",

@@ -1,6 +1,7 @@
 #include "window/controls.h"
 
 #include "window/look.h"
+#include "world/faults.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -10,6 +11,7 @@
 #include <QSpinBox>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <cmath>
 
 namespace benchwindow {
@@ -140,14 +142,16 @@ FaultRow::FaultRow(const Fault& fault, QWidget* parent) : QWidget(parent), m_fau
     setToolTip(tr(fault.tip));
     if (fault.kind != Fault::KIND::SWITCH) {
         m_number = new QSpinBox;
-        m_number->setRange(fault.least, fault.most);
+        const om::bench::FaultKey& range = om::bench::faultKey(fault.key);
+        // 0 is the switch that is off.
+        m_number->setRange(isSetting ? range.least : std::max(range.least, 1), range.most);
         m_number->setValue(fault.usual);
         m_number->setSuffix(QString::fromUtf8(fault.unit));
         m_number->setFixedWidth(86);
         m_number->setAlignment(Qt::AlignRight);
         m_number->setKeyboardTracking(false);
         m_number->setAccessibleName(tr(fault.name));
-        if (fault.least < 0) {
+        if (range.least < 0) {
             m_number->setSpecialValueText(tr("always"));
         }
         layout->addWidget(m_number);

@@ -100,8 +100,6 @@ public:
         const char* tip;
         KIND kind;
         int usual; ///< the initial number; of a setting the neutral one
-        int least;
-        int most;
         const char* unit;
     };
 

@@ -1,6 +1,7 @@
 #include "window/panel.h"
 
 #include "window/look.h"
+#include "world/ranges.h"
 
 #include <QAbstractItemView>
 #include <QComboBox>
@@ -23,6 +24,7 @@ namespace {
 using nlohmann::json;
 using Fault = FaultRow::Fault;
 using KIND = Fault::KIND;
+namespace range = om::bench::range;
 
 struct Motion
 {
@@ -57,38 +59,33 @@ int numberOf(const json& value)
 
 const std::vector<Fault>& faultTable()
 {
-    constexpr int most = 1000000;
     static const std::vector<Fault> table = {
         {"openResult", "Open refused", "The camera refuses to open with this code", KIND::NUMBER, 1,
-         1, 255, ""},
-        {"openRefusals", "Times", "Number of refusals", KIND::SETTING, -1, -1, most, ""},
-        {"openDelay", "Slow to open", "Delay of opening", KIND::NUMBER, 3000, 1, 600000, " ms"},
+         ""},
+        {"openRefusals", "Times", "Number of refusals", KIND::SETTING, -1, ""},
+        {"openDelay", "Slow to open", "Delay of opening", KIND::NUMBER, 3000, " ms"},
         {"littleGpuMemory", "Too little GPU memory", "GPU allocations fail while it is open",
-         KIND::SWITCH, 0, 0, 1, ""},
-        {"grabFailures", "Failing grabs", "Number of next grabs that fail", KIND::NUMBER, 100, 1,
-         most, ""},
-        {"grabFailureResult", "Code", "Result code of these failures", KIND::SETTING, 1, 1, 255,
-         ""},
+         KIND::SWITCH, 0, ""},
+        {"grabFailures", "Failing grabs", "Number of next grabs that fail", KIND::NUMBER, 100, ""},
+        {"grabFailureResult", "Code", "Result code of these failures", KIND::SETTING, 1, ""},
         {"frozenTimestamps", "Timestamps stand still", "The sensors' timestamps do not change",
-         KIND::SWITCH, 0, 0, 1, ""},
+         KIND::SWITCH, 0, ""},
         {"repeatedTimestamps", "Timestamps repeat", "Each pair of samples has the same timestamp",
-         KIND::SWITCH, 0, 0, 1, ""},
-        {"barometerAbsent", "No barometer", "", KIND::SWITCH, 0, 0, 1, ""},
-        {"magnetometerAbsent", "No magnetometer", "", KIND::SWITCH, 0, 0, 1, ""},
-        {"imuTemperatureAbsent", "No IMU temperature", "", KIND::SWITCH, 0, 0, 1, ""},
+         KIND::SWITCH, 0, ""},
+        {"barometerAbsent", "No barometer", "", KIND::SWITCH, 0, ""},
+        {"magnetometerAbsent", "No magnetometer", "", KIND::SWITCH, 0, ""},
+        {"imuTemperatureAbsent", "No IMU temperature", "", KIND::SWITCH, 0, ""},
         {"boardTemperaturesAbsent", "No board temperatures", "No left and right temperature",
-         KIND::SWITCH, 0, 0, 1, ""},
+         KIND::SWITCH, 0, ""},
         {"magnetometerSaturated", "Magnetometer saturated", "Its reading is out of range",
-         KIND::SWITCH, 0, 0, 1, ""},
-        {"mcuSilent", "Silent", "The microcontroller sends no valid records", KIND::SWITCH, 0, 0, 1,
-         ""},
+         KIND::SWITCH, 0, ""},
+        {"mcuSilent", "Silent", "The microcontroller sends no valid records", KIND::SWITCH, 0, ""},
         {"mcuOpenRefused", "Link refused", "The link to the microcontroller can't be opened",
-         KIND::SWITCH, 0, 0, 1, ""},
+         KIND::SWITCH, 0, ""},
         {"eepromWriteRefused", "EEPROM write refused", "A calibration can't be stored",
-         KIND::SWITCH, 0, 0, 1, ""},
+         KIND::SWITCH, 0, ""},
         {"eepromReadbackDiffers", "EEPROM reads differ",
-         "Number of next reads after a write that return other data", KIND::NUMBER, 1, 1, most,
-         ""}};
+         "Number of next reads after a write that return other data", KIND::NUMBER, 1, ""}};
     return table;
 }
 
@@ -230,8 +227,10 @@ void Panel::addField()
 {
     addSection(tr("EARTH'S FIELD"));
     m_strength = addSlider(tr("Strength"), {0.0, 100.0, 0.5, 1, tr("µT")});
-    m_inclination = addSlider(tr("Inclination"), {-90.0, 90.0, 0.5, 1, tr("°")});
-    m_declination = addSlider(tr("Declination"), {-180.0, 180.0, 0.5, 1, tr("°")});
+    m_inclination = addSlider(tr("Inclination"), {range::fieldInclination.least,
+                                                  range::fieldInclination.most, 0.5, 1, tr("°")});
+    m_declination = addSlider(tr("Declination"), {range::fieldDeclination.least,
+                                                  range::fieldDeclination.most, 0.5, 1, tr("°")});
     m_strength->setObjectName(QStringLiteral("strength"));
     m_inclination->setObjectName(QStringLiteral("inclination"));
     m_declination->setObjectName(QStringLiteral("declination"));

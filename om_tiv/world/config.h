@@ -2,12 +2,12 @@
 /// What a virtual camera is, how it moves and which faults it has.
 #pragma once
 
+#include "world/faults.h"
 #include "world/geometry.h"
 
 #include <om_tiv/types.h>
 
 #include <array>
-#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -24,40 +24,6 @@ enum class MOTION {
     TUMBLE,    ///< turned by hand through all orientations within about a minute
     FALL,      ///< dropped, caught and lifted again, every 2.5 s
     POSED,     ///< holds the pose of the last Bench::setPose()
-};
-
-/// Switches for what can go wrong; all off at first.
-struct Faults
-{
-    /// Anything but SUCCESS: Camera::open() is refused with this code.
-    ERROR_CODE openResult = ERROR_CODE::SUCCESS;
-    int openRefusals = -1; ///< how many times it is refused; counts down, -1 for ever
-    /// open() takes this much longer. Real time, also with a stepped clock: the caller of open() is
-    /// often the one who would step it.
-    std::chrono::milliseconds openDelay{0};
-
-    int grabFailures = 0; ///< the next so many grabs fail at once; counts down
-    ERROR_CODE grabFailureResult = ERROR_CODE::FAILURE;
-
-    bool frozenTimestamps = false;   ///< all sensor timestamps stand, the values go on
-    bool repeatedTimestamps = false; ///< each sensor sample of odd number has the time of its
-                                     ///< predecessor
-
-    bool barometerAbsent = false;
-    bool magnetometerAbsent = false;
-    bool boardTemperaturesAbsent = false; ///< locations 2 and 3
-    bool imuTemperatureAbsent = false;    ///< location 0
-
-    bool magnetometerSaturated = false; ///< body z reads exactly 2048.0 (sensor axis 3: -32768)
-    /// uT: a field of up to this strength that swings at the camera, as that of a motor nearby.
-    double magneticDisturbance = 0.0;
-
-    bool littleGpuMemory = false; ///< GPU allocations fail while this camera is open
-
-    bool mcuSilent = false;          ///< the microcontroller's records are invalid
-    bool mcuOpenRefused = false;     ///< TIVmcu::open() fails
-    bool eepromWriteRefused = false; ///< TIVmcu::writeMagCalibInEEprom() fails
-    int eepromReadbackDiffers = 0;   ///< the next so many reads after a write differ; counts down
 };
 
 /// White noise (standard deviation of one sample) and constant bias of the sensors.

@@ -1,0 +1,94 @@
+/// @file
+/// The faults of a camera, and their keys.
+#pragma once
+
+#include <om_tiv/types.h>
+
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <string_view>
+#include <variant>
+
+namespace om::bench {
+
+/// Switches for what can go wrong; all off at first.
+struct Faults
+{
+    /// Anything but SUCCESS: Camera::open() is refused with this code.
+    ERROR_CODE openResult = ERROR_CODE::SUCCESS;
+    int openRefusals = -1; ///< how many times it is refused; counts down, -1 for ever
+    /// open() takes this much longer. Real time, also with a stepped clock: the caller of open() is
+    /// often the one who would step it.
+    std::chrono::milliseconds openDelay{0};
+
+    int grabFailures = 0; ///< the next so many grabs fail at once; counts down
+    ERROR_CODE grabFailureResult = ERROR_CODE::FAILURE;
+
+    bool frozenTimestamps = false;   ///< all sensor timestamps stand, the values go on
+    bool repeatedTimestamps = false; ///< each sensor sample of odd number has the time of its
+                                     ///< predecessor
+
+    bool barometerAbsent = false;
+    bool magnetometerAbsent = false;
+    bool boardTemperaturesAbsent = false; ///< locations 2 and 3
+    bool imuTemperatureAbsent = false;    ///< location 0
+
+    bool magnetometerSaturated = false; ///< body z reads exactly 2048.0 (sensor axis 3: -32768)
+    /// uT: a field of up to this strength that swings at the camera, as that of a motor nearby.
+    double magneticDisturbance = 0.0;
+
+    bool littleGpuMemory = false; ///< GPU allocations fail while this camera is open
+
+    bool mcuSilent = false;          ///< the microcontroller's records are invalid
+    bool mcuOpenRefused = false;     ///< TIVmcu::open() fails
+    bool eepromWriteRefused = false; ///< TIVmcu::writeMagCalibInEEprom() fails
+    int eepromReadbackDiffers = 0;   ///< the next so many reads after a write differ; counts down
+};
+
+/// A fault's key in bench files and requests, and its place in Faults.
+struct FaultKey
+{
+    using Place = std::variant<bool Faults::*, int Faults::*, double Faults::*,
+                               ERROR_CODE Faults::*, std::chrono::milliseconds Faults::*>;
+
+    const char* key;
+    Place place;
+    int least; ///< range of a number, in the unit of the place
+    int most;
+};
+
+constexpr int mostTimes = 1'000'000; ///< that a fault counts down
+
+inline constexpr std::array<FaultKey, 18> faultKeys = {{
+    {"openResult", &Faults::openResult, 0, 255},
+    {"openRefusals", &Faults::openRefusals, -1, mostTimes},
+    {"openDelay", &Faults::openDelay, 0, 600'000},
+    {"grabFailures", &Faults::grabFailures, 0, mostTimes},
+    {"grabFailureResult", &Faults::grabFailureResult, 1, 255},
+    {"frozenTimestamps", &Faults::frozenTimestamps, 0, 1},
+    {"repeatedTimestamps", &Faults::repeatedTimestamps, 0, 1},
+    {"barometerAbsent", &Faults::barometerAbsent, 0, 1},
+    {"magnetometerAbsent", &Faults::magnetometerAbsent, 0, 1},
+    {"boardTemperaturesAbsent", &Faults::boardTemperaturesAbsent, 0, 1},
+    {"imuTemperatureAbsent", &Faults::imuTemperatureAbsent, 0, 1},
+    {"magnetometerSaturated", &Faults::magnetometerSaturated, 0, 1},
+    {"magneticDisturbance", &Faults::magneticDisturbance, 0, 2000},
+    {"littleGpuMemory", &Faults::littleGpuMemory, 0, 1},
+    {"mcuSilent", &Faults::mcuSilent, 0, 1},
+    {"mcuOpenRefused", &Faults::mcuOpenRefused, 0, 1},
+    {"eepromWriteRefused", &Faults::eepromWriteRefused, 0, 1},
+    {"eepromReadbackDiffers", &Faults::eepromReadbackDiffers, 0, mostTimes},
+}};
+
+/// The entry of a key, which must be one of the table.
+constexpr const FaultKey& faultKey(std::string_view key)
+{
+    std::size_t i = 0;
+    while (faultKeys[i].key != key) {
+        ++i;
+    }
+    return faultKeys[i];
+}
+
+} // namespace om::bench
