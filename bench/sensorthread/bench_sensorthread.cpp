@@ -65,7 +65,7 @@ void sensorLoop(benchmark::State& state, bool boardTemperatures)
     for (auto _ : state) {
         state.PauseTiming();
         probe.initCharts();
-        bench.scriptSensors(serial, [&](std::uint64_t i, SensorsEntry& entry) {
+        bench.camera(serial)->sensorsScript().set([&](std::uint64_t i, SensorsEntry& entry) {
             fill(i, boardTemperatures, entry);
             if (i == samplesPerRun) {
                 probe.stopDataThread = true; // after this one

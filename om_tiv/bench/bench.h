@@ -21,7 +21,6 @@
 #include "base/clock.h"
 #include "world/config.h"
 #include "world/geometry.h"
-#include "bench/script.h"
 
 #include <chrono>
 #include <cstdint>
@@ -143,26 +142,6 @@ public:
     /// AFTER::REPEAT_LAST); Needs bench/virtual_camera.h.
     std::shared_ptr<VirtualCamera> camera(unsigned int serial) const;
     std::vector<std::shared_ptr<VirtualCamera>> cameras() const;
-
-    // ---- Scripts, by serial number ------------------------------------------------------------
-
-    bool scriptSensors(unsigned int serial, std::vector<SensorsEntry> entries,
-                       AFTER after = AFTER::REPEAT_LAST);
-    /// For long sequences: entries are generated when they are delivered.
-    bool scriptSensors(unsigned int serial, Script<SensorsEntry>::Generator generator,
-                       AFTER after = AFTER::REPEAT_LAST);
-    bool appendSensors(unsigned int serial, std::vector<SensorsEntry> entries);
-    bool scriptGrab(unsigned int serial, std::vector<ERROR_CODE> results,
-                    AFTER after = AFTER::REPEAT_LAST);
-    bool scriptReader(unsigned int serial, std::vector<IMUReaderData> records,
-                      AFTER after = AFTER::REPEAT_LAST);
-    bool scriptPose(unsigned int serial, std::vector<IMUPose> records,
-                    AFTER after = AFTER::REPEAT_LAST);
-    ScriptStatus sensorsScript(unsigned int serial) const;
-    ScriptStatus grabScript(unsigned int serial) const;
-    ScriptStatus readerScript(unsigned int serial) const;
-    ScriptStatus poseScript(unsigned int serial) const;
-    bool clearScripts(unsigned int serial); ///< back to physics
 
     // ---- Hooks --------------------------------------------------------------------------------
 

@@ -1,13 +1,12 @@
 #include "bench/script.h"
 
+#include <iterator>
+
 namespace om::bench {
 
 template <typename Entry>
-void Script<Entry>::set(std::vector<Entry> entries, AFTER after)
+void Script<Entry>::begin(AFTER after)
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_entries = std::move(entries);
-    m_generator.reset();
     m_hasLast = false;
     m_after = after;
     m_delivered = 0;
@@ -17,17 +16,35 @@ void Script<Entry>::set(std::vector<Entry> entries, AFTER after)
 }
 
 template <typename Entry>
+void Script<Entry>::reportChange() const
+{
+    if (m_changed) {
+        m_changed();
+    }
+}
+
+template <typename Entry>
+void Script<Entry>::set(std::vector<Entry> entries, AFTER after)
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_entries = std::move(entries);
+        m_generator.reset();
+        begin(after);
+    }
+    reportChange();
+}
+
+template <typename Entry>
 void Script<Entry>::set(Generator generator, AFTER after)
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_entries.clear();
-    m_generator = std::make_shared<const Generator>(std::move(generator));
-    m_hasLast = false;
-    m_after = after;
-    m_delivered = 0;
-    m_calls = 0;
-    m_active.store(true, std::memory_order_release);
-    m_version.fetch_add(1);
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_entries.clear();
+        m_generator = std::make_shared<const Generator>(std::move(generator));
+        begin(after);
+    }
+    reportChange();
 }
 
 template <typename Entry>
@@ -39,21 +56,27 @@ void Script<Entry>::append(std::vector<Entry> entries)
             m_entries.insert(m_entries.end(), std::make_move_iterator(entries.begin()),
                              std::make_move_iterator(entries.end()));
             m_version.fetch_add(1);
-            return;
+        } else {
+            m_entries = std::move(entries);
+            m_generator.reset();
+            begin(AFTER::REPEAT_LAST);
         }
     }
-    set(std::move(entries), AFTER::REPEAT_LAST);
+    reportChange();
 }
 
 template <typename Entry>
 void Script<Entry>::clear()
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_active.store(false, std::memory_order_release);
-    m_entries.clear();
-    m_generator.reset();
-    m_hasLast = false;
-    m_version.fetch_add(1);
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_active.store(false, std::memory_order_release);
+        m_entries.clear();
+        m_generator.reset();
+        m_hasLast = false;
+        m_version.fetch_add(1);
+    }
+    reportChange();
 }
 
 template <typename Entry>

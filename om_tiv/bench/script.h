@@ -47,11 +47,15 @@ public:
     /// answered call, without a lock: it may block.
     using Generator = std::function<bool(std::uint64_t index, Entry& entry)>;
 
-    void set(std::vector<Entry> entries, AFTER after);
-    void set(Generator generator, AFTER after);
-    /// Appends entries to those of set(); without an active script like set() with REPEAT_LAST.
+    /// @param changed is called after each change, without a lock: it wakes those who wait for an
+    ///                entry
+    explicit Script(std::function<void()> changed = nullptr) : m_changed(std::move(changed)) {}
+
+    void set(std::vector<Entry> entries, AFTER after = AFTER::REPEAT_LAST);
+    void set(Generator generator, AFTER after = AFTER::REPEAT_LAST);
+    /// Adds entries behind those of set(); without an active script as set() with REPEAT_LAST.
     void append(std::vector<Entry> entries);
-    void clear();
+    void clear(); ///< back to physics
     ScriptStatus status() const;
     bool isActive() const { return m_active.load(std::memory_order_acquire); }
     /// Changes with every set(), append() and clear(); for a waiter that repeats the last entry.
@@ -61,6 +65,10 @@ public:
     STEP next(Entry& entry);
 
 private:
+    void begin(AFTER after); ///< under the lock
+    void reportChange() const;
+
+    const std::function<void()> m_changed;
     mutable std::mutex m_mutex;
     std::atomic<bool> m_active{false};
     std::atomic<std::uint64_t> m_version{0};

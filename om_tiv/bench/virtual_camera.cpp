@@ -307,6 +307,14 @@ void VirtualCamera::setPose(const Quaternion& pose, std::chrono::nanoseconds gli
                       static_cast<Nanoseconds>(std::max<std::int64_t>(glide.count(), 0)), spin);
 }
 
+void VirtualCamera::clearScripts()
+{
+    m_sensorsScript.clear();
+    m_grabScript.clear();
+    m_readerScript.clear();
+    m_poseScript.clear();
+}
+
 void VirtualCamera::startCounting(std::uint64_t firstNumber)
 {
     m_delivered.store(0);

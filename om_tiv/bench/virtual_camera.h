@@ -119,6 +119,7 @@ public:
     Script<ERROR_CODE>& grabScript() { return m_grabScript; }
     Script<IMUReaderData>& readerScript() { return m_readerScript; } ///< TIVmcu::getIMUReaderData()
     Script<IMUPose>& poseScript() { return m_poseScript; }           ///< TIVmcu::getIMUPose()
+    void clearScripts();                                             ///< back to physics
 
     // ---- Motion -------------------------------------------------------------------------------
 
@@ -168,8 +169,8 @@ private:
     mutable std::optional<MagCalibration> m_calibration; ///< read at the first use
     std::atomic<std::uint64_t> m_calibrationVersion{0};
 
-    Script<SensorsEntry> m_sensorsScript;
-    Script<ERROR_CODE> m_grabScript;
+    Script<SensorsEntry> m_sensorsScript{[this] { m_clock.wake(); }};
+    Script<ERROR_CODE> m_grabScript{[this] { m_clock.wake(); }};
     Script<IMUReaderData> m_readerScript;
     Script<IMUPose> m_poseScript;
 

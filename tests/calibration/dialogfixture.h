@@ -20,8 +20,8 @@ public:
                            unsigned int number = benchcamera::serial)
         : bench(benchcamera::setUp(model, number)), serial(number)
     {
-        bench.scriptReader(serial, {benchcamera::record(1, 1)});
-        bench.scriptPose(serial, {benchcamera::pose(2, 0.5F, 33.0, 77.5)});
+        bench.camera(serial)->readerScript().set({benchcamera::record(1, 1)});
+        bench.camera(serial)->poseScript().set({benchcamera::pose(2, 0.5F, 33.0, 77.5)});
         if (withDialog)
             open();
     }
@@ -59,17 +59,18 @@ public:
     {
         records.push_back(benchcamera::record(1, 1));
         settle(); // nothing of before is left
-        const std::uint64_t total = bench.readerScript(serial).delivered + records.size();
+        const std::uint64_t total =
+            bench.camera(serial)->readerScript().status().delivered + records.size();
         bench.camera(serial)->readerScript().append(std::move(records));
-        QTRY_VERIFY(bench.readerScript(serial).delivered == total);
+        QTRY_VERIFY(bench.camera(serial)->readerScript().status().delivered == total);
         settle();
     }
 
     /// Waits for two more reads: what was read before has been dealt with.
     void settle()
     {
-        const std::uint64_t calls = bench.readerScript(serial).calls;
-        QTRY_VERIFY(bench.readerScript(serial).calls > calls + 1);
+        const std::uint64_t calls = bench.camera(serial)->readerScript().status().calls;
+        QTRY_VERIFY(bench.camera(serial)->readerScript().status().calls > calls + 1);
     }
 
     /// Waits for more reads than a thread without a link outlives, unless it ends before.

@@ -57,7 +57,7 @@ int main(int argc, char** argv)
     om::bench::Bench& bench = benchcamera::setUp();
     if (std::strcmp(step, "refused") == 0)
         return startWithoutALink(bench);
-    bench.scriptReader(benchcamera::serial, {benchcamera::record(1, 1)});
+    bench.camera(benchcamera::serial)->readerScript().set({benchcamera::record(1, 1)});
     MessageBoxes boxes;
     auto dialog = std::make_unique<MagCalibDlg>(static_cast<int>(benchcamera::serial), nullptr);
     MagCalibDlgProbe probe{*dialog};

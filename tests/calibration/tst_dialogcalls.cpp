@@ -540,8 +540,8 @@ void TestDialogCalls::nothingNewIsPolledWithoutAPause()
     QCOMPARE(sleepsOfOtherThreads.load(), 1); // at 0.5 Hz
     // The last record is repeated for ever.
     f.bench.camera(f.serial)->readerScript().append({record(1, state, now)});
-    const std::uint64_t before = f.bench.readerScript(f.serial).calls;
-    QTRY_VERIFY(f.bench.readerScript(f.serial).calls > before + 3000);
+    const std::uint64_t before = f.bench.camera(f.serial)->readerScript().status().calls;
+    QTRY_VERIFY(f.bench.camera(f.serial)->readerScript().status().calls > before + 3000);
     QCOMPARE(sleepsOfOtherThreads.load(), 1);
 }
 

@@ -537,7 +537,7 @@ void TestMagCalibDlg::timerGoesOnWhileABoxIsOpen()
     DialogFixture f;
     QLabel* const label = f.probe->ui->label_heading_calib;
     f.boxes.expect("No", [&] {
-        f.bench.scriptPose(f.serial, {pose(0, 1.0F, 1.0, 123.0)});
+        f.bench.camera(f.serial)->poseScript().set({pose(0, 1.0F, 1.0, 123.0)});
         f.feed(readings(1));
         QTRY_COMPARE(label->text(), QString("Calibrated\n123.00°"));
     });

@@ -153,13 +153,13 @@ void TestSampling::withoutCalibratingHeadingsAndStateGoOn()
 {
     DialogFixture f;
     const Records all = readings(2);
-    f.bench.scriptPose(f.serial, {pose(0, 0.9F, 10.0, 20.0)});
+    f.bench.camera(f.serial)->poseScript().set({pose(0, 0.9F, 10.0, 20.0)});
     f.feed({all[0]});
     QCOMPARE(f.probe->headingState, 0);
     QCOMPARE(f.probe->headingAccuracy, 0.9F);
     QVERIFY(std::abs(f.probe->headingUncalib - 10.0) < 0.001);
     QVERIFY(std::abs(f.probe->headingCalib - 20.0) < 0.001);
-    f.bench.scriptPose(f.serial, {pose(1, 0.25F, 110.0, 120.0)});
+    f.bench.camera(f.serial)->poseScript().set({pose(1, 0.25F, 110.0, 120.0)});
     f.feed({all[1]});
     QCOMPARE(f.probe->headingState, 1);
     QCOMPARE(f.probe->headingAccuracy, 0.25F);
@@ -171,11 +171,11 @@ void TestSampling::whileCalibratingStateAndAccuracyAreFrozen()
 {
     DialogFixture f;
     const Records all = readings(2);
-    f.bench.scriptPose(f.serial, {pose(1, 0.25F, 10.0, 20.0)});
+    f.bench.camera(f.serial)->poseScript().set({pose(1, 0.25F, 10.0, 20.0)});
     f.feed({all[0]});
     f.probe->updateTimer.stop();
     f.setCalibrating(true);
-    f.bench.scriptPose(f.serial, {pose(0, 0.9F, 110.0, 120.0)});
+    f.bench.camera(f.serial)->poseScript().set({pose(0, 0.9F, 110.0, 120.0)});
     f.feed({all[1]});
     QCOMPARE(f.probe->headingState, 1);
     QCOMPARE(f.probe->headingAccuracy, 0.25F);
@@ -188,7 +188,7 @@ void TestSampling::headingsComeFromThePoseRecord()
     DialogFixture f;
     om::IMUPose record = pose(0, 1.0F, 200.0, 0.0);
     record.heading = 3.25F;
-    f.bench.scriptPose(f.serial, {record});
+    f.bench.camera(f.serial)->poseScript().set({record});
     f.bench.log().setHighRate(true);
     f.feed(readings(1));
     f.bench.log().setHighRate(false);
@@ -215,7 +215,7 @@ void TestSampling::headingsComeFromThePoseRecord()
 void TestSampling::poseOfAnUncalibratedCameraGivesEqualHeadings()
 {
     DialogFixture f;
-    f.bench.scriptPose(f.serial, {pose(3, 0.0F, 45.0, 222.0)});
+    f.bench.camera(f.serial)->poseScript().set({pose(3, 0.0F, 45.0, 222.0)});
     f.feed(readings(1));
     QVERIFY(std::abs(f.probe->headingUncalib - 45.0) < 0.001);
     QVERIFY(f.probe->headingCalib == f.probe->headingUncalib);
@@ -229,7 +229,7 @@ void TestSampling::repeatedTimestampIsDroppedEntirely()
     f.feed({reading(1000, 16, 32, 48)});
     const double heading = f.probe->headingUncalib;
     const double rate = f.probe->sampleRate;
-    f.bench.scriptPose(f.serial, {pose(0, 1.0F, 300.0, 310.0)});
+    f.bench.camera(f.serial)->poseScript().set({pose(0, 1.0F, 300.0, 310.0)});
     f.feed({reading(1000, 160, 320, 480)});
     QCOMPARE(f.probe->samples(), 1);
     QCOMPARE(f.probe->headingUncalib, heading);
@@ -322,7 +322,7 @@ void TestSampling::hundredAndFirstFailureEndsTheThread()
     QVERIFY(!f.running());
     QVERIFY(f.probe->grabThread.joinable());
     // The last record was never asked for.
-    QCOMPARE(f.bench.readerScript(f.serial).delivered, std::uint64_t{102});
+    QCOMPARE(f.bench.camera(f.serial)->readerScript().status().delivered, std::uint64_t{102});
 }
 
 void TestSampling::knownReadingNeitherCountsNorResetsFailures()

@@ -5,6 +5,7 @@
 #include "support/fonts.h"
 #include "support/mainwindowprobe.h"
 
+#include "bench/virtual_camera.h"
 #include "library/the_bench.h"
 #include "camera/InputThreadModul.h"
 #include "ui_mainwindow.h"

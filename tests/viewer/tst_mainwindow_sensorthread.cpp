@@ -100,9 +100,9 @@ private:
     {
         const std::uint64_t count = entries.size();
         bench().addCamera(camera(MODEL::TIV_Q, serial));
-        bench().scriptSensors(serial, std::move(entries));
+        bench().camera(serial)->sensorsScript().set(std::move(entries));
         viewer = std::make_unique<Viewer>();
-        QTRY_VERIFY(bench().sensorsScript(serial).calls > count);
+        QTRY_VERIFY(bench().camera(serial)->sensorsScript().status().calls > count);
         quiet();
     }
 
@@ -110,11 +110,11 @@ private:
     void streamMore(std::vector<SensorsEntry> entries)
     {
         const std::uint64_t count = entries.size();
-        const auto before = bench().sensorsScript(serial).delivered;
-        bench().appendSensors(serial, std::move(entries));
-        QTRY_COMPARE(bench().sensorsScript(serial).delivered, before + count);
-        const auto calls = bench().sensorsScript(serial).calls;
-        QTRY_VERIFY(bench().sensorsScript(serial).calls > calls + 1);
+        const auto before = bench().camera(serial)->sensorsScript().status().delivered;
+        bench().camera(serial)->sensorsScript().append(std::move(entries));
+        QTRY_COMPARE(bench().camera(serial)->sensorsScript().status().delivered, before + count);
+        const auto calls = bench().camera(serial)->sensorsScript().status().calls;
+        QTRY_VERIFY(bench().camera(serial)->sensorsScript().status().calls > calls + 1);
         quiet();
     }
 
@@ -613,7 +613,7 @@ private slots:
             },
             Qt::DirectConnection);
         QVERIFY(waiting::acquire(heldUp));
-        bench().appendSensors(serial, {result(ERROR_CODE::CAMERA_GONE)});
+        bench().camera(serial)->sensorsScript().append({result(ERROR_CODE::CAMERA_GONE)});
         const bool stops = waiting::waitFor([&] { return !input->running; });
         const bool waits = probe.inputThread == input && !input->aborted && input->enabled;
         const bool lost = probe.cameraLost;
@@ -630,7 +630,7 @@ private slots:
         stream({imuRecord(start), imuRecord(start + period), imuRecord(start + 2 * period)});
         auto& probe = viewer->probe;
         std::thread* const handle = probe.dataThread;
-        bench().appendSensors(serial, {result(ERROR_CODE::CAMERA_GONE)});
+        bench().camera(serial)->sensorsScript().append({result(ERROR_CODE::CAMERA_GONE)});
         QVERIFY(waiting::waitFor([&] { return !probe.dataThreadRunning; }));
         QVERIFY(probe.cameraLost);
         QVERIFY(probe.inputThread == nullptr);
@@ -653,7 +653,7 @@ private slots:
         const qint64 size = probe.recFile.size();
         QVERIFY(size > header);
 
-        bench().appendSensors(serial, {result(ERROR_CODE::CAMERA_GONE)});
+        bench().camera(serial)->sensorsScript().append({result(ERROR_CODE::CAMERA_GONE)});
         QVERIFY(waiting::waitFor([&] { return !probe.dataThreadRunning; }));
         QVERIFY(probe.inputThread == nullptr);
         QVERIFY(probe.recording && probe.recFile.isOpen());
@@ -692,7 +692,7 @@ private slots:
     {
         constexpr std::uint64_t count = 30'000; // beyond what is reserved
         bench().addCamera(camera(MODEL::TIV_Q, serial));
-        bench().scriptSensors(serial, [](std::uint64_t index, SensorsEntry& entry) {
+        bench().camera(serial)->sensorsScript().set([](std::uint64_t index, SensorsEntry& entry) {
             entry = imuRecord(start + index * period);
             return index < count;
         });
@@ -768,7 +768,7 @@ private slots:
         bench().addCamera(camera(MODEL::TIV_Q, serial));
         QSemaphore blocked;
         QSemaphore released;
-        bench().scriptSensors(serial, [&](std::uint64_t index, SensorsEntry& entry) {
+        bench().camera(serial)->sensorsScript().set([&](std::uint64_t index, SensorsEntry& entry) {
             if (index == 3) {
                 blocked.release();
                 (void)waiting::acquire(released);
@@ -813,10 +813,10 @@ private slots:
         auto& probe = viewer->probe;
         std::vector<SensorsEntry> next{imuRecord(2 * start), imuRecord(2 * start + period)};
         bench().setOpenHook(
-            [&](const om::InitParameters&) { bench().scriptSensors(serial, next); });
+            [&](const om::InitParameters&) { bench().camera(serial)->sensorsScript().set(next); });
         viewer->window->createLiveInput();
         bench().setOpenHook(nullptr);
-        QTRY_VERIFY(bench().sensorsScript(serial).calls > next.size());
+        QTRY_VERIFY(bench().camera(serial)->sensorsScript().status().calls > next.size());
         // Behind the samples of the run before, which stay.
         QCOMPARE(probe.imuTime.last(), 2000.0025);
         QCOMPARE(probe.imuTime.mid(0, 3), Doubles({1000.0025, 1000.005, 1000.0075}));
@@ -869,7 +869,7 @@ private slots:
         });
         auto loud = imuRecord(start + 4 * period);
         loud.data.imu.linearAcceleration = {50.0F, 0.0F, 0.0F};
-        bench().appendSensors(serial, {loud});
+        bench().camera(serial)->sensorsScript().append({loud});
         QVERIFY(waiting::acquire(asked));
         QCOMPARE(static_cast<float>(probe.accelRange), 50.0F);
         QCOMPARE(probe.accX.size(), 3);

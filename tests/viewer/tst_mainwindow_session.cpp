@@ -737,7 +737,7 @@ private slots:
         bool leftBehind = false;
         bench().setOpenHook([&](const om::InitParameters&) {
             looked = true;
-            bench().clearScripts(first);
+            bench().camera(first)->clearScripts();
             // The sensor thread found the camera closed and has left by itself, as a rule before
             // the reset would have joined it.
             leftBehind = probe.dataThread == handle;
@@ -746,7 +746,7 @@ private slots:
             QVERIFY(probe.cameraLost);
             QVERIFY(probe.accX.isEmpty());
         });
-        bench().scriptGrab(first, {ERROR_CODE::SUCCESS, ERROR_CODE::CAMERA_GONE});
+        bench().camera(first)->grabScript().set({ERROR_CODE::SUCCESS, ERROR_CODE::CAMERA_GONE});
         QTRY_VERIFY(looked);
         QTRY_VERIFY(viewer->streams(first));
         if (leftBehind) {
@@ -784,7 +784,7 @@ private slots:
             [&] { outOfSight = probe.inputThread == nullptr; }, Qt::DirectConnection);
         om::bench::SensorsEntry gone;
         gone.result = ERROR_CODE::CAMERA_GONE;
-        bench().scriptSensors(first, {gone});
+        bench().camera(first)->sensorsScript().set({gone});
         // Without the event loop nobody but the sensor thread acts.
         QVERIFY(waiting::waitFor([&] { return !probe.dataThreadRunning; }));
         QVERIFY(probe.cameraLost);
@@ -799,7 +799,7 @@ private slots:
         QCOMPARE(probe.imageTicks, ticks + 1);
 
         bench().setOpenHook([&](const om::InitParameters&) {
-            bench().clearScripts(first);
+            bench().camera(first)->clearScripts();
             // Ended by itself, the thread was not joined.
             QVERIFY(probe.dataThread == handle && handle->joinable());
             QVERIFY(probe.accX.isEmpty());

@@ -131,13 +131,9 @@ void TestBench::operationsOnAnUnknownCameraDoNothing()
     QVERIFY(!m_bench.setMotion(1, MOTION::FALL));
     QVERIFY(!m_bench.setPose(1, Quaternion()));
     QVERIFY(!m_bench.storeCalibration(1, MagCalibration()));
-    QVERIFY(!m_bench.scriptGrab(1, {ERROR_CODE::SUCCESS}));
-    QVERIFY(!m_bench.scriptSensors(1, std::vector<SensorsEntry>(1)));
-    QVERIFY(!m_bench.clearScripts(1));
     QVERIFY(!m_bench.camera(1));
     QCOMPARE(m_bench.imuCounters(1).produced, std::uint64_t{0});
     QCOMPARE(m_bench.config(1).serialNumber, 0U);
-    QVERIFY(!m_bench.sensorsScript(1).active);
 }
 
 void TestBench::statusShowsTheCameras()

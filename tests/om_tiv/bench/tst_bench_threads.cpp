@@ -162,11 +162,12 @@ void TestBenchThreads::scriptsMayBeSetMeanwhile()
     });
     for (int i = 0; i < 100; ++i) {
         std::vector<SensorsEntry> entries(3);
-        bench.scriptSensors(SERIAL, entries, AFTER::PHYSICS);
-        bench.scriptGrab(SERIAL, {ERROR_CODE::SUCCESS, ERROR_CODE::TIMEOUT}, AFTER::PHYSICS);
-        bench.appendSensors(SERIAL, entries);
-        bench.sensorsScript(SERIAL);
-        bench.clearScripts(SERIAL);
+        bench.camera(SERIAL)->sensorsScript().set(entries, AFTER::PHYSICS);
+        bench.camera(SERIAL)->grabScript().set({ERROR_CODE::SUCCESS, ERROR_CODE::TIMEOUT},
+                                               AFTER::PHYSICS);
+        bench.camera(SERIAL)->sensorsScript().append(entries);
+        bench.camera(SERIAL)->sensorsScript().status();
+        bench.camera(SERIAL)->clearScripts();
         bench.log().records();
     }
     sensors.join();

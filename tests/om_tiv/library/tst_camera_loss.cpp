@@ -125,7 +125,7 @@ void TestCameraLoss::closeWaitsForTheReportOfALoss()
 {
     auto& bench = theBench();
     bench.addCamera(idealCamera());
-    bench.scriptGrab(SERIAL, {ERROR_CODE::CAMERA_GONE}); // seen from within
+    bench.camera(SERIAL)->grabScript().set({ERROR_CODE::CAMERA_GONE}); // seen from within
     QSemaphore reporting;
     std::atomic<bool> closing{false};
     std::atomic<bool> closed{false};

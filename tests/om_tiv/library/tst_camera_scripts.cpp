@@ -75,7 +75,8 @@ void TestCameraScripts::openCamera()
 void TestCameraScripts::sensorsComeAsScripted()
 {
     openCamera();
-    m_bench.scriptSensors(SERIAL, {entry(5000, 1.0F), entry(7000, 2.0F), entry(6000, 3.0F)});
+    m_bench.camera(SERIAL)->sensorsScript().set(
+        {entry(5000, 1.0F), entry(7000, 2.0F), entry(6000, 3.0F)});
     const std::uint64_t times[] = {5000, 7000, 6000};
     SensorsData data;
     for (int i = 0; i < 3; ++i) {
@@ -85,13 +86,13 @@ void TestCameraScripts::sensorsComeAsScripted()
         QCOMPARE(data.temperature.values.size(), std::size_t{1});
     }
     QVERIFY(!data.magnetometer.isAvailable); // nothing of the physics gets in
-    QCOMPARE(m_bench.sensorsScript(SERIAL).delivered, std::uint64_t{3});
+    QCOMPARE(m_bench.camera(SERIAL)->sensorsScript().status().delivered, std::uint64_t{3});
 }
 
 void TestCameraScripts::aScriptedFailureLeavesTheRecord()
 {
     openCamera();
-    m_bench.scriptSensors(SERIAL, {entry(5000), failure(11), entry(6000)});
+    m_bench.camera(SERIAL)->sensorsScript().set({entry(5000), failure(11), entry(6000)});
     SensorsData data;
     current(*m_camera, data);
     QCOMPARE(static_cast<int>(current(*m_camera, data)), 11);
@@ -104,7 +105,7 @@ void TestCameraScripts::aScriptedFailureLeavesTheRecord()
 void TestCameraScripts::scriptedLossOfTheCamera()
 {
     openCamera();
-    m_bench.scriptSensors(SERIAL, {entry(5000), failure(4)});
+    m_bench.camera(SERIAL)->sensorsScript().set({entry(5000), failure(4)});
     SensorsData data;
     current(*m_camera, data);
     QCOMPARE(current(*m_camera, data), ERROR_CODE::CAMERA_GONE);
@@ -119,7 +120,8 @@ void TestCameraScripts::scriptedLossOfTheCamera()
 void TestCameraScripts::unplugAfterTheScript()
 {
     openCamera();
-    m_bench.scriptSensors(SERIAL, std::vector<SensorsEntry>{entry(5000)}, AFTER::CAMERA_GONE);
+    m_bench.camera(SERIAL)->sensorsScript().set(std::vector<SensorsEntry>{entry(5000)},
+                                                AFTER::CAMERA_GONE);
     SensorsData data;
     QCOMPARE(current(*m_camera, data), ERROR_CODE::SUCCESS);
     QVERIFY(m_camera->isOpened());
@@ -131,7 +133,8 @@ void TestCameraScripts::unplugAfterTheScript()
 void TestCameraScripts::physicsAfterTheScript()
 {
     openCamera();
-    m_bench.scriptSensors(SERIAL, std::vector<SensorsEntry>{entry(5000)}, AFTER::PHYSICS);
+    m_bench.camera(SERIAL)->sensorsScript().set(std::vector<SensorsEntry>{entry(5000)},
+                                                AFTER::PHYSICS);
     m_bench.clock().advance(seconds(1));
     SensorsData data;
     current(*m_camera, data);
@@ -144,7 +147,7 @@ void TestCameraScripts::physicsAfterTheScript()
 void TestCameraScripts::theLastRecordRepeatsAtAnEasyPace()
 {
     openCamera();
-    m_bench.scriptSensors(SERIAL, std::vector<SensorsEntry>{entry(5000, 1.0F)});
+    m_bench.camera(SERIAL)->sensorsScript().set(std::vector<SensorsEntry>{entry(5000, 1.0F)});
     SensorsData data;
     current(*m_camera, data);
     const auto start = std::chrono::steady_clock::now();
@@ -153,13 +156,13 @@ void TestCameraScripts::theLastRecordRepeatsAtAnEasyPace()
         QCOMPARE(data.imu.timestamp, std::uint64_t{5000});
     }
     QVERIFY(std::chrono::steady_clock::now() - start >= milliseconds(20));
-    QCOMPARE(m_bench.sensorsScript(SERIAL).calls, std::uint64_t{5});
+    QCOMPARE(m_bench.camera(SERIAL)->sensorsScript().status().calls, std::uint64_t{5});
 }
 
 void TestCameraScripts::anAppendedRecordEndsTheWait()
 {
     openCamera();
-    m_bench.scriptSensors(SERIAL, std::vector<SensorsEntry>{entry(5000)});
+    m_bench.camera(SERIAL)->sensorsScript().set(std::vector<SensorsEntry>{entry(5000)});
     std::atomic<std::uint64_t> seen{0};
     SideThread poller([&](const std::atomic<bool>& stop) {
         SensorsData data;
@@ -171,10 +174,10 @@ void TestCameraScripts::anAppendedRecordEndsTheWait()
     QTRY_COMPARE(seen.load(), std::uint64_t{5000});
     // One by one, each dealt with before the next, as a test of a thread steps it.
     for (std::uint64_t i = 1; i <= 20; ++i) {
-        m_bench.appendSensors(SERIAL, {entry(5000 + i)});
-        QTRY_COMPARE(m_bench.sensorsScript(SERIAL).delivered, i + 1);
-        const std::uint64_t calls = m_bench.sensorsScript(SERIAL).calls;
-        QTRY_VERIFY(m_bench.sensorsScript(SERIAL).calls > calls);
+        m_bench.camera(SERIAL)->sensorsScript().append({entry(5000 + i)});
+        QTRY_COMPARE(m_bench.camera(SERIAL)->sensorsScript().status().delivered, i + 1);
+        const std::uint64_t calls = m_bench.camera(SERIAL)->sensorsScript().status().calls;
+        QTRY_VERIFY(m_bench.camera(SERIAL)->sensorsScript().status().calls > calls);
         QCOMPARE(seen.load(), 5000 + i);
     }
     poller.join();
@@ -184,7 +187,8 @@ void TestCameraScripts::scriptedRecordsKeepTheirTime()
 {
     openCamera();
     // Exactly what the script says, also where a time is missing or runs backward.
-    m_bench.scriptSensors(SERIAL, {entry(0), entry(999), entry(UINT64_MAX), entry(1)});
+    m_bench.camera(SERIAL)->sensorsScript().set(
+        {entry(0), entry(999), entry(UINT64_MAX), entry(1)});
     SensorsData data;
     for (const std::uint64_t time :
          {std::uint64_t{0}, std::uint64_t{999}, UINT64_MAX, std::uint64_t{1}}) {
@@ -196,8 +200,7 @@ void TestCameraScripts::scriptedRecordsKeepTheirTime()
 void TestCameraScripts::longScriptsAreMadeAsTheyAreRead()
 {
     openCamera();
-    m_bench.scriptSensors(
-        SERIAL,
+    m_bench.camera(SERIAL)->sensorsScript().set(
         [](std::uint64_t index, SensorsEntry& made) {
             made.data.imu.timestamp = 1000 * (index + 1);
             return index < 50000;
@@ -215,21 +218,21 @@ void TestCameraScripts::longScriptsAreMadeAsTheyAreRead()
 void TestCameraScripts::grabsComeAsScripted()
 {
     openCamera();
-    m_bench.scriptGrab(SERIAL, {ERROR_CODE::SUCCESS, ERROR_CODE::TIMEOUT, ERROR_CODE::FAILURE,
-                                ERROR_CODE::SUCCESS});
+    m_bench.camera(SERIAL)->grabScript().set(
+        {ERROR_CODE::SUCCESS, ERROR_CODE::TIMEOUT, ERROR_CODE::FAILURE, ERROR_CODE::SUCCESS});
     QCOMPARE(m_camera->grab(RuntimeParameters()), ERROR_CODE::SUCCESS); // the clock stands
     QCOMPARE(m_camera->grab(RuntimeParameters()), ERROR_CODE::TIMEOUT);
     QCOMPARE(m_camera->grab(RuntimeParameters()), ERROR_CODE::FAILURE);
     QCOMPARE(m_camera->grab(RuntimeParameters()), ERROR_CODE::SUCCESS);
     QCOMPARE(m_camera->grab(RuntimeParameters()), ERROR_CODE::SUCCESS);
-    QCOMPARE(m_bench.grabScript(SERIAL).delivered, std::uint64_t{4});
-    QCOMPARE(m_bench.grabScript(SERIAL).calls, std::uint64_t{5});
+    QCOMPARE(m_bench.camera(SERIAL)->grabScript().status().delivered, std::uint64_t{4});
+    QCOMPARE(m_bench.camera(SERIAL)->grabScript().status().calls, std::uint64_t{5});
 }
 
 void TestCameraScripts::aScriptedGrabMakesAFrame()
 {
     openCamera();
-    m_bench.scriptGrab(SERIAL, {ERROR_CODE::SUCCESS});
+    m_bench.camera(SERIAL)->grabScript().set({ERROR_CODE::SUCCESS});
     QCOMPARE(m_camera->grab(RuntimeParameters()), ERROR_CODE::SUCCESS);
     QCOMPARE(m_camera->getTimestamp(TIME_REFERENCE::IMAGE), START);
     Mat mat;
@@ -239,7 +242,7 @@ void TestCameraScripts::aScriptedGrabMakesAFrame()
 void TestCameraScripts::aScriptedGrabLosesTheCamera()
 {
     openCamera();
-    m_bench.scriptGrab(SERIAL, {ERROR_CODE::CAMERA_GONE});
+    m_bench.camera(SERIAL)->grabScript().set({ERROR_CODE::CAMERA_GONE});
     QCOMPARE(m_camera->grab(RuntimeParameters()), ERROR_CODE::CAMERA_GONE);
     QVERIFY(!m_camera->isOpened());
     SensorsData data;
@@ -258,14 +261,14 @@ void TestCameraScripts::aScriptForAWaitingGrab()
         result = static_cast<int>(code);
     });
     QTRY_COMPARE(m_bench.clock().waiters(), 1);
-    m_bench.scriptGrab(SERIAL, {static_cast<ERROR_CODE>(17)});
+    m_bench.camera(SERIAL)->grabScript().set({static_cast<ERROR_CODE>(17)});
     QTRY_COMPARE(result.load(), 17);
 }
 
 void TestCameraScripts::scriptsMayBeSetBeforeTheOpening()
 {
     m_bench.addCamera(idealCamera());
-    m_bench.scriptSensors(SERIAL, std::vector<SensorsEntry>{entry(5000)});
+    m_bench.camera(SERIAL)->sensorsScript().set(std::vector<SensorsEntry>{entry(5000)});
     QCOMPARE(m_camera->open(parametersFor()), ERROR_CODE::SUCCESS);
     SensorsData data;
     current(*m_camera, data);
@@ -275,15 +278,15 @@ void TestCameraScripts::scriptsMayBeSetBeforeTheOpening()
 void TestCameraScripts::clearedScriptsGiveWayToPhysics()
 {
     openCamera();
-    m_bench.scriptSensors(SERIAL, std::vector<SensorsEntry>{entry(5000)});
-    m_bench.scriptGrab(SERIAL, {ERROR_CODE::FAILURE});
-    m_bench.scriptReader(SERIAL, {IMUReaderData()});
-    m_bench.scriptPose(SERIAL, {IMUPose()});
-    QVERIFY(m_bench.readerScript(SERIAL).active);
-    QVERIFY(m_bench.poseScript(SERIAL).active);
-    m_bench.clearScripts(SERIAL);
-    QVERIFY(!m_bench.readerScript(SERIAL).active);
-    QVERIFY(!m_bench.poseScript(SERIAL).active);
+    m_bench.camera(SERIAL)->sensorsScript().set(std::vector<SensorsEntry>{entry(5000)});
+    m_bench.camera(SERIAL)->grabScript().set({ERROR_CODE::FAILURE});
+    m_bench.camera(SERIAL)->readerScript().set({IMUReaderData()});
+    m_bench.camera(SERIAL)->poseScript().set({IMUPose()});
+    QVERIFY(m_bench.camera(SERIAL)->readerScript().status().active);
+    QVERIFY(m_bench.camera(SERIAL)->poseScript().status().active);
+    m_bench.camera(SERIAL)->clearScripts();
+    QVERIFY(!m_bench.camera(SERIAL)->readerScript().status().active);
+    QVERIFY(!m_bench.camera(SERIAL)->poseScript().status().active);
     m_bench.clock().advance(seconds(1));
     SensorsData data;
     current(*m_camera, data);

@@ -509,7 +509,7 @@ private slots:
             records[i].magState = static_cast<std::uint8_t>(i);
             records[i].mag[0] = static_cast<std::int16_t>(100 * (i + 1));
         }
-        m_bench.scriptReader(SERIAL, records);
+        m_bench.camera(SERIAL)->readerScript().set(records);
         Link link;
         link.openIt();
         QCOMPARE(int(link.getIMUReaderData().linkValid), 0); // nothing streams: no entry is used
@@ -517,8 +517,8 @@ private slots:
         for (const int expected : {100, 200, 300, 300}) {
             QCOMPARE(int(link.getIMUReaderData().mag[0]), expected);
         }
-        QCOMPARE(m_bench.readerScript(SERIAL).delivered, std::uint64_t(3));
-        m_bench.clearScripts(SERIAL);
+        QCOMPARE(m_bench.camera(SERIAL)->readerScript().status().delivered, std::uint64_t(3));
+        m_bench.camera(SERIAL)->clearScripts();
         m_bench.clock().advance(100ms);
         QVERIFY(link.getIMUReaderData().timestamp != 0);
     }
@@ -531,10 +531,10 @@ private slots:
         Link link;
         link.openIt();
         link.startCapture(0.0F);
-        m_bench.scriptReader(SERIAL, {record}, AFTER::PHYSICS);
+        m_bench.camera(SERIAL)->readerScript().set({record}, AFTER::PHYSICS);
         QCOMPARE(int(link.getIMUReaderData().magState), 7);
         QCOMPARE(int(link.getIMUReaderData().magState), 2);
-        m_bench.scriptReader(SERIAL, {record}, AFTER::CAMERA_GONE);
+        m_bench.camera(SERIAL)->readerScript().set({record}, AFTER::CAMERA_GONE);
         QCOMPARE(int(link.getIMUReaderData().magState), 7);
         QCOMPARE(int(link.getIMUReaderData().linkValid), 0);
         QVERIFY(!m_bench.status()[0].plugged);
@@ -549,13 +549,13 @@ private slots:
         Link link;
         link.openIt();
         link.startCapture(0.0F);
-        m_bench.scriptPose(SERIAL, records);
+        m_bench.camera(SERIAL)->poseScript().set(records);
         const om::IMUPose first = link.getIMUPose(6);
         QCOMPARE(int(first.headingState), 0);
         QCOMPARE(float(first.headingAccuracy), 0.25F);
         QCOMPARE(int(link.getIMUPose(6).headingState), 2);
         QCOMPARE(int(link.getIMUPose(6).headingState), 2);
-        m_bench.scriptPose(SERIAL, records, AFTER::CAMERA_GONE);
+        m_bench.camera(SERIAL)->poseScript().set(records, AFTER::CAMERA_GONE);
         link.getIMUPose(6);
         link.getIMUPose(6);
         QCOMPARE(int(link.getIMUPose(6).headingState), 4);
