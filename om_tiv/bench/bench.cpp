@@ -1,10 +1,6 @@
-#include "bench/bench.h"
-
 #include "bench/bench_file.h"
-#include "bench/eeprom.h"
-#include "bench/loader.h"
+#include "bench/bench_impl.h"
 #include "replay/sensor_recording.h"
-#include "bench/virtual_camera.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -13,93 +9,50 @@
 
 namespace om::bench {
 
-using CameraPtr = std::shared_ptr<VirtualCamera>;
-
-struct Bench::Impl
+void Bench::Impl::clear()
 {
-    Clock clock;
-    CallLog log;
-
-    mutable std::mutex mutex; ///< guards the following members
-    std::vector<CameraPtr> cameras;
-    Field field;
-    std::shared_ptr<EepromStore> eeproms = std::make_shared<EepromStore>();
-    std::function<void()> deviceListHook;
-    std::function<void(const InitParameters&)> openHook;
-    int opens = 0;
-    int lists = 0;
-    int listsDuringOpen = 0;
-    std::string problem;
-
-    Loader loader; ///< uses the members above
-
-    CameraPtr find(unsigned int serial) const
+    std::vector<CameraPtr> gone;
     {
         const std::lock_guard<std::mutex> lock(mutex);
-        const auto found = std::find_if(cameras.begin(), cameras.end(), [&](const CameraPtr& c) {
-            return c->serialNumber() == serial;
-        });
-        return found != cameras.end() ? *found : nullptr;
+        gone.swap(cameras);
     }
+    for (const CameraPtr& camera : gone) {
+        camera->unplug();
+    }
+}
 
-    std::vector<CameraPtr> all() const
+bool Bench::Impl::add(const CameraConfig& config)
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    const bool known = std::any_of(cameras.begin(), cameras.end(), [&](const CameraPtr& c) {
+        return c->serialNumber() == config.serialNumber;
+    });
+    if (known) {
+        return false;
+    }
+    const auto currentField = [this] {
+        const std::lock_guard<std::mutex> fieldLock(mutex);
+        return field;
+    };
+    cameras.push_back(std::make_shared<VirtualCamera>(config, static_cast<int>(cameras.size()),
+                                                      clock, currentField, eeproms));
+    if (config.recording && !config.recording->report.empty()) {
+        std::fprintf(stderr, "%s\n", config.recording->report.c_str());
+    }
+    return true;
+}
+
+void Bench::Impl::load(const BenchDescription& description)
+{
+    clear();
     {
         const std::lock_guard<std::mutex> lock(mutex);
-        return cameras;
+        field = description.field;
     }
-
-    /// Removes all cameras from the bench.
-    void clear()
-    {
-        std::vector<CameraPtr> gone;
-        {
-            const std::lock_guard<std::mutex> lock(mutex);
-            gone.swap(cameras);
-        }
-        for (const CameraPtr& camera : gone) {
-            camera->unplug();
-        }
+    for (const CameraConfig& config : description.cameras) {
+        add(config);
     }
-
-    bool add(const CameraConfig& config)
-    {
-        const std::lock_guard<std::mutex> lock(mutex);
-        const bool known = std::any_of(cameras.begin(), cameras.end(), [&](const CameraPtr& c) {
-            return c->serialNumber() == config.serialNumber;
-        });
-        if (known) {
-            return false;
-        }
-        const auto currentField = [this] {
-            const std::lock_guard<std::mutex> fieldLock(mutex);
-            return field;
-        };
-        cameras.push_back(std::make_shared<VirtualCamera>(config, static_cast<int>(cameras.size()),
-                                                          clock, currentField, eeproms));
-        if (config.recording && !config.recording->report.empty()) {
-            std::fprintf(stderr, "%s\n", config.recording->report.c_str());
-        }
-        return true;
-    }
-
-    void setProblem(const std::string& line)
-    {
-        const std::lock_guard<std::mutex> lock(mutex);
-        problem = line;
-    }
-
-    void load(const BenchDescription& description)
-    {
-        clear();
-        {
-            const std::lock_guard<std::mutex> lock(mutex);
-            field = description.field;
-        }
-        for (const CameraConfig& config : description.cameras) {
-            add(config);
-        }
-    }
-};
+}
 
 Bench::Bench() : m_impl(std::make_unique<Impl>()) {}
 Bench::~Bench() = default;

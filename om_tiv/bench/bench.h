@@ -17,8 +17,8 @@
 /// empty value.
 #pragma once
 
-#include "bench/call_log.h"
 #include "base/clock.h"
+#include "bench/call_log.h"
 #include "world/config.h"
 #include "world/geometry.h"
 

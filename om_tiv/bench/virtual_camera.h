@@ -9,11 +9,11 @@
 #pragma once
 
 #include "base/clock.h"
-#include "world/config.h"
 #include "bench/eeprom.h"
-#include "world/motion.h"
-#include "world/environment.h"
 #include "bench/script.h"
+#include "world/config.h"
+#include "world/environment.h"
+#include "world/motion.h"
 #include "world/sensor_source.h"
 
 #include <atomic>

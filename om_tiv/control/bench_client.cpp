@@ -1,8 +1,8 @@
 #include "control/bench_client.h"
 
-#include "control/bench_path.h"
 #include "base/files.h"
 #include "base/json_depth.h"
+#include "control/bench_path.h"
 
 #include <algorithm>
 #include <array>

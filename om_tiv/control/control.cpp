@@ -1,29 +1,27 @@
 #include "control/control.h"
 
-#include "bench/bench.h"
-#include "bench/bench_file.h"
-#include "control/bench_path.h"
-#include "control/control_server.h"
-#include "bench/eeprom.h"
 #include "base/bytes.h"
 #include "base/json_depth.h"
-#include "bench/loader.h"
 #include "base/one_line.h"
+#include "bench/bench.h"
+#include "bench/bench_file.h"
+#include "bench/eeprom.h"
+#include "bench/loader.h"
 #include "bench/virtual_camera.h"
-#include "world/faults.h"
+#include "control/bench_path.h"
+#include "control/camera_json.h"
+#include "control/control_server.h"
+#include "control/request_values.h"
 #include "world/ranges.h"
 
 #include <nlohmann/json.hpp>
 
-#include <array>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
-#include <stdexcept>
 #include <utility>
-#include <variant>
 
 namespace om::bench {
 
@@ -34,122 +32,6 @@ using nlohmann::json;
 constexpr double DEGREES = 180.0 / PI;
 constexpr range::Range GLIDE{0.0, 600.0}; ///< s
 constexpr double FASTEST_SPIN = 1000.0;   ///< degrees per second, range of the gyroscope
-
-/// A refused request, with the reason for its sender.
-class Refusal : public std::runtime_error
-{
-    using std::runtime_error::runtime_error;
-};
-
-const json& member(const json& object, const char* key)
-{
-    const auto found = object.find(key);
-    if (found == object.end()) {
-        throw Refusal(std::string("\"") + key + "\" is missing");
-    }
-    return *found;
-}
-
-double number(const json& object, const char* key, const range::Range& range)
-{
-    const auto [least, most] = range;
-    const json& value = member(object, key);
-    if (!value.is_number() || !(value.get<double>() >= least && value.get<double>() <= most)) {
-        throw Refusal(std::string("\"") + key + "\" must be a number from " + json(least).dump() +
-                      " to " + json(most).dump());
-    }
-    return value.get<double>();
-}
-
-/// N numbers from -most to most.
-template <std::size_t N>
-std::array<double, N> numbers(const json& object, const char* key, double most)
-{
-    const json& value = member(object, key);
-    std::array<double, N> result{};
-    bool sound = value.is_array() && value.size() == N;
-    for (std::size_t i = 0; sound && i < N; ++i) {
-        sound = value[i].is_number() && std::abs(value[i].get<double>()) <= most;
-        result[i] = sound ? value[i].get<double>() : 0.0;
-    }
-    if (!sound) {
-        throw Refusal(std::string("\"") + key + "\" must be " + std::to_string(N) +
-                      " numbers from " + json(-most).dump() + " to " + json(most).dump());
-    }
-    return result;
-}
-
-/// False if it is missing.
-bool flag(const json& object, const char* key)
-{
-    const auto found = object.find(key);
-    if (found == object.end()) {
-        return false;
-    }
-    if (!found->is_boolean()) {
-        throw Refusal(std::string("\"") + key + "\" must be true or false");
-    }
-    return found->get<bool>();
-}
-
-std::string text(const json& object, const char* key)
-{
-    const json& value = member(object, key);
-    if (!value.is_string()) {
-        throw Refusal(std::string("\"") + key + "\" must be a text");
-    }
-    return value.get<std::string>();
-}
-
-json asJson(ERROR_CODE code)
-{
-    return static_cast<int>(code);
-}
-
-json asJson(std::chrono::milliseconds time)
-{
-    return time.count();
-}
-
-template <typename Value>
-json asJson(Value value)
-{
-    return value;
-}
-
-/// The faults that differ from their default, or all, by the keys of bench files.
-json faultsAsJson(const Faults& faults, bool all)
-{
-    const Faults none;
-    json object = json::object();
-    for (const FaultKey& fault : faultKeys) {
-        std::visit(
-            [&](auto place) {
-                if (all || faults.*place != none.*place) {
-                    object[fault.key] = asJson(faults.*place);
-                }
-            },
-            fault.place);
-    }
-    return object;
-}
-
-json triple(const Vector& v, double scale = 1.0)
-{
-    return {scale * v.x, scale * v.y, scale * v.z};
-}
-
-/// The values that the program has last received, by the keys of the truth; null before it has read
-/// anything.
-json readingAsJson(const std::optional<Reading>& reading)
-{
-    if (!reading) {
-        return nullptr;
-    }
-    return {{"field", reading->field ? triple(*reading->field) : json()},
-            {"specificForce", triple(reading->acceleration)},
-            {"angularVelocity", triple(reading->angularVelocity)}};
-}
 
 /// Without the place in a file, which has no meaning here; with the key.
 std::string withoutPlace(const std::string& error)
@@ -247,33 +129,11 @@ private:
     {
         json cameras = json::array();
         for (const CameraStatus& status : m_bench.status()) {
-            const ImuCounters counters = m_bench.imuCounters(status.serialNumber);
-            const Truth truth = m_bench.truth(status.serialNumber);
             const auto device = m_bench.camera(status.serialNumber);
             if (!device) {
                 continue; // removed in the meantime
             }
-            cameras.push_back({{"serialNumber", status.serialNumber},
-                               {"model", toString(status.model).c_str()},
-                               {"id", status.id},
-                               {"state", !status.plugged          ? "unplugged"
-                                         : !status.inUse          ? "plugged"
-                                         : counters.delivered > 0 ? "streaming"
-                                                                  : "open"},
-                               {"motion", motionName(status.motion)},
-                               {"firmware", device->firmwareVersion()},
-                               {"temperature", device->airTemperature()},
-                               {"samplesProduced", counters.produced},
-                               {"samplesRead", counters.delivered},
-                               {"faults", faultsAsJson(m_bench.faults(status.serialNumber), false)},
-                               {"reading", readingAsJson(device->lastReading())},
-                               {"truth",
-                                {{"heading", truth.heading * DEGREES},
-                                 {"pose", {truth.pose.x, truth.pose.y, truth.pose.z, truth.pose.w}},
-                                 {"field", triple(truth.field)},
-                                 {"specificForce", triple(truth.specificForce)},
-                                 {"angularVelocity", triple(truth.angularVelocity, DEGREES)},
-                                 {"movingState", truth.movingState}}}});
+            cameras.push_back(cameraAsJson(m_bench, status, *device));
         }
         json answer = {{"cameras", cameras}};
         if (const std::string problem = m_bench.problem(); !problem.empty()) {
@@ -389,18 +249,6 @@ private:
         }
         target->setPose(value, std::chrono::nanoseconds(std::llround(glide * 1e9)), spin);
         return json::object();
-    }
-
-    static Quaternion quaternion(const json& angles)
-    {
-        const auto parts = numbers<4>(angles, "quaternion", 1.0);
-        const Quaternion given{parts[3], parts[0], parts[1], parts[2]};
-        const double square =
-            given.w * given.w + given.x * given.x + given.y * given.y + given.z * given.z;
-        if (std::abs(square - 1.0) > 1e-3) {
-            throw Refusal("\"quaternion\" must have the length 1");
-        }
-        return normalized(given);
     }
 
     json temperature()

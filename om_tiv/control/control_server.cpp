@@ -73,6 +73,46 @@ std::string dangerOf(const std::string& folder)
     return (state.st_mode & S_IWOTH) != 0 && !sticky ? "can be changed by every user" : "";
 }
 
+/// Makes the folder of a socket. False with the error if it can't be, or if somebody else could
+/// change what is in it.
+bool makeFolderOf(const std::string& path, std::string& error)
+{
+    const std::size_t slash = path.rfind('/');
+    std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+    // With a slash at its end a link would count as its target.
+    while (folder.size() > 1 && folder.back() == '/') {
+        folder.pop_back();
+    }
+    if (const std::string part = makeFolders(folder); !part.empty()) {
+        error = reason(part);
+        return false;
+    }
+    if (const std::string danger = dangerOf(folder); !danger.empty()) {
+        error = folder + ": " + danger;
+        return false;
+    }
+    return true;
+}
+
+/// Removes a dead socket from the path. False with the error if something else is there.
+bool makeRoomAt(const std::string& path, const sockaddr_un& address, std::string& error)
+{
+    struct stat state = {};
+    if (::lstat(path.c_str(), &state) != 0) {
+        return true;
+    }
+    if (!S_ISSOCK(state.st_mode)) {
+        error = path + ": there is something that is not a socket";
+        return false;
+    }
+    if (isAlive(address)) {
+        error = path + ": another process serves this socket";
+        return false;
+    }
+    ::unlink(path.c_str());
+    return true;
+}
+
 void makeEarlier(Moment& moment, const Moment& other)
 {
     if (other && (!moment || *other < *moment)) {
@@ -123,39 +163,17 @@ public:
         }
         std::memcpy(address.sun_path, m_path.c_str(), m_path.size() + 1);
 
-        const std::size_t slash = m_path.rfind('/');
-        std::string folder = slash == std::string::npos ? "." : m_path.substr(0, slash + 1);
-        // With a slash at its end a link would count as its target.
-        while (folder.size() > 1 && folder.back() == '/') {
-            folder.pop_back();
-        }
-        if (const std::string part = makeFolders(folder); !part.empty()) {
-            error = reason(part);
+        if (!makeFolderOf(m_path, error)) {
             return false;
         }
-        if (const std::string danger = dangerOf(folder); !danger.empty()) {
-            error = folder + ": " + danger;
-            return false;
-        }
-
         m_listener = Descriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
         if (!m_listener.valid()) {
             error = reason("socket");
             return false;
         }
-        struct stat state = {};
-        if (::lstat(m_path.c_str(), &state) == 0) {
-            if (!S_ISSOCK(state.st_mode)) {
-                error = m_path + ": there is something that is not a socket";
-                m_listener = Descriptor();
-                return false;
-            }
-            if (isAlive(address)) {
-                error = m_path + ": another process serves this socket";
-                m_listener = Descriptor();
-                return false;
-            }
-            ::unlink(m_path.c_str());
+        if (!makeRoomAt(m_path, address, error)) {
+            m_listener = Descriptor();
+            return false;
         }
         // The file gets its mode from the socket, so that the mode is right from the first moment
         // and the umask, which all threads share, does not change.

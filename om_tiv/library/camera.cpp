@@ -1,8 +1,8 @@
 #include <om_tiv/camera.h>
 
-#include "library/the_bench.h"
 #include "library/camera_session.h"
 #include "library/hid.h"
+#include "library/the_bench.h"
 
 #include <atomic>
 #include <mutex>

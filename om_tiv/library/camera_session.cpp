@@ -1,7 +1,7 @@
 #include "library/camera_session.h"
 
-#include "library/the_bench.h"
 #include "base/one_line.h"
+#include "library/the_bench.h"
 
 #include <algorithm>
 #include <cmath>

@@ -2,8 +2,8 @@
 /// The source of an opened camera's frames: the bench's clock or a recorded file.
 #pragma once
 
-#include "replay/recorded_file.h"
 #include "base/clock.h"
+#include "replay/recorded_file.h"
 
 #include <chrono>
 #include <cstddef>

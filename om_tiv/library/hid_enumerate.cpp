@@ -4,8 +4,8 @@
 /// The linker redirects every call of hid_enumerate here (--wrap). The entries are allocated as
 /// hidapi allocates its own, so that hid_free_enumeration frees all of them.
 
-#include "library/the_bench.h"
 #include "library/hid.h"
+#include "library/the_bench.h"
 
 #include <hidapi/hidapi.h>
 

@@ -1,9 +1,9 @@
 #include <om_tiv/mcu.h>
 
+#include "bench/virtual_camera.h"
+#include "library/mcu_link.h"
 #include "library/the_bench.h"
 #include "world/heading.h"
-#include "library/mcu_link.h"
-#include "bench/virtual_camera.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,7 +1,7 @@
 #include "library/mcu_link.h"
 
-#include "library/the_bench.h"
 #include "library/hid.h"
+#include "library/the_bench.h"
 
 #include <algorithm>
 #include <chrono>

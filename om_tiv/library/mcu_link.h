@@ -3,8 +3,8 @@
 #pragma once
 
 #include "bench/bench.h"
-#include "world/heading.h"
 #include "bench/virtual_camera.h"
+#include "world/heading.h"
 
 #include <om_tiv/mcu.h>
 

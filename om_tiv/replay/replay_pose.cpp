@@ -90,9 +90,8 @@ bool searchRatio(float angle, double length, const Accept& accept)
     return false;
 }
 
-} // namespace
-
-Transform transformOfEulerDegrees(const std::array<float, 3>& degrees)
+/// Rz Ry Rx of the angles.
+Matrix4f matrixOfEulerDegrees(const std::array<float, 3>& degrees)
 {
     const double x = degrees[0] / DEGREES;
     const double y = degrees[1] / DEGREES;
@@ -103,7 +102,6 @@ Transform transformOfEulerDegrees(const std::array<float, 3>& degrees)
     const double cy = std::cos(y);
     const double sz = std::sin(z);
     const double cz = std::cos(z);
-    // Rz Ry Rx.
     const double rows[3][3] = {{cz * cy, cz * sy * sx - sz * cx, cz * sy * cx + sz * sx},
                                {sz * cy, sz * sy * sx + cz * cx, sz * sy * cx - cz * sx},
                                {-sy, cy * sx, cy * cx}};
@@ -113,6 +111,16 @@ Transform transformOfEulerDegrees(const std::array<float, 3>& degrees)
             matrix(row, column) = static_cast<float>(rows[row][column]);
         }
     }
+    return matrix;
+}
+
+} // namespace
+
+Transform transformOfEulerDegrees(const std::array<float, 3>& degrees)
+{
+    Matrix4f matrix = matrixOfEulerDegrees(degrees);
+    const double sy = std::sin(degrees[1] / DEGREES);
+    const double cy = std::cos(degrees[1] / DEGREES);
     const float wantedX = radiansReadAs(degrees[0]);
     const float wantedY = radiansReadAs(degrees[1]);
     const float wantedZ = radiansReadAs(degrees[2]);

@@ -1,13 +1,11 @@
 #include "tools/command_line.h"
 
-#include "base/json_depth.h"
 #include "base/one_line.h"
+#include "tools/arguments.h"
 
 #include <CLI/CLI.hpp>
 
 #include <array>
-#include <charconv>
-#include <cmath>
 #include <cstdint>
 #include <filesystem>
 #include <iostream>
@@ -20,75 +18,6 @@ namespace {
 using nlohmann::json;
 
 constexpr int WRONG_USAGE = 2;
-
-// ---- Arguments ----------------------------------------------------------------------------------
-
-std::string unlike(const std::string& wanted, const std::string& text)
-{
-    return "must be " + wanted + ", not \"" + text + "\"";
-}
-
-/// Only digits. An empty text is not 0, and a leading 0 does not mean octal.
-CLI::Validator wholeNumber(std::uint64_t least, std::uint64_t most)
-{
-    return {[least, most](std::string& text) {
-                std::uint64_t value = 0;
-                const char* const end = text.data() + text.size();
-                const auto result = std::from_chars(text.data(), end, value);
-                if (result.ec != std::errc() || result.ptr != end || value < least ||
-                    value > most) {
-                    return unlike("a whole number from " + std::to_string(least) + " to " +
-                                      std::to_string(most),
-                                  text);
-                }
-                text = std::to_string(value);
-                return std::string();
-            },
-            ""};
-}
-
-CLI::Validator serialNumber()
-{
-    return wholeNumber(0, UINT32_MAX);
-}
-
-/// A finite number; the bench checks its range.
-CLI::Validator number()
-{
-    return {[](std::string& text) {
-                double value = 0.0;
-                const char* const begin = text.data() + (text.rfind('+', 0) == 0 ? 1 : 0);
-                const char* const end = text.data() + text.size();
-                const auto result = std::from_chars(begin, end, value);
-                const bool sound =
-                    result.ec == std::errc() && result.ptr == end && std::isfinite(value);
-                return sound ? std::string() : unlike("a number", text);
-            },
-            ""};
-}
-
-CLI::Validator someText()
-{
-    return {[](std::string& text) {
-                return text.empty() ? std::string("must not be empty") : std::string();
-            },
-            ""};
-}
-
-/// A fault's value on the command line: on, off, or a JSON value.
-json faultValue(const std::string& text)
-{
-    if (text == "on" || text == "true") {
-        return true;
-    }
-    if (text == "off" || text == "false") {
-        return false;
-    }
-    json value;
-    return parseBounded(text, value) == JSON_TEXT::SOUND ? value : json(text);
-}
-
-// ---- Commands -----------------------------------------------------------------------------------
 
 class CommandLine
 {

@@ -5,9 +5,9 @@
 #include "control/bench_client.h"
 #include "tools/command_line.h"
 
-#include "world/eeprom_image.h"
 #include "base/bytes.h"
 #include "base/one_line.h"
+#include "world/eeprom_image.h"
 
 #include <array>
 #include <chrono>

@@ -2,8 +2,8 @@
 /// What the tests of the camera library share.
 #pragma once
 
-#include "library/the_bench.h"
 #include "bench/virtual_camera.h"
+#include "library/the_bench.h"
 
 #include <om_tiv/om_tiv.h>
 

@@ -3,8 +3,8 @@
 
 #include "om_tiv/benchtest.h"
 
-#include "world/heading.h"
 #include "calibration/mag_calib.h"
+#include "world/heading.h"
 
 #include <QTemporaryDir>
 

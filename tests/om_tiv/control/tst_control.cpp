@@ -1,13 +1,13 @@
 // The control socket: what it understands, and what it bears.
 
-#include "library/the_bench.h"
-#include "control/control.h"
-#include "control/bench_path.h"
-#include "control/control_server.h"
-#include "bench/eeprom.h"
 #include "base/bytes.h"
 #include "base/one_line.h"
+#include "bench/eeprom.h"
 #include "control/bench_client.h"
+#include "control/bench_path.h"
+#include "control/control.h"
+#include "control/control_server.h"
+#include "library/the_bench.h"
 
 #include "om_tiv/control/socketclient.h"
 

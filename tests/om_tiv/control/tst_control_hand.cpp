@@ -1,10 +1,10 @@
 // What a hand at the bench orders over the socket: poses that turn on, the air around, the
 // firmware.
 
-#include "library/the_bench.h"
-#include "control/control.h"
-#include "world/physics.h"
 #include "bench/virtual_camera.h"
+#include "control/control.h"
+#include "library/the_bench.h"
+#include "world/physics.h"
 
 #include <om_tiv/om_tiv.h>
 

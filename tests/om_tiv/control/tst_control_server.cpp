@@ -1,8 +1,8 @@
 // The control socket under attack: who may stand where it stands, and clients that mean no good.
 
-#include "control/control_server.h"
 #include "base/files.h"
 #include "control/bench_client.h"
+#include "control/control_server.h"
 
 #include "om_tiv/control/socketclient.h"
 #include "support/sidethread.h"

@@ -2,9 +2,9 @@
 /// A bench with one camera that was never calibrated, and the link to its microcontroller.
 #pragma once
 
-#include "library/the_bench.h"
 #include "bench/eeprom.h"
 #include "bench/virtual_camera.h"
+#include "library/the_bench.h"
 
 #include <om_tiv/om_tiv.h>
 

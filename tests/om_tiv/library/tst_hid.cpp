@@ -1,5 +1,5 @@
-#include "library/the_bench.h"
 #include "library/hid.h"
+#include "library/the_bench.h"
 
 #include <om_tiv/om_tiv.h>
 

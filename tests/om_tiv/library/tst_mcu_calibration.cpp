@@ -1,6 +1,6 @@
-#include "library/the_bench.h"
 #include "bench/eeprom.h"
 #include "bench/virtual_camera.h"
+#include "library/the_bench.h"
 
 #include <om_tiv/om_tiv.h>
 

@@ -1,5 +1,5 @@
-#include "library/the_bench.h"
 #include "bench/virtual_camera.h"
+#include "library/the_bench.h"
 
 #include <om_tiv/om_tiv.h>
 

@@ -1,12 +1,12 @@
 // Playing a recording in place of the physics.
 
-#include "library/the_bench.h"
 #include "bench/bench_file.h"
+#include "bench/virtual_camera.h"
 #include "control/control.h"
+#include "library/the_bench.h"
 #include "replay/replay.h"
 #include "replay/replay_pose.h"
 #include "replay/sensor_recording.h"
-#include "bench/virtual_camera.h"
 
 #include <om_tiv/camera.h>
 

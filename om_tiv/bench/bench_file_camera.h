@@ -1,0 +1,22 @@
+/// @file
+/// A camera in a bench file.
+#pragma once
+
+#include "base/json_lines.h"
+#include "world/config.h"
+#include "world/ranges.h"
+
+#include <string>
+
+namespace om::bench {
+
+/// Leaves the value if the object has no such key.
+void readNumber(JsonObject& object, const std::string& key, double& value,
+                const range::Range& range);
+
+/// Throws JsonMistake.
+/// @param path   of the node, for mistakes
+/// @param folder of the bench file, with its slash: files that it names are looked for there
+CameraConfig readCamera(const JsonNode& node, const std::string& path, const std::string& folder);
+
+} // namespace om::bench

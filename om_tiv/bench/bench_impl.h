@@ -1,0 +1,69 @@
+/// @file
+/// What a bench is made of.
+#pragma once
+
+#include "bench/bench.h"
+#include "bench/bench_file.h"
+#include "bench/eeprom.h"
+#include "bench/loader.h"
+#include "bench/virtual_camera.h"
+
+#include <algorithm>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace om::bench {
+
+using CameraPtr = std::shared_ptr<VirtualCamera>;
+
+struct Bench::Impl
+{
+    Clock clock;
+    CallLog log;
+
+    mutable std::mutex mutex; ///< guards what follows
+    std::vector<CameraPtr> cameras;
+    Field field;
+    std::shared_ptr<EepromStore> eeproms = std::make_shared<EepromStore>();
+    std::function<void()> deviceListHook;
+    std::function<void(const InitParameters&)> openHook;
+    int opens = 0;
+    int lists = 0;
+    int listsDuringOpen = 0;
+    std::string problem;
+
+    Loader loader; ///< uses the above
+
+    CameraPtr find(unsigned int serial) const
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        const auto found = std::find_if(cameras.begin(), cameras.end(), [&](const CameraPtr& c) {
+            return c->serialNumber() == serial;
+        });
+        return found != cameras.end() ? *found : nullptr;
+    }
+
+    std::vector<CameraPtr> all() const
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        return cameras;
+    }
+
+    /// Takes all cameras off the bench.
+    void clear();
+
+    bool add(const CameraConfig& config);
+
+    void setProblem(const std::string& line)
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        problem = line;
+    }
+
+    void load(const BenchDescription& description);
+};
+
+} // namespace om::bench

@@ -1,0 +1,96 @@
+#include "control/camera_json.h"
+
+#include "bench/bench_file.h"
+#include "bench/virtual_camera.h"
+
+#include <chrono>
+#include <optional>
+#include <variant>
+
+namespace om::bench {
+
+using nlohmann::json;
+
+namespace {
+
+constexpr double DEGREES = 180.0 / PI;
+
+json asJson(ERROR_CODE code)
+{
+    return static_cast<int>(code);
+}
+
+json asJson(std::chrono::milliseconds time)
+{
+    return time.count();
+}
+
+template <typename Value>
+json asJson(Value value)
+{
+    return value;
+}
+
+json triple(const Vector& v, double scale = 1.0)
+{
+    return {scale * v.x, scale * v.y, scale * v.z};
+}
+
+/// The values that the program has last received, by the keys of the truth; null before it has read
+/// anything.
+json readingAsJson(const std::optional<Reading>& reading)
+{
+    if (!reading) {
+        return nullptr;
+    }
+    return {{"field", reading->field ? triple(*reading->field) : json()},
+            {"specificForce", triple(reading->acceleration)},
+            {"angularVelocity", triple(reading->angularVelocity)}};
+}
+
+} // namespace
+
+json faultsAsJson(const Faults& faults, bool all)
+{
+    const Faults none;
+    json object = json::object();
+    for (const FaultKey& fault : faultKeys) {
+        std::visit(
+            [&](auto place) {
+                if (all || faults.*place != none.*place) {
+                    object[fault.key] = asJson(faults.*place);
+                }
+            },
+            fault.place);
+    }
+    return object;
+}
+
+json cameraAsJson(const Bench& bench, const CameraStatus& status, const VirtualCamera& device)
+{
+    const ImuCounters counters = bench.imuCounters(status.serialNumber);
+    const Truth truth = bench.truth(status.serialNumber);
+    return {{"serialNumber", status.serialNumber},
+            {"model", toString(status.model).c_str()},
+            {"id", status.id},
+            {"state", !status.plugged          ? "unplugged"
+                      : !status.inUse          ? "plugged"
+                      : counters.delivered > 0 ? "streaming"
+                                               : "open"},
+            {"motion", motionName(status.motion)},
+            {"firmware", device.firmwareVersion()},
+            {"temperature", device.airTemperature()},
+            {"samplesProduced", counters.produced},
+            {"samplesRead", counters.delivered},
+            {"faults", faultsAsJson(bench.faults(status.serialNumber), false)},
+            {"reading", readingAsJson(device.lastReading())},
+            {"truth",
+             {{"heading", truth.heading * DEGREES},
+              {"pose", {truth.pose.x, truth.pose.y, truth.pose.z, truth.pose.w}},
+              {"field", triple(truth.field)},
+              {"specificForce", triple(truth.specificForce)},
+              {"angularVelocity", triple(truth.angularVelocity, DEGREES)},
+              {"movingState", truth.movingState}}}};
+}
+
+} // namespace om::bench

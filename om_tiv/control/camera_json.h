@@ -1,0 +1,19 @@
+/// @file
+/// A camera as the control's answers have it.
+#pragma once
+
+#include "bench/bench.h"
+#include "world/faults.h"
+
+#include <nlohmann/json.hpp>
+
+namespace om::bench {
+
+/// The faults that differ from their default, or all, by the keys of bench files.
+nlohmann::json faultsAsJson(const Faults& faults, bool all);
+
+/// An entry of the list.
+nlohmann::json cameraAsJson(const Bench& bench, const CameraStatus& status,
+                            const VirtualCamera& device);
+
+} // namespace om::bench
