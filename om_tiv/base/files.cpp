@@ -122,8 +122,8 @@ bool putInPlace(const Descriptor& file, const std::string& temporary, const std:
         errno = why;
         return false;
     }
-    // The new name must reach the disk too. A file system that can't sync a folder has done its
-    // best by now.
+    // The new name must reach the disk too. If a file system can't sync a folder, nothing more can
+    // be done.
     const std::size_t slash = path.rfind('/');
     const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
     const Descriptor open(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));

@@ -24,7 +24,7 @@ struct Bench::Impl
     Clock clock;
     CallLog log;
 
-    mutable std::mutex mutex; ///< guards what follows
+    mutable std::mutex mutex; ///< guards the following members
     std::vector<CameraPtr> cameras;
     Field field;
     std::shared_ptr<EepromStore> eeproms = std::make_shared<EepromStore>();
@@ -35,7 +35,7 @@ struct Bench::Impl
     int listsDuringOpen = 0;
     std::string problem;
 
-    Loader loader; ///< uses the above
+    Loader loader; ///< uses the members above
 
     CameraPtr find(unsigned int serial) const
     {
@@ -52,7 +52,7 @@ struct Bench::Impl
         return cameras;
     }
 
-    /// Takes all cameras off the bench.
+    /// Removes all cameras from the bench.
     void clear();
 
     bool add(const CameraConfig& config);

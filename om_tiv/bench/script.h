@@ -53,7 +53,7 @@ public:
 
     void set(std::vector<Entry> entries, AFTER after = AFTER::REPEAT_LAST);
     void set(Generator generator, AFTER after = AFTER::REPEAT_LAST);
-    /// Adds entries behind those of set(); without an active script as set() with REPEAT_LAST.
+    /// Appends entries to those of set(); without an active script like set() with REPEAT_LAST.
     void append(std::vector<Entry> entries);
     void clear(); ///< back to physics
     ScriptStatus status() const;

@@ -102,7 +102,7 @@ std::string unreadable()
 /// Empty, or what is wrong with the frames, which follow the header.
 std::string readFrames(const Descriptor& file, std::size_t frames, std::vector<Nanoseconds>& times)
 {
-    // Piece by piece: the number of frames is only a claim until the bytes are there.
+    // In pieces: the number of frames is not reliable until the bytes have been read.
     std::array<std::uint8_t, 8 * 1024> piece{};
     while (times.size() < frames) {
         const std::size_t wanted = std::min<std::size_t>(piece.size(), 8 * (frames - times.size()));

@@ -25,7 +25,7 @@ constexpr std::size_t IMAGE_BYTES = 44;
 /// The image of a camera with this calibration.
 std::string imageOf(unsigned int serial, const MagCalibration& calibration);
 
-/// What is wrong with the bytes of an image of this camera, and where; empty for a sound one.
+/// The mistake in the bytes of an image of this camera, with its place; empty for a valid one.
 std::string imageDamage(const std::string& image, unsigned int serial);
 
 /// What a sound image holds.
