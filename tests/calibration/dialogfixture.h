@@ -1,5 +1,5 @@
 /// @file
-/// A calibration dialog with a camera on the virtual bench, for the tests of its topics.
+/// A calibration dialog with a camera on the virtual bench, for the dialog's tests.
 #pragma once
 
 #include "calibration/benchcamera.h"
@@ -11,11 +11,12 @@
 #include <memory>
 #include <vector>
 
-/// One camera that answers without new readings until feed() gives it some, and one dialog on it.
+/// One camera that answers without new readings until feed() adds some, and one dialog that uses
+/// it.
 class DialogFixture
 {
 public:
-    /// @param withDialog false leaves the dialog to open()
+    /// @param withDialog false: open() creates the dialog
     explicit DialogFixture(bool withDialog = true, om::MODEL model = om::MODEL::TIV_Q,
                            unsigned int number = benchcamera::serial)
         : bench(benchcamera::setUp(model, number)), serial(number)
@@ -38,7 +39,7 @@ public:
             waitForThread();
     }
 
-    /// The thread has begun its loop; a dialog that is left before would not join it.
+    /// The thread has started its loop; a dialog that is left before would not join it.
     void waitForThread() { QTRY_VERIFY(running()); }
 
     bool running() const { return probe->running(); }
@@ -53,7 +54,7 @@ public:
         dialog.reset();
     }
 
-    /// Gives the thread these records and waits until it has dealt with them. After them nothing
+    /// Passes these records to the thread and waits until it has handled them. After them nothing
     /// is new.
     void feed(std::vector<om::IMUReaderData> records)
     {
@@ -66,7 +67,7 @@ public:
         settle();
     }
 
-    /// Waits for two more reads: what was read before has been dealt with.
+    /// Waits for two more reads, after which everything read before has been handled.
     void settle()
     {
         const std::uint64_t calls = bench.camera(serial)->readerScript().status().calls;

@@ -1,5 +1,5 @@
-/// What the dialog asks of hidapi, of its link and of its own parts, and in which state it is then.
-/// The linker sends these calls here (--wrap), and all but those of hidapi go on from here.
+/// The dialog's calls of hidapi, of its link and of its own parts, and its state at each call. The
+/// linker redirects these calls here (--wrap); all except those of hidapi are forwarded.
 
 #include "calibration/dialogfixture.h"
 
@@ -27,7 +27,7 @@ namespace {
 
 constexpr unsigned short vendor = 0x7C15;
 
-/// The devices of the machine, and what was asked of them.
+/// The devices of the machine, and the calls on them.
 struct Hidapi
 {
     void clear()
@@ -56,17 +56,17 @@ struct Hidapi
 
 Hidapi hidapi;
 
-/// Called instead of the link's stopCapture(), which it then goes on to.
+/// Called instead of the link's stopCapture(), which it then calls.
 std::function<void()> onStopCapture;
-/// Called instead of the link's getIMUPose(), on the reading thread, which it then goes on to.
+/// Called instead of the link's getIMUPose(), on the reading thread; then calls it.
 std::function<void()> onPose;
-/// Called instead of the fit, which it then goes on to.
+/// Called instead of the fit, which it then calls.
 std::function<void()> onFit;
-/// Called instead of a plot's replot(), which it then goes on to.
+/// Called instead of a plot's replot(), which it then calls.
 std::function<void()> onReplot;
-/// Called instead of the coverage counter's percentage, which it then goes on to.
+/// Called instead of the coverage counter's percentage, which it then calls.
 std::function<void()> onCoverage;
-/// Called instead of a widget's setFont(), which it then goes on to.
+/// Called instead of a widget's setFont(), which it then calls.
 std::function<void(const QWidget& widget, const QFont& font)> onSetFont;
 
 /// The mutex whose locks are counted, by the thread that takes it.
@@ -77,7 +77,7 @@ std::atomic<int> locksOfOtherThreads{0};
 bool heldByOwnThread = false;
 std::atomic<bool> held{false};
 
-/// Sleeps of all threads but the own one.
+/// Sleeps of all threads except the own one.
 std::atomic<int> sleepsOfOtherThreads{0};
 
 class WatchedMutex
@@ -288,7 +288,7 @@ void TestDialogCalls::deviceWithoutASerialNumberIsListedWithout_data()
 {
     QTest::addColumn<ushort>("product");
     QTest::addColumn<QStringList>("serials");
-    // By its product it counts; without one too, nothing says what it is.
+    // Its product id is sufficient; without this too, the device is unknown.
     QTest::newRow("with a product id") << ushort{0xA341} << QStringList{""};
     QTest::newRow("without a product id") << ushort{0} << QStringList{};
 }
@@ -351,7 +351,7 @@ void TestDialogCalls::listIsFreedOnce()
 
 void TestDialogCalls::widgetsAreGivenTheFontsOfTheLook()
 {
-    // As they are given: a size in a style sheet has the last word on what a widget then says.
+    // As they are set: a size in a style sheet overrides what a widget then reports.
     const Style style;
     QFont twelvePoints = style.fontPro9;
     twelvePoints.setPointSize(12);

@@ -30,7 +30,7 @@ Records operator+(Records a, const Records& b)
     return a;
 }
 
-/// Samples in the dialog's axes on an ellipsoid, as the raw vectors hold them.
+/// Samples in the dialog's axes on an ellipsoid, as in the raw vectors.
 void fillRaw(MagCalibDlgProbe& probe, int count)
 {
     for (const om::IMUReaderData& one : readings(count)) {
@@ -321,7 +321,7 @@ void TestSampling::hundredAndFirstFailureEndsTheThread()
     QCOMPARE(f.boxes.seen[0].text, QString("Error retrieving sensors data"));
     QVERIFY(!f.running());
     QVERIFY(f.probe->grabThread.joinable());
-    // The last record was never asked for.
+    // The last record was never requested.
     QCOMPARE(f.bench.camera(f.serial)->readerScript().status().delivered, std::uint64_t{102});
 }
 

@@ -1,5 +1,5 @@
 /// @file
-/// What the tests of the camera library share.
+/// Functions that the tests of the camera library share.
 #pragma once
 
 #include "bench/virtual_camera.h"
@@ -62,7 +62,7 @@ inline om::ERROR_CODE current(om::Camera& camera, om::SensorsData& data)
 
 } // namespace benchtest
 
-// Results show as numbers when a comparison fails.
+// Prints results as numbers when a comparison fails.
 namespace QTest {
 template <>
 inline char* toString(const om::ERROR_CODE& code)

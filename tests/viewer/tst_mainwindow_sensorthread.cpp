@@ -30,7 +30,7 @@ constexpr std::uint64_t second = 1'000'000'000;
 constexpr std::uint64_t start = 1000 * second;
 constexpr std::uint64_t period = 2'500'000;
 
-/// A record of the IMU alone, but with temperatures on the board.
+/// A record of only the IMU, but with temperatures on the board.
 SensorsEntry imuRecord(std::uint64_t timestamp)
 {
     SensorsEntry entry;
@@ -86,7 +86,7 @@ using Doubles = QVector<double>;
 
 } // namespace
 
-/// The sensor thread of a real session, fed with records of the test's choice.
+/// The sensor thread of a real session, with records from the test.
 class TestSensorThread : public QObject
 {
     Q_OBJECT
@@ -94,8 +94,8 @@ class TestSensorThread : public QObject
 private:
     std::unique_ptr<Viewer> viewer;
 
-    /// Streams the records to a fresh window, until the loop has dealt with the last one. The last
-    /// one goes on being repeated.
+    /// Streams the records to a new window, until the loop has handled the last one, which is then
+    /// repeated.
     void stream(std::vector<SensorsEntry> entries)
     {
         const std::uint64_t count = entries.size();
@@ -118,7 +118,7 @@ private:
         quiet();
     }
 
-    /// From here on the test alone reads the series: only repeats come.
+    /// From now on only the test reads the series: only repeats arrive.
     void quiet() { QVERIFY(viewer->probe.dataThreadRunning || viewer->probe.cameraLost); }
 
     /// Three IMU samples are stored from these four records.
@@ -267,7 +267,7 @@ private slots:
 
     void theSlowBlocksAreLookedAtOnlyBesideANewImuSample()
     {
-        // The first record is no new IMU sample, so that its barometer is not seen.
+        // The first record is not a new IMU sample, so its barometer is not read.
         stream({withBarometer(imuRecord(start), start),
                 withBarometer(imuRecord(start + period), start + second),
                 withBarometer(imuRecord(start + period), start + 2 * second),
@@ -602,7 +602,7 @@ private slots:
         stream(fourRecords());
         auto& probe = viewer->probe;
         InputThreadModul* const input = probe.inputThread;
-        // While the input thread is held up, the stop waits for it.
+        // While the input thread is blocked, the stop waits for it.
         QSemaphore heldUp;
         QSemaphore released;
         connect(
@@ -787,7 +787,7 @@ private slots:
         viewer->window->reset();
         QVERIFY(asked);
         QVERIFY(probe.dataThread == nullptr && !probe.dataThreadRunning);
-        // The pass that was under way was finished, and no other begun.
+        // The current pass was finished, and no other one started.
         QCOMPARE(probe.imuTime.size(), 3);
     }
 
@@ -817,7 +817,7 @@ private slots:
         viewer->window->createLiveInput();
         bench().setOpenHook(nullptr);
         QTRY_VERIFY(bench().camera(serial)->sensorsScript().status().calls > next.size());
-        // Behind the samples of the run before, which stay.
+        // After the samples of the previous run, which stay.
         QCOMPARE(probe.imuTime.last(), 2000.0025);
         QCOMPARE(probe.imuTime.mid(0, 3), Doubles({1000.0025, 1000.005, 1000.0075}));
         QCOMPARE(probe.imuTime.count(2000.0), 0);

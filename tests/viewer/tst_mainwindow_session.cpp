@@ -29,7 +29,7 @@ const QString noGpuMemory = QStringLiteral(
 const QString oldFirmware =
     QStringLiteral("Your firmware needs to be updated. Please update it in TIV Atlas.");
 
-/// Looks in when the widget gets an event of the type.
+/// Calls a function when the widget gets an event of the type.
 class EventWatcher : public QObject
 {
 public:
@@ -53,7 +53,7 @@ private:
 
 } // namespace
 
-/// The way from a listed camera to a streaming one and back, in a real window.
+/// From a listed camera to a streaming one and back, in a real window.
 class TestSession : public QObject
 {
     Q_OBJECT
@@ -123,7 +123,7 @@ private slots:
         bench().setOpenHook(nullptr);
     }
 
-    // Stands first: the flag for the first image time is one for the process.
+    // First, because the flag for the first image time exists once per process.
     void withoutSensorsTheImagesCarryTheTime()
     {
         bench().addCamera(camera(MODEL::TIV_Q, first));
@@ -150,7 +150,7 @@ private slots:
         QCOMPARE(chart->axisScaleDiv(QwtPlot::yLeft).upperBound(), 15.0);
         QCOMPARE(chart->axisScaleDiv(QwtPlot::xBottom).lowerBound(), 0.0);
         QCOMPARE(chart->axisScaleDiv(QwtPlot::xBottom).upperBound(), 10.0);
-        // The buttons stand as they did.
+        // The buttons have not changed.
         QVERIFY(viewer->ui->pushButton_baro->isVisible());
         QVERIFY(!viewer->ui->pushButton_mag->isVisible());
         QVERIFY(viewer->ui->pushButton_temper->isVisible());
@@ -163,7 +163,7 @@ private slots:
         const auto now = probe.inputThread->camera.getTimestamp(om::TIME_REFERENCE::IMAGE) / 1000;
         QVERIFY(probe.elapsedSec <= static_cast<double>(now - firstTime) / 1e6);
 
-        // A second session goes on with the zero of the first.
+        // A second session continues with the zero of the first.
         viewer->window->reset();
         viewer->window->createLiveInput();
         viewer->window->updateImages();
@@ -230,7 +230,7 @@ private slots:
         start();
         viewer->probe.requestedFps = 60;
         viewer->probe.requestedResolution = 3;
-        // Until the first measurement the rates stand at the one asked for.
+        // Until the first measurement the rates are the requested one.
         QVector<int> rates;
         using P = ProgramStates;
         bench().setOpenHook([&rates](const om::InitParameters&) {
@@ -375,7 +375,7 @@ private slots:
         QVERIFY(probe.detectTimer != nullptr && probe.detectTimer->isActive());
         QCOMPARE(probe.detectTimer->interval(), 200);
         QVERIFY(!isBusy());
-        // The first row wins again.
+        // The first row is opened again.
         QTRY_VERIFY(viewer->streams(first));
         QCOMPARE(viewer->ui->comboBox_camera_list->currentIndex(), 0);
         QCOMPARE(boxes.count(), 0);
@@ -462,7 +462,7 @@ private slots:
         QVERIFY(!probe.dataThreadRunning);
         QVERIFY(probe.dataThread == nullptr);
         QVERIFY(!probe.cameraLost);
-        // The next choice works as ever.
+        // The next choice works as usual.
         choose(0);
         QTRY_VERIFY(viewer->streams(first));
     }
@@ -518,7 +518,7 @@ private slots:
         bool answered = false;
         BoxWatcher boxes([&](QMessageBox& box) {
             QCOMPARE(box.text(), oldFirmware);
-            // Behind the box the camera has been closed and opened again, and streams.
+            // While the box is open the camera has been closed and opened again, and streams.
             if (viewer->streams(first)) {
                 answered = true;
                 clickOk(box);
@@ -528,7 +528,7 @@ private slots:
         QVERIFY(bench().log().count(CALL::OPEN) == 2);
         QCOMPARE(bench().log().count(CALL::CLOSE), 1ULL);
         QCOMPARE(boxes.count(), 1);
-        // One sensor thread, and the session goes on.
+        // One sensor thread, and the session continues.
         const int samples = viewer->samples();
         QTRY_VERIFY(viewer->samples() > samples + 20);
         const QVector<double> times = viewer->copyOf(probe.imuTime);
@@ -570,7 +570,7 @@ private slots:
         bool answered = false;
         BoxWatcher boxes([&](QMessageBox& box) {
             QCOMPARE(box.text(), noGpuMemory);
-            // It is tried again behind the box, without a second one.
+            // The open is repeated while the box is shown, without a second box.
             if (bench().log().count(CALL::OPEN) >= 3) {
                 bench().changeFaults(first, [](auto& f) { f.littleGpuMemory = false; });
                 answered = true;
@@ -713,7 +713,7 @@ private slots:
         start();
         QTRY_COMPARE(viewer->ui->comboBox_camera_list->currentText(), QStringLiteral("No cameras"));
         const CloseSignals closeSignals(viewer->window.get());
-        // The dialog is not there yet: its constructor says that it finds no camera.
+        // The dialog does not exist yet: its constructor reports that it finds no camera.
         bool raised = false;
         BoxWatcher boxes([&](QMessageBox&) {
             if (!raised) {
@@ -785,7 +785,7 @@ private slots:
         om::bench::SensorsEntry gone;
         gone.result = ERROR_CODE::CAMERA_GONE;
         bench().camera(first)->sensorsScript().set({gone});
-        // Without the event loop nobody but the sensor thread acts.
+        // Without the event loop only the sensor thread acts.
         QVERIFY(waiting::waitFor([&] { return !probe.dataThreadRunning; }));
         QVERIFY(probe.cameraLost);
         QVERIFY(probe.inputThread == nullptr);
@@ -793,7 +793,7 @@ private slots:
         QCOMPARE(bench().log().count(CALL::CLOSE), 1ULL);
         QVERIFY(probe.dataThread == handle && handle->joinable());
         QVERIFY(viewer->hasSamples());
-        // A repaint in between meets no input thread.
+        // A repaint in between finds no input thread.
         const int ticks = probe.imageTicks;
         viewer->window->updateImages();
         QCOMPARE(probe.imageTicks, ticks + 1);
@@ -986,7 +986,8 @@ private slots:
         viewer->window->reset();
         QCOMPARE(order,
                  QStringList({"image", "plot", "display", "sleep 100", "sleep 10", "input"}));
-        // The sensor thread is asked to end after the wait, and joined before the camera closes.
+        // The request to end the sensor thread follows the wait; it is joined before the camera
+        // closes.
         QVERIFY(samplesCome);
         QVERIFY(joined);
     }
@@ -1061,21 +1062,21 @@ private slots:
     {
         startStreaming();
         auto& probe = viewer->probe;
-        // Nobody else touches samples and view meanwhile.
+        // No other thread uses samples and view at this time.
         probe.inputThread->stopGrabbing();
         probe.stopDataThread = true;
         probe.dataThread->join();
         delete probe.dataThread;
         probe.dataThread = nullptr;
         auto* const view = viewer->ui->widget_3d_view;
-        // Each signal shows by its effect.
+        // Each signal is visible by its effect.
         const auto contextArrives = [&] {
             view->cudaContext = nullptr;
             emit probe.inputThread->sendContext();
             return view->cudaContext != nullptr;
         };
         QVERIFY(contextArrives());
-        // Somebody else's connection between the two stays.
+        // Another connection between the two stays.
         QLabel* const label = viewer->ui->label_sensor_type;
         connect(probe.inputThread.load(), &InputThreadModul::sendContext, viewer->window.get(),
                 [label] { label->setText(QStringLiteral("sent")); });
@@ -1185,7 +1186,7 @@ private slots:
             QVERIFY(leave != nullptr);
             QTest::mouseClick(leave, Qt::LeftButton);
         });
-        // The dialog goes only after the camera has been taken back.
+        // The dialog is destroyed only after the camera has been opened again.
         bool kept = false;
         bench().setOpenHook(
             [&](const om::InitParameters&) { kept = !opened.isNull() && !opened->isVisible(); });
@@ -1225,7 +1226,7 @@ private slots:
         QCOMPARE(timers, 0);
         QVERIFY(!listing);
         QCOMPARE(boxes.count(), 1);
-        // "No cameras" is no row to open: the detection goes on where it was.
+        // "No cameras" is not a row to open: the detection continues.
         QCOMPARE(bench().log().count(CALL::OPEN), 0ULL);
         QVERIFY(probe.detectTimer != nullptr && probe.detectTimer->isActive());
         QTRY_VERIFY(viewer->streams(first));
@@ -1268,7 +1269,7 @@ private slots:
     {
         startStreaming();
         auto& probe = viewer->probe;
-        // The input thread has reported a loss that nobody has handled yet.
+        // The input thread has reported a loss that is not handled yet.
         SideThread input([&] { emit probe.inputThread->DetectTIVDisconnect(); });
         input.join();
         bool looked = false;

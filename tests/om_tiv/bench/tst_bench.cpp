@@ -179,7 +179,7 @@ void TestBench::truthFollowsThePose()
     QVERIFY(length(truth.angularVelocity) < 1e-9);
     QVERIFY(std::abs(truth.specificForce.y - STANDARD_GRAVITY) < 1e-9);
     QVERIFY(std::abs(length(truth.field) - 48.0) < 1e-9);
-    // A moment of the past: at the beginning of the glide.
+    // A time in the past: the beginning of the glide.
     QVERIFY(std::abs(m_bench.truthAt(SERIAL, before).heading - 350.0 * PI / 180.0) < 1e-6);
     QVERIFY(length(m_bench.truthAt(SERIAL, before + 200 * NS_PER_MS).angularVelocity) > 1.0);
 }
@@ -224,7 +224,7 @@ void TestBench::openIsLoggedWithItsParameters()
     QVERIFY(call && call->init);
     QCOMPARE(call->result, 0);
     QCOMPARE(call->serialNumber, SERIAL);
-    QCOMPARE(call->init->fps, 100); // as passed, not as in force
+    QCOMPARE(call->init->fps, 100); // as passed, not the actual one
     QCOMPARE(call->init->depthMaximum, 25.000002F);
     QCOMPARE(call->init->verbosity, 3);
     QVERIFY(call->init->resolution == RESOLUTION::HD720);
@@ -323,7 +323,7 @@ void TestBench::theOpenHookRunsWithinTheOpen()
     m_bench.setOpenHook([&](const InitParameters& parameters) {
         fps = parameters.fps;
         opened = m_camera->isOpened();
-        m_bench.unplug(SERIAL); // the bench may be changed from within
+        m_bench.unplug(SERIAL); // the hook may change the bench
     });
     InitParameters parameters = parametersFor();
     parameters.fps = 33;

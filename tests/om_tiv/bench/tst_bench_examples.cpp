@@ -1,5 +1,5 @@
-/// The worked bench files of docs/bench: each is loaded as the program loads it, and is what its
-/// text says.
+/// The example bench files of docs/bench: each is loaded as the program loads it, and matches its
+/// text.
 
 #include "om_tiv/benchtest.h"
 
@@ -72,9 +72,9 @@ private slots:
 private:
     void load(const char* name);
     static Camera& opened(Camera& camera, unsigned int serial, BUS_TYPE bus = BUS_TYPE::USB);
-    /// Lets the bench's time pass and takes every reading of the link.
+    /// Advances the bench's time and reads every reading of the link.
     Readings sample(Link& link, std::chrono::milliseconds time);
-    /// What the dialog does: gathers for a minute, fits and stores. False where the fit fails.
+    /// Like the dialog: gathers samples for a minute, fits and stores. False if the fit fails.
     bool calibrate(Link& link);
     /// The largest errors of the two headings over a level turn, degrees.
     std::pair<double, double> levelTurn(Link& link, unsigned int serial);
@@ -171,13 +171,13 @@ void TestBenchExamples::laboratoryHasOneOfEachModelAndOfEachMotion()
     load("laboratory.json");
     const auto devices = Camera::getDeviceList();
     QCOMPARE(devices.size(), std::size_t{6});
-    QVERIFY(devices.front().cameraModel == MODEL::TIV_Q); // what the program opens
+    QVERIFY(devices.front().cameraModel == MODEL::TIV_Q); // the program opens it
     std::set<MODEL> models;
     std::set<MOTION> motions;
     for (const DeviceProperties& device : devices) {
         models.insert(device.cameraModel);
         motions.insert(m_bench.config(device.serialNumber).motion);
-        // The microcontroller's link tells the model by the serial number.
+        // The microcontroller's link derives the model from the serial number.
         QCOMPARE(device.serialNumber / 10000000U, static_cast<unsigned int>(device.cameraModel));
     }
     QCOMPARE(models.size(), std::size_t{6});
@@ -235,7 +235,7 @@ void TestBenchExamples::laboratoryMovesAsItsTextSays()
     QVERIFY(fell);
     QVERIFY(swayed > 2.0 * DEGREE && swayed < 45.0 * DEGREE);
     QCOMPARE(faces.size(), std::size_t{6});
-    // The nose of the one on the table is to the east; magnetic north is 2.5 degrees east of north.
+    // The camera on the table faces east; magnetic north is 2.5 degrees east of north.
     QVERIFY(std::abs(m_bench.truth(20000102).heading / DEGREE - 87.5) < 0.01);
     // 190 m higher than the other one with a barometer, which is 22 hPa.
     double pressures[2] = {};
@@ -313,7 +313,7 @@ void TestBenchExamples::faultyCameraStoresAtTheFourthRead()
         QCOMPARE(link.writeMagCalibInEEprom(record), 0);
         ++writes;
         link.updateEepromMemory(true);
-        // The record is packed: its floats have no addresses that a loop could go by.
+        // The record is packed, so a loop cannot use the addresses of its floats.
         // NOLINTBEGIN(bugprone-suspicious-memory-comparison)
         equal = std::memcmp(link.storedMagCalib, record.scale, sizeof record.scale) == 0 &&
                 std::memcmp(link.storedMagCalib + 3, record.offset, sizeof record.offset) == 0;

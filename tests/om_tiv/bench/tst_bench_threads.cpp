@@ -10,8 +10,8 @@ using namespace om::bench;
 using namespace benchtest;
 using std::chrono::milliseconds;
 
-/// What a program does with a camera from several threads, and what a tester does to it meanwhile.
-/// Of most use under the thread sanitizer.
+/// A program uses a camera from several threads while a test changes the camera. Most useful under
+/// ThreadSanitizer.
 class TestBenchThreads : public QObject
 {
     Q_OBJECT

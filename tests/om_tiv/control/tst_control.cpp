@@ -1,4 +1,4 @@
-// The control socket: what it understands, and what it bears.
+// The control socket: its requests, and its handling of invalid ones.
 
 #include "base/bytes.h"
 #include "base/one_line.h"
@@ -42,7 +42,7 @@ namespace {
 
 constexpr unsigned int serial = 20000001;
 
-/// The answer as a thread gives it whose stack is as small as some systems make it.
+/// The answer of a thread with a stack as small as on some systems.
 std::string answerOnASmallStack(const std::string& request)
 {
     struct Call
@@ -221,15 +221,14 @@ private slots:
     void whatIsNoUtf8IsNotQuotedEither()
     {
         QCOMPARE(oneLine("a\xffz\x9b\xc2"), std::string("a?z??"));
-        // A form that is longer than need be, a surrogate, and beyond the last character.
+        // An overlong form, a surrogate, and a code after the last character.
         QCOMPARE(oneLine("\xc0\x9b"), std::string("??"));
         QCOMPARE(oneLine("\xed\xa0\x80"), std::string("???"));
         QCOMPARE(oneLine("\xf4\x90\x80\x80"), std::string("????"));
         QCOMPARE(oneLine(std::string("\0\xe2\x80", 3)), std::string(" ??"));
     }
 
-    // Deep enough to use up the stack of a thread that follows the levels, and below the longest
-    // line.
+    // Deep enough to overflow the stack of a recursive parser, and within the longest line.
     void deepNestingIsRefusedWhileItIsRead_data()
     {
         QTest::addColumn<QByteArray>("before");
@@ -267,7 +266,7 @@ private slots:
         const std::string image = EepromStore().path(serial);
         QFile::remove(QString::fromStdString(image));
         QCOMPARE(dump(), "no image is kept for 20000001 (" + image + ")");
-        // Who waited for somebody to write into it would answer no command any more.
+        // A server that waits for a writer of the FIFO would answer no command any more.
         QVERIFY(QDir().mkpath(QString::fromStdString(EepromStore().folder())));
         QCOMPARE(::mkfifo(image.c_str(), 0600), 0);
         QCOMPARE(dump(), image + ": not a regular file");
@@ -541,7 +540,7 @@ private slots:
         if (::geteuid() != 0) {
             QSKIP("only root can become another user");
         }
-        // Even with the file's mode out of the way.
+        // Even without the protection of the file's mode.
         const QString open = folder->path();
         serve();
         ::chmod(qPrintable(open), 0777);
@@ -609,7 +608,7 @@ private slots:
         QVERIFY2(readLine(large).empty(), "the connection ends");
         ::close(large);
 
-        // A client that asks and asks and never reads.
+        // A client that sends many requests and never reads.
         const int deaf = connectTo(path);
         ::fcntl(deaf, F_SETFL, O_NONBLOCK);
         for (int i = 0; i < 100000; ++i) {
@@ -666,7 +665,7 @@ private slots:
                  error.c_str());
         server.reset();
 
-        // What a killed program leaves behind.
+        // The leftover of a killed program.
         const int dead = ::socket(AF_UNIX, SOCK_STREAM, 0);
         sockaddr_un address = {};
         address.sun_family = AF_UNIX;

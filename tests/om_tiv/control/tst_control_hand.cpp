@@ -1,5 +1,5 @@
-// What a hand at the bench orders over the socket: poses that turn on, the air around, the
-// firmware.
+// Requests of a user at the bench over the socket: poses that continue to turn, the air
+// temperature, the firmware.
 
 #include "bench/virtual_camera.h"
 #include "control/control.h"
@@ -119,8 +119,8 @@ private slots:
 
     void gyroscopeReadsTheSpinAlsoThroughTheGlide()
     {
-        // A hand that turns evenly: each order finds the body where the last one's spin has brought
-        // it, so that the rate does not falter from one to the next.
+        // A uniform turn: at each request the body is where the last one's spin has turned it, so
+        // that the rate is constant across requests.
         const Vector rate{0.0, 90.0, 0.0};
         for (int i = 0; i < 60; ++i) {
             const double turned = 90.0 * 0.016 * i * DEGREE;
@@ -162,7 +162,7 @@ private slots:
         const auto temperatures = [&] {
             return camera->source()->temperatures(theBench().clock().now());
         };
-        // Against a camera that stands in unchanged air.
+        // Compared with a camera in unchanged air.
         CameraConfig other = theBench().config(serial);
         other.serialNumber = serial + 1;
         theBench().addCamera(other);
@@ -180,7 +180,7 @@ private slots:
             QVERIFY(std::abs(*temperatures()[i] - *reference()[i] - 30.0 * (1.0 - std::exp(-1.0))) <
                     1e-6);
         }
-        // Changed once more on the way: it goes on from where it is.
+        // Changed again in between: the temperature continues from its current value.
         const double before = *temperatures()[2];
         ask({{"command", "temperature"}, {"temperature", -10}});
         QVERIFY(std::abs(*temperatures()[2] - before) < 1e-9);

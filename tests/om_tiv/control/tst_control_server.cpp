@@ -1,4 +1,4 @@
-// The control socket under attack: who may stand where it stands, and clients that mean no good.
+// Attacks on the control socket: on its place in the file system, and by hostile clients.
 
 #include "base/files.h"
 #include "control/bench_client.h"
@@ -44,7 +44,7 @@ constexpr unsigned int nobody = 65534;
 
 } // namespace
 
-// These take the place of the C library's.
+// These replace the C library's functions.
 extern "C" mode_t umask(mode_t mask) noexcept
 {
     ++umaskCalls;
@@ -183,7 +183,7 @@ private slots:
         QCOMPARE(QString::fromStdString(m_error), problem.isEmpty() ? "" : where + ": " + problem);
     }
 
-    // The process of another user: a sticky folder is good when root owns it, as /tmp is.
+    // The process of another user: a sticky folder is accepted if root owns it, like /tmp.
     void stickyFolderIsRootsOrTheUsersOwn()
     {
         if (::geteuid() != 0) {
@@ -218,7 +218,7 @@ private slots:
         QCOMPARE(WEXITSTATUS(status), 0);
     }
 
-    // Its queue is full: who asked it with patience would wait as long as it listens.
+    // Its queue is full: a blocking connection would wait as long as it listens.
     void listenerThatTakesNobodyDoesNotHoldUpTheStart()
     {
         QVERIFY(makeFolders(m_folder->filePath("below").toStdString()).empty());
@@ -271,7 +271,7 @@ private slots:
         QVERIFY2(serve({20ms, 1ms}), m_error.c_str());
         const Descriptor resting(connectTo(m_path));
         QVERIFY(isAnswered(resting.get()));
-        // By the time this one is dropped the other has rested as long.
+        // When this one is dropped the other one has been idle for the same time.
         const Descriptor halfOpen(connectTo(m_path));
         QVERIFY(!readLine(halfOpen.get()).empty());
         QVERIFY(isAnswered(resting.get()));
@@ -279,7 +279,7 @@ private slots:
 
     void clientsThatTakeNoAnswerGiveTheirSlotsBack()
     {
-        // The server outlives this function: the handler owns what it answers.
+        // The server outlives this function: the handler owns its answer.
         const auto handler = [large = std::string(1024 * 1024, 'x')](const std::string& line) {
             return line == "large" ? large : answer(line);
         };
@@ -304,7 +304,7 @@ private slots:
         withoutDescriptors = true;
         const Descriptor second(connectTo(m_path));
         QVERIFY(second.valid());
-        // Each request is a round of the server, in which it would try.
+        // Each request is a round of the server, in which it could try again.
         for (int round = 0; round < 200; ++round) {
             QVERIFY(isAnswered(first.get()));
         }
@@ -388,7 +388,7 @@ private slots:
     void answerThatIsNoneIsReported()
     {
         QFETCH(QByteArray, answer);
-        // Larger than a server keeps for a client: sent by one that is none.
+        // Larger than a server stores for a client: sent by a socket that is not a bench.
         QVERIFY(makeFolders(m_folder->filePath("below").toStdString()).empty());
         const Descriptor listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
         const sockaddr_un address = addressOf(m_path);

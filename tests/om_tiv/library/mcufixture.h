@@ -1,5 +1,5 @@
 /// @file
-/// A bench with one camera that was never calibrated, and the link to its microcontroller.
+/// A bench with one uncalibrated camera, and the link to its microcontroller.
 #pragma once
 
 #include "bench/eeprom.h"

@@ -62,7 +62,7 @@ void TestCameraLoss::unplugEndsAWaitingGrab()
     QTRY_VERIFY(bench.clock().waiters() == 1 || result >= 0);
     bench.unplug(SERIAL);
     grabbing.join();
-    // 2 where the machine was so slow that the wait had ended before.
+    // 2 if the machine was so slow that the wait had already ended.
     QVERIFY(result == 4 || result == 2);
     QCOMPARE(camera.grab(RuntimeParameters()), ERROR_CODE::CAMERA_GONE);
 }
@@ -98,9 +98,9 @@ void TestCameraLoss::aLostCameraStaysLostWhenPluggedInAgain()
     bench.plug(SERIAL);
     QVERIFY(!camera.isOpened());
     QCOMPARE(camera.grab(RuntimeParameters()), ERROR_CODE::CAMERA_GONE);
-    Camera other; // the lost one does not hold it
+    Camera other; // the lost object has no claim on it
     QCOMPARE(other.open(parametersFor()), ERROR_CODE::SUCCESS);
-    camera.close(); // nor does its close disturb the other
+    camera.close(); // its close does not affect the other one either
     QVERIFY(other.isOpened());
     Camera third;
     QCOMPARE(third.open(parametersFor()), ERROR_CODE::IN_USE);
@@ -125,7 +125,8 @@ void TestCameraLoss::closeWaitsForTheReportOfALoss()
 {
     auto& bench = theBench();
     bench.addCamera(idealCamera());
-    bench.camera(SERIAL)->grabScript().set({ERROR_CODE::CAMERA_GONE}); // seen from within
+    bench.camera(SERIAL)->grabScript().set(
+        {ERROR_CODE::CAMERA_GONE}); // detected by the library itself
     QSemaphore reporting;
     std::atomic<bool> closing{false};
     std::atomic<bool> closed{false};

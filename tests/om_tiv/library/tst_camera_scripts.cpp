@@ -85,7 +85,7 @@ void TestCameraScripts::sensorsComeAsScripted()
         QCOMPARE(data.imu.linearAcceleration.x, static_cast<float>(i + 1));
         QCOMPARE(data.temperature.values.size(), std::size_t{1});
     }
-    QVERIFY(!data.magnetometer.isAvailable); // nothing of the physics gets in
+    QVERIFY(!data.magnetometer.isAvailable); // no values of the physics
     QCOMPARE(m_bench.camera(SERIAL)->sensorsScript().status().delivered, std::uint64_t{3});
 }
 
@@ -172,7 +172,7 @@ void TestCameraScripts::anAppendedRecordEndsTheWait()
         }
     });
     QTRY_COMPARE(seen.load(), std::uint64_t{5000});
-    // One by one, each dealt with before the next, as a test of a thread steps it.
+    // One by one, each handled before the next, as a test steps a thread.
     for (std::uint64_t i = 1; i <= 20; ++i) {
         m_bench.camera(SERIAL)->sensorsScript().append({entry(5000 + i)});
         QTRY_COMPARE(m_bench.camera(SERIAL)->sensorsScript().status().delivered, i + 1);
@@ -186,7 +186,7 @@ void TestCameraScripts::anAppendedRecordEndsTheWait()
 void TestCameraScripts::scriptedRecordsKeepTheirTime()
 {
     openCamera();
-    // Exactly what the script says, also where a time is missing or runs backward.
+    // Exactly the script's values, also if a time is missing or runs backward.
     m_bench.camera(SERIAL)->sensorsScript().set(
         {entry(0), entry(999), entry(UINT64_MAX), entry(1)});
     SensorsData data;

@@ -71,7 +71,7 @@ private slots:
     void init() { m_bench.reset(); }
     void cleanupTestCase() { hid_exit(); }
 
-    // Without the linker's option this program still links, and finds nothing.
+    // Without the linker's option this program still links, but finds nothing.
     void simulatedCamerasAppearInTheBenchsOrder()
     {
         m_bench.loadDefault();
@@ -186,7 +186,7 @@ private slots:
         QCOMPARE(link.open(27182818, false, om::IMU_ODR_400_HZ, nullptr, nullptr, true, false), 0);
     }
 
-    // Memory errors in the lists show under AddressSanitizer and valgrind.
+    // AddressSanitizer and valgrind detect memory errors in the lists.
     void listsAreFreedByHidapi()
     {
         m_bench.loadDefault();

@@ -96,7 +96,7 @@ private:
         m_bench.clock().advance(100ms);
     }
 
-    /// Steps the clock and takes every new reading, in uT; calls atReading() after each.
+    /// Steps the clock and collects every new reading, in uT; calls atReading() after each.
     std::vector<Eigen::Vector3d> sample(std::chrono::milliseconds time,
                                         const std::function<void()>& atReading = nullptr)
     {
@@ -177,8 +177,7 @@ private slots:
 
     void fitFindsTheIronOfTheBodyInSensorAxes()
     {
-        // Sensor axes 1, 2, 3 are body -y, -x, -z: an axis that is swapped or a sign that is lost
-        // shows here.
+        // Sensor axes 1, 2, 3 are body -y, -x, -z: a swapped axis or a lost sign is detected here.
         start([](CameraConfig& config) {
             config.hardIron = {10.0, 20.0, 30.0};
             config.softIron = {{{1.2, 0.0, 0.0}, {0.0, 0.8, 0.0}, {0.0, 0.0, 1.05}}};
@@ -372,8 +371,8 @@ private slots:
 
     // ---- Axes and signs -----------------------------------------------------------------------
 
-    // A field of 50 uT that dips 60 degrees, thus 25 uT to magnetic north and 43.3 uT down, and no
-    // errors: what each axis must read can be told by hand.
+    // A field of 50 uT with a dip of 60 degrees, so 25 uT to magnetic north and 43.3 uT down,
+    // without errors: the reading of each axis can be computed by hand.
     void axisReadsItsPartOfTheField_data()
     {
         QTest::addColumn<double>("heading"); // degrees

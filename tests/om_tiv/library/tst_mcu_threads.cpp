@@ -16,8 +16,8 @@ namespace {
 
 constexpr unsigned int serial = 30000001;
 
-/// What the dialog's thread does without pause: reads, and on a new reading asks for the pose and
-/// the heading.
+/// Like the dialog's thread, without a pause: reads, and on a new reading gets the pose and the
+/// heading.
 class Reader
 {
 public:
@@ -37,7 +37,7 @@ public:
     std::atomic<int> valid{0};
     std::atomic<int> invalid{0};
     std::atomic<int> readings{0};
-    std::atomic<int> wrong{0}; ///< records that no sensor can have made
+    std::atomic<int> wrong{0}; ///< records that no sensor can produce
 
 private:
     void run(om::TIVmcu& link)
@@ -116,7 +116,7 @@ private slots:
             QTRY_VERIFY(reader.readings > before);
         }
         reader.stop();
-        QCOMPARE(reader.invalid.load(), 0); // nothing new is no failure
+        QCOMPARE(reader.invalid.load(), 0); // no new reading is not a failure
         QCOMPARE(reader.wrong.load(), 0);
     }
 

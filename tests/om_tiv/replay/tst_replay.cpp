@@ -1,4 +1,4 @@
-// Playing a recording in place of the physics.
+// Playing a recording instead of the physics.
 
 #include "bench/bench_file.h"
 #include "bench/virtual_camera.h"
@@ -39,8 +39,8 @@ float degrees(float radians)
     return static_cast<float>(double{radians} * 180.0 / 3.141592653589793);
 }
 
-/// Row i of a recording at 200 rows a second, with a magnetometer reading every fourth and a
-/// barometer reading every eighth row.
+/// Row i of a recording with 200 rows per second, with a magnetometer reading in every fourth and a
+/// barometer reading in every eighth row.
 std::string row(int i)
 {
     // Angles as a recorder sees them: of a float in radians.
@@ -214,7 +214,7 @@ private slots:
 
     void setBackClockGoesOnBehindTheRowBefore()
     {
-        // The clock was set back by an hour amid the recording: both parts are sound.
+        // The clock was set back by an hour during the recording: both parts are valid.
         const auto back = [](int i) {
             return QByteArray::fromStdString(row(i)).replace("1706711000.", "1706707400.");
         };
@@ -375,7 +375,7 @@ private slots:
         const auto read = SensorRecording::parse(recording(rows), "r.csv", report);
         Camera camera;
         open(camera);
-        theBench().clock().advance(NS_PER_MS); // amid the rows, clear of their rounding
+        theBench().clock().advance(NS_PER_MS); // between rows, not affected by their rounding
         int seen = 0;
         std::uint64_t lastMag = 0;
         std::uint64_t lastBaro = 0;
@@ -383,7 +383,7 @@ private slots:
             theBench().clock().advance(5 * NS_PER_MS);
             SensorsData data;
             QCOMPARE(camera.getSensorsData(data, TIME_REFERENCE::CURRENT), ERROR_CODE::SUCCESS);
-            // The row of this moment; a microsecond of rounding may put it one step off.
+            // The row of this time; rounding by a microsecond may move it by one step.
             const double since = static_cast<double>(data.imu.timestamp - 1000 * NS_PER_S) * 1e-9;
             const auto index = static_cast<std::size_t>(std::llround(since / 0.005));
             QVERIFY(index < read->size());
@@ -406,7 +406,7 @@ private slots:
             QCOMPARE(
                 data.temperature.values.at(SensorsData::TemperatureData::SENSOR_LOCATION::LEFT),
                 wanted.temperatures[2]);
-            // New readings come where the recording has them.
+            // New readings are at the same rows as in the recording.
             if (index % 4 != 0 && lastMag != 0) {
                 QCOMPARE(data.magnetometer.timestamp, lastMag);
             }
@@ -547,7 +547,8 @@ private slots:
 
     void angleThatNoFloatInRadiansHasComesBackAsTheNearest()
     {
-        // Degrees of a few digits, as other programs write them: about every sixth has none.
+        // Degrees of a few digits, as other programs write them: about one in six has no such
+        // float.
         std::mt19937 random(4);
         std::uniform_int_distribution<int> full(-18000, 18000);
         std::uniform_int_distribution<int> half(-8990, 8990);
@@ -735,14 +736,14 @@ private slots:
     {
         QFETCH(QString, place);
         QFETCH(QString, reason);
-        place = QDir(folder->path()).filePath(place); // an absolute one stays
+        place = QDir(folder->path()).filePath(place); // an absolute path stays
         if (place.endsWith("/pipe")) {
             QCOMPARE(::mkfifo(qPrintable(place), 0600), 0);
         }
         QFile huge(place);
         if (place.endsWith("/huge")) {
             QVERIFY(huge.open(QIODevice::WriteOnly));
-            QVERIFY(huge.resize(512LL * 1024 * 1024 + 1)); // takes no room on the disk
+            QVERIFY(huge.resize(512LL * 1024 * 1024 + 1)); // uses no space on the disk
         }
         std::string report;
         QVERIFY(!SensorRecording::read(place.toStdString(), report));
