@@ -1,0 +1,242 @@
+"""tools/mutate: which mistakes it makes, and that a run on a small project tells those that a test notices apart.
+
+    python3 tests/tools/test_mutate.py PROJECT_FOLDER
+"""
+
+import contextlib
+import importlib.machinery
+import importlib.util
+import io
+import json
+import pathlib
+import subprocess
+import sys
+import tempfile
+import unittest
+
+root = pathlib.Path(sys.argv.pop(1))
+sys.dont_write_bytecode = True
+loader = importlib.machinery.SourceFileLoader("mutate", str(root / "tools" / "mutate"))
+spec = importlib.util.spec_from_loader("mutate", loader)
+mutate = importlib.util.module_from_spec(spec)
+sys.modules["mutate"] = mutate
+loader.exec_module(mutate)
+
+
+def changes(source):
+    """What becomes of a source of one line of code: (kind, the line after)."""
+    return {(m.kind, m.after) for m in mutate.mutants_of("src/x.cpp", source)}
+
+
+class Mutants(unittest.TestCase):
+
+    def check(self, line, *expected):
+        source = f"void f()\n{{\n    {line}\n}}\n"
+        self.assertEqual(changes(source), set(expected))
+
+    def test_comparisons_are_flipped_and_moved_by_one(self):
+        self.check("g(a < b);", ("comparison", "g(a <= b);"), ("comparison", "g(a >= b);"), ("removed call", ";"))
+        self.check("g(a == b);", ("comparison", "g(a != b);"), ("removed call", ";"))
+
+    def test_conditions_are_flipped(self):
+        self.check("if (a && b) {", ("condition", "if (a || b) {"), ("condition", "if (!(a && b)) {"))
+        self.check("return !a;", ("condition", "return a;"))
+        self.check("while (a) {", ("condition", "while (!(a)) {"))
+        self.check("return true;", ("condition", "return false;"))
+
+    def test_a_single_comparison_is_flipped_once(self):
+        self.check("if (a == b) {", ("comparison", "if (a != b) {"))
+        self.check("if (!a) {", ("condition", "if (a) {"))
+
+    def test_operators_are_exchanged(self):
+        self.check("return a + b;", ("operator", "return a - b;"))
+        self.check("return a * b;", ("operator", "return a / b;"))
+        self.check("return -a;")
+
+    def test_constants_are_off_by_one(self):
+        for before, after in (("7", "8"), ("0x0F", "0x10"), ("1'000", "1001"), ("2.5F", "3.5F"), ("010", "9"),
+                              ("1e3", "1001.0"), ("4U", "5U")):
+            self.check(f"return {before};", ("constant", f"return {after};"))
+
+    def test_texts_are_changed(self):
+        self.check('return "a";', ("text", 'return "a_";'))
+        self.check('return "";', ("text", 'return "x";'))
+
+    def test_calls_and_assignments_are_removed(self):
+        self.check("a.b(c);", ("removed call", ";"))
+        self.check("a = b;", ("removed assignment", ";"))
+
+    def test_declarations_and_jumps_stay(self):
+        for line in ("const int a = b;", "std::vector<int> a = b;", "Thing thing(a);", "auto& a = b;", "return a;",
+                     "break;", "int* a = b;"):
+            self.check(line)
+
+    def test_arguments_are_swapped(self):
+        self.check("return g(a, b);", ("swapped arguments", "return g(b, a);"))
+        self.check("return g(a, a);")
+
+    def test_statements_are_swapped(self):
+        found = changes("void f()\n{\n    a = b; c = d;\n}\n")
+        self.assertIn(("swapped statements", "c = d; a = b;"), found)
+
+    def test_comments_directives_templates_and_checks_stay(self):
+        for line in ("// a < 1", "/* a == 1 */", "static_assert(a == 1);"):
+            self.check(line)
+        self.assertEqual(changes('#include "a.h"\n#define A (1 + 2)\ntemplate <int N = 3>\nclass A;\n'), set())
+        self.assertEqual(changes("std::array<int, N> f();\n"), set())
+
+    def test_raw_text_is_one_text(self):
+        self.check('return R"(a == 1)";')
+
+    def test_numbers_within_names_stay(self):
+        self.check("return a1;")
+
+    def test_a_mutant_changes_only_its_place(self):
+        source = "int f(int a)\n{\n    return a < 3 ? 1 : 2;\n}\n"
+        for mutant in mutate.mutants_of("src/x.cpp", source):
+            after = mutant.applied(source)
+            self.assertEqual(after[:mutant.begin], source[:mutant.begin])
+            self.assertTrue(after.endswith(source[mutant.end:]))
+            self.assertNotEqual(after, source)
+
+    def test_the_seed_determines_the_choice(self):
+        mutants = mutate.mutants_of("src/x.cpp", "int a[] = {" + ", ".join(map(str, range(60))) + "};\n")
+        self.assertEqual(len(mutants), 60)
+        self.assertEqual(mutate.chosen(mutants, 20, 3), mutate.chosen(mutants, 20, 3))
+        self.assertNotEqual(mutate.chosen(mutants, 20, 3), mutate.chosen(mutants, 20, 4))
+        self.assertEqual(len(mutate.chosen(mutants, 20, 3)), 20)
+        self.assertEqual(mutate.chosen(mutants, None, 3), mutants)
+
+    def test_every_source_can_be_read(self):
+        count = 0
+        for folder in ("src", "om_tiv"):
+            for path in sorted((root / folder).rglob("*.cpp")):
+                text = path.read_text(encoding="utf-8")
+                self.assertEqual("".join(m.group() for m in mutate.TOKEN.finditer(text)), text, path)
+                count += len(mutate.mutants_of(str(path.relative_to(root)), text))
+        self.assertGreater(count, 5000)
+
+
+FILES = {
+    "CMakeLists.txt": """
+cmake_minimum_required(VERSION 3.22)
+project(small CXX)
+enable_testing()
+include_directories(src)
+add_library(small STATIC src/part/limits.cpp src/part/other.cpp)
+foreach(test limits other)
+  add_executable(tst_${test} tests/part/tst_${test}.cpp)
+  target_link_libraries(tst_${test} small)
+  add_test(NAME tst_${test} COMMAND $<TARGET_FILE:tst_${test}>)
+endforeach()
+""",
+    "CMakePresets.json": json.dumps({"version": 4, "configurePresets": [
+        {"name": "release", "generator": "Ninja", "binaryDir": "${sourceDir}/build/${presetName}",
+         "cacheVariables": {"CMAKE_BUILD_TYPE": "Release"}}]}),
+    ".gitignore": "build/\n",
+    "src/part/limits.h": "#pragma once\nint limited(int value);\nint unseen(int value);\nint other();\n",
+    "src/part/limits.cpp": """#include "part/limits.h"
+
+int limited(int value)
+{
+    return value > 9 ? 9 : value;
+}
+
+int unseen(int value)
+{
+    return value + 1;
+}
+""",
+    "src/part/other.cpp": '#include "part/limits.h"\n\nint other()\n{\n    return 4;\n}\n',
+    "tests/part/tst_limits.cpp": """#include "part/limits.h"
+
+int main()
+{
+    return limited(8) == 8 && limited(12) == 9 ? 0 : 1;
+}
+""",
+    "tests/part/tst_other.cpp": '#include "part/limits.h"\n\nint main()\n{\n    return other() == 4 ? 0 : 1;\n}\n',
+    "tools/mutate-equivalents": "# At 9 both sides are 9.\n"
+                                "src/part/limits.cpp: return value > 9 ? 9 : value; => return value >= 9 ? 9 : value;\n",
+}
+
+
+class SmallProject(unittest.TestCase):
+
+    @classmethod
+    def setUpClass(cls):
+        cls.place = tempfile.TemporaryDirectory()
+        cls.root = pathlib.Path(cls.place.name) / "project"
+        for name, text in FILES.items():
+            path = cls.root / name
+            path.parent.mkdir(parents=True, exist_ok=True)
+            path.write_text(text, encoding="utf-8")
+        subprocess.run(["git", "init", "-q", str(cls.root)], check=True)
+        cls.out = io.StringIO()
+        with contextlib.redirect_stdout(cls.out):
+            cls.status = mutate.main([str(cls.root / "src/part/limits.cpp")], cls.root)
+        cls.report = json.loads((cls.root / "build/mutate/report.json").read_text(encoding="utf-8"))
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.place.cleanup()
+
+    def results(self, result):
+        return {r["after"] for r in self.report["results"] if r["result"] == result}
+
+    def test_what_no_test_notices_survives(self):
+        self.assertEqual(self.status, 1)
+        self.assertEqual(self.results("survived"), {"return value > 10 ? 9 : value;", "return value - 1;", "return value + 2;"})
+
+    def test_what_a_test_notices_is_killed_by_it(self):
+        self.assertEqual(self.results("killed"),
+                         {"return value <= 9 ? 9 : value;", "return value > 9 ? 10 : value;"})
+        self.assertEqual({r["by"] for r in self.report["results"] if r["result"] == "killed"}, {"tst_limits"})
+
+    def test_an_accepted_mutant_is_equivalent_with_its_reason(self):
+        reasons = {r["after"]: r["by"] for r in self.report["results"] if r["result"] == "equivalent"}
+        self.assertIn("return value >= 9 ? 9 : value;", reasons)
+
+    def test_only_programs_that_contain_the_source_are_run(self):
+        self.assertEqual(self.report["tests"], {"src/part/limits.cpp": ["tst_limits"]})
+
+    def test_the_tree_stays_as_it_is(self):
+        for name, text in FILES.items():
+            self.assertEqual((self.root / name).read_text(encoding="utf-8"), text)
+        copy = self.root / "build/mutate/tree/src/part/limits.cpp"
+        self.assertEqual(copy.read_text(encoding="utf-8"), FILES["src/part/limits.cpp"])
+
+    def test_the_text_report_lists_the_survivors(self):
+        text = (self.root / "build/mutate/report.txt").read_text(encoding="utf-8")
+        self.assertIn("return value + 1; => return value + 2;", text)
+
+    def test_a_limit_of_time_leaves_mutants_out(self):
+        with contextlib.redirect_stdout(io.StringIO()):
+            status = mutate.main(["--seconds", "0", "--work", str(self.root / "build/late"),
+                                  str(self.root / "src/part/limits.cpp")], self.root)
+        report = json.loads((self.root / "build/late/report.json").read_text(encoding="utf-8"))
+        self.assertEqual((status, report["counts"]["not run"]), (0, report["chosen"]))
+
+    def test_a_failing_test_ends_the_run(self):
+        path = self.root / "tests/part/tst_limits.cpp"
+        path.write_text("int main()\n{\n    return 1;\n}\n#include \"part/limits.h\"\nint (*used)(int) = limited;\n",
+                        encoding="utf-8")
+        errors = io.StringIO()
+        try:
+            with contextlib.redirect_stdout(io.StringIO()), contextlib.redirect_stderr(errors):
+                status = mutate.main(["--work", str(self.root / "build/failing"),
+                                      str(self.root / "src/part/limits.cpp")], self.root)
+        finally:
+            path.write_text(FILES["tests/part/tst_limits.cpp"], encoding="utf-8")
+        self.assertEqual(status, 2)
+        self.assertIn("tst_limits: failed without a mutant", errors.getvalue())
+
+    def test_other_files_are_refused(self):
+        for name in ("tests/part/tst_limits.cpp", "src/part/none.cpp"):
+            with self.assertRaises(SystemExit) as raised, contextlib.redirect_stderr(io.StringIO()):
+                mutate.main([str(self.root / name)], self.root)
+            self.assertEqual(raised.exception.code, 2)
+
+
+if __name__ == "__main__":
+    unittest.main()
