@@ -257,7 +257,7 @@ Nanoseconds VirtualCamera::reportedTime(STREAM stream, std::uint64_t number) con
         repeated = m_faults.repeatedTimestamps;
         repeatedAt = m_repeatedAt;
     }
-    // What was told before the fault came stays told: time never runs backward.
+    // A time that was reported before the fault stays valid: time never runs backward.
     if (repeated && number % 2 == 1 && source->timeOf(stream, number) > repeatedAt) {
         --number;
     }

@@ -95,7 +95,7 @@ public:
     // ---- Sensor samples -----------------------------------------------------------------------
 
     /// The samples of the sensors: physics or a recording. Numbers count from 0 at plugging in, and
-    /// one number gives the same sample whenever it is asked for.
+    /// the same number always returns the same sample.
     std::shared_ptr<SensorSource> source() const;
 
     /// The time that a sample's timestamp shows: its own, or that of the timestamp faults.

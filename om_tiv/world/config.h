@@ -64,7 +64,7 @@ struct CameraConfig
     std::string replay; ///< CSV recording to play in place of the physics; empty for none
     /// What is in it; null for none, and where it has yet to be read.
     std::shared_ptr<const SensorRecording> recording;
-    bool replayLoop = true; ///< begins anew behind its last row
+    bool replayLoop = true; ///< starts again after its last row
     Faults faults;
 };
 

@@ -47,8 +47,8 @@ struct BarometerSample
     double pressure = 0.0; ///< Pa
 };
 
-/// The samples of a camera from one plugging in to the next. A number gives the same sample
-/// whenever it is asked for, within the last 30 s. All operations may run on any thread.
+/// The samples of a camera from one plugging in to the next. Within the last 30 s the same number
+/// always returns the same sample. All operations may run on any thread.
 class SensorSource
 {
 public:
