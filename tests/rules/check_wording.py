@@ -1,5 +1,5 @@
-"""Documents use the field's usual words: literary or ambiguous ones are listed here with what to write
-instead. Code and quotes are not checked."""
+"""Documents and comments use the field's usual words: literary or ambiguous ones are listed here with what to write
+instead. Code, names and quotes are not checked."""
 
 import re
 import sys
@@ -27,6 +27,7 @@ WORDS = {
 }
 WORD = re.compile(r"\b(?:" + "|".join(f"(?P<w{i}>{words})" for i, words in enumerate(WORDS)) + r")\b", re.I)
 INSTEAD = list(WORDS.values())
+CPP = re.compile(r'//[^\n]*|/\*.*?\*/|"(?:[^"\\\n]|\\.)*"|\'(?:[^\'\\\n]|\\.)*\'', re.S)
 
 
 def blank(match):
@@ -44,8 +45,28 @@ def document(text):
     return without_quotes(re.sub(r"\]\([^)\s]*\)", blank, text))
 
 
+def cpp_comments(text):
+    """The comments of a C++ file in their places."""
+    kept = ["\n" if c == "\n" else " " for c in text]
+    for match in CPP.finditer(text):
+        if match.group(0).startswith("/"):
+            kept[match.start():match.end()] = match.group(0)
+    return without_quotes("".join(kept))
+
+
+def hash_comments(text):
+    """The comments of a script or a build file, and the documentation texts of Python."""
+    kept = ["\n" if c == "\n" else " " for c in text]
+    for match in re.finditer(r'(?:\A(?:#![^\n]*\n)?|:\n)\s*"""(?:[^"\\]|\\.|"(?!""))*"""|(?:^|\s)#[^\n]*', text):
+        kept[match.start():match.end()] = match.group(0).replace('"""', "   ")
+    return without_quotes("".join(kept))
+
+
 KINDS = (
     (document, ("*.md", "packaging/man/*", "packaging/*.xml", "packaging/*.desktop")),
+    (cpp_comments, ("src/*.h", "src/*.cpp", "om_tiv/*.h", "om_tiv/*.cpp", "cuda_host/*.h", "cuda_host/*.cpp",
+                    "bench/*.cpp", "bench/*.h", "tests/*.h", "tests/*.cpp")),
+    (hash_comments, ("*CMakeLists.txt", "*.cmake", "*.py", "*.supp", "run", "test", "tools/*", ".ci/run")),
 )
 problems = []
 checked = 0

@@ -1,4 +1,4 @@
-"""tools/mutate: which mistakes it makes, and that a run on a small project tells those that a test notices apart.
+"""tools/mutate: the mistakes that it makes, and a run on a small project, which separates those that a test notices.
 
     python3 tests/tools/test_mutate.py PROJECT_FOLDER
 """
