@@ -1,7 +1,8 @@
 /// @file
 /// Announces to ThreadSanitizer the synchronisation inside Qt, which isn't built for it: locking a
-/// QMutex, and a QThread's end. Without this it would report everything that a QMutex guards, and
-/// everything that a thread did before another one waited for it, as a race.
+/// QMutex, a QThread's end, and a connection, whose slot another thread's signal may call. Without
+/// this it would report everything that a QMutex guards, and everything that a thread did before
+/// another one waited for it, as a race.
 ///
 /// The linker redirects the calls of the program's own objects here (--wrap in CMakeLists.txt).
 #include <QDeadlineTimer>
@@ -23,6 +24,13 @@ bool __real__ZN7QThread4waitEm(QThread* thread, unsigned long time);
 bool __real__ZN7QThread4waitE14QDeadlineTimer(QThread* thread, QDeadlineTimer deadline);
 bool __real__ZNK7QThread9isRunningEv(const QThread* thread);
 bool __real__ZNK7QThread10isFinishedEv(const QThread* thread);
+QMetaObject::Connection
+__real__ZN7QObject11connectImplEPKS_PPvS1_S3_PN9QtPrivate15QSlotObjectBaseEN2Qt14ConnectionTypeEPKiPK11QMetaObject(
+    const QObject* sender, void** signal, const QObject* receiver, void** slot,
+    QtPrivate::QSlotObjectBase* slotObject, Qt::ConnectionType type, const int* types,
+    const QMetaObject* senderMetaObject);
+void __real__ZN11QMetaObject8activateEP7QObjectPKS_iPPv(QObject* sender, const QMetaObject* object,
+                                                        int signal, void** arguments);
 
 void __wrap__ZN6QMutex4lockEv(QMutex* mutex)
 {
@@ -100,6 +108,24 @@ bool __wrap__ZNK7QThread10isFinishedEv(const QThread* thread)
         __tsan_acquire(const_cast<QThread*>(thread));
     }
     return finished;
+}
+
+QMetaObject::Connection
+__wrap__ZN7QObject11connectImplEPKS_PPvS1_S3_PN9QtPrivate15QSlotObjectBaseEN2Qt14ConnectionTypeEPKiPK11QMetaObject(
+    const QObject* sender, void** signal, const QObject* receiver, void** slot,
+    QtPrivate::QSlotObjectBase* slotObject, Qt::ConnectionType type, const int* types,
+    const QMetaObject* senderMetaObject)
+{
+    __tsan_release(const_cast<QObject*>(sender));
+    return __real__ZN7QObject11connectImplEPKS_PPvS1_S3_PN9QtPrivate15QSlotObjectBaseEN2Qt14ConnectionTypeEPKiPK11QMetaObject(
+        sender, signal, receiver, slot, slotObject, type, types, senderMetaObject);
+}
+
+void __wrap__ZN11QMetaObject8activateEP7QObjectPKS_iPPv(QObject* sender, const QMetaObject* object,
+                                                        int signal, void** arguments)
+{
+    __tsan_acquire(sender);
+    __real__ZN11QMetaObject8activateEP7QObjectPKS_iPPv(sender, object, signal, arguments);
 }
 // NOLINTEND(bugprone-reserved-identifier)
 
