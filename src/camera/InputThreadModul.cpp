@@ -45,10 +45,7 @@ void InputThreadModul::abort()
 
 om::InitParameters InputThreadModul::getInitParams()
 {
-    om::InitParameters parameters(
-        omlib::defaultResolution, 0, false, omlib::defaultDepth, omlib::defaultUnit,
-        omlib::defaultSystem, 1, -1, -1.0F, -1.0F, false, 0, false, om::String(), 1, nullptr,
-        om::InputType(), om::String(), false, true, om::String(), 5.0F, false, 0.0F, false);
+    om::InitParameters parameters = omlib::initParameters();
     parameters.resolution =
         static_cast<om::RESOLUTION>(ProgramStates::getIntAttr(ProgramStates::requestedResolution));
     parameters.imageFlip = 0;

@@ -131,6 +131,15 @@ inline om::Orientation orientation(float x, float y, float z, float w)
     return rotation;
 }
 
+/// The settings of an open as the program starts from them.
+inline om::InitParameters initParameters()
+{
+    return om::InitParameters(defaultResolution, 0, false, defaultDepth, defaultUnit, defaultSystem,
+                              1, -1, -1.0F, -1.0F, false, 0, false, om::String(), 1, nullptr,
+                              om::InputType(), om::String(), false, true, om::String(), 5.0F, false,
+                              0.0F, false);
+}
+
 /// Which camera to open.
 inline om::InputType& inputOf(om::InitParameters& parameters)
 {
@@ -144,6 +153,12 @@ inline om::RuntimeParameters runtimeParameters()
     parameters.referenceFrame = cameraFrame;
     parameters.enableDepth = true;
     return parameters;
+}
+
+/// The same without depth, for who does not look at the frames.
+inline om::RuntimeParameters runtimeParametersWithoutDepth()
+{
+    return om::RuntimeParameters(false, false, 95, 100, cameraFrame, true);
 }
 
 /// One sensor record of the microcontroller. Raw, in sensor axes, which count from 0 here.

@@ -7,7 +7,7 @@
 #include "gpu/OGL3DWidget.h"
 #include "ui_mainwindow.h"
 #include "viewer/sensorsample.h"
-#include "viewer/timeslice.h"
+#include "sensors/timeslice.h"
 
 #include <QMutexLocker>
 

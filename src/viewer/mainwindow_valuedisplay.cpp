@@ -3,7 +3,7 @@
 #include "viewer/mainwindow.h"
 
 #include "ui_mainwindow.h"
-#include "viewer/sensormath.h"
+#include "sensors/sensormath.h"
 #include "viewer/sensortable.h"
 
 #include <QMutexLocker>

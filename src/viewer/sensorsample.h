@@ -4,7 +4,7 @@
 #pragma once
 
 #include "camera/camera_library.h"
-#include "viewer/sensormath.h"
+#include "sensors/sensormath.h"
 #include "viewer/shared.h"
 
 #include <cstdint>

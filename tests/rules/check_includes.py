@@ -12,6 +12,7 @@ ALLOWED = {
     "analysis": {"analysis"},
     "exchange": {"exchange", "analysis"},
     "report": {"report", "analysis"},
+    "sensors": {"sensors"},
     "look": {"look"},
     "closing": {"closing"},
     "camera": {"camera"},
@@ -19,16 +20,16 @@ ALLOWED = {
     "gpu": {"gpu", "camera"},
     "recording": {"recording", "look"},
     "calibration": {"calibration", "look"},
-    "viewer": {"viewer", "look", "closing", "camera", "charts", "gpu", "recording", "calibration"},
-    "log": {"log", "analysis", "exchange", "report", "recording"},
+    "viewer": {"viewer", "sensors", "look", "closing", "camera", "charts", "gpu", "recording", "calibration"},
+    "log": {"log", "analysis", "exchange", "report", "sensors", "recording"},
 }
 # What the program knows of the camera library beyond what its interface gives.
-USES_LIBRARY = {"camera", "gpu", "calibration", "viewer"}
+USES_LIBRARY = {"camera", "gpu", "calibration", "viewer", "sensors", "log"}
 LIBRARY = "src/camera/camera_library.h"
 BEYOND_INTERFACE = re.compile(r"\bom::(?:[A-Z][A-Z_]*::[A-Z]\w*|SensorsData::\w+|_\w+|IMU\w+)|"
                               r"\b(?:_mag_calib_data|_imu_odr|IMUReaderData|IMUPose)\b")
-WITHOUT_QT = ("src/analysis/", "src/exchange/", "src/calibration/mag_calib.", "src/calibration/orientcount.",
-              "src/viewer/sensorsample.", "src/viewer/sensormath.",
+WITHOUT_QT = ("src/analysis/", "src/exchange/", "src/sensors/", "src/calibration/mag_calib.",
+              "src/calibration/orientcount.", "src/viewer/sensorsample.",
               "src/report/model.", "src/report/rest.", "src/report/series.", "src/report/verdicts.",
               "src/report/number_text.", "src/report/json_file.", "src/report/yaml_file.")
 # The folders of om_tiv/ beside its public interface, and what each may include of the others, by room or by header.

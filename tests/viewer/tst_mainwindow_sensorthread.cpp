@@ -5,7 +5,7 @@
 
 #include "gpu/OGL3DWidget.h"
 #include "gpu/Simple3DObject.h"
-#include "viewer/timeslice.h"
+#include "sensors/timeslice.h"
 
 #include <QDir>
 #include <QSemaphore>

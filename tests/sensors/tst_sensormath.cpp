@@ -1,4 +1,4 @@
-#include "viewer/sensormath.h"
+#include "sensors/sensormath.h"
 
 #include <QtTest>
 

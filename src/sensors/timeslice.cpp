@@ -1,4 +1,4 @@
-#include "viewer/timeslice.h"
+#include "sensors/timeslice.h"
 
 #include <sys/syscall.h>
 #include <unistd.h>
