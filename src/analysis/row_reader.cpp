@@ -1,0 +1,358 @@
+#include "analysis/row_reader.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+namespace analysis {
+
+namespace {
+
+constexpr std::array<std::string_view, FIELDS> names{
+    "idx",
+    "imu_Timestamp[sec]",
+    "mag_Timestamp[sec]",
+    "baro_Timestamp[sec]",
+    "accX[m/s^2]",
+    "accY[m/s^2]",
+    "accZ[m/s^2]",
+    "gyroX[deg/s]",
+    "gyroY[deg/s]",
+    "gyroZ[deg/s]",
+    "magX[uT]",
+    "magY[uT]",
+    "magZ[uT]",
+    "orX[deg]",
+    "orY[deg]",
+    "orZ[deg]",
+    "press[hPa]",
+    "rel_alt[m]",
+    "moving",
+    "temp_left[C]",
+    "temp_right[C]",
+    "temp_imu[C]",
+    "temp_barom[C]",
+};
+
+/// No sensor has larger values, and sums of their squares stay finite.
+constexpr double mostValue = 1e9;
+/// Period of the temperatures without a barometer, which have no rate of their own.
+constexpr Nanoseconds temperaturePeriod = 40'000'000;
+/// Number of bytes between two calls of progress.
+constexpr std::size_t progressStep = std::size_t{1} << 22;
+
+constexpr std::array<double, 16> powersOfTen{1.0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                             1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+std::string_view trimmed(std::string_view text)
+{
+    while (!text.empty() && (text.front() == ' ' || text.front() == '\r')) {
+        text.remove_prefix(1);
+    }
+    while (!text.empty() && (text.back() == ' ' || text.back() == '\r')) {
+        text.remove_suffix(1);
+    }
+    return text;
+}
+
+/// A number up to the comma. Up to 15 digits the quotient of two exact numbers is the double
+/// nearest to the text; longer numbers use std::from_chars.
+bool parseNumber(const char*& p, const char* end, double& value)
+{
+    const char* const begin = p;
+    const bool negative = p != end && *p == '-';
+    const char* digit = negative ? p + 1 : p;
+    std::uint64_t mantissa = 0;
+    const char* const first = digit;
+    while (digit != end && isDigit(*digit)) {
+        mantissa = mantissa * 10 + static_cast<std::uint64_t>(*digit++ - '0');
+    }
+    auto digits = digit - first;
+    std::size_t decimals = 0;
+    if (digit != end && *digit == '.') {
+        const char* const point = ++digit;
+        while (digit != end && isDigit(*digit)) {
+            mantissa = mantissa * 10 + static_cast<std::uint64_t>(*digit++ - '0');
+        }
+        decimals = static_cast<std::size_t>(digit - point);
+        digits += digit - point;
+    }
+    if (digits > 0 && digits <= 15 && digit != end && *digit == ',') {
+        const double quotient = static_cast<double>(mantissa) / powersOfTen[decimals];
+        value = negative ? -quotient : quotient;
+        p = digit;
+        return quotient <= mostValue;
+    }
+    const auto [stop, problem] = std::from_chars(begin, end, value);
+    p = stop;
+    return problem == std::errc() && stop != end && *stop == ',' && std::abs(value) <= mostValue;
+}
+
+/// Seconds with decimals as nanoseconds, rounded to whole microseconds: further digits are beyond
+/// the resolution of a double of that size.
+bool parseTime(const char*& p, const char* end, Nanoseconds& time)
+{
+    constexpr Nanoseconds second = 1'000'000'000;
+    constexpr Nanoseconds most = std::numeric_limits<Nanoseconds>::max() / second - 1;
+    const char* digit = p;
+    Nanoseconds seconds = 0;
+    while (digit != end && isDigit(*digit)) {
+        seconds = seconds * 10 + (*digit++ - '0');
+        if (seconds > most) {
+            return false;
+        }
+    }
+    if (digit == p) {
+        return false;
+    }
+    Nanoseconds fraction = 0;
+    if (digit != end && *digit == '.') {
+        ++digit;
+        Nanoseconds place = second;
+        for (; digit != end && isDigit(*digit); ++digit) {
+            place /= 10;
+            fraction += place * (*digit - '0');
+        }
+    }
+    p = digit;
+    time = seconds * second + (fraction + 500) / 1000 * 1000;
+    return digit != end && *digit == ',';
+}
+
+const char* endOfLine(const char* begin, const char* end)
+{
+    const void* const feed = std::memchr(begin, '\n', static_cast<std::size_t>(end - begin));
+    return feed == nullptr ? end : static_cast<const char*>(feed);
+}
+
+/// The line that starts with "idx", without its line feed; empty if there is none.
+std::string_view findHeader(const char* begin, const char* end)
+{
+    for (const char* line = begin; line < end;) {
+        const char* const stop = endOfLine(line, end);
+        const std::string_view text(line, static_cast<std::size_t>(stop - line));
+        if (text.substr(0, 4) == "idx,") {
+            return text;
+        }
+        line = stop == end ? end : stop + 1;
+    }
+    return {};
+}
+
+} // namespace
+
+RowReader::RowReader(const char* begin, const char* end, std::string_view header,
+                     const std::string& path)
+    : m_begin(begin), m_end(end), m_header(header), m_path(path)
+{
+    m_has.fill(false);
+    while (!header.empty()) {
+        const std::size_t comma = header.find(',');
+        const std::string_view name = trimmed(header.substr(0, comma));
+        header = comma == std::string_view::npos ? std::string_view() : header.substr(comma + 1);
+        if (name.empty() && header.empty()) {
+            break; // after the last comma
+        }
+        const auto found = std::find(names.begin(), names.end(), name);
+        m_fields.push_back(found == names.end()
+                               ? UNKNOWN
+                               : static_cast<FIELD>(std::distance(names.begin(), found)));
+        if (found != names.end()) {
+            m_has.at(m_fields.back()) = true;
+        }
+    }
+}
+
+std::optional<RowReader> RowReader::of(const char* begin, const char* end, const std::string& path,
+                                       std::string& error)
+{
+    const std::string_view header = findHeader(begin, end);
+    if (header.empty()) {
+        error = path + ": is no recording: no line starts with \"idx,\"";
+        return std::nullopt;
+    }
+    return RowReader(begin, end, header, path);
+}
+
+std::size_t RowReader::likelyRows() const
+{
+    const char* const second = endOfLine(m_header.data() + m_header.size(), m_end);
+    if (second == m_end) {
+        return 0;
+    }
+    // All rows have about the same length, so the length of the second one is used to estimate
+    // their number.
+    const auto length = static_cast<std::size_t>(endOfLine(second + 1, m_end) - second);
+    return static_cast<std::size_t>(m_end - m_begin) / std::max<std::size_t>(length, 16) + 16;
+}
+
+RowReader::PARSED RowReader::parse(const char* p, const char* end, RecordedRow& row) const
+{
+    bool valid = true;
+    for (const FIELD field : m_fields) {
+        const char* const start = p;
+        bool fine = true;
+        if (field == UNKNOWN) {
+            p = static_cast<const char*>(std::memchr(p, ',', static_cast<std::size_t>(end - p)));
+        } else if (field >= IMU_TIME && field <= BARO_TIME) {
+            fine = parseTime(p, end, row.times[field]);
+        } else {
+            fine = parseNumber(p, end, row.values[field]);
+        }
+        if (!fine) {
+            valid = false;
+            p = static_cast<const char*>(
+                std::memchr(start, ',', static_cast<std::size_t>(end - start)));
+        }
+        if (p == nullptr || p == end) {
+            return PARSED::TORN;
+        }
+        ++p; // after the comma
+    }
+    if (p != end) {
+        return PARSED::TORN;
+    }
+    const double index = row.values[INDEX];
+    valid = valid && index >= 0.0 && index <= 4294967295.0 && index == std::floor(index);
+    return valid ? PARSED::ROW : PARSED::INVALID;
+}
+
+bool RowReader::visit(const std::function<void(const RecordedRow&)>& take, ReadReport& report,
+                      const std::function<bool(double)>& progress, std::string& error) const
+{
+    const auto size = static_cast<std::size_t>(m_end - m_begin);
+    report.bytes = size;
+    RecordedRow row;
+    const char* nextProgress = m_begin + std::min(progressStep, size);
+    for (const char* line = m_begin; line < m_end;) {
+        const char* stop = endOfLine(line, m_end);
+        const char* const next = stop == m_end ? m_end : stop + 1;
+        if (line != m_header.data() && stop != line) {
+            if (stop[-1] == '\r') {
+                --stop;
+            }
+            switch (parse(line, stop, row)) {
+            case PARSED::ROW:
+                take(row);
+                break;
+            case PARSED::TORN:
+                ++report.tornRows;
+                break;
+            case PARSED::INVALID:
+                ++report.invalidRows;
+                break;
+            }
+        }
+        line = next;
+        if (line >= nextProgress && progress) {
+            if (!progress(static_cast<double>(line - m_begin) / static_cast<double>(size))) {
+                error = m_path + ": reading was ended";
+                return false;
+            }
+            nextProgress = line + std::min(progressStep, static_cast<std::size_t>(m_end - line));
+        }
+    }
+    return true;
+}
+
+SampleSplitter::SampleSplitter(const RowReader& reader)
+    : m_time(reader.has(IMU_TIME)   ? IMU_TIME
+             : reader.has(MAG_TIME) ? MAG_TIME
+                                    : BARO_TIME),
+      m_hasMagnetometer(reader.has(MAG_TIME) && reader.hasTriple(MAG_X)),
+      m_hasBarometer(reader.has(BARO_TIME) && reader.has(PRESSURE) && reader.has(ALTITUDE)),
+      m_hasTemperatures(reader.has(TEMP_LEFT) && reader.has(TEMP_RIGHT) && reader.has(TEMP_IMU) &&
+                        reader.has(TEMP_BAROMETER))
+{}
+
+SampleSplitter::New SampleSplitter::take(const RecordedRow& row, ReadReport& report)
+{
+    New found;
+    found.time = row.times[m_time];
+    if (m_any && found.time <= m_last) {
+        ++(found.time == m_last ? report.repeatedRows : report.backwardRows);
+        return found;
+    }
+    found.row = true;
+    m_any = true;
+    m_last = found.time;
+    ++report.rows;
+
+    const Nanoseconds magnetic = row.times[MAG_TIME];
+    if (m_hasMagnetometer && magnetic > m_lastMagnetometer) {
+        found.magnetometer = m_lastMagnetometer = magnetic;
+    }
+    const Nanoseconds barometer = row.times[BARO_TIME];
+    const bool newBarometer = barometer > m_lastBarometer;
+    m_lastBarometer = std::max(m_lastBarometer, barometer);
+    if (m_hasBarometer && newBarometer) {
+        found.barometer = barometer;
+    }
+    const bool due = barometer > 0 ? newBarometer
+                                   : !m_lastTemperatures ||
+                                         found.time - *m_lastTemperatures >= temperaturePeriod;
+    if (m_hasTemperatures && due) {
+        found.temperatures = m_lastTemperatures = barometer > 0 ? barometer : found.time;
+    }
+    return found;
+}
+
+MappedFile::MappedFile(const std::string& path, std::string& error)
+{
+    // Without O_NONBLOCK the open of a FIFO would wait before it can be refused.
+    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (file < 0) {
+        error = path + ": cannot be read: " + std::strerror(errno);
+        return;
+    }
+    struct stat about = {};
+    if (::fstat(file, &about) != 0 || !S_ISREG(about.st_mode)) {
+        error = path + ": is not a regular file";
+    } else if (about.st_size == 0) {
+        error = path + ": is empty";
+    } else {
+        m_size = static_cast<std::size_t>(about.st_size);
+        m_data = ::mmap(nullptr, m_size, PROT_READ, MAP_PRIVATE, file, 0);
+        if (m_data == MAP_FAILED) {
+            m_data = nullptr;
+            error = path + ": cannot be mapped into memory: " + std::strerror(errno);
+        } else {
+            ::madvise(m_data, m_size, MADV_SEQUENTIAL);
+        }
+    }
+    ::close(file);
+}
+
+void MappedFile::release(double share)
+{
+    const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    const auto read = static_cast<std::size_t>(share * static_cast<double>(m_size));
+    const std::size_t pages = read / page > 0 ? (read / page - 1) * page : 0;
+    const std::size_t from = pages > m_released ? m_released : 0;
+    if (pages > from) {
+        ::madvise(static_cast<char*>(m_data) + from, pages - from, MADV_DONTNEED);
+    }
+    m_released = pages;
+}
+
+MappedFile::~MappedFile()
+{
+    if (m_data != nullptr) {
+        ::munmap(m_data, m_size);
+    }
+}
+
+} // namespace analysis

@@ -1,0 +1,154 @@
+/// @file
+/// Rows of a recorded CSV file one after the other, in constant memory whatever its length.
+#pragma once
+
+#include "analysis/recording.h"
+
+#include <array>
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace analysis {
+
+/// The columns of a recording.
+enum FIELD : std::size_t {
+    INDEX,
+    IMU_TIME,
+    MAG_TIME,
+    BARO_TIME,
+    ACC_X,
+    ACC_Y,
+    ACC_Z,
+    GYRO_X,
+    GYRO_Y,
+    GYRO_Z,
+    MAG_X,
+    MAG_Y,
+    MAG_Z,
+    OR_X,
+    OR_Y,
+    OR_Z,
+    PRESSURE,
+    ALTITUDE,
+    MOVING,
+    TEMP_LEFT,
+    TEMP_RIGHT,
+    TEMP_IMU,
+    TEMP_BAROMETER,
+    FIELDS,
+    UNKNOWN = FIELDS
+};
+
+/// One row. A column that the file does not have is 0.
+struct RecordedRow
+{
+    std::array<double, FIELDS> values{};            ///< but for the times
+    std::array<Nanoseconds, BARO_TIME + 1> times{}; ///< IMU_TIME to BARO_TIME
+};
+
+/// Reads the rows of a text that the caller keeps in memory.
+class RowReader
+{
+public:
+    /// Finds the header. Rows may stand above it.
+    /// @param path  for messages
+    /// @param error one line where there is no header of a recording
+    static std::optional<RowReader> of(const char* begin, const char* end, const std::string& path,
+                                       std::string& error);
+
+    bool has(FIELD field) const { return m_has[field]; }
+    bool hasTriple(FIELD first) const
+    {
+        return m_has[first] && m_has[first + 1] && m_has[first + 2];
+    }
+
+    std::size_t likelyRows() const; ///< an estimate, mostly a little too high
+
+    /// Calls take() with each row that can be read, in the order of the file.
+    /// @param report   gets the bytes, and the rows that can't be read
+    /// @param progress is called now and then with the share that is read, 0 to 1; false ends the
+    ///                 reading
+    /// @return false with the error when progress() has ended it
+    bool visit(const std::function<void(const RecordedRow&)>& take, ReadReport& report,
+               const std::function<bool(double)>& progress, std::string& error) const;
+
+private:
+    enum class PARSED { ROW, TORN, INVALID };
+
+    RowReader(const char* begin, const char* end, std::string_view header, const std::string& path);
+    PARSED parse(const char* p, const char* end, RecordedRow& row) const;
+
+    const char* m_begin;
+    const char* m_end;
+    std::string_view m_header;
+    std::string m_path;
+    std::vector<FIELD> m_fields;
+    std::array<bool, FIELDS> m_has{};
+};
+
+/// Which samples of a row are new: rows repeat those of slow sensors. Rows in their order.
+class SampleSplitter
+{
+public:
+    /// What is new in a row, with its time.
+    struct New
+    {
+        bool row = false;     ///< false where the row is not later than the one before
+        Nanoseconds time = 0; ///< of the IMU; of the magnetometer or the barometer in files without
+        std::optional<Nanoseconds> magnetometer;
+        std::optional<Nanoseconds> barometer;
+        /// Once per barometer sample, once in 40 ms where there is no barometer.
+        std::optional<Nanoseconds> temperatures;
+    };
+
+    explicit SampleSplitter(const RowReader& reader);
+
+    bool hasImu() const { return m_time == IMU_TIME; }
+    bool hasMagnetometer() const { return m_hasMagnetometer; }
+    bool hasBarometer() const { return m_hasBarometer; }
+    bool hasTemperatures() const { return m_hasTemperatures; }
+
+    /// @param report counts the row, or why it is left out
+    New take(const RecordedRow& row, ReadReport& report);
+
+private:
+    FIELD m_time; ///< which time the rows are ordered by
+    bool m_hasMagnetometer;
+    bool m_hasBarometer;
+    bool m_hasTemperatures;
+    bool m_any = false;
+    Nanoseconds m_last = 0;
+    Nanoseconds m_lastMagnetometer = 0;
+    Nanoseconds m_lastBarometer = 0;
+    std::optional<Nanoseconds> m_lastTemperatures;
+};
+
+/// A regular file in memory, for reading.
+class MappedFile
+{
+public:
+    /// @param error one line where it can't be had
+    MappedFile(const std::string& path, std::string& error);
+    ~MappedFile();
+    MappedFile(const MappedFile&) = delete;
+    MappedFile& operator=(const MappedFile&) = delete;
+
+    bool valid() const { return m_data != nullptr; }
+    const char* begin() const { return static_cast<const char*>(m_data); }
+    const char* end() const { return begin() + m_size; }
+
+    /// Gives back the memory of what has been read: a share from the begin of the file, 0 to 1.
+    /// What is read again comes from the file again.
+    void release(double share);
+
+private:
+    std::size_t m_released = 0; ///< bytes
+    void* m_data = nullptr;
+    std::size_t m_size = 0;
+};
+
+} // namespace analysis
