@@ -1,0 +1,48 @@
+/// @file
+/// What the writers of all formats share.
+#pragma once
+
+#include "exchange/sample_source.h"
+#include "exchange/samples.h"
+
+#include <functional>
+#include <string>
+
+namespace exchange {
+
+/// From what to what.
+struct Job
+{
+    const SampleSource& source;
+    const std::string& input;
+    const std::string& output;
+    AXES axes;
+    const std::function<bool(double)>& progress; ///< false ends the work
+};
+
+/// Counts samples.
+class CountingSink : public SampleSink
+{
+public:
+    void take(const ImuSample&) override { ++m_counts.imu; }
+    void take(const MagneticSample&) override { ++m_counts.magneticField; }
+    void take(const BarometerSample&) override { ++m_counts.barometer; }
+    void take(const TemperatureSample&) override { ++m_counts.temperatures; }
+
+    const Counts& counts() const { return m_counts; }
+
+protected:
+    Counts m_counts;
+};
+
+/// Whether there is anything to write.
+/// @param error one line where there is not
+inline bool hasRows(const Job& job, const analysis::ReadReport& report, std::string& error)
+{
+    if (report.rows == 0) {
+        error = job.input + ": has no row that can be used";
+    }
+    return report.rows > 0;
+}
+
+} // namespace exchange
