@@ -26,6 +26,8 @@ using Action = std::function<int()>;
 // Each verb adds its subcommand with options and help. Where the command line names it, it puts
 // what is to be done into the action, which owns all that it needs.
 
+void addRecord(CLI::App& program, Action& action);
+void addConvert(CLI::App& program, Action& action);
 void addReport(CLI::App& program, Action& action);
 
 /// Reads the command line. Help and version are written to standard output, what is wrong in one

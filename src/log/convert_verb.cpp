@@ -1,0 +1,117 @@
+#include "exchange/convert.h"
+#include "log/arguments.h"
+#include "log/command_line.h"
+#include "log/end_signals.h"
+#include "log/progress_line.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cmath>
+#include <iostream>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace samplelog {
+
+namespace {
+
+const std::map<std::string, exchange::FORMAT> forms{{"mcap", exchange::FORMAT::MCAP},
+                                                    {"euroc", exchange::FORMAT::EUROC},
+                                                    {"npz", exchange::FORMAT::NPZ}};
+const std::map<std::string, exchange::AXES> turns{{"camera", exchange::AXES::CAMERA},
+                                                  {"robot", exchange::AXES::ROBOT}};
+
+template <typename Value>
+std::vector<std::string> namesOf(const std::map<std::string, Value>& map)
+{
+    std::vector<std::string> names;
+    for (const auto& entry : map) {
+        names.push_back(entry.first);
+    }
+    return names;
+}
+
+std::string rows(std::uint64_t number, const std::string& what)
+{
+    return std::to_string(number) + (number == 1 ? " row " : " rows ") + what;
+}
+
+/// What was left out, one line; empty where nothing was.
+std::string leftOut(const analysis::ReadReport& report)
+{
+    const std::pair<std::uint64_t, const char*> reasons[] = {
+        {report.tornRows, "with another number of fields than the header"},
+        {report.invalidRows, "with something that is no number"},
+        {report.repeatedRows, "with the time of the row before"},
+        {report.backwardRows, "with a time before that of the row before"},
+    };
+    std::string text;
+    for (const auto& [number, what] : reasons) {
+        if (number > 0) {
+            text += (text.empty() ? "" : ", ") + rows(number, what);
+        }
+    }
+    return text;
+}
+
+int convert(const exchange::ConvertOptions& options)
+{
+    EndSignals signals;
+    ProgressLine line;
+    const exchange::ConvertResult result = exchange::convert(options, [&](double share) {
+        if (line.isDue()) {
+            line.show(options.output + ": " + std::to_string(std::lround(share * 100.0)) + " %");
+        }
+        return !signals.wait(std::chrono::nanoseconds(0));
+    });
+    line.clear();
+    if (!result.done) {
+        std::cerr << "gravimon-log: " << result.error << "\n";
+        return NOT_DONE;
+    }
+    const exchange::Counts& counts = result.counts;
+    std::cout << options.output << ": " << counts.imu << " samples of the IMU, "
+              << counts.magneticField << " of the magnetometer, " << counts.barometer
+              << " of the barometer, " << counts.temperatures << " of the temperatures"
+              << std::endl;
+    if (const std::string text = leftOut(result.report); !text.empty()) {
+        std::cerr << "gravimon-log: " << options.input << ": left out: " << text << "\n";
+    }
+    return DONE;
+}
+
+} // namespace
+
+void addConvert(CLI::App& program, Action& action)
+{
+    CLI::App* const verb =
+        program.add_subcommand("convert", "Write a recording in the form of other programs");
+    const auto options = std::make_shared<exchange::ConvertOptions>();
+    verb->add_option("FILE", options->input, "Recording to read")->required()->check(someText());
+    verb->add_option("OUT", options->output,
+                     "File to write, for euroc a folder; it must not exist yet")
+        ->required()
+        ->check(someText());
+    const auto form = std::make_shared<std::string>();
+    const auto axes = std::make_shared<std::string>();
+    verb->add_option("--to", *form, "Form: mcap, euroc or npz")
+        ->required()
+        ->type_name("FORM")
+        ->check(CLI::IsMember(namesOf(forms)));
+    verb->add_option("--axes", *axes,
+                     "camera: x right, y up, z backward, by default for npz; robot: x forward, "
+                     "y left, z up, by default for mcap and euroc")
+        ->type_name("AXES")
+        ->check(CLI::IsMember(namesOf(turns)));
+    verb->callback([options, form, axes, &action] {
+        options->format = forms.at(*form);
+        if (!axes->empty()) {
+            options->axes = turns.at(*axes);
+        }
+        action = [options] { return convert(*options); };
+    });
+}
+
+} // namespace samplelog

@@ -1,0 +1,46 @@
+#include "log/end_signals.h"
+
+#include <ctime>
+
+namespace samplelog {
+
+EndSignals::EndSignals()
+{
+    sigemptyset(&m_set);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction action = {};
+        if (sigaction(number, nullptr, &action) == 0 && action.sa_handler != SIG_IGN) {
+            sigaddset(&m_set, number);
+        }
+    }
+    pthread_sigmask(SIG_BLOCK, &m_set, &m_before);
+    std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+EndSignals::~EndSignals()
+{
+    pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
+}
+
+bool EndSignals::wait(std::chrono::nanoseconds time)
+{
+    timespec limit{};
+    limit.tv_nsec = static_cast<long>(time.count());
+    const int number = sigtimedwait(&m_set, nullptr, &limit);
+    if (number <= 0) {
+        return false;
+    }
+    const auto now = std::chrono::steady_clock::now();
+    if (!m_came) {
+        m_came = now;
+    } else if (now - *m_came > together) {
+        // Whoever asks again does not want to wait for a disk.
+        std::signal(number, SIG_DFL);
+        pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
+        std::raise(number);
+    }
+    return true;
+}
+
+} // namespace samplelog

@@ -1,0 +1,93 @@
+#include "log/gap_counter.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+
+namespace samplelog {
+
+namespace {
+
+/// Weight of a new distance in the period.
+constexpr double share = 1.0 / 1024.0;
+/// How well the camera's rate must fit to count.
+constexpr double tolerance = 0.05;
+
+/// More than half of the samples may be missing, as on a machine that is too slow: then the usual
+/// distance is a multiple of the period, which the camera's own rate shows.
+std::uint64_t samplesIn(double distanceUs, float effectiveRate)
+{
+    const double ratio = distanceUs * 1e-6 * static_cast<double>(effectiveRate);
+    const double whole = std::round(ratio);
+    const bool fits = whole >= 2.0 && whole < 1e6 && std::fabs(ratio / whole - 1.0) < tolerance;
+    return fits ? static_cast<std::uint64_t>(whole) : 1;
+}
+
+} // namespace
+
+void GapCounter::add(std::uint64_t timeUs, float effectiveRate)
+{
+    if (m_state.samples == 0) {
+        m_state.firstUs = timeUs;
+        m_state.lastUs = timeUs;
+    }
+    ++m_state.samples;
+    m_effectiveRate = effectiveRate;
+    if (m_state.periodUs > 0.0) {
+        count(m_state.lastUs, timeUs);
+    } else {
+        m_first.push_back(timeUs);
+        if (m_first.size() == settling) {
+            settle(effectiveRate);
+        }
+    }
+    m_state.lastUs = std::max(m_state.lastUs, timeUs);
+}
+
+StreamState GapCounter::finish()
+{
+    if (!m_first.empty()) {
+        settle(m_effectiveRate);
+    }
+    return m_state;
+}
+
+void GapCounter::settle(float effectiveRate)
+{
+    std::vector<double> distances;
+    for (std::size_t i = 1; i < m_first.size(); ++i) {
+        if (m_first[i] > m_first[i - 1]) {
+            distances.push_back(static_cast<double>(m_first[i] - m_first[i - 1]));
+        }
+    }
+    if (!distances.empty()) {
+        const auto middle = distances.begin() + static_cast<std::ptrdiff_t>(distances.size() / 2);
+        std::nth_element(distances.begin(), middle, distances.end());
+        m_state.periodUs = *middle / static_cast<double>(samplesIn(*middle, effectiveRate));
+        for (std::size_t i = 1; i < m_first.size(); ++i) {
+            count(m_first[i - 1], m_first[i]);
+        }
+    }
+    m_first.clear();
+}
+
+void GapCounter::count(std::uint64_t beforeUs, std::uint64_t timeUs)
+{
+    if (timeUs <= beforeUs) {
+        return;
+    }
+    const auto distance = static_cast<double>(timeUs - beforeUs);
+    const double fitting = std::max(1.0, std::round(distance / m_state.periodUs));
+    if (fitting > 1.0) {
+        m_state.missing += static_cast<std::uint64_t>(fitting) - 1;
+        ++m_state.gaps;
+        if (timeUs - beforeUs > m_state.longestGapUs) {
+            m_state.longestGapUs = timeUs - beforeUs;
+            m_state.longestGapAtUs = beforeUs;
+        }
+        return;
+    }
+    m_state.periodUs += share * (distance - m_state.periodUs);
+}
+
+} // namespace samplelog

@@ -1,0 +1,109 @@
+#include "log/record.h"
+
+#include "log/command_line.h"
+#include "log/end_signals.h"
+#include "log/progress_line.h"
+
+#include <array>
+#include <cmath>
+#include <cstdarg>
+#include <cstdio>
+#include <iostream>
+#include <thread>
+
+namespace samplelog {
+
+namespace {
+
+constexpr std::chrono::milliseconds lookPeriod{50};
+
+std::string formatted(const char* format, ...) __attribute__((format(printf, 1, 2)));
+std::string formatted(const char* format, ...)
+{
+    std::array<char, 160> text;
+    va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(text.data(), text.size(), format, arguments);
+    va_end(arguments);
+    return text.data();
+}
+
+std::string gapsText(const StreamState& state)
+{
+    if (state.gaps == 0) {
+        return "no gaps";
+    }
+    return formatted("%llu gap%s, %llu sample%s missing",
+                     static_cast<unsigned long long>(state.gaps), state.gaps == 1 ? "" : "s",
+                     static_cast<unsigned long long>(state.missing), state.missing == 1 ? "" : "s");
+}
+
+} // namespace
+
+std::string progressText(const StreamState& former, const StreamState& now,
+                         std::chrono::duration<double> silence)
+{
+    const auto whole = static_cast<unsigned long long>(now.seconds());
+    const double seconds = static_cast<double>(now.lastUs - former.lastUs) * 1e-6;
+    const double rate = former.samples > 0 && seconds > 0.0
+                            ? static_cast<double>(now.samples - former.samples) / seconds
+                            : 0.0;
+    std::string text =
+        formatted("%02llu:%02llu:%02llu  %llu rows  %.1f Hz  ", whole / 3600, whole / 60 % 60,
+                  whole % 60, static_cast<unsigned long long>(now.samples), rate) +
+        gapsText(now);
+    if (silence.count() >= 1.0) {
+        text += formatted("  no sample for %.0f s", std::floor(silence.count()));
+    }
+    return text;
+}
+
+std::string summaryText(const std::string& path, std::uint64_t rows, const StreamState& state)
+{
+    std::string text = path + ": " +
+                       formatted("%llu row%s in %.3f s", static_cast<unsigned long long>(rows),
+                                 rows == 1 ? "" : "s", state.seconds());
+    if (state.periodUs > 0.0) {
+        text += formatted(", %.2f Hz, ", 1e6 / state.periodUs) + gapsText(state);
+    }
+    if (state.gaps > 0) {
+        text += formatted("; the longest gap is %.4f s long, %.3f s behind the start",
+                          static_cast<double>(state.longestGapUs) * 1e-6,
+                          static_cast<double>(state.longestGapAtUs - state.firstUs) * 1e-6);
+    }
+    return text;
+}
+
+int record(const RecordOptions& options)
+{
+    EndSignals signals;
+    RecordingRun run(options);
+    std::string error;
+    if (!run.start(error)) {
+        std::cerr << "gravimon-log: " << error << "\n";
+        return NOT_DONE;
+    }
+    ProgressLine line;
+    StreamState former;
+    while (run.isRunning()) {
+        if (signals.wait(lookPeriod)) {
+            run.requestEnd();
+        }
+        if (line.isDue()) {
+            const StreamState state = run.state();
+            line.show(progressText(former, state, run.silence()));
+            former = state;
+        }
+    }
+    line.clear();
+    const bool whole = run.finish(error);
+    const StreamState state = run.state();
+    std::cout << summaryText(options.path, run.rows(), state) << std::endl;
+    if (!whole) {
+        std::cerr << "gravimon-log: " << error << "; the rows until then are in the file\n";
+        return NOT_DONE;
+    }
+    return state.missing > 0 ? INCOMPLETE : DONE;
+}
+
+} // namespace samplelog

@@ -1,0 +1,187 @@
+#include "log/recording_run.h"
+
+#include "sensors/timeslice.h"
+
+#include <algorithm>
+
+namespace samplelog {
+
+namespace {
+
+/// How often rows go to the file. A reader of the growing file is that much behind.
+constexpr std::chrono::milliseconds writingPeriod{100};
+/// A camera without samples for that long has its --seconds counted by the machine's clock.
+constexpr std::chrono::seconds longSilence{1};
+/// For the first sample.
+constexpr std::chrono::seconds patience{5};
+
+} // namespace
+
+RecordingRun::RecordingRun(const RecordOptions& options)
+    : m_options{options.path, options.serial, options.seconds, RecOptions()},
+      m_file(options.columns)
+{}
+
+RecordingRun::~RecordingRun()
+{
+    requestEnd();
+    std::string error;
+    finish(error);
+}
+
+bool RecordingRun::start(std::string& error)
+{
+    if (!m_file.create(m_options.path, error)) {
+        return false;
+    }
+    m_waiting.reserve(mostWaiting);
+    if (!m_camera.open(m_options.serial, error)) {
+        m_file.remove();
+        return false;
+    }
+    m_newest = Clock::now().time_since_epoch().count();
+    m_reads = true;
+    m_running = true;
+    m_reader = std::thread(&RecordingRun::read, this);
+    m_writer = std::thread(&RecordingRun::write, this);
+    return true;
+}
+
+std::chrono::duration<double> RecordingRun::silence() const
+{
+    return Clock::now().time_since_epoch() - Clock::duration(m_newest);
+}
+
+bool RecordingRun::isOver(std::uint64_t timeUs) const
+{
+    return m_options.seconds &&
+           static_cast<double>(timeUs - *m_firstUs) * 1e-6 >= *m_options.seconds;
+}
+
+void RecordingRun::read()
+{
+    timeslice::askForShortest();
+    const auto begin = Clock::now();
+    RowMaker maker;
+    om::SensorsData record;
+    while (!m_ends) {
+        if (!m_camera.next(record)) {
+            fail("the camera was lost");
+            break;
+        }
+        const std::optional<TimedRow> made = maker.take(record);
+        if (!made) {
+            if (silence() < longSilence) {
+                continue;
+            }
+            if (!m_firstUs && silence() > patience) {
+                fail("the camera sends no samples");
+                break;
+            }
+            const std::chrono::duration<double> elapsed = Clock::now() - begin;
+            if (m_options.seconds && elapsed.count() > *m_options.seconds + 1.0) {
+                break;
+            }
+            continue;
+        }
+        m_newest = Clock::now().time_since_epoch().count();
+        if (!m_firstUs) {
+            m_firstUs = made->timeUs;
+        }
+        if (isOver(made->timeUs)) {
+            break;
+        }
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        // On a disk that stands still for longer, samples are lost, and count as missing.
+        if (m_waiting.size() < mostWaiting) {
+            m_waiting.push_back(*made);
+        }
+    }
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_reads = false;
+    m_readerEnded.notify_all();
+}
+
+void RecordingRun::write()
+{
+    std::vector<TimedRow> rows;
+    rows.reserve(mostWaiting);
+    std::string error;
+    for (bool goesOn = true; goesOn;) {
+        {
+            std::unique_lock<std::mutex> lock(m_mutex);
+            // The reading thread wakes nobody but at its end: it has to be there for the next
+            // sample.
+            m_readerEnded.wait_for(lock, writingPeriod, [this] { return !m_reads; });
+            goesOn = m_reads;
+            rows.swap(m_waiting);
+        }
+        if (!writeRows(rows, error)) {
+            fail(error);
+            requestEnd();
+            m_running = false;
+            return;
+        }
+        rows.clear();
+    }
+    if (!m_file.finish(error)) {
+        fail(error);
+    }
+    const StreamState state = m_counter.finish();
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_state = state;
+    }
+    m_running = false;
+}
+
+bool RecordingRun::writeRows(const std::vector<TimedRow>& rows, std::string& error)
+{
+    /// Some 256 KiB: a long queue is not to double the memory.
+    constexpr std::size_t mostAtOnce = 1024;
+    std::size_t done = 0;
+    do {
+        const std::size_t end = std::min(rows.size(), done + mostAtOnce);
+        const std::size_t begin = done;
+        for (; done < end; ++done) {
+            m_file.add(rows[done].row);
+        }
+        if (!m_file.flush(error)) {
+            return false;
+        }
+        for (std::size_t i = begin; i < end; ++i) {
+            m_counter.add(rows[i].timeUs, rows[i].effectiveRate);
+        }
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_state = m_counter.state();
+    } while (done < rows.size());
+    return true;
+}
+
+void RecordingRun::fail(const std::string& reason)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_error.empty()) {
+        m_error = reason;
+    }
+}
+
+StreamState RecordingRun::state() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_state;
+}
+
+bool RecordingRun::finish(std::string& error)
+{
+    for (std::thread* const thread : {&m_reader, &m_writer}) {
+        if (thread->joinable()) {
+            thread->join();
+        }
+    }
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    error = m_error;
+    return m_error.empty();
+}
+
+} // namespace samplelog

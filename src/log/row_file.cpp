@@ -1,0 +1,144 @@
+#include "log/row_file.h"
+
+#include <QTextStream>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace samplelog {
+
+namespace {
+
+std::string whatIsThere(const std::string& path)
+{
+    struct stat there = {};
+    if (::stat(path.c_str(), &there) == 0) {
+        if (S_ISDIR(there.st_mode)) {
+            return "is a folder: give the name of a file in it";
+        }
+        if (!S_ISREG(there.st_mode)) {
+            return "is no regular file: choose another name";
+        }
+    }
+    return "exists already: choose another name or remove it";
+}
+
+} // namespace
+
+RowFile::RowFile(const RecOptions& columns)
+{
+    m_columns = columns;
+}
+
+RowFile::~RowFile()
+{
+    if (m_descriptor >= 0) {
+        ::close(m_descriptor);
+    }
+}
+
+bool RowFile::create(const std::string& path, std::string& error)
+{
+    m_path = path;
+    constexpr mode_t everybody = 0666; // less what the user's mask takes away
+    m_descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, everybody);
+    if (m_descriptor < 0) {
+        const int number = errno;
+        error = path + ": " +
+                (number == EEXIST ? whatIsThere(path)
+                                  : std::string("cannot be written: ") + std::strerror(number));
+        return false;
+    }
+    QTextStream(&m_text, QIODevice::WriteOnly) << recorder::header(m_columns) << '\n';
+    if (!write(error)) {
+        remove();
+        return false;
+    }
+    return true;
+}
+
+void RowFile::add(const recorder::Row& row)
+{
+    QTextStream stream(&m_text, QIODevice::WriteOnly | QIODevice::Append);
+    recorder::writeRow(stream, m_columns, row);
+}
+
+bool RowFile::flush(std::string& error)
+{
+    struct stat file = {};
+    if (::fstat(m_descriptor, &file) == 0 && file.st_nlink == 0) {
+        return refused("was removed while it was written", 0, error);
+    }
+    return m_text.isEmpty() || write(error);
+}
+
+bool RowFile::write(std::string& error)
+{
+    const char* data = m_text.constData();
+    auto left = static_cast<std::size_t>(m_text.size());
+    while (left > 0) {
+        const ssize_t written = ::write(m_descriptor, data, left);
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
+        if (written <= 0) {
+            const int number = written == 0 ? EIO : errno;
+            // Of what was written before the refusal the whole lines stay.
+            const QByteArray done = m_text.left(m_text.size() - static_cast<int>(left));
+            m_whole += done.lastIndexOf('\n') + 1;
+            m_lines += static_cast<std::uint64_t>(done.count('\n'));
+            cut();
+            return refused("cannot be written", number, error);
+        }
+        data += written;
+        left -= static_cast<std::size_t>(written);
+    }
+    m_whole += m_text.size();
+    m_lines += static_cast<std::uint64_t>(m_text.count('\n'));
+    m_text.clear();
+    return true;
+}
+
+void RowFile::cut()
+{
+    // Shorter needs no space. There is nobody to report a failure to: what is wrong is known.
+    [[maybe_unused]] const int result = ::ftruncate(m_descriptor, m_whole);
+}
+
+bool RowFile::refused(const std::string& what, int number, std::string& error)
+{
+    error = m_path + ": " + what + (number == 0 ? "" : std::string(": ") + std::strerror(number));
+    ::close(m_descriptor);
+    m_descriptor = -1;
+    m_text.clear();
+    return false;
+}
+
+bool RowFile::finish(std::string& error)
+{
+    if (!flush(error)) {
+        return false;
+    }
+    // Some file systems cannot, and hold what they were given all the same.
+    if (::fsync(m_descriptor) != 0 && errno != EINVAL && errno != EROFS && errno != ENOTSUP) {
+        return refused("cannot be written", errno, error);
+    }
+    const int descriptor = m_descriptor;
+    m_descriptor = -1;
+    if (::close(descriptor) != 0 && errno != EINTR) {
+        error = m_path + ": cannot be written: " + std::strerror(errno);
+        return false;
+    }
+    return true;
+}
+
+void RowFile::remove()
+{
+    ::unlink(m_path.c_str());
+}
+
+} // namespace samplelog

@@ -1,0 +1,219 @@
+"""gravimon-log record from outside: what ends it, what the file then holds, and the exit status.
+
+program_test.py PROGRAM
+"""
+
+import os
+import pathlib
+import pty
+import re
+import signal
+import subprocess
+import sys
+import tempfile
+import unittest
+
+sys.path.append(str(pathlib.Path(__file__).resolve().parents[1] / "e2e"))
+from waiting import wait_for  # pylint: disable=wrong-import-position
+
+PROGRAM = sys.argv[1]
+PACKAGING = pathlib.Path(__file__).resolve().parents[2] / "packaging"
+LIMIT = 120  # s
+DONE, NOT_DONE, USAGE, INCOMPLETE = 0, 1, 2, 3
+ENVIRONMENT = {**os.environ, "OM_TIV_CONTROL": "off"}
+SENSORS = ["accelerometer", "gyroscope", "magnetometer", "orientation", "barometer", "movement", "temperatures"]
+
+
+def run(*arguments, before=None):
+    return subprocess.run([PROGRAM, *map(str, arguments)], capture_output=True, text=True, check=False, timeout=LIMIT,
+                          env=ENVIRONMENT, preexec_fn=before)
+
+
+class Case(unittest.TestCase):
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+        self.file = self.folder / "a.csv"
+
+    def start(self, *arguments, **keywords):
+        program = subprocess.Popen([PROGRAM, "record", str(self.file), *arguments], stdout=subprocess.PIPE,
+                                   stderr=subprocess.PIPE, text=True, env=ENVIRONMENT, **keywords)
+        self.addCleanup(program.kill)
+        return program
+
+    def wait_for_rows(self, program, least):
+        def there():
+            self.assertIsNone(program.poll(), "the program ended")
+            return self.file.exists() and self.file.read_bytes().count(b"\n") >= least
+        wait_for(f"{least} lines", there)
+
+    def rows(self):
+        """Whole lines, the numbers in a row, each time once."""
+        text = self.file.read_text(encoding="ascii")
+        self.assertTrue(text.endswith(",\n"))
+        header, *lines = text.split("\n")[:-1]
+        rows = [line.split(",") for line in lines]
+        for number, row in enumerate(rows):
+            self.assertEqual((len(row), row[0]), (header.count(",") + 1, str(number)))
+        self.assertEqual(len({row[1] for row in rows}), len(rows))
+        return rows
+
+    def summary(self, output):
+        """Rows and missing samples as the last line says."""
+        found = re.search(r": (\d+) rows? in [\d.]+ s, [\d.]+ Hz, (?:no gaps|\d+ gaps?, (\d+) samples? missing)", output)
+        self.assertTrue(found, output)
+        return int(found[1]), int(found[2] or 0)
+
+
+class Record(Case):
+
+    def test_rows_and_missing_samples_fill_the_time(self):
+        done = run("record", self.file, "--seconds", 3)
+        rows = self.rows()
+        told, missing = self.summary(done.stdout)
+        self.assertEqual(told, len(rows))
+        self.assertEqual((done.returncode, done.stderr), (INCOMPLETE if missing else DONE, ""))
+        span = float(rows[-1][1]) - float(rows[0][1])
+        self.assertLess(span, 3.0)
+        self.assertLessEqual(abs(len(rows) + missing - 1 - span * 400), 2)
+
+    def test_signals_end_it_whole(self):
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            program = self.start()
+            self.wait_for_rows(program, 100)
+            program.send_signal(number)
+            output, errors = program.communicate(timeout=LIMIT)
+            told, missing = self.summary(output)
+            self.assertEqual((program.returncode, errors), (INCOMPLETE if missing else DONE, ""))
+            self.assertEqual(told, len(self.rows()))
+            self.file.unlink()
+
+    def test_a_signal_that_is_ignored_at_the_start_stays_ignored(self):
+        program = self.start(preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN))
+        self.wait_for_rows(program, 50)
+        program.send_signal(signal.SIGHUP)
+        self.wait_for_rows(program, self.file.read_bytes().count(b"\n") + 100)
+        program.send_signal(signal.SIGINT)
+        program.communicate(timeout=LIMIT)
+        self.assertIn(program.returncode, (DONE, INCOMPLETE))
+
+    def test_a_limit_of_the_size_ends_it_with_a_whole_line(self):
+        done = subprocess.run(["bash", "-c", 'ulimit -f 50; exec "$@"', "bash", PROGRAM, "record", str(self.file)],
+                              capture_output=True, text=True, check=False, timeout=LIMIT, env=ENVIRONMENT)
+        self.assertEqual((done.returncode, done.stderr),
+                         (NOT_DONE, f"gravimon-log: {self.file}: cannot be written: File too large; the rows until then are "
+                                    "in the file\n"))
+        self.assertEqual(self.summary(done.stdout)[0], len(self.rows()))
+
+    def test_output_that_cannot_be_shown_does_not_harm_the_file(self):
+        with open("/dev/full", "w", encoding="ascii") as full:
+            program = subprocess.run([PROGRAM, "record", str(self.file), "--seconds", "0.5"], stdout=full, check=False,
+                                     timeout=LIMIT, env=ENVIRONMENT)
+        self.assertIn(program.returncode, (DONE, INCOMPLETE))
+        self.assertGreater(len(self.rows()), 50)
+
+    def test_progress_is_shown_on_a_terminal_only(self):
+        control, terminal = pty.openpty()
+        self.addCleanup(os.close, control)
+        program = subprocess.Popen([PROGRAM, "record", str(self.file), "--seconds", "2"], stdout=terminal, env=ENVIRONMENT)
+        self.addCleanup(program.kill)
+        os.close(terminal)
+        shown = b""
+        try:
+            while block := os.read(control, 4096):
+                shown += block
+        except OSError:
+            pass  # the other end is closed
+        program.wait(timeout=LIMIT)
+        self.assertRegex(shown.decode(), r"\r\x1b\[K00:00:0\d  \d+ rows  \d+\.\d Hz  (no gaps|\d+ gaps?)")
+        self.assertNotIn("\r", run("record", self.folder / "b.csv", "--seconds", "1").stdout)
+
+    def test_sensors_choose_the_columns(self):
+        run("record", self.file, "--seconds", "0.1", "--sensors", "gyroscope,barometer")
+        header = self.file.read_text(encoding="ascii").split("\n")[0]
+        self.assertEqual(header, "idx,imu_Timestamp[sec],baro_Timestamp[sec],gyroX[deg/s],gyroY[deg/s],gyroZ[deg/s],"
+                                 "press[hPa],rel_alt[m],")
+
+    def test_the_options_of_the_main_program_do_not_matter(self):
+        settings = pathlib.Path(os.environ["HOME"]) / ".config" / "Ombrelux"
+        settings.mkdir(parents=True, exist_ok=True)
+        (settings / "TIVSensorData.conf").write_text("[General]\naccelerometer=false\ntemperatures=false\n", encoding="ascii")
+        run("record", self.file, "--seconds", "0.1")
+        self.assertEqual(self.file.read_text(encoding="ascii").split("\n")[0].count(","), 23)
+
+    def test_two_recordings_do_not_share_a_file(self):
+        first = self.start()
+        self.wait_for_rows(first, 10)
+        second = run("record", self.file)
+        self.assertEqual((second.returncode, second.stderr),
+                         (NOT_DONE, f"gravimon-log: {self.file}: exists already: choose another name or remove it\n"))
+        first.send_signal(signal.SIGINT)
+        first.communicate(timeout=LIMIT)
+        self.rows()
+
+    def test_a_camera_that_is_not_there_leaves_no_file(self):
+        done = run("record", self.file, "--serial", 5)
+        self.assertEqual(done.returncode, NOT_DONE)
+        self.assertRegex(done.stderr, r"\Agravimon-log: no camera with serial number 5; there are 31415926 \(TIV_Q\), [^\n]*\n\Z")
+        self.assertFalse(self.file.exists())
+
+
+class CommandLine(Case):
+
+    def wrong(self, reason, *arguments):
+        done = run(*arguments)
+        self.assertEqual((done.returncode, done.stdout), (USAGE, ""))
+        self.assertRegex(done.stderr, r"\Agravimon-log: " + reason + r"[^\n]*; see gravimon-log [^\n]*--help\n\Z")
+
+    def test_wrong_usage_is_one_line(self):
+        self.wrong("a verb is missing; there are record, ")
+        self.wrong('no verb "fly"; there are record, ', "fly")
+        self.wrong("FILE is required", "record")
+        self.wrong("FILE: must not be empty", "record", "")
+        self.wrong('"b" is not expected', "record", "a", "b")
+        self.wrong('"--fast" is not expected', "record", "a", "--fast")
+        for text in ("", "-1", "x", "4294967296", "1.5"):
+            self.wrong(f'--serial: must be a whole number from 0 to 4294967295, not "{text}"', "record", "a", "--serial", text)
+        for text in ("0", "-1", "x", "nan", "inf", "1e10", ""):
+            self.wrong(f'--seconds: must be a number of seconds above 0, not "{text}"', "record", "a", "--seconds", text)
+        self.wrong("--sensors: smell not in ", "record", "a", "--sensors", "gyroscope,smell")
+        self.wrong("OUT is required", "convert", "a", "--to", "npz")
+        self.wrong("--to is required", "convert", "a", "b")
+        self.wrong("--to: csv not in ", "convert", "a", "b", "--to", "csv")
+        self.wrong("--axes: moon not in ", "convert", "a", "b", "--to", "npz", "--axes", "moon")
+
+    def test_manual_and_completion_know_verbs_and_options(self):
+        manual = (PACKAGING / "man" / "gravimon-log.1").read_text(encoding="utf-8").replace("\\-", "-")
+        for verb in ("record", "convert"):
+            shown = run(verb, "--help").stdout
+            options = re.findall(r"(?m)^  (?:-\w,)?(--[a-z-]+)", shown)
+            self.assertGreater(len(options), 2)
+            self.assertEqual(self.offered(verb, "--"), [option for option in options if option != "--help"] + ["--help"])
+            for option in options:
+                self.assertIn(option, manual)
+        self.assertEqual(self.offered(""), ["record", "report", "convert", "--help", "--version"])
+        self.assertEqual(self.offered("record", "a.csv", "--sensors", ""), SENSORS)
+        self.assertEqual(self.offered("record", "a.csv", "--sensors", "gyroscope,b"), ["gyroscope,barometer"])
+        self.assertEqual(self.offered("convert", "--to", ""), ["mcap", "euroc", "npz"])
+        self.assertEqual(self.offered("convert", ""), ["a-file"])
+
+    def offered(self, *words):
+        """What is offered behind these words; the last one is being typed."""
+        script = f"""
+            _init_completion() {{ words=("${{COMP_WORDS[@]}}"); cword=$COMP_CWORD; cur=${{words[cword]}}
+                                  prev=${{words[cword - 1]}}; }}
+            _filedir() {{ COMPREPLY=(a-file); }}
+            source {PACKAGING / "completion" / "gravimon-log"}
+            COMP_WORDS=(gravimon-log "$@"); COMP_CWORD=$#
+            _gravimon_log
+            printf '%s\\n' "${{COMPREPLY[@]}}" """
+        done = subprocess.run(["bash", "-c", script, "bash", *words], capture_output=True, text=True, check=False,
+                              timeout=LIMIT)
+        self.assertEqual((done.returncode, done.stderr), (0, ""), words)
+        return done.stdout.split("\n")[:-1]
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1], verbosity=1)

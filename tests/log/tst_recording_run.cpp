@@ -1,0 +1,244 @@
+// A whole recording from the bench: every sample once, and what ends it.
+
+#include "log/recording_run.h"
+#include "om_tiv/benchtest.h"
+#include "support/fulldisk.h"
+#include "support/waiting.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+using om::bench::theBench;
+using samplelog::RecordingRun;
+using samplelog::RecordOptions;
+using samplelog::StreamState;
+
+namespace {
+
+struct File
+{
+    QList<QByteArray> lines; ///< without the header
+    bool endsWithALine = false;
+};
+
+File read(const std::string& path)
+{
+    QFile file(QString::fromStdString(path));
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    const QByteArray text = file.readAll();
+    File result;
+    result.endsWithALine = text.endsWith('\n');
+    result.lines = text.split('\n');
+    result.lines.removeFirst();
+    result.lines.removeLast();
+    return result;
+}
+
+std::uint64_t delivered()
+{
+    return theBench().imuCounters(benchtest::SERIAL).delivered;
+}
+
+std::uint64_t produced()
+{
+    return theBench().imuCounters(benchtest::SERIAL).produced;
+}
+
+/// Moves the bench's clock until the sensor has made so many samples; each is waited for.
+bool stepTo(std::uint64_t samples)
+{
+    while (produced() < samples) {
+        theBench().clock().advance(std::chrono::microseconds(500));
+        if (!waiting::waitFor([] { return delivered() == produced(); })) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+class TestRecordingRun : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        auto& bench = benchtest::stoppedBench();
+        QVERIFY(bench.addCamera(benchtest::idealCamera()));
+        bench.clock().advance(std::chrono::seconds(1));
+        m_folder = std::make_unique<QTemporaryDir>();
+        m_options.path = m_folder->filePath("a.csv").toStdString();
+        m_options.serial.reset();
+        m_options.seconds.reset();
+        m_error.clear();
+    }
+
+    void everySampleOfTheSensorHasItsRow()
+    {
+        RecordingRun run(m_options);
+        QVERIFY2(run.start(m_error), m_error.c_str());
+        QVERIFY(stepTo(1000));
+        const std::uint64_t samples = produced();
+        run.requestEnd();
+        QVERIFY2(run.finish(m_error), m_error.c_str());
+
+        const File file = read(m_options.path);
+        QVERIFY(file.endsWithALine);
+        QCOMPARE(file.lines.size(), static_cast<int>(samples));
+        QSet<QByteArray> times;
+        for (int i = 0; i < file.lines.size(); ++i) {
+            const QList<QByteArray> fields = file.lines[i].split(',');
+            QCOMPARE(fields.size(), 24);
+            QCOMPARE(fields[0].toInt(), i);
+            times.insert(fields[1]);
+        }
+        QCOMPARE(times.size(), file.lines.size());
+        const StreamState state = run.state();
+        QCOMPARE(run.rows(), samples);
+        QCOMPARE(state.samples, samples);
+        QCOMPARE(state.missing, std::uint64_t(0));
+        QVERIFY(std::abs(state.periodUs - 2500.0) < 25.0);
+    }
+
+    void samplesThatTheMachineSleptThroughAreCountedAsMissing()
+    {
+        RecordingRun run(m_options);
+        QVERIFY(run.start(m_error));
+        QVERIFY(stepTo(400));
+        const std::uint64_t before = produced();
+        theBench().clock().advance(std::chrono::milliseconds(100));
+        QTRY_COMPARE(delivered(), before + 1);
+        const std::uint64_t missing = produced() - before - 1;
+        QVERIFY(missing > 30);
+        theBench().clock().advance(std::chrono::milliseconds(3));
+        QTRY_VERIFY(delivered() >= before + 2);
+        run.requestEnd();
+        QVERIFY(run.finish(m_error));
+        QCOMPARE(run.state().gaps, std::uint64_t(1));
+        QCOMPARE(run.state().missing, missing);
+    }
+
+    void theTimeThatIsAskedForIsThatOfTheCamera()
+    {
+        m_options.seconds = 1.0;
+        RecordingRun run(m_options);
+        QVERIFY(run.start(m_error));
+        QVERIFY(stepTo(450) || !run.isRunning());
+        QTRY_VERIFY(!run.isRunning());
+        QVERIFY(run.finish(m_error));
+        // Each sample comes a little early or late.
+        QVERIFY(run.rows() >= 399 && run.rows() <= 401);
+        QVERIFY(run.state().seconds() < 1.0);
+    }
+
+    void aSampleWhoseTimeIsRepeatedHasOneRow()
+    {
+        RecordingRun run(m_options);
+        QVERIFY(run.start(m_error));
+        QVERIFY(stepTo(100));
+        theBench().changeFaults(benchtest::SERIAL,
+                                [](om::bench::Faults& f) { f.repeatedTimestamps = true; });
+        QVERIFY(stepTo(300));
+        run.requestEnd();
+        QVERIFY(run.finish(m_error));
+        const File file = read(m_options.path);
+        QSet<QByteArray> times;
+        for (const QByteArray& line : file.lines) {
+            times.insert(line.split(',')[1]);
+        }
+        QCOMPARE(times.size(), file.lines.size());
+        QVERIFY(file.lines.size() < 230);
+    }
+
+    void theLossOfTheCameraEndsTheRecordingWhole()
+    {
+        RecordingRun run(m_options);
+        QVERIFY(run.start(m_error));
+        QVERIFY(stepTo(200));
+        const std::uint64_t samples = delivered();
+        theBench().unplug(benchtest::SERIAL);
+        QTRY_VERIFY(!run.isRunning());
+        QVERIFY(!run.finish(m_error));
+        QCOMPARE(m_error, std::string("the camera was lost"));
+        const File file = read(m_options.path);
+        QVERIFY(file.endsWithALine);
+        QCOMPARE(file.lines.size(), static_cast<int>(samples));
+    }
+
+    void aFullDiskEndsTheRecordingWithItsLastWholeLine()
+    {
+        RecordingRun run(m_options);
+        QVERIFY(run.start(m_error));
+        const FullDisk disk(20000);
+        QVERIFY(stepTo(200) || !run.isRunning());
+        QTRY_VERIFY(!run.isRunning());
+        QVERIFY(!run.finish(m_error));
+        QCOMPARE(m_error, m_options.path + ": cannot be written: File too large");
+        const File file = read(m_options.path);
+        QVERIFY(file.endsWithALine);
+        QCOMPARE(static_cast<std::uint64_t>(file.lines.size()), run.rows());
+        for (const QByteArray& line : file.lines) {
+            QCOMPARE(line.count(','), 23);
+        }
+    }
+
+    void withoutACameraNoFileStaysBehind()
+    {
+        benchtest::stoppedBench();
+        RecordingRun run(m_options);
+        QVERIFY(!run.start(m_error));
+        QCOMPARE(m_error, std::string("no camera with sensors is connected"));
+        QVERIFY(!QFile::exists(QString::fromStdString(m_options.path)));
+    }
+
+    void aCameraWithoutSensorsIsPassedOver()
+    {
+        auto& bench = benchtest::stoppedBench();
+        QVERIFY(bench.addCamera(benchtest::idealCamera(om::MODEL::TIV, 1)));
+        QVERIFY(bench.addCamera(benchtest::idealCamera(om::MODEL::TIV_N, 14142135)));
+        RecordingRun run(m_options);
+        QVERIFY(run.start(m_error));
+        QCOMPARE(run.camera().serialNumber, 14142135U);
+    }
+
+    void aSerialNumberThatIsNotThereIsReportedWithThoseThatAre()
+    {
+        m_options.serial = 5;
+        RecordingRun run(m_options);
+        QVERIFY(!run.start(m_error));
+        QCOMPARE(m_error,
+                 std::string("no camera with serial number 5; there are 30000001 (TIV_Q)"));
+    }
+
+    void camerasOfTheSerialBusAreOpenedByTheirId()
+    {
+        QVERIFY(theBench().addCamera(benchtest::idealCamera(om::MODEL::TIV_R, 40000001)));
+        m_options.serial = 40000001;
+        RecordingRun run(m_options);
+        QVERIFY2(run.start(m_error), m_error.c_str());
+        QCOMPARE(run.camera().serialNumber, 40000001U);
+    }
+
+    void aCameraInUseIsReported()
+    {
+        om::Camera other;
+        QCOMPARE(other.open(benchtest::parametersFor()), om::ERROR_CODE::SUCCESS);
+        RecordingRun run(m_options);
+        QVERIFY(!run.start(m_error));
+        QCOMPARE(m_error, std::string("camera 30000001 (TIV_Q) cannot be opened (code 6): end the "
+                                      "program that uses it, or plug it in again"));
+        QVERIFY(!QFile::exists(QString::fromStdString(m_options.path)));
+    }
+
+private:
+    std::unique_ptr<QTemporaryDir> m_folder;
+    RecordOptions m_options;
+    std::string m_error;
+};
+
+QTEST_GUILESS_MAIN(TestRecordingRun)
+#include "tst_recording_run.moc"

@@ -1,0 +1,171 @@
+// The file of a recording: always a new one, whole lines only.
+
+#include "log/row_file.h"
+#include "support/fulldisk.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+using samplelog::RowFile;
+
+namespace {
+
+RecOptions gyroscopeOnly()
+{
+    RecOptions columns;
+    for (bool RecOptions::*const field :
+         {&RecOptions::accelerometer, &RecOptions::magnetometer, &RecOptions::orientation,
+          &RecOptions::barometer, &RecOptions::temperatures, &RecOptions::movement}) {
+        columns.*field = false;
+    }
+    columns.gyroscope = true;
+    return columns;
+}
+
+const QByteArray header = "idx,imu_Timestamp[sec],gyroX[deg/s],gyroY[deg/s],gyroZ[deg/s],\n";
+
+recorder::Row row(int index)
+{
+    recorder::Row made;
+    made.index = index;
+    made.imuTime = 1000.5;
+    made.angularVelocity = {1.0, -2.0, 0.25};
+    return made;
+}
+
+QByteArray line(int index)
+{
+    return QByteArray::number(index) + ",1000.500000000,1.000000000,-2.000000000,0.250000000,\n";
+}
+
+QByteArray contents(const std::string& path)
+{
+    QFile file(QString::fromStdString(path));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
+}
+
+} // namespace
+
+class TestRowFile : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        m_folder = std::make_unique<QTemporaryDir>();
+        m_path = m_folder->filePath("a.csv").toStdString();
+        m_error.clear();
+    }
+
+    void headerAndRowsAreThoseOfARecording()
+    {
+        RowFile file(gyroscopeOnly());
+        QVERIFY(file.create(m_path, m_error));
+        QCOMPARE(contents(m_path), header);
+        file.add(row(0));
+        file.add(row(1));
+        QCOMPARE(contents(m_path), header);
+        QVERIFY(file.flush(m_error));
+        QCOMPARE(contents(m_path), header + line(0) + line(1));
+        file.add(row(2));
+        QVERIFY(file.finish(m_error));
+        QCOMPARE(contents(m_path), header + line(0) + line(1) + line(2));
+        QCOMPARE(file.rows(), std::uint64_t(3));
+        QCOMPARE(m_error, std::string());
+    }
+
+    void whatIsThereIsLeftAlone_data()
+    {
+        QTest::addColumn<QByteArray>("kind");
+        QTest::addColumn<QByteArray>("reason");
+        QTest::newRow("file") << QByteArray("file")
+                              << QByteArray(": exists already: choose another name or remove it");
+        QTest::newRow("folder") << QByteArray("folder")
+                                << QByteArray(": is a folder: give the name of a file in it");
+        QTest::newRow("FIFO") << QByteArray("fifo")
+                              << QByteArray(": is no regular file: choose another name");
+        QTest::newRow("link to nothing")
+            << QByteArray("link")
+            << QByteArray(": exists already: choose another name or remove it");
+    }
+
+    void whatIsThereIsLeftAlone()
+    {
+        QFETCH(QByteArray, kind);
+        QFETCH(QByteArray, reason);
+        if (kind == "file") {
+            QFile file(QString::fromStdString(m_path));
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write("precious");
+        } else if (kind == "folder") {
+            QCOMPARE(::mkdir(m_path.c_str(), 0777), 0);
+        } else if (kind == "fifo") {
+            QCOMPARE(::mkfifo(m_path.c_str(), 0666), 0);
+        } else {
+            QCOMPARE(::symlink("nowhere", m_path.c_str()), 0);
+        }
+        RowFile file(gyroscopeOnly());
+        QVERIFY(!file.create(m_path, m_error));
+        QCOMPARE(QByteArray::fromStdString(m_error), QByteArray::fromStdString(m_path) + reason);
+        if (kind == "file") {
+            QCOMPARE(contents(m_path), QByteArray("precious"));
+        }
+        struct stat there = {};
+        QCOMPARE(::lstat(m_path.c_str(), &there), 0);
+    }
+
+    void aFolderThatIsMissingIsReported()
+    {
+        RowFile file(gyroscopeOnly());
+        const std::string path = m_folder->filePath("none/a.csv").toStdString();
+        QVERIFY(!file.create(path, m_error));
+        QCOMPARE(m_error, path + ": cannot be written: No such file or directory");
+    }
+
+    void onAFullDiskTheFileEndsWithItsLastWholeLine()
+    {
+        RowFile file(gyroscopeOnly());
+        QVERIFY(file.create(m_path, m_error));
+        // In the middle of the second row.
+        const FullDisk disk(header.size() + line(0).size() + 20);
+        file.add(row(0));
+        file.add(row(1));
+        file.add(row(2));
+        QVERIFY(!file.flush(m_error));
+        QCOMPARE(m_error, m_path + ": cannot be written: File too large");
+        QCOMPARE(contents(m_path), header + line(0));
+        QCOMPARE(file.rows(), std::uint64_t(1));
+    }
+
+    void aDiskThatIsFullAtTheStartLeavesNoFile()
+    {
+        const FullDisk disk(10);
+        RowFile file(gyroscopeOnly());
+        QVERIFY(!file.create(m_path, m_error));
+        QCOMPARE(m_error, m_path + ": cannot be written: File too large");
+        QVERIFY(!QFile::exists(QString::fromStdString(m_path)));
+    }
+
+    void aFileThatIsRemovedMeanwhileIsReported()
+    {
+        RowFile file(gyroscopeOnly());
+        QVERIFY(file.create(m_path, m_error));
+        QCOMPARE(::unlink(m_path.c_str()), 0);
+        file.add(row(0));
+        QVERIFY(!file.flush(m_error));
+        QCOMPARE(m_error, m_path + ": was removed while it was written");
+    }
+
+private:
+    std::unique_ptr<QTemporaryDir> m_folder;
+    std::string m_path;
+    std::string m_error;
+};
+
+QTEST_APPLESS_MAIN(TestRowFile)
+#include "tst_row_file.moc"
