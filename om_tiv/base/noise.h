@@ -18,11 +18,16 @@ inline std::uint64_t mix(std::uint64_t x)
     return x ^ (x >> 31);
 }
 
+/// Random bits as a number in (0, 1).
+inline double unitInterval(std::uint64_t bits)
+{
+    return (static_cast<double>(bits >> 11) + 0.5) * 0x1.0p-53;
+}
+
 /// In (0, 1).
 inline double uniform(std::uint64_t seed, std::uint64_t channel, std::uint64_t number)
 {
-    const std::uint64_t bits = mix(mix(mix(seed) ^ channel) ^ number);
-    return (static_cast<double>(bits >> 11) + 0.5) * 0x1.0p-53;
+    return unitInterval(mix(mix(mix(seed) ^ channel) ^ number));
 }
 
 /// Normal with standard deviation 1, by the Box-Muller transform.

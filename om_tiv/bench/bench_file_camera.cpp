@@ -1,10 +1,9 @@
 #include "bench/bench_file_camera.h"
 
 #include "bench/bench_file.h"
+#include "bench/bench_file_errors.h"
 #include "world/faults.h"
 
-#include <algorithm>
-#include <array>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
@@ -17,38 +16,6 @@ namespace {
 double radians(double degrees)
 {
     return degrees * PI / 180.0;
-}
-
-void readVector(JsonObject& object, const std::string& key, Vector& value, double most)
-{
-    std::array<double, 3> numbers = {value.x, value.y, value.z};
-    object.read(key, numbers.data(), numbers.size(), -most, most);
-    value = {numbers[0], numbers[1], numbers[2]};
-}
-
-/// Three numbers are the diagonal, three rows of three numbers the whole matrix.
-void readSoftIron(JsonObject& object, Matrix3& value)
-{
-    const JsonNode* const node = object.find("softIron");
-    if (node == nullptr) {
-        return;
-    }
-    const std::string path = object.path("softIron");
-    const auto isRow = [](const JsonNode& e) { return e.kind == JsonNode::KIND::ARRAY; };
-    if (node->kind != JsonNode::KIND::ARRAY || node->elements.size() != 3 ||
-        !std::any_of(node->elements.begin(), node->elements.end(), isRow)) {
-        std::array<double, 3> diagonal{};
-        JsonObject::numbersOf(*node, path, diagonal.data(), 3, -10.0, 10.0);
-        for (std::size_t i = 0; i < 3; ++i) {
-            value[i] = {};
-            value[i][i] = diagonal[i];
-        }
-        return;
-    }
-    for (std::size_t i = 0; i < 3; ++i) {
-        JsonObject::numbersOf(node->elements[i], path + "[" + std::to_string(i) + "]",
-                              value[i].data(), 3, -10.0, 10.0);
-    }
 }
 
 /// "1.3" to 0x0103.
@@ -87,25 +54,6 @@ void readPose(JsonObject& camera, Quaternion& pose)
     readNumber(object, "roll", roll, range::roll);
     object.finish();
     pose = fromHeading(radians(heading), radians(pitch), radians(roll));
-}
-
-void readErrors(JsonObject& camera, SensorErrors& errors)
-{
-    const JsonNode* const node = camera.find("errors");
-    if (node == nullptr) {
-        return;
-    }
-    JsonObject object(*node, camera.path("errors"));
-    object.read("accelerationNoise", errors.accelerationNoise, 0.0, 100.0);
-    readVector(object, "accelerationBias", errors.accelerationBias, 100.0);
-    object.read("angularVelocityNoise", errors.angularVelocityNoise, 0.0, 1000.0);
-    readVector(object, "angularVelocityBias", errors.angularVelocityBias, 1000.0);
-    object.read("magneticNoise", errors.magneticNoise, 0.0, 1000.0);
-    object.read("pressureNoise", errors.pressureNoise, 0.0, 10000.0);
-    object.read("pressureBias", errors.pressureBias, -10000.0, 10000.0);
-    object.read("pressureDrift", errors.pressureDrift, 0.0, 10000.0);
-    object.read("temperatureNoise", errors.temperatureNoise, 0.0, 100.0);
-    object.finish();
 }
 
 void readFault(JsonObject& object, const FaultKey& fault, bool& value)
@@ -197,7 +145,7 @@ CameraConfig readCamera(const JsonNode& node, const std::string& path, const std
     readPose(object, config.pose);
     object.readInteger("seed", config.seed, 0, INT64_MAX);
     readVector(object, "hardIron", config.hardIron, 3000.0);
-    readSoftIron(object, config.softIron);
+    readMatrix(object, "softIron", config.softIron, 10.0);
     object.read("altitude", config.altitude, -500.0, 9000.0);
     object.read("startTemperatures", config.startTemperatures.data(),
                 config.startTemperatures.size(), -40.0, 125.0);

@@ -54,7 +54,7 @@ VirtualCamera::VirtualCamera(const CameraConfig& config, int position, Clock& cl
       m_motion(std::make_shared<MotionTimeline>(config.motion, config.pose, clock.now()))
 {
     m_environment->field = std::move(field);
-    m_source = makeSource(m_clock.now());
+    m_source = makeSource(m_clock.now(), 0);
     changeFaults([&](Faults& faults) { faults = config.faults; });
     if (config.plugged) {
         plug();
@@ -127,12 +127,12 @@ bool VirtualCamera::takeReadbackDifference()
     return true;
 }
 
-std::shared_ptr<SensorSource> VirtualCamera::makeSource(Nanoseconds start) const
+std::shared_ptr<SensorSource> VirtualCamera::makeSource(Nanoseconds start, std::uint64_t turn) const
 {
     if (m_config.recording) {
         return std::make_shared<ModelReplay>(m_config, start, m_environment);
     }
-    return std::make_shared<PhysicsSource>(m_config, m_motion, m_environment, start);
+    return std::make_shared<PhysicsSource>(m_config, m_motion, m_environment, start, turn);
 }
 
 void VirtualCamera::plug()
@@ -142,7 +142,7 @@ void VirtualCamera::plug()
         return;
     }
     const Nanoseconds now = m_clock.now();
-    m_source = makeSource(now);
+    m_source = makeSource(now, m_turns++);
     m_pluggedAt.store(now);
     startCounting(UINT64_MAX);
     m_plugged.store(true);

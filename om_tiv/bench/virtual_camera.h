@@ -137,7 +137,7 @@ public:
     std::uint64_t produced() const; ///< up to now or to the unplugging
 
 private:
-    std::shared_ptr<SensorSource> makeSource(Nanoseconds start) const;
+    std::shared_ptr<SensorSource> makeSource(Nanoseconds start, std::uint64_t turn) const;
 
     struct Claim
     {
@@ -160,6 +160,7 @@ private:
     Nanoseconds m_repeatedAt = 0; ///< since when timestamps are repeated
     Claim m_claim;
     std::shared_ptr<SensorSource> m_source;
+    std::uint64_t m_turns = 0; ///< how often it was plugged in
 
     std::atomic<bool> m_plugged{false};
     std::atomic<Nanoseconds> m_pluggedAt{0};

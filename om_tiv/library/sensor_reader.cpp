@@ -70,7 +70,11 @@ void SensorReader::current(SensorsData& data, const std::function<bool()>& done)
     Nanoseconds next = 0;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        next = m_source->timeOf(STREAM::IMU, m_returned ? *m_returned + 1 : m_imu.first);
+        std::uint64_t number = m_returned ? *m_returned + 1 : m_imu.first;
+        while (m_source->isLost(STREAM::IMU, number)) {
+            ++number;
+        }
+        next = m_source->timeOf(STREAM::IMU, number);
     }
     if (clock.now() < next) {
         clock.waitUntil(next, NEW_SAMPLE_WAIT, done);

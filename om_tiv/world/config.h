@@ -2,6 +2,7 @@
 /// What a virtual camera is, how it moves and which faults it has.
 #pragma once
 
+#include "world/error_model.h"
 #include "world/faults.h"
 #include "world/geometry.h"
 
@@ -26,7 +27,8 @@ enum class MOTION {
     POSED,     ///< holds the pose of the last Bench::setPose()
 };
 
-/// White noise (standard deviation of one sample) and constant bias of the sensors.
+/// What is wrong with the sensors. Noise is the standard deviation of one sample's white noise; the
+/// models add to it and to the constant biases.
 struct SensorErrors
 {
     double accelerationNoise = 0.03;               ///< m/s^2
@@ -38,6 +40,16 @@ struct SensorErrors
     double pressureBias = 0.0;                     ///< Pa
     double pressureDrift = 6.0;                    ///< Pa, amplitude of the slow changes of weather
     double temperatureNoise = 0.01;                ///< degrees Celsius
+
+    ErrorModel accelerometer; ///< u is m/s^2
+    ErrorModel gyroscope;     ///< u is degrees per second
+    ErrorModel magnetometer;  ///< u is uT; scale and misalignment are the soft iron
+    ErrorModel barometer;     ///< u is Pa
+
+    /// Millionths by which the sensors' clock is fast, and so their rates.
+    double clockDrift = 0.0;
+    double droppedSamples = 0.0; ///< percent of the samples never reach the program
+    int droppedTogether = 1;     ///< so many neighbouring samples of a sensor are dropped at once
 
     static SensorErrors none();
 };

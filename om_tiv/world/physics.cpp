@@ -20,7 +20,12 @@ enum CHANNEL : std::uint64_t {
     MAGNETIC = ANGULAR_VELOCITY + 3,
     PRESSURE = MAGNETIC + 3,
     TEMPERATURE,
-    WEATHER = 1000, // of uniform(), whose channels lie beside those of gaussian()
+    WEATHER = 1000,                   // of uniform(), whose channels lie beside those of gaussian()
+    LOSS = 1100,                      // likewise; one for each stream
+    ACCELEROMETER_ERRORS = 1U << 20U, // far from the channels above, twice as high for gaussian()
+    GYROSCOPE_ERRORS = ACCELEROMETER_ERRORS + SensorErrorProcess::CHANNELS,
+    MAGNETOMETER_ERRORS = GYROSCOPE_ERRORS + SensorErrorProcess::CHANNELS,
+    BAROMETER_ERRORS = MAGNETOMETER_ERRORS + SensorErrorProcess::CHANNELS,
 };
 
 constexpr double JITTER_DEVIATION = 0.012; // of a period
@@ -29,12 +34,19 @@ constexpr double JITTER_DEVIATION = 0.012; // of a period
 constexpr double MOST_ACCELERATION = 8.0 * STANDARD_GRAVITY; // m/s^2
 constexpr double MOST_ANGULAR_VELOCITY = 1000.0;             // degrees per second
 
+constexpr double MOST_PRESSURE = 130000.0;      // Pa, far above any air on earth
+constexpr double MOST_FIELD = INT16_MAX / 16.0; // uT, of the magnetometer's counts
+
 /// In air that stays the same, temperatures follow T0 + RISE (1 - exp(-t / TIME_CONSTANT)).
 constexpr double TEMPERATURE_RISE = 12.0;           // degrees Celsius
 constexpr double TEMPERATURE_TIME_CONSTANT = 240.0; // s
 constexpr Nanoseconds TEMPERATURE_PERIOD = 40 * NS_PER_MS;
 
 constexpr double DEGREES = 180.0 / PI;
+
+/// Whose temperature a sensor has; the magnetometer lies beside the IMU.
+constexpr std::size_t IMU_LOCATION = 0;
+constexpr std::size_t BAROMETER_LOCATION = 1;
 
 /// The international standard atmosphere's troposphere; Pa from metres above sea level.
 double standardPressure(double altitude)
@@ -78,10 +90,24 @@ double PhysicsSource::rateOf(STREAM stream)
 
 PhysicsSource::PhysicsSource(const CameraConfig& config,
                              std::shared_ptr<const MotionTimeline> motion,
-                             std::shared_ptr<const Environment> environment, Nanoseconds start)
+                             std::shared_ptr<const Environment> environment, Nanoseconds start,
+                             std::uint64_t turn)
     : m_config(config), m_seed(config.seed != 0 ? config.seed : mix(config.serialNumber)),
-      m_motion(std::move(motion)), m_environment(std::move(environment)), m_start(start)
+      m_motion(std::move(motion)), m_environment(std::move(environment)), m_start(start),
+      m_accelerometer(errorsOf(config.errors.accelerometer, ACCELEROMETER_ERRORS, IMU_RATE, turn)),
+      m_gyroscope(errorsOf(config.errors.gyroscope, GYROSCOPE_ERRORS, IMU_RATE, turn)),
+      m_magnetometer(
+          errorsOf(config.errors.magnetometer, MAGNETOMETER_ERRORS, MAGNETOMETER_RATE, turn)),
+      m_barometer(errorsOf(config.errors.barometer, BAROMETER_ERRORS, BAROMETER_RATE, turn))
 {}
+
+PhysicsSource::Errors PhysicsSource::errorsOf(const ErrorModel& model, std::uint64_t channel,
+                                              double rate, std::uint64_t turn) const
+{
+    return model.isOff()
+               ? nullptr
+               : std::make_unique<const SensorErrorProcess>(model, m_seed, channel, rate, turn);
+}
 
 bool PhysicsSource::has(STREAM stream) const
 {
@@ -103,7 +129,19 @@ Nanoseconds PhysicsSource::timeOf(STREAM stream, std::uint64_t number) const
         std::clamp(JITTER_DEVIATION * gaussian(m_seed, jitterChannel(stream), number), -MOST_JITTER,
                    MOST_JITTER);
     const auto offset = static_cast<std::int64_t>(jitter * static_cast<double>(period));
-    return m_start + (number + 1) * period + static_cast<Nanoseconds>(offset);
+    const Nanoseconds elapsed = (number + 1) * period; // on the sensors' clock
+    const double fast = 1e-6 * m_config.errors.clockDrift;
+    const std::int64_t early = std::llround(static_cast<double>(elapsed) * (fast / (1.0 + fast)));
+    return m_start + elapsed + static_cast<Nanoseconds>(offset) - static_cast<Nanoseconds>(early);
+}
+
+bool PhysicsSource::isLost(STREAM stream, std::uint64_t number) const
+{
+    const SensorErrors& errors = m_config.errors;
+    return errors.droppedSamples > 0.0 &&
+           uniform(m_seed, LOSS + static_cast<std::uint64_t>(stream),
+                   number / static_cast<std::uint64_t>(errors.droppedTogether)) <
+               0.01 * errors.droppedSamples;
 }
 
 std::optional<std::uint64_t> PhysicsSource::newest(STREAM stream, Nanoseconds time) const
@@ -112,9 +150,16 @@ std::optional<std::uint64_t> PhysicsSource::newest(STREAM stream, Nanoseconds ti
         return std::nullopt;
     }
     const auto period = static_cast<Nanoseconds>(1e9 / rateOf(stream));
-    // The jitter is far below a period, so that the number is off by one at most.
+    // The jitter is far below a period, so that the number is off by one at most, or by two where
+    // the clock drifts.
     std::uint64_t count = (time - m_start) / period + 1; // of samples up to the time
-    while (count > 0 && timeOf(stream, count - 1) > time) {
+    if (m_config.errors.clockDrift != 0.0) {
+        count = static_cast<std::uint64_t>(static_cast<double>(time - m_start) *
+                                           (1.0 + 1e-6 * m_config.errors.clockDrift) /
+                                           static_cast<double>(period)) +
+                2;
+    }
+    while (count > 0 && (timeOf(stream, count - 1) > time || isLost(stream, count - 1))) {
         --count;
     }
     return count > 0 ? std::optional<std::uint64_t>(count - 1) : std::nullopt;
@@ -130,21 +175,70 @@ Vector PhysicsSource::noise(std::uint64_t channel, std::uint64_t number, double 
                               gaussian(m_seed, channel + 2, number)};
 }
 
-ImuSample PhysicsSource::imu(std::uint64_t number) const
+Vector PhysicsSource::noise(std::uint64_t channel, std::uint64_t number,
+                            const Vector& deviation) const
+{
+    return {deviation.x * gaussian(m_seed, channel, number),
+            deviation.y * gaussian(m_seed, channel + 1, number),
+            deviation.z * gaussian(m_seed, channel + 2, number)};
+}
+
+Nanoseconds PhysicsSource::sinceStart(Nanoseconds time) const
+{
+    return time > m_start ? time - m_start : 0;
+}
+
+Vector PhysicsSource::accelerationOf(const ImuSample& sample, const Vector& force) const
 {
     const SensorErrors& errors = m_config.errors;
+    if (!m_accelerometer) {
+        return clipped(force + errors.accelerationBias +
+                           noise(ACCELERATION, sample.number, errors.accelerationNoise),
+                       MOST_ACCELERATION);
+    }
+    const double temperature = trueTemperature(IMU_LOCATION, sample.time);
+    const Vector reading =
+        m_accelerometer->distorted(force, temperature) + errors.accelerationBias +
+        m_accelerometer->bias(sinceStart(sample.time), temperature) +
+        noise(ACCELERATION, sample.number, m_accelerometer->noise(errors.accelerationNoise)) +
+        m_accelerometer->spike(sample.number);
+    return m_accelerometer->limited(reading, m_accelerometer->range(MOST_ACCELERATION));
+}
+
+/// @param rate degrees per second
+Vector PhysicsSource::angularVelocityOf(const ImuSample& sample, const Vector& rate,
+                                        const Vector& force) const
+{
+    const SensorErrors& errors = m_config.errors;
+    if (!m_gyroscope) {
+        return clipped(rate + errors.angularVelocityBias +
+                           noise(ANGULAR_VELOCITY, sample.number, errors.angularVelocityNoise),
+                       MOST_ANGULAR_VELOCITY);
+    }
+    const double temperature = trueTemperature(IMU_LOCATION, sample.time);
+    const Nanoseconds time = sinceStart(sample.time);
+    const Vector reading =
+        m_gyroscope->distorted(rate + m_gyroscope->vibration(time), temperature) +
+        m_gyroscope->gSensitivity(force) + errors.angularVelocityBias +
+        m_gyroscope->bias(time, temperature) +
+        noise(ANGULAR_VELOCITY, sample.number, m_gyroscope->noise(errors.angularVelocityNoise)) +
+        m_gyroscope->spike(sample.number);
+    return m_gyroscope->limited(reading, m_gyroscope->range(MOST_ANGULAR_VELOCITY));
+}
+
+ImuSample PhysicsSource::imu(std::uint64_t number) const
+{
     ImuSample sample;
     sample.number = number;
     sample.time = timeOf(STREAM::IMU, number);
     const BodyState body = m_motion->at(sample.time);
     sample.pose = body.pose;
-    sample.angularVelocity =
-        clipped(DEGREES * body.angularVelocity + errors.angularVelocityBias +
-                    noise(ANGULAR_VELOCITY, number, errors.angularVelocityNoise),
-                MOST_ANGULAR_VELOCITY);
-    sample.linearAcceleration = clipped(body.specificForce + errors.accelerationBias +
-                                            noise(ACCELERATION, number, errors.accelerationNoise),
-                                        MOST_ACCELERATION);
+    // A vibration of the accelerometer is one of the whole board: the gyroscope feels it, too.
+    const Vector force =
+        m_accelerometer ? body.specificForce + m_accelerometer->vibration(sinceStart(sample.time))
+                        : body.specificForce;
+    sample.angularVelocity = angularVelocityOf(sample, DEGREES * body.angularVelocity, force);
+    sample.linearAcceleration = accelerationOf(sample, force);
     sample.movingState = body.movingState;
     return sample;
 }
@@ -156,11 +250,25 @@ MagnetometerSample PhysicsSource::magnetometer(std::uint64_t number) const
     sample.time = timeOf(STREAM::MAGNETOMETER, number);
     const Vector field =
         rotate(conjugate(m_motion->poseAt(sample.time)), m_environment->fieldAt(sample.time));
-    const Vector reading = m_config.softIron * field + m_config.hardIron +
-                           noise(MAGNETIC, number, m_config.errors.magneticNoise);
+    Vector reading;
+    bool saturated = m_environment->magnetometerSaturated.load();
+    if (!m_magnetometer) {
+        reading = m_config.softIron * field + m_config.hardIron +
+                  noise(MAGNETIC, number, m_config.errors.magneticNoise);
+    } else {
+        const double temperature = trueTemperature(IMU_LOCATION, sample.time);
+        const Vector wide =
+            m_magnetometer->distorted(m_config.softIron * field, temperature) + m_config.hardIron +
+            m_magnetometer->bias(sinceStart(sample.time), temperature) +
+            noise(MAGNETIC, number, m_magnetometer->noise(m_config.errors.magneticNoise)) +
+            m_magnetometer->spike(number);
+        const double range = m_magnetometer->range(MOST_FIELD);
+        saturated = saturated || std::abs(wide.x) > range || std::abs(wide.y) > range ||
+                    std::abs(wide.z) > range;
+        reading = m_magnetometer->limited(wide, range);
+    }
     const Vector sensor = toSensorAxes(reading);
     const std::array<double, 3> values = {sensor.x, sensor.y, sensor.z};
-    bool saturated = m_environment->magnetometerSaturated.load();
     for (std::size_t i = 0; i < 3; ++i) {
         const double counts = std::round(values[i] * 16.0);
         saturated = saturated || !(std::abs(counts) <= INT16_MAX);
@@ -183,23 +291,36 @@ BarometerSample PhysicsSource::barometer(std::uint64_t number) const
     const double weather =
         0.7 * std::sin(2.0 * PI * (seconds / 600.0 + uniform(m_seed, WEATHER, 0))) +
         0.3 * std::sin(2.0 * PI * (seconds / 173.0 + uniform(m_seed, WEATHER, 1)));
+    const double deviation =
+        m_barometer ? m_barometer->noise(errors.pressureNoise).x : errors.pressureNoise;
     sample.pressure = standardPressure(m_config.altitude + m_motion->at(sample.time).height) +
                       errors.pressureBias + errors.pressureDrift * weather +
-                      errors.pressureNoise * gaussian(m_seed, PRESSURE, number);
+                      deviation * gaussian(m_seed, PRESSURE, number);
+    if (m_barometer) {
+        const double temperature = trueTemperature(BAROMETER_LOCATION, sample.time);
+        const Vector spike = m_barometer->spike(number); // along one of the axes that it has not
+        const double reading = sample.pressure +
+                               m_barometer->bias(sinceStart(sample.time), temperature).x + spike.x +
+                               spike.y + spike.z;
+        sample.pressure = m_barometer->limited({reading, 0.0, 0.0}, MOST_PRESSURE).x;
+    }
     return sample;
+}
+
+double PhysicsSource::trueTemperature(std::size_t location, Nanoseconds time) const
+{
+    const double since = static_cast<double>(sinceStart(time)) * 1e-9;
+    const double rise = TEMPERATURE_RISE * (1.0 - std::exp(-since / TEMPERATURE_TIME_CONSTANT));
+    return m_config.startTemperatures[location] + rise + m_environment->air.excessAt(time);
 }
 
 std::array<std::optional<double>, 4> PhysicsSource::temperatures(Nanoseconds time) const
 {
-    const Nanoseconds since = time > m_start ? time - m_start : 0;
-    const double rise =
-        TEMPERATURE_RISE *
-        (1.0 - std::exp(-static_cast<double>(since) * 1e-9 / TEMPERATURE_TIME_CONSTANT));
-    const double excess = m_environment->air.excessAt(time);
+    const Nanoseconds since = sinceStart(time);
     std::array<std::optional<double>, 4> values;
     for (std::size_t i = 0; i < values.size(); ++i) {
         if (hasTemperature(m_config.model, static_cast<int>(i))) {
-            values[i] = m_config.startTemperatures[i] + rise + excess +
+            values[i] = trueTemperature(i, time) +
                         m_config.errors.temperatureNoise *
                             gaussian(m_seed, TEMPERATURE + i, since / TEMPERATURE_PERIOD);
         }

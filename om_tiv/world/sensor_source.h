@@ -60,10 +60,12 @@ public:
     /// Whether the stream exists at all.
     virtual bool has(STREAM stream) const = 0;
     /// Number of the newest sample at or before the time; nothing before the first one, and where
-    /// the stream does not exist.
+    /// the stream does not exist. Never a sample that is lost.
     virtual std::optional<std::uint64_t> newest(STREAM stream, Nanoseconds time) const = 0;
     /// Time of the sample, also of one to come.
     virtual Nanoseconds timeOf(STREAM stream, std::uint64_t number) const = 0;
+    /// Whether the sample is lost on its way out of the camera. It has a number and a time.
+    virtual bool isLost(STREAM /*stream*/, std::uint64_t /*number*/) const { return false; }
 
     virtual ImuSample imu(std::uint64_t number) const = 0;
     virtual MagnetometerSample magnetometer(std::uint64_t number) const = 0;

@@ -29,7 +29,21 @@ const char* const FULL_FILE = R"({
                 "accelerationNoise": 0.1, "accelerationBias": [0.2, 0.3, 0.4],
                 "angularVelocityNoise": 0.5, "angularVelocityBias": [0.6, 0.7, 0.8],
                 "magneticNoise": 0.9, "pressureNoise": 1.1, "pressureBias": -1.2,
-                "pressureDrift": 1.3, "temperatureNoise": 1.4
+                "pressureDrift": 1.3, "temperatureNoise": 1.4,
+                "accelerometer": {"measurementRange": 19.5, "resolution": 0.25},
+                "gyroscope": {
+                    "biasInstability": [2.1, 2.2, 2.3], "biasCorrelationTime": 240,
+                    "randomWalk": 2.4, "turnOnSpread": [2.5, 2.6, 2.7],
+                    "temperatureBias": [-2.8, 2.9, 3.1], "temperatureScaleFactor": 3.2,
+                    "scaleFactor": [1.1, 1.2, 1.3],
+                    "axesMisalignment": [[0, 1, 2], [3, 0, 4], [5, 6, 0]],
+                    "gSensitivity": [0.1, 0.2, 0.3],
+                    "vibration": {"frequency": 47.5, "amplitude": [0.4, 0.5, 0.6]},
+                    "spikes": {"share": 12.5, "amplitude": 900}
+                },
+                "magnetometer": {"turnOnSpread": 3.3, "measurementRange": 1300},
+                "barometer": {"randomWalk": 3.4},
+                "clockDrift": -130.5, "droppedSamples": 1.5, "droppedTogether": 4
             },
             "faults": {
                 "openResult": 9, "openRefusals": 3, "openDelay": 250, "grabFailures": 5,
@@ -79,6 +93,8 @@ private slots:
     void everyKeyIsRead();
     void defaultsAreThoseOfAConfiguration();
     void softIronIsADiagonalOrAMatrix();
+    void aNoiseDensityReplacesTheNoiseOfOneSample();
+    void oneMisalignmentIsThatOfAllPairsOfAxes();
     void commentsAreAllowed();
     void noCamerasAreAllowed();
     void theExampleOfTheManualIsGood();
@@ -87,6 +103,8 @@ private slots:
     void documentedRangesAreTheEnforcedOnes_data();
     void documentedRangesAreTheEnforcedOnes();
     void documentedDefaultsAreTheEffectiveOnes();
+    void errorModelsTakeWhatIsDocumented_data();
+    void errorModelsTakeWhatIsDocumented();
 
     void mistakes_data();
     void mistakes();
@@ -169,6 +187,31 @@ void TestBenchFile::everyKeyIsRead()
     QCOMPARE(c.errors.pressureBias, -1.2);
     QCOMPARE(c.errors.pressureDrift, 1.3);
     QCOMPARE(c.errors.temperatureNoise, 1.4);
+    QCOMPARE(c.errors.accelerometer.measurementRange, 19.5);
+    QCOMPARE(c.errors.accelerometer.resolution, 0.25);
+    const ErrorModel& gyroscope = c.errors.gyroscope;
+    QCOMPARE(gyroscope.biasInstability.z, 2.3);
+    QCOMPARE(gyroscope.biasCorrelationTime, 240.0);
+    QCOMPARE(gyroscope.randomWalk.x, 2.4);
+    QCOMPARE(gyroscope.randomWalk.z, 2.4);
+    QCOMPARE(gyroscope.turnOnSpread.y, 2.6);
+    QCOMPARE(gyroscope.temperatureBias.x, -2.8);
+    QCOMPARE(gyroscope.temperatureScaleFactor.y, 3.2);
+    QCOMPARE(gyroscope.scaleFactor.z, 1.3);
+    QCOMPARE(gyroscope.axesMisalignment[0][2], 2.0);
+    QCOMPARE(gyroscope.axesMisalignment[2][0], 5.0);
+    QCOMPARE(gyroscope.gSensitivity[1][1], 0.2);
+    QCOMPARE(gyroscope.gSensitivity[1][2], 0.0);
+    QCOMPARE(gyroscope.vibrationFrequency, 47.5);
+    QCOMPARE(gyroscope.vibrationAmplitude.y, 0.5);
+    QCOMPARE(gyroscope.spikeShare, 12.5);
+    QCOMPARE(gyroscope.spikeAmplitude, 900.0);
+    QCOMPARE(c.errors.magnetometer.turnOnSpread.y, 3.3);
+    QCOMPARE(c.errors.magnetometer.measurementRange, 1300.0);
+    QCOMPARE(c.errors.barometer.randomWalk.x, 3.4);
+    QCOMPARE(c.errors.clockDrift, -130.5);
+    QCOMPARE(c.errors.droppedSamples, 1.5);
+    QCOMPARE(c.errors.droppedTogether, 4);
     const Faults& f = c.faults;
     QCOMPARE(static_cast<int>(f.openResult), 9);
     QCOMPARE(f.openRefusals, 3);
@@ -209,6 +252,26 @@ void TestBenchFile::softIronIsADiagonalOrAMatrix()
     QCOMPARE(matrix.softIron[1][1], 2.0);
 }
 
+void TestBenchFile::aNoiseDensityReplacesTheNoiseOfOneSample()
+{
+    const SensorErrors errors =
+        cameraOf("\"errors\": {\"gyroscope\": {\"noiseDensity\": [0.1, 0.2, 0.3]}}").errors;
+    QCOMPARE(errors.gyroscope.noiseDensity.y, 0.2);
+    QCOMPARE(errors.angularVelocityNoise, 0.0);
+    QCOMPARE(errors.accelerationNoise, SensorErrors().accelerationNoise);
+}
+
+void TestBenchFile::oneMisalignmentIsThatOfAllPairsOfAxes()
+{
+    const CameraConfig camera =
+        cameraOf("\"errors\": {\"accelerometer\": {\"axesMisalignment\": 1.5}}");
+    for (std::size_t i = 0; i < 3; ++i) {
+        for (std::size_t k = 0; k < 3; ++k) {
+            QCOMPARE(camera.errors.accelerometer.axesMisalignment[i][k], i == k ? 0.0 : 1.5);
+        }
+    }
+}
+
 void TestBenchFile::commentsAreAllowed()
 {
     QCOMPARE(errorOf("// a bench\n{ /* without */ \"cameras\": [] }"), QString("no error"));
@@ -243,7 +306,8 @@ void TestBenchFile::everyDocumentedKeyIsKnown()
         }
         const QRegularExpressionMatch row =
             QRegularExpression("^\\| `([a-zA-Z.]+)` \\| (?!USB|serial)").match(line);
-        if (!row.hasMatch() || row.captured(1).contains('.') || line.contains("lies still") ||
+        if (!row.hasMatch() || section == "Error models" || row.captured(1).contains('.') ||
+            line.contains("lies still") ||
             QStringList{"tumble", "fall", "posed"}.contains(row.captured(1))) {
             continue;
         }
@@ -306,7 +370,7 @@ void TestBenchFile::documentedRangesAreTheEnforcedOnes_data()
             section = match.captured(1);
         }
         const auto match = row.match(line);
-        if (!match.hasMatch() || line.contains("2^63")) {
+        if (!match.hasMatch() || section == "Error models" || line.contains("2^63")) {
             continue;
         }
         const QString key = match.captured(1);
@@ -403,6 +467,9 @@ void TestBenchFile::documentedDefaultsAreTheEffectiveOnes()
     QCOMPARE(a.pressureBias, b.pressureBias);
     QCOMPARE(a.pressureDrift, b.pressureDrift);
     QCOMPARE(a.temperatureNoise, b.temperatureNoise);
+    QCOMPARE(a.clockDrift, b.clockDrift);
+    QCOMPARE(a.droppedSamples, b.droppedSamples);
+    QCOMPARE(a.droppedTogether, b.droppedTogether);
     const Faults& f = read.faults;
     const Faults& g = made.faults;
     QVERIFY(f.openResult == g.openResult && f.openRefusals == g.openRefusals &&
@@ -416,6 +483,100 @@ void TestBenchFile::documentedDefaultsAreTheEffectiveOnes()
               f.eepromWriteRefused));
 }
 
+/// Each key of an error model with each sensor: those that the manual names take it, within its
+/// range.
+void TestBenchFile::errorModelsTakeWhatIsDocumented_data()
+{
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QString>("sensor");
+    QTest::addColumn<bool>("known");
+    QTest::addColumn<QStringList>("range"); ///< least and most; empty for an object
+
+    QFile manual(QString(SOURCE_DIR) + "/docs/bench-file.md");
+    QVERIFY(manual.open(QIODevice::ReadOnly));
+    const QString text = QString::fromUtf8(manual.readAll())
+                             .section("### Error models", 1)
+                             .section("### `faults`", 0, 0);
+    const QRegularExpression sensorRow("^\\| `(\\w+)` \\| [^|]+ \\| (\\d+) \\| ([\\d.]*) ?\\|");
+    const QRegularExpression keyRow("^\\| `([\\w.]+)` \\| ([^|]+) \\| [^|]* \\| ([^|]*) ?\\|");
+    const QRegularExpression range("(\\S+) to (\\S+)");
+    struct Sensor
+    {
+        QString name, most, mostRange;
+    };
+    QVector<Sensor> sensors;
+    QMap<QString, QString> takers; ///< sensors by key, for the keys of its object
+    for (const QString& line : text.split('\n')) {
+        if (const auto sensor = sensorRow.match(line); sensor.hasMatch()) {
+            sensors.append({sensor.captured(1), sensor.captured(2), sensor.captured(3)});
+            continue;
+        }
+        const auto row = keyRow.match(line);
+        if (!row.hasMatch()) {
+            continue;
+        }
+        const QString key = row.captured(1);
+        takers[key] =
+            key.contains('.') ? takers.value(key.section('.', 0, 0)) : row.captured(3).trimmed();
+        for (const Sensor& sensor : sensors) {
+            const bool known =
+                takers[key] == "all" || takers[key].contains('`' + sensor.name + '`');
+            const auto numbers = range.match(row.captured(2));
+            QStringList limits;
+            if (numbers.hasMatch()) {
+                limits = QStringList{numbers.captured(1), numbers.captured(2)};
+                limits.replaceInStrings("M", sensor.most).replaceInStrings("R", sensor.mostRange);
+            }
+            QTest::newRow(qPrintable(sensor.name + "." + key))
+                << key << sensor.name << known << limits;
+        }
+    }
+    QCOMPARE(sensors.size(), 4);
+    QVERIFY(takers.size() > 15);
+}
+
+void TestBenchFile::errorModelsTakeWhatIsDocumented()
+{
+    QFETCH(QString, key);
+    QFETCH(QString, sensor);
+    QFETCH(bool, known);
+    QFETCH(QStringList, range);
+    const auto errorWith = [&](const QString& value) {
+        QString member = QString("\"%1\": %2").arg(key.section('.', -1), value);
+        if (key.contains('.')) {
+            const QMap<QString, QString> others{
+                {"frequency", "amplitude"}, {"amplitude", "frequency"}, {"share", "amplitude"}};
+            const QString other =
+                key == "spikes.amplitude" ? "share" : others.value(key.section('.', 1));
+            member = QString("\"%1\": {%2, \"%3\": 1}").arg(key.section('.', 0, 0), member, other);
+        } else if (key == "gSensitivity") {
+            member = QString("\"%1\": [%2, %2, %2]").arg(key, value);
+        }
+        return errorOf(withCamera(QString("\"errors\": {\"%1\": {%2}}").arg(sensor, member)));
+    };
+    const QString place = "cameras[0].errors." + sensor + "." + key;
+    if (!known) {
+        QVERIFY2(errorWith("1").endsWith(place.section('.', 0, 3) + ": unknown key"),
+                 qPrintable(errorWith("1")));
+        return;
+    }
+    if (range.isEmpty()) {
+        QVERIFY(errorWith("1").endsWith(place + ": must be an object, not an integer"));
+        return;
+    }
+    QCOMPARE(errorWith(range[0]), QString("no error"));
+    QCOMPARE(errorWith(range[1]), QString("no error"));
+    const double beyond[] = {range[0].toDouble() - 0.001, range[1].toDouble() + 1.0};
+    for (const double value : beyond) {
+        const QString error = errorWith(QString::number(value, 'g', 10));
+        QVERIFY2(error.contains(QRegularExpression(QRegularExpression::escape(place) +
+                                                   "(\\[0\\])?: must be from ")),
+                 qPrintable(error));
+    }
+    const QString error = errorWith("null");
+    QVERIFY2(error.contains(place) && error.contains(": must be "), qPrintable(error));
+}
+
 void TestBenchFile::mistakes_data()
 {
     QTest::addColumn<QString>("text");
@@ -426,6 +587,28 @@ void TestBenchFile::mistakes_data()
     const auto camera = [](const char* name, const QString& members, const char* error) {
         QTest::newRow(name) << withCamera(members) << QString("bench.json:2: cameras[0].") + error;
     };
+    camera("noise given twice",
+           R"("errors": {"accelerationNoise": 1, "accelerometer": {"noiseDensity": 1}})",
+           "errors.accelerometer.noiseDensity: says the same as "
+           "cameras[0].errors.accelerationNoise: leave one of them out");
+    camera("one axis too few", R"("errors": {"gyroscope": {"randomWalk": [1, 2]}})",
+           "errors.gyroscope.randomWalk: must be an array of 3 numbers, not an array");
+    camera("axes in words", R"("errors": {"gyroscope": {"randomWalk": "much"}})",
+           "errors.gyroscope.randomWalk: must be a number or an array of 3 numbers");
+    camera("axes of a sensor with one", R"("errors": {"barometer": {"randomWalk": [1, 2, 3]}})",
+           "errors.barometer.randomWalk: must be a number, not an array");
+    camera("misalignment of an axis with itself",
+           R"("errors": {"gyroscope": {"axesMisalignment": [[0, 1, 1], [1, 2, 1], [1, 1, 0]]}})",
+           "errors.gyroscope.axesMisalignment[1][1]: must be 0: an axis with itself is "
+           "scaleFactor");
+    camera("misalignment without rows",
+           R"("errors": {"gyroscope": {"axesMisalignment": [1, 2, 3]}})",
+           "errors.gyroscope.axesMisalignment: must be a number or 3 rows of 3 numbers");
+    camera("vibration without a frequency",
+           R"("errors": {"gyroscope": {"vibration": {"amplitude": 1}}})",
+           "errors.gyroscope.vibration.frequency: missing");
+    camera("spikes without an amplitude", R"("errors": {"barometer": {"spikes": {"share": 1}}})",
+           "errors.barometer.spikes.amplitude: missing");
     file("not an object", "[]", "1: must be an object, not an array");
     file("no cameras", "{}", "1: cameras: missing");
     file("cameras are no array", "{\"cameras\": 3}", "1: cameras: must be an array of cameras");

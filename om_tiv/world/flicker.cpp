@@ -1,0 +1,80 @@
+#include "world/flicker.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace om::bench {
+
+namespace {
+
+/// An interval is longer than so many correlation times: its ends have nothing to do with each
+/// other.
+constexpr double INDEPENDENT = 40.0;
+constexpr double CELLS_PER_CORRELATION_TIME = 32.0;
+constexpr Nanoseconds SHORTEST_CELL = 2 * NS_PER_MS; // below the period of the fastest sensor
+
+/// Variance of each octave in units of B^2. A process of variance v and correlation time T has the
+/// one-sided density 4 v T / (1 + (2 pi f T)^2), and an octave apart they add up to v / (f ln 2).
+constexpr double OCTAVE_VARIANCE = 0.69314718055994531 / 3.14159265358979323846;
+
+} // namespace
+
+FirstOrderProcess::FirstOrderProcess(std::uint64_t seed, std::uint64_t channel,
+                                     double correlationTime)
+    : m_numbers(seed, channel),
+      m_cell(std::max(SHORTEST_CELL,
+                      static_cast<Nanoseconds>(correlationTime * 1e9 / CELLS_PER_CORRELATION_TIME)))
+{
+    const double cell = static_cast<double>(m_cell) * 1e-9 / correlationTime;
+    std::size_t levels = 0;
+    while (std::ldexp(cell, static_cast<int>(levels)) < INDEPENDENT) {
+        ++levels;
+    }
+    for (std::size_t i = 0; i < levels; ++i) {
+        // Of a half of the interval.
+        const double correlation = std::exp(-std::ldexp(cell, static_cast<int>(levels - i) - 1));
+        const double square = correlation * correlation;
+        m_levels.push_back(
+            {correlation / (1.0 + square), std::sqrt((1.0 - square) / (1.0 + square))});
+    }
+    m_interval.name = UINT64_MAX;
+}
+
+/// The value between two intervals: the first of their nodes, which the path does not use.
+double FirstOrderProcess::boundary(std::uint64_t number) const
+{
+    return m_numbers.at(number << m_levels.size());
+}
+
+double FirstOrderProcess::at(Nanoseconds time)
+{
+    const std::uint64_t cell = time / m_cell;
+    const double fraction = static_cast<double>(time % m_cell) / static_cast<double>(m_cell);
+    const std::uint64_t interval = cell >> m_levels.size();
+    if (interval != m_interval.name) {
+        m_interval = {interval, interval << m_levels.size(), boundary(interval),
+                      boundary(interval + 1)};
+    }
+    return m_path.at(m_interval, m_levels, m_numbers,
+                     cell & ((std::uint64_t{1} << m_levels.size()) - 1), fraction);
+}
+
+Flicker::Flicker(std::uint64_t seed, std::uint64_t channel, double correlationTime)
+{
+    for (double time = correlationTime; time >= SHORTEST && m_octaves.size() < CHANNELS;
+         time *= 0.5) {
+        m_octaves.emplace_back(seed, channel + m_octaves.size(), time);
+    }
+}
+
+double Flicker::at(Nanoseconds time)
+{
+    double sum = 0.0;
+    for (FirstOrderProcess& octave : m_octaves) {
+        sum += octave.at(time);
+    }
+    static const double deviation = std::sqrt(OCTAVE_VARIANCE);
+    return deviation * sum;
+}
+
+} // namespace om::bench

@@ -1,0 +1,56 @@
+/// @file
+/// Flicker noise of a sensor's bias (bias instability), as a function of time.
+#pragma once
+
+#include "base/clock.h"
+#include "world/midpoint_path.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace om::bench {
+
+/// A stationary first-order process (Ornstein-Uhlenbeck) with standard deviation 1 and the
+/// autocorrelation exp(-|t| / correlation time). Of cells of 1/32 of the correlation time, 2 ms at
+/// least, within which it runs straight. One thread at a time.
+class FirstOrderProcess
+{
+public:
+    /// @param correlationTime s, above 0
+    FirstOrderProcess(std::uint64_t seed, std::uint64_t channel, double correlationTime);
+
+    double at(Nanoseconds time);
+
+private:
+    double boundary(std::uint64_t number) const;
+
+    NodeNumbers m_numbers;
+    MidpointPath m_path;
+    std::vector<MidpointPath::Level> m_levels;
+    Nanoseconds m_cell = 0;
+    MidpointPath::Interval m_interval; ///< the one asked for last
+};
+
+/// Noise with a density of B^2 / (pi f), one-sided, from 1 / (2 pi T) to some 10 Hz: first-order
+/// processes whose correlation times lie an octave apart, the longest of them T. Its Allan
+/// deviation is flat at 0.664 B from some tens of milliseconds to about T.
+///
+/// The values depend on seed, channel and T alone. One thread at a time.
+class Flicker
+{
+public:
+    /// The shortest correlation time lies between this and twice as much, s.
+    static constexpr double SHORTEST = 0.012;
+    /// Channels of random numbers that it takes, from the given one on.
+    static constexpr std::uint64_t CHANNELS = 40;
+
+    /// @param correlationTime T in seconds, SHORTEST to 1e7
+    Flicker(std::uint64_t seed, std::uint64_t channel, double correlationTime);
+
+    double at(Nanoseconds time); ///< in units of B
+
+private:
+    std::vector<FirstOrderProcess> m_octaves;
+};
+
+} // namespace om::bench

@@ -1,0 +1,74 @@
+/// @file
+/// Random processes that are functions of time: any moment can be asked for, in any order and by
+/// whatever way, and has one value.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace om::bench {
+
+/// Normal random numbers with standard deviation 1, one for each node of a process.
+class NodeNumbers
+{
+public:
+    /// @param channel what the process is for; processes with one seed and distinct channels are
+    ///                independent
+    NodeNumbers(std::uint64_t seed, std::uint64_t channel);
+
+    double at(std::uint64_t node) const;
+
+private:
+    std::uint64_t m_key;
+};
+
+/// A Gauss-Markov process within an interval between two known values: the middle of the interval
+/// is drawn from its distribution between the ends, then the middles of both halves, and so on down
+/// to cells within which the process runs straight (P. Lévy's construction of Brownian motion).
+/// Only the nodes above the wanted cell are drawn; those of the cell asked for last are kept, so
+/// that a walk through time draws each node once.
+class MidpointPath
+{
+public:
+    static constexpr std::size_t MOST_LEVELS = 56;
+
+    /// How the middle of an interval follows from its ends.
+    struct Level
+    {
+        double weight = 0.5;    ///< factor of the sum of the ends
+        double deviation = 0.0; ///< of the middle about it
+    };
+
+    /// An interval of 2^levels cells with the values at both ends. Node n of it is the middle of
+    /// the interval, 2 n and 2 n + 1 are the middles of the halves of n, from 1.
+    struct Interval
+    {
+        std::uint64_t name = 0;   ///< distinct for each interval of the process
+        std::uint64_t offset = 0; ///< of its nodes among the process's numbers
+        double first = 0.0;
+        double last = 0.0;
+    };
+
+    /// The value in a cell.
+    /// @param levels   from the whole interval down
+    /// @param cell     below 2^levels.size()
+    /// @param fraction place in the cell, 0 to 1
+    double at(const Interval& interval, const std::vector<Level>& levels,
+              const NodeNumbers& numbers, std::uint64_t cell, double fraction);
+
+private:
+    struct Ends
+    {
+        double first = 0.0;
+        double last = 0.0;
+    };
+
+    std::array<Ends, MOST_LEVELS + 1> m_ends{}; ///< of the nested intervals, from the whole one
+    std::uint64_t m_name = UINT64_MAX;
+    std::uint64_t m_cell = 0;
+    std::size_t m_levels = 0;
+};
+
+} // namespace om::bench
