@@ -1,9 +1,9 @@
 #include "library/sensor_reader.h"
 
 #include "world/heading.h"
+#include "world/standard_air.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace om {
 
@@ -32,12 +32,6 @@ constexpr std::uint64_t GROUND_SAMPLES = 50;
 constexpr Nanoseconds TEMPERATURE_SLOT = 40 * NS_PER_MS;
 
 using LOCATION = SensorsData::TemperatureData::SENSOR_LOCATION;
-
-/// Height of one pressure above another in the standard atmosphere, m.
-double heightAbove(double ground, double pressure)
-{
-    return 44330.77 * (1.0 - std::pow(pressure / ground, 0.190263));
-}
 
 } // namespace
 

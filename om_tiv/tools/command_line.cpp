@@ -51,6 +51,8 @@ public:
         addFault(*command("fault", "Show, set or clear faults of a camera"));
         addEeprom(*command("eeprom", "The magnetometer calibration in a camera's EEPROM"));
         addWatch(*command("watch", "Show true values and what the program has read, line by line"));
+        addGenerate(*command("generate", "Write the samples of a camera of a bench file into a CSV "
+                                         "file, without a running bench"));
     }
 
     std::optional<Order> read(int argc, const char* const* argv, int& status)
@@ -252,6 +254,22 @@ private:
         action("erase", "Make the calibration neutral");
     }
 
+    void addGenerate(CLI::App& sub)
+    {
+        sub.add_option("BENCH", m_generate.benchFile, "Bench file")->required()->check(someText());
+        sub.add_option("-o,--output", m_generate.file, "CSV file; must not exist yet")
+            ->required()
+            ->check(someText());
+        sub.add_option("--hours", m_generate.hours, "Length of the recording")
+            ->capture_default_str()
+            ->check(number())
+            ->check(CLI::Range(0.0001, 1000.0));
+        sub.add_option("--camera", m_generate.serial,
+                       "Serial number; by default the first camera of the bench file")
+            ->transform(serialNumber());
+        sub.callback([this] { m_order.generate = m_generate; });
+    }
+
     void addWatch(CLI::App& sub)
     {
         sub.add_option("SERIAL", m_watch.serial, "Serial number; by default all plugged cameras")
@@ -319,6 +337,7 @@ private:
     std::string m_faultName;
     std::string m_faultText = "on";
     Order::Watch m_watch;
+    Order::Generate m_generate;
 };
 
 } // namespace

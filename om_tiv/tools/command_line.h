@@ -24,6 +24,16 @@ struct Order
         int count = 0;                      ///< number of times, 0 for endless
         double interval = 0.5;              ///< s
     };
+    /// A recording made without a bench.
+    struct Generate
+    {
+        std::string benchFile;
+        std::string file; ///< must not exist
+        double hours = 1.0;
+        std::optional<unsigned int> serial; ///< none: the first camera of the bench file
+    };
+    std::optional<Generate> generate;
+
     std::optional<Watch> watch; ///< repeats the request
 };
 

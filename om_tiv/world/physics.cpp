@@ -1,6 +1,7 @@
 #include "world/physics.h"
 
 #include "base/noise.h"
+#include "world/standard_air.h"
 
 #include <algorithm>
 #include <cmath>
@@ -47,12 +48,6 @@ constexpr double DEGREES = 180.0 / PI;
 /// Whose temperature a sensor has; the magnetometer lies beside the IMU.
 constexpr std::size_t IMU_LOCATION = 0;
 constexpr std::size_t BAROMETER_LOCATION = 1;
-
-/// The international standard atmosphere's troposphere; Pa from metres above sea level.
-double standardPressure(double altitude)
-{
-    return 101325.0 * std::pow(1.0 - 2.25577e-5 * altitude, 5.25588);
-}
 
 Vector clipped(const Vector& v, double most)
 {

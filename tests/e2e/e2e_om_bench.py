@@ -27,7 +27,7 @@ from world import TIV_N, TIV_P, TIV_Q, camera
 EEPROM_ACTIONS = ("show", "dump", "erase")
 DONE, REFUSED, USAGE, NO_BENCH = 0, 1, 2, 3
 COMMANDS = ("list", "add", "remove", "plug", "unplug", "motion", "pose", "field", "disturbance", "temperature",
-            "firmware", "fault", "eeprom", "watch")
+            "firmware", "fault", "eeprom", "watch", "generate")
 FAULTS = ("openResult", "openRefusals", "openDelay", "grabFailures", "grabFailureResult", "frozenTimestamps",
           "repeatedTimestamps", "barometerAbsent", "magnetometerAbsent", "boardTemperaturesAbsent",
           "imuTemperatureAbsent", "magnetometerSaturated", "magneticDisturbance", "littleGpuMemory", "mcuSilent",
@@ -97,7 +97,8 @@ class WithoutAProgram(world.EndToEndTest):
 
     def test_arguments_missing_or_too_many_are_told(self):
         needed = {"add": "MODEL", "motion": "SERIAL", "pose": "SERIAL", "disturbance": "SERIAL", "remove": "SERIAL",
-                  "plug": "SERIAL", "unplug": "SERIAL", "temperature": "SERIAL", "firmware": "SERIAL", "fault": "SERIAL"}
+                  "plug": "SERIAL", "unplug": "SERIAL", "temperature": "SERIAL", "firmware": "SERIAL", "fault": "SERIAL",
+                  "generate": "BENCH"}
         for command, argument in needed.items():
             self.wrong(f"{argument} is required", command)
         for action in EEPROM_ACTIONS:

@@ -44,7 +44,7 @@ ROOMS = {
     "control": {"base", "world", "bench"},
     "library": {"base", "world", "replay", "bench", "control"},
     # Programs of their own, which reach the bench over the socket only.
-    "tools": {"base", "world"} | CLIENT,
+    "tools": {"base", "world", "replay", "bench/bench_file.h"} | CLIENT,
     "window": {"base", "world"} | CLIENT | {"closing/close_signals.h"},
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.M)

@@ -1,0 +1,38 @@
+/// @file
+/// Recordings without a running program: what a virtual camera would give, written as fast as it
+/// can be worked out.
+#pragma once
+
+#include "world/config.h"
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace om::bench {
+
+/// A recording that was made.
+struct Generated
+{
+    std::uint64_t rows = 0;
+    double seconds = 0.0; ///< of the camera's time, from its plugging in
+};
+
+/// The time at which a generated recording begins: 2026-01-01, in every one.
+constexpr std::uint64_t GENERATED_START = 1'767'225'600;
+
+/// Writes every sample of a camera into a CSV file as Gravimon records it, with all columns: the
+/// camera is plugged in, opened and read at once, at GENERATED_START. The first IMU sample only
+/// starts the program's clock and has no row. Uses a few MiB whatever the length. The faults of
+/// sensors and timestamps act; those of opening, grabbing and the microcontroller do not.
+///
+/// @param path     of a file that does not exist yet. It is removed again where it can't be written
+///                 whole.
+/// @param proceed  is called now and then with the share that is done; false ends the work
+/// @param error    one line: what, why, what to do
+/// @return false with error set
+bool generateRecording(const CameraConfig& camera, const Field& field, double seconds,
+                       const std::string& path, const std::function<bool(double)>& proceed,
+                       Generated& generated, std::string& error);
+
+} // namespace om::bench
