@@ -22,7 +22,7 @@ void appendInteger(std::string& text, std::uint64_t value)
 /// Exact: the digits of the double itself, not of a rounded product.
 void appendField(std::string& text, double value)
 {
-    if (std::signbit(value) && !std::isnan(value)) {
+    if (value < 0.0) { // a zero has no sign
         text += '-';
         value = -value;
     }

@@ -11,7 +11,7 @@ namespace {
 /// other.
 constexpr double INDEPENDENT = 40.0;
 constexpr double CELLS_PER_CORRELATION_TIME = 32.0;
-constexpr Nanoseconds SHORTEST_CELL = 2 * NS_PER_MS; // below the period of the fastest sensor
+constexpr unsigned int SHORTEST_CELL_BITS = 21; // 2.1 ms, below the period of the fastest sensor
 
 /// Variance of each octave in units of B^2. A process of variance v and correlation time T has the
 /// one-sided density 4 v T / (1 + (2 pi f T)^2), and an octave apart they add up to v / (f ln 2).
@@ -22,10 +22,12 @@ constexpr double OCTAVE_VARIANCE = 0.69314718055994531 / 3.14159265358979323846;
 FirstOrderProcess::FirstOrderProcess(std::uint64_t seed, std::uint64_t channel,
                                      double correlationTime)
     : m_numbers(seed, channel),
-      m_cell(std::max(SHORTEST_CELL,
-                      static_cast<Nanoseconds>(correlationTime * 1e9 / CELLS_PER_CORRELATION_TIME)))
+      m_cellBits(std::max(SHORTEST_CELL_BITS,
+                          static_cast<unsigned int>(std::max(
+                              0, std::ilogb(correlationTime * 1e9 / CELLS_PER_CORRELATION_TIME))))),
+      m_cellInverse(std::ldexp(1.0, -static_cast<int>(m_cellBits)))
 {
-    const double cell = static_cast<double>(m_cell) * 1e-9 / correlationTime;
+    const double cell = std::ldexp(1e-9, static_cast<int>(m_cellBits)) / correlationTime;
     std::size_t levels = 0;
     while (std::ldexp(cell, static_cast<int>(levels)) < INDEPENDENT) {
         ++levels;
@@ -48,8 +50,8 @@ double FirstOrderProcess::boundary(std::uint64_t number) const
 
 double FirstOrderProcess::at(Nanoseconds time)
 {
-    const std::uint64_t cell = time / m_cell;
-    const double fraction = static_cast<double>(time % m_cell) / static_cast<double>(m_cell);
+    const std::uint64_t cell = time >> m_cellBits;
+    const double fraction = static_cast<double>(time - (cell << m_cellBits)) * m_cellInverse;
     const std::uint64_t interval = cell >> m_levels.size();
     if (interval != m_interval.name) {
         m_interval = {interval, interval << m_levels.size(), boundary(interval),

@@ -11,8 +11,8 @@
 namespace om::bench {
 
 /// A stationary first-order process (Ornstein-Uhlenbeck) with standard deviation 1 and the
-/// autocorrelation exp(-|t| / correlation time). Of cells of 1/32 of the correlation time, 2 ms at
-/// least, within which it runs straight. One thread at a time.
+/// autocorrelation exp(-|t| / correlation time). Of cells of 1/64 to 1/32 of the correlation time,
+/// 2 ms at least, within which it runs straight. One thread at a time.
 class FirstOrderProcess
 {
 public:
@@ -27,7 +27,8 @@ private:
     NodeNumbers m_numbers;
     MidpointPath m_path;
     std::vector<MidpointPath::Level> m_levels;
-    Nanoseconds m_cell = 0;
+    unsigned int m_cellBits;           ///< a cell is 2^m_cellBits ns long
+    double m_cellInverse;              ///< 1 / ns
     MidpointPath::Interval m_interval; ///< the one asked for last
 };
 

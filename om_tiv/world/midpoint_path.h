@@ -10,6 +10,10 @@
 
 namespace om::bench {
 
+/// The number below which a normal one with standard deviation 1 lies with the probability, which
+/// is in (0, 1). Relative error about 1e-16.
+double normalQuantile(double probability);
+
 /// Normal random numbers with standard deviation 1, one for each node of a process.
 class NodeNumbers
 {

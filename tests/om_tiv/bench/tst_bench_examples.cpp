@@ -69,6 +69,9 @@ private slots:
     void messOfAMotorIsMendedOnceItStops();
     void messOfAMagnetIsBeyondTheSensor();
 
+    void imusAreAsGoodAsTheirTextSays_data();
+    void imusAreAsGoodAsTheirTextSays();
+
 private:
     void load(const char* name);
     static Camera& opened(Camera& camera, unsigned int serial, BUS_TYPE bus = BUS_TYPE::USB);
@@ -390,6 +393,61 @@ void TestBenchExamples::messOfAMagnetIsBeyondTheSensor()
     calibrate(link);
     const int state = link.getIMUPose(6).headingState;
     QVERIFY2(state == NOT_GOOD || state == NOT_CALIBRATED, qPrintable(QString::number(state)));
+}
+
+// ---- The IMUs -----------------------------------------------------------------------------------
+
+void TestBenchExamples::imusAreAsGoodAsTheirTextSays_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<unsigned int>("serial");
+    QTest::addColumn<double>("acceleration"); ///< m/s^2, deviation of a sample along z
+    QTest::addColumn<double>("rate");         ///< Hz
+    QTest::addColumn<bool>("sound");          ///< without spikes, vibration and lost samples
+    QTest::newRow("good") << "imu-good.json" << 30000401U << 0.005 << 400.002 << true;
+    QTest::newRow("consumer") << "imu-consumer.json" << 30000402U << 0.036 << 401.6 << true;
+    QTest::newRow("broken") << "imu-broken.json" << 30000403U << 0.39 << 396.4 << false;
+}
+
+void TestBenchExamples::imusAreAsGoodAsTheirTextSays()
+{
+    QFETCH(QString, file);
+    QFETCH(unsigned int, serial);
+    QFETCH(double, acceleration);
+    QFETCH(double, rate);
+    QFETCH(bool, sound);
+    load(file.toLatin1());
+    const auto source = m_bench.camera(serial)->source();
+    constexpr std::uint64_t count = 20000;
+    double squares = 0.0;
+    double swing = 0.0; // of y: the fan
+    int lost = 0;
+    int spikes = 0;
+    ImuSample before = source->imu(0);
+    for (std::uint64_t i = 1; i <= count; ++i) {
+        const ImuSample sample = source->imu(i);
+        const Vector step = sample.linearAcceleration - before.linearAcceleration;
+        before = sample;
+        lost += source->isLost(STREAM::IMU, i) ? 1 : 0;
+        if (std::abs(step.z) > 15.0 || std::abs(step.x) > 15.0) {
+            ++spikes;
+        } else {
+            squares +=
+                0.5 * step.z * step.z / count; // the difference of two has twice the variance
+            swing = std::max(swing, std::abs(step.y));
+        }
+    }
+    const double deviation = std::sqrt(squares);
+    QVERIFY2(std::abs(deviation / acceleration - 1.0) < 0.1,
+             qPrintable(QString::number(deviation)));
+    QCOMPARE(spikes == 0, sound);
+    QCOMPARE(lost == 0, sound);
+    QCOMPARE(swing < 0.4, sound);
+    const double seconds =
+        static_cast<double>(source->timeOf(STREAM::IMU, count) - source->timeOf(STREAM::IMU, 0)) *
+        1e-9;
+    QVERIFY2(std::abs(count / seconds / rate - 1.0) < 3e-6,
+             qPrintable(QString::number(count / seconds)));
 }
 
 QTEST_GUILESS_MAIN(TestBenchExamples)

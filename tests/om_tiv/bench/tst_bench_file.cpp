@@ -498,7 +498,7 @@ void TestBenchFile::errorModelsTakeWhatIsDocumented_data()
                              .section("### Error models", 1)
                              .section("### `faults`", 0, 0);
     const QRegularExpression sensorRow("^\\| `(\\w+)` \\| [^|]+ \\| (\\d+) \\| ([\\d.]*) ?\\|");
-    const QRegularExpression keyRow("^\\| `([\\w.]+)` \\| ([^|]+) \\| [^|]* \\| ([^|]*) ?\\|");
+    const QRegularExpression keyRow("^\\| `([\\w.]+)` \\| ([^|]+) \\| [^|]*\\| ([^|]*)\\|");
     const QRegularExpression range("(\\S+) to (\\S+)");
     struct Sensor
     {

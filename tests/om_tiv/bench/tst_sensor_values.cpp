@@ -5,6 +5,7 @@
 #include "om_tiv/benchtest.h"
 
 #include "bench/bench_file.h"
+#include "world/physics.h"
 
 #include <cmath>
 #include <cstring>

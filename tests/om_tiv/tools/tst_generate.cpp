@@ -11,7 +11,7 @@
 #include <QTextStream>
 
 #include <cmath>
-#include <limits>
+#include <csignal>
 #include <random>
 
 #include <sys/resource.h>
@@ -26,6 +26,11 @@ Q_DECLARE_METATYPE(om::bench::CameraConfig)
 namespace {
 
 const Field FIELD;
+
+const char* nameOf(MOTION motion)
+{
+    return motion == MOTION::TUMBLE ? "tumble" : motion == MOTION::FALL ? "fall" : "at rest";
+}
 
 /// What the program's sensor thread keeps of a record.
 class Recorded
@@ -71,7 +76,7 @@ public:
         row.tempImu = last;
         temperature.get(LOCATION::BAROMETER, last);
         row.tempBarometer = last;
-        QTextStream stream(&m_text);
+        QTextStream stream(&m_text, QIODevice::WriteOnly | QIODevice::Append);
         recorder::writeRow(stream, m_options, row);
         return true;
     }
@@ -178,8 +183,7 @@ void TestGenerate::recordingIsTheProgramsOwn_data()
             config.model = model;
             config.serialNumber = 30000001;
             config.motion = motion;
-            QTest::addRow("model %d, %s", static_cast<int>(model), motionName(motion).c_str())
-                << config;
+            QTest::addRow("model %d, %s", static_cast<int>(model), nameOf(motion)) << config;
         }
     }
     QTest::newRow("spoiled") << spoiled();
@@ -209,8 +213,7 @@ void TestGenerate::recordingIsTheProgramsOwn()
     std::string error;
     QVERIFY2(generate(config, length, error), error.c_str());
 
-    Bench& bench = Bench::instance();
-    bench.reset();
+    Bench& bench = benchtest::runningBench();
     bench.clock().setManual(GENERATED_START * NS_PER_S);
     bench.setField(FIELD);
     bench.addCamera(config);

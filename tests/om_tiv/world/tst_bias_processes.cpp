@@ -59,6 +59,8 @@ class TestBiasProcesses : public QObject
     Q_OBJECT
 
 private slots:
+    void quantilesOfTheNormalDistribution_data();
+    void quantilesOfTheNormalDistribution();
     void aTimeHasOneValueInWhateverOrder_data();
     void aTimeHasOneValueInWhateverOrder();
     void thereIsNoJump_data() { aTimeHasOneValueInWhateverOrder_data(); }
@@ -73,6 +75,25 @@ private slots:
     void firstOrderProcessIsCorrelatedOverItsTime();
     void flickerHasTheSameVarianceInEachOctave();
 };
+
+void TestBiasProcesses::quantilesOfTheNormalDistribution_data()
+{
+    QTest::addColumn<double>("quantile");
+    for (const double x : {0.0, 0.1, 0.6, 1.0, 1.4, 1.5, 2.0, 3.0, 4.5, 6.0, 7.5, 8.1}) {
+        QTest::addRow("%g", x) << x;
+    }
+}
+
+/// The distribution at the quantile is the probability: by the complementary error function.
+void TestBiasProcesses::quantilesOfTheNormalDistribution()
+{
+    QFETCH(double, quantile);
+    const double below = 0.5 * std::erfc(quantile / std::sqrt(2.0)); // of -quantile
+    QVERIFY(std::abs(normalQuantile(below) + quantile) < 1e-13 * (1.0 + quantile));
+    if (quantile < 4.0) { // above, 1 - below has too few digits
+        QVERIFY(std::abs(normalQuantile(1.0 - below) - quantile) < 1e-11);
+    }
+}
 
 void TestBiasProcesses::aTimeHasOneValueInWhateverOrder_data()
 {
