@@ -429,7 +429,7 @@ void TestBenchExamples::imusAreAsGoodAsTheirTextSays()
         const Vector step = sample.linearAcceleration - before.linearAcceleration;
         before = sample;
         lost += source->isLost(STREAM::IMU, i) ? 1 : 0;
-        if (std::abs(step.z) > 15.0 || std::abs(step.x) > 15.0) {
+        if (std::abs(step.z) > 6.0 || std::abs(step.x) > 6.0) {
             ++spikes;
         } else {
             squares +=

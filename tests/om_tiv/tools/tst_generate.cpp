@@ -5,6 +5,7 @@
 #include "recording/recorder.h"
 #include "replay/recording_row.h"
 #include "tools/generate.h"
+#include "viewer/sensorsample.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -32,50 +33,34 @@ const char* nameOf(MOTION motion)
     return motion == MOTION::TUMBLE ? "tumble" : motion == MOTION::FALL ? "fall" : "at rest";
 }
 
-/// What the program's sensor thread keeps of a record.
+/// The rows that the program makes of records: its own sampling and its own recorder.
 class Recorded
 {
 public:
     /// @return whether the record gave a row
     bool take(const SensorsData& data)
     {
-        const std::uint64_t time = data.imu.timestamp / 1000;
-        if (data.imu.timestamp < 1000 || time == m_last) {
-            return false;
-        }
-        const bool first = m_last == 0;
-        m_last = time;
-        if (first) {
+        const auto sample = m_sampler.take(data);
+        if (!sample) {
             return false;
         }
         recorder::Row row;
         row.index = m_rows++;
-        row.imuTime = seconds(data.imu.timestamp);
-        row.magTime = data.magnetometer.isAvailable ? seconds(data.magnetometer.timestamp) : 0.0;
-        row.baroTime = data.barometer.isAvailable ? seconds(data.barometer.timestamp) : 0.0;
-        row.acceleration = doubles(data.imu.linearAcceleration);
-        row.angularVelocity = doubles(data.imu.angularVelocity);
-        row.magneticField = doubles(data.magnetometer.magneticFieldUncalibrated);
-        const Vector3<float> angles = data.imu.pose.getEulerAngles(true);
-        row.orientation = doubles({degrees(angles.x), degrees(angles.y), degrees(angles.z)});
-        row.pressure = static_cast<double>(
-            static_cast<float>(static_cast<double>(data.barometer.pressure) / 100.0));
-        row.relativeAltitude = static_cast<double>(data.barometer.relativeAltitude);
-        row.movingState = data.cameraMovingState;
-        const auto& temperature = data.temperature;
-        const int left = temperature.get(LOCATION::LEFT, m_left);
-        const int right = temperature.get(LOCATION::RIGHT, m_right);
-        if (left != 0 || right != 0) {
-            temperature.get(LOCATION::IMU, m_left);
-            temperature.get(LOCATION::IMU, m_right);
-        }
-        row.tempLeft = static_cast<double>(m_left);
-        row.tempRight = static_cast<double>(m_right);
-        float last = 0.0F;
-        temperature.get(LOCATION::IMU, last);
-        row.tempImu = last;
-        temperature.get(LOCATION::BAROMETER, last);
-        row.tempBarometer = last;
+        row.imuTime = sample->time;
+        row.magTime = sample->magnetometer.time;
+        row.baroTime = sample->barometer.time;
+        row.acceleration = doubles(sample->acceleration);
+        row.angularVelocity = doubles(sample->angularVelocity);
+        row.magneticField = doubles(sample->field);
+        row.orientation = doubles(sample->angles);
+        row.pressure = static_cast<double>(sample->pressure);
+        row.relativeAltitude = static_cast<double>(sample->altitude);
+        row.movingState = sample->movingState;
+        row.tempLeft = static_cast<double>(sample->left);
+        row.tempRight = static_cast<double>(sample->right);
+        data.temperature.get(LOCATION::IMU, row.tempImu);
+        row.tempBarometer = row.tempImu;
+        data.temperature.get(LOCATION::BAROMETER, row.tempBarometer);
         QTextStream stream(&m_text, QIODevice::WriteOnly | QIODevice::Append);
         recorder::writeRow(stream, m_options, row);
         return true;
@@ -84,22 +69,23 @@ public:
     QByteArray text() const { return (recorder::header(m_options) + '\n').toUtf8() + m_text; }
 
 private:
-    static double seconds(std::uint64_t time) { return static_cast<double>(time / 1000) / 1e6; }
-    static float degrees(float radian)
-    {
-        return static_cast<float>(static_cast<double>(radian) * 180.0 / 3.141592653589793);
-    }
     static std::array<double, 3> doubles(const Vector3<float>& v)
     {
-        return {double{v.x}, double{v.y}, double{v.z}};
+        return {static_cast<double>(v.x), static_cast<double>(v.y), static_cast<double>(v.z)};
     }
 
+    Shared<double> m_rate;
+    std::uint64_t m_start = 0;
+    Shared<float> m_limit;
+    sensorsample::Stream m_stream{m_rate, m_start};
+    sensorsample::Sampler m_sampler{
+        m_stream,
+        m_stream,
+        m_stream,
+        {m_limit, m_limit, m_limit, m_limit, m_limit, m_limit, m_limit, m_limit, m_limit, m_limit}};
     RecOptions m_options;
     QByteArray m_text;
-    std::uint64_t m_last = 0;
     int m_rows = 0;
-    float m_left = 0.0F;
-    float m_right = 0.0F;
 };
 
 /// A camera with everything that its sensors can do wrong.
