@@ -323,7 +323,7 @@ bool generateRecording(const CameraConfig& camera, const Field& field, double se
         error = path + ": can't be written: " + lastError() + "; the file was removed";
         return false;
     }
-    generated = {rows.count(), seconds};
+    generated = {camera.serialNumber, rows.count(), seconds};
     return true;
 }
 

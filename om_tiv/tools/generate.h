@@ -14,6 +14,7 @@ namespace om::bench {
 /// A recording that was made.
 struct Generated
 {
+    unsigned int serialNumber = 0; ///< of the camera
     std::uint64_t rows = 0;
     double seconds = 0.0; ///< of the camera's time, from its plugging in
 };

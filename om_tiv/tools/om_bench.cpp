@@ -4,18 +4,15 @@
 
 #include "control/bench_client.h"
 #include "tools/command_line.h"
-#include "tools/generate.h"
+#include "tools/generate_from_file.h"
 
-#include "bench/bench_file.h"
 #include "base/bytes.h"
 #include "base/one_line.h"
 #include "world/eeprom_image.h"
 
-#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cmath>
-#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <fstream>
@@ -324,63 +321,24 @@ int watch(BenchClient& client, const Order& order)
 
 // ---- Without a bench ----------------------------------------------------------------------------
 
-volatile std::sig_atomic_t interrupted = 0;
-
-void interrupt(int /*signal*/)
-{
-    interrupted = 1;
-}
-
 int generate(const Order& order)
 {
-    const Order::Generate& wanted = *order.generate;
-    om::bench::BenchDescription bench;
-    std::string problem;
-    if (!om::bench::parseBenchFile(wanted.benchFile, bench, problem)) {
-        return fail(REFUSED, problem);
-    }
-    const auto camera = std::find_if(
-        bench.cameras.begin(), bench.cameras.end(), [&](const om::bench::CameraConfig& config) {
-            return !wanted.serial || config.serialNumber == *wanted.serial;
-        });
-    if (camera == bench.cameras.end()) {
-        return fail(REFUSED, wanted.benchFile + ": " +
-                                 (wanted.serial ? "no camera with serial number " +
-                                                      std::to_string(*wanted.serial)
-                                                : "no cameras; add one to \"cameras\""));
-    }
-    // No half file stays behind: a signal ends the work in order, and a limit on the size of files
-    // is an error of the write.
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        std::signal(signal, interrupt);
-    }
-    std::signal(SIGXFSZ, SIG_IGN);
-    const bool shown = ::isatty(STDERR_FILENO) != 0;
-    const auto proceed = [&](double share) {
-        if (shown) {
-            std::cerr << "\r" << fixed(100.0 * share, 3, 0) << " %" << std::flush;
-        }
-        return interrupted == 0;
-    };
     om::bench::Generated generated;
-    const bool done = om::bench::generateRecording(*camera, bench.field, 3600.0 * wanted.hours,
-                                                   wanted.file, proceed, generated, problem);
-    if (shown) {
-        std::cerr << "\r\x1b[K" << std::flush;
-    }
-    if (!done) {
+    std::string problem;
+    if (!om::bench::generateFromFile(*order.generate, generated, problem)) {
         return fail(REFUSED, problem);
     }
+    const std::string& file = order.generate->file;
     Text out;
     if (order.asJson) {
-        out.addJson({{"file", wanted.file},
-                     {"serialNumber", camera->serialNumber},
+        out.addJson({{"file", file},
+                     {"serialNumber", generated.serialNumber},
                      {"rows", generated.rows},
                      {"seconds", generated.seconds}},
                     2);
     } else {
-        out.add(wanted.file + ": " + std::to_string(generated.rows) + " rows of camera " +
-                std::to_string(camera->serialNumber) + ", " + fixed(generated.seconds, 0, 3) +
+        out.add(file + ": " + std::to_string(generated.rows) + " rows of camera " +
+                std::to_string(generated.serialNumber) + ", " + fixed(generated.seconds, 0, 3) +
                 " s");
     }
     return write(out);

@@ -17,7 +17,7 @@ struct ErrorModel
     Vector biasInstability; ///< u, flicker noise: the Allan deviation's floor is 0.664 of it
     double biasCorrelationTime = 1000.0; ///< s, the longest of the flicker noise
     Vector randomWalk;                   ///< u / s / sqrt(Hz), of the bias
-    Vector turnOnSpread;               ///< u, deviation of a bias that each plugging in draws anew
+    Vector turnOnSpread;               ///< u, deviation of a bias that each plugging in draws again
     Vector temperatureBias;            ///< u per degree from the reference temperature
     Vector temperatureScaleFactor;     ///< percent per degree from the reference temperature
     Vector scaleFactor{1.0, 1.0, 1.0}; ///< 1 is perfect

@@ -12,7 +12,7 @@ namespace om::bench {
 /// Brownian motion: 0 at the time 0, with a variance that grows by 1 in a second. Of cells of 2 ms
 /// within which it runs straight.
 ///
-/// The values depend on seed and channel alone, not on what was asked for before; the cost grows
+/// The values depend on seed and channel alone, not on what was read before; the cost grows
 /// with the logarithm of the time, and is that of some two random numbers in a walk through time
 /// at the pace of a sensor. One thread at a time.
 class RandomWalk

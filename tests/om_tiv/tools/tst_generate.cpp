@@ -365,7 +365,7 @@ void TestGenerate::existingFileStaysAsItIs()
 
 void TestGenerate::fullDiskLeavesNoFile()
 {
-    // A limit on the size of files stands for the disk.
+    // A limit on the size of files in place of a full disk.
     struct sigaction ignore = {};
     struct sigaction former = {};
     ignore.sa_handler = SIG_IGN;

@@ -1,0 +1,61 @@
+#include "tools/generate_from_file.h"
+
+#include "bench/bench_file.h"
+
+#include <algorithm>
+#include <csignal>
+#include <iostream>
+
+#include <unistd.h>
+
+namespace om::bench {
+
+namespace {
+
+volatile std::sig_atomic_t interrupted = 0;
+
+void interrupt(int /*signal*/)
+{
+    interrupted = 1;
+}
+
+} // namespace
+
+bool generateFromFile(const Order::Generate& order, Generated& generated, std::string& problem)
+{
+    BenchDescription bench;
+    if (!parseBenchFile(order.benchFile, bench, problem)) {
+        return false;
+    }
+    const auto camera =
+        std::find_if(bench.cameras.begin(), bench.cameras.end(), [&](const CameraConfig& config) {
+            return !order.serial || config.serialNumber == *order.serial;
+        });
+    if (camera == bench.cameras.end()) {
+        problem = order.benchFile + ": " +
+                  (order.serial ? "no camera with serial number " + std::to_string(*order.serial)
+                                : "no cameras; add one to \"cameras\"");
+        return false;
+    }
+    // No half file stays behind: a signal ends the work in order, and a limit on the size of files
+    // is an error of the write.
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        std::signal(signal, interrupt);
+    }
+    std::signal(SIGXFSZ, SIG_IGN);
+    const bool shown = ::isatty(STDERR_FILENO) != 0;
+    const auto proceed = [&](double share) {
+        if (shown) {
+            std::cerr << "\r" << static_cast<int>(100.0 * share) << " %" << std::flush;
+        }
+        return interrupted == 0;
+    };
+    const bool done = generateRecording(*camera, bench.field, 3600.0 * order.hours, order.file,
+                                        proceed, generated, problem);
+    if (shown) {
+        std::cerr << "\r\x1b[K" << std::flush;
+    }
+    return done;
+}
+
+} // namespace om::bench

@@ -1,0 +1,19 @@
+/// @file
+/// The command generate of om-bench.
+#pragma once
+
+#include "tools/command_line.h"
+#include "tools/generate.h"
+
+#include <string>
+
+namespace om::bench {
+
+/// Reads the bench file and generates the recording of the camera that the order names. On a
+/// terminal the share that is done is shown on standard error. SIGINT, SIGTERM and SIGHUP end the
+/// work; it then fails as where the file can't be written. Once in a process.
+/// @param problem one line
+/// @return false with problem set
+bool generateFromFile(const Order::Generate& order, Generated& generated, std::string& problem);
+
+} // namespace om::bench
