@@ -128,11 +128,11 @@ void TestBiasProcesses::aTimeHasOneValueInWhateverOrder()
     std::shuffle(order.begin(), order.end(), std::mt19937_64(1));
     const Process shuffled = maker.make(7);
     for (const std::size_t i : order) {
-        QCOMPARE(shuffled(times[i]), values[i]);
+        QVERIFY(shuffled(times[i]) == values[i]);
     }
     // Without any history.
     for (std::size_t i = 0; i < times.size(); i += 100) {
-        QCOMPARE(maker.make(7)(times[i]), values[i]);
+        QVERIFY(maker.make(7)(times[i]) == values[i]);
     }
 }
 
