@@ -23,6 +23,7 @@ ERROR = "TIV Camera error"
 STARTING = "Calibration starting..."
 STOPPED = "Calibration stopped"
 STORE_QUESTION = "Warning!"
+UNSAVED_QUESTION = "TIV Magnetometer Calibration"
 # From the dialog's corner.
 START = (0, 80, 254, 54)
 STORE = (0, 188, 254, 54)
@@ -95,6 +96,11 @@ class EmulatedCameras(world.EndToEndTest):
 
     def leave(self, program, state="streaming"):
         self.press(EXIT)
+        # A slow machine lets the dialog collect enough for a result, which it asks about.
+        wait_for("the dialog's end or its question", lambda: screen.window(self.gravimon, DIALOG) is None
+                 or screen.window(self.gravimon, UNSAVED_QUESTION))
+        if screen.window(self.gravimon, UNSAVED_QUESTION):
+            self.box(UNSAVED_QUESTION)
         screen.wait_until_gone(self.gravimon, DIALOG)
         program.wait_for_state(TIV_Q, state)
         if state == "streaming":
