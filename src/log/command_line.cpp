@@ -41,11 +41,9 @@ std::optional<Action> readCommandLine(int argc, const char* const* argv, int& st
     program.get_formatter()->column_width(34);
     program.set_version_flag("--version", "gravimon-log " GRAVIMON_VERSION);
     program.footer("Exit status: 0 done, 1 not done, 2 wrong usage, 3 recorded with missing "
-                   "samples.");
+                   "samples or a verdict failed.");
     addRecord(program, action);
-#ifdef GRAVIMON_LOG_REPORT
     addReport(program, action);
-#endif
     addConvert(program, action);
     try {
         program.parse(argc, argv);
