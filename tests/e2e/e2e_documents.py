@@ -1,7 +1,6 @@
 """The examples of the documents are real: each console block runs with a running program, and its output is the
 one in the document, except for the numbers."""
 
-import json
 import pathlib
 import re
 import shlex
@@ -38,6 +37,7 @@ class Examples(world.EndToEndTest):
 
     def run_examples(self, program, text):
         (program.folder / "walk.csv").write_text(RECORDING, encoding="utf-8")
+        (program.folder / "docs").symlink_to(DOCS)
         ran = 0
         for command, shown in examples(text):
             words = shlex.split(command)
@@ -62,15 +62,17 @@ class Examples(world.EndToEndTest):
     def test_worked_bench_files(self):
         sections = re.split(r"^## ", (DOCS / "bench" / "README.md").read_text(encoding="utf-8"), flags=re.M)[1:]
         files = sorted(path.name for path in (DOCS / "bench").glob("*.json"))
-        self.assertEqual(sorted(section.split(":")[0] for section in sections), files)
-        for section in sections:
-            with self.subTest(section.splitlines()[0]):
-                bench = (DOCS / "bench" / section.split(":")[0]).read_text(encoding="utf-8")
-                first = json.loads(re.sub(r"^\s*//.*$", "", bench, flags=re.M))["cameras"][0]["serialNumber"]
+        # A section may describe several files: "a.json, b.json: what they have in common".
+        described = [(name, section) for section in sections for name in section.split(":")[0].split(", ")]
+        self.assertEqual(sorted(name for name, _ in described), files)
+        for name, section in described:
+            with self.subTest(name):
+                bench = (DOCS / "bench" / name).read_text(encoding="utf-8")
+                first = int(re.search(r'"serialNumber": (\d+)', bench)[1])
                 program = self.start(bench=bench)
                 program.wait_for_state(first, "streaming")
                 program.wait_for_samples(first, 800)  # faults that count down have done so
-                self.assertGreater(self.run_examples(program, section), 1)
+                self.assertGreater(self.run_examples(program, section), 0)
                 self.close(program)
 
 
