@@ -3,14 +3,24 @@
 #include "recording/line_file.h"
 
 #include "support/fulldisk.h"
+#include "support/sidethread.h"
+#include "support/waiting.h"
 
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <array>
+#include <atomic>
+#include <csignal>
+
+#include <fcntl.h>
+#include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 using recorder::LineFile;
 
@@ -24,6 +34,8 @@ QByteArray line(int number)
     return QByteArray::number(number).rightJustified(7, '0').leftJustified(lineSize - 1, '.') +
            '\n';
 }
+
+std::atomic<int> signalCount{0};
 
 QByteArray lines(int from, int to)
 {
@@ -69,6 +81,55 @@ private slots:
             file->write(line(i));
             QCOMPARE(written(), lines(0, i + 1));
         }
+    }
+
+    void lineIsWholeWhenSignalsInterruptItsWrites()
+    {
+        int ends[2];
+        QCOMPARE(::pipe(ends), 0);
+        constexpr int capacity = 4096;
+        QCOMPARE(::fcntl(ends[0], F_SETPIPE_SZ, capacity), capacity);
+        struct sigaction interrupt = {};
+        interrupt.sa_handler = [](int) { ++signalCount; };
+        struct sigaction before = {};
+        ::sigaction(SIGUSR1, &interrupt, &before);
+
+        const QByteArray text = lines(0, 400);
+        QByteArray received;
+        std::atomic<bool> isWritten{false};
+        const pthread_t writer = pthread_self();
+        const auto writerId = static_cast<pid_t>(::syscall(SYS_gettid));
+        SideThread reader([&] {
+            std::array<char, capacity> piece = {};
+            for (ssize_t size = 1; size > 0;) {
+                int held = 0;
+                bool isInTime = waiting::waitFor([&] {
+                    ::ioctl(ends[0], FIONREAD, &held);
+                    return isWritten || (held == capacity && waiting::isAsleep(writerId));
+                });
+                // The first signal cuts the write short, the second one meets a write of which
+                // nothing was accepted.
+                for (int i = 0; i < 2 && isInTime && !isWritten; ++i) {
+                    const int sent = signalCount;
+                    pthread_kill(writer, SIGUSR1);
+                    isInTime = waiting::waitFor([&] {
+                        return isWritten || (signalCount > sent && waiting::isAsleep(writerId));
+                    });
+                }
+                size = ::read(ends[0], piece.data(), capacity);
+                received.append(piece.data(), static_cast<int>(size));
+            }
+        });
+        auto file = LineFile::on(ends[1]);
+        ::close(ends[1]);
+        file->write(text);
+        isWritten = true;
+        file.reset();
+        reader.join();
+        ::close(ends[0]);
+        ::sigaction(SIGUSR1, &before, nullptr);
+        QVERIFY(signalCount > 10);
+        QCOMPARE(received, text);
     }
 
     void linesOfTheTimeOfAFullDiskFollowInOrder_data()
