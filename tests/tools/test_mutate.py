@@ -150,8 +150,13 @@ int unseen(int value)
     "src/part/other.cpp": '#include "part/limits.h"\n\nint other()\n{\n    return 4;\n}\n',
     "tests/part/tst_limits.cpp": """#include "part/limits.h"
 
+#include <unistd.h>
+
 int main()
 {
+    if (limited(8) != 8) {
+        pause(); // until a limit of time
+    }
     return limited(8) == 8 && limited(12) == 9 ? 0 : 1;
 }
 """,
@@ -173,6 +178,7 @@ class SmallProject(unittest.TestCase):
             path.write_text(text, encoding="utf-8")
         subprocess.run(["git", "init", "-q", str(cls.root)], check=True)
         cls.out = io.StringIO()
+        mutate.LEAST_TIMEOUT = 3.0
         with contextlib.redirect_stdout(cls.out):
             cls.status = mutate.main([str(cls.root / "src/part/limits.cpp")], cls.root)
         cls.report = json.loads((cls.root / "build/mutate/report.json").read_text(encoding="utf-8"))
@@ -191,7 +197,8 @@ class SmallProject(unittest.TestCase):
     def test_what_a_test_notices_is_killed_by_it(self):
         self.assertEqual(self.results("killed"),
                          {"return value <= 9 ? 9 : value;", "return value > 9 ? 10 : value;"})
-        self.assertEqual({r["by"] for r in self.report["results"] if r["result"] == "killed"}, {"tst_limits"})
+        self.assertEqual({r["by"] for r in self.report["results"] if r["result"] == "killed"},
+                         {"tst_limits", "tst_limits (timeout)"})
 
     def test_an_accepted_mutant_is_equivalent_with_its_reason(self):
         reasons = {r["after"]: r["by"] for r in self.report["results"] if r["result"] == "equivalent"}
