@@ -83,6 +83,24 @@ private slots:
         }
     }
 
+    /// As in a program that was started without standard input.
+    void descriptor0IsADescriptorLikeAnyOther()
+    {
+        QFile file(path());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        const int standardInput = ::dup(STDIN_FILENO);
+        ::close(STDIN_FILENO);
+        auto lineFile = LineFile::on(file.handle());
+        const int flags = ::fcntl(STDIN_FILENO, F_GETFD);
+        const bool isMade = lineFile != nullptr;
+        lineFile.reset();
+        ::dup2(standardInput, STDIN_FILENO);
+        ::close(standardInput);
+        QVERIFY(isMade);
+        QCOMPARE(flags,
+                 FD_CLOEXEC); // it is the lowest one that is free, and no other program gets it
+    }
+
     void lineIsWholeWhenSignalsInterruptItsWrites()
     {
         int ends[2];
