@@ -4,7 +4,7 @@
 
 #include "bench/bench.h"
 #include "bench/bench_file.h"
-#include "bench/eeprom.h"
+#include "bench/eeprom_store.h"
 #include "bench/loader.h"
 #include "bench/virtual_camera.h"
 

@@ -9,7 +9,7 @@
 #pragma once
 
 #include "base/clock.h"
-#include "bench/eeprom.h"
+#include "bench/eeprom_store.h"
 #include "bench/script.h"
 #include "world/config.h"
 #include "world/environment.h"

@@ -5,7 +5,7 @@
 #include "base/one_line.h"
 #include "bench/bench.h"
 #include "bench/bench_file.h"
-#include "bench/eeprom.h"
+#include "bench/eeprom_store.h"
 #include "bench/loader.h"
 #include "bench/virtual_camera.h"
 #include "control/bench_path.h"

@@ -3,7 +3,7 @@
 ///
 /// One source file per topic: mainwindow.cpp (construction, destruction, signals), and
 /// mainwindow_*.cpp: session (from a listed camera to a streaming one and back), devicelist,
-/// sensorthread, valuedisplay, chartfeed and recordingslots.
+/// sensorthread, valuedisplay, chartfeed and recording.
 ///
 /// Every slot runs on the interface thread, except saveValues(). Only dataThreadFunc() and what it
 /// calls run on the sensor thread.

@@ -3,7 +3,7 @@
 #include "support/viewersession.h"
 #include "support/waiting.h"
 
-#include "bench/eeprom.h"
+#include "bench/eeprom_store.h"
 #include "calibration/magcalibdlgprobe.h"
 #include "camera/ProgramStates.h"
 #include "closing/close_signals.h"

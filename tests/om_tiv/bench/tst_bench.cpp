@@ -1,7 +1,7 @@
 #include "om_tiv/benchtest.h"
 #include "support/sidethread.h"
 
-#include "bench/eeprom.h"
+#include "bench/eeprom_store.h"
 
 #include <cmath>
 #include <thread>

@@ -2,7 +2,7 @@
 
 #include "base/bytes.h"
 #include "base/one_line.h"
-#include "bench/eeprom.h"
+#include "bench/eeprom_store.h"
 #include "control/bench_client.h"
 #include "control/bench_path.h"
 #include "control/control.h"

@@ -2,7 +2,7 @@
 /// A bench with one uncalibrated camera, and the link to its microcontroller.
 #pragma once
 
-#include "bench/eeprom.h"
+#include "bench/eeprom_store.h"
 #include "bench/virtual_camera.h"
 #include "library/the_bench.h"
 

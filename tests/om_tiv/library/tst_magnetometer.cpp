@@ -1,6 +1,6 @@
 #include "om_tiv/library/sensorrig.h"
 
-#include "bench/eeprom.h"
+#include "bench/eeprom_store.h"
 #include "world/heading.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "bench/eeprom.h"
+#include "bench/eeprom_store.h"
 #include "bench/virtual_camera.h"
 #include "library/the_bench.h"
 

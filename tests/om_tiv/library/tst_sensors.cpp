@@ -1,6 +1,6 @@
 #include "om_tiv/library/sensorrig.h"
 
-#include "bench/eeprom.h"
+#include "bench/eeprom_store.h"
 #include "library/sensor_reader.h"
 #include "world/physics.h"
 

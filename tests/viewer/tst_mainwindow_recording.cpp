@@ -1131,4 +1131,4 @@ private slots:
 };
 
 QTEST_MAIN(TestRecording)
-#include "tst_mainwindow_recordingslots.moc"
+#include "tst_mainwindow_recording.moc"

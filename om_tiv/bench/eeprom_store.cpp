@@ -1,4 +1,4 @@
-#include "bench/eeprom.h"
+#include "bench/eeprom_store.h"
 
 #include "base/files.h"
 #include "base/one_line.h"

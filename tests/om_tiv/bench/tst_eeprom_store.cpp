@@ -2,7 +2,7 @@
 #include "support/waiting.h"
 
 #include "base/bytes.h"
-#include "bench/eeprom.h"
+#include "bench/eeprom_store.h"
 
 #include <QtTest>
 
@@ -540,4 +540,4 @@ private slots:
 };
 
 QTEST_GUILESS_MAIN(EepromTest)
-#include "tst_eeprom.moc"
+#include "tst_eeprom_store.moc"
