@@ -7,6 +7,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace samplelog {
@@ -40,17 +41,35 @@ inline CLI::Validator serialNumber()
             ""};
 }
 
+/// The number that is all of the text, with a point in any locale; none where it is something else.
+inline std::optional<double> finiteNumber(const std::string& text)
+{
+    double value = 0.0;
+    const char* const end = text.data() + text.size();
+    const auto result = std::from_chars(text.data(), end, value);
+    const bool sound = result.ec == std::errc() && result.ptr == end && std::isfinite(value);
+    return sound ? std::make_optional(value) : std::nullopt;
+}
+
 /// More than nothing, and at most some thirty years.
 inline CLI::Validator duration()
 {
     return {[](std::string& text) {
                 constexpr double most = 1e9;
-                double value = 0.0;
-                const char* const end = text.data() + text.size();
-                const auto result = std::from_chars(text.data(), end, value);
-                const bool sound = result.ec == std::errc() && result.ptr == end &&
-                                   std::isfinite(value) && value > 0.0 && value <= most;
+                const std::optional<double> value = finiteNumber(text);
+                const bool sound = value && *value > 0.0 && *value <= most;
                 return sound ? std::string() : unlike("a number of seconds above 0", text);
+            },
+            ""};
+}
+
+/// @param range the limits as the user reads them
+inline CLI::Validator numberBetween(double least, double most, const std::string& range)
+{
+    return {[=](std::string& text) {
+                const std::optional<double> value = finiteNumber(text);
+                const bool sound = value && *value >= least && *value <= most;
+                return sound ? std::string() : unlike("a number " + range, text);
             },
             ""};
 }

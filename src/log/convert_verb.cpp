@@ -60,15 +60,20 @@ int convert(const exchange::ConvertOptions& options)
 {
     EndSignals signals;
     ProgressLine line;
+    bool interrupted = false;
     const exchange::ConvertResult result = exchange::convert(options, [&](double share) {
         if (line.isDue()) {
             line.show(options.output + ": " + std::to_string(std::lround(share * 100.0)) + " %");
         }
-        return !signals.wait(std::chrono::nanoseconds(0));
+        interrupted = signals.wait(std::chrono::nanoseconds(0));
+        return !interrupted;
     });
     line.clear();
     if (!result.done) {
-        std::cerr << "gravimon-log: " << result.error << "\n";
+        std::cerr << "gravimon-log: "
+                  << (interrupted ? options.output + ": interrupted; nothing of it stays behind"
+                                  : result.error)
+                  << "\n";
         return NOT_DONE;
     }
     const exchange::Counts& counts = result.counts;

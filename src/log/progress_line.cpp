@@ -1,8 +1,10 @@
 #include "log/progress_line.h"
 
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <cstddef>
 #include <iostream>
 
 namespace samplelog {
@@ -10,6 +12,17 @@ namespace samplelog {
 namespace {
 
 constexpr std::chrono::milliseconds period{500};
+
+/// A text that reaches the terminal's edge goes on in the next line, which the next one leaves
+/// behind.
+std::string fitting(const std::string& text)
+{
+    winsize size = {};
+    if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
+        return text;
+    }
+    return text.substr(0, std::size_t{size.ws_col} - 1);
+}
 
 } // namespace
 
@@ -37,7 +50,7 @@ void ProgressLine::write(const std::string& text) const
 {
     pollfd terminal = {STDOUT_FILENO, POLLOUT, 0};
     if (m_isTerminal && ::poll(&terminal, 1, 0) == 1 && (terminal.revents & POLLOUT) != 0) {
-        std::cout << "\r\x1b[K" << text << std::flush;
+        std::cout << "\r\x1b[K" << fitting(text) << std::flush;
     }
 }
 

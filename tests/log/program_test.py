@@ -3,14 +3,17 @@
 program_test.py PROGRAM
 """
 
+import fcntl
 import os
 import pathlib
 import pty
 import re
 import signal
+import struct
 import subprocess
 import sys
 import tempfile
+import termios
 import unittest
 
 sys.path.append(str(pathlib.Path(__file__).resolve().parents[1] / "e2e"))
@@ -130,6 +133,26 @@ class Record(Case):
         self.assertRegex(shown.decode(), r"\r\x1b\[K00:00:0\d  \d+ rows  \d+\.\d Hz  (no gaps|\d+ gaps?)")
         self.assertNotIn("\r", run("record", self.folder / "b.csv", "--seconds", "1").stdout)
 
+    def test_progress_stays_within_one_line_of_a_narrow_terminal(self):
+        control, terminal = pty.openpty()
+        self.addCleanup(os.close, control)
+        fcntl.ioctl(terminal, termios.TIOCSWINSZ, struct.pack("HHHH", 24, 20, 0, 0))
+        program = subprocess.Popen([PROGRAM, "record", str(self.file), "--seconds", "2"], stdout=terminal, env=ENVIRONMENT)
+        self.addCleanup(program.kill)
+        os.close(terminal)
+        shown = b""
+        try:
+            while block := os.read(control, 4096):
+                shown += block
+        except OSError:
+            pass  # the other end is closed
+        program.wait(timeout=LIMIT)
+        progress = [text.split("\r")[0] for text in shown.decode().split("\x1b[K")[1:-1]]
+        self.assertTrue(progress, shown)
+        for text in progress:
+            self.assertRegex(text, r"\A00:00:0\d  \d+ row")
+            self.assertEqual(len(text), 19)
+
     def test_sensors_choose_the_columns(self):
         run("record", self.file, "--seconds", "0.1", "--sensors", "gyroscope,barometer")
         header = self.file.read_text(encoding="ascii").split("\n")[0]
@@ -160,6 +183,25 @@ class Record(Case):
         self.assertFalse(self.file.exists())
 
 
+class Convert(Case):
+
+    def test_a_signal_leaves_nothing_behind(self):
+        def ended_at_the_start():
+            signal.pthread_sigmask(signal.SIG_BLOCK, [signal.SIGTERM])
+            os.kill(os.getpid(), signal.SIGTERM)  # waits until the program asks for signals
+
+        numbers = ",".join(["0.123456789"] * 6)
+        with self.file.open("w", encoding="ascii") as file:
+            file.write("idx,imu_Timestamp[sec],accX[m/s^2],accY[m/s^2],accZ[m/s^2],gyroX[deg/s],gyroY[deg/s],gyroZ[deg/s],\n")
+            file.writelines(f"{row},{1700000000 + 0.0025 * row:.9f},{numbers},\n" for row in range(60000))
+        for form in ("npz", "mcap", "euroc"):
+            out = self.folder / form
+            done = run("convert", self.file, out, "--to", form, before=ended_at_the_start)
+            self.assertEqual((done.returncode, done.stdout, done.stderr),
+                             (NOT_DONE, "", f"gravimon-log: {out}: interrupted; nothing of it stays behind\n"))
+            self.assertEqual([path.name for path in self.folder.iterdir()], [self.file.name])
+
+
 class CommandLine(Case):
 
     def wrong(self, reason, *arguments):
@@ -183,10 +225,17 @@ class CommandLine(Case):
         self.wrong("--to is required", "convert", "a", "b")
         self.wrong("--to: csv not in ", "convert", "a", "b", "--to", "csv")
         self.wrong("--axes: moon not in ", "convert", "a", "b", "--to", "npz", "--axes", "moon")
+        self.wrong("FILE is required", "report")
+        self.wrong("FILE: must not be empty", "report", "")
+        for option in ("--output", "--json", "--pdf", "--yaml"):
+            self.wrong(f"{option}: must not be empty", "report", "a", option, "")
+        for text in ("0", "1e6", "nan", "400,0", ""):
+            self.wrong(f'--sensor-rate: must be a number from 1 to 100000, not "{text}"', "report", "a", "--sensor-rate", text)
+        self.wrong('--gravity: must be a number from 9.7 to 9.9, not "5"', "report", "a", "--gravity", "5")
 
     def test_manual_and_completion_know_verbs_and_options(self):
         manual = (PACKAGING / "man" / "gravimon-log.1").read_text(encoding="utf-8").replace("\\-", "-")
-        for verb in ("record", "convert"):
+        for verb in ("record", "report", "convert"):
             shown = run(verb, "--help").stdout
             options = re.findall(r"(?m)^  (?:-\w,)?(--[a-z-]+)", shown)
             self.assertGreater(len(options), 2)
