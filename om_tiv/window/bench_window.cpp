@@ -6,7 +6,6 @@
 #include <QCloseEvent>
 #include <QFileInfo>
 #include <QHBoxLayout>
-#include <QIcon>
 #include <QLabel>
 #include <QPushButton>
 #include <QScrollArea>
@@ -37,7 +36,6 @@ QString programName(const QString& path)
 BenchWindow::BenchWindow(const QString& socket, QWidget* parent) : QWidget(parent), m_link(socket)
 {
     setWindowTitle(tr("Gravimon bench"));
-    setWindowIcon(QIcon::fromTheme(QStringLiteral("gravimon")));
     setStyleSheet(look::styleSheet());
     resize(1240, 820);
     setMinimumSize(820, 520);

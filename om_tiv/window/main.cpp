@@ -6,6 +6,7 @@
 
 #include "base/one_line.h"
 #include "closing/close_signals.h"
+#include "desktop/identity.h"
 
 #include <CLI/CLI.hpp>
 
@@ -57,6 +58,7 @@ int main(int argc, char** argv)
     QApplication application(count, argv);
     QApplication::setApplicationName(QStringLiteral("om-bench-window"));
     QApplication::setApplicationVersion(QStringLiteral(GRAVIMON_VERSION));
+    setDesktopIdentity(QStringLiteral("om-bench-window"));
     benchwindow::BenchWindow window(QString::fromStdString(socket));
     // A held body is released.
     const CloseSignals closeSignals(&window);

@@ -1,4 +1,5 @@
 #include "closing/close_signals.h"
+#include "desktop/identity.h"
 #include "viewer/mainwindow.h"
 
 #include <QApplication>
@@ -41,6 +42,7 @@ int main(int argc, char* argv[])
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
     QApplication application(argc, argv);
     QCoreApplication::addLibraryPath(QStringLiteral("platforms/"));
+    setDesktopIdentity(QStringLiteral("gravimon"));
     MainWindow window;
     const CloseSignals closeSignals(&window);
     window.show();

@@ -90,6 +90,12 @@ class CommandLine(HandTest):
 
 class Connection(HandTest):
 
+    def test_the_window_has_the_icon_and_the_class_of_its_menu_entry(self):
+        program = self.start()
+        window = self.window_on(program)
+        self.assertEqual(screen.icon_sizes(window.process.pid, bench_hand.TITLE), screen.ICON_SIZES)
+        self.assertEqual(screen.window_class(window.process.pid, bench_hand.TITLE), "om-bench-window")
+
     def test_it_finds_the_program_by_itself_and_again_after_its_end(self):
         with tempfile.TemporaryDirectory() as name:
             folder = pathlib.Path(name)

@@ -5,6 +5,7 @@ import subprocess
 
 import calibration_control as calibration
 import close_button
+import recorder_control as recorder
 import screen
 import world
 from screen import CONTROLS, Picture
@@ -58,6 +59,19 @@ class Start(world.EndToEndTest):
     def test_window_has_its_title_and_size(self):
         program = self.start_streaming()
         self.assertEqual(screen.window(program.pid, "Gravimon"), screen.WINDOW)
+
+    def test_every_window_has_the_icon_and_the_class_of_the_menu_entry(self):
+        program = self.start_streaming()
+        self.check_identity(program, "Gravimon")
+        corner = recorder.open_options(program)
+        self.check_identity(program, recorder.DIALOG)
+        recorder.press(program, corner, "cancel")
+        calibration.open_dialog(program)
+        self.check_identity(program, calibration.DIALOG)
+
+    def check_identity(self, program, title):
+        wait_for(f"the icon of \"{title}\"", lambda: screen.icon_sizes(program.pid, title) == screen.ICON_SIZES)
+        self.assertEqual(screen.window_class(program.pid, title), "gravimon")
 
     def test_first_camera_of_three_streams_at_once(self):
         program = self.start_streaming()

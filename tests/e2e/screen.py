@@ -5,6 +5,7 @@ control has a fixed place. All places are in one table, and check_layout() uses 
 that have moved.
 """
 
+import re
 import subprocess
 import time
 
@@ -209,6 +210,33 @@ def windows(pid):
 def window(pid, title):
     """Rectangle of the window with this title, or None."""
     return next((w[1:] for w in windows(pid) if w[0] == title), None)
+
+
+# Of the icon in src/desktop, pixels.
+ICON_SIZES = [(size, size) for size in (16, 24, 32, 48, 64, 128, 256)]
+
+
+def window_class(pid, title):
+    """The class of a window, by which a desktop finds its menu entry."""
+    return re.search(r'"([^"]*)"\s*$', _property(pid, title, "WM_CLASS")).group(1)
+
+
+def icon_sizes(pid, title):
+    """The sizes of a window's icon in pixels."""
+    numbers = list(map(int, re.findall(r"\d+", _property(pid, title, "_NET_WM_ICON", "-f", "_NET_WM_ICON", "32c"))))
+    sizes = []
+    while numbers:
+        width, height = numbers[:2]
+        sizes.append((width, height))
+        del numbers[:2 + width * height]
+    return sizes
+
+
+def _property(pid, title, name, *form):
+    window = xdotool("search", "--onlyvisible", "--pid", pid, "--name", f"^{re.escape(title)}$").split()[0]
+    text = subprocess.run(["xprop", "-notype", "-len", "4000000", "-id", window, *form, name], capture_output=True,
+                          text=True, check=True).stdout
+    return text.partition(" = ")[2]
 
 
 def wait_for_window(pid, title):

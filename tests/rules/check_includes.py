@@ -15,12 +15,14 @@ ALLOWED = {
     "sensors": {"sensors"},
     "look": {"look"},
     "closing": {"closing"},
+    "desktop": {"desktop"},
     "camera": {"camera"},
     "charts": {"charts", "look"},
     "gpu": {"gpu", "camera"},
     "recording": {"recording", "look"},
     "calibration": {"calibration", "look"},
-    "viewer": {"viewer", "sensors", "look", "closing", "camera", "charts", "gpu", "recording", "calibration"},
+    "viewer": {"viewer", "sensors", "look", "closing", "desktop", "camera", "charts", "gpu", "recording",
+               "calibration"},
     "log": {"log", "analysis", "exchange", "report", "sensors", "recording"},
 }
 # What the program knows of the camera library beyond what its interface gives.
@@ -45,7 +47,7 @@ ROOMS = {
     "library": {"base", "world", "replay", "bench", "control"},
     # Programs of their own, which reach the bench over the socket only.
     "tools": {"base", "world", "replay", "bench/bench_file.h"} | CLIENT,
-    "window": {"base", "world"} | CLIENT | {"closing/close_signals.h"},
+    "window": {"base", "world"} | CLIENT | {"closing/close_signals.h", "desktop/identity.h"},
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.M)
 QT = re.compile(r"^(Q[A-Z]|qwt_|Qt)")

@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QTemporaryDir>
 #include <QTimer>
+#include <QWindow>
 #include <QtTest>
 
 namespace {
@@ -18,6 +19,9 @@ struct Seen
     bool highDpi = false;
     QString firstLibraryPath;
     int windows = 0; ///< shown main windows without a parent
+    QString desktopEntry;
+    bool ownIconIsEmpty = false;
+    QList<QSize> iconSizes; ///< of the icon that the window system gets
     /// Whether there was an application at the end of the window.
     bool windowWentFirst = false;
 };
@@ -27,12 +31,16 @@ constexpr int exitCode = 7;
 
 void look()
 {
+    seen.desktopEntry = QGuiApplication::desktopFileName();
     seen.firstLibraryPath = QCoreApplication::libraryPaths().value(0);
     QGuiApplication::setQuitOnLastWindowClosed(false); // the loop ends with a result of its own
     for (QWidget* const widget : QApplication::topLevelWidgets()) {
         if (qobject_cast<MainWindow*>(widget) != nullptr && widget->isVisible() &&
             widget->parent() == nullptr) {
             ++seen.windows;
+            const auto* const window = static_cast<MainWindow*>(widget);
+            seen.ownIconIsEmpty = window->windowIcon().availableSizes().isEmpty();
+            seen.iconSizes = window->windowHandle()->icon().availableSizes();
             QObject::connect(widget, &QObject::destroyed, [] {
                 seen.windowWentFirst =
                     QCoreApplication::instance() != nullptr && !QCoreApplication::closingDown();
@@ -90,6 +98,16 @@ private slots:
     }
 
     void oneMainWindowIsShown() { QCOMPARE(seen.windows, 1); }
+    void shellsFindTheDesktopEntry() { QCOMPARE(seen.desktopEntry, QStringLiteral("gravimon")); }
+
+    void theWindowSystemGetsTheApplicationsIconAndTheWindowHasNone()
+    {
+        QVERIFY(seen.ownIconIsEmpty);
+        QCOMPARE(seen.iconSizes.size(), 7);
+        QVERIFY(seen.iconSizes.contains(QSize(16, 16)));
+        QVERIFY(seen.iconSizes.contains(QSize(256, 256)));
+    }
+
     void theResultIsTheEventLoops() { QCOMPARE(result, exitCode); }
     void theWindowIsDestroyedBeforeTheApplication() { QVERIFY(seen.windowWentFirst); }
     void theApplicationIsGoneAtTheEnd() { QVERIFY(QCoreApplication::instance() == nullptr); }
