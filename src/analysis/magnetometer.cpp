@@ -16,6 +16,9 @@ constexpr std::size_t sectors = 10;
 constexpr double leastSingular = 1e-6;
 /// With more areas without a reading the directions do not determine an ellipsoid.
 constexpr double mostGaps = 80.0;
+/// Percent of the radius. The readings of a camera that does not turn are a cloud of noise about
+/// one point, whose ellipsoid has a fit error of some 40; a sensor of any use stays below 10.
+constexpr double mostFitError = 20.0;
 
 std::size_t areaOf(const Eigen::Vector3d& direction)
 {
@@ -165,6 +168,12 @@ std::optional<MagnetometerReport> analyseMagnetometer(const VectorSeries& field,
     report->quality = sphereQuality(readings, *aligned);
     if (report->quality.gaps > mostGaps) {
         reason = "the readings cover too little of the sphere: turn the camera through all "
+                 "orientations";
+        return std::nullopt;
+    }
+    if (report->quality.fitError > mostFitError) {
+        reason = "the readings fill a cloud instead of an ellipsoid's surface: turn the camera "
+                 "through all "
                  "orientations";
         return std::nullopt;
     }

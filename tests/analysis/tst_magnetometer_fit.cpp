@@ -76,6 +76,7 @@ private slots:
     void wrongOffsetWobbles();
     void varianceIsThatOfTheLengths();
     void recordingWithoutCoverageSaysSo();
+    void recordingOfACameraAtRestSaysSo();
     void recordingIsJudgedWhole();
 };
 
@@ -233,6 +234,21 @@ void TestMagnetometerFit::recordingWithoutCoverageSaysSo()
     QVERIFY(!analyseMagnetometer(series(all.leftCols<500>()), reason)); // a cap
     QVERIFY2(reason.find("turn the camera through all orientations") != std::string::npos,
              reason.c_str());
+}
+
+void TestMagnetometerFit::recordingOfACameraAtRestSaysSo()
+{
+    // Noise about one reading covers all directions, seen from its middle.
+    std::string reason;
+    for (const double noise : {0.01, 0.25, 5.0}) {
+        const Eigen::Matrix3Xd readings = ellipsoid(Eigen::Matrix3d::Zero(), hardIron, 6000, noise);
+        QVERIFY(!analyseMagnetometer(series(readings), reason));
+        QVERIFY2(reason.find("turn the camera through all orientations") != std::string::npos,
+                 reason.c_str());
+    }
+    // A magnetometer with the noise of a bad one still has its fit.
+    QVERIFY(analyseMagnetometer(
+        series(ellipsoid(Eigen::Matrix3d::Identity() * 48.0, hardIron, 6000, 5.0)), reason));
 }
 
 void TestMagnetometerFit::recordingIsJudgedWhole()
