@@ -13,7 +13,6 @@ using analysis::AllanPoint;
 using analysis::Coefficient;
 using json = nlohmann::ordered_json;
 
-constexpr std::array<const char*, 3> axisNames{"x", "y", "z"};
 constexpr std::array<const char*, 4> temperatureNames{"left_c", "right_c", "imu_c", "barometer_c"};
 
 /// An object whose missing values have their reasons beside them.

@@ -62,6 +62,9 @@ struct Point
     double y = 0.0;
 };
 
+/// Of the three axes of a sensor, in their order everywhere.
+constexpr std::array<const char*, 3> axisNames{"x", "y", "z"};
+
 /// One axis of accelerometer or gyroscope, in m/s^2 or degrees per second.
 struct AxisReport
 {

@@ -14,8 +14,6 @@ using json = nlohmann::ordered_json;
 
 namespace {
 
-constexpr std::array<const char*, 3> axisNames{"x", "y", "z"};
-
 json asJson(const analysis::Recording& recording, const Options& options = {})
 {
     return json::parse(jsonText({analyse(recording, options)}));

@@ -1,0 +1,62 @@
+#include "report/verdicts_parts.h"
+
+#include "report/number_text.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+
+namespace report {
+
+namespace {
+
+constexpr double mostCoverageGaps = 20.0; // percent
+constexpr double mostCovered = 50.0;
+
+} // namespace
+
+void judgeMagnetometer(const RecordingReport& report, std::vector<Verdict>& verdicts)
+{
+    if (!report.magnetometer) {
+        return;
+    }
+    Verdict residual{"magnetometer.residual",
+                     "Magnetometer: residual of the fit",
+                     STATE::UNKNOWN,
+                     "-",
+                     "0.8 µT; 1.6 µT at most (ours; the steps are 0.4, 0.8, 1.6 and 3.2 µT)",
+                     ""};
+    Verdict coverage{"magnetometer.coverage",
+                     "Magnetometer: coverage of the sphere",
+                     STATE::UNKNOWN,
+                     "-",
+                     "at most " + plainNumber(mostCoverageGaps) + " of 100 areas empty; " +
+                         plainNumber(mostCovered) + " at most (ours)",
+                     "Turn the camera through all orientations for a fit that can be trusted."};
+    const MagnetometerPart& part = *report.magnetometer;
+    if (part.fit) {
+        const double rms = part.fit->aligned.residualRms;
+        const double gaps = part.fit->quality.gaps;
+        const std::size_t grade = residualClass(rms);
+        const double inDegrees = std::asin(std::min(1.0, rms / part.fit->aligned.radius)) * 57.3;
+        residual.value = number(rms, 3) + " µT: " + residualNames[grade];
+        residual.state = within(rms, residualLimits[1], residualLimits[2]);
+        residual.why = "Of offset and one radius an axis, as a camera stores them; it turns the "
+                       "field's direction by some " +
+                       number(inDegrees, 2) + "°.";
+        coverage.value = number(gaps, 3) + " areas empty";
+        coverage.state = within(gaps, mostCoverageGaps, mostCovered);
+        if (coverage.state == STATE::FAILED) {
+            // What is not seen is no fault of the sensor.
+            coverage.state = STATE::WARNED;
+        }
+    } else {
+        residual.why = part.reason + ".";
+        residual.why[0] = static_cast<char>(std::toupper(residual.why[0]));
+        coverage.why = residual.why;
+    }
+    verdicts.push_back(residual);
+    verdicts.push_back(coverage);
+}
+
+} // namespace report

@@ -1,0 +1,26 @@
+/// @file
+/// The parts of judge(): each adds the verdicts of one subject.
+#pragma once
+
+#include "report/verdicts.h"
+
+#include <vector>
+
+namespace report {
+
+/// Rate, missing samples, gaps and evenness of the rows, and rows that can't be used.
+void judgeTiming(const RecordingReport& report, std::vector<Verdict>& verdicts);
+
+/// Accelerometer and gyroscope: rest, gravity, health, noise and vibration.
+void judgeInertial(const RecordingReport& report, std::vector<Verdict>& verdicts);
+
+void judgeMagnetometer(const RecordingReport& report, std::vector<Verdict>& verdicts);
+void judgeTemperature(const RecordingReport& report, std::vector<Verdict>& verdicts);
+
+/// Nothing where the six positions are not requested.
+void judgeSixPositions(const RecordingReport& report, std::vector<Verdict>& verdicts);
+
+/// PASSED up to `good`, WARNED up to `usual`, FAILED above.
+STATE within(double value, double good, double usual);
+
+} // namespace report

@@ -1,0 +1,118 @@
+#include "report/verdicts_parts.h"
+
+#include "report/number_text.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace report {
+
+namespace {
+
+constexpr double mostRateError = 0.02;     // share of the sensor's rate
+constexpr double mostMissingShare = 0.001; // of the samples
+constexpr double mostGapSeconds = 0.1;
+constexpr double goodJitter = 0.1; // share of the period
+constexpr double mostJitter = 0.25;
+
+std::string percent(double share)
+{
+    return number(100.0 * share, 3) + " %";
+}
+
+std::string percentLimit(double share)
+{
+    return plainNumber(100.0 * share) + " %";
+}
+
+} // namespace
+
+void judgeTiming(const RecordingReport& report, std::vector<Verdict>& verdicts)
+{
+    const analysis::Timing& timing = report.timing;
+    const std::string sensor = report.hasImu ? "IMU" : "magnetometer";
+    if (report.hasImu) {
+        const double rate = timing.decimated ? timing.sensorRateHz : timing.rateHz;
+        const double wanted = report.options.sensorRateHz;
+        const double error = std::abs(rate / wanted - 1.0);
+        Verdict verdict{"rate",
+                        "Rate of the IMU",
+                        error <= mostRateError ? STATE::PASSED : STATE::FAILED,
+                        number(rate, 5) + " Hz",
+                        plainNumber(wanted) + " Hz ± " + percentLimit(mostRateError) +
+                            " (the sensor's own)",
+                        "Gaps are left out."};
+        if (timing.decimated) {
+            verdict.why = "From the times and the numbers of the samples; the rows come at " +
+                          number(timing.rateHz) + " Hz.";
+        } else if (report.decimated) {
+            verdict.state = STATE::UNKNOWN;
+            verdict.why = "The rows come more slowly than the sensor's samples, and do not say how "
+                          "many there were.";
+        }
+        verdicts.push_back(verdict);
+
+        verdicts.push_back(
+            {"decimated", "Every sample has a row",
+             report.decimated ? STATE::WARNED : STATE::PASSED, report.decimated ? "no" : "yes",
+             "yes",
+             report.decimated
+                 ? "Samples were left out without a filter: what the sensor does above " +
+                       number(timing.rateHz / 2.0) +
+                       " Hz is folded down, and noise densities come out up to " +
+                       number(std::sqrt(report.options.sensorRateHz / timing.rateHz), 3) +
+                       " times too high."
+                 : "Noise densities are those of the sensor."});
+    }
+    const double samples =
+        static_cast<double>(timing.missingSamples) +
+        timing.samplesPerRow * static_cast<double>(report.hasImu ? report.read.rows : 1);
+    const double share = static_cast<double>(timing.missingSamples) / std::max(samples, 1.0);
+    verdicts.push_back({"missing_samples", "Missing samples of the " + sensor,
+                        timing.missingSamples == 0  ? STATE::PASSED
+                        : share <= mostMissingShare ? STATE::WARNED
+                                                    : STATE::FAILED,
+                        number(timing.missingSamples) + " (" + percent(share) + ")",
+                        "none; at most " + percentLimit(mostMissingShare) + " (ours)",
+                        "Counted from the time stamps: one more sample would have fitted."});
+    verdicts.push_back({"gaps", "Gaps",
+                        report.gapCount == 0                         ? STATE::PASSED
+                        : report.longestGapSeconds <= mostGapSeconds ? STATE::WARNED
+                                                                     : STATE::FAILED,
+                        report.gapCount == 0
+                            ? "none"
+                            : number(std::uint64_t{report.gapCount}) + ", the longest of " +
+                                  number(1e3 * report.longestGapSeconds, 3) + " ms",
+                        "none; none above " + plainNumber(1e3 * mostGapSeconds) + " ms (ours)",
+                        "Short gaps are filled on a straight line for the noise; at a longer one "
+                        "the analysis begins anew."});
+    const double jitter =
+        timing.periodSeconds > 0.0 ? timing.jitterSeconds / timing.periodSeconds : 0.0;
+    Verdict even{"jitter",
+                 "Evenness of the time stamps",
+                 within(jitter, goodJitter, mostJitter),
+                 number(1e6 * timing.jitterSeconds, 3) + " µs (" + percent(jitter) +
+                     " of the period)",
+                 percentLimit(goodJitter) + "; at most " + percentLimit(mostJitter) + " (ours)",
+                 "Standard deviation of the distances of rows, gaps left out."};
+    if (report.decimated) {
+        even.state = STATE::UNKNOWN;
+        even.why = "The distances of the rows are those that the recorder chose.";
+    }
+    verdicts.push_back(even);
+
+    const std::uint64_t bad = report.read.tornRows + report.read.invalidRows +
+                              report.read.repeatedRows + report.read.backwardRows;
+    verdicts.push_back({"rows", "Rows that can be used", bad == 0 ? STATE::PASSED : STATE::WARNED,
+                        number(report.read.rows) + " of " + number(report.read.rows + bad), "all",
+                        bad == 0
+                            ? "No row is torn, repeated or out of order."
+                            : "Left out: " + number(report.read.tornRows) + " torn, " +
+                                  number(report.read.invalidRows) + " with no number, " +
+                                  number(report.read.repeatedRows) +
+                                  " with the time of the row "
+                                  "before, " +
+                                  number(report.read.backwardRows) + " with an earlier time."});
+}
+
+} // namespace report
