@@ -17,6 +17,7 @@
 #include <csignal>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <utility>
 
 #include <unistd.h>
@@ -144,41 +145,52 @@ void print(const RecordingReport& report)
     }
 }
 
-} // namespace
-
-OUTCOME run(const Command& command)
+std::vector<Output> outputsOf(const Command& command)
 {
-    const std::vector<Output> outputs{{"-o", command.htmlPath},
-                                      {"--json", command.jsonPath},
-                                      {"--pdf", command.pdfPath},
-                                      {"--yaml", command.yamlPath}};
+    return {{"-o", command.htmlPath},
+            {"--json", command.jsonPath},
+            {"--pdf", command.pdfPath},
+            {"--yaml", command.yamlPath}};
+}
+
+/// What is wrong with the command itself; empty where nothing is.
+std::string mistakeIn(const Command& command)
+{
     if (command.recordings.empty()) {
-        complain("report: names no recording");
-        return WRONG_COMMAND;
+        return "report: names no recording";
     }
     if (!command.yamlPath.empty() && command.recordings.size() > 1) {
-        complain("report: --yaml takes one recording, not " +
-                 std::to_string(command.recordings.size()));
-        return WRONG_COMMAND;
+        return "report: --yaml takes one recording, not " +
+               std::to_string(command.recordings.size());
     }
+    const std::vector<Output> outputs = outputsOf(command);
     for (const Output& output : outputs) {
         for (const Output& other : outputs) {
             if (&other != &output && !output.path.empty() && output.path == other.path) {
-                complain("report: " + std::string(output.option) + " and " + other.option +
-                         " name the same file: " + output.path);
-                return WRONG_COMMAND;
+                return "report: " + std::string(output.option) + " and " + other.option +
+                       " name the same file: " + output.path;
             }
         }
     }
-    for (const Output& output : outputs) {
+    return {};
+}
+
+/// What speaks against one of the outputs; empty where nothing does.
+std::string problemWithOutputs(const Command& command)
+{
+    for (const Output& output : outputsOf(command)) {
         const std::string problem =
             output.path.empty() ? std::string() : problemWith(output, command.recordings);
         if (!problem.empty()) {
-            complain(problem);
-            return NOT_REPORTED;
+            return problem;
         }
     }
+    return {};
+}
 
+/// The report over each recording; none, after a complaint, if one can't be read.
+std::optional<std::vector<RecordingReport>> analyseAll(const Command& command)
+{
     std::vector<RecordingReport> reports;
     for (const std::string& path : command.recordings) {
         const CutFileGuard guard;
@@ -186,38 +198,63 @@ OUTCOME run(const Command& command)
         const auto recording = analysis::readRecording(path, analysis::Wanted(), error);
         if (!recording) {
             complain(error);
-            return NOT_REPORTED;
+            return std::nullopt;
         }
         reports.push_back(analyse(*recording, command.options));
         reports.back().path = plain(path);
     }
+    return reports;
+}
 
+/// Page and PDF.
+bool writeDrawn(const Command& command, const std::vector<RecordingReport>& reports)
+{
+    const auto application = drawingApplication();
+    std::vector<std::vector<Topic>> topics;
+    for (const RecordingReport& report : reports) {
+        topics.push_back(topicsOf(report));
+    }
+    if (reports.size() > 1) {
+        alignAxes(topics);
+    }
+    if (!command.htmlPath.empty() && !write(command.htmlPath, pageOf(reports, topics))) {
+        return false;
+    }
+    return command.pdfPath.empty() || write(command.pdfPath, pdfOf(reports, topics));
+}
+
+/// Everything that the command names; false, after a complaint, at the first that can't be written.
+bool writeOutputs(const Command& command, const std::vector<RecordingReport>& reports)
+{
     if (!command.jsonPath.empty() &&
         !write(command.jsonPath, QByteArray::fromStdString(jsonText(reports)))) {
-        return NOT_REPORTED;
+        return false;
     }
     if (!command.yamlPath.empty() &&
         !write(command.yamlPath, QByteArray::fromStdString(yamlText(reports.front())))) {
+        return false;
+    }
+    return (command.htmlPath.empty() && command.pdfPath.empty()) || writeDrawn(command, reports);
+}
+
+} // namespace
+
+OUTCOME run(const Command& command)
+{
+    if (const std::string mistake = mistakeIn(command); !mistake.empty()) {
+        complain(mistake);
+        return WRONG_COMMAND;
+    }
+    if (const std::string problem = problemWithOutputs(command); !problem.empty()) {
+        complain(problem);
         return NOT_REPORTED;
     }
-    if (!command.htmlPath.empty() || !command.pdfPath.empty()) {
-        const auto application = drawingApplication();
-        std::vector<std::vector<Topic>> topics;
-        for (const RecordingReport& report : reports) {
-            topics.push_back(topicsOf(report));
-        }
-        if (reports.size() > 1) {
-            alignAxes(topics);
-        }
-        if (!command.htmlPath.empty() && !write(command.htmlPath, pageOf(reports, topics))) {
-            return NOT_REPORTED;
-        }
-        if (!command.pdfPath.empty() && !write(command.pdfPath, pdfOf(reports, topics))) {
-            return NOT_REPORTED;
-        }
+    const auto reports = analyseAll(command);
+    if (!reports || !writeOutputs(command, *reports)) {
+        return NOT_REPORTED;
     }
     bool failed = false;
-    for (const RecordingReport& report : reports) {
+    for (const RecordingReport& report : *reports) {
         print(report);
         failed = failed || report.overall() == STATE::FAILED;
     }

@@ -242,14 +242,8 @@ json sixPositionsOf(const RecordingReport& report)
             {"rests", rests}};
 }
 
-} // namespace
-
-nlohmann::ordered_json jsonOf(const RecordingReport& report)
+json verdictsOf(const RecordingReport& report)
 {
-    Object object;
-    object.set("file", fileOf(report));
-    object.set("warning", report.warning.empty() ? json(nullptr) : json(report.warning));
-    object.set("overall", nameOf(report.overall()));
     json verdicts = json::array();
     for (const Verdict& verdict : report.verdicts) {
         verdicts.push_back({{"id", verdict.id},
@@ -259,7 +253,28 @@ nlohmann::ordered_json jsonOf(const RecordingReport& report)
                             {"limit", verdict.limit},
                             {"why", verdict.why}});
     }
-    object.set("verdicts", std::move(verdicts));
+    return verdicts;
+}
+
+json temperaturesOf(const TemperatureReport& report)
+{
+    json temperatures = json::object();
+    for (std::size_t i = 0; i < temperatureNames.size(); ++i) {
+        temperatures[temperatureNames[i]] = {{"minimum", report.minimum[i]},
+                                             {"maximum", report.maximum[i]}};
+    }
+    return temperatures;
+}
+
+} // namespace
+
+nlohmann::ordered_json jsonOf(const RecordingReport& report)
+{
+    Object object;
+    object.set("file", fileOf(report));
+    object.set("warning", report.warning.empty() ? json(nullptr) : json(report.warning));
+    object.set("overall", nameOf(report.overall()));
+    object.set("verdicts", verdictsOf(report));
     object.set("timing", timingOf(report));
     if (report.rest) {
         object.set("rest", {{"start_s", report.rest->startSeconds},
@@ -291,12 +306,7 @@ nlohmann::ordered_json jsonOf(const RecordingReport& report)
         object.setMissing("magnetometer", "the recording has no magnetometer");
     }
     if (report.temperatures) {
-        json temperatures = json::object();
-        for (std::size_t i = 0; i < temperatureNames.size(); ++i) {
-            temperatures[temperatureNames[i]] = {{"minimum", report.temperatures->minimum[i]},
-                                                 {"maximum", report.temperatures->maximum[i]}};
-        }
-        object.set("temperatures", std::move(temperatures));
+        object.set("temperatures", temperaturesOf(*report.temperatures));
     } else {
         object.setMissing("temperatures", "the recording has no temperatures");
     }

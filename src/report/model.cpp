@@ -1,6 +1,6 @@
 #include "report/model.h"
 
-#include "report/number_text.h"
+#include "report/model_parts.h"
 #include "report/rest.h"
 #include "report/series.h"
 #include "report/verdicts.h"
@@ -14,213 +14,15 @@ namespace {
 
 using analysis::Nanoseconds;
 using analysis::Recording;
-using analysis::Stretches;
 using analysis::Timing;
-using analysis::Vectors;
 
 constexpr std::size_t mostGaps = 1000;
 constexpr std::size_t mostReadings = 1000;
-constexpr std::size_t mostTemperatures = 600;
 /// Rows at less than this share of the sensor's rate are a choice of its samples.
 constexpr double leastRateShare = 0.9;
-/// A temperature that changes less than this says nothing about what follows it.
-constexpr double leastTemperatureRange = 1.0; // degrees Celsius
 /// Values beyond which a run at one end of an axis is the end of the sensor's range and not noise.
 constexpr double leastSaturatedAcceleration = 15.0;     // m/s^2
 constexpr double leastSaturatedAngularVelocity = 100.0; // degrees per second
-constexpr std::size_t imuTemperature = 2;
-constexpr std::size_t mostLines = 8;
-
-/// Part of a series; the series itself where the part is all of it.
-template <typename T>
-class Part
-{
-public:
-    Part(const std::vector<T>& all, const Rows& rows)
-    {
-        if (rows.first == 0 && rows.end == all.size()) {
-            m_values = &all;
-        } else {
-            m_part.assign(all.begin() + static_cast<std::ptrdiff_t>(rows.first),
-                          all.begin() + static_cast<std::ptrdiff_t>(rows.end));
-            m_values = &m_part;
-        }
-    }
-    Part(const Part&) = delete;
-    Part& operator=(const Part&) = delete;
-
-    const std::vector<T>& operator*() const { return *m_values; }
-
-private:
-    std::vector<T> m_part;
-    const std::vector<T>* m_values = nullptr;
-};
-
-void meanAndDeviation(const std::vector<double>& values, double& mean, double& deviation)
-{
-    double sum = 0.0;
-    for (const double value : values) {
-        sum += value;
-    }
-    mean = sum / static_cast<double>(values.size());
-    double squares = 0.0;
-    for (const double value : values) {
-        squares += (value - mean) * (value - mean);
-    }
-    deviation = std::sqrt(squares / static_cast<double>(values.size()));
-}
-
-/// Mean of the axis between one temperature sample and the next so many, against the temperature.
-std::vector<Point> againstTemperature(const Recording& recording, const std::vector<double>& axis,
-                                      const Rows& rest)
-{
-    std::vector<Point> points;
-    const std::vector<Nanoseconds>& times = recording.temperatureTimes;
-    const std::vector<double>& values = recording.temperatures[imuTemperature];
-    const std::size_t step = times.size() / mostTemperatures + 1;
-    std::size_t row = rest.first;
-    for (std::size_t i = 0; i + step < times.size(); i += step) {
-        while (row < rest.end && recording.times[row] < times[i]) {
-            ++row;
-        }
-        double sum = 0.0;
-        double count = 0.0;
-        for (; row < rest.end && recording.times[row] < times[i + step]; ++row) {
-            sum += axis[row];
-            count += 1.0;
-        }
-        double temperature = 0.0;
-        for (std::size_t k = i; k < i + step; ++k) {
-            temperature += values[k];
-        }
-        if (count > 0.0) {
-            points.push_back({temperature / static_cast<double>(step), sum / count});
-        }
-    }
-    return points;
-}
-
-std::optional<double> slopeOf(const std::vector<Point>& points)
-{
-    if (points.size() < 3) {
-        return std::nullopt;
-    }
-    const auto count = static_cast<double>(points.size());
-    double meanX = 0.0;
-    double meanY = 0.0;
-    double lowest = points.front().x;
-    double highest = lowest;
-    for (const Point& point : points) {
-        meanX += point.x / count;
-        meanY += point.y / count;
-        lowest = std::min(lowest, point.x);
-        highest = std::max(highest, point.x);
-    }
-    if (highest - lowest < leastTemperatureRange) {
-        return std::nullopt;
-    }
-    double xx = 0.0;
-    double xy = 0.0;
-    for (const Point& point : points) {
-        xx += (point.x - meanX) * (point.x - meanX);
-        xy += (point.x - meanX) * (point.y - meanY);
-    }
-    return xy / xx;
-}
-
-/// Timing of the rows at rest, and those rows.
-struct Rest
-{
-    Rows rows;
-    Timing timing;
-};
-
-InertialReport analyseInertial(const Recording& recording, const Vectors& vectors,
-                               const std::optional<Rest>& rest, double leastSaturated,
-                               double periodSeconds)
-{
-    InertialReport report;
-    for (std::size_t i = 0; i < 3; ++i) {
-        AxisReport& axis = report.axes[i];
-        const std::vector<double>& values = vectors.axes[i];
-        const auto [lowest, highest] = std::minmax_element(values.begin(), values.end());
-        axis.minimum = *lowest;
-        axis.maximum = *highest;
-        axis.envelope = envelopeOf(recording.times, values);
-        axis.saturated = saturatedIn(values, leastSaturated);
-        axis.longestEqualSeconds = static_cast<double>(longestEqualRun(values) - 1) * periodSeconds;
-        if (!rest) {
-            meanAndDeviation(values, axis.mean, axis.deviation);
-            continue;
-        }
-        const Part<double> part(values, rest->rows);
-        meanAndDeviation(*part, axis.mean, axis.deviation);
-        axis.spikes = spikesIn(*part);
-        {
-            Stretches stretches = stretchesOf(*part, rest->timing);
-            axis.spectrum = analysis::welch(stretches, rest->timing.rateHz);
-            axis.lines = analysis::spectralLines(axis.spectrum);
-            if (axis.lines.size() > mostLines) {
-                axis.lines.resize(mostLines);
-            }
-            // A vibration is no noise: its waves in the deviation would hide the slopes.
-            if (!axis.lines.empty()) {
-                axis.allanWithLines =
-                    analysis::overlappingAllan(stretches, rest->timing.periodSeconds);
-                analysis::removeLines(stretches, rest->timing.rateHz, axis.lines);
-            }
-            axis.noise = analysis::analyseNoise(stretches, rest->timing.periodSeconds);
-        }
-        if (!recording.temperatureTimes.empty()) {
-            axis.temperature = againstTemperature(recording, values, rest->rows);
-            axis.temperatureSlope = slopeOf(axis.temperature);
-        }
-    }
-    return report;
-}
-
-GravityReport analyseGravity(const Recording& recording, const Rows& rest)
-{
-    GravityReport gravity;
-    const auto& axes = recording.acceleration.axes;
-    std::array<double, 3> sums{};
-    double lengths = 0.0;
-    double squares = 0.0;
-    for (std::size_t row = rest.first; row < rest.end; ++row) {
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            sums[axis] += axes[axis][row];
-        }
-        const double length = std::hypot(axes[0][row], axes[1][row], axes[2][row]);
-        lengths += length;
-        squares += length * length;
-    }
-    const auto count = static_cast<double>(rest.size());
-    gravity.mean = std::hypot(sums[0] / count, sums[1] / count, sums[2] / count);
-    const double mean = lengths / count;
-    gravity.deviation = std::sqrt(std::max(0.0, squares / count - mean * mean));
-
-    // Means over a second, or over what a chart can show of a long one.
-    const double seconds =
-        secondsBetween(recording.times[rest.first], recording.times[rest.end - 1]);
-    const double width = std::max(1.0, seconds / static_cast<double>(envelopeParts));
-    for (std::size_t row = rest.first; row < rest.end;) {
-        const std::size_t begin = row;
-        double sum = 0.0;
-        for (;
-             row < rest.end && secondsBetween(recording.times[begin], recording.times[row]) < width;
-             ++row) {
-            sum += std::hypot(axes[0][row], axes[1][row], axes[2][row]);
-        }
-        const double value = sum / static_cast<double>(row - begin);
-        const double middle =
-            secondsBetween(recording.times.front(), recording.times[begin]) +
-            0.5 * secondsBetween(recording.times[begin], recording.times[row - 1]);
-        gravity.envelope.seconds.push_back(middle);
-        gravity.envelope.lowest.push_back(value);
-        gravity.envelope.highest.push_back(value);
-    }
-    return gravity;
-}
 
 MagnetometerPart analyseField(const Recording& recording)
 {
@@ -271,6 +73,45 @@ std::optional<TemperatureReport> analyseTemperatures(const Recording& recording)
         report.envelopes[i] = envelopeOf(recording.temperatureTimes, values, 240);
     }
     return any ? std::make_optional(report) : std::nullopt;
+}
+
+/// Finds the rest, and describes it in the report; without one the report has the reason.
+std::optional<Rest> findRest(const Recording& recording, RecordingReport& report)
+{
+    const std::optional<Rows> rows = longestRest(recording);
+    if (!rows || rows->size() < 2) {
+        report.restReason = recording.acceleration.empty() && recording.angularVelocity.empty()
+                                ? "the recording has neither accelerometer nor gyroscope"
+                                : "the camera was never at rest for two seconds";
+        return std::nullopt;
+    }
+    Rest rest{*rows, report.timing};
+    RestReport about;
+    about.first = rows->first;
+    about.end = rows->end;
+    about.startSeconds = secondsBetween(recording.times.front(), recording.times[rows->first]);
+    about.seconds = secondsBetween(recording.times[rows->first], recording.times[rows->end - 1]);
+    about.whole = rows->first == 0 && rows->end == recording.times.size();
+    if (!about.whole) {
+        const Part<Nanoseconds> times(recording.times, *rows);
+        const Part<std::uint32_t> numbers(recording.numbers, *rows);
+        rest.timing = analysis::analyseTiming(*times, *numbers);
+    }
+    report.rest = about;
+    return rest;
+}
+
+void analyseSixPositions(const Recording& recording, RecordingReport& report)
+{
+    report.sixPositions = analysis::solveSixPositions(
+        analysis::findRests(recording), report.options.gravity, report.sixPositionsReason);
+    if (!recording.acceleration.empty()) {
+        const auto& axes = recording.acceleration.axes;
+        report.accelerationLength =
+            envelopeOf(recording.times, 0, recording.times.size(), [&](std::size_t row) {
+                return std::hypot(axes[0][row], axes[1][row], axes[2][row]);
+            });
+    }
 }
 
 /// Sample numbers of a series without them.
@@ -333,27 +174,7 @@ RecordingReport analyse(const Recording& recording, const Options& options)
     report.options = options;
     analyseTimes(recording, report);
 
-    std::optional<Rest> rest;
-    if (const std::optional<Rows> rows = longestRest(recording); rows && rows->size() > 1) {
-        rest = Rest{*rows, report.timing};
-        RestReport about;
-        about.first = rows->first;
-        about.end = rows->end;
-        about.startSeconds = secondsBetween(recording.times.front(), recording.times[rows->first]);
-        about.seconds =
-            secondsBetween(recording.times[rows->first], recording.times[rows->end - 1]);
-        about.whole = rows->first == 0 && rows->end == recording.times.size();
-        if (!about.whole) {
-            const Part<Nanoseconds> times(recording.times, *rows);
-            const Part<std::uint32_t> numbers(recording.numbers, *rows);
-            rest->timing = analysis::analyseTiming(*times, *numbers);
-        }
-        report.rest = about;
-    } else {
-        report.restReason = recording.acceleration.empty() && recording.angularVelocity.empty()
-                                ? "the recording has neither accelerometer nor gyroscope"
-                                : "the camera was never at rest for two seconds";
-    }
+    const std::optional<Rest> rest = findRest(recording, report);
     if (!recording.acceleration.empty()) {
         report.accelerometer =
             analyseInertial(recording, recording.acceleration, rest, leastSaturatedAcceleration,
@@ -373,15 +194,7 @@ RecordingReport analyse(const Recording& recording, const Options& options)
     report.temperatures = analyseTemperatures(recording);
 
     if (options.sixPositions) {
-        report.sixPositions = analysis::solveSixPositions(
-            analysis::findRests(recording), options.gravity, report.sixPositionsReason);
-        if (!recording.acceleration.empty()) {
-            const auto& axes = recording.acceleration.axes;
-            report.accelerationLength =
-                envelopeOf(recording.times, 0, recording.times.size(), [&](std::size_t row) {
-                    return std::hypot(axes[0][row], axes[1][row], axes[2][row]);
-                });
-        }
+        analyseSixPositions(recording, report);
     }
     if (report.timing.gaps.size() > mostGaps) {
         report.timing.gaps.resize(mostGaps);

@@ -25,45 +25,48 @@ std::string percentLimit(double share)
     return plainNumber(100.0 * share) + " %";
 }
 
-} // namespace
+void judgeRate(const RecordingReport& report, std::vector<Verdict>& verdicts)
+{
+    const analysis::Timing& timing = report.timing;
+    const double rate = timing.decimated ? timing.sensorRateHz : timing.rateHz;
+    const double wanted = report.options.sensorRateHz;
+    const double error = std::abs(rate / wanted - 1.0);
+    Verdict verdict{"rate",
+                    "Rate of the IMU",
+                    error <= mostRateError ? STATE::PASSED : STATE::FAILED,
+                    number(rate, 5) + " Hz",
+                    plainNumber(wanted) + " Hz ± " + percentLimit(mostRateError) +
+                        " (the sensor's own)",
+                    "Gaps are left out."};
+    if (timing.decimated) {
+        verdict.why = "From the times and the numbers of the samples; the rows come at " +
+                      number(timing.rateHz) + " Hz.";
+    } else if (report.decimated) {
+        verdict.state = STATE::UNKNOWN;
+        verdict.why = "The rows come more slowly than the sensor's samples, and do not say how "
+                      "many there were.";
+    }
+    verdicts.push_back(verdict);
+}
 
-void judgeTiming(const RecordingReport& report, std::vector<Verdict>& verdicts)
+void judgeDecimation(const RecordingReport& report, std::vector<Verdict>& verdicts)
+{
+    const analysis::Timing& timing = report.timing;
+    verdicts.push_back(
+        {"decimated", "Every sample has a row", report.decimated ? STATE::WARNED : STATE::PASSED,
+         report.decimated ? "no" : "yes", "yes",
+         report.decimated ? "Samples were left out without a filter: what the sensor does above " +
+                                number(timing.rateHz / 2.0) +
+                                " Hz is folded down, and noise densities come out up to " +
+                                number(std::sqrt(report.options.sensorRateHz / timing.rateHz), 3) +
+                                " times too high."
+                          : "Noise densities are those of the sensor."});
+}
+
+void judgeGaps(const RecordingReport& report, std::vector<Verdict>& verdicts)
 {
     const analysis::Timing& timing = report.timing;
     const std::string sensor = report.hasImu ? "IMU" : "magnetometer";
-    if (report.hasImu) {
-        const double rate = timing.decimated ? timing.sensorRateHz : timing.rateHz;
-        const double wanted = report.options.sensorRateHz;
-        const double error = std::abs(rate / wanted - 1.0);
-        Verdict verdict{"rate",
-                        "Rate of the IMU",
-                        error <= mostRateError ? STATE::PASSED : STATE::FAILED,
-                        number(rate, 5) + " Hz",
-                        plainNumber(wanted) + " Hz ± " + percentLimit(mostRateError) +
-                            " (the sensor's own)",
-                        "Gaps are left out."};
-        if (timing.decimated) {
-            verdict.why = "From the times and the numbers of the samples; the rows come at " +
-                          number(timing.rateHz) + " Hz.";
-        } else if (report.decimated) {
-            verdict.state = STATE::UNKNOWN;
-            verdict.why = "The rows come more slowly than the sensor's samples, and do not say how "
-                          "many there were.";
-        }
-        verdicts.push_back(verdict);
-
-        verdicts.push_back(
-            {"decimated", "Every sample has a row",
-             report.decimated ? STATE::WARNED : STATE::PASSED, report.decimated ? "no" : "yes",
-             "yes",
-             report.decimated
-                 ? "Samples were left out without a filter: what the sensor does above " +
-                       number(timing.rateHz / 2.0) +
-                       " Hz is folded down, and noise densities come out up to " +
-                       number(std::sqrt(report.options.sensorRateHz / timing.rateHz), 3) +
-                       " times too high."
-                 : "Noise densities are those of the sensor."});
-    }
     const double samples =
         static_cast<double>(timing.missingSamples) +
         timing.samplesPerRow * static_cast<double>(report.hasImu ? report.read.rows : 1);
@@ -86,6 +89,11 @@ void judgeTiming(const RecordingReport& report, std::vector<Verdict>& verdicts)
                         "none; none above " + plainNumber(1e3 * mostGapSeconds) + " ms (ours)",
                         "Short gaps are filled on a straight line for the noise; at a longer one "
                         "the analysis begins anew."});
+}
+
+void judgeJitter(const RecordingReport& report, std::vector<Verdict>& verdicts)
+{
+    const analysis::Timing& timing = report.timing;
     const double jitter =
         timing.periodSeconds > 0.0 ? timing.jitterSeconds / timing.periodSeconds : 0.0;
     Verdict even{"jitter",
@@ -100,7 +108,10 @@ void judgeTiming(const RecordingReport& report, std::vector<Verdict>& verdicts)
         even.why = "The distances of the rows are those that the recorder chose.";
     }
     verdicts.push_back(even);
+}
 
+void judgeRows(const RecordingReport& report, std::vector<Verdict>& verdicts)
+{
     const std::uint64_t bad = report.read.tornRows + report.read.invalidRows +
                               report.read.repeatedRows + report.read.backwardRows;
     verdicts.push_back({"rows", "Rows that can be used", bad == 0 ? STATE::PASSED : STATE::WARNED,
@@ -113,6 +124,19 @@ void judgeTiming(const RecordingReport& report, std::vector<Verdict>& verdicts)
                                   " with the time of the row "
                                   "before, " +
                                   number(report.read.backwardRows) + " with an earlier time."});
+}
+
+} // namespace
+
+void judgeTiming(const RecordingReport& report, std::vector<Verdict>& verdicts)
+{
+    if (report.hasImu) {
+        judgeRate(report, verdicts);
+        judgeDecimation(report, verdicts);
+    }
+    judgeGaps(report, verdicts);
+    judgeJitter(report, verdicts);
+    judgeRows(report, verdicts);
 }
 
 } // namespace report

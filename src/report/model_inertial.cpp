@@ -1,0 +1,183 @@
+#include "report/model_parts.h"
+#include "report/series.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace report {
+
+namespace {
+
+using analysis::Nanoseconds;
+using analysis::Recording;
+using analysis::Stretches;
+using analysis::Vectors;
+
+constexpr std::size_t mostTemperatures = 600;
+/// A temperature that changes less than this says nothing about what follows it.
+constexpr double leastTemperatureRange = 1.0; // degrees Celsius
+constexpr std::size_t imuTemperature = 2;
+constexpr std::size_t mostLines = 8;
+
+void meanAndDeviation(const std::vector<double>& values, double& mean, double& deviation)
+{
+    double sum = 0.0;
+    for (const double value : values) {
+        sum += value;
+    }
+    mean = sum / static_cast<double>(values.size());
+    double squares = 0.0;
+    for (const double value : values) {
+        squares += (value - mean) * (value - mean);
+    }
+    deviation = std::sqrt(squares / static_cast<double>(values.size()));
+}
+
+/// Mean of the axis between one temperature sample and the next so many, against the temperature.
+std::vector<Point> againstTemperature(const Recording& recording, const std::vector<double>& axis,
+                                      const Rows& rest)
+{
+    std::vector<Point> points;
+    const std::vector<Nanoseconds>& times = recording.temperatureTimes;
+    const std::vector<double>& values = recording.temperatures[imuTemperature];
+    const std::size_t step = times.size() / mostTemperatures + 1;
+    std::size_t row = rest.first;
+    for (std::size_t i = 0; i + step < times.size(); i += step) {
+        while (row < rest.end && recording.times[row] < times[i]) {
+            ++row;
+        }
+        double sum = 0.0;
+        double count = 0.0;
+        for (; row < rest.end && recording.times[row] < times[i + step]; ++row) {
+            sum += axis[row];
+            count += 1.0;
+        }
+        double temperature = 0.0;
+        for (std::size_t k = i; k < i + step; ++k) {
+            temperature += values[k];
+        }
+        if (count > 0.0) {
+            points.push_back({temperature / static_cast<double>(step), sum / count});
+        }
+    }
+    return points;
+}
+
+std::optional<double> slopeOf(const std::vector<Point>& points)
+{
+    if (points.size() < 3) {
+        return std::nullopt;
+    }
+    const auto count = static_cast<double>(points.size());
+    double meanX = 0.0;
+    double meanY = 0.0;
+    double lowest = points.front().x;
+    double highest = lowest;
+    for (const Point& point : points) {
+        meanX += point.x / count;
+        meanY += point.y / count;
+        lowest = std::min(lowest, point.x);
+        highest = std::max(highest, point.x);
+    }
+    if (highest - lowest < leastTemperatureRange) {
+        return std::nullopt;
+    }
+    double xx = 0.0;
+    double xy = 0.0;
+    for (const Point& point : points) {
+        xx += (point.x - meanX) * (point.x - meanX);
+        xy += (point.x - meanX) * (point.y - meanY);
+    }
+    return xy / xx;
+}
+
+} // namespace
+
+InertialReport analyseInertial(const Recording& recording, const Vectors& vectors,
+                               const std::optional<Rest>& rest, double leastSaturated,
+                               double periodSeconds)
+{
+    InertialReport report;
+    for (std::size_t i = 0; i < 3; ++i) {
+        AxisReport& axis = report.axes[i];
+        const std::vector<double>& values = vectors.axes[i];
+        const auto [lowest, highest] = std::minmax_element(values.begin(), values.end());
+        axis.minimum = *lowest;
+        axis.maximum = *highest;
+        axis.envelope = envelopeOf(recording.times, values);
+        axis.saturated = saturatedIn(values, leastSaturated);
+        axis.longestEqualSeconds = static_cast<double>(longestEqualRun(values) - 1) * periodSeconds;
+        if (!rest) {
+            meanAndDeviation(values, axis.mean, axis.deviation);
+            continue;
+        }
+        const Part<double> part(values, rest->rows);
+        meanAndDeviation(*part, axis.mean, axis.deviation);
+        axis.spikes = spikesIn(*part);
+        {
+            Stretches stretches = stretchesOf(*part, rest->timing);
+            axis.spectrum = analysis::welch(stretches, rest->timing.rateHz);
+            axis.lines = analysis::spectralLines(axis.spectrum);
+            if (axis.lines.size() > mostLines) {
+                axis.lines.resize(mostLines);
+            }
+            // A vibration is no noise: its waves in the deviation would hide the slopes.
+            if (!axis.lines.empty()) {
+                axis.allanWithLines =
+                    analysis::overlappingAllan(stretches, rest->timing.periodSeconds);
+                analysis::removeLines(stretches, rest->timing.rateHz, axis.lines);
+            }
+            axis.noise = analysis::analyseNoise(stretches, rest->timing.periodSeconds);
+        }
+        if (!recording.temperatureTimes.empty()) {
+            axis.temperature = againstTemperature(recording, values, rest->rows);
+            axis.temperatureSlope = slopeOf(axis.temperature);
+        }
+    }
+    return report;
+}
+
+GravityReport analyseGravity(const Recording& recording, const Rows& rest)
+{
+    GravityReport gravity;
+    const auto& axes = recording.acceleration.axes;
+    std::array<double, 3> sums{};
+    double lengths = 0.0;
+    double squares = 0.0;
+    for (std::size_t row = rest.first; row < rest.end; ++row) {
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            sums[axis] += axes[axis][row];
+        }
+        const double length = std::hypot(axes[0][row], axes[1][row], axes[2][row]);
+        lengths += length;
+        squares += length * length;
+    }
+    const auto count = static_cast<double>(rest.size());
+    gravity.mean = std::hypot(sums[0] / count, sums[1] / count, sums[2] / count);
+    const double mean = lengths / count;
+    gravity.deviation = std::sqrt(std::max(0.0, squares / count - mean * mean));
+
+    // Means over a second, or over what a chart can show of a long one.
+    const double seconds =
+        secondsBetween(recording.times[rest.first], recording.times[rest.end - 1]);
+    const double width = std::max(1.0, seconds / static_cast<double>(envelopeParts));
+    for (std::size_t row = rest.first; row < rest.end;) {
+        const std::size_t begin = row;
+        double sum = 0.0;
+        for (;
+             row < rest.end && secondsBetween(recording.times[begin], recording.times[row]) < width;
+             ++row) {
+            sum += std::hypot(axes[0][row], axes[1][row], axes[2][row]);
+        }
+        const double value = sum / static_cast<double>(row - begin);
+        const double middle =
+            secondsBetween(recording.times.front(), recording.times[begin]) +
+            0.5 * secondsBetween(recording.times[begin], recording.times[row - 1]);
+        gravity.envelope.seconds.push_back(middle);
+        gravity.envelope.lowest.push_back(value);
+        gravity.envelope.highest.push_back(value);
+    }
+    return gravity;
+}
+
+} // namespace report
