@@ -68,6 +68,17 @@ private:
     double m_squares = 0.0;
 };
 
+/// The figure of the recent mean strength: half of its deviation from the calibration's radius, or
+/// whether the earth has such a field where the gains have no radius.
+double strengthFigure(const MagCalibration& calibration, double meanStrength)
+{
+    const double radius = radiusOf(calibration);
+    if (radius >= smallestRadius && radius <= largestRadius) {
+        return 0.5 * std::abs(meanStrength / radius - 1.0);
+    }
+    return meanStrength >= weakestField && meanStrength <= strongestField ? 0.0 : worstFigure;
+}
+
 bool sameCalibration(const MagCalibration& a, const MagCalibration& b)
 {
     return a.scale == b.scale && a.offset == b.offset;
@@ -189,13 +200,7 @@ double HeadingMonitor::figure(const MagCalibration& calibration)
         worth = std::max(worth, unprovenFigure);
     }
 
-    const double radius = radiusOf(calibration);
-    if (radius >= smallestRadius && radius <= largestRadius) {
-        worth = std::max(worth, 0.5 * std::abs(recentStrength.mean() / radius - 1.0));
-    } else if (!(recentStrength.mean() >= weakestField &&
-                 recentStrength.mean() <= strongestField)) {
-        return worstFigure;
-    }
+    worth = std::max(worth, strengthFigure(calibration, recentStrength.mean()));
     return std::isfinite(worth) ? worth : worstFigure;
 }
 
