@@ -1,6 +1,7 @@
 #include "tools/command_line.h"
 
 #include "base/one_line.h"
+#include "gravimon_version.h"
 #include "tools/arguments.h"
 
 #include <CLI/CLI.hpp>
@@ -9,6 +10,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <iostream>
+#include <string>
 #include <vector>
 
 namespace om::bench {
@@ -32,7 +34,7 @@ public:
                         "Control socket; by default the one running bench is found")
             ->check(someText());
         m_app.add_flag("--json", m_order.asJson, "Print the bench's answer as JSON");
-        m_app.set_version_flag("--version", "om-bench " GRAVIMON_VERSION);
+        m_app.set_version_flag("--version", std::string("om-bench ") + gravimonVersion);
         m_app.footer("SERIAL is a camera's serial number, as in the list. Angles are in degrees.\n"
                      "Exit status: 0 done, 1 refused, 2 wrong usage, 3 no running bench.");
 

@@ -7,6 +7,7 @@
 #include "base/one_line.h"
 #include "closing/close_signals.h"
 #include "desktop/identity.h"
+#include "gravimon_version.h"
 
 #include <CLI/CLI.hpp>
 
@@ -37,7 +38,7 @@ int main(int argc, char** argv)
     std::string socket;
     options.add_option("--socket", socket,
                        "Control socket; by default the one running bench is found");
-    options.set_version_flag("--version", "om-bench-window " GRAVIMON_VERSION);
+    options.set_version_flag("--version", std::string("om-bench-window ") + gravimonVersion);
     options.footer("Exit status: 0 the window was closed, 1 no display, 2 wrong usage.");
     try {
         options.parse(argc, argv);
@@ -57,7 +58,7 @@ int main(int argc, char** argv)
     int count = 1;
     QApplication application(count, argv);
     QApplication::setApplicationName(QStringLiteral("om-bench-window"));
-    QApplication::setApplicationVersion(QStringLiteral(GRAVIMON_VERSION));
+    QApplication::setApplicationVersion(QString::fromLatin1(gravimonVersion));
     setDesktopIdentity(QStringLiteral("om-bench-window"));
     benchwindow::BenchWindow window(QString::fromStdString(socket));
     // A held body is released.

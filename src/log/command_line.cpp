@@ -1,5 +1,7 @@
 #include "log/command_line.h"
 
+#include "gravimon_version.h"
+
 #include <CLI/CLI.hpp>
 
 #include <iostream>
@@ -39,7 +41,7 @@ std::optional<Action> readCommandLine(int argc, const char* const* argv, int& st
     Action action;
     program.require_subcommand(1);
     program.get_formatter()->column_width(34);
-    program.set_version_flag("--version", "gravimon-log " GRAVIMON_VERSION);
+    program.set_version_flag("--version", std::string("gravimon-log ") + gravimonVersion);
     program.footer("Exit status: 0 done, 1 not done, 2 wrong usage, 3 recorded with missing "
                    "samples or a verdict failed.");
     addRecord(program, action);

@@ -74,7 +74,7 @@ class CommandLine(HandTest):
         self.assertIn("Exit status", out)
         status, out, err = run("--version")
         self.assertEqual((status, err), (0, ""))
-        self.assertRegex(out, r"^om-bench-window \d+\.\d+\.\d+\n$")
+        self.assertRegex(out, r"^om-bench-window \d+\.\d+\.\d+(\+\d+\.g[0-9a-f]+)?\n$")
 
     def test_wrong_usage(self):
         for arguments in (["--sockets", "x"], ["something"], ["a\x1b[2J\nb"], ["--socket"]):

@@ -73,7 +73,7 @@ class WithoutAProgram(world.EndToEndTest):
             self.assertIn(f"om-bench {command}", own)
         status, output, errors = om_bench("--version")
         self.assertEqual((status, errors), (DONE, ""))
-        self.assertRegex(output, r"\Aom-bench \d+\.\d+\.\d+\n\Z")
+        self.assertRegex(output, r"\Aom-bench \d+\.\d+\.\d+(\+\d+\.g[0-9a-f]+)?\n\Z")
 
     def wrong(self, reason, *arguments):
         """One line with the reason, and a status of its own."""

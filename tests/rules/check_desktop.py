@@ -1,7 +1,6 @@
 """Menu entries and AppStream data are valid without a remark, fit the programs, and name files that exist."""
 
 import os
-import re
 import subprocess
 import sys
 import xml.etree.ElementTree
@@ -47,10 +46,9 @@ if len(summary) > SHORT:
 launchable = data.findtext("launchable")
 if f"packaging/{launchable}" not in entries:
     problems.append(f"{METAINFO}: no desktop entry {launchable}")
-version = re.search(r"^project\(gravimon VERSION (\S+)", rules.read(root, "CMakeLists.txt"), re.M).group(1)
 release = data.find("releases/release")
-if release.get("version") != version or not "".join(release.itertext()).strip():
-    problems.append(f"{METAINFO}: the newest release is {release.get('version')}, with notes, not {version}")
+if not "".join(release.itertext()).strip():
+    problems.append(f"{METAINFO}: no notes of the release {release.get('version')}")
 for element in ("branding/color", "content_rating", "developer_name"):
     if data.find(element) is None:
         problems.append(f"{METAINFO}: no {element}")
