@@ -82,6 +82,7 @@ private:
     void setShown(const Quaternion& pose, const Vector& rate);
     Projection projection() const;
     void paintFigures(QPainter& painter);
+    void paintHint(QPainter& painter);
     void paintName(QPainter& painter);
     void paintBall(QPainter& painter);
 

@@ -146,10 +146,22 @@ void BodyView::paintFigures(QPainter& painter)
     font.setPixelSize(12);
     painter.setFont(font);
     painter.setPen(look::ash);
-    painter.drawText(QRectF(width() - 324.0, 16.0, 300.0, 20.0), Qt::AlignRight | Qt::AlignVCenter,
-                     tr("Drag to turn, let go in motion to spin"));
-    painter.drawText(QRectF(width() - 324.0, 36.0, 300.0, 20.0), Qt::AlignRight | Qt::AlignVCenter,
-                     tr("Outside the ring: roll.  Space: stop"));
+    paintHint(painter);
+}
+
+/// In the upper right corner, in as many lines as keep it off the ball.
+void BodyView::paintHint(QPainter& painter)
+{
+    const QString hint = tr("Drag to turn, let go in motion to spin\n"
+                            "Outside the ring: roll.  Space: stop");
+    constexpr double margin = 24.0;
+    const double lines = 2.0 * painter.fontMetrics().lineSpacing();
+    double left = width() - margin - 300.0;
+    if (ballCentre().y() - ballRadius() < 18.0 + lines) {
+        left = std::max(left, ballCentre().x() + ballRadius() + 10.0);
+    }
+    painter.drawText(QRectF(left, 18.0, width() - margin - left, height()),
+                     Qt::AlignRight | Qt::AlignTop | Qt::TextWordWrap, hint);
 }
 
 } // namespace benchwindow

@@ -4,6 +4,7 @@
 #include "charts/CurveTracker.h"
 #include "charts/dense_curve.h"
 #include "charts/TimeScaleDraw.h"
+#include "charts/ValueScaleDraw.h"
 #include "look/Style.h"
 #include "look/clr.h"
 
@@ -104,6 +105,7 @@ DataPlot::DataPlot(QWidget* parent) : QwtPlot(parent)
     setAxisFont(QwtPlot::yLeft, style.fontMonoLight10);
     setAxisAutoScale(QwtPlot::yLeft, false);
     setAxisMaxMinor(QwtPlot::yLeft, 0);
+    setAxisScaleDraw(QwtPlot::yLeft, new ValueScaleDraw);
     axisScaleDraw(QwtPlot::yLeft)->setTickLength(QwtScaleDiv::MajorTick, 0.0);
 
     auto* background = new Background;

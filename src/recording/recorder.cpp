@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QDateTime>
+#include <QLocale>
 #include <QTextStream>
 
 #include <array>
@@ -78,8 +79,9 @@ constexpr double warningGigabytes = 10.0;
 
 QString fileName(const QDateTime& localTime, const QString& model, unsigned int serialNumber)
 {
-    QString name = localTime.toString(QStringLiteral("yyyyMMdd_HHmmss")) + QLatin1Char('-') +
-                   model + QStringLiteral("-sn_%1").arg(serialNumber) +
+    // The C locale writes ASCII digits; some languages have others.
+    QString name = QLocale::c().toString(localTime, QStringLiteral("yyyyMMdd_HHmmss")) +
+                   QLatin1Char('-') + model + QStringLiteral("-sn_%1").arg(serialNumber) +
                    QStringLiteral("-TIVSensorsData.csv");
     return name.remove(QLatin1Char(' '));
 }

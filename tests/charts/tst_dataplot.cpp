@@ -100,6 +100,8 @@ private slots:
     void backgroundLiesBelowGridAndCurves();
     void axesHaveTheirFontsAndColour();
     void ticksAndLabelsOfTheAxes();
+    void valueLabelsHaveNoGroupSeparators_data();
+    void valueLabelsHaveNoGroupSeparators();
     void timeAxisLeavesRoomForHalfALabel();
     void trackerFollowsTheMouseWithoutAButton();
     void replotReadsNoSamples();
@@ -467,6 +469,31 @@ void TestDataPlot::ticksAndLabelsOfTheAxes()
     QCOMPARE(plot.axisScaleDraw(QwtPlot::yLeft)->tickLength(QwtScaleDiv::MajorTick), 0.0);
     QCOMPARE(plot.axisMaxMinor(QwtPlot::yLeft), 0);
     QVERIFY(!plot.axisAutoScale(QwtPlot::yLeft));
+}
+
+void TestDataPlot::valueLabelsHaveNoGroupSeparators_data()
+{
+    QTest::addColumn<QString>("language");
+    QTest::addColumn<double>("value");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("C") << "C" << 1000.0 << "1000";
+    QTest::newRow("English") << "en_US" << 1000.0 << "1000";
+    QTest::newRow("German") << "de_DE" << 1000.0 << "1000";
+    QTest::newRow("German fraction") << "de_DE" << -998.5 << "-998,5";
+    QTest::newRow("almost zero") << "C" << 1e-17 << "0";
+}
+
+void TestDataPlot::valueLabelsHaveNoGroupSeparators()
+{
+    QFETCH(QString, language);
+    QFETCH(double, value);
+    QFETCH(QString, text);
+    const QLocale before;
+    QLocale::setDefault(QLocale(language));
+    const DataPlot plot(nullptr);
+    const QString label = plot.axisScaleDraw(QwtPlot::yLeft)->label(value).text();
+    QLocale::setDefault(before);
+    QCOMPARE(label, text);
 }
 
 void TestDataPlot::timeAxisLeavesRoomForHalfALabel()

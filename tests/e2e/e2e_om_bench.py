@@ -190,6 +190,23 @@ class WithoutAProgram(world.EndToEndTest):
         self.assertEqual(offered("add", "TIV_Q", "5", "--replay", ""), ["a-file"])
         self.assertEqual(offered("--socket", "x", "fault", "31415926", "mcuSilent", "o"), ["on", "off"])
 
+    def test_completion_asks_the_bench_of_the_given_socket(self):
+        packaging = pathlib.Path(__file__).resolve().parents[2] / "packaging"
+        program = self.start(bench=[world.camera("TIV_P", 20000001)])
+        wait_for("the bench", program.control.exists)
+        script = f"""
+            _init_completion() {{ words=("${{COMP_WORDS[@]}}"); cword=$COMP_CWORD; cur=${{words[cword]}}
+                                  prev=${{words[cword - 1]}}; }}
+            source {packaging / "completion" / "om-bench"}
+            COMP_WORDS=(om-bench "$@"); COMP_CWORD=$#
+            _om_bench
+            printf '%s\\n' "${{COMPREPLY[@]}}" """
+        done = subprocess.run(["bash", "-c", script, "bash", "--socket", str(program.control), "plug", ""],
+                              capture_output=True, text=True, check=True, timeout=PATIENCE * SCALE,
+                              env={**os.environ, "OM_TIV_CONTROL": "off",
+                                   "PATH": f"{world.bin_dir}:{os.environ['PATH']}"})
+        self.assertEqual(done.stdout.split(), ["20000001"])
+
     def test_nothing_runs_is_said_in_one_line(self):
         home = os.environ["HOME"]
         for command in (("list",), ("plug", TIV_Q), ("watch",)):
