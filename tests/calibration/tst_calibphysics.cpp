@@ -255,7 +255,7 @@ void TestCalibPhysics::exchangedAxesOrSignsWouldShow()
         return; // no reading would ever come
     pass(std::chrono::seconds(1));
     press(m_probe->ui->pushButton_start, "Ok");
-    pass(std::chrono::seconds(60));
+    pass(std::chrono::seconds(20)); // tumbling through all orientations
     press(m_probe->ui->pushButton_start, "Ok");
     press(m_probe->ui->pushButton_save_calib, "Ok");
 
