@@ -13,6 +13,9 @@ TITLE = "Gravimon bench"
 # The window's fixed measures, pixels.
 HEADER, STRIP, PANEL, FIGURES = 44, 156, 348, 64
 
+# Seconds from one place of a drag to the next.
+STEADY, FAST = 0.015, 0.006
+
 
 class BenchWindow:
     """One start of the built om-bench-window; it is put at a place and laid on top."""
@@ -59,7 +62,7 @@ class BenchWindow:
 
     # ---- The mouse ------------------------------------------------------------------------------
 
-    def drag(self, points, step=0.015, throw=False):
+    def drag(self, points, step=STEADY, throw=False):
         """Along points in radii from the ball's centre, y up; a throw releases in motion."""
         x, y, radius = self.ball
         places = [(round(x + radius * px), round(y - radius * py)) for px, py in points]

@@ -256,10 +256,10 @@ class Calibration(HandTest):
         return len(words) == 1 and 28 <= words[0] <= 36 and accuracy is not None and accuracy > 0.7
 
     def watch(self, program, path):
-        """om-bench, which writes the true field in the body frame twenty times a second."""
+        """om-bench, which writes the true field in the body frame fifty times a second."""
         with open(path, "wb") as out:
             return subprocess.Popen([str(world.bin_dir / "om-bench"), "--socket", str(program.control), "--json", "watch",
-                                     str(TIV_Q), "--interval", "0.05"], stdout=out, env=program.environment)
+                                     str(TIV_Q), "--interval", "0.02"], stdout=out, env=program.environment)
 
     def test_calibration_by_hand_ends_in_good(self):
         program = self.start_streaming(TIV_Q, bench=[world.camera("TIV_Q", TIV_Q, motion="at rest")])
@@ -272,7 +272,7 @@ class Calibration(HandTest):
         fields = program.folder / "fields"
         watching = self.watch(program, fields)
         for path in bench_hand.all_orientations():
-            window.drag(path)
+            window.drag(path, bench_hand.FAST)
         watching.terminate()
         watching.wait(PATIENCE * SCALE)
         seen = [json.loads(line)["truth"]["field"] for line in fields.read_text().splitlines() if line.endswith("}")]
@@ -284,7 +284,7 @@ class Calibration(HandTest):
         self.assertFalse(stored["neutral"])
         # The state looks at the readings since the calibration came in force: they must turn too.
         for i in range(1, 13):
-            window.drag(bench_hand.stroke(1.9 * i * i))
+            window.drag(bench_hand.stroke(1.9 * i * i), bench_hand.FAST)
             if i >= 4 and self.is_good(program):
                 break
         wait_for("\"GOOD\"", lambda: self.is_good(program))
