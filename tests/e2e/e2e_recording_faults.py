@@ -50,6 +50,7 @@ class LostCamera(world.EndToEndTest):
         serial = 20000001
         # At rest, since a motion goes on while the camera is unplugged.
         program = self.start_streaming(serial, bench=[camera("TIV_Q", serial, motion="at rest")])
+        wait_for("the idle button", control.is_idle)
         width = control.text_width()
         path = control.start_recording(program)
         control.wait_for_rows(path, 200)

@@ -208,7 +208,7 @@ class ChangeOfCamera(world.EndToEndTest):
     def test_refresh_keeps_the_camera_and_lists_it_twice(self):
         program = self.start_streaming()
         program.om_bench("add", "TIV_P", 20000001)
-        self.assertEqual(len(text_in_list("camera list")), 3)  # "TIV_Q - 31415926"
+        wait_for("the row", lambda: len(text_in_list("camera list")) == 3)  # "TIV_Q - 31415926"
         read = program.samples_read(TIV_Q)
         screen.click(CONTROLS["refresh"])
         wait_for("\" - 31415926\" in the list", lambda: len(text_in_list("camera list")) == 2, 10)
@@ -221,6 +221,8 @@ class LossOfCamera(world.EndToEndTest):
 
     def test_unplugging_ends_the_stream_and_plugging_brings_it_back(self):
         program = self.start_streaming(20000001, bench=[camera("TIV_Q", 20000001)])
+        # The samples come before the window is painted.
+        wait_for("the row", lambda: len(text_in_list("camera list")) == 3)  # "TIV_Q - 20000001"
         listed = Picture.take().crop(CONTROLS["camera list"])
         program.om_bench("unplug", 20000001)
         self.assertEqual(program.state(20000001), "unplugged")
