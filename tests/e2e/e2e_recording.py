@@ -175,6 +175,7 @@ class Course(world.EndToEndTest):
 
     def test_second_recording_is_a_second_file_and_the_index_counts_on(self):
         program = self.start_streaming()
+        wait_for("the idle button", control.is_idle)
         width = control.text_width()
         first = control.start_recording(program)
         wait_for("\"Recording...\"", lambda: control.text_width() > 1.4 * width)
