@@ -137,6 +137,7 @@ QWidget* BenchWindow::makeBench()
     m_strip->setWidgetResizable(true);
     m_strip->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_strip->setFixedHeight(156);
+    m_strip->setFocusPolicy(Qt::NoFocus); // it follows the focus of its cards
 
     auto* const left = new QVBoxLayout;
     left->setSpacing(0);
@@ -258,7 +259,10 @@ void BenchWindow::showCards(const Snapshot& snapshot)
         auto* const view = new BodyView(BodyView::KIND::CARD);
         connect(view, &BodyView::pressed, this, &BenchWindow::choose);
         connect(view, &BodyView::turned, this, [this, view](const Turn& t) { turn(view, t); });
+        connect(view, &BodyView::focused, this,
+                [this, view] { m_strip->ensureWidgetVisible(view); });
         m_cardRow->insertWidget(static_cast<int>(m_cards.size()), view);
+        setTabOrder(m_cards.empty() ? m_stage : m_cards.back(), view);
         m_cards.push_back(view);
     }
     for (std::size_t i = 0; i < m_cards.size(); ++i) {

@@ -42,7 +42,9 @@ BodyView::BodyView(KIND kind, QWidget* parent) : QWidget(parent), m_kind(kind)
     if (kind == KIND::STAGE) {
         setFocusPolicy(Qt::StrongFocus);
         setMinimumSize(360, 260);
+        setAccessibleDescription(tr("Arrow keys turn the camera, the space bar stops it"));
     } else {
+        setFocusPolicy(Qt::TabFocus); // a click leaves the focus on the large body
         setFixedSize(BodyView::sizeHint());
     }
     connect(&m_clock, &FrameClock::frame, this, &BodyView::tick);
@@ -84,8 +86,9 @@ void BodyView::setDeclination(double value)
 
 void BodyView::setChosen(bool chosen)
 {
-    if (m_chosen != chosen) {
+    if (m_chosen != chosen || accessibleDescription().isEmpty()) {
         m_chosen = chosen;
+        setAccessibleDescription(chosen ? tr("Selected") : tr("The space bar selects this camera"));
         update();
     }
 }
@@ -258,6 +261,16 @@ void BodyView::level()
 
 void BodyView::keyPressEvent(QKeyEvent* event)
 {
+    if (m_kind == KIND::CARD) {
+        const int key = event->key();
+        const bool selects = key == Qt::Key_Space || key == Qt::Key_Return || key == Qt::Key_Enter;
+        if (selects && m_camera.serial != 0) {
+            emit pressed(m_camera.serial);
+        } else {
+            QWidget::keyPressEvent(event);
+        }
+        return;
+    }
     Vector axis; // in the eye's frame
     switch (event->key()) {
     case Qt::Key_Left:
@@ -285,6 +298,23 @@ void BodyView::keyPressEvent(QKeyEvent* event)
     setShown(shownPose(), {});
     turnInWorld(om::bench::fromRotationVector(keyTurn * rotate(viewAttitude(), axis)));
     order({}, keyGlide);
+}
+
+void BodyView::focusInEvent(QFocusEvent* event)
+{
+    m_focusShown =
+        event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason;
+    if (m_focusShown) {
+        emit focused();
+    }
+    update();
+}
+
+void BodyView::focusOutEvent(QFocusEvent* event)
+{
+    Q_UNUSED(event)
+    m_focusShown = false;
+    update();
 }
 
 void BodyView::enterEvent(QEvent* event)

@@ -25,7 +25,7 @@ struct Turn
 
 /// Shows a camera in the state of its bench and turns it with the mouse: dragging turns it, after a
 /// release in motion it continues to spin, a press stops it. Arrow keys turn it in steps, the space
-/// bar stops it.
+/// bar stops it. On a card, the space bar and Return select the camera as a click does.
 class BodyView : public QWidget
 {
     Q_OBJECT
@@ -64,6 +64,7 @@ public:
 signals:
     void pressed(unsigned int serial);
     void turned(const benchwindow::Turn& turn);
+    void focused(); ///< by the keyboard
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -71,6 +72,8 @@ protected:
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
     void enterEvent(QEvent* event) override;
     void leaveEvent(QEvent* event) override;
 
@@ -91,6 +94,7 @@ private:
     double m_declination = 0.0;
     bool m_chosen = false;
     bool m_hovered = false;
+    bool m_focusShown = false; ///< the keyboard moved the focus here
 
     Quaternion m_pose; ///< at m_since; it continues to turn with m_rate while it is not held
     Vector m_rate;     ///< rad/s, body frame

@@ -45,10 +45,11 @@ void BodyView::paintEvent(QPaintEvent* event)
     painter.setRenderHint(QPainter::Antialiasing);
     if (m_kind == KIND::CARD) {
         const bool lively = m_chosen || m_hovered || m_held;
-        painter.setPen(QPen(m_chosen ? look::lime
-                            : lively ? look::ash
-                                     : look::steel,
-                            m_chosen ? 1.5 : 1.0));
+        painter.setPen(QPen(m_focusShown ? look::pearl
+                            : m_chosen   ? look::lime
+                            : lively     ? look::ash
+                                         : look::steel,
+                            m_focusShown || m_chosen ? 1.5 : 1.0));
         painter.setBrush(QColor(30, 30, 31));
         painter.drawRoundedRect(QRectF(rect()).adjusted(1.0, 1.0, -1.0, -1.0), 6.0, 6.0);
     }
@@ -74,10 +75,10 @@ void BodyView::paintEvent(QPaintEvent* event)
 
 void BodyView::paintBall(QPainter& painter)
 {
-    if (!m_held && !m_hovered) {
+    if (!m_held && !m_hovered && !m_focusShown) {
         return;
     }
-    painter.setPen(QPen(m_held ? look::ash : look::charcoal, 1.0, Qt::DotLine));
+    painter.setPen(QPen(m_held || m_focusShown ? look::ash : look::charcoal, 1.0, Qt::DotLine));
     painter.setBrush(Qt::NoBrush);
     painter.drawEllipse(ballCentre(), ballRadius(), ballRadius());
 }

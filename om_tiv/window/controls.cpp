@@ -3,16 +3,18 @@
 #include "window/look.h"
 #include "world/faults.h"
 
+#include <QAccessible>
+#include <QAccessibleWidget>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPainter>
 #include <QPolygonF>
-#include <QSlider>
 #include <QSpinBox>
 #include <QVBoxLayout>
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace benchwindow {
 
@@ -77,10 +79,65 @@ void ChoiceBox::paintEvent(QPaintEvent* event)
         QVector<QPointF>{tip + QPointF(-4.0, -4.0), tip, tip + QPointF(4.0, -4.0)});
 }
 
+// ---- UnitSlider -------------------------------------------------------------------------------
+
+namespace {
+
+/// Qt's own interface of a slider knows steps only.
+class AccessibleSlider : public QAccessibleWidget, public QAccessibleValueInterface
+{
+public:
+    explicit AccessibleSlider(UnitSlider* slider) : QAccessibleWidget(slider, QAccessible::Slider)
+    {}
+
+    void* interface_cast(QAccessible::InterfaceType type) override
+    {
+        return type == QAccessible::ValueInterface ? static_cast<QAccessibleValueInterface*>(this)
+                                                   : QAccessibleWidget::interface_cast(type);
+    }
+
+    QString text(QAccessible::Text type) const override
+    {
+        return type == QAccessible::Value ? slider()->valueText() : QAccessibleWidget::text(type);
+    }
+
+    QVariant currentValue() const override { return slider()->value() * slider()->unit(); }
+    void setCurrentValue(const QVariant& value) override
+    {
+        slider()->setValue(static_cast<int>(std::lround(value.toDouble() / slider()->unit())));
+    }
+    QVariant maximumValue() const override { return slider()->maximum() * slider()->unit(); }
+    QVariant minimumValue() const override { return slider()->minimum() * slider()->unit(); }
+    QVariant minimumStepSize() const override { return slider()->unit(); }
+
+private:
+    UnitSlider* slider() const { return static_cast<UnitSlider*>(widget()); }
+};
+
+QAccessibleInterface* accessibleSlider(const QString& className, QObject* object)
+{
+    Q_UNUSED(className)
+    auto* const slider = qobject_cast<UnitSlider*>(object);
+    return slider == nullptr ? nullptr : new AccessibleSlider(slider);
+}
+
+} // namespace
+
+UnitSlider::UnitSlider(double unit, std::function<QString(double)> text, QWidget* parent)
+    : QSlider(Qt::Horizontal, parent), m_unit(unit), m_text(std::move(text))
+{
+    static const bool installed = [] {
+        QAccessible::installFactory(accessibleSlider);
+        return true;
+    }();
+    Q_UNUSED(installed)
+}
+
 // ---- SliderRow --------------------------------------------------------------------------------
 
 SliderRow::SliderRow(const QString& name, const Range& range, QWidget* parent)
-    : QWidget(parent), m_range(range), m_value(new QLabel), m_slider(new QSlider(Qt::Horizontal))
+    : QWidget(parent), m_range(range), m_value(new QLabel),
+      m_slider(new UnitSlider(range.step, [this](double value) { return textOf(value); }))
 {
     auto* const top = new QHBoxLayout;
     top->addWidget(new QLabel(name));
@@ -106,10 +163,14 @@ SliderRow::SliderRow(const QString& name, const Range& range, QWidget* parent)
     showText(0.0);
 }
 
+QString SliderRow::textOf(double value) const
+{
+    return QString::number(value, 'f', m_range.decimals) + QLatin1Char(' ') + m_range.unit;
+}
+
 void SliderRow::showText(double value)
 {
-    m_value->setText(QString::number(value, 'f', m_range.decimals) + QLatin1Char(' ') +
-                     m_range.unit);
+    m_value->setText(textOf(value));
 }
 
 void SliderRow::showValue(double value, std::uint64_t ticket)
@@ -151,6 +212,7 @@ FaultRow::FaultRow(const Fault& fault, QWidget* parent) : QWidget(parent), m_fau
         m_number->setAlignment(Qt::AlignRight);
         m_number->setKeyboardTracking(false);
         m_number->setAccessibleName(tr(fault.name));
+        m_number->setAccessibleDescription(tr(fault.tip));
         if (range.least < 0) {
             m_number->setSpecialValueText(tr("always"));
         }
@@ -166,6 +228,7 @@ FaultRow::FaultRow(const Fault& fault, QWidget* parent) : QWidget(parent), m_fau
     } else {
         m_switch = new Switch(look::red);
         m_switch->setAccessibleName(tr(fault.name));
+        m_switch->setAccessibleDescription(tr(fault.tip));
         layout->addWidget(m_switch);
         connect(m_switch, &QAbstractButton::clicked, this, [this](bool on) {
             emit ordered(!on ? 0 : m_number != nullptr ? m_number->value() : 1);

@@ -8,12 +8,13 @@
 #include <QAbstractButton>
 #include <QColor>
 #include <QComboBox>
+#include <QSlider>
 #include <QWidget>
 
 #include <cstdint>
+#include <functional>
 
 class QLabel;
-class QSlider;
 class QSpinBox;
 
 namespace benchwindow {
@@ -48,6 +49,24 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 };
 
+/// A slider that tells assistive programs its value in a unit.
+class UnitSlider : public QSlider
+{
+    Q_OBJECT
+
+public:
+    /// @param unit value of one step
+    /// @param text of a value, with its unit
+    UnitSlider(double unit, std::function<QString(double)> text, QWidget* parent = nullptr);
+
+    double unit() const { return m_unit; }
+    QString valueText() const { return m_text(value() * m_unit); }
+
+private:
+    const double m_unit;
+    const std::function<QString(double)> m_text;
+};
+
 /// A name, a value and a slider below them.
 class SliderRow : public QWidget
 {
@@ -73,6 +92,7 @@ signals:
     void moved(double value); ///< by the user
 
 private:
+    QString textOf(double value) const;
     void showText(double value);
 
     const Range m_range;

@@ -107,6 +107,7 @@ Panel::Panel(Sender send, QWidget* parent) : QFrame(parent), m_send(std::move(se
     area->setWidget(content);
     area->setWidgetResizable(true);
     area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    area->setFocusPolicy(Qt::NoFocus); // it follows the focus of its controls
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(1, 0, 0, 0);
     layout->addWidget(area);
@@ -148,7 +149,10 @@ QWidget* Panel::addLine(const QString& name, QWidget* control)
     auto* const line = new QWidget;
     auto* const layout = new QHBoxLayout(line);
     layout->setContentsMargins(0, 2, 0, 2);
-    layout->addWidget(new QLabel(name));
+    auto* const label = new QLabel(name);
+    // A combo box has its value as its accessible name; its label names it.
+    label->setBuddy(control);
+    layout->addWidget(label);
     layout->addStretch();
     layout->addWidget(control);
     m_rows->addWidget(line);

@@ -37,6 +37,20 @@ QString headingStateWord(int state)
     }
 }
 
+/// Names what has no text of its own.
+void nameForAssistivePrograms(const Ui_MagCalibDlg& form)
+{
+    using Dialog = MagCalibDlg;
+    form.label_logo->setAccessibleName(Dialog::tr("The camera family's logo"));
+    form.widget_raw_compass->setAccessibleName(Dialog::tr("Compass without the calibration"));
+    form.widget_calib_compass->setAccessibleName(Dialog::tr("Compass with the calibration"));
+    form.widget_plot_XY->setAccessibleName(Dialog::tr("Samples in the plane XY"));
+    form.widget_plot_YZ->setAccessibleName(Dialog::tr("Samples in the plane YZ"));
+    form.widget_plot_XZ->setAccessibleName(Dialog::tr("Samples in the plane XZ"));
+    form.widget_plot_mixed_raw->setAccessibleName(Dialog::tr("Uncalibrated samples"));
+    form.widget_plot_calibrated->setAccessibleName(Dialog::tr("Calibrated samples"));
+}
+
 } // namespace
 
 MagCalibDlg::MagCalibDlg(int serial, QWidget* parent)
@@ -46,6 +60,7 @@ MagCalibDlg::MagCalibDlg(int serial, QWidget* parent)
     // A title without buttons: the exit button is the only way to leave.
     setWindowFlags(Qt::Window | Qt::WindowTitleHint | Qt::CustomizeWindowHint);
     setOmStyleSheet();
+    nameForAssistivePrograms(*ui);
     ui->widget_raw_compass->setRaw(true);
     makeSymbols();
     initPlots();

@@ -67,6 +67,9 @@ RecOptionDlg::RecOptionDlg(QWidget* parent) : QDialog(parent), ui(new Ui_RecOpti
         dress(ui->*each.box, style.checkBoxLargeStyle, style.fontMonoCaps9);
     }
     dress(ui->groupBox_data_selection, style.groupBoxTitleStyle, style.fontMonoCaps9);
+    ui->pushButton_rec_folder->setAccessibleName(tr("Choose the recording folder"));
+    // On Linux a combo box has its value as its accessible name.
+    ui->comboBox_sample_freq->setAccessibleDescription(ui->label_sample_freq->text());
 
     // Called again after the constructor of options, as intended: the dialog starts with the stored
     // values, whatever the main window's options are.

@@ -54,6 +54,35 @@ const std::array<QVector<double> MainWindow::*, MainWindow::seriesCount> MainWin
     &MainWindow::chartY2,
 };
 
+namespace {
+
+/// Names what has no text of its own. On Linux a combo box has its value as its name.
+void nameForAssistivePrograms(const Ui_MainWindow& form)
+{
+    const auto name = [](QWidget* widget, const QString& text, const QString& description = {}) {
+        widget->setAccessibleName(text);
+        widget->setAccessibleDescription(description);
+    };
+    using Window = MainWindow;
+    name(form.LogoTitle, Window::tr("The maker's logo"));
+    name(form.label_logo, Window::tr("The camera family's logo"));
+    name(form.comboBox_camera_list, Window::tr("Camera"), Window::tr("The camera that is shown"));
+    name(form.pushButton_refresh_list, Window::tr("Refresh the list of cameras"));
+    name(form.widget_3d_view, Window::tr("3D view"),
+         Window::tr("Turns as the camera does. Arrow keys move the view, R resets it"));
+    const QString ofSensor = Window::tr("Of the selected sensor");
+    name(form.lineEdit_value_0, Window::tr("First value"), ofSensor);
+    name(form.lineEdit_value_1, Window::tr("Second value"), ofSensor);
+    name(form.lineEdit_value_2, Window::tr("Third value"), ofSensor);
+    name(form.comboBox_time_range, Window::tr("Time range"),
+         Window::tr("The time that the chart shows"));
+    form.toolButton_save->setAccessibleDescription(Window::tr("Starts and stops a recording"));
+    name(form.pushButton_rec_option, Window::tr("Recording options"));
+    name(form.widget_chart, Window::tr("Chart"), Window::tr("The selected sensor over the time"));
+}
+
+} // namespace
+
 MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(new Ui_MainWindow)
 {
     ui->setupUi(this);
@@ -90,6 +119,7 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(new Ui_MainWin
 
     dressing::showLogo(*ui->label_logo);
     dressing::layGround(*this);
+    nameForAssistivePrograms(*ui);
 
     initCharts();
     startDetectTimer();

@@ -1,6 +1,7 @@
 // The bench's window: its arithmetic, and its widgets with a bench in the process behind a real
 // control socket.
 
+#include "support/accessibility.h"
 #include "support/waiting.h"
 
 #include "library/the_bench.h"
@@ -828,6 +829,77 @@ private slots:
         theBench().addCamera(config);
         QTRY_VERIFY(window->stage()->isVisible());
         QVERIFY(child<Switch>("plug")->isEnabled());
+    }
+
+    void everyControlHasAName()
+    {
+        openConnected();
+        int checked = 0;
+        QCOMPARE(accessibility::unnamed(*window, checked), QStringList());
+        // stage, 2 cards, plug, motion, 3 buttons, 5 sliders, firmware, 16 faults or more
+        QVERIFY2(checked >= 30, qPrintable(QString::number(checked)));
+    }
+
+    void slidersAreReadInTheirUnit()
+    {
+        openConnected();
+        QSlider* const slider = child<SliderRow>("temperature")->slider();
+        QAccessibleInterface* const interface = QAccessible::queryAccessibleInterface(slider);
+        QCOMPARE(interface->role(), QAccessible::Slider);
+        QCOMPARE(interface->text(QAccessible::Name), QStringLiteral("Air temperature"));
+        QCOMPARE(interface->text(QAccessible::Value), QStringLiteral("20.0 °C"));
+        QAccessibleValueInterface* const value = interface->valueInterface();
+        QVERIFY(value != nullptr);
+        QCOMPARE(value->currentValue().toDouble(), 20.0);
+        QCOMPARE(value->minimumValue().toDouble(), -20.0);
+        QCOMPARE(value->maximumValue().toDouble(), 60.0);
+        QCOMPARE(value->minimumStepSize().toDouble(), 0.5);
+        value->setCurrentValue(21.5);
+        QCOMPARE(slider->value(), 43);
+    }
+
+    void keyboardReachesTheCardsAfterTheLargeBody()
+    {
+        openConnected();
+        window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        window->stage()->setFocus();
+        QTest::keyClick(window->stage(), Qt::Key_Tab);
+        QCOMPARE(QApplication::focusWidget(), window->card(first));
+        const QImage focused = window->card(first)->grab().toImage();
+        QTest::keyClick(window->card(first), Qt::Key_Tab);
+        QCOMPARE(QApplication::focusWidget(), window->card(second));
+        QVERIFY2(window->card(first)->grab().toImage() != focused, "the focus does not show");
+        QTest::keyClick(window->card(second), Qt::Key_Tab);
+        QCOMPARE(QApplication::focusWidget(), child<Switch>("plug"));
+    }
+
+    void keyOnACardSelectsItsCamera_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::newRow("space") << int(Qt::Key_Space);
+        QTest::newRow("return") << int(Qt::Key_Return);
+        QTest::newRow("enter") << int(Qt::Key_Enter);
+    }
+
+    void keyOnACardSelectsItsCamera()
+    {
+        QFETCH(int, key);
+        openConnected();
+        QCOMPARE(window->chosen(), first);
+        QTest::keyClick(window->card(second), static_cast<Qt::Key>(key));
+        QCOMPARE(window->chosen(), second);
+        QCOMPARE(window->card(second)->accessibleDescription(), QStringLiteral("Selected"));
+    }
+
+    void clickOnACardLeavesTheFocusOnTheLargeBody()
+    {
+        openConnected();
+        window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        window->stage()->setFocus();
+        QTest::mouseClick(window->card(second), Qt::LeftButton);
+        QCOMPARE(QApplication::focusWidget(), window->stage());
     }
 
     void cameraInUseIsShownFirst()
