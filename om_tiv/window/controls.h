@@ -49,7 +49,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 };
 
-/// A slider that tells assistive programs its value in a unit.
+/// A slider whose value assistive programs read in a unit.
 class UnitSlider : public QSlider
 {
     Q_OBJECT
