@@ -9,10 +9,10 @@ namespace analysis {
 namespace {
 
 constexpr double spikeFactor = 10.0;
-/// So many distances say what is usual.
+/// Approximate maximum number of distances from which the median is determined.
 constexpr std::size_t usualSample = 100'000;
 constexpr std::size_t leastSamples = 16;
-/// From the median of a normal variable's size to its standard deviation.
+/// Standard deviation of a normal variable divided by the median of its absolute value.
 constexpr double ofMedian = 1.4826;
 constexpr std::size_t mostParts = 600;
 
@@ -21,8 +21,8 @@ double offNeighbours(const std::vector<double>& samples, std::size_t i)
     return samples[i] - 0.5 * (samples[i - 1] + samples[i + 1]);
 }
 
-/// Standard deviation of a sample's distance from the mean of its neighbours; 0 where that is not
-/// to be had.
+/// Standard deviation of a sample's distance from the mean of its neighbours; 0 if it can't be
+/// determined.
 double usualDistance(const Stretches& stretches)
 {
     std::size_t all = 0;
@@ -47,7 +47,7 @@ double usualDistance(const Stretches& stretches)
     return ofMedian * *middle;
 }
 
-/// Means of equal parts of the temperature.
+/// Mean temperatures of equal parts of its samples.
 struct Temperature
 {
     std::vector<double> times; ///< ns since the first sample of the axis
@@ -105,7 +105,7 @@ void removeTemperature(std::vector<double>& samples, const std::vector<Nanosecon
         return;
     }
     const Temperature parts = partsOf(temperatureTimes, temperatures, times.front());
-    std::size_t next = 0; // the first part behind the sample
+    std::size_t next = 0; // the first part after the sample
     for (std::size_t i = 0; i < samples.size(); ++i) {
         const auto time = static_cast<double>(times[i] - times.front());
         while (next < parts.times.size() && parts.times[next] <= time) {

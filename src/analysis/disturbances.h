@@ -1,6 +1,6 @@
 /// @file
-/// What is in the samples of a sensor at rest but is no noise of the sensor: spikes of a bad
-/// contact, and the drift that follows the temperature. Lines of the spectrum: removeLines().
+/// Removes what is not noise from the samples of a sensor at rest: spikes, as of a bad contact, and
+/// the drift that follows the temperature. removeLines() removes lines of the spectrum.
 #pragma once
 
 #include "analysis/allan.h"

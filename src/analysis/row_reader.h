@@ -1,5 +1,5 @@
 /// @file
-/// Rows of a recorded CSV file one after the other, in constant memory whatever its length.
+/// Reads the rows of a recorded CSV file one by one, in constant memory for any length.
 #pragma once
 
 #include "analysis/recording.h"
@@ -46,7 +46,7 @@ enum FIELD : std::size_t {
 /// One row. A column that the file does not have is 0.
 struct RecordedRow
 {
-    std::array<double, FIELDS> values{};            ///< but for the times
+    std::array<double, FIELDS> values{};            ///< all columns except the times
     std::array<Nanoseconds, BARO_TIME + 1> times{}; ///< IMU_TIME to BARO_TIME
 };
 
@@ -54,9 +54,9 @@ struct RecordedRow
 class RowReader
 {
 public:
-    /// Finds the header. Rows may stand above it.
+    /// Finds the header. Rows may precede it.
     /// @param path  for messages
-    /// @param error one line where there is no header of a recording
+    /// @param error one line if there is no header of a recording
     static std::optional<RowReader> of(const char* begin, const char* end, const std::string& path,
                                        std::string& error);
 
@@ -66,13 +66,13 @@ public:
         return m_has[first] && m_has[first + 1] && m_has[first + 2];
     }
 
-    std::size_t likelyRows() const; ///< an estimate, mostly a little too high
+    std::size_t likelyRows() const; ///< an estimate, usually slightly too high
 
     /// Calls take() with each row that can be read, in the order of the file.
-    /// @param report   gets the bytes, and the rows that can't be read
-    /// @param progress is called now and then with the share that is read, 0 to 1; false ends the
-    ///                 reading
-    /// @return false with the error when progress() has ended it
+    /// @param report   receives the number of bytes and of rows that can't be read
+    /// @param progress is called from time to time with the share that has been read, 0 to 1; false
+    /// ends the reading
+    /// @return false with the error if progress() ended the reading
     bool visit(const std::function<void(const RecordedRow&)>& take, ReadReport& report,
                const std::function<bool(double)>& progress, std::string& error) const;
 
@@ -90,18 +90,19 @@ private:
     std::array<bool, FIELDS> m_has{};
 };
 
-/// Which samples of a row are new: rows repeat those of slow sensors. Rows in their order.
+/// Determines which samples of a row are new, because rows repeat the samples of slow sensors. Pass
+/// all rows in their order.
 class SampleSplitter
 {
 public:
-    /// What is new in a row, with its time.
+    /// The new samples of a row, with their times.
     struct New
     {
-        bool row = false;     ///< false where the row is not later than the one before
+        bool row = false;     ///< false if the row is not later than the previous one
         Nanoseconds time = 0; ///< of the IMU; of the magnetometer or the barometer in files without
         std::optional<Nanoseconds> magnetometer;
         std::optional<Nanoseconds> barometer;
-        /// Once per barometer sample, once in 40 ms where there is no barometer.
+        /// Once per barometer sample; once in 40 ms without a barometer.
         std::optional<Nanoseconds> temperatures;
     };
 
@@ -116,7 +117,7 @@ public:
     New take(const RecordedRow& row, ReadReport& report);
 
 private:
-    FIELD m_time; ///< which time the rows are ordered by
+    FIELD m_time; ///< the time by which the rows are ordered
     bool m_hasMagnetometer;
     bool m_hasBarometer;
     bool m_hasTemperatures;
@@ -127,11 +128,11 @@ private:
     std::optional<Nanoseconds> m_lastTemperatures;
 };
 
-/// A regular file in memory, for reading.
+/// A regular file that is mapped into memory for reading.
 class MappedFile
 {
 public:
-    /// @param error one line where it can't be had
+    /// @param error one line if the file can't be mapped
     MappedFile(const std::string& path, std::string& error);
     ~MappedFile();
     MappedFile(const MappedFile&) = delete;
@@ -141,8 +142,8 @@ public:
     const char* begin() const { return static_cast<const char*>(m_data); }
     const char* end() const { return begin() + m_size; }
 
-    /// Gives back the memory of what has been read: a share from the begin of the file, 0 to 1.
-    /// What is read again comes from the file again.
+    /// Releases the memory of the part that has been read: a share from the start of the file, 0 to
+    /// 1. Released parts are read from the file again when needed.
     void release(double share);
 
 private:

@@ -74,7 +74,7 @@ std::vector<Window> windowsOf(const Recording& recording)
         window.first = first;
         window.end = static_cast<std::size_t>(behind - times.begin());
         if (behind == times.end()) {
-            break; // not a complete one
+            break; // an incomplete window
         }
         window.acceleration =
             deviationOf(recording.acceleration, window.first, window.end, window.mean);

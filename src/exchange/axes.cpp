@@ -43,9 +43,10 @@ Quaternion turned(const Quaternion& camera, AXES axes)
     if (axes == AXES::CAMERA) {
         return camera;
     }
-    // East, up and south as east, north and up.
+    // From east, up and south to east, north and up.
     const Quaternion world = aboutAxis(0, 90.0);
-    // Forward, left and up as right, up and backward: the inverse of the turn of vectors.
+    // From forward, left and up to right, up and backward: the inverse of the conversion of
+    // vectors.
     const Quaternion body{-0.5, 0.5, 0.5, 0.5};
     return product(world, product(camera, body));
 }

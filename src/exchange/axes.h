@@ -1,5 +1,5 @@
 /// @file
-/// Turning samples from the camera's axes into others.
+/// Converts samples from the camera's axes to others.
 #pragma once
 
 #include "exchange/samples.h"
@@ -11,18 +11,19 @@ namespace exchange {
 /// The Hamilton product: first b, then a.
 Quaternion product(const Quaternion& a, const Quaternion& b);
 
-/// Of Euler angles in degrees: Rz(z) Ry(y) Rx(x).
+/// The rotation Rz(z) Ry(y) Rx(x) of Euler angles in degrees.
 Quaternion fromEulerAngles(const Vector& degrees);
 
-/// A vector of the camera's axes in others. Exact: components only change place and sign.
+/// Converts a vector from the camera's axes. Exact: components only change position and sign.
 Vector turned(const Vector& camera, AXES axes);
 
-/// An orientation between the camera's axes and its world as one between those of `axes`.
+/// Converts an orientation, which rotates the camera's axes into its world, to the body and world
+/// of `axes`.
 Quaternion turned(const Quaternion& camera, AXES axes);
 
 /// "x forward, y left, z up"
 std::string nameOf(AXES axes);
-/// Of the world: "x east, y north, z up"
+/// The same for the world: "x east, y north, z up"
 std::string nameOfWorld(AXES axes);
 
 } // namespace exchange

@@ -10,7 +10,7 @@
 
 namespace exchange {
 
-/// Packs numbers and texts one after the other, the lowest byte first.
+/// Appends numbers and texts, each number with its lowest byte first.
 class Bytes
 {
 public:

@@ -23,7 +23,7 @@ namespace {
     "float64 z\n"
 
 constexpr std::size_t covariances = 9;
-constexpr std::size_t encapsulation = 4; ///< bytes in front of what is aligned
+constexpr std::size_t encapsulation = 4; ///< bytes before the first aligned field
 
 /// Numbers start at a multiple of their size.
 class Message

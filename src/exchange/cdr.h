@@ -1,5 +1,5 @@
 /// @file
-/// Messages of sensor_msgs as ROS 2 sends them: CDR, little-endian.
+/// Messages of sensor_msgs in the encoding of ROS 2: CDR, little-endian.
 #pragma once
 
 #include "exchange/samples.h"
@@ -8,7 +8,7 @@
 
 namespace exchange::cdr {
 
-/// A kind of message: its name and its definition with those of the types that it uses.
+/// A message type: its name, and its definition followed by those of the types that it uses.
 struct Schema
 {
     const char* name; ///< "sensor_msgs/msg/Imu"
@@ -20,11 +20,11 @@ extern const Schema magneticFieldSchema;
 extern const Schema fluidPressureSchema;
 extern const Schema temperatureSchema;
 
-/// Latest time that a message can hold.
+/// Latest time that a message can contain.
 constexpr Nanoseconds latest = Nanoseconds{0x7FFFFFFF} * 1'000'000'000;
 
-// Covariances are 0, unknown; the first is -1 where the recording lacks the quantity. The text is
-// replaced.
+// Each function replaces the text by one message. Covariances are 0, which means unknown; the first
+// is -1 if the recording does not have the quantity.
 
 void imu(const ImuSample& sample, const Contents& contents, const std::string& frame,
          std::string& text);

@@ -19,7 +19,7 @@ enum class FORMAT {
 struct ConvertOptions
 {
     std::string input;
-    std::string output; ///< must not be there yet; for EUROC an empty folder may
+    std::string output; ///< must not exist yet, except an empty folder for EUROC
     FORMAT format = FORMAT::MCAP;
     std::optional<AXES> axes; ///< none: the robot's for MCAP and EUROC, the camera's for NPZ
 };
@@ -27,14 +27,15 @@ struct ConvertOptions
 struct ConvertResult
 {
     bool done = false;
-    std::string error; ///< one line where it is not done
-    Counts counts;     ///< of what is in the output
+    std::string error; ///< one line if the conversion failed
+    Counts counts;     ///< of the samples in the output
     analysis::ReadReport report;
 };
 
-/// Reads the recording row by row and writes while it reads, so that memory does not grow with its
-/// length. What is not done leaves nothing behind.
-/// @param progress is called now and then with the share that is done; false ends the conversion
+/// Reads the recording row by row and writes at the same time, so that memory does not grow with
+/// its length. A conversion that fails leaves no output behind.
+/// @param progress is called from time to time with the finished share, 0 to 1; false ends the
+/// conversion
 ConvertResult convert(const ConvertOptions& options, const std::function<bool(double)>& progress);
 
 } // namespace exchange

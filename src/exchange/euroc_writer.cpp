@@ -18,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// The shortest text that reads as the same number.
+/// The shortest text that is read as the same number.
 void addNumber(std::string& line, double value)
 {
     std::array<char, 32> digits;
@@ -26,7 +26,7 @@ void addNumber(std::string& line, double value)
     line.append(digits.data(), end.ptr);
 }
 
-/// A new folder, or an empty one; what is made in it goes with it until keep().
+/// A new or empty folder. Unless keep() is called, the destructor removes what was created in it.
 class OutputFolder
 {
 public:
@@ -134,7 +134,7 @@ private:
         }
         m_last = time;
     }
-    /// By the median of the first distances, which gaps do not move.
+    /// The rate from the median of the first intervals, which gaps do not affect.
     double rateHz()
     {
         if (m_distances.empty()) {

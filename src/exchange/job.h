@@ -10,14 +10,14 @@
 
 namespace exchange {
 
-/// From what to what.
+/// Input and output of one conversion.
 struct Job
 {
     const SampleSource& source;
     const std::string& input;
     const std::string& output;
     AXES axes;
-    const std::function<bool(double)>& progress; ///< false ends the work
+    const std::function<bool(double)>& progress; ///< false ends the conversion
 };
 
 /// Counts samples.
@@ -35,8 +35,8 @@ protected:
     Counts m_counts;
 };
 
-/// Whether there is anything to write.
-/// @param error one line where there is not
+/// Whether the recording has any sample.
+/// @param error one line if it has none
 inline bool hasRows(const Job& job, const analysis::ReadReport& report, std::string& error)
 {
     if (report.rows == 0) {

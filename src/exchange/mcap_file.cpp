@@ -241,7 +241,7 @@ Bytes McapFile::statistics() const
     return bytes;
 }
 
-/// All records of the summary, then where each kind of them stands, then the footer.
+/// All records of the summary, then the offset of each group of them, then the footer.
 std::string McapFile::summary(std::uint64_t begin) const
 {
     Bytes bytes;
@@ -276,7 +276,7 @@ std::string McapFile::summary(std::uint64_t begin) const
 
     const std::uint64_t offsetsBegin = begin + bytes.size();
     bytes.raw(offsets.text());
-    // The check sum covers the footer up to itself.
+    // The checksum covers the footer up to the checksum.
     constexpr std::uint64_t footerSize = 8 + 8 + 4;
     bytes.u8(FOOTER);
     bytes.u64(footerSize);

@@ -14,33 +14,33 @@
 
 namespace exchange {
 
-/// Writes one file from begin() to end(); memory grows with the number of chunks only, some 200
-/// bytes each. What the disk refuses shows in the output file.
+/// Writes one file from begin() to end(). Memory grows only with the number of chunks, by about 200
+/// bytes each. The output file reports disk errors.
 class McapFile
 {
 public:
     using Metadata = std::map<std::string, std::string>;
 
-    /// Bytes of messages in a chunk, about.
+    /// Approximate number of message bytes in a chunk.
     static constexpr std::size_t chunkSize = 1024 * 1024;
 
     explicit McapFile(OutputFile& file);
 
     void begin(std::string_view profile, std::string_view library);
 
-    /// Before the first message. @return the schema's number
+    /// Call it before the first message. @return the schema's number
     std::uint16_t addSchema(std::string_view name, std::string_view encoding,
                             std::string_view text);
-    /// Before the first message. @return the channel's number
+    /// Call it before the first message. @return the channel's number
     std::uint16_t addChannel(std::uint16_t schema, std::string_view topic,
                              std::string_view encoding, const Metadata& metadata);
     /// Before the first message.
     void addMetadata(std::string_view name, const Metadata& metadata);
 
-    /// @param time ns since 1970, of the log and of the message
+    /// @param time ns since 1970; used as the log time and as the publish time
     void addMessage(std::uint16_t channel, std::uint64_t time, std::string_view message);
 
-    /// The rest, the summary and its index.
+    /// Writes the last chunk, the summary and its index.
     void end();
 
 private:
@@ -56,7 +56,7 @@ private:
     struct Channel
     {
         std::uint64_t messages = 0;
-        std::vector<std::pair<std::uint64_t, std::uint64_t>> index; ///< time, place in the chunk
+        std::vector<std::pair<std::uint64_t, std::uint64_t>> index; ///< time, offset in the chunk
     };
     struct Chunk
     {
@@ -65,7 +65,7 @@ private:
         std::uint64_t length = 0;
         std::uint64_t size = 0; ///< of its messages
         std::vector<std::pair<std::uint16_t, std::uint64_t>>
-            indexes; ///< channel, place in the file
+            indexes; ///< channel, offset in the file
         std::uint64_t indexLength = 0;
     };
 
@@ -79,7 +79,7 @@ private:
     Bytes statistics() const;
 
     OutputFile& m_file;
-    std::uint32_t m_crc = 0;            ///< of what was written
+    std::uint32_t m_crc = 0;            ///< of the bytes written so far
     std::vector<std::string> m_schemas; ///< records, for the summary
     std::vector<std::string> m_channelRecords;
     std::vector<std::string> m_metadataIndexes;

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::array<const char*, 4> places{"left", "right", "imu", "barometer"};
 
-/// The frame has the name of its axes.
+/// The frame is named after its axes.
 std::string frameOf(AXES axes)
 {
     return axes == AXES::CAMERA ? "camera_x_right_y_up" : "camera_x_forward_z_up";
@@ -96,7 +96,7 @@ private:
     McapFile& m_file;
     const Contents m_contents;
     const std::string m_frame;
-    const cdr::Schema* m_schema = nullptr; ///< added last
+    const cdr::Schema* m_schema = nullptr; ///< the schema that was added last
     std::uint16_t m_schemaNumber = 0;
     std::optional<std::uint16_t> m_imu;
     std::optional<std::uint16_t> m_magneticField;

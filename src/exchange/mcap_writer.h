@@ -6,9 +6,9 @@
 
 namespace exchange {
 
-/// Writes /camera/imu, /camera/magnetic_field, /camera/pressure and /camera/temperature/... as far
-/// as the recording has them.
-/// @return false with the error, and then without a file
+/// Writes the topics /camera/imu, /camera/magnetic_field, /camera/pressure and
+/// /camera/temperature/..., as far as the recording has these sensors.
+/// @return false with the error if it fails; the file is then removed
 bool writeMcap(const Job& job, Counts& counts, analysis::ReadReport& report, std::string& error);
 
 } // namespace exchange

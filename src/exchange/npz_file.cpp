@@ -11,9 +11,9 @@ namespace exchange {
 namespace {
 
 constexpr std::size_t mostWaiting = 64 * 1024;
-constexpr std::uint16_t withoutLargeFields = 20; ///< version that a reader must know
+constexpr std::uint16_t withoutLargeFields = 20; ///< zip version that a reader must support
 constexpr std::uint16_t withLargeFields = 45;
-constexpr std::uint16_t firstOf1980 = 0x0021; ///< the archive has no time: it repeats
+constexpr std::uint16_t firstOf1980 = 0x0021; ///< fixed, so that archives are reproducible
 constexpr std::uint32_t none32 = 0xFFFFFFFF;
 constexpr std::uint16_t none16 = 0xFFFF;
 
@@ -26,7 +26,7 @@ std::string npyHeader(const std::string& type, const std::vector<std::uint64_t>&
         lengths += (lengths.empty() ? "" : ", ") + std::to_string(length);
     }
     if (shape.size() == 1) {
-        lengths += ','; // what makes it a tuple
+        lengths += ','; // a tuple of one element needs the comma
     }
     std::string dictionary =
         "{'descr': '" + type + "', 'fortran_order': False, 'shape': (" + lengths + "), }";
@@ -82,7 +82,7 @@ void NpzFile::append(std::size_t array, std::string_view bytes)
     Array& to = m_arrays[array];
     to.done += bytes.size();
     if (to.header.size() + to.done > to.size) {
-        return; // end() sees it
+        return; // end() reports it
     }
     to.waiting.append(bytes);
     if (to.waiting.size() >= mostWaiting) {
@@ -172,7 +172,7 @@ std::string NpzFile::endOfDirectory(std::uint64_t begin, std::uint64_t size) con
     Bytes bytes;
     if (large) {
         bytes.u32(0x06064B50);
-        bytes.u64(44); // what follows of this record
+        bytes.u64(44); // bytes of this record that follow
         bytes.u16(withLargeFields);
         bytes.u16(withLargeFields);
         bytes.u32(0); // disk
@@ -205,7 +205,7 @@ bool NpzFile::end()
             return false;
         }
         flush(array);
-        // Only now the check sum is known.
+        // The checksum is not known before.
         m_file.writeAt(array.offset, localHeader(array));
         directory += centralHeader(array);
     }

@@ -11,20 +11,20 @@
 
 namespace exchange {
 
-/// Writes arrays of known length beside each other: each one has its place in the file from the
-/// start, so that nothing but a small buffer for each is in memory. The archive is stored without
-/// compression, and has 64-bit fields where they are needed.
+/// Writes several arrays of known length at the same time. The place of each in the file is known
+/// from the start, so that memory holds only a small buffer per array. The archive is not
+/// compressed, and has 64-bit fields where needed.
 ///
-/// add() for all arrays, begin(), append() in any order, end().
+/// Call add() for all arrays, then begin(), then append() in any order, then end().
 class NpzFile
 {
 public:
-    /// @param largest what a 32-bit field of the archive holds, less in tests
+    /// @param largest maximum value of a 32-bit field of the archive; tests use a smaller one
     explicit NpzFile(OutputFile& file, std::uint64_t largest = 0xFFFFFFFF);
 
     /// @param type  NumPy's: "<f8", "<i8", "|u1"
     /// @param width bytes of an element
-    /// @param shape lengths; none for a single value
+    /// @param shape length of each dimension; empty for a single value
     /// @return the array's number
     std::size_t add(const std::string& name, const std::string& type, std::size_t width,
                     const std::vector<std::uint64_t>& shape);
@@ -32,7 +32,7 @@ public:
     void begin();
     void append(std::size_t array, std::string_view bytes);
 
-    /// @return false where an array has got more or less than its length
+    /// @return false if an array received more or fewer elements than its length
     bool end();
 
 private:
@@ -42,9 +42,9 @@ private:
         std::string header;        ///< of the array
         std::uint64_t size = 0;    ///< header and elements
         std::uint64_t offset = 0;  ///< of the archive's own header of the entry
-        std::uint64_t data = 0;    ///< of the array's header
-        std::uint64_t done = 0;    ///< bytes of the elements that came, those that wait included
-        std::uint64_t written = 0; ///< of header and elements
+        std::uint64_t data = 0;    ///< offset of the array's header
+        std::uint64_t done = 0;    ///< bytes of the received elements, including buffered ones
+        std::uint64_t written = 0; ///< bytes of header and elements in the file
         std::uint32_t crc = 0;
         std::string waiting;
     };
@@ -58,7 +58,7 @@ private:
     OutputFile& m_file;
     const std::uint64_t m_largest;
     std::vector<Array> m_arrays;
-    std::uint64_t m_end = 0; ///< of all entries
+    std::uint64_t m_end = 0; ///< end of the last entry
 };
 
 } // namespace exchange

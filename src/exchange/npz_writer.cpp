@@ -10,9 +10,9 @@ namespace exchange {
 
 namespace {
 
-constexpr std::size_t wide = 8; ///< bytes of a number
+constexpr std::size_t wide = 8; ///< bytes per number
 
-/// An array of the file, where the recording has it.
+/// An array of the file; does nothing if the recording does not have the quantity.
 class Column
 {
 public:
@@ -122,7 +122,7 @@ private:
     Column m_temperatures;
 };
 
-/// A single text, four bytes a character.
+/// A single text with four bytes per character.
 class Text
 {
 public:

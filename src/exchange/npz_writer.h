@@ -6,8 +6,8 @@
 
 namespace exchange {
 
-/// Reads the recording twice: the first time it counts.
-/// @return false with the error, and then without a file
+/// Reads the recording twice: first to count the samples, then to write them.
+/// @return false with the error if it fails; the file is then removed
 bool writeNpz(const Job& job, Counts& counts, analysis::ReadReport& report, std::string& error);
 
 } // namespace exchange

@@ -1,5 +1,5 @@
 /// @file
-/// Samples from the rows of a recording.
+/// Reads samples from the rows of a recording.
 #pragma once
 
 #include "analysis/row_reader.h"
@@ -11,8 +11,7 @@
 
 namespace exchange {
 
-/// Gives the samples of a text that the caller keeps in memory, as often as they are requested and
-/// always the same ones.
+/// Reads the samples of a text that the caller keeps in memory. Each pass returns the same samples.
 class SampleSource
 {
 public:
@@ -20,9 +19,10 @@ public:
 
     const Contents& contents() const { return m_contents; }
 
-    /// Every sample once. What can't be read is left out and counted.
-    /// @param progress is called now and then with the share that is read; false ends it
-    /// @return false with the error when progress() has ended it
+    /// Passes on each sample once. Rows that can't be read are left out and counted.
+    /// @param progress is called from time to time with the share that has been read, 0 to 1; false
+    /// ends the pass
+    /// @return false with the error if progress() ended the pass
     bool visit(SampleSink& sink, analysis::ReadReport& report,
                const std::function<bool(double)>& progress, std::string& error) const;
 

@@ -1,5 +1,5 @@
 /// @file
-/// The samples of a recording in SI units, each sensor at its own pace.
+/// The samples of a recording in SI units, each sensor at its own rate.
 #pragma once
 
 #include "analysis/recording.h"
@@ -12,7 +12,7 @@ using analysis::Nanoseconds;
 using Vector = std::array<double, 3>;
 using Quaternion = std::array<double, 4>; ///< x, y, z, w
 
-/// What the axes of vectors and orientations are.
+/// The axes of vectors and orientations.
 enum class AXES {
     CAMERA, ///< x right, y up, z backward; the world's are east, up and south
     ROBOT,  ///< x forward, y left, z up; the world's are east, north and up
@@ -23,7 +23,7 @@ struct ImuSample
     Nanoseconds time = 0;
     Vector acceleration{};    ///< m/s^2, with gravity
     Vector angularVelocity{}; ///< rad/s
-    Quaternion orientation{}; ///< turns the sensor's axes into the world's
+    Quaternion orientation{}; ///< rotates the sensor's axes into the world's
     int movingState = 0;      ///< 0 static, 1 moving, 2 falling
 };
 
@@ -46,7 +46,7 @@ struct TemperatureSample
     std::array<double, 4> celsius{}; ///< left, right, IMU, barometer
 };
 
-/// What a recording has.
+/// The sensors and quantities that a recording has.
 struct Contents
 {
     bool acceleration = false;
@@ -61,7 +61,7 @@ struct Contents
     bool any() const { return imu() || magneticField || barometer || temperatures; }
 };
 
-/// How many samples there are of each kind.
+/// Number of samples of each kind.
 struct Counts
 {
     std::uint64_t imu = 0;
@@ -70,7 +70,7 @@ struct Counts
     std::uint64_t temperatures = 0;
 };
 
-/// Takes samples; those of one sensor in the order of their times.
+/// Receives samples. Those of one sensor arrive in the order of their times.
 class SampleSink
 {
 public:

@@ -1,5 +1,5 @@
 /// @file
-/// Checks of what stands on the command line.
+/// Checks of the arguments on the command line.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -25,7 +25,7 @@ inline CLI::Validator someText()
             ""};
 }
 
-/// Digits and nothing else: what is empty is no 0, and what begins with 0 is not octal.
+/// Digits only: an empty text is not 0, and a leading 0 does not mean octal.
 inline CLI::Validator serialNumber()
 {
     return {[](std::string& text) {
@@ -41,7 +41,7 @@ inline CLI::Validator serialNumber()
             ""};
 }
 
-/// The number that is all of the text, with a point in any locale; none where it is something else.
+/// The whole text as a number, with a decimal point in every locale; none if it is not a number.
 inline std::optional<double> finiteNumber(const std::string& text)
 {
     double value = 0.0;
@@ -51,7 +51,7 @@ inline std::optional<double> finiteNumber(const std::string& text)
     return sound ? std::make_optional(value) : std::nullopt;
 }
 
-/// More than nothing, and at most some thirty years.
+/// A positive number of seconds, at most about thirty years.
 inline CLI::Validator duration()
 {
     return {[](std::string& text) {
@@ -63,7 +63,7 @@ inline CLI::Validator duration()
             ""};
 }
 
-/// @param range the limits as the user reads them
+/// @param range the limits as the message shows them
 inline CLI::Validator numberBetween(double least, double most, const std::string& range)
 {
     return {[=](std::string& text) {

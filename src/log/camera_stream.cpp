@@ -42,7 +42,7 @@ const om::DeviceProperties* find(const std::vector<om::DeviceProperties>& device
 om::InitParameters parametersFor(const om::DeviceProperties& device)
 {
     om::InitParameters parameters = omlib::initParameters();
-    // Frames only keep the camera running: as few and as cheap as there are.
+    // Frames only keep the camera running, so the cheapest ones at the lowest rate are used.
     parameters.fps = 15;
     parameters.depthMode = omlib::noDepth;
     parameters.depthStabilization = 0;
@@ -91,7 +91,7 @@ bool CameraStream::open(const std::optional<unsigned int>& serial, std::string& 
 
 bool CameraStream::next(om::SensorsData& record)
 {
-    // Any other failure passes by: the record is taken as it stands, mostly without a new sample.
+    // Any other failure is temporary: the record is used as it is, usually without a new sample.
     return m_camera.getSensorsData(record, omlib::latest) != omlib::cameraGone;
 }
 

@@ -1,5 +1,5 @@
 /// @file
-/// A camera that is kept running for its sensors.
+/// A camera that streams so that its sensors can be read.
 #pragma once
 
 #include "camera/camera_library.h"
@@ -11,8 +11,8 @@
 
 namespace samplelog {
 
-/// Opens a camera and grabs its frames, which nobody looks at, so that it goes on. open() and the
-/// destructor belong to one thread, next() to one thread at a time.
+/// Opens a camera and grabs its frames, which nobody uses, so that the camera keeps running. One
+/// thread calls open() and the destructor; next() may be called by one thread at a time.
 class CameraStream
 {
 public:
@@ -21,14 +21,15 @@ public:
     CameraStream(const CameraStream&) = delete;
     CameraStream& operator=(const CameraStream&) = delete;
 
-    /// @param serial of the camera; none for the first one with sensors
-    /// @param error  one line where it fails
+    /// @param serial serial number of the camera; none selects the first camera with sensors
+    /// @param error  one line if it fails
     bool open(const std::optional<unsigned int>& serial, std::string& error);
 
     const om::CameraInformation& information() const { return m_information; }
 
-    /// Waits up to some milliseconds for the next record of the sensors. A record may come again.
-    /// @return false once the camera is lost
+    /// Waits up to a few milliseconds for the next record of the sensors. The same record may be
+    /// returned more than once.
+    /// @return false if the camera is lost
     bool next(om::SensorsData& record);
 
 private:

@@ -12,7 +12,7 @@ namespace samplelog {
 
 namespace {
 
-/// What is wrong, and where the usage is shown.
+/// The error, and the command that shows the usage.
 std::string reason(const CLI::App& program, const CLI::ParseError& error)
 {
     std::string verbs;
@@ -20,7 +20,7 @@ std::string reason(const CLI::App& program, const CLI::ParseError& error)
          program.get_subcommands([](const CLI::App*) { return true; })) {
         verbs += (verbs.empty() ? "" : ", ") + sub->get_name();
     }
-    // What is unknown counts, not what it leaves missing.
+    // An unknown argument is reported before the argument that is then missing.
     const std::vector<std::string> strange = program.remaining(true);
     const std::vector<CLI::App*> used = program.get_subcommands();
     if (used.empty()) {

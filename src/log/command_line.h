@@ -12,27 +12,27 @@ class App;
 /// The program gravimon-log.
 namespace samplelog {
 
-/// What the program ends with.
+/// Exit status of the program.
 enum EXIT : int {
     DONE = 0,
     NOT_DONE = 1,    ///< the reason is on standard error
-    WRONG_USAGE = 2, ///< likewise
-    INCOMPLETE = 3,  ///< done, but samples are missing from what was recorded
+    WRONG_USAGE = 2, ///< the reason is on standard error
+    INCOMPLETE = 3,  ///< done, but the recording has missing samples
 };
 
-/// What a command line asks for. The call does it and returns the exit status.
+/// The work that a command line requests. The call does it and returns the exit status.
 using Action = std::function<int()>;
 
-// Each verb adds its subcommand with options and help. Where the command line names it, it puts
-// what is to be done into the action, which owns all that it needs.
+// Each function adds the subcommand of a verb with its options and help. If the command line names
+// the verb, the function's callback sets the action, which owns all its data.
 
 void addRecord(CLI::App& program, Action& action);
 void addConvert(CLI::App& program, Action& action);
 void addReport(CLI::App& program, Action& action);
 
-/// Reads the command line. Help and version are written to standard output, what is wrong in one
-/// line to standard error.
-/// @return none where there is nothing to do, with the exit status in status: DONE or WRONG_USAGE
+/// Reads the command line. Writes help and version to standard output, and an error in one line to
+/// standard error.
+/// @return none if there is nothing to do; status is then DONE or WRONG_USAGE
 std::optional<Action> readCommandLine(int argc, const char* const* argv, int& status);
 
 } // namespace samplelog

@@ -35,7 +35,7 @@ bool EndSignals::wait(std::chrono::nanoseconds time)
     if (!m_came) {
         m_came = now;
     } else if (now - *m_came > together) {
-        // Whoever asks again does not want to wait for a disk.
+        // A second signal means that the user does not want to wait for a disk.
         std::signal(number, SIG_DFL);
         pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
         std::raise(number);

@@ -8,16 +8,18 @@
 
 namespace samplelog {
 
-/// From construction to destruction SIGINT, SIGTERM and SIGHUP wait until they are requested, so
-/// that what is being written can be ended whole. One that the program was started with ignored, as
-/// by nohup, stays ignored. A limit of a file's size and a reader of the output that has gone away
-/// make a write fail, no more.
+/// From construction to destruction SIGINT, SIGTERM and SIGHUP are blocked and wait to be read, so
+/// that a file can be completed first. A signal that was ignored at the start, as with nohup, stays
+/// ignored. SIGXFSZ and SIGPIPE are ignored: a file size limit or a closed pipe only makes a write
+/// fail.
 ///
-/// On the thread of main(), before any other thread is started: those inherit it.
+/// Construct it on the thread of main() before any other thread is started, because threads inherit
+/// the signal mask.
 class EndSignals
 {
 public:
-    /// Signals that come together are one: the end of a login session sends SIGHUP behind SIGTERM.
+    /// Signals within this time count as one: the end of a login session sends SIGHUP after
+    /// SIGTERM.
     static constexpr std::chrono::milliseconds together{250};
 
     EndSignals();
@@ -25,8 +27,8 @@ public:
     EndSignals(const EndSignals&) = delete;
     EndSignals& operator=(const EndSignals&) = delete;
 
-    /// Whether one comes within the time, which is less than a second. A further one, later than
-    /// `together` after the first, ends the program at once.
+    /// Waits for a signal. A further signal, more than `together` after the first, ends the program
+    /// at once.
     bool wait(std::chrono::nanoseconds time);
 
 private:

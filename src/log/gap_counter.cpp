@@ -8,13 +8,13 @@ namespace samplelog {
 
 namespace {
 
-/// Weight of a new distance in the period.
+/// Weight of a new interval in the period.
 constexpr double share = 1.0 / 1024.0;
-/// How well the camera's rate must fit to count.
+/// Maximum relative deviation at which the camera's rate is used.
 constexpr double tolerance = 0.05;
 
-/// More than half of the samples may be missing, as on a machine that is too slow: then the usual
-/// distance is a multiple of the period, which the camera's own rate shows.
+/// On a slow machine more than half of the samples may be missing. The median interval is then a
+/// multiple of the period, which the camera's own rate reveals.
 std::uint64_t samplesIn(double distanceUs, float effectiveRate)
 {
     const double ratio = distanceUs * 1e-6 * static_cast<double>(effectiveRate);

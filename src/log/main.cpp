@@ -1,8 +1,8 @@
-// gravimon-log: every sample of a camera's sensors into a file, and what becomes of such files.
+// gravimon-log: records every sample of a camera's sensors, and works on recordings.
 
 #include "log/command_line.h"
 
-// NOLINTNEXTLINE(bugprone-exception-escape): what is out of memory ends here
+// NOLINTNEXTLINE(bugprone-exception-escape): a program without memory ends here
 int main(int argc, char** argv)
 {
     int status = samplelog::DONE;

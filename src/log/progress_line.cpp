@@ -13,8 +13,7 @@ namespace {
 
 constexpr std::chrono::milliseconds period{500};
 
-/// A text that reaches the terminal's edge goes on in the next line, which the next one leaves
-/// behind.
+/// A text wider than the terminal would wrap, and the next show() would rewrite its last line only.
 std::string fitting(const std::string& text)
 {
     winsize size = {};

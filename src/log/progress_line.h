@@ -7,16 +7,15 @@
 
 namespace samplelog {
 
-/// The last line of the terminal that standard output is, written again and again; nothing
-/// if it is not one.
+/// Rewrites the last line of the terminal. Does nothing if standard output is not a terminal.
 class ProgressLine
 {
 public:
     ProgressLine();
 
-    /// Whether there is a terminal, and the last show() is some time ago.
+    /// Whether there is a terminal and the last show() was long enough ago.
     bool isDue() const;
-    /// Waits for nothing: a terminal that is stopped is left alone.
+    /// Never blocks: writes nothing to a stopped terminal.
     void show(const std::string& text);
     void clear();
 

@@ -1,5 +1,5 @@
 /// @file
-/// The verb "record": a recording with its signals, its progress and its end.
+/// The verb "record": a recording with its signals, progress and summary.
 #pragma once
 
 #include "log/gap_counter.h"
@@ -10,17 +10,17 @@
 
 namespace samplelog {
 
-/// Records until the time is over or SIGINT, SIGTERM or SIGHUP comes, and then ends the file whole.
-/// Progress goes to standard output where that is a terminal, what was recorded goes there in any
-/// case, what is wrong to standard error. On the thread of main(), before any other one is started.
+/// Records until the time is over or SIGINT, SIGTERM or SIGHUP arrives, and completes the file.
+/// Writes the summary to standard output, the progress also if that is a terminal, and errors to
+/// standard error. Call it on the thread of main() before any other thread is started.
 /// @return the exit status
 int record(const RecordOptions& options);
 
-/// One line, without a line feed: time, rows, rate since the former state, gaps.
+/// One line without a line feed: time, rows, rate since the previous state, gaps.
 std::string progressText(const StreamState& former, const StreamState& now,
                          std::chrono::duration<double> silence);
 
-/// What a recording holds, one line without a line feed.
+/// Summary of a recording: one line without a line feed.
 std::string summaryText(const std::string& path, std::uint64_t rows, const StreamState& state);
 
 } // namespace samplelog

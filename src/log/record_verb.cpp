@@ -40,7 +40,7 @@ std::vector<std::string> names()
     return all;
 }
 
-/// What the main program's user has chosen there has no say here.
+/// The options that the user chose in the main program are not used here.
 void choose(const std::vector<std::string>& chosen, RecOptions& columns)
 {
     for (const Sensor& sensor : sensors) {

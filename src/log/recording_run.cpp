@@ -8,11 +8,11 @@ namespace samplelog {
 
 namespace {
 
-/// How often rows go to the file. A reader of the growing file is that much behind.
+/// Interval at which rows are written to the file. A reader of the growing file lags by this much.
 constexpr std::chrono::milliseconds writingPeriod{100};
-/// A camera without samples for that long has its --seconds counted by the machine's clock.
+/// If the camera sends no samples for this long, the duration is measured by the machine's clock.
 constexpr std::chrono::seconds longSilence{1};
-/// For the first sample.
+/// Time limit for the first sample.
 constexpr std::chrono::seconds patience{5};
 
 } // namespace
@@ -92,7 +92,7 @@ void RecordingRun::read()
             break;
         }
         const std::lock_guard<std::mutex> lock(m_mutex);
-        // On a disk that stands still for longer, samples are lost, and count as missing.
+        // If the disk blocks for longer, samples are lost and count as missing.
         if (m_waiting.size() < mostWaiting) {
             m_waiting.push_back(*made);
         }
@@ -110,8 +110,8 @@ void RecordingRun::write()
     for (bool goesOn = true; goesOn;) {
         {
             std::unique_lock<std::mutex> lock(m_mutex);
-            // The reading thread wakes nobody but at its end: it has to be there for the next
-            // sample.
+            // The reading thread wakes the writing one only at its end, so that it is ready for the
+            // next sample.
             m_readerEnded.wait_for(lock, writingPeriod, [this] { return !m_reads; });
             goesOn = m_reads;
             rows.swap(m_waiting);
@@ -137,7 +137,7 @@ void RecordingRun::write()
 
 bool RecordingRun::writeRows(const std::vector<TimedRow>& rows, std::string& error)
 {
-    /// Some 256 KiB: a long queue is not to double the memory.
+    /// About 256 KiB, so that a long queue does not double the memory.
     constexpr std::size_t mostAtOnce = 1024;
     std::size_t done = 0;
     do {

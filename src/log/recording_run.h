@@ -1,5 +1,5 @@
 /// @file
-/// One recording, from the opening of the camera to the closed file.
+/// One recording, from opening the camera to closing the file.
 #pragma once
 
 #include "log/camera_stream.h"
@@ -19,20 +19,20 @@
 
 namespace samplelog {
 
-/// What to record, and where to.
+/// What to record, and where.
 struct RecordOptions
 {
     std::string path;
     std::optional<unsigned int> serial; ///< none: the first camera with sensors
-    std::optional<double> seconds;      ///< of the camera's clock; none: until requestEnd()
-    RecOptions columns;                 ///< its switches
+    std::optional<double> seconds; ///< duration by the camera's clock; none: until requestEnd()
+    RecOptions columns;            ///< the switches of the columns
 };
 
-/// Records on threads of its own: one that does nothing but read the camera, so that no sample is
-/// lost, and one that writes. Between them is room for a disk that stands still for a minute.
+/// Records on two threads: one only reads the camera, so that no sample is lost, and one writes.
+/// The queue between them covers a disk that blocks for a minute.
 ///
-/// start(), then any thread may look at isRunning() and state() and call requestEnd(), then
-/// finish() on the thread of start().
+/// Call start() first and finish() last, on the same thread. In between any thread may call
+/// isRunning(), state() and requestEnd().
 class RecordingRun
 {
 public:
@@ -41,30 +41,30 @@ public:
     RecordingRun(const RecordingRun&) = delete;
     RecordingRun& operator=(const RecordingRun&) = delete;
 
-    /// Makes the file, opens the camera and begins. Where that fails no file stays behind.
+    /// Creates the file, opens the camera and starts to record. A failure leaves no file behind.
     /// @param error one line
     bool start(std::string& error);
 
-    /// False once everything is in the file, or nothing more can be.
+    /// False if all rows are in the file, or if no more can be written.
     bool isRunning() const { return m_running; }
-    /// Takes no lock and may be called at any time; the rows that came until then are written.
+    /// Takes no lock and may be called at any time. Rows that were read before are still written.
     void requestEnd() { m_ends = true; }
 
-    /// Of the rows that are in the file.
+    /// The counts of the rows that are in the file.
     StreamState state() const;
     /// Real time since the newest sample.
     std::chrono::duration<double> silence() const;
 
-    /// Rows in the file; after finish().
+    /// Number of rows in the file; call it after finish().
     std::uint64_t rows() const { return m_file.rows(); }
 
     /// Waits for the end.
-    /// @param error one line where the recording ended before it was to
+    /// @param error one line if the recording ended early
     bool finish(std::string& error);
 
     const om::CameraInformation& camera() const { return m_camera.information(); }
 
-    /// Rows between the threads, at most: a minute and more at 400 Hz.
+    /// Maximum number of rows between the threads: more than a minute at 400 Hz.
     static constexpr std::size_t mostWaiting = 32768;
 
 private:
@@ -72,7 +72,7 @@ private:
 
     void read();
     void write();
-    /// The share of one round of writing.
+    /// Writes the rows that are waiting.
     bool writeRows(const std::vector<TimedRow>& rows, std::string& error);
     bool isOver(std::uint64_t timeUs) const;
     void fail(const std::string& reason);
@@ -83,17 +83,17 @@ private:
 
     std::atomic<bool> m_ends{false};
     std::atomic<bool> m_running{false};
-    std::atomic<Clock::rep> m_newest{0};    ///< when the newest sample came
-    std::optional<std::uint64_t> m_firstUs; ///< of the reading thread
+    std::atomic<Clock::rep> m_newest{0};    ///< real time of the newest sample
+    std::optional<std::uint64_t> m_firstUs; ///< used by the reading thread
 
-    mutable std::mutex m_mutex; ///< guards what follows
+    mutable std::mutex m_mutex; ///< guards the members below
     std::condition_variable m_readerEnded;
     std::vector<TimedRow> m_waiting;
     bool m_reads = false;
     StreamState m_state;
     std::string m_error;
 
-    GapCounter m_counter; ///< of the writing thread
+    GapCounter m_counter; ///< used by the writing thread
     std::thread m_reader;
     std::thread m_writer;
 };

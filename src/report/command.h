@@ -1,5 +1,5 @@
 /// @file
-/// The report over recordings, from files to files.
+/// The verb "report": reads recordings and writes reports.
 #pragma once
 
 #include "report/model.h"
@@ -9,18 +9,18 @@
 
 namespace report {
 
-/// What to read and what to write. A path that is empty is not written.
+/// What to read and what to write. An empty path is not written.
 struct Command
 {
     std::vector<std::string> recordings;
     std::string htmlPath;
     std::string jsonPath;
     std::string pdfPath;
-    std::string yamlPath; ///< of one recording only
+    std::string yamlPath; ///< for one recording only
     Options options;
 };
 
-/// What run() ends with.
+/// Result of run().
 enum OUTCOME : int {
     JUDGED_GOOD = 0,    ///< no verdict failed
     NOT_REPORTED = 1,   ///< a file could not be read or written
@@ -29,8 +29,8 @@ enum OUTCOME : int {
 };
 
 /// Reads and judges the recordings, one after the other, and writes the files. Without a path it
-/// writes the verdicts to standard output only. What is wrong is written to standard error, in one
-/// line. Calls that come from several threads at once are not provided for.
+/// writes only the verdicts to standard output. Writes an error to standard error, in one line. One
+/// thread at a time.
 OUTCOME run(const Command& command);
 
 } // namespace report

@@ -54,7 +54,7 @@ void alignAxes(std::vector<std::vector<Topic>>& recordings)
     });
     each([&](Figure& figure) {
         if (figure.id == QLatin1String("interval-histogram")) {
-            return; // bars about different rates would be too thin to see
+            return; // with a common axis the bars of different rates would be too thin
         }
         const Axes& all = axes[figure.id];
         figure.plot->setAxisScale(QwtPlot::xBottom, all.x.minValue(), all.x.maxValue());

@@ -1,5 +1,5 @@
 /// @file
-/// The plots of a report. They need a QApplication; no display.
+/// The plots of a report. They need a QApplication, but no display.
 #pragma once
 
 #include "report/model.h"
@@ -15,7 +15,7 @@ namespace report {
 
 struct Figure
 {
-    QString id;      ///< the same for the same plot of another recording; letters, digits and "-"
+    QString id;      ///< the same plot has the same id in every recording; letters, digits and "-"
     QString caption; ///< plain text
     std::unique_ptr<QwtPlot> plot;
 
@@ -30,15 +30,15 @@ struct Topic
 {
     QString id;
     QString title;
-    std::vector<Figure> figures; ///< without those that the recording has no data for
+    std::vector<Figure> figures; ///< only those for which the recording has data
 };
 
 /// The plots of a recording, in the order in which a report shows them: topics "time", "interval",
-/// "allan", "spectrum", "gravity", "temperature", "magnetometer", "six-positions". Each is there,
-/// be it without figures.
+/// "allan", "spectrum", "gravity", "temperature", "magnetometer", "six-positions". All topics are
+/// present, some possibly without figures.
 std::vector<Topic> topicsOf(const RecordingReport& report);
 
-/// Gives plots of the same id the same axes, so that recordings can be compared by eye.
+/// Sets the same axes for plots with the same id, so that recordings can be compared by eye.
 void alignAxes(std::vector<std::vector<Topic>>& recordings);
 
 } // namespace report

@@ -16,7 +16,7 @@ namespace {
 using analysis::AllanPoint;
 using analysis::NoiseModel;
 
-/// A line through the points of the curve's averaging times.
+/// A line with a point at each averaging time of the curve.
 template <typename Value>
 QVector<QPointF> lineOver(const std::vector<AllanPoint>& points, const Value& value)
 {
@@ -30,7 +30,7 @@ QVector<QPointF> lineOver(const std::vector<AllanPoint>& points, const Value& va
     return line;
 }
 
-/// None where the deviation is zero throughout, which has no place on a logarithmic axis.
+/// None if the deviation is zero everywhere: a logarithmic axis has no zero.
 std::unique_ptr<QwtPlot> allanPlot(const AxisReport& axis, const QString& unit)
 {
     std::vector<AllanPoint> points;

@@ -169,7 +169,7 @@ std::unique_ptr<QwtPlot> timePlot(const RecordingReport& report, const Envelope&
         addZone(*plot, span.x / unit.seconds, std::max(span.y, span.x + column) / unit.seconds,
                 gapColour);
     }
-    // A band ends where a gap lies before its next part.
+    // A band ends at a gap.
     QVector<QwtIntervalSample> samples;
     auto gap = report.gapSpans.begin();
     const auto close = [&] {

@@ -19,7 +19,7 @@
 
 namespace report {
 
-// One topic each, in figures_<topic>.cpp. Without figures where the recording has no data for them.
+// One function per topic. A topic has no figures if the recording has no data for them.
 Topic timeTopic(const RecordingReport& report);
 Topic intervalTopic(const RecordingReport& report);
 Topic allanTopic(const RecordingReport& report);
@@ -33,8 +33,8 @@ Topic sixPositionsTopic(const RecordingReport& report);
 constexpr int standardHeight = 300;
 constexpr int lowHeight = 210;
 
-// Colours that stay apart for colour-blind eyes (M. Okabe, K. Ito, 2008). Colour is never the only
-// difference: lines differ in their dashes, points in their shapes.
+// Colours that colour-blind readers can distinguish (M. Okabe, K. Ito, 2008). Colour is never the
+// only difference: lines also differ in their dashes, points in their shapes.
 constexpr QColor blue(0, 114, 178);
 constexpr QColor lightBlue(190, 217, 233);
 constexpr QColor vermilion(213, 94, 0);
@@ -42,7 +42,7 @@ constexpr QColor green(0, 110, 80);
 constexpr QColor purple(160, 80, 130);
 constexpr QColor ink(32, 32, 32);
 
-/// Limits that hold all values and are not equal.
+/// The range of the values that were taken; after widen() its limits differ.
 struct Range
 {
     double low = 0.0;
@@ -53,7 +53,7 @@ struct Range
     void widen();
 };
 
-/// The unit in which a time of that length is read.
+/// The unit for the axis of a duration.
 struct TimeUnit
 {
     double seconds = 1.0;
@@ -66,7 +66,7 @@ TimeUnit timeUnit(double duration);
 /// Accelerometer or gyroscope.
 struct Sensor
 {
-    const InertialReport* report = nullptr; ///< none where the recording does not have the sensor
+    const InertialReport* report = nullptr; ///< null if the recording does not have the sensor
     QString id;                             ///< as in the figures' ids
     QString name;
     QString unit;
@@ -77,21 +77,21 @@ std::array<Sensor, 2> sensorsOf(const RecordingReport& report);
 /// An empty plot with axes and grid.
 std::unique_ptr<QwtPlot> makePlot(const QString& xTitle, const QString& yTitle, int plotHeight);
 
-/// An envelope over time, less the value given.
+/// An envelope over time, minus the value `less`.
 std::unique_ptr<QwtPlot> timePlot(const RecordingReport& report, const Envelope& envelope,
                                   const QString& yTitle, double less, int plotHeight);
 
-// Items of a plot, which the plot owns. An empty name does not stand in the legend.
+// Each adds an item, which the plot owns. An item with an empty name is not in the legend.
 void addLegend(QwtPlot& plot);
 void addLine(QwtPlot& plot, const QString& name, const QVector<QPointF>& points, const QPen& pen);
 void addDots(QwtPlot& plot, const QString& name, const QVector<QPointF>& points,
              const QColor& colour, QwtSymbol::Style shape);
 void addBand(QwtPlot& plot, const QString& name, const QVector<QwtIntervalSample>& samples,
              const QColor& fill, const QPen& edge);
-/// Shades a part of the x axis.
+/// Shades a range of the x axis.
 void addZone(QwtPlot& plot, double from, double to, const QColor& colour);
 
-/// @param margin share of the range that is added at either end
+/// @param margin share of the range that is added at both ends
 void setRange(QwtPlot& plot, int axis, Range range, double margin = 0.04);
 
 /// Adds the plot to the topic.

@@ -20,7 +20,7 @@ Topic sixPositionsTopic(const RecordingReport& report)
                          standardHeight);
     if (report.sixPositions && report.read.rows > 1) {
         const TimeUnit unit = timeUnit(report.timing.durationSeconds);
-        // Rows are close enough to even for a shade.
+        // The rows are even enough for the place of a shade.
         const double perRow =
             report.timing.durationSeconds / static_cast<double>(report.read.rows - 1);
         for (const analysis::Rest& rest : report.sixPositions->rests) {

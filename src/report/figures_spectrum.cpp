@@ -26,7 +26,7 @@ std::unique_ptr<QwtPlot> spectrumPlot(const analysis::Spectrum& spectrum, const 
     const double last = static_cast<double>(spectrum.density.size() - 1) * first;
     std::map<int, std::pair<double, double>> columns;
     Range values;
-    // Without the highest frequency, which has half of the others' density.
+    // The highest frequency is left out: it has half the density of the others.
     for (std::size_t i = 1; i + 1 < spectrum.density.size(); ++i) {
         const double value = std::sqrt(spectrum.density[i]);
         if (!(value > 0.0)) {
@@ -54,7 +54,7 @@ std::unique_ptr<QwtPlot> spectrumPlot(const analysis::Spectrum& spectrum, const 
     }
     addBand(*plot, QString(), samples, blue, QPen(blue, 1.2));
     plot->setAxisScale(QwtPlot::xBottom, first, last);
-    // A decade at least, so that white noise looks even.
+    // At least a decade, so that white noise looks flat.
     const double margin = std::max(1.5, std::sqrt(10.0 * values.low / values.high));
     plot->setAxisScale(QwtPlot::yLeft, values.low / margin, values.high * margin);
     return plot;

@@ -15,7 +15,7 @@ using json = nlohmann::ordered_json;
 
 constexpr std::array<const char*, 4> temperatureNames{"left_c", "right_c", "imu_c", "barometer_c"};
 
-/// An object whose missing values have their reasons beside them.
+/// A JSON object that also has the reasons of its missing values.
 class Object
 {
 public:

@@ -14,8 +14,8 @@ namespace report {
 
 nlohmann::ordered_json jsonOf(const RecordingReport& report);
 
-/// That of one recording, or an object with the array `recordings` of several. Ends in a line feed;
-/// valid UTF-8, whatever the names of the files.
+/// The object of one recording, or an object with the array `recordings` for several. Ends with a
+/// line feed. Valid UTF-8, whatever the file names are.
 std::string jsonText(const std::vector<RecordingReport>& reports);
 
 } // namespace report

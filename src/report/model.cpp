@@ -18,9 +18,9 @@ using analysis::Timing;
 
 constexpr std::size_t mostGaps = 1000;
 constexpr std::size_t mostReadings = 1000;
-/// Rows at less than this share of the sensor's rate are a choice of its samples.
+/// A file with a lower share of the sensor's rate is decimated.
 constexpr double leastRateShare = 0.9;
-/// Values beyond which a run at one end of an axis is the end of the sensor's range and not noise.
+/// A run at the end of an axis counts as the end of the sensor's range only beyond these values.
 constexpr double leastSaturatedAcceleration = 15.0;     // m/s^2
 constexpr double leastSaturatedAngularVelocity = 100.0; // degrees per second
 
@@ -68,14 +68,14 @@ std::optional<TemperatureReport> analyseTemperatures(const Recording& recording)
         const auto [lowest, highest] = std::minmax_element(values.begin(), values.end());
         report.minimum[i] = *lowest;
         report.maximum[i] = *highest;
-        // What is 0 throughout is a sensor that is not there.
+        // A sensor that is always 0 does not exist.
         any = any || *lowest != 0.0 || *highest != 0.0;
         report.envelopes[i] = envelopeOf(recording.temperatureTimes, values, 240);
     }
     return any ? std::make_optional(report) : std::nullopt;
 }
 
-/// Finds the rest, and describes it in the report; without one the report has the reason.
+/// Finds the rest and describes it in the report. Without a rest the report has the reason.
 std::optional<Rest> findRest(const Recording& recording, RecordingReport& report)
 {
     const std::optional<Rows> rows = longestRest(recording);
@@ -114,7 +114,7 @@ void analyseSixPositions(const Recording& recording, RecordingReport& report)
     }
 }
 
-/// Sample numbers of a series without them.
+/// Consecutive sample numbers, for a series without numbers.
 std::vector<std::uint32_t> counted(std::size_t count)
 {
     std::vector<std::uint32_t> numbers(count);

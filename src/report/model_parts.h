@@ -1,5 +1,5 @@
 /// @file
-/// The part of analyse() over accelerometer and gyroscope.
+/// The part of analyse() for accelerometer and gyroscope.
 #pragma once
 
 #include "report/model.h"
@@ -11,7 +11,8 @@
 
 namespace report {
 
-/// Part of a series; the series itself where the part is all of it.
+/// A part of a series. A part that is the whole series is not copied; the series must then outlive
+/// it.
 template <typename T>
 class Part
 {
@@ -36,22 +37,22 @@ private:
     const std::vector<T>* m_values = nullptr;
 };
 
-/// Timing of the rows at rest, and those rows.
+/// The rows at rest, and their timing.
 struct Rest
 {
     Rows rows;
     analysis::Timing timing;
 };
 
-/// @param rest none where the camera was never at rest: then without noise and spectrum
+/// @param rest none if the camera was never at rest; the result then has no noise and no spectrum
 /// @param leastSaturated a run at one end of an axis is the end of the sensor's range only beyond
 /// this value; unit of the sensor
-/// @param periodSeconds distance of the samples
+/// @param periodSeconds interval of the samples
 InertialReport analyseInertial(const analysis::Recording& recording,
                                const analysis::Vectors& vectors, const std::optional<Rest>& rest,
                                double leastSaturated, double periodSeconds);
 
-/// Needs the acceleration.
+/// The recording must have the acceleration, and `rest` at least one row.
 GravityReport analyseGravity(const analysis::Recording& recording, const Rows& rest);
 
 } // namespace report

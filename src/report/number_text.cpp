@@ -13,7 +13,7 @@ std::string number(double value, int digits)
         return "-";
     }
     if (value == 0.0) {
-        return "0"; // also what is negative
+        return "0"; // no sign for -0
     }
     const double size = std::abs(value);
     std::array<char, 64> text{};

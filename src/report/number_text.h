@@ -1,5 +1,5 @@
 /// @file
-/// Numbers for people, the same in every locale.
+/// Numbers as text for readers, the same in every locale.
 #pragma once
 
 #include <cstdint>
@@ -7,11 +7,11 @@
 
 namespace report {
 
-/// With so many significant digits; an exponent only below 1e-4 and from 1e6 on. "-" for what is no
-/// finite number.
+/// With the given number of significant digits; with an exponent only below 1e-4 and from 1e6 on.
+/// "-" if the value is not finite.
 std::string number(double value, int digits = 4);
 
-/// Without an exponent, with as many digits as it takes: for limits.
+/// Without an exponent, with as many digits as needed: for limits.
 std::string plainNumber(double value);
 
 /// A count.

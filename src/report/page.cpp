@@ -28,7 +28,7 @@ Figure* findFigure(std::vector<Topic>& topics, std::size_t topic, const QString&
     return nullptr;
 }
 
-/// The figures of a topic: of several recordings the same ones side by side.
+/// The figures of a topic. Those of several recordings are side by side.
 QString topicHtml(std::vector<std::vector<Topic>>& recordings, std::size_t topic,
                   const std::vector<RecordingReport>& reports)
 {

@@ -12,27 +12,27 @@
 
 namespace report {
 
-/// Everything in one file: no script, nothing from the network, plots as SVG inside. Needs a
+/// Everything in one file: no scripts, nothing from the network, plots as SVG. Needs a
 /// QApplication.
-/// @param topics of the reports, in the same order, with axes that are aligned
+/// @param topics the plots of the reports, in the same order, with aligned axes
 QByteArray pageOf(const std::vector<RecordingReport>& reports,
                   std::vector<std::vector<Topic>>& topics);
 
-// Parts that other documents take too. They are HTML of tables and paragraphs.
+// Parts that the PDF also uses. They are HTML with tables and paragraphs only.
 
-/// Model and serial number, or the file's name where they are not known. Plain text.
+/// Model and serial number, or the file name if they are unknown. Plain text.
 QString nameOfRecording(const RecordingReport& report);
 
-/// The warnings that stand above everything else; empty where there are none.
+/// The warnings for the top of the report; empty if there are none.
 QString warningsHtml(const std::vector<RecordingReport>& reports);
 
-/// The verdicts: of one recording with limit and reason, of several side by side.
+/// The verdicts. Those of one recording have limit and reason, those of several are side by side.
 QString verdictsHtml(const std::vector<RecordingReport>& reports);
 
 /// Coefficients with their intervals, and the numbers of timing and magnetometer.
 QString numbersHtml(const std::vector<RecordingReport>& reports);
 
-/// What the words mean, with formulas.
+/// Definitions of the terms, with formulas.
 QString definitionsHtml();
 
 } // namespace report

@@ -13,7 +13,7 @@ namespace {
 using analysis::Coefficient;
 using analysis::NoiseModel;
 
-/// What is not observable has its reason in the verdicts.
+/// The verdicts have the reason why a coefficient is not observable.
 QString valueHtml(const Coefficient& coefficient)
 {
     if (!coefficient.value) {
@@ -27,7 +27,7 @@ struct Row
 {
     QString name;
     QString unit;
-    std::vector<QString> values; ///< HTML, one a recording
+    std::vector<QString> values; ///< HTML, one per recording
 };
 
 template <typename Value>

@@ -20,10 +20,10 @@ QString escaped(const std::string& utf8);
 /// Name of the style's class.
 const char* classOf(STATE state);
 
-/// A sign and a word: the state does not show by its colour alone. Plain text.
+/// A sign and a word, so that colour is not the only difference between states. Plain text.
 QString stateText(STATE state);
 
-/// Heads of a table with one column a recording.
+/// Header cells of a table with one column per recording.
 QString headsOf(const std::vector<RecordingReport>& reports);
 
 } // namespace report

@@ -34,7 +34,7 @@ QString verdictsOfOne(const RecordingReport& report)
     return html + "</tbody></table>\n";
 }
 
-/// One row a verdict that any of the recordings has.
+/// One row for each verdict that any recording has.
 QString verdictsOfSeveral(const std::vector<RecordingReport>& reports)
 {
     std::vector<const Verdict*> rows;
@@ -57,7 +57,7 @@ QString verdictsOfSeveral(const std::vector<RecordingReport>& reports)
             }
         }
     }
-    // The worst first, whichever recording has it.
+    // The row with the worst verdict of any recording is first.
     const auto rank = [&](const std::string& id) {
         int worst = rankOf(STATE::UNKNOWN);
         for (const RecordingReport& report : reports) {

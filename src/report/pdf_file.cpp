@@ -18,7 +18,7 @@ namespace report {
 
 namespace {
 
-constexpr int dotsPerInch = 96; // as that of the plots: fonts keep their sizes
+constexpr int dotsPerInch = 96; // the same as in the plots, so that fonts keep their sizes
 constexpr double marginMillimetres = 15.0;
 constexpr double gap = 12.0; // dots, between plots
 /// Of the text: 9 points.
@@ -51,7 +51,7 @@ public:
         m_top = 0.0;
     }
 
-    /// Text that goes on over as many pages as it needs, from a new page on where one is begun.
+    /// Adds text on as many pages as it needs. It starts on a new page.
     void addText(const QString& html)
     {
         if (m_top > 0.0) {
@@ -60,7 +60,7 @@ public:
         QTextDocument document;
         document.setDocumentMargin(0.0);
         document.setDefaultFont(font(textPixels));
-        document.documentLayout(); // takes the size below
+        document.documentLayout(); // creates the layout that uses the size below
         document.setDefaultStyleSheet(QStringLiteral(
             "h1 { font-size: 20px; } h2 { font-size: 15px; } .failed { color: #a30000; } "
             ".warned { color: #7a4300; } .passed { color: #00563b; } .warning { color: #7a4300; "
@@ -77,7 +77,7 @@ public:
             document.drawContents(&m_painter, QRectF(0.0, page * m_height, m_width, m_height));
             m_painter.restore();
         }
-        m_top = m_height; // what follows begins a page
+        m_top = m_height; // the next content starts a new page
     }
 
     void addHeading(const QString& text, double roomBelow)
@@ -170,7 +170,7 @@ private:
     double m_top = 0.0;
 };
 
-/// Rows of two: neighbours of one recording, or the same plot of two recordings and more.
+/// Rows of two plots: the next two of one recording, or the same plot of two recordings.
 std::vector<std::vector<Figure*>> rowsOf(std::vector<std::vector<Topic>>& recordings,
                                          std::size_t topic)
 {

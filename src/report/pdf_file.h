@@ -11,9 +11,8 @@
 
 namespace report {
 
-/// Pages of A4: warnings, verdicts, numbers, plots two beside each other, definitions. Needs a
-/// QApplication.
-/// @param topics of the reports, in the same order, with axes that are aligned
+/// A4 pages: warnings, verdicts, numbers, plots in pairs, definitions. Needs a QApplication.
+/// @param topics the plots of the reports, in the same order, with aligned axes
 QByteArray pdfOf(const std::vector<RecordingReport>& reports,
                  std::vector<std::vector<Topic>>& topics);
 

@@ -1,5 +1,5 @@
 /// @file
-/// Texts of the model as Qt's.
+/// Converts texts of the model to Qt's.
 #pragma once
 
 #include <QString>

@@ -14,16 +14,17 @@ using analysis::Recording;
 using analysis::Vectors;
 
 constexpr Nanoseconds windowLength = 1'000'000'000;
-/// Neighbouring seconds of a resting camera differ by less than this, whatever the noise.
+/// Mean values of neighbouring seconds at rest differ by less than this, or by less than the noise
+/// explains.
 constexpr double mostAccelerationStep = 0.3;    // m/s^2
 constexpr double mostAngularVelocityStep = 2.0; // degrees per second
-/// A turn at an even rate has no steps of the angular velocity.
+/// Maximum angular velocity at rest: a turn at a constant rate has no steps.
 constexpr double mostAngularVelocity = 20.0; // degrees per second
 constexpr double noiseFactor = 6.0;
 constexpr std::size_t leastWindows = 2;
 
-/// Mean of the samples of a window without the lowest and the highest, so that a single spike is no
-/// motion, and how far the mean itself strays by noise.
+/// Mean of the samples of a window without the lowest and the highest one, so that a single spike
+/// is not motion; and the mean's own deviation by noise.
 struct Mean
 {
     std::array<double, 3> value{};
@@ -106,7 +107,7 @@ std::optional<Rows> longestRest(const Recording& recording)
     }
     std::vector<Rows> windows = windowsOf(recording.times);
     if (windows.size() > leastWindows) {
-        // The rest of a second at the end has too few samples for a mean of its own.
+        // An incomplete second at the end has too few samples for a mean of its own.
         const Rows last = windows.back();
         windows.pop_back();
         windows.back().end = last.end;

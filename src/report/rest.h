@@ -9,7 +9,7 @@
 
 namespace report {
 
-/// Rows from `first` up to, without, `end`.
+/// Rows from `first` up to, but not including, `end`.
 struct Rows
 {
     std::size_t first = 0;
@@ -19,10 +19,10 @@ struct Rows
 };
 
 /// The longest run of whole seconds in which neither the mean acceleration nor the mean angular
-/// velocity jumps by more than the noise explains. Slow changes of a bias are no motion. The first
-/// and the last part of a second belong to the run that they border on.
-/// @return none where there is neither accelerometer nor gyroscope, or no two seconds of rest in a
-///         recording that has more than two seconds
+/// velocity jumps by more than the noise explains. Slow changes of a bias are not motion. The
+/// incomplete first and last seconds belong to the adjacent run.
+/// @return none if the recording has neither accelerometer nor gyroscope, or if it is longer than
+/// two seconds and has no two seconds of rest
 std::optional<Rows> longestRest(const analysis::Recording& recording);
 
 } // namespace report

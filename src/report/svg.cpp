@@ -25,7 +25,7 @@ QByteArray svgOf(QwtPlot& plot, const QString& prefix, const QString& label)
         renderer.renderTo(&plot, generator);
     }
     QString text = QString::fromUtf8(buffer.data());
-    // The element begins behind declaration, size, title and description of the generator.
+    // The generator writes declaration, size, title and description before the content.
     const int open = text.indexOf(QLatin1String("<svg"));
     const int content = text.indexOf(QLatin1String("<defs>"), open);
     text = text.mid(content);

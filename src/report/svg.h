@@ -9,9 +9,9 @@ class QwtPlot;
 
 namespace report {
 
-/// The element alone, without declaration, size or font of the machine: the page's style decides on
-/// them. Names inside begin with the prefix, so that several elements stand in one page.
-/// @param label what a screen reader says; plain text
+/// The element without declaration, size and font, which the page's style sets. All names in it
+/// start with the prefix, so that one page can contain several elements.
+/// @param label description for screen readers; plain text
 QByteArray svgOf(QwtPlot& plot, const QString& prefix, const QString& label);
 
 } // namespace report

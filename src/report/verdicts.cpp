@@ -78,7 +78,7 @@ void judge(RecordingReport& report)
     judgeMagnetometer(report, verdicts);
     judgeTemperature(report, verdicts);
     judgeSixPositions(report, verdicts);
-    // The worst first: a reader stops after some lines.
+    // The worst are first, because a reader may stop after a few lines.
     std::stable_sort(verdicts.begin(), verdicts.end(), [&](const Verdict& a, const Verdict& b) {
         return rankOf(a.state) < rankOf(b.state);
     });

@@ -1,9 +1,9 @@
 /// @file
-/// The verdicts over a recording, and the limits behind them.
+/// The verdicts on a recording, and their limits.
 ///
-/// A limit that no standard gives is ours, and its verdict says so. Those of noise follow what data
-/// sheets state for inertial sensors of micromachined silicon: "good" is what the better ones have,
-/// "usual" the worst that is common in devices for consumers.
+/// A limit without a standard is our own, and its verdict says so. The limits of noise follow the
+/// data sheets of inertial sensors of micromachined silicon: "good" is the level of the better
+/// ones, "usual" the worst level that is common in consumer devices.
 #pragma once
 
 #include "report/model.h"
@@ -13,14 +13,14 @@
 
 namespace report {
 
-/// Limits of one coefficient. Up to `good` it passes, up to `usual` with a warning.
+/// Limits of one coefficient. Up to `good` it passes; up to `usual` it has a warning.
 struct NoiseLimit
 {
     double good = 0.0;
     double usual = 0.0;
 };
 
-/// All three of a sensor, in the unit of its samples.
+/// The limits of a sensor's three coefficients, in terms of the unit of its samples.
 struct NoiseLimits
 {
     NoiseLimit density;
@@ -39,7 +39,7 @@ constexpr NoiseLimits gyroscopeLimits{
     {0.0005, 0.005} // deg/s^2/sqrt(Hz)
 };
 
-/// uT; each is the double of the one before.
+/// uT; each is twice the one before.
 constexpr std::array<double, 4> residualLimits{0.4, 0.8, 1.6, 3.2};
 constexpr std::array<const char*, 5> residualNames{"excellent", "good", "usable", "poor",
                                                    "useless"};
@@ -50,13 +50,13 @@ std::size_t residualClass(double residualRms);
 /// "passed", "warning", "failed", "not judged".
 const char* nameOf(STATE state);
 
-/// Place in a table that has the worst first: 0 FAILED, 1 WARNED, 2 PASSED, 3 UNKNOWN.
+/// Rank in a table with the worst state first: 0 FAILED, 1 WARNED, 2 PASSED, 3 UNKNOWN.
 int rankOf(STATE state);
 
-/// Why the coefficient has no value: that of the analysis, or that there was no rest.
+/// The reason why the coefficient has no value: that of the analysis, or the lack of a rest.
 std::string reasonOf(const RecordingReport& report, const analysis::Coefficient& coefficient);
 
-/// Fills the warning and the verdicts from everything else.
+/// Sets the warning and the verdicts of the report from its other members.
 void judge(RecordingReport& report);
 
 } // namespace report

@@ -114,7 +114,7 @@ void judgeHealth(const RecordingReport& report, const Sensor& sensor,
     }
 }
 
-/// One coefficient of all axes.
+/// Judges one coefficient of all axes.
 void judgeCoefficient(const RecordingReport& report, const Sensor& sensor, const char* id,
                       const char* name, const std::string& unit, const NoiseLimit& limit,
                       Coefficient analysis::NoiseModel::*member, std::vector<Verdict>& verdicts)

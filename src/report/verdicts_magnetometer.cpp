@@ -47,7 +47,7 @@ void judgeMagnetometer(const RecordingReport& report, std::vector<Verdict>& verd
         coverage.value = number(gaps, 3) + " areas empty";
         coverage.state = within(gaps, mostCoverageGaps, mostCovered);
         if (coverage.state == STATE::FAILED) {
-            // What is not seen is no fault of the sensor.
+            // Missing coverage is not a fault of the sensor.
             coverage.state = STATE::WARNED;
         }
     } else {

@@ -17,7 +17,7 @@ void judgeInertial(const RecordingReport& report, std::vector<Verdict>& verdicts
 void judgeMagnetometer(const RecordingReport& report, std::vector<Verdict>& verdicts);
 void judgeTemperature(const RecordingReport& report, std::vector<Verdict>& verdicts);
 
-/// Nothing where the six positions are not requested.
+/// Adds nothing if the six positions are not requested.
 void judgeSixPositions(const RecordingReport& report, std::vector<Verdict>& verdicts);
 
 /// PASSED up to `good`, WARNED up to `usual`, FAILED above.

@@ -16,7 +16,7 @@ using analysis::NoiseModel;
 
 constexpr double radians = 3.14159265358979323846 / 180.0;
 
-/// With a point also in whole numbers, so that a reader takes it for no integer.
+/// Whole numbers have a decimal point too, so that a reader does not take them for integers.
 std::string yamlNumber(double value)
 {
     std::array<char, 64> text{};
@@ -25,7 +25,7 @@ std::string yamlNumber(double value)
     return {text.data(), result.ptr};
 }
 
-/// A comment is one line, whatever the text.
+/// Makes one comment line of any text.
 std::string comment(const std::string& text)
 {
     std::string line = "# ";

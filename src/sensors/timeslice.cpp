@@ -9,8 +9,8 @@ namespace timeslice {
 
 namespace {
 
-/// struct sched_attr in its first form, which every kernel since 3.14 takes; Debian's C library
-/// does not declare it.
+/// The first version of struct sched_attr, which every kernel since 3.14 accepts. Debian's C
+/// library does not declare it.
 struct Attributes
 {
     std::uint32_t size = sizeof(Attributes);
@@ -18,7 +18,7 @@ struct Attributes
     std::uint64_t flags = 0;
     std::int32_t nice = 0;
     std::uint32_t priority = 0;
-    std::uint64_t runtime = 0; // ns; the slice where the policy is the ordinary one
+    std::uint64_t runtime = 0; // ns; the slice under the normal scheduling policy
     std::uint64_t deadline = 0;
     std::uint64_t period = 0;
 };
@@ -37,7 +37,7 @@ std::optional<Attributes> attributesOf(int threadId)
 
 bool askForShortest()
 {
-    // Whatever else the user has set for the program, its nice value above all, stays.
+    // The other attributes, such as the nice value, stay as the user set them.
     std::optional<Attributes> attributes = attributesOf(0);
     if (!attributes) {
         return false;
