@@ -81,13 +81,15 @@ private:
                        {probe().curveRawXY(), &probe().rawX, &probe().rawY},
                        {probe().curveRawXZ(), &probe().rawX, &probe().rawZ},
                        {probe().curveRawYZ(), &probe().rawY, &probe().rawZ}}};
-        for (const auto& [curve, x, y] : curves)
+        for (const auto& [curve, x, y] : curves) {
             curve->setSamples(*x, *y);
+        }
         for (const auto& [curve, x, y] :
              {std::tuple{probe().curveLastXY(), &probe().rawX, &probe().rawY},
               std::tuple{probe().curveLastXZ(), &probe().rawX, &probe().rawZ},
-              std::tuple{probe().curveLastYZ(), &probe().rawY, &probe().rawZ}})
+              std::tuple{probe().curveLastYZ(), &probe().rawY, &probe().rawZ}}) {
             curve->setSamples(&x->constLast(), &y->constLast(), 1);
+        }
     }
 
     void drawEllipses()
@@ -96,9 +98,12 @@ private:
         ui->widget_plot_XY->setFitEllipse(CalibPlot::PLANE_XY, -32.0F, -20.0F, 101.0F, 89.0F);
         ui->widget_plot_XZ->setFitEllipse(CalibPlot::PLANE_XZ, -32.0F, -60.0F, 101.0F, 98.0F);
         ui->widget_plot_YZ->setFitEllipse(CalibPlot::PLANE_YZ, -20.0F, -60.0F, 89.0F, 98.0F);
-        for (CalibPlot* const plot : {ui->widget_plot_mixed_raw, ui->widget_plot_calibrated})
-            for (const auto plane : {CalibPlot::PLANE_XY, CalibPlot::PLANE_XZ, CalibPlot::PLANE_YZ})
+        for (CalibPlot* const plot : {ui->widget_plot_mixed_raw, ui->widget_plot_calibrated}) {
+            for (const auto plane :
+                 {CalibPlot::PLANE_XY, CalibPlot::PLANE_XZ, CalibPlot::PLANE_YZ}) {
                 plot->setFitEllipse(plane, -1.0F, -1.0F, 2.0F, 2.0F);
+            }
+        }
     }
 
     DialogFixture m_fixture;
@@ -108,8 +113,9 @@ template <void (HeldDialog::*Step)()>
 void run(benchmark::State& state)
 {
     HeldDialog dialog(static_cast<int>(state.range(0)));
-    for (auto _ : state)
+    for (auto _ : state) {
         (dialog.*Step)();
+    }
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
@@ -142,8 +148,9 @@ int main(int argc, char** argv)
 {
     const QApplication application(argc, argv);
     benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return 1;
+    }
     benchmark::RunSpecifiedBenchmarks();
     return 0;
 }

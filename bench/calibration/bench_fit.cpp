@@ -26,8 +26,9 @@ const clouds::Cloud& cloud(int count)
 {
     static std::map<int, clouds::Cloud> all;
     const auto found = all.find(count);
-    if (found != all.end())
+    if (found != all.end()) {
         return found->second;
+    }
     return all[count] = clouds::onEllipsoid(count, {18.5, 24.0, -11.5}, {50.9, 44.6, 49.0}, 0.25);
 }
 
@@ -46,8 +47,9 @@ public:
         std::fprintf(m_in, "%s\n", command.c_str());
         std::fflush(m_in);
         char line[400];
-        if (!std::fgets(line, sizeof line, m_out))
+        if (!std::fgets(line, sizeof line, m_out)) {
             throw std::runtime_error("numpy does not answer");
+        }
         std::string answer(line);
         answer.pop_back();
         return answer;
@@ -59,14 +61,16 @@ public:
         const int file = ::mkstemp(path);
         for (const Eigen::VectorXd* const axis : {&samples.x, &samples.y, &samples.z}) {
             const auto bytes = static_cast<std::size_t>(axis->size()) * sizeof(double);
-            if (::write(file, axis->data(), bytes) != static_cast<ssize_t>(bytes))
+            if (::write(file, axis->data(), bytes) != static_cast<ssize_t>(bytes)) {
                 throw std::runtime_error("cannot write the samples");
+            }
         }
         ::close(file);
         const std::string answer = ask(std::string("load ") + path);
         ::unlink(path);
-        if (answer != "ok " + std::to_string(samples.x.size()))
+        if (answer != "ok " + std::to_string(samples.x.size())) {
             throw std::runtime_error("numpy has read " + answer);
+        }
     }
 
 private:
@@ -74,14 +78,16 @@ private:
     {
         int in[2];
         int out[2];
-        if (::pipe(in) != 0 || ::pipe(out) != 0)
+        if (::pipe(in) != 0 || ::pipe(out) != 0) {
             throw std::runtime_error("no pipes");
+        }
         m_child = ::fork();
         if (m_child == 0) {
             ::dup2(in[0], 0);
             ::dup2(out[1], 1);
-            for (const int end : {in[0], in[1], out[0], out[1]})
+            for (const int end : {in[0], in[1], out[0], out[1]}) {
                 ::close(end);
+            }
             const char* const chosen = std::getenv("GRAVIMON_PYTHON");
             const char* const python = chosen ? chosen : GRAVIMON_NUMPY_PYTHON;
             ::execlp(python, python, GRAVIMON_FIT_NUMPY, static_cast<char*>(nullptr));
@@ -146,8 +152,9 @@ void fitByNumpy(benchmark::State& state)
 
 void counts(benchmark::internal::Benchmark* benchmark)
 {
-    for (const int count : {101, 1000, 10000, 100000})
+    for (const int count : {101, 1000, 10000, 100000}) {
         benchmark->Arg(count);
+    }
 }
 
 BENCHMARK(fit)->Apply(counts)->Unit(benchmark::kMicrosecond)->UseRealTime();

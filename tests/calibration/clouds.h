@@ -35,8 +35,9 @@ inline Cloud onEllipsoid(int count, const Eigen::Vector3d& center, const Eigen::
         const Eigen::Vector3d direction(across * std::cos(golden * i), up,
                                         across * std::sin(golden * i));
         Eigen::Vector3d sample = center + turn * direction.cwiseProduct(radii);
-        for (int axis = 0; axis < 3; ++axis)
+        for (int axis = 0; axis < 3; ++axis) {
             sample[axis] += noise * white(generator);
+        }
         cloud.x[i] = sample.x();
         cloud.y[i] = sample.y();
         cloud.z[i] = sample.z();

@@ -23,8 +23,9 @@ public:
     {
         bench.camera(serial)->readerScript().set({benchcamera::record(1, 1)});
         bench.camera(serial)->poseScript().set({benchcamera::pose(2, 0.5F, 33.0, 77.5)});
-        if (withDialog)
+        if (withDialog) {
             open();
+        }
     }
 
     ~DialogFixture() { close(); }
@@ -35,8 +36,9 @@ public:
     {
         dialog = std::make_unique<MagCalibDlg>(static_cast<int>(serial), nullptr);
         probe = std::make_unique<MagCalibDlgProbe>(MagCalibDlgProbe{*dialog});
-        if (!probe->mcuClosed)
+        if (!probe->mcuClosed) {
             waitForThread();
+        }
     }
 
     /// The thread has started its loop; a dialog that is left before would not join it.
@@ -48,8 +50,9 @@ public:
     /// Deletes the dialog. A thread that gave up is joined first, which the dialog itself does not.
     void close()
     {
-        if (probe && !running() && probe->grabThread.joinable())
+        if (probe && !running() && probe->grabThread.joinable()) {
             probe->grabThread.join();
+        }
         probe.reset();
         dialog.reset();
     }

@@ -21,8 +21,9 @@ void MessageBoxes::expect(const QString& button, std::function<void()> whileOpen
 void MessageBoxes::look()
 {
     auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-    if (!box || !box->isVisible() || m_busy)
+    if (!box || !box->isVisible() || m_busy) {
         return;
+    }
     m_busy = true;
 
     SeenBox now;
@@ -43,24 +44,28 @@ void MessageBoxes::look()
     std::sort(placed.begin(), placed.end(), [](const QAbstractButton* a, const QAbstractButton* b) {
         return a->mapToGlobal({}).x() < b->mapToGlobal({}).x();
     });
-    for (const QAbstractButton* const button : placed)
+    for (const QAbstractButton* const button : placed) {
         now.leftToRight.append(button->text());
+    }
 
     Expectation wanted;
-    if (m_expected.isEmpty())
+    if (m_expected.isEmpty()) {
         ++unexpected;
-    else
+    } else {
         wanted = m_expected.takeFirst();
-    if (wanted.whileOpen)
+    }
+    if (wanted.whileOpen) {
         wanted.whileOpen();
+    }
 
     QAbstractButton* answer = box->buttons().constLast();
     if (!wanted.button.isEmpty()) {
         const int index = now.buttons.indexOf(wanted.button);
-        if (index < 0)
+        if (index < 0) {
             ++unexpected;
-        else
+        } else {
             answer = box->buttons().at(index);
+        }
     }
     now.pressed = answer->text();
     seen.append(now);

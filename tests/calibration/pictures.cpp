@@ -36,14 +36,18 @@ void pass(std::chrono::milliseconds time)
         const auto before = source->newest(STREAM::MAGNETOMETER, bench.clock().now());
         bench.log().clear();
         bench.clock().advance(step);
-        if (source->newest(STREAM::MAGNETOMETER, bench.clock().now()) == before)
+        if (source->newest(STREAM::MAGNETOMETER, bench.clock().now()) == before) {
             continue;
-        if (!waiting::waitFor([&] { return bench.log().count(CALL::MCU_CALC_MAG_HEADING) > 0; }))
+        }
+        if (!waiting::waitFor([&] { return bench.log().count(CALL::MCU_CALC_MAG_HEADING) > 0; })) {
             qFatal("no reading comes");
+        }
         // The next read means that this reading has been handled.
         const std::uint64_t reads = bench.log().count(CALL::MCU_GET_READER_DATA);
-        if (!waiting::waitFor([&] { return bench.log().count(CALL::MCU_GET_READER_DATA) > reads; }))
+        if (!waiting::waitFor(
+                [&] { return bench.log().count(CALL::MCU_GET_READER_DATA) > reads; })) {
             qFatal("no reading comes");
+        }
         QCoreApplication::processEvents();
     }
     QTest::qWait(350); // for the labels
@@ -80,8 +84,9 @@ int main(int argc, char** argv)
     const MagCalibDlgProbe probe{dialog};
     dialog.show();
     if (!QTest::qWaitForWindowExposed(&dialog) ||
-        !QTest::qWaitFor([&probe] { return probe.running(); }, 20000))
+        !QTest::qWaitFor([&probe] { return probe.running(); }, 20000)) {
         return 1;
+    }
     const auto press = [&boxes](QPushButton* button, const char* answer) {
         boxes.expect(answer);
         QTest::mouseClick(button, Qt::LeftButton);

@@ -326,8 +326,9 @@ void TestCalibJourneys::take(Do what, DialogFixture& f)
         f.open();
         f.dialog->show();
         QVERIFY(QTest::qWaitForWindowExposed(f.dialog.get()));
-        if (!f.probe->mcuClosed)
+        if (!f.probe->mcuClosed) {
             feed(1); // for a heading and its state
+        }
         break;
     case Do::PressStart:
         press([](Ui_MagCalibDlg* ui) { return ui->pushButton_start; });
@@ -462,13 +463,16 @@ void TestCalibJourneys::everyStepLooksAsItShould()
     for (const Step& step : journey) {
         ++number;
         const int before = f.boxes.seen.size();
-        for (const Answer& answer : step.boxes)
+        for (const Answer& answer : step.boxes) {
             f.boxes.expect(answer.button);
+        }
         take(step.what, f);
-        if (!QTest::currentTestFailed())
+        if (!QTest::currentTestFailed()) {
             compareBoxes(step.boxes, f.boxes.seen.mid(before));
-        if (!QTest::currentTestFailed() && f.dialog && step.looks.caption)
+        }
+        if (!QTest::currentTestFailed() && f.dialog && step.looks.caption) {
             compareLooks(step.looks, f);
+        }
         QCOMPARE(f.boxes.unexpected, 0);
         if (QTest::currentTestFailed()) {
             qInfo("in step %d", number);

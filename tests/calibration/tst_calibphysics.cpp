@@ -71,8 +71,9 @@ void TestCalibPhysics::open()
 {
     // The thread has a reading from its first read on: without one it would give up by itself.
     bench.log().setHook([this](const auto& record) {
-        if (record.call == CALL::MCU_START_CAPTURE)
+        if (record.call == CALL::MCU_START_CAPTURE) {
             bench.clock().advance(std::chrono::milliseconds(50));
+        }
     });
     m_dialog = std::make_unique<MagCalibDlg>(static_cast<int>(m_serial), nullptr);
     m_probe = std::make_unique<MagCalibDlgProbe>(MagCalibDlgProbe{*m_dialog});
@@ -92,8 +93,9 @@ void TestCalibPhysics::close()
 void TestCalibPhysics::press(QPushButton* button, const QString& answer)
 {
     const int seen = m_boxes.seen.size();
-    if (!answer.isEmpty())
+    if (!answer.isEmpty()) {
         m_boxes.expect(answer);
+    }
     QVERIFY(button->isEnabled());
     QTest::mouseClick(button, Qt::LeftButton);
     QCOMPARE(m_boxes.seen.size(), seen + (answer.isEmpty() ? 0 : 1));
@@ -109,8 +111,9 @@ void TestCalibPhysics::pass(std::chrono::milliseconds time)
         const auto before = source->newest(STREAM::MAGNETOMETER, bench.clock().now());
         bench.log().clear();
         bench.clock().advance(step);
-        if (source->newest(STREAM::MAGNETOMETER, bench.clock().now()) == before)
+        if (source->newest(STREAM::MAGNETOMETER, bench.clock().now()) == before) {
             continue;
+        }
         // One heading is computed for each new reading.
         QVERIFY(
             waiting::waitFor([this] { return bench.log().count(CALL::MCU_CALC_MAG_HEADING) > 0; }));
@@ -155,8 +158,9 @@ void TestCalibPhysics::calibrationFindsTheTruthAndServesTheCompass()
     config.softIron = {{{softIron[0], 0.0, 0.0}, {0.0, softIron[1], 0.0}, {0.0, 0.0, softIron[2]}}};
     setUp(config);
     open();
-    if (QTest::currentTestFailed())
+    if (QTest::currentTestFailed()) {
         return; // no reading would ever come
+    }
     pass(std::chrono::seconds(2));
     waitForStatus("MAG. NOT CALIBRATED");
     QCOMPARE(m_probe->headingCalib, m_probe->headingUncalib);
@@ -185,8 +189,9 @@ void TestCalibPhysics::calibrationFindsTheTruthAndServesTheCompass()
 
     // Reopened, it shows GOOD.
     open();
-    if (QTest::currentTestFailed())
+    if (QTest::currentTestFailed()) {
         return; // no reading would ever come
+    }
     pass(std::chrono::seconds(60));
     waitForStatus("GOOD");
 
@@ -231,9 +236,11 @@ void TestCalibPhysics::exchangedAxesOrSignsWouldShow_data()
 {
     QTest::addColumn<int>("axis"); // of the body that has all the iron
     QTest::addColumn<double>("sign");
-    for (int axis = 0; axis < 3; ++axis)
-        for (const double sign : {-1.0, 1.0})
+    for (int axis = 0; axis < 3; ++axis) {
+        for (const double sign : {-1.0, 1.0}) {
             QTest::addRow("body %c, %+.0f", "xyz"[axis], sign) << axis << sign;
+        }
+    }
 }
 
 void TestCalibPhysics::exchangedAxesOrSignsWouldShow()
@@ -251,8 +258,9 @@ void TestCalibPhysics::exchangedAxesOrSignsWouldShow()
     config.softIron = {{{gain[0], 0.0, 0.0}, {0.0, gain[1], 0.0}, {0.0, 0.0, gain[2]}}};
     setUp(config);
     open();
-    if (QTest::currentTestFailed())
+    if (QTest::currentTestFailed()) {
         return; // no reading would ever come
+    }
     pass(std::chrono::seconds(1));
     press(m_probe->ui->pushButton_start, "Ok");
     pass(std::chrono::seconds(20)); // tumbling through all orientations

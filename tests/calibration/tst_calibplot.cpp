@@ -112,15 +112,17 @@ void TestCalibPlot::plotReplotsByItselfAndAlignsItsCanvas()
 {
     CalibPlot plot;
     QVERIFY(plot.autoReplot());
-    for (const int axis : {QwtPlot::yLeft, QwtPlot::xBottom})
+    for (const int axis : {QwtPlot::yLeft, QwtPlot::xBottom}) {
         QVERIFY(plot.plotLayout()->alignCanvasToScale(axis));
+    }
 }
 
 void TestCalibPlot::axesAreGrey()
 {
     const CalibPlot plot;
-    for (const int axis : {QwtPlot::yLeft, QwtPlot::xBottom})
+    for (const int axis : {QwtPlot::yLeft, QwtPlot::xBottom}) {
         QCOMPARE(plot.axisWidget(axis)->styleSheet(), QString("color: rgb(130,130,130)"));
+    }
 }
 
 void TestCalibPlot::gridIsDotted()

@@ -73,12 +73,14 @@ void TestCompass::untouchedCompassIsDarkBlueAtNorth()
     const QImage picture = compass.grab().toImage();
     int redAbove = 0;
     int redBelow = 0;
-    for (int y = 30; y < 130; ++y)
+    for (int y = 30; y < 130; ++y) {
         for (int x = 70; x < 90; ++x) {
             const QColor c = picture.pixelColor(x, y);
-            if (c.red() > 150 && c.green() < 60 && c.blue() < 60)
+            if (c.red() > 150 && c.green() < 60 && c.blue() < 60) {
                 ++(y < 80 ? redAbove : redBelow);
+            }
         }
+    }
     QVERIFY2(redAbove > 100 && redAbove > 10 * redBelow,
              qPrintable(QString("%1 above, %2 below").arg(redAbove).arg(redBelow)));
 }
@@ -107,8 +109,9 @@ void TestCompass::looksDifferInTheirFaceOnly()
         QCOMPARE(after.color(group, QPalette::Light), face.lighter(170));
         QCOMPARE(after.color(group, QPalette::Mid), face.lighter(110));
         for (const auto role : {QPalette::Window, QPalette::Button, QPalette::Highlight,
-                                QPalette::ButtonText, QPalette::PlaceholderText})
+                                QPalette::ButtonText, QPalette::PlaceholderText}) {
             QCOMPARE(after.color(group, role), before.color(group, role));
+        }
     }
     QCOMPARE(faceColor(compass).rgb(), face.darker(120).rgb());
 }
@@ -180,8 +183,9 @@ void TestCompass::lookCanBeTakenBack()
     compass.setRaw(true);
     compass.setRaw(false);
     for (const auto role : {QPalette::Base, QPalette::WindowText, QPalette::Text, QPalette::Dark,
-                            QPalette::Light, QPalette::Mid})
+                            QPalette::Light, QPalette::Mid}) {
         QCOMPARE(compass.palette().color(role), first.color(role));
+    }
 }
 
 void TestCompass::valueOutsideTheCircleStaysOnTheDial_data()

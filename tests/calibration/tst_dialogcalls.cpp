@@ -108,8 +108,9 @@ hid_device_info* __wrap_hid_enumerate(unsigned short vendorId, unsigned short pr
         // A device whose ids could not be read is in every list.
         const bool hasIds = device.vendor_id != 0;
         if (hasIds && ((vendorId != 0 && vendorId != device.vendor_id) ||
-                       (productId != 0 && productId != device.product_id)))
+                       (productId != 0 && productId != device.product_id))) {
             continue;
+        }
         device.next = nullptr;
         *end = &device;
         end = &device.next;
@@ -127,8 +128,9 @@ void __real__ZN2om6TIVmcu11stopCaptureEv(om::TIVmcu* link);
 void __wrap__ZN2om6TIVmcu11stopCaptureEv(om::TIVmcu* link);
 void __wrap__ZN2om6TIVmcu11stopCaptureEv(om::TIVmcu* link)
 {
-    if (onStopCapture)
+    if (onStopCapture) {
         onStopCapture();
+    }
     __real__ZN2om6TIVmcu11stopCaptureEv(link);
 }
 
@@ -136,8 +138,9 @@ om::IMUPose __real__ZN2om6TIVmcu10getIMUPoseEi(om::TIVmcu* link, int sensors);
 om::IMUPose __wrap__ZN2om6TIVmcu10getIMUPoseEi(om::TIVmcu* link, int sensors);
 om::IMUPose __wrap__ZN2om6TIVmcu10getIMUPoseEi(om::TIVmcu* link, int sensors)
 {
-    if (onPose)
+    if (onPose) {
         onPose();
+    }
     return __real__ZN2om6TIVmcu10getIMUPoseEi(link, sensors);
 }
 
@@ -148,8 +151,9 @@ bool __wrap__ZN8MagCalib20ellipsoidCalibrationERN5Eigen6MatrixIdLin1ELi1ELi0ELin
 bool __wrap__ZN8MagCalib20ellipsoidCalibrationERN5Eigen6MatrixIdLin1ELi1ELi0ELin1ELi1EEES3_S3_d(
     MagCalib* fit, Eigen::VectorXd& x, Eigen::VectorXd& y, Eigen::VectorXd& z, double radius)
 {
-    if (onFit)
+    if (onFit) {
         onFit();
+    }
     return __real__ZN8MagCalib20ellipsoidCalibrationERN5Eigen6MatrixIdLin1ELi1ELi0ELin1ELi1EEES3_S3_d(
         fit, x, y, z, radius);
 }
@@ -158,8 +162,9 @@ void __real__ZN7QwtPlot6replotEv(QwtPlot* plot);
 void __wrap__ZN7QwtPlot6replotEv(QwtPlot* plot);
 void __wrap__ZN7QwtPlot6replotEv(QwtPlot* plot)
 {
-    if (onReplot)
+    if (onReplot) {
         onReplot();
+    }
     __real__ZN7QwtPlot6replotEv(plot);
 }
 
@@ -167,8 +172,9 @@ int __real_nanosleep(const timespec* time, timespec* left);
 int __wrap_nanosleep(const timespec* time, timespec* left);
 int __wrap_nanosleep(const timespec* time, timespec* left)
 {
-    if (std::this_thread::get_id() != ownThread)
+    if (std::this_thread::get_id() != ownThread) {
         ++sleepsOfOtherThreads;
+    }
     return __real_nanosleep(time, left);
 }
 
@@ -176,8 +182,9 @@ float __real__ZN11OrientCount14getPercNotZeroEv(OrientCount* counter);
 float __wrap__ZN11OrientCount14getPercNotZeroEv(OrientCount* counter);
 float __wrap__ZN11OrientCount14getPercNotZeroEv(OrientCount* counter)
 {
-    if (onCoverage)
+    if (onCoverage) {
         onCoverage();
+    }
     return __real__ZN11OrientCount14getPercNotZeroEv(counter);
 }
 
@@ -185,8 +192,9 @@ void __real__ZN7QWidget7setFontERK5QFont(QWidget* widget, const QFont& font);
 void __wrap__ZN7QWidget7setFontERK5QFont(QWidget* widget, const QFont& font);
 void __wrap__ZN7QWidget7setFontERK5QFont(QWidget* widget, const QFont& font)
 {
-    if (onSetFont)
+    if (onSetFont) {
         onSetFont(*widget, font);
+    }
     __real__ZN7QWidget7setFontERK5QFont(widget, font);
 }
 
@@ -341,8 +349,9 @@ void TestDialogCalls::listIsFreedOnce()
     QFETCH(int, devices);
     DialogFixture f;
     hidapi.clear();
-    for (int i = 0; i < devices; ++i)
+    for (int i = 0; i < devices; ++i) {
         hidapi.add(vendor, 0xA341, L"30123456");
+    }
     f.probe->updateOmDevList();
     QCOMPARE(f.probe->devSerials.size(), devices);
     const hid_device_info* const first = devices > 0 ? &hidapi.devices.front() : nullptr;
@@ -379,8 +388,9 @@ void TestDialogCalls::widgetsAreGivenTheFontsOfTheLook()
     const DialogFixture f;
     onSetFont = nullptr;
     QCOMPARE(given.keys(), fonts.keys());
-    for (const QString& name : fonts.keys())
+    for (const QString& name : fonts.keys()) {
         QVERIFY2(given[name] == fonts[name], qPrintable(name));
+    }
 }
 
 void TestDialogCalls::streamEndsBeforeTheThreadIsTold()

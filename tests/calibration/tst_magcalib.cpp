@@ -29,8 +29,9 @@ bool fit(MagCalib& calib, Cloud cloud, double targetRadius = 1.0)
 std::vector<double> results(const MagCalib& calib)
 {
     std::vector<double> all;
-    for (const auto& row : calib.softIron)
+    for (const auto& row : calib.softIron) {
         all.insert(all.end(), row, row + 3);
+    }
     all.insert(all.end(), calib.scale, calib.scale + 3);
     all.insert(all.end(), calib.center, calib.center + 3);
     return all;
@@ -117,8 +118,9 @@ void TestMagCalib::samplesOnASphereGiveItsCentreAndRadius()
     for (int i = 0; i < 3; ++i) {
         compareWithin(calib.center[i], center[i], 1e-9);
         compareWithin(calib.scale[i], 1.0 / 45.0, 1e-12);
-        for (int c = 0; c < 3; ++c)
+        for (int c = 0; c < 3; ++c) {
             compareWithin(calib.softIron[i][c], i == c ? 1.0 / 45.0 : 0.0, 1e-12);
+        }
     }
 }
 
@@ -146,8 +148,9 @@ void TestMagCalib::correctedSamplesLieOnTheTargetSphere()
         const Vector3d raw(cloud.x[i], cloud.y[i], cloud.z[i]);
         const Vector3d corrected = correction * (raw - center);
         compareWithin(corrected.norm(), 1.0, 1e-10);
-        for (int axis = 0; axis < 3; ++axis)
+        for (int axis = 0; axis < 3; ++axis) {
             compareWithin(corrected[axis], calib.scale[axis] * (raw[axis] - center[axis]), 1e-12);
+        }
     }
 }
 
@@ -171,9 +174,11 @@ void TestMagCalib::tiltedEllipsoidStillGivesADiagonalCorrection()
     Cloud cloud = clouds::onEllipsoid(500, {1.0, 2.0, 3.0}, {40.0, 50.0, 60.0}, 0.0, 1, turn);
     MagCalib calib;
     QVERIFY(fit(calib, cloud));
-    for (int r = 0; r < 3; ++r)
-        for (int c = 0; c < 3; ++c)
+    for (int r = 0; r < 3; ++r) {
+        for (int c = 0; c < 3; ++c) {
             QCOMPARE(calib.softIron[r][c], r == c ? calib.scale[r] : 0.0);
+        }
+    }
 
     Vector3d center;
     Eigen::VectorXd radii;
@@ -249,9 +254,11 @@ void TestMagCalib::fiveSamplesInOneVectorAreRefused()
 
     const Cloud full = clouds::onEllipsoid(30, {9.0, 9.0, 9.0}, {20.0, 20.0, 20.0});
     Eigen::VectorXd axes[3] = {full.x, full.y, full.z};
-    for (int i = 0; i < 3; ++i)
-        if (short_axis == i || short_axis == 3)
+    for (int i = 0; i < 3; ++i) {
+        if (short_axis == i || short_axis == 3) {
             axes[i].conservativeResize(count);
+        }
+    }
     QVERIFY(!calib.ellipsoidCalibration(axes[0], axes[1], axes[2], 1.0));
     QVERIFY(sameBits(results(calib), before));
 
@@ -293,8 +300,9 @@ void TestMagCalib::degenerateCloudReturnsTrue()
     const std::vector<double> neutral = results(calib);
     QVERIFY(fit(calib, cloud));
     QVERIFY(!sameBits(results(calib), neutral)); // taken as it comes
-    if (kind == 0 || kind == 2)                  // nothing at all is known of z
+    if (kind == 0 || kind == 2) {                // nothing at all is known of z
         QVERIFY(!std::isfinite(calib.scale[2]) || !std::isfinite(calib.center[2]));
+    }
 }
 
 void TestMagCalib::hyperboloidGivesNaNOnItsOpenAxis()
@@ -326,8 +334,9 @@ void TestMagCalib::targetRadiusScalesGainsOnly()
     for (int i = 0; i < 3; ++i) {
         QCOMPARE(two.center[i], one.center[i]);
         QCOMPARE(two.scale[i], 2.0 * one.scale[i]);
-        for (int c = 0; c < 3; ++c)
+        for (int c = 0; c < 3; ++c) {
             QCOMPARE(two.softIron[i][c], 2.0 * one.softIron[i][c]);
+        }
     }
 }
 
@@ -335,9 +344,11 @@ void TestMagCalib::overloadsAgreeBitForBit_data()
 {
     QTest::addColumn<int>("count");
     QTest::addColumn<double>("targetRadius");
-    for (const int count : {6, 7, 13, 101, 1000, 4099})
-        for (const double radius : {1.0, 48.3})
+    for (const int count : {6, 7, 13, 101, 1000, 4099}) {
+        for (const double radius : {1.0, 48.3}) {
             QTest::addRow("%d samples, radius %g", count, radius) << count << radius;
+        }
+    }
 }
 
 void TestMagCalib::overloadsAgreeBitForBit()
@@ -377,8 +388,9 @@ void TestMagCalib::secondCallOverwritesAllResults()
     const Cloud second = clouds::onEllipsoid(20, {1.0, 2.0, 3.0}, {20.0, 30.0, 40.0}, 0.1, 6);
     MagCalib reused;
     QVERIFY(fit(reused, first));
-    for (auto& row : reused.softIron)
+    for (auto& row : reused.softIron) {
         std::fill(row, row + 3, 99.0);
+    }
     QVERIFY(fit(reused, second));
     MagCalib fresh;
     QVERIFY(fit(fresh, second));
@@ -415,8 +427,9 @@ void TestMagCalib::unitOfTheSamplesGoesStraightIn()
 void TestMagCalib::eachOperationIsRoundedInItsOrder_data()
 {
     QTest::addColumn<int>("count");
-    for (int count = 20; count < 220; count += 5)
+    for (int count = 20; count < 220; count += 5) {
         QTest::addRow("%d samples", count) << count;
+    }
 }
 
 void TestMagCalib::eachOperationIsRoundedInItsOrder()
@@ -425,8 +438,9 @@ void TestMagCalib::eachOperationIsRoundedInItsOrder()
     // Whole numbers: the normal equations are exact, in whatever order they are summed up.
     Cloud cloud = clouds::onEllipsoid(count, {18.5, 24.0, -11.5}, {50.9, 44.6, 49.0}, 2.5,
                                       static_cast<std::uint32_t>(count));
-    for (Eigen::VectorXd* const axis : {&cloud.x, &cloud.y, &cloud.z})
+    for (Eigen::VectorXd* const axis : {&cloud.x, &cloud.y, &cloud.z}) {
         *axis = axis->array().round().matrix();
+    }
 
     Eigen::MatrixXd design(count, 6);
     design << cloud.x.cwiseAbs2(), cloud.y.cwiseAbs2(), cloud.z.cwiseAbs2(), cloud.x + cloud.x,
@@ -460,8 +474,9 @@ void TestMagCalib::eachOperationIsRoundedInItsOrder()
 
     // The gains are quotients; those of the reciprocal radius would be rounded twice.
     QVERIFY(fit(calib, cloud, 48.3));
-    for (int i = 0; i < 3; ++i)
+    for (int i = 0; i < 3; ++i) {
         QVERIFY(calib.scale[i] == 48.3 / radii[i]);
+    }
 }
 
 void TestMagCalib::agreesWithTheReferenceInNumpy_data()
@@ -491,8 +506,9 @@ void TestMagCalib::agreesWithTheReferenceInNumpy()
         file.write(reinterpret_cast<const char*>(values), n * qint64{sizeof(double)});
     };
     write(&targetRadius, 1);
-    for (const Eigen::VectorXd* const axis : {&cloud.x, &cloud.y, &cloud.z})
+    for (const Eigen::VectorXd* const axis : {&cloud.x, &cloud.y, &cloud.z}) {
         write(axis->data(), axis->size());
+    }
     file.close();
 
     QProcess python;

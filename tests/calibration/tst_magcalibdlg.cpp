@@ -124,10 +124,11 @@ void TestMagCalibDlg::captionsAreThoseOfTheForm()
     auto* const widget = dialog.findChild<QWidget*>(object);
     QVERIFY(widget);
     QString shown;
-    if (const auto* const group = qobject_cast<QGroupBox*>(widget))
+    if (const auto* const group = qobject_cast<QGroupBox*>(widget)) {
         shown = group->title();
-    else
+    } else {
         shown = widget->property("text").toString();
+    }
     QCOMPARE(shown, caption);
 }
 
@@ -178,8 +179,9 @@ void TestMagCalibDlg::tooltipsAreThoseOfTheForm_data()
     for (const char* const without :
          {"label_logo", "groupBox_check", "label_mag_calib_quality", "label_heading_uncalib",
           "label_heading_calib", "Instructionlabel", "groupBox_plane_xy", "groupBox_plane_yz",
-          "groupBox_plane_xz", "groupBox_mixed_raw", "groupBox_mixed_calib"})
+          "groupBox_plane_xz", "groupBox_mixed_raw", "groupBox_mixed_calib"}) {
         row(without, "");
+    }
 }
 
 void TestMagCalibDlg::tooltipsAreThoseOfTheForm()
@@ -245,10 +247,12 @@ void TestMagCalibDlg::plotsAndCompassesHaveTheirSizes()
         QCOMPARE(plot->minimumSize(), QSize(290, 270));
         QCOMPARE(plot->maximumSize(), QSize(290, 270));
     }
-    for (const CalibPlot* const plot : {ui->widget_plot_mixed_raw, ui->widget_plot_calibrated})
+    for (const CalibPlot* const plot : {ui->widget_plot_mixed_raw, ui->widget_plot_calibrated}) {
         QCOMPARE(plot->minimumSize(), QSize(320, 300));
-    for (const Compass* const compass : {ui->widget_raw_compass, ui->widget_calib_compass})
+    }
+    for (const Compass* const compass : {ui->widget_raw_compass, ui->widget_calib_compass}) {
         QCOMPARE(compass->minimumSize(), QSize(140, 140));
+    }
     QCOMPARE(ui->label_logo->height(), 20);
     QCOMPARE(ui->label_mag_calib_quality->minimumHeight(), 24);
     QCOMPARE(ui->label_mag_calib_quality->maximumHeight(), 24);
@@ -270,11 +274,13 @@ void TestMagCalibDlg::nothingIsCutOffAtTheFirstSize()
         f.probe->onUpdateTimer();
         QCoreApplication::processEvents();
         for (QWidget* const widget : f.dialog->findChildren<QWidget*>()) {
-            if (!widget->isVisible() || widget->objectName().isEmpty())
+            if (!widget->isVisible() || widget->objectName().isEmpty()) {
                 continue;
+            }
             const QWidget* const parent = widget->parentWidget();
-            if (widget->objectName().startsWith("Qwt") || parent->objectName().startsWith("Qwt"))
+            if (widget->objectName().startsWith("Qwt") || parent->objectName().startsWith("Qwt")) {
                 continue;
+            }
             QVERIFY2(parent->rect().contains(widget->geometry()),
                      qPrintable(widget->objectName() + " leaves its parent"));
             if (qobject_cast<QLabel*>(widget) || qobject_cast<QPushButton*>(widget)) {
@@ -310,8 +316,9 @@ void TestMagCalibDlg::logoIsScaledToItsLabel()
 void TestMagCalibDlg::groundIsDark()
 {
     DialogFixture f;
-    for (const auto group : {QPalette::Active, QPalette::Disabled, QPalette::Inactive})
+    for (const auto group : {QPalette::Active, QPalette::Disabled, QPalette::Inactive}) {
         QCOMPARE(f.dialog->palette().color(group, QPalette::Window), clr::om_soil_clr);
+    }
     QVERIFY(f.dialog->autoFillBackground());
 }
 
@@ -328,16 +335,20 @@ void TestMagCalibDlg::sheetsAndFontsFollowTheLook_data()
     };
     for (const char* const button :
          {"pushButton_start", "pushButton_clear_data", "pushButton_save_calib", "pushButton_reset",
-          "pushButton_exit"})
+          "pushButton_exit"}) {
         row(button, style.sensorButtonCopyStyle, twelve, true);
+    }
     row("frame_left", style.sideFrameStyle, QFont(), false);
     row("groupBox_check", style.groupBoxIndentStyle, twelve, true);
-    for (const char* const group : {"groupBox_mixed_calib", "groupBox_mixed_raw",
-                                    "groupBox_plane_xy", "groupBox_plane_xz", "groupBox_plane_yz"})
+    for (const char* const group :
+         {"groupBox_mixed_calib", "groupBox_mixed_raw", "groupBox_plane_xy", "groupBox_plane_xz",
+          "groupBox_plane_yz"}) {
         row(group, style.groupBoxIndentStyle, style.fontMonoCaps9, true);
+    }
     for (const char* const label :
-         {"label_heading_calib", "label_heading_uncalib", "label_mag_calib_quality"})
+         {"label_heading_calib", "label_heading_uncalib", "label_mag_calib_quality"}) {
         row(label, style.labelBaseStyle, style.fontMonoCaps9, true);
+    }
     row("Instructionlabel", "QLabel{color: rgb(242,242,242);}", style.fontMono9, true);
     row("frame", "border: 0px;", QFont(), false);
 }
@@ -352,12 +363,14 @@ void TestMagCalibDlg::sheetsAndFontsFollowTheLook()
     const auto* const widget = f.dialog->findChild<QWidget*>(object);
     QVERIFY(widget);
     QCOMPARE(widget->styleSheet(), sheet);
-    if (!hasFont)
+    if (!hasFont) {
         return;
+    }
     QCOMPARE(widget->font().family(), font.family());
     QCOMPARE(widget->font().capitalization(), font.capitalization());
-    if (!sheet.contains("font-size")) // which then has the last word
+    if (!sheet.contains("font-size")) { // which then has the last word
         QCOMPARE(widget->font().pointSize(), font.pointSize());
+    }
 }
 
 void TestMagCalibDlg::compassesAreRedAndBlue()
@@ -577,8 +590,9 @@ void TestMagCalibDlg::nothingChangesWhileTheStartBoxIsOpen()
         QVERIFY(f.probe->calibrationPending);
         QVERIFY(f.probe->ui->pushButton_save_calib->isEnabled());
         QVERIFY(f.probe->ui->pushButton_reset->isEnabled());
-        for (const CalibPlot* const plot : f.probe->plots())
+        for (const CalibPlot* const plot : f.probe->plots()) {
             QVERIFY(!plot->axisAutoScale(QwtPlot::xBottom) && !plot->axisAutoScale(QwtPlot::yLeft));
+        }
         f.probe->onUpdateTimer();
         QCOMPARE(f.probe->ui->label_mag_calib_quality->text(), QString("CALIBRATION TO BE STORED"));
     };
@@ -668,8 +682,9 @@ void TestMagCalibDlg::stopFixesTheScalesAndStartFreesThem()
         f.probe->ui->widget_plot_calibrated->axisScaleDiv(QwtPlot::yLeft).upperBound();
     QVERIFY(unit > 1.0 && unit < 1.2);
     press();
-    for (const CalibPlot* const each : f.probe->plots())
+    for (const CalibPlot* const each : f.probe->plots()) {
         QVERIFY(each->axisAutoScale(QwtPlot::xBottom) && each->axisAutoScale(QwtPlot::yLeft));
+    }
 }
 
 void TestMagCalibDlg::continuedCalibrationKeepsSamplesAndFitCount()
@@ -774,8 +789,9 @@ void TestMagCalibDlg::failedResetHasClearedTheData()
     QCOMPARE(f.boxes.seen.size(), 2);
     QCOMPARE(f.boxes.seen[1].icon, QMessageBox::Warning);
     for (const QVector<double>* const samples : {&f.probe->rawX, &f.probe->rawY, &f.probe->rawZ,
-                                                 &f.probe->calX, &f.probe->calY, &f.probe->calZ})
+                                                 &f.probe->calX, &f.probe->calY, &f.probe->calZ}) {
         QVERIFY(samples->isEmpty());
+    }
     QCOMPARE(f.probe->lastFitCount, 0);
     QCOMPARE(f.probe->magOffset, (std::array<double, 3>{0.0, 0.0, 0.0}));
     QCOMPARE(f.probe->magScale, (std::array<double, 3>{1.0, 1.0, 1.0}));

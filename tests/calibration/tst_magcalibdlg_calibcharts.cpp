@@ -23,8 +23,9 @@ using Samples = QVector<QPointF>;
 Samples samplesOf(const QwtPlotCurve* curve)
 {
     Samples samples;
-    for (std::size_t i = 0; i < curve->dataSize(); ++i)
+    for (std::size_t i = 0; i < curve->dataSize(); ++i) {
         samples.append(curve->sample(static_cast<int>(i)));
+    }
     return samples;
 }
 
@@ -62,13 +63,15 @@ public:
     explicit Paints(const MagCalibDlgProbe& probe)
     {
         QCoreApplication::processEvents(); // those of before
-        for (QwtPlot* const plot : probe.plots())
+        for (QwtPlot* const plot : probe.plots()) {
             plot->canvas()->installEventFilter(this);
+        }
     }
     bool eventFilter(QObject* canvas, QEvent* event) override
     {
-        if (event->type() == QEvent::Paint)
+        if (event->type() == QEvent::Paint) {
             plots.append(canvas->parent()->objectName());
+        }
         return false;
     }
     QStringList plots;
@@ -155,9 +158,11 @@ void TestCalibCharts::curvesAndSymbolsFollowTheTable()
     auto* const widget = f.dialog->findChild<QwtPlot*>(plot);
     QVERIFY(widget);
     const QwtPlotCurve* curve = nullptr;
-    for (const QwtPlotItem* const item : widget->itemList(QwtPlotItem::Rtti_PlotCurve))
-        if (item->title().text() == title)
+    for (const QwtPlotItem* const item : widget->itemList(QwtPlotItem::Rtti_PlotCurve)) {
+        if (item->title().text() == title) {
             curve = static_cast<const QwtPlotCurve*>(item);
+        }
+    }
     QVERIFY(curve);
     QCOMPARE(curve->style(), QwtPlotCurve::NoCurve);
     const QwtSymbol* const symbol = curve->symbol();
@@ -178,11 +183,12 @@ void TestCalibCharts::eachCurveHasASymbolOfItsOwn()
     DialogFixture f;
     std::set<const QwtSymbol*> symbols;
     int curves = 0;
-    for (const CalibPlot* const plot : f.probe->plots())
+    for (const CalibPlot* const plot : f.probe->plots()) {
         for (const QwtPlotItem* const item : plot->itemList(QwtPlotItem::Rtti_PlotCurve)) {
             symbols.insert(static_cast<const QwtPlotCurve*>(item)->symbol());
             ++curves;
         }
+    }
     QCOMPARE(curves, 12);
     QCOMPARE(symbols.size(), std::size_t{12});
 }
@@ -192,8 +198,9 @@ void TestCalibCharts::curvesAreAttachedInTheirOrder()
     DialogFixture f;
     const auto titles = [](const CalibPlot* plot) {
         QStringList all;
-        for (const QwtPlotItem* const item : plot->itemList(QwtPlotItem::Rtti_PlotCurve))
+        for (const QwtPlotItem* const item : plot->itemList(QwtPlotItem::Rtti_PlotCurve)) {
             all.append(item->title().text());
+        }
         return all;
     };
     const Ui_MagCalibDlg* const ui = f.probe->ui;
@@ -301,9 +308,11 @@ void TestCalibCharts::planePlotsUseOneEllipse()
         {ui->widget_plot_XY, CalibPlot::PLANE_XY},
         {ui->widget_plot_XZ, CalibPlot::PLANE_XZ},
         {ui->widget_plot_YZ, CalibPlot::PLANE_YZ}};
-    for (const auto& [plot, own] : used)
-        for (const auto plane : {CalibPlot::PLANE_XY, CalibPlot::PLANE_XZ, CalibPlot::PLANE_YZ})
+    for (const auto& [plot, own] : used) {
+        for (const auto plane : {CalibPlot::PLANE_XY, CalibPlot::PLANE_XZ, CalibPlot::PLANE_YZ}) {
             QCOMPARE(CalibPlotProbe::ellipse(plot, plane).isNull(), plane != own);
+        }
+    }
 }
 
 void TestCalibCharts::samplesOnOneValueGiveAFlatEllipse()
@@ -363,8 +372,9 @@ void TestCalibCharts::clearLeavesThePointsOnShow()
     QCOMPARE(samplesOf(f.probe->curveMixedRawXY()).size(), 3);
     QCOMPARE(samplesOf(f.probe->curveCalYZ()).size(), 3);
     QCOMPARE(samplesOf(f.probe->curveLastXZ()).size(), 1);
-    for (const CalibPlot* const plot : f.probe->plots())
+    for (const CalibPlot* const plot : f.probe->plots()) {
         QVERIFY(autoscaled(plot));
+    }
 }
 
 void TestCalibCharts::firstSampleAfterAClearStandsAlone()
@@ -378,8 +388,9 @@ void TestCalibCharts::firstSampleAfterAClearStandsAlone()
     for (const QwtPlotCurve* const curve :
          {f.probe->curveMixedRawXY(), f.probe->curveMixedRawXZ(), f.probe->curveMixedRawYZ(),
           f.probe->curveRawXY(), f.probe->curveRawXZ(), f.probe->curveRawYZ(),
-          f.probe->curveLastXY(), f.probe->curveLastXZ(), f.probe->curveLastYZ()})
+          f.probe->curveLastXY(), f.probe->curveLastXZ(), f.probe->curveLastYZ()}) {
         QCOMPARE(samplesOf(curve).size(), 1);
+    }
     // There are no corrected samples before the next fit.
     QCOMPARE(samplesOf(f.probe->curveCalXY()).size(), 0);
 }
@@ -405,8 +416,9 @@ void TestCalibCharts::autoscaleGoesToAllPlots()
         QVERIFY(!plot->axisAutoScale(QwtPlot::xBottom));
     }
     f.probe->setPlotsAutoscale(true);
-    for (const CalibPlot* const plot : f.probe->plots())
+    for (const CalibPlot* const plot : f.probe->plots()) {
         QVERIFY(autoscaled(plot));
+    }
     const auto plots = f.probe->plots();
     QCOMPARE(std::set<CalibPlot*>(plots.begin(), plots.end()).size(), std::size_t{5});
 }
@@ -421,8 +433,9 @@ void TestCalibCharts::stopScalesAreSquareAndCentred()
     f.probe->scalePlots();
     const Ui_MagCalibDlg* const ui = f.probe->ui;
     for (const CalibPlot* const plot :
-         {ui->widget_plot_XY, ui->widget_plot_XZ, ui->widget_plot_YZ, ui->widget_plot_mixed_raw})
+         {ui->widget_plot_XY, ui->widget_plot_XZ, ui->widget_plot_YZ, ui->widget_plot_mixed_raw}) {
         compareScale(plot, -70.0 * 1.1, 70.0 * 1.1);
+    }
     compareScale(ui->widget_plot_calibrated, -1.25 * 1.1, 1.25 * 1.1);
 }
 
@@ -430,8 +443,9 @@ void TestCalibCharts::scalesWithoutSamplesAreFinite()
 {
     DialogFixture f;
     f.probe->scalePlots();
-    for (const CalibPlot* const plot : f.probe->plots())
+    for (const CalibPlot* const plot : f.probe->plots()) {
         compareScale(plot, -1.5, 1.5);
+    }
     // A few samples, but none corrected.
     setSamples(*f.probe, {1.0, 2.0}, {3.0, 4.0}, {5.0, 6.0});
     f.probe->scalePlots();
@@ -447,8 +461,9 @@ void TestCalibCharts::scalesOfADegenerateFitAreFinite()
     f.probe->calX = {std::numeric_limits<double>::quiet_NaN(), 0.5, 0.5};
     f.probe->calZ = {0.5, std::numeric_limits<double>::infinity(), 0.5};
     // Qwt finds no scale for infinities, warns and continues.
-    for (int axis = 0; axis < 2; ++axis)
+    for (int axis = 0; axis < 2; ++axis) {
         QTest::ignoreMessage(QtWarningMsg, "QwtLinearScaleEngine::divideScale: overflow");
+    }
     f.probe->updatePlots();
     f.probe->updateEllipses();
     f.probe->scalePlots();
@@ -465,8 +480,9 @@ void TestCalibCharts::startOrClearFreesTheScales()
     f.probe->stopAcquisition();
     QVERIFY(f.probe->startAcquisition());
     f.waitForThread();
-    for (const CalibPlot* const plot : f.probe->plots())
+    for (const CalibPlot* const plot : f.probe->plots()) {
         QVERIFY(autoscaled(plot));
+    }
     // The view follows the data again.
     QVERIFY(f.probe->ui->widget_plot_XY->axisScaleDiv(QwtPlot::yLeft).lowerBound() > 5.0);
 }
@@ -492,10 +508,11 @@ void TestCalibCharts::plotsChangeInTheirOrder()
     f.probe->updateTimer.stop();
     setThreeSamples(*f.probe);
     const Paints paints(*f.probe);
-    if (scaled)
+    if (scaled) {
         f.probe->scalePlots();
-    else
+    } else {
         f.probe->setPlotsAutoscale(false);
+    }
     QCOMPARE(paints.plots, order);
 }
 

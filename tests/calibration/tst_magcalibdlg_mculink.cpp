@@ -30,8 +30,9 @@ void addCamera(om::bench::Bench& bench, om::MODEL model, unsigned int serial, in
 std::vector<CALL> callsOf(const om::bench::Bench& bench)
 {
     std::vector<CALL> calls;
-    for (const auto& record : const_cast<om::bench::Bench&>(bench).log().records())
+    for (const auto& record : const_cast<om::bench::Bench&>(bench).log().records()) {
         calls.push_back(record.call);
+    }
     return calls;
 }
 
@@ -210,8 +211,9 @@ void TestMcuLink::unlistedCameraIsToldWithItsSerialNumber()
     QFETCH(unsigned int, serial);
     QFETCH(bool, plugged);
     DialogFixture f(false, model, serial);
-    if (!plugged)
+    if (!plugged) {
         f.bench.unplug(serial);
+    }
     f.boxes.expect("Ok");
     f.open();
     QCOMPARE(f.boxes.seen.size(), 1);
@@ -465,8 +467,9 @@ void TestMcuLink::readBackIsTriedTenTimes()
 void TestMcuLink::calibrationWithNaNFailsTenTimes_data()
 {
     QTest::addColumn<int>("value");
-    for (int i = 0; i < 6; ++i)
+    for (int i = 0; i < 6; ++i) {
         QTest::addRow("value %d", i) << i;
+    }
 }
 
 void TestMcuLink::calibrationWithNaNFailsTenTimes()

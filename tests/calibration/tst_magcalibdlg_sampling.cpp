@@ -103,8 +103,9 @@ void TestSampling::membersStartAtTheirInitialValues()
     QCOMPARE(f.probe->headingAccuracy, 0.0F);
     QCOMPARE(f.probe->sampleRate, 0.0);
     for (const QVector<double>* const samples : {&f.probe->rawX, &f.probe->rawY, &f.probe->rawZ,
-                                                 &f.probe->calX, &f.probe->calY, &f.probe->calZ})
+                                                 &f.probe->calX, &f.probe->calY, &f.probe->calZ}) {
         QVERIFY(samples->isEmpty());
+    }
     QVERIFY(!f.running());
     QVERIFY(!f.probe->grabStop);
     QVERIFY(!f.probe->calibrating);
@@ -388,16 +389,18 @@ void TestSampling::threadStartsCaptureOnlyWhereItFindsItOff()
     QFETCH(quint64, starts);
     DialogFixture f;
     f.probe->stopAcquisition();
-    if (on)
+    if (on) {
         f.probe->mcu->startCapture(0.0F);
+    }
     QCOMPARE(f.probe->mcu->captureRunning, on);
     f.bench.log().clear();
     f.probe->startThread();
     f.waitForThread();
     f.settle();
     QCOMPARE(f.bench.log().count(CALL::MCU_START_CAPTURE), std::uint64_t{starts});
-    if (starts > 0)
+    if (starts > 0) {
         QCOMPARE(f.bench.log().last(CALL::MCU_START_CAPTURE)->numbers, (std::vector<double>{0.0}));
+    }
     QVERIFY(f.probe->mcu->captureRunning);
 }
 
@@ -583,8 +586,10 @@ void TestSampling::degenerateSamplesGoThrough()
     QVERIFY(f.probe->calibrationPending);
     QVERIFY(std::memcmp(f.probe->magOffset.data(), expected.center, sizeof expected.center) == 0);
     QVERIFY(std::memcmp(f.probe->magScale.data(), expected.scale, sizeof expected.scale) == 0);
-    for (const QVector<double>* const corrected : {&f.probe->calX, &f.probe->calY, &f.probe->calZ})
+    for (const QVector<double>* const corrected :
+         {&f.probe->calX, &f.probe->calY, &f.probe->calZ}) {
         QCOMPARE(corrected->size(), 120);
+    }
     for (int i = 0; i < 120; ++i) {
         QCOMPARE(std::isfinite(f.probe->calX[i]), finiteInX);
         QCOMPARE(std::isfinite(f.probe->calZ[i]), finiteInZ);
@@ -603,8 +608,9 @@ void TestSampling::periodicFitRunsAtItsCounts()
     f.probe->updateTimer.stop();
     f.setCalibrating(true);
     const auto tickWith = [&f](int count) {
-        for (QVector<double>* const raw : {&f.probe->rawX, &f.probe->rawY, &f.probe->rawZ})
+        for (QVector<double>* const raw : {&f.probe->rawX, &f.probe->rawY, &f.probe->rawZ}) {
             raw->clear();
+        }
         fillRaw(*f.probe, count);
         f.probe->calX.clear();
         f.probe->onUpdateTimer();

@@ -187,8 +187,9 @@ void TestMagRecord::rawCountsEndAsTheSensorsOwnOffsetsAndScales()
 void TestMagRecord::comparisonFindsADifferenceInAnyFloat_data()
 {
     QTest::addColumn<int>("index");
-    for (int i = 0; i < 6; ++i)
+    for (int i = 0; i < 6; ++i) {
         QTest::addRow("float %d", i) << i;
+    }
 }
 
 void TestMagRecord::comparisonFindsADifferenceInAnyFloat()
@@ -219,10 +220,11 @@ void TestMagRecord::comparisonNeverAcceptsNaN()
     QFETCH(int, index);
     om::_mag_calib_data record = recordOf({{1.0, 2.0, 3.0}, {4.0, 5.0, 6.0}});
     constexpr float nan = std::numeric_limits<float>::quiet_NaN();
-    if (index < 3)
+    if (index < 3) {
         record.scale[index] = nan;
-    else
+    } else {
         record.offset[index - 3] = nan;
+    }
     QVERIFY(!magrecord::equal(stored(record).data(), record));
 }
 

@@ -18,13 +18,16 @@ struct OrientCountProbe
     {
         std::tuple<int, int, int> found{-1, -1, -1};
         int cells = 0;
-        for (int i = 0; i < 12; ++i)
-            for (int j = 0; j < 12; ++j)
-                for (int k = 0; k < 12; ++k)
+        for (int i = 0; i < 12; ++i) {
+            for (int j = 0; j < 12; ++j) {
+                for (int k = 0; k < 12; ++k) {
                     if (count.cells[i][j][k] != 0) {
                         found = {i, j, k};
                         ++cells;
                     }
+                }
+            }
+        }
         return cells == 1 ? found : std::tuple<int, int, int>{-1, -1, -1};
     }
 };
@@ -65,8 +68,8 @@ void TestOrientCount::allCellsAreHundredPercent()
 {
     OrientCount count;
     int marked = 0;
-    for (int a = 0; a < 12; ++a)
-        for (int b = 0; b < 12; ++b)
+    for (int a = 0; a < 12; ++a) {
+        for (int b = 0; b < 12; ++b) {
             for (int c = 0; c < 12; ++c) {
                 count.addOrientation(30.0F * static_cast<float>(a) + 15.0F,
                                      30.0F * static_cast<float>(b) + 15.0F,
@@ -74,6 +77,8 @@ void TestOrientCount::allCellsAreHundredPercent()
                 ++marked;
                 QVERIFY(count.getPercNotZero() == static_cast<float>(marked) * 100.0F / 1728.0F);
             }
+        }
+    }
     QVERIFY(count.getPercNotZero() == 100.0F);
 }
 
@@ -89,8 +94,9 @@ void TestOrientCount::sameOrientationCountsOnce()
 void TestOrientCount::cellsHoldOneOrZero()
 {
     OrientCount count;
-    for (int i = 0; i < 300; ++i)
+    for (int i = 0; i < 300; ++i) {
         count.addOrientation(0.0F, 0.0F, 0.0F);
+    }
     QCOMPARE(OrientCountProbe::cell(count, 0, 0, 0), 1);
     QCOMPARE(OrientCountProbe::cell(count, 0, 0, 1), 0);
 }

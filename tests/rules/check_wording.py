@@ -27,28 +27,23 @@ WORDS = {
 }
 WORD = re.compile(r"\b(?:" + "|".join(f"(?P<w{i}>{words})" for i, words in enumerate(WORDS)) + r")\b", re.I)
 INSTEAD = list(WORDS.values())
-CPP = re.compile(r'//[^\n]*|/\*.*?\*/|"(?:[^"\\\n]|\\.)*"|\'(?:[^\'\\\n]|\\.)*\'', re.S)
-
-
-def blank(match):
-    return re.sub(r"[^\n]", " ", match.group(0))
 
 
 def without_quotes(text):
-    return re.sub(r'"[^"\n]*"', blank, re.sub(r"`[^`]*`", blank, text))
+    return re.sub(r'"[^"\n]*"', rules.blank, re.sub(r"`[^`]*`", rules.blank, text))
 
 
 def document(text):
     """The prose of a document: no code and no targets of links."""
-    text = re.sub(r"^```.*?^```$", blank, text, flags=re.M | re.S)
-    text = re.sub(r"^(?: {4}|\t).*$", blank, text, flags=re.M)
-    return without_quotes(re.sub(r"\]\([^)\s]*\)", blank, text))
+    text = re.sub(r"^```.*?^```$", rules.blank, text, flags=re.M | re.S)
+    text = re.sub(r"^(?: {4}|\t).*$", rules.blank, text, flags=re.M)
+    return without_quotes(re.sub(r"\]\([^)\s]*\)", rules.blank, text))
 
 
 def cpp_comments(text):
     """The comments of a C++ file in their places."""
     kept = ["\n" if c == "\n" else " " for c in text]
-    for match in CPP.finditer(text):
+    for match in rules.CPP_COMMENT_OR_QUOTE.finditer(text):
         if match.group(0).startswith("/"):
             kept[match.start():match.end()] = match.group(0)
     return without_quotes("".join(kept))
@@ -64,8 +59,7 @@ def hash_comments(text):
 
 KINDS = (
     (document, ("*.md", "packaging/man/*", "packaging/*.xml", "packaging/*.desktop")),
-    (cpp_comments, ("src/*.h", "src/*.cpp", "om_tiv/*.h", "om_tiv/*.cpp", "cuda_host/*.h", "cuda_host/*.cpp",
-                    "bench/*.cpp", "bench/*.h", "tests/*.h", "tests/*.cpp")),
+    (cpp_comments, rules.CPP_FILES),
     (hash_comments, ("*CMakeLists.txt", "*.cmake", "*.py", "*.supp", "run", "test", "tools/*", ".ci/run")),
 )
 problems = []

@@ -1,8 +1,21 @@
 """What the rule checks share: the tracked files of a tree, and the way a check ends."""
 
 import os
+import re
 import subprocess
 import sys
+
+# The folders' C++ sources and headers.
+CPP_FILES = ("src/*.h", "src/*.cpp", "om_tiv/*.h", "om_tiv/*.cpp", "cuda_host/*.h", "cuda_host/*.cpp",
+             "bench/*.h", "bench/*.cpp", "tests/*.h", "tests/*.cpp")
+# A comment, a string or a character of C++; the apostrophe in 1'000 begins none.
+CPP_COMMENT_OR_QUOTE = re.compile(r'//[^\n]*|/\*.*?\*/|R"(\w*)\(.*?\)\1"|"(?:[^"\\\n]|\\.)*"|'
+                                  r"(?<![0-9A-Fa-f])'(?:[^'\\\n]|\\.)*'", re.S)
+
+
+def blank(match):
+    """Spaces in place of what was matched, on as many lines."""
+    return re.sub(r"[^\n]", " ", match.group(0))
 
 
 def tracked(root, *patterns):
