@@ -14,8 +14,8 @@ namespace om::bench {
 /// Nanoseconds since the epoch, as in every timestamp of the library.
 using Nanoseconds = std::uint64_t;
 
-constexpr Nanoseconds NS_PER_MS = 1'000'000;
-constexpr Nanoseconds NS_PER_S = 1'000'000'000;
+constexpr Nanoseconds nsPerMs = 1'000'000;
+constexpr Nanoseconds nsPerS = 1'000'000'000;
 
 /// A clock that never runs backward. In real mode it follows the steady clock and starts with the
 /// wall clock's time at the start of the process; later changes of the wall clock have no effect.

@@ -4,7 +4,7 @@
 
 namespace om::bench {
 
-JSON_TEXT parseBounded(std::string_view text, nlohmann::json& value)
+JsonText parseBounded(std::string_view text, nlohmann::json& value)
 {
     using nlohmann::json;
     bool tooDeep = false;
@@ -12,15 +12,15 @@ JSON_TEXT parseBounded(std::string_view text, nlohmann::json& value)
         const bool begins =
             event == json::parse_event_t::object_start || event == json::parse_event_t::array_start;
         // The depth is that of the surrounding value.
-        tooDeep = tooDeep || (begins && static_cast<std::size_t>(depth) >= DEEPEST_JSON);
+        tooDeep = tooDeep || (begins && static_cast<std::size_t>(depth) >= deepestJson);
         return !tooDeep;
     };
     value = json::parse(text.begin(), text.end(), keep, false);
     if (!tooDeep && !value.is_discarded()) {
-        return JSON_TEXT::SOUND;
+        return JsonText::SOUND;
     }
     value = nullptr;
-    return tooDeep ? JSON_TEXT::TOO_DEEP : JSON_TEXT::NO_JSON;
+    return tooDeep ? JsonText::TOO_DEEP : JsonText::NO_JSON;
 }
 
 } // namespace om::bench

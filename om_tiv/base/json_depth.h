@@ -11,12 +11,12 @@ namespace om::bench {
 
 /// Nested levels of objects and arrays. Copying, printing and destroying a JSON value is recursive,
 /// with one call per level.
-constexpr std::size_t DEEPEST_JSON = 32;
+constexpr std::size_t deepestJson = 32;
 
-enum class JSON_TEXT { SOUND, NO_JSON, TOO_DEEP };
+enum class JsonText { SOUND, NO_JSON, TOO_DEEP };
 
 /// Parses a text. The value is the parsed one if the result is SOUND, otherwise null. Too deep
 /// levels are not built.
-JSON_TEXT parseBounded(std::string_view text, nlohmann::json& value);
+JsonText parseBounded(std::string_view text, nlohmann::json& value);
 
 } // namespace om::bench

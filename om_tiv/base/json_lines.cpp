@@ -143,7 +143,7 @@ private:
     }
     bool open(JsonNode::KIND kind)
     {
-        if (m_open.size() == DEEPEST_JSON) {
+        if (m_open.size() == deepestJson) {
             throw JsonMistake(m_place.line, "", "nested too deeply");
         }
         // A parent's vector grows only after the child was closed, so the pointers stay valid.

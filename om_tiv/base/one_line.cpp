@@ -15,7 +15,7 @@ struct Range
     std::uint32_t last;
 };
 
-constexpr std::array<Range, 7> ACTED_UPON = {
+constexpr std::array<Range, 7> actedUponRanges = {
     {{0x00, 0x1F},
      {0x7F, 0x9F},
      {0x61C, 0x61C},     // Arabic letter mark
@@ -65,7 +65,7 @@ std::string oneLine(const std::string& text)
     for (std::string_view rest = text; !rest.empty();) {
         const Character character = firstOf(rest);
         bool actedUpon = false;
-        for (const Range& range : ACTED_UPON) {
+        for (const Range& range : actedUponRanges) {
             actedUpon =
                 actedUpon || (character.code >= range.first && character.code <= range.last);
         }

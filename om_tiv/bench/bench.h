@@ -6,7 +6,7 @@
 ///
 ///     auto& bench = om::bench::theBench();
 ///     bench.reset();
-///     bench.clock().setManual(1'000 * om::bench::NS_PER_S);
+///     bench.clock().setManual(1'000 * om::bench::nsPerS);
 ///     om::bench::CameraConfig config;
 ///     config.model = om::MODEL::TIV_P;
 ///     config.serialNumber = 20000001;

@@ -17,7 +17,7 @@ namespace om::bench {
 
 namespace {
 
-constexpr std::size_t MOST_BYTES = 4 * 1024 * 1024;
+constexpr std::size_t mostBytes = 4 * 1024 * 1024;
 
 struct MotionName
 {
@@ -25,13 +25,13 @@ struct MotionName
     MOTION motion;
 };
 
-constexpr std::array<MotionName, 5> MOTION_NAMES = {{{"at rest", MOTION::AT_REST},
-                                                     {"hand-held", MOTION::HAND_HELD},
-                                                     {"tumble", MOTION::TUMBLE},
-                                                     {"fall", MOTION::FALL},
-                                                     {"posed", MOTION::POSED}}};
+constexpr std::array<MotionName, 5> motionNames = {{{"at rest", MOTION::AT_REST},
+                                                    {"hand-held", MOTION::HAND_HELD},
+                                                    {"tumble", MOTION::TUMBLE},
+                                                    {"fall", MOTION::FALL},
+                                                    {"posed", MOTION::POSED}}};
 
-constexpr std::array<MODEL, 6> MODELS = {MODEL::TIV,   MODEL::TIV_N, MODEL::TIV_P,
+constexpr std::array<MODEL, 6> models = {MODEL::TIV,   MODEL::TIV_N, MODEL::TIV_P,
                                          MODEL::TIV_Q, MODEL::TIV_R, MODEL::TIV_S};
 
 BenchDescription readBench(const JsonNode& root, const std::string& folder)
@@ -49,11 +49,10 @@ BenchDescription readBench(const JsonNode& root, const std::string& folder)
     if (cameras.kind != JsonNode::KIND::ARRAY) {
         throw JsonMistake(cameras.line, "cameras", "must be an array of cameras");
     }
-    if (cameras.elements.size() > MOST_CAMERAS) {
+    if (cameras.elements.size() > mostCameras) {
         throw JsonMistake(cameras.line, "cameras",
                           "holds " + std::to_string(cameras.elements.size()) +
-                              " cameras, at most " + std::to_string(MOST_CAMERAS) +
-                              " are possible");
+                              " cameras, at most " + std::to_string(mostCameras) + " are possible");
     }
     for (std::size_t i = 0; i < cameras.elements.size(); ++i) {
         const std::string path = "cameras[" + std::to_string(i) + "]";
@@ -87,7 +86,7 @@ std::string errorLine(const std::string& name, int line, const std::string& reas
 
 std::string motionName(MOTION motion)
 {
-    for (const MotionName& entry : MOTION_NAMES) {
+    for (const MotionName& entry : motionNames) {
         if (entry.motion == motion) {
             return entry.name;
         }
@@ -97,7 +96,7 @@ std::string motionName(MOTION motion)
 
 bool motionFromName(const std::string& name, MOTION& motion)
 {
-    for (const MotionName& entry : MOTION_NAMES) {
+    for (const MotionName& entry : motionNames) {
         if (name == entry.name) {
             motion = entry.motion;
             return true;
@@ -108,7 +107,7 @@ bool motionFromName(const std::string& name, MOTION& motion)
 
 bool modelFromName(const std::string& name, MODEL& model)
 {
-    for (const MODEL known : MODELS) {
+    for (const MODEL known : models) {
         if (name == toString(known).c_str()) {
             model = known;
             return true;
@@ -135,12 +134,12 @@ bool parseBenchText(const std::string& text, const std::string& name, BenchDescr
 bool parseBenchFile(const std::string& path, BenchDescription& description, std::string& error)
 {
     std::string reason;
-    const auto text = readFile(path, MOST_BYTES + 1, reason);
+    const auto text = readFile(path, mostBytes + 1, reason);
     if (!text) {
         error = errorLine(path, 0, "can't be read: " + reason);
         return false;
     }
-    if (text->size() > MOST_BYTES) {
+    if (text->size() > mostBytes) {
         error = errorLine(path, 0, "larger than a bench file may be (4 MiB)");
         return false;
     }

@@ -12,7 +12,7 @@ namespace om::bench {
 
 struct ReadingProgress;
 
-constexpr std::size_t MOST_CAMERAS = 64; ///< on one bench
+constexpr std::size_t mostCameras = 64; ///< on one bench
 
 struct BenchDescription
 {

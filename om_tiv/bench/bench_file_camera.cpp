@@ -15,7 +15,7 @@ namespace {
 
 double radians(double degrees)
 {
-    return degrees * PI / 180.0;
+    return degrees * pi / 180.0;
 }
 
 /// "1.3" to 0x0103.

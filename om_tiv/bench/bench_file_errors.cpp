@@ -92,12 +92,13 @@ struct SensorKind
     bool threeAxes;
 };
 
-constexpr SensorKind ACCELEROMETER = {
+constexpr SensorKind accelerometerKind = {
     "accelerometer", "accelerationNoise", 100.0, 2000.0, true, true};
-constexpr SensorKind GYROSCOPE = {"gyroscope", "angularVelocityNoise", 1000.0, 10000.0, true, true};
-constexpr SensorKind MAGNETOMETER = {"magnetometer", "magneticNoise", 1000.0,
-                                     2047.9375,      false,           true};
-constexpr SensorKind BAROMETER = {"barometer", "pressureNoise", 10000.0, 0.0, false, false};
+constexpr SensorKind gyroscopeKind = {"gyroscope", "angularVelocityNoise", 1000.0, 10000.0, true,
+                                      true};
+constexpr SensorKind magnetometerKind = {"magnetometer", "magneticNoise", 1000.0,
+                                         2047.9375,      false,           true};
+constexpr SensorKind barometerKind = {"barometer", "pressureNoise", 10000.0, 0.0, false, false};
 
 void readVibration(JsonObject& sensor, ErrorModel& model, double most)
 {
@@ -157,7 +158,7 @@ void readErrorModel(JsonObject& errors, const SensorKind& kind, ErrorModel& mode
         readMisalignment(object, model.axesMisalignment);
         readVibration(object, model, kind.most);
     }
-    if (&kind == &GYROSCOPE) {
+    if (&kind == &gyroscopeKind) {
         readMatrix(object, "gSensitivity", model.gSensitivity, 100.0);
     }
     readSpikes(object, model, kind.most);
@@ -208,10 +209,10 @@ void readErrors(JsonObject& camera, SensorErrors& errors)
     object.read("pressureBias", errors.pressureBias, -10000.0, 10000.0);
     object.read("pressureDrift", errors.pressureDrift, 0.0, 10000.0);
     object.read("temperatureNoise", errors.temperatureNoise, 0.0, 100.0);
-    readErrorModel(object, ACCELEROMETER, errors.accelerometer, errors.accelerationNoise);
-    readErrorModel(object, GYROSCOPE, errors.gyroscope, errors.angularVelocityNoise);
-    readErrorModel(object, MAGNETOMETER, errors.magnetometer, errors.magneticNoise);
-    readErrorModel(object, BAROMETER, errors.barometer, errors.pressureNoise);
+    readErrorModel(object, accelerometerKind, errors.accelerometer, errors.accelerationNoise);
+    readErrorModel(object, gyroscopeKind, errors.gyroscope, errors.angularVelocityNoise);
+    readErrorModel(object, magnetometerKind, errors.magnetometer, errors.magneticNoise);
+    readErrorModel(object, barometerKind, errors.barometer, errors.pressureNoise);
     object.read("clockDrift", errors.clockDrift, -50000.0, 50000.0);
     object.read("droppedSamples", errors.droppedSamples, 0.0, 50.0);
     object.readInteger("droppedTogether", errors.droppedTogether, 1, 1000);

@@ -73,7 +73,7 @@ struct CallRecord
 class CallLog
 {
 public:
-    static constexpr std::size_t BOUND = 2000; ///< maximum number of records of each kind
+    static constexpr std::size_t bound = 2000; ///< maximum number of records of each kind
 
     /// Records the call if its kind is on; sets number, thread and, if it is 0, the time.
     void add(CallRecord record);
@@ -103,15 +103,15 @@ public:
     void clear(); ///< the numbering continues
 
 private:
-    static constexpr std::size_t KINDS = static_cast<std::size_t>(CALL::COUNT);
+    static constexpr std::size_t kinds = static_cast<std::size_t>(CALL::COUNT);
 
     mutable std::mutex m_mutex;
     std::atomic<bool> m_on{false};
     std::atomic<bool> m_highRate{false};
     std::shared_ptr<const std::function<void(const CallRecord&)>> m_hook;
     std::uint64_t m_number = 0;
-    std::array<std::deque<CallRecord>, KINDS> m_records;
-    std::array<std::uint64_t, KINDS> m_counts{};
+    std::array<std::deque<CallRecord>, kinds> m_records;
+    std::array<std::uint64_t, kinds> m_counts{};
 };
 
 } // namespace om::bench

@@ -27,7 +27,7 @@ namespace om::bench {
 namespace {
 
 /// Of a file that is longer than an image, the length is wrong.
-constexpr std::size_t mostBytes = 2 * IMAGE_BYTES;
+constexpr std::size_t mostBytes = 2 * imageBytes;
 
 /// Whether it is the name of a writer's temporary file.
 bool isTemporary(std::string_view name)

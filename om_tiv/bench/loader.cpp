@@ -8,7 +8,7 @@ namespace om::bench {
 namespace {
 
 /// Maximum number of ended jobs whose status was not read.
-constexpr std::size_t MOST_ENDED = 64;
+constexpr std::size_t mostEnded = 64;
 
 } // namespace
 
@@ -40,8 +40,7 @@ bool Loader::start(BenchDescription description, const std::string& name, Finish
         return false;
     }
     const auto ended = [](const JobPtr& j) { return j->ended; };
-    if (static_cast<std::size_t>(std::count_if(m_jobs.begin(), m_jobs.end(), ended)) >=
-        MOST_ENDED) {
+    if (static_cast<std::size_t>(std::count_if(m_jobs.begin(), m_jobs.end(), ended)) >= mostEnded) {
         m_jobs.erase(std::find_if(m_jobs.begin(), m_jobs.end(), ended));
     }
     m_jobs.push_back(std::move(job));

@@ -203,7 +203,7 @@ BodyState VirtualCamera::bodyAt(Nanoseconds time) const
     if (const auto number = played->newest(STREAM::IMU, time); number) {
         const ImuSample sample = played->imu(*number);
         body.pose = sample.pose;
-        body.angularVelocity = (PI / 180.0) * sample.angularVelocity;
+        body.angularVelocity = (pi / 180.0) * sample.angularVelocity;
         body.specificForce = sample.linearAcceleration;
         body.movingState = sample.movingState;
     }

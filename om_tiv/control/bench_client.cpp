@@ -168,7 +168,7 @@ bool BenchClient::ask(const nlohmann::json& request, nlohmann::json& answer, std
     const auto due = std::chrono::steady_clock::now() + answerTimeout;
     std::size_t end = 0;
     while ((end = m_input.find('\n')) == std::string::npos) {
-        if (m_input.size() > MAX_ANSWER) {
+        if (m_input.size() > maxAnswer) {
             error = nonsense;
             return false;
         }

@@ -26,9 +26,9 @@ public:
     BenchClient(const BenchClient&) = delete;
     BenchClient& operator=(const BenchClient&) = delete;
 
-    static constexpr std::size_t MAX_ANSWER = 8 * 1024 * 1024;
+    static constexpr std::size_t maxAnswer = 8 * 1024 * 1024;
 
-    /// Sends a request and waits up to 10 s for its answer, an object of up to MAX_ANSWER bytes.
+    /// Sends a request and waits up to 10 s for its answer, an object of up to maxAnswer bytes.
     /// False, with the reason in one line, if the bench has ended or its answer is invalid.
     bool ask(const nlohmann::json& request, nlohmann::json& answer, std::string& error);
 

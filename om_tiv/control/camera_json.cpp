@@ -13,7 +13,7 @@ using nlohmann::json;
 
 namespace {
 
-constexpr double DEGREES = 180.0 / PI;
+constexpr double degreesPerRadian = 180.0 / pi;
 
 json asJson(ERROR_CODE code)
 {
@@ -85,11 +85,11 @@ json cameraAsJson(const Bench& bench, const CameraStatus& status, const VirtualC
             {"faults", faultsAsJson(bench.faults(status.serialNumber), false)},
             {"reading", readingAsJson(device.lastReading())},
             {"truth",
-             {{"heading", truth.heading * DEGREES},
+             {{"heading", truth.heading * degreesPerRadian},
               {"pose", {truth.pose.x, truth.pose.y, truth.pose.z, truth.pose.w}},
               {"field", triple(truth.field)},
               {"specificForce", triple(truth.specificForce)},
-              {"angularVelocity", triple(truth.angularVelocity, DEGREES)},
+              {"angularVelocity", triple(truth.angularVelocity, degreesPerRadian)},
               {"movingState", truth.movingState}}}};
 }
 

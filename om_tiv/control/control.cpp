@@ -29,9 +29,9 @@ namespace {
 
 using nlohmann::json;
 
-constexpr double DEGREES = 180.0 / PI;
-constexpr range::Range GLIDE{0.0, 600.0}; ///< s
-constexpr double FASTEST_SPIN = 1000.0;   ///< degrees per second, range of the gyroscope
+constexpr double degreesPerRadian = 180.0 / pi;
+constexpr range::Range glideRange{0.0, 600.0}; ///< s
+constexpr double fastestSpin = 1000.0;         ///< degrees per second, range of the gyroscope
 
 /// Without the place in a file, which has no meaning here; with the key.
 std::string withoutPlace(const std::string& error)
@@ -41,14 +41,14 @@ std::string withoutPlace(const std::string& error)
     return at == std::string::npos ? error : "camera" + error.substr(at + place.size());
 }
 
-constexpr const char* CAMERA = "camera"; ///< in place of a bench file's name
+constexpr const char* cameraSource = "camera"; ///< in place of a bench file's name
 
 /// A camera as in a bench file, read by the reader of bench files.
 BenchDescription readCamera(const json& camera)
 {
     BenchDescription description;
     std::string error;
-    if (!parseBenchText(json{{"cameras", json::array({camera})}}.dump(), CAMERA, description,
+    if (!parseBenchText(json{{"cameras", json::array({camera})}}.dump(), cameraSource, description,
                         error)) {
         throw Refusal(withoutPlace(error));
     }
@@ -72,7 +72,7 @@ public:
             const char* name;
             json (Request::*run)();
         };
-        static constexpr Command COMMANDS[] = {
+        static constexpr Command commands[] = {
             {"list", &Request::list},         {"add", &Request::add},
             {"remove", &Request::remove},     {"plug", &Request::plug},
             {"unplug", &Request::unplug},     {"motion", &Request::motion},
@@ -83,7 +83,7 @@ public:
         };
         const std::string name = text(m_request, "command");
         std::string known;
-        for (const Command& command : COMMANDS) {
+        for (const Command& command : commands) {
             if (name == command.name) {
                 json result = (this->*command.run)();
                 result["ok"] = true;
@@ -149,8 +149,8 @@ private:
     {
         BenchDescription description = readCamera(member(m_request, "camera"));
         const unsigned int serial = description.cameras.front().serialNumber;
-        if (m_bench.serialNumbers().size() + m_bench.loader().camerasToCome() >= MOST_CAMERAS) {
-            throw Refusal("there are " + std::to_string(MOST_CAMERAS) +
+        if (m_bench.serialNumbers().size() + m_bench.loader().camerasToCome() >= mostCameras) {
+            throw Refusal("there are " + std::to_string(mostCameras) +
                           " cameras already, as many as are possible");
         }
         if (m_bench.camera(serial) || m_bench.loader().isReading(serial)) {
@@ -164,7 +164,7 @@ private:
         }
         Bench& bench = m_bench;
         m_bench.loader().start(
-            std::move(description), CAMERA,
+            std::move(description), cameraSource,
             [&bench, serial](const BenchDescription& read, const std::string& error) {
                 if (!error.empty()) {
                     return withoutPlace(error);
@@ -238,14 +238,15 @@ private:
         const Quaternion value =
             angles.contains("quaternion")
                 ? quaternion(angles)
-                : fromHeading(number(angles, "heading", range::heading) / DEGREES,
-                              number(angles, "pitch", range::pitch) / DEGREES,
-                              number(angles, "roll", range::roll) / DEGREES);
-        const double glide = m_request.contains("glide") ? number(m_request, "glide", GLIDE) : 0.3;
+                : fromHeading(number(angles, "heading", range::heading) / degreesPerRadian,
+                              number(angles, "pitch", range::pitch) / degreesPerRadian,
+                              number(angles, "roll", range::roll) / degreesPerRadian);
+        const double glide =
+            m_request.contains("glide") ? number(m_request, "glide", glideRange) : 0.3;
         Vector spin;
         if (m_request.contains("spin")) {
-            const auto rates = numbers<3>(m_request, "spin", FASTEST_SPIN);
-            spin = (1.0 / DEGREES) * Vector{rates[0], rates[1], rates[2]};
+            const auto rates = numbers<3>(m_request, "spin", fastestSpin);
+            spin = (1.0 / degreesPerRadian) * Vector{rates[0], rates[1], rates[2]};
         }
         target->setPose(value, std::chrono::nanoseconds(std::llround(glide * 1e9)), spin);
         return json::object();
@@ -350,7 +351,7 @@ std::string answerControl(Bench& bench, const std::string& request)
     json answer;
     try {
         json parsed;
-        if (parseBounded(request, parsed) == JSON_TEXT::TOO_DEEP) {
+        if (parseBounded(request, parsed) == JsonText::TOO_DEEP) {
             throw Refusal("nested too deeply");
         }
         if (!parsed.is_object()) {

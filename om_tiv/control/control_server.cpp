@@ -211,7 +211,7 @@ private:
                 m_acceptAfter.reset();
             }
             // If all slots are in use new clients wait in the listener's queue.
-            const bool free = m_clients.size() < MAX_CLIENTS && !m_acceptAfter;
+            const bool free = m_clients.size() < maxClients && !m_acceptAfter;
             waiting.push_back({m_listener.get(), static_cast<short>(free ? POLLIN : 0), 0});
             Moment next = m_acceptAfter;
             for (const Client& client : m_clients) {
@@ -316,7 +316,7 @@ private:
         std::size_t begin = 0;
         for (std::size_t end; (end = client.input.find('\n', begin)) != std::string::npos;
              begin = end + 1) {
-            if (end - begin > MAX_LINE) {
+            if (end - begin > maxLine) {
                 break;
             }
             client.output += m_handler(client.input.substr(begin, end - begin)) + '\n';
@@ -325,8 +325,8 @@ private:
             }
         }
         client.input.erase(0, begin);
-        if (client.input.size() > MAX_LINE) {
-            refuse(client, "a request of more than " + std::to_string(MAX_LINE) + " bytes");
+        if (client.input.size() > maxLine) {
+            refuse(client, "a request of more than " + std::to_string(maxLine) + " bytes");
         } else if (client.input.empty()) {
             client.lineDue.reset();
         } else if (begin > 0 || !client.lineDue) {

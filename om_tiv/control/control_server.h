@@ -14,7 +14,7 @@ namespace om::bench {
 ///
 /// Only processes of the same user (or root) are served; the file has mode 0600, and the folder
 /// must be one in which no other user can replace it. A client may send anything: a line over
-/// MAX_LINE bytes ends its connection with an error, and an incomplete line at the end is dropped.
+/// maxLine bytes ends its connection with an error, and an incomplete line at the end is dropped.
 /// Between two requests a client keeps its slot without a time limit. With an incomplete line or an
 /// unread answer it keeps the slot for Limits::idle.
 class ControlServer
@@ -24,8 +24,8 @@ public:
     /// the server's thread. Must not throw.
     using Handler = std::function<std::string(const std::string&)>;
 
-    static constexpr std::size_t MAX_LINE = 64 * 1024; ///< bytes, without the line feed
-    static constexpr std::size_t MAX_CLIENTS = 16;
+    static constexpr std::size_t maxLine = 64 * 1024; ///< bytes, without the line feed
+    static constexpr std::size_t maxClients = 16;
 
     struct Limits
     {

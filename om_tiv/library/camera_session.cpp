@@ -14,7 +14,7 @@ namespace om::bench {
 namespace {
 
 /// Duration of the repetition of a script's last entry, as without a new sample.
-constexpr std::chrono::milliseconds REPEAT_WAIT{5};
+constexpr std::chrono::milliseconds repeatWait{5};
 
 struct Mode
 {
@@ -22,7 +22,7 @@ struct Mode
     int highestRate; // frames per second
 };
 
-constexpr int LOWEST_RATE = 15; // frames per second, of all models
+constexpr int lowestRate = 15; // frames per second, of all models
 
 /// The modes are the same for all models; AUTO is the usual mode of the model.
 Mode modeOf(RESOLUTION resolution, MODEL model)
@@ -53,20 +53,19 @@ float ownDepthMinimum(MODEL model)
     }
 }
 
-constexpr float OWN_DEPTH_MAXIMUM = 20.0F;
+constexpr float ownDepthMaximum = 20.0F;
 
 /// Sets the actual values where the library selects them.
 void settle(InitParameters& parameters, const Mode& mode, MODEL model)
 {
-    parameters.fps = parameters.fps <= 0
-                         ? mode.highestRate
-                         : std::clamp(parameters.fps, LOWEST_RATE, mode.highestRate);
+    parameters.fps = parameters.fps <= 0 ? mode.highestRate
+                                         : std::clamp(parameters.fps, lowestRate, mode.highestRate);
     const float unit = parameters.coordinateUnits == UNIT::MILLIMETRE ? 1000.0F : 1.0F;
     if (!(parameters.depthMinimum >= 0.0F)) {
         parameters.depthMinimum = ownDepthMinimum(model) * unit;
     }
     if (!(parameters.depthMaximum >= 0.0F)) {
-        parameters.depthMaximum = OWN_DEPTH_MAXIMUM * unit;
+        parameters.depthMaximum = ownDepthMaximum * unit;
     }
 }
 
@@ -310,7 +309,7 @@ ERROR_CODE CameraSession::grabScripted(ERROR_CODE scripted, bool repeated)
     Clock& clock = m_device->clock();
     if (repeated) {
         const std::uint64_t version = m_device->grabScript().version();
-        clock.waitUntil(UINT64_MAX, REPEAT_WAIT, [this, version] {
+        clock.waitUntil(UINT64_MAX, repeatWait, [this, version] {
             return !isOpen() || m_device->grabScript().version() != version;
         });
     }
@@ -348,7 +347,7 @@ ERROR_CODE CameraSession::sensors(SensorsData& data, TIME_REFERENCE reference)
             }
             lock.unlock();
             if (step == STEP::REPEATED) {
-                m_device->clock().waitUntil(UINT64_MAX, REPEAT_WAIT, [this, &script, version] {
+                m_device->clock().waitUntil(UINT64_MAX, repeatWait, [this, &script, version] {
                     return !isOpen() || script.version() != version;
                 });
             }

@@ -10,19 +10,19 @@ namespace om::bench {
 namespace {
 
 /// Separates the random numbers of the frames from those of the sensors.
-constexpr std::uint64_t JITTER_CHANNEL = 2000;
-constexpr double MOST_JITTER = 0.01; // of a period, in both directions
+constexpr std::uint64_t jitterChannel = 2000;
+constexpr double mostJitter = 0.01; // of a period, in both directions
 
 } // namespace
 
 LiveFrames::LiveFrames(Clock& clock, std::uint64_t seed, int framesPerSecond)
-    : m_clock(clock), m_seed(seed), m_period(NS_PER_S / static_cast<Nanoseconds>(framesPerSecond)),
+    : m_clock(clock), m_seed(seed), m_period(nsPerS / static_cast<Nanoseconds>(framesPerSecond)),
       m_start(clock.now())
 {}
 
 Nanoseconds LiveFrames::timeOf(std::uint64_t number) const
 {
-    const double jitter = MOST_JITTER * (2.0 * uniform(m_seed, JITTER_CHANNEL, number) - 1.0);
+    const double jitter = mostJitter * (2.0 * uniform(m_seed, jitterChannel, number) - 1.0);
     return m_start + (number + 1) * m_period +
            static_cast<Nanoseconds>(
                static_cast<std::int64_t>(jitter * static_cast<double>(m_period)));
@@ -35,7 +35,7 @@ bool LiveFrames::next(Frame& frame, const std::function<bool()>& done)
         const std::lock_guard<std::mutex> lock(m_mutex);
         due = timeOf(m_next);
     }
-    m_clock.waitUntil(due, LONGEST_WAIT, done);
+    m_clock.waitUntil(due, longestWait, done);
     const Nanoseconds now = m_clock.now();
     if (done() || now < due) {
         return false;

@@ -50,7 +50,7 @@ public:
     int length() const override { return -1; }
 
     /// Longest wait for a frame, in real time.
-    static constexpr std::chrono::milliseconds LONGEST_WAIT{100};
+    static constexpr std::chrono::milliseconds longestWait{100};
 
 private:
     Nanoseconds timeOf(std::uint64_t number) const;

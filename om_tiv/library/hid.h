@@ -8,7 +8,7 @@
 
 namespace om::bench {
 
-constexpr unsigned short USB_VENDOR_ID = 0x7C15;
+constexpr unsigned short usbVendorId = 0x7C15;
 
 /// USB product id of the model's microcontroller; 0 for a model without one on USB.
 unsigned short usbProductId(MODEL model);

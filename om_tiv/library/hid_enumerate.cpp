@@ -37,7 +37,7 @@ hid_device_info* makeEntry(const om::bench::CameraConfig& camera, unsigned short
         return nullptr;
     }
     entry->path = ::strdup(om::bench::hidPath(camera.serialNumber).c_str());
-    entry->vendor_id = om::bench::USB_VENDOR_ID;
+    entry->vendor_id = om::bench::usbVendorId;
     entry->product_id = product;
     entry->serial_number = wideCopy(std::to_string(camera.serialNumber).c_str());
     entry->release_number = camera.usbRelease;
@@ -53,7 +53,7 @@ hid_device_info* makeEntry(const om::bench::CameraConfig& camera, unsigned short
 hid_device_info* __wrap_hid_enumerate(unsigned short vendor, unsigned short product)
 {
     hid_device_info* devices = __real_hid_enumerate(vendor, product);
-    if (vendor != 0 && vendor != om::bench::USB_VENDOR_ID) {
+    if (vendor != 0 && vendor != om::bench::usbVendorId) {
         return devices;
     }
     hid_device_info** end = &devices;

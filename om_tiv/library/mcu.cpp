@@ -107,7 +107,7 @@ void TIVmcu::startCapture(float period)
         if (m_impl->session && !m_impl->session->lost.load()) {
             m_impl->period = period > 0.0F
                                  ? static_cast<Nanoseconds>(static_cast<double>(period) *
-                                                            static_cast<double>(bench::NS_PER_MS))
+                                                            static_cast<double>(bench::nsPerMs))
                                  : 0;
             m_impl->catchUp();
             m_impl->capturing = true;

@@ -26,12 +26,12 @@ using bench::VirtualCamera;
 
 namespace {
 
-constexpr Nanoseconds TICK = 39'000;
+constexpr Nanoseconds tick = 39'000;
 /// A full-speed bus transfers one report per frame.
-constexpr std::chrono::milliseconds USB_FRAME{1};
-constexpr int ALL_SENSORS = 6; ///< accelerometer, gyroscope and magnetometer
+constexpr std::chrono::milliseconds usbFrame{1};
+constexpr int allSensors = 6; ///< accelerometer, gyroscope and magnetometer
 /// Used history of the magnetometer; samples are available for 30 s.
-constexpr Nanoseconds PAST = 29 * bench::NS_PER_S;
+constexpr Nanoseconds past = 29 * bench::nsPerS;
 
 template <typename Count>
 Count toCounts(double value, double countsPerUnit)
@@ -75,7 +75,7 @@ ERROR_CODE TIVmcu::Impl::openSession(unsigned int serial, std::shared_ptr<Sessio
         return ERROR_CODE::INVALID_INPUT;
     }
     const std::shared_ptr<VirtualCamera> camera = theBench().camera(serial);
-    if (vendorId != bench::USB_VENDOR_ID || !camera || !camera->isPlugged() ||
+    if (vendorId != bench::usbVendorId || !camera || !camera->isPlugged() ||
         bench::usbProductId(camera->model()) == 0 ||
         (!path.empty() && path != bench::hidPath(serial))) {
         return ERROR_CODE::NOT_DETECTED;
@@ -202,7 +202,7 @@ IMUReaderData TIVmcu::Impl::physicalRecord(const std::shared_ptr<Session>& of)
         time = camera.reportedTime(STREAM::IMU, *imu);
         setTriple(
             made.acceleration, toSensorAxes(sample.linearAcceleration) - of->accelerationBias,
-            [](double v) { return toCounts<std::int16_t>(v / bench::STANDARD_GRAVITY, 4096.0); });
+            [](double v) { return toCounts<std::int16_t>(v / bench::standardGravity, 4096.0); });
         setTriple(made.angularVelocity,
                   toSensorAxes(sample.angularVelocity) - of->angularVelocityBias,
                   [](double v) { return toCounts<std::int16_t>(v, 32.8); });
@@ -226,7 +226,7 @@ IMUReaderData TIVmcu::Impl::physicalRecord(const std::shared_ptr<Session>& of)
             feedMonitor(*of, *mag, now);
         }
     }
-    made.timestamp = time > of->start ? (time - of->start) / TICK : 0;
+    made.timestamp = time > of->start ? (time - of->start) / tick : 0;
     record = made;
     recordMade = now;
     recordImu = imu;
@@ -242,7 +242,7 @@ void TIVmcu::Impl::transfer()
             return;
         }
     }
-    std::this_thread::sleep_for(USB_FRAME);
+    std::this_thread::sleep_for(usbFrame);
 }
 
 void TIVmcu::Impl::remember(const std::shared_ptr<Session>& of, const IMUReaderData& data)
@@ -286,7 +286,7 @@ void TIVmcu::Impl::feedMonitor(const Session& of, std::uint64_t newest, Nanoseco
     // The microcontroller reads the sensor since it was plugged in, with or without a link.
     std::uint64_t first = newest;
     while (first > 0 && first - 1 != monitoredMag &&
-           of.source->timeOf(STREAM::MAGNETOMETER, first - 1) + PAST > now) {
+           of.source->timeOf(STREAM::MAGNETOMETER, first - 1) + past > now) {
         --first;
     }
     for (std::uint64_t number = first; number <= newest; ++number) {
@@ -359,7 +359,7 @@ IMUPose TIVmcu::Impl::physicalPose(const std::shared_ptr<Session>& of, int senso
     setTriple(pose.angularVelocity, toSensorAxes(sample.angularVelocity) - of->angularVelocityBias,
               single);
     setTriple(pose.acceleration, acceleration, single);
-    const auto mag = of->hasMagnetometer() && sensors == ALL_SENSORS
+    const auto mag = of->hasMagnetometer() && sensors == allSensors
                          ? of->source->newest(STREAM::MAGNETOMETER, now)
                          : std::nullopt;
     if (mag) {

@@ -16,30 +16,30 @@ namespace om::bench {
 
 namespace {
 
-constexpr std::uint64_t FRAMES_TO_AND_FRO = 240;
+constexpr std::uint64_t framesToAndFro = 240;
 
 /// Blue, green, red, alpha.
 using Colour = std::array<std::uint8_t, 4>;
 
-constexpr std::array<Colour, 8> BARS = {{{255, 255, 255, 255},
-                                         {0, 255, 255, 255},
-                                         {255, 255, 0, 255},
-                                         {0, 255, 0, 255},
-                                         {255, 0, 255, 255},
-                                         {0, 0, 255, 255},
-                                         {255, 0, 0, 255},
-                                         {0, 0, 0, 255}}};
-constexpr Colour BAND = {40, 40, 40, 255};
-constexpr Colour MARK = {255, 255, 255, 255};
-constexpr Colour LEFT_CORNER = {255, 255, 0, 255};
-constexpr Colour RIGHT_CORNER = {255, 0, 255, 255};
+constexpr std::array<Colour, 8> barColours = {{{255, 255, 255, 255},
+                                               {0, 255, 255, 255},
+                                               {255, 255, 0, 255},
+                                               {0, 255, 0, 255},
+                                               {255, 0, 255, 255},
+                                               {0, 0, 255, 255},
+                                               {255, 0, 0, 255},
+                                               {0, 0, 0, 255}}};
+constexpr Colour bandColour = {40, 40, 40, 255};
+constexpr Colour markColour = {255, 255, 255, 255};
+constexpr Colour leftCornerColour = {255, 255, 0, 255};
+constexpr Colour rightCornerColour = {255, 0, 255, 255};
 
 /// The scene of the measures, metres.
-constexpr double WALL = 4.0;
-constexpr double EYE_HEIGHT = 1.2;
-constexpr double MARK_DEPTH = 1.5;
+constexpr double wallDepth = 4.0;
+constexpr double eyeHeight = 1.2;
+constexpr double markDepth = 1.5;
 /// Focal length relative to the image's width: a field of view of 90 degrees.
-constexpr double FOCAL = 0.5;
+constexpr double focalLength = 0.5;
 
 struct Range
 {
@@ -70,10 +70,9 @@ constexpr std::size_t rampBegin(std::size_t height)
 Range markColumns(std::size_t width, std::uint64_t frame)
 {
     const std::size_t wide = std::max<std::size_t>(width / 16, 1);
-    const std::uint64_t phase = frame % FRAMES_TO_AND_FRO;
-    const std::uint64_t way = std::min(phase, FRAMES_TO_AND_FRO - phase); // 0 to half
-    const std::size_t begin =
-        static_cast<std::size_t>((width - wide) * way / (FRAMES_TO_AND_FRO / 2));
+    const std::uint64_t phase = frame % framesToAndFro;
+    const std::uint64_t way = std::min(phase, framesToAndFro - phase); // 0 to half
+    const std::size_t begin = static_cast<std::size_t>((width - wide) * way / (framesToAndFro / 2));
     return {begin, begin + wide};
 }
 
@@ -224,8 +223,8 @@ void Picture::renderImageRow(std::uint8_t* row, bool right, std::size_t width, s
         return;
     }
     if (bandRows(height).contains(y)) {
-        paint(row, {0, width}, BAND);
-        paint(row, markColumns(width, frame), MARK);
+        paint(row, {0, width}, bandColour);
+        paint(row, markColumns(width, frame), markColour);
         return;
     }
     if (y >= rampBegin(height)) {
@@ -235,14 +234,15 @@ void Picture::renderImageRow(std::uint8_t* row, bool right, std::size_t width, s
         }
         return;
     }
-    for (std::size_t bar = 0; bar < BARS.size(); ++bar) {
-        paint(row, {bar * width / BARS.size(), (bar + 1) * width / BARS.size()}, BARS[bar]);
+    for (std::size_t bar = 0; bar < barColours.size(); ++bar) {
+        paint(row, {bar * width / barColours.size(), (bar + 1) * width / barColours.size()},
+              barColours[bar]);
     }
     const std::size_t square = cornerRows(height);
     if (y < square) {
         const std::size_t wide = std::min(square, width);
         paint(row, right ? Range{width - wide, width} : Range{0, wide},
-              right ? RIGHT_CORNER : LEFT_CORNER);
+              right ? rightCornerColour : leftCornerColour);
     }
 }
 
@@ -250,9 +250,9 @@ void Picture::renderMeasureRow(std::uint8_t* row, bool xyz, Resolution size, std
                                std::uint64_t frame) const
 {
     const auto width = static_cast<double>(size.width);
-    const double down =
-        (static_cast<double>(y) + 0.5 - 0.5 * static_cast<double>(size.height)) / (FOCAL * width);
-    const double background = down > 0.0 ? std::min(WALL, EYE_HEIGHT / down) : WALL;
+    const double down = (static_cast<double>(y) + 0.5 - 0.5 * static_cast<double>(size.height)) /
+                        (focalLength * width);
+    const double background = down > 0.0 ? std::min(wallDepth, eyeHeight / down) : wallDepth;
     const Range mark =
         bandRows(size.height).contains(y) ? markColumns(size.width, frame) : Range{0, 0};
     const double metre = metresIn(m_parameters.coordinateUnits);
@@ -265,7 +265,7 @@ void Picture::renderMeasureRow(std::uint8_t* row, bool xyz, Resolution size, std
         renderImageRow(colours.data(), false, size.width, size.height, y, frame);
     }
     for (std::size_t x = 0; x < size.width; ++x) {
-        const double depth = (mark.contains(x) ? MARK_DEPTH : background) / metre;
+        const double depth = (mark.contains(x) ? markDepth : background) / metre;
         float values[4] = {};
         const float unmeasured = depth < double{m_parameters.depthMinimum}
                                      ? -std::numeric_limits<float>::infinity()
@@ -277,7 +277,7 @@ void Picture::renderMeasureRow(std::uint8_t* row, bool xyz, Resolution size, std
             std::memcpy(row + 4 * x, values, 4);
             continue;
         }
-        const double across = (static_cast<double>(x) + 0.5 - 0.5 * width) / (FOCAL * width);
+        const double across = (static_cast<double>(x) + 0.5 - 0.5 * width) / (focalLength * width);
         values[0] = measured ? static_cast<float>(depth * across) : unmeasured;
         values[1] = measured ? static_cast<float>(sign * depth * down) : unmeasured;
         values[2] = measured ? static_cast<float>(sign * depth) : unmeasured;

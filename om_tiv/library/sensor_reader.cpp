@@ -24,12 +24,12 @@ namespace om::bench {
 namespace {
 
 /// Longest wait for a new sample.
-constexpr std::chrono::milliseconds NEW_SAMPLE_WAIT{5};
+constexpr std::chrono::milliseconds newSampleWait{5};
 
 /// Samples over which the pressure at the opening is averaged: two seconds.
-constexpr std::uint64_t GROUND_SAMPLES = 50;
+constexpr std::uint64_t groundSamples = 50;
 
-constexpr Nanoseconds TEMPERATURE_SLOT = 40 * NS_PER_MS;
+constexpr Nanoseconds temperatureSlot = 40 * nsPerMs;
 
 using LOCATION = SensorsData::TemperatureData::SENSOR_LOCATION;
 
@@ -49,7 +49,7 @@ SensorReader::SensorReader(std::shared_ptr<VirtualCamera> camera, COORDINATE_SYS
     if (m_source->has(STREAM::BAROMETER)) {
         // The average of samples around the opening; the noise of a single sample would be a
         // permanent error.
-        const std::uint64_t from = m_barometer.first - std::min(m_barometer.first, GROUND_SAMPLES);
+        const std::uint64_t from = m_barometer.first - std::min(m_barometer.first, groundSamples);
         const std::uint64_t count = std::max<std::uint64_t>(m_barometer.first - from, 1);
         for (std::uint64_t i = 0; i < count; ++i) {
             m_groundPressure += m_source->barometer(from + i).pressure / static_cast<double>(count);
@@ -71,7 +71,7 @@ void SensorReader::current(SensorsData& data, const std::function<bool()>& done)
         next = m_source->timeOf(STREAM::IMU, number);
     }
     if (clock.now() < next) {
-        clock.waitUntil(next, NEW_SAMPLE_WAIT, done);
+        clock.waitUntil(next, newSampleWait, done);
     }
     const Nanoseconds now = clock.now();
     const std::lock_guard<std::mutex> lock(m_mutex);
@@ -192,11 +192,11 @@ void SensorReader::fillBarometer(Nanoseconds time, const Faults& faults, Sensors
 
 void SensorReader::fillTemperatures(Nanoseconds time, const Faults& faults, SensorsData& data)
 {
-    const Nanoseconds slot = time / TEMPERATURE_SLOT;
+    const Nanoseconds slot = time / temperatureSlot;
     if (m_temperatureSlot != slot) {
         m_temperatureSlot = slot;
         m_temperatures.values.clear();
-        const auto values = m_source->temperatures(slot * TEMPERATURE_SLOT);
+        const auto values = m_source->temperatures(slot * temperatureSlot);
         for (std::size_t i = 0; i < values.size(); ++i) {
             if (values[i]) {
                 m_temperatures.values[static_cast<LOCATION>(i)] = static_cast<float>(*values[i]);

@@ -48,9 +48,9 @@ private:
     const std::shared_ptr<VirtualCamera> m_camera;
     const std::shared_ptr<SensorSource> m_source;
     const bool m_imageAxes;
-    Stream m_imu{STREAM::IMU, PhysicsSource::IMU_RATE};
-    Stream m_magnetometer{STREAM::MAGNETOMETER, PhysicsSource::MAGNETOMETER_RATE};
-    Stream m_barometer{STREAM::BAROMETER, PhysicsSource::BAROMETER_RATE};
+    Stream m_imu{STREAM::IMU, PhysicsSource::imuRate};
+    Stream m_magnetometer{STREAM::MAGNETOMETER, PhysicsSource::magnetometerRate};
+    Stream m_barometer{STREAM::BAROMETER, PhysicsSource::barometerRate};
     double m_groundPressure = 0.0; ///< Pa, at the opening
 
     std::mutex m_mutex;                      ///< guards the following members

@@ -19,12 +19,12 @@ namespace om::bench {
 
 namespace {
 
-constexpr std::array<std::uint8_t, 8> MAGIC = {'O', 'M', 'Q', 'V', 'R', '\r', '\n', 0x1A};
-constexpr std::uint32_t VERSION = 1;
-constexpr std::size_t HEADER_BYTES = 48;
-constexpr std::size_t MOST_FRAMES = 10'000'000;
-constexpr unsigned int MOST_PIXELS = 16384;
-constexpr double HIGHEST_RATE = 1000.0;
+constexpr std::array<std::uint8_t, 8> magic = {'O', 'M', 'Q', 'V', 'R', '\r', '\n', 0x1A};
+constexpr std::uint32_t version = 1;
+constexpr std::size_t headerBytes = 48;
+constexpr std::size_t mostFrames = 10'000'000;
+constexpr unsigned int mostPixels = 16384;
+constexpr double highestRate = 1000.0;
 
 /// Offsets of the header's fields.
 enum OFFSET : std::size_t {
@@ -53,31 +53,31 @@ std::string atByte(std::size_t offset)
 /// Empty, or the mistake in the header.
 std::string parseHeader(const std::uint8_t* header, Recording& recording, std::size_t& frames)
 {
-    if (std::memcmp(header, MAGIC.data(), MAGIC.size()) != 0) {
+    if (std::memcmp(header, magic.data(), magic.size()) != 0) {
         return atByte(0) + "not a recorded file";
     }
-    if (get32(header + AT_VERSION) != VERSION) {
+    if (get32(header + AT_VERSION) != version) {
         return atByte(AT_VERSION) + "format version " + std::to_string(get32(header + AT_VERSION)) +
-               ", expected " + std::to_string(VERSION);
+               ", expected " + std::to_string(version);
     }
-    if (get32(header + AT_HEADER_BYTES) != HEADER_BYTES) {
+    if (get32(header + AT_HEADER_BYTES) != headerBytes) {
         return atByte(AT_HEADER_BYTES) + "header of " +
                std::to_string(get32(header + AT_HEADER_BYTES)) + " bytes, expected " +
-               std::to_string(HEADER_BYTES);
+               std::to_string(headerBytes);
     }
     frames = get32(header + AT_FRAMES);
-    if (frames == 0 || frames > MOST_FRAMES) {
+    if (frames == 0 || frames > mostFrames) {
         return atByte(AT_FRAMES) + std::to_string(frames) + " frames, expected 1 to " +
-               std::to_string(MOST_FRAMES);
+               std::to_string(mostFrames);
     }
     recording.frameRate = get32(header + AT_FRAME_RATE) / 1000.0;
-    if (recording.frameRate <= 0.0 || recording.frameRate > HIGHEST_RATE) {
+    if (recording.frameRate <= 0.0 || recording.frameRate > highestRate) {
         return atByte(AT_FRAME_RATE) + "frame rate out of range";
     }
     recording.width = get32(header + AT_WIDTH);
     recording.height = get32(header + AT_HEIGHT);
-    if (recording.width == 0 || recording.width > MOST_PIXELS || recording.height == 0 ||
-        recording.height > MOST_PIXELS) {
+    if (recording.width == 0 || recording.width > mostPixels || recording.height == 0 ||
+        recording.height > mostPixels) {
         return atByte(AT_WIDTH) + "image size " + std::to_string(recording.width) + " x " +
                std::to_string(recording.height) + " out of range";
     }
@@ -114,7 +114,7 @@ std::string readFrames(const Descriptor& file, std::size_t frames, std::vector<N
             times.push_back(getLittle(piece.data() + at, 8));
         }
         if (*bytes < wanted) {
-            return atByte(HEADER_BYTES + 8 * times.size()) + "the file ends after " +
+            return atByte(headerBytes + 8 * times.size()) + "the file ends after " +
                    std::to_string(times.size()) + " of " + std::to_string(frames) + " frames";
         }
     }
@@ -123,12 +123,12 @@ std::string readFrames(const Descriptor& file, std::size_t frames, std::vector<N
         return unreadable();
     }
     if (*more > 0) {
-        return atByte(HEADER_BYTES + 8 * frames) + "bytes after the last frame";
+        return atByte(headerBytes + 8 * frames) + "bytes after the last frame";
     }
     Nanoseconds last = 0;
     for (std::size_t i = 0; i < frames; ++i) {
         if (times[i] != 0 && times[i] < last) {
-            return atByte(HEADER_BYTES + 8 * i) + "the time of frame " + std::to_string(i) +
+            return atByte(headerBytes + 8 * i) + "the time of frame " + std::to_string(i) +
                    " lies before that of a former frame";
         }
         last = std::max(last, times[i]);
@@ -144,7 +144,7 @@ std::string readWhole(const std::string& path, Recording& recording)
     if (!file.valid()) {
         return "can't be read: " + reason;
     }
-    std::array<std::uint8_t, HEADER_BYTES> header{};
+    std::array<std::uint8_t, headerBytes> header{};
     const auto got = readOn(file, header.data(), header.size());
     if (!got) {
         return unreadable();
@@ -174,13 +174,13 @@ bool readRecording(const std::string& path, Recording& recording, std::string& e
 
 bool writeRecording(const std::string& path, const Recording& recording, std::string& error)
 {
-    std::vector<std::uint8_t> bytes(HEADER_BYTES + 8 * recording.frameTimes.size());
+    std::vector<std::uint8_t> bytes(headerBytes + 8 * recording.frameTimes.size());
     const auto put = [&bytes](std::size_t at, std::uint64_t value, std::size_t width) {
         putLittle(&bytes[at], value, width);
     };
-    std::memcpy(bytes.data(), MAGIC.data(), MAGIC.size());
-    put(AT_VERSION, VERSION, 4);
-    put(AT_HEADER_BYTES, HEADER_BYTES, 4);
+    std::memcpy(bytes.data(), magic.data(), magic.size());
+    put(AT_VERSION, version, 4);
+    put(AT_HEADER_BYTES, headerBytes, 4);
     put(AT_FRAMES, recording.frameTimes.size(), 4);
     put(AT_FRAME_RATE, static_cast<std::uint64_t>(std::llround(recording.frameRate * 1000.0)), 4);
     put(AT_WIDTH, recording.width, 4);
@@ -190,7 +190,7 @@ bool writeRecording(const std::string& path, const Recording& recording, std::st
     put(AT_FIRMWARE, recording.firmwareVersion, 4);
     put(AT_RESERVED, 0, 4);
     for (std::size_t i = 0; i < recording.frameTimes.size(); ++i) {
-        put(HEADER_BYTES + 8 * i, recording.frameTimes[i], 8);
+        put(headerBytes + 8 * i, recording.frameTimes[i], 8);
     }
 
     const std::string temporary = path + ".part";

@@ -11,12 +11,12 @@ namespace om::bench {
 
 namespace {
 
-constexpr std::size_t MOST_EARLY_ROWS = 100;
-constexpr double NOMINAL_PERIOD = 1.0 / 400.0;
+constexpr std::size_t mostEarlyRows = 100;
+constexpr double nominalPeriod = 1.0 / 400.0;
 /// s. Times are recorded in microseconds and are slightly rounded as numbers of that size; no
 /// camera's samples have a smaller interval.
-constexpr double LEAST_STEP = 0.5e-6;
-constexpr double LATEST_TIME = 1e10; ///< s, positive or negative: the year 2286
+constexpr double leastStep = 0.5e-6;
+constexpr double latestTime = 1e10; ///< s, positive or negative: the year 2286
 
 bool isRow(std::string_view line)
 {
@@ -134,21 +134,21 @@ void noteSensors(const RecordingColumns& at, SensorRecording& recording, Recordi
 
 std::optional<double> RecordingPace::place(double time, std::size_t line, RecordingReport& report)
 {
-    if (std::abs(time) > LATEST_TIME) {
+    if (std::abs(time) > latestTime) {
         report.leftOut(line, "has a time beyond reason");
         return std::nullopt;
     }
-    const double step = m_before ? time - *m_before : NOMINAL_PERIOD;
-    if (step < LEAST_STEP && step > -SensorRecording::MOST_SETBACK) {
+    const double step = m_before ? time - *m_before : nominalPeriod;
+    if (step < leastStep && step > -SensorRecording::mostSetback) {
         report.leftOut(line, "does not come after the row before it");
         return std::nullopt;
     }
     if (!m_before) {
         m_shift = -time;
-    } else if (step > SensorRecording::MOST_GAP || step < 0.0) {
+    } else if (step > SensorRecording::mostGap || step < 0.0) {
         // The clock was set, or one row has a wrong time: the rest is valid.
         report.jump(line);
-        m_shift -= step - NOMINAL_PERIOD;
+        m_shift -= step - nominalPeriod;
     }
     m_before = time;
     return time + m_shift;
@@ -186,7 +186,7 @@ std::shared_ptr<const SensorRecording> RecordingParser::finish(std::string& repo
 void RecordingParser::takeHeader(const Line& line)
 {
     // Rows that were written before the header; they are still the first rows.
-    if (isRow(line.text) && m_early.size() < MOST_EARLY_ROWS && !line.tooLong) {
+    if (isRow(line.text) && m_early.size() < mostEarlyRows && !line.tooLong) {
         m_early.push_back({std::string(line.text), line});
         return;
     }
@@ -212,10 +212,10 @@ void RecordingParser::takeRow(const Line& line)
     }
     // The time of a row is the IMU's time or its replacement; without one it follows from the
     // index, which counts samples.
-    const double time = m_at.imuTime >= 0 ? value(m_at.imuTime) : value(0) * NOMINAL_PERIOD;
+    const double time = m_at.imuTime >= 0 ? value(m_at.imuTime) : value(0) * nominalPeriod;
     if (const auto placed = m_pace.place(time, line.number, m_report); placed) {
         append(*placed);
-        if (m_made->size() == ROWS_OF_ESTIMATE) {
+        if (m_made->size() == rowsOfEstimate) {
             setAside();
         }
     }
@@ -295,7 +295,7 @@ void RecordingParser::append(double time)
 void RecordingParser::setAside()
 {
     const double rows = static_cast<double>(m_expected) / static_cast<double>(m_taken) *
-                        static_cast<double>(m_made->size()) * ESTIMATE_MARGIN;
+                        static_cast<double>(m_made->size()) * estimateMargin;
     const auto capacity = static_cast<std::size_t>(rows);
     forEachColumn([capacity](auto& column) { column.reserve(capacity); });
 }

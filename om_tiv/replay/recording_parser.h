@@ -99,8 +99,8 @@ private:
     /// ones: a column that grows by doubling needs its memory twice for a moment.
     void setAside();
 
-    static constexpr std::size_t ROWS_OF_ESTIMATE = 1000;
-    static constexpr double ESTIMATE_MARGIN = 1.05;
+    static constexpr std::size_t rowsOfEstimate = 1000;
+    static constexpr double estimateMargin = 1.05;
 
     struct EarlyLine
     {

@@ -9,8 +9,8 @@ namespace om::bench {
 
 namespace {
 
-constexpr int DIGITS = 9;
-constexpr std::uint64_t SCALE = 1'000'000'000;
+constexpr int fractionDigits = 9;
+constexpr std::uint64_t unitsPerOne = 1'000'000'000;
 
 void appendInteger(std::string& text, std::uint64_t value)
 {
@@ -42,19 +42,19 @@ void appendField(std::string& text, double value)
     std::uint64_t whole = 0;
     std::uint64_t rest = 0; // in units of the ninth digit
     if (shift < 90) {       // below that it is 0 in all digits
-        const Wide scaled = static_cast<Wide>(mantissa) * SCALE;
+        const Wide scaled = static_cast<Wide>(mantissa) * unitsPerOne;
         const Wide rounded = (scaled + (static_cast<Wide>(1) << (shift - 1))) >> shift;
-        whole = static_cast<std::uint64_t>(rounded / SCALE);
-        rest = static_cast<std::uint64_t>(rounded % SCALE);
+        whole = static_cast<std::uint64_t>(rounded / unitsPerOne);
+        rest = static_cast<std::uint64_t>(rounded % unitsPerOne);
     }
     appendInteger(text, whole);
-    char digits[DIGITS + 2];
+    char digits[fractionDigits + 2];
     digits[0] = '.';
-    for (int i = DIGITS; i > 0; --i) {
+    for (int i = fractionDigits; i > 0; --i) {
         digits[i] = static_cast<char>('0' + rest % 10);
         rest /= 10;
     }
-    digits[DIGITS + 1] = ',';
+    digits[fractionDigits + 1] = ',';
     text.append(digits, sizeof digits);
 }
 

@@ -15,7 +15,7 @@ namespace {
 Quaternion rotationOf(const std::array<float, 3>& degrees)
 {
     const auto about = [](const Vector& axis, double angle) {
-        return fromRotationVector((angle * PI / 180.0) * axis);
+        return fromRotationVector((angle * pi / 180.0) * axis);
     };
     return about({0.0, 0.0, 1.0}, degrees[2]) *
            (about({0.0, 1.0, 0.0}, degrees[1]) * about({1.0, 0.0, 0.0}, degrees[0]));

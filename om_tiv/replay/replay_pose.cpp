@@ -11,21 +11,21 @@ namespace om::bench {
 
 namespace {
 
-constexpr double DEGREES = 180.0 / PI;
+constexpr double degreesPerRadian = 180.0 / pi;
 
 /// Largest float angles that a matrix can have.
-constexpr auto HALF_TURN = static_cast<float>(PI);
-constexpr auto QUARTER_TURN = static_cast<float>(PI / 2.0);
+constexpr auto halfTurn = static_cast<float>(pi);
+constexpr auto quarterTurn = static_cast<float>(pi / 2.0);
 
 /// Below this cosine of Y, Transform::getEulerAngles() treats X and Z as one angle and Y as a
 /// quarter turn.
-constexpr double LOCKED = 1e-6;
+constexpr double locked = 1e-6;
 
 /// The degrees that a reader computes from an angle in radians: single precision, degrees, single
 /// precision again.
 float degreesOf(float radians)
 {
-    return static_cast<float>(double{radians} * 180.0 / PI);
+    return static_cast<float>(double{radians} * 180.0 / pi);
 }
 
 /// The float that is this number of steps away.
@@ -43,7 +43,7 @@ float stepped(float value, int steps)
 /// nearest value.
 float radiansReadAs(float degrees)
 {
-    const auto middle = static_cast<float>(degrees / DEGREES);
+    const auto middle = static_cast<float>(degrees / degreesPerRadian);
     float best = middle;
     for (const int steps : {-1, 1}) {
         const float candidate = stepped(middle, steps);
@@ -62,22 +62,23 @@ template <typename Accept>
 bool searchRatio(float angle, double length, const Accept& accept)
 {
     // The end of the range itself is not an angle that a sine and a cosine can have.
-    constexpr double MOST = PI - 3e-8;
-    const double middle = std::clamp(double{angle}, -MOST, MOST);
+    constexpr double mostAngle = pi - 3e-8;
+    const double middle = std::clamp(double{angle}, -mostAngle, mostAngle);
     const double sine = std::sin(middle);
     const double cosine = std::cos(middle);
-    constexpr int MOST_TRIES = 64;
+    constexpr int mostTries = 64;
     // Distributed by the golden section: lengths with equal steps can fail again and again by the
     // same amount.
-    constexpr double SHORTEST = 1.0 - 6e-4;
-    constexpr double GOLDEN = 0.61803398874989485;
-    constexpr int STEPS[] = {0, 1, -1, 2, -2};
-    for (int i = 0; i < MOST_TRIES; ++i) {
-        const double shortened = length * (1.0 - (1.0 - SHORTEST) * std::fmod(i * GOLDEN, 1.0));
+    constexpr double leastShortened = 1.0 - 6e-4;
+    constexpr double goldenRatio = 0.61803398874989485;
+    constexpr int triedSteps[] = {0, 1, -1, 2, -2};
+    for (int i = 0; i < mostTries; ++i) {
+        const double shortened =
+            length * (1.0 - (1.0 - leastShortened) * std::fmod(i * goldenRatio, 1.0));
         const auto s = static_cast<float>(sine * shortened);
         const auto c = static_cast<float>(cosine * shortened);
-        for (const int stepsS : STEPS) {
-            for (const int stepsC : STEPS) {
+        for (const int stepsS : triedSteps) {
+            for (const int stepsC : triedSteps) {
                 const float trialS = stepped(s, stepsS);
                 const float trialC = stepped(c, stepsC);
                 if (static_cast<float>(std::atan2(double{trialS}, double{trialC})) == angle &&
@@ -93,9 +94,9 @@ bool searchRatio(float angle, double length, const Accept& accept)
 /// Rz Ry Rx of the angles.
 Matrix4f matrixOfEulerDegrees(const std::array<float, 3>& degrees)
 {
-    const double x = degrees[0] / DEGREES;
-    const double y = degrees[1] / DEGREES;
-    const double z = degrees[2] / DEGREES;
+    const double x = degrees[0] / degreesPerRadian;
+    const double y = degrees[1] / degreesPerRadian;
+    const double z = degrees[2] / degreesPerRadian;
     const double sx = std::sin(x);
     const double cx = std::cos(x);
     const double sy = std::sin(y);
@@ -119,16 +120,16 @@ Matrix4f matrixOfEulerDegrees(const std::array<float, 3>& degrees)
 Transform transformOfEulerDegrees(const std::array<float, 3>& degrees)
 {
     Matrix4f matrix = matrixOfEulerDegrees(degrees);
-    const double sy = std::sin(degrees[1] / DEGREES);
-    const double cy = std::cos(degrees[1] / DEGREES);
+    const double sy = std::sin(degrees[1] / degreesPerRadian);
+    const double cy = std::cos(degrees[1] / degreesPerRadian);
     const float wantedX = radiansReadAs(degrees[0]);
     const float wantedY = radiansReadAs(degrees[1]);
     const float wantedZ = radiansReadAs(degrees[2]);
-    if (!(std::abs(wantedX) <= HALF_TURN && std::abs(wantedY) <= QUARTER_TURN &&
-          std::abs(wantedZ) <= HALF_TURN)) {
+    if (!(std::abs(wantedX) <= halfTurn && std::abs(wantedY) <= quarterTurn &&
+          std::abs(wantedZ) <= halfTurn)) {
         return Transform(matrix);
     }
-    const bool isLocked = std::abs(cy) <= LOCKED;
+    const bool isLocked = std::abs(cy) <= locked;
     if (isLocked) {
         matrix(2, 0) = std::copysign(1.0F, static_cast<float>(-sy));
         for (const auto& [row, column] : {std::pair(0, 0), {1, 0}, {2, 1}, {2, 2}}) {

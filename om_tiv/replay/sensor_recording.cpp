@@ -15,8 +15,8 @@ namespace om::bench {
 
 namespace {
 
-constexpr std::uint64_t MOST_BYTES = 512U * 1024 * 1024;
-constexpr std::size_t PIECE_BYTES = 1024 * 1024; ///< read at once
+constexpr std::uint64_t mostBytes = 512U * 1024 * 1024;
+constexpr std::size_t pieceBytes = 1024 * 1024; ///< read at once
 
 } // namespace
 
@@ -74,7 +74,7 @@ SensorRecording::read(const std::string& path, std::string& report, ReadingProgr
         return nullptr;
     }
     const auto size = static_cast<std::uint64_t>(status.st_size);
-    if (size > MOST_BYTES) {
+    if (size > mostBytes) {
         report = oneLine(path) + ": larger than a recording may be (512 MiB)";
         return nullptr;
     }
@@ -82,9 +82,9 @@ SensorRecording::read(const std::string& path, std::string& report, ReadingProgr
     // the program.
     RecordingParser parser(path);
     parser.expect(size);
-    LineCutter lines(LONGEST_LINE);
+    LineCutter lines(longestLine);
     const auto take = [&parser](const Line& line) { parser.take(line); };
-    std::vector<char> piece(PIECE_BYTES);
+    std::vector<char> piece(pieceBytes);
     std::uint64_t have = 0; // of a growing file only its initial content is read
     while (have < size && !parser.isHopeless()) {
         if (progress != nullptr && progress->cancelled.load()) {
@@ -116,7 +116,7 @@ SensorRecording::parse(const std::string& text, const std::string& name, std::st
 {
     RecordingParser parser(name);
     parser.expect(text.size());
-    LineCutter lines(LONGEST_LINE);
+    LineCutter lines(longestLine);
     const auto take = [&parser](const Line& line) { parser.take(line); };
     lines.feed(text, take);
     lines.finish(take);

@@ -60,7 +60,7 @@ public:
 
     /// Reads a file of at most 512 MiB. Rows are left out if they are incomplete, contain something
     /// that is not a number, or do not come after the row before them. If the time jumps by more
-    /// than MOST_GAP ahead or MOST_SETBACK back, it continues directly after the row before. Some
+    /// than mostGap ahead or mostSetback back, it continues directly after the row before. Some
     /// rows may precede the header, as in files of the recorder.
     /// @param report report of the recording
     /// @param progress reports the progress; null for no report
@@ -72,9 +72,9 @@ public:
     static std::shared_ptr<const SensorRecording>
     parse(const std::string& text, const std::string& name, std::string& report);
 
-    static constexpr double MOST_GAP = 10.0;               ///< s
-    static constexpr double MOST_SETBACK = 1.0;            ///< s
-    static constexpr std::size_t LONGEST_LINE = 64 * 1024; ///< bytes
+    static constexpr double mostGap = 10.0;               ///< s
+    static constexpr double mostSetback = 1.0;            ///< s
+    static constexpr std::size_t longestLine = 64 * 1024; ///< bytes
 
 private:
     friend class RecordingParser;

@@ -70,7 +70,7 @@ nlohmann::json faultValue(const std::string& text)
         return false;
     }
     nlohmann::json value;
-    return parseBounded(text, value) == JSON_TEXT::SOUND ? value : nlohmann::json(text);
+    return parseBounded(text, value) == JsonText::SOUND ? value : nlohmann::json(text);
 }
 
 } // namespace om::bench

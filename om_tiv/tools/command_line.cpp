@@ -19,7 +19,7 @@ namespace {
 
 using nlohmann::json;
 
-constexpr int WRONG_USAGE = 2;
+constexpr int wrongUsage = 2;
 
 class CommandLine
 {
@@ -66,7 +66,7 @@ public:
             if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
                 status = m_app.exit(error); // help or version
             } else {
-                status = WRONG_USAGE;
+                status = wrongUsage;
                 std::cerr << oneLine("om-bench: " + reason(error)) << "\n";
             }
             return std::nullopt;

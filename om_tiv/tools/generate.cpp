@@ -23,8 +23,8 @@ namespace om::bench {
 
 namespace {
 
-constexpr std::size_t BUFFER = std::size_t{1} << 20U;
-constexpr Nanoseconds TEMPERATURE_SLOT = 40 * NS_PER_MS;
+constexpr std::size_t buffer = std::size_t{1} << 20U;
+constexpr Nanoseconds temperatureSlot = 40 * nsPerMs;
 
 /// The newest sample of a stream as time goes on.
 class Newest
@@ -69,8 +69,8 @@ class Rows
 public:
     Rows(const CameraConfig& config, const Field& field)
         : m_faults(config.faults), m_environment(environmentOf(config, field)),
-          m_source(config, std::make_shared<MotionTimeline>(config.motion, config.pose, START),
-                   m_environment, START),
+          m_source(config, std::make_shared<MotionTimeline>(config.motion, config.pose, start),
+                   m_environment, start),
           m_magnetometer(m_source, STREAM::MAGNETOMETER), m_barometer(m_source, STREAM::BAROMETER)
     {
         if (hasBarometer()) {
@@ -78,7 +78,7 @@ public:
         }
     }
 
-    static constexpr Nanoseconds START = GENERATED_START * NS_PER_S;
+    static constexpr Nanoseconds start = generatedStart * nsPerS;
 
     Nanoseconds timeOf(std::uint64_t number) const { return m_source.timeOf(STREAM::IMU, number); }
 
@@ -139,7 +139,7 @@ private:
         orientation.oz = static_cast<float>(sample.pose.z);
         const Vector3<float> angles = Transform(orientation, Translation()).getEulerAngles(true);
         const auto degrees = [](float radians) {
-            return static_cast<float>(static_cast<double>(radians) * 180.0 / PI);
+            return static_cast<float>(static_cast<double>(radians) * 180.0 / pi);
         };
         m_row.orientation = {degrees(angles.x), degrees(angles.y), degrees(angles.z)};
         m_row.movingState = sample.movingState;
@@ -176,12 +176,12 @@ private:
 
     void fillTemperatures(Nanoseconds time)
     {
-        const Nanoseconds slot = time / TEMPERATURE_SLOT;
+        const Nanoseconds slot = time / temperatureSlot;
         if (slot == m_slot) {
             return;
         }
         m_slot = slot;
-        auto values = m_source.temperatures(slot * TEMPERATURE_SLOT);
+        auto values = m_source.temperatures(slot * temperatureSlot);
         if (m_faults.boardTemperaturesAbsent) {
             values[2].reset();
             values[3].reset();
@@ -300,17 +300,17 @@ bool generateRecording(const CameraConfig& camera, const Field& field, double se
     Rows rows(camera, field);
     const auto length = static_cast<Nanoseconds>(std::llround(seconds * 1e9));
     std::string text = recordingHeader();
-    text.reserve(BUFFER + 4096);
+    text.reserve(buffer + 4096);
     bool isWritten = true;
     for (std::uint64_t number = 0; isWritten; ++number) {
-        const Nanoseconds elapsed = rows.timeOf(number) - Rows::START;
+        const Nanoseconds elapsed = rows.timeOf(number) - Rows::start;
         if (elapsed > length) {
             break;
         }
         if (const RecordingRow* const row = rows.rowOf(number)) {
             appendRow(text, *row);
         }
-        if (text.size() >= BUFFER) {
+        if (text.size() >= buffer) {
             isWritten = file.write(text);
             text.clear();
             if (isWritten && !proceed(static_cast<double>(elapsed) / static_cast<double>(length))) {

@@ -20,10 +20,10 @@ struct Generated
 };
 
 /// The time at which a generated recording begins: 2026-01-01, in every one.
-constexpr std::uint64_t GENERATED_START = 1'767'225'600;
+constexpr std::uint64_t generatedStart = 1'767'225'600;
 
 /// Writes every sample of a camera into a CSV file as Gravimon records it, with all columns: the
-/// camera is plugged in, opened and read at once, at GENERATED_START. The first IMU sample only
+/// camera is plugged in, opened and read at once, at generatedStart. The first IMU sample only
 /// starts the program's clock and has no row. Uses a few MiB whatever the length. The faults of
 /// sensors and timestamps act; those of opening, grabbing and the microcontroller do not.
 ///

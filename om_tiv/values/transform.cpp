@@ -9,7 +9,7 @@ namespace om {
 
 namespace {
 
-constexpr double PI = 3.14159265358979323846;
+constexpr double pi = 3.14159265358979323846;
 
 using RowMajor3 = Eigen::Matrix<float, 3, 3, Eigen::RowMajor>;
 using RowMajor4 = Eigen::Matrix<float, 4, 4, Eigen::RowMajor>;
@@ -99,8 +99,8 @@ Orientation::Orientation(const Translation& a, const Translation& b)
     // is the sine of the angle. 1 + cos would also work, but loses all digits near half a turn.
     const double sum = (u + v).norm();
     Eigen::Quaterniond q(0.5 * sum, 0.0, 0.0, 0.0);
-    constexpr double OPPOSITE = 1e-6; // floats don't distinguish directions better
-    if (sum < OPPOSITE) {
+    constexpr double opposite = 1e-6; // floats don't distinguish directions better
+    if (sum < opposite) {
         Eigen::Index axis = 0;
         u.cwiseAbs().minCoeff(&axis);
         q.w() = 0.0;
@@ -204,18 +204,18 @@ Vector3<float> Transform::getEulerAngles(bool radian) const
     double z = 0.0;
     // Below this limit only the difference or the sum of X and Z is determined, and rounding in the
     // matrix could make each of them any angle.
-    constexpr double LOCKED = 1e-6;
-    if (cosY > LOCKED) {
+    constexpr double locked = 1e-6;
+    if (cosY > locked) {
         x = std::atan2(double{m[9]}, double{m[10]});
         z = std::atan2(r10, r00);
     } else {
         x = std::atan2(-double{m[6]}, double{m[5]});
-        y = std::copysign(PI / 2.0, -r20);
+        y = std::copysign(pi / 2.0, -r20);
     }
     // atan2 returns -pi for a sine of -0.
-    x = x <= -PI ? PI : x;
-    z = z <= -PI ? PI : z;
-    const double unit = radian ? 1.0 : 180.0 / PI;
+    x = x <= -pi ? pi : x;
+    z = z <= -pi ? pi : z;
+    const double unit = radian ? 1.0 : 180.0 / pi;
     return {static_cast<float>(x * unit), static_cast<float>(y * unit),
             static_cast<float>(z * unit)};
 }

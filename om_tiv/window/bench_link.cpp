@@ -21,7 +21,7 @@ constexpr auto searchPeriod = 400ms;
 constexpr auto lookPeriod = 33ms;
 constexpr auto farewell = 1s; ///< time for the remaining requests at the end
 constexpr int looksPerField = 10;
-constexpr double degrees = 180.0 / om::bench::PI;
+constexpr double degrees = 180.0 / om::bench::pi;
 
 /// The socket that the environment names; empty if there is none.
 std::string socketOfEnvironment()

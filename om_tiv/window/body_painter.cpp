@@ -15,17 +15,17 @@ namespace {
 using om::bench::conjugate;
 using om::bench::dot;
 using om::bench::length;
-using om::bench::PI;
+using om::bench::pi;
 using om::bench::rotate;
 
-constexpr double EYE_DISTANCE = 6.0;
-constexpr double FLOOR = -0.92;
-constexpr double ROSE = 1.5; ///< radius
-const Vector EYE{0.0, 0.0, EYE_DISTANCE};
+constexpr double eyeDistance = 6.0;
+constexpr double floorHeight = -0.92;
+constexpr double roseRadius = 1.5; ///< radius
+const Vector eye{0.0, 0.0, eyeDistance};
 
 bool isSeen(const Vector& normal, const Vector& point)
 {
-    return dot(normal, EYE - point) > 0.0;
+    return dot(normal, eye - point) > 0.0;
 }
 
 int channel(double value)
@@ -50,7 +50,7 @@ QColor lit(const QColor& colour, const Vector& normal)
 
 QPointF Projection::fromEye(const Vector& v) const
 {
-    const double nearness = scale * EYE_DISTANCE / (EYE_DISTANCE - v.z);
+    const double nearness = scale * eyeDistance / (eyeDistance - v.z);
     return centre + QPointF(nearness * v.x, -nearness * v.y);
 }
 
@@ -69,8 +69,9 @@ void BodyPainter::paintCircle(double radius, const QColor& colour, double width)
 {
     QPolygonF points;
     for (int i = 0; i < 120; ++i) {
-        const double angle = 2.0 * PI * i / 120.0;
-        points << m_projection.at({radius * std::cos(angle), FLOOR, radius * std::sin(angle)});
+        const double angle = 2.0 * pi * i / 120.0;
+        points << m_projection.at(
+            {radius * std::cos(angle), floorHeight, radius * std::sin(angle)});
     }
     m_painter.setPen(QPen(colour, width));
     m_painter.setBrush(Qt::NoBrush);
@@ -91,7 +92,7 @@ void BodyPainter::paintFloorPolygon(const std::vector<Vector>& points, const QCo
 void BodyPainter::paintFloor(double declination, bool letters)
 {
     // The shadow of the body.
-    const QPointF below = m_projection.at({0.0, FLOOR, 0.0});
+    const QPointF below = m_projection.at({0.0, floorHeight, 0.0});
     const double reach = 1.15 * m_projection.scale;
     m_painter.save();
     m_painter.translate(below);
@@ -104,24 +105,24 @@ void BodyPainter::paintFloor(double declination, bool letters)
     m_painter.drawEllipse(QPointF(0.0, 0.0), reach, reach);
     m_painter.restore();
 
-    paintCircle(ROSE, look::charcoal, 1.5);
-    paintCircle(0.72 * ROSE, look::steel, 1.0);
+    paintCircle(roseRadius, look::charcoal, 1.5);
+    paintCircle(0.72 * roseRadius, look::steel, 1.0);
     for (int degree = 0; degree < 360; degree += 10) {
-        const double angle = degree * PI / 180.0;
+        const double angle = degree * pi / 180.0;
         const bool main = degree % 90 == 0;
         const double inner = main ? 0.88 : degree % 30 == 0 ? 0.92 : 0.96;
         const Vector outward{std::sin(angle), 0.0, -std::cos(angle)};
-        const Vector down{0.0, FLOOR, 0.0};
+        const Vector down{0.0, floorHeight, 0.0};
         m_painter.setPen(QPen(main ? look::ash : look::charcoal, main ? 2.0 : 1.0));
-        m_painter.drawLine(m_projection.at(inner * ROSE * outward + down),
-                           m_projection.at(ROSE * outward + down));
+        m_painter.drawLine(m_projection.at(inner * roseRadius * outward + down),
+                           m_projection.at(roseRadius * outward + down));
     }
 
-    const double angle = declination * PI / 180.0;
+    const double angle = declination * pi / 180.0;
     const Vector north{std::sin(angle), 0.0, -std::cos(angle)};
     const Vector side{0.07 * std::cos(angle), 0.0, 0.07 * std::sin(angle)};
-    const Vector down{0.0, FLOOR, 0.0};
-    const Vector tip = 0.84 * ROSE * north;
+    const Vector down{0.0, floorHeight, 0.0};
+    const Vector tip = 0.84 * roseRadius * north;
     paintFloorPolygon({down + tip, down + side, down - side}, QColor(190, 66, 66));
     paintFloorPolygon({down - tip, down + side, down - side}, QColor(120, 120, 120));
 
@@ -132,9 +133,9 @@ void BodyPainter::paintFloor(double declination, bool letters)
         m_painter.setFont(font);
         const char* const names[] = {"N", "E", "S", "W"};
         for (int i = 0; i < 4; ++i) {
-            const double at = i * PI / 2.0;
-            const QPointF p =
-                m_projection.at({1.12 * ROSE * std::sin(at), FLOOR, -1.12 * ROSE * std::cos(at)});
+            const double at = i * pi / 2.0;
+            const QPointF p = m_projection.at(
+                {1.12 * roseRadius * std::sin(at), floorHeight, -1.12 * roseRadius * std::cos(at)});
             m_painter.setPen(i == 0 ? look::pearl : look::ash);
             m_painter.drawText(QRectF(p.x() - 12, p.y() - 10, 24, 20), Qt::AlignCenter, names[i]);
         }
@@ -165,7 +166,7 @@ void BodyPainter::paintDisc(const Vector& centre, double radius, const Quaternio
 {
     QPolygonF polygon;
     for (int i = 0; i < 48; ++i) {
-        const double angle = 2.0 * PI * i / 48.0;
+        const double angle = 2.0 * pi * i / 48.0;
         polygon << m_projection.fromEye(
             rotate(toEye, centre + radius * Vector{std::cos(angle), std::sin(angle), 0.0}));
     }
@@ -178,15 +179,15 @@ void BodyPainter::paintBarrel(const Lens& lens, double front, const Quaternion& 
 {
     constexpr int steps = 32;
     const auto rim = [&](int i, double z) {
-        const double angle = 2.0 * PI * i / steps;
+        const double angle = 2.0 * pi * i / steps;
         return Vector{lens.x + lens.radius * std::cos(angle), lens.radius * std::sin(angle), z};
     };
     std::vector<Face> faces;
     for (int i = 0; i < steps; ++i) {
-        const double angle = 2.0 * PI * (i + 0.5) / steps;
+        const double angle = 2.0 * pi * (i + 0.5) / steps;
         faces.push_back(
-            {{rim(i, front), rim(i + 1, front), rim(i + 1, front - BodyShape::LENS_HEIGHT),
-              rim(i, front - BodyShape::LENS_HEIGHT)},
+            {{rim(i, front), rim(i + 1, front), rim(i + 1, front - BodyShape::lensHeight),
+              rim(i, front - BodyShape::lensHeight)},
              {std::cos(angle), std::sin(angle), 0.0},
              lens.ring});
     }
@@ -195,7 +196,7 @@ void BodyPainter::paintBarrel(const Lens& lens, double front, const Quaternion& 
 
 void BodyPainter::paintGlass(const Lens& lens, double front, const Quaternion& toEye)
 {
-    const Vector centre{lens.x, 0.0, front - BodyShape::LENS_HEIGHT};
+    const Vector centre{lens.x, 0.0, front - BodyShape::lensHeight};
     const Vector normal = rotate(toEye, {0.0, 0.0, -1.0});
     if (!isSeen(normal, rotate(toEye, centre))) {
         return;

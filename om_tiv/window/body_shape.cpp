@@ -10,12 +10,12 @@ namespace benchwindow {
 
 namespace {
 
-using om::bench::PI;
+using om::bench::pi;
 using om::bench::Vector;
 
-constexpr int CORNER_STEPS = 9;
-constexpr double BEVEL = 0.035;
-constexpr double LIFT = 0.002; ///< distance of marks from the hull
+constexpr int cornerSteps = 9;
+constexpr double bevel = 0.035;
+constexpr double lift = 0.002; ///< distance of marks from the hull
 
 const QColor graphite(52, 54, 58);
 const QColor shadowGrey(38, 40, 43);
@@ -38,7 +38,7 @@ struct Model
     double band; ///< distance of the bands from the middle; 0 for none
 };
 
-const std::array<Model, 6> MODELS = {{
+const std::array<Model, 6> models = {{
     {"TIV", 1.90, 0.34, 0.34, 0.17, 1.30, 0.105, aluminium, shadowGrey, darkAluminium, 0.0},
     {"TIV_N", 1.50, 0.36, 0.32, 0.18, 0.80, 0.105, graphite, graphite, QColor(232, 190, 60), 0.60},
     {"TIV_P", 2.00, 0.38, 0.42, 0.14, 1.30, 0.120, graphite, shadowGrey, aluminium, 0.0},
@@ -68,8 +68,8 @@ std::vector<Vector> outline(double width, double height, double corner, double z
         const double sx = quarter == 0 || quarter == 3 ? 1.0 : -1.0;
         const double sy = quarter < 2 ? 1.0 : -1.0;
         const Vector centre{sx * (width / 2.0 - corner), sy * (height / 2.0 - corner), z};
-        for (int step = 0; step <= CORNER_STEPS; ++step) {
-            const double angle = PI / 2.0 * (quarter + static_cast<double>(step) / CORNER_STEPS);
+        for (int step = 0; step <= cornerSteps; ++step) {
+            const double angle = pi / 2.0 * (quarter + static_cast<double>(step) / cornerSteps);
             points.push_back(centre + corner * Vector{std::cos(angle), std::sin(angle), 0.0});
         }
     }
@@ -91,11 +91,11 @@ void addRing(std::vector<Face>& faces, const std::vector<Vector>& a, const std::
 std::vector<Face> hullOf(const Model& m)
 {
     const double z = m.depth / 2.0;
-    const double inner = std::max(m.corner - BEVEL, 0.01);
-    const auto frontCap = outline(m.width - 2.0 * BEVEL, m.height - 2.0 * BEVEL, inner, -z);
-    const auto front = outline(m.width, m.height, m.corner, -z + BEVEL);
-    const auto back = outline(m.width, m.height, m.corner, z - BEVEL);
-    const auto backCap = outline(m.width - 2.0 * BEVEL, m.height - 2.0 * BEVEL, inner, z);
+    const double inner = std::max(m.corner - bevel, 0.01);
+    const auto frontCap = outline(m.width - 2.0 * bevel, m.height - 2.0 * bevel, inner, -z);
+    const auto front = outline(m.width, m.height, m.corner, -z + bevel);
+    const auto back = outline(m.width, m.height, m.corner, z - bevel);
+    const auto backCap = outline(m.width - 2.0 * bevel, m.height - 2.0 * bevel, inner, z);
     std::vector<Face> faces;
     addRing(faces, front, back, m.body);
     addRing(faces, frontCap, front, m.body.lighter(112));
@@ -114,16 +114,16 @@ Face plate(const Vector& centre, const Vector& u, const Vector& v, const QColor&
 /// An aluminium band around the body: over front, top, back and bottom with their bevels.
 void addBand(std::vector<Face>& marks, const Model& m, double x)
 {
-    const double y = m.height / 2.0 + LIFT;
-    const double z = m.depth / 2.0 + LIFT;
-    const std::array<Vector, 8> around = {{{x, y - BEVEL, -z},
-                                           {x, y, -z + BEVEL},
-                                           {x, y, z - BEVEL},
-                                           {x, y - BEVEL, z},
-                                           {x, -y + BEVEL, z},
-                                           {x, -y, z - BEVEL},
-                                           {x, -y, -z + BEVEL},
-                                           {x, -y + BEVEL, -z}}};
+    const double y = m.height / 2.0 + lift;
+    const double z = m.depth / 2.0 + lift;
+    const std::array<Vector, 8> around = {{{x, y - bevel, -z},
+                                           {x, y, -z + bevel},
+                                           {x, y, z - bevel},
+                                           {x, y - bevel, z},
+                                           {x, -y + bevel, z},
+                                           {x, -y, z - bevel},
+                                           {x, -y, -z + bevel},
+                                           {x, -y + bevel, -z}}};
     const Vector half{0.014, 0.0, 0.0};
     for (std::size_t i = 0; i < around.size(); ++i) {
         const Vector& a = around[i];
@@ -134,8 +134,8 @@ void addBand(std::vector<Face>& marks, const Model& m, double x)
 
 std::vector<Face> marksOf(const Model& m)
 {
-    const double top = m.height / 2.0 + LIFT;
-    const double back = m.depth / 2.0 + LIFT;
+    const double top = m.height / 2.0 + lift;
+    const double back = m.depth / 2.0 + lift;
     std::vector<Face> marks;
     if (m.band > 0.0) {
         addBand(marks, m, m.band);
@@ -147,13 +147,13 @@ std::vector<Face> marksOf(const Model& m)
         {{0.0, top, -tip}, {0.075, top, 0.2 * m.depth}, {-0.075, top, 0.2 * m.depth}}, look::lime));
     // The plug at the back with its frame, and a type plate.
     marks.push_back(plate({0.0, 0.0, back}, {0.15, 0.0, 0.0}, {0.0, 0.075, 0.0}, darkAluminium));
-    marks.push_back(plate({0.0, 0.0, back + LIFT}, {0.105, 0.0, 0.0}, {0.0, 0.036, 0.0}, socket));
+    marks.push_back(plate({0.0, 0.0, back + lift}, {0.105, 0.0, 0.0}, {0.0, 0.036, 0.0}, socket));
     marks.push_back(
         plate({0.32 * m.width, 0.0, back}, {0.1, 0.0, 0.0}, {0.0, 0.05, 0.0}, m.body.lighter(135)));
     // The tripod thread at the bottom.
     std::vector<Vector> thread;
     for (int i = 0; i < 20; ++i) {
-        const double angle = 2.0 * PI * i / 20.0;
+        const double angle = 2.0 * pi * i / 20.0;
         thread.push_back({0.06 * std::cos(angle), -top, 0.06 * std::sin(angle)});
     }
     marks.push_back(outward(thread, socket));
@@ -180,16 +180,16 @@ BodyShape makeShape(const Model& m)
 
 const BodyShape& shapeOf(const QString& model)
 {
-    static const std::array<BodyShape, MODELS.size()> shapes = [] {
-        std::array<BodyShape, MODELS.size()> made;
-        for (std::size_t i = 0; i < MODELS.size(); ++i) {
-            made[i] = makeShape(MODELS[i]);
+    static const std::array<BodyShape, models.size()> shapes = [] {
+        std::array<BodyShape, models.size()> made;
+        for (std::size_t i = 0; i < models.size(); ++i) {
+            made[i] = makeShape(models[i]);
         }
         return made;
     }();
     constexpr std::size_t fallback = 3;
-    for (std::size_t i = 0; i < MODELS.size(); ++i) {
-        if (model == QLatin1String(MODELS[i].name)) {
+    for (std::size_t i = 0; i < models.size(); ++i) {
+        if (model == QLatin1String(models[i].name)) {
             return shapes[i];
         }
     }

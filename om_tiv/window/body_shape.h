@@ -38,7 +38,7 @@ struct BodyShape
     std::vector<Face> hull;   ///< convex: no visible face hides another one
     std::vector<Face> marks;  ///< on the hull, in the order of painting
     std::vector<Lens> lenses; ///< in front of the hull
-    static constexpr double LENS_HEIGHT = 0.035;
+    static constexpr double lensHeight = 0.035;
 };
 
 /// The shape of a model by its name; that of TIV_Q for an unknown name.

@@ -18,7 +18,7 @@ using om::bench::rotate;
 constexpr double holdGlide = 0.05; ///< s, in requests while the user drags
 constexpr double stopGlide = 0.15; ///< s
 constexpr double levelGlide = 0.9; ///< s
-constexpr double keyTurn = 5.0 * om::bench::PI / 180.0;
+constexpr double keyTurn = 5.0 * om::bench::pi / 180.0;
 constexpr double keyGlide = 0.03;      ///< s
 constexpr double longestGuess = 0.5;   ///< s, maximum extrapolation of the shown pose
 constexpr double figuresHeight = 64.0; ///< pixels
@@ -223,7 +223,7 @@ void BodyView::mouseReleaseEvent(QMouseEvent* event)
     m_held = false;
     setCursor(Qt::OpenHandCursor);
     Vector rate = m_meter.rateAt(m_clock.now());
-    if (length(rate) < SpinMeter::STILL_BELOW) {
+    if (length(rate) < SpinMeter::stillBelow) {
         rate = {};
     }
     if (m_moved || m_turning || length(rate) > 0.0) {

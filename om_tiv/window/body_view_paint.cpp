@@ -13,7 +13,7 @@ namespace {
 
 using om::bench::length;
 
-constexpr double degrees = 180.0 / om::bench::PI;
+constexpr double degrees = 180.0 / om::bench::pi;
 
 QString stateText(const QString& state)
 {

@@ -5,7 +5,7 @@ namespace benchwindow {
 FrameClock::FrameClock(QObject* parent) : QObject(parent)
 {
     m_real.start();
-    m_timer.setInterval(PERIOD);
+    m_timer.setInterval(period);
     m_timer.setTimerType(Qt::PreciseTimer);
     connect(&m_timer, &QTimer::timeout, this, &FrameClock::frame);
 }
@@ -22,7 +22,7 @@ void FrameClock::start()
         return;
     }
     m_running = true;
-    m_nextFrame = m_manualTime + PERIOD;
+    m_nextFrame = m_manualTime + period;
     if (!m_manual) {
         m_timer.start();
     }
@@ -41,7 +41,7 @@ void FrameClock::setManual()
     }
     m_manualTime = std::chrono::nanoseconds(m_real.nsecsElapsed());
     m_manual = true;
-    m_nextFrame = m_manualTime + PERIOD;
+    m_nextFrame = m_manualTime + period;
     m_timer.stop();
 }
 
@@ -54,7 +54,7 @@ void FrameClock::step(std::chrono::milliseconds time)
     // What a frame does may end the frames.
     while (m_running && m_nextFrame <= end) {
         m_manualTime = m_nextFrame;
-        m_nextFrame += PERIOD;
+        m_nextFrame += period;
         emit frame();
     }
     m_manualTime = end;

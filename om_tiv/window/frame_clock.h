@@ -16,13 +16,13 @@ class FrameClock : public QObject
     Q_OBJECT
 
 public:
-    static constexpr std::chrono::milliseconds PERIOD{16};
+    static constexpr std::chrono::milliseconds period{16};
 
     explicit FrameClock(QObject* parent = nullptr);
 
     double now() const; ///< s, since the object was made
 
-    void start(); ///< frames follow, every PERIOD
+    void start(); ///< frames follow, every period
     void stop();
 
     /// Stops the time; step() alone moves it on from here.

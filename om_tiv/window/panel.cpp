@@ -32,7 +32,7 @@ struct Motion
     const char* text;
 };
 
-constexpr std::array<Motion, 5> MOTIONS = {{{"posed", QT_TRANSLATE_NOOP("Panel", "In the hand")},
+constexpr std::array<Motion, 5> motions = {{{"posed", QT_TRANSLATE_NOOP("Panel", "In the hand")},
                                             {"at rest", QT_TRANSLATE_NOOP("Panel", "At rest")},
                                             {"hand-held", QT_TRANSLATE_NOOP("Panel", "Hand-held")},
                                             {"tumble", QT_TRANSLATE_NOOP("Panel", "Tumbling")},
@@ -45,7 +45,7 @@ struct Heading
     const char* title;
 };
 
-constexpr std::array<Heading, 4> HEADINGS = {{{"openResult", "Opening"},
+constexpr std::array<Heading, 4> headings = {{{"openResult", "Opening"},
                                               {"grabFailures", "Stream"},
                                               {"barometerAbsent", "Sensors"},
                                               {"mcuSilent", "Microcontroller"}}};
@@ -179,7 +179,7 @@ void Panel::addCameraControls()
 
     m_motion = new ChoiceBox;
     m_motion->setObjectName(QStringLiteral("motion"));
-    for (const Motion& motion : MOTIONS) {
+    for (const Motion& motion : motions) {
         m_motion->addItem(tr(motion.text), QString::fromLatin1(motion.name));
     }
     m_ofCamera.push_back(addLine(tr("Motion"), m_motion));
@@ -265,7 +265,7 @@ void Panel::addFaults()
         m_rows->addWidget(label);
     };
     for (const Fault& fault : faultTable()) {
-        for (const Heading& heading : HEADINGS) {
+        for (const Heading& heading : headings) {
             if (std::strcmp(heading.before, fault.key) == 0) {
                 group(heading.title);
             }
@@ -288,11 +288,11 @@ void Panel::addFaults()
             QWidget* const line = addLine(tr("Old firmware"), m_firmware);
             line->layout()->setContentsMargins(0, 0, 0, 0);
             line->setToolTip(
-                tr("Version %1; effective when the camera is opened").arg(OLD_FIRMWARE));
+                tr("Version %1; effective when the camera is opened").arg(oldFirmware));
             m_ofCamera.push_back(line);
             connect(m_firmware, &QAbstractButton::clicked, this, [this](bool old) {
                 m_awaitedSwitches = sendForCamera(
-                    {{"command", "firmware"}, {"firmware", old ? OLD_FIRMWARE : NEW_FIRMWARE}}, "");
+                    {{"command", "firmware"}, {"firmware", old ? oldFirmware : newFirmware}}, "");
             });
         }
     }
@@ -362,7 +362,7 @@ void Panel::showCamera(const CameraView* camera, const om::bench::Field& field,
     }
     if (ticket >= m_awaitedSwitches) {
         m_plug->setChecked(camera->isPlugged());
-        m_firmware->setChecked(camera->firmware < OLDEST_GOOD_FIRMWARE);
+        m_firmware->setChecked(camera->firmware < oldestGoodFirmware);
         const int index = m_motion->findData(camera->motion);
         if (!m_motion->view()->isVisible() && index != m_motion->currentIndex()) {
             m_motion->setCurrentIndex(index);

@@ -30,9 +30,9 @@ public:
     /// Sends a request and returns its ticket, like BenchLink::send().
     using Sender = std::function<std::uint64_t(const nlohmann::json&, const std::string&)>;
 
-    static constexpr unsigned int OLD_FIRMWARE = 1141; ///< Gravimon requires 1142
-    static constexpr unsigned int NEW_FIRMWARE = 1201;
-    static constexpr unsigned int OLDEST_GOOD_FIRMWARE = 1142;
+    static constexpr unsigned int oldFirmware = 1141; ///< Gravimon requires 1142
+    static constexpr unsigned int newFirmware = 1201;
+    static constexpr unsigned int oldestGoodFirmware = 1142;
 
     explicit Panel(Sender send, QWidget* parent = nullptr);
 

@@ -9,7 +9,7 @@ namespace {
 
 using nlohmann::json;
 
-constexpr double radians = om::bench::PI / 180.0;
+constexpr double radians = om::bench::pi / 180.0;
 
 om::bench::Vector vectorOf(const json& value, double scale = 1.0)
 {

@@ -7,7 +7,7 @@ namespace benchwindow {
 
 namespace {
 
-constexpr double degrees = 180.0 / om::bench::PI;
+constexpr double degrees = 180.0 / om::bench::pi;
 
 /// The point of the ball under the pointer. The ball is a sphere in the middle with a smooth
 /// transition to a hyperboloid at its rim.
@@ -62,7 +62,7 @@ void SpinMeter::start(double seconds)
 void SpinMeter::add(double seconds, const Vector& turn)
 {
     m_entries.push_back({seconds, turn});
-    while (m_entries.front().seconds < seconds - 2.0 * WINDOW) {
+    while (m_entries.front().seconds < seconds - 2.0 * window) {
         m_entries.pop_front();
     }
 }
@@ -71,16 +71,16 @@ Vector SpinMeter::rateAt(double seconds) const
 {
     Vector sum;
     for (const Entry& entry : m_entries) {
-        if (entry.seconds > seconds - WINDOW) {
+        if (entry.seconds > seconds - window) {
             sum = sum + entry.turn;
         }
     }
     // Directly after the start the time span is shorter than the window, but contains at least two
     // events.
-    const double span = std::clamp(seconds - m_start, 0.02, WINDOW);
+    const double span = std::clamp(seconds - m_start, 0.02, window);
     const Vector rate = (1.0 / span) * sum;
     const double speed = om::bench::length(rate);
-    return speed > FASTEST ? (FASTEST / speed) * rate : rate;
+    return speed > fastest ? (fastest / speed) * rate : rate;
 }
 
 } // namespace benchwindow

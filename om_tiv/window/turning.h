@@ -44,14 +44,14 @@ Quaternion ballTurn(const BallPoint& from, const BallPoint& to);
 class SpinMeter
 {
 public:
-    static constexpr double WINDOW = 0.08;  ///< s
-    static constexpr double FASTEST = 10.0; ///< rad/s
-    static constexpr double STILL_BELOW =
+    static constexpr double window = 0.08;  ///< s
+    static constexpr double fastest = 10.0; ///< rad/s
+    static constexpr double stillBelow =
         0.35; ///< rad/s; at a slower release the body does not spin
 
     void start(double seconds);                   ///< at a press: forgets all turns
     void add(double seconds, const Vector& turn); ///< rotation vector
-    /// rad/s, in the frame of the turns. Not faster than FASTEST.
+    /// rad/s, in the frame of the turns. Not faster than fastest.
     Vector rateAt(double seconds) const;
 
 private:

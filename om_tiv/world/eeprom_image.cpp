@@ -19,7 +19,7 @@ constexpr std::size_t contentBytes = 4 + 6 * 4;
 constexpr std::size_t scaleAt = 16;
 constexpr std::size_t offsetAt = 28;
 constexpr std::size_t checksumAt = headerBytes + contentBytes;
-static_assert(checksumAt + 4 == IMAGE_BYTES);
+static_assert(checksumAt + 4 == imageBytes);
 
 std::string hex(std::uint32_t value)
 {
@@ -32,7 +32,7 @@ std::string hex(std::uint32_t value)
 
 std::string imageOf(unsigned int serial, const MagCalibration& calibration)
 {
-    std::array<std::uint8_t, IMAGE_BYTES> image{};
+    std::array<std::uint8_t, imageBytes> image{};
     std::memcpy(image.data(), magic, sizeof magic);
     putLittle(&image[4], formatVersion, 4);
     putLittle(&image[8], contentBytes, 4);
@@ -62,9 +62,9 @@ std::string imageDamage(const std::string& image, unsigned int serial)
         return "byte 8: content length " + std::to_string(getLittle(bytes + 8, 4)) + ", expected " +
                std::to_string(contentBytes);
     }
-    if (image.size() != IMAGE_BYTES) {
-        return "byte " + std::to_string(std::min(image.size(), IMAGE_BYTES)) + ": the file has " +
-               std::to_string(image.size()) + " bytes, expected " + std::to_string(IMAGE_BYTES);
+    if (image.size() != imageBytes) {
+        return "byte " + std::to_string(std::min(image.size(), imageBytes)) + ": the file has " +
+               std::to_string(image.size()) + " bytes, expected " + std::to_string(imageBytes);
     }
     const auto stored = static_cast<std::uint32_t>(getLittle(bytes + checksumAt, 4));
     const std::uint32_t computed = crc32(bytes, checksumAt);

@@ -20,7 +20,7 @@
 
 namespace om::bench {
 
-constexpr std::size_t IMAGE_BYTES = 44;
+constexpr std::size_t imageBytes = 44;
 
 /// The image of a camera with this calibration.
 std::string imageOf(unsigned int serial, const MagCalibration& calibration);

@@ -26,9 +26,9 @@ double Air::excessAt(Nanoseconds time) const
 
 double Air::excess(Nanoseconds time) const
 {
-    const double last = m_temperature - NOMINAL;
+    const double last = m_temperature - nominal;
     const double since = time > m_changed ? static_cast<double>(time - m_changed) * 1e-9 : 0.0;
-    return last + (m_excessBefore - last) * std::exp(-since / TIME_CONSTANT);
+    return last + (m_excessBefore - last) * std::exp(-since / timeConstant);
 }
 
 Vector Environment::fieldAt(Nanoseconds time) const
@@ -43,8 +43,8 @@ Vector Environment::disturbanceAt(Nanoseconds time) const
         return {};
     }
     // The time is reduced to one period as an integer: as a double it is too coarse for the sine.
-    constexpr Nanoseconds swing = 1'430 * NS_PER_MS;
-    const double phase = 2.0 * PI * static_cast<double>(time % swing) / static_cast<double>(swing);
+    constexpr Nanoseconds swing = 1'430 * nsPerMs;
+    const double phase = 2.0 * pi * static_cast<double>(time % swing) / static_cast<double>(swing);
     return (strength * std::sin(phase)) * Vector{0.48, -0.8, -0.36};
 }
 

@@ -17,20 +17,20 @@ class Air
 {
 public:
     /// For the start temperatures, degrees Celsius.
-    static constexpr double NOMINAL = 20.0;
-    static constexpr double TIME_CONSTANT = 20.0; ///< s
+    static constexpr double nominal = 20.0;
+    static constexpr double timeConstant = 20.0; ///< s
 
     double temperature() const; ///< degrees Celsius
     void setTemperature(double celsius, Nanoseconds time);
-    /// Difference of the camera's temperature to that in air of NOMINAL. For times before the last
-    /// change: the value at that change.
+    /// Difference of the camera's temperature to that in air of the nominal temperature. For times
+    /// before the last change: the value at that change.
     double excessAt(Nanoseconds time) const;
 
 private:
     double excess(Nanoseconds time) const;
 
     mutable std::mutex m_mutex;
-    double m_temperature = NOMINAL;
+    double m_temperature = nominal;
     double m_excessBefore = 0.0; ///< at the last change
     Nanoseconds m_changed = 0;
 };

@@ -11,7 +11,7 @@ namespace om::bench {
 struct ErrorModel
 {
     /// Degrees Celsius: the sensor's temperature at which the temperature has no effect.
-    static constexpr double REFERENCE_TEMPERATURE = 25.0;
+    static constexpr double referenceTemperature = 25.0;
 
     Vector noiseDensity;    ///< u / sqrt(Hz), white noise
     Vector biasInstability; ///< u, flicker noise: the Allan deviation's floor is 0.664 of it

@@ -9,27 +9,27 @@ namespace {
 
 /// An interval is longer than so many correlation times: its ends have nothing to do with each
 /// other.
-constexpr double INDEPENDENT = 40.0;
-constexpr double CELLS_PER_CORRELATION_TIME = 32.0;
-constexpr unsigned int SHORTEST_CELL_BITS = 21; // 2.1 ms, below the period of the fastest sensor
+constexpr double independent = 40.0;
+constexpr double cellsPerCorrelationTime = 32.0;
+constexpr unsigned int shortestCellBits = 21; // 2.1 ms, below the period of the fastest sensor
 
 /// Variance of each octave in units of B^2. A process of variance v and correlation time T has the
 /// one-sided density 4 v T / (1 + (2 pi f T)^2), and an octave apart they add up to v / (f ln 2).
-constexpr double OCTAVE_VARIANCE = 0.69314718055994531 / 3.14159265358979323846;
+constexpr double octaveVariance = 0.69314718055994531 / 3.14159265358979323846;
 
 } // namespace
 
 FirstOrderProcess::FirstOrderProcess(std::uint64_t seed, std::uint64_t channel,
                                      double correlationTime)
     : m_numbers(seed, channel),
-      m_cellBits(std::max(SHORTEST_CELL_BITS,
+      m_cellBits(std::max(shortestCellBits,
                           static_cast<unsigned int>(std::max(
-                              0, std::ilogb(correlationTime * 1e9 / CELLS_PER_CORRELATION_TIME))))),
+                              0, std::ilogb(correlationTime * 1e9 / cellsPerCorrelationTime))))),
       m_cellInverse(std::ldexp(1.0, -static_cast<int>(m_cellBits)))
 {
     const double cell = std::ldexp(1e-9, static_cast<int>(m_cellBits)) / correlationTime;
     std::size_t levels = 0;
-    while (std::ldexp(cell, static_cast<int>(levels)) < INDEPENDENT) {
+    while (std::ldexp(cell, static_cast<int>(levels)) < independent) {
         ++levels;
     }
     for (std::size_t i = 0; i < levels; ++i) {
@@ -63,7 +63,7 @@ double FirstOrderProcess::at(Nanoseconds time)
 
 Flicker::Flicker(std::uint64_t seed, std::uint64_t channel, double correlationTime)
 {
-    for (double time = correlationTime; time >= SHORTEST && m_octaves.size() < CHANNELS;
+    for (double time = correlationTime; time >= shortest && m_octaves.size() < channels;
          time *= 0.5) {
         m_octaves.emplace_back(seed, channel + m_octaves.size(), time);
     }
@@ -75,7 +75,7 @@ double Flicker::at(Nanoseconds time)
     for (FirstOrderProcess& octave : m_octaves) {
         sum += octave.at(time);
     }
-    static const double deviation = std::sqrt(OCTAVE_VARIANCE);
+    static const double deviation = std::sqrt(octaveVariance);
     return deviation * sum;
 }
 

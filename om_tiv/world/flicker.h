@@ -41,11 +41,11 @@ class Flicker
 {
 public:
     /// The shortest correlation time lies between this and twice as much, s.
-    static constexpr double SHORTEST = 0.012;
+    static constexpr double shortest = 0.012;
     /// Channels of random numbers that it takes, from the given one on.
-    static constexpr std::uint64_t CHANNELS = 40;
+    static constexpr std::uint64_t channels = 40;
 
-    /// @param correlationTime T in seconds, SHORTEST to 1e7
+    /// @param correlationTime T in seconds, shortest to 1e7
     Flicker(std::uint64_t seed, std::uint64_t channel, double correlationTime);
 
     double at(Nanoseconds time); ///< in units of B

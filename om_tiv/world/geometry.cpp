@@ -27,7 +27,7 @@ Vector from(const Eigen::Vector3d& v)
 
 double radians(double degrees)
 {
-    return degrees * PI / 180.0;
+    return degrees * pi / 180.0;
 }
 
 } // namespace
@@ -102,8 +102,8 @@ double magneticHeading(const Quaternion& pose, const Field& field)
         return 0.0;
     }
     const double heading =
-        std::remainder(std::atan2(forward.x, -forward.z) - radians(field.declination), 2.0 * PI);
-    return heading < 0.0 ? heading + 2.0 * PI : heading;
+        std::remainder(std::atan2(forward.x, -forward.z) - radians(field.declination), 2.0 * pi);
+    return heading < 0.0 ? heading + 2.0 * pi : heading;
 }
 
 } // namespace om::bench

@@ -74,11 +74,11 @@ inline Vector fromSensorAxes(const Vector& sensor)
 
 /// Row-major.
 using Matrix3 = std::array<std::array<double, 3>, 3>;
-inline constexpr Matrix3 IDENTITY3 = {{{1.0, 0.0, 0.0}, {0.0, 1.0, 0.0}, {0.0, 0.0, 1.0}}};
+inline constexpr Matrix3 identity3 = {{{1.0, 0.0, 0.0}, {0.0, 1.0, 0.0}, {0.0, 0.0, 1.0}}};
 Vector operator*(const Matrix3& m, const Vector& v);
 
-constexpr double PI = 3.14159265358979323846;
-constexpr double STANDARD_GRAVITY = 9.80665; ///< m/s^2
+constexpr double pi = 3.14159265358979323846;
+constexpr double standardGravity = 9.80665; ///< m/s^2
 
 /// The geomagnetic field of the bench, the same for all cameras.
 struct Field

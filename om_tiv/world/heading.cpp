@@ -98,10 +98,10 @@ double tiltCompensatedHeading(const Vector& field, const Vector& specificForce)
     const Vector north = cross(east, down);
     double heading = std::atan2(east.z, north.z);
     if (heading < 0.0) {
-        heading += 2.0 * PI;
+        heading += 2.0 * pi;
     }
     // -0 means north, and so does a value that rounds up to a full turn as a float.
-    return heading > 0.0 && static_cast<float>(heading) < static_cast<float>(2.0 * PI) ? heading
+    return heading > 0.0 && static_cast<float>(heading) < static_cast<float>(2.0 * pi) ? heading
                                                                                        : 0.0;
 }
 

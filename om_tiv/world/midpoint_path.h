@@ -36,7 +36,7 @@ private:
 class MidpointPath
 {
 public:
-    static constexpr std::size_t MOST_LEVELS = 56;
+    static constexpr std::size_t mostLevels = 56;
 
     /// How the middle of an interval follows from its ends.
     struct Level
@@ -69,7 +69,7 @@ private:
         double last = 0.0;
     };
 
-    std::array<Ends, MOST_LEVELS + 1> m_ends{}; ///< of the nested intervals, from the whole one
+    std::array<Ends, mostLevels + 1> m_ends{}; ///< of the nested intervals, from the whole one
     std::uint64_t m_name = UINT64_MAX;
     std::uint64_t m_cell = 0;
     std::size_t m_levels = 0;

@@ -8,17 +8,17 @@ namespace om::bench {
 
 namespace {
 
-constexpr Nanoseconds HISTORY = 30 * NS_PER_S;
-constexpr std::size_t MOST_SEGMENTS = 20000;
+constexpr Nanoseconds history = 30 * nsPerS;
+constexpr std::size_t mostSegments = 20000;
 
 /// Minimum time of a transition, and the rate of longer ones.
-constexpr double SHORTEST_GLIDE = 0.4;                           // s
-constexpr double GLIDE_RATE = 200.0 * PI / 180.0;                // rad/s
-constexpr double DIFFERENCE_STEP = 0.00025;                      // s
-constexpr double STATIC_RATE = 0.6 * PI / 180.0;                 // rad/s
-constexpr double STATIC_ACCELERATION = 0.03;                     // m/s^2
-constexpr double FALLING_FORCE = 3.0;                            // m/s^2
-constexpr std::array<double, 3> STILL_SINCE = {0.15, 0.3, 0.45}; // s
+constexpr double shortestGlide = 0.4;                           // s
+constexpr double glideRate = 200.0 * pi / 180.0;                // rad/s
+constexpr double differenceStep = 0.00025;                      // s
+constexpr double staticRate = 0.6 * pi / 180.0;                 // rad/s
+constexpr double staticAcceleration = 0.03;                     // m/s^2
+constexpr double fallingForce = 3.0;                            // m/s^2
+constexpr std::array<double, 3> stillSince = {0.15, 0.3, 0.45}; // s
 
 double seconds(Nanoseconds from, Nanoseconds to)
 {
@@ -44,7 +44,7 @@ double smoothCurvature(double u)
 
 Quaternion turnAbout(const Vector& axis, double turns)
 {
-    return fromRotationVector((2.0 * PI * std::remainder(turns, 1.0)) * axis);
+    return fromRotationVector((2.0 * pi * std::remainder(turns, 1.0)) * axis);
 }
 
 /// Through all orientations: constant rates about the world's y axis, about x and about the body's
@@ -63,18 +63,18 @@ struct Swing
 };
 
 /// The motion of an unsteady hand: two swings per axis, in radians and in metres.
-constexpr std::array<std::array<Swing, 2>, 3> HAND_TURNS = {{{{{0.060, 0.31}, {0.014, 1.27}}},
-                                                             {{{0.080, 0.23}, {0.011, 1.61}}},
-                                                             {{{0.045, 0.37}, {0.013, 1.43}}}}};
-constexpr std::array<std::array<Swing, 2>, 3> HAND_SWAYS = {{{{{0.015, 0.29}, {0.0008, 1.9}}},
-                                                             {{{0.010, 0.41}, {0.0009, 1.7}}},
-                                                             {{{0.012, 0.33}, {0.0007, 2.1}}}}};
+constexpr std::array<std::array<Swing, 2>, 3> handTurns = {{{{{0.060, 0.31}, {0.014, 1.27}}},
+                                                            {{{0.080, 0.23}, {0.011, 1.61}}},
+                                                            {{{0.045, 0.37}, {0.013, 1.43}}}}};
+constexpr std::array<std::array<Swing, 2>, 3> handSways = {{{{{0.015, 0.29}, {0.0008, 1.9}}},
+                                                            {{{0.010, 0.41}, {0.0009, 1.7}}},
+                                                            {{{0.012, 0.33}, {0.0007, 2.1}}}}};
 
 double swing(const std::array<Swing, 2>& swings, double t)
 {
     double sum = 0.0;
     for (const Swing& s : swings) {
-        sum += s.amplitude * std::sin(2.0 * PI * s.frequency * t);
+        sum += s.amplitude * std::sin(2.0 * pi * s.frequency * t);
     }
     return sum;
 }
@@ -83,7 +83,7 @@ double swingAcceleration(const std::array<Swing, 2>& swings, double t)
 {
     double sum = 0.0;
     for (const Swing& s : swings) {
-        const double rate = 2.0 * PI * s.frequency;
+        const double rate = 2.0 * pi * s.frequency;
         sum -= s.amplitude * rate * rate * std::sin(rate * t);
     }
     return sum;
@@ -103,7 +103,7 @@ Vertical fall(double t)
     constexpr double falling = 0.5;
     constexpr double caught = 0.25;
     constexpr double lifted = 1.25;
-    constexpr double g = STANDARD_GRAVITY;
+    constexpr double g = standardGravity;
     constexpr double speed = g * falling;
     constexpr double brake = speed / caught;
     constexpr double depth = 0.5 * g * falling * falling + 0.5 * speed * caught;
@@ -173,13 +173,13 @@ void MotionTimeline::append(Segment segment)
     const double end = seconds(former.start, segment.start);
     segment.turn = toRotationVector(conjugate(motionPose(segment, 0.0)) * poseIn(former, end));
     if (segment.glide < 0.0) {
-        segment.glide = std::max(SHORTEST_GLIDE, length(segment.turn) / GLIDE_RATE);
+        segment.glide = std::max(shortestGlide, length(segment.turn) / glideRate);
     }
     segment.height = stateIn(former, end).height;
 
     // A segment is needed as long as it is valid for a time within the history.
-    while (m_segments.size() > MOST_SEGMENTS ||
-           (m_segments.size() > 1 && m_segments[1].start + HISTORY < segment.start)) {
+    while (m_segments.size() > mostSegments ||
+           (m_segments.size() > 1 && m_segments[1].start + history < segment.start)) {
         m_segments.pop_front();
     }
     m_segments.push_back(segment);
@@ -203,14 +203,14 @@ BodyState MotionTimeline::at(Nanoseconds time) const
     const std::lock_guard<std::mutex> lock(m_mutex);
     const Segment& segment = segmentAt(time);
     BodyState state = stateIn(segment, seconds(segment.start, time));
-    if (length(state.specificForce) < FALLING_FORCE) {
+    if (length(state.specificForce) < fallingForce) {
         state.movingState = 2;
         return state;
     }
     // A swing at its turning point is not at rest.
     bool moving = moves(state);
-    for (std::size_t i = 0; !moving && i < STILL_SINCE.size(); ++i) {
-        const auto back = static_cast<Nanoseconds>(STILL_SINCE[i] * 1e9);
+    for (std::size_t i = 0; !moving && i < stillSince.size(); ++i) {
+        const auto back = static_cast<Nanoseconds>(stillSince[i] * 1e9);
         const Nanoseconds before = time > back ? time - back : 0;
         const Segment& then = segmentAt(before);
         moving = moves(stateIn(then, seconds(then.start, before)));
@@ -232,13 +232,13 @@ Quaternion MotionTimeline::motionPose(const Segment& segment, double t)
     case MOTION::TUMBLE:
         return tumble(t);
     case MOTION::HAND_HELD:
-        return segment.base * fromRotationVector({swing(HAND_TURNS[0], t), swing(HAND_TURNS[1], t),
-                                                  swing(HAND_TURNS[2], t)});
+        return segment.base * fromRotationVector({swing(handTurns[0], t), swing(handTurns[1], t),
+                                                  swing(handTurns[2], t)});
     case MOTION::POSED: {
         const double rate = length(segment.spin);
         return rate == 0.0
                    ? segment.base
-                   : segment.base * turnAbout((1.0 / rate) * segment.spin, rate * t / (2.0 * PI));
+                   : segment.base * turnAbout((1.0 / rate) * segment.spin, rate * t / (2.0 * pi));
     }
     case MOTION::AT_REST:
     case MOTION::FALL:
@@ -261,20 +261,20 @@ BodyState MotionTimeline::stateIn(const Segment& segment, double t)
     BodyState state;
     state.pose = poseIn(segment, t);
     // Both poses belong to the same motion, so that a jump between motions has no rate.
-    const Quaternion before = poseIn(segment, t - DIFFERENCE_STEP);
-    const Quaternion after = poseIn(segment, t + DIFFERENCE_STEP);
+    const Quaternion before = poseIn(segment, t - differenceStep);
+    const Quaternion after = poseIn(segment, t + differenceStep);
     // A body at rest doesn't turn at all. On processors that fuse a product with a sum, as ARM, the
     // quaternions' product would have an error in the last digit.
     if (!isSame(before, after)) {
         state.angularVelocity =
-            (0.5 / DIFFERENCE_STEP) * toRotationVector(conjugate(before) * after);
+            (0.5 / differenceStep) * toRotationVector(conjugate(before) * after);
     }
 
     Vector acceleration;
     if (segment.motion == MOTION::HAND_HELD) {
-        acceleration = {swingAcceleration(HAND_SWAYS[0], t), swingAcceleration(HAND_SWAYS[1], t),
-                        swingAcceleration(HAND_SWAYS[2], t)};
-        state.height = swing(HAND_SWAYS[1], t);
+        acceleration = {swingAcceleration(handSways[0], t), swingAcceleration(handSways[1], t),
+                        swingAcceleration(handSways[2], t)};
+        state.height = swing(handSways[1], t);
     } else if (segment.motion == MOTION::FALL) {
         const Vertical vertical = fall(t);
         acceleration = {0.0, vertical.acceleration, 0.0};
@@ -282,14 +282,14 @@ BodyState MotionTimeline::stateIn(const Segment& segment, double t)
     }
     state.height += segment.height;
     state.specificForce =
-        rotate(conjugate(state.pose), acceleration + Vector{0.0, STANDARD_GRAVITY, 0.0});
+        rotate(conjugate(state.pose), acceleration + Vector{0.0, standardGravity, 0.0});
     return state;
 }
 
 bool MotionTimeline::moves(const BodyState& state)
 {
-    return length(state.angularVelocity) > STATIC_RATE ||
-           std::abs(length(state.specificForce) - STANDARD_GRAVITY) > STATIC_ACCELERATION;
+    return length(state.angularVelocity) > staticRate ||
+           std::abs(length(state.specificForce) - standardGravity) > staticAcceleration;
 }
 
 } // namespace om::bench

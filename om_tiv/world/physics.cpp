@@ -24,30 +24,30 @@ enum CHANNEL : std::uint64_t {
     WEATHER = 1000,                   // of uniform(), whose channels lie beside those of gaussian()
     LOSS = 1100,                      // likewise; one for each stream
     ACCELEROMETER_ERRORS = 1U << 20U, // far from the channels above, twice as high for gaussian()
-    GYROSCOPE_ERRORS = ACCELEROMETER_ERRORS + SensorErrorProcess::CHANNELS,
-    MAGNETOMETER_ERRORS = GYROSCOPE_ERRORS + SensorErrorProcess::CHANNELS,
-    BAROMETER_ERRORS = MAGNETOMETER_ERRORS + SensorErrorProcess::CHANNELS,
+    GYROSCOPE_ERRORS = ACCELEROMETER_ERRORS + SensorErrorProcess::channels,
+    MAGNETOMETER_ERRORS = GYROSCOPE_ERRORS + SensorErrorProcess::channels,
+    BAROMETER_ERRORS = MAGNETOMETER_ERRORS + SensorErrorProcess::channels,
 };
 
-constexpr double JITTER_DEVIATION = 0.012; // of a period
+constexpr double jitterDeviation = 0.012; // of a period
 
 /// Ranges of the IMU.
-constexpr double MOST_ACCELERATION = 8.0 * STANDARD_GRAVITY; // m/s^2
-constexpr double MOST_ANGULAR_VELOCITY = 1000.0;             // degrees per second
+constexpr double mostAcceleration = 8.0 * standardGravity; // m/s^2
+constexpr double mostAngularVelocity = 1000.0;             // degrees per second
 
-constexpr double MOST_PRESSURE = 130000.0;      // Pa, far above any air on earth
-constexpr double MOST_FIELD = INT16_MAX / 16.0; // uT, of the magnetometer's counts
+constexpr double mostPressure = 130000.0;      // Pa, far above any air on earth
+constexpr double mostField = INT16_MAX / 16.0; // uT, of the magnetometer's counts
 
-/// In air that stays the same, temperatures follow T0 + RISE (1 - exp(-t / TIME_CONSTANT)).
-constexpr double TEMPERATURE_RISE = 12.0;           // degrees Celsius
-constexpr double TEMPERATURE_TIME_CONSTANT = 240.0; // s
-constexpr Nanoseconds TEMPERATURE_PERIOD = 40 * NS_PER_MS;
+/// In air that stays the same, temperatures follow T0 + R (1 - exp(-t / T)).
+constexpr double temperatureRise = 12.0;          // R, degrees Celsius
+constexpr double temperatureTimeConstant = 240.0; // T, s
+constexpr Nanoseconds temperaturePeriod = 40 * nsPerMs;
 
-constexpr double DEGREES = 180.0 / PI;
+constexpr double degreesPerRadian = 180.0 / pi;
 
 /// Whose temperature a sensor has; the magnetometer lies beside the IMU.
-constexpr std::size_t IMU_LOCATION = 0;
-constexpr std::size_t BAROMETER_LOCATION = 1;
+constexpr std::size_t imuLocation = 0;
+constexpr std::size_t barometerLocation = 1;
 
 Vector clipped(const Vector& v, double most)
 {
@@ -74,13 +74,13 @@ double PhysicsSource::rateOf(STREAM stream)
 {
     switch (stream) {
     case STREAM::IMU:
-        return IMU_RATE;
+        return imuRate;
     case STREAM::MAGNETOMETER:
-        return MAGNETOMETER_RATE;
+        return magnetometerRate;
     case STREAM::BAROMETER:
         break;
     }
-    return BAROMETER_RATE;
+    return barometerRate;
 }
 
 PhysicsSource::PhysicsSource(const CameraConfig& config,
@@ -89,11 +89,11 @@ PhysicsSource::PhysicsSource(const CameraConfig& config,
                              std::uint64_t turn)
     : m_config(config), m_seed(config.seed != 0 ? config.seed : mix(config.serialNumber)),
       m_motion(std::move(motion)), m_environment(std::move(environment)), m_start(start),
-      m_accelerometer(errorsOf(config.errors.accelerometer, ACCELEROMETER_ERRORS, IMU_RATE, turn)),
-      m_gyroscope(errorsOf(config.errors.gyroscope, GYROSCOPE_ERRORS, IMU_RATE, turn)),
+      m_accelerometer(errorsOf(config.errors.accelerometer, ACCELEROMETER_ERRORS, imuRate, turn)),
+      m_gyroscope(errorsOf(config.errors.gyroscope, GYROSCOPE_ERRORS, imuRate, turn)),
       m_magnetometer(
-          errorsOf(config.errors.magnetometer, MAGNETOMETER_ERRORS, MAGNETOMETER_RATE, turn)),
-      m_barometer(errorsOf(config.errors.barometer, BAROMETER_ERRORS, BAROMETER_RATE, turn))
+          errorsOf(config.errors.magnetometer, MAGNETOMETER_ERRORS, magnetometerRate, turn)),
+      m_barometer(errorsOf(config.errors.barometer, BAROMETER_ERRORS, barometerRate, turn))
 {}
 
 PhysicsSource::Errors PhysicsSource::errorsOf(const ErrorModel& model, std::uint64_t channel,
@@ -120,9 +120,8 @@ bool PhysicsSource::has(STREAM stream) const
 Nanoseconds PhysicsSource::timeOf(STREAM stream, std::uint64_t number) const
 {
     const auto period = static_cast<Nanoseconds>(1e9 / rateOf(stream));
-    const double jitter =
-        std::clamp(JITTER_DEVIATION * gaussian(m_seed, jitterChannel(stream), number), -MOST_JITTER,
-                   MOST_JITTER);
+    const double jitter = std::clamp(
+        jitterDeviation * gaussian(m_seed, jitterChannel(stream), number), -mostJitter, mostJitter);
     const auto offset = static_cast<std::int64_t>(jitter * static_cast<double>(period));
     const Nanoseconds elapsed = (number + 1) * period; // on the sensors' clock
     const double fast = 1e-6 * m_config.errors.clockDrift;
@@ -189,15 +188,15 @@ Vector PhysicsSource::accelerationOf(const ImuSample& sample, const Vector& forc
     if (!m_accelerometer) {
         return clipped(force + errors.accelerationBias +
                            noise(ACCELERATION, sample.number, errors.accelerationNoise),
-                       MOST_ACCELERATION);
+                       mostAcceleration);
     }
-    const double temperature = trueTemperature(IMU_LOCATION, sample.time);
+    const double temperature = trueTemperature(imuLocation, sample.time);
     const Vector reading =
         m_accelerometer->distorted(force, temperature) + errors.accelerationBias +
         m_accelerometer->bias(sinceStart(sample.time), temperature) +
         noise(ACCELERATION, sample.number, m_accelerometer->noise(errors.accelerationNoise)) +
         m_accelerometer->spike(sample.number);
-    return m_accelerometer->limited(reading, m_accelerometer->range(MOST_ACCELERATION));
+    return m_accelerometer->limited(reading, m_accelerometer->range(mostAcceleration));
 }
 
 /// @param rate degrees per second
@@ -208,9 +207,9 @@ Vector PhysicsSource::angularVelocityOf(const ImuSample& sample, const Vector& r
     if (!m_gyroscope) {
         return clipped(rate + errors.angularVelocityBias +
                            noise(ANGULAR_VELOCITY, sample.number, errors.angularVelocityNoise),
-                       MOST_ANGULAR_VELOCITY);
+                       mostAngularVelocity);
     }
-    const double temperature = trueTemperature(IMU_LOCATION, sample.time);
+    const double temperature = trueTemperature(imuLocation, sample.time);
     const Nanoseconds time = sinceStart(sample.time);
     const Vector reading =
         m_gyroscope->distorted(rate + m_gyroscope->vibration(time), temperature) +
@@ -218,7 +217,7 @@ Vector PhysicsSource::angularVelocityOf(const ImuSample& sample, const Vector& r
         m_gyroscope->bias(time, temperature) +
         noise(ANGULAR_VELOCITY, sample.number, m_gyroscope->noise(errors.angularVelocityNoise)) +
         m_gyroscope->spike(sample.number);
-    return m_gyroscope->limited(reading, m_gyroscope->range(MOST_ANGULAR_VELOCITY));
+    return m_gyroscope->limited(reading, m_gyroscope->range(mostAngularVelocity));
 }
 
 ImuSample PhysicsSource::imu(std::uint64_t number) const
@@ -232,7 +231,8 @@ ImuSample PhysicsSource::imu(std::uint64_t number) const
     const Vector force =
         m_accelerometer ? body.specificForce + m_accelerometer->vibration(sinceStart(sample.time))
                         : body.specificForce;
-    sample.angularVelocity = angularVelocityOf(sample, DEGREES * body.angularVelocity, force);
+    sample.angularVelocity =
+        angularVelocityOf(sample, degreesPerRadian * body.angularVelocity, force);
     sample.linearAcceleration = accelerationOf(sample, force);
     sample.movingState = body.movingState;
     return sample;
@@ -251,13 +251,13 @@ MagnetometerSample PhysicsSource::magnetometer(std::uint64_t number) const
         reading = m_config.softIron * field + m_config.hardIron +
                   noise(MAGNETIC, number, m_config.errors.magneticNoise);
     } else {
-        const double temperature = trueTemperature(IMU_LOCATION, sample.time);
+        const double temperature = trueTemperature(imuLocation, sample.time);
         const Vector wide =
             m_magnetometer->distorted(m_config.softIron * field, temperature) + m_config.hardIron +
             m_magnetometer->bias(sinceStart(sample.time), temperature) +
             noise(MAGNETIC, number, m_magnetometer->noise(m_config.errors.magneticNoise)) +
             m_magnetometer->spike(number);
-        const double range = m_magnetometer->range(MOST_FIELD);
+        const double range = m_magnetometer->range(mostField);
         saturated = saturated || std::abs(wide.x) > range || std::abs(wide.y) > range ||
                     std::abs(wide.z) > range;
         reading = m_magnetometer->limited(wide, range);
@@ -284,20 +284,20 @@ BarometerSample PhysicsSource::barometer(std::uint64_t number) const
     sample.time = timeOf(STREAM::BAROMETER, number);
     const double seconds = static_cast<double>(sample.time - m_start) * 1e-9;
     const double weather =
-        0.7 * std::sin(2.0 * PI * (seconds / 600.0 + uniform(m_seed, WEATHER, 0))) +
-        0.3 * std::sin(2.0 * PI * (seconds / 173.0 + uniform(m_seed, WEATHER, 1)));
+        0.7 * std::sin(2.0 * pi * (seconds / 600.0 + uniform(m_seed, WEATHER, 0))) +
+        0.3 * std::sin(2.0 * pi * (seconds / 173.0 + uniform(m_seed, WEATHER, 1)));
     const double deviation =
         m_barometer ? m_barometer->noise(errors.pressureNoise).x : errors.pressureNoise;
     sample.pressure = standardPressure(m_config.altitude + m_motion->at(sample.time).height) +
                       errors.pressureBias + errors.pressureDrift * weather +
                       deviation * gaussian(m_seed, PRESSURE, number);
     if (m_barometer) {
-        const double temperature = trueTemperature(BAROMETER_LOCATION, sample.time);
+        const double temperature = trueTemperature(barometerLocation, sample.time);
         const Vector spike = m_barometer->spike(number); // along one of the axes that it has not
         const double reading = sample.pressure +
                                m_barometer->bias(sinceStart(sample.time), temperature).x + spike.x +
                                spike.y + spike.z;
-        sample.pressure = m_barometer->limited({reading, 0.0, 0.0}, MOST_PRESSURE).x;
+        sample.pressure = m_barometer->limited({reading, 0.0, 0.0}, mostPressure).x;
     }
     return sample;
 }
@@ -305,7 +305,7 @@ BarometerSample PhysicsSource::barometer(std::uint64_t number) const
 double PhysicsSource::trueTemperature(std::size_t location, Nanoseconds time) const
 {
     const double since = static_cast<double>(sinceStart(time)) * 1e-9;
-    const double rise = TEMPERATURE_RISE * (1.0 - std::exp(-since / TEMPERATURE_TIME_CONSTANT));
+    const double rise = temperatureRise * (1.0 - std::exp(-since / temperatureTimeConstant));
     return m_config.startTemperatures[location] + rise + m_environment->air.excessAt(time);
 }
 
@@ -317,7 +317,7 @@ std::array<std::optional<double>, 4> PhysicsSource::temperatures(Nanoseconds tim
         if (hasTemperature(m_config.model, static_cast<int>(i))) {
             values[i] = trueTemperature(i, time) +
                         m_config.errors.temperatureNoise *
-                            gaussian(m_seed, TEMPERATURE + i, since / TEMPERATURE_PERIOD);
+                            gaussian(m_seed, TEMPERATURE + i, since / temperaturePeriod);
         }
     }
     return values;

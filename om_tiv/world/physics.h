@@ -19,12 +19,12 @@ class PhysicsSource : public SensorSource
 {
 public:
     /// Nominal rates, Hz.
-    static constexpr double IMU_RATE = 400.0;
-    static constexpr double MAGNETOMETER_RATE = 50.0;
-    static constexpr double BAROMETER_RATE = 25.0;
+    static constexpr double imuRate = 400.0;
+    static constexpr double magnetometerRate = 50.0;
+    static constexpr double barometerRate = 25.0;
     static double rateOf(STREAM stream);
     /// A sample is at most this share of a period off its nominal time.
-    static constexpr double MOST_JITTER = 0.05;
+    static constexpr double mostJitter = 0.05;
 
     /// @param turn how often the camera was plugged in before: a turn-on bias is drawn for each
     PhysicsSource(const CameraConfig& config, std::shared_ptr<const MotionTimeline> motion,

@@ -6,8 +6,8 @@ namespace om::bench {
 
 namespace {
 
-constexpr unsigned int CELL_BITS = 21;     // ns: 2.1 ms, below the period of the fastest sensor
-constexpr unsigned int INTERVAL_BITS = 50; // nodes of an interval, more than 2^(64 - CELL_BITS)
+constexpr unsigned int cellBits = 21;     // ns: 2.1 ms, below the period of the fastest sensor
+constexpr unsigned int intervalBits = 50; // nodes of an interval, more than 2^(64 - cellBits)
 
 } // namespace
 
@@ -20,25 +20,25 @@ RandomWalk::RandomWalk(std::uint64_t seed, std::uint64_t channel) : m_numbers(se
 /// on: with a walk from the end of each to that of the next there is no end of time.
 double RandomWalk::at(Nanoseconds time)
 {
-    const std::uint64_t cell = time >> CELL_BITS;
+    const std::uint64_t cell = time >> cellBits;
     const double fraction =
-        static_cast<double>(time & ((std::uint64_t{1} << CELL_BITS) - 1)) * std::ldexp(1.0, -21);
+        static_cast<double>(time & ((std::uint64_t{1} << cellBits) - 1)) * std::ldexp(1.0, -21);
     std::uint64_t name = 0; // number of bits of the cell's number
     while (cell >> name != 0) {
         ++name;
     }
     const std::size_t levels = name > 0 ? name - 1 : 0;
-    const double cellSeconds = std::ldexp(1e-9, CELL_BITS);
+    const double cellSeconds = std::ldexp(1e-9, cellBits);
     if (name != m_interval.name) {
         m_interval.name = name;
-        m_interval.offset = name << INTERVAL_BITS;
+        m_interval.offset = name << intervalBits;
         m_interval.first = 0.0;
         // The number 0 of each interval's nodes is the step over the interval.
         m_interval.last = std::sqrt(cellSeconds) * m_numbers.at(0);
         for (std::uint64_t i = 1; i <= name; ++i) {
             m_interval.first = m_interval.last;
             m_interval.last += std::sqrt(std::ldexp(cellSeconds, static_cast<int>(i) - 1)) *
-                               m_numbers.at(i << INTERVAL_BITS);
+                               m_numbers.at(i << intervalBits);
         }
         m_levels.resize(levels);
         for (std::size_t i = 0; i < levels; ++i) {

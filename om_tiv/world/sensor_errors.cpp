@@ -21,7 +21,7 @@ enum CHANNEL : std::uint64_t {
     WALK = 16,
     FLICKER = 64,
 };
-static_assert(FLICKER + 3 * Flicker::CHANNELS <= SensorErrorProcess::CHANNELS);
+static_assert(FLICKER + 3 * Flicker::channels <= SensorErrorProcess::channels);
 
 std::array<double, 3> values(const Vector& v)
 {
@@ -72,7 +72,7 @@ SensorErrorProcess::SensorErrorProcess(const ErrorModel& model, std::uint64_t se
             m_axes[i]->walk.emplace(seed, channel + WALK + i);
         }
         if (instabilities[i] != 0.0) {
-            m_axes[i]->flicker.emplace(seed, channel + FLICKER + i * Flicker::CHANNELS,
+            m_axes[i]->flicker.emplace(seed, channel + FLICKER + i * Flicker::channels,
                                        model.biasCorrelationTime);
         }
     }
@@ -83,12 +83,12 @@ SensorErrorProcess::~SensorErrorProcess() = default;
 Vector SensorErrorProcess::vibration(Nanoseconds time) const
 {
     const double turns = m_model.vibrationFrequency * (static_cast<double>(time) * 1e-9);
-    return std::sin(2.0 * PI * std::remainder(turns, 1.0)) * m_model.vibrationAmplitude;
+    return std::sin(2.0 * pi * std::remainder(turns, 1.0)) * m_model.vibrationAmplitude;
 }
 
 Vector SensorErrorProcess::distorted(const Vector& truth, double temperature) const
 {
-    const double warmer = temperature - ErrorModel::REFERENCE_TEMPERATURE;
+    const double warmer = temperature - ErrorModel::referenceTemperature;
     const Vector felt = truth + 0.01 * (m_model.axesMisalignment * truth);
     return product(m_model.scaleFactor + (0.01 * warmer) * m_model.temperatureScaleFactor, felt);
 }
@@ -104,7 +104,7 @@ Vector SensorErrorProcess::bias(Nanoseconds time, double temperature) const
             flicker[i] = m_axes[i]->flicker ? m_axes[i]->flicker->at(time) : 0.0;
         }
     }
-    const double warmer = temperature - ErrorModel::REFERENCE_TEMPERATURE;
+    const double warmer = temperature - ErrorModel::referenceTemperature;
     return m_turnOnBias + product(m_model.randomWalk, {walk[0], walk[1], walk[2]}) +
            product(m_model.biasInstability, {flicker[0], flicker[1], flicker[2]}) +
            warmer * m_model.temperatureBias;

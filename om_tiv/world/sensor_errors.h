@@ -19,7 +19,7 @@ class SensorErrorProcess
 {
 public:
     /// Channels of random numbers that a sensor takes, from its first one on.
-    static constexpr std::uint64_t CHANNELS = 1024;
+    static constexpr std::uint64_t channels = 1024;
 
     /// @param channel first of the random numbers' channels
     /// @param rate    of the samples, Hz

@@ -73,7 +73,7 @@ int main(int argc, char** argv)
 
     Bench& bench = theBench();
     bench.reset();
-    bench.clock().setManual(1'000 * om::bench::NS_PER_S);
+    bench.clock().setManual(1'000 * om::bench::nsPerS);
     om::bench::CameraConfig config;
     config.serialNumber = serial;
     bench.addCamera(config);

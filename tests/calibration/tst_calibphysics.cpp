@@ -16,7 +16,7 @@ using om::bench::CALL;
 using om::bench::CameraConfig;
 using om::bench::Faults;
 using om::bench::MOTION;
-using om::bench::NS_PER_S;
+using om::bench::nsPerS;
 using om::bench::STREAM;
 using om::bench::theBench;
 using om::bench::Vector;
@@ -62,7 +62,7 @@ private:
 void TestCalibPhysics::setUp(const CameraConfig& config)
 {
     bench.reset();
-    bench.clock().setManual(1'000 * NS_PER_S);
+    bench.clock().setManual(1'000 * nsPerS);
     QVERIFY(bench.addCamera(config));
     m_serial = config.serialNumber;
 }
@@ -200,9 +200,9 @@ void TestCalibPhysics::calibrationFindsTheTruthAndServesTheCompass()
     double uncalibratedSquares = 0.0;
     constexpr int poses = 72;
     for (int i = 0; i < poses; ++i) {
-        bench.setPose(serial, om::bench::fromHeading(2.0 * om::bench::PI * i / poses));
+        bench.setPose(serial, om::bench::fromHeading(2.0 * om::bench::pi * i / poses));
         pass(std::chrono::milliseconds(600));
-        const double truth = bench.truth(serial).heading * 180.0 / om::bench::PI;
+        const double truth = bench.truth(serial).heading * 180.0 / om::bench::pi;
         calibratedSquares += std::pow(between(m_probe->headingCalib, truth), 2);
         uncalibratedSquares += std::pow(between(m_probe->headingUncalib, truth), 2);
     }

@@ -21,7 +21,7 @@ using om::bench::Nanoseconds;
 
 namespace {
 
-constexpr Nanoseconds START = 1'600'000'000 * om::bench::NS_PER_S;
+constexpr Nanoseconds START = 1'600'000'000 * om::bench::nsPerS;
 
 /// The arguments of setQVRPosition() since the log was last cleared.
 std::vector<int> seeks()
@@ -453,7 +453,7 @@ void TestInputThreadFile::rateOfAFileIsNotLimited()
 
 void TestInputThreadFile::framesFollowAtTheirRecordedPace()
 {
-    constexpr Nanoseconds GAP = 40 * om::bench::NS_PER_MS;
+    constexpr Nanoseconds GAP = 40 * om::bench::nsPerMs;
     std::vector<Nanoseconds> times;
     times.reserve(8);
     for (Nanoseconds frame = 0; frame < 8; ++frame) {
@@ -477,7 +477,7 @@ void TestInputThreadFile::framesFollowAtTheirRecordedPace()
 
 void TestInputThreadFile::lateFrameIsNotHeldBack()
 {
-    constexpr Nanoseconds GAP = 900 * om::bench::NS_PER_MS;
+    constexpr Nanoseconds GAP = 900 * om::bench::nsPerMs;
     SteppedFile file({START, START + GAP, START + 2 * GAP, START + 3 * GAP});
     QVERIFY(file.play());
     // The gap passes while the first frame is still in use.
@@ -506,14 +506,14 @@ void TestInputThreadFile::frameWithoutATimeLeavesThePaceAlone()
 void TestInputThreadFile::firstFrameIsNotHeldBack()
 {
     // Half a second after time 0, as after a previous frame.
-    SteppedFile file({500 * om::bench::NS_PER_MS, 500 * om::bench::NS_PER_MS,
-                      500 * om::bench::NS_PER_MS, 500 * om::bench::NS_PER_MS});
+    SteppedFile file({500 * om::bench::nsPerMs, 500 * om::bench::nsPerMs, 500 * om::bench::nsPerMs,
+                      500 * om::bench::nsPerMs});
     QVERIFY(file.open());
     const Pauses pauses;
     file.input->startGrabbing();
     QVERIFY(file.gate.waitForArrival());
     QCOMPARE(pauses.count(), 0);
-    QCOMPARE(file.input->lastPlaybackTime, std::uint64_t(500 * om::bench::NS_PER_MS));
+    QCOMPARE(file.input->lastPlaybackTime, std::uint64_t(500 * om::bench::nsPerMs));
 }
 
 void TestInputThreadFile::longGapIsNotWaitedFor()
@@ -521,7 +521,7 @@ void TestInputThreadFile::longGapIsNotWaitedFor()
     std::vector<Nanoseconds> times;
     times.reserve(8);
     for (Nanoseconds frame = 0; frame < 8; ++frame) {
-        times.push_back(START + frame * 20 * om::bench::NS_PER_S);
+        times.push_back(START + frame * 20 * om::bench::nsPerS);
     }
     SteppedFile file(times);
     QVERIFY(file.play());
@@ -529,7 +529,7 @@ void TestInputThreadFile::longGapIsNotWaitedFor()
     QVERIFY(file.gate.step());
     QVERIFY(file.gate.step());
     QCOMPARE(pauses.count(), 0);
-    QVERIFY(file.input->lastPlaybackTime >= START + 40 * om::bench::NS_PER_S);
+    QVERIFY(file.input->lastPlaybackTime >= START + 40 * om::bench::nsPerS);
 }
 
 void TestInputThreadFile::frameThatIsNotHeldBackStartsThePaceAnew_data()
@@ -543,7 +543,7 @@ void TestInputThreadFile::frameThatIsNotHeldBackStartsThePaceAnew_data()
 void TestInputThreadFile::frameThatIsNotHeldBackStartsThePaceAnew()
 {
     QFETCH(qint64, gapMs);
-    const Nanoseconds gap = static_cast<Nanoseconds>(gapMs) * om::bench::NS_PER_MS;
+    const Nanoseconds gap = static_cast<Nanoseconds>(gapMs) * om::bench::nsPerMs;
     SteppedFile file({START, START + gap, START + 2 * gap, START + 3 * gap});
     QVERIFY(file.play());
     for (int pass = 0; pass < 2; ++pass) {

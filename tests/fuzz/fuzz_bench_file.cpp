@@ -23,7 +23,7 @@ void use(const BenchDescription& description)
             "the field is in its range");
     Bench& bench = theBench();
     bench.reset();
-    bench.clock().setManual(1000 * NS_PER_S);
+    bench.clock().setManual(1000 * nsPerS);
     bench.setField(description.field);
     for (const CameraConfig& config : description.cameras) {
         require(bench.addCamera(config), "each serial number once");

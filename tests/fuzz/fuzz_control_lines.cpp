@@ -59,7 +59,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static const StateFolder folder;
     Bench& bench = theBench();
     bench.reset();
-    bench.clock().setManual(1000 * NS_PER_S);
+    bench.clock().setManual(1000 * nsPerS);
     CameraConfig config;
     config.serialNumber = 1;
     bench.addCamera(config);

@@ -39,7 +39,7 @@ void checkRows(const SensorRecording& recording)
         if (i > 0) {
             const double step = row.time - recording.time(i - 1);
             require(step > 0.0, "time goes up");
-            require(step <= SensorRecording::MOST_GAP + 1e-3, "gaps are closed");
+            require(step <= SensorRecording::mostGap + 1e-3, "gaps are closed");
         }
     }
 }
@@ -88,7 +88,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     if (recording) {
         checkRows(*recording);
-        constexpr Nanoseconds start = 1000 * NS_PER_S;
+        constexpr Nanoseconds start = 1000 * nsPerS;
         play(ReplaySource(recording, true, start), *recording, start);
         play(ReplaySource(recording, false, start), *recording, start);
     }

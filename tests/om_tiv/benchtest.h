@@ -12,7 +12,7 @@
 namespace benchtest {
 
 constexpr unsigned int SERIAL = 30000001;
-constexpr om::bench::Nanoseconds START = 1'000 * om::bench::NS_PER_S;
+constexpr om::bench::Nanoseconds START = 1'000 * om::bench::nsPerS;
 
 /// The bench, empty, with its clock stopped at START.
 inline om::bench::Bench& stoppedBench()
@@ -41,7 +41,7 @@ inline om::bench::CameraConfig idealCamera(om::MODEL model = om::MODEL::TIV_Q,
     config.motion = om::bench::MOTION::AT_REST;
     config.errors = om::bench::SensorErrors::none();
     config.hardIron = {};
-    config.softIron = om::bench::IDENTITY3;
+    config.softIron = om::bench::identity3;
     return config;
 }
 

@@ -10,8 +10,8 @@
 
 using om::bench::Clock;
 using om::bench::Nanoseconds;
-using om::bench::NS_PER_MS;
-using om::bench::NS_PER_S;
+using om::bench::nsPerMs;
+using om::bench::nsPerS;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
@@ -55,7 +55,7 @@ void TestClock::theRealClockShowsTheWallClocksTime()
     const Clock clock;
     QVERIFY(!clock.isManual());
     const auto difference = static_cast<std::int64_t>(clock.now() - wallClock());
-    QVERIFY(qAbs(difference) < 5 * static_cast<std::int64_t>(NS_PER_S));
+    QVERIFY(qAbs(difference) < 5 * static_cast<std::int64_t>(nsPerS));
 }
 
 void TestClock::theRealClockNeverRunsBackward()
@@ -83,10 +83,10 @@ void TestClock::theRealClockNeverRunsBackward()
 void TestClock::aStoppedClockStands()
 {
     Clock clock;
-    clock.setManual(5 * NS_PER_S);
+    clock.setManual(5 * nsPerS);
     QVERIFY(clock.isManual());
-    QCOMPARE(clock.now(), 5 * NS_PER_S);
-    QCOMPARE(clock.now(), 5 * NS_PER_S);
+    QCOMPARE(clock.now(), 5 * nsPerS);
+    QCOMPARE(clock.now(), 5 * nsPerS);
 }
 
 void TestClock::stoppingKeepsTheTime()
@@ -95,7 +95,7 @@ void TestClock::stoppingKeepsTheTime()
     const Nanoseconds before = clock.now();
     clock.setManual();
     const Nanoseconds stopped = clock.now();
-    QVERIFY(stopped >= before && stopped - before < NS_PER_S);
+    QVERIFY(stopped >= before && stopped - before < nsPerS);
     QCOMPARE(clock.now(), stopped);
 }
 
@@ -103,21 +103,21 @@ void TestClock::advanceMovesAStoppedClockOnly()
 {
     Clock clock;
     clock.advance(seconds(100000));
-    QVERIFY(clock.now() < wallClock() + 50000 * NS_PER_S);
-    clock.setManual(NS_PER_S);
+    QVERIFY(clock.now() < wallClock() + 50000 * nsPerS);
+    clock.setManual(nsPerS);
     clock.advance(milliseconds(3));
     clock.advance(7);
-    QCOMPARE(clock.now(), NS_PER_S + 3 * NS_PER_MS + 7);
+    QCOMPARE(clock.now(), nsPerS + 3 * nsPerMs + 7);
 }
 
 void TestClock::aStoppedClockIsNotMovedBack()
 {
     Clock clock;
-    clock.setManual(5 * NS_PER_S);
-    clock.setManual(3 * NS_PER_S);
-    QCOMPARE(clock.now(), 5 * NS_PER_S);
-    clock.setManual(6 * NS_PER_S);
-    QCOMPARE(clock.now(), 6 * NS_PER_S);
+    clock.setManual(5 * nsPerS);
+    clock.setManual(3 * nsPerS);
+    QCOMPARE(clock.now(), 5 * nsPerS);
+    clock.setManual(6 * nsPerS);
+    QCOMPARE(clock.now(), 6 * nsPerS);
 }
 
 void TestClock::theRealClockGoesOnFromALaterStoppedTime()
@@ -129,15 +129,15 @@ void TestClock::theRealClockGoesOnFromALaterStoppedTime()
     clock.setReal();
     const Nanoseconds now = clock.now();
     QVERIFY(now >= stopped);
-    QVERIFY(now - stopped < 10 * NS_PER_S);
+    QVERIFY(now - stopped < 10 * nsPerS);
 }
 
 void TestClock::theRealClockCatchesUpAfterAnEarlierStoppedTime()
 {
     Clock clock;
-    clock.setManual(5 * NS_PER_S);
+    clock.setManual(5 * nsPerS);
     clock.setReal();
-    QVERIFY(wallClock() - clock.now() < 5 * NS_PER_S);
+    QVERIFY(wallClock() - clock.now() < 5 * nsPerS);
 }
 
 void TestClock::resetGoesBackToTheSystemsTime()
@@ -148,13 +148,13 @@ void TestClock::resetGoesBackToTheSystemsTime()
     clock.setReal();
     clock.reset();
     QVERIFY(!clock.isManual());
-    QVERIFY(clock.now() < wallClock() + 5 * NS_PER_S);
+    QVERIFY(clock.now() < wallClock() + 5 * nsPerS);
 }
 
 void TestClock::waitEndsAtTheDeadlineOfTheRealClock()
 {
     Clock clock;
-    const Nanoseconds deadline = clock.now() + 20 * NS_PER_MS;
+    const Nanoseconds deadline = clock.now() + 20 * nsPerMs;
     QVERIFY(clock.waitUntil(deadline, seconds(10)));
     QVERIFY(clock.now() >= deadline);
 }
@@ -162,9 +162,9 @@ void TestClock::waitEndsAtTheDeadlineOfTheRealClock()
 void TestClock::waitEndsWhenAStepReachesTheDeadline()
 {
     Clock clock;
-    clock.setManual(NS_PER_S);
+    clock.setManual(nsPerS);
     std::atomic<bool> reached{false};
-    SideThread waiter([&] { reached = clock.waitUntil(2 * NS_PER_S, seconds(30)); });
+    SideThread waiter([&] { reached = clock.waitUntil(2 * nsPerS, seconds(30)); });
     QTRY_COMPARE(clock.waiters(), 1);
     clock.advance(seconds(1));
     waiter.join();
@@ -174,11 +174,11 @@ void TestClock::waitEndsWhenAStepReachesTheDeadline()
 void TestClock::aStepShortOfTheDeadlineDoesNotEndTheWait()
 {
     Clock clock;
-    clock.setManual(NS_PER_S);
+    clock.setManual(nsPerS);
     std::atomic<Nanoseconds> endedAt{0};
     std::atomic<int> looks{0};
     SideThread waiter([&] {
-        clock.waitUntil(2 * NS_PER_S, seconds(30), [&] {
+        clock.waitUntil(2 * nsPerS, seconds(30), [&] {
             ++looks;
             return false;
         });
@@ -192,22 +192,22 @@ void TestClock::aStepShortOfTheDeadlineDoesNotEndTheWait()
     QCOMPARE(endedAt.load(), Nanoseconds{0});
     clock.advance(milliseconds(1));
     waiter.join();
-    QCOMPARE(endedAt.load(), 2 * NS_PER_S);
+    QCOMPARE(endedAt.load(), 2 * nsPerS);
 }
 
 void TestClock::waitEndsAtTheLimitOfRealTime()
 {
     Clock clock;
-    clock.setManual(NS_PER_S);
+    clock.setManual(nsPerS);
     const auto start = std::chrono::steady_clock::now();
-    QVERIFY(!clock.waitUntil(2 * NS_PER_S, milliseconds(30)));
+    QVERIFY(!clock.waitUntil(2 * nsPerS, milliseconds(30)));
     QVERIFY(std::chrono::steady_clock::now() - start >= milliseconds(30));
 }
 
 void TestClock::waitEndsWhenDone()
 {
     Clock clock;
-    clock.setManual(NS_PER_S);
+    clock.setManual(nsPerS);
     std::atomic<bool> done{false};
     std::atomic<bool> reached{false};
     SideThread waiter(
@@ -222,18 +222,18 @@ void TestClock::waitEndsWhenDone()
 void TestClock::aReachedDeadlineDoesNotWait()
 {
     Clock clock;
-    clock.setManual(NS_PER_S);
-    QVERIFY(clock.waitUntil(NS_PER_S, milliseconds(0)));
-    QVERIFY(!clock.waitUntil(NS_PER_S + 1, milliseconds(0)));
+    clock.setManual(nsPerS);
+    QVERIFY(clock.waitUntil(nsPerS, milliseconds(0)));
+    QVERIFY(!clock.waitUntil(nsPerS + 1, milliseconds(0)));
 }
 
 void TestClock::waitersAreCounted()
 {
     Clock clock;
-    clock.setManual(NS_PER_S);
+    clock.setManual(nsPerS);
     QCOMPARE(clock.waiters(), 0);
-    SideThread one([&] { clock.waitUntil(2 * NS_PER_S, seconds(30)); });
-    SideThread two([&] { clock.waitUntil(3 * NS_PER_S, seconds(30)); });
+    SideThread one([&] { clock.waitUntil(2 * nsPerS, seconds(30)); });
+    SideThread two([&] { clock.waitUntil(3 * nsPerS, seconds(30)); });
     QTRY_COMPARE(clock.waiters(), 2);
     clock.advance(seconds(1));
     QTRY_COMPARE(clock.waiters(), 1);
@@ -246,8 +246,8 @@ void TestClock::waitersAreCounted()
 void TestClock::resetWakesThoseWhoWait()
 {
     Clock clock;
-    clock.setManual(NS_PER_S);
-    SideThread waiter([&] { clock.waitUntil(2 * NS_PER_S, seconds(30)); });
+    clock.setManual(nsPerS);
+    SideThread waiter([&] { clock.waitUntil(2 * nsPerS, seconds(30)); });
     QTRY_COMPARE(clock.waiters(), 1);
     clock.reset(); // to a time long past the deadline
     waiter.join();

@@ -171,17 +171,17 @@ void TestBench::truthFollowsThePose()
     Field field;
     field.declination = 10.0;
     m_bench.setField(field);
-    m_bench.setPose(SERIAL, fromHeading(PI / 2), milliseconds(400));
+    m_bench.setPose(SERIAL, fromHeading(pi / 2), milliseconds(400));
     const Nanoseconds before = m_bench.clock().now();
     m_bench.clock().advance(seconds(1));
     const Truth truth = m_bench.truth(SERIAL);
-    QVERIFY(std::abs(truth.heading - 80.0 * PI / 180.0) < 1e-9);
+    QVERIFY(std::abs(truth.heading - 80.0 * pi / 180.0) < 1e-9);
     QVERIFY(length(truth.angularVelocity) < 1e-9);
-    QVERIFY(std::abs(truth.specificForce.y - STANDARD_GRAVITY) < 1e-9);
+    QVERIFY(std::abs(truth.specificForce.y - standardGravity) < 1e-9);
     QVERIFY(std::abs(length(truth.field) - 48.0) < 1e-9);
     // A time in the past: the beginning of the glide.
-    QVERIFY(std::abs(m_bench.truthAt(SERIAL, before).heading - 350.0 * PI / 180.0) < 1e-6);
-    QVERIFY(length(m_bench.truthAt(SERIAL, before + 200 * NS_PER_MS).angularVelocity) > 1.0);
+    QVERIFY(std::abs(m_bench.truthAt(SERIAL, before).heading - 350.0 * pi / 180.0) < 1e-6);
+    QVERIFY(length(m_bench.truthAt(SERIAL, before + 200 * nsPerMs).angularVelocity) > 1.0);
 }
 
 void TestBench::theFieldIsForAllCameras()
@@ -310,7 +310,7 @@ void TestBench::callsKnowTheirThreadAndTime()
     other.join();
     const auto call = m_bench.log().last(CALL::GET_DEVICE_LIST);
     QVERIFY(call->thread == id);
-    QCOMPARE(call->time, START + 7 * NS_PER_S);
+    QCOMPARE(call->time, START + 7 * nsPerS);
 }
 
 // ---- Hooks --------------------------------------------------------------------------------------

@@ -22,7 +22,7 @@ using LOCATION = SensorsData::TemperatureData::SENSOR_LOCATION;
 
 namespace {
 
-constexpr double DEGREE = PI / 180.0;
+constexpr double DEGREE = pi / 180.0;
 constexpr unsigned short VENDOR = 0x7C15;
 
 /// The heading states of the microcontroller.
@@ -157,7 +157,7 @@ std::pair<double, double> TestBenchExamples::levelTurn(Link& link, unsigned int 
         const IMUPose pose = link.getIMUPose(6);
         const double truth = m_bench.truth(serial).heading;
         const auto off = [truth](double value) {
-            return std::abs(std::remainder(value - truth, 2.0 * PI)) / DEGREE;
+            return std::abs(std::remainder(value - truth, 2.0 * pi)) / DEGREE;
         };
         const auto vector = [](const float(&v)[3]) { return Vector3<float>(v[0], v[1], v[2]); };
         raw = std::max(raw, off(static_cast<double>(link.calcMagHeading(

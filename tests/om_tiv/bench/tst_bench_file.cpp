@@ -170,7 +170,7 @@ void TestBenchFile::everyKeyIsRead()
     QCOMPARE(c.usbProductId, 0);
     QVERIFY(!c.plugged);
     QVERIFY(c.motion == MOTION::POSED);
-    const Quaternion pose = fromHeading(PI / 2, PI / 6, -PI / 9);
+    const Quaternion pose = fromHeading(pi / 2, pi / 6, -pi / 9);
     QVERIFY(length(toRotationVector(conjugate(pose) * c.pose)) < 1e-9);
     QCOMPARE(c.seed, std::uint64_t{9223372036854775807ULL});
     QCOMPARE(c.hardIron.z, 3.0);

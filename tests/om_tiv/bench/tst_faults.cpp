@@ -152,7 +152,7 @@ void TestFaults::timestampsGoOnAfterAFreeze()
     after(seconds(1));
     m_bench->changeFaults(SERIAL, [](Faults& f) { f.frozenTimestamps = false; });
     const SensorsData later = after(milliseconds(10));
-    QVERIFY(later.imu.timestamp > before.imu.timestamp + NS_PER_S);
+    QVERIFY(later.imu.timestamp > before.imu.timestamp + nsPerS);
 }
 
 void TestFaults::repeatedTimestampsComeInPairs()

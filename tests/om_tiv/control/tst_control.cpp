@@ -131,7 +131,7 @@ private slots:
         QCOMPARE(camera.at("motion").get<std::string>(), std::string("at rest"));
         QVERIFY(camera.at("faults").empty());
         const auto force = camera.at("truth").at("specificForce").get<std::array<double, 3>>();
-        QVERIFY(std::abs(force[1] - STANDARD_GRAVITY) < 1e-6);
+        QVERIFY(std::abs(force[1] - standardGravity) < 1e-6);
     }
 
     void readingIsWhatTheProgramWasGivenInTheBodysAxes_data()
@@ -148,7 +148,7 @@ private slots:
             return ask({{"command", "list"}}).at("cameras").at(0).at("reading");
         };
         theBench().removeCamera(serial);
-        theBench().clock().setManual(1000 * NS_PER_S);
+        theBench().clock().setManual(1000 * nsPerS);
         addCamera();
         QVERIFY(reading().is_null());
         Camera camera;
@@ -157,7 +157,7 @@ private slots:
         parameters.input.setFromSerialNumber(serial, BUS_TYPE::USB);
         QVERIFY(camera.open(parameters) == ERROR_CODE::SUCCESS);
         QVERIFY2(reading().is_null(), "nothing is read by opening alone");
-        theBench().clock().advance(100 * NS_PER_MS);
+        theBench().clock().advance(100 * nsPerMs);
         SensorsData data;
         QVERIFY(camera.getSensorsData(data, TIME_REFERENCE::CURRENT) == ERROR_CODE::SUCCESS);
         const json first = reading();
@@ -170,7 +170,7 @@ private slots:
         QCOMPARE(first.at("angularVelocity").at(0).get<double>(),
                  double{data.imu.angularVelocity.x});
         theBench().changeFaults(serial, [](Faults& faults) { faults.magnetometerAbsent = true; });
-        theBench().clock().advance(100 * NS_PER_MS);
+        theBench().clock().advance(100 * nsPerMs);
         QVERIFY2(reading() == first, "what is there and was not read is no reading");
         QVERIFY(camera.getSensorsData(data, TIME_REFERENCE::CURRENT) == ERROR_CODE::SUCCESS);
         QVERIFY(reading().at("field").is_null());
@@ -345,7 +345,7 @@ private slots:
                     .at("ok")
                     .get<bool>());
         // 92.5 degrees from geographic north is 90 from magnetic north, 2.5 to the east of it.
-        const double heading = theBench().truth(serial).heading * 180.0 / PI;
+        const double heading = theBench().truth(serial).heading * 180.0 / pi;
         QVERIFY2(std::abs(heading - 90.0) < 1e-6, qPrintable(QString::number(heading)));
     }
 
@@ -629,7 +629,7 @@ private slots:
     {
         serve();
         std::vector<int> clients;
-        for (std::size_t i = 0; i < ControlServer::MAX_CLIENTS + 2; ++i) {
+        for (std::size_t i = 0; i < ControlServer::maxClients + 2; ++i) {
             clients.push_back(connectTo(path));
             QVERIFY(clients.back() >= 0);
         }

@@ -22,8 +22,8 @@ using nlohmann::json;
 namespace {
 
 constexpr unsigned int serial = 20000001;
-constexpr Nanoseconds START = 1'000 * NS_PER_S;
-constexpr double DEGREE = PI / 180.0;
+constexpr Nanoseconds START = 1'000 * nsPerS;
+constexpr double DEGREE = pi / 180.0;
 
 json ask(json request)
 {

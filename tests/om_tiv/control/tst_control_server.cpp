@@ -252,7 +252,7 @@ private slots:
         QFETCH(QByteArray, sent);
         QVERIFY2(serve({20ms, 1ms}), m_error.c_str());
         std::vector<Descriptor> halfOpen;
-        for (std::size_t i = 0; i < ControlServer::MAX_CLIENTS; ++i) {
+        for (std::size_t i = 0; i < ControlServer::maxClients; ++i) {
             halfOpen.emplace_back(connectTo(m_path));
             sendAll(halfOpen.back().get(), sent.toStdString());
         }
@@ -285,7 +285,7 @@ private slots:
         };
         QVERIFY2(serve({20ms, 1ms}, handler), m_error.c_str());
         std::vector<Descriptor> deaf;
-        for (std::size_t i = 0; i < ControlServer::MAX_CLIENTS; ++i) {
+        for (std::size_t i = 0; i < ControlServer::maxClients; ++i) {
             deaf.emplace_back(connectTo(m_path));
             sendAll(deaf.back().get(), "large\n");
         }
@@ -400,7 +400,7 @@ private slots:
         QVERIFY2(client, error.c_str());
         SideThread peer([&] {
             const Descriptor socket(::accept(listener.get(), nullptr, nullptr));
-            const bool endless = answer.size() > static_cast<int>(BenchClient::MAX_ANSWER);
+            const bool endless = answer.size() > static_cast<int>(BenchClient::maxAnswer);
             sendAll(socket.get(), answer.toStdString() + (endless ? "" : "\n"));
             readLine(socket.get());
         });

@@ -53,7 +53,7 @@ protected:
         qputenv("OM_TIV_STATE_DIR",
                 m_state.path().toLocal8Bit() + "/" + QByteArray::number(m_run++));
         m_bench.reset();
-        m_bench.clock().setManual(1'000 * om::bench::NS_PER_S);
+        m_bench.clock().setManual(1'000 * om::bench::nsPerS);
         addCamera(SERIAL, om::MODEL::TIV_Q);
         m_bench.clock().advance(std::chrono::milliseconds(100));
     }

@@ -429,8 +429,8 @@ void TestCamera::grabDeliversFramesAtTheRateInForce()
     std::uint64_t last = 0;
     for (int frame = 1; frame <= 120; ++frame) {
         // Slightly after the frame's nominal time, because of the jitter.
-        const Nanoseconds due = START + static_cast<Nanoseconds>(frame) * NS_PER_S / 60;
-        bench.clock().setManual(due + NS_PER_MS);
+        const Nanoseconds due = START + static_cast<Nanoseconds>(frame) * nsPerS / 60;
+        bench.clock().setManual(due + nsPerMs);
         QCOMPARE(camera.grab(RuntimeParameters()), ERROR_CODE::SUCCESS);
         const std::uint64_t time = camera.getTimestamp(TIME_REFERENCE::IMAGE);
         QVERIFY(time > last);
@@ -447,7 +447,7 @@ void TestCamera::aLateGrabDeliversTheNewestFrame()
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
     bench.clock().advance(seconds(10));
     QCOMPARE(camera.grab(RuntimeParameters()), ERROR_CODE::SUCCESS);
-    QVERIFY(bench.clock().now() - camera.getTimestamp(TIME_REFERENCE::IMAGE) < 17 * NS_PER_MS);
+    QVERIFY(bench.clock().now() - camera.getTimestamp(TIME_REFERENCE::IMAGE) < 17 * nsPerMs);
     bench.clock().advance(milliseconds(18));
     QCOMPARE(camera.grab(RuntimeParameters()), ERROR_CODE::SUCCESS);
 }
@@ -475,7 +475,7 @@ void TestCamera::grabReturnsWhenTheFrameIsDue()
     for (int i = 0; i < 12; ++i) {
         QCOMPARE(camera.grab(RuntimeParameters()), ERROR_CODE::SUCCESS);
     }
-    QVERIFY(bench.clock().now() - start > 180 * NS_PER_MS); // 12 frames take 200 ms
+    QVERIFY(bench.clock().now() - start > 180 * nsPerMs); // 12 frames take 200 ms
 }
 
 void TestCamera::imageTimeIsThatOfTheLastFrame()
@@ -498,7 +498,7 @@ void TestCamera::currentTimeIsTheClocks()
     Camera camera;
     QCOMPARE(camera.getTimestamp(TIME_REFERENCE::CURRENT), START);
     theBench().clock().advance(seconds(1));
-    QCOMPARE(camera.getTimestamp(TIME_REFERENCE::CURRENT), START + NS_PER_S);
+    QCOMPARE(camera.getTimestamp(TIME_REFERENCE::CURRENT), START + nsPerS);
 }
 
 void TestCamera::aLiveCameraHasNoLength()

@@ -42,7 +42,7 @@ Found enumerate(unsigned short vendor, unsigned short product)
     Found found;
     found.list.reset(hid_enumerate(vendor, product));
     for (const hid_device_info* entry = found.list.get(); entry != nullptr; entry = entry->next) {
-        if (entry->vendor_id == USB_VENDOR_ID) {
+        if (entry->vendor_id == usbVendorId) {
             found.serials << QString::fromWCharArray(entry->serial_number);
         }
     }

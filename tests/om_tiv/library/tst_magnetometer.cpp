@@ -159,12 +159,12 @@ void TestMagnetometer::tumbleCoversTheSphereOfTheField()
         samples += data.magnetometer.timestamp != last ? 1 : 0;
         last = data.magnetometer.timestamp;
         const Vector3<float>& v = data.magnetometer.magneticFieldUncalibrated;
-        const double azimuth = std::atan2(double{v.y}, double{v.x}) + PI;
-        const double elevation = std::asin(double{v.z} / norm(v)) + PI / 2;
-        visited.insert(static_cast<int>(azimuth / (PI / 6) * 0.9999999) * 6 +
-                       static_cast<int>(elevation / (PI / 6) * 0.9999999));
+        const double azimuth = std::atan2(double{v.y}, double{v.x}) + pi;
+        const double elevation = std::asin(double{v.z} / norm(v)) + pi / 2;
+        visited.insert(static_cast<int>(azimuth / (pi / 6) * 0.9999999) * 6 +
+                       static_cast<int>(elevation / (pi / 6) * 0.9999999));
     }
-    QVERIFY(rig.bench.clock().now() < START + 61 * NS_PER_S);
+    QVERIFY(rig.bench.clock().now() < START + 61 * nsPerS);
     QCOMPARE(samples, 3000);
     QCOMPARE(visited.size(), 72);
 }

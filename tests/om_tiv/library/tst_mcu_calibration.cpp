@@ -21,7 +21,7 @@ using namespace om::bench;
 namespace {
 
 constexpr unsigned int serial = 30000001;
-constexpr double degree = PI / 180.0;
+constexpr double degree = pi / 180.0;
 
 struct Fit
 {
@@ -82,7 +82,7 @@ private:
         qputenv("OM_TIV_STATE_DIR",
                 m_state.path().toLocal8Bit() + "/" + QByteArray::number(m_run++));
         m_bench.reset();
-        m_bench.clock().setManual(1'000 * NS_PER_S);
+        m_bench.clock().setManual(1'000 * nsPerS);
         CameraConfig config;
         config.model = om::MODEL::TIV_Q;
         config.serialNumber = serial;
@@ -138,12 +138,12 @@ private:
             const om::IMUPose pose = m_link->getIMUPose(6);
             const double truth = m_bench.truth(serial).heading;
             const double calibrated =
-                std::remainder(static_cast<double>(pose.heading) - truth, 2.0 * PI);
+                std::remainder(static_cast<double>(pose.heading) - truth, 2.0 * pi);
             const double uncalibrated =
                 std::remainder(static_cast<double>(m_link->calcMagHeading(
                                    vectorOf(pose.magUncalibrated), vectorOf(pose.acceleration))) -
                                    truth,
-                               2.0 * PI);
+                               2.0 * pi);
             sums.calibrated += calibrated * calibrated;
             sums.uncalibrated += uncalibrated * uncalibrated;
         }
@@ -411,7 +411,7 @@ private slots:
         QFETCH(QVector<double>, up);
         start([](CameraConfig& config) {
             config.hardIron = {};
-            config.softIron = IDENTITY3;
+            config.softIron = identity3;
             config.errors = SensorErrors::none();
         });
         m_bench.setField({50.0, 60.0, 0.0});
@@ -432,7 +432,7 @@ private slots:
                 std::remainder(static_cast<double>(m_link->calcMagHeading(
                                    vectorOf(pose.magUncalibrated), vectorOf(pose.acceleration))) -
                                    heading * degree,
-                               2.0 * PI);
+                               2.0 * pi);
             QVERIFY(std::abs(error) < 0.2 * degree);
         }
     }
@@ -451,7 +451,7 @@ private slots:
         QFETCH(int, axis);
         start([&iron](CameraConfig& config) {
             config.hardIron = {iron[0], iron[1], iron[2]};
-            config.softIron = IDENTITY3;
+            config.softIron = identity3;
             config.errors = SensorErrors::none();
             config.motion = MOTION::AT_REST;
         });

@@ -348,7 +348,7 @@ private slots:
             m_bench.clock().advance(1s);
             const om::IMUPose pose = link.getIMUPose(6);
             const Truth truth = m_bench.truthAt(OTHER_SERIAL, pose.timestamp);
-            const double degrees = 180.0 / PI;
+            const double degrees = 180.0 / pi;
             const double rate[3] = {-truth.angularVelocity.y * degrees,
                                     -truth.angularVelocity.x * degrees,
                                     -truth.angularVelocity.z * degrees};

@@ -129,7 +129,7 @@ void TestPicture::reopen(const InitParameters& parameters)
 
 void TestPicture::nextFrame()
 {
-    theBench().clock().advance(NS_PER_S / 60);
+    theBench().clock().advance(nsPerS / 60);
     QCOMPARE(m_camera->grab(RuntimeParameters()), ERROR_CODE::SUCCESS);
 }
 

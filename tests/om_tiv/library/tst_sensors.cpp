@@ -169,9 +169,9 @@ void TestSensors::currentGivesTheNewestSample()
     Rig rig(idealCamera());
     const SensorsData data = rig.after(seconds(1));
     const Nanoseconds age = rig.bench.clock().now() - data.imu.timestamp;
-    QVERIFY(age < 3 * NS_PER_MS);
-    QVERIFY(rig.bench.clock().now() - data.magnetometer.timestamp < 22 * NS_PER_MS);
-    QVERIFY(rig.bench.clock().now() - data.barometer.timestamp < 44 * NS_PER_MS);
+    QVERIFY(age < 3 * nsPerMs);
+    QVERIFY(rig.bench.clock().now() - data.magnetometer.timestamp < 22 * nsPerMs);
+    QVERIFY(rig.bench.clock().now() - data.barometer.timestamp < 44 * nsPerMs);
 }
 
 void TestSensors::imageReferenceGivesTheValuesAtTheFrame()
@@ -184,7 +184,7 @@ void TestSensors::imageReferenceGivesTheValuesAtTheFrame()
     SensorsData data;
     QCOMPARE(rig.camera.getSensorsData(data, TIME_REFERENCE::IMAGE), ERROR_CODE::SUCCESS);
     QVERIFY(data.imu.timestamp <= frame);
-    QVERIFY(frame - data.imu.timestamp < 3 * NS_PER_MS);
+    QVERIFY(frame - data.imu.timestamp < 3 * nsPerMs);
 }
 
 void TestSensors::imageReferenceWithoutAFrameFails()
@@ -200,8 +200,7 @@ void TestSensors::ratesOfTheStreams()
     Rig rig(idealCamera());
     const auto source = rig.bench.camera(SERIAL)->source();
     const auto count = [&](STREAM stream) {
-        return static_cast<int>(source->newest(stream, START + 10 * NS_PER_S + NS_PER_MS).value() +
-                                1);
+        return static_cast<int>(source->newest(stream, START + 10 * nsPerS + nsPerMs).value() + 1);
     };
     QCOMPARE(count(STREAM::IMU), 4000);
     QCOMPARE(count(STREAM::MAGNETOMETER), 500);
@@ -250,7 +249,7 @@ void TestSensors::timestampsNeverRunBackward()
         magnetometer = data.magnetometer.timestamp;
         barometer = data.barometer.timestamp;
     }
-    QVERIFY(imu > START + 9 * NS_PER_S);
+    QVERIFY(imu > START + 9 * nsPerS);
 }
 
 void TestSensors::effectiveRatesAreMeasured()
@@ -345,7 +344,7 @@ void TestSensors::accelerationAtRestIsGravity()
     Rig rig(config);
     const SensorsData data = rig.after(seconds(1));
     QVERIFY(std::abs(norm(data.imu.linearAcceleration) - 9.81) < 0.01);
-    const Vector up = rotate(conjugate(config.pose), {0.0, STANDARD_GRAVITY, 0.0});
+    const Vector up = rotate(conjugate(config.pose), {0.0, standardGravity, 0.0});
     QVERIFY(near(data.imu.linearAcceleration, up, 1e-5));
 }
 
@@ -363,7 +362,7 @@ void TestSensors::accelerationHasNoiseAndBias()
     double last = 0.0;
     for (std::uint64_t i = 0; i < count; ++i) {
         const Vector off =
-            source->imu(i).linearAcceleration - Vector{0.1, STANDARD_GRAVITY - 0.2, 0.3};
+            source->imu(i).linearAcceleration - Vector{0.1, standardGravity - 0.2, 0.3};
         mean = mean + (1.0 / count) * off;
         squares += off.x * off.x / count;
         neighbours += off.x * last / count;
@@ -396,13 +395,13 @@ void TestSensors::gyroscopeIntegratesToThePose()
         const Vector rate{0.5 * (data.imu.angularVelocity.x + last.imu.angularVelocity.x),
                           0.5 * (data.imu.angularVelocity.y + last.imu.angularVelocity.y),
                           0.5 * (data.imu.angularVelocity.z + last.imu.angularVelocity.z)};
-        integrated = integrated * fromRotationVector((step * PI / 180.0) * rate);
+        integrated = integrated * fromRotationVector((step * pi / 180.0) * rate);
         last = data;
     }
-    QVERIFY(last.imu.timestamp > START + 9 * NS_PER_S);
+    QVERIFY(last.imu.timestamp > START + 9 * nsPerS);
     const Orientation o = last.imu.pose.getOrientation();
     const Quaternion pose{double{o.ow}, double{o.ox}, double{o.oy}, double{o.oz}};
-    const double error = length(toRotationVector(conjugate(pose) * integrated)) * 180.0 / PI;
+    const double error = length(toRotationVector(conjugate(pose) * integrated)) * 180.0 / pi;
     QVERIFY2(error < 0.05, qPrintable(QString::number(error)));
 }
 
@@ -437,14 +436,14 @@ void TestSensors::poseAndVectorsInImageAxes()
     // Gravity, rotated into the world frame by the pose, points to the world's up.
     const Vector3<float>& g = b.imu.linearAcceleration;
     const Translation world = Translation(g.x, g.y, g.z) * b.imu.pose.getOrientation();
-    QVERIFY(near(world, {0.0, -STANDARD_GRAVITY, 0.0}, 1e-4));
+    QVERIFY(near(world, {0.0, -standardGravity, 0.0}, 1e-4));
 }
 
 void TestSensors::eulerAnglesFollowASetPose()
 {
     Rig rig(idealCamera());
     // 30 degrees to the left about the world's vertical.
-    rig.bench.setPose(SERIAL, fromHeading(-PI / 6), std::chrono::nanoseconds(0));
+    rig.bench.setPose(SERIAL, fromHeading(-pi / 6), std::chrono::nanoseconds(0));
     const Vector3<float> angles = rig.after(seconds(1)).imu.pose.getEulerAngles(false);
     QVERIFY(near(angles, {0.0, 30.0, 0.0}, 1e-4));
 }
@@ -522,7 +521,7 @@ void TestSensors::unplugPlugStartsTheStreamsAnew()
     rig.bench.clock().advance(seconds(5));
     rig.bench.plug(SERIAL);
     const auto camera = rig.bench.camera(SERIAL);
-    QCOMPARE(camera->pluggedAt(), START + 105 * NS_PER_S);
+    QCOMPARE(camera->pluggedAt(), START + 105 * nsPerS);
     QVERIFY(!camera->source()->newest(STREAM::IMU, camera->pluggedAt()));
     QCOMPARE(rig.camera.open(parametersFor()), ERROR_CODE::SUCCESS);
     const SensorsData data = rig.after(microseconds(2700));

@@ -44,7 +44,7 @@ float degrees(float radians)
 std::string row(int i)
 {
     // Angles as a recorder sees them: of a float in radians.
-    const auto angle = [](float d) { return double{degrees(static_cast<float>(d * PI / 180.0))}; };
+    const auto angle = [](float d) { return double{degrees(static_cast<float>(d * pi / 180.0))}; };
     const double time = 1706711000.123456 + i * 0.005;
     const int magIndex = i / 4;
     const int baroIndex = i / 8;
@@ -112,7 +112,7 @@ private slots:
     void init()
     {
         theBench().reset();
-        theBench().clock().setManual(1000 * NS_PER_S);
+        theBench().clock().setManual(1000 * nsPerS);
         folder = std::make_unique<QTemporaryDir>();
     }
     void cleanup() { theBench().reset(); }
@@ -314,7 +314,7 @@ private slots:
         addReplay(text);
         Camera camera;
         open(camera);
-        theBench().clock().advance(50 * NS_PER_MS);
+        theBench().clock().advance(50 * nsPerMs);
         SensorsData data;
         QCOMPARE(camera.getSensorsData(data, TIME_REFERENCE::CURRENT), ERROR_CODE::SUCCESS);
         QVERIFY(data.imu.timestamp > 0);
@@ -354,7 +354,7 @@ private slots:
         }
         Camera camera;
         QCOMPARE(camera.open(parameters), ERROR_CODE::SUCCESS);
-        theBench().clock().advance(100 * NS_PER_MS);
+        theBench().clock().advance(100 * nsPerMs);
         SensorsData data;
         QCOMPARE(camera.getSensorsData(data, TIME_REFERENCE::CURRENT), ERROR_CODE::SUCCESS);
         QVERIFY(data.imu.timestamp > 0);
@@ -375,16 +375,16 @@ private slots:
         const auto read = SensorRecording::parse(recording(rows), "r.csv", report);
         Camera camera;
         open(camera);
-        theBench().clock().advance(NS_PER_MS); // between rows, not affected by their rounding
+        theBench().clock().advance(nsPerMs); // between rows, not affected by their rounding
         int seen = 0;
         std::uint64_t lastMag = 0;
         std::uint64_t lastBaro = 0;
         for (int i = 1; i < rows; ++i) {
-            theBench().clock().advance(5 * NS_PER_MS);
+            theBench().clock().advance(5 * nsPerMs);
             SensorsData data;
             QCOMPARE(camera.getSensorsData(data, TIME_REFERENCE::CURRENT), ERROR_CODE::SUCCESS);
             // The row of this time; rounding by a microsecond may move it by one step.
-            const double since = static_cast<double>(data.imu.timestamp - 1000 * NS_PER_S) * 1e-9;
+            const double since = static_cast<double>(data.imu.timestamp - 1000 * nsPerS) * 1e-9;
             const auto index = static_cast<std::size_t>(std::llround(since / 0.005));
             QVERIFY(index < read->size());
             const SensorRecording::Row wanted = read->row(index);
@@ -432,10 +432,10 @@ private slots:
         addReplay(recording(100), loop); // half a second
         Camera camera;
         open(camera);
-        theBench().clock().advance(3 * NS_PER_S);
+        theBench().clock().advance(3 * nsPerS);
         SensorsData first;
         QCOMPARE(camera.getSensorsData(first, TIME_REFERENCE::CURRENT), ERROR_CODE::SUCCESS);
-        theBench().clock().advance(NS_PER_S);
+        theBench().clock().advance(nsPerS);
         SensorsData second;
         QCOMPARE(camera.getSensorsData(second, TIME_REFERENCE::CURRENT), ERROR_CODE::SUCCESS);
         QCOMPARE(second.imu.timestamp > first.imu.timestamp, loop);
@@ -448,7 +448,7 @@ private slots:
         Camera camera;
         open(camera);
         const auto field = [&] {
-            theBench().clock().advance(20 * NS_PER_MS);
+            theBench().clock().advance(20 * nsPerMs);
             SensorsData data;
             if (camera.getSensorsData(data, TIME_REFERENCE::CURRENT) != ERROR_CODE::SUCCESS) {
                 qFatal("no record");
@@ -481,12 +481,12 @@ private slots:
         addReplay(recording(100));
         Camera camera;
         open(camera);
-        theBench().clock().advance(101 * NS_PER_MS);
+        theBench().clock().advance(101 * nsPerMs);
         SensorsData data;
         QCOMPARE(camera.getSensorsData(data, TIME_REFERENCE::CURRENT), ERROR_CODE::SUCCESS);
         const Truth truth = theBench().truth(serial);
         QCOMPARE(static_cast<float>(truth.specificForce.x), data.imu.linearAcceleration.x);
-        QCOMPARE(static_cast<float>(truth.angularVelocity.x * 180.0 / PI),
+        QCOMPARE(static_cast<float>(truth.angularVelocity.x * 180.0 / pi),
                  data.imu.angularVelocity.x);
         QCOMPARE(static_cast<float>(truth.field.z), data.magnetometer.magneticFieldUncalibrated.z);
         QCOMPARE(truth.movingState, data.cameraMovingState);
@@ -513,7 +513,7 @@ private slots:
     {
         std::string report;
         const ReplaySource source(SensorRecording::parse(recording(37), "r.csv", report), true,
-                                  5 * NS_PER_S);
+                                  5 * nsPerS);
         Nanoseconds before = 0;
         for (std::uint64_t number = 0; number < 500; ++number) {
             const Nanoseconds time = source.timeOf(STREAM::IMU, number);
@@ -522,7 +522,7 @@ private slots:
             QCOMPARE(source.newest(STREAM::IMU, time).value(), number);
             QVERIFY(number == 0 || source.newest(STREAM::IMU, time - 1).value() == number - 1);
         }
-        QVERIFY(!source.newest(STREAM::IMU, 5 * NS_PER_S - 1));
+        QVERIFY(!source.newest(STREAM::IMU, 5 * nsPerS - 1));
     }
 
     void everyFloatAngleIsMet()
@@ -533,7 +533,7 @@ private slots:
         int missed = 0;
         for (int i = 0; i < 20000; ++i) {
             // Angles as a recorder sees them: of a float in radians.
-            const auto seen = [](float d) { return degrees(static_cast<float>(d * PI / 180.0)); };
+            const auto seen = [](float d) { return degrees(static_cast<float>(d * pi / 180.0)); };
             const std::array<float, 3> wanted = {seen(full(random)), seen(half(random)),
                                                  seen(full(random))};
             const Vector3<float> euler = transformOfEulerDegrees(wanted).getEulerAngles(true);
@@ -584,7 +584,7 @@ private slots:
     {
         QFETCH(float, y);
         for (int i = -179; i < 180; ++i) {
-            const float x = degrees(static_cast<float>(i * PI / 180.0));
+            const float x = degrees(static_cast<float>(i * pi / 180.0));
             const Vector3<float> euler = transformOfEulerDegrees({x, y, 0.0F}).getEulerAngles(true);
             QCOMPARE(degrees(euler.x), x);
             QCOMPARE(degrees(euler.y), y);
@@ -633,7 +633,7 @@ private slots:
         QVERIFY(theBench().camera(serial)->playsRecording());
         theBench().unplug(serial);
         theBench().plug(serial);
-        theBench().clock().advance(NS_PER_MS);
+        theBench().clock().advance(nsPerMs);
         QCOMPARE(theBench().truth(serial).specificForce.y, double{-9.80665F});
     }
 

@@ -200,7 +200,7 @@ void TestGenerate::recordingIsTheProgramsOwn()
     QVERIFY2(generate(config, length, error), error.c_str());
 
     Bench& bench = benchtest::runningBench();
-    bench.clock().setManual(GENERATED_START * NS_PER_S);
+    bench.clock().setManual(generatedStart * nsPerS);
     bench.setField(FIELD);
     bench.addCamera(config);
     Camera camera;
@@ -212,7 +212,7 @@ void TestGenerate::recordingIsTheProgramsOwn()
     std::uint64_t rows = 0;
     for (std::uint64_t number = 0;; ++number) {
         const Nanoseconds time = source->timeOf(STREAM::IMU, number);
-        if (time > GENERATED_START * NS_PER_S + static_cast<Nanoseconds>(length * 1e9)) {
+        if (time > generatedStart * nsPerS + static_cast<Nanoseconds>(length * 1e9)) {
             break;
         }
         if (!source->isLost(STREAM::IMU, number)) {

@@ -21,7 +21,7 @@ using namespace om::bench;
 
 namespace {
 
-constexpr double PERIOD = 1.0 / PhysicsSource::IMU_RATE;
+constexpr double PERIOD = 1.0 / PhysicsSource::imuRate;
 
 std::unique_ptr<PhysicsSource> sourceOf(const CameraConfig& config)
 {
@@ -147,12 +147,12 @@ void TestGeneratedNoise::biasScaleAndMisalignmentAreFound()
     model.noiseDensity = {0.002, 0.002, 0.002};
     model.scaleFactor = {1.01, 0.985, 1.003};
     model.axesMisalignment = {{{0.0, 0.8, -0.5}, {0.3, 0.0, 1.1}, {-0.9, 0.4, 0.0}}};
-    const Quaternion poses[] = {fromRotationVector({0.0, 0.0, PI / 2}),
-                                fromRotationVector({0.0, 0.0, -PI / 2}),
+    const Quaternion poses[] = {fromRotationVector({0.0, 0.0, pi / 2}),
+                                fromRotationVector({0.0, 0.0, -pi / 2}),
                                 Quaternion(),
-                                fromRotationVector({PI, 0.0, 0.0}),
-                                fromRotationVector({-PI / 2, 0.0, 0.0}),
-                                fromRotationVector({PI / 2, 0.0, 0.0})};
+                                fromRotationVector({pi, 0.0, 0.0}),
+                                fromRotationVector({-pi / 2, 0.0, 0.0}),
+                                fromRotationVector({pi / 2, 0.0, 0.0})};
     analysis::Recording recording;
     const auto period = static_cast<analysis::Nanoseconds>(2'500'000);
     for (std::size_t i = 0; i < 6; ++i) {
@@ -170,7 +170,7 @@ void TestGeneratedNoise::biasScaleAndMisalignmentAreFound()
     }
     std::string reason;
     const auto found =
-        analysis::solveSixPositions(analysis::findRests(recording), STANDARD_GRAVITY, reason);
+        analysis::solveSixPositions(analysis::findRests(recording), standardGravity, reason);
     QVERIFY2(found, reason.c_str());
     const double biases[] = {0.12, -0.05, 0.2};
     const double scales[] = {1.01, 0.985, 1.003};

@@ -10,7 +10,7 @@ using namespace om;
 
 namespace {
 
-constexpr double PI = 3.14159265358979323846;
+constexpr double pi = 3.14159265358979323846;
 
 Translation translation(const double* v)
 {
@@ -346,7 +346,7 @@ void TestTransform::transformMapsAPointByRotationThenTranslation()
 
 void TestTransform::transformProductAppliesTheRightFactorFirst()
 {
-    const Transform turn(Rotation(static_cast<float>(PI / 2), Translation(0.0F, 0.0F, 1.0F)),
+    const Transform turn(Rotation(static_cast<float>(pi / 2), Translation(0.0F, 0.0F, 1.0F)),
                          Translation());
     const Transform shift(Orientation(), Translation(1.0F, 0.0F, 0.0F));
     QVERIFY(near(Transform(turn * shift).getTranslation(), 0.0, 1.0, 0.0));
@@ -406,7 +406,7 @@ void TestTransform::eulerAnglesInGimbalLock()
         const Vector3<float> angles = rotationTransform(c.matrix).getEulerAngles(true);
         const bool up = c.angles[1] > 0.0;
         const double left = up ? c.angles[0] - c.angles[2] : c.angles[0] + c.angles[2];
-        QVERIFY(near(angles, left, up ? PI / 2 : -PI / 2, 0.0));
+        QVERIFY(near(angles, left, up ? pi / 2 : -pi / 2, 0.0));
     }
 }
 
@@ -417,20 +417,20 @@ void TestTransform::eulerAnglesOfHalfTurnsArePositive()
     x(1, 1) = -1.0F;
     x(2, 2) = -1.0F;
     x(2, 1) = -0.0F;
-    QVERIFY(near(x.getEulerAngles(true), PI, 0.0, 0.0));
+    QVERIFY(near(x.getEulerAngles(true), pi, 0.0, 0.0));
     Transform z;
     z(0, 0) = -1.0F;
     z(1, 1) = -1.0F;
     z(1, 0) = -0.0F;
-    QVERIFY(near(z.getEulerAngles(true), 0.0, 0.0, PI));
+    QVERIFY(near(z.getEulerAngles(true), 0.0, 0.0, pi));
 }
 
 void TestTransform::eulerAnglesInDegrees()
 {
     const EulerCase& c = EULERS[4];
     const Vector3<float> angles = rotationTransform(c.matrix).getEulerAngles(false);
-    QVERIFY(near(angles, c.angles[0] * 180.0 / PI, c.angles[1] * 180.0 / PI,
-                 c.angles[2] * 180.0 / PI, 1e-4));
+    QVERIFY(near(angles, c.angles[0] * 180.0 / pi, c.angles[1] * 180.0 / pi,
+                 c.angles[2] * 180.0 / pi, 1e-4));
 }
 
 QTEST_GUILESS_MAIN(TestTransform)

@@ -42,7 +42,7 @@ namespace {
 
 constexpr unsigned int first = 20000001;
 constexpr unsigned int second = 30000002;
-constexpr double DEGREE = PI / 180.0;
+constexpr double DEGREE = pi / 180.0;
 
 /// Degrees between two poses.
 double between(const Quaternion& a, const Quaternion& b)
@@ -59,7 +59,7 @@ double between(const Vector& a, const Vector& b)
 void clearBench()
 {
     theBench().reset();
-    theBench().clock().setManual(1'000 * NS_PER_S);
+    theBench().clock().setManual(1'000 * nsPerS);
 }
 
 /// Longer than any glide of the window's orders.
@@ -271,7 +271,7 @@ private slots:
         }
         QVERIFY(between(meter.rateAt(10.5), {0.0, 2.0, 0.0}) < 0.3);
         // After a pause the body does not spin.
-        QCOMPARE(length(meter.rateAt(10.5 + SpinMeter::WINDOW)), 0.0);
+        QCOMPARE(length(meter.rateAt(10.5 + SpinMeter::window)), 0.0);
     }
 
     void spinMeterIsBoundedAndForgets()
@@ -279,7 +279,7 @@ private slots:
         SpinMeter meter;
         meter.start(0.0);
         meter.add(0.001, {3.0, 0.0, 0.0});
-        QVERIFY(std::abs(length(meter.rateAt(0.001)) - SpinMeter::FASTEST) < 1e-9);
+        QVERIFY(std::abs(length(meter.rateAt(0.001)) - SpinMeter::fastest) < 1e-9);
         meter.start(0.002);
         QCOMPARE(length(meter.rateAt(0.003)), 0.0);
     }
@@ -667,7 +667,7 @@ private slots:
         config.replay = file.fileName().toStdString();
         QVERIFY(theBench().addCamera(config));
         openConnected();
-        const Quaternion played = fromRotationVector({0.0, 40.0 * PI / 180.0, 0.0});
+        const Quaternion played = fromRotationVector({0.0, 40.0 * pi / 180.0, 0.0});
         QTRY_VERIFY(between(truth().pose, played) < 0.1);
         BodyView* const stage = window->stage();
         QTRY_VERIFY(between(stage->shownPose(), played) < 1.0);
@@ -759,11 +759,11 @@ private slots:
     {
         openConnected();
         QTest::mouseClick(child<Switch>("oldFirmware"), Qt::LeftButton);
-        QTRY_COMPARE(theBench().config(first).firmwareVersion, Panel::OLD_FIRMWARE);
+        QTRY_COMPARE(theBench().config(first).firmwareVersion, Panel::oldFirmware);
         awaitNews();
         QVERIFY(child<Switch>("oldFirmware")->isChecked());
         QTest::mouseClick(child<Switch>("oldFirmware"), Qt::LeftButton);
-        QTRY_COMPARE(theBench().config(first).firmwareVersion, Panel::NEW_FIRMWARE);
+        QTRY_COMPARE(theBench().config(first).firmwareVersion, Panel::newFirmware);
     }
 
     void slidersSetTheFieldAndShowIt()

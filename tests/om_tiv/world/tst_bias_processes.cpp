@@ -147,7 +147,7 @@ void TestBiasProcesses::thereIsNoJump()
     }
     for (Nanoseconds cell = 1; cell < 3000; ++cell) {
         times.push_back(cell << 21U);
-        times.push_back(cell * 2 * NS_PER_MS);
+        times.push_back(cell * 2 * nsPerMs);
         times.push_back(cell * seconds(300.0 / 32.0));
     }
     for (const Nanoseconds time : times) {
@@ -162,9 +162,9 @@ void TestBiasProcesses::seedsAndChannelsAreIndependent()
     double channels = 0.0;
     constexpr int count = 4000;
     for (std::uint64_t seed = 0; seed < count; ++seed) {
-        const double value = RandomWalk(seed, 5).at(NS_PER_S);
-        product += value * RandomWalk(seed + 1, 5).at(NS_PER_S) / count;
-        channels += value * RandomWalk(seed, 6).at(NS_PER_S) / count;
+        const double value = RandomWalk(seed, 5).at(nsPerS);
+        product += value * RandomWalk(seed + 1, 5).at(nsPerS) / count;
+        channels += value * RandomWalk(seed, 6).at(nsPerS) / count;
     }
     QVERIFY2(std::abs(product) < 0.06, qPrintable(QString::number(product)));
     QVERIFY2(std::abs(channels) < 0.06, qPrintable(QString::number(channels)));
@@ -241,13 +241,13 @@ void TestBiasProcesses::firstOrderProcessIsCorrelatedOverItsTime()
 
 void TestBiasProcesses::flickerHasTheSameVarianceInEachOctave()
 {
-    // B^2 ln 2 / pi for each octave from T down to SHORTEST.
+    // B^2 ln 2 / pi for each octave from T down to shortest.
     for (const double time : {0.1, 1.0, 100.0}) {
         std::vector<double> values;
         for (std::uint64_t seed = 0; seed < 5000; ++seed) {
-            values.push_back(Flicker(seed, 0, time).at(NS_PER_S));
+            values.push_back(Flicker(seed, 0, time).at(nsPerS));
         }
-        const double octaves = std::floor(std::log2(time / Flicker::SHORTEST)) + 1.0;
+        const double octaves = std::floor(std::log2(time / Flicker::shortest)) + 1.0;
         const double ratio = variance(values) / (octaves * std::log(2.0) / 3.14159265358979);
         QVERIFY2(std::abs(ratio - 1.0) < 0.08, qPrintable(QString::number(ratio)));
     }

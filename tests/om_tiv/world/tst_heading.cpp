@@ -17,7 +17,7 @@ Q_DECLARE_METATYPE(Vector)
 
 namespace {
 
-constexpr double degree = om::bench::PI / 180.0;
+constexpr double degree = om::bench::pi / 180.0;
 constexpr double radius = 48.0; // uT, of the field in the tests of the monitor
 constexpr double period = 0.02; // s, of its readings
 constexpr int readingsOf30s = 1500;
@@ -161,7 +161,7 @@ private slots:
             const double heading =
                 tiltCompensatedHeading(toSensor(field.world()), toSensor({0.0, 9.8, 0.0}));
             const double error = std::remainder(heading - (geographic - field.declination) * degree,
-                                                2.0 * om::bench::PI);
+                                                2.0 * om::bench::pi);
             QVERIFY2(std::abs(error) < 1e-9, qPrintable(QString::number(error / degree)));
         }
     }
@@ -201,7 +201,7 @@ private slots:
         QCOMPARE(heading, 0.0);
         const double below = tiltCompensatedHeading(levelField(20.0, 1e-4), {-9.8, 0.0, 0.0});
         QVERIFY(below > 6.0);
-        QVERIFY(static_cast<double>(static_cast<float>(below)) < 2.0 * om::bench::PI);
+        QVERIFY(static_cast<double>(static_cast<float>(below)) < 2.0 * om::bench::pi);
     }
 
     void neutralCalibrationLeavesTheFieldAsItIs()

@@ -9,8 +9,8 @@ using namespace om::bench;
 
 namespace {
 
-constexpr Nanoseconds START = 1'000 * NS_PER_S;
-constexpr double DEGREE = PI / 180.0;
+constexpr Nanoseconds START = 1'000 * nsPerS;
+constexpr double DEGREE = pi / 180.0;
 
 Nanoseconds after(double seconds)
 {
@@ -39,7 +39,7 @@ std::vector<Vector> directions(int count)
     std::vector<Vector> all;
     for (int i = 0; i < count; ++i) {
         const double z = 1.0 - (2.0 * i + 1.0) / count;
-        const double azimuth = PI * (1.0 + std::sqrt(5.0)) * i;
+        const double azimuth = pi * (1.0 + std::sqrt(5.0)) * i;
         const double radius = std::sqrt(1.0 - z * z);
         all.push_back({radius * std::cos(azimuth), radius * std::sin(azimuth), z});
     }
@@ -118,13 +118,13 @@ void TestMotion::axesOfTheWorld()
     const Vector forward{0.0, 0.0, -1.0};
     const Vector right{1.0, 0.0, 0.0};
     const Vector up{0.0, 1.0, 0.0};
-    QVERIFY(distance(rotate(fromHeading(PI / 2), forward), {1.0, 0.0, 0.0}) < 1e-12);
-    QVERIFY(distance(rotate(fromHeading(PI), forward), {0.0, 0.0, 1.0}) < 1e-12);
-    QVERIFY(distance(rotate(fromHeading(PI / 2), right), {0.0, 0.0, 1.0}) < 1e-12);
+    QVERIFY(distance(rotate(fromHeading(pi / 2), forward), {1.0, 0.0, 0.0}) < 1e-12);
+    QVERIFY(distance(rotate(fromHeading(pi), forward), {0.0, 0.0, 1.0}) < 1e-12);
+    QVERIFY(distance(rotate(fromHeading(pi / 2), right), {0.0, 0.0, 1.0}) < 1e-12);
     // Nose up, then right side down.
-    QVERIFY(distance(rotate(fromHeading(0.0, PI / 2), forward), {0.0, 1.0, 0.0}) < 1e-12);
-    QVERIFY(distance(rotate(fromHeading(0.0, 0.0, PI / 2), right), {0.0, -1.0, 0.0}) < 1e-12);
-    QVERIFY(distance(rotate(fromHeading(0.0, 0.0, PI / 2), up), {1.0, 0.0, 0.0}) < 1e-12);
+    QVERIFY(distance(rotate(fromHeading(0.0, pi / 2), forward), {0.0, 1.0, 0.0}) < 1e-12);
+    QVERIFY(distance(rotate(fromHeading(0.0, 0.0, pi / 2), right), {0.0, -1.0, 0.0}) < 1e-12);
+    QVERIFY(distance(rotate(fromHeading(0.0, 0.0, pi / 2), up), {1.0, 0.0, 0.0}) < 1e-12);
 }
 
 void TestMotion::axesOfTheSensor()
@@ -143,7 +143,7 @@ void TestMotion::rotationVectorsGoToQuaternionsAndBack()
         QVERIFY(distance(toRotationVector(fromRotationVector(v)), v) < 1e-12);
     }
     // A quarter turn about y turns x to -z.
-    QVERIFY(distance(rotate(fromRotationVector({0.0, PI / 2, 0.0}), {1.0, 0.0, 0.0}),
+    QVERIFY(distance(rotate(fromRotationVector({0.0, pi / 2, 0.0}), {1.0, 0.0, 0.0}),
                      {0.0, 0.0, -1.0}) < 1e-12);
 }
 
@@ -184,7 +184,7 @@ void TestMotion::headingFollowsThePose()
 
 void TestMotion::headingOfACameraThatLooksUpIsZero()
 {
-    QVERIFY(std::abs(rotate(fromHeading(1.0, PI / 2), {0.0, 0.0, -1.0}).y - 1.0) < 1e-12);
+    QVERIFY(std::abs(rotate(fromHeading(1.0, pi / 2), {0.0, 0.0, -1.0}).y - 1.0) < 1e-12);
     QCOMPARE(magneticHeading(Quaternion{std::sqrt(0.5), std::sqrt(0.5), 0.0, 0.0}, Field()), 0.0);
 }
 
@@ -206,7 +206,7 @@ void TestMotion::specificForceAtRestPointsUpWithGravity()
     QVERIFY(distance(timeline(MOTION::AT_REST).at(START).specificForce, {0.0, 9.80665, 0.0}) <
             1e-12);
     // Right side down: up is the body's -x.
-    const MotionTimeline tilted = timeline(MOTION::AT_REST, fromHeading(0.0, 0.0, PI / 2));
+    const MotionTimeline tilted = timeline(MOTION::AT_REST, fromHeading(0.0, 0.0, pi / 2));
     QVERIFY(distance(tilted.at(START).specificForce, {-9.80665, 0.0, 0.0}) < 1e-9);
 }
 
@@ -218,7 +218,7 @@ void TestMotion::handHeldMovesALittle()
     for (const double t : times(0.0, 30.0, 0.05)) {
         const BodyState state = motion.at(after(t));
         farthest = std::max(farthest, angle(state.pose, pose));
-        QVERIFY(std::abs(length(state.specificForce) - STANDARD_GRAVITY) < 0.6);
+        QVERIFY(std::abs(length(state.specificForce) - standardGravity) < 0.6);
         QVERIFY(length(state.angularVelocity) / DEGREE < 40.0);
     }
     QVERIFY(farthest > 2.0 && farthest < 15.0);
@@ -267,7 +267,7 @@ void TestMotion::angularVelocityIntegratesToThePose()
 {
     QFETCH(MOTION, motion);
     MotionTimeline body = timeline(motion, fromHeading(0.7, 0.3, 0.1));
-    body.setPose(fromHeading(-1.0, -0.4, 2.0), after(3.0), NS_PER_S / 2);
+    body.setPose(fromHeading(-1.0, -0.4, 2.0), after(3.0), nsPerS / 2);
     body.setMotion(motion, after(5.0));
 
     constexpr double step = 0.0025;
@@ -298,7 +298,7 @@ void TestMotion::specificForceFollowsTheHeight()
     double height = body.at(START).height;
     for (const double t : times(0.0, 2.5, step)) {
         const BodyState state = body.at(after(t + step / 2));
-        const double acceleration = rotate(state.pose, state.specificForce).y - STANDARD_GRAVITY;
+        const double acceleration = rotate(state.pose, state.specificForce).y - standardGravity;
         height += step * (speed + 0.5 * step * acceleration);
         speed += step * acceleration;
     }
@@ -340,7 +340,7 @@ void TestMotion::aPoseIsGlidedTo()
     const Quaternion from = fromHeading(0.0);
     const Quaternion to = fromHeading(2.0, 0.5, -0.3);
     MotionTimeline body = timeline(MOTION::AT_REST, from);
-    body.setPose(to, after(1.0), 400 * NS_PER_MS);
+    body.setPose(to, after(1.0), 400 * nsPerMs);
     QCOMPARE(body.motion(), MOTION::POSED);
     QVERIFY(angle(body.poseAt(after(1.0)), from) < 1e-6);
     QVERIFY(angle(body.poseAt(after(1.2)), from) > 20.0);
@@ -354,7 +354,7 @@ void TestMotion::aPoseIsGlidedTo()
 void TestMotion::aPoseWithoutGlideIsThereAtOnce()
 {
     MotionTimeline body = timeline(MOTION::AT_REST);
-    const Quaternion to = fromHeading(PI * 0.9, 0.5);
+    const Quaternion to = fromHeading(pi * 0.9, 0.5);
     body.setPose(to, after(1.0), 0);
     QVERIFY(angle(body.poseAt(after(1.0)), to) < 1e-9);
     QVERIFY(length(body.at(after(1.0)).angularVelocity) < 1e-9);
@@ -396,7 +396,7 @@ void TestMotion::aChangeOfMotionKeepsThePose()
 void TestMotion::theGlideIntoTumbleStaysWithinTheGyroscopesRange()
 {
     // From a pose half a turn away from where the tumble begins.
-    MotionTimeline body = timeline(MOTION::AT_REST, fromHeading(PI - 0.01));
+    MotionTimeline body = timeline(MOTION::AT_REST, fromHeading(pi - 0.01));
     body.setMotion(MOTION::TUMBLE, after(1.0));
     for (const double t : times(1.0, 3.0, 0.01)) {
         QVERIFY(length(body.at(after(t)).angularVelocity) / DEGREE < 1000.0);
@@ -407,7 +407,7 @@ void TestMotion::posedGoesBackToTheLastPose()
 {
     const Quaternion pose = fromHeading(2.0, 0.1);
     MotionTimeline body = timeline(MOTION::AT_REST);
-    body.setPose(pose, after(1.0), NS_PER_S / 2);
+    body.setPose(pose, after(1.0), nsPerS / 2);
     body.setMotion(MOTION::TUMBLE, after(2.0));
     body.setMotion(MOTION::POSED, after(8.0));
     QVERIFY(angle(body.poseAt(after(10.0)), pose) < 1e-6);
@@ -421,7 +421,7 @@ void TestMotion::thePastStaysAsItWas()
         before.push_back(body.poseAt(after(t)));
     }
     body.setMotion(MOTION::AT_REST, after(20.0));
-    body.setPose(fromHeading(1.0), after(25.0), NS_PER_S);
+    body.setPose(fromHeading(1.0), after(25.0), nsPerS);
     std::size_t i = 0;
     for (const double t : times(0.0, 20.0, 0.5)) {
         QVERIFY(angle(body.poseAt(after(t)), before[i++]) < 1e-9);
@@ -432,7 +432,7 @@ void TestMotion::manyChangesAreBounded()
 {
     MotionTimeline body = timeline(MOTION::AT_REST);
     for (int i = 1; i <= 50000; ++i) {
-        body.setPose(fromHeading(i * 0.001), after(i * 0.001), NS_PER_MS);
+        body.setPose(fromHeading(i * 0.001), after(i * 0.001), nsPerMs);
     }
     QVERIFY(angle(body.poseAt(after(50.1)), fromHeading(50.0)) < 1e-6);
     // Still available: ten seconds ago.

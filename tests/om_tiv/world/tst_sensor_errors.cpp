@@ -49,7 +49,7 @@ QByteArray text(const Vector& v)
         .toUtf8();
 }
 
-constexpr double G = STANDARD_GRAVITY;
+constexpr double G = standardGravity;
 
 /// Everything that can be wrong at once.
 void spoil(SensorErrors& errors)
@@ -69,7 +69,7 @@ void spoil(SensorErrors& errors)
         model->spikeShare = 1.0;
         model->spikeAmplitude = 3.0;
     }
-    errors.gyroscope.gSensitivity = IDENTITY3;
+    errors.gyroscope.gSensitivity = identity3;
     errors.clockDrift = 1234.5;
     errors.droppedSamples = 2.0;
     errors.droppedTogether = 3;
@@ -220,7 +220,7 @@ void TestSensorErrors::vibrationIsASine()
     for (const std::uint64_t number : {0U, 1U, 7U, 100U, 4'000'000U}) {
         const ImuSample sample = source->imu(number);
         const double s = std::sin(
-            2.0 * PI * std::fmod(47.5 * static_cast<double>(sample.time - START) * 1e-9, 1.0));
+            2.0 * pi * std::fmod(47.5 * static_cast<double>(sample.time - START) * 1e-9, 1.0));
         QVERIFY2(near(sample.linearAcceleration, {0.3 * s, G, -0.6 * s}, 1e-6),
                  text(sample.linearAcceleration));
         QVERIFY(near(sample.angularVelocity, {}, 0.0));
