@@ -16,8 +16,8 @@
 
 namespace camerafixture {
 
-constexpr unsigned int SERIAL = 20000001;
-constexpr int CAMERA_ID = 7;
+constexpr unsigned int cameraSerial = 20000001;
+constexpr int cameraId = 7;
 
 inline om::bench::Bench& bench()
 {
@@ -45,8 +45,8 @@ inline void setUp(om::MODEL model = om::MODEL::TIV_Q)
     bench().reset();
     om::bench::CameraConfig config;
     config.model = model;
-    config.serialNumber = SERIAL;
-    config.id = CAMERA_ID;
+    config.serialNumber = cameraSerial;
+    config.id = cameraId;
     config.motion = om::bench::MOTION::AT_REST;
     bench().addCamera(config);
     setViewerAttributes();

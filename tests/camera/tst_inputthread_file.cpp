@@ -21,7 +21,7 @@ using om::bench::Nanoseconds;
 
 namespace {
 
-constexpr Nanoseconds START = 1'600'000'000 * om::bench::nsPerS;
+constexpr Nanoseconds startTime = 1'600'000'000 * om::bench::nsPerS;
 
 /// The arguments of setQVRPosition() since the log was last cleared.
 std::vector<int> seeks()
@@ -42,7 +42,7 @@ struct SteppedFile
     {
         om::bench::Recording recording;
         recording.model = om::MODEL::TIV_P;
-        recording.serialNumber = SERIAL;
+        recording.serialNumber = cameraSerial;
         recording.width = 64;
         recording.height = 48;
         recording.frameRate = 30.0;
@@ -453,22 +453,22 @@ void TestInputThreadFile::rateOfAFileIsNotLimited()
 
 void TestInputThreadFile::framesFollowAtTheirRecordedPace()
 {
-    constexpr Nanoseconds GAP = 40 * om::bench::nsPerMs;
+    constexpr Nanoseconds frameGap = 40 * om::bench::nsPerMs;
     std::vector<Nanoseconds> times;
     times.reserve(8);
     for (Nanoseconds frame = 0; frame < 8; ++frame) {
-        times.push_back(START + frame * GAP);
+        times.push_back(startTime + frame * frameGap);
     }
     SteppedFile file(times);
     QVERIFY(file.play());
     const Nanoseconds first = file.input->lastPlaybackTime;
-    QVERIFY(first >= START);
+    QVERIFY(first >= startTime);
     QVERIFY(file.input->playbackTimer.isValid());
     QElapsedTimer real = file.input->playbackTimer;
     const Pauses pauses;
     for (Nanoseconds pass = 1; pass <= 4; ++pass) {
         QVERIFY(file.gate.step());
-        QCOMPARE(file.input->lastPlaybackTime, std::uint64_t(first + pass * GAP));
+        QCOMPARE(file.input->lastPlaybackTime, std::uint64_t(first + pass * frameGap));
     }
     // From the first frame's timer to the last one's at least the four gaps have passed.
     QVERIFY(real.msecsTo(file.input->playbackTimer) >= 159);
@@ -477,8 +477,9 @@ void TestInputThreadFile::framesFollowAtTheirRecordedPace()
 
 void TestInputThreadFile::lateFrameIsNotHeldBack()
 {
-    constexpr Nanoseconds GAP = 900 * om::bench::nsPerMs;
-    SteppedFile file({START, START + GAP, START + 2 * GAP, START + 3 * GAP});
+    constexpr Nanoseconds frameGap = 900 * om::bench::nsPerMs;
+    SteppedFile file(
+        {startTime, startTime + frameGap, startTime + 2 * frameGap, startTime + 3 * frameGap});
     QVERIFY(file.play());
     // The gap passes while the first frame is still in use.
     QTRY_VERIFY(file.input->playbackTimer.elapsed() >= 900);
@@ -489,9 +490,9 @@ void TestInputThreadFile::lateFrameIsNotHeldBack()
 
 void TestInputThreadFile::frameWithoutATimeLeavesThePaceAlone()
 {
-    SteppedFile file({START, START, START, 0, 0, 0, 0, 0, 0, 0});
+    SteppedFile file({startTime, startTime, startTime, 0, 0, 0, 0, 0, 0, 0});
     QVERIFY(file.play());
-    QCOMPARE(file.input->lastPlaybackTime, std::uint64_t(START));
+    QCOMPARE(file.input->lastPlaybackTime, std::uint64_t(startTime));
     while (file.input->camera.getTimestamp(om::TIME_REFERENCE::IMAGE) != 0) {
         QVERIFY(file.gate.step());
     }
@@ -499,7 +500,7 @@ void TestInputThreadFile::frameWithoutATimeLeavesThePaceAlone()
     QVERIFY(timer.isValid());
     QVERIFY(file.gate.step());
     QCOMPARE(file.input->camera.getTimestamp(om::TIME_REFERENCE::IMAGE), std::uint64_t(0));
-    QCOMPARE(file.input->lastPlaybackTime, std::uint64_t(START));
+    QCOMPARE(file.input->lastPlaybackTime, std::uint64_t(startTime));
     QVERIFY(file.input->playbackTimer == timer);
 }
 
@@ -521,7 +522,7 @@ void TestInputThreadFile::longGapIsNotWaitedFor()
     std::vector<Nanoseconds> times;
     times.reserve(8);
     for (Nanoseconds frame = 0; frame < 8; ++frame) {
-        times.push_back(START + frame * 20 * om::bench::nsPerS);
+        times.push_back(startTime + frame * 20 * om::bench::nsPerS);
     }
     SteppedFile file(times);
     QVERIFY(file.play());
@@ -529,7 +530,7 @@ void TestInputThreadFile::longGapIsNotWaitedFor()
     QVERIFY(file.gate.step());
     QVERIFY(file.gate.step());
     QCOMPARE(pauses.count(), 0);
-    QVERIFY(file.input->lastPlaybackTime >= START + 40 * om::bench::nsPerS);
+    QVERIFY(file.input->lastPlaybackTime >= startTime + 40 * om::bench::nsPerS);
 }
 
 void TestInputThreadFile::frameThatIsNotHeldBackStartsThePaceAnew_data()
@@ -544,7 +545,7 @@ void TestInputThreadFile::frameThatIsNotHeldBackStartsThePaceAnew()
 {
     QFETCH(qint64, gapMs);
     const Nanoseconds gap = static_cast<Nanoseconds>(gapMs) * om::bench::nsPerMs;
-    SteppedFile file({START, START + gap, START + 2 * gap, START + 3 * gap});
+    SteppedFile file({startTime, startTime + gap, startTime + 2 * gap, startTime + 3 * gap});
     QVERIFY(file.play());
     for (int pass = 0; pass < 2; ++pass) {
         const QElapsedTimer timer = file.input->playbackTimer;
@@ -558,8 +559,9 @@ void TestInputThreadFile::frameThatIsNotHeldBackStartsThePaceAnew()
 
 void TestInputThreadFile::skippedFrameIsNotPaced()
 {
-    SteppedFile file({START, START + 1'000'000, START + 2'000'000, START + 3'000'000,
-                      START + 4'000'000, START + 5'000'000, START + 6'000'000, START + 7'000'000});
+    SteppedFile file({startTime, startTime + 1'000'000, startTime + 2'000'000,
+                      startTime + 3'000'000, startTime + 4'000'000, startTime + 5'000'000,
+                      startTime + 6'000'000, startTime + 7'000'000});
     QVERIFY(file.play());
     const std::uint64_t last = file.input->lastPlaybackTime;
     file.input->retrieveMutex.lock();

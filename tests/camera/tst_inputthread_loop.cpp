@@ -37,22 +37,25 @@ struct SteppedInput
     {
         // The thread must not look at `input` while the pointer is being reset.
         const InputThreadModul* const stepped = input.get();
-        bench().camera(SERIAL)->grabScript().set(
-            [this, stepped](std::uint64_t, om::ERROR_CODE& result) {
-                CUcontext current = nullptr;
-                cuCtxGetCurrent(&current);
-                contextCurrent = current != nullptr && current == stepped->cudaContext;
-                cuCtxSetCurrent(nullptr);
-                gate.pass();
-                result = static_cast<om::ERROR_CODE>(nextResult.load());
-                return true;
-            },
-            om::bench::AFTER::REPEAT_LAST);
+        bench()
+            .camera(cameraSerial)
+            ->grabScript()
+            .set(
+                [this, stepped](std::uint64_t, om::ERROR_CODE& result) {
+                    CUcontext current = nullptr;
+                    cuCtxGetCurrent(&current);
+                    contextCurrent = current != nullptr && current == stepped->cudaContext;
+                    cuCtxSetCurrent(nullptr);
+                    gate.pass();
+                    result = static_cast<om::ERROR_CODE>(nextResult.load());
+                    return true;
+                },
+                om::bench::AFTER::REPEAT_LAST);
         QObject::connect(
             input.get(), &InputThreadModul::SendImage, input.get(), [this] { ++images; },
             Qt::DirectConnection);
         input->enableToStart(true);
-        ready = input->live(static_cast<int>(SERIAL)) == 0 && input->CreateMemories();
+        ready = input->live(static_cast<int>(cameraSerial)) == 0 && input->CreateMemories();
         if (start && ready) {
             input->startGrabbing();
             ready = gate.waitForArrival();
@@ -268,7 +271,7 @@ void TestInputThreadLoop::cleanup()
 void TestInputThreadLoop::threadWaitsToBeEnabled()
 {
     InputThreadModul input;
-    QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+    QCOMPARE(input.live(static_cast<int>(cameraSerial)), 0);
     QVERIFY(input.CreateMemories());
 
     std::atomic<std::uint64_t> grabs{99};
@@ -315,7 +318,7 @@ void TestInputThreadLoop::stopDuringTheStartEndsTheThread()
 {
     InputThreadModul input;
     input.enableToStart(true);
-    QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+    QCOMPARE(input.live(static_cast<int>(cameraSerial)), 0);
     QVERIFY(input.CreateMemories());
     ProgramStates::setIntAttr(ProgramStates::image2Width, 1);
     // The thread sets its running flag, then sets the context, and checks the flag before its first
@@ -919,7 +922,7 @@ void TestInputThreadLoop::otherSignalsAreNeverSent()
     const QSignalSpy send3D(&input, &InputThreadModul::send3D);
     const QSignalSpy sendPC(&input, &InputThreadModul::SendPC);
     const QSignalSpy sendDepth(&input, &InputThreadModul::SendDepth);
-    QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+    QCOMPARE(input.live(static_cast<int>(cameraSerial)), 0);
     QVERIFY(input.CreateMemories());
     input.requestView0 = input.requestView1 = input.requestView8 = true;
     input.requestDepth = input.requestMeasure = true;
@@ -996,13 +999,13 @@ void TestInputThreadLoop::lossAfterUnpluggingEndsTheLoop()
     InputThreadModul input;
     QSignalSpy lost(&input, &InputThreadModul::DetectTIVDisconnect);
     input.enableToStart(true);
-    QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+    QCOMPARE(input.live(static_cast<int>(cameraSerial)), 0);
     QVERIFY(input.CreateMemories());
     input.startGrabbing();
     QTRY_VERIFY(calls(CALL::GRAB) > 0);
     QVERIFY(input.isRunning());
 
-    bench().unplug(SERIAL);
+    bench().unplug(cameraSerial);
     QVERIFY(input.wait(waiting::patienceMs));
     QTRY_COMPARE(lost.count(), 1);
     QVERIFY(!input.opened);
@@ -1018,7 +1021,7 @@ void TestInputThreadLoop::pausedCameraIsNotGrabbedButRetrieved()
         &input, &InputThreadModul::SendImage, &input, [&gate] { gate.pass(); },
         Qt::DirectConnection);
     input.enableToStart(true);
-    QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+    QCOMPARE(input.live(static_cast<int>(cameraSerial)), 0);
     QVERIFY(input.CreateMemories());
     input.startGrabbing();
     QVERIFY(gate.waitForArrival());
@@ -1071,7 +1074,7 @@ void TestInputThreadLoop::pauseBeforeTheFirstGrabCountsAsGood()
         &input, &InputThreadModul::SendImage, &input, [&images] { ++images; },
         Qt::DirectConnection);
     input.enableToStart(true);
-    QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+    QCOMPARE(input.live(static_cast<int>(cameraSerial)), 0);
     QVERIFY(input.CreateMemories());
     input.startGrabbing();
     QTRY_VERIFY(images > 2);
@@ -1144,7 +1147,7 @@ void TestInputThreadLoop::destructorFreesEverything()
         InputThreadModul input;
         input.enableToStart(true);
         if (open) {
-            QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+            QCOMPARE(input.live(static_cast<int>(cameraSerial)), 0);
             QVERIFY(inUse());
         }
         if (allocate) {
@@ -1159,7 +1162,7 @@ void TestInputThreadLoop::destructorFreesEverything()
             input.stopGrabbing();
         }
         if (stage == "lost") {
-            bench().unplug(SERIAL);
+            bench().unplug(cameraSerial);
             QVERIFY(input.wait(waiting::patienceMs));
         }
         cuCtxSetCurrent(nullptr);
@@ -1232,7 +1235,7 @@ void TestInputThreadLoop::destructorEndsAThreadThatWasNeverEnabled()
 {
     {
         InputThreadModul input;
-        QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+        QCOMPARE(input.live(static_cast<int>(cameraSerial)), 0);
         input.startGrabbing();
         QVERIFY(input.isRunning());
     }
@@ -1245,7 +1248,7 @@ void TestInputThreadLoop::destructorEndsARunningThread()
     {
         InputThreadModul input;
         input.enableToStart(true);
-        QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+        QCOMPARE(input.live(static_cast<int>(cameraSerial)), 0);
         QVERIFY(input.CreateMemories());
         input.startGrabbing();
         QTRY_VERIFY(calls(CALL::GRAB) > 2);
@@ -1261,11 +1264,11 @@ void TestInputThreadLoop::destructorOnAnotherThreadAfterALoss()
     // The path of the sensor thread if it detects the loss first.
     auto* input = new InputThreadModul;
     input->enableToStart(true);
-    QCOMPARE(input->live(static_cast<int>(SERIAL)), 0);
+    QCOMPARE(input->live(static_cast<int>(cameraSerial)), 0);
     QVERIFY(input->CreateMemories());
     input->startGrabbing();
     QTRY_VERIFY(calls(CALL::GRAB) > 0);
-    bench().unplug(SERIAL);
+    bench().unplug(cameraSerial);
     SideThread sensorThread([input] {
         input->stopGrabbing();
         delete input;
@@ -1280,7 +1283,7 @@ void TestInputThreadLoop::destructorMakesTheContextCurrent()
     CUcontext context = nullptr;
     {
         InputThreadModul input;
-        QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+        QCOMPARE(input.live(static_cast<int>(cameraSerial)), 0);
         QVERIFY(input.CreateMemories());
         context = input.cudaContext;
         QVERIFY(context);
@@ -1299,7 +1302,7 @@ void TestInputThreadLoop::destructorClearsTheLastCudaError()
 {
     {
         InputThreadModul input;
-        QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+        QCOMPARE(input.live(static_cast<int>(cameraSerial)), 0);
         QVERIFY(input.CreateMemories());
         leaveCudaError();
         QVERIFY(cudaPeekAtLastError() != cudaSuccess);

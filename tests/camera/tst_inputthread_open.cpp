@@ -305,13 +305,13 @@ void TestInputThreadOpen::liveOpensBySerialNumberAsTheAttributesSay()
     ProgramStates::setIntAttr(ProgramStates::requestedFps, fps);
 
     InputThreadModul input;
-    QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+    QCOMPARE(input.live(static_cast<int>(cameraSerial)), 0);
 
     QCOMPARE(calls(CALL::OPEN), std::uint64_t(1));
     const auto passed = passedToOpen();
     QVERIFY(passed);
     QVERIFY(passed->input.kind() == om::InputType::KIND::SERIAL_NUMBER);
-    QCOMPARE(passed->input.serialNumber(), SERIAL);
+    QCOMPARE(passed->input.serialNumber(), cameraSerial);
     QCOMPARE(static_cast<int>(passed->input.bus()), 2);
     QCOMPARE(static_cast<int>(passed->resolution), resolution);
     QCOMPARE(passed->fps, fps);
@@ -328,7 +328,7 @@ void TestInputThreadOpen::liveFillsCameraInformationAndFlags()
 {
     InputThreadModul input;
     input.playingFile = true;
-    QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+    QCOMPARE(input.live(static_cast<int>(cameraSerial)), 0);
     QVERIFY(input.opened);
     QVERIFY(input.liveCamera);
     QVERIFY(!input.playingFile);
@@ -336,7 +336,7 @@ void TestInputThreadOpen::liveFillsCameraInformationAndFlags()
     QVERIFY(input.camera.isOpened());
 
     const om::CameraInformation expected = input.camera.getCameraInformation();
-    QCOMPARE(input.cameraInfo.serialNumber, SERIAL);
+    QCOMPARE(input.cameraInfo.serialNumber, cameraSerial);
     QVERIFY(input.cameraInfo.cameraModel == om::MODEL::TIV_Q);
     QCOMPARE(input.cameraInfo.firmwareVersion, expected.firmwareVersion);
     QVERIFY(expected.resolution.width > 0);
@@ -365,12 +365,12 @@ void TestInputThreadOpen::gmslOpensByIdAtItsOwnResolutionAndRate()
     ProgramStates::setIntAttr(ProgramStates::requestedFps, fps);
 
     InputThreadModul input;
-    QCOMPARE(input.gmsl(CAMERA_ID), 0);
+    QCOMPARE(input.gmsl(cameraId), 0);
 
     const auto passed = passedToOpen();
     QVERIFY(passed);
     QVERIFY(passed->input.kind() == om::InputType::KIND::CAMERA_ID);
-    QCOMPARE(passed->input.cameraId(), CAMERA_ID);
+    QCOMPARE(passed->input.cameraId(), cameraId);
     QCOMPARE(static_cast<int>(passed->input.bus()), 1);
     QCOMPARE(static_cast<int>(passed->resolution), 3);
     QCOMPARE(passed->fps, 30);
@@ -382,7 +382,7 @@ void TestInputThreadOpen::gmslOpensByIdAtItsOwnResolutionAndRate()
     QVERIFY(input.opened);
     QVERIFY(input.liveCamera);
     QVERIFY(!input.playingFile);
-    QCOMPARE(input.cameraInfo.serialNumber, SERIAL);
+    QCOMPARE(input.cameraInfo.serialNumber, cameraSerial);
     QCOMPARE(static_cast<int>(input.cameraInfo.cameraModel), model);
 }
 
@@ -401,12 +401,12 @@ void TestInputThreadOpen::failedOpenReturnsItsCodeAndOpensNothing()
     QFETCH(int, model);
     QFETCH(int, code);
     setUp(static_cast<om::MODEL>(model));
-    bench().changeFaults(SERIAL, [code](om::bench::Faults& faults) {
+    bench().changeFaults(cameraSerial, [code](om::bench::Faults& faults) {
         faults.openResult = static_cast<om::ERROR_CODE>(code);
     });
 
     InputThreadModul input;
-    QCOMPARE(model == 3 ? input.live(static_cast<int>(SERIAL)) : input.gmsl(CAMERA_ID), code);
+    QCOMPARE(model == 3 ? input.live(static_cast<int>(cameraSerial)) : input.gmsl(cameraId), code);
     QVERIFY(!input.opened);
     QVERIFY(!input.liveCamera);
     QVERIFY(!input.playingFile);
@@ -417,10 +417,10 @@ void TestInputThreadOpen::failedOpenReturnsItsCodeAndOpensNothing()
 void TestInputThreadOpen::failedOpenAfterAGoodOneTakesTheFlagsBack()
 {
     InputThreadModul input;
-    QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+    QCOMPARE(input.live(static_cast<int>(cameraSerial)), 0);
     input.cameraInfo.serialNumber = 42;
     input.playingFile = true;
-    QVERIFY(input.live(static_cast<int>(SERIAL) + 1) != 0);
+    QVERIFY(input.live(static_cast<int>(cameraSerial) + 1) != 0);
     QVERIFY(!input.opened);
     QVERIFY(!input.liveCamera);
     QVERIFY(!input.playingFile);
@@ -430,13 +430,13 @@ void TestInputThreadOpen::failedOpenAfterAGoodOneTakesTheFlagsBack()
 
 void TestInputThreadOpen::startGrabbingDoesNothingWithoutAnOpenCamera()
 {
-    bench().unplug(SERIAL);
+    bench().unplug(cameraSerial);
     InputThreadModul input;
     input.enableToStart(true);
     input.startGrabbing();
     QVERIFY(!input.isRunning());
 
-    QVERIFY(input.live(static_cast<int>(SERIAL)) != 0);
+    QVERIFY(input.live(static_cast<int>(cameraSerial)) != 0);
     input.startGrabbing();
     QVERIFY(!input.isRunning());
     QVERIFY(!input.isFinished());
@@ -463,7 +463,7 @@ void TestInputThreadOpen::createMemoriesFailsWithoutAnOpenCamera()
 void TestInputThreadOpen::createMemoriesGoesStepByStep()
 {
     InputThreadModul input;
-    QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+    QCOMPARE(input.live(static_cast<int>(cameraSerial)), 0);
     cuCtxSetCurrent(nullptr);
     input.requestView0 = input.requestView1 = input.requestView8 = true;
     input.requestDepth = input.requestMeasure = true;
@@ -547,7 +547,7 @@ void TestInputThreadOpen::createMemoriesPublishesWhatTheCameraIs()
     // The library replaces a negative limit by its own.
     ProgramStates::setIntAttr(ProgramStates::depthMinimumCm, -100);
     InputThreadModul input;
-    QCOMPARE(model < 4 ? input.live(static_cast<int>(SERIAL)) : input.gmsl(CAMERA_ID), 0);
+    QCOMPARE(model < 4 ? input.live(static_cast<int>(cameraSerial)) : input.gmsl(cameraId), 0);
     QVERIFY(input.CreateMemories());
 
     QCOMPARE(ProgramStates::getIntAttr(ProgramStates::cameraModel), model);
@@ -565,17 +565,18 @@ void TestInputThreadOpen::createMemoriesPublishesWhatTheCameraIs()
 void TestInputThreadOpen::createMemoriesForgetsEarlierErrors()
 {
     InputThreadModul input;
-    QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+    QCOMPARE(input.live(static_cast<int>(cameraSerial)), 0);
     leaveCudaError();
     QVERIFY(input.CreateMemories());
 }
 
 void TestInputThreadOpen::createMemoriesFailsOnTooLittleGpuMemory()
 {
-    bench().changeFaults(SERIAL, [](om::bench::Faults& faults) { faults.littleGpuMemory = true; });
+    bench().changeFaults(cameraSerial,
+                         [](om::bench::Faults& faults) { faults.littleGpuMemory = true; });
     InputThreadModul input;
     QSignalSpy ready(&input, &InputThreadModul::sendInit);
-    QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+    QCOMPARE(input.live(static_cast<int>(cameraSerial)), 0);
 
     QVERIFY(!input.CreateMemories());
 
@@ -598,7 +599,7 @@ void TestInputThreadOpen::createMemoriesFailsOnAnyCudaErrorOnTheWay()
 {
     QFETCH(StepSignal, during);
     InputThreadModul input;
-    QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+    QCOMPARE(input.live(static_cast<int>(cameraSerial)), 0);
     connect(&input, during, this, leaveCudaError);
     QVERIFY(!input.CreateMemories());
     QVERIFY(input.imageGpu.getPtr(om::MEM::GPU));
@@ -607,7 +608,7 @@ void TestInputThreadOpen::createMemoriesFailsOnAnyCudaErrorOnTheWay()
 void TestInputThreadOpen::frameDropsAreCountedAgainstTheCamerasRate()
 {
     InputThreadModul input;
-    QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+    QCOMPARE(input.live(static_cast<int>(cameraSerial)), 0);
     const int fps = input.camera.getInitParameters().fps;
     QVERIFY(fps > 0);
     const auto period = static_cast<unsigned long long>(1e9 / fps);
@@ -636,7 +637,7 @@ void TestInputThreadOpen::frameDropsAreCountedAgainstTheCamerasRate()
 void TestInputThreadOpen::frameDropsAskForTheRateFromTheSecondFrameOn()
 {
     InputThreadModul input;
-    QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+    QCOMPARE(input.live(static_cast<int>(cameraSerial)), 0);
     bench().log().setHighRate(true);
     bench().log().clear();
     input.CalcFrameDrop(0);
@@ -650,7 +651,7 @@ void TestInputThreadOpen::frameDropsAskForTheRateFromTheSecondFrameOn()
 void TestInputThreadOpen::frameDropsStartAnewWithCreateMemories()
 {
     InputThreadModul input;
-    QCOMPARE(input.live(static_cast<int>(SERIAL)), 0);
+    QCOMPARE(input.live(static_cast<int>(cameraSerial)), 0);
     input.CalcFrameDrop(1'000'000'000);
     input.CalcFrameDrop(2'000'000'000);
     QVERIFY(input.droppedFrames > 0);

@@ -13,7 +13,7 @@ using fuzz::require;
 
 namespace {
 
-const char NAME[] = "/no-such-folder/fuzz.json";
+const char fileName[] = "/no-such-folder/fuzz.json";
 
 /// All values of a description are in the documented ranges, and the bench works with them.
 void use(const BenchDescription& description)
@@ -46,12 +46,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     BenchDescription description;
     description.field.strength = 12.5;
     std::string error;
-    if (readBenchText(text, NAME, description, error)) {
+    if (readBenchText(text, fileName, description, error)) {
         require(error.empty(), "no error of a sound file: " + error);
         use(description);
     } else {
         fuzz::requireOneLine(error);
-        require(error.rfind(NAME, 0) == 0, "the error names the file: " + error);
+        require(error.rfind(fileName, 0) == 0, "the error names the file: " + error);
         require(description.cameras.empty() && description.field.strength == 12.5,
                 "a mistake leaves the description as it was");
     }

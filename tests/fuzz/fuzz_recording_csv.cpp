@@ -13,7 +13,7 @@ using fuzz::require;
 
 namespace {
 
-const char NAME[] = "fuzz.csv";
+const char fileName[] = "fuzz.csv";
 
 void checkVectors(const Vectors& vectors, std::size_t rows)
 {
@@ -62,10 +62,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     const char* const text = reinterpret_cast<const char*>(data);
     std::string error;
-    const auto recording = parseRecording(text, text + size, NAME, {true, true}, error);
+    const auto recording = parseRecording(text, text + size, fileName, {true, true}, error);
     if (!recording) {
         fuzz::requireOneLine(error);
-        require(error.rfind(NAME, 0) == 0, "the message names the file: " + error);
+        require(error.rfind(fileName, 0) == 0, "the message names the file: " + error);
         return 0;
     }
     checkRows(*recording);

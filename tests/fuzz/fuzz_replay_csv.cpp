@@ -12,7 +12,7 @@ using fuzz::require;
 
 namespace {
 
-const char NAME[] = "fuzz.csv";
+const char fileName[] = "fuzz.csv";
 
 template <typename Values>
 bool areNumbers(const Values& values)
@@ -80,10 +80,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     const std::string text(reinterpret_cast<const char*>(data), size);
     std::string report;
-    const auto recording = SensorRecording::parse(text, NAME, report);
+    const auto recording = SensorRecording::parse(text, fileName, report);
     if (!recording || !report.empty()) {
         fuzz::requireOneLine(report);
-        require(report.rfind(NAME, 0) == 0, "the report names the file: " + report);
+        require(report.rfind(fileName, 0) == 0, "the report names the file: " + report);
         require(report.size() < 1000, "the report is short: " + report);
     }
     if (recording) {

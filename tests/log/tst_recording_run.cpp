@@ -38,12 +38,12 @@ File read(const std::string& path)
 
 std::uint64_t delivered()
 {
-    return theBench().imuCounters(benchtest::SERIAL).delivered;
+    return theBench().imuCounters(benchtest::cameraSerial).delivered;
 }
 
 std::uint64_t produced()
 {
-    return theBench().imuCounters(benchtest::SERIAL).produced;
+    return theBench().imuCounters(benchtest::cameraSerial).produced;
 }
 
 /// Moves the bench's clock until the sensor has made so many samples; each is waited for.
@@ -144,7 +144,7 @@ private slots:
         RecordingRun run(m_options);
         QVERIFY(run.start(m_error));
         QVERIFY(stepTo(100));
-        theBench().changeFaults(benchtest::SERIAL,
+        theBench().changeFaults(benchtest::cameraSerial,
                                 [](om::bench::Faults& f) { f.repeatedTimestamps = true; });
         QVERIFY(stepTo(300));
         run.requestEnd();
@@ -164,7 +164,7 @@ private slots:
         QVERIFY(run.start(m_error));
         QVERIFY(stepTo(200));
         const std::uint64_t samples = delivered();
-        theBench().unplug(benchtest::SERIAL);
+        theBench().unplug(benchtest::cameraSerial);
         QTRY_VERIFY(!run.isRunning());
         QVERIFY(!run.finish(m_error));
         QCOMPARE(m_error, std::string("the camera was lost"));

@@ -11,15 +11,15 @@
 
 namespace benchtest {
 
-constexpr unsigned int SERIAL = 30000001;
-constexpr om::bench::Nanoseconds START = 1'000 * om::bench::nsPerS;
+constexpr unsigned int cameraSerial = 30000001;
+constexpr om::bench::Nanoseconds startTime = 1'000 * om::bench::nsPerS;
 
-/// The bench, empty, with its clock stopped at START.
+/// The bench, empty, with its clock stopped at startTime.
 inline om::bench::Bench& stoppedBench()
 {
     auto& bench = om::bench::theBench();
     bench.reset();
-    bench.clock().setManual(START);
+    bench.clock().setManual(startTime);
     return bench;
 }
 
@@ -33,7 +33,7 @@ inline om::bench::Bench& runningBench()
 
 /// A camera whose sensors have no errors, at rest.
 inline om::bench::CameraConfig idealCamera(om::MODEL model = om::MODEL::TIV_Q,
-                                           unsigned int serial = SERIAL)
+                                           unsigned int serial = cameraSerial)
 {
     om::bench::CameraConfig config;
     config.model = model;
@@ -45,7 +45,7 @@ inline om::bench::CameraConfig idealCamera(om::MODEL model = om::MODEL::TIV_Q,
     return config;
 }
 
-inline om::InitParameters parametersFor(unsigned int serial = SERIAL)
+inline om::InitParameters parametersFor(unsigned int serial = cameraSerial)
 {
     om::InitParameters parameters;
     parameters.resolution = om::RESOLUTION::HD720;

@@ -69,7 +69,7 @@ QList<QStringList> rowsOf(const QString& path)
 }
 
 /// Fields of a row that depend on the time of recording: the index and three times.
-constexpr int OWN_FIELDS = 4;
+constexpr int ownFields = 4;
 
 void press(QAbstractButton* button)
 {
@@ -1037,7 +1037,7 @@ private slots:
         QCOMPARE(again.size(), count);
 
         // It begins within the recording and passes its end once.
-        const auto values = [](const QStringList& row) { return row.mid(OWN_FIELDS); };
+        const auto values = [](const QStringList& row) { return row.mid(ownFields); };
         int place = 0;
         while (place < count && values(played[place]) != values(again[0])) {
             ++place;
@@ -1053,7 +1053,7 @@ private slots:
             }
             // Its times go on as the recorded ones; a number of their size rounds a little.
             const QStringList& former = played[(place + i) % count - 1];
-            for (int field = 1; field < OWN_FIELDS; ++field) {
+            for (int field = 1; field < ownFields; ++field) {
                 const double step = again[i][field].toDouble() - again[i - 1][field].toDouble();
                 const double wanted = row[field].toDouble() - former[field].toDouble();
                 if (field == 1) {

@@ -120,7 +120,7 @@ void TestBench::aSerialNumberIsThereOnce()
     QVERIFY(m_bench.addCamera(idealCamera(MODEL::TIV_Q)));
     QVERIFY(!m_bench.addCamera(idealCamera(MODEL::TIV_P)));
     QCOMPARE(m_bench.serialNumbers().size(), std::size_t{1});
-    QVERIFY(m_bench.config(SERIAL).model == MODEL::TIV_Q);
+    QVERIFY(m_bench.config(cameraSerial).model == MODEL::TIV_Q);
 }
 
 void TestBench::operationsOnAnUnknownCameraDoNothing()
@@ -142,10 +142,10 @@ void TestBench::statusShowsTheCameras()
     CameraConfig config = idealCamera(MODEL::TIV_P, 20000001);
     config.plugged = false;
     m_bench.addCamera(config);
-    m_bench.setMotion(SERIAL, MOTION::HAND_HELD);
+    m_bench.setMotion(cameraSerial, MOTION::HAND_HELD);
     const auto status = m_bench.status();
     QCOMPARE(status.size(), std::size_t{2});
-    QCOMPARE(status[0].serialNumber, SERIAL);
+    QCOMPARE(status[0].serialNumber, cameraSerial);
     QVERIFY(status[0].plugged && status[0].inUse);
     QVERIFY(status[0].motion == MOTION::HAND_HELD);
     QVERIFY(!status[1].plugged && !status[1].inUse);
@@ -156,9 +156,9 @@ void TestBench::statusShowsTheCameras()
 void TestBench::configurationIsShownAsOfNow()
 {
     m_bench.addCamera(idealCamera());
-    m_bench.unplug(SERIAL);
-    m_bench.setPose(SERIAL, fromHeading(1.0), std::chrono::nanoseconds(0));
-    const CameraConfig config = m_bench.config(SERIAL);
+    m_bench.unplug(cameraSerial);
+    m_bench.setPose(cameraSerial, fromHeading(1.0), std::chrono::nanoseconds(0));
+    const CameraConfig config = m_bench.config(cameraSerial);
     QVERIFY(!config.plugged);
     QVERIFY(config.motion == MOTION::POSED);
     QVERIFY(std::abs(config.pose.y - fromHeading(1.0).y) < 1e-12);
@@ -171,17 +171,17 @@ void TestBench::truthFollowsThePose()
     Field field;
     field.declination = 10.0;
     m_bench.setField(field);
-    m_bench.setPose(SERIAL, fromHeading(pi / 2), milliseconds(400));
+    m_bench.setPose(cameraSerial, fromHeading(pi / 2), milliseconds(400));
     const Nanoseconds before = m_bench.clock().now();
     m_bench.clock().advance(seconds(1));
-    const Truth truth = m_bench.truth(SERIAL);
+    const Truth truth = m_bench.truth(cameraSerial);
     QVERIFY(std::abs(truth.heading - 80.0 * pi / 180.0) < 1e-9);
     QVERIFY(length(truth.angularVelocity) < 1e-9);
     QVERIFY(std::abs(truth.specificForce.y - standardGravity) < 1e-9);
     QVERIFY(std::abs(length(truth.field) - 48.0) < 1e-9);
     // A time in the past: the beginning of the glide.
-    QVERIFY(std::abs(m_bench.truthAt(SERIAL, before).heading - 350.0 * pi / 180.0) < 1e-6);
-    QVERIFY(length(m_bench.truthAt(SERIAL, before + 200 * nsPerMs).angularVelocity) > 1.0);
+    QVERIFY(std::abs(m_bench.truthAt(cameraSerial, before).heading - 350.0 * pi / 180.0) < 1e-6);
+    QVERIFY(length(m_bench.truthAt(cameraSerial, before + 200 * nsPerMs).angularVelocity) > 1.0);
 }
 
 void TestBench::theFieldIsForAllCameras()
@@ -198,16 +198,16 @@ void TestBench::theFieldIsForAllCameras()
 void TestBench::calibrationsOutliveTheCamera()
 {
     m_bench.addCamera(idealCamera());
-    QVERIFY(m_bench.calibration(SERIAL).isNeutral());
+    QVERIFY(m_bench.calibration(cameraSerial).isNeutral());
     MagCalibration calibration;
     calibration.scale = {0.5F, 0.25F, 0.125F};
-    QVERIFY(m_bench.storeCalibration(SERIAL, calibration));
-    const auto version = m_bench.camera(SERIAL)->calibrationVersion();
-    m_bench.storeCalibration(SERIAL, calibration);
-    QVERIFY(m_bench.camera(SERIAL)->calibrationVersion() != version);
+    QVERIFY(m_bench.storeCalibration(cameraSerial, calibration));
+    const auto version = m_bench.camera(cameraSerial)->calibrationVersion();
+    m_bench.storeCalibration(cameraSerial, calibration);
+    QVERIFY(m_bench.camera(cameraSerial)->calibrationVersion() != version);
     m_bench.reset(); // as a new process
     m_bench.addCamera(idealCamera());
-    QVERIFY(m_bench.calibration(SERIAL).scale == calibration.scale);
+    QVERIFY(m_bench.calibration(cameraSerial).scale == calibration.scale);
 }
 
 // ---- The log of calls ---------------------------------------------------------------------------
@@ -223,7 +223,7 @@ void TestBench::openIsLoggedWithItsParameters()
     const auto call = m_bench.log().last(CALL::OPEN);
     QVERIFY(call && call->init);
     QCOMPARE(call->result, 0);
-    QCOMPARE(call->serialNumber, SERIAL);
+    QCOMPARE(call->serialNumber, cameraSerial);
     QCOMPARE(call->init->fps, 100); // as passed, not the actual one
     QCOMPARE(call->init->depthMaximum, 25.000002F);
     QCOMPARE(call->init->verbosity, 3);
@@ -231,7 +231,7 @@ void TestBench::openIsLoggedWithItsParameters()
     QVERIFY(call->init->input.kind() == InputType::KIND::SERIAL_NUMBER);
     QVERIFY(call->init->input.bus() == BUS_TYPE::USB);
     m_camera->close();
-    QCOMPARE(m_bench.log().last(CALL::CLOSE)->serialNumber, SERIAL);
+    QCOMPARE(m_bench.log().last(CALL::CLOSE)->serialNumber, cameraSerial);
 }
 
 void TestBench::aFailedOpenIsLogged()
@@ -299,7 +299,7 @@ void TestBench::sensorReadsAreLoggedOnRequest()
     const auto call = m_bench.log().last(CALL::GET_SENSORS_DATA);
     QVERIFY(call);
     QCOMPARE(call->value, 1);
-    QCOMPARE(call->serialNumber, SERIAL);
+    QCOMPARE(call->serialNumber, cameraSerial);
 }
 
 void TestBench::callsKnowTheirThreadAndTime()
@@ -310,7 +310,7 @@ void TestBench::callsKnowTheirThreadAndTime()
     other.join();
     const auto call = m_bench.log().last(CALL::GET_DEVICE_LIST);
     QVERIFY(call->thread == id);
-    QCOMPARE(call->time, START + 7 * nsPerS);
+    QCOMPARE(call->time, startTime + 7 * nsPerS);
 }
 
 // ---- Hooks --------------------------------------------------------------------------------------
@@ -323,7 +323,7 @@ void TestBench::theOpenHookRunsWithinTheOpen()
     m_bench.setOpenHook([&](const InitParameters& parameters) {
         fps = parameters.fps;
         opened = m_camera->isOpened();
-        m_bench.unplug(SERIAL); // the hook may change the bench
+        m_bench.unplug(cameraSerial); // the hook may change the bench
     });
     InitParameters parameters = parametersFor();
     parameters.fps = 33;

@@ -22,8 +22,8 @@ using LOCATION = SensorsData::TemperatureData::SENSOR_LOCATION;
 
 namespace {
 
-constexpr double DEGREE = pi / 180.0;
-constexpr unsigned short VENDOR = 0x7C15;
+constexpr double degree = pi / 180.0;
+constexpr unsigned short vendorId = 0x7C15;
 
 /// The heading states of the microcontroller.
 enum STATE { GOOD = 0, OK = 1, NOT_GOOD = 2, NOT_CALIBRATED = 3 };
@@ -38,7 +38,7 @@ struct Readings
 class Link : public TIVmcu
 {
 public:
-    explicit Link(MODEL model) : TIVmcu(false, VENDOR, model, false, "") {}
+    explicit Link(MODEL model) : TIVmcu(false, vendorId, model, false, "") {}
 
     int openIt(unsigned int serial)
     {
@@ -152,12 +152,12 @@ std::pair<double, double> TestBenchExamples::levelTurn(Link& link, unsigned int 
     double raw = 0.0;
     double calibrated = 0.0;
     for (int heading = 0; heading < 360; heading += 15) {
-        m_bench.setPose(serial, fromHeading(heading * DEGREE), 0ns);
+        m_bench.setPose(serial, fromHeading(heading * degree), 0ns);
         m_bench.clock().advance(200ms);
         const IMUPose pose = link.getIMUPose(6);
         const double truth = m_bench.truth(serial).heading;
         const auto off = [truth](double value) {
-            return std::abs(std::remainder(value - truth, 2.0 * pi)) / DEGREE;
+            return std::abs(std::remainder(value - truth, 2.0 * pi)) / degree;
         };
         const auto vector = [](const float(&v)[3]) { return Vector3<float>(v[0], v[1], v[2]); };
         raw = std::max(raw, off(static_cast<double>(link.calcMagHeading(
@@ -236,10 +236,10 @@ void TestBenchExamples::laboratoryMovesAsItsTextSays()
         QVERIFY(length(m_bench.truth(50000105).angularVelocity) == 0.0);
     }
     QVERIFY(fell);
-    QVERIFY(swayed > 2.0 * DEGREE && swayed < 45.0 * DEGREE);
+    QVERIFY(swayed > 2.0 * degree && swayed < 45.0 * degree);
     QCOMPARE(faces.size(), std::size_t{6});
     // The camera on the table faces east; magnetic north is 2.5 degrees east of north.
-    QVERIFY(std::abs(m_bench.truth(20000102).heading / DEGREE - 87.5) < 0.01);
+    QVERIFY(std::abs(m_bench.truth(20000102).heading / degree - 87.5) < 0.01);
     // 190 m higher than the other one with a barometer, which is 22 hPa.
     double pressures[2] = {};
     for (const int which : {0, 1}) {

@@ -17,7 +17,7 @@ using namespace om::bench;
 namespace {
 
 /// Every key there is.
-const char* const FULL_FILE = R"({
+const char* const fullFile = R"({
         "field": {"strength": 50.5, "inclination": -30, "declination": 12.25},
         "cameras": [{
             "model": "TIV_S", "serialNumber": 4294967295, "id": 9, "firmware": 1140,
@@ -154,7 +154,7 @@ void TestBenchFile::aMinimalFile()
 
 void TestBenchFile::everyKeyIsRead()
 {
-    const QString text = FULL_FILE;
+    const QString text = fullFile;
     BenchDescription bench;
     std::string error;
     QVERIFY2(readBenchText(text.toStdString(), "f", bench, error), error.c_str());
@@ -339,7 +339,7 @@ void TestBenchFile::everyKeyIsDocumented()
     QFile manual(QString(SOURCE_DIR) + "/docs/bench-file.md");
     QVERIFY(manual.open(QIODevice::ReadOnly));
     const QString text = QString::fromUtf8(manual.readAll());
-    auto key = QRegularExpression("\"(\\w+)\":").globalMatch(FULL_FILE);
+    auto key = QRegularExpression("\"(\\w+)\":").globalMatch(fullFile);
     int keys = 0;
     for (; key.hasNext(); ++keys) {
         const QString name = key.next().captured(1);

@@ -82,16 +82,16 @@ void TestBenchThreads::theBenchMayBeChangedMeanwhile()
         }
     });
     for (int i = 0; i < 200; ++i) {
-        bench.setPose(SERIAL, fromHeading(0.1 * i), milliseconds(5));
-        bench.setMotion(SERIAL, i % 2 == 0 ? MOTION::TUMBLE : MOTION::HAND_HELD);
+        bench.setPose(cameraSerial, fromHeading(0.1 * i), milliseconds(5));
+        bench.setMotion(cameraSerial, i % 2 == 0 ? MOTION::TUMBLE : MOTION::HAND_HELD);
         bench.setField({40.0 + 0.01 * i, 60.0, 0.0});
-        bench.changeFaults(SERIAL, [&](Faults& f) {
+        bench.changeFaults(cameraSerial, [&](Faults& f) {
             f.frozenTimestamps = i % 5 == 0;
             f.barometerAbsent = i % 3 == 0;
             f.magneticDisturbance = i;
         });
-        bench.truth(SERIAL);
-        bench.imuCounters(SERIAL);
+        bench.truth(cameraSerial);
+        bench.imuCounters(cameraSerial);
         bench.status();
     }
     QTRY_VERIFY(samples > 20);
@@ -127,8 +127,8 @@ void TestBenchThreads::unplugBesideOpen()
     bench.addCamera(idealCamera());
     SideThread plugger([&](const std::atomic<bool>& stop) {
         while (!stop) {
-            bench.unplug(SERIAL);
-            bench.plug(SERIAL);
+            bench.unplug(cameraSerial);
+            bench.plug(cameraSerial);
         }
     });
     for (int i = 0; i < 200; ++i) {
@@ -139,7 +139,7 @@ void TestBenchThreads::unplugBesideOpen()
         Camera::getDeviceList();
     }
     plugger.join();
-    bench.plug(SERIAL);
+    bench.plug(cameraSerial);
     QVERIFY(!bench.status()[0].inUse);
 }
 
@@ -162,12 +162,13 @@ void TestBenchThreads::scriptsMayBeSetMeanwhile()
     });
     for (int i = 0; i < 100; ++i) {
         std::vector<SensorsEntry> entries(3);
-        bench.camera(SERIAL)->sensorsScript().set(entries, AFTER::PHYSICS);
-        bench.camera(SERIAL)->grabScript().set({ERROR_CODE::SUCCESS, ERROR_CODE::TIMEOUT},
-                                               AFTER::PHYSICS);
-        bench.camera(SERIAL)->sensorsScript().append(entries);
-        bench.camera(SERIAL)->sensorsScript().status();
-        bench.camera(SERIAL)->clearScripts();
+        bench.camera(cameraSerial)->sensorsScript().set(entries, AFTER::PHYSICS);
+        bench.camera(cameraSerial)
+            ->grabScript()
+            .set({ERROR_CODE::SUCCESS, ERROR_CODE::TIMEOUT}, AFTER::PHYSICS);
+        bench.camera(cameraSerial)->sensorsScript().append(entries);
+        bench.camera(cameraSerial)->sensorsScript().status();
+        bench.camera(cameraSerial)->clearScripts();
         bench.log().records();
     }
     sensors.join();

@@ -74,33 +74,34 @@ SensorsData TestFaults::after(std::chrono::nanoseconds step)
 void TestFaults::openIsRefusedWithTheCode()
 {
     m_camera->close();
-    m_bench->changeFaults(SERIAL, [](Faults& f) { f.openResult = static_cast<ERROR_CODE>(9); });
+    m_bench->changeFaults(cameraSerial,
+                          [](Faults& f) { f.openResult = static_cast<ERROR_CODE>(9); });
     for (int i = 0; i < 5; ++i) {
         QCOMPARE(static_cast<int>(m_camera->open(parametersFor())), 9);
         QVERIFY(!m_camera->isOpened());
     }
     QVERIFY(!m_bench->status()[0].inUse);
-    m_bench->changeFaults(SERIAL, [](Faults& f) { f.openResult = ERROR_CODE::SUCCESS; });
+    m_bench->changeFaults(cameraSerial, [](Faults& f) { f.openResult = ERROR_CODE::SUCCESS; });
     QCOMPARE(m_camera->open(parametersFor()), ERROR_CODE::SUCCESS);
 }
 
 void TestFaults::openIsRefusedSoManyTimes()
 {
     m_camera->close();
-    m_bench->changeFaults(SERIAL, [](Faults& f) {
+    m_bench->changeFaults(cameraSerial, [](Faults& f) {
         f.openResult = ERROR_CODE::CAMERA_GONE;
         f.openRefusals = 2;
     });
     QCOMPARE(m_camera->open(parametersFor()), ERROR_CODE::CAMERA_GONE);
     QCOMPARE(m_camera->open(parametersFor()), ERROR_CODE::CAMERA_GONE);
     QCOMPARE(m_camera->open(parametersFor()), ERROR_CODE::SUCCESS);
-    QCOMPARE(m_bench->faults(SERIAL).openRefusals, 0);
+    QCOMPARE(m_bench->faults(cameraSerial).openRefusals, 0);
 }
 
 void TestFaults::aSlowOpenTakesItsTime()
 {
     m_camera->close();
-    m_bench->changeFaults(SERIAL, [](Faults& f) { f.openDelay = milliseconds(60); });
+    m_bench->changeFaults(cameraSerial, [](Faults& f) { f.openDelay = milliseconds(60); });
     const auto start = std::chrono::steady_clock::now();
     QCOMPARE(m_camera->open(parametersFor()), ERROR_CODE::SUCCESS);
     QVERIFY(std::chrono::steady_clock::now() - start >= milliseconds(60));
@@ -109,7 +110,7 @@ void TestFaults::aSlowOpenTakesItsTime()
 void TestFaults::anOpenSlowerThanItsTimeoutFails()
 {
     m_camera->close();
-    m_bench->changeFaults(SERIAL, [](Faults& f) { f.openDelay = seconds(100); });
+    m_bench->changeFaults(cameraSerial, [](Faults& f) { f.openDelay = seconds(100); });
     InitParameters parameters = parametersFor();
     parameters.openTimeout = 0.02F;
     const auto start = std::chrono::steady_clock::now();
@@ -121,7 +122,7 @@ void TestFaults::anOpenSlowerThanItsTimeoutFails()
 
 void TestFaults::grabsFailSoManyTimes()
 {
-    m_bench->changeFaults(SERIAL, [](Faults& f) {
+    m_bench->changeFaults(cameraSerial, [](Faults& f) {
         f.grabFailures = 3;
         f.grabFailureResult = static_cast<ERROR_CODE>(12);
     });
@@ -137,7 +138,7 @@ void TestFaults::grabsFailSoManyTimes()
 void TestFaults::frozenTimestampsStandWhileValuesGoOn()
 {
     const SensorsData before = after(seconds(1));
-    m_bench->changeFaults(SERIAL, [](Faults& f) { f.frozenTimestamps = true; });
+    m_bench->changeFaults(cameraSerial, [](Faults& f) { f.frozenTimestamps = true; });
     const SensorsData later = after(seconds(1));
     QCOMPARE(later.imu.timestamp, before.imu.timestamp);
     QCOMPARE(later.magnetometer.timestamp, before.magnetometer.timestamp);
@@ -148,16 +149,16 @@ void TestFaults::frozenTimestampsStandWhileValuesGoOn()
 void TestFaults::timestampsGoOnAfterAFreeze()
 {
     const SensorsData before = after(seconds(1));
-    m_bench->changeFaults(SERIAL, [](Faults& f) { f.frozenTimestamps = true; });
+    m_bench->changeFaults(cameraSerial, [](Faults& f) { f.frozenTimestamps = true; });
     after(seconds(1));
-    m_bench->changeFaults(SERIAL, [](Faults& f) { f.frozenTimestamps = false; });
+    m_bench->changeFaults(cameraSerial, [](Faults& f) { f.frozenTimestamps = false; });
     const SensorsData later = after(milliseconds(10));
     QVERIFY(later.imu.timestamp > before.imu.timestamp + nsPerS);
 }
 
 void TestFaults::repeatedTimestampsComeInPairs()
 {
-    m_bench->changeFaults(SERIAL, [](Faults& f) { f.repeatedTimestamps = true; });
+    m_bench->changeFaults(cameraSerial, [](Faults& f) { f.repeatedTimestamps = true; });
     m_bench->clock().advance(microseconds(1250)); // between two samples
     int repeats = 0;
     SensorsData last = after(microseconds(2500));
@@ -177,31 +178,31 @@ void TestFaults::timesNeverRunBackwardWhenTheyBeginToRepeat()
     m_bench->clock().advance(microseconds(1250));
     for (int i = 0; i < 20; ++i) {
         const SensorsData before = after(microseconds(i % 2 == 0 ? 2500 : 22500));
-        m_bench->changeFaults(SERIAL, [](Faults& f) { f.repeatedTimestamps = true; });
+        m_bench->changeFaults(cameraSerial, [](Faults& f) { f.repeatedTimestamps = true; });
         const SensorsData now = after(microseconds(1));
         QVERIFY(now.imu.timestamp >= before.imu.timestamp);
         QVERIFY(now.magnetometer.timestamp >= before.magnetometer.timestamp);
         QVERIFY(now.barometer.timestamp >= before.barometer.timestamp);
-        m_bench->changeFaults(SERIAL, [](Faults& f) { f.repeatedTimestamps = false; });
+        m_bench->changeFaults(cameraSerial, [](Faults& f) { f.repeatedTimestamps = false; });
     }
 }
 
 void TestFaults::absentBarometer()
 {
     QVERIFY(after(seconds(1)).barometer.isAvailable);
-    m_bench->changeFaults(SERIAL, [](Faults& f) { f.barometerAbsent = true; });
+    m_bench->changeFaults(cameraSerial, [](Faults& f) { f.barometerAbsent = true; });
     const SensorsData data = after(seconds(1));
     QVERIFY(!data.barometer.isAvailable);
     QCOMPARE(data.barometer.timestamp, std::uint64_t{0});
     QVERIFY(data.magnetometer.isAvailable);
-    m_bench->changeFaults(SERIAL, [](Faults& f) { f.barometerAbsent = false; });
+    m_bench->changeFaults(cameraSerial, [](Faults& f) { f.barometerAbsent = false; });
     QVERIFY(after(seconds(1)).barometer.pressure > 0.0F);
 }
 
 void TestFaults::absentMagnetometer()
 {
     QVERIFY(after(seconds(1)).magnetometer.isAvailable);
-    m_bench->changeFaults(SERIAL, [](Faults& f) { f.magnetometerAbsent = true; });
+    m_bench->changeFaults(cameraSerial, [](Faults& f) { f.magnetometerAbsent = true; });
     const SensorsData data = after(seconds(1));
     QVERIFY(!data.magnetometer.isAvailable);
     QCOMPARE(data.magnetometer.timestamp, std::uint64_t{0});
@@ -210,7 +211,7 @@ void TestFaults::absentMagnetometer()
 
 void TestFaults::absentBoardTemperatures()
 {
-    m_bench->changeFaults(SERIAL, [](Faults& f) { f.boardTemperaturesAbsent = true; });
+    m_bench->changeFaults(cameraSerial, [](Faults& f) { f.boardTemperaturesAbsent = true; });
     const SensorsData data = after(seconds(1));
     float value = -1.0F;
     QVERIFY(data.temperature.get(LOCATION::LEFT, value) != 0);
@@ -218,13 +219,13 @@ void TestFaults::absentBoardTemperatures()
     QCOMPARE(value, -1.0F);
     QCOMPARE(data.temperature.get(LOCATION::IMU, value), 0);
     QCOMPARE(data.temperature.get(LOCATION::BAROMETER, value), 0);
-    m_bench->changeFaults(SERIAL, [](Faults& f) { f.boardTemperaturesAbsent = false; });
+    m_bench->changeFaults(cameraSerial, [](Faults& f) { f.boardTemperaturesAbsent = false; });
     QCOMPARE(after(milliseconds(0)).temperature.get(LOCATION::LEFT, value), 0);
 }
 
 void TestFaults::absentImuTemperature()
 {
-    m_bench->changeFaults(SERIAL, [](Faults& f) { f.imuTemperatureAbsent = true; });
+    m_bench->changeFaults(cameraSerial, [](Faults& f) { f.imuTemperatureAbsent = true; });
     const SensorsData data = after(seconds(1));
     float value = -1.0F;
     QVERIFY(data.temperature.get(LOCATION::IMU, value) != 0);
@@ -233,11 +234,11 @@ void TestFaults::absentImuTemperature()
 
 void TestFaults::saturatedMagnetometerReads2048()
 {
-    m_bench->changeFaults(SERIAL, [](Faults& f) { f.magnetometerSaturated = true; });
+    m_bench->changeFaults(cameraSerial, [](Faults& f) { f.magnetometerSaturated = true; });
     const SensorsData data = after(seconds(1));
     QCOMPARE(data.magnetometer.magneticFieldUncalibrated.z, 2048.0F);
     QVERIFY(data.magnetometer.isAvailable);
-    m_bench->changeFaults(SERIAL, [](Faults& f) { f.magnetometerSaturated = false; });
+    m_bench->changeFaults(cameraSerial, [](Faults& f) { f.magnetometerSaturated = false; });
     QVERIFY(std::abs(after(seconds(1)).magnetometer.magneticFieldUncalibrated.z) < 100.0F);
 }
 
@@ -257,19 +258,19 @@ void TestFaults::disturbanceSwingsTheField()
     };
     after(seconds(1));
     QVERIFY(spread() < 0.3);
-    m_bench->changeFaults(SERIAL, [](Faults& f) { f.magneticDisturbance = 20.0; });
+    m_bench->changeFaults(cameraSerial, [](Faults& f) { f.magneticDisturbance = 20.0; });
     after(milliseconds(100));
     QVERIFY(spread() > 15.0);
-    const Truth truth = m_bench->truth(SERIAL); // the true field has it too
+    const Truth truth = m_bench->truth(cameraSerial); // the true field has it too
     QVERIFY(std::abs(length(truth.field) - 48.0) > 0.0);
-    m_bench->changeFaults(SERIAL, [](Faults& f) { f.magneticDisturbance = 0.0; });
-    QVERIFY(std::abs(length(m_bench->truth(SERIAL).field) - 48.0) < 1e-9);
+    m_bench->changeFaults(cameraSerial, [](Faults& f) { f.magneticDisturbance = 0.0; });
+    QVERIFY(std::abs(length(m_bench->truth(cameraSerial).field) - 48.0) < 1e-9);
 }
 
 void TestFaults::littleGpuMemoryLeavesACudaError()
 {
     cudaGetLastError();
-    m_bench->changeFaults(SERIAL, [](Faults& f) { f.littleGpuMemory = true; });
+    m_bench->changeFaults(cameraSerial, [](Faults& f) { f.littleGpuMemory = true; });
     Mat mat;
     mat.alloc(Resolution(1280, 720), MAT_TYPE::U8_C4, MEM::GPU);
     QCOMPARE(cudaGetLastError(), cudaErrorMemoryAllocation);
@@ -293,20 +294,20 @@ void TestFaults::oldFirmwareIsReported()
 
 void TestFaults::faultsAreChangedOneByOne()
 {
-    m_bench->changeFaults(SERIAL, [](Faults& f) { f.mcuSilent = true; });
-    m_bench->changeFaults(SERIAL, [](Faults& f) { f.eepromWriteRefused = true; });
-    QVERIFY(m_bench->faults(SERIAL).mcuSilent);
-    QVERIFY(m_bench->faults(SERIAL).eepromWriteRefused);
-    QVERIFY(m_bench->config(SERIAL).faults.mcuSilent);
+    m_bench->changeFaults(cameraSerial, [](Faults& f) { f.mcuSilent = true; });
+    m_bench->changeFaults(cameraSerial, [](Faults& f) { f.eepromWriteRefused = true; });
+    QVERIFY(m_bench->faults(cameraSerial).mcuSilent);
+    QVERIFY(m_bench->faults(cameraSerial).eepromWriteRefused);
+    QVERIFY(m_bench->config(cameraSerial).faults.mcuSilent);
     Faults faults;
     faults.eepromReadbackDiffers = 2;
-    QVERIFY(m_bench->setFaults(SERIAL, faults));
-    QVERIFY(!m_bench->faults(SERIAL).mcuSilent);
-    const auto camera = m_bench->camera(SERIAL);
+    QVERIFY(m_bench->setFaults(cameraSerial, faults));
+    QVERIFY(!m_bench->faults(cameraSerial).mcuSilent);
+    const auto camera = m_bench->camera(cameraSerial);
     QVERIFY(camera->takeReadbackDifference());
     QVERIFY(camera->takeReadbackDifference());
     QVERIFY(!camera->takeReadbackDifference());
-    QVERIFY(!m_bench->setFaults(SERIAL + 1, faults));
+    QVERIFY(!m_bench->setFaults(cameraSerial + 1, faults));
 }
 
 QTEST_GUILESS_MAIN(TestFaults)

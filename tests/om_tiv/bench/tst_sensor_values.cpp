@@ -45,14 +45,15 @@ private:
     std::uint64_t m_value = 0xCBF29CE484222325ULL;
 };
 
-/// The physics of a camera that was plugged in at START.
+/// The physics of a camera that was plugged in at startTime.
 PhysicsSource sourceOf(const CameraConfig& config, const Field& field)
 {
     const auto environment = std::make_shared<Environment>();
     environment->field = [field] { return field; };
     environment->magneticDisturbance.store(config.faults.magneticDisturbance);
-    return {config, std::make_shared<MotionTimeline>(config.motion, config.pose, benchtest::START),
-            environment, benchtest::START};
+    return {config,
+            std::make_shared<MotionTimeline>(config.motion, config.pose, benchtest::startTime),
+            environment, benchtest::startTime};
 }
 
 /// All streams of a camera, samples of the first minutes and of the third hour.
@@ -185,7 +186,7 @@ void TestSensorValues::aSampleOfTheDefaultBenchIsWhatItWas()
         QVERIFY2(same(seen[i], expected[i]), qPrintable(QString::number(seen[i], 'g', 17)));
     }
     QVERIFY((source.magnetometer(500).counts == std::array<std::int16_t, 3>{552, 329, 280}));
-    QCOMPARE(imu.time - benchtest::START, Nanoseconds{10'002'511'224});
+    QCOMPARE(imu.time - benchtest::startTime, Nanoseconds{10'002'511'224});
 }
 
 QTEST_GUILESS_MAIN(TestSensorValues)

@@ -22,8 +22,8 @@ using nlohmann::json;
 namespace {
 
 constexpr unsigned int serial = 20000001;
-constexpr Nanoseconds START = 1'000 * nsPerS;
-constexpr double DEGREE = pi / 180.0;
+constexpr Nanoseconds startTime = 1'000 * nsPerS;
+constexpr double degree = pi / 180.0;
 
 json ask(json request)
 {
@@ -48,7 +48,7 @@ json poseOrder(const Quaternion& pose, double glide, const Vector& spin = {})
 /// Degrees between two poses.
 double between(const Quaternion& a, const Quaternion& b)
 {
-    return length(toRotationVector(conjugate(a) * b)) / DEGREE;
+    return length(toRotationVector(conjugate(a) * b)) / degree;
 }
 
 double between(const Vector& a, const Vector& b)
@@ -71,7 +71,7 @@ private slots:
     void init()
     {
         theBench().reset();
-        theBench().clock().setManual(START);
+        theBench().clock().setManual(startTime);
         CameraConfig config;
         config.model = MODEL::TIV_Q;
         config.serialNumber = serial;
@@ -94,7 +94,7 @@ private slots:
 
     void quaternionAndAnglesMeanTheSamePose()
     {
-        ask(poseOrder(fromHeading(40.0 * DEGREE, -20.0 * DEGREE, 65.0 * DEGREE), 0.0));
+        ask(poseOrder(fromHeading(40.0 * degree, -20.0 * degree, 65.0 * degree), 0.0));
         const Quaternion byQuaternion = theBench().truth(serial).pose;
         ask({{"command", "pose"},
              {"pose", {{"heading", 40}, {"pitch", -20}, {"roll", 65}}},
@@ -109,10 +109,10 @@ private slots:
             ask(poseOrder(start, 0.0, {0.0, 30.0, -40.0}));
             step(seconds);
             const Truth truth = theBench().truth(serial);
-            const double turn = std::remainder(50.0 * seconds, 360.0) * DEGREE;
+            const double turn = std::remainder(50.0 * seconds, 360.0) * degree;
             const Quaternion wanted = start * fromRotationVector(turn * Vector{0.0, 0.6, -0.8});
             QVERIFY2(between(truth.pose, wanted) < 1e-4, qPrintable(QString::number(seconds)));
-            QVERIFY(between((1.0 / DEGREE) * truth.angularVelocity, {0.0, 30.0, -40.0}) < 1e-3);
+            QVERIFY(between((1.0 / degree) * truth.angularVelocity, {0.0, 30.0, -40.0}) < 1e-3);
         }
         QVERIFY(theBench().config(serial).motion == MOTION::POSED);
     }
@@ -123,11 +123,11 @@ private slots:
         // that the rate is constant across requests.
         const Vector rate{0.0, 90.0, 0.0};
         for (int i = 0; i < 60; ++i) {
-            const double turned = 90.0 * 0.016 * i * DEGREE;
+            const double turned = 90.0 * 0.016 * i * degree;
             ask(poseOrder(fromRotationVector({0.0, turned, 0.0}), i == 0 ? 0.0 : 0.05, rate));
             for (int k = 0; k < 4; ++k) {
                 step(0.004);
-                const Vector read = (1.0 / DEGREE) * theBench().truth(serial).angularVelocity;
+                const Vector read = (1.0 / degree) * theBench().truth(serial).angularVelocity;
                 QVERIFY2(between(read, rate) < 1e-2, qPrintable(QString::number(read.y)));
             }
         }

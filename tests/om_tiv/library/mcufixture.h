@@ -20,9 +20,9 @@ Q_DECLARE_METATYPE(om::MODEL)
 
 namespace mcutest {
 
-constexpr unsigned short VENDOR = 0x7C15;
-constexpr unsigned int SERIAL = 30000001;
-constexpr unsigned int OTHER_SERIAL = 20000001;
+constexpr unsigned short vendorId = 0x7C15;
+constexpr unsigned int cameraSerial = 30000001;
+constexpr unsigned int otherSerial = 20000001;
 
 constexpr int toInt(om::ERROR_CODE code)
 {
@@ -33,16 +33,16 @@ constexpr int toInt(om::ERROR_CODE code)
 class Link : public om::TIVmcu
 {
 public:
-    explicit Link(om::MODEL model = om::MODEL::TIV_Q) : TIVmcu(false, VENDOR, model, false, "") {}
+    explicit Link(om::MODEL model = om::MODEL::TIV_Q) : TIVmcu(false, vendorId, model, false, "") {}
 
-    int openIt(unsigned int number = SERIAL)
+    int openIt(unsigned int number = cameraSerial)
     {
         return open(number, false, om::IMU_ODR_400_HZ, nullptr, nullptr, true, false);
     }
     std::vector<float> stored() const { return {storedMagCalib, storedMagCalib + 6}; }
 };
 
-/// The bench, with a stepped clock and the camera SERIAL (TIV_Q) plugged in 100 ms ago.
+/// The bench, with a stepped clock and the camera with cameraSerial (TIV_Q) plugged in 100 ms ago.
 class Fixture : public QObject
 {
 protected:
@@ -54,7 +54,7 @@ protected:
                 m_state.path().toLocal8Bit() + "/" + QByteArray::number(m_run++));
         m_bench.reset();
         m_bench.clock().setManual(1'000 * om::bench::nsPerS);
-        addCamera(SERIAL, om::MODEL::TIV_Q);
+        addCamera(cameraSerial, om::MODEL::TIV_Q);
         m_bench.clock().advance(std::chrono::milliseconds(100));
     }
 

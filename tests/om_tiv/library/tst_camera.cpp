@@ -111,9 +111,9 @@ void TestCamera::anUnpluggedCameraIsNotListed()
     config.plugged = false;
     bench.addCamera(config);
     QVERIFY(Camera::getDeviceList().empty());
-    bench.plug(SERIAL);
+    bench.plug(cameraSerial);
     QCOMPARE(Camera::getDeviceList().size(), std::size_t{1});
-    bench.unplug(SERIAL);
+    bench.unplug(cameraSerial);
     QVERIFY(Camera::getDeviceList().empty());
 }
 
@@ -145,13 +145,13 @@ void TestCamera::whatOpensWhat_data()
             QTest::newRow(qPrintable(QString("model %1 by %2").arg(model).arg(how)))
                 << model << input << opens;
         };
-        row("serial number on USB", bySerial(SERIAL, BUS_TYPE::USB), !serialBus);
-        row("serial number on the serial bus", bySerial(SERIAL, BUS_TYPE::SERIAL), serialBus);
+        row("serial number on USB", bySerial(cameraSerial, BUS_TYPE::USB), !serialBus);
+        row("serial number on the serial bus", bySerial(cameraSerial, BUS_TYPE::SERIAL), serialBus);
         row("id on USB", byId(3, BUS_TYPE::USB), !serialBus);
         row("id on the serial bus", byId(3, BUS_TYPE::SERIAL), serialBus);
         row("another id", byId(4, serialBus ? BUS_TYPE::SERIAL : BUS_TYPE::USB), false);
         row("another serial number",
-            bySerial(SERIAL + 1, serialBus ? BUS_TYPE::SERIAL : BUS_TYPE::USB), false);
+            bySerial(cameraSerial + 1, serialBus ? BUS_TYPE::SERIAL : BUS_TYPE::USB), false);
     }
 }
 
@@ -168,7 +168,7 @@ void TestCamera::whatOpensWhat()
     QCOMPARE(openWith(camera, input), opens ? ERROR_CODE::SUCCESS : ERROR_CODE::NOT_DETECTED);
     QCOMPARE(camera.isOpened(), opens);
     const CameraInformation information = camera.getCameraInformation();
-    QCOMPARE(information.serialNumber, opens ? SERIAL : 0U);
+    QCOMPARE(information.serialNumber, opens ? cameraSerial : 0U);
     QCOMPARE(static_cast<int>(information.cameraModel), opens ? model : 32);
     QCOMPARE(information.firmwareVersion, opens ? 1140U : 0U);
 }
@@ -210,7 +210,7 @@ void TestCamera::anUnpluggedCameraDoesNotOpen()
 {
     auto& bench = theBench();
     bench.addCamera(idealCamera());
-    bench.unplug(SERIAL);
+    bench.unplug(cameraSerial);
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::NOT_DETECTED);
 }
@@ -233,7 +233,7 @@ void TestCamera::aFailedOpenLeavesTheCameraClosed()
     theBench().addCamera(idealCamera());
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
-    QCOMPARE(camera.open(parametersFor(SERIAL + 5)), ERROR_CODE::NOT_DETECTED);
+    QCOMPARE(camera.open(parametersFor(cameraSerial + 5)), ERROR_CODE::NOT_DETECTED);
     QVERIFY(!camera.isOpened());
     QVERIFY(camera.getCUDAContext() == nullptr);
 }
@@ -347,7 +347,7 @@ void TestCamera::parametersAndInformationStayAfterClose()
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
     camera.close();
-    QCOMPARE(camera.getCameraInformation().serialNumber, SERIAL);
+    QCOMPARE(camera.getCameraInformation().serialNumber, cameraSerial);
     QCOMPARE(camera.getInitParameters().fps, 60);
 }
 
@@ -359,7 +359,7 @@ void TestCamera::informationCanBeScaled()
     const CameraInformation information = camera.getCameraInformation(Resolution(640, 360));
     QCOMPARE(information.resolution.width, std::size_t{640});
     QCOMPARE(information.resolution.height, std::size_t{360});
-    QCOMPARE(information.serialNumber, SERIAL);
+    QCOMPARE(information.serialNumber, cameraSerial);
 }
 
 void TestCamera::theContextIsCurrentAfterOpen()
@@ -429,7 +429,7 @@ void TestCamera::grabDeliversFramesAtTheRateInForce()
     std::uint64_t last = 0;
     for (int frame = 1; frame <= 120; ++frame) {
         // Slightly after the frame's nominal time, because of the jitter.
-        const Nanoseconds due = START + static_cast<Nanoseconds>(frame) * nsPerS / 60;
+        const Nanoseconds due = startTime + static_cast<Nanoseconds>(frame) * nsPerS / 60;
         bench.clock().setManual(due + nsPerMs);
         QCOMPARE(camera.grab(RuntimeParameters()), ERROR_CODE::SUCCESS);
         const std::uint64_t time = camera.getTimestamp(TIME_REFERENCE::IMAGE);
@@ -488,7 +488,7 @@ void TestCamera::imageTimeIsThatOfTheLastFrame()
     bench.clock().advance(milliseconds(20));
     QCOMPARE(camera.grab(RuntimeParameters()), ERROR_CODE::SUCCESS);
     const std::uint64_t time = camera.getTimestamp(TIME_REFERENCE::IMAGE);
-    QVERIFY(time > START);
+    QVERIFY(time > startTime);
     bench.clock().advance(seconds(1));
     QCOMPARE(camera.getTimestamp(TIME_REFERENCE::IMAGE), time);
 }
@@ -496,9 +496,9 @@ void TestCamera::imageTimeIsThatOfTheLastFrame()
 void TestCamera::currentTimeIsTheClocks()
 {
     Camera camera;
-    QCOMPARE(camera.getTimestamp(TIME_REFERENCE::CURRENT), START);
+    QCOMPARE(camera.getTimestamp(TIME_REFERENCE::CURRENT), startTime);
     theBench().clock().advance(seconds(1));
-    QCOMPARE(camera.getTimestamp(TIME_REFERENCE::CURRENT), START + nsPerS);
+    QCOMPARE(camera.getTimestamp(TIME_REFERENCE::CURRENT), startTime + nsPerS);
 }
 
 void TestCamera::aLiveCameraHasNoLength()

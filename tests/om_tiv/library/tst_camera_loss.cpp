@@ -38,7 +38,7 @@ void TestCameraLoss::unplugLosesTheCamera()
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
     bench.clock().advance(seconds(1));
     QCOMPARE(camera.grab(RuntimeParameters()), ERROR_CODE::SUCCESS);
-    bench.unplug(SERIAL);
+    bench.unplug(cameraSerial);
     QVERIFY(!camera.isOpened());
     SensorsData data;
     Mat mat;
@@ -60,7 +60,7 @@ void TestCameraLoss::unplugEndsAWaitingGrab()
     std::atomic<int> result{-1};
     SideThread grabbing([&] { result = static_cast<int>(camera.grab(RuntimeParameters())); });
     QTRY_VERIFY(bench.clock().waiters() == 1 || result >= 0);
-    bench.unplug(SERIAL);
+    bench.unplug(cameraSerial);
     grabbing.join();
     // 2 if the machine was so slow that the wait had already ended.
     QVERIFY(result == 4 || result == 2);
@@ -83,7 +83,7 @@ void TestCameraLoss::unplugEndsAWaitForSensors()
         ended = true;
     });
     QTRY_VERIFY(polling);
-    bench.unplug(SERIAL);
+    bench.unplug(cameraSerial);
     QTRY_VERIFY(ended); // with the camera gone
     QVERIFY(!camera.isOpened());
 }
@@ -94,8 +94,8 @@ void TestCameraLoss::aLostCameraStaysLostWhenPluggedInAgain()
     bench.addCamera(idealCamera());
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
-    bench.unplug(SERIAL);
-    bench.plug(SERIAL);
+    bench.unplug(cameraSerial);
+    bench.plug(cameraSerial);
     QVERIFY(!camera.isOpened());
     QCOMPARE(camera.grab(RuntimeParameters()), ERROR_CODE::CAMERA_GONE);
     Camera other; // the lost object has no claim on it
@@ -125,8 +125,9 @@ void TestCameraLoss::closeWaitsForTheReportOfALoss()
 {
     auto& bench = theBench();
     bench.addCamera(idealCamera());
-    bench.camera(SERIAL)->grabScript().set(
-        {ERROR_CODE::CAMERA_GONE}); // detected by the library itself
+    bench.camera(cameraSerial)
+        ->grabScript()
+        .set({ERROR_CODE::CAMERA_GONE}); // detected by the library itself
     QSemaphore reporting;
     std::atomic<bool> closing{false};
     std::atomic<bool> closed{false};
@@ -157,10 +158,10 @@ void TestCameraLoss::removingACameraLosesIt()
     bench.addCamera(idealCamera());
     Camera camera;
     QCOMPARE(camera.open(parametersFor()), ERROR_CODE::SUCCESS);
-    QVERIFY(bench.removeCamera(SERIAL));
+    QVERIFY(bench.removeCamera(cameraSerial));
     QVERIFY(!camera.isOpened());
     QVERIFY(Camera::getDeviceList().empty());
-    QVERIFY(!bench.removeCamera(SERIAL));
+    QVERIFY(!bench.removeCamera(cameraSerial));
 }
 
 void TestCameraLoss::resettingTheBenchLosesTheCamera()

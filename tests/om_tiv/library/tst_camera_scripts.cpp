@@ -75,8 +75,9 @@ void TestCameraScripts::openCamera()
 void TestCameraScripts::sensorsComeAsScripted()
 {
     openCamera();
-    m_bench.camera(SERIAL)->sensorsScript().set(
-        {entry(5000, 1.0F), entry(7000, 2.0F), entry(6000, 3.0F)});
+    m_bench.camera(cameraSerial)
+        ->sensorsScript()
+        .set({entry(5000, 1.0F), entry(7000, 2.0F), entry(6000, 3.0F)});
     const std::uint64_t times[] = {5000, 7000, 6000};
     SensorsData data;
     for (int i = 0; i < 3; ++i) {
@@ -86,13 +87,13 @@ void TestCameraScripts::sensorsComeAsScripted()
         QCOMPARE(data.temperature.values.size(), std::size_t{1});
     }
     QVERIFY(!data.magnetometer.isAvailable); // no values of the physics
-    QCOMPARE(m_bench.camera(SERIAL)->sensorsScript().status().delivered, std::uint64_t{3});
+    QCOMPARE(m_bench.camera(cameraSerial)->sensorsScript().status().delivered, std::uint64_t{3});
 }
 
 void TestCameraScripts::aScriptedFailureLeavesTheRecord()
 {
     openCamera();
-    m_bench.camera(SERIAL)->sensorsScript().set({entry(5000), failure(11), entry(6000)});
+    m_bench.camera(cameraSerial)->sensorsScript().set({entry(5000), failure(11), entry(6000)});
     SensorsData data;
     current(*m_camera, data);
     QCOMPARE(static_cast<int>(current(*m_camera, data)), 11);
@@ -105,7 +106,7 @@ void TestCameraScripts::aScriptedFailureLeavesTheRecord()
 void TestCameraScripts::scriptedLossOfTheCamera()
 {
     openCamera();
-    m_bench.camera(SERIAL)->sensorsScript().set({entry(5000), failure(4)});
+    m_bench.camera(cameraSerial)->sensorsScript().set({entry(5000), failure(4)});
     SensorsData data;
     current(*m_camera, data);
     QCOMPARE(current(*m_camera, data), ERROR_CODE::CAMERA_GONE);
@@ -120,8 +121,9 @@ void TestCameraScripts::scriptedLossOfTheCamera()
 void TestCameraScripts::unplugAfterTheScript()
 {
     openCamera();
-    m_bench.camera(SERIAL)->sensorsScript().set(std::vector<SensorsEntry>{entry(5000)},
-                                                AFTER::CAMERA_GONE);
+    m_bench.camera(cameraSerial)
+        ->sensorsScript()
+        .set(std::vector<SensorsEntry>{entry(5000)}, AFTER::CAMERA_GONE);
     SensorsData data;
     QCOMPARE(current(*m_camera, data), ERROR_CODE::SUCCESS);
     QVERIFY(m_camera->isOpened());
@@ -133,21 +135,22 @@ void TestCameraScripts::unplugAfterTheScript()
 void TestCameraScripts::physicsAfterTheScript()
 {
     openCamera();
-    m_bench.camera(SERIAL)->sensorsScript().set(std::vector<SensorsEntry>{entry(5000)},
-                                                AFTER::PHYSICS);
+    m_bench.camera(cameraSerial)
+        ->sensorsScript()
+        .set(std::vector<SensorsEntry>{entry(5000)}, AFTER::PHYSICS);
     m_bench.clock().advance(seconds(1));
     SensorsData data;
     current(*m_camera, data);
     QCOMPARE(data.imu.timestamp, std::uint64_t{5000});
     QCOMPARE(current(*m_camera, data), ERROR_CODE::SUCCESS);
-    QVERIFY(data.imu.timestamp > START);
+    QVERIFY(data.imu.timestamp > startTime);
     QVERIFY(data.magnetometer.isAvailable);
 }
 
 void TestCameraScripts::theLastRecordRepeatsAtAnEasyPace()
 {
     openCamera();
-    m_bench.camera(SERIAL)->sensorsScript().set(std::vector<SensorsEntry>{entry(5000, 1.0F)});
+    m_bench.camera(cameraSerial)->sensorsScript().set(std::vector<SensorsEntry>{entry(5000, 1.0F)});
     SensorsData data;
     current(*m_camera, data);
     const auto start = std::chrono::steady_clock::now();
@@ -156,13 +159,13 @@ void TestCameraScripts::theLastRecordRepeatsAtAnEasyPace()
         QCOMPARE(data.imu.timestamp, std::uint64_t{5000});
     }
     QVERIFY(std::chrono::steady_clock::now() - start >= milliseconds(20));
-    QCOMPARE(m_bench.camera(SERIAL)->sensorsScript().status().calls, std::uint64_t{5});
+    QCOMPARE(m_bench.camera(cameraSerial)->sensorsScript().status().calls, std::uint64_t{5});
 }
 
 void TestCameraScripts::anAppendedRecordEndsTheWait()
 {
     openCamera();
-    m_bench.camera(SERIAL)->sensorsScript().set(std::vector<SensorsEntry>{entry(5000)});
+    m_bench.camera(cameraSerial)->sensorsScript().set(std::vector<SensorsEntry>{entry(5000)});
     std::atomic<std::uint64_t> seen{0};
     SideThread poller([&](const std::atomic<bool>& stop) {
         SensorsData data;
@@ -174,10 +177,10 @@ void TestCameraScripts::anAppendedRecordEndsTheWait()
     QTRY_COMPARE(seen.load(), std::uint64_t{5000});
     // One by one, each handled before the next, as a test steps a thread.
     for (std::uint64_t i = 1; i <= 20; ++i) {
-        m_bench.camera(SERIAL)->sensorsScript().append({entry(5000 + i)});
-        QTRY_COMPARE(m_bench.camera(SERIAL)->sensorsScript().status().delivered, i + 1);
-        const std::uint64_t calls = m_bench.camera(SERIAL)->sensorsScript().status().calls;
-        QTRY_VERIFY(m_bench.camera(SERIAL)->sensorsScript().status().calls > calls);
+        m_bench.camera(cameraSerial)->sensorsScript().append({entry(5000 + i)});
+        QTRY_COMPARE(m_bench.camera(cameraSerial)->sensorsScript().status().delivered, i + 1);
+        const std::uint64_t calls = m_bench.camera(cameraSerial)->sensorsScript().status().calls;
+        QTRY_VERIFY(m_bench.camera(cameraSerial)->sensorsScript().status().calls > calls);
         QCOMPARE(seen.load(), 5000 + i);
     }
     poller.join();
@@ -187,8 +190,9 @@ void TestCameraScripts::scriptedRecordsKeepTheirTime()
 {
     openCamera();
     // Exactly the script's values, also if a time is missing or runs backward.
-    m_bench.camera(SERIAL)->sensorsScript().set(
-        {entry(0), entry(999), entry(UINT64_MAX), entry(1)});
+    m_bench.camera(cameraSerial)
+        ->sensorsScript()
+        .set({entry(0), entry(999), entry(UINT64_MAX), entry(1)});
     SensorsData data;
     for (const std::uint64_t time :
          {std::uint64_t{0}, std::uint64_t{999}, UINT64_MAX, std::uint64_t{1}}) {
@@ -200,12 +204,14 @@ void TestCameraScripts::scriptedRecordsKeepTheirTime()
 void TestCameraScripts::longScriptsAreMadeAsTheyAreRead()
 {
     openCamera();
-    m_bench.camera(SERIAL)->sensorsScript().set(
-        [](std::uint64_t index, SensorsEntry& made) {
-            made.data.imu.timestamp = 1000 * (index + 1);
-            return index < 50000;
-        },
-        AFTER::CAMERA_GONE);
+    m_bench.camera(cameraSerial)
+        ->sensorsScript()
+        .set(
+            [](std::uint64_t index, SensorsEntry& made) {
+                made.data.imu.timestamp = 1000 * (index + 1);
+                return index < 50000;
+            },
+            AFTER::CAMERA_GONE);
     SensorsData data;
     std::uint64_t records = 0;
     while (current(*m_camera, data) == ERROR_CODE::SUCCESS) {
@@ -218,23 +224,24 @@ void TestCameraScripts::longScriptsAreMadeAsTheyAreRead()
 void TestCameraScripts::grabsComeAsScripted()
 {
     openCamera();
-    m_bench.camera(SERIAL)->grabScript().set(
-        {ERROR_CODE::SUCCESS, ERROR_CODE::TIMEOUT, ERROR_CODE::FAILURE, ERROR_CODE::SUCCESS});
+    m_bench.camera(cameraSerial)
+        ->grabScript()
+        .set({ERROR_CODE::SUCCESS, ERROR_CODE::TIMEOUT, ERROR_CODE::FAILURE, ERROR_CODE::SUCCESS});
     QCOMPARE(m_camera->grab(RuntimeParameters()), ERROR_CODE::SUCCESS); // the clock stands
     QCOMPARE(m_camera->grab(RuntimeParameters()), ERROR_CODE::TIMEOUT);
     QCOMPARE(m_camera->grab(RuntimeParameters()), ERROR_CODE::FAILURE);
     QCOMPARE(m_camera->grab(RuntimeParameters()), ERROR_CODE::SUCCESS);
     QCOMPARE(m_camera->grab(RuntimeParameters()), ERROR_CODE::SUCCESS);
-    QCOMPARE(m_bench.camera(SERIAL)->grabScript().status().delivered, std::uint64_t{4});
-    QCOMPARE(m_bench.camera(SERIAL)->grabScript().status().calls, std::uint64_t{5});
+    QCOMPARE(m_bench.camera(cameraSerial)->grabScript().status().delivered, std::uint64_t{4});
+    QCOMPARE(m_bench.camera(cameraSerial)->grabScript().status().calls, std::uint64_t{5});
 }
 
 void TestCameraScripts::aScriptedGrabMakesAFrame()
 {
     openCamera();
-    m_bench.camera(SERIAL)->grabScript().set({ERROR_CODE::SUCCESS});
+    m_bench.camera(cameraSerial)->grabScript().set({ERROR_CODE::SUCCESS});
     QCOMPARE(m_camera->grab(RuntimeParameters()), ERROR_CODE::SUCCESS);
-    QCOMPARE(m_camera->getTimestamp(TIME_REFERENCE::IMAGE), START);
+    QCOMPARE(m_camera->getTimestamp(TIME_REFERENCE::IMAGE), startTime);
     Mat mat;
     QCOMPARE(m_camera->retrieveImage(mat, VIEW::LEFT, MEM::CPU, Resolution()), ERROR_CODE::SUCCESS);
 }
@@ -242,7 +249,7 @@ void TestCameraScripts::aScriptedGrabMakesAFrame()
 void TestCameraScripts::aScriptedGrabLosesTheCamera()
 {
     openCamera();
-    m_bench.camera(SERIAL)->grabScript().set({ERROR_CODE::CAMERA_GONE});
+    m_bench.camera(cameraSerial)->grabScript().set({ERROR_CODE::CAMERA_GONE});
     QCOMPARE(m_camera->grab(RuntimeParameters()), ERROR_CODE::CAMERA_GONE);
     QVERIFY(!m_camera->isOpened());
     SensorsData data;
@@ -261,14 +268,14 @@ void TestCameraScripts::aScriptForAWaitingGrab()
         result = static_cast<int>(code);
     });
     QTRY_COMPARE(m_bench.clock().waiters(), 1);
-    m_bench.camera(SERIAL)->grabScript().set({static_cast<ERROR_CODE>(17)});
+    m_bench.camera(cameraSerial)->grabScript().set({static_cast<ERROR_CODE>(17)});
     QTRY_COMPARE(result.load(), 17);
 }
 
 void TestCameraScripts::scriptsMayBeSetBeforeTheOpening()
 {
     m_bench.addCamera(idealCamera());
-    m_bench.camera(SERIAL)->sensorsScript().set(std::vector<SensorsEntry>{entry(5000)});
+    m_bench.camera(cameraSerial)->sensorsScript().set(std::vector<SensorsEntry>{entry(5000)});
     QCOMPARE(m_camera->open(parametersFor()), ERROR_CODE::SUCCESS);
     SensorsData data;
     current(*m_camera, data);
@@ -278,19 +285,19 @@ void TestCameraScripts::scriptsMayBeSetBeforeTheOpening()
 void TestCameraScripts::clearedScriptsGiveWayToPhysics()
 {
     openCamera();
-    m_bench.camera(SERIAL)->sensorsScript().set(std::vector<SensorsEntry>{entry(5000)});
-    m_bench.camera(SERIAL)->grabScript().set({ERROR_CODE::FAILURE});
-    m_bench.camera(SERIAL)->readerScript().set({IMUReaderData()});
-    m_bench.camera(SERIAL)->poseScript().set({IMUPose()});
-    QVERIFY(m_bench.camera(SERIAL)->readerScript().status().active);
-    QVERIFY(m_bench.camera(SERIAL)->poseScript().status().active);
-    m_bench.camera(SERIAL)->clearScripts();
-    QVERIFY(!m_bench.camera(SERIAL)->readerScript().status().active);
-    QVERIFY(!m_bench.camera(SERIAL)->poseScript().status().active);
+    m_bench.camera(cameraSerial)->sensorsScript().set(std::vector<SensorsEntry>{entry(5000)});
+    m_bench.camera(cameraSerial)->grabScript().set({ERROR_CODE::FAILURE});
+    m_bench.camera(cameraSerial)->readerScript().set({IMUReaderData()});
+    m_bench.camera(cameraSerial)->poseScript().set({IMUPose()});
+    QVERIFY(m_bench.camera(cameraSerial)->readerScript().status().active);
+    QVERIFY(m_bench.camera(cameraSerial)->poseScript().status().active);
+    m_bench.camera(cameraSerial)->clearScripts();
+    QVERIFY(!m_bench.camera(cameraSerial)->readerScript().status().active);
+    QVERIFY(!m_bench.camera(cameraSerial)->poseScript().status().active);
     m_bench.clock().advance(seconds(1));
     SensorsData data;
     current(*m_camera, data);
-    QVERIFY(data.imu.timestamp > START);
+    QVERIFY(data.imu.timestamp > startTime);
     QCOMPARE(m_camera->grab(RuntimeParameters()), ERROR_CODE::SUCCESS);
 }
 

@@ -40,7 +40,7 @@ void TestMagnetometer::fieldWithoutErrorsIsTheEarths()
     const SensorsData data = rig.after(seconds(1));
     const Vector expected = rotate(conjugate(config.pose), field.world());
     QVERIFY(near(data.magnetometer.magneticFieldUncalibrated, expected, 1.0 / 32.0 + 1e-9));
-    QVERIFY(length(rig.bench.truth(SERIAL).field - expected) < 1e-9);
+    QVERIFY(length(rig.bench.truth(cameraSerial).field - expected) < 1e-9);
 }
 
 void TestMagnetometer::fieldIsInSixteenthsOfAMicrotesla()
@@ -65,7 +65,7 @@ void TestMagnetometer::readingsLieOnAnEllipsoid()
     config.hardIron = {20.0, -30.0, 10.0};
     config.softIron = {{{1.2, 0.0, 0.0}, {0.0, 0.8, 0.0}, {0.0, 0.0, 1.1}}};
     stoppedBench().addCamera(config);
-    const auto source = theBench().camera(SERIAL)->source();
+    const auto source = theBench().camera(cameraSerial)->source();
     Vector least{1e9, 1e9, 1e9};
     Vector most{-1e9, -1e9, -1e9};
     for (std::uint64_t i = 0; i < 3000; ++i) {
@@ -88,7 +88,7 @@ void TestMagnetometer::strongFieldSaturates()
     const SensorsData data = rig.after(seconds(1));
     QCOMPARE(data.magnetometer.magneticFieldUncalibrated.z, 2048.0F);
     QCOMPARE(data.magnetometer.magneticFieldUncalibrated.x, 32767.0F / 16.0F);
-    QVERIFY(rig.bench.camera(SERIAL)->source()->magnetometer(5).isSaturated());
+    QVERIFY(rig.bench.camera(cameraSerial)->source()->magnetometer(5).isSaturated());
 }
 
 void TestMagnetometer::calibratedEqualsUncalibratedWhileNeutral()
@@ -111,7 +111,7 @@ void TestMagnetometer::storedCalibrationTakesEffectAtOnce()
     MagCalibration calibration;
     calibration.scale = {0.02F, 0.02F, 0.02F};
     calibration.offset = {5.0F, -3.0F, 2.0F}; // sensor axes
-    QVERIFY(rig.bench.storeCalibration(SERIAL, calibration));
+    QVERIFY(rig.bench.storeCalibration(cameraSerial, calibration));
     SensorsData after = rig.after(milliseconds(0)); // the same sample
     const Vector3<float>& raw = before.magnetometer.magneticFieldUncalibrated;
     // Sensor axis 1 is -y, 2 is -x, 3 is -z; the radius of 50 does not change the size.
@@ -121,7 +121,7 @@ void TestMagnetometer::storedCalibrationTakesEffectAtOnce()
     QVERIFY(near(after.magnetometer.magneticFieldUncalibrated,
                  {double{raw.x}, double{raw.y}, double{raw.z}}, 0.0));
 
-    rig.bench.storeCalibration(SERIAL, MagCalibration());
+    rig.bench.storeCalibration(cameraSerial, MagCalibration());
     after = rig.after(milliseconds(0));
     QCOMPARE(after.magnetometer.magneticFieldCalibrated.x, raw.x);
 }
@@ -134,7 +134,7 @@ void TestMagnetometer::viewerAndMicrocontrollerCorrectAlike()
         calibration.scale = {0.025F, 0.020F, third};
         calibration.offset = {5.0F, -3.0F, 2.0F};
         Rig rig(idealCamera());
-        QVERIFY(rig.bench.storeCalibration(SERIAL, calibration));
+        QVERIFY(rig.bench.storeCalibration(cameraSerial, calibration));
         const SensorsData::MagnetometerData m = rig.after(seconds(1)).magnetometer;
         const Vector3<float>& raw = m.magneticFieldUncalibrated;
         const Vector expected =
@@ -164,7 +164,7 @@ void TestMagnetometer::tumbleCoversTheSphereOfTheField()
         visited.insert(static_cast<int>(azimuth / (pi / 6) * 0.9999999) * 6 +
                        static_cast<int>(elevation / (pi / 6) * 0.9999999));
     }
-    QVERIFY(rig.bench.clock().now() < START + 61 * nsPerS);
+    QVERIFY(rig.bench.clock().now() < startTime + 61 * nsPerS);
     QCOMPARE(samples, 3000);
     QCOMPARE(visited.size(), 72);
 }

@@ -195,7 +195,8 @@ void TestMat::littleGpuMemoryFailsOnlyWhileTheCameraIsOpen()
     QVERIFY(mat.getPtr(MEM::CPU) != nullptr);
     QCOMPARE(mat.getPtr(MEM::GPU), nullptr);
     Mat other; // a later success does not hide the failure
-    bench.changeFaults(benchtest::SERIAL, [](auto& faults) { faults.littleGpuMemory = false; });
+    bench.changeFaults(benchtest::cameraSerial,
+                       [](auto& faults) { faults.littleGpuMemory = false; });
     other.alloc(Resolution(8, 8), MAT_TYPE::U8_C4, MEM::GPU);
     QVERIFY(other.getPtr(MEM::GPU) != nullptr);
     QCOMPARE(cudaGetLastError(), cudaErrorMemoryAllocation);

@@ -98,13 +98,13 @@ private slots:
 
     void openingAgainClosesFirst()
     {
-        addCamera(OTHER_SERIAL, om::MODEL::TIV_P);
+        addCamera(otherSerial, om::MODEL::TIV_P);
         Link link;
         QCOMPARE(link.openIt(), 0);
         link.startCapture(0.0F);
         QCOMPARE(link.openIt(), 0);
         QVERIFY(!link.captureRunning);
-        QCOMPARE(link.openIt(OTHER_SERIAL), 0);
+        QCOMPARE(link.openIt(otherSerial), 0);
         QVERIFY(!m_bench.status()[0].inUse);
         QVERIFY(m_bench.status()[1].inUse);
         QCOMPARE(link.openIt(12345), toInt(om::ERROR_CODE::NOT_DETECTED));
@@ -140,40 +140,40 @@ private slots:
         QFETCH(om::MODEL, model);
         QFETCH(QString, why);
         QFETCH(int, result);
-        addCamera(OTHER_SERIAL, model, [](CameraConfig& config) { config.id = 7; });
+        addCamera(otherSerial, model, [](CameraConfig& config) { config.id = 7; });
         if (why == "unplugged") {
-            m_bench.unplug(OTHER_SERIAL);
+            m_bench.unplug(otherSerial);
         }
-        m_bench.changeFaults(OTHER_SERIAL, [&why](Faults& faults) {
+        m_bench.changeFaults(otherSerial, [&why](Faults& faults) {
             faults.mcuOpenRefused = why == "refused";
             faults.mcuSilent = why == "silent";
         });
         Link other;
         if (why == "link") {
-            QCOMPARE(other.openIt(OTHER_SERIAL), 0);
+            QCOMPARE(other.openIt(otherSerial), 0);
         }
         om::Camera camera;
         if (why == "camera") {
             om::InitParameters parameters;
-            parameters.input.setFromSerialNumber(OTHER_SERIAL, om::BUS_TYPE::USB);
+            parameters.input.setFromSerialNumber(otherSerial, om::BUS_TYPE::USB);
             QCOMPARE(camera.open(parameters), om::ERROR_CODE::SUCCESS);
         }
-        om::TIVmcu link(false, why == "vendor" ? 0x1234 : VENDOR, model, why == "bootloader",
+        om::TIVmcu link(false, why == "vendor" ? 0x1234 : vendorId, model, why == "bootloader",
                         why == "path" ? "bench:1" : "");
-        QCOMPARE(link.open(why == "missing" ? 99 : OTHER_SERIAL, false, om::IMU_ODR_400_HZ, nullptr,
+        QCOMPARE(link.open(why == "missing" ? 99 : otherSerial, false, om::IMU_ODR_400_HZ, nullptr,
                            nullptr, true, false),
                  result);
         QVERIFY(!link.captureRunning);
         // The refused link has no claim, and nothing streams on it.
         link.startCapture(0.0F);
         QCOMPARE(int(link.getIMUReaderData().linkValid), 0);
-        m_bench.setFaults(OTHER_SERIAL, {});
+        m_bench.setFaults(otherSerial, {});
         other.close();
         camera.close();
         const bool opens = why == "refused" || why == "silent" || why == "link" || why == "camera";
         if (opens) {
             QCOMPARE(
-                link.open(OTHER_SERIAL, false, om::IMU_ODR_400_HZ, nullptr, nullptr, true, false),
+                link.open(otherSerial, false, om::IMU_ODR_400_HZ, nullptr, nullptr, true, false),
                 0);
         }
     }
@@ -184,7 +184,7 @@ private slots:
         QCOMPARE(link.openIt(), 0);
         om::Camera camera;
         om::InitParameters parameters;
-        parameters.input.setFromSerialNumber(SERIAL, om::BUS_TYPE::USB);
+        parameters.input.setFromSerialNumber(cameraSerial, om::BUS_TYPE::USB);
         QCOMPARE(camera.open(parameters), om::ERROR_CODE::IN_USE);
         link.close();
         QCOMPARE(camera.open(parameters), om::ERROR_CODE::SUCCESS);
@@ -192,8 +192,9 @@ private slots:
 
     void pathFindsTheDeviceOfItsSerialNumber()
     {
-        om::TIVmcu link(false, VENDOR, om::MODEL::TIV_Q, false, "bench:30000001");
-        QCOMPARE(link.open(SERIAL, false, om::IMU_ODR_400_HZ, nullptr, nullptr, true, false), 0);
+        om::TIVmcu link(false, vendorId, om::MODEL::TIV_Q, false, "bench:30000001");
+        QCOMPARE(link.open(cameraSerial, false, om::IMU_ODR_400_HZ, nullptr, nullptr, true, false),
+                 0);
     }
 
     // ---- EEPROM -------------------------------------------------------------------------------
@@ -227,7 +228,7 @@ private slots:
             QCOMPARE(link.writeMagCalibInEEprom(record), 0);
         }
         m_bench.reset(); // reads the images again
-        addCamera(SERIAL, om::MODEL::TIV_Q);
+        addCamera(cameraSerial, om::MODEL::TIV_Q);
         Link link;
         QCOMPARE(link.openIt(), 0);
         link.updateEepromMemory(false);
@@ -239,19 +240,19 @@ private slots:
         Link link;
         link.openIt();
         link.updateEepromMemory(true);
-        EepromStore().write(SERIAL, {{0.5F, 0.25F, 0.125F}, {1.0F, 2.0F, 3.0F}});
+        EepromStore().write(cameraSerial, {{0.5F, 0.25F, 0.125F}, {1.0F, 2.0F, 3.0F}});
         link.updateEepromMemory(true);
         QCOMPARE(link.stored(), (std::vector<float>{0.5F, 0.25F, 0.125F, 1.0F, 2.0F, 3.0F}));
-        QCOMPARE(m_bench.calibration(SERIAL).offset[2], 3.0F);
+        QCOMPARE(m_bench.calibration(cameraSerial).offset[2], 3.0F);
     }
 
     void openingPutsTheWriteOfAnotherProcessInForce()
     {
-        QVERIFY(m_bench.calibration(SERIAL).isNeutral());
-        EepromStore().write(SERIAL, {{0.5F, 0.25F, 0.125F}, {1.0F, 2.0F, 3.0F}});
+        QVERIFY(m_bench.calibration(cameraSerial).isNeutral());
+        EepromStore().write(cameraSerial, {{0.5F, 0.25F, 0.125F}, {1.0F, 2.0F, 3.0F}});
         Link link;
         link.openIt();
-        QCOMPARE(m_bench.calibration(SERIAL).offset[2], 3.0F);
+        QCOMPARE(m_bench.calibration(cameraSerial).offset[2], 3.0F);
     }
 
     void everyBitOfTheRecordIsKept()
@@ -284,18 +285,18 @@ private slots:
         if (why != "not open") {
             link.openIt();
         }
-        m_bench.changeFaults(SERIAL, [&why](Faults& faults) {
+        m_bench.changeFaults(cameraSerial, [&why](Faults& faults) {
             faults.eepromWriteRefused = why == "refused";
             faults.mcuSilent = why == "silent";
         });
         if (why == "unplugged") {
-            m_bench.unplug(SERIAL);
+            m_bench.unplug(cameraSerial);
         }
         om::_mag_calib_data record = makeRecord(0.03F, 0.02F, 0.04F, -2.5F, -1.5F, 3.5F);
         QCOMPARE(link.writeMagCalibInEEprom(record), result);
         link.updateEepromMemory(true);
         QCOMPARE(link.stored(), neutralRecord);
-        QVERIFY(m_bench.calibration(SERIAL).isNeutral());
+        QVERIFY(m_bench.calibration(cameraSerial).isNeutral());
     }
 
     void readLeavesTheStoredCalibrationWhereItCannotRead()
@@ -304,17 +305,18 @@ private slots:
         link.openIt();
         om::_mag_calib_data record = makeRecord(0.03F, 0.02F, 0.04F, -2.5F, -1.5F, 3.5F);
         link.writeMagCalibInEEprom(record);
-        m_bench.changeFaults(SERIAL, [](Faults& faults) { faults.mcuSilent = true; });
+        m_bench.changeFaults(cameraSerial, [](Faults& faults) { faults.mcuSilent = true; });
         link.updateEepromMemory(true);
         QCOMPARE(link.stored(), neutralRecord);
-        m_bench.setFaults(SERIAL, {});
+        m_bench.setFaults(cameraSerial, {});
         link.updateEepromMemory(true);
         QCOMPARE(link.storedMagCalib[0], 0.03F);
     }
 
     void readAfterAWriteDiffersAsOftenAsTheFaultSays()
     {
-        m_bench.changeFaults(SERIAL, [](Faults& faults) { faults.eepromReadbackDiffers = 7; });
+        m_bench.changeFaults(cameraSerial,
+                             [](Faults& faults) { faults.eepromReadbackDiffers = 7; });
         Link link;
         link.openIt();
         link.updateEepromMemory(true); // without a write before, nothing differs
@@ -334,7 +336,7 @@ private slots:
             QCOMPARE(link.stored(), written);
         }
         QCOMPARE(differed, std::vector<bool>(6, true)); // all six must be checked
-        QCOMPARE(m_bench.faults(SERIAL).eepromReadbackDiffers, 0);
+        QCOMPARE(m_bench.faults(cameraSerial).eepromReadbackDiffers, 0);
     }
 
     void writeInTheMiddleOfAStreamLeavesItRunning()
@@ -353,7 +355,7 @@ private slots:
     {
         qputenv("OM_TIV_STATE_DIR", "/proc/gravimon");
         m_bench.reset();
-        addCamera(SERIAL, om::MODEL::TIV_Q);
+        addCamera(cameraSerial, om::MODEL::TIV_Q);
         Link link;
         link.openIt();
         link.startCapture(0.0F);
@@ -361,7 +363,7 @@ private slots:
         QCOMPARE(link.writeMagCalibInEEprom(record), toInt(om::ERROR_CODE::FAILURE));
         link.updateEepromMemory(true);
         QCOMPARE(link.stored(), (std::vector<float>{1.0F, 1.0F, 1.0F, 0.0F, 0.0F, 0.0F}));
-        QVERIFY(m_bench.calibration(SERIAL).isNeutral());
+        QVERIFY(m_bench.calibration(cameraSerial).isNeutral());
         QCOMPARE(int(link.getIMUReaderData().linkValid), 1);
     }
 
@@ -371,8 +373,8 @@ private slots:
     {
         m_bench.log().setHighRate(true);
         {
-            om::TIVmcu link(false, VENDOR, om::MODEL::TIV_Q, false, "bench:30000001");
-            link.open(SERIAL, false, om::IMU_ODR_400_HZ, nullptr, nullptr, true, false);
+            om::TIVmcu link(false, vendorId, om::MODEL::TIV_Q, false, "bench:30000001");
+            link.open(cameraSerial, false, om::IMU_ODR_400_HZ, nullptr, nullptr, true, false);
             link.startCapture(0.0F);
             link.getIMUReaderData();
             link.getIMUPose(6);
@@ -404,13 +406,14 @@ private slots:
         QCOMPARE(m_bench.log().last(CALL::MCU_GET_READER_DATA)->value, 2);
         QCOMPARE(m_bench.log().last(CALL::MCU_GET_POSE)->value, 6);
         for (const CallRecord& record : m_bench.log().records()) {
-            QCOMPARE(record.serialNumber, record.call == CALL::MCU_CONSTRUCT ? 0U : SERIAL);
+            QCOMPARE(record.serialNumber, record.call == CALL::MCU_CONSTRUCT ? 0U : cameraSerial);
         }
     }
 
     void refusedCallsAreLoggedWithTheirResult()
     {
-        m_bench.changeFaults(SERIAL, [](Faults& faults) { faults.eepromWriteRefused = true; });
+        m_bench.changeFaults(cameraSerial,
+                             [](Faults& faults) { faults.eepromWriteRefused = true; });
         Link link;
         link.openIt(77);
         QCOMPARE(m_bench.log().last(CALL::MCU_OPEN)->result, toInt(om::ERROR_CODE::NOT_DETECTED));

@@ -28,18 +28,18 @@ private slots:
     {
         Link link;
         QCOMPARE(link.openIt(), 0);
-        m_bench.changeFaults(SERIAL, [](Faults& faults) { faults.mcuSilent = true; });
+        m_bench.changeFaults(cameraSerial, [](Faults& faults) { faults.mcuSilent = true; });
         link.startCapture(0.0F);
         QVERIFY(link.captureRunning);
         QCOMPARE(int(link.getIMUReaderData().linkValid), 0);
         QCOMPARE(quint64(link.getIMUPose(6).timestamp), quint64(0));
 
         // Once it answers again it streams, without a second start.
-        m_bench.changeFaults(SERIAL, [](Faults& faults) { faults.mcuSilent = false; });
+        m_bench.changeFaults(cameraSerial, [](Faults& faults) { faults.mcuSilent = false; });
         m_bench.clock().advance(100ms);
         QCOMPARE(int(link.getIMUReaderData().linkValid), 1);
 
-        m_bench.changeFaults(SERIAL, [](Faults& faults) { faults.mcuSilent = true; });
+        m_bench.changeFaults(cameraSerial, [](Faults& faults) { faults.mcuSilent = true; });
         link.stopCapture();
         QVERIFY(!link.captureRunning);
     }
@@ -69,11 +69,11 @@ private slots:
         if (why == "closed") {
             link.close();
         } else if (why == "silent") {
-            m_bench.changeFaults(SERIAL, [](Faults& faults) { faults.mcuSilent = true; });
+            m_bench.changeFaults(cameraSerial, [](Faults& faults) { faults.mcuSilent = true; });
         } else if (why.startsWith("unplugged")) {
-            m_bench.unplug(SERIAL);
+            m_bench.unplug(cameraSerial);
             if (why.endsWith("again")) {
-                m_bench.plug(SERIAL);
+                m_bench.plug(cameraSerial);
             }
         }
         m_bench.clock().advance(100ms);
@@ -144,10 +144,10 @@ private slots:
         Link link;
         link.openIt();
         link.startCapture(0.0F);
-        m_bench.changeFaults(SERIAL, [](Faults& faults) { faults.mcuSilent = true; });
+        m_bench.changeFaults(cameraSerial, [](Faults& faults) { faults.mcuSilent = true; });
         QCOMPARE(int(link.getIMUReaderData().linkValid), 0);
         QVERIFY(link.captureRunning);
-        m_bench.setFaults(SERIAL, {});
+        m_bench.setFaults(cameraSerial, {});
         QCOMPARE(int(link.getIMUReaderData().linkValid), 1);
     }
 
@@ -156,11 +156,11 @@ private slots:
         Link link;
         link.openIt();
         link.startCapture(0.0F);
-        m_bench.unplug(SERIAL);
+        m_bench.unplug(cameraSerial);
         QVERIFY2(link.captureRunning, "only stopCapture() clears it");
         link.stopCapture();
         QVERIFY(!link.captureRunning);
-        m_bench.plug(SERIAL);
+        m_bench.plug(cameraSerial);
         Link second;
         QCOMPARE(second.openIt(), 0);
         link.close(); // does not affect the new owner
@@ -213,9 +213,9 @@ private slots:
 
     void thereIsNoReadingBeforeTheFirstOne()
     {
-        addCamera(OTHER_SERIAL, om::MODEL::TIV_P);
+        addCamera(otherSerial, om::MODEL::TIV_P);
         Link link;
-        QCOMPARE(link.openIt(OTHER_SERIAL), 0);
+        QCOMPARE(link.openIt(otherSerial), 0);
         link.startCapture(0.0F);
         const om::IMUReaderData data = link.getIMUReaderData();
         QCOMPARE(int(data.linkValid), 1);
@@ -247,11 +247,12 @@ private slots:
         link.openIt();
         link.startCapture(0.0F);
         QCOMPARE(int(link.getIMUReaderData().magState), 2);
-        m_bench.changeFaults(SERIAL, [](Faults& faults) { faults.magnetometerAbsent = true; });
+        m_bench.changeFaults(cameraSerial,
+                             [](Faults& faults) { faults.magnetometerAbsent = true; });
         m_bench.clock().advance(100ms);
         QCOMPARE(int(link.getIMUReaderData().magState), 0);
         QCOMPARE(int(link.getIMUPose(6).headingState), 4);
-        m_bench.setFaults(SERIAL, {});
+        m_bench.setFaults(cameraSerial, {});
         QCOMPARE(int(link.getIMUReaderData().magState), 2);
         QCOMPARE(int(link.getIMUPose(6).headingState), 3);
     }
@@ -271,7 +272,8 @@ private slots:
 
     void timestampFaultReachesTheRecords()
     {
-        m_bench.changeFaults(SERIAL, [](Faults& faults) { faults.repeatedTimestamps = true; });
+        m_bench.changeFaults(cameraSerial,
+                             [](Faults& faults) { faults.repeatedTimestamps = true; });
         Link link;
         link.openIt();
         link.startCapture(0.0F);
@@ -317,12 +319,12 @@ private slots:
 
     void recordHoldsTheUnitsOfItsFields()
     {
-        addCamera(OTHER_SERIAL, om::MODEL::TIV_P, [](CameraConfig& config) {
+        addCamera(otherSerial, om::MODEL::TIV_P, [](CameraConfig& config) {
             config.motion = MOTION::AT_REST;
             config.errors = SensorErrors::none();
         });
         Link link;
-        link.openIt(OTHER_SERIAL);
+        link.openIt(otherSerial);
         link.startCapture(0.0F);
         m_bench.clock().advance(1s);
         const om::IMUReaderData data = link.getIMUReaderData();
@@ -338,16 +340,16 @@ private slots:
 
     void rateAndForceAreThoseOfTheBodyInSensorAxes()
     {
-        addCamera(OTHER_SERIAL, om::MODEL::TIV_P,
+        addCamera(otherSerial, om::MODEL::TIV_P,
                   [](CameraConfig& config) { config.errors = SensorErrors::none(); });
         Link link;
-        link.openIt(OTHER_SERIAL);
+        link.openIt(otherSerial);
         link.startCapture(0.0F);
         double largest[3] = {0.0, 0.0, 0.0};
         for (int i = 0; i < 40; ++i) {
             m_bench.clock().advance(1s);
             const om::IMUPose pose = link.getIMUPose(6);
-            const Truth truth = m_bench.truthAt(OTHER_SERIAL, pose.timestamp);
+            const Truth truth = m_bench.truthAt(otherSerial, pose.timestamp);
             const double degrees = 180.0 / pi;
             const double rate[3] = {-truth.angularVelocity.y * degrees,
                                     -truth.angularVelocity.x * degrees,
@@ -370,15 +372,15 @@ private slots:
 
     void biasesAreSubtracted()
     {
-        addCamera(OTHER_SERIAL, om::MODEL::TIV_P, [](CameraConfig& config) {
+        addCamera(otherSerial, om::MODEL::TIV_P, [](CameraConfig& config) {
             config.motion = MOTION::AT_REST;
             config.errors = SensorErrors::none();
         });
         Link link;
         float acceleration[3] = {1.0F, 2.0F, 3.0F};
         float rate[3] = {10.0F, 20.0F, 30.0F};
-        QCOMPARE(
-            link.open(OTHER_SERIAL, false, om::IMU_ODR_400_HZ, acceleration, rate, true, false), 0);
+        QCOMPARE(link.open(otherSerial, false, om::IMU_ODR_400_HZ, acceleration, rate, true, false),
+                 0);
         acceleration[1] = 9.0F; // was copied
         link.startCapture(0.0F);
         m_bench.clock().advance(100ms);
@@ -399,7 +401,8 @@ private slots:
         Link link;
         link.openIt();
         link.startCapture(0.0F);
-        m_bench.changeFaults(SERIAL, [](Faults& faults) { faults.magnetometerSaturated = true; });
+        m_bench.changeFaults(cameraSerial,
+                             [](Faults& faults) { faults.magnetometerSaturated = true; });
         m_bench.clock().advance(100ms);
         QCOMPARE(int(link.getIMUReaderData().mag[2]), -32768);
         QCOMPARE(float(link.getIMUPose(6).magUncalibrated[2]), -2048.0F);
@@ -422,7 +425,8 @@ private slots:
         QFETCH(bool, raw);
         QFETCH(bool, expected);
         Link link;
-        QCOMPARE(link.open(SERIAL, false, om::IMU_ODR_400_HZ, nullptr, nullptr, fusion, raw), 0);
+        QCOMPARE(link.open(cameraSerial, false, om::IMU_ODR_400_HZ, nullptr, nullptr, fusion, raw),
+                 0);
         link.startCapture(0.0F);
         QCOMPARE(int(link.getIMUReaderData().linkValid), 1);
         QCOMPARE(link.getIMUPose(6).timestamp != 0, expected);
@@ -509,7 +513,7 @@ private slots:
             records[i].magState = static_cast<std::uint8_t>(i);
             records[i].mag[0] = static_cast<std::int16_t>(100 * (i + 1));
         }
-        m_bench.camera(SERIAL)->readerScript().set(records);
+        m_bench.camera(cameraSerial)->readerScript().set(records);
         Link link;
         link.openIt();
         QCOMPARE(int(link.getIMUReaderData().linkValid), 0); // nothing streams: no entry is used
@@ -517,8 +521,8 @@ private slots:
         for (const int expected : {100, 200, 300, 300}) {
             QCOMPARE(int(link.getIMUReaderData().mag[0]), expected);
         }
-        QCOMPARE(m_bench.camera(SERIAL)->readerScript().status().delivered, std::uint64_t(3));
-        m_bench.camera(SERIAL)->clearScripts();
+        QCOMPARE(m_bench.camera(cameraSerial)->readerScript().status().delivered, std::uint64_t(3));
+        m_bench.camera(cameraSerial)->clearScripts();
         m_bench.clock().advance(100ms);
         QVERIFY(link.getIMUReaderData().timestamp != 0);
     }
@@ -531,10 +535,10 @@ private slots:
         Link link;
         link.openIt();
         link.startCapture(0.0F);
-        m_bench.camera(SERIAL)->readerScript().set({record}, AFTER::PHYSICS);
+        m_bench.camera(cameraSerial)->readerScript().set({record}, AFTER::PHYSICS);
         QCOMPARE(int(link.getIMUReaderData().magState), 7);
         QCOMPARE(int(link.getIMUReaderData().magState), 2);
-        m_bench.camera(SERIAL)->readerScript().set({record}, AFTER::CAMERA_GONE);
+        m_bench.camera(cameraSerial)->readerScript().set({record}, AFTER::CAMERA_GONE);
         QCOMPARE(int(link.getIMUReaderData().magState), 7);
         QCOMPARE(int(link.getIMUReaderData().linkValid), 0);
         QVERIFY(!m_bench.status()[0].plugged);
@@ -549,13 +553,13 @@ private slots:
         Link link;
         link.openIt();
         link.startCapture(0.0F);
-        m_bench.camera(SERIAL)->poseScript().set(records);
+        m_bench.camera(cameraSerial)->poseScript().set(records);
         const om::IMUPose first = link.getIMUPose(6);
         QCOMPARE(int(first.headingState), 0);
         QCOMPARE(float(first.headingAccuracy), 0.25F);
         QCOMPARE(int(link.getIMUPose(6).headingState), 2);
         QCOMPARE(int(link.getIMUPose(6).headingState), 2);
-        m_bench.camera(SERIAL)->poseScript().set(records, AFTER::CAMERA_GONE);
+        m_bench.camera(cameraSerial)->poseScript().set(records, AFTER::CAMERA_GONE);
         link.getIMUPose(6);
         link.getIMUPose(6);
         QCOMPARE(int(link.getIMUPose(6).headingState), 4);

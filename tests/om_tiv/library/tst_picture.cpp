@@ -15,10 +15,10 @@ using std::chrono::milliseconds;
 
 namespace {
 
-constexpr std::size_t WIDTH = 1280;
-constexpr std::size_t HEIGHT = 720;
+constexpr std::size_t fullWidth = 1280;
+constexpr std::size_t fullHeight = 720;
 /// A row of the band, which is 18 rows high.
-constexpr std::size_t BAND_ROW = 360;
+constexpr std::size_t bandRow = 360;
 
 using Pixel = std::array<int, 4>; // blue, green, red, alpha
 
@@ -41,7 +41,7 @@ std::vector<float> floats(const Mat& mat, std::size_t x, std::size_t y)
 std::size_t markColumn(const Mat& mat)
 {
     for (std::size_t x = 0; x < mat.getResolution().width; ++x) {
-        if (pixel(mat, x, BAND_ROW) == Pixel{255, 255, 255, 255}) {
+        if (pixel(mat, x, bandRow) == Pixel{255, 255, 255, 255}) {
             return x;
         }
     }
@@ -167,7 +167,7 @@ void TestPicture::barsAreInTheOrderBlueGreenRedAlpha()
     QFETCH(int, red);
     Mat mat;
     image(mat);
-    const std::size_t x = WIDTH / 8 * static_cast<std::size_t>(bar) + WIDTH / 16;
+    const std::size_t x = fullWidth / 8 * static_cast<std::size_t>(bar) + fullWidth / 16;
     QCOMPARE(pixel(mat, x, 200), (Pixel{blue, green, red, 255}));
 }
 
@@ -176,8 +176,8 @@ void TestPicture::aRampStandsBelow()
     Mat mat;
     image(mat);
     QCOMPARE(pixel(mat, 0, 700), (Pixel{0, 0, 0, 255}));
-    QCOMPARE(pixel(mat, WIDTH - 1, 700), (Pixel{255, 255, 255, 255}));
-    QCOMPARE(pixel(mat, WIDTH / 2, 700), (Pixel{127, 127, 127, 255}));
+    QCOMPARE(pixel(mat, fullWidth - 1, 700), (Pixel{255, 255, 255, 255}));
+    QCOMPARE(pixel(mat, fullWidth / 2, 700), (Pixel{127, 127, 127, 255}));
 }
 
 void TestPicture::leftAndRightDiffer()
@@ -188,27 +188,27 @@ void TestPicture::leftAndRightDiffer()
     image(right, VIEW::RIGHT);
     QCOMPARE(pixel(left, 5, 5), (Pixel{255, 255, 0, 255}));
     QCOMPARE(pixel(right, 5, 5), (Pixel{255, 255, 255, 255}));
-    QCOMPARE(pixel(left, WIDTH - 5, 5), (Pixel{0, 0, 0, 255}));
-    QCOMPARE(pixel(right, WIDTH - 5, 5), (Pixel{255, 0, 255, 255}));
+    QCOMPARE(pixel(left, fullWidth - 5, 5), (Pixel{0, 0, 0, 255}));
+    QCOMPARE(pixel(right, fullWidth - 5, 5), (Pixel{255, 0, 255, 255}));
 }
 
 void TestPicture::sideBySideIsTwiceAsWide()
 {
     Mat mat;
     image(mat, VIEW::SIDE_BY_SIDE);
-    QCOMPARE(mat.getResolution().width, 2 * WIDTH);
-    QCOMPARE(mat.getResolution().height, HEIGHT);
+    QCOMPARE(mat.getResolution().width, 2 * fullWidth);
+    QCOMPARE(mat.getResolution().height, fullHeight);
     QCOMPARE(pixel(mat, 5, 5), (Pixel{255, 255, 0, 255}));
-    QCOMPARE(pixel(mat, 2 * WIDTH - 5, 5), (Pixel{255, 0, 255, 255}));
-    QCOMPARE(pixel(mat, WIDTH + WIDTH / 16, 200), (Pixel{255, 255, 255, 255}));
+    QCOMPARE(pixel(mat, 2 * fullWidth - 5, 5), (Pixel{255, 0, 255, 255}));
+    QCOMPARE(pixel(mat, fullWidth + fullWidth / 16, 200), (Pixel{255, 255, 255, 255}));
 }
 
 void TestPicture::sizeZeroIsTheCamerasOwn()
 {
     Mat mat;
     image(mat);
-    QCOMPARE(mat.getResolution().width, WIDTH);
-    QCOMPARE(mat.getResolution().height, HEIGHT);
+    QCOMPARE(mat.getResolution().width, fullWidth);
+    QCOMPARE(mat.getResolution().height, fullHeight);
     QVERIFY(mat.getType() == MAT_TYPE::U8_C4);
     Mat depth;
     measure(depth, MEASURE::DEPTH);
@@ -216,7 +216,7 @@ void TestPicture::sizeZeroIsTheCamerasOwn()
     Mat points;
     measure(points, MEASURE::XYZ);
     QVERIFY(points.getType() == MAT_TYPE::F32_C4);
-    QCOMPARE(points.getResolution().width, WIDTH);
+    QCOMPARE(points.getResolution().width, fullWidth);
 }
 
 void TestPicture::anotherSizeScales()
@@ -233,7 +233,7 @@ void TestPicture::theMarkMovesToAndFro()
 {
     Mat mat;
     image(mat);
-    QCOMPARE(pixel(mat, WIDTH - 1, BAND_ROW), (Pixel{40, 40, 40, 255}));
+    QCOMPARE(pixel(mat, fullWidth - 1, bandRow), (Pixel{40, 40, 40, 255}));
     std::size_t last = markColumn(mat);
     QCOMPARE(last, std::size_t{0});
     for (int i = 0; i < 120; ++i) {
@@ -242,7 +242,7 @@ void TestPicture::theMarkMovesToAndFro()
         QVERIFY(markColumn(mat) > last);
         last = markColumn(mat);
     }
-    QCOMPARE(last, WIDTH - WIDTH / 16); // at the right edge
+    QCOMPARE(last, fullWidth - fullWidth / 16); // at the right edge
     nextFrame();
     image(mat);
     QVERIFY(markColumn(mat) < last);
@@ -253,7 +253,7 @@ void TestPicture::onlyTheBandIsWrittenAgain()
     Mat mat;
     image(mat);
     std::uint8_t* const outside = mat.getPtr(MEM::CPU) + 10 * mat.getStepBytes(MEM::CPU);
-    std::uint8_t* const inside = mat.getPtr(MEM::CPU) + BAND_ROW * mat.getStepBytes(MEM::CPU);
+    std::uint8_t* const inside = mat.getPtr(MEM::CPU) + bandRow * mat.getStepBytes(MEM::CPU);
     *outside = 77;
     *inside = 77;
     nextFrame();
@@ -427,8 +427,8 @@ void TestPicture::theMarkIsNear()
 {
     Mat depth;
     measure(depth, MEASURE::DEPTH);
-    QCOMPARE(floats(depth, 10, BAND_ROW)[0], 1.5F);
-    QVERIFY(floats(depth, 1000, BAND_ROW)[0] > 3.0F);
+    QCOMPARE(floats(depth, 10, bandRow)[0], 1.5F);
+    QVERIFY(floats(depth, 1000, bandRow)[0] > 3.0F);
 }
 
 void TestPicture::nothingBeforeTheFirstFrame()

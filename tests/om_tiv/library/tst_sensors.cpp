@@ -198,9 +198,10 @@ void TestSensors::imageReferenceWithoutAFrameFails()
 void TestSensors::ratesOfTheStreams()
 {
     Rig rig(idealCamera());
-    const auto source = rig.bench.camera(SERIAL)->source();
+    const auto source = rig.bench.camera(cameraSerial)->source();
     const auto count = [&](STREAM stream) {
-        return static_cast<int>(source->newest(stream, START + 10 * nsPerS + nsPerMs).value() + 1);
+        return static_cast<int>(source->newest(stream, startTime + 10 * nsPerS + nsPerMs).value() +
+                                1);
     };
     QCOMPARE(count(STREAM::IMU), 4000);
     QCOMPARE(count(STREAM::MAGNETOMETER), 500);
@@ -210,7 +211,7 @@ void TestSensors::ratesOfTheStreams()
 void TestSensors::timesAreCloseToTheirNominalTime()
 {
     Rig rig(idealCamera());
-    const auto source = rig.bench.camera(SERIAL)->source();
+    const auto source = rig.bench.camera(cameraSerial)->source();
     for (const STREAM stream : {STREAM::IMU, STREAM::MAGNETOMETER, STREAM::BAROMETER}) {
         const double period = 1e9 / PhysicsSource::rateOf(stream);
         double squares = 0.0;
@@ -218,7 +219,7 @@ void TestSensors::timesAreCloseToTheirNominalTime()
         constexpr int count = 4000;
         for (int i = 0; i < count; ++i) {
             const auto number = static_cast<std::uint64_t>(i);
-            const double nominal = static_cast<double>(START) + (i + 1) * period;
+            const double nominal = static_cast<double>(startTime) + (i + 1) * period;
             const double off =
                 (static_cast<double>(source->timeOf(stream, number)) - nominal) / period;
             squares += off * off;
@@ -249,7 +250,7 @@ void TestSensors::timestampsNeverRunBackward()
         magnetometer = data.magnetometer.timestamp;
         barometer = data.barometer.timestamp;
     }
-    QVERIFY(imu > START + 9 * nsPerS);
+    QVERIFY(imu > startTime + 9 * nsPerS);
 }
 
 void TestSensors::effectiveRatesAreMeasured()
@@ -272,7 +273,7 @@ void TestSensors::samplesRepeatWhoeverAsks()
     config.errors = SensorErrors();
     auto& bench = stoppedBench();
     bench.addCamera(config);
-    const auto source = bench.camera(SERIAL)->source();
+    const auto source = bench.camera(cameraSerial)->source();
     const ImuSample early = source->imu(100);
     const MagnetometerSample earlyField = source->magnetometer(30);
     bench.clock().advance(seconds(5));
@@ -295,7 +296,7 @@ void TestSensors::seedsMakeDifferentNoise()
         auto& bench = stoppedBench();
         config.seed = seed;
         bench.addCamera(config);
-        values.push_back(bench.camera(SERIAL)->source()->imu(7).linearAcceleration.y);
+        values.push_back(bench.camera(cameraSerial)->source()->imu(7).linearAcceleration.y);
     }
     QVERIFY(values[0] != values[1]);
     QCOMPARE(values[0], values[2]);
@@ -307,10 +308,10 @@ void TestSensors::theSerialNumberIsTheSeedWhereNoneIsGiven()
     CameraConfig config = idealCamera();
     config.errors = SensorErrors();
     bench.addCamera(config);
-    config.serialNumber = SERIAL + 1;
+    config.serialNumber = cameraSerial + 1;
     bench.addCamera(config);
-    const auto one = bench.camera(SERIAL)->source()->imu(7);
-    const auto other = bench.camera(SERIAL + 1)->source()->imu(7);
+    const auto one = bench.camera(cameraSerial)->source()->imu(7);
+    const auto other = bench.camera(cameraSerial + 1)->source()->imu(7);
     QVERIFY(one.linearAcceleration.y != other.linearAcceleration.y);
     QVERIFY(one.time != other.time);
 }
@@ -318,23 +319,23 @@ void TestSensors::theSerialNumberIsTheSeedWhereNoneIsGiven()
 void TestSensors::countersCountEachSampleOnce()
 {
     Rig rig(idealCamera());
-    QCOMPARE(rig.bench.imuCounters(SERIAL).produced, std::uint64_t{0});
+    QCOMPARE(rig.bench.imuCounters(cameraSerial).produced, std::uint64_t{0});
     for (int i = 0; i < 8; ++i) {
         rig.after(milliseconds(5)); // two samples, of which the newer one is delivered
         rig.after(milliseconds(0));
     }
-    const ImuCounters counters = rig.bench.imuCounters(SERIAL);
+    const ImuCounters counters = rig.bench.imuCounters(cameraSerial);
     QVERIFY(counters.produced == 15 || counters.produced == 16); // the last one may be late
     QCOMPARE(counters.delivered, std::uint64_t{8});
 
-    rig.bench.unplug(SERIAL);
+    rig.bench.unplug(cameraSerial);
     rig.bench.clock().advance(seconds(1));
-    QCOMPARE(rig.bench.imuCounters(SERIAL).produced, counters.produced);
+    QCOMPARE(rig.bench.imuCounters(cameraSerial).produced, counters.produced);
 
-    rig.bench.plug(SERIAL);
+    rig.bench.plug(cameraSerial);
     QCOMPARE(rig.camera.open(parametersFor()), ERROR_CODE::SUCCESS);
-    QCOMPARE(rig.bench.imuCounters(SERIAL).delivered, std::uint64_t{0});
-    QCOMPARE(rig.bench.imuCounters(SERIAL).produced, std::uint64_t{0});
+    QCOMPARE(rig.bench.imuCounters(cameraSerial).delivered, std::uint64_t{0});
+    QCOMPARE(rig.bench.imuCounters(cameraSerial).produced, std::uint64_t{0});
 }
 
 void TestSensors::accelerationAtRestIsGravity()
@@ -354,7 +355,7 @@ void TestSensors::accelerationHasNoiseAndBias()
     config.errors.accelerationNoise = 0.05;
     config.errors.accelerationBias = {0.1, -0.2, 0.3};
     stoppedBench().addCamera(config);
-    const auto source = theBench().camera(SERIAL)->source();
+    const auto source = theBench().camera(cameraSerial)->source();
     constexpr int count = 4000;
     Vector mean;
     double squares = 0.0;
@@ -387,7 +388,7 @@ void TestSensors::gyroscopeIntegratesToThePose()
     config.motion = MOTION::TUMBLE;
     Rig rig(config);
     SensorsData last = rig.after(microseconds(3750)); // between two samples
-    Quaternion integrated = rig.bench.truthAt(SERIAL, last.imu.timestamp).pose;
+    Quaternion integrated = rig.bench.truthAt(cameraSerial, last.imu.timestamp).pose;
     for (int i = 0; i < 4000; ++i) {
         const SensorsData data = rig.after(microseconds(2500));
         const double step = static_cast<double>(data.imu.timestamp - last.imu.timestamp) * 1e-9;
@@ -398,7 +399,7 @@ void TestSensors::gyroscopeIntegratesToThePose()
         integrated = integrated * fromRotationVector((step * pi / 180.0) * rate);
         last = data;
     }
-    QVERIFY(last.imu.timestamp > START + 9 * nsPerS);
+    QVERIFY(last.imu.timestamp > startTime + 9 * nsPerS);
     const Orientation o = last.imu.pose.getOrientation();
     const Quaternion pose{double{o.ow}, double{o.ox}, double{o.oy}, double{o.oz}};
     const double error = length(toRotationVector(conjugate(pose) * integrated)) * 180.0 / pi;
@@ -411,7 +412,7 @@ void TestSensors::poseIsTheTruePose()
     config.motion = MOTION::TUMBLE;
     Rig rig(config);
     const SensorsData data = rig.after(seconds(7));
-    const Truth truth = rig.bench.truthAt(SERIAL, data.imu.timestamp);
+    const Truth truth = rig.bench.truthAt(cameraSerial, data.imu.timestamp);
     const Translation v(0.3F, -0.5F, 0.8F);
     const Translation turned = v * data.imu.pose.getOrientation();
     QVERIFY(near(turned, rotate(truth.pose, {double{v.x}, double{v.y}, double{v.z}}), 1e-6));
@@ -443,7 +444,7 @@ void TestSensors::eulerAnglesFollowASetPose()
 {
     Rig rig(idealCamera());
     // 30 degrees to the left about the world's vertical.
-    rig.bench.setPose(SERIAL, fromHeading(-pi / 6), std::chrono::nanoseconds(0));
+    rig.bench.setPose(cameraSerial, fromHeading(-pi / 6), std::chrono::nanoseconds(0));
     const Vector3<float> angles = rig.after(seconds(1)).imu.pose.getEulerAngles(false);
     QVERIFY(near(angles, {0.0, 30.0, 0.0}, 1e-4));
 }
@@ -507,9 +508,9 @@ void TestSensors::movingStateFollowsTheMotion()
     QCOMPARE(rig.after(milliseconds(400)).cameraMovingState, 0);
     QCOMPARE(rig.after(milliseconds(300)).cameraMovingState, 2);
     QCOMPARE(rig.after(milliseconds(400)).cameraMovingState, 1);
-    rig.bench.setMotion(SERIAL, MOTION::AT_REST);
+    rig.bench.setMotion(cameraSerial, MOTION::AT_REST);
     QCOMPARE(rig.after(seconds(2)).cameraMovingState, 0);
-    rig.bench.setMotion(SERIAL, MOTION::TUMBLE);
+    rig.bench.setMotion(cameraSerial, MOTION::TUMBLE);
     QCOMPARE(rig.after(seconds(2)).cameraMovingState, 1);
 }
 
@@ -517,11 +518,11 @@ void TestSensors::unplugPlugStartsTheStreamsAnew()
 {
     Rig rig(idealCamera());
     rig.after(seconds(100));
-    rig.bench.unplug(SERIAL);
+    rig.bench.unplug(cameraSerial);
     rig.bench.clock().advance(seconds(5));
-    rig.bench.plug(SERIAL);
-    const auto camera = rig.bench.camera(SERIAL);
-    QCOMPARE(camera->pluggedAt(), START + 105 * nsPerS);
+    rig.bench.plug(cameraSerial);
+    const auto camera = rig.bench.camera(cameraSerial);
+    QCOMPARE(camera->pluggedAt(), startTime + 105 * nsPerS);
     QVERIFY(!camera->source()->newest(STREAM::IMU, camera->pluggedAt()));
     QCOMPARE(rig.camera.open(parametersFor()), ERROR_CODE::SUCCESS);
     const SensorsData data = rig.after(microseconds(2700));

@@ -370,7 +370,7 @@ void TestRecordedFile::aFileIsNotLostWithACamera()
     parameters.input.setFromQVRFile(write(sampleRecording()).toUtf8().constData());
     Camera file;
     QCOMPARE(file.open(parameters), ERROR_CODE::SUCCESS);
-    bench.unplug(SERIAL);
+    bench.unplug(cameraSerial);
     QVERIFY(file.isOpened());
     QCOMPARE(file.grab(RuntimeParameters()), ERROR_CODE::SUCCESS);
 }

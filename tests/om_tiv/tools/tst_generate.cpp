@@ -26,7 +26,7 @@ Q_DECLARE_METATYPE(om::bench::CameraConfig)
 
 namespace {
 
-const Field FIELD;
+const Field defaultField;
 
 const char* nameOf(MOTION motion)
 {
@@ -145,7 +145,7 @@ bool TestGenerate::generate(const CameraConfig& config, double seconds, std::str
     }
     error.clear();
     return generateRecording(
-        config, FIELD, seconds, m_path, [&](double) { return proceed; }, m_generated, error);
+        config, defaultField, seconds, m_path, [&](double) { return proceed; }, m_generated, error);
 }
 
 namespace {
@@ -201,7 +201,7 @@ void TestGenerate::recordingIsTheProgramsOwn()
 
     Bench& bench = benchtest::runningBench();
     bench.clock().setManual(generatedStart * nsPerS);
-    bench.setField(FIELD);
+    bench.setField(defaultField);
     bench.addCamera(config);
     Camera camera;
     InitParameters parameters = benchtest::parametersFor(config.serialNumber);

@@ -21,15 +21,15 @@ using namespace om::bench;
 
 namespace {
 
-constexpr double PERIOD = 1.0 / PhysicsSource::imuRate;
+constexpr double imuPeriod = 1.0 / PhysicsSource::imuRate;
 
 std::unique_ptr<PhysicsSource> sourceOf(const CameraConfig& config)
 {
     const auto environment = std::make_shared<Environment>();
     environment->field = [] { return Field(); };
     return std::make_unique<PhysicsSource>(
-        config, std::make_shared<MotionTimeline>(config.motion, config.pose, benchtest::START),
-        environment, benchtest::START);
+        config, std::make_shared<MotionTimeline>(config.motion, config.pose, benchtest::startTime),
+        environment, benchtest::startTime);
 }
 
 struct Samples
@@ -41,7 +41,7 @@ struct Samples
 Samples samplesOf(const PhysicsSource& source, double seconds)
 {
     Samples samples;
-    const auto count = static_cast<std::uint64_t>(seconds / PERIOD);
+    const auto count = static_cast<std::uint64_t>(seconds / imuPeriod);
     for (std::uint64_t i = 0; i < count; ++i) {
         const ImuSample sample = source.imu(i);
         const Vector& a = sample.linearAcceleration;
@@ -83,7 +83,7 @@ void TestGeneratedNoise::compare(const std::array<std::vector<double>, 3>& axes,
 {
     const double expected[] = {truth.x, truth.y, truth.z};
     for (std::size_t axis = 0; axis < 3; ++axis) {
-        const analysis::AxisNoise noise = analysis::analyseNoise({axes[axis]}, PERIOD);
+        const analysis::AxisNoise noise = analysis::analyseNoise({axes[axis]}, imuPeriod);
         const analysis::Coefficient& found = noise.model.*coefficient;
         QVERIFY2(found.value, found.reason.c_str());
         const double ratio = *found.value / expected[axis];
@@ -132,7 +132,7 @@ void TestGeneratedNoise::whiteNoiseHasNoWalkAndNoInstability()
     config.errors.accelerometer.noiseDensity = {0.002, 0.002, 0.002};
     const Samples samples = samplesOf(*sourceOf(config), 500.0);
     for (const std::vector<double>& axis : samples.acceleration) {
-        const analysis::AxisNoise noise = analysis::analyseNoise({axis}, PERIOD);
+        const analysis::AxisNoise noise = analysis::analyseNoise({axis}, imuPeriod);
         QVERIFY(noise.model.noiseDensity.value);
         QVERIFY(!noise.model.randomWalk.value);
         QVERIFY(!noise.model.biasInstability.value);
@@ -215,7 +215,7 @@ void TestGeneratedNoise::vibrationIsFound()
     const double amplitudes[] = {0.05, 0.0, 0.2};
     for (std::size_t axis = 0; axis < 3; ++axis) {
         const auto lines =
-            analysis::spectralLines(analysis::welch({samples.acceleration[axis]}, 1.0 / PERIOD));
+            analysis::spectralLines(analysis::welch({samples.acceleration[axis]}, 1.0 / imuPeriod));
         if (amplitudes[axis] == 0.0) {
             QVERIFY(lines.empty());
             continue;

@@ -58,7 +58,7 @@ print("#pragma once\n")
 print("// clang-format off")
 print("struct RotationCase { double angle, axis[3], matrix[9], quaternion[4], turned[3]; };")
 print("/// turned: (1, -2, 3) turned by the rotation.")
-print("const RotationCase ROTATIONS[] = {")
+print("const RotationCase rotations[] = {")
 for angle, axis in rotations:
     r = rotation(angle, axis)
     print("    {%s, {%s}, {%s}, {%s}, {%s}}," % (
@@ -67,7 +67,7 @@ for angle, axis in rotations:
 print("};\n")
 
 print("struct ProductCase { double angleA, axisA[3], angleB, axisB[3], quaternion[4]; };")
-print("const ProductCase PRODUCTS[] = {")
+print("const ProductCase products[] = {")
 for (a, u), (b, v) in [((0.5, (1, 0, 0)), (1.2, (0, 0, 1))), ((1.2, (0, 0, 1)), (0.5, (1, 0, 0))),
                        ((2.8, (1, 2, 3)), (-2.0, (3, -2, 1)))]:
     q = quaternion(rotation(a, u) @ rotation(b, v))
@@ -77,14 +77,14 @@ print("};\n")
 
 m = f32([[2, -1, 0.5, 3], [0.25, 4, -2, 1], [1, 0.5, 5, -3], [0.1, 0.2, -0.3, 1]])
 n = f32([[1, 2, 3, 4], [-1, 0.5, 2, -3], [0, 1, -2, 0.25], [2, -1, 1, 3]])
-print("const double MATRIX_M[16] = {%s};" % numbers(m))
-print("const double MATRIX_N[16] = {%s};" % numbers(n))
-print("const double MATRIX_PRODUCT[16] = {%s};" % numbers(m @ n))
-print("const double MATRIX_INVERSE[16] = {%s};\n" % numbers(np.linalg.inv(m)))
+print("const double matrixM[16] = {%s};" % numbers(m))
+print("const double matrixN[16] = {%s};" % numbers(n))
+print("const double matrixProduct[16] = {%s};" % numbers(m @ n))
+print("const double matrixInverse[16] = {%s};\n" % numbers(np.linalg.inv(m)))
 
 print("/// Angles X, Y, Z in radians with the matrix Rz(Z) Ry(Y) Rx(X).")
 print("struct EulerCase { double angles[3], matrix[9]; };")
-print("const EulerCase EULERS[] = {")
+print("const EulerCase eulers[] = {")
 eulers = [(0, 0, 0), (0.4, 0, 0), (0, -0.7, 0), (0, 0, 2.5), (0.3, 0.6, -1.1), (-2.9, 1.3, 3.0),
           (3.0, -1.4, -3.0), (1.0, 1.5, 0.5), (-1.5, -1.55, 2.0)]
 for x, y, z in eulers:
@@ -92,7 +92,7 @@ for x, y, z in eulers:
     print("    {{%s}, {%s}}," % (numbers(f32((x, y, z))), numbers(r)))
 print("};")
 print("/// The same at Y = +-pi/2, where only X - Z (Y > 0) or X + Z (Y < 0) shows: X, Y, Z as made.")
-print("const EulerCase LOCKED[] = {")
+print("const EulerCase locked[] = {")
 for x, y, z in [(0.5, np.pi / 2, 0.2), (-1.0, -np.pi / 2, 0.3), (2.5, np.pi / 2, -0.4),
                 (0.0, -np.pi / 2, 0.0)]:
     r = rotation(z, (0, 0, 1)) @ rotation(y, (0, 1, 0)) @ rotation(x, (1, 0, 0))

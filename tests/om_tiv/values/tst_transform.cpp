@@ -145,7 +145,7 @@ void TestTransform::normalizeLeavesAVectorWithoutLength()
 
 void TestTransform::rotationMatrixMatchesTheReference()
 {
-    for (const RotationCase& c : ROTATIONS) {
+    for (const RotationCase& c : rotations) {
         const Rotation rotation(static_cast<float>(c.angle), translation(c.axis));
         for (int i = 0; i < 9; ++i) {
             QVERIFY2(near(double{rotation.matrix()[i]}, c.matrix[i]),
@@ -163,7 +163,7 @@ void TestTransform::rotationAboutNoAxisIsTheIdentity()
 
 void TestTransform::orientationOfARotationMatchesTheReference()
 {
-    for (const RotationCase& c : ROTATIONS) {
+    for (const RotationCase& c : rotations) {
         const Orientation o = Rotation(static_cast<float>(c.angle), translation(c.axis));
         QVERIFY2(nearQuaternion(o, c.quaternion), qPrintable(QString::number(c.angle)));
     }
@@ -171,7 +171,7 @@ void TestTransform::orientationOfARotationMatchesTheReference()
 
 void TestTransform::translationTimesOrientationTurnsByTheRotation()
 {
-    for (const RotationCase& c : ROTATIONS) {
+    for (const RotationCase& c : rotations) {
         const Orientation o = Rotation(static_cast<float>(c.angle), translation(c.axis));
         const Translation turned = Translation(1.0F, -2.0F, 3.0F) * o;
         QVERIFY2(near(turned, c.turned[0], c.turned[1], c.turned[2], 4e-6),
@@ -181,7 +181,7 @@ void TestTransform::translationTimesOrientationTurnsByTheRotation()
 
 void TestTransform::productAppliesTheRightFactorFirst()
 {
-    for (const ProductCase& c : PRODUCTS) {
+    for (const ProductCase& c : products) {
         const Orientation a = Rotation(static_cast<float>(c.angleA), translation(c.axisA));
         const Orientation b = Rotation(static_cast<float>(c.angleB), translation(c.axisB));
         QVERIFY(nearQuaternion(a * b, c.quaternion));
@@ -284,7 +284,7 @@ void TestTransform::aNewMatrixIsTheIdentity()
     QVERIFY(near(Matrix4f(), identity, 0.0));
     QVERIFY(near(Matrix4f::identity(), identity, 0.0));
     QVERIFY(near(Transform(), identity, 0.0));
-    Matrix4f m = matrix(MATRIX_M);
+    Matrix4f m = matrix(matrixM);
     m.setIdentity();
     QVERIFY(near(m, identity, 0.0));
 }
@@ -304,12 +304,12 @@ void TestTransform::elementsAreInRowMajorOrder()
 
 void TestTransform::matrixProductMatchesTheReference()
 {
-    QVERIFY(near(matrix(MATRIX_M) * matrix(MATRIX_N), MATRIX_PRODUCT, 1e-5));
+    QVERIFY(near(matrix(matrixM) * matrix(matrixN), matrixProduct, 1e-5));
 }
 
 void TestTransform::matrixInverseMatchesTheReference()
 {
-    QVERIFY(near(Matrix4f::inverse(matrix(MATRIX_M)), MATRIX_INVERSE));
+    QVERIFY(near(Matrix4f::inverse(matrix(matrixM)), matrixInverse));
 }
 
 void TestTransform::inverseOfASingularMatrixIsNotFinite()
@@ -323,7 +323,7 @@ void TestTransform::inverseOfASingularMatrixIsNotFinite()
 
 void TestTransform::transposeSwapsRowsAndColumns()
 {
-    const Matrix4f m = matrix(MATRIX_M);
+    const Matrix4f m = matrix(matrixM);
     const Matrix4f transposed = Matrix4f::transpose(m);
     for (int row = 0; row < 4; ++row) {
         for (int column = 0; column < 4; ++column) {
@@ -334,7 +334,7 @@ void TestTransform::transposeSwapsRowsAndColumns()
 
 void TestTransform::transformMapsAPointByRotationThenTranslation()
 {
-    const RotationCase& c = ROTATIONS[5];
+    const RotationCase& c = rotations[5];
     const Transform t(Rotation(static_cast<float>(c.angle), translation(c.axis)),
                       Translation(10.0F, 20.0F, 30.0F));
     const double expected[16] = {
@@ -358,8 +358,8 @@ void TestTransform::settingTheOrientationKeepsTheTranslation()
     Transform t(Orientation(), Translation(1.0F, 2.0F, 3.0F));
     t.setOrientation(Rotation(1.2F, Translation(0.0F, 0.0F, 1.0F)));
     QVERIFY(near(t.getTranslation(), 1.0, 2.0, 3.0, 0.0));
-    QVERIFY(near(double{t(0, 0)}, ROTATIONS[3].matrix[0]));
-    QVERIFY(near(double{t(0, 1)}, ROTATIONS[3].matrix[1]));
+    QVERIFY(near(double{t(0, 0)}, rotations[3].matrix[0]));
+    QVERIFY(near(double{t(0, 1)}, rotations[3].matrix[1]));
 }
 
 void TestTransform::settingTheTranslationKeepsTheOrientation()
@@ -367,12 +367,12 @@ void TestTransform::settingTheTranslationKeepsTheOrientation()
     Transform t(Rotation(1.2F, Translation(0.0F, 0.0F, 1.0F)), Translation());
     t.setTranslation(Translation(4.0F, 5.0F, 6.0F));
     QVERIFY(near(t.getTranslation(), 4.0, 5.0, 6.0, 0.0));
-    QVERIFY(nearQuaternion(t.getOrientation(), ROTATIONS[3].quaternion));
+    QVERIFY(nearQuaternion(t.getOrientation(), rotations[3].quaternion));
 }
 
 void TestTransform::orientationComesBackFromATransform()
 {
-    for (const RotationCase& c : ROTATIONS) {
+    for (const RotationCase& c : rotations) {
         const Transform t = rotationTransform(c.matrix);
         QVERIFY2(nearQuaternion(t.getOrientation(), c.quaternion),
                  qPrintable(QString::number(c.angle)));
@@ -381,12 +381,12 @@ void TestTransform::orientationComesBackFromATransform()
 
 void TestTransform::aTransformMadeFromAMatrixKeepsItAll()
 {
-    QVERIFY(near(Transform(matrix(MATRIX_M)), MATRIX_M, 1e-8));
+    QVERIFY(near(Transform(matrix(matrixM)), matrixM, 1e-8));
 }
 
 void TestTransform::eulerAnglesMatchTheReference()
 {
-    for (const EulerCase& c : EULERS) {
+    for (const EulerCase& c : eulers) {
         const Vector3<float> angles = rotationTransform(c.matrix).getEulerAngles(true);
         // Near the lock the matrix holds X and Z less exactly.
         QVERIFY2(near(angles, c.angles[0], c.angles[1], c.angles[2], 1e-5),
@@ -402,7 +402,7 @@ void TestTransform::eulerAnglesMatchTheReference()
 
 void TestTransform::eulerAnglesInGimbalLock()
 {
-    for (const EulerCase& c : LOCKED) {
+    for (const EulerCase& c : locked) {
         const Vector3<float> angles = rotationTransform(c.matrix).getEulerAngles(true);
         const bool up = c.angles[1] > 0.0;
         const double left = up ? c.angles[0] - c.angles[2] : c.angles[0] + c.angles[2];
@@ -427,7 +427,7 @@ void TestTransform::eulerAnglesOfHalfTurnsArePositive()
 
 void TestTransform::eulerAnglesInDegrees()
 {
-    const EulerCase& c = EULERS[4];
+    const EulerCase& c = eulers[4];
     const Vector3<float> angles = rotationTransform(c.matrix).getEulerAngles(false);
     QVERIFY(near(angles, c.angles[0] * 180.0 / pi, c.angles[1] * 180.0 / pi,
                  c.angles[2] * 180.0 / pi, 1e-4));

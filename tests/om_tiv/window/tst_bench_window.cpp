@@ -42,12 +42,12 @@ namespace {
 
 constexpr unsigned int first = 20000001;
 constexpr unsigned int second = 30000002;
-constexpr double DEGREE = pi / 180.0;
+constexpr double degree = pi / 180.0;
 
 /// Degrees between two poses.
 double between(const Quaternion& a, const Quaternion& b)
 {
-    return length(toRotationVector(conjugate(a) * b)) / DEGREE;
+    return length(toRotationVector(conjugate(a) * b)) / degree;
 }
 
 double between(const Vector& a, const Vector& b)
@@ -231,7 +231,7 @@ private slots:
         QFETCH(double, pitch);
         QFETCH(double, roll);
         const Attitude attitude =
-            attitudeOf(fromHeading(heading * DEGREE, pitch * DEGREE, roll * DEGREE));
+            attitudeOf(fromHeading(heading * degree, pitch * degree, roll * degree));
         QVERIFY(std::abs(std::remainder(attitude.heading - heading, 360.0)) < 1e-9);
         QVERIFY(attitude.heading >= 0.0 && attitude.heading < 360.0);
         QVERIFY(std::abs(attitude.pitch - pitch) < 1e-9);
@@ -561,7 +561,7 @@ private slots:
             awaitNews();
             passGlide();
             const Quaternion wanted =
-                fromRotationVector(5.0 * DEGREE * rotate(viewAttitude(), key.axis));
+                fromRotationVector(5.0 * degree * rotate(viewAttitude(), key.axis));
             QVERIFY(between(truth().pose, wanted) < 1e-6);
         }
     }

@@ -9,18 +9,18 @@ using namespace om::bench;
 
 namespace {
 
-constexpr Nanoseconds START = 1'000 * nsPerS;
-constexpr double DEGREE = pi / 180.0;
+constexpr Nanoseconds startTime = 1'000 * nsPerS;
+constexpr double degree = pi / 180.0;
 
 Nanoseconds after(double seconds)
 {
-    return START + static_cast<Nanoseconds>(seconds * 1e9);
+    return startTime + static_cast<Nanoseconds>(seconds * 1e9);
 }
 
 /// Angle between two poses, degrees.
 double angle(const Quaternion& a, const Quaternion& b)
 {
-    return length(toRotationVector(conjugate(a) * b)) / DEGREE;
+    return length(toRotationVector(conjugate(a) * b)) / degree;
 }
 
 double distance(const Vector& a, const Vector& b)
@@ -30,7 +30,7 @@ double distance(const Vector& a, const Vector& b)
 
 MotionTimeline timeline(MOTION motion, const Quaternion& pose = Quaternion())
 {
-    return MotionTimeline(motion, pose, START);
+    return MotionTimeline(motion, pose, startTime);
 }
 
 /// Directions spread evenly over the sphere (a Fibonacci spiral).
@@ -68,7 +68,7 @@ double largestGap(const MotionTimeline& motion, const Vector& world, double seco
             nearest[i] = std::max(nearest[i], dot(body, cells[i]));
         }
     }
-    return std::acos(*std::min_element(nearest.begin(), nearest.end())) / DEGREE;
+    return std::acos(*std::min_element(nearest.begin(), nearest.end())) / degree;
 }
 
 } // namespace
@@ -178,8 +178,8 @@ void TestMotion::headingFollowsThePose()
     Field field;
     field.declination = declination;
     // Pitch and roll do not change the heading.
-    const Quaternion pose = fromHeading(heading * DEGREE, 0.4, -0.7);
-    QVERIFY(std::abs(magneticHeading(pose, field) / DEGREE - expected) < 1e-9);
+    const Quaternion pose = fromHeading(heading * degree, 0.4, -0.7);
+    QVERIFY(std::abs(magneticHeading(pose, field) / degree - expected) < 1e-9);
 }
 
 void TestMotion::headingOfACameraThatLooksUpIsZero()
@@ -203,11 +203,11 @@ void TestMotion::atRestNothingMoves()
 
 void TestMotion::specificForceAtRestPointsUpWithGravity()
 {
-    QVERIFY(distance(timeline(MOTION::AT_REST).at(START).specificForce, {0.0, 9.80665, 0.0}) <
+    QVERIFY(distance(timeline(MOTION::AT_REST).at(startTime).specificForce, {0.0, 9.80665, 0.0}) <
             1e-12);
     // Right side down: up is the body's -x.
     const MotionTimeline tilted = timeline(MOTION::AT_REST, fromHeading(0.0, 0.0, pi / 2));
-    QVERIFY(distance(tilted.at(START).specificForce, {-9.80665, 0.0, 0.0}) < 1e-9);
+    QVERIFY(distance(tilted.at(startTime).specificForce, {-9.80665, 0.0, 0.0}) < 1e-9);
 }
 
 void TestMotion::handHeldMovesALittle()
@@ -219,7 +219,7 @@ void TestMotion::handHeldMovesALittle()
         const BodyState state = motion.at(after(t));
         farthest = std::max(farthest, angle(state.pose, pose));
         QVERIFY(std::abs(length(state.specificForce) - standardGravity) < 0.6);
-        QVERIFY(length(state.angularVelocity) / DEGREE < 40.0);
+        QVERIFY(length(state.angularVelocity) / degree < 40.0);
     }
     QVERIFY(farthest > 2.0 && farthest < 15.0);
 }
@@ -249,7 +249,7 @@ void TestMotion::tumbleTurnsAtAHandsPace()
 {
     const MotionTimeline motion = timeline(MOTION::TUMBLE);
     for (const double t : times(0.0, 60.0, 0.1)) {
-        const double rate = length(motion.at(after(t)).angularVelocity) / DEGREE;
+        const double rate = length(motion.at(after(t)).angularVelocity) / degree;
         QVERIFY(rate > 60.0 && rate < 180.0);
         QCOMPARE(motion.at(after(t)).movingState, 1);
     }
@@ -271,7 +271,7 @@ void TestMotion::angularVelocityIntegratesToThePose()
     body.setMotion(motion, after(5.0));
 
     constexpr double step = 0.0025;
-    Quaternion integrated = body.poseAt(START);
+    Quaternion integrated = body.poseAt(startTime);
     for (const double t : times(0.0, 10.0 - step / 2, step)) {
         // The rate at the middle of the step, in the body frame.
         const Vector rate = body.at(after(t + step / 2)).angularVelocity;
@@ -294,8 +294,8 @@ void TestMotion::specificForceFollowsTheHeight()
     const MotionTimeline body = timeline(motion, fromHeading(0.5, 0.2, 0.1));
     // The world's vertical part of the force, less gravity, integrated twice.
     constexpr double step = 0.0005;
-    double speed = (body.at(after(step)).height - body.at(START).height) / step;
-    double height = body.at(START).height;
+    double speed = (body.at(after(step)).height - body.at(startTime).height) / step;
+    double height = body.at(startTime).height;
     for (const double t : times(0.0, 2.5, step)) {
         const BodyState state = body.at(after(t + step / 2));
         const double acceleration = rotate(state.pose, state.specificForce).y - standardGravity;
@@ -348,7 +348,7 @@ void TestMotion::aPoseIsGlidedTo()
     QVERIFY(angle(body.poseAt(after(1.4)), to) < 1e-6);
     QVERIFY(angle(body.poseAt(after(50.0)), to) < 1e-6);
     // Half a turn in that time, the most there can be, stays within 1000 degrees per second.
-    QVERIFY(length(body.at(after(1.2)).angularVelocity) / DEGREE < 1000.0);
+    QVERIFY(length(body.at(after(1.2)).angularVelocity) / degree < 1000.0);
 }
 
 void TestMotion::aPoseWithoutGlideIsThereAtOnce()
@@ -399,7 +399,7 @@ void TestMotion::theGlideIntoTumbleStaysWithinTheGyroscopesRange()
     MotionTimeline body = timeline(MOTION::AT_REST, fromHeading(pi - 0.01));
     body.setMotion(MOTION::TUMBLE, after(1.0));
     for (const double t : times(1.0, 3.0, 0.01)) {
-        QVERIFY(length(body.at(after(t)).angularVelocity) / DEGREE < 1000.0);
+        QVERIFY(length(body.at(after(t)).angularVelocity) / degree < 1000.0);
     }
 }
 

@@ -12,7 +12,7 @@
 
 using namespace om;
 using namespace om::bench;
-using benchtest::START;
+using benchtest::startTime;
 
 namespace {
 
@@ -25,8 +25,8 @@ std::unique_ptr<PhysicsSource> sourceWith(const std::function<void(CameraConfig&
     const auto environment = std::make_shared<Environment>();
     environment->field = [] { return Field(); };
     return std::make_unique<PhysicsSource>(
-        config, std::make_shared<MotionTimeline>(config.motion, config.pose, START), environment,
-        START, turn);
+        config, std::make_shared<MotionTimeline>(config.motion, config.pose, startTime),
+        environment, startTime, turn);
 }
 
 std::unique_ptr<PhysicsSource> sourceOf(const std::function<void(SensorErrors&)>& change,
@@ -49,7 +49,7 @@ QByteArray text(const Vector& v)
         .toUtf8();
 }
 
-constexpr double G = standardGravity;
+constexpr double gravity = standardGravity;
 
 /// Everything that can be wrong at once.
 void spoil(SensorErrors& errors)
@@ -118,7 +118,7 @@ void TestSensorErrors::scaleAndMisalignmentActOnTheTrueValue()
         model.scaleFactor = {1.01, 0.98, 1.05};
         model.axesMisalignment = {{{0.0, 1.0, -2.0}, {3.0, 0.0, 4.0}, {-5.0, 6.0, 0.0}}};
     });
-    const Vector f = rotate(conjugate(fromHeading(0.0, 0.3, 0.4)), {0.0, G, 0.0});
+    const Vector f = rotate(conjugate(fromHeading(0.0, 0.3, 0.4)), {0.0, gravity, 0.0});
     const Vector expected{1.01 * (f.x + 0.01 * f.y - 0.02 * f.z),
                           0.98 * (f.y + 0.03 * f.x + 0.04 * f.z),
                           1.05 * (f.z - 0.05 * f.x + 0.06 * f.y)};
@@ -135,9 +135,9 @@ void TestSensorErrors::temperatureMovesBiasAndScale()
         config.errors.gyroscope.temperatureBias = {0.01, 0.0, 0.0};
     });
     // 10 degrees above the reference when plugged in, 22 when warm.
-    QVERIFY(near(source->imu(0).linearAcceleration, {1.0, 1.2 * G + 2.0, -3.0}, 1e-3));
+    QVERIFY(near(source->imu(0).linearAcceleration, {1.0, 1.2 * gravity + 2.0, -3.0}, 1e-3));
     const ImuSample warm = source->imu(400 * 7200);
-    QVERIFY2(near(warm.linearAcceleration, {2.2, 1.44 * G + 4.4, -6.6}, 1e-9),
+    QVERIFY2(near(warm.linearAcceleration, {2.2, 1.44 * gravity + 4.4, -6.6}, 1e-9),
              text(warm.linearAcceleration));
     QVERIFY(near(warm.angularVelocity, {0.22, 0.0, 0.0}, 1e-9));
 }
@@ -153,7 +153,7 @@ void TestSensorErrors::noiseDensityIsThatOfTheSampleRate()
     double y = 0.0;
     double z = 0.0;
     for (std::uint64_t i = 0; i < count; ++i) {
-        const Vector off = source->imu(i).linearAcceleration - Vector{0.0, G, 0.0};
+        const Vector off = source->imu(i).linearAcceleration - Vector{0.0, gravity, 0.0};
         x += off.x * off.x / count;
         y += off.y * off.y / count;
         z += off.z * off.z / count;
@@ -208,7 +208,7 @@ void TestSensorErrors::gravityActsOnTheGyroscope()
     const auto source = sourceOf([](SensorErrors& errors) {
         errors.gyroscope.gSensitivity = {{{0.0, 0.01, 0.0}, {0.0, 0.02, 0.0}, {0.3, 0.0, 0.0}}};
     });
-    QVERIFY(near(source->imu(0).angularVelocity, {0.01 * G, 0.02 * G, 0.0}));
+    QVERIFY(near(source->imu(0).angularVelocity, {0.01 * gravity, 0.02 * gravity, 0.0}));
 }
 
 void TestSensorErrors::vibrationIsASine()
@@ -220,8 +220,8 @@ void TestSensorErrors::vibrationIsASine()
     for (const std::uint64_t number : {0U, 1U, 7U, 100U, 4'000'000U}) {
         const ImuSample sample = source->imu(number);
         const double s = std::sin(
-            2.0 * pi * std::fmod(47.5 * static_cast<double>(sample.time - START) * 1e-9, 1.0));
-        QVERIFY2(near(sample.linearAcceleration, {0.3 * s, G, -0.6 * s}, 1e-6),
+            2.0 * pi * std::fmod(47.5 * static_cast<double>(sample.time - startTime) * 1e-9, 1.0));
+        QVERIFY2(near(sample.linearAcceleration, {0.3 * s, gravity, -0.6 * s}, 1e-6),
                  text(sample.linearAcceleration));
         QVERIFY(near(sample.angularVelocity, {}, 0.0));
     }
@@ -275,7 +275,7 @@ void TestSensorErrors::readingsEndAtTheRange()
         errors.accelerationBias = {150.0, -300.0, 12.0};
         errors.accelerometer.resolution = 0.001;
     });
-    QVERIFY2(near(own->imu(0).linearAcceleration, {8.0 * G, -8.0 * G, 12.0}),
+    QVERIFY2(near(own->imu(0).linearAcceleration, {8.0 * gravity, -8.0 * gravity, 12.0}),
              text(own->imu(0).linearAcceleration));
 }
 
@@ -381,11 +381,11 @@ void TestSensorErrors::aFastClockShortensThePeriod()
     const auto without = sourceOf([](SensorErrors&) {});
     for (const STREAM stream : {STREAM::IMU, STREAM::MAGNETOMETER, STREAM::BAROMETER}) {
         constexpr std::uint64_t count = 4'000'000;
-        const double jitter = static_cast<double>(without->timeOf(stream, count - 1) - START) -
+        const double jitter = static_cast<double>(without->timeOf(stream, count - 1) - startTime) -
                               count * 1e9 / PhysicsSource::rateOf(stream);
         const double expected =
             count * 1e9 / PhysicsSource::rateOf(stream) / (1.0 + 1e-6 * drift) + jitter;
-        const auto time = static_cast<double>(source->timeOf(stream, count - 1) - START);
+        const auto time = static_cast<double>(source->timeOf(stream, count - 1) - startTime);
         QVERIFY2(std::abs(time - expected) < 2.0, qPrintable(QString::number(time - expected)));
     }
 }
