@@ -64,14 +64,14 @@ void CalibPlot::setFitEllipse(CalibPlot::_plane plane, float x, float y, float w
     path.addEllipse(static_cast<double>(x), static_cast<double>(y), static_cast<double>(width),
                     static_cast<double>(height));
 
-    const QColor color = planeColor(plane);
+    const QColor colour = planeColour(plane);
     QwtPlotShapeItem* const item = fitEllipses[plane];
     item->setShape(path);
-    item->setPen(color.darker(200), 0.0, Qt::SolidLine);
-    item->setBrush(QBrush(color.lighter(150), Qt::SolidPattern));
+    item->setPen(colour.darker(200), 0.0, Qt::SolidLine);
+    item->setBrush(QBrush(colour.lighter(150), Qt::SolidPattern));
 }
 
-QColor CalibPlot::planeColor(CalibPlot::_plane plane)
+QColor CalibPlot::planeColour(CalibPlot::_plane plane)
 {
     switch (plane) {
     case PLANE_XY:

@@ -25,7 +25,7 @@ public:
     void setFitEllipse(CalibPlot::_plane plane, float x, float y, float width, float height);
 
     /// The colour of a plane's points and ellipse, translucent.
-    static QColor planeColor(CalibPlot::_plane plane);
+    static QColor planeColour(CalibPlot::_plane plane);
 
     /// Suspends the automatic replot of some plots while several of their items change, and replots
     /// each once at its end. Holds may be nested: the outermost one replots.

@@ -307,11 +307,11 @@ void MagCalibDlg::showHeadingState()
     label->setText(headingStateWord(headingState));
 
     // Red at an accuracy of 0.0, green at 1.0.
-    QColor color;
-    color.setHsvF(static_cast<double>(headingAccuracy) * 0.33, 0.75, 0.8, 1.0);
-    QPalette colors = label->palette();
-    colors.setColor(QPalette::All, QPalette::Window, color);
-    colors.setColor(QPalette::All, QPalette::WindowText, Qt::black);
+    QColor colour;
+    colour.setHsvF(static_cast<double>(headingAccuracy) * 0.33, 0.75, 0.8, 1.0);
+    QPalette colours = label->palette();
+    colours.setColor(QPalette::All, QPalette::Window, colour);
+    colours.setColor(QPalette::All, QPalette::WindowText, Qt::black);
     label->setAutoFillBackground(true);
-    label->setPalette(colors);
+    label->setPalette(colours);
 }

@@ -70,11 +70,11 @@ std::array<CalibPlot*, 5> MagCalibDlg::plots() const
 void MagCalibDlg::makeSymbols()
 {
     for (const CurveRow& row : curveTable()) {
-        const QColor color = row.lastOnly ? QColor(Qt::black) : CalibPlot::planeColor(row.plane);
-        const QPen pen(QBrush(color), 1.0, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin);
+        const QColor colour = row.lastOnly ? QColor(Qt::black) : CalibPlot::planeColour(row.plane);
+        const QPen pen(QBrush(colour), 1.0, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin);
         this->*row.symbol =
-            row.lastOnly ? new QwtSymbol(QwtSymbol::Star1, QBrush(color), pen, QSize(9, 9))
-                         : new QwtSymbol(QwtSymbol::Diamond, QBrush(color), pen, QSize(5, 5));
+            row.lastOnly ? new QwtSymbol(QwtSymbol::Star1, QBrush(colour), pen, QSize(9, 9))
+                         : new QwtSymbol(QwtSymbol::Diamond, QBrush(colour), pen, QSize(5, 5));
     }
 }
 

@@ -292,8 +292,8 @@ void OGL3DWidget::showMovingInfo(int status)
     const QRectF boxes[] = {QRectF(10, 10, w, h), QRectF(10, h * 1.3 + 10, w, h)};
 
     QPainter painter(this);
-    const auto pen = [](const QColor& color) {
-        return QPen(QBrush(color), 1.0, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin);
+    const auto pen = [](const QColor& colour) {
+        return QPen(QBrush(colour), 1.0, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin);
     };
     painter.setPen(pen(QColor(150, 150, 150)));
     for (int i = 0; i < 2; ++i) {

@@ -166,7 +166,7 @@ void TestCalibPlot::threeEllipsesStandEmptyAtFirst()
 void TestCalibPlot::ellipseFillsItsRectangle_data()
 {
     QTest::addColumn<Plane>("plane");
-    QTest::addColumn<QColor>("color");
+    QTest::addColumn<QColor>("colour");
     QTest::newRow("XY") << CalibPlot::PLANE_XY << QColor(255, 53, 53, 100);
     QTest::newRow("XZ") << CalibPlot::PLANE_XZ << QColor(77, 156, 210, 100);
     QTest::newRow("YZ") << CalibPlot::PLANE_YZ << QColor(105, 199, 85, 100);
@@ -175,7 +175,7 @@ void TestCalibPlot::ellipseFillsItsRectangle_data()
 void TestCalibPlot::ellipseFillsItsRectangle()
 {
     QFETCH(Plane, plane);
-    QFETCH(QColor, color);
+    QFETCH(QColor, colour);
     CalibPlot plot;
     plot.setFitEllipse(plane, -40.1F, -30.2F, 80.3F, 70.4F);
     const QwtPlotShapeItem* const item = CalibPlotProbe{plot}.ellipse(plane);
@@ -183,12 +183,12 @@ void TestCalibPlot::ellipseFillsItsRectangle()
     path.addEllipse(static_cast<double>(-40.1F), static_cast<double>(-30.2F),
                     static_cast<double>(80.3F), static_cast<double>(70.4F));
     QVERIFY(item->shape() == path);
-    QCOMPARE(CalibPlot::planeColor(plane), color);
-    QCOMPARE(item->pen().color(), color.darker(200));
+    QCOMPARE(CalibPlot::planeColour(plane), colour);
+    QCOMPARE(item->pen().color(), colour.darker(200));
     QCOMPARE(item->pen().color().alpha(), 100);
     QCOMPARE(item->pen().widthF(), 0.0);
     QCOMPARE(item->pen().style(), Qt::SolidLine);
-    QCOMPARE(item->brush().color(), color.lighter(150));
+    QCOMPARE(item->brush().color(), colour.lighter(150));
     QCOMPARE(item->brush().style(), Qt::SolidPattern);
 }
 
@@ -245,7 +245,7 @@ void TestCalibPlot::ellipseIsSeenInItsColour_data()
 void TestCalibPlot::ellipseIsSeenInItsColour()
 {
     QFETCH(Plane, plane);
-    QFETCH(QColor, color);
+    QFETCH(QColor, colour);
     CalibPlot plot;
     plot.resize(290, 270);
     plot.setAxisScale(QwtPlot::xBottom, -10.0, 10.0);
@@ -259,7 +259,7 @@ void TestCalibPlot::ellipseIsSeenInItsColour()
                                   qRound(plot.transform(QwtPlot::yLeft, y)));
     };
     // The translucent brush over the white canvas, off the lines of the grid.
-    const QColor brush = color.lighter(150);
+    const QColor brush = colour.lighter(150);
     const double alpha = brush.alphaF();
     const auto mixed = [alpha](int channel) { return qRound(255 * (1 - alpha) + channel * alpha); };
     const QColor inside = pixel(1.3, 1.7);

@@ -32,7 +32,7 @@ private:
 };
 
 /// The colour of the dial within the scale, beside the needle.
-QColor faceColor(Compass& compass)
+QColor faceColour(Compass& compass)
 {
     compass.resize(160, 160);
     const QImage picture = compass.grab().toImage();
@@ -68,7 +68,7 @@ void TestCompass::untouchedCompassIsDarkBlueAtNorth()
     Compass compass;
     QCOMPARE(compass.palette().color(QPalette::Base), QColor(Qt::darkBlue));
     QCOMPARE(compass.value(), 0.0);
-    QCOMPARE(faceColor(compass).rgb(), QColor(Qt::darkBlue).darker(120).rgb());
+    QCOMPARE(faceColour(compass).rgb(), QColor(Qt::darkBlue).darker(120).rgb());
     // The needle's red end points up, its white end down.
     const QImage picture = compass.grab().toImage();
     int redAbove = 0;
@@ -113,7 +113,7 @@ void TestCompass::looksDifferInTheirFaceOnly()
             QCOMPARE(after.color(group, role), before.color(group, role));
         }
     }
-    QCOMPARE(faceColor(compass).rgb(), face.darker(120).rgb());
+    QCOMPARE(faceColour(compass).rgb(), face.darker(120).rgb());
 }
 
 void TestCompass::frameIsSunken()

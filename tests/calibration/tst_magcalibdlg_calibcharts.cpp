@@ -125,14 +125,14 @@ void TestCalibCharts::curvesAndSymbolsFollowTheTable_data()
 {
     QTest::addColumn<QString>("title");
     QTest::addColumn<QString>("plot");
-    QTest::addColumn<QColor>("color");
+    QTest::addColumn<QColor>("colour");
     QTest::addColumn<bool>("star");
     const QColor red(255, 53, 53, 100);
     const QColor blue(77, 156, 210, 100);
     const QColor green(105, 199, 85, 100);
     const QColor black(0, 0, 0, 255);
-    const auto row = [](const char* title, const char* plot, const QColor& color, bool star) {
-        QTest::newRow(title) << QString(title) << QString(plot) << color << star;
+    const auto row = [](const char* title, const char* plot, const QColor& colour, bool star) {
+        QTest::newRow(title) << QString(title) << QString(plot) << colour << star;
     };
     row("RAW Mag XY", "widget_plot_mixed_raw", red, false);
     row("RAW Mag XZ", "widget_plot_mixed_raw", blue, false);
@@ -152,7 +152,7 @@ void TestCalibCharts::curvesAndSymbolsFollowTheTable()
 {
     QFETCH(QString, title);
     QFETCH(QString, plot);
-    QFETCH(QColor, color);
+    QFETCH(QColor, colour);
     QFETCH(bool, star);
     DialogFixture f;
     auto* const widget = f.dialog->findChild<QwtPlot*>(plot);
@@ -169,9 +169,9 @@ void TestCalibCharts::curvesAndSymbolsFollowTheTable()
     QVERIFY(symbol);
     QCOMPARE(symbol->style(), star ? QwtSymbol::Star1 : QwtSymbol::Diamond);
     QCOMPARE(symbol->size(), star ? QSize(9, 9) : QSize(5, 5));
-    QCOMPARE(symbol->brush().color(), color);
+    QCOMPARE(symbol->brush().color(), colour);
     QCOMPARE(symbol->brush().style(), Qt::SolidPattern);
-    QCOMPARE(symbol->pen().color(), color);
+    QCOMPARE(symbol->pen().color(), colour);
     QCOMPARE(symbol->pen().widthF(), 1.0);
     QCOMPARE(symbol->pen().style(), Qt::SolidLine);
     QCOMPARE(symbol->pen().capStyle(), Qt::SquareCap);

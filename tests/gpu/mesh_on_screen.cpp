@@ -60,7 +60,7 @@ struct Expected
 Expected expectedOf(const SceneView& view, const Matrix& rotation)
 {
     const std::vector<float>& vertices = OpenObject::verticesOf(*view.cameraModel);
-    const std::vector<float>& colors = OpenObject::colorsOf(*view.cameraModel);
+    const std::vector<float>& colours = OpenObject::coloursOf(*view.cameraModel);
     Expected expected;
     QPointF sum;
     double area = 0.0;
@@ -73,7 +73,7 @@ Expected expectedOf(const SceneView& view, const Matrix& rotation)
         expected.top = std::min(expected.top, p.y());
         expected.bottom = std::max(expected.bottom, p.y());
         corner[i / 3 % 3] = p;
-        if (i / 3 % 3 == 2 && colors[i] == 1.0F) { // a yellow triangle
+        if (i / 3 % 3 == 2 && colours[i] == 1.0F) { // a yellow triangle
             const QPointF u = corner[1] - corner[0];
             const QPointF v = corner[2] - corner[0];
             const double a = std::abs(u.x() * v.y() - u.y() * v.x());

@@ -20,7 +20,7 @@ public:
     {
         return object.*(&OpenObject::vertices);
     }
-    static const std::vector<float>& colorsOf(const Simple3DObject& object)
+    static const std::vector<float>& coloursOf(const Simple3DObject& object)
     {
         return object.*(&OpenObject::colors);
     }

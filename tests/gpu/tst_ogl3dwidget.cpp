@@ -52,19 +52,19 @@ void wheel(QWidget& widget, QPoint delta)
 void apply(SceneView& view, const Input& input)
 {
     switch (input.kind) {
-    case Input::orbit:
+    case Input::Orbit:
         drag(view, Qt::LeftButton, {200, 150}, {double(input.a), double(input.b)});
         break;
-    case Input::pan:
+    case Input::Pan:
         drag(view, Qt::RightButton, {200, 150}, {double(input.a), double(input.b)});
         break;
-    case Input::wheel:
+    case Input::Wheel:
         wheel(view, {0, input.a});
         break;
-    case Input::key:
+    case Input::Key:
         QTest::keyClick(&view, static_cast<Qt::Key>(input.a));
         break;
-    case Input::paint:
+    case Input::Paint:
         view.paintNow();
         break;
     }
@@ -307,8 +307,8 @@ void TestOgl3dWidget::inputWithoutASceneIsHarmless()
     SceneView view;
     QVERIFY(view.showOnScreen(320, 220));
     for (const Input& input :
-         {Input{Input::orbit, 10, 10}, Input{Input::pan, 10, 10}, Input{Input::wheel, 120, 0},
-          Input{Input::key, Qt::Key_Left, 0}, Input{Input::key, Qt::Key_R, 0}}) {
+         {Input{Input::Orbit, 10, 10}, Input{Input::Pan, 10, 10}, Input{Input::Wheel, 120, 0},
+          Input{Input::Key, Qt::Key_Left, 0}, Input{Input::Key, Qt::Key_R, 0}}) {
         apply(view, input);
     }
     view.setCameraMovingStatus(2);
@@ -454,11 +454,11 @@ void TestOgl3dWidget::axesPointAsTheDisplaySeesThem()
     QCOMPARE(OpenObject::verticesOf(*view.axes),
              (std::vector<float>{0, 0, 0, -1, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, -1}));
     const int colours[3][3] = {{255, 87, 87}, {48, 214, 149}, {0, 190, 255}};
-    const std::vector<float>& colors = OpenObject::colorsOf(*view.axes);
-    QCOMPARE(colors.size(), std::size_t{18});
+    const std::vector<float>& vertexColours = OpenObject::coloursOf(*view.axes);
+    QCOMPARE(vertexColours.size(), std::size_t{18});
     for (std::size_t i = 0; i < 18; ++i) {
         const std::size_t axis = i / 6;
-        QCOMPARE(colors[i], static_cast<float>(colours[axis][i % 3]) / 255.0F);
+        QCOMPARE(vertexColours[i], static_cast<float>(colours[axis][i % 3]) / 255.0F);
     }
 }
 
@@ -484,7 +484,7 @@ void TestOgl3dWidget::axesHaveTheColoursOfFieldsAndCurves()
     QFETCH(QString, text);
     QFETCH(QVector<int>, curves);
     // Each axis is a line of two points with three channels.
-    const float* const line = OpenObject::colorsOf(*freshScene(0).axes).data() + 6 * axis;
+    const float* const line = OpenObject::coloursOf(*freshScene(0).axes).data() + 6 * axis;
     const QColor colour = QColor::fromRgbF(line[0], line[1], line[2]);
     QCOMPARE(clr::toStr(colour), text);
 
@@ -521,11 +521,11 @@ void TestOgl3dWidget::floorIsARasterOfCrossesWithTicksAtItsCorners()
     }
     QCOMPARE(expected.size(), std::size_t{(121 * 2 + 4) * 6});
     QCOMPARE(OpenObject::verticesOf(*view.floorGrid), expected);
-    const std::vector<float>& colors = OpenObject::colorsOf(*view.floorGrid);
-    for (std::size_t i = 0; i < colors.size(); i += 3) {
-        QCOMPARE(colors[i], 217.0F / 255.0F);
-        QCOMPARE(colors[i + 1], 1.0F);
-        QCOMPARE(colors[i + 2], 66.0F / 255.0F);
+    const std::vector<float>& vertexColours = OpenObject::coloursOf(*view.floorGrid);
+    for (std::size_t i = 0; i < vertexColours.size(); i += 3) {
+        QCOMPARE(vertexColours[i], 217.0F / 255.0F);
+        QCOMPARE(vertexColours[i + 1], 1.0F);
+        QCOMPARE(vertexColours[i + 2], 66.0F / 255.0F);
     }
 }
 
@@ -557,8 +557,8 @@ void TestOgl3dWidget::floorMarkHasItsLinesInOrder()
         expected.insert(expected.end(), {i, 7.5F, j, i, 6.5F, j});
     }
     QCOMPARE(OpenObject::verticesOf(object), expected);
-    QCOMPARE(OpenObject::colorsOf(object)[0], 0.1F);
-    QCOMPARE(OpenObject::colorsOf(object).back(), 0.3F);
+    QCOMPARE(OpenObject::coloursOf(object)[0], 0.1F);
+    QCOMPARE(OpenObject::coloursOf(object).back(), 0.3F);
 }
 
 void TestOgl3dWidget::meshFollowsTheCameraModel_data()
@@ -584,7 +584,7 @@ void TestOgl3dWidget::meshFollowsTheCameraModel()
     SceneView& view = freshScene(model);
     QCOMPARE(OpenObject::drawingTypeOf(*view.cameraModel), GLenum{GL_TRIANGLES});
     QCOMPARE(static_cast<int>(OpenObject::verticesOf(*view.cameraModel).size()), 3 * vertices);
-    QCOMPARE(OpenObject::colorsOf(*view.cameraModel)[0], aluminium);
+    QCOMPARE(OpenObject::coloursOf(*view.cameraModel)[0], aluminium);
 
     // The data on the GPU.
     view.makeCurrent();
@@ -613,19 +613,19 @@ void TestOgl3dWidget::laterModelsShareTheMeshOfTheSecond()
 {
     SceneView& view = freshScene(2);
     const std::vector<float> vertices = OpenObject::verticesOf(*view.cameraModel);
-    const std::vector<float> colors = OpenObject::colorsOf(*view.cameraModel);
+    const std::vector<float> vertexColours = OpenObject::coloursOf(*view.cameraModel);
     for (const int model : {3, 4, 5}) {
         ProgramStates::setIntAttr(ProgramStates::cameraModel, model);
         view.InitProcess();
         QCOMPARE(OpenObject::verticesOf(*view.cameraModel), vertices);
-        QCOMPARE(OpenObject::colorsOf(*view.cameraModel), colors);
+        QCOMPARE(OpenObject::coloursOf(*view.cameraModel), vertexColours);
     }
 }
 
 void TestOgl3dWidget::paintingOrderOfTheSmallModel()
 {
     SceneView& view = freshScene(1);
-    const std::vector<float>& colors = OpenObject::colorsOf(*view.cameraModel);
+    const std::vector<float>& vertexColours = OpenObject::coloursOf(*view.cameraModel);
     const std::pair<int, std::array<float, 3>> groups[] = {
         {35 + 52 + 38, {0.79F, 0.82F, 0.93F}},
         {1142 + 126, {0, 0, 0}},
@@ -635,10 +635,12 @@ void TestOgl3dWidget::paintingOrderOfTheSmallModel()
     std::size_t at = 0;
     for (const auto& [triangles, colour] : groups) {
         for (int vertex = 0; vertex < 3 * triangles; ++vertex, at += 3) {
-            QCOMPARE((std::array<float, 3>{colors[at], colors[at + 1], colors[at + 2]}), colour);
+            QCOMPARE((std::array<float, 3>{vertexColours[at], vertexColours[at + 1],
+                                           vertexColours[at + 2]}),
+                     colour);
         }
     }
-    QCOMPARE(at, colors.size());
+    QCOMPARE(at, vertexColours.size());
     // Within a colour the tables are in this order: the band, the cap, the strip.
     const std::vector<float>& vertices = OpenObject::verticesOf(*view.cameraModel);
     const auto x = [&vertices](std::size_t triangle) { return vertices[triangle * 9]; };

@@ -126,10 +126,10 @@ def row(name, inputs):
     steps = []
     for operation, *arguments in inputs:
         if operation == "key":
-            steps.append("{Input::key, Qt::Key_%s, 0}" % arguments[0])
+            steps.append("{Input::Key, Qt::Key_%s, 0}" % arguments[0])
         else:
             a, b = (list(arguments) + [0, 0])[:2]
-            steps.append("{Input::%s, %d, %d}" % (operation, a, b))
+            steps.append("{Input::%s, %d, %d}" % (operation.capitalize(), a, b))
     numbers = ", ".join(f"{v + 0.0:.9f}" for v in matrix.flatten())
     return '    {"%s",\n     {%s},\n     {%s}},\n' % (name, ", ".join(steps), numbers)
 
@@ -149,7 +149,7 @@ def main():
 
 struct Input
 {
-    enum Kind { orbit, pan, wheel, key, paint };
+    enum Kind { Orbit, Pan, Wheel, Key, Paint };
     Kind kind;
     int a; // pixels to the right, wheel delta, or Qt::Key
     int b; // pixels downward
