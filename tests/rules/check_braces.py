@@ -29,7 +29,7 @@ def bare_bodies(text):
     """The keyword and the place of each body without braces."""
     for match in KEYWORD.finditer(text):
         condition, loop, alternative, _ = match.groups()
-        if text[text.rfind("\n", 0, match.start()) + 1:match.start()].lstrip().startswith("#"):
+        if text[text.rfind("\n", 0, match.start()) + 1:match.start()].strip() == "#":
             continue  # of the preprocessor
         end = after_parentheses(text, match.end()) if condition or loop else match.end()
         body = text[end:].lstrip()
