@@ -52,7 +52,7 @@ private:
     void pass(std::chrono::milliseconds time);
     void waitForStatus(const char* word);
 
-    Bench& bench = theBench();
+    Bench& m_bench = theBench();
     MessageBoxes m_boxes;
     unsigned int m_serial = 0;
     std::unique_ptr<MagCalibDlg> m_dialog;
@@ -61,25 +61,25 @@ private:
 
 void TestCalibPhysics::setUp(const CameraConfig& config)
 {
-    bench.reset();
-    bench.clock().setManual(1'000 * nsPerS);
-    QVERIFY(bench.addCamera(config));
+    m_bench.reset();
+    m_bench.clock().setManual(1'000 * nsPerS);
+    QVERIFY(m_bench.addCamera(config));
     m_serial = config.serialNumber;
 }
 
 void TestCalibPhysics::open()
 {
     // The thread has a reading from its first read on: without one it would give up by itself.
-    bench.log().setHook([this](const auto& record) {
+    m_bench.log().setHook([this](const auto& record) {
         if (record.call == CALL::MCU_START_CAPTURE) {
-            bench.clock().advance(std::chrono::milliseconds(50));
+            m_bench.clock().advance(std::chrono::milliseconds(50));
         }
     });
     m_dialog = std::make_unique<MagCalibDlg>(static_cast<int>(m_serial), nullptr);
     m_probe = std::make_unique<MagCalibDlgProbe>(MagCalibDlgProbe{*m_dialog});
     m_dialog->show();
     QTRY_VERIFY(m_probe->running());
-    bench.log().setHook(nullptr);
+    m_bench.log().setHook(nullptr);
 }
 
 void TestCalibPhysics::close()
@@ -104,26 +104,26 @@ void TestCalibPhysics::press(QPushButton* button, const QString& answer)
 
 void TestCalibPhysics::pass(std::chrono::milliseconds time)
 {
-    const auto source = bench.camera(m_serial)->source();
-    bench.log().setHighRate(true);
+    const auto source = m_bench.camera(m_serial)->source();
+    m_bench.log().setHighRate(true);
     constexpr std::chrono::milliseconds step(15); // readings arrive about every 20 ms
     for (std::chrono::milliseconds passed{0}; passed < time; passed += step) {
-        const auto before = source->newest(STREAM::MAGNETOMETER, bench.clock().now());
-        bench.log().clear();
-        bench.clock().advance(step);
-        if (source->newest(STREAM::MAGNETOMETER, bench.clock().now()) == before) {
+        const auto before = source->newest(STREAM::MAGNETOMETER, m_bench.clock().now());
+        m_bench.log().clear();
+        m_bench.clock().advance(step);
+        if (source->newest(STREAM::MAGNETOMETER, m_bench.clock().now()) == before) {
             continue;
         }
         // One heading is computed for each new reading.
-        QVERIFY(
-            waiting::waitFor([this] { return bench.log().count(CALL::MCU_CALC_MAG_HEADING) > 0; }));
-        // The next read means that this reading has been handled.
-        const std::uint64_t reads = bench.log().count(CALL::MCU_GET_READER_DATA);
         QVERIFY(waiting::waitFor(
-            [this, reads] { return bench.log().count(CALL::MCU_GET_READER_DATA) > reads; }));
+            [this] { return m_bench.log().count(CALL::MCU_CALC_MAG_HEADING) > 0; }));
+        // The next read means that this reading has been handled.
+        const std::uint64_t reads = m_bench.log().count(CALL::MCU_GET_READER_DATA);
+        QVERIFY(waiting::waitFor(
+            [this, reads] { return m_bench.log().count(CALL::MCU_GET_READER_DATA) > reads; }));
         QCoreApplication::processEvents();
     }
-    bench.log().setHighRate(false);
+    m_bench.log().setHighRate(false);
 }
 
 void TestCalibPhysics::waitForStatus(const char* word)
@@ -173,7 +173,7 @@ void TestCalibPhysics::calibrationFindsTheTruthAndServesTheCompass()
     waitForStatus("CALIBRATION TO BE STORED");
 
     // The dialog's X is the body's x, its Y and Z the body's -y and -z.
-    const double strength = bench.field().strength;
+    const double strength = m_bench.field().strength;
     const double offset[] = {hardIron[0], -hardIron[1], -hardIron[2]};
     for (std::size_t i = 0; i < 3; ++i) {
         const double radius = strength * softIron[static_cast<int>(i)];
@@ -200,9 +200,9 @@ void TestCalibPhysics::calibrationFindsTheTruthAndServesTheCompass()
     double uncalibratedSquares = 0.0;
     constexpr int poses = 72;
     for (int i = 0; i < poses; ++i) {
-        bench.setPose(serial, om::bench::fromHeading(2.0 * om::bench::pi * i / poses));
+        m_bench.setPose(serial, om::bench::fromHeading(2.0 * om::bench::pi * i / poses));
         pass(std::chrono::milliseconds(600));
-        const double truth = bench.truth(serial).heading * 180.0 / om::bench::pi;
+        const double truth = m_bench.truth(serial).heading * 180.0 / om::bench::pi;
         calibratedSquares += std::pow(between(m_probe->headingCalib, truth), 2);
         uncalibratedSquares += std::pow(between(m_probe->headingUncalib, truth), 2);
     }
@@ -214,11 +214,11 @@ void TestCalibPhysics::calibrationFindsTheTruthAndServesTheCompass()
     waitForStatus("GOOD");
 
     // A motor nearby.
-    bench.changeFaults(serial, [](Faults& faults) { faults.magneticDisturbance = 30.0; });
+    m_bench.changeFaults(serial, [](Faults& faults) { faults.magneticDisturbance = 30.0; });
     pass(std::chrono::seconds(5));
     const auto quality = [this] { return m_probe->ui->label_mag_calib_quality->text(); };
     QTRY_VERIFY2(quality() == "OK" || quality() == "NOT GOOD", qPrintable(quality()));
-    bench.changeFaults(serial, [](Faults& faults) { faults.magneticDisturbance = 0.0; });
+    m_bench.changeFaults(serial, [](Faults& faults) { faults.magneticDisturbance = 0.0; });
 
     // Back to where it began.
     press(m_probe->ui->pushButton_reset, "Yes");
@@ -227,7 +227,7 @@ void TestCalibPhysics::calibrationFindsTheTruthAndServesTheCompass()
     QVERIFY(m_probe->headingCalib == m_probe->headingUncalib);
     QTRY_COMPARE(m_probe->ui->widget_calib_compass->value(), m_probe->headingUncalib);
     QCOMPARE(m_probe->ui->widget_raw_compass->value(), m_probe->ui->widget_calib_compass->value());
-    QVERIFY(bench.calibration(serial).isNeutral());
+    QVERIFY(m_bench.calibration(serial).isNeutral());
     close();
     QCOMPARE(m_boxes.open(), 0);
 }
@@ -268,11 +268,11 @@ void TestCalibPhysics::exchangedAxesOrSignsWouldShow()
     press(m_probe->ui->pushButton_save_calib, "Ok");
 
     // The content of the EEPROM, in the axes of the sensor: 1 down, 2 left, 3 forward.
-    const om::bench::MagCalibration stored = bench.calibration(config.serialNumber);
+    const om::bench::MagCalibration stored = m_bench.calibration(config.serialNumber);
     const Vector offset = om::bench::toSensorAxes(config.hardIron);
     const double offsets[] = {offset.x, offset.y, offset.z};
     const double gains[] = {gain[1], gain[0], gain[2]};
-    const double strength = bench.field().strength;
+    const double strength = m_bench.field().strength;
     for (std::size_t i = 0; i < 3; ++i) {
         QVERIFY(std::abs(static_cast<double>(stored.offset[i]) - offsets[i]) < 0.5);
         QVERIFY(std::abs(static_cast<double>(stored.scale[i]) * strength * gains[i] - 1.0) < 0.01);

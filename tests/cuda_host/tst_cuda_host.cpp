@@ -102,17 +102,17 @@ private:
     GLuint makeTexture(int width, int height, GLint format = GL_RGBA);
     std::vector<std::uint8_t> contentOf(GLuint texture, int width, int height);
 
-    QOffscreenSurface surface;
-    QOpenGLContext context;
+    QOffscreenSurface m_surface;
+    QOpenGLContext m_context;
 };
 
 void TestCudaHost::init()
 {
-    if (!context.isValid()) {
-        surface.create();
-        QVERIFY(context.create());
+    if (!m_context.isValid()) {
+        m_surface.create();
+        QVERIFY(m_context.create());
     }
-    QVERIFY(context.makeCurrent(&surface));
+    QVERIFY(m_context.makeCurrent(&m_surface));
     cudaGetLastError();
     cuCtxSetCurrent(nullptr);
 }
@@ -123,8 +123,8 @@ void TestCudaHost::cleanup()
     cuda_host::forgetFailures();
     QCOMPARE(cuda_host::allocatedBytes(), std::size_t{0});
     QCOMPARE(cuda_host::allocationCount(), std::size_t{0});
-    context.makeCurrent(&surface);
-    QCOMPARE(context.functions()->glGetError(), GLenum{GL_NO_ERROR});
+    m_context.makeCurrent(&m_surface);
+    QCOMPARE(m_context.functions()->glGetError(), GLenum{GL_NO_ERROR});
 }
 
 GLuint TestCudaHost::makeTexture(int width, int height, GLint format)
@@ -636,7 +636,7 @@ void TestCudaHost::unmapUploadsOnlyWhatWasCopied()
 
 void TestCudaHost::unmapKeepsTheUsersOpenGLState()
 {
-    QOpenGLFunctions* const gl = context.functions();
+    QOpenGLFunctions* const gl = m_context.functions();
     const GLuint texture = makeTexture(2, 2);
     const GLuint users = makeTexture(1, 1);
     cudaGraphicsResource_t resource = nullptr;
@@ -844,12 +844,12 @@ void TestCudaHost::registrationNeedsAContext()
     cudaGraphicsResource_t resource = nullptr;
     cudaGraphicsGLRegisterImage(&resource, texture, GL_TEXTURE_2D, 0);
     cudaGraphicsMapResources(1, &resource);
-    context.doneCurrent();
+    m_context.doneCurrent();
     cudaGraphicsResource_t another = nullptr;
     QCOMPARE(cudaGraphicsGLRegisterImage(&another, texture, GL_TEXTURE_2D, 0),
              cudaErrorInvalidGraphicsContext);
     QCOMPARE(cudaGraphicsUnmapResources(1, &resource), cudaErrorInvalidGraphicsContext);
-    QVERIFY(context.makeCurrent(&surface));
+    QVERIFY(m_context.makeCurrent(&m_surface));
     QCOMPARE(cudaGraphicsUnmapResources(1, &resource), cudaSuccess);
     cudaGraphicsUnregisterResource(resource);
     glDeleteTextures(1, &texture);

@@ -186,7 +186,7 @@ private:
     /// A window of 320 x 240 with a new scene. The window is shown only once, because that is slow.
     SceneView& freshScene(int model);
 
-    std::unique_ptr<SceneView> shownView;
+    std::unique_ptr<SceneView> m_shownView;
 };
 
 void TestOgl3dWidget::cleanup()
@@ -196,26 +196,26 @@ void TestOgl3dWidget::cleanup()
 
 void TestOgl3dWidget::cleanupTestCase()
 {
-    shownView.reset();
+    m_shownView.reset();
 }
 
 SceneView& TestOgl3dWidget::freshScene(int model)
 {
-    if (shownView == nullptr) {
-        shownView = std::make_unique<SceneView>();
-        if (!shownView->showScene(320, 240, model)) {
+    if (m_shownView == nullptr) {
+        m_shownView = std::make_unique<SceneView>();
+        if (!m_shownView->showScene(320, 240, model)) {
             qFatal("no window with OpenGL");
         }
-        return *shownView;
+        return *m_shownView;
     }
     ProgramStates::setIntAttr(ProgramStates::cameraModel, model);
-    shownView->InitProcess();
-    shownView->setGeometry(0, 0, 320, 240);
-    shownView->setAccStrenght(0, 0, 0);
-    shownView->mousePressed = false;
-    shownView->raise();
-    shownView->picture();
-    return *shownView;
+    m_shownView->InitProcess();
+    m_shownView->setGeometry(0, 0, 320, 240);
+    m_shownView->setAccStrenght(0, 0, 0);
+    m_shownView->mousePressed = false;
+    m_shownView->raise();
+    m_shownView->picture();
+    return *m_shownView;
 }
 
 // ---- Construction -------------------------------------------------------------------------------

@@ -103,33 +103,33 @@ private:
     /// Bytes of a buffer.
     std::vector<char> contentOf(GLuint buffer);
 
-    std::unique_ptr<SceneView> view;
-    QOpenGLFunctions_3_3_Compatibility* gl = nullptr;
+    std::unique_ptr<SceneView> m_view;
+    QOpenGLFunctions_3_3_Compatibility* m_gl = nullptr;
 };
 
 void TestSceneCost::init()
 {
-    view = std::make_unique<SceneView>();
-    QVERIFY(view->showScene(640, 480, 1));
-    view->makeCurrent();
-    gl = view->context()->versionFunctions<QOpenGLFunctions_3_3_Compatibility>();
-    QVERIFY(gl != nullptr && gl->initializeOpenGLFunctions());
+    m_view = std::make_unique<SceneView>();
+    QVERIFY(m_view->showScene(640, 480, 1));
+    m_view->makeCurrent();
+    m_gl = m_view->context()->versionFunctions<QOpenGLFunctions_3_3_Compatibility>();
+    QVERIFY(m_gl != nullptr && m_gl->initializeOpenGLFunctions());
 }
 
 void TestSceneCost::cleanup()
 {
-    view.reset();
+    m_view.reset();
     ProgramStates::resetStates();
 }
 
 std::vector<char> TestSceneCost::contentOf(GLuint buffer)
 {
     GLint size = 0;
-    gl->glBindBuffer(GL_COPY_READ_BUFFER, buffer);
-    gl->glGetBufferParameteriv(GL_COPY_READ_BUFFER, GL_BUFFER_SIZE, &size);
+    m_gl->glBindBuffer(GL_COPY_READ_BUFFER, buffer);
+    m_gl->glGetBufferParameteriv(GL_COPY_READ_BUFFER, GL_BUFFER_SIZE, &size);
     std::vector<char> bytes(static_cast<std::size_t>(size));
-    gl->glGetBufferSubData(GL_COPY_READ_BUFFER, 0, size, bytes.data());
-    gl->glBindBuffer(GL_COPY_READ_BUFFER, 0);
+    m_gl->glGetBufferSubData(GL_COPY_READ_BUFFER, 0, size, bytes.data());
+    m_gl->glBindBuffer(GL_COPY_READ_BUFFER, 0);
     return bytes;
 }
 
@@ -166,19 +166,19 @@ void TestSceneCost::framesAfterTheFirstAllocateNothing()
 #if HAS_COUNTER
     QFETCH(int, model);
     ProgramStates::setIntAttr(ProgramStates::cameraModel, model);
-    view->InitProcess();
-    view->makeCurrent();
-    view->setAccStrenght(0, 1, 0);
-    view->visualize();
+    m_view->InitProcess();
+    m_view->makeCurrent();
+    m_view->setAccStrenght(0, 1, 0);
+    m_view->visualize();
     glFinish();
     requests = 0;
     for (int frame = 0; frame < 100; ++frame) {
         const auto f = static_cast<float>(frame);
-        view->setCameraModelOr(om::Orientation(om::Rotation(0.1F * f, om::Translation(1, 2, 3))));
-        view->setAccStrenght(0.01F * f, 1.0F - 0.01F * f, -0.5F);
-        view->camera->rotate(om::Rotation(0.01F, om::Translation(0, 1, 0)));
+        m_view->setCameraModelOr(om::Orientation(om::Rotation(0.1F * f, om::Translation(1, 2, 3))));
+        m_view->setAccStrenght(0.01F * f, 1.0F - 0.01F * f, -0.5F);
+        m_view->camera->rotate(om::Rotation(0.01F, om::Translation(0, 1, 0)));
         counting = true;
-        view->visualize();
+        m_view->visualize();
         counting = false;
     }
     QVERIFY(requests < callers.size());
@@ -190,23 +190,23 @@ void TestSceneCost::framesAfterTheFirstAllocateNothing()
 
 void TestSceneCost::onlyTheAccelerationLinesAreUploadedEachFrame()
 {
-    view->setAccStrenght(0, 1, 0);
-    view->visualize();
+    m_view->setAccStrenght(0, 1, 0);
+    m_view->visualize();
     std::set<GLuint> dynamic;
     for (int i = 0; i < 3; ++i) {
-        dynamic.insert(OpenObject::buffersOf(*view->dynamicAxes)[i]);
+        dynamic.insert(OpenObject::buffersOf(*m_view->dynamicAxes)[i]);
     }
     // Six vertices: position and colour of three floats each, and an index.
     const std::size_t sizes[3] = {6 * 12, 6 * 12, 6 * 4};
     for (std::size_t i = 0; i < 3; ++i) {
-        QCOMPARE(contentOf(OpenObject::buffersOf(*view->dynamicAxes)[i]).size(), sizes[i]);
+        QCOMPARE(contentOf(OpenObject::buffersOf(*m_view->dynamicAxes)[i]).size(), sizes[i]);
     }
 
     // Every buffer gets content that no upload would write; after a frame the written ones are
     // known.
     std::set<GLuint> all;
     for (GLuint name = 1; name < 200; ++name) {
-        if (gl->glIsBuffer(name) != GL_FALSE && !contentOf(name).empty()) {
+        if (m_gl->glIsBuffer(name) != GL_FALSE && !contentOf(name).empty()) {
             all.insert(name);
         }
     }
@@ -215,36 +215,36 @@ void TestSceneCost::onlyTheAccelerationLinesAreUploadedEachFrame()
     for (const GLuint name : all) {
         // Elements stay within the buffers, so that the draw calls stay within bounds.
         const std::vector<char> poison(contentOf(name).size(), 0);
-        gl->glBindBuffer(GL_COPY_WRITE_BUFFER, name);
-        gl->glBufferSubData(GL_COPY_WRITE_BUFFER, 0, GLsizeiptr(poison.size()), poison.data());
-        gl->glBindBuffer(GL_COPY_WRITE_BUFFER, 0);
+        m_gl->glBindBuffer(GL_COPY_WRITE_BUFFER, name);
+        m_gl->glBufferSubData(GL_COPY_WRITE_BUFFER, 0, GLsizeiptr(poison.size()), poison.data());
+        m_gl->glBindBuffer(GL_COPY_WRITE_BUFFER, 0);
         poisoned[name] = poison;
     }
-    view->setAccStrenght(0.25F, 0.5F, 1);
-    view->visualize();
+    m_view->setAccStrenght(0.25F, 0.5F, 1);
+    m_view->visualize();
     for (const GLuint name : all) {
         const bool written = contentOf(name) != poisoned[name];
         QVERIFY2(written == (dynamic.count(name) != 0), qPrintable(QString::number(name)));
     }
-    QCOMPARE(gl->glGetError(), GLenum{GL_NO_ERROR});
+    QCOMPARE(m_gl->glGetError(), GLenum{GL_NO_ERROR});
 }
 
 void TestSceneCost::framesMakeNoObjectsOfOpenGL()
 {
-    view->setAccStrenght(0, 1, 0);
-    view->visualize();
+    m_view->setAccStrenght(0, 1, 0);
+    m_view->visualize();
     const auto objects = [this] {
         std::size_t count = 0;
         for (GLuint name = 1; name < 500; ++name) {
-            count += gl->glIsBuffer(name) + gl->glIsVertexArray(name) + gl->glIsProgram(name) +
-                     gl->glIsShader(name) + gl->glIsTexture(name);
+            count += m_gl->glIsBuffer(name) + m_gl->glIsVertexArray(name) +
+                     m_gl->glIsProgram(name) + m_gl->glIsShader(name) + m_gl->glIsTexture(name);
         }
         return count;
     };
     const std::size_t before = objects();
     QVERIFY(before > 12);
     for (int frame = 0; frame < 50; ++frame) {
-        view->visualize();
+        m_view->visualize();
     }
     QCOMPARE(objects(), before);
 }
@@ -255,21 +255,22 @@ void TestSceneCost::poseAndAccelerationMayComeFromAnotherThread()
     SideThread sensors([this] {
         for (int i = 0; i < 4000; ++i) {
             const float angle = 0.01F * static_cast<float>(i);
-            view->accStrength.x = std::cos(angle);
-            view->accStrength.y = std::sin(angle);
-            view->accStrength.z = 0;
-            view->setCameraModelOr(om::Orientation(om::Rotation(angle, om::Translation(0, 1, 0))));
-            view->setCameraModelPos(om::Translation(0, 0, 0));
-            view->movingStatus = i % 3;
+            m_view->accStrength.x = std::cos(angle);
+            m_view->accStrength.y = std::sin(angle);
+            m_view->accStrength.z = 0;
+            m_view->setCameraModelOr(
+                om::Orientation(om::Rotation(angle, om::Translation(0, 1, 0))));
+            m_view->setCameraModelPos(om::Translation(0, 0, 0));
+            m_view->movingStatus = i % 3;
         }
     });
     for (int frame = 0; frame < 50; ++frame) {
-        view->paintNow();
+        m_view->paintNow();
     }
     sensors.join();
-    view->makeCurrent();
-    QCOMPARE(gl->glGetError(), GLenum{GL_NO_ERROR});
-    QCOMPARE(view->movingStatus, 3999 % 3);
+    m_view->makeCurrent();
+    QCOMPARE(m_gl->glGetError(), GLenum{GL_NO_ERROR});
+    QCOMPARE(m_view->movingStatus, 3999 % 3);
 }
 
 QTEST_MAIN(TestSceneCost)

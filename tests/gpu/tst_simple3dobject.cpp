@@ -85,32 +85,32 @@ private:
     GLint bufferSize(GLenum target, GLuint buffer);
     std::vector<float> floatsIn(GLuint buffer);
 
-    QOffscreenSurface surface;
-    QOpenGLContext context;
-    std::unique_ptr<QOpenGLFramebufferObject> target;
-    QOpenGLFunctions_3_3_Compatibility* gl = nullptr;
+    QOffscreenSurface m_surface;
+    QOpenGLContext m_context;
+    std::unique_ptr<QOpenGLFramebufferObject> m_target;
+    QOpenGLFunctions_3_3_Compatibility* m_gl = nullptr;
 };
 
 void TestSimple3dObject::initTestCase()
 {
-    surface.create();
-    QVERIFY(context.create());
-    QVERIFY(context.makeCurrent(&surface));
-    gl = context.versionFunctions<QOpenGLFunctions_3_3_Compatibility>();
-    QVERIFY(gl != nullptr && gl->initializeOpenGLFunctions());
-    target = std::make_unique<QOpenGLFramebufferObject>(16, 16);
-    target->bind();
+    m_surface.create();
+    QVERIFY(m_context.create());
+    QVERIFY(m_context.makeCurrent(&m_surface));
+    m_gl = m_context.versionFunctions<QOpenGLFunctions_3_3_Compatibility>();
+    QVERIFY(m_gl != nullptr && m_gl->initializeOpenGLFunctions());
+    m_target = std::make_unique<QOpenGLFramebufferObject>(16, 16);
+    m_target->bind();
 }
 
 void TestSimple3dObject::init()
 {
-    QVERIFY(context.makeCurrent(&surface));
+    QVERIFY(m_context.makeCurrent(&m_surface));
 }
 
 void TestSimple3dObject::cleanup()
 {
-    QVERIFY(context.makeCurrent(&surface));
-    QCOMPARE(gl->glGetError(), GLenum{GL_NO_ERROR});
+    QVERIFY(m_context.makeCurrent(&m_surface));
+    QCOMPARE(m_gl->glGetError(), GLenum{GL_NO_ERROR});
 }
 
 template <typename Draw>
@@ -118,21 +118,21 @@ GLuint TestSimple3dObject::primitivesOf(Draw draw)
 {
     GLuint query = 0;
     GLuint count = 0;
-    gl->glGenQueries(1, &query);
-    gl->glBeginQuery(GL_PRIMITIVES_GENERATED, query);
+    m_gl->glGenQueries(1, &query);
+    m_gl->glBeginQuery(GL_PRIMITIVES_GENERATED, query);
     draw();
-    gl->glEndQuery(GL_PRIMITIVES_GENERATED);
-    gl->glGetQueryObjectuiv(query, GL_QUERY_RESULT, &count);
-    gl->glDeleteQueries(1, &query);
+    m_gl->glEndQuery(GL_PRIMITIVES_GENERATED);
+    m_gl->glGetQueryObjectuiv(query, GL_QUERY_RESULT, &count);
+    m_gl->glDeleteQueries(1, &query);
     return count;
 }
 
 GLint TestSimple3dObject::bufferSize(GLenum bufferTarget, GLuint buffer)
 {
     GLint size = -1;
-    gl->glBindBuffer(bufferTarget, buffer);
-    gl->glGetBufferParameteriv(bufferTarget, GL_BUFFER_SIZE, &size);
-    gl->glBindBuffer(bufferTarget, 0);
+    m_gl->glBindBuffer(bufferTarget, buffer);
+    m_gl->glGetBufferParameteriv(bufferTarget, GL_BUFFER_SIZE, &size);
+    m_gl->glBindBuffer(bufferTarget, 0);
     return size;
 }
 
@@ -140,10 +140,10 @@ std::vector<float> TestSimple3dObject::floatsIn(GLuint buffer)
 {
     std::vector<float> values(static_cast<std::size_t>(bufferSize(GL_ARRAY_BUFFER, buffer)) /
                               sizeof(float));
-    gl->glBindBuffer(GL_ARRAY_BUFFER, buffer);
-    gl->glGetBufferSubData(GL_ARRAY_BUFFER, 0,
-                           static_cast<GLsizeiptr>(values.size() * sizeof(float)), values.data());
-    gl->glBindBuffer(GL_ARRAY_BUFFER, 0);
+    m_gl->glBindBuffer(GL_ARRAY_BUFFER, buffer);
+    m_gl->glGetBufferSubData(GL_ARRAY_BUFFER, 0,
+                             static_cast<GLsizeiptr>(values.size() * sizeof(float)), values.data());
+    m_gl->glBindBuffer(GL_ARRAY_BUFFER, 0);
     return values;
 }
 
@@ -192,7 +192,7 @@ void TestSimple3dObject::pushUploadsVerticesColoursAndIndices()
     for (GLuint attribute = 0; attribute < 2; ++attribute) {
         const auto get = [&](GLenum name) {
             GLint value = -1;
-            gl->glGetVertexAttribiv(attribute, name, &value);
+            m_gl->glGetVertexAttribiv(attribute, name, &value);
             return value;
         };
         QCOMPARE(get(GL_VERTEX_ATTRIB_ARRAY_ENABLED), GL_TRUE);
@@ -203,7 +203,7 @@ void TestSimple3dObject::pushUploadsVerticesColoursAndIndices()
         QCOMPARE(get(GL_VERTEX_ATTRIB_ARRAY_BUFFER_BINDING), GLint(object.vboID[attribute]));
     }
     GLint elements = 0;
-    gl->glGetIntegerv(GL_ELEMENT_ARRAY_BUFFER_BINDING, &elements);
+    m_gl->glGetIntegerv(GL_ELEMENT_ARRAY_BUFFER_BINDING, &elements);
     QCOMPARE(elements, GLint(object.vboID[2]));
     object.vao.release();
 }
@@ -216,7 +216,7 @@ void TestSimple3dObject::pushLeavesNothingBound()
     for (const GLenum binding : {GLenum{GL_VERTEX_ARRAY_BINDING}, GLenum{GL_ARRAY_BUFFER_BINDING},
                                  GLenum{GL_ELEMENT_ARRAY_BUFFER_BINDING}}) {
         GLint value = -1;
-        gl->glGetIntegerv(binding, &value);
+        m_gl->glGetIntegerv(binding, &value);
         QCOMPARE(value, 0);
     }
 }
@@ -229,9 +229,9 @@ void TestSimple3dObject::usageFollowsIsStatic()
         object.pushToGPU();
         for (const GLuint buffer : object.vboID) {
             GLint usage = 0;
-            gl->glBindBuffer(GL_ARRAY_BUFFER, buffer);
-            gl->glGetBufferParameteriv(GL_ARRAY_BUFFER, GL_BUFFER_USAGE, &usage);
-            gl->glBindBuffer(GL_ARRAY_BUFFER, 0);
+            m_gl->glBindBuffer(GL_ARRAY_BUFFER, buffer);
+            m_gl->glGetBufferParameteriv(GL_ARRAY_BUFFER, GL_BUFFER_USAGE, &usage);
+            m_gl->glBindBuffer(GL_ARRAY_BUFFER, 0);
             QCOMPARE(usage, isStatic ? GL_STATIC_DRAW : GL_DYNAMIC_DRAW);
         }
     }
@@ -294,7 +294,7 @@ void TestSimple3dObject::drawDrawsEveryIndexAsTheTypeSays()
     object.setDrawingType(GL_POINTS);
     QCOMPARE(primitivesOf([&] { object.draw(); }), 12U);
     GLint bound = -1;
-    gl->glGetIntegerv(GL_VERTEX_ARRAY_BINDING, &bound);
+    m_gl->glGetIntegerv(GL_VERTEX_ARRAY_BINDING, &bound);
     QCOMPARE(bound, 0);
 }
 
@@ -344,16 +344,16 @@ void TestSimple3dObject::destructorLeavesColoursAndElementsToTheContext()
         object.pushToGPU();
         std::copy(std::begin(object.vboID), std::end(object.vboID), buffers);
     }
-    QCOMPARE(gl->glIsBuffer(buffers[0]), GLboolean{GL_FALSE});
-    QCOMPARE(gl->glIsBuffer(buffers[1]), GLboolean{GL_TRUE});
-    QCOMPARE(gl->glIsBuffer(buffers[2]), GLboolean{GL_TRUE});
+    QCOMPARE(m_gl->glIsBuffer(buffers[0]), GLboolean{GL_FALSE});
+    QCOMPARE(m_gl->glIsBuffer(buffers[1]), GLboolean{GL_TRUE});
+    QCOMPARE(m_gl->glIsBuffer(buffers[2]), GLboolean{GL_TRUE});
 }
 
 void TestSimple3dObject::objectMadeWithoutAContextNeverDraws()
 {
-    context.doneCurrent();
+    m_context.doneCurrent();
     auto object = std::make_unique<Object>();
-    QVERIFY(context.makeCurrent(&surface));
+    QVERIFY(m_context.makeCurrent(&m_surface));
     object->addLine({0, 0, 0}, {1, 1, 1}, {1, 1, 1});
     QVERIFY(!object->pushToGPU());
     QCOMPARE(primitivesOf([&] { object->draw(); }), 0U);
@@ -450,21 +450,21 @@ void TestSimple3dObject::dynAxisUploadsSixVerticesAfresh()
     QCOMPARE(floatsIn(axis.vboID[0]), axis.vertices);
     QCOMPARE(bufferSize(GL_ELEMENT_ARRAY_BUFFER, axis.vboID[2]), 6 * 4);
     GLint usage = 0;
-    gl->glBindBuffer(GL_ARRAY_BUFFER, axis.vboID[0]);
-    gl->glGetBufferParameteriv(GL_ARRAY_BUFFER, GL_BUFFER_USAGE, &usage);
-    gl->glBindBuffer(GL_ARRAY_BUFFER, 0);
+    m_gl->glBindBuffer(GL_ARRAY_BUFFER, axis.vboID[0]);
+    m_gl->glGetBufferParameteriv(GL_ARRAY_BUFFER, GL_BUFFER_USAGE, &usage);
+    m_gl->glBindBuffer(GL_ARRAY_BUFFER, 0);
     QCOMPARE(usage, GL_DYNAMIC_DRAW);
 }
 
 void TestSimple3dObject::dynAxisLeavesItsLineWidth()
 {
-    gl->glLineWidth(1.0F);
+    m_gl->glLineWidth(1.0F);
     Axis axis;
     axis.draw(0, 1, 0);
     GLfloat width = 0;
-    gl->glGetFloatv(GL_LINE_WIDTH, &width);
+    m_gl->glGetFloatv(GL_LINE_WIDTH, &width);
     QCOMPARE(width, 20.0F);
-    gl->glLineWidth(1.0F);
+    m_gl->glLineWidth(1.0F);
 }
 
 void TestSimple3dObject::dynAxisOfZeroDrawsNothing()

@@ -62,12 +62,12 @@ void put(QWidget* widget, Look look)
 class Block
 {
 public:
-    Block(QBoxLayout* parent, const Style& look) : style(look), grid(new QGridLayout)
+    Block(QBoxLayout* parent, const Style& look) : m_style(look), m_grid(new QGridLayout)
     {
-        grid->setHorizontalSpacing(8);
-        grid->setVerticalSpacing(2);
-        grid->setColumnStretch(5, 1);
-        parent->addLayout(grid);
+        m_grid->setHorizontalSpacing(8);
+        m_grid->setVerticalSpacing(2);
+        m_grid->setColumnStretch(5, 1);
+        parent->addLayout(m_grid);
     }
 
     void add(const QString& name, const QString& sheet, const std::function<QWidget*()>& make,
@@ -75,24 +75,24 @@ public:
     {
         auto* label = new QLabel(name);
         label->setFixedWidth(120);
-        label->setStyleSheet(style.labelAshStyle);
-        label->setFont(style.fontPro8);
-        const int row = grid->rowCount();
-        grid->addWidget(label, row, 0);
+        label->setStyleSheet(m_style.labelAshStyle);
+        label->setFont(m_style.fontPro8);
+        const int row = m_grid->rowCount();
+        m_grid->addWidget(label, row, 0);
         int column = 1;
         for (const Look look : looks) {
             QWidget* widget = make();
             widget->setStyleSheet(sheet);
             put(widget, look);
-            grid->addWidget(widget, row, column++);
+            m_grid->addWidget(widget, row, column++);
         }
     }
 
 private:
     Q_DISABLE_COPY(Block)
 
-    const Style& style;
-    QGridLayout* grid;
+    const Style& m_style;
+    QGridLayout* m_grid;
 };
 
 const std::vector<Look> four = {Look::Normal, Look::Hovered, Look::Checked, Look::Disabled};

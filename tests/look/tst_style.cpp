@@ -45,7 +45,7 @@ class TestStyle : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { style = std::make_unique<Style>(); }
+    void initTestCase() { m_style = std::make_unique<Style>(); }
 
     void membersStandInTheirOrder();
     void nothingElseIsHeld();
@@ -71,7 +71,7 @@ private slots:
     void aLaterStyleIsTheSame();
 
 private:
-    std::unique_ptr<Style> style;
+    std::unique_ptr<Style> m_style;
 };
 
 template <typename Type>
@@ -85,14 +85,14 @@ void TestStyle::membersStandInTheirOrder()
     std::ptrdiff_t expected = 0;
     const auto walk = [&](const auto& block) {
         for (const auto& row : block) {
-            QVERIFY2(offsetOf(*style, row.member) == expected, row.name);
-            expected += static_cast<std::ptrdiff_t>(sizeof(style.get()->*row.member));
+            QVERIFY2(offsetOf(*m_style, row.member) == expected, row.name);
+            expected += static_cast<std::ptrdiff_t>(sizeof(m_style.get()->*row.member));
         }
     };
     walk(firstStyleBlock);
     walk(fontBlock);
     walk(secondStyleBlock);
-    QCOMPARE(offsetOf(*style, &Style::digitWidth), expected);
+    QCOMPARE(offsetOf(*m_style, &Style::digitWidth), expected);
 }
 
 void TestStyle::nothingElseIsHeld()
@@ -237,21 +237,21 @@ void TestStyle::styleStrings()
 {
     QFETCH(StringMember, member);
     QFETCH(QString, expected);
-    QCOMPARE((*style).*member, expected);
+    QCOMPARE((*m_style).*member, expected);
 }
 
 void TestStyle::twoSlotsStayEmpty()
 {
-    QCOMPARE(style->emptyStyleA, QString());
-    QCOMPARE(style->emptyStyleB, QString());
+    QCOMPARE(m_style->emptyStyleA, QString());
+    QCOMPARE(m_style->emptyStyleB, QString());
 }
 
 void TestStyle::copiesEqualTheirSource()
 {
-    QCOMPARE(style->checkBoxLargeCopyStyle, style->checkBoxLargeStyle);
-    QCOMPARE(style->sensorButtonCopyStyle, style->sensorButtonStyle);
-    QCOMPARE(style->labelAshCopyStyle, style->labelAshStyle);
-    QCOMPARE(style->plainEditCopyStyle, style->plainEditStyle);
+    QCOMPARE(m_style->checkBoxLargeCopyStyle, m_style->checkBoxLargeStyle);
+    QCOMPARE(m_style->sensorButtonCopyStyle, m_style->sensorButtonStyle);
+    QCOMPARE(m_style->labelAshCopyStyle, m_style->labelAshStyle);
+    QCOMPARE(m_style->plainEditCopyStyle, m_style->plainEditStyle);
 }
 
 void TestStyle::everyOtherRowIsFilledAndItsOwn()
@@ -263,7 +263,7 @@ void TestStyle::everyOtherRowIsFilledAndItsOwn()
             if (name.startsWith("empty") || name.contains("Copy") || name.startsWith("css")) {
                 continue;
             }
-            const QString text = (*style).*row.member;
+            const QString text = (*m_style).*row.member;
             QVERIFY2(!text.isEmpty(), row.name);
             // Lime is the company's colour and red that of the x axis.
             if (name != "labelCompanyStyle" && name != "labelXStyle") {
@@ -294,7 +294,7 @@ void TestStyle::rowsToBeFilledKeepTheirPlaces()
 {
     QFETCH(StringMember, member);
     QFETCH(int, places);
-    QString text = (*style).*member;
+    QString text = (*m_style).*member;
     for (int place = 1; place <= places; ++place) {
         QVERIFY(text.contains("%" + QString::number(place)));
         text = text.arg("value" + QString::number(place));
@@ -308,10 +308,10 @@ void TestStyle::axisFieldsDifferOnlyInTheirColour()
     const auto recoloured = [](QString text, const QString& from) {
         return text.replace(from, "axis");
     };
-    const QString x = recoloured(style->xAxisEditStyle, "rgb(255,87,87)");
-    QCOMPARE(recoloured(style->yAxisEditStyle, "rgb(48,214,149)"), x);
-    QCOMPARE(recoloured(style->zAxisEditStyle, "rgb(0,190,255)"), x);
-    QCOMPARE(recoloured(style->singleAxisEditStyle, "rgb(255,87,48)"), x);
+    const QString x = recoloured(m_style->xAxisEditStyle, "rgb(255,87,87)");
+    QCOMPARE(recoloured(m_style->yAxisEditStyle, "rgb(48,214,149)"), x);
+    QCOMPARE(recoloured(m_style->zAxisEditStyle, "rgb(0,190,255)"), x);
+    QCOMPARE(recoloured(m_style->singleAxisEditStyle, "rgb(255,87,48)"), x);
     QCOMPARE(x.count("axis"), 2);
 }
 
@@ -363,9 +363,9 @@ void TestStyle::digitWidthIsThatOfTheReferenceFont()
 {
     QFont reference("NB Akademie Mono Pro Medium");
     reference.setPointSize(10);
-    QCOMPARE(style->digitWidth, QFontMetrics(reference).horizontalAdvance("123"));
+    QCOMPARE(m_style->digitWidth, QFontMetrics(reference).horizontalAdvance("123"));
     QCOMPARE(QFontInfo(reference).family(), QString("IBM Plex Mono Medium"));
-    QVERIFY(style->digitWidth > 0);
+    QVERIFY(m_style->digitWidth > 0);
 }
 
 void TestStyle::fonts_data()
@@ -429,9 +429,9 @@ void TestStyle::fonts()
     QFETCH(bool, upperCase);
     QFETCH(QString, resolvedFamily);
     QFETCH(QString, resolvedFace);
-    const QFont font = (*style).*member;
+    const QFont font = (*m_style).*member;
     QCOMPARE(font.family(), family);
-    QCOMPARE(font.pointSize(), scaledPointSize(reference, style->digitWidth));
+    QCOMPARE(font.pointSize(), scaledPointSize(reference, m_style->digitWidth));
     QCOMPARE(font.weight(), weight);
     QCOMPARE(font.letterSpacing(), spacing == 0 ? QFont().letterSpacing() : qreal(spacing));
     QCOMPARE(font.letterSpacingType(), QFont::PercentageSpacing);
@@ -483,9 +483,9 @@ void TestStyle::fontTexts()
     QFETCH(QString, family);
     QFETCH(QString, weight);
     QFETCH(int, reference);
-    QCOMPARE((*style).*member, QString("font-family: %1; font-weight: %2; font-size: %3pt;")
-                                   .arg(family, weight)
-                                   .arg(scaledPointSize(reference, style->digitWidth)));
+    QCOMPARE((*m_style).*member, QString("font-family: %1; font-weight: %2; font-size: %3pt;")
+                                     .arg(family, weight)
+                                     .arg(scaledPointSize(reference, m_style->digitWidth)));
 }
 
 void TestStyle::fontTextsResolveInsideAStyleSheet_data()
@@ -499,20 +499,20 @@ void TestStyle::fontTextsResolveInsideAStyleSheet()
     QFETCH(QString, family);
     QFETCH(int, reference);
     QLabel label;
-    label.setStyleSheet("QLabel{" + (*style).*member + "}");
+    label.setStyleSheet("QLabel{" + (*m_style).*member + "}");
     label.ensurePolished();
     QCOMPARE(QFontInfo(label.font()).family(),
              QString(family.endsWith("Medium") ? "IBM Plex Mono Medium" : "IBM Plex Mono"));
-    QCOMPARE(label.font().pointSize(), scaledPointSize(reference, style->digitWidth));
+    QCOMPARE(label.font().pointSize(), scaledPointSize(reference, m_style->digitWidth));
 }
 
 void TestStyle::aLaterStyleIsTheSame()
 {
     const Style later;
-    QCOMPARE(later.digitWidth, style->digitWidth);
+    QCOMPARE(later.digitWidth, m_style->digitWidth);
     const auto compare = [&](const auto& block) {
         for (const auto& row : block) {
-            QVERIFY2(later.*row.member == (*style).*row.member, row.name);
+            QVERIFY2(later.*row.member == (*m_style).*row.member, row.name);
         }
     };
     compare(firstStyleBlock);

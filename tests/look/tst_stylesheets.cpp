@@ -98,7 +98,7 @@ class TestStyleSheets : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { style = std::make_unique<Style>(); }
+    void initTestCase() { m_style = std::make_unique<Style>(); }
 
     void qtReadsEverySheetWithoutComplaint_data();
     void qtReadsEverySheetWithoutComplaint();
@@ -119,7 +119,7 @@ private slots:
     void clearSheetAlsoFitsALabel();
 
 private:
-    std::unique_ptr<Style> style;
+    std::unique_ptr<Style> m_style;
 };
 
 void TestStyleSheets::qtReadsEverySheetWithoutComplaint_data()
@@ -139,7 +139,7 @@ void TestStyleSheets::qtReadsEverySheetWithoutComplaint_data()
 void TestStyleSheets::qtReadsEverySheetWithoutComplaint()
 {
     QFETCH(StringMember, member);
-    QString sheet = (*style).*member;
+    QString sheet = (*m_style).*member;
     const QString tag = QTest::currentDataTag();
     if (tag == "labelTemplateStyle") {
         sheet = sheet.arg(clr::om_lime);
@@ -210,7 +210,7 @@ void TestStyleSheets::rowsNameTheirImages()
 {
     QFETCH(StringMember, member);
     QFETCH(QStringList, images);
-    QCOMPARE(imagesIn((*style).*member), images);
+    QCOMPARE(imagesIn((*m_style).*member), images);
 }
 
 void TestStyleSheets::namedImagesAreInTheBundleOrKnownToBeMissing()
@@ -218,7 +218,7 @@ void TestStyleSheets::namedImagesAreInTheBundleOrKnownToBeMissing()
     QStringList absent;
     const auto walk = [&](const auto& block) {
         for (const auto& row : block) {
-            for (const QString& image : imagesIn((*style).*row.member)) {
+            for (const QString& image : imagesIn((*m_style).*row.member)) {
                 if (!QFile::exists(":/images/" + image + ".png")) {
                     absent += image;
                 }
@@ -271,12 +271,12 @@ void TestStyleSheets::groundOfAButton()
     QFETCH(QString, checked);
     QFETCH(QString, disabled);
     QWidget window;
-    window.setStyleSheet(style->windowSoilStyle);
+    window.setStyleSheet(m_style->windowSoilStyle);
     window.resize(140, 60);
     QPushButton button(&window);
     button.setGeometry(10, 10, 120, 40);
     button.setCheckable(true);
-    button.setStyleSheet((*style).*member);
+    button.setStyleSheet((*m_style).*member);
     const auto ground = [&] { return window.grab().toImage().pixelColor(70, 30); };
     QCOMPARE(ground(), colour(normal));
     button.setChecked(true);
@@ -290,14 +290,14 @@ void TestStyleSheets::missingImageLeavesTheBackgroundOnly()
 {
     QToolButton button;
     button.resize(30, 30);
-    button.setStyleSheet("QToolButton{background-color: rgb(10,20,30);}" + style->aspectStyle);
+    button.setStyleSheet("QToolButton{background-color: rgb(10,20,30);}" + m_style->aspectStyle);
     const QImage image = button.grab().toImage();
     for (int y = 0; y < image.height(); ++y) {
         for (int x = 0; x < image.width(); ++x) {
             QCOMPARE(image.pixelColor(x, y), QColor(10, 20, 30));
         }
     }
-    button.setStyleSheet("QToolButton{background-color: rgb(10,20,30);}" + style->gearStyle);
+    button.setStyleSheet("QToolButton{background-color: rgb(10,20,30);}" + m_style->gearStyle);
     QVERIFY(button.grab().toImage() != image);
 }
 
@@ -307,7 +307,7 @@ void TestStyleSheets::aLabelIgnoresTheImageSheet()
     QLabel styled("text");
     plain.resize(60, 30);
     styled.resize(60, 30);
-    const QString sheet = style->labelImageStyle.arg(":/images/check_on.png");
+    const QString sheet = m_style->labelImageStyle.arg(":/images/check_on.png");
     styled.setStyleSheet(sheet);
     // An active sheet, even an empty one, draws like the other.
     plain.setStyleSheet("QSlider{}");
@@ -332,7 +332,7 @@ void TestStyleSheets::axisFieldsShowTheirColourOnTheGround()
     QFETCH(StringMember, member);
     QFETCH(QString, text);
     QLineEdit field;
-    field.setStyleSheet((*style).*member);
+    field.setStyleSheet((*m_style).*member);
     field.ensurePolished();
     QCOMPARE(field.palette().color(QPalette::Text), colour(text));
     QCOMPARE(field.palette().color(QPalette::Base), clr::om_soil_clr);
@@ -368,7 +368,7 @@ void TestStyleSheets::imageButtonsChangeWithTheirState()
     QToolButton button;
     button.resize(30, 30);
     button.setCheckable(true);
-    button.setStyleSheet((*style).*member);
+    button.setStyleSheet((*m_style).*member);
     const QImage normal = button.grab().toImage();
     button.setAttribute(Qt::WA_UnderMouse, true);
     QVERIFY(button.grab().toImage() != normal);
@@ -386,12 +386,12 @@ void TestStyleSheets::boxesChangeWithTheirState_data()
     QTest::addColumn<QString>("sheet");
     QTest::addColumn<bool>("radio");
     QTest::addColumn<bool>("answersTheMouse");
-    QTest::newRow("checkBoxLargeStyle") << style->checkBoxLargeStyle << false << true;
-    QTest::newRow("checkBoxLockedStyle") << style->checkBoxLockedStyle << false << false;
-    QTest::newRow("checkBoxGreyStyle") << style->checkBoxGreyStyle << false << true;
-    QTest::newRow("checkBoxAshStyle") << style->checkBoxAshStyle << false << true;
-    QTest::newRow("checkBoxScaleStyle") << style->checkBoxScaleStyle.arg(20) << false << true;
-    QTest::newRow("radioButtonStyle") << style->radioButtonStyle << true << true;
+    QTest::newRow("checkBoxLargeStyle") << m_style->checkBoxLargeStyle << false << true;
+    QTest::newRow("checkBoxLockedStyle") << m_style->checkBoxLockedStyle << false << false;
+    QTest::newRow("checkBoxGreyStyle") << m_style->checkBoxGreyStyle << false << true;
+    QTest::newRow("checkBoxAshStyle") << m_style->checkBoxAshStyle << false << true;
+    QTest::newRow("checkBoxScaleStyle") << m_style->checkBoxScaleStyle.arg(20) << false << true;
+    QTest::newRow("radioButtonStyle") << m_style->radioButtonStyle << true << true;
 }
 
 void TestStyleSheets::boxesChangeWithTheirState()
@@ -421,7 +421,7 @@ void TestStyleSheets::boxesChangeWithTheirState()
 void TestStyleSheets::clearSheetAlsoFitsALabel()
 {
     QLabel path("/home");
-    path.setStyleSheet(style->lineEditClearStyle);
+    path.setStyleSheet(m_style->lineEditClearStyle);
     path.ensurePolished();
     QCOMPARE(path.palette().color(QPalette::WindowText), colour(clr::om_pearl));
 }

@@ -53,9 +53,9 @@ class TestLineFile : public QObject
     Q_OBJECT
 
 private:
-    std::unique_ptr<QTemporaryDir> folder;
+    std::unique_ptr<QTemporaryDir> m_folder;
 
-    QString path() const { return folder->filePath(QStringLiteral("lines.csv")); }
+    QString path() const { return m_folder->filePath(QStringLiteral("lines.csv")); }
 
     std::unique_ptr<LineFile> open() const
     {
@@ -72,7 +72,7 @@ private:
     }
 
 private slots:
-    void init() { folder = std::make_unique<QTemporaryDir>(); }
+    void init() { m_folder = std::make_unique<QTemporaryDir>(); }
 
     void lineIsInTheFileAtOnce()
     {
@@ -349,11 +349,11 @@ private slots:
     {
         QFETCH(QString, name);
         QFETCH(bool, atOnce);
-        QVERIFY(QFile(folder->filePath("old.csv")).open(QIODevice::WriteOnly));
-        QVERIFY(QFile::link("old.csv", folder->filePath("link.csv")));
-        QCOMPARE(::mkfifo(QFile::encodeName(folder->filePath("fifo.csv")).constData(), 0600), 0);
-        QVERIFY(QFile::link("fifo.csv", folder->filePath("fifo-link.csv")));
-        const QString where = name.startsWith('/') ? name : folder->filePath(name);
+        QVERIFY(QFile(m_folder->filePath("old.csv")).open(QIODevice::WriteOnly));
+        QVERIFY(QFile::link("old.csv", m_folder->filePath("link.csv")));
+        QCOMPARE(::mkfifo(QFile::encodeName(m_folder->filePath("fifo.csv")).constData(), 0600), 0);
+        QVERIFY(QFile::link("fifo.csv", m_folder->filePath("fifo-link.csv")));
+        const QString where = name.startsWith('/') ? name : m_folder->filePath(name);
         QCOMPARE(recorder::opensAtOnce(where), atOnce);
     }
 };

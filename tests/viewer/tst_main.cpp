@@ -68,22 +68,22 @@ class TestMain : public QObject
     Q_OBJECT
 
 private:
-    QTemporaryDir folder;
-    int result = 0;
+    QTemporaryDir m_folder;
+    int m_result = 0;
 
 private slots:
     void initTestCase()
     {
         // Only a folder that exists becomes a library path.
         const QString before = QDir::currentPath();
-        QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("platforms")));
-        QVERIFY(QDir::setCurrent(folder.path()));
+        QVERIFY(QDir(m_folder.path()).mkdir(QStringLiteral("platforms")));
+        QVERIFY(QDir::setCurrent(m_folder.path()));
         char name[] = "gravimon";
         // Only the name has a meaning.
         char help[] = "--help";
         char nonsense[] = "nonsense";
         char* arguments[] = {name, help, nonsense, nullptr};
-        result = runProgram(3, arguments);
+        m_result = runProgram(3, arguments);
         QVERIFY(QDir::setCurrent(before));
     }
 
@@ -94,7 +94,7 @@ private slots:
     void pluginsAreLookedForBesideTheWorkingFolderToo()
     {
         QCOMPARE(seen.firstLibraryPath,
-                 QDir(folder.filePath(QStringLiteral("platforms"))).canonicalPath());
+                 QDir(m_folder.filePath(QStringLiteral("platforms"))).canonicalPath());
     }
 
     void oneMainWindowIsShown() { QCOMPARE(seen.windows, 1); }
@@ -108,7 +108,7 @@ private slots:
         QVERIFY(seen.iconSizes.contains(QSize(256, 256)));
     }
 
-    void theResultIsTheEventLoops() { QCOMPARE(result, exitCode); }
+    void theResultIsTheEventLoops() { QCOMPARE(m_result, exitCode); }
     void theWindowIsDestroyedBeforeTheApplication() { QVERIFY(seen.windowWentFirst); }
     void theApplicationIsGoneAtTheEnd() { QVERIFY(QCoreApplication::instance() == nullptr); }
 };

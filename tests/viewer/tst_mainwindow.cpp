@@ -20,19 +20,19 @@ class TestMainWindow : public QObject
     Q_OBJECT
 
 private:
-    std::unique_ptr<Viewer> viewer;
+    std::unique_ptr<Viewer> m_viewer;
 
 private slots:
     void init()
     {
         bench().reset();
-        viewer = std::make_unique<Viewer>();
+        m_viewer = std::make_unique<Viewer>();
     }
-    void cleanup() { viewer.reset(); }
+    void cleanup() { m_viewer.reset(); }
 
     void theFieldsHaveTheirStartValues()
     {
-        const auto& probe = viewer->probe;
+        const auto& probe = m_viewer->probe;
         QVERIFY(probe.deviceIds.isEmpty() && probe.deviceSerials.isEmpty() &&
                 probe.deviceModels.isEmpty());
         QVERIFY(probe.cameraName.isEmpty());
@@ -85,7 +85,7 @@ private slots:
 
     void theSeriesAreKnownInTheOrderOfTheirDeclaration()
     {
-        const auto& probe = viewer->probe;
+        const auto& probe = m_viewer->probe;
         const QVector<double>* const order[] = {
             &probe.accX,
             &probe.accY,
@@ -138,22 +138,22 @@ private slots:
     {
         QCOMPARE(bench().log().count(CALL::OPEN), 0ULL);
         QCOMPARE(bench().log().count(CALL::GET_DEVICE_LIST), 0ULL);
-        const QTimer* const timer = viewer->probe.detectTimer;
+        const QTimer* const timer = m_viewer->probe.detectTimer;
         QVERIFY(timer->isActive());
         QCOMPARE(timer->interval(), 200);
-        QCOMPARE(timer->parent(), viewer->window.get());
+        QCOMPARE(timer->parent(), m_viewer->window.get());
         QVERIFY(timer->timerType() == Qt::CoarseTimer);
     }
 
     void theWindowHasItsSizeAndTitle()
     {
-        QCOMPARE(viewer->window->size(), QSize(1350, 835));
-        QCOMPARE(viewer->window->windowTitle(), QStringLiteral("Gravimon"));
+        QCOMPARE(m_viewer->window->size(), QSize(1350, 835));
+        QCOMPARE(m_viewer->window->windowTitle(), QStringLiteral("Gravimon"));
     }
 
     void theLogosAreInPlace()
     {
-        const Ui_MainWindow* const ui = viewer->ui;
+        const Ui_MainWindow* const ui = m_viewer->ui;
         QVERIFY(ui->LogoTitle->hasScaledContents());
         QCOMPARE(ui->LogoTitle->pixmap(Qt::ReturnByValue).toImage(),
                  QPixmap(QStringLiteral(":/images/OM_white.png")).toImage());
@@ -170,18 +170,18 @@ private slots:
 
     void theGroundComesFromThePalette()
     {
-        QVERIFY(viewer->window->autoFillBackground());
-        QVERIFY(viewer->window->styleSheet().isEmpty());
+        QVERIFY(m_viewer->window->autoFillBackground());
+        QVERIFY(m_viewer->window->styleSheet().isEmpty());
         for (const auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
-            QCOMPARE(viewer->window->palette().brush(group, QPalette::Window),
+            QCOMPARE(m_viewer->window->palette().brush(group, QPalette::Window),
                      QBrush(clr::om_soil_clr));
         }
     }
 
     void theWidgetsHaveTheirSheetsAndFonts()
     {
-        const Ui_MainWindow* const ui = viewer->ui;
-        const Style& style = *viewer->probe.style;
+        const Ui_MainWindow* const ui = m_viewer->ui;
+        const Style& style = *m_viewer->probe.style;
         QFont buttonFont = style.fontPro9;
         buttonFont.setPointSize(12);
         struct Row
@@ -222,7 +222,7 @@ private slots:
 
     void oneSensorIsSelectedAtATime()
     {
-        const Ui_MainWindow* const ui = viewer->ui;
+        const Ui_MainWindow* const ui = m_viewer->ui;
         QPushButton* const buttons[] = {ui->pushButton_accel,  ui->pushButton_gyro,
                                         ui->pushButton_orient, ui->pushButton_baro,
                                         ui->pushButton_mag,    ui->pushButton_temper};
@@ -267,7 +267,7 @@ private slots:
     void theFormFindsItsSlots()
     {
         QFETCH(QByteArray, slot);
-        const QMetaObject* const meta = viewer->window->metaObject();
+        const QMetaObject* const meta = m_viewer->window->metaObject();
         const int index = meta->indexOfSlot(slot.constData());
         QVERIFY(index >= 0);
         QCOMPARE(QByteArray(meta->method(index).typeName()),
@@ -279,20 +279,20 @@ private slots:
         QSemaphore awaited;
         bool listed = false;
         bench().setDeviceListHook([&] { listed = waiting::acquire(awaited); });
-        const QThread* const detection = &viewer->probe.detectionThread;
+        const QThread* const detection = &m_viewer->probe.detectionThread;
         const qtcalls::Hook hook([&](const qtcalls::Call& call) {
             if (call.call == qtcalls::CALL::WAIT && call.object == detection) {
                 awaited.release();
             }
         });
-        viewer->window->detectMultipleDevice();
-        viewer->close();
+        m_viewer->window->detectMultipleDevice();
+        m_viewer->close();
         QVERIFY(listed);
     }
 
     void theDestructorDeletesTheInputThreadBeforeItWaits()
     {
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         probe.inputThread = new InputThreadModul;
         delete probe.style; // the close event's part
         probe.style = nullptr;
@@ -306,20 +306,20 @@ private slots:
         });
         probe.detectionThread.start();
         QVERIFY(waiting::acquire(begun));
-        viewer->window.reset();
+        m_viewer->window.reset();
         bench().setDeviceListHook(nullptr);
         QVERIFY(inTime);
     }
 
     void theDestructorDeletesWhatWasNeverClosed()
     {
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         const QPointer<InputThreadModul> input(new InputThreadModul);
         const QPointer<QTimer> timer(probe.detectTimer);
         probe.inputThread = input;
         delete probe.style; // the close event's part
         probe.style = nullptr;
-        viewer->window.reset();
+        m_viewer->window.reset();
         QVERIFY(input.isNull());
         QVERIFY(timer.isNull());
     }
@@ -327,10 +327,10 @@ private slots:
     void closingTakesDownInItsOrder()
     {
         bench().addCamera(camera(om::MODEL::TIV_Q, 20000001));
-        QTRY_VERIFY(viewer->streams(20000001));
-        auto& probe = viewer->probe;
-        probe.detectTimer = new QTimer(viewer->window.get());
-        auto* const view = viewer->ui->widget_3d_view;
+        QTRY_VERIFY(m_viewer->streams(20000001));
+        auto& probe = m_viewer->probe;
+        probe.detectTimer = new QTimer(m_viewer->window.get());
+        auto* const view = m_viewer->ui->widget_3d_view;
         QStringList order;
         const auto note = [&](QObject* object, const QString& name) {
             connect(object, &QObject::destroyed, this, [&, name] { order << name; });
@@ -357,12 +357,13 @@ private slots:
             if (call.call == qtcalls::CALL::MSLEEP && QThread::currentThread() == qApp->thread()) {
                 order << QStringLiteral("sleep %1").arg(call.limit);
                 if (probe.dataThread != nullptr) {
-                    const int before = viewer->samples();
-                    samplesCome = waiting::waitFor([&] { return viewer->samples() > before + 10; });
+                    const int before = m_viewer->samples();
+                    samplesCome =
+                        waiting::waitFor([&] { return m_viewer->samples() > before + 10; });
                 }
             }
         });
-        viewer->window->close();
+        m_viewer->window->close();
         QCOMPARE(order, QStringList({"plot", "display", "image", "detect", "sleep 100", "sleep 10",
                                      "input"}));
         QVERIFY(!connected);
@@ -376,10 +377,10 @@ private slots:
 
     void closingBeforeACameraWasFoundEndsEverything()
     {
-        viewer->window->close();
-        QVERIFY(viewer->probe.detectTimer == nullptr);
-        QVERIFY(viewer->probe.style == nullptr);
-        QVERIFY(!viewer->window->isVisible());
+        m_viewer->window->close();
+        QVERIFY(m_viewer->probe.detectTimer == nullptr);
+        QVERIFY(m_viewer->probe.style == nullptr);
+        QVERIFY(!m_viewer->window->isVisible());
     }
 };
 

@@ -50,9 +50,9 @@ class TestChartFeed : public QObject
     Q_OBJECT
 
 private:
-    std::unique_ptr<Viewer> viewer;
+    std::unique_ptr<Viewer> m_viewer;
 
-    DataPlot* chart() const { return viewer->ui->widget_chart; }
+    DataPlot* chart() const { return m_viewer->ui->widget_chart; }
 
     const QwtPlotCurve* curve(int index) const
     {
@@ -103,13 +103,13 @@ private:
 
     QPushButton* button(const QString& name) const
     {
-        return viewer->window->findChild<QPushButton*>(name);
+        return m_viewer->window->findChild<QPushButton*>(name);
     }
 
     /// As if a camera had streamed for this number of seconds.
     void store(double seconds, bool withBarometer = true) const
     {
-        auto& p = viewer->probe;
+        auto& p = m_viewer->probe;
         const QMutexLocker lock(&p.dataMutex);
         const int imu = static_cast<int>(seconds * 400.0);
         p.imuTime = times(imu, 400.0);
@@ -141,18 +141,18 @@ private:
     void startPlotTimer() const
     {
         // The test makes its ticks.
-        viewer->probe.plotTimer = new QTimer(viewer->window.get());
-        viewer->probe.plotTimer->start(viewer->probe.plotPeriodMs);
+        m_viewer->probe.plotTimer = new QTimer(m_viewer->window.get());
+        m_viewer->probe.plotTimer->start(m_viewer->probe.plotPeriodMs);
     }
 
 private slots:
     void init()
     {
         bench().reset();
-        viewer = std::make_unique<Viewer>();
-        viewer->probe.chartWindowSec = 10;
+        m_viewer = std::make_unique<Viewer>();
+        m_viewer->probe.chartWindowSec = 10;
     }
-    void cleanup() { viewer.reset(); }
+    void cleanup() { m_viewer.reset(); }
 
     // ---- Selection ----------------------------------------------------------------------------
 
@@ -195,11 +195,11 @@ private slots:
         QFETCH(QString, topLabel);
         // From another sensor, whichever it is.
         button(name == "pushButton_gyro" ? "pushButton_baro" : "pushButton_gyro")->click();
-        QVERIFY(viewer->probe.currentSensor != sensor);
+        QVERIFY(m_viewer->probe.currentSensor != sensor);
         QTest::mouseClick(button(name), Qt::LeftButton);
-        QCOMPARE(viewer->probe.currentSensor, sensor);
-        QCOMPARE(viewer->ui->label_sensor_type->text(), label);
-        QCOMPARE(viewer->ui->label_sensor_type_top->text(), topLabel);
+        QCOMPARE(m_viewer->probe.currentSensor, sensor);
+        QCOMPARE(m_viewer->ui->label_sensor_type->text(), label);
+        QCOMPARE(m_viewer->ui->label_sensor_type_top->text(), topLabel);
     }
 
     void buttonThatIsLetGoChangesNothing_data()
@@ -212,29 +212,29 @@ private slots:
     void buttonThatIsLetGoChangesNothing()
     {
         QFETCH(QByteArray, slot);
-        viewer->probe.changeSensor("none of them");
-        viewer->ui->label_sensor_type->setText("type");
-        viewer->ui->label_sensor_type_top->setText("top");
-        QVERIFY(QMetaObject::invokeMethod(viewer->window.get(), slot, Q_ARG(bool, false)));
-        QCOMPARE(viewer->probe.currentSensor, QString("none of them"));
-        QCOMPARE(viewer->ui->label_sensor_type->text(), QString("type"));
-        QCOMPARE(viewer->ui->label_sensor_type_top->text(), QString("top"));
-        QVERIFY(QMetaObject::invokeMethod(viewer->window.get(), slot, Q_ARG(bool, true)));
-        QVERIFY(viewer->probe.currentSensor != "none of them");
+        m_viewer->probe.changeSensor("none of them");
+        m_viewer->ui->label_sensor_type->setText("type");
+        m_viewer->ui->label_sensor_type_top->setText("top");
+        QVERIFY(QMetaObject::invokeMethod(m_viewer->window.get(), slot, Q_ARG(bool, false)));
+        QCOMPARE(m_viewer->probe.currentSensor, QString("none of them"));
+        QCOMPARE(m_viewer->ui->label_sensor_type->text(), QString("type"));
+        QCOMPARE(m_viewer->ui->label_sensor_type_top->text(), QString("top"));
+        QVERIFY(QMetaObject::invokeMethod(m_viewer->window.get(), slot, Q_ARG(bool, true)));
+        QVERIFY(m_viewer->probe.currentSensor != "none of them");
     }
 
     void magnetometerTitleIsTakenAtTheClick()
     {
-        viewer->probe.magCalibrated = true;
-        viewer->window->on_pushButton_mag_clicked(true);
-        QCOMPARE(viewer->ui->label_sensor_type_top->text(), QString("Magnetometer [Calibrated]"));
-        viewer->probe.magCalibrated = false;
+        m_viewer->probe.magCalibrated = true;
+        m_viewer->window->on_pushButton_mag_clicked(true);
+        QCOMPARE(m_viewer->ui->label_sensor_type_top->text(), QString("Magnetometer [Calibrated]"));
+        m_viewer->probe.magCalibrated = false;
         store(1.0);
         startPlotTimer();
-        viewer->window->updatePlot();
-        QCOMPARE(viewer->ui->label_sensor_type_top->text(), QString("Magnetometer [Calibrated]"));
-        viewer->window->on_pushButton_mag_clicked(true);
-        QCOMPARE(viewer->ui->label_sensor_type_top->text(),
+        m_viewer->window->updatePlot();
+        QCOMPARE(m_viewer->ui->label_sensor_type_top->text(), QString("Magnetometer [Calibrated]"));
+        m_viewer->window->on_pushButton_mag_clicked(true);
+        QCOMPARE(m_viewer->ui->label_sensor_type_top->text(),
                  QString("Magnetometer [Not Calibrated]"));
     }
 
@@ -272,7 +272,7 @@ private slots:
         QFETCH(int, boxes);
         QFETCH(int, firstSheet);
         QFETCH(bool, calibration);
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         probe.accelRange = 20.5F;
         probe.gyroRange = 251.3F;
         probe.magRange = 48.7F;
@@ -295,14 +295,14 @@ private slots:
             const QString sheets[] = {probe.style->xAxisEditStyle, probe.style->yAxisEditStyle,
                                       probe.style->zAxisEditStyle,
                                       probe.style->singleAxisEditStyle};
-            QVERIFY(viewer->ui->lineEdit_value_0->isVisible());
-            QCOMPARE(viewer->ui->lineEdit_value_1->isVisible(), boxes > 1);
-            QCOMPARE(viewer->ui->lineEdit_value_2->isVisible(), boxes > 2);
-            QCOMPARE(viewer->ui->lineEdit_value_0->styleSheet(), sheets[firstSheet]);
-            QCOMPARE(viewer->ui->lineEdit_value_1->styleSheet(),
+            QVERIFY(m_viewer->ui->lineEdit_value_0->isVisible());
+            QCOMPARE(m_viewer->ui->lineEdit_value_1->isVisible(), boxes > 1);
+            QCOMPARE(m_viewer->ui->lineEdit_value_2->isVisible(), boxes > 2);
+            QCOMPARE(m_viewer->ui->lineEdit_value_0->styleSheet(), sheets[firstSheet]);
+            QCOMPARE(m_viewer->ui->lineEdit_value_1->styleSheet(),
                      sheets[sensor == "Camera Temperature" ? 2 : 1]);
-            QCOMPARE(viewer->ui->lineEdit_value_2->styleSheet(), sheets[2]);
-            QCOMPARE(viewer->ui->pushButton_calib_mag->isVisible(), calibration);
+            QCOMPARE(m_viewer->ui->lineEdit_value_2->styleSheet(), sheets[2]);
+            QCOMPARE(m_viewer->ui->pushButton_calib_mag->isVisible(), calibration);
         }
     }
 
@@ -318,27 +318,27 @@ private slots:
     void otherNamesKeepModeAndRange()
     {
         QFETCH(QString, sensor);
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         probe.changeSensor("Barometer");
         const QwtInterval range = valueAxis();
         probe.changeSensor(sensor);
         QCOMPARE(probe.currentSensor, sensor);
         QCOMPARE(visibleCurves(), QVector<int>{12});
         QCOMPARE(valueAxis(), range);
-        QVERIFY(viewer->ui->lineEdit_value_1->isVisible());
-        QVERIFY(viewer->ui->lineEdit_value_2->isVisible());
-        QCOMPARE(viewer->ui->lineEdit_value_0->styleSheet(), probe.style->xAxisEditStyle);
-        QVERIFY(!viewer->ui->pushButton_calib_mag->isVisible());
+        QVERIFY(m_viewer->ui->lineEdit_value_1->isVisible());
+        QVERIFY(m_viewer->ui->lineEdit_value_2->isVisible());
+        QCOMPARE(m_viewer->ui->lineEdit_value_0->styleSheet(), probe.style->xAxisEditStyle);
+        QVERIFY(!m_viewer->ui->pushButton_calib_mag->isVisible());
     }
 
     void selectionNeedsNoLock()
     {
         // Another thread holds the samples, for instance to append some.
-        const QMutexLocker lock(&viewer->probe.dataMutex);
-        viewer->window->on_pushButton_mag_clicked(true);
-        viewer->window->updateChartTimeSize();
-        viewer->probe.initCharts();
-        QCOMPARE(viewer->probe.currentSensor, QString());
+        const QMutexLocker lock(&m_viewer->probe.dataMutex);
+        m_viewer->window->on_pushButton_mag_clicked(true);
+        m_viewer->window->updateChartTimeSize();
+        m_viewer->probe.initCharts();
+        QCOMPARE(m_viewer->probe.currentSensor, QString());
     }
 
     // ---- The time range -----------------------------------------------------------------------
@@ -356,10 +356,10 @@ private slots:
     {
         QFETCH(int, row);
         QFETCH(int, seconds);
-        auto* const box = viewer->ui->comboBox_time_range;
+        auto* const box = m_viewer->ui->comboBox_time_range;
         box->setCurrentIndex(row == 0 ? 3 : 0);
         box->setCurrentIndex(row);
-        QCOMPARE(viewer->probe.chartWindowSec, seconds);
+        QCOMPARE(m_viewer->probe.chartWindowSec, seconds);
     }
 
     void textOfTheTimeRangeIsRead_data()
@@ -374,46 +374,46 @@ private slots:
     {
         QFETCH(QString, text);
         QFETCH(int, seconds);
-        viewer->ui->comboBox_time_range->setItemText(1, text);
-        viewer->ui->comboBox_time_range->setCurrentIndex(1);
-        viewer->window->updateChartTimeSize();
-        QCOMPARE(viewer->probe.chartWindowSec, seconds);
+        m_viewer->ui->comboBox_time_range->setItemText(1, text);
+        m_viewer->ui->comboBox_time_range->setCurrentIndex(1);
+        m_viewer->window->updateChartTimeSize();
+        QCOMPARE(m_viewer->probe.chartWindowSec, seconds);
         // The argument is ignored.
-        viewer->probe.chartWindowSec = 1;
-        viewer->window->on_comboBox_time_range_currentIndexChanged("Last 99 sec");
-        QCOMPARE(viewer->probe.chartWindowSec, seconds);
+        m_viewer->probe.chartWindowSec = 1;
+        m_viewer->window->on_comboBox_time_range_currentIndexChanged("Last 99 sec");
+        QCOMPARE(m_viewer->probe.chartWindowSec, seconds);
     }
 
     void clearedComboBoxKeepsTheTimeRange()
     {
-        viewer->ui->comboBox_time_range->setCurrentIndex(2);
-        QCOMPARE(viewer->probe.chartWindowSec, 30);
-        viewer->ui->comboBox_time_range->clear();
-        QCOMPARE(viewer->probe.chartWindowSec, 30);
-        viewer->probe.changeSensor("Gyroscope");
-        QCOMPARE(viewer->probe.chartWindowSec, 30);
+        m_viewer->ui->comboBox_time_range->setCurrentIndex(2);
+        QCOMPARE(m_viewer->probe.chartWindowSec, 30);
+        m_viewer->ui->comboBox_time_range->clear();
+        QCOMPARE(m_viewer->probe.chartWindowSec, 30);
+        m_viewer->probe.changeSensor("Gyroscope");
+        QCOMPARE(m_viewer->probe.chartWindowSec, 30);
     }
 
     void selectionReadsTheTimeRange()
     {
-        viewer->ui->comboBox_time_range->setCurrentIndex(3);
-        viewer->probe.chartWindowSec = 1;
-        viewer->probe.changeSensor("Gyroscope");
-        QCOMPARE(viewer->probe.chartWindowSec, 60);
+        m_viewer->ui->comboBox_time_range->setCurrentIndex(3);
+        m_viewer->probe.chartWindowSec = 1;
+        m_viewer->probe.changeSensor("Gyroscope");
+        QCOMPARE(m_viewer->probe.chartWindowSec, 60);
     }
 
     void anotherTimeRangeTouchesNoSeries()
     {
         store(20.0);
         startPlotTimer();
-        auto& probe = viewer->probe;
-        viewer->window->updatePlot();
+        auto& probe = m_viewer->probe;
+        m_viewer->window->updatePlot();
         const QVector<double> before = probe.accX;
         const QVector<double> shown = probe.chartY0;
-        viewer->ui->comboBox_time_range->setCurrentIndex(0);
+        m_viewer->ui->comboBox_time_range->setCurrentIndex(0);
         QCOMPARE(probe.accX, before);
         QCOMPARE(probe.chartY0, shown); // until the next update
-        viewer->window->updatePlot();
+        m_viewer->window->updatePlot();
         QCOMPARE(probe.accX, before);
         QCOMPARE(probe.chartY0.size(), 2600);
     }
@@ -422,7 +422,7 @@ private slots:
 
     void initChartsEmptiesSeriesAndCurves()
     {
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         for (int i = 0; i < MainWindowProbe::seriesCount; ++i) {
             probe.series(i) = {1.0, 2.0, 3.0};
         }
@@ -446,7 +446,7 @@ private slots:
 
     void initChartsReturnsTheMemoryOfALongSession()
     {
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         for (int i = 0; i < MainWindowProbe::seriesCount; ++i) {
             probe.series(i).resize(200'000);
         }
@@ -462,7 +462,7 @@ private slots:
     {
         store(20.0);
         startPlotTimer();
-        viewer->window->updatePlot();
+        m_viewer->window->updatePlot();
         const auto hasInk = [this] {
             const QImage image = chart()->canvas()->grab().toImage();
             for (int y = 0; y < image.height(); ++y) {
@@ -474,10 +474,10 @@ private slots:
             }
             return false;
         };
-        viewer->probe.accelRange = 100.0F;
-        viewer->window->updatePlot();
+        m_viewer->probe.accelRange = 100.0F;
+        m_viewer->window->updatePlot();
         QVERIFY(hasInk());
-        viewer->probe.initCharts();
+        m_viewer->probe.initCharts();
         QVERIFY(!hasInk());
     }
 
@@ -488,30 +488,30 @@ private slots:
         startPlotTimer();
         chart()->setAutoReplot(true);
         const QwtInterval before = timeAxis();
-        viewer->window->updatePlot();
-        QVERIFY(viewer->probe.plotTimer->isActive());
+        m_viewer->window->updatePlot();
+        QVERIFY(m_viewer->probe.plotTimer->isActive());
         QVERIFY(!chart()->autoReplot());
         QCOMPARE(timeAxis(), before);
-        QCOMPARE(viewer->probe.plotPeriodMs, 15);
-        QVERIFY(viewer->probe.dataMutex.tryLock());
-        viewer->probe.dataMutex.unlock();
+        QCOMPARE(m_viewer->probe.plotPeriodMs, 15);
+        QVERIFY(m_viewer->probe.dataMutex.tryLock());
+        m_viewer->probe.dataMutex.unlock();
     }
 
     void updateEndsWithTimerRunningAndLockReleased()
     {
         store(1.0);
         startPlotTimer();
-        viewer->window->updatePlot();
-        QVERIFY(viewer->probe.plotTimer->isActive());
-        QVERIFY(viewer->probe.dataMutex.tryLock());
-        viewer->probe.dataMutex.unlock();
+        m_viewer->window->updatePlot();
+        QVERIFY(m_viewer->probe.plotTimer->isActive());
+        QVERIFY(m_viewer->probe.dataMutex.tryLock());
+        m_viewer->probe.dataMutex.unlock();
     }
 
     void updateWaitsForTheSamples()
     {
         store(1.0);
         startPlotTimer();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         QSemaphore locked;
         QSemaphore asked;
         std::atomic<bool> released{false};
@@ -527,7 +527,7 @@ private slots:
                 asked.release();
             }
         });
-        viewer->window->updatePlot();
+        m_viewer->window->updatePlot();
         QVERIFY(released);
     }
 
@@ -560,24 +560,25 @@ private slots:
         };
         store(20.0);
         startPlotTimer();
-        Listener listener(viewer->probe);
+        Listener listener(m_viewer->probe);
         listener.attach(chart());
         listener.replots = 0;
-        viewer->window->updatePlot();
+        m_viewer->window->updatePlot();
         listener.detach();
         QCOMPARE(listener.replots, 1);
         QVERIFY(!listener.timerRan);
         QVERIFY(!listener.wasFree);
-        QVERIFY(viewer->probe.plotTimer->isActive());
+        QVERIFY(m_viewer->probe.plotTimer->isActive());
     }
 
     void updateReplots()
     {
         store(20.0);
         startPlotTimer();
-        viewer->window->updatePlot();
+        m_viewer->window->updatePlot();
         // Only a replot computes the divisions again.
-        QCOMPARE(chart()->axisInterval(QwtPlot::xBottom).maxValue(), viewer->probe.imuTime.last());
+        QCOMPARE(chart()->axisInterval(QwtPlot::xBottom).maxValue(),
+                 m_viewer->probe.imuTime.last());
     }
 
     void sensorFeedsItsCurves_data()
@@ -623,7 +624,7 @@ private slots:
         QFETCH(int, samples);
         QFETCH(double, min);
         QFETCH(double, max);
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         probe.accelRange = 20.5F;
         probe.gyroRange = 251.3F;
         probe.magRange = 48.7F;
@@ -639,7 +640,7 @@ private slots:
             store(stored);
             probe.changeSensor(sensor);
             probe.chartWindowSec = 10;
-            viewer->window->updatePlot();
+            m_viewer->window->updatePlot();
 
             const int inSeries = static_cast<int>(stored * rate);
             const int shown = std::min(inSeries, samples);
@@ -674,13 +675,13 @@ private slots:
 
     void sensorSlowerThanItsNominalRateScrolls()
     {
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         startPlotTimer();
         store(40.0);
         probe.magNewTime = times(2000, 49.9);
         probe.changeSensor("Magnetometer");
         probe.chartWindowSec = 10;
-        viewer->window->updatePlot();
+        m_viewer->window->updatePlot();
         QCOMPARE(timeAxis().minValue(), probe.magNewTime.last() - 10.0);
         QCOMPARE(timeAxis().maxValue(), probe.magNewTime.last());
     }
@@ -690,8 +691,8 @@ private slots:
         store(20.0);
         startPlotTimer();
         QTest::mouseClick(button("pushButton_gyro"), Qt::LeftButton);
-        viewer->probe.changeSensor(QString());
-        viewer->window->updatePlot();
+        m_viewer->probe.changeSensor(QString());
+        m_viewer->window->updatePlot();
         QCOMPARE(fedCurves(), (QVector<int>{0, 1, 2}));
         QCOMPARE(visibleCurves(), (QVector<int>{3, 4, 5}));
         QVERIFY(button("pushButton_gyro")->isChecked());
@@ -700,17 +701,17 @@ private slots:
 
     void temperatureWithoutBarometerTakesTheFallbackAtTheImuRate()
     {
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         startPlotTimer();
         probe.changeSensor("Camera Temperature");
         probe.chartWindowSec = 10;
         store(5.0, false);
-        viewer->window->updatePlot();
+        m_viewer->window->updatePlot();
         QCOMPARE(probe.chartTime, probe.tempFallbackTime);
         QCOMPARE(timeAxis().minValue(), probe.tempFallbackTime.first());
 
         store(40.0, false);
-        viewer->window->updatePlot();
+        m_viewer->window->updatePlot();
         QCOMPARE(probe.chartTime, lastOf(probe.tempFallbackTime, 4000)); // no surplus
         QCOMPARE(curveValues(13), lastOf(ramp(16000, 30.0), 4000));
         QCOMPARE(curveValues(14), lastOf(ramp(16000, 35.0), 4000));
@@ -719,20 +720,20 @@ private slots:
 
     void temperatureWithBarometerLeavesTheFallbackAlone()
     {
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         startPlotTimer();
         store(40.0);
         probe.tempFallbackTime = times(4000, 400.0, 5.0);
         probe.changeSensor("Camera Temperature");
         probe.chartWindowSec = 10;
-        viewer->window->updatePlot();
+        m_viewer->window->updatePlot();
         QCOMPARE(probe.chartTime, lastOf(probe.baroNewTime, 250));
     }
 
     void temperaturesLongerThanTheirTimesStartByTheTimes()
     {
         // The board's temperatures were absent for a while: these series grew at the IMU's pace.
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         startPlotTimer();
         store(40.0);
         probe.baroNewTempLeft = ramp(16000, 30.0);
@@ -740,7 +741,7 @@ private slots:
         probe.tempFallbackTime = times(15000, 400.0);
         probe.changeSensor("Camera Temperature");
         probe.chartWindowSec = 10;
-        viewer->window->updatePlot();
+        m_viewer->window->updatePlot();
         QCOMPARE(probe.baroNewTime.size(), 1000);
         QCOMPARE(probe.chartTime, lastOf(probe.baroNewTime, 250));
         QCOMPARE(probe.chartY0, ramp(16000, 30.0).mid(750, 250));
@@ -751,14 +752,14 @@ private slots:
 
     void windowTakesTheMemoryOfItsSamples()
     {
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         startPlotTimer();
         probe.chartWindowSec = 10;
         for (const double stored : {1.0, 20.0}) { // less and more than the window
             store(stored);
             probe.imuTime.reserve(500'000);
             probe.accX.reserve(500'000);
-            viewer->window->updatePlot();
+            m_viewer->window->updatePlot();
             QCOMPARE(probe.chartTime.size(), stored < 10.0 ? 400 : 5200);
             QCOMPARE(probe.chartTime.capacity(), probe.chartTime.size());
             QCOMPARE(probe.chartY0.capacity(), probe.chartY0.size());
@@ -777,11 +778,11 @@ private slots:
     {
         QFETCH(int, window);
         QFETCH(int, samples);
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         startPlotTimer();
         store(100.0);
         probe.chartWindowSec = window;
-        viewer->window->updatePlot();
+        m_viewer->window->updatePlot();
         QCOMPARE(probe.chartY0.size(), samples);
         // Thirty percent of them are left of the axis.
         QVERIFY(probe.chartTime.first() < timeAxis().minValue());
@@ -799,14 +800,14 @@ private slots:
     void periodFollowsTheImuWindow()
     {
         QFETCH(QString, sensor);
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         startPlotTimer();
         store(100.0);
         probe.changeSensor(sensor);
         const QPair<int, int> periods[] = {{5, 25}, {10, 25}, {30, 31}, {60, 62}, {5, 25}};
         for (const auto& period : periods) {
             probe.chartWindowSec = period.first;
-            viewer->window->updatePlot();
+            m_viewer->window->updatePlot();
             QCOMPARE(probe.plotPeriodMs, period.second);
             QCOMPARE(probe.plotTimer->interval(), period.second);
         }
@@ -814,79 +815,79 @@ private slots:
 
     void periodOfAShortSeriesIsTheShortest()
     {
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         startPlotTimer();
         store(5.0);
         probe.chartWindowSec = 60;
         QCOMPARE(probe.plotPeriodMs, 15);
-        viewer->window->updatePlot();
+        m_viewer->window->updatePlot();
         QCOMPARE(probe.plotPeriodMs, 25);
         QCOMPARE(probe.plotTimer->interval(), 25);
     }
 
     void unchangedPeriodLeavesTheTimersIntervalAlone()
     {
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         startPlotTimer();
         store(5.0);
         probe.plotPeriodMs = 25;
         probe.plotTimer->setInterval(77);
-        viewer->window->updatePlot();
+        m_viewer->window->updatePlot();
         QCOMPARE(probe.plotTimer->interval(), 77);
     }
 
     void timerOfAnotherCameraTakesOverThePeriod()
     {
-        viewer->probe.plotPeriodMs = 62;
+        m_viewer->probe.plotPeriodMs = 62;
         // Looked at while the camera opens: the first samples adapt it.
         std::atomic<int> interval{0};
         bench().setOpenHook(
-            [&](const om::InitParameters&) { interval = viewer->probe.plotTimer->interval(); });
+            [&](const om::InitParameters&) { interval = m_viewer->probe.plotTimer->interval(); });
         bench().addCamera(camera(om::MODEL::TIV_Q, 31415926));
-        QTRY_VERIFY(viewer->streams(31415926));
+        QTRY_VERIFY(m_viewer->streams(31415926));
         bench().setOpenHook(nullptr);
         QCOMPARE(interval.load(), 62);
-        QTRY_COMPARE(viewer->probe.plotTimer->interval(), 25);
+        QTRY_COMPARE(m_viewer->probe.plotTimer->interval(), 25);
     }
 
     void exactlyTheWindowGivesTheSameAxisByBothRules()
     {
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         startPlotTimer();
         store(10.0);
         probe.imuTime.last() = probe.imuTime.first() + 10.0;
-        viewer->window->updatePlot();
+        m_viewer->window->updatePlot();
         QCOMPARE(timeAxis().minValue(), startTime);
         QCOMPARE(timeAxis().maxValue(), startTime + 10.0);
     }
 
     void rangeTightensWithTheFirstUpdateAfterASelection()
     {
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         startPlotTimer();
         store(20.0);
         probe.gyroRange = 100.0F;
         QTest::mouseClick(button("pushButton_gyro"), Qt::LeftButton);
         QCOMPARE(valueAxis().maxValue(), 100.0 * 1.1);
-        viewer->window->updatePlot();
+        m_viewer->window->updatePlot();
         QCOMPARE(valueAxis().maxValue(), 100.0 * 1.05);
-        viewer->window->updatePlot();
+        m_viewer->window->updatePlot();
         QCOMPARE(valueAxis().maxValue(), 100.0 * 1.05);
         // The axis follows a limit that has grown.
         probe.gyroRange = 300.0F;
-        viewer->window->updatePlot();
+        m_viewer->window->updatePlot();
         QCOMPARE(valueAxis().maxValue(), 300.0 * 1.05);
     }
 
     void spikeWidensTheChartForGood()
     {
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         startPlotTimer();
         probe.accelRange = 160.0F; // by a sample that no window holds
         const auto axisAfterAnUpdate = [&] {
             probe.changeSensor("Accelerometer");
             probe.chartWindowSec = 10;
-            viewer->window->updatePlot();
+            m_viewer->window->updatePlot();
             return valueAxis();
         };
         const QwtInterval wide(-160.0 * 1.05, 160.0 * 1.05);
@@ -895,7 +896,7 @@ private slots:
         probe.initCharts();
         store(1.0);
         QCOMPARE(axisAfterAnUpdate(), wide);
-        viewer->window->reset(); // as for another camera
+        m_viewer->window->reset(); // as for another camera
         startPlotTimer();
         QCOMPARE(axisAfterAnUpdate(), wide);
     }
@@ -912,10 +913,10 @@ private slots:
     {
         QFETCH(QString, sensor);
         QFETCH(double, max);
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         startPlotTimer();
         store(20.0);
-        viewer->window->updatePlot();
+        m_viewer->window->updatePlot();
         const QwtInterval before = timeAxis();
         for (auto* series : {&probe.magNewTime, &probe.magNewX, &probe.magNewY, &probe.magNewZ,
                              &probe.baroNewTime, &probe.baroNewPressure, &probe.baroNewTempLeft,
@@ -925,7 +926,7 @@ private slots:
         probe.temperatureMin = 20.0F;
         probe.changeSensor(sensor);
         probe.chartWindowSec = 10;
-        viewer->window->updatePlot();
+        m_viewer->window->updatePlot();
         QCOMPARE(timeAxis(), before);
         QCOMPARE(valueAxis().maxValue(), max);
         QCOMPARE(fedCurves(), (QVector<int>{0, 1, 2})); // of the update before
@@ -934,23 +935,23 @@ private slots:
 
     void changeOfCameraKeepsTheOldSamples()
     {
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         store(20.0);
-        viewer->window->reset();
+        m_viewer->window->reset();
         QCOMPARE(probe.accX.size(), 8000);
         QCOMPARE(probe.currentSensor, QString("Accelerometer"));
         startPlotTimer();
         probe.chartWindowSec = 10;
-        viewer->window->updatePlot();
+        m_viewer->window->updatePlot();
         QCOMPARE(curveValues(0).size(), 5200);
     }
 
     void appendedSamplesDoNotTouchTheChart()
     {
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         startPlotTimer();
         store(5.0);
-        viewer->window->updatePlot();
+        m_viewer->window->updatePlot();
         const QVector<double> shown = curveValues(0);
         const double last = shown.last();
         probe.accX.append(1e6);
@@ -978,13 +979,13 @@ private slots:
         // lock.
         QFETCH(QString, sensor);
         QFETCH(bool, withBarometer);
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         startPlotTimer();
         probe.changeSensor(sensor);
         probe.chartWindowSec = 10;
         for (const double stored : {5.0, 20.0}) { // less and more than the window
             store(stored, withBarometer);
-            viewer->window->updatePlot();
+            m_viewer->window->updatePlot();
             QVERIFY(!probe.chartTime.isEmpty());
             for (int i = 0; i < MainWindowProbe::seriesCount; ++i) {
                 const QVector<double>& series = probe.series(i);
@@ -998,13 +999,13 @@ private slots:
 
     void emptyWindowShowsNothingAndKeepsTheAxis()
     {
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         startPlotTimer();
         store(20.0);
-        viewer->window->updatePlot();
+        m_viewer->window->updatePlot();
         const QwtInterval before = timeAxis();
         probe.chartWindowSec = 0;
-        viewer->window->updatePlot();
+        m_viewer->window->updatePlot();
         QCOMPARE(timeAxis(), before);
         QCOMPARE(fedCurves(), QVector<int>());
     }
@@ -1012,8 +1013,8 @@ private slots:
     void timerFeedsTheChartOfAStreamingCamera()
     {
         bench().addCamera(camera(om::MODEL::TIV_Q, 31415926));
-        QTRY_VERIFY(viewer->streams(31415926));
-        QCOMPARE(viewer->probe.chartWindowSec, 10);
+        QTRY_VERIFY(m_viewer->streams(31415926));
+        QCOMPARE(m_viewer->probe.chartWindowSec, 10);
         for (const char* name : {"pushButton_accel", "pushButton_gyro", "pushButton_mag",
                                  "pushButton_orient", "pushButton_baro", "pushButton_temper"}) {
             QTest::mouseClick(button(name), Qt::LeftButton);

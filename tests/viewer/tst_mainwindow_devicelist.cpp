@@ -31,38 +31,38 @@ class TestDeviceList : public QObject
     Q_OBJECT
 
 private:
-    std::unique_ptr<Viewer> viewer;
+    std::unique_ptr<Viewer> m_viewer;
 
-    void start() { viewer = std::make_unique<Viewer>(); }
+    void start() { m_viewer = std::make_unique<Viewer>(); }
 
     /// The window without its own poll: the test makes the ticks.
     void startWithoutPoll()
     {
         start();
-        delete viewer->probe.detectTimer;
-        viewer->probe.detectTimer = nullptr;
+        delete m_viewer->probe.detectTimer;
+        m_viewer->probe.detectTimer = nullptr;
     }
 
     QStringList rows() const
     {
         QStringList texts;
-        for (int i = 0; i < viewer->ui->comboBox_camera_list->count(); ++i) {
-            texts << viewer->ui->comboBox_camera_list->itemText(i);
+        for (int i = 0; i < m_viewer->ui->comboBox_camera_list->count(); ++i) {
+            texts << m_viewer->ui->comboBox_camera_list->itemText(i);
         }
         return texts;
     }
 
 private slots:
     void init() { bench().reset(); }
-    void cleanup() { viewer.reset(); }
+    void cleanup() { m_viewer.reset(); }
 
     void theListIsEmptyBeforeTheFirstTick()
     {
         bench().addCamera(camera(MODEL::TIV_P, 20000001));
         start();
         QCOMPARE(rows(), QStringList());
-        QCOMPARE(viewer->probe.detectTimer->interval(), 200);
-        QVERIFY(viewer->probe.detectTimer->isActive());
+        QCOMPARE(m_viewer->probe.detectTimer->interval(), 200);
+        QVERIFY(m_viewer->probe.detectTimer->isActive());
         QCOMPARE(bench().log().count(CALL::GET_DEVICE_LIST), 0ULL);
     }
 
@@ -70,10 +70,10 @@ private slots:
     {
         bench().addCamera(camera(MODEL::TIV_P, 20000001));
         startWithoutPoll();
-        auto& probe = viewer->probe;
-        QVERIFY(!viewer->window->detectMultipleDevice());
+        auto& probe = m_viewer->probe;
+        QVERIFY(!m_viewer->window->detectMultipleDevice());
         QCOMPARE(rows(), QStringList({"No cameras"}));
-        QVERIFY(!viewer->ui->comboBox_camera_list->isEnabled());
+        QVERIFY(!m_viewer->ui->comboBox_camera_list->isEnabled());
         QVERIFY(probe.deviceIds.isEmpty() && probe.deviceSerials.isEmpty() &&
                 probe.deviceModels.isEmpty());
         QVERIFY(!probe.deviceListBusy);
@@ -81,26 +81,26 @@ private slots:
         QVERIFY(probe.detectTimer == nullptr);
 
         QVERIFY(probe.detectionThread.wait(waiting::patienceMs));
-        QVERIFY(viewer->window->detectMultipleDevice());
+        QVERIFY(m_viewer->window->detectMultipleDevice());
         QCOMPARE(rows(), QStringList({"TIV_P - 20000001"}));
-        QVERIFY(viewer->ui->comboBox_camera_list->isEnabled());
+        QVERIFY(m_viewer->ui->comboBox_camera_list->isEnabled());
         QVERIFY(!probe.deviceListBusy);
-        QTRY_VERIFY(viewer->streams(20000001));
+        QTRY_VERIFY(m_viewer->streams(20000001));
     }
 
     void thePollFindsACameraByItself()
     {
         bench().addCamera(camera(MODEL::TIV_Q, 20000001));
         start();
-        QTRY_VERIFY(viewer->streams(20000001));
-        QVERIFY(viewer->probe.detectTimer == nullptr);
+        QTRY_VERIFY(m_viewer->streams(20000001));
+        QVERIFY(m_viewer->probe.detectTimer == nullptr);
         QCOMPARE(rows(), QStringList({"TIV_Q - 20000001"}));
     }
 
     void rowsLeaveOutTheFirstModelAndSerialNumbersThatAreNotPositive()
     {
         startWithoutPoll();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         probe.detectionThread.devices = {
             device(0, 11, MODEL::TIV),
             device(1, 0, MODEL::TIV_P),
@@ -124,9 +124,9 @@ private slots:
     void onlyFirstModelCamerasGiveNoCameras()
     {
         startWithoutPoll();
-        viewer->probe.detectionThread.devices = {device(0, 11, MODEL::TIV),
-                                                 device(1, 12, MODEL::TIV)};
-        QVERIFY(!viewer->window->detectMultipleDevice());
+        m_viewer->probe.detectionThread.devices = {device(0, 11, MODEL::TIV),
+                                                   device(1, 12, MODEL::TIV)};
+        QVERIFY(!m_viewer->window->detectMultipleDevice());
         QCOMPARE(rows(), QStringList({"No cameras"}));
     }
 
@@ -134,7 +134,7 @@ private slots:
     {
         bench().addCamera(camera(MODEL::TIV_P, 20000001));
         startWithoutPoll();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         // Each pass is over before its start returns.
         const qtcalls::Hook hook([&probe](const qtcalls::Call& call) {
             if (call.call == qtcalls::CALL::STARTED && call.object == &probe.detectionThread) {
@@ -156,16 +156,16 @@ private slots:
         bench().addCamera(camera(MODEL::TIV_Q, 20000001));
         bench().addCamera(camera(MODEL::TIV_P, 20000002));
         start();
-        QTRY_VERIFY(viewer->streams(20000001));
+        QTRY_VERIFY(m_viewer->streams(20000001));
         QCOMPARE(rows(), QStringList({"TIV_Q - 20000001", "TIV_P - 20000002"}));
-        QCOMPARE(viewer->ui->comboBox_camera_list->currentIndex(), 0);
+        QCOMPARE(m_viewer->ui->comboBox_camera_list->currentIndex(), 0);
 
         QElapsedTimer elapsed;
         elapsed.start();
-        viewer->ui->comboBox_camera_list->setCurrentIndex(1);
+        m_viewer->ui->comboBox_camera_list->setCurrentIndex(1);
         // The camera is closed twice: once for the choice, once by the open.
         QVERIFY(elapsed.elapsed() >= 200);
-        QTRY_VERIFY(viewer->streams(20000002));
+        QTRY_VERIFY(m_viewer->streams(20000002));
 
         QStringList sessions;
         for (const auto& call : bench().log().records()) {
@@ -186,19 +186,19 @@ private slots:
         start();
         QVector<bool> busy;
         bench().setOpenHook([&](const om::InitParameters&) {
-            busy << viewer->probe.deviceListBusy;
+            busy << m_viewer->probe.deviceListBusy;
             // The row of the other camera, and back: not a choice of the user.
-            if (viewer->probe.deviceListBusy) {
-                viewer->ui->comboBox_camera_list->setCurrentIndex(1);
-                viewer->ui->comboBox_camera_list->setCurrentIndex(0);
+            if (m_viewer->probe.deviceListBusy) {
+                m_viewer->ui->comboBox_camera_list->setCurrentIndex(1);
+                m_viewer->ui->comboBox_camera_list->setCurrentIndex(0);
             }
         });
-        QTRY_VERIFY(viewer->streams(20000001));
-        QVERIFY(!viewer->probe.deviceListBusy);
+        QTRY_VERIFY(m_viewer->streams(20000001));
+        QVERIFY(!m_viewer->probe.deviceListBusy);
         QCOMPARE(busy, QVector<bool>({true}));
 
-        viewer->ui->comboBox_camera_list->setCurrentIndex(1);
-        QTRY_VERIFY(viewer->streams(20000002));
+        m_viewer->ui->comboBox_camera_list->setCurrentIndex(1);
+        QTRY_VERIFY(m_viewer->streams(20000002));
         QCOMPARE(busy, QVector<bool>({true, false}));
         bench().setOpenHook(nullptr);
     }
@@ -208,11 +208,11 @@ private slots:
         bench().addCamera(camera(MODEL::TIV_Q, 20000001));
         bench().addCamera(camera(MODEL::TIV_P, 20000002));
         start();
-        QTRY_VERIFY(viewer->streams(20000001));
-        viewer->probe.deviceListBusy = true;
-        viewer->ui->comboBox_camera_list->setCurrentIndex(1);
-        viewer->probe.deviceListBusy = false;
-        QVERIFY(viewer->streams(20000001));
+        QTRY_VERIFY(m_viewer->streams(20000001));
+        m_viewer->probe.deviceListBusy = true;
+        m_viewer->ui->comboBox_camera_list->setCurrentIndex(1);
+        m_viewer->probe.deviceListBusy = false;
+        QVERIFY(m_viewer->streams(20000001));
         QCOMPARE(bench().log().count(CALL::OPEN), 1ULL);
     }
 
@@ -235,7 +235,7 @@ private slots:
         config.id = 3;
         bench().addCamera(config);
         start();
-        QTRY_VERIFY(viewer->streams(20000001));
+        QTRY_VERIFY(m_viewer->streams(20000001));
         const auto open = bench().log().last(CALL::OPEN);
         QVERIFY(open && open->init);
         const om::InputType& input = open->init->input;
@@ -250,8 +250,8 @@ private slots:
             QVERIFY(input.bus() == om::BUS_TYPE::SERIAL);
             QCOMPARE(open->init->fps, 30);
         }
-        QCOMPARE(viewer->probe.cameraId, 3);
-        QCOMPARE(static_cast<int>(viewer->probe.cameraModel), model);
+        QCOMPARE(m_viewer->probe.cameraId, 3);
+        QCOMPARE(static_cast<int>(m_viewer->probe.cameraModel), model);
         QCOMPARE(ProgramStates::getIntAttr(ProgramStates::cameraModel), model);
     }
 
@@ -263,8 +263,8 @@ private slots:
         QTRY_VERIFY(bench().log().count(CALL::GET_DEVICE_LIST) >= 5);
         QCOMPARE(rows(), QStringList({"Unknown - 20000001"}));
         QCOMPARE(bench().log().count(CALL::OPEN), 0ULL);
-        QVERIFY(viewer->probe.inputThread == nullptr);
-        QVERIFY(viewer->probe.detectTimer != nullptr);
+        QVERIFY(m_viewer->probe.inputThread == nullptr);
+        QVERIFY(m_viewer->probe.detectTimer != nullptr);
         QCOMPARE(boxes.count(), 0);
     }
 
@@ -272,25 +272,25 @@ private slots:
     {
         bench().addCamera(camera(MODEL::TIV_Q, 20000001));
         start();
-        QTRY_VERIFY(viewer->streams(20000001));
-        auto& probe = viewer->probe;
+        QTRY_VERIFY(m_viewer->streams(20000001));
+        auto& probe = m_viewer->probe;
         const InputThreadModul* const input = probe.inputThread;
         bench().addCamera(camera(MODEL::TIV_P, 20000002));
         // The camera itself is asked whether it is open.
         probe.inputThread.load()->opened = false;
 
         // The new camera is known after one more pass.
-        QTest::mouseClick(viewer->ui->pushButton_refresh_list, Qt::LeftButton);
+        QTest::mouseClick(m_viewer->ui->pushButton_refresh_list, Qt::LeftButton);
         QCOMPARE(rows(), QStringList({" - 20000001", "TIV_Q - 20000001"}));
-        QCOMPARE(viewer->ui->comboBox_camera_list->currentIndex(), 0);
+        QCOMPARE(m_viewer->ui->comboBox_camera_list->currentIndex(), 0);
         QVERIFY(probe.detectionThread.wait(waiting::patienceMs));
-        QTest::mouseClick(viewer->ui->pushButton_refresh_list, Qt::LeftButton);
+        QTest::mouseClick(m_viewer->ui->pushButton_refresh_list, Qt::LeftButton);
         QCOMPARE(rows(), QStringList({" - 20000001", "TIV_Q - 20000001", "TIV_P - 20000002"}));
         QCOMPARE(probe.deviceSerials, QVector<int>({20000001, 20000001, 20000002}));
         QCOMPARE(probe.deviceModels, QVector<MODEL>({MODEL::TIV_Q, MODEL::TIV_Q, MODEL::TIV_P}));
 
         QVERIFY(probe.inputThread == input);
-        QVERIFY(viewer->streams(20000001));
+        QVERIFY(m_viewer->streams(20000001));
         QCOMPARE(bench().log().count(CALL::OPEN), 1ULL);
         QVERIFY(probe.cameraName.isEmpty());
     }
@@ -298,7 +298,7 @@ private slots:
     void theKeptRowCountsAndHoldsTheOpenCamera()
     {
         startWithoutPoll();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         probe.cameraId = 3;
         probe.cameraSerial = 42;
         probe.cameraModel = MODEL::TIV_R;
@@ -320,38 +320,38 @@ private slots:
         config.id = 3;
         bench().addCamera(config);
         start();
-        QTRY_VERIFY(viewer->streams(20000001));
-        QTest::mouseClick(viewer->ui->pushButton_refresh_list, Qt::LeftButton);
-        QCOMPARE(viewer->probe.deviceIds, QVector<int>({3, 3}));
-        QCOMPARE(viewer->ui->comboBox_camera_list->currentIndex(), 0);
-        viewer->window->createLiveInput();
+        QTRY_VERIFY(m_viewer->streams(20000001));
+        QTest::mouseClick(m_viewer->ui->pushButton_refresh_list, Qt::LeftButton);
+        QCOMPARE(m_viewer->probe.deviceIds, QVector<int>({3, 3}));
+        QCOMPARE(m_viewer->ui->comboBox_camera_list->currentIndex(), 0);
+        m_viewer->window->createLiveInput();
         QCOMPARE(bench().log().count(CALL::OPEN), 2ULL);
         QCOMPARE(bench().log().last(CALL::OPEN)->init->input.cameraId(), 3);
-        QTRY_VERIFY(viewer->streams(20000001));
+        QTRY_VERIFY(m_viewer->streams(20000001));
     }
 
     void theSecondRowOfTheOpenCameraReopensIt()
     {
         bench().addCamera(camera(MODEL::TIV_Q, 20000001));
         start();
-        QTRY_VERIFY(viewer->streams(20000001));
-        QTest::mouseClick(viewer->ui->pushButton_refresh_list, Qt::LeftButton);
+        QTRY_VERIFY(m_viewer->streams(20000001));
+        QTest::mouseClick(m_viewer->ui->pushButton_refresh_list, Qt::LeftButton);
         QCOMPARE(rows(), QStringList({" - 20000001", "TIV_Q - 20000001"}));
-        viewer->ui->comboBox_camera_list->setCurrentIndex(1);
+        m_viewer->ui->comboBox_camera_list->setCurrentIndex(1);
         QCOMPARE(bench().log().count(CALL::OPEN), 2ULL);
-        QTRY_VERIFY(viewer->streams(20000001));
+        QTRY_VERIFY(m_viewer->streams(20000001));
     }
 
     void aCameraPluggedInWhileStreamingAppearsOnlyAfterRefresh()
     {
         bench().addCamera(camera(MODEL::TIV_Q, 20000001));
         start();
-        QTRY_VERIFY(viewer->streams(20000001));
+        QTRY_VERIFY(m_viewer->streams(20000001));
         const auto lists = bench().log().count(CALL::GET_DEVICE_LIST);
         bench().addCamera(camera(MODEL::TIV_P, 20000002));
         // Nothing is left that would look for it.
-        QVERIFY(viewer->probe.detectTimer == nullptr);
-        QVERIFY(viewer->probe.detectionThread.wait(waiting::patienceMs));
+        QVERIFY(m_viewer->probe.detectTimer == nullptr);
+        QVERIFY(m_viewer->probe.detectionThread.wait(waiting::patienceMs));
         QCoreApplication::processEvents();
         QCOMPARE(rows(), QStringList({"TIV_Q - 20000001"}));
         QCOMPARE(bench().log().count(CALL::GET_DEVICE_LIST), lists);
@@ -369,7 +369,7 @@ private slots:
     {
         QFETCH(QString, input);
         startWithoutPoll();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         if (input != "none") {
             probe.inputThread = new InputThreadModul;
         }
@@ -381,12 +381,12 @@ private slots:
         }
         probe.cameraLost = false;
         probe.accX = {1.0, 2.0};
-        viewer->ui->lineEdit_value_0->setText(QStringLiteral("old"));
-        QTest::mouseClick(viewer->ui->pushButton_refresh_list, Qt::LeftButton);
+        m_viewer->ui->lineEdit_value_0->setText(QStringLiteral("old"));
+        QTest::mouseClick(m_viewer->ui->pushButton_refresh_list, Qt::LeftButton);
         QVERIFY(probe.cameraLost);
         QVERIFY(probe.inputThread == nullptr);
         QVERIFY(probe.accX.isEmpty());
-        QCOMPARE(viewer->ui->lineEdit_value_0->text(), QStringLiteral("---"));
+        QCOMPARE(m_viewer->ui->lineEdit_value_0->text(), QStringLiteral("---"));
         QCOMPARE(probe.currentSensor, QString());
         QCOMPARE(rows(), QStringList({"No cameras"}));
         QVERIFY(probe.detectTimer != nullptr && probe.detectTimer->isActive());
@@ -401,23 +401,23 @@ private slots:
         bool held = false;
         start();
         bench().setOpenHook([&](const om::InitParameters&) {
-            held = !viewer->probe.detectionThread.mutex.tryLock();
+            held = !m_viewer->probe.detectionThread.mutex.tryLock();
             // A pass that starts now gives up.
-            viewer->probe.detectionThread.start();
+            m_viewer->probe.detectionThread.start();
         });
-        QTRY_VERIFY(viewer->streams(20000001));
+        QTRY_VERIFY(m_viewer->streams(20000001));
         QVERIFY(held);
         QCOMPARE(bench().listsDuringOpen(), 0);
-        QVERIFY(viewer->probe.detectionThread.mutex.tryLock());
-        viewer->probe.detectionThread.mutex.unlock();
+        QVERIFY(m_viewer->probe.detectionThread.mutex.tryLock());
+        m_viewer->probe.detectionThread.mutex.unlock();
     }
 
     void anOpenWaitsForTheListThatIsUnderWay()
     {
         bench().addCamera(camera(MODEL::TIV_Q, 20000001));
         startWithoutPoll();
-        auto& probe = viewer->probe;
-        QVERIFY(!viewer->window->detectMultipleDevice());
+        auto& probe = m_viewer->probe;
+        QVERIFY(!m_viewer->window->detectMultipleDevice());
         QVERIFY(probe.detectionThread.wait(waiting::patienceMs));
         // The list is being read until the open waits for the mutex.
         QSemaphore begun;
@@ -436,11 +436,11 @@ private slots:
         QVERIFY(waiting::acquire(begun));
         bool before = false;
         bench().setOpenHook([&](const om::InitParameters&) { before = listed; });
-        QVERIFY(viewer->window->detectMultipleDevice());
+        QVERIFY(m_viewer->window->detectMultipleDevice());
         bench().setDeviceListHook(nullptr);
         bench().setOpenHook(nullptr);
         QVERIFY(before);
-        QTRY_VERIFY(viewer->streams(20000001));
+        QTRY_VERIFY(m_viewer->streams(20000001));
     }
 
     void aSlowListDoesNotHoldUpTheInterface()
@@ -455,19 +455,19 @@ private slots:
         });
         startWithoutPoll();
         // The first of these ticks starts a pass, and the others find it at work on its list.
-        QVERIFY(!viewer->window->detectMultipleDevice());
+        QVERIFY(!m_viewer->window->detectMultipleDevice());
         QVERIFY(waiting::acquire(begun));
-        QVERIFY(!viewer->probe.detectionThread.mutex.tryLock());
+        QVERIFY(!m_viewer->probe.detectionThread.mutex.tryLock());
         for (int tick = 0; tick < 2; ++tick) {
-            QVERIFY(!viewer->window->detectMultipleDevice());
+            QVERIFY(!m_viewer->window->detectMultipleDevice());
         }
-        QVERIFY(viewer->probe.detectionThread.isRunning());
+        QVERIFY(m_viewer->probe.detectionThread.isRunning());
         listed.release();
-        QVERIFY(viewer->probe.detectionThread.wait(waiting::patienceMs));
+        QVERIFY(m_viewer->probe.detectionThread.wait(waiting::patienceMs));
         QVERIFY(letGo);
         bench().setDeviceListHook(nullptr);
         QCOMPARE(bench().log().count(CALL::GET_DEVICE_LIST), 1ULL);
-        QVERIFY(viewer->window->detectMultipleDevice());
+        QVERIFY(m_viewer->window->detectMultipleDevice());
     }
 };
 

@@ -83,8 +83,8 @@ class TestRecording : public QObject
     Q_OBJECT
 
 private:
-    std::unique_ptr<Viewer> viewer;
-    std::unique_ptr<QTemporaryDir> folder;
+    std::unique_ptr<Viewer> m_viewer;
+    std::unique_ptr<QTemporaryDir> m_folder;
 
     void open(om::MODEL model = om::MODEL::TIV_Q, int serial = serialQ,
               om::bench::MOTION motion = om::bench::MOTION::AT_REST)
@@ -92,12 +92,12 @@ private:
         om::bench::CameraConfig config = camera(model, static_cast<unsigned int>(serial));
         config.motion = motion;
         bench().addCamera(config);
-        viewer = std::make_unique<Viewer>();
-        viewer->probe.recOptions.saveFolder = folder->path();
-        QTRY_VERIFY(viewer->streams(serial));
+        m_viewer = std::make_unique<Viewer>();
+        m_viewer->probe.recOptions.saveFolder = m_folder->path();
+        QTRY_VERIFY(m_viewer->streams(serial));
     }
 
-    QString filePath() const { return viewer->probe.recFile.fileName(); }
+    QString filePath() const { return m_viewer->probe.recFile.fileName(); }
     int rows() const
     {
         return linesOf(filePath()).size() - 2;
@@ -106,17 +106,17 @@ private:
     /// Starts a recording whose rows come from the test instead of the sensor thread.
     void recordByHand()
     {
-        viewer->probe.joinSensorThread();
-        press(viewer->ui->toolButton_save);
-        QVERIFY(viewer->probe.recording && viewer->probe.recFile.isOpen());
+        m_viewer->probe.joinSensorThread();
+        press(m_viewer->ui->toolButton_save);
+        QVERIFY(m_viewer->probe.recording && m_viewer->probe.recFile.isOpen());
     }
 
     /// Whether the newest sample that the program took is the one with this number.
     bool hasTaken(unsigned int serial, std::uint64_t number)
     {
         const auto time = bench().camera(serial)->reportedTime(om::bench::STREAM::IMU, number);
-        const QMutexLocker lock(&viewer->probe.dataMutex);
-        const QVector<double>& times = viewer->probe.imuTime;
+        const QMutexLocker lock(&m_viewer->probe.dataMutex);
+        const QVector<double>& times = m_viewer->probe.imuTime;
         return !times.isEmpty() && times.last() == static_cast<double>(time / 1000) / 1e6;
     }
 
@@ -136,20 +136,20 @@ private:
     void giveSample(unsigned int serial, std::uint64_t number)
     {
         wallclock::advance(4ms); // which determines the rate of the rows
-        const int before = viewer->samples();
+        const int before = m_viewer->samples();
         om::bench::Clock& clock = bench().clock();
         const auto source = bench().camera(serial)->source();
         clock.advance(source->timeOf(om::bench::STREAM::IMU, number) - clock.now());
         QVERIFY(waiting::waitFor([&] { return hasTaken(serial, number); }));
-        QVERIFY2(viewer->samples() == before + 1, qPrintable(QString::number(number)));
+        QVERIFY2(m_viewer->samples() == before + 1, qPrintable(QString::number(number)));
     }
 
     /// Records this number of samples one by one.
     void recordSampleBySample(unsigned int serial, int count)
     {
         std::uint64_t number = stopTheBench(serial);
-        press(viewer->ui->toolButton_save);
-        QVERIFY(viewer->probe.recording);
+        press(m_viewer->ui->toolButton_save);
+        QVERIFY(m_viewer->probe.recording);
         giveSample(serial, ++number);
         if (rows() == 0) { // the first call in the process writes none
             giveSample(serial, ++number);
@@ -158,7 +158,7 @@ private:
         for (int i = 1; i < count && !QTest::currentTestFailed(); ++i) {
             giveSample(serial, ++number);
         }
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
         bench().clock().setReal();
     }
 
@@ -166,13 +166,13 @@ private slots:
     void init()
     {
         bench().reset();
-        folder = std::make_unique<QTemporaryDir>();
+        m_folder = std::make_unique<QTemporaryDir>();
     }
 
     void cleanup()
     {
         wallclock::onRead(nullptr);
-        viewer.reset();
+        m_viewer.reset();
         bench().reset();
     }
 
@@ -181,27 +181,27 @@ private slots:
     {
         open();
         recordByHand();
-        const qint64 header = viewer->probe.recFile.size();
-        viewer->window->saveValues(0);
-        QCOMPARE(viewer->probe.recFile.size(), header);
+        const qint64 header = m_viewer->probe.recFile.size();
+        m_viewer->window->saveValues(0);
+        QCOMPARE(m_viewer->probe.recFile.size(), header);
         // The next call finds time passed.
         wallclock::advance(1s);
-        viewer->window->saveValues(0);
-        QVERIFY(viewer->probe.recFile.size() > header);
-        press(viewer->ui->toolButton_save);
+        m_viewer->window->saveValues(0);
+        QVERIFY(m_viewer->probe.recFile.size() > header);
+        press(m_viewer->ui->toolButton_save);
     }
 
     void periodIsComparedWithWholeMilliseconds()
     {
         open();
         recordByHand();
-        QCOMPARE(viewer->probe.recPeriodSec, 0.0025);
+        QCOMPARE(m_viewer->probe.recPeriodSec, 0.0025);
         const wallclock::Held held;
         wallclock::advance(1s);
         const auto writes = [this] {
-            const qint64 size = viewer->probe.recFile.size();
-            viewer->window->saveValues(0);
-            return viewer->probe.recFile.size() > size;
+            const qint64 size = m_viewer->probe.recFile.size();
+            m_viewer->window->saveValues(0);
+            return m_viewer->probe.recFile.size() > size;
         };
         QVERIFY(writes());
         wallclock::advance(2'999'999ns);
@@ -213,25 +213,25 @@ private slots:
         QVERIFY(writes());
         wallclock::advance(2ms);
         QVERIFY(!writes());
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
     }
 
     void wallClockThatIsSetBackHoldsTheRowsBack()
     {
         open();
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
         QTRY_VERIFY(rows() > 5);
         {
-            const QMutexLocker lock(&viewer->probe.dataMutex); // between two rows
+            const QMutexLocker lock(&m_viewer->probe.dataMutex); // between two rows
             wallclock::advance(-1h);
         }
         const int before = rows();
-        const int samples = viewer->samples();
-        QTRY_VERIFY(viewer->samples() > samples + 100);
+        const int samples = m_viewer->samples();
+        QTRY_VERIFY(m_viewer->samples() > samples + 100);
         QCOMPARE(rows(), before);
         wallclock::advance(1h);
         QTRY_VERIFY(rows() > before + 5);
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
     }
 
     void rowsAreWrittenWithTheLockHeld()
@@ -241,8 +241,8 @@ private slots:
         static std::atomic<int> held{0};
         static std::atomic<int> free{0};
         open();
-        press(viewer->ui->toolButton_save);
-        probe = &viewer->probe;
+        press(m_viewer->ui->toolButton_save);
+        probe = &m_viewer->probe;
         sensorThread = probe->dataThread->native_handle();
         // The sensor thread reads the wall clock for its rows only.
         wallclock::onRead([] {
@@ -259,70 +259,70 @@ private slots:
         QTRY_VERIFY(held + free > 50);
         wallclock::onRead(nullptr);
         QCOMPARE(free.load(), 0);
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
     }
 
     void withoutACameraTheButtonStaysCheckedAndNothingRecords()
     {
-        viewer = std::make_unique<Viewer>();
-        viewer->probe.recOptions.saveFolder = folder->path();
-        press(viewer->ui->toolButton_save);
-        QVERIFY(viewer->ui->toolButton_save->isChecked());
-        QVERIFY(!viewer->probe.recording);
-        QVERIFY(!viewer->probe.recFile.isOpen());
-        QCOMPARE(viewer->ui->toolButton_save->text(), QStringLiteral("RECORD"));
-        QVERIFY(QDir(folder->path()).entryList(QDir::Files).isEmpty());
+        m_viewer = std::make_unique<Viewer>();
+        m_viewer->probe.recOptions.saveFolder = m_folder->path();
+        press(m_viewer->ui->toolButton_save);
+        QVERIFY(m_viewer->ui->toolButton_save->isChecked());
+        QVERIFY(!m_viewer->probe.recording);
+        QVERIFY(!m_viewer->probe.recFile.isOpen());
+        QCOMPARE(m_viewer->ui->toolButton_save->text(), QStringLiteral("RECORD"));
+        QVERIFY(QDir(m_folder->path()).entryList(QDir::Files).isEmpty());
     }
 
     void withoutACameraAnEmptyFolderIsNotLookedAt()
     {
-        viewer = std::make_unique<Viewer>();
-        viewer->probe.recOptions.saveFolder.clear();
-        press(viewer->ui->toolButton_save);
-        QVERIFY(viewer->ui->toolButton_save->isChecked());
+        m_viewer = std::make_unique<Viewer>();
+        m_viewer->probe.recOptions.saveFolder.clear();
+        press(m_viewer->ui->toolButton_save);
+        QVERIFY(m_viewer->ui->toolButton_save->isChecked());
     }
 
     void withARestingInputThreadTheButtonStaysCheckedAndNothingRecords()
     {
         open();
-        viewer->probe.inputThread->stopGrabbing();
-        QVERIFY(viewer->probe.inputThread->camera.isOpened());
-        viewer->probe.freeSpaceLabel.clear();
-        press(viewer->ui->toolButton_save);
-        QVERIFY(viewer->ui->toolButton_save->isChecked());
-        QVERIFY(!viewer->probe.recording);
-        QVERIFY(!viewer->probe.recFile.isOpen());
-        QVERIFY(viewer->probe.freeSpaceLabel.text().isEmpty());
-        QVERIFY(QDir(folder->path()).entryList(QDir::Files).isEmpty());
+        m_viewer->probe.inputThread->stopGrabbing();
+        QVERIFY(m_viewer->probe.inputThread->camera.isOpened());
+        m_viewer->probe.freeSpaceLabel.clear();
+        press(m_viewer->ui->toolButton_save);
+        QVERIFY(m_viewer->ui->toolButton_save->isChecked());
+        QVERIFY(!m_viewer->probe.recording);
+        QVERIFY(!m_viewer->probe.recFile.isOpen());
+        QVERIFY(m_viewer->probe.freeSpaceLabel.text().isEmpty());
+        QVERIFY(QDir(m_folder->path()).entryList(QDir::Files).isEmpty());
     }
 
     void withARestingInputThreadNoRowsAreWritten()
     {
         open();
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
         QTRY_VERIFY(rows() > 5);
-        viewer->probe.inputThread->stopGrabbing();
+        m_viewer->probe.inputThread->stopGrabbing();
         int before = 0;
         int samples = 0;
         {
-            const QMutexLocker lock(&viewer->probe.dataMutex); // between two rows
+            const QMutexLocker lock(&m_viewer->probe.dataMutex); // between two rows
             before = rows();
-            samples = viewer->probe.accX.size();
+            samples = m_viewer->probe.accX.size();
         }
-        QTRY_VERIFY(viewer->samples() > samples + 100);
+        QTRY_VERIFY(m_viewer->samples() > samples + 100);
         QCOMPARE(rows(), before);
-        viewer->probe.inputThread->startGrabbing();
+        m_viewer->probe.inputThread->startGrabbing();
         QTRY_VERIFY(rows() > before + 5);
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
     }
 
     void emptyFolderUnchecksSilently()
     {
         open();
-        viewer->probe.recOptions.saveFolder.clear();
-        press(viewer->ui->toolButton_save);
-        QVERIFY(!viewer->ui->toolButton_save->isChecked());
-        QVERIFY(!viewer->probe.recording);
+        m_viewer->probe.recOptions.saveFolder.clear();
+        press(m_viewer->ui->toolButton_save);
+        QVERIFY(!m_viewer->ui->toolButton_save->isChecked());
+        QVERIFY(!m_viewer->probe.recording);
     }
 
     void fileThatCannotBeOpenedShowsOneBox_data()
@@ -337,7 +337,7 @@ private slots:
     {
         QFETCH(QString, target);
         open();
-        viewer->probe.recOptions.saveFolder = target;
+        m_viewer->probe.recOptions.saveFolder = target;
         const Style style;
         const BoxWatcher watcher([&](QMessageBox& box) {
             QCOMPARE(box.windowTitle(), QStringLiteral("File error"));
@@ -353,21 +353,21 @@ private slots:
             QCOMPARE(box.buttonRole(ok), QMessageBox::AcceptRole);
             clickOk(box);
         });
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
         QCOMPARE(watcher.count(), 1);
-        QVERIFY(!viewer->ui->toolButton_save->isChecked());
-        QVERIFY(viewer->ui->pushButton_rec_option->isEnabled());
-        QVERIFY2(viewer->probe.recording, "it stays set until the next start or stop");
-        QVERIFY(!viewer->probe.recFile.isOpen());
+        QVERIFY(!m_viewer->ui->toolButton_save->isChecked());
+        QVERIFY(m_viewer->ui->pushButton_rec_option->isEnabled());
+        QVERIFY2(m_viewer->probe.recording, "it stays set until the next start or stop");
+        QVERIFY(!m_viewer->probe.recFile.isOpen());
 
         // Samples continue, and the next start corrects it.
-        const int before = viewer->samples();
-        QTRY_VERIFY(viewer->samples() > before + 10);
-        viewer->probe.recOptions.saveFolder = folder->path();
-        press(viewer->ui->toolButton_save);
-        QVERIFY(viewer->probe.recFile.isOpen());
-        press(viewer->ui->toolButton_save);
-        QVERIFY(!viewer->probe.recording);
+        const int before = m_viewer->samples();
+        QTRY_VERIFY(m_viewer->samples() > before + 10);
+        m_viewer->probe.recOptions.saveFolder = m_folder->path();
+        press(m_viewer->ui->toolButton_save);
+        QVERIFY(m_viewer->probe.recFile.isOpen());
+        press(m_viewer->ui->toolButton_save);
+        QVERIFY(!m_viewer->probe.recording);
     }
 
     // No process reads the FIFO: an open would block the window until one does.
@@ -377,63 +377,63 @@ private slots:
         const wallclock::Held held;
         const QString name =
             recorder::fileName(QDateTime::currentDateTime(), QStringLiteral("TIV_Q"), serialQ);
-        QCOMPARE(::mkfifo(QFile::encodeName(folder->filePath(name)).constData(), 0600), 0);
+        QCOMPARE(::mkfifo(QFile::encodeName(m_folder->filePath(name)).constData(), 0600), 0);
         QString text;
         const BoxWatcher watcher([&](QMessageBox& box) {
             text = box.text();
             clickOk(box);
         });
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
         QCOMPARE(watcher.count(), 1);
         QCOMPARE(text, QStringLiteral("Error while opening file for writing"));
-        QVERIFY(!viewer->ui->toolButton_save->isChecked());
-        QVERIFY(!viewer->probe.recFile.isOpen());
+        QVERIFY(!m_viewer->ui->toolButton_save->isChecked());
+        QVERIFY(!m_viewer->probe.recFile.isOpen());
     }
 
     void freeSpaceIsComputedBeforeTheFileIsOpened()
     {
         open();
-        viewer->probe.recOptions.saveFolder = QStringLiteral("/nowhere");
-        viewer->probe.freeSpaceLabel.clear();
+        m_viewer->probe.recOptions.saveFolder = QStringLiteral("/nowhere");
+        m_viewer->probe.freeSpaceLabel.clear();
         QString atTheBox;
         const BoxWatcher watcher([&](QMessageBox& box) {
-            atTheBox = viewer->probe.freeSpaceLabel.text();
+            atTheBox = m_viewer->probe.freeSpaceLabel.text();
             clickOk(box);
         });
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
         QCOMPARE(watcher.count(), 1);
         QVERIFY2(atTheBox.endsWith(QStringLiteral(" Gb  on /nowhere")), qPrintable(atTheBox));
-        viewer->window->on_toolButton_save_clicked(false);
+        m_viewer->window->on_toolButton_save_clicked(false);
     }
 
     void lossAfterAFailedStartClearsTheFlagAlone()
     {
         open();
-        viewer->probe.recOptions.saveFolder = QStringLiteral("/nowhere");
+        m_viewer->probe.recOptions.saveFolder = QStringLiteral("/nowhere");
         const BoxWatcher watcher(clickOk);
-        press(viewer->ui->toolButton_save);
-        QVERIFY(viewer->probe.recording);
+        press(m_viewer->ui->toolButton_save);
+        QVERIFY(m_viewer->probe.recording);
         bench().unplug(serialQ);
-        QTRY_VERIFY(!viewer->probe.recording);
-        QCOMPARE(viewer->ui->toolButton_save->text(), QStringLiteral("RECORD"));
-        QVERIFY(!viewer->ui->toolButton_save->isChecked());
-        QVERIFY(viewer->ui->pushButton_rec_option->isEnabled());
+        QTRY_VERIFY(!m_viewer->probe.recording);
+        QCOMPARE(m_viewer->ui->toolButton_save->text(), QStringLiteral("RECORD"));
+        QVERIFY(!m_viewer->ui->toolButton_save->isChecked());
+        QVERIFY(m_viewer->ui->pushButton_rec_option->isEnabled());
     }
 
     void fileIsOpenedForWritingAsText()
     {
         open();
-        press(viewer->ui->toolButton_save);
-        QCOMPARE(viewer->probe.recFile.openMode(), QIODevice::WriteOnly | QIODevice::Text);
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
+        QCOMPARE(m_viewer->probe.recFile.openMode(), QIODevice::WriteOnly | QIODevice::Text);
+        press(m_viewer->ui->toolButton_save);
     }
 
     void startTakesItsStepsInOrder()
     {
         open();
         recordByHand();
-        press(viewer->ui->toolButton_save);
-        auto& probe = viewer->probe;
+        press(m_viewer->ui->toolButton_save);
+        auto& probe = m_viewer->probe;
         probe.recOptions.sampleFreq = 50;
 
         // The first: the header, seen as the write that the disk refuses.
@@ -442,11 +442,11 @@ private slots:
         seen = &probe;
         {
             const FullDisk disk(0, [](int) { periodAtTheHeader = seen->recPeriodSec; });
-            press(viewer->ui->toolButton_save);
+            press(m_viewer->ui->toolButton_save);
         }
         QCOMPARE(double(periodAtTheHeader), 0.0025);
         QCOMPARE(probe.recPeriodSec, 0.02);
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
 
         // The last: the button of the options, and the text.
         class Watcher : public QObject
@@ -472,31 +472,31 @@ private slots:
             QString text;
         };
         probe.recOptions.sampleFreq = 5;
-        Watcher watcher(*viewer);
-        viewer->ui->pushButton_rec_option->installEventFilter(&watcher);
-        press(viewer->ui->toolButton_save);
-        viewer->ui->pushButton_rec_option->removeEventFilter(&watcher);
+        Watcher watcher(*m_viewer);
+        m_viewer->ui->pushButton_rec_option->installEventFilter(&watcher);
+        press(m_viewer->ui->toolButton_save);
+        m_viewer->ui->pushButton_rec_option->removeEventFilter(&watcher);
         QCOMPARE(watcher.count, 1);
         QCOMPARE(watcher.period, 0.2);
         QVERIFY(watcher.recording);
         QCOMPARE(watcher.size, qint64(recorder::header(probe.recOptions).size() + 1));
         QCOMPARE(watcher.text, QStringLiteral("Record"));
-        QCOMPARE(viewer->ui->toolButton_save->text(), QStringLiteral("Recording..."));
-        press(viewer->ui->toolButton_save);
+        QCOMPARE(m_viewer->ui->toolButton_save->text(), QStringLiteral("Recording..."));
+        press(m_viewer->ui->toolButton_save);
     }
 
     void startsAndStopsTearNoLine()
     {
         open();
-        const QString header = recorder::header(viewer->probe.recOptions);
+        const QString header = recorder::header(m_viewer->probe.recOptions);
         int written = 0;
         for (int round = 0; round < 200; ++round) {
-            press(viewer->ui->toolButton_save);
+            press(m_viewer->ui->toolButton_save);
             const QString path = filePath();
-            const int samples = viewer->samples();
+            const int samples = m_viewer->samples();
             // Stops at all moments.
-            QVERIFY(waiting::waitFor([&] { return viewer->samples() >= samples + round % 5; }));
-            press(viewer->ui->toolButton_save);
+            QVERIFY(waiting::waitFor([&] { return m_viewer->samples() >= samples + round % 5; }));
+            press(m_viewer->ui->toolButton_save);
             const QStringList lines = linesOf(path);
             QCOMPARE(lines.constFirst(), header);
             QVERIFY(lines.constLast().isEmpty());
@@ -511,67 +511,67 @@ private slots:
     void rowThatIsBeingWrittenAtAStopGoesInWhole()
     {
         open();
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
         QTRY_VERIFY(rows() > 5);
         const QString first = filePath();
         // As the sensor thread uses it during a row.
         std::unique_ptr<recorder::LineFile> lines;
         QVERIFY(waiting::waitFor([&] {
-            lines = viewer->probe.recLines.take();
+            lines = m_viewer->probe.recLines.take();
             return lines != nullptr;
         }));
         const int before = rows();
-        press(viewer->ui->toolButton_save);
-        QVERIFY(!viewer->probe.recFile.isOpen());
+        press(m_viewer->ui->toolButton_save);
+        QVERIFY(!m_viewer->probe.recFile.isOpen());
         QFile::rename(first, first + QStringLiteral(".ended")); // or the next may take its name
-        press(viewer->ui->toolButton_save);
-        QVERIFY(viewer->probe.recFile.isOpen());
+        press(m_viewer->ui->toolButton_save);
+        QVERIFY(m_viewer->probe.recFile.isOpen());
         lines->write("the row\n");
-        viewer->probe.recLines.giveBack(std::move(lines));
+        m_viewer->probe.recLines.giveBack(std::move(lines));
         QTRY_VERIFY(rows() > 5);
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
 
         const QStringList ended = linesOf(first + QStringLiteral(".ended"));
         QCOMPARE(ended.size() - 2, before + 1);
         QCOMPARE(ended.at(before + 1), QStringLiteral("the row"));
         const QStringList next = linesOf(filePath());
-        QCOMPARE(next.constFirst(), recorder::header(viewer->probe.recOptions));
+        QCOMPARE(next.constFirst(), recorder::header(m_viewer->probe.recOptions));
         QVERIFY(!next.contains(QStringLiteral("the row")));
     }
 
     void stopAfterAFailedStartClearsTheFlag()
     {
         open();
-        viewer->probe.recOptions.saveFolder = QStringLiteral("/nowhere");
+        m_viewer->probe.recOptions.saveFolder = QStringLiteral("/nowhere");
         const BoxWatcher watcher(clickOk);
-        press(viewer->ui->toolButton_save);
-        QVERIFY(viewer->probe.recording);
-        viewer->window->on_toolButton_save_clicked(false);
-        QVERIFY(!viewer->probe.recording);
-        QCOMPARE(viewer->ui->toolButton_save->text(), QStringLiteral("RECORD"));
+        press(m_viewer->ui->toolButton_save);
+        QVERIFY(m_viewer->probe.recording);
+        m_viewer->window->on_toolButton_save_clicked(false);
+        QVERIFY(!m_viewer->probe.recording);
+        QCOMPARE(m_viewer->ui->toolButton_save->text(), QStringLiteral("RECORD"));
     }
 
     void startAndStopChangeButtonsAndTexts()
     {
         open();
-        auto* save = viewer->ui->toolButton_save;
-        auto* option = viewer->ui->pushButton_rec_option;
+        auto* save = m_viewer->ui->toolButton_save;
+        auto* option = m_viewer->ui->pushButton_rec_option;
         QCOMPARE(save->text(), QStringLiteral("RECORD"));
         QVERIFY(option->isEnabled());
 
         press(save);
         QVERIFY(save->isChecked());
-        QVERIFY(viewer->probe.recording);
-        QVERIFY(viewer->probe.recFile.isOpen());
+        QVERIFY(m_viewer->probe.recording);
+        QVERIFY(m_viewer->probe.recFile.isOpen());
         QCOMPARE(save->text(), QStringLiteral("Recording..."));
         QVERIFY(!option->isEnabled());
-        QCOMPARE(viewer->probe.recPeriodSec, 0.0025);
-        QCOMPARE(viewer->probe.recDir.absolutePath(), folder->path());
+        QCOMPARE(m_viewer->probe.recPeriodSec, 0.0025);
+        QCOMPARE(m_viewer->probe.recDir.absolutePath(), m_folder->path());
 
         press(save);
         QVERIFY(!save->isChecked());
-        QVERIFY(!viewer->probe.recording);
-        QVERIFY(!viewer->probe.recFile.isOpen());
+        QVERIFY(!m_viewer->probe.recording);
+        QVERIFY(!m_viewer->probe.recFile.isOpen());
         QCOMPARE(save->text(), QStringLiteral("Record"));
         QVERIFY(option->isEnabled());
     }
@@ -579,7 +579,7 @@ private slots:
     void theTextOfARunningRecordingFitsItsButton()
     {
         open();
-        QToolButton* const save = viewer->ui->toolButton_save;
+        QToolButton* const save = m_viewer->ui->toolButton_save;
         press(save);
         // In capitals, as the button's font draws them; the button may grow for it.
         const QString text = save->text().toUpper();
@@ -607,38 +607,38 @@ private slots:
     {
         QFETCH(QString, slash);
         open();
-        viewer->probe.recOptions.saveFolder = folder->path() + slash;
+        m_viewer->probe.recOptions.saveFolder = m_folder->path() + slash;
         const wallclock::Held held;
-        press(viewer->ui->toolButton_save);
-        press(viewer->ui->toolButton_save);
-        QCOMPARE(QDir(folder->path()).entryList(QDir::Files),
+        press(m_viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
+        QCOMPARE(QDir(m_folder->path()).entryList(QDir::Files),
                  QStringList(recorder::fileName(QDateTime::currentDateTime(),
                                                 QStringLiteral("TIV_Q"), serialQ)));
-        QCOMPARE(viewer->probe.recOptions.saveFolder, folder->path() + slash);
+        QCOMPARE(m_viewer->probe.recOptions.saveFolder, m_folder->path() + slash);
     }
 
     void fileIsNamedByTheRecordThatTheInputThreadKeeps()
     {
         open();
-        viewer->probe.inputThread->cameraInfo.cameraModel = om::MODEL::TIV_R;
-        viewer->probe.inputThread->cameraInfo.serialNumber = serialR;
-        press(viewer->ui->toolButton_save);
+        m_viewer->probe.inputThread->cameraInfo.cameraModel = om::MODEL::TIV_R;
+        m_viewer->probe.inputThread->cameraInfo.serialNumber = serialR;
+        press(m_viewer->ui->toolButton_save);
         QVERIFY2(filePath().endsWith(QStringLiteral("-TIV_R-sn_42000001-TIVSensorsData.csv")),
                  qPrintable(filePath()));
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
     }
 
     void rowsHoldTheSeriesAtTheirIndex()
     {
         open(om::MODEL::TIV_Q, serialQ, om::bench::MOTION::TUMBLE);
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
         QTRY_VERIFY(rows() > 100);
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
 
         const QStringList lines = linesOf(filePath());
-        QCOMPARE(lines.constFirst(), recorder::header(viewer->probe.recOptions));
+        QCOMPARE(lines.constFirst(), recorder::header(m_viewer->probe.recOptions));
         QVERIFY2(lines.constLast().isEmpty(), "the file ends with a line feed");
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         const QMutexLocker lock(&probe.dataMutex);
         QStringList values = lines.at(50).split(QLatin1Char(',')).mid(4, 17);
         QVERIFY2(values.removeDuplicates() == 0, "an exchange of two columns would not be seen");
@@ -667,12 +667,12 @@ private slots:
     void cameraWithoutBarometerRepeatsTheImuTemperature()
     {
         open(om::MODEL::TIV_R, serialR);
-        auto& options = viewer->probe.recOptions;
+        auto& options = m_viewer->probe.recOptions;
         options.accelerometer = options.gyroscope = options.magnetometer = false;
         options.orientation = options.barometer = options.movement = false;
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
         QTRY_VERIFY(rows() > 5);
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
         const QStringList lines = linesOf(filePath());
         QCOMPARE(lines.constFirst(),
                  QStringLiteral("idx,imu_Timestamp[sec],baro_Timestamp[sec],temp_left[C],"
@@ -699,12 +699,12 @@ private slots:
         open(withBarometer ? om::MODEL::TIV_Q : om::MODEL::TIV_R, serial);
         bench().changeFaults(static_cast<unsigned int>(serial),
                              [](om::bench::Faults& faults) { faults.imuTemperatureAbsent = true; });
-        auto& options = viewer->probe.recOptions;
+        auto& options = m_viewer->probe.recOptions;
         options.accelerometer = options.gyroscope = options.magnetometer = false;
         options.orientation = options.barometer = options.movement = false;
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
         QTRY_VERIFY(rows() > 5);
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
         const QStringList fields = linesOf(filePath()).at(2).split(QLatin1Char(','));
         QCOMPARE(fields.at(5), QStringLiteral("0.000000000"));
         if (withBarometer) {
@@ -717,26 +717,26 @@ private slots:
     void frequencyOfZeroWritesTheHeaderAlone()
     {
         open();
-        viewer->probe.recOptions.sampleFreq = 0;
-        viewer->probe.recPeriodSec = 1000.0; // no row of the former period in between
-        press(viewer->ui->toolButton_save);
-        QVERIFY(std::isinf(viewer->probe.recPeriodSec));
-        const int before = viewer->samples();
-        QTRY_VERIFY(viewer->samples() > before + 100);
-        press(viewer->ui->toolButton_save);
+        m_viewer->probe.recOptions.sampleFreq = 0;
+        m_viewer->probe.recPeriodSec = 1000.0; // no row of the former period in between
+        press(m_viewer->ui->toolButton_save);
+        QVERIFY(std::isinf(m_viewer->probe.recPeriodSec));
+        const int before = m_viewer->samples();
+        QTRY_VERIFY(m_viewer->samples() > before + 100);
+        press(m_viewer->ui->toolButton_save);
         QFile file(filePath());
         QVERIFY(file.open(QIODevice::ReadOnly));
         const QString text = QString::fromUtf8(file.readAll());
-        QCOMPARE(text, recorder::header(viewer->probe.recOptions) + QLatin1Char('\n'));
+        QCOMPARE(text, recorder::header(m_viewer->probe.recOptions) + QLatin1Char('\n'));
     }
 
     void frequencyOfOneSpacesRowsByASecondOfTheWallClock()
     {
         open();
-        viewer->probe.recOptions.sampleFreq = 1;
+        m_viewer->probe.recOptions.sampleFreq = 1;
         const wallclock::Held held;
         std::uint64_t number = stopTheBench(serialQ);
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
         const auto giveSamples = [&](int count) {
             for (int i = 0; i < count && !QTest::currentTestFailed(); ++i) {
                 giveSample(serialQ, ++number); // 4 ms of the wall clock
@@ -750,7 +750,7 @@ private slots:
         QCOMPARE(rows(), before + 1);
         giveSamples(250);
         QCOMPARE(rows(), before + 2);
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
         const QStringList lines = linesOf(filePath());
         const auto index = [&](int row) {
             return lines.at(row).section(QLatin1Char(','), 0, 0).toInt();
@@ -761,10 +761,10 @@ private slots:
     void oddFrequencyOfTheStoreSetsThePeriod()
     {
         open();
-        viewer->probe.recOptions.sampleFreq = 30;
-        press(viewer->ui->toolButton_save);
-        QCOMPARE(viewer->probe.recPeriodSec, 1.0 / 30.0);
-        press(viewer->ui->toolButton_save);
+        m_viewer->probe.recOptions.sampleFreq = 30;
+        press(m_viewer->ui->toolButton_save);
+        QCOMPARE(m_viewer->probe.recPeriodSec, 1.0 / 30.0);
+        press(m_viewer->ui->toolButton_save);
     }
 
     void secondRecordingOfTheSameSecondTakesTheFirstOnesPlace()
@@ -774,10 +774,10 @@ private slots:
         recordSampleBySample(serialQ, 2);
         const QString first = filePath();
         const qint64 size = QFile(first).size();
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
         QCOMPARE(filePath(), first);
-        press(viewer->ui->toolButton_save);
-        QCOMPARE(QDir(folder->path()).entryList(QDir::Files).size(), 1);
+        press(m_viewer->ui->toolButton_save);
+        QCOMPARE(QDir(m_folder->path()).entryList(QDir::Files).size(), 1);
         QVERIFY(QFile(first).size() < size);
         QCOMPARE(linesOf(first).filter(QStringLiteral("idx,")).size(), 1);
     }
@@ -786,31 +786,31 @@ private slots:
     {
         open();
         recordSampleBySample(serialQ, 1);
-        viewer->probe.recOptions.sampleFreq = 1;
+        m_viewer->probe.recOptions.sampleFreq = 1;
         std::uint64_t number = stopTheBench(serialQ);
         wallclock::advance(1s); // since the row that was written before
-        const int atStart = viewer->samples();
-        press(viewer->ui->toolButton_save);
+        const int atStart = m_viewer->samples();
+        press(m_viewer->ui->toolButton_save);
         QCOMPARE(rows(), 0);
         giveSample(serialQ, ++number);
         QCOMPARE(rows(), 1);
         const int first = linesOf(filePath()).at(1).section(QLatin1Char(','), 0, 0).toInt();
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
         QCOMPARE(first, atStart);
     }
 
     void lossOfTheCameraEndsTheRecording()
     {
         open();
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
         QTRY_VERIFY(rows() > 20);
         const QString path = filePath();
         bench().unplug(serialQ);
-        QTRY_VERIFY(!viewer->probe.recording);
-        QVERIFY(!viewer->probe.recFile.isOpen());
-        QVERIFY(!viewer->ui->toolButton_save->isChecked());
-        QCOMPARE(viewer->ui->toolButton_save->text(), QStringLiteral("Record"));
-        QVERIFY(viewer->ui->pushButton_rec_option->isEnabled());
+        QTRY_VERIFY(!m_viewer->probe.recording);
+        QVERIFY(!m_viewer->probe.recFile.isOpen());
+        QVERIFY(!m_viewer->ui->toolButton_save->isChecked());
+        QCOMPARE(m_viewer->ui->toolButton_save->text(), QStringLiteral("Record"));
+        QVERIFY(m_viewer->ui->pushButton_rec_option->isEnabled());
         const QStringList lines = linesOf(path);
         QVERIFY(lines.size() > 21);
         QVERIFY(lines.constLast().isEmpty());
@@ -821,22 +821,22 @@ private slots:
     {
         bench().addCamera(camera(om::MODEL::TIV_Q, serialQ));
         bench().addCamera(camera(om::MODEL::TIV_P, serialP));
-        viewer = std::make_unique<Viewer>();
-        viewer->probe.recOptions.saveFolder = folder->path();
-        QTRY_VERIFY(viewer->streams(serialQ));
-        press(viewer->ui->toolButton_save);
+        m_viewer = std::make_unique<Viewer>();
+        m_viewer->probe.recOptions.saveFolder = m_folder->path();
+        QTRY_VERIFY(m_viewer->streams(serialQ));
+        press(m_viewer->ui->toolButton_save);
         QTRY_VERIFY(rows() > 5);
         const QString path = filePath();
 
-        viewer->ui->comboBox_camera_list->setCurrentIndex(1);
-        QVERIFY(viewer->probe.recording);
-        QVERIFY(viewer->probe.recFile.isOpen());
-        QVERIFY(viewer->ui->toolButton_save->isChecked());
-        QTRY_VERIFY(viewer->streams(serialP));
+        m_viewer->ui->comboBox_camera_list->setCurrentIndex(1);
+        QVERIFY(m_viewer->probe.recording);
+        QVERIFY(m_viewer->probe.recFile.isOpen());
+        QVERIFY(m_viewer->ui->toolButton_save->isChecked());
+        QTRY_VERIFY(m_viewer->streams(serialP));
         const int after = rows();
         QTRY_VERIFY(rows() > after + 5);
         QCOMPARE(filePath(), path);
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
 
         int last = -1;
         const QStringList lines = linesOf(path);
@@ -850,21 +850,21 @@ private slots:
     void calibrationGoesOnInTheSameFileFromIndexZero()
     {
         open();
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
         QTRY_VERIFY(rows() > 50);
         const QString path = filePath();
         const ModalWatcher<MagCalibDlg> watcher([&](MagCalibDlg& dialog) {
-            QVERIFY(viewer->probe.recording);
-            QVERIFY(viewer->probe.recFile.isOpen());
-            QVERIFY(viewer->ui->toolButton_save->isChecked());
+            QVERIFY(m_viewer->probe.recording);
+            QVERIFY(m_viewer->probe.recFile.isOpen());
+            QVERIFY(m_viewer->ui->toolButton_save->isChecked());
             press(dialog.findChild<QPushButton*>(QStringLiteral("pushButton_exit")));
         });
-        viewer->window->on_pushButton_calib_mag_clicked();
+        m_viewer->window->on_pushButton_calib_mag_clicked();
         QCOMPARE(watcher.count(), 1);
-        QTRY_VERIFY(viewer->streams(serialQ));
+        QTRY_VERIFY(m_viewer->streams(serialQ));
         const int after = rows();
         QTRY_VERIFY(rows() > after + 50);
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
         QCOMPARE(filePath(), path);
 
         int restarts = 0;
@@ -884,13 +884,13 @@ private slots:
     void closedWindowLeavesWholeRows()
     {
         open();
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
         QTRY_VERIFY(rows() > 20);
         const QString path = filePath();
-        viewer->window->close();
-        QVERIFY2(viewer->probe.recFile.isOpen(), "closing stops no recording");
-        QVERIFY(viewer->probe.recording);
-        viewer.reset();
+        m_viewer->window->close();
+        QVERIFY2(m_viewer->probe.recFile.isOpen(), "closing stops no recording");
+        QVERIFY(m_viewer->probe.recording);
+        m_viewer.reset();
         const QStringList lines = linesOf(path);
         QVERIFY(lines.constLast().isEmpty());
         for (int i = 1; i + 1 < lines.size(); ++i) {
@@ -901,19 +901,19 @@ private slots:
     void failingWritesAreNotNoticedAndTheDisplayGoesOn()
     {
         open();
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
         QTRY_VERIFY(rows() > 20);
         const QString path = filePath();
         const qint64 size = QFile(path).size();
         {
             const FullDisk disk(size + 4096);
-            const int samples = viewer->samples();
-            QTRY_VERIFY(viewer->samples() > samples + 400);
-            QVERIFY(viewer->probe.recording);
-            QVERIFY(viewer->ui->toolButton_save->isChecked());
-            press(viewer->ui->toolButton_save);
+            const int samples = m_viewer->samples();
+            QTRY_VERIFY(m_viewer->samples() > samples + 400);
+            QVERIFY(m_viewer->probe.recording);
+            QVERIFY(m_viewer->ui->toolButton_save->isChecked());
+            press(m_viewer->ui->toolButton_save);
         }
-        QVERIFY(!viewer->probe.recording);
+        QVERIFY(!m_viewer->probe.recording);
         const QStringList lines = linesOf(path);
         QVERIFY2(QFile(path).size() >= size, "what was written before stays");
         QVERIFY2(lines.constLast().isEmpty(), "the row that did not fit is taken back");
@@ -939,10 +939,10 @@ private slots:
         constexpr int count = 200; // some 60 KB
         open();
         std::uint64_t number = stopTheBench(serialQ);
-        const int first = viewer->samples();
+        const int first = m_viewer->samples();
         {
             const FullDisk disk(room);
-            press(viewer->ui->toolButton_save);
+            press(m_viewer->ui->toolButton_save);
             for (int i = 0; i < count && !QTest::currentTestFailed(); ++i) {
                 giveSample(serialQ, ++number);
             }
@@ -952,10 +952,10 @@ private slots:
             giveSample(serialQ, ++number);
             QCOMPARE(rows(), count + 1);
         }
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
         bench().clock().setReal();
 
-        QCOMPARE(linesOf(filePath()).constFirst(), recorder::header(viewer->probe.recOptions));
+        QCOMPARE(linesOf(filePath()).constFirst(), recorder::header(m_viewer->probe.recOptions));
         const QList<QStringList> written = rowsOf(filePath());
         QCOMPARE(written.size(), stopped ? count : count + 1);
         for (int i = 0; i < written.size(); ++i) {
@@ -967,48 +967,48 @@ private slots:
     void freeSpaceIsComputedAndNeverShown()
     {
         open();
-        QCOMPARE(viewer->probe.freeSpaceLabel.parent(), nullptr);
-        viewer->probe.setFreeSpace(9.96, QStringLiteral("/d"));
-        QCOMPARE(viewer->probe.freeSpaceLabel.text(),
+        QCOMPARE(m_viewer->probe.freeSpaceLabel.parent(), nullptr);
+        m_viewer->probe.setFreeSpace(9.96, QStringLiteral("/d"));
+        QCOMPARE(m_viewer->probe.freeSpaceLabel.text(),
                  QStringLiteral("Disk Free Space: 10.0 Gb  on /d"));
-        QCOMPARE(viewer->probe.freeSpaceLabel.styleSheet(),
+        QCOMPARE(m_viewer->probe.freeSpaceLabel.styleSheet(),
                  QStringLiteral("color : rgb(250,20,20);"));
-        viewer->probe.freeSpaceLabel.clear();
-        press(viewer->ui->toolButton_save);
+        m_viewer->probe.freeSpaceLabel.clear();
+        press(m_viewer->ui->toolButton_save);
         QVERIFY(
-            viewer->probe.freeSpaceLabel.text().startsWith(QStringLiteral("Disk Free Space: ")));
-        QVERIFY(viewer->probe.freeSpaceLabel.text().endsWith(QStringLiteral(" Gb  on ") +
-                                                             folder->path()));
-        QVERIFY(!viewer->probe.freeSpaceLabel.isVisible());
-        press(viewer->ui->toolButton_save);
+            m_viewer->probe.freeSpaceLabel.text().startsWith(QStringLiteral("Disk Free Space: ")));
+        QVERIFY(m_viewer->probe.freeSpaceLabel.text().endsWith(QStringLiteral(" Gb  on ") +
+                                                               m_folder->path()));
+        QVERIFY(!m_viewer->probe.freeSpaceLabel.isVisible());
+        press(m_viewer->ui->toolButton_save);
     }
 
     void freeSpaceIsThatOfTheFolderInGibibytes()
     {
-        viewer = std::make_unique<Viewer>();
-        viewer->probe.recOptions.saveFolder = folder->path();
+        m_viewer = std::make_unique<Viewer>();
+        m_viewer->probe.recOptions.saveFolder = m_folder->path();
         const double expected =
-            static_cast<double>(QStorageInfo(folder->path()).bytesFree()) / (1 << 30);
-        viewer->probe.printDiskFreeSpace();
-        const double shown = viewer->probe.freeSpaceLabel.text()
+            static_cast<double>(QStorageInfo(m_folder->path()).bytesFree()) / (1 << 30);
+        m_viewer->probe.printDiskFreeSpace();
+        const double shown = m_viewer->probe.freeSpaceLabel.text()
                                  .section(' ', 3, 3, QString::SectionSkipEmpty)
                                  .toDouble();
         // Other processes use the disk at the same time; with 10^9 bytes the value would differ by
         // 7 %.
         QVERIFY2(qAbs(shown - expected) < 0.1 + 0.02 * expected,
-                 qPrintable(viewer->probe.freeSpaceLabel.text()));
+                 qPrintable(m_viewer->probe.freeSpaceLabel.text()));
     }
 
     void changeOfTheStoreLeavesARunningRecordingAlone()
     {
         open();
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
         QSettings store(QStringLiteral("Ombrelux"), QStringLiteral("TIVSensorData"));
         store.setValue(QStringLiteral("magnetometer"), false);
         store.sync();
         const int before = rows();
         QTRY_VERIFY(rows() > before + 20);
-        press(viewer->ui->toolButton_save);
+        press(m_viewer->ui->toolButton_save);
         store.clear();
         const QStringList lines = linesOf(filePath());
         QCOMPARE(lines.at(lines.size() - 2).count(QLatin1Char(',')), 23);
@@ -1022,15 +1022,15 @@ private slots:
         const QString first = filePath();
         const QList<QStringList> played = rowsOf(first);
         QCOMPARE(played.size(), count);
-        viewer.reset();
+        m_viewer.reset();
 
         bench().reset();
         om::bench::CameraConfig config = camera(om::MODEL::TIV_Q, serialP);
         config.replay = first.toStdString();
         bench().addCamera(config);
-        viewer = std::make_unique<Viewer>();
-        viewer->probe.recOptions.saveFolder = folder->path();
-        QTRY_VERIFY(viewer->streams(serialP));
+        m_viewer = std::make_unique<Viewer>();
+        m_viewer->probe.recOptions.saveFolder = m_folder->path();
+        QTRY_VERIFY(m_viewer->streams(serialP));
         recordSampleBySample(serialP, count);
         QVERIFY(filePath() != first);
         const QList<QStringList> again = rowsOf(filePath());
@@ -1079,13 +1079,13 @@ private slots:
                 ->setCurrentIndex(4);
             press(dialog.findChild<QToolButton*>(QStringLiteral("toolButton_accept")));
         });
-        viewer->probe.freeSpaceLabel.clear();
-        press(viewer->ui->pushButton_rec_option);
+        m_viewer->probe.freeSpaceLabel.clear();
+        press(m_viewer->ui->pushButton_rec_option);
         QCOMPARE(watcher.count(), 1);
-        QVERIFY(!viewer->probe.recOptions.magnetometer);
-        QVERIFY(viewer->probe.recOptions.gyroscope);
-        QCOMPARE(viewer->probe.recOptions.sampleFreq, 25);
-        QVERIFY(!viewer->probe.freeSpaceLabel.text().isEmpty());
+        QVERIFY(!m_viewer->probe.recOptions.magnetometer);
+        QVERIFY(m_viewer->probe.recOptions.gyroscope);
+        QCOMPARE(m_viewer->probe.recOptions.sampleFreq, 25);
+        QVERIFY(!m_viewer->probe.freeSpaceLabel.text().isEmpty());
         QCOMPARE(RecOptions().sampleFreq, 25);
     }
 
@@ -1093,7 +1093,7 @@ private slots:
     {
         open();
         const QTemporaryDir chosen;
-        const QString before = viewer->probe.recOptions.saveFolder;
+        const QString before = m_viewer->probe.recOptions.saveFolder;
         RecOptions().saveRecSettings();
         const QString stored = RecOptions().saveFolder;
         const ModalWatcher<QFileDialog> chooser([&](QFileDialog& dialog) {
@@ -1107,12 +1107,12 @@ private slots:
             }
             press(dialog.findChild<QToolButton*>(QStringLiteral("toolButton_reject")));
         });
-        viewer->probe.freeSpaceLabel.clear();
-        press(viewer->ui->pushButton_rec_option);
+        m_viewer->probe.freeSpaceLabel.clear();
+        press(m_viewer->ui->pushButton_rec_option);
         QCOMPARE(chooser.count(), 1);
-        QCOMPARE(viewer->probe.recOptions.saveFolder, before);
+        QCOMPARE(m_viewer->probe.recOptions.saveFolder, before);
         QCOMPARE(RecOptions().saveFolder, stored);
-        QVERIFY(viewer->probe.freeSpaceLabel.text().isEmpty());
+        QVERIFY(m_viewer->probe.freeSpaceLabel.text().isEmpty());
     }
 
     void rejectedOptionsChangeNothing()
@@ -1122,11 +1122,11 @@ private slots:
             dialog.findChild<QCheckBox*>(QStringLiteral("checkBox_accel"))->setChecked(false);
             press(dialog.findChild<QToolButton*>(QStringLiteral("toolButton_reject")));
         });
-        viewer->probe.freeSpaceLabel.clear();
-        press(viewer->ui->pushButton_rec_option);
+        m_viewer->probe.freeSpaceLabel.clear();
+        press(m_viewer->ui->pushButton_rec_option);
         QCOMPARE(watcher.count(), 1);
-        QVERIFY(viewer->probe.recOptions.accelerometer);
-        QVERIFY(viewer->probe.freeSpaceLabel.text().isEmpty());
+        QVERIFY(m_viewer->probe.recOptions.accelerometer);
+        QVERIFY(m_viewer->probe.freeSpaceLabel.text().isEmpty());
     }
 };
 

@@ -92,7 +92,7 @@ class TestSensorThread : public QObject
     Q_OBJECT
 
 private:
-    std::unique_ptr<Viewer> viewer;
+    std::unique_ptr<Viewer> m_viewer;
 
     /// Streams the records to a new window, until the loop has handled the last one, which is then
     /// repeated.
@@ -101,7 +101,7 @@ private:
         const std::uint64_t count = entries.size();
         bench().addCamera(camera(MODEL::TIV_Q, serial));
         bench().camera(serial)->sensorsScript().set(std::move(entries));
-        viewer = std::make_unique<Viewer>();
+        m_viewer = std::make_unique<Viewer>();
         QTRY_VERIFY(bench().camera(serial)->sensorsScript().status().calls > count);
         quiet();
     }
@@ -119,7 +119,7 @@ private:
     }
 
     /// From now on only the test reads the series: only repeats arrive.
-    void quiet() { QVERIFY(viewer->probe.dataThreadRunning || viewer->probe.cameraLost); }
+    void quiet() { QVERIFY(m_viewer->probe.dataThreadRunning || m_viewer->probe.cameraLost); }
 
     /// Three IMU samples are stored from these four records.
     static std::vector<SensorsEntry> fourRecords()
@@ -130,7 +130,7 @@ private:
 
 private slots:
     void init() { bench().reset(); }
-    void cleanup() { viewer.reset(); }
+    void cleanup() { m_viewer.reset(); }
 
     // The interface thread and the driver's keep the processors for milliseconds at a time.
     void onlyTheSensorThreadAsksForShortSlices()
@@ -150,14 +150,14 @@ private slots:
         stream(fourRecords());
         QTRY_COMPARE(threadsWithShortSlices(), 1);
         QVERIFY(timeslice::of(0) > timeslice::shortest);
-        viewer.reset();
+        m_viewer.reset();
         QTRY_COMPARE(threadsWithShortSlices(), 0);
     }
 
     void theFirstImuSampleOfARunIsDropped()
     {
         stream(fourRecords());
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         QCOMPARE(probe.imuTime, Doubles({1000.0025, 1000.005, 1000.0075}));
         QCOMPARE(probe.imuStartTime, static_cast<std::uint64_t>(start / 1000));
         QCOMPARE(probe.elapsedSec, 1000.0075);
@@ -167,7 +167,7 @@ private slots:
     {
         auto entries = fourRecords();
         stream(entries);
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         QVector<int> sizes;
         for (int i = 0; i < probe.seriesCount; ++i) {
             sizes << probe.series(i).size();
@@ -195,8 +195,8 @@ private slots:
     {
         stream({imuRecord(0), imuRecord(999), imuRecord(start), imuRecord(500),
                 imuRecord(start + period), imuRecord(0), imuRecord(start + 2 * period)});
-        QCOMPARE(viewer->probe.imuTime, Doubles({1000.0025, 1000.005}));
-        QCOMPARE(viewer->probe.imuRates, Doubles({400.0, 400.0}));
+        QCOMPARE(m_viewer->probe.imuTime, Doubles({1000.0025, 1000.005}));
+        QCOMPARE(m_viewer->probe.imuRates, Doubles({400.0, 400.0}));
     }
 
     void eachSeriesGetsItsElement()
@@ -219,7 +219,7 @@ private slots:
             static_cast<double>(data.imu.pose.getEulerAngles(true).x) * 180.0 / 3.141592653589793);
         // A first record of all three streams, and one whose slow blocks are new.
         stream({withMagnetometer(withBarometer(imuRecord(start), start), start), entry});
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
 
         struct Expected
         {
@@ -272,9 +272,10 @@ private slots:
                 withBarometer(imuRecord(start + period), start + second),
                 withBarometer(imuRecord(start + period), start + 2 * second),
                 withBarometer(imuRecord(start + 2 * period), start + 3 * second)});
-        QCOMPARE(viewer->probe.baroNewTime, Doubles({1003.0}));
-        QCOMPARE(viewer->probe.baroRates, Doubles({0.5}));
-        QCOMPARE(viewer->probe.baroStartTime, static_cast<std::uint64_t>((start + second) / 1000));
+        QCOMPARE(m_viewer->probe.baroNewTime, Doubles({1003.0}));
+        QCOMPARE(m_viewer->probe.baroRates, Doubles({0.5}));
+        QCOMPARE(m_viewer->probe.baroStartTime,
+                 static_cast<std::uint64_t>((start + second) / 1000));
     }
 
     void aNewBarometerSampleGrowsItsSeriesByOne()
@@ -283,7 +284,7 @@ private slots:
                 withBarometer(imuRecord(start + 2 * period), start + second / 25, 100100.0F),
                 withBarometer(imuRecord(start + 3 * period), start + second / 25, 100100.0F),
                 withBarometer(imuRecord(start + 4 * period), start + 2 * second / 25, 100200.0F)});
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         QCOMPARE(probe.pressure, Doubles({1000.0, 1001.0, 1001.0, 1002.0}));
         QCOMPARE(probe.baroTime, Doubles({1000.0, 1000.04, 1000.04, 1000.08}));
         QCOMPARE(probe.baroNewPressure, Doubles({1001.0, 1002.0}));
@@ -301,7 +302,7 @@ private slots:
              withMagnetometer(imuRecord(start + 2 * period), start + second / 50, {4, 5, 6}),
              withMagnetometer(imuRecord(start + 3 * period), start + second / 50, {4, 5, 6}),
              withMagnetometer(imuRecord(start + 4 * period), start + 2 * second / 50, {7, 8, 9})});
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         QCOMPARE(probe.magX, Doubles({1, 4, 4, 7}));
         QCOMPARE(probe.magTime, Doubles({1000.0, 1000.02, 1000.02, 1000.04}));
         QCOMPARE(probe.magNewX, Doubles({4, 7}));
@@ -315,7 +316,7 @@ private slots:
     void anUnavailableBarometerHasTimeZeroAndKeepsItsPressure()
     {
         stream(fourRecords());
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         QCOMPARE(probe.baroTime, Doubles({0.0, 0.0, 0.0}));
         QCOMPARE(probe.magTime, Doubles({0.0, 0.0, 0.0}));
         QCOMPARE(probe.pressure, Doubles({1025.0, 1025.0, 1025.0}));
@@ -338,7 +339,7 @@ private slots:
         stream({imuRecord(start), absent(start + period, start),
                 absent(start + 2 * period, start + second),
                 absent(start + 3 * period, start + 2 * second)});
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         QCOMPARE(probe.baroTime, Doubles({0.0, 0.0, 0.0}));
         QCOMPARE(probe.magTime, Doubles({0.0, 0.0, 0.0}));
         QVERIFY(probe.baroNewTime.isEmpty() && probe.baroRates.isEmpty());
@@ -356,7 +357,7 @@ private slots:
         entry.data.magnetometer.magneticFieldCalibrated = {7.5F, -8.5F, 9.0F};
         QVERIFY(!entry.data.magnetometer.isAvailable);
         stream({imuRecord(start), entry});
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         QCOMPARE(probe.magX, Doubles({7.5}));
         QCOMPARE(probe.magY, Doubles({-8.5}));
         QCOMPARE(probe.magZ, Doubles({9.5}));
@@ -374,7 +375,7 @@ private slots:
         };
         stream({imuRecord(start), sides(withBarometer(imuRecord(start + period), start)),
                 sides(withBarometer(imuRecord(start + 2 * period), start + second))});
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         QCOMPARE(probe.tempLeft, Doubles({32.5, 32.5}));
         QCOMPARE(probe.tempRight, Doubles({33.5, 33.5}));
         QCOMPARE(probe.baroNewTempLeft, Doubles({32.5}));
@@ -393,9 +394,9 @@ private slots:
             return static_cast<double>(
                 static_cast<float>(static_cast<double>(radians) * 180.0 / 3.141592653589793));
         };
-        QCOMPARE(viewer->probe.orX, Doubles({degrees(angles.x)}));
-        QCOMPARE(viewer->probe.orY, Doubles({degrees(angles.y)}));
-        QCOMPARE(viewer->probe.orZ, Doubles({degrees(angles.z)}));
+        QCOMPARE(m_viewer->probe.orX, Doubles({degrees(angles.x)}));
+        QCOMPARE(m_viewer->probe.orY, Doubles({degrees(angles.y)}));
+        QCOMPARE(m_viewer->probe.orZ, Doubles({degrees(angles.z)}));
     }
 
     void anAvailableBlockWithoutATimestampIsNotNew()
@@ -404,9 +405,9 @@ private slots:
                 withBarometer(imuRecord(start + 2 * period), 999),
                 withBarometer(imuRecord(start + 3 * period), start),
                 withBarometer(imuRecord(start + 4 * period), start + second)});
-        QCOMPARE(viewer->probe.baroTime, Doubles({0.0, 0.0, 1000.0, 1001.0}));
-        QCOMPARE(viewer->probe.baroNewTime, Doubles({1001.0}));
-        QCOMPARE(static_cast<double>(viewer->probe.baroEffectiveRate), 25.5);
+        QCOMPARE(m_viewer->probe.baroTime, Doubles({0.0, 0.0, 1000.0, 1001.0}));
+        QCOMPARE(m_viewer->probe.baroNewTime, Doubles({1001.0}));
+        QCOMPARE(static_cast<double>(m_viewer->probe.baroEffectiveRate), 25.5);
     }
 
     void magCalibratedFollowsTheDifferenceOfTheTriples_data()
@@ -435,18 +436,18 @@ private slots:
                 }
             });
         stream({imuRecord(start), opposite});
-        QCOMPARE(static_cast<bool>(viewer->probe.magCalibrated), !calibrated);
+        QCOMPARE(static_cast<bool>(m_viewer->probe.magCalibrated), !calibrated);
         streamMore({changed(withMagnetometer(imuRecord(start + 2 * period), start),
                             [&](om::SensorsData& data) {
                                 data.magnetometer.magneticFieldCalibrated = {x, y, z};
                             })});
-        QCOMPARE(static_cast<bool>(viewer->probe.magCalibrated), calibrated);
+        QCOMPARE(static_cast<bool>(m_viewer->probe.magCalibrated), calibrated);
     }
 
     void theLimitsWidenWithTheSamples()
     {
         stream(fourRecords());
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         QCOMPARE(static_cast<float>(probe.accelRange), 15.0F);
         QCOMPARE(static_cast<float>(probe.gyroRange), 15.0F);
         QCOMPARE(static_cast<float>(probe.magRange), 6.5F);
@@ -493,7 +494,7 @@ private slots:
         QCOMPARE(static_cast<float>(probe.pressureMax), 1200.0F);
         QCOMPARE(static_cast<float>(probe.temperatureMin), 15.0F);
         // Nor does another session.
-        viewer->window->cameraDisconnected();
+        m_viewer->window->cameraDisconnected();
         QCOMPARE(static_cast<float>(probe.accelRange), 16.5F);
         QCOMPARE(static_cast<float>(probe.gyroRange), 250.0F);
     }
@@ -504,8 +505,8 @@ private slots:
         cool.data.temperature.values[Location::LEFT] = 30.0F;
         cool.data.temperature.values[Location::RIGHT] = 30.0F;
         stream({imuRecord(start), cool});
-        QCOMPARE(static_cast<float>(viewer->probe.temperatureMin), 25.0F);
-        QCOMPARE(static_cast<float>(viewer->probe.temperatureMax), 45.0F);
+        QCOMPARE(static_cast<float>(m_viewer->probe.temperatureMin), 25.0F);
+        QCOMPARE(static_cast<float>(m_viewer->probe.temperatureMax), 45.0F);
     }
 
     void aSaturatedReadingIsStoredButWidensNothing_data()
@@ -524,9 +525,9 @@ private slots:
         stream(
             {imuRecord(start), withMagnetometer(imuRecord(start + period), start),
              withMagnetometer(imuRecord(start + 2 * period), start + second, {100.0F, 2.0F, z})});
-        QCOMPARE(static_cast<float>(viewer->probe.magRange), range);
-        QCOMPARE(viewer->probe.magZ, Doubles({3.0, static_cast<double>(z)}));
-        QCOMPARE(viewer->probe.magNewZ, Doubles({static_cast<double>(z)}));
+        QCOMPARE(static_cast<float>(m_viewer->probe.magRange), range);
+        QCOMPARE(m_viewer->probe.magZ, Doubles({3.0, static_cast<double>(z)}));
+        QCOMPARE(m_viewer->probe.magNewZ, Doubles({static_cast<double>(z)}));
     }
 
     void withoutBoardTemperaturesTheImusStandsIn_data()
@@ -554,7 +555,7 @@ private slots:
         };
         stream({poor(imuRecord(start)), poor(withBarometer(imuRecord(start + period), start)),
                 poor(withBarometer(imuRecord(start + 2 * period), start + second))});
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         QCOMPARE(probe.tempLeft, Doubles({30.0, 30.0}));
         QCOMPARE(probe.tempRight, Doubles({30.0, 30.0}));
         QCOMPARE(probe.tempFallbackTime, Doubles({1000.0025, 1000.005}));
@@ -574,18 +575,18 @@ private slots:
                 changed(bare(imuRecord(start + 3 * period)), [](om::SensorsData& data) {
                     data.temperature.values[Location::LEFT] = 40.0F;
                 })});
-        QCOMPARE(viewer->probe.tempLeft, Doubles({45.0, 45.0, 40.0}));
-        QCOMPARE(viewer->probe.tempRight, Doubles({45.0, 45.0, 45.0}));
-        QCOMPARE(viewer->probe.tempFallbackTime, Doubles({1000.005, 1000.0075}));
+        QCOMPARE(m_viewer->probe.tempLeft, Doubles({45.0, 45.0, 40.0}));
+        QCOMPARE(m_viewer->probe.tempRight, Doubles({45.0, 45.0, 45.0}));
+        QCOMPARE(m_viewer->probe.tempFallbackTime, Doubles({1000.005, 1000.0075}));
     }
 
     void anyOtherFailureOfThePollIsIgnored()
     {
         stream({imuRecord(start), imuRecord(start + period), result(ERROR_CODE::FAILURE),
                 result(ERROR_CODE::NOT_DETECTED), imuRecord(start + 2 * period)});
-        QCOMPARE(viewer->probe.imuTime, Doubles({1000.0025, 1000.005}));
-        QVERIFY(viewer->probe.dataThreadRunning);
-        QVERIFY(!viewer->probe.cameraLost);
+        QCOMPARE(m_viewer->probe.imuTime, Doubles({1000.0025, 1000.005}));
+        QVERIFY(m_viewer->probe.dataThreadRunning);
+        QVERIFY(!m_viewer->probe.cameraLost);
     }
 
     void aFailedPollThatFillsTheRecordBringsASample()
@@ -594,13 +595,13 @@ private slots:
         filled.result = ERROR_CODE::FAILURE;
         filled.fillsOnFailure = true;
         stream({imuRecord(start), imuRecord(start + period), filled});
-        QCOMPARE(viewer->probe.imuTime, Doubles({1000.0025, 1000.005}));
+        QCOMPARE(m_viewer->probe.imuTime, Doubles({1000.0025, 1000.005}));
     }
 
     void aLossStopsTheGrabBeforeItDestroysTheInputThread()
     {
         stream(fourRecords());
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         InputThreadModul* const input = probe.inputThread;
         // While the input thread is blocked, the stop waits for it.
         QSemaphore heldUp;
@@ -628,7 +629,7 @@ private slots:
     void theLossOfTheCameraEndsTheThread()
     {
         stream({imuRecord(start), imuRecord(start + period), imuRecord(start + 2 * period)});
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         std::thread* const handle = probe.dataThread;
         bench().camera(serial)->sensorsScript().append({result(ERROR_CODE::CAMERA_GONE)});
         QVERIFY(waiting::waitFor([&] { return !probe.dataThreadRunning; }));
@@ -642,10 +643,10 @@ private slots:
     void aLossDuringARecordingKeepsTheSamplesAndEndsTheRows()
     {
         stream(fourRecords());
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         QTemporaryDir folder;
         probe.recOptions.saveFolder = folder.path();
-        QTest::mouseClick(viewer->ui->toolButton_save, Qt::LeftButton);
+        QTest::mouseClick(m_viewer->ui->toolButton_save, Qt::LeftButton);
         QVERIFY(probe.recording && probe.recFile.isOpen());
         const qint64 header = probe.recFile.size();
         probe.recPeriodSec = 0.0;
@@ -658,9 +659,9 @@ private slots:
         QVERIFY(probe.inputThread == nullptr);
         QVERIFY(probe.recording && probe.recFile.isOpen());
         QCOMPARE(probe.imuTime.size(), 4);
-        viewer->window->saveValues(3);
+        m_viewer->window->saveValues(3);
         QCOMPARE(probe.recFile.size(), size);
-        viewer->window->updateDataDisplay(); // which handles the loss
+        m_viewer->window->updateDataDisplay(); // which handles the loss
         QVERIFY(!probe.recording && !probe.recFile.isOpen());
         QVERIFY(probe.imuTime.isEmpty());
     }
@@ -668,8 +669,8 @@ private slots:
     void aSelectionAndARecordingTouchNoSeries()
     {
         stream(fourRecords());
-        auto& probe = viewer->probe;
-        const Ui_MainWindow* const ui = viewer->ui;
+        auto& probe = m_viewer->probe;
+        const Ui_MainWindow* const ui = m_viewer->ui;
         for (QAbstractButton* const button :
              {ui->pushButton_gyro, ui->pushButton_mag, ui->pushButton_orient, ui->pushButton_baro,
               ui->pushButton_temper, ui->pushButton_accel}) {
@@ -696,11 +697,11 @@ private slots:
             entry = imuRecord(start + index * period);
             return index < count;
         });
-        viewer = std::make_unique<Viewer>();
-        QTRY_COMPARE(viewer->samples(), static_cast<int>(count) - 1);
-        auto& probe = viewer->probe;
-        QCOMPARE(viewer->copyOf(probe.imuTime).constFirst(), 1000.0025);
-        viewer->window->reset(); // leaves them to the next camera
+        m_viewer = std::make_unique<Viewer>();
+        QTRY_COMPARE(m_viewer->samples(), static_cast<int>(count) - 1);
+        auto& probe = m_viewer->probe;
+        QCOMPARE(m_viewer->copyOf(probe.imuTime).constFirst(), 1000.0025);
+        m_viewer->window->reset(); // leaves them to the next camera
         QCOMPARE(probe.imuTime.size(), static_cast<int>(count) - 1);
         QCOMPARE(probe.imuTime.constLast(), 1000.0 + 29999 * 0.0025);
     }
@@ -713,7 +714,7 @@ private slots:
             om::Orientation(om::Rotation(0.75F, {0.0F, 1.0F, 0.0F})), om::Translation(5, 6, 7));
         entry.data.cameraMovingState = 1;
         stream({imuRecord(start), entry});
-        OGL3DWidget& view = *viewer->ui->widget_3d_view;
+        OGL3DWidget& view = *m_viewer->ui->widget_3d_view;
         QCOMPARE(view.accStrength.x, 0.6F);
         QCOMPARE(view.accStrength.y, 0.0F);
         QCOMPARE(view.accStrength.z, -0.8F);
@@ -731,7 +732,7 @@ private slots:
     void aSampleBringsTheCameraBackToTheMiddle()
     {
         stream(fourRecords());
-        OGL3DWidget& view = *viewer->ui->widget_3d_view;
+        OGL3DWidget& view = *m_viewer->ui->widget_3d_view;
         view.setCameraModelPos(om::Translation(5.0F, 6.0F, 7.0F));
         streamMore({imuRecord(start + 4 * period)});
         const om::Translation& position = ViewAccess::model(view)->getPosition();
@@ -745,10 +746,10 @@ private slots:
         auto entry = imuRecord(start + period);
         entry.data.imu.linearAcceleration = {0.0F, 0.0F, 0.0F};
         stream({imuRecord(start), entry});
-        const OGL3DWidget& view = *viewer->ui->widget_3d_view;
+        const OGL3DWidget& view = *m_viewer->ui->widget_3d_view;
         QVERIFY(std::isnan(view.accStrength.x) && std::isnan(view.accStrength.y) &&
                 std::isnan(view.accStrength.z));
-        QCOMPARE(viewer->probe.accX, Doubles({0.0}));
+        QCOMPARE(m_viewer->probe.accX, Doubles({0.0}));
     }
 
     void theNewestValuesAreAskedFor()
@@ -776,15 +777,15 @@ private slots:
             entry = imuRecord(start + index * period);
             return index < 100;
         });
-        viewer = std::make_unique<Viewer>();
+        m_viewer = std::make_unique<Viewer>();
         QTRY_VERIFY(blocked.available() == 1);
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         std::atomic<bool> asked{false};
         SideThread library([&] {
             asked = waiting::waitFor([&]() -> bool { return probe.stopDataThread; });
             released.release();
         });
-        viewer->window->reset();
+        m_viewer->window->reset();
         QVERIFY(asked);
         QVERIFY(probe.dataThread == nullptr && !probe.dataThreadRunning);
         // The current pass was finished, and no other one started.
@@ -793,8 +794,8 @@ private slots:
 
     void theThreadEndsWithoutAnOpenCamera()
     {
-        viewer = std::make_unique<Viewer>();
-        auto& probe = viewer->probe;
+        m_viewer = std::make_unique<Viewer>();
+        auto& probe = m_viewer->probe;
         QVERIFY(probe.stopDataThread && !probe.dataThreadRunning && probe.cameraLost);
         probe.dataThreadFunc();
         QVERIFY(!probe.dataThreadRunning);
@@ -810,11 +811,11 @@ private slots:
     void aNewRunDropsItsFirstSampleToo()
     {
         stream(fourRecords());
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         std::vector<SensorsEntry> next{imuRecord(2 * start), imuRecord(2 * start + period)};
         bench().setOpenHook(
             [&](const om::InitParameters&) { bench().camera(serial)->sensorsScript().set(next); });
-        viewer->window->createLiveInput();
+        m_viewer->window->createLiveInput();
         bench().setOpenHook(nullptr);
         QTRY_VERIFY(bench().camera(serial)->sensorsScript().status().calls > next.size());
         // After the samples of the previous run, which stay.
@@ -837,7 +838,7 @@ private slots:
             entries.push_back(entry);
         }
         stream(std::move(entries));
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         for (const Doubles* series :
              {&probe.accX,      &probe.accY,        &probe.accZ,        &probe.gyroX,
               &probe.gyroY,     &probe.gyroZ,       &probe.magX,        &probe.magY,
@@ -857,7 +858,7 @@ private slots:
     void aHeldLockHoldsUpTheAppendsOnly()
     {
         stream(fourRecords());
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         QMutexLocker lock(&probe.dataMutex);
         QSemaphore asked;
         const QThread* const testThread = QThread::currentThread();
@@ -874,7 +875,7 @@ private slots:
         QCOMPARE(static_cast<float>(probe.accelRange), 50.0F);
         QCOMPARE(probe.accX.size(), 3);
         lock.unlock();
-        QTRY_COMPARE(viewer->samples(), 4);
+        QTRY_COMPARE(m_viewer->samples(), 4);
     }
 };
 

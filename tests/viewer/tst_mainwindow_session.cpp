@@ -59,18 +59,18 @@ class TestSession : public QObject
     Q_OBJECT
 
 private:
-    std::unique_ptr<Viewer> viewer;
+    std::unique_ptr<Viewer> m_viewer;
 
-    void start() { viewer = std::make_unique<Viewer>(); }
+    void start() { m_viewer = std::make_unique<Viewer>(); }
 
     void startStreaming(MODEL model = MODEL::TIV_Q)
     {
         bench().addCamera(camera(model, first));
         start();
-        QTRY_VERIFY(viewer->streams(first));
+        QTRY_VERIFY(m_viewer->streams(first));
     }
 
-    void choose(int row) { viewer->ui->comboBox_camera_list->setCurrentIndex(row); }
+    void choose(int row) { m_viewer->ui->comboBox_camera_list->setCurrentIndex(row); }
 
     static void leave(MagCalibDlg& dialog)
     {
@@ -81,19 +81,19 @@ private:
     /// Whether the window gets what the input thread sends.
     bool signalsAreConnected() const
     {
-        auto* const view = viewer->ui->widget_3d_view;
+        auto* const view = m_viewer->ui->widget_3d_view;
         view->cudaContext = nullptr;
-        emit viewer->probe.inputThread->sendContext();
+        emit m_viewer->probe.inputThread->sendContext();
         return view->cudaContext != nullptr;
     }
 
-    bool isBusy() const { return viewer->window->cursor().shape() == Qt::BusyCursor; }
+    bool isBusy() const { return m_viewer->window->cursor().shape() == Qt::BusyCursor; }
 
     QStringList timeRanges() const
     {
         QStringList texts;
-        for (int i = 0; i < viewer->ui->comboBox_time_range->count(); ++i) {
-            texts << viewer->ui->comboBox_time_range->itemText(i);
+        for (int i = 0; i < m_viewer->ui->comboBox_time_range->count(); ++i) {
+            texts << m_viewer->ui->comboBox_time_range->itemText(i);
         }
         return texts;
     }
@@ -101,7 +101,7 @@ private:
     void verifyBox(QMessageBox& box, const QString& title, QMessageBox::Icon icon,
                    const QString& text)
     {
-        const Style& style = *viewer->probe.style;
+        const Style& style = *m_viewer->probe.style;
         QCOMPARE(box.windowTitle(), title);
         QVERIFY(box.icon() == icon);
         QCOMPARE(box.text(), text);
@@ -119,7 +119,7 @@ private slots:
     void init() { bench().reset(); }
     void cleanup()
     {
-        viewer.reset();
+        m_viewer.reset();
         bench().setOpenHook(nullptr);
     }
 
@@ -135,25 +135,25 @@ private slots:
             bench().addCamera(camera(MODEL::TIV, first));
         });
         start();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         probe.accX = {1.0};
-        viewer->ui->pushButton_mag->hide();
+        m_viewer->ui->pushButton_mag->hide();
         QTRY_VERIFY(probe.inputThread != nullptr && !probe.cameraLost);
         QVERIFY(probe.inputThread->cameraInfo.cameraModel == MODEL::TIV);
         QVERIFY(probe.dataThread == nullptr);
-        QVERIFY(!viewer->ui->comboBox_time_range->isEnabled());
-        QVERIFY(!viewer->ui->frame_data_options->isEnabled());
+        QVERIFY(!m_viewer->ui->comboBox_time_range->isEnabled());
+        QVERIFY(!m_viewer->ui->frame_data_options->isEnabled());
         QVERIFY(probe.accX.isEmpty());
         QCOMPARE(probe.currentSensor, QString());
-        const DataPlot* const chart = viewer->ui->widget_chart;
+        const DataPlot* const chart = m_viewer->ui->widget_chart;
         QCOMPARE(chart->axisScaleDiv(QwtPlot::yLeft).lowerBound(), -15.0);
         QCOMPARE(chart->axisScaleDiv(QwtPlot::yLeft).upperBound(), 15.0);
         QCOMPARE(chart->axisScaleDiv(QwtPlot::xBottom).lowerBound(), 0.0);
         QCOMPARE(chart->axisScaleDiv(QwtPlot::xBottom).upperBound(), 10.0);
         // The buttons have not changed.
-        QVERIFY(viewer->ui->pushButton_baro->isVisible());
-        QVERIFY(!viewer->ui->pushButton_mag->isVisible());
-        QVERIFY(viewer->ui->pushButton_temper->isVisible());
+        QVERIFY(m_viewer->ui->pushButton_baro->isVisible());
+        QVERIFY(!m_viewer->ui->pushButton_mag->isVisible());
+        QVERIFY(m_viewer->ui->pushButton_temper->isVisible());
 
         // The zero is the time of the image at the first tick, if one had been grabbed.
         QTRY_VERIFY(probe.imageTicks > 0);
@@ -164,9 +164,9 @@ private slots:
         QVERIFY(probe.elapsedSec <= static_cast<double>(now - firstTime) / 1e6);
 
         // A second session continues with the zero of the first.
-        viewer->window->reset();
-        viewer->window->createLiveInput();
-        viewer->window->updateImages();
+        m_viewer->window->reset();
+        m_viewer->window->createLiveInput();
+        m_viewer->window->updateImages();
         QCOMPARE(probe.imuStartTime, firstTime);
         QVERIFY(probe.dataThread == nullptr);
     }
@@ -175,7 +175,7 @@ private slots:
     {
         bench().addCamera(camera(MODEL::TIV_Q, first));
         start();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         using P = ProgramStates;
         for (int& attribute : P::int_attributes) {
             attribute = 77;
@@ -204,21 +204,21 @@ private slots:
             QVERIFY(isBusy());
             QCOMPARE(timeRanges(),
                      QStringList({"Last 5 sec", "Last 10 sec", "Last 30 sec", "Last 60 sec"}));
-            QCOMPARE(viewer->ui->comboBox_time_range->currentIndex(), 1);
+            QCOMPARE(m_viewer->ui->comboBox_time_range->currentIndex(), 1);
             QVERIFY(probe.imageTimer->isActive() && probe.plotTimer->isActive() &&
                     probe.displayTimer->isActive());
             QCOMPARE(probe.imageTimer->interval(), 40);
             QCOMPARE(probe.plotTimer->interval(), 15);
             QCOMPARE(probe.displayTimer->interval(), 25);
             for (const QTimer* timer : {probe.imageTimer, probe.plotTimer, probe.displayTimer}) {
-                QCOMPARE(timer->parent(), viewer->window.get());
+                QCOMPARE(timer->parent(), m_viewer->window.get());
                 QVERIFY(timer->timerType() == Qt::CoarseTimer);
             }
             QVERIFY(probe.inputThread->enabled);
             QVERIFY(probe.detectTimer == nullptr);
             QVERIFY(probe.cameraLost);
         });
-        QTRY_VERIFY(viewer->streams(first));
+        QTRY_VERIFY(m_viewer->streams(first));
         QVERIFY(looked);
         QVERIFY(!isBusy());
         QVERIFY(!probe.cameraLost);
@@ -228,8 +228,8 @@ private slots:
     {
         bench().addCamera(camera(MODEL::TIV_Q, first));
         start();
-        viewer->probe.requestedFps = 60;
-        viewer->probe.requestedResolution = 3;
+        m_viewer->probe.requestedFps = 60;
+        m_viewer->probe.requestedResolution = 3;
         // Until the first measurement the rates are the requested one.
         QVector<int> rates;
         using P = ProgramStates;
@@ -237,7 +237,7 @@ private slots:
             rates = {P::getIntAttr(P::measuredFps), P::getIntAttr(P::cameraFps),
                      P::getIntAttr(P::requestedFps)};
         });
-        QTRY_VERIFY(viewer->streams(first));
+        QTRY_VERIFY(m_viewer->streams(first));
         QCOMPARE(rates, QVector<int>({60, 60, 60}));
         const auto open = bench().log().last(CALL::OPEN);
         QCOMPARE(open->init->fps, 60);
@@ -264,13 +264,13 @@ private slots:
         // From the opposite state, so that each button has to be set.
         bench().addCamera(camera(static_cast<MODEL>(model), first));
         start();
-        const Ui_MainWindow* const ui = viewer->ui;
+        const Ui_MainWindow* const ui = m_viewer->ui;
         ui->pushButton_baro->setVisible(!baroAndMag);
         ui->pushButton_mag->setVisible(!baroAndMag);
         ui->pushButton_temper->setVisible(!temper);
         ui->frame_data_options->setEnabled(false);
         ui->comboBox_time_range->setEnabled(false);
-        QTRY_VERIFY(viewer->streams(first));
+        QTRY_VERIFY(m_viewer->streams(first));
         QCOMPARE(ui->pushButton_baro->isVisible(), baroAndMag);
         QCOMPARE(ui->pushButton_mag->isVisible(), baroAndMag);
         QCOMPARE(ui->pushButton_temper->isVisible(), temper);
@@ -291,12 +291,12 @@ private slots:
             bench().addCamera(camera(static_cast<MODEL>(6), first));
         });
         start();
-        const Ui_MainWindow* const ui = viewer->ui;
+        const Ui_MainWindow* const ui = m_viewer->ui;
         ui->pushButton_baro->hide();
         ui->pushButton_mag->hide();
         ui->pushButton_temper->hide();
-        QTRY_VERIFY(viewer->streams(first));
-        QVERIFY(viewer->probe.cameraModel == MODEL::TIV_N);
+        QTRY_VERIFY(m_viewer->streams(first));
+        QVERIFY(m_viewer->probe.cameraModel == MODEL::TIV_N);
         QVERIFY(ui->pushButton_baro->isVisible());
         QVERIFY(ui->pushButton_mag->isVisible());
         QVERIFY(ui->pushButton_temper->isVisible());
@@ -311,7 +311,7 @@ private slots:
         bench().addCamera(config);
         BoxWatcher boxes([](QMessageBox& box) { clickOk(box); });
         start();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         QTRY_COMPARE(bench().log().count(CALL::OPEN), 1ULL);
         QVERIFY(probe.inputThread == nullptr);
         QVERIFY(probe.imageTimer == nullptr && probe.plotTimer == nullptr &&
@@ -321,12 +321,12 @@ private slots:
         QVERIFY(!isBusy());
         QVERIFY(probe.cameraLost);
         QCOMPARE(timeRanges(), QStringList());
-        QCOMPARE(viewer->ui->comboBox_camera_list->currentText(),
+        QCOMPARE(m_viewer->ui->comboBox_camera_list->currentText(),
                  QStringLiteral("TIV_Q - 20000001"));
         QTRY_VERIFY(bench().log().count(CALL::OPEN) >= 3);
         QCOMPARE(boxes.count(), 0);
         bench().changeFaults(first, [](auto& f) { f.openResult = ERROR_CODE::SUCCESS; });
-        QTRY_VERIFY(viewer->streams(first));
+        QTRY_VERIFY(m_viewer->streams(first));
         QCOMPARE(boxes.count(), 0);
     }
 
@@ -343,11 +343,11 @@ private slots:
         QFETCH(int, model);
         BoxWatcher boxes([](QMessageBox& box) { clickOk(box); });
         start();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         probe.deviceIds = {3};
         probe.deviceSerials = {static_cast<int>(first)};
         probe.deviceModels = {static_cast<MODEL>(model)};
-        viewer->window->createLiveInput();
+        m_viewer->window->createLiveInput();
         QCOMPARE(bench().log().count(CALL::OPEN), 0ULL);
         QVERIFY(probe.inputThread == nullptr);
         QVERIFY(probe.imageTimer == nullptr && probe.plotTimer == nullptr &&
@@ -367,17 +367,17 @@ private slots:
         bench().addCamera(config);
         BoxWatcher boxes([](QMessageBox& box) { clickOk(box); });
         start();
-        QTRY_VERIFY(viewer->streams(first));
+        QTRY_VERIFY(m_viewer->streams(first));
         choose(1);
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         QVERIFY(bench().log().last(CALL::OPEN)->result != 0);
         QVERIFY(probe.inputThread == nullptr && probe.imageTimer == nullptr);
         QVERIFY(probe.detectTimer != nullptr && probe.detectTimer->isActive());
         QCOMPARE(probe.detectTimer->interval(), 200);
         QVERIFY(!isBusy());
         // The first row is opened again.
-        QTRY_VERIFY(viewer->streams(first));
-        QCOMPARE(viewer->ui->comboBox_camera_list->currentIndex(), 0);
+        QTRY_VERIFY(m_viewer->streams(first));
+        QCOMPARE(m_viewer->ui->comboBox_camera_list->currentIndex(), 0);
         QCOMPARE(boxes.count(), 0);
     }
 
@@ -388,20 +388,20 @@ private slots:
         bench().addCamera(inUse);
         bench().addCamera(camera(MODEL::TIV_P, second));
         start();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         QTRY_VERIFY(bench().log().count(CALL::OPEN) >= 1 && probe.detectTimer != nullptr);
-        QCOMPARE(viewer->ui->comboBox_camera_list->count(), 2);
+        QCOMPARE(m_viewer->ui->comboBox_camera_list->count(), 2);
         const QPointer<QTimer> poll(probe.detectTimer);
         const auto opens = bench().log().count(CALL::OPEN);
         choose(1);
         // A tick that is still to come would open the first row in place of this camera.
         QVERIFY(poll.isNull());
         QVERIFY(probe.detectTimer == nullptr);
-        QTRY_VERIFY(viewer->streams(second));
-        const int samples = viewer->samples();
-        QTRY_VERIFY(viewer->samples() > samples + 120); // 300 ms
-        QVERIFY(viewer->streams(second));
-        QCOMPARE(viewer->ui->comboBox_camera_list->currentIndex(), 1);
+        QTRY_VERIFY(m_viewer->streams(second));
+        const int samples = m_viewer->samples();
+        QTRY_VERIFY(m_viewer->samples() > samples + 120); // 300 ms
+        QVERIFY(m_viewer->streams(second));
+        QCOMPARE(m_viewer->ui->comboBox_camera_list->currentIndex(), 1);
         QCOMPARE(bench().log().count(CALL::OPEN), opens + 1);
         QCOMPARE(bench().log().last(CALL::OPEN)->serialNumber, second);
     }
@@ -415,7 +415,7 @@ private slots:
         bench().addCamera(inUse);
         bench().addCamera(poor);
         start();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         QTRY_VERIFY(bench().log().count(CALL::OPEN) >= 1 && probe.detectTimer != nullptr);
         probe.cameraLost = false; // as after an earlier camera
         bool polls = true;
@@ -435,12 +435,12 @@ private slots:
         poor.faults.littleGpuMemory = true;
         startStreaming();
         bench().addCamera(poor);
-        viewer->window->on_pushButton_refresh_list_clicked();
-        QVERIFY(viewer->probe.detectionThread.wait(waiting::patienceMs));
-        viewer->window->on_pushButton_refresh_list_clicked();
-        QCOMPARE(viewer->ui->comboBox_camera_list->count(), 3);
+        m_viewer->window->on_pushButton_refresh_list_clicked();
+        QVERIFY(m_viewer->probe.detectionThread.wait(waiting::patienceMs));
+        m_viewer->window->on_pushButton_refresh_list_clicked();
+        QCOMPARE(m_viewer->ui->comboBox_camera_list->count(), 3);
 
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         int ticks = -1;
         BoxWatcher boxes([&](QMessageBox& box) {
             if (ticks < 0) {
@@ -464,7 +464,7 @@ private slots:
         QVERIFY(!probe.cameraLost);
         // The next choice works as usual.
         choose(0);
-        QTRY_VERIFY(viewer->streams(first));
+        QTRY_VERIFY(m_viewer->streams(first));
     }
 
     void anOldFirmwareIsToldAndTheCameraStreams()
@@ -474,9 +474,9 @@ private slots:
         bench().addCamera(camera(MODEL::TIV_Q, first));
         bench().addCamera(old);
         start();
-        QTRY_VERIFY(viewer->streams(first));
+        QTRY_VERIFY(m_viewer->streams(first));
 
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         const InputThreadModul* input = nullptr;
         int ticks = -1;
         BoxWatcher boxes([&](QMessageBox& box) {
@@ -493,7 +493,7 @@ private slots:
         QCOMPARE(boxes.count(), 1);
         QVERIFY(probe.inputThread == input);
         QVERIFY(!isBusy());
-        QTRY_VERIFY(viewer->streams(second));
+        QTRY_VERIFY(m_viewer->streams(second));
         QCOMPARE(bench().log().count(CALL::OPEN), 2ULL);
     }
 
@@ -504,7 +504,7 @@ private slots:
         bench().addCamera(config);
         BoxWatcher boxes([](QMessageBox& box) { clickOk(box); });
         start();
-        QTRY_VERIFY(viewer->streams(first));
+        QTRY_VERIFY(m_viewer->streams(first));
         QCOMPARE(boxes.count(), 0);
     }
 
@@ -514,12 +514,12 @@ private slots:
         old.firmwareVersion = 1100;
         bench().addCamera(old);
         start();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         bool answered = false;
         BoxWatcher boxes([&](QMessageBox& box) {
             QCOMPARE(box.text(), oldFirmware);
             // While the box is open the camera has been closed and opened again, and streams.
-            if (viewer->streams(first)) {
+            if (m_viewer->streams(first)) {
                 answered = true;
                 clickOk(box);
             }
@@ -529,9 +529,9 @@ private slots:
         QCOMPARE(bench().log().count(CALL::CLOSE), 1ULL);
         QCOMPARE(boxes.count(), 1);
         // One sensor thread, and the session continues.
-        const int samples = viewer->samples();
-        QTRY_VERIFY(viewer->samples() > samples + 20);
-        const QVector<double> times = viewer->copyOf(probe.imuTime);
+        const int samples = m_viewer->samples();
+        QTRY_VERIFY(m_viewer->samples() > samples + 20);
+        const QVector<double> times = m_viewer->copyOf(probe.imuTime);
         for (int i = 1; i < times.size(); ++i) {
             QVERIFY(times.at(i) > times.at(i - 1));
         }
@@ -544,7 +544,7 @@ private slots:
         old.firmwareVersion = 1100;
         bench().addCamera(old);
         start();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         bool answered = false;
         BoxWatcher boxes([&](QMessageBox& box) {
             bench().unplug(first);
@@ -554,7 +554,8 @@ private slots:
             }
         });
         QTRY_VERIFY(answered);
-        QTRY_COMPARE(viewer->ui->comboBox_camera_list->currentText(), QStringLiteral("No cameras"));
+        QTRY_COMPARE(m_viewer->ui->comboBox_camera_list->currentText(),
+                     QStringLiteral("No cameras"));
         QVERIFY(probe.inputThread == nullptr);
         QVERIFY(probe.dataThread == nullptr);
         QVERIFY(!isBusy());
@@ -575,13 +576,13 @@ private slots:
                 bench().changeFaults(first, [](auto& f) { f.littleGpuMemory = false; });
                 answered = true;
             }
-            if (answered && viewer->streams(first)) {
+            if (answered && m_viewer->streams(first)) {
                 clickOk(box);
             }
         });
-        QTRY_VERIFY(answered && boxes.count() == 1 && viewer->streams(first));
+        QTRY_VERIFY(answered && boxes.count() == 1 && m_viewer->streams(first));
         QTRY_VERIFY(QApplication::activeModalWidget() == nullptr);
-        QVERIFY(viewer->streams(first));
+        QVERIFY(m_viewer->streams(first));
     }
 
     void aSignalClosesTheWindowBehindARecurringMessage()
@@ -590,7 +591,7 @@ private slots:
         poor.faults.littleGpuMemory = true;
         bench().addCamera(poor);
         start();
-        const CloseSignals closeSignals(viewer->window.get());
+        const CloseSignals closeSignals(m_viewer->window.get());
         bool raised = false;
         BoxWatcher boxes([&](QMessageBox&) {
             if (!raised && bench().log().count(CALL::OPEN) >= 3) {
@@ -599,33 +600,33 @@ private slots:
             }
         });
         QTRY_VERIFY(raised);
-        QTRY_VERIFY(!viewer->window->isVisible());
+        QTRY_VERIFY(!m_viewer->window->isVisible());
         QTRY_VERIFY(QApplication::activeModalWidget() == nullptr);
-        QVERIFY(viewer->probe.style == nullptr);
-        QVERIFY(viewer->probe.inputThread == nullptr && viewer->probe.displayTimer == nullptr);
+        QVERIFY(m_viewer->probe.style == nullptr);
+        QVERIFY(m_viewer->probe.inputThread == nullptr && m_viewer->probe.displayTimer == nullptr);
         QVERIFY(!isBusy());
     }
 
     void aSignalEndsTheCalibrationDialogBeforeTheWindow()
     {
         startStreaming();
-        const CloseSignals closeSignals(viewer->window.get());
+        const CloseSignals closeSignals(m_viewer->window.get());
         bool raised = false;
         bool visible = false;
         ModalWatcher<MagCalibDlg> dialogs([&](MagCalibDlg& dialog) {
             if (!raised) {
                 raised = true;
                 connect(&dialog, &QDialog::finished, &dialog,
-                        [&] { visible = viewer->window->isVisible(); });
+                        [&] { visible = m_viewer->window->isVisible(); });
                 QVERIFY(std::raise(SIGTERM) == 0);
             }
         });
-        viewer->window->on_pushButton_calib_mag_clicked();
+        m_viewer->window->on_pushButton_calib_mag_clicked();
         QVERIFY(raised);
         QVERIFY(visible);
-        QTRY_VERIFY(!viewer->window->isVisible());
-        QVERIFY(viewer->probe.inputThread == nullptr && viewer->probe.dataThread == nullptr);
-        QVERIFY(viewer->probe.detectTimer == nullptr);
+        QTRY_VERIFY(!m_viewer->window->isVisible());
+        QVERIFY(m_viewer->probe.inputThread == nullptr && m_viewer->probe.dataThread == nullptr);
+        QVERIFY(m_viewer->probe.detectTimer == nullptr);
     }
 
     void aSignalIsNoConsentToAQuestionOfTheCalibration_data()
@@ -651,8 +652,8 @@ private slots:
         config.motion = om::bench::MOTION::TUMBLE;
         bench().addCamera(config);
         start();
-        QTRY_VERIFY(viewer->streams(first));
-        const CloseSignals closeSignals(viewer->window.get());
+        QTRY_VERIFY(m_viewer->streams(first));
+        const CloseSignals closeSignals(m_viewer->window.get());
         bool asked = false;
         BoxWatcher boxes([&](QMessageBox& box) {
             if (box.text() != question) {
@@ -695,7 +696,7 @@ private slots:
                 press(button);
             }
         });
-        viewer->window->on_pushButton_calib_mag_clicked();
+        m_viewer->window->on_pushButton_calib_mag_clicked();
         QVERIFY(asked);
         // Nothing was agreed to: the camera keeps its calibration, the dialog had its samples.
         QCOMPARE(bench().log().count(CALL::MCU_WRITE_MAG_CALIB), 0ULL);
@@ -704,15 +705,16 @@ private slots:
         QVERIFY(wasPending);
         // The link was closed before the dialog was left, and so before the camera was opened.
         QVERIFY(linkClosed);
-        QTRY_VERIFY(!viewer->window->isVisible());
-        QVERIFY(viewer->probe.inputThread == nullptr && viewer->probe.detectTimer == nullptr);
+        QTRY_VERIFY(!m_viewer->window->isVisible());
+        QVERIFY(m_viewer->probe.inputThread == nullptr && m_viewer->probe.detectTimer == nullptr);
     }
 
     void aSignalAtAMessageBeforeTheCalibrationDialogEndsItAll()
     {
         start();
-        QTRY_COMPARE(viewer->ui->comboBox_camera_list->currentText(), QStringLiteral("No cameras"));
-        const CloseSignals closeSignals(viewer->window.get());
+        QTRY_COMPARE(m_viewer->ui->comboBox_camera_list->currentText(),
+                     QStringLiteral("No cameras"));
+        const CloseSignals closeSignals(m_viewer->window.get());
         // The dialog does not exist yet: its constructor reports that it finds no camera.
         bool raised = false;
         BoxWatcher boxes([&](QMessageBox&) {
@@ -721,17 +723,17 @@ private slots:
                 std::raise(SIGTERM);
             }
         });
-        viewer->window->on_pushButton_calib_mag_clicked();
+        m_viewer->window->on_pushButton_calib_mag_clicked();
         QVERIFY(raised);
-        QVERIFY(viewer->window->isVisible());
-        QTRY_VERIFY(!viewer->window->isVisible());
-        QVERIFY(viewer->probe.detectTimer == nullptr);
+        QVERIFY(m_viewer->window->isVisible());
+        QTRY_VERIFY(!m_viewer->window->isVisible());
+        QVERIFY(m_viewer->probe.detectTimer == nullptr);
     }
 
     void theInputThreadSeesTheLossFirst()
     {
         startStreaming();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         std::thread* const handle = probe.dataThread;
         bool looked = false;
         bool leftBehind = false;
@@ -748,7 +750,7 @@ private slots:
         });
         bench().camera(first)->grabScript().set({ERROR_CODE::SUCCESS, ERROR_CODE::CAMERA_GONE});
         QTRY_VERIFY(looked);
-        QTRY_VERIFY(viewer->streams(first));
+        QTRY_VERIFY(m_viewer->streams(first));
         if (leftBehind) {
             QVERIFY(probe.dataThread != handle);
             handle->join();
@@ -759,7 +761,7 @@ private slots:
     void aLossThatTheSensorThreadHasNotSeenEndsIt()
     {
         startStreaming();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         bool looked = false;
         bench().setOpenHook([&](const om::InitParameters&) {
             looked = true;
@@ -770,13 +772,13 @@ private slots:
         });
         emit probe.inputThread->DetectTIVDisconnect();
         QVERIFY(looked); // the list still holds the camera
-        QTRY_VERIFY(viewer->streams(first));
+        QTRY_VERIFY(m_viewer->streams(first));
     }
 
     void theSensorThreadSeesTheLossFirst()
     {
         startStreaming();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         std::thread* const handle = probe.dataThread;
         std::atomic<bool> outOfSight{false}; // when the object goes
         connect(
@@ -792,10 +794,10 @@ private slots:
         QVERIFY(outOfSight);
         QCOMPARE(bench().log().count(CALL::CLOSE), 1ULL);
         QVERIFY(probe.dataThread == handle && handle->joinable());
-        QVERIFY(viewer->hasSamples());
+        QVERIFY(m_viewer->hasSamples());
         // A repaint in between finds no input thread.
         const int ticks = probe.imageTicks;
-        viewer->window->updateImages();
+        m_viewer->window->updateImages();
         QCOMPARE(probe.imageTicks, ticks + 1);
 
         bench().setOpenHook([&](const om::InitParameters&) {
@@ -803,9 +805,9 @@ private slots:
             // Ended by itself, the thread was not joined.
             QVERIFY(probe.dataThread == handle && handle->joinable());
             QVERIFY(probe.accX.isEmpty());
-            QCOMPARE(viewer->ui->lineEdit_value_0->text(), QStringLiteral("---"));
+            QCOMPARE(m_viewer->ui->lineEdit_value_0->text(), QStringLiteral("---"));
         });
-        QTRY_VERIFY(viewer->streams(first));
+        QTRY_VERIFY(m_viewer->streams(first));
         QVERIFY(probe.dataThread != handle);
         QVERIFY(handle->joinable()); // overwritten, neither joined nor deleted
         handle->join();
@@ -815,16 +817,17 @@ private slots:
     void unpluggingShowsNoCamerasAndPluggingBringsTheStreamBack()
     {
         startStreaming();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         BoxWatcher boxes([](QMessageBox& box) { clickOk(box); });
         std::thread* const handle = probe.dataThread;
         bench().unplug(first);
-        QTRY_COMPARE(viewer->ui->comboBox_camera_list->currentText(), QStringLiteral("No cameras"));
-        QVERIFY(!viewer->ui->comboBox_camera_list->isEnabled());
+        QTRY_COMPARE(m_viewer->ui->comboBox_camera_list->currentText(),
+                     QStringLiteral("No cameras"));
+        QVERIFY(!m_viewer->ui->comboBox_camera_list->isEnabled());
         QVERIFY(probe.inputThread == nullptr);
         QVERIFY(probe.cameraLost);
         QVERIFY(probe.accX.isEmpty());
-        QCOMPARE(viewer->ui->label_sensor_rate->text(), QStringLiteral("---"));
+        QCOMPARE(m_viewer->ui->label_sensor_rate->text(), QStringLiteral("---"));
         QVERIFY(probe.detectTimer != nullptr && probe.detectTimer->isActive());
         // The list of the pass before still held the camera: one open failed on the way.
         QCOMPARE(bench().log().count(CALL::OPEN), 2ULL);
@@ -832,8 +835,8 @@ private slots:
 
         const bool leftBehind = probe.dataThread == handle;
         bench().plug(first);
-        QTRY_VERIFY(viewer->streams(first));
-        QVERIFY(viewer->ui->comboBox_camera_list->isEnabled());
+        QTRY_VERIFY(m_viewer->streams(first));
+        QVERIFY(m_viewer->ui->comboBox_camera_list->isEnabled());
         QCOMPARE(boxes.count(), 0);
         if (leftBehind) {
             handle->join();
@@ -844,19 +847,19 @@ private slots:
     void aLossThatArrivesTwiceIsHandledTwice()
     {
         startStreaming();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         bench().unplug(first);
         QVERIFY(waiting::waitFor([&] { return !probe.dataThreadRunning; }));
         std::thread* const handle = probe.dataThread;
-        viewer->window->cameraDisconnected();
+        m_viewer->window->cameraDisconnected();
         QVERIFY(probe.inputThread == nullptr);
-        viewer->window->cameraDisconnected();
+        m_viewer->window->cameraDisconnected();
         QVERIFY(probe.inputThread == nullptr);
         QVERIFY(probe.detectTimer != nullptr && probe.detectTimer->isActive());
         QVERIFY(probe.imageTimer == nullptr && probe.plotTimer == nullptr &&
                 probe.displayTimer == nullptr);
         bench().plug(first);
-        QTRY_VERIFY(viewer->streams(first));
+        QTRY_VERIFY(m_viewer->streams(first));
         handle->join();
         delete handle;
     }
@@ -864,31 +867,31 @@ private slots:
     void aLossThatIsAlreadyPostedIsHandledAfterTheOther()
     {
         startStreaming();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         // The input thread has reported the loss, and the display's tick comes first.
         SideThread input([&] { emit probe.inputThread->DetectTIVDisconnect(); });
         input.join();
         QCOMPARE(bench().log().count(CALL::OPEN), 1ULL);
-        viewer->window->cameraDisconnected();
+        m_viewer->window->cameraDisconnected();
         QCOMPARE(bench().log().count(CALL::OPEN), 2ULL); // the list still holds the camera
         QTRY_COMPARE(bench().log().count(CALL::OPEN), 3ULL);
-        QTRY_VERIFY(viewer->streams(first));
+        QTRY_VERIFY(m_viewer->streams(first));
         QCOMPARE(bench().log().count(CALL::CLOSE), 2ULL);
     }
 
     void aLossStopsARecording()
     {
         startStreaming();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         QTemporaryDir folder;
         probe.recOptions.saveFolder = folder.path();
-        QTest::mouseClick(viewer->ui->toolButton_save, Qt::LeftButton);
+        QTest::mouseClick(m_viewer->ui->toolButton_save, Qt::LeftButton);
         QVERIFY(probe.recording && probe.recFile.isOpen());
         bench().unplug(first);
         QTRY_VERIFY(probe.inputThread == nullptr && probe.detectTimer != nullptr);
         QVERIFY(!probe.recording);
         QVERIFY(!probe.recFile.isOpen());
-        QVERIFY(!viewer->ui->toolButton_save->isChecked());
+        QVERIFY(!m_viewer->ui->toolButton_save->isChecked());
     }
 
     void aChangeOfRowKeepsTheSamples()
@@ -896,13 +899,13 @@ private slots:
         bench().addCamera(camera(MODEL::TIV_Q, first));
         bench().addCamera(camera(MODEL::TIV_P, second));
         start();
-        QTRY_VERIFY(viewer->streams(first));
-        QTRY_VERIFY(viewer->samples() > 50);
-        const QVector<double> before = viewer->copyOf(viewer->probe.imuTime);
+        QTRY_VERIFY(m_viewer->streams(first));
+        QTRY_VERIFY(m_viewer->samples() > 50);
+        const QVector<double> before = m_viewer->copyOf(m_viewer->probe.imuTime);
         choose(1);
-        QTRY_VERIFY(viewer->streams(second));
-        QTRY_VERIFY(viewer->samples() > before.size() + 5);
-        QCOMPARE(viewer->copyOf(viewer->probe.imuTime).mid(0, before.size()), before);
+        QTRY_VERIFY(m_viewer->streams(second));
+        QTRY_VERIFY(m_viewer->samples() > before.size() + 5);
+        QCOMPARE(m_viewer->copyOf(m_viewer->probe.imuTime).mid(0, before.size()), before);
     }
 
     void aChangeOfRowDoesNotStopARecording()
@@ -910,28 +913,28 @@ private slots:
         bench().addCamera(camera(MODEL::TIV_Q, first));
         bench().addCamera(camera(MODEL::TIV_P, second));
         start();
-        QTRY_VERIFY(viewer->streams(first));
+        QTRY_VERIFY(m_viewer->streams(first));
         QTemporaryDir folder;
-        viewer->probe.recOptions.saveFolder = folder.path();
-        QTest::mouseClick(viewer->ui->toolButton_save, Qt::LeftButton);
+        m_viewer->probe.recOptions.saveFolder = folder.path();
+        QTest::mouseClick(m_viewer->ui->toolButton_save, Qt::LeftButton);
         choose(1);
-        QTRY_VERIFY(viewer->streams(second));
-        QVERIFY(viewer->probe.recording);
-        QVERIFY(viewer->probe.recFile.isOpen());
-        QVERIFY(viewer->ui->toolButton_save->isChecked());
+        QTRY_VERIFY(m_viewer->streams(second));
+        QVERIFY(m_viewer->probe.recording);
+        QVERIFY(m_viewer->probe.recFile.isOpen());
+        QVERIFY(m_viewer->ui->toolButton_save->isChecked());
     }
 
     void resetTakesTheSessionDownAndLeavesDetectionAlone()
     {
         startStreaming();
-        auto& probe = viewer->probe;
-        QTest::mouseClick(viewer->ui->pushButton_gyro, Qt::LeftButton);
+        auto& probe = m_viewer->probe;
+        QTest::mouseClick(m_viewer->ui->pushButton_gyro, Qt::LeftButton);
         QCOMPARE(probe.currentSensor, QStringLiteral("Gyroscope"));
-        auto* const detectTimer = new QTimer(viewer->window.get());
+        auto* const detectTimer = new QTimer(m_viewer->window.get());
         probe.detectTimer = detectTimer;
         detectTimer->start(100000);
         ProgramStates::setIntAttr(ProgramStates::depthMaximumMm, 4711);
-        viewer->window->reset();
+        m_viewer->window->reset();
         QVERIFY(probe.imageTimer == nullptr && probe.plotTimer == nullptr &&
                 probe.displayTimer == nullptr);
         QVERIFY(probe.detectTimer == detectTimer && detectTimer->isActive());
@@ -949,17 +952,17 @@ private slots:
         QCOMPARE(P::getIntAttr(P::cameraModel), 3);
         QCOMPARE(timeRanges(), QStringList());
         QCOMPARE(probe.currentSensor, QStringLiteral("Accelerometer"));
-        QVERIFY(viewer->ui->pushButton_accel->isChecked());
-        QVERIFY(!viewer->ui->pushButton_gyro->isChecked());
+        QVERIFY(m_viewer->ui->pushButton_accel->isChecked());
+        QVERIFY(!m_viewer->ui->pushButton_gyro->isChecked());
         QVERIFY(!probe.cameraLost);
-        QVERIFY(viewer->hasSamples());
-        viewer->window->reset(); // finds nothing, and hurts nobody
+        QVERIFY(m_viewer->hasSamples());
+        m_viewer->window->reset(); // finds nothing, and hurts nobody
     }
 
     void resetTakesTheSessionDownInItsOrder()
     {
         startStreaming();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         QStringList order;
         const auto note = [&](QObject* object, const QString& name) {
             connect(object, &QObject::destroyed, this,
@@ -978,12 +981,13 @@ private slots:
             if (call.call == qtcalls::CALL::MSLEEP && QThread::currentThread() == qApp->thread()) {
                 order << QStringLiteral("sleep %1").arg(call.limit);
                 if (probe.dataThread != nullptr) {
-                    const int before = viewer->samples();
-                    samplesCome = waiting::waitFor([&] { return viewer->samples() > before + 10; });
+                    const int before = m_viewer->samples();
+                    samplesCome =
+                        waiting::waitFor([&] { return m_viewer->samples() > before + 10; });
                 }
             }
         });
-        viewer->window->reset();
+        m_viewer->window->reset();
         QCOMPARE(order,
                  QStringList({"image", "plot", "display", "sleep 100", "sleep 10", "input"}));
         // The request to end the sensor thread follows the wait; it is joined before the camera
@@ -995,16 +999,16 @@ private slots:
     void aLossTakesTheSessionDownInItsOrder()
     {
         startStreaming();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         QTemporaryDir folder;
         probe.recOptions.saveFolder = folder.path();
-        QTest::mouseClick(viewer->ui->toolButton_save, Qt::LeftButton);
-        probe.detectTimer = new QTimer(viewer->window.get());
+        QTest::mouseClick(m_viewer->ui->toolButton_save, Qt::LeftButton);
+        probe.detectTimer = new QTimer(m_viewer->window.get());
         QStringList order;
         const auto note = [&](const QString& name) {
             order << name + (signalsAreConnected() ? " connected" : "");
         };
-        connect(viewer->ui->toolButton_save, &QAbstractButton::toggled, this,
+        connect(m_viewer->ui->toolButton_save, &QAbstractButton::toggled, this,
                 [&] { note(QStringLiteral("recording")); });
         connect(probe.plotTimer, &QObject::destroyed, this, [&] { note(QStringLiteral("plot")); });
         connect(probe.displayTimer, &QObject::destroyed, this,
@@ -1015,7 +1019,7 @@ private slots:
                 [&] { note(QStringLiteral("detect")); });
         connect(probe.inputThread.load(), &QObject::destroyed, this,
                 [&] { order << QStringLiteral("input"); });
-        viewer->window->cameraDisconnected();
+        m_viewer->window->cameraDisconnected();
         QCOMPARE(order, QStringList({"recording connected", "plot", "display", "image", "detect",
                                      "input"}));
     }
@@ -1023,52 +1027,55 @@ private slots:
     void theTimersAreMadeAfreshForEachCamera()
     {
         startStreaming();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         const QVector<QPointer<QTimer>> before{probe.imageTimer, probe.plotTimer,
                                                probe.displayTimer};
         bool busy = false; // during the reset
         connect(probe.imageTimer, &QObject::destroyed, this, [&] { busy = isBusy(); });
-        viewer->window->createLiveInput();
+        m_viewer->window->createLiveInput();
         QVERIFY(busy);
         for (const auto& timer : before) {
             QVERIFY(timer.isNull());
         }
-        QTRY_VERIFY(viewer->streams(first));
+        QTRY_VERIFY(m_viewer->streams(first));
         QCOMPARE(
-            viewer->window->findChildren<QTimer*>(QString(), Qt::FindDirectChildrenOnly).size(), 3);
+            m_viewer->window->findChildren<QTimer*>(QString(), Qt::FindDirectChildrenOnly).size(),
+            3);
     }
 
     void aNegativeRowCountsAsTheFirst()
     {
         startStreaming();
-        viewer->probe.deviceListBusy = true;
+        m_viewer->probe.deviceListBusy = true;
         choose(-1);
-        viewer->probe.deviceListBusy = false;
-        viewer->window->createLiveInput();
-        QTRY_VERIFY(viewer->streams(first));
+        m_viewer->probe.deviceListBusy = false;
+        m_viewer->window->createLiveInput();
+        QTRY_VERIFY(m_viewer->streams(first));
     }
 
     void theViewGetsTheCamerasContext()
     {
         startStreaming();
-        QVERIFY(viewer->probe.inputThread->cudaContext != nullptr);
-        QVERIFY(viewer->ui->widget_3d_view->cudaContext == viewer->probe.inputThread->cudaContext);
-        viewer->ui->widget_3d_view->cudaContext = nullptr;
-        viewer->window->setContext();
-        QVERIFY(viewer->ui->widget_3d_view->cudaContext == viewer->probe.inputThread->cudaContext);
+        QVERIFY(m_viewer->probe.inputThread->cudaContext != nullptr);
+        QVERIFY(m_viewer->ui->widget_3d_view->cudaContext ==
+                m_viewer->probe.inputThread->cudaContext);
+        m_viewer->ui->widget_3d_view->cudaContext = nullptr;
+        m_viewer->window->setContext();
+        QVERIFY(m_viewer->ui->widget_3d_view->cudaContext ==
+                m_viewer->probe.inputThread->cudaContext);
     }
 
     void theInputThreadsSignalsAreConnectedAndDisconnected()
     {
         startStreaming();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         // No other thread uses samples and view at this time.
         probe.inputThread->stopGrabbing();
         probe.stopDataThread = true;
         probe.dataThread->join();
         delete probe.dataThread;
         probe.dataThread = nullptr;
-        auto* const view = viewer->ui->widget_3d_view;
+        auto* const view = m_viewer->ui->widget_3d_view;
         // Each signal is visible by its effect.
         const auto contextArrives = [&] {
             view->cudaContext = nullptr;
@@ -1077,8 +1084,8 @@ private slots:
         };
         QVERIFY(contextArrives());
         // Another connection between the two stays.
-        QLabel* const label = viewer->ui->label_sensor_type;
-        connect(probe.inputThread.load(), &InputThreadModul::sendContext, viewer->window.get(),
+        QLabel* const label = m_viewer->ui->label_sensor_type;
+        connect(probe.inputThread.load(), &InputThreadModul::sendContext, m_viewer->window.get(),
                 [label] { label->setText(QStringLiteral("sent")); });
         probe.disconnectSignals();
         label->clear();
@@ -1088,7 +1095,7 @@ private slots:
         emit probe.inputThread->DetectTIVDisconnect();
         emit probe.inputThread->sendInit();
         QVERIFY(view->cudaContext == nullptr); // InitProcess() would have set it
-        QVERIFY(!viewer->probe.accX.isEmpty());
+        QVERIFY(!m_viewer->probe.accX.isEmpty());
         probe.connectSignals();
         QVERIFY(contextArrives());
         view->cudaContext = nullptr;
@@ -1100,18 +1107,18 @@ private slots:
     void connectingWithoutAnInputThreadDoesNothing()
     {
         start();
-        viewer->probe.connectSignals();
-        viewer->probe.disconnectSignals();
-        QVERIFY(viewer->probe.inputThread == nullptr);
+        m_viewer->probe.connectSignals();
+        m_viewer->probe.disconnectSignals();
+        QVERIFY(m_viewer->probe.inputThread == nullptr);
     }
 
     void closingWhileStreamingEndsEverything()
     {
         startStreaming();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         QElapsedTimer elapsed;
         elapsed.start();
-        viewer->window->close();
+        m_viewer->window->close();
         QVERIFY(elapsed.elapsed() >= 100);
         QVERIFY(probe.imageTimer == nullptr && probe.plotTimer == nullptr &&
                 probe.displayTimer == nullptr && probe.detectTimer == nullptr);
@@ -1119,33 +1126,33 @@ private slots:
         QVERIFY(probe.dataThread == nullptr && !probe.dataThreadRunning);
         QVERIFY(probe.style == nullptr);
         QCOMPARE(bench().log().count(CALL::CLOSE), 1ULL);
-        QVERIFY(!viewer->window->isVisible());
+        QVERIFY(!m_viewer->window->isVisible());
     }
 
     void aLossThatArrivesAfterTheCloseIsIgnored()
     {
         startStreaming();
-        viewer->window->close();
-        viewer->window->cameraDisconnected();
-        QVERIFY(viewer->probe.detectTimer == nullptr);
+        m_viewer->window->close();
+        m_viewer->window->cameraDisconnected();
+        QVERIFY(m_viewer->probe.detectTimer == nullptr);
     }
 
     void closingDuringARecordingLeavesTheFileToItsDestruction()
     {
         startStreaming();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         QTemporaryDir folder;
         probe.recOptions.saveFolder = folder.path();
-        QTest::mouseClick(viewer->ui->toolButton_save, Qt::LeftButton);
+        QTest::mouseClick(m_viewer->ui->toolButton_save, Qt::LeftButton);
         QVERIFY(probe.recFile.isOpen());
         const QString name = probe.recFile.fileName();
-        const int before = viewer->samples();
-        QTRY_VERIFY(viewer->samples() > before + 40);
-        viewer->window->close();
+        const int before = m_viewer->samples();
+        QTRY_VERIFY(m_viewer->samples() > before + 40);
+        m_viewer->window->close();
         QVERIFY(probe.recording);
         QVERIFY(probe.recFile.isOpen());
-        QVERIFY(viewer->ui->toolButton_save->isChecked());
-        viewer.reset();
+        QVERIFY(m_viewer->ui->toolButton_save->isChecked());
+        m_viewer.reset();
         QFile file(name);
         QVERIFY(file.open(QIODevice::ReadOnly));
         const QList<QByteArray> lines = file.readAll().split('\n');
@@ -1159,11 +1166,11 @@ private slots:
         bench().addCamera(camera(MODEL::TIV_Q, first));
         bench().addCamera(camera(MODEL::TIV_P, second));
         start();
-        QTRY_VERIFY(viewer->streams(first));
+        QTRY_VERIFY(m_viewer->streams(first));
         choose(1);
-        QTRY_VERIFY(viewer->streams(second));
-        auto& probe = viewer->probe;
-        QTest::mouseClick(viewer->ui->pushButton_mag, Qt::LeftButton);
+        QTRY_VERIFY(m_viewer->streams(second));
+        auto& probe = m_viewer->probe;
+        QTest::mouseClick(m_viewer->ui->pushButton_mag, Qt::LeftButton);
 
         bool looked = false;
         QPointer<MagCalibDlg> opened;
@@ -1179,8 +1186,8 @@ private slots:
             QVERIFY(probe.imageTimer == nullptr && probe.plotTimer == nullptr &&
                     probe.displayTimer == nullptr && probe.detectTimer == nullptr);
             QVERIFY(probe.accX.isEmpty());
-            QCOMPARE(viewer->ui->label_sensor_rate->text(), QStringLiteral("---"));
-            QCOMPARE(dialog.parentWidget(), viewer->window.get());
+            QCOMPARE(m_viewer->ui->label_sensor_rate->text(), QStringLiteral("---"));
+            QCOMPARE(dialog.parentWidget(), m_viewer->window.get());
             QCOMPARE(bench().log().count(CALL::OPEN), bench().log().count(CALL::CLOSE));
             auto* const leave = dialog.findChild<QPushButton*>(QStringLiteral("pushButton_exit"));
             QVERIFY(leave != nullptr);
@@ -1190,12 +1197,12 @@ private slots:
         bool kept = false;
         bench().setOpenHook(
             [&](const om::InitParameters&) { kept = !opened.isNull() && !opened->isVisible(); });
-        viewer->window->on_pushButton_calib_mag_clicked();
+        m_viewer->window->on_pushButton_calib_mag_clicked();
         QVERIFY(looked);
         QVERIFY(kept);
         QVERIFY(opened.isNull());
-        QCOMPARE(viewer->ui->comboBox_camera_list->currentIndex(), 1);
-        QTRY_VERIFY(viewer->streams(second));
+        QCOMPARE(m_viewer->ui->comboBox_camera_list->currentIndex(), 1);
+        QTRY_VERIFY(m_viewer->streams(second));
         QCOMPARE(bench().log().last(CALL::MCU_OPEN)->serialNumber, second);
         QCOMPARE(probe.currentSensor, QStringLiteral("Accelerometer"));
     }
@@ -1205,8 +1212,9 @@ private slots:
         bench().addCamera(camera(MODEL::TIV_Q, first));
         bench().unplug(first);
         start();
-        auto& probe = viewer->probe;
-        QTRY_COMPARE(viewer->ui->comboBox_camera_list->currentText(), QStringLiteral("No cameras"));
+        auto& probe = m_viewer->probe;
+        QTRY_COMPARE(m_viewer->ui->comboBox_camera_list->currentText(),
+                     QStringLiteral("No cameras"));
         QVERIFY(probe.detectTimer != nullptr && probe.detectTimer->isActive());
         // The dialog doesn't find its camera, and says so before it opens.
         BoxWatcher boxes([](QMessageBox& box) { clickOk(box); });
@@ -1216,27 +1224,28 @@ private slots:
             if (timers < 0) {
                 bench().plug(first);
                 timers =
-                    viewer->window->findChildren<QTimer*>(QString(), Qt::FindDirectChildrenOnly)
+                    m_viewer->window->findChildren<QTimer*>(QString(), Qt::FindDirectChildrenOnly)
                         .size();
                 listing = probe.detectionThread.isRunning();
             }
             leave(dialog);
         });
-        viewer->window->on_pushButton_calib_mag_clicked();
+        m_viewer->window->on_pushButton_calib_mag_clicked();
         QCOMPARE(timers, 0);
         QVERIFY(!listing);
         QCOMPARE(boxes.count(), 1);
         // "No cameras" is not a row to open: the detection continues.
         QCOMPARE(bench().log().count(CALL::OPEN), 0ULL);
         QVERIFY(probe.detectTimer != nullptr && probe.detectTimer->isActive());
-        QTRY_VERIFY(viewer->streams(first));
+        QTRY_VERIFY(m_viewer->streams(first));
     }
 
     void aListThatIsUnderWayEndsBeforeTheCalibrationDialog()
     {
         start();
-        auto& probe = viewer->probe;
-        QTRY_COMPARE(viewer->ui->comboBox_camera_list->currentText(), QStringLiteral("No cameras"));
+        auto& probe = m_viewer->probe;
+        QTRY_COMPARE(m_viewer->ui->comboBox_camera_list->currentText(),
+                     QStringLiteral("No cameras"));
         delete probe.detectTimer;
         probe.detectTimer = nullptr;
         QVERIFY(probe.detectionThread.wait(waiting::patienceMs));
@@ -1260,7 +1269,7 @@ private slots:
             clickOk(box);
         });
         ModalWatcher<MagCalibDlg> dialogs([](MagCalibDlg& dialog) { leave(dialog); });
-        viewer->window->on_pushButton_calib_mag_clicked();
+        m_viewer->window->on_pushButton_calib_mag_clicked();
         bench().setDeviceListHook(nullptr);
         QVERIFY(!listing);
     }
@@ -1268,7 +1277,7 @@ private slots:
     void aLossThatIsAlreadyPostedDoesNotReachTheCalibration()
     {
         startStreaming();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         // The input thread has reported a loss that is not handled yet.
         SideThread input([&] { emit probe.inputThread->DetectTIVDisconnect(); });
         input.join();
@@ -1279,11 +1288,11 @@ private slots:
             streams = probe.inputThread != nullptr || probe.detectTimer != nullptr;
             leave(dialog);
         });
-        viewer->window->on_pushButton_calib_mag_clicked();
+        m_viewer->window->on_pushButton_calib_mag_clicked();
         QVERIFY(looked);
         QVERIFY(!streams);
         QCOMPARE(bench().log().count(CALL::OPEN), 2ULL);
-        QTRY_VERIFY(viewer->streams(first));
+        QTRY_VERIFY(m_viewer->streams(first));
     }
 
     void theCalibrationGoesBackToTheRowWhateverHappenedMeanwhile()
@@ -1291,33 +1300,34 @@ private slots:
         bench().addCamera(camera(MODEL::TIV_Q, first));
         bench().addCamera(camera(MODEL::TIV_P, second));
         start();
-        QTRY_VERIFY(viewer->streams(first));
+        QTRY_VERIFY(m_viewer->streams(first));
         bool looked = false;
         ModalWatcher<MagCalibDlg> dialogs([&](MagCalibDlg& dialog) {
             if (looked) {
                 return;
             }
             looked = true;
-            viewer->probe.deviceListBusy = true;
+            m_viewer->probe.deviceListBusy = true;
             choose(1);
             QTest::mouseClick(dialog.findChild<QPushButton*>(QStringLiteral("pushButton_exit")),
                               Qt::LeftButton);
         });
-        viewer->window->on_pushButton_calib_mag_clicked();
-        viewer->probe.deviceListBusy = false;
-        QCOMPARE(viewer->ui->comboBox_camera_list->currentIndex(), 0);
-        QTRY_VERIFY(viewer->streams(first));
+        m_viewer->window->on_pushButton_calib_mag_clicked();
+        m_viewer->probe.deviceListBusy = false;
+        QCOMPARE(m_viewer->ui->comboBox_camera_list->currentIndex(), 0);
+        QTRY_VERIFY(m_viewer->streams(first));
     }
 
     void anEmptyListRefusesTheOpenQuietly()
     {
         start();
-        QTRY_COMPARE(viewer->ui->comboBox_camera_list->currentText(), QStringLiteral("No cameras"));
-        const QPointer<QTimer> before(viewer->probe.detectTimer);
-        viewer->window->createLiveInput();
-        QVERIFY(viewer->probe.inputThread == nullptr);
+        QTRY_COMPARE(m_viewer->ui->comboBox_camera_list->currentText(),
+                     QStringLiteral("No cameras"));
+        const QPointer<QTimer> before(m_viewer->probe.detectTimer);
+        m_viewer->window->createLiveInput();
+        QVERIFY(m_viewer->probe.inputThread == nullptr);
         QVERIFY(before.isNull()); // the poll starts again, once
-        QVERIFY(viewer->probe.detectTimer != nullptr && viewer->probe.detectTimer->isActive());
+        QVERIFY(m_viewer->probe.detectTimer != nullptr && m_viewer->probe.detectTimer->isActive());
         QCOMPARE(bench().log().count(CALL::OPEN), 0ULL);
     }
 
@@ -1325,17 +1335,17 @@ private slots:
     {
         bench().addCamera(camera(MODEL::TIV_Q, first));
         start();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         // Changes between the two.
-        viewer->ui->frame_data_options->setEnabled(false);
-        EventWatcher enabled(*viewer->ui->frame_data_options, QEvent::EnabledChange);
+        m_viewer->ui->frame_data_options->setEnabled(false);
+        EventWatcher enabled(*m_viewer->ui->frame_data_options, QEvent::EnabledChange);
         bool grabs = false;
         bool reads = true;
         enabled.look = [&] {
             grabs = probe.inputThread != nullptr && probe.inputThread->isRunning();
             reads = probe.dataThread != nullptr;
         };
-        QTRY_VERIFY(viewer->streams(first));
+        QTRY_VERIFY(m_viewer->streams(first));
         QVERIFY(grabs);
         QVERIFY(!reads);
     }
@@ -1343,7 +1353,7 @@ private slots:
     void imagesCarryNoTimeWhereThereAreSensors()
     {
         startStreaming();
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         probe.imageTimer->stop();
         probe.stopDataThread = true;
         probe.dataThread->join();
@@ -1351,8 +1361,8 @@ private slots:
         probe.dataThread = nullptr;
         probe.imuStartTime = 4711;
         probe.elapsedSec = 2.5;
-        viewer->window->updateImages();
-        viewer->window->updateImages();
+        m_viewer->window->updateImages();
+        m_viewer->window->updateImages();
         QCOMPARE(probe.imuStartTime, std::uint64_t{4711});
         QCOMPARE(probe.elapsedSec, 2.5);
     }
@@ -1360,11 +1370,11 @@ private slots:
     void theViewIsRepaintedByTheImageTimer()
     {
         startStreaming();
-        const int ticks = viewer->probe.imageTicks;
-        QTRY_VERIFY(viewer->probe.imageTicks > ticks + 3);
-        viewer->probe.imageTimer->stop();
-        QSignalSpy frames(viewer->ui->widget_3d_view, &QOpenGLWidget::frameSwapped);
-        viewer->window->updateImages();
+        const int ticks = m_viewer->probe.imageTicks;
+        QTRY_VERIFY(m_viewer->probe.imageTicks > ticks + 3);
+        m_viewer->probe.imageTimer->stop();
+        QSignalSpy frames(m_viewer->ui->widget_3d_view, &QOpenGLWidget::frameSwapped);
+        m_viewer->window->updateImages();
         QTRY_VERIFY(!frames.isEmpty());
     }
 };

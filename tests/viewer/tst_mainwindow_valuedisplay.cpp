@@ -30,7 +30,7 @@ class TestValueDisplay : public QObject
     Q_OBJECT
 
 private:
-    std::unique_ptr<Viewer> viewer;
+    std::unique_ptr<Viewer> m_viewer;
 
     static void passWallTime(int ms) { wallclock::advance(std::chrono::milliseconds(ms)); }
 
@@ -38,14 +38,14 @@ private:
     void refresh()
     {
         passWallTime(30);
-        viewer->window->updateDataDisplay();
+        m_viewer->window->updateDataDisplay();
     }
 
-    QString firstValue() const { return viewer->ui->lineEdit_value_0->text(); }
+    QString firstValue() const { return m_viewer->ui->lineEdit_value_0->text(); }
 
     QStringList texts() const
     {
-        const Ui_MainWindow* const ui = viewer->ui;
+        const Ui_MainWindow* const ui = m_viewer->ui;
         return {ui->lineEdit_value_0->text(), ui->lineEdit_value_1->text(),
                 ui->lineEdit_value_2->text(), ui->label_sensor_rate->text()};
     }
@@ -56,12 +56,12 @@ private slots:
     void init()
     {
         bench().reset();
-        viewer = std::make_unique<Viewer>();
-        auto& probe = viewer->probe;
+        m_viewer = std::make_unique<Viewer>();
+        auto& probe = m_viewer->probe;
         delete probe.detectTimer;
         probe.detectTimer = nullptr;
         probe.cameraLost = false;
-        probe.displayTimer = new QTimer(viewer->window.get());
+        probe.displayTimer = new QTimer(m_viewer->window.get());
         probe.displayTimer->setInterval(probe.displayPeriodMs);
         probe.currentSensor = QStringLiteral("Accelerometer");
         probe.accX = {9.0, 0.125};
@@ -84,17 +84,17 @@ private slots:
         probe.baroEffectiveRate = 24.3;
     }
 
-    void cleanup() { viewer.reset(); }
+    void cleanup() { m_viewer.reset(); }
 
     // First, because it checks something that happens once per process.
     void theVeryFirstCallNeverRefreshes()
     {
         passWallTime(60);
-        viewer->window->updateDataDisplay();
+        m_viewer->window->updateDataDisplay();
         QCOMPARE(texts(), QStringList({"-", "-", "-", "---"}));
-        QVERIFY(viewer->probe.displayTimer->isActive());
+        QVERIFY(m_viewer->probe.displayTimer->isActive());
         refresh();
-        QCOMPARE(viewer->ui->lineEdit_value_0->text(), QStringLiteral("X 0.125 m/s²"));
+        QCOMPARE(m_viewer->ui->lineEdit_value_0->text(), QStringLiteral("X 0.125 m/s²"));
     }
 
     void eachSensorHasItsTexts_data()
@@ -126,16 +126,16 @@ private slots:
     {
         QFETCH(QString, sensor);
         QFETCH(QStringList, expected);
-        viewer->probe.currentSensor = sensor;
-        viewer->ui->lineEdit_value_1->setText(QStringLiteral("second"));
-        viewer->ui->lineEdit_value_2->setText(QStringLiteral("third"));
+        m_viewer->probe.currentSensor = sensor;
+        m_viewer->ui->lineEdit_value_1->setText(QStringLiteral("second"));
+        m_viewer->ui->lineEdit_value_2->setText(QStringLiteral("third"));
         // The titles are those set at the press of the button.
-        viewer->ui->label_sensor_type->setText(QStringLiteral("title"));
-        viewer->ui->label_sensor_type_top->setText(QStringLiteral("top"));
+        m_viewer->ui->label_sensor_type->setText(QStringLiteral("title"));
+        m_viewer->ui->label_sensor_type_top->setText(QStringLiteral("top"));
         refresh();
         QCOMPARE(texts(), expected);
-        QCOMPARE(viewer->ui->label_sensor_type->text(), QStringLiteral("title"));
-        QCOMPARE(viewer->ui->label_sensor_type_top->text(), QStringLiteral("top"));
+        QCOMPARE(m_viewer->ui->label_sensor_type->text(), QStringLiteral("title"));
+        QCOMPARE(m_viewer->ui->label_sensor_type_top->text(), QStringLiteral("top"));
     }
 
     void shortNumbersAreSetToTheWidth_data()
@@ -158,13 +158,13 @@ private slots:
         QFETCH(QString, sensor);
         QFETCH(double, value);
         QFETCH(QString, text);
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         probe.currentSensor = sensor;
         probe.accX = {value};
         probe.pressure = {value};
         probe.tempLeft = {value};
         refresh();
-        QCOMPARE(viewer->ui->lineEdit_value_0->text(), text);
+        QCOMPARE(m_viewer->ui->lineEdit_value_0->text(), text);
     }
 
     void theRateIsTheSensorsOwnUpToTheNominalOne_data()
@@ -191,64 +191,64 @@ private slots:
         QFETCH(double, mag);
         QFETCH(double, baro);
         QFETCH(QString, text);
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         probe.currentSensor = sensor;
         probe.imuEffectiveRate = imu;
         probe.magEffectiveRate = mag;
         probe.baroEffectiveRate = baro;
         refresh();
-        QCOMPARE(viewer->ui->label_sensor_rate->text(), text);
+        QCOMPARE(m_viewer->ui->label_sensor_rate->text(), text);
     }
 
     void withoutASampleNothingIsRefreshed()
     {
-        viewer->probe.accX.clear();
+        m_viewer->probe.accX.clear();
         refresh();
         QCOMPARE(texts(), QStringList({"-", "-", "-", "---"}));
-        QVERIFY(viewer->probe.displayTimer->isActive());
+        QVERIFY(m_viewer->probe.displayTimer->isActive());
         // That call did not count as a refresh: the next one need not wait.
-        viewer->probe.accX = {1.0};
-        viewer->window->updateDataDisplay();
-        QCOMPARE(viewer->ui->lineEdit_value_0->text(), QStringLiteral("X 1.000 m/s²"));
+        m_viewer->probe.accX = {1.0};
+        m_viewer->window->updateDataDisplay();
+        QCOMPARE(m_viewer->ui->lineEdit_value_0->text(), QStringLiteral("X 1.000 m/s²"));
     }
 
     void twoRefreshesNeverFollowFasterThanThePeriod()
     {
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         probe.displayPeriodMs = 200;
         passWallTime(200);
-        viewer->window->updateDataDisplay();
+        m_viewer->window->updateDataDisplay();
         QCOMPARE(firstValue(), QStringLiteral("X 0.125 m/s²"));
         probe.accX.append(5.0);
         passWallTime(199);
         wallclock::advance(
             std::chrono::nanoseconds(999'999)); // less than a whole millisecond does not count
-        viewer->window->updateDataDisplay();
+        m_viewer->window->updateDataDisplay();
         QCOMPARE(firstValue(), QStringLiteral("X 0.125 m/s²"));
         QVERIFY(probe.displayTimer->isActive());
         wallclock::advance(std::chrono::nanoseconds(1));
-        viewer->window->updateDataDisplay();
+        m_viewer->window->updateDataDisplay();
         QCOMPARE(firstValue(), QStringLiteral("X 5.000 m/s²"));
     }
 
     void aWallClockThatIsSetBackHoldsTheRefreshUp()
     {
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         refresh();
         probe.accX.append(5.0);
         passWallTime(-1000);
-        viewer->window->updateDataDisplay();
+        m_viewer->window->updateDataDisplay();
         passWallTime(1024);
-        viewer->window->updateDataDisplay();
+        m_viewer->window->updateDataDisplay();
         QCOMPARE(firstValue(), QStringLiteral("X 0.125 m/s²"));
         passWallTime(1);
-        viewer->window->updateDataDisplay();
+        m_viewer->window->updateDataDisplay();
         QCOMPARE(firstValue(), QStringLiteral("X 5.000 m/s²"));
     }
 
     void theTimeOfARefreshIsThatBeforeItsWait()
     {
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         refresh(); // the first call of a process never does
         probe.accX.append(2.0);
         QSemaphore locked;
@@ -264,21 +264,21 @@ private slots:
         readOfClock = &clockRead;
         passWallTime(30);
         wallclock::onRead(noteRead);
-        viewer->window->updateDataDisplay();
+        m_viewer->window->updateDataDisplay();
         wallclock::onRead(nullptr);
         owner.join();
         QCOMPARE(firstValue(), QStringLiteral("X 2.000 m/s²"));
         probe.accX.append(5.0);
-        viewer->window->updateDataDisplay();
+        m_viewer->window->updateDataDisplay();
         QCOMPARE(firstValue(), QStringLiteral("X 5.000 m/s²"));
     }
 
     void theTimerRestsDuringARefresh()
     {
-        QTimer* const timer = viewer->probe.displayTimer;
+        QTimer* const timer = m_viewer->probe.displayTimer;
         timer->start();
         bool rests = false;
-        connect(viewer->ui->lineEdit_value_0, &QLineEdit::textChanged, this,
+        connect(m_viewer->ui->lineEdit_value_0, &QLineEdit::textChanged, this,
                 [&] { rests = !timer->isActive(); });
         refresh();
         QVERIFY(rests);
@@ -288,10 +288,10 @@ private slots:
     void theValuesAreShownUnderTheSensorThreadsLock()
     {
         bool locked = false;
-        connect(viewer->ui->lineEdit_value_0, &QLineEdit::textChanged, this, [&] {
-            locked = !viewer->probe.dataMutex.tryLock();
+        connect(m_viewer->ui->lineEdit_value_0, &QLineEdit::textChanged, this, [&] {
+            locked = !m_viewer->probe.dataMutex.tryLock();
             if (!locked) {
-                viewer->probe.dataMutex.unlock();
+                m_viewer->probe.dataMutex.unlock();
             }
         });
         refresh();
@@ -300,15 +300,15 @@ private slots:
 
     void theTimerIsRestartedAfterARefresh()
     {
-        QVERIFY(!viewer->probe.displayTimer->isActive());
+        QVERIFY(!m_viewer->probe.displayTimer->isActive());
         refresh();
-        QVERIFY(viewer->probe.displayTimer->isActive());
-        QCOMPARE(viewer->probe.displayTimer->interval(), 25);
+        QVERIFY(m_viewer->probe.displayTimer->isActive());
+        QCOMPARE(m_viewer->probe.displayTimer->interval(), 25);
     }
 
     void aRefreshWaitsForTheSensorThreadsLock()
     {
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         QSemaphore locked;
         QSemaphore asked;
         std::atomic<bool> released{false};
@@ -330,7 +330,7 @@ private slots:
 
     void aLostCameraIsHandledInPlaceOfARefresh()
     {
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         probe.cameraLost = true;
         refresh();
         QCOMPARE(texts(), QStringList({"---", "---", "---", "---"}));
@@ -343,14 +343,14 @@ private slots:
     void defaultValuesAreDashes()
     {
         refresh();
-        viewer->probe.displayDefaultValues();
+        m_viewer->probe.displayDefaultValues();
         QCOMPARE(texts(), QStringList({"---", "---", "---", "---"}));
     }
 
     void theBoxesAreReadOnlyAndCentred()
     {
-        for (const QLineEdit* box : {viewer->ui->lineEdit_value_0, viewer->ui->lineEdit_value_1,
-                                     viewer->ui->lineEdit_value_2}) {
+        for (const QLineEdit* box : {m_viewer->ui->lineEdit_value_0, m_viewer->ui->lineEdit_value_1,
+                                     m_viewer->ui->lineEdit_value_2}) {
             QVERIFY(box->isReadOnly());
             QCOMPARE(box->alignment(), Qt::AlignCenter);
         }

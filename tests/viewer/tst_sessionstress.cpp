@@ -50,50 +50,50 @@ class TestSessionStress : public QObject
     Q_OBJECT
 
 private:
-    std::unique_ptr<Viewer> viewer;
-    QVector<std::thread*> leftBehind;
+    std::unique_ptr<Viewer> m_viewer;
+    QVector<std::thread*> m_leftBehind;
 
     void start()
     {
         bench().reset();
         bench().addCamera(camera(MODEL::TIV_Q, first));
         bench().addCamera(camera(MODEL::TIV_N, second));
-        viewer = std::make_unique<Viewer>();
-        QTRY_VERIFY(viewer->streams(first));
+        m_viewer = std::make_unique<Viewer>();
+        QTRY_VERIFY(m_viewer->streams(first));
     }
 
     /// Both cameras are unplugged and plugged in again.
     void loseAndFind()
     {
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         std::thread* const handle = probe.dataThread;
         bench().unplug(first);
         bench().unplug(second);
-        QTRY_VERIFY(!viewer->ui->comboBox_camera_list->isEnabled());
+        QTRY_VERIFY(!m_viewer->ui->comboBox_camera_list->isEnabled());
         if (probe.dataThread == handle) {
-            leftBehind << handle; // the thread saw the loss by itself, and nobody joins it
+            m_leftBehind << handle; // the thread saw the loss by itself, and nobody joins it
         }
         bench().plug(first);
         bench().plug(second);
         // Calls the next two ticks of the poll, to save the time of waiting for them.
         probe.updateDeviceList(false);
         QVERIFY(probe.detectionThread.wait(waiting::patienceMs));
-        QVERIFY(viewer->window->detectMultipleDevice());
-        QTRY_VERIFY(viewer->streams(first));
+        QVERIFY(m_viewer->window->detectMultipleDevice());
+        QTRY_VERIFY(m_viewer->streams(first));
     }
 
     /// Memory that each open keeps by design: the 3D view builds a new scene and keeps the old one.
     qint64 sceneKiB()
     {
         constexpr int scenes = 20;
-        viewer->window->reset(); // the sensor thread must not turn a scene that is being built
+        m_viewer->window->reset(); // the sensor thread must not turn a scene that is being built
         const Resources before = resources();
         for (int i = 0; i < scenes; ++i) {
-            viewer->ui->widget_3d_view->InitProcess();
+            m_viewer->ui->widget_3d_view->InitProcess();
             QCoreApplication::processEvents();
         }
         const qint64 each = qMax<qint64>(0, (resources().heapKiB - before.heapKiB) / scenes);
-        viewer->window->createLiveInput();
+        m_viewer->window->createLiveInput();
         return each;
     }
 
@@ -101,8 +101,8 @@ private:
     qint64 seriesKiB()
     {
         constexpr qint64 count = 37;
-        const QMutexLocker lock(&viewer->probe.dataMutex);
-        return count * viewer->probe.accX.capacity() * qint64{sizeof(double)} / 1024;
+        const QMutexLocker lock(&m_viewer->probe.dataMutex);
+        return count * m_viewer->probe.accX.capacity() * qint64{sizeof(double)} / 1024;
     }
 
     void compare(const Resources& before, const Resources& after, qint64 scene)
@@ -127,8 +127,8 @@ private:
 
     void change(int row)
     {
-        viewer->ui->comboBox_camera_list->setCurrentIndex(row);
-        QTRY_VERIFY(viewer->streams(row == 0 ? first : second));
+        m_viewer->ui->comboBox_camera_list->setCurrentIndex(row);
+        QTRY_VERIFY(m_viewer->streams(row == 0 ? first : second));
     }
 
 private slots:
@@ -136,12 +136,12 @@ private slots:
 
     void cleanup()
     {
-        viewer.reset();
-        for (std::thread* thread : qAsConst(leftBehind)) {
+        m_viewer.reset();
+        for (std::thread* thread : qAsConst(m_leftBehind)) {
             thread->join();
             delete thread;
         }
-        leftBehind.clear();
+        m_leftBehind.clear();
     }
 
     void manyLossesLeaveNothingBehind()
@@ -151,7 +151,7 @@ private slots:
             loseAndFind();
         }
         const qint64 scene = sceneKiB();
-        QTRY_VERIFY(viewer->streams(first));
+        QTRY_VERIFY(m_viewer->streams(first));
         const Resources before = resources();
         for (int i = 0; i < rounds && !QTest::currentTestFailed(); ++i) {
             loseAndFind();
@@ -167,10 +167,10 @@ private slots:
         }
         change(1);
         const qint64 large = sceneKiB();
-        QTRY_VERIFY(viewer->streams(second));
+        QTRY_VERIFY(m_viewer->streams(second));
         change(0);
         const qint64 scene = (large + sceneKiB()) / 2;
-        QTRY_VERIFY(viewer->streams(first));
+        QTRY_VERIFY(m_viewer->streams(first));
         const Resources before = resources();
         for (int i = 0; i < rounds && !QTest::currentTestFailed(); ++i) {
             change(i % 2 == 0 ? 1 : 0);

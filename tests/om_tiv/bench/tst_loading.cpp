@@ -38,14 +38,14 @@ class TestLoading : public QObject
 {
     Q_OBJECT
 
-    std::unique_ptr<QTemporaryDir> folder;
-    std::promise<void> release;
-    std::atomic<int> readings{0};
-    bool released = false;
+    std::unique_ptr<QTemporaryDir> m_folder;
+    std::promise<void> m_release;
+    std::atomic<int> m_readings{0};
+    bool m_released = false;
 
     std::string write(const char* name, const QByteArray& text)
     {
-        QFile file(folder->filePath(QString::fromLatin1(name)));
+        QFile file(m_folder->filePath(QString::fromLatin1(name)));
         if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size()) {
             qFatal("no temporary file");
         }
@@ -65,20 +65,20 @@ class TestLoading : public QObject
     /// Readings wait for letGo().
     void hold()
     {
-        release = std::promise<void>();
-        released = false;
-        readings = 0;
-        theBench().loader().setHook([this, until = release.get_future().share()] {
-            ++readings;
+        m_release = std::promise<void>();
+        m_released = false;
+        m_readings = 0;
+        theBench().loader().setHook([this, until = m_release.get_future().share()] {
+            ++m_readings;
             until.wait_for(waiting::patience);
         });
     }
 
     void letGo()
     {
-        if (!released) {
-            released = true;
-            release.set_value();
+        if (!m_released) {
+            m_released = true;
+            m_release.set_value();
         }
     }
 
@@ -112,7 +112,7 @@ private slots:
     void init()
     {
         theBench().reset();
-        folder = std::make_unique<QTemporaryDir>();
+        m_folder = std::make_unique<QTemporaryDir>();
         hold();
     }
     void cleanup()
@@ -126,7 +126,7 @@ private slots:
         const json answer = add(recording());
         QCOMPARE(QString::fromStdString(answer.dump()),
                  QStringLiteral("{\"loading\":0.0,\"ok\":true}"));
-        QTRY_COMPARE(readings.load(), 1);
+        QTRY_COMPARE(m_readings.load(), 1);
         QVERIFY(loading().contains("loading"));
         const json list = ask({{"command", "list"}});
         QVERIFY(list.at("ok").get<bool>());
@@ -178,7 +178,7 @@ private slots:
     void removeEndsTheReading()
     {
         add(recording());
-        QTRY_COMPARE(readings.load(), 1);
+        QTRY_COMPARE(m_readings.load(), 1);
         QVERIFY(ask({{"command", "remove"}, {"serialNumber", serial}}).at("ok").get<bool>());
         QVERIFY(!theBench().loader().isReading(serial));
         letGo();
@@ -202,13 +202,13 @@ private slots:
     {
         add(recording());
         add(recording(), serial + 1);
-        QTRY_COMPARE(readings.load(), 1);
+        QTRY_COMPARE(m_readings.load(), 1);
         SideThread stopping([] { theBench().loader().stop(); });
         stopping.onJoin([this] { letGo(); });
         QTRY_VERIFY(!theBench().loader().isReading(serial + 1));
         letGo();
         stopping.join();
-        QCOMPARE(readings.load(), 1);
+        QCOMPARE(m_readings.load(), 1);
         QVERIFY(theBench().serialNumbers().empty());
         QVERIFY(!theBench().loader().part());
         QVERIFY(add(recording()).at("ok").get<bool>()); // it can continue
@@ -223,7 +223,7 @@ private slots:
                                 {"model": "TIV_Q", "serialNumber": 2, "replay": "recording.csv"}]})");
         theBench().startLoading(file);
         QCOMPARE(theBench().field().strength, 30.0);
-        QTRY_COMPARE(readings.load(), 1);
+        QTRY_COMPARE(m_readings.load(), 1);
         QVERIFY(Camera::getDeviceList().empty());
         letGo();
         QTRY_COMPARE(Camera::getDeviceList().size(), std::size_t(2));
@@ -240,7 +240,7 @@ private slots:
         letGo();
         QTRY_VERIFY(!theBench().problem().empty());
         QCOMPARE(theBench().problem(),
-                 file + ":3: cameras[1].replay: " + folder->path().toStdString() +
+                 file + ":3: cameras[1].replay: " + m_folder->path().toStdString() +
                      "/recording.csv: can't be read: No such file or directory");
         QVERIFY(theBench().serialNumbers().empty());
     }

@@ -78,16 +78,16 @@ class TestControl : public QObject
 {
     Q_OBJECT
 
-    std::unique_ptr<QTemporaryDir> folder;
-    std::unique_ptr<ControlServer> server;
-    std::string path;
+    std::unique_ptr<QTemporaryDir> m_folder;
+    std::unique_ptr<ControlServer> m_server;
+    std::string m_path;
 
     void serve()
     {
         std::string error;
-        server = ControlServer::start(
-            path, [](const std::string& line) { return answerControl(theBench(), line); }, error);
-        QVERIFY2(server, error.c_str());
+        m_server = ControlServer::start(
+            m_path, [](const std::string& line) { return answerControl(theBench(), line); }, error);
+        QVERIFY2(m_server, error.c_str());
     }
 
     static void layOutBench()
@@ -109,13 +109,13 @@ private slots:
     void init()
     {
         layOutBench();
-        folder = std::make_unique<QTemporaryDir>();
-        path = folder->filePath(QStringLiteral("below/it.sock")).toStdString();
+        m_folder = std::make_unique<QTemporaryDir>();
+        m_path = m_folder->filePath(QStringLiteral("below/it.sock")).toStdString();
     }
 
     void cleanup()
     {
-        server.reset();
+        m_server.reset();
         theBench().reset();
     }
 
@@ -528,10 +528,11 @@ private slots:
     {
         serve();
         struct stat state = {};
-        QCOMPARE(::stat(path.c_str(), &state), 0);
+        QCOMPARE(::stat(m_path.c_str(), &state), 0);
         QVERIFY(S_ISSOCK(state.st_mode));
         QCOMPARE(static_cast<int>(state.st_mode & 0777), 0600);
-        QCOMPARE(::stat(folder->filePath(QStringLiteral("below")).toUtf8().constData(), &state), 0);
+        QCOMPARE(::stat(m_folder->filePath(QStringLiteral("below")).toUtf8().constData(), &state),
+                 0);
         QCOMPARE(static_cast<int>(state.st_mode & 0777), 0700);
     }
 
@@ -541,17 +542,17 @@ private slots:
             QSKIP("only root can become another user");
         }
         // Even without the protection of the file's mode.
-        const QString open = folder->path();
+        const QString open = m_folder->path();
         serve();
         ::chmod(qPrintable(open), 0777);
         ::chmod(qPrintable(open + QStringLiteral("/below")), 0777);
-        ::chmod(path.c_str(), 0777);
+        ::chmod(m_path.c_str(), 0777);
         const pid_t child = ::fork();
         if (child == 0) {
             if (::setgid(65534) != 0 || ::setuid(65534) != 0) {
                 ::_exit(3);
             }
-            const int fd = connectTo(path);
+            const int fd = connectTo(m_path);
             if (fd < 0) {
                 ::_exit(4);
             }
@@ -568,7 +569,7 @@ private slots:
     {
         serve();
         std::string error;
-        auto client = BenchClient::connect(path, error);
+        auto client = BenchClient::connect(m_path, error);
         QVERIFY2(client, error.c_str());
         for (int i = 0; i < 3; ++i) {
             json answer;
@@ -580,7 +581,7 @@ private slots:
     void everyLineOfABatchIsAnswered()
     {
         serve();
-        const int fd = connectTo(path);
+        const int fd = connectTo(m_path);
         sendAll(fd, "{\"command\":\"field\"}\nrubbish\n{\"command\":\"list\"}\n");
         QVERIFY(json::parse(readLine(fd)).at("ok").get<bool>());
         QVERIFY(!json::parse(readLine(fd)).at("ok").get<bool>());
@@ -591,17 +592,17 @@ private slots:
     void badClientsHurtNobody()
     {
         serve();
-        const int silent = connectTo(path);
-        const int half = connectTo(path);
+        const int silent = connectTo(m_path);
+        const int half = connectTo(m_path);
         sendAll(half, "{\"command\":\"li");
         ::close(half);
-        const int garbage = connectTo(path);
+        const int garbage = connectTo(m_path);
         std::string bytes(50000, '\0');
         for (std::size_t i = 0; i < bytes.size(); ++i) {
             bytes[i] = static_cast<char>(i * 7919 % 251);
         }
         sendAll(garbage, bytes);
-        const int large = connectTo(path);
+        const int large = connectTo(m_path);
         sendAll(large, std::string(3 * 1024 * 1024, 'x'));
         QCOMPARE(QByteArray::fromStdString(readLine(large)),
                  QByteArray("{\"error\":\"a request of more than 65536 bytes\",\"ok\":false}"));
@@ -609,7 +610,7 @@ private slots:
         ::close(large);
 
         // A client that sends many requests and never reads.
-        const int deaf = connectTo(path);
+        const int deaf = connectTo(m_path);
         ::fcntl(deaf, F_SETFL, O_NONBLOCK);
         for (int i = 0; i < 100000; ++i) {
             if (::send(deaf, "{\"command\":\"list\"}\n", 19, MSG_NOSIGNAL) <= 0) {
@@ -617,7 +618,7 @@ private slots:
             }
         }
 
-        const int good = connectTo(path);
+        const int good = connectTo(m_path);
         sendAll(good, "{\"command\":\"field\"}\n");
         QVERIFY(!readLine(good).empty());
         for (const int fd : {silent, garbage, deaf, good}) {
@@ -630,7 +631,7 @@ private slots:
         serve();
         std::vector<int> clients;
         for (std::size_t i = 0; i < ControlServer::maxClients + 2; ++i) {
-            clients.push_back(connectTo(path));
+            clients.push_back(connectTo(m_path));
             QVERIFY(clients.back() >= 0);
         }
         sendAll(clients.back(), "{\"command\":\"field\"}\n");
@@ -645,13 +646,13 @@ private slots:
     void socketGoesWithTheServerAndClientsAreTold()
     {
         serve();
-        const int fd = connectTo(path);
+        const int fd = connectTo(m_path);
         sendAll(fd, "{\"command\":\"field\"}\n");
         QVERIFY(!readLine(fd).empty());
-        server.reset();
+        m_server.reset();
         QVERIFY(readLine(fd).empty());
         ::close(fd);
-        QVERIFY(!QFileInfo::exists(QString::fromStdString(path)));
+        QVERIFY(!QFileInfo::exists(QString::fromStdString(m_path)));
     }
 
     void deadSocketIsReplacedAndALivingOneIsNot()
@@ -659,35 +660,35 @@ private slots:
         serve();
         std::string error;
         const auto second = ControlServer::start(
-            path, [](const std::string&) { return std::string("{}"); }, error);
+            m_path, [](const std::string&) { return std::string("{}"); }, error);
         QVERIFY(!second);
         QVERIFY2(error.find("another process serves this socket") != std::string::npos,
                  error.c_str());
-        server.reset();
+        m_server.reset();
 
         // The leftover of a killed program.
         const int dead = ::socket(AF_UNIX, SOCK_STREAM, 0);
         sockaddr_un address = {};
         address.sun_family = AF_UNIX;
-        std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+        std::memcpy(address.sun_path, m_path.c_str(), m_path.size() + 1);
         QCOMPARE(::bind(dead, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
         ::close(dead);
         serve();
-        const int fd = connectTo(path);
+        const int fd = connectTo(m_path);
         QVERIFY(fd >= 0);
         ::close(fd);
     }
 
     void whatIsNotASocketStays()
     {
-        QDir(folder->path()).mkdir(QStringLiteral("below"));
-        QFile file(QString::fromStdString(path));
+        QDir(m_folder->path()).mkdir(QStringLiteral("below"));
+        QFile file(QString::fromStdString(m_path));
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write("precious");
         file.close();
         std::string error;
         QVERIFY(!ControlServer::start(
-            path, [](const std::string&) { return std::string(); }, error));
+            m_path, [](const std::string&) { return std::string(); }, error));
         QVERIFY2(error.find("not a socket") != std::string::npos, error.c_str());
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(file.readAll(), QByteArray("precious"));
@@ -696,7 +697,7 @@ private slots:
     void pathInTheCurrentFolderIsServed()
     {
         const QString before = QDir::currentPath();
-        QVERIFY(QDir::setCurrent(folder->path()));
+        QVERIFY(QDir::setCurrent(m_folder->path()));
         std::string error;
         const auto here = ControlServer::start(
             "here.sock", [](const std::string&) { return std::string("{\"ok\":true}"); }, error);

@@ -78,11 +78,11 @@ class TestReplay : public QObject
 {
     Q_OBJECT
 
-    std::unique_ptr<QTemporaryDir> folder;
+    std::unique_ptr<QTemporaryDir> m_folder;
 
     QString write(const std::string& text)
     {
-        QFile file(folder->filePath(QStringLiteral("recording.csv")));
+        QFile file(m_folder->filePath(QStringLiteral("recording.csv")));
         if (!file.open(QIODevice::WriteOnly)) {
             qFatal("no temporary file");
         }
@@ -113,7 +113,7 @@ private slots:
     {
         theBench().reset();
         theBench().clock().setManual(1000 * nsPerS);
-        folder = std::make_unique<QTemporaryDir>();
+        m_folder = std::make_unique<QTemporaryDir>();
     }
     void cleanup() { theBench().reset(); }
 
@@ -604,7 +604,7 @@ private slots:
     void benchFileNamesARecordingBesideIt()
     {
         write(recording(10));
-        QFile file(folder->filePath(QStringLiteral("bench.json")));
+        QFile file(m_folder->filePath(QStringLiteral("bench.json")));
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write("{\"cameras\": [{\"model\": \"TIV_P\", \"serialNumber\": 20000001,\n"
                    " \"replay\": \"recording.csv\", \"replayLoop\": false}]}");
@@ -613,19 +613,19 @@ private slots:
         std::string error;
         QVERIFY2(readBenchFile(file.fileName().toStdString(), description, error), error.c_str());
         QCOMPARE(QString::fromStdString(description.cameras.front().replay),
-                 folder->filePath(QStringLiteral("recording.csv")));
+                 m_folder->filePath(QStringLiteral("recording.csv")));
         QVERIFY(!description.cameras.front().replayLoop);
     }
 
     void recordingIsReadOnce()
     {
         write(recording(10));
-        QFile file(folder->filePath(QStringLiteral("recording.csv")));
+        QFile file(m_folder->filePath(QStringLiteral("recording.csv")));
         BenchDescription description;
         std::string error;
         QVERIFY2(readBenchText(R"({"cameras": [{"model": "TIV_P", "serialNumber": 20000001,
                                                 "replay": "recording.csv"}]})",
-                               folder->filePath(QStringLiteral("b.json")).toStdString(),
+                               m_folder->filePath(QStringLiteral("b.json")).toStdString(),
                                description, error),
                  error.c_str());
         QVERIFY(file.remove());
@@ -736,7 +736,7 @@ private slots:
     {
         QFETCH(QString, place);
         QFETCH(QString, reason);
-        place = QDir(folder->path()).filePath(place); // an absolute path stays
+        place = QDir(m_folder->path()).filePath(place); // an absolute path stays
         if (place.endsWith("/pipe")) {
             QCOMPARE(::mkfifo(qPrintable(place), 0600), 0);
         }

@@ -112,40 +112,40 @@ class TestBenchWindow : public QObject
 {
     Q_OBJECT
 
-    std::unique_ptr<QTemporaryDir> folder;
-    std::unique_ptr<ControlServer> server;
-    std::unique_ptr<BenchWindow> window;
-    QString path;
-    std::atomic<int> poses{0};         ///< orders of a pose that came
-    std::atomic<int> looks{0};         ///< how often the window asked how the bench stands
-    std::atomic<bool> answering{true}; ///< else the program keeps the window waiting
-    std::atomic<int> unanswered{0};    ///< requests that came meanwhile
-    std::atomic<bool> gaveUp{false};   ///< the window waited for an answer that long
+    std::unique_ptr<QTemporaryDir> m_folder;
+    std::unique_ptr<ControlServer> m_server;
+    std::unique_ptr<BenchWindow> m_window;
+    QString m_path;
+    std::atomic<int> m_poses{0};         ///< orders of a pose that came
+    std::atomic<int> m_looks{0};         ///< how often the window asked how the bench stands
+    std::atomic<bool> m_answering{true}; ///< else the program keeps the window waiting
+    std::atomic<int> m_unanswered{0};    ///< requests that came meanwhile
+    std::atomic<bool> m_gaveUp{false};   ///< the window waited for an answer that long
 
     void serve()
     {
         std::string error;
-        server = ControlServer::start(
-            path.toStdString(),
+        m_server = ControlServer::start(
+            m_path.toStdString(),
             [this](const std::string& line) {
-                poses += line.find("\"pose\"") != std::string::npos ? 1 : 0;
-                looks += line.find("\"list\"") != std::string::npos ? 1 : 0;
-                if (!answering) {
-                    ++unanswered;
-                    gaveUp = !waiting::waitFor([this] { return answering.load(); });
+                m_poses += line.find("\"pose\"") != std::string::npos ? 1 : 0;
+                m_looks += line.find("\"list\"") != std::string::npos ? 1 : 0;
+                if (!m_answering) {
+                    ++m_unanswered;
+                    m_gaveUp = !waiting::waitFor([this] { return m_answering.load(); });
                 }
                 return answerControl(theBench(), line);
             },
             error);
-        QVERIFY2(server, error.c_str());
+        QVERIFY2(m_server, error.c_str());
     }
 
     /// From now on the program answers nothing, and the window waits for an answer.
     void stopAnswering()
     {
-        unanswered = 0;
-        answering = false;
-        QTRY_COMPARE(unanswered.load(), 1);
+        m_unanswered = 0;
+        m_answering = false;
+        QTRY_COMPARE(m_unanswered.load(), 1);
     }
 
     /// All orders have been carried out, and the window shows how the bench then stood.
@@ -153,16 +153,16 @@ class TestBenchWindow : public QObject
     {
         // The first look may have been under way. The second came after the orders, and its answer
         // is there when the third comes.
-        const int before = looks;
-        QTRY_VERIFY(looks >= before + 3);
+        const int before = m_looks;
+        QTRY_VERIFY(m_looks >= before + 3);
         QCoreApplication::processEvents();
     }
 
     void open()
     {
-        window = std::make_unique<BenchWindow>(path);
-        window->show();
-        QVERIFY(QTest::qWaitForWindowExposed(window.get()));
+        m_window = std::make_unique<BenchWindow>(m_path);
+        m_window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
     }
 
     void openConnected()
@@ -174,13 +174,13 @@ class TestBenchWindow : public QObject
 
     bool isConnected() const
     {
-        return window->stage()->isVisible() && window->card(first) != nullptr;
+        return m_window->stage()->isVisible() && m_window->card(first) != nullptr;
     }
 
     template <class Widget>
     Widget* child(const char* name) const
     {
-        auto* const found = window->findChild<Widget*>(QString::fromLatin1(name));
+        auto* const found = m_window->findChild<Widget*>(QString::fromLatin1(name));
         if (found == nullptr) {
             qFatal("no %s", name);
         }
@@ -195,18 +195,18 @@ private slots:
     void init()
     {
         layOutBench();
-        folder = std::make_unique<QTemporaryDir>();
-        path = folder->filePath(QStringLiteral("it.sock"));
-        poses = 0;
-        answering = true;
-        gaveUp = false;
+        m_folder = std::make_unique<QTemporaryDir>();
+        m_path = m_folder->filePath(QStringLiteral("it.sock"));
+        m_poses = 0;
+        m_answering = true;
+        m_gaveUp = false;
     }
 
     void cleanup()
     {
-        answering = true;
-        window.reset();
-        server.reset();
+        m_answering = true;
+        m_window.reset();
+        m_server.reset();
         theBench().reset();
     }
 
@@ -336,19 +336,19 @@ private slots:
     void withoutAProgramItSaysSoAndConnectsWhenOneStarts()
     {
         open();
-        QVERIFY(label(*window, QStringLiteral("Waiting for Gravimon")));
-        QVERIFY(label(*window, QStringLiteral("Not connected")));
+        QVERIFY(label(*m_window, QStringLiteral("Waiting for Gravimon")));
+        QVERIFY(label(*m_window, QStringLiteral("Not connected")));
         serve();
         QTRY_VERIFY(isConnected());
-        QVERIFY(label(*window, QStringLiteral("Connected to it.sock")));
+        QVERIFY(label(*m_window, QStringLiteral("Connected to it.sock")));
     }
 
     void endOfTheProgramIsSaidAndANewOneIsTaken()
     {
         openConnected();
-        server.reset();
-        QTRY_VERIFY(label(*window, QStringLiteral("Gravimon has ended")));
-        QVERIFY(!window->stage()->isVisible());
+        m_server.reset();
+        QTRY_VERIFY(label(*m_window, QStringLiteral("Gravimon has ended")));
+        QVERIFY(!m_window->stage()->isVisible());
         layOutBench();
         serve();
         QTRY_VERIFY(isConnected());
@@ -357,38 +357,38 @@ private slots:
     void programIsFoundInTheRuntimeFolder()
     {
         const QByteArray runtime = qgetenv("XDG_RUNTIME_DIR");
-        qputenv("XDG_RUNTIME_DIR", folder->path().toUtf8());
-        path = folder->filePath(QStringLiteral("gravimon/bench-4711.sock"));
+        qputenv("XDG_RUNTIME_DIR", m_folder->path().toUtf8());
+        m_path = m_folder->filePath(QStringLiteral("gravimon/bench-4711.sock"));
         serve();
-        path.clear();
+        m_path.clear();
         open();
         QTRY_VERIFY(isConnected());
-        QVERIFY(label(*window, QStringLiteral("Connected to process 4711")));
-        window.reset();
+        QVERIFY(label(*m_window, QStringLiteral("Connected to process 4711")));
+        m_window.reset();
         qputenv("XDG_RUNTIME_DIR", runtime);
     }
 
     void ofSeveralProgramsOneIsChosen()
     {
         const QByteArray runtime = qgetenv("XDG_RUNTIME_DIR");
-        qputenv("XDG_RUNTIME_DIR", folder->path().toUtf8());
-        path = folder->filePath(QStringLiteral("gravimon/bench-1.sock"));
+        qputenv("XDG_RUNTIME_DIR", m_folder->path().toUtf8());
+        m_path = m_folder->filePath(QStringLiteral("gravimon/bench-1.sock"));
         serve();
         std::string error;
         const auto other = ControlServer::start(
-            folder->filePath(QStringLiteral("gravimon/bench-2.sock")).toStdString(),
+            m_folder->filePath(QStringLiteral("gravimon/bench-2.sock")).toStdString(),
             [](const std::string&) { return std::string("{}"); }, error);
-        path.clear();
+        m_path.clear();
         open();
-        QTRY_VERIFY(label(*window, QStringLiteral("Several programs are running")));
+        QTRY_VERIFY(label(*m_window, QStringLiteral("Several programs are running")));
         QPushButton* wanted = nullptr;
-        for (QPushButton* const button : window->findChildren<QPushButton*>()) {
+        for (QPushButton* const button : m_window->findChildren<QPushButton*>()) {
             wanted = button->text() == QLatin1String("process 1") ? button : wanted;
         }
         QVERIFY(wanted);
         QTest::mouseClick(wanted, Qt::LeftButton);
         QTRY_VERIFY(isConnected());
-        window.reset();
+        m_window.reset();
         qputenv("XDG_RUNTIME_DIR", runtime);
     }
 
@@ -397,16 +397,16 @@ private slots:
         std::string error;
         for (const char* answer : {"rubbish", "{}", "[]", "{\"cameras\":[{\"serialNumber\":-1}]}",
                                    "{\"ok\":true,\"cameras\":3,\"field\":{}}"}) {
-            server = ControlServer::start(
-                path.toStdString(), [answer](const std::string&) { return std::string(answer); },
+            m_server = ControlServer::start(
+                m_path.toStdString(), [answer](const std::string&) { return std::string(answer); },
                 error);
-            QVERIFY2(server, error.c_str());
+            QVERIFY2(m_server, error.c_str());
             open();
             QLabel* const waitingText = child<QLabel>("hint");
             QTRY_VERIFY(!waitingText->toolTip().isEmpty()); // the reason
-            QVERIFY(label(*window, QStringLiteral("Waiting for Gravimon")));
-            window.reset();
-            server.reset();
+            QVERIFY(label(*m_window, QStringLiteral("Waiting for Gravimon")));
+            m_window.reset();
+            m_server.reset();
         }
     }
 
@@ -415,7 +415,7 @@ private slots:
     void dragTurnsTheCameraAsThePointerGoes()
     {
         openConnected();
-        BodyView* const stage = window->stage();
+        BodyView* const stage = m_window->stage();
         const QPointF middle = stage->ballCentre();
         const Quaternion before = stage->shownPose();
         dragOnly(stage, middle, middle + QPointF(0.5 * stage->ballRadius(), 0.0), 20, 8ms);
@@ -440,21 +440,21 @@ private slots:
     void ordersKeepToSixtyASecond()
     {
         openConnected();
-        BodyView* const stage = window->stage();
+        BodyView* const stage = m_window->stage();
         int orders = 0;
         connect(stage, &BodyView::turned, this, [&orders] { ++orders; });
         const QPointF middle = stage->ballCentre();
         dragOnly(stage, middle, middle + QPointF(150.0, 0.0), 150, 2ms);
         QCOMPARE(orders, 1 + 300 / 16); // the press, and the frames
         awaitNews();
-        QVERIFY(poses.load() >= 1 && poses.load() <= orders);
+        QVERIFY(m_poses.load() >= 1 && m_poses.load() <= orders);
         QTest::mouseRelease(stage, Qt::LeftButton);
     }
 
     void releasedInMotionItSpinsOnAndAPressStopsIt()
     {
         openConnected();
-        BodyView* const stage = window->stage();
+        BodyView* const stage = m_window->stage();
         const QPointF middle = stage->ballCentre();
         dragOnly(stage, middle - QPointF(100.0, 0.0), middle + QPointF(80.0, 0.0), 18, 10ms);
         QTest::mouseRelease(stage, Qt::LeftButton, {}, (middle + QPointF(80.0, 0.0)).toPoint());
@@ -481,7 +481,7 @@ private slots:
     void shownPoseFollowsTheBenchWhileItSpins()
     {
         openConnected();
-        BodyView* const stage = window->stage();
+        BodyView* const stage = m_window->stage();
         stage->clock().setManual();
         theBench().camera(first)->setPose({}, std::chrono::nanoseconds(0), {0.0, 1.5, 0.0});
         awaitNews();
@@ -499,7 +499,7 @@ private slots:
     void handThatComesToRestIsToldUntilItRests()
     {
         openConnected();
-        BodyView* const stage = window->stage();
+        BodyView* const stage = m_window->stage();
         int orders = 0;
         connect(stage, &BodyView::turned, this, [&orders] { ++orders; });
         const QPointF middle = stage->ballCentre();
@@ -532,8 +532,8 @@ private slots:
         passGlide();
         QVERIFY(length(truth().angularVelocity) < 1e-6);
         spin();
-        window->stage()->setFocus();
-        QTest::keyClick(window->stage(), Qt::Key_Space);
+        m_window->stage()->setFocus();
+        QTest::keyClick(m_window->stage(), Qt::Key_Space);
         awaitNews();
         passGlide();
         QVERIFY(length(truth().angularVelocity) < 1e-6);
@@ -556,8 +556,8 @@ private slots:
               Key{Qt::Key_Up, {-1.0, 0.0, 0.0}}, Key{Qt::Key_Down, {1.0, 0.0, 0.0}}}) {
             theBench().setPose(first, {}, std::chrono::nanoseconds(0));
             awaitNews();
-            QVERIFY(between(window->stage()->shownPose(), {}) < 1e-6);
-            QTest::keyClick(window->stage(), key.key);
+            QVERIFY(between(m_window->stage()->shownPose(), {}) < 1e-6);
+            QTest::keyClick(m_window->stage(), key.key);
             awaitNews();
             passGlide();
             const Quaternion wanted =
@@ -569,13 +569,13 @@ private slots:
     void cardChoosesAndTurnsToo()
     {
         openConnected();
-        QCOMPARE(window->chosen(), first);
-        BodyView* const card = window->card(second);
+        QCOMPARE(m_window->chosen(), first);
+        BodyView* const card = m_window->card(second);
         QVERIFY(card);
         const Quaternion before = theBench().truth(second).pose;
         QTest::mouseClick(card, Qt::LeftButton);
-        QCOMPARE(window->chosen(), second);
-        QCOMPARE(window->stage()->serial(), second);
+        QCOMPARE(m_window->chosen(), second);
+        QCOMPARE(m_window->stage()->serial(), second);
         awaitNews();
         QVERIFY2(theBench().config(second).motion == MOTION::AT_REST, "a click turns nothing");
         const QPointF middle = card->ballCentre();
@@ -590,14 +590,14 @@ private slots:
     void closedWithABodyInTheHandItStays()
     {
         openConnected();
-        BodyView* const stage = window->stage();
+        BodyView* const stage = m_window->stage();
         const QPointF middle = stage->ballCentre();
         dragOnly(stage, middle - QPointF(100.0, 0.0), middle + QPointF(80.0, 0.0), 18, 10ms);
         awaitNews();
         passGlide();
         QVERIFY(length(truth().angularVelocity) > 1.0);
-        window->close();
-        window.reset();
+        m_window->close();
+        m_window.reset();
         passGlide();
         QVERIFY(length(truth().angularVelocity) < 1e-6);
     }
@@ -606,17 +606,17 @@ private slots:
     {
         openConnected();
         stopAnswering();
-        const QPointF middle = window->stage()->ballCentre();
-        dragOnly(window->stage(), middle, middle + QPointF(100.0, 0.0), 50, 4ms);
-        QTest::mouseRelease(window->stage(), Qt::LeftButton);
-        QVERIFY(!gaveUp);
+        const QPointF middle = m_window->stage()->ballCentre();
+        dragOnly(m_window->stage(), middle, middle + QPointF(100.0, 0.0), 50, 4ms);
+        QTest::mouseRelease(m_window->stage(), Qt::LeftButton);
+        QVERIFY(!m_gaveUp);
         // Orders that wait are replaced by the newest, so that none of them comes late.
-        answering = true;
+        m_answering = true;
         awaitNews();
-        QCOMPARE(poses.load(), 1);
+        QCOMPARE(m_poses.load(), 1);
         stopAnswering();
-        window.reset();
-        QVERIFY(!gaveUp);
+        m_window.reset();
+        QVERIFY(!m_gaveUp);
     }
 
     // ---- Switches and sliders -----------------------------------------------------------------
@@ -644,8 +644,8 @@ private slots:
         stopAnswering(); // so that the window does not learn of it before the press
         theBench().unplug(first);
         QTest::mouseClick(child<Switch>("plug"), Qt::LeftButton);
-        answering = true;
-        QTRY_VERIFY(label(*window, QStringLiteral("20000001 is not plugged in")));
+        m_answering = true;
+        QTRY_VERIFY(label(*m_window, QStringLiteral("20000001 is not plugged in")));
         QTRY_VERIFY(!child<Switch>("plug")->isChecked());
     }
 
@@ -653,7 +653,7 @@ private slots:
     {
         // Alone on the bench: it stands at 40 degrees about the vertical.
         clearBench();
-        QFile file(folder->filePath(QStringLiteral("still.csv")));
+        QFile file(m_folder->filePath(QStringLiteral("still.csv")));
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write("idx,imu_Timestamp[sec],orX[deg],orY[deg],orZ[deg],\n");
         for (int i = 0; i < 200; ++i) {
@@ -669,12 +669,12 @@ private slots:
         openConnected();
         const Quaternion played = fromRotationVector({0.0, 40.0 * pi / 180.0, 0.0});
         QTRY_VERIFY(between(truth().pose, played) < 0.1);
-        BodyView* const stage = window->stage();
+        BodyView* const stage = m_window->stage();
         QTRY_VERIFY(between(stage->shownPose(), played) < 1.0);
         const QPointF middle = stage->ballCentre();
         dragOnly(stage, middle, middle + QPointF(90.0, 0.0), 9, 10ms);
         QTest::mouseRelease(stage, Qt::LeftButton, {}, (middle + QPointF(90.0, 0.0)).toPoint());
-        QTRY_VERIFY(label(*window, QStringLiteral("20000001 plays a recording")));
+        QTRY_VERIFY(label(*m_window, QStringLiteral("20000001 plays a recording")));
         QTRY_VERIFY(between(stage->shownPose(), played) < 1.0);
     }
 
@@ -785,13 +785,13 @@ private slots:
     void slidersSetTemperatureAndDisturbanceOfTheChosenCamera()
     {
         openConnected();
-        QTest::mouseClick(window->card(second), Qt::LeftButton);
+        QTest::mouseClick(m_window->card(second), Qt::LeftButton);
         child<SliderRow>("temperature")->slider()->setValue(-14);
         QTRY_COMPARE(theBench().camera(second)->airTemperature(), -7.0);
         QCOMPARE(theBench().camera(first)->airTemperature(), 20.0);
         child<SliderRow>("magneticDisturbance")->slider()->setValue(45);
         QTRY_COMPARE(theBench().faults(second).magneticDisturbance, 45.0);
-        QTest::mouseClick(window->card(first), Qt::LeftButton);
+        QTest::mouseClick(m_window->card(first), Qt::LeftButton);
         QTRY_COMPARE(child<SliderRow>("temperature")->slider()->value(), 40);
         QCOMPARE(child<SliderRow>("magneticDisturbance")->slider()->value(), 0);
     }
@@ -816,18 +816,18 @@ private slots:
         config.model = MODEL::TIV_P;
         config.serialNumber = 20000003;
         theBench().addCamera(config);
-        QTRY_VERIFY(window->card(20000003));
-        QTest::mouseClick(window->card(20000003), Qt::LeftButton);
-        QCOMPARE(window->chosen(), 20000003U);
+        QTRY_VERIFY(m_window->card(20000003));
+        QTest::mouseClick(m_window->card(20000003), Qt::LeftButton);
+        QCOMPARE(m_window->chosen(), 20000003U);
         theBench().removeCamera(20000003);
-        QTRY_VERIFY(!window->card(20000003));
-        QCOMPARE(window->chosen(), first);
+        QTRY_VERIFY(!m_window->card(20000003));
+        QCOMPARE(m_window->chosen(), first);
         theBench().removeCamera(first);
         theBench().removeCamera(second);
-        QTRY_VERIFY(label(*window, QStringLiteral("No cameras on the bench")));
+        QTRY_VERIFY(label(*m_window, QStringLiteral("No cameras on the bench")));
         QVERIFY(!child<Switch>("plug")->isEnabled());
         theBench().addCamera(config);
-        QTRY_VERIFY(window->stage()->isVisible());
+        QTRY_VERIFY(m_window->stage()->isVisible());
         QVERIFY(child<Switch>("plug")->isEnabled());
     }
 
@@ -835,7 +835,7 @@ private slots:
     {
         openConnected();
         int checked = 0;
-        QCOMPARE(accessibility::unnamed(*window, checked), QStringList());
+        QCOMPARE(accessibility::unnamed(*m_window, checked), QStringList());
         // stage, 2 cards, plug, motion, 3 buttons, 5 sliders, firmware, 16 faults or more
         QVERIFY2(checked >= 30, qPrintable(QString::number(checked)));
     }
@@ -861,16 +861,16 @@ private slots:
     void keyboardReachesTheCardsAfterTheLargeBody()
     {
         openConnected();
-        window->activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(window.get()));
-        window->stage()->setFocus();
-        QTest::keyClick(window->stage(), Qt::Key_Tab);
-        QCOMPARE(QApplication::focusWidget(), window->card(first));
-        const QImage focused = window->card(first)->grab().toImage();
-        QTest::keyClick(window->card(first), Qt::Key_Tab);
-        QCOMPARE(QApplication::focusWidget(), window->card(second));
-        QVERIFY2(window->card(first)->grab().toImage() != focused, "the focus does not show");
-        QTest::keyClick(window->card(second), Qt::Key_Tab);
+        m_window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+        m_window->stage()->setFocus();
+        QTest::keyClick(m_window->stage(), Qt::Key_Tab);
+        QCOMPARE(QApplication::focusWidget(), m_window->card(first));
+        const QImage focused = m_window->card(first)->grab().toImage();
+        QTest::keyClick(m_window->card(first), Qt::Key_Tab);
+        QCOMPARE(QApplication::focusWidget(), m_window->card(second));
+        QVERIFY2(m_window->card(first)->grab().toImage() != focused, "the focus does not show");
+        QTest::keyClick(m_window->card(second), Qt::Key_Tab);
         QCOMPARE(QApplication::focusWidget(), child<Switch>("plug"));
     }
 
@@ -886,20 +886,20 @@ private slots:
     {
         QFETCH(int, key);
         openConnected();
-        QCOMPARE(window->chosen(), first);
-        QTest::keyClick(window->card(second), static_cast<Qt::Key>(key));
-        QCOMPARE(window->chosen(), second);
-        QCOMPARE(window->card(second)->accessibleDescription(), QStringLiteral("Selected"));
+        QCOMPARE(m_window->chosen(), first);
+        QTest::keyClick(m_window->card(second), static_cast<Qt::Key>(key));
+        QCOMPARE(m_window->chosen(), second);
+        QCOMPARE(m_window->card(second)->accessibleDescription(), QStringLiteral("Selected"));
     }
 
     void clickOnACardLeavesTheFocusOnTheLargeBody()
     {
         openConnected();
-        window->activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(window.get()));
-        window->stage()->setFocus();
-        QTest::mouseClick(window->card(second), Qt::LeftButton);
-        QCOMPARE(QApplication::focusWidget(), window->stage());
+        m_window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+        m_window->stage()->setFocus();
+        QTest::mouseClick(m_window->card(second), Qt::LeftButton);
+        QCOMPARE(QApplication::focusWidget(), m_window->stage());
     }
 
     void cameraInUseIsShownFirst()
@@ -909,7 +909,7 @@ private slots:
         parameters.input.setFromSerialNumber(second, BUS_TYPE::USB);
         QVERIFY(camera.open(parameters) == ERROR_CODE::SUCCESS);
         openConnected();
-        QCOMPARE(window->chosen(), second);
+        QCOMPARE(m_window->chosen(), second);
         camera.close();
     }
 };
