@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr int ICON_SIZES[] = {16, 24, 32, 48, 64, 128, 256}; // pixels
+constexpr int iconSizes[] = {16, 24, 32, 48, 64, 128, 256}; // pixels
 
 /// Shows the application's icon on each window. Qt does so by itself only where neither the window
 /// nor one of its parents has an icon, and an icon whose file is missing counts as one.
@@ -34,7 +34,7 @@ void setDesktopIdentity(const QString& entry)
 {
     Q_INIT_RESOURCE(desktop);
     QIcon icon;
-    for (const int size : ICON_SIZES) {
+    for (const int size : iconSizes) {
         icon.addFile(QStringLiteral(":/desktop/icons/gravimon-%1.png").arg(size));
     }
     QGuiApplication::setWindowIcon(icon);
