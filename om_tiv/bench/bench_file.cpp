@@ -76,7 +76,7 @@ BenchDescription readBench(const JsonNode& root, const std::string& folder)
     return bench;
 }
 
-/// FILE:LINE: REASON on one line, whatever keys and values hold.
+/// FILE:LINE: REASON on one line, whatever keys and values contain.
 std::string errorLine(const std::string& name, int line, const std::string& reason)
 {
     return oneLine(name + (line > 0 ? ":" + std::to_string(line) : "") + ": " + reason);
@@ -120,7 +120,7 @@ bool parseBenchText(const std::string& text, const std::string& name, BenchDescr
                     std::string& error)
 {
     try {
-        // Files that it names are looked for beside it.
+        // Relative paths in a bench file refer to its folder.
         const std::size_t slash = name.rfind('/');
         const std::string folder = slash == std::string::npos ? "" : name.substr(0, slash + 1);
         description = readBench(parseJson(text), folder);

@@ -19,7 +19,7 @@ struct BenchDescription
     Field field;
     std::vector<CameraConfig> cameras;
 
-    /// A recording that a camera plays, with its place in the bench file.
+    /// A recording that a camera plays, and its position in the bench file.
     struct Replay
     {
         std::size_t camera = 0; ///< position in the list
@@ -29,7 +29,7 @@ struct BenchDescription
     std::vector<Replay> replays;
 };
 
-/// Reads a bench file without the recordings that it names, which is fast.
+/// Reads a bench file without the recordings that it names. This is fast.
 /// @param error one line, FILE:LINE: KEY: REASON, without line break; parts that do not apply are
 ///              left out
 /// @return false on failure, with error set and without a change of the description
@@ -39,7 +39,7 @@ bool parseBenchFile(const std::string& path, BenchDescription& description, std:
 bool parseBenchText(const std::string& text, const std::string& name, BenchDescription& description,
                     std::string& error);
 
-/// Reads the recordings that a description names. One that can't be played at all is a mistake of
+/// Reads the recordings that a description names. A recording that can't be played is a mistake in
 /// the bench file.
 /// @param name name of the bench file in errors
 /// @param progress reports the progress and can cancel the reading; null for neither
@@ -47,7 +47,7 @@ bool parseBenchText(const std::string& text, const std::string& name, BenchDescr
 bool readRecordings(BenchDescription& description, const std::string& name, std::string& error,
                     ReadingProgress* progress = nullptr);
 
-/// Both, one after another.
+/// Reads the bench file and then its recordings.
 bool readBenchFile(const std::string& path, BenchDescription& description, std::string& error);
 bool readBenchText(const std::string& text, const std::string& name, BenchDescription& description,
                    std::string& error);

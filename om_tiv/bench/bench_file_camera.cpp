@@ -73,7 +73,7 @@ void readFault(JsonObject& object, const FaultKey& fault, std::chrono::milliseco
     value = std::chrono::milliseconds(count);
 }
 
-/// Of a count or a code.
+/// Reads a number that is a count or a code.
 template <typename Integer>
 void readFault(JsonObject& object, const FaultKey& fault, Integer& value)
 {

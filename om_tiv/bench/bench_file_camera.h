@@ -14,9 +14,9 @@ namespace om::bench {
 void readNumber(JsonObject& object, const std::string& key, double& value,
                 const range::Range& range);
 
-/// Throws JsonMistake.
+/// Reads a camera. Throws JsonMistake.
 /// @param path   of the node, for mistakes
-/// @param folder of the bench file, with its slash: files that it names are looked for there
+/// @param folder folder of the bench file, with a slash at its end: relative paths refer to it
 CameraConfig readCamera(const JsonNode& node, const std::string& path, const std::string& folder);
 
 } // namespace om::bench

@@ -32,7 +32,7 @@ bool isNumber(const JsonNode& node)
 }
 
 /// One number for all axes, or one for each.
-/// @param three whether the sensor has three axes; one takes one number
+/// @param three whether the sensor has three axes; otherwise only one number is allowed
 void readAxes(JsonObject& object, const std::string& key, Vector& value, double least, double most,
               bool three)
 {
@@ -81,13 +81,13 @@ void readMisalignment(JsonObject& object, Matrix3& value)
     }
 }
 
-/// What the models of the sensors differ in.
+/// The differences between the error models of the sensors.
 struct SensorKind
 {
     const char* key;
-    const char* noiseKey; ///< of the white noise of one sample, beside the model
-    double most;          ///< of what is in the sensor's unit
-    double mostRange;     ///< of the measurement range; 0 for none that can be set
+    const char* noiseKey; ///< key of the white noise of one sample, which is not part of the model
+    double most;          ///< maximum of the values in the sensor's unit
+    double mostRange;     ///< maximum of the measurement range; 0: it can't be set
     bool inertial;        ///< has scale, misalignment and vibration
     bool threeAxes;
 };
@@ -124,7 +124,7 @@ void readSpikes(JsonObject& sensor, ErrorModel& model, double most)
     }
 }
 
-/// @param noise white noise of one sample, which a noise density takes the place of
+/// @param noise white noise of one sample; a noise density replaces it
 void readErrorModel(JsonObject& errors, const SensorKind& kind, ErrorModel& model, double& noise)
 {
     const JsonNode* const node = errors.find(kind.key);

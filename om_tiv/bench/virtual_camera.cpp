@@ -10,8 +10,8 @@ namespace om::bench {
 
 namespace {
 
-/// What a recording has of the sensors that the model has: a file of another model brings no
-/// sensor with it.
+/// The sensors that both the recording and the model have: the file of another model does not add a
+/// sensor.
 class ModelReplay final : public ReplaySource
 {
 public:
@@ -197,7 +197,7 @@ BodyState VirtualCamera::bodyAt(Nanoseconds time) const
     if (!m_config.recording) {
         return m_motion->at(time);
     }
-    // All that is known of the body is what was read of it.
+    // The recording has no other information about the body than its rows.
     BodyState body;
     const auto played = source();
     if (const auto number = played->newest(STREAM::IMU, time); number) {

@@ -1,11 +1,10 @@
 /// @file
-/// One virtual camera, as the implementations of om::Camera and om::TIVmcu see it. Tests use
-/// bench.h.
+/// One virtual camera, for the implementations of om::Camera and om::TIVmcu. Tests use bench.h.
 ///
-/// A virtual camera lives as long as somebody holds it, also after it was taken off the bench; it
-/// is then unplugged for ever.
+/// A virtual camera exists as long as there is a pointer to it, even after it was removed from the
+/// bench. It is then permanently unplugged.
 ///
-/// Threads: all operations may run on any thread, beside each other.
+/// Any thread may call any operation at any time.
 #pragma once
 
 #include "base/clock.h"
@@ -24,7 +23,7 @@
 
 namespace om::bench {
 
-/// What a program was given, in the body frame.
+/// Values that a program received, in the body frame.
 struct Reading
 {
     Vector acceleration;         ///< m/s^2, with gravity
@@ -35,8 +34,8 @@ struct Reading
 class VirtualCamera
 {
 public:
-    /// @param config   with the recording where it names a replay
-    /// @param position place on the bench, the camera id where the configuration has none
+    /// @param config   includes the recording if it names a replay
+    /// @param position position on the bench; the camera id if the configuration has none
     VirtualCamera(const CameraConfig& config, int position, Clock& clock,
                   std::function<Field()> field, std::shared_ptr<EepromStore> eeproms);
     VirtualCamera(const VirtualCamera&) = delete;
@@ -44,24 +43,26 @@ public:
 
     Clock& clock() const { return m_clock; }
 
-    /// As configured; motion, pose, plugged, firmware and faults as they are now.
+    /// The configuration, with the current motion, pose, presence, firmware version and faults.
     CameraConfig config() const;
     unsigned int serialNumber() const { return m_config.serialNumber; }
     unsigned int firmwareVersion() const { return m_firmwareVersion.load(); }
-    void setFirmwareVersion(unsigned int version); ///< seen at the next open()
+    void setFirmwareVersion(unsigned int version); ///< effective from the next open() on
     MODEL model() const { return m_config.model; }
     int id() const { return m_id; }
 
     // ---- Faults -------------------------------------------------------------------------------
 
     Faults faults() const;
-    /// Changes the faults in one go; what change() leaves alone stays as it is. change() runs under
-    /// the camera's lock and must not call back.
+    /// Changes several faults at once. change() runs under the camera's lock and must not call the
+    /// camera.
     void changeFaults(const std::function<void(Faults&)>& change);
-    /// Counts one down: the code with which this open() is refused, SUCCESS where it is not.
+    /// Counts a refusal down and returns the code with which this open() is refused; SUCCESS if it
+    /// is not refused.
     ERROR_CODE takeOpenRefusal();
     ERROR_CODE takeGrabFailure(); ///< the same for grab()
-    /// Counts one down: whether this read of the EEPROM differs from what was written.
+    /// Counts a fault down and returns whether this read of the EEPROM differs from the written
+    /// data.
     bool takeReadbackDifference();
 
     // ---- Presence and use ---------------------------------------------------------------------
@@ -69,48 +70,49 @@ public:
     bool isPlugged() const { return m_plugged.load(); }
     Nanoseconds pluggedAt() const { return m_pluggedAt.load(); } ///< start of all sensor streams
     void plug();
-    void unplug(); ///< ends the use in force and calls its lost()
+    void unplug(); ///< ends the current use and calls its lost()
 
-    /// Takes the camera for one user; om::Camera and om::TIVmcu exclude each other by it.
-    /// @param owner the user, as a name for release()
-    /// @param lost  called once, under the camera's lock, when the camera is unplugged in this use;
-    ///              not called any more once release() has returned. It must not call back.
-    /// @return IN_USE when another user has the camera, NOT_DETECTED when it is not plugged in
+    /// Claims the camera for one user, so that om::Camera and om::TIVmcu exclude each other.
+    /// @param owner the user; release() takes the same pointer
+    /// @param lost  called once, under the camera's lock, when the camera is unplugged during this
+    /// use; never after release() has returned. It must not call the camera.
+    /// @return IN_USE if another user has the camera, NOT_DETECTED if it is not plugged in
     ERROR_CODE claim(const void* owner, std::function<void()> lost);
-    void release(const void* owner); ///< nothing where the owner has no claim
+    void release(const void* owner); ///< does nothing if the owner has no claim
     bool isInUse() const;
 
     // ---- Truth --------------------------------------------------------------------------------
 
-    /// The body at a time, today or up to 30 s ago. Of a recording that is played, its newest row.
+    /// The body at a time, now or up to 30 s ago. If a recording is played, the values of its
+    /// newest row.
     BodyState bodyAt(Nanoseconds time) const;
     bool playsRecording() const { return m_config.recording != nullptr; }
     Field field() const { return m_environment->field(); }
-    /// What a magnetometer without errors would read, uT, body frame: field and disturbance, turned
-    /// into the body.
+    /// Reading of a magnetometer without errors, uT, body frame: the sum of field and disturbance.
     Vector fieldInBody(Nanoseconds time) const;
     double airTemperature() const; ///< degrees Celsius
     void setAirTemperature(double celsius);
 
     // ---- Sensor samples -----------------------------------------------------------------------
 
-    /// The samples of the sensors: physics or a recording. Numbers count from 0 at plugging in, and
-    /// the same number always returns the same sample.
+    /// The samples of the sensors, from physics or a recording. Numbers start at 0 when the camera
+    /// is plugged in, and the same number always returns the same sample.
     std::shared_ptr<SensorSource> source() const;
 
-    /// The time that a sample's timestamp shows: its own, or that of the timestamp faults.
+    /// The timestamp of a sample: its own time, or the time that the timestamp faults set.
     Nanoseconds reportedTime(STREAM stream, std::uint64_t number) const;
 
     // ---- Stored calibration -------------------------------------------------------------------
 
-    /// The calibration in force, of the camera's EEPROM, sensor axes.
+    /// The active calibration, from the camera's EEPROM, in sensor axes.
     MagCalibration calibration() const;
-    /// Changes with every change of the calibration in force.
+    /// Changes with each change of the active calibration.
     std::uint64_t calibrationVersion() const { return m_calibrationVersion.load(); }
-    /// Puts a calibration into the EEPROM image and in force.
-    /// @return false, with the former one still in force, where the image can't be written
+    /// Writes a calibration to the EEPROM image and activates it.
+    /// @return false if the image can't be written; the previous calibration stays active
     bool storeCalibration(const MagCalibration& calibration);
-    /// Puts in force what the EEPROM image holds now (another process may have written it).
+    /// Activates the calibration that is now in the EEPROM image (another process may have written
+    /// it).
     void reloadCalibration();
 
     // ---- Scripts ------------------------------------------------------------------------------
@@ -125,16 +127,16 @@ public:
 
     MOTION motion() const { return m_motion->motion(); }
     void setMotion(MOTION motion);
-    /// @param spin rad/s in the body frame, at which it turns on from the pose
+    /// @param spin rad/s in the body frame; the camera continues to turn from the pose at this rate
     void setPose(const Quaternion& pose, std::chrono::nanoseconds glide, const Vector& spin = {});
 
     // ---- The IMU samples since the last open() of om::Camera ------------------------------------
 
     void startCounting(std::uint64_t firstNumber);
-    void countDelivered(const Reading& reading); ///< a new one, and what was read with it
+    void countDelivered(const Reading& reading); ///< counts a new sample, and keeps its reading
     std::optional<Reading> lastReading() const;  ///< none before the first
     std::uint64_t delivered() const { return m_delivered.load(); }
-    std::uint64_t produced() const; ///< up to now or to the unplugging
+    std::uint64_t produced() const; ///< count up to now, or to the unplugging
 
 private:
     std::shared_ptr<SensorSource> makeSource(Nanoseconds start, std::uint64_t turn) const;
@@ -145,7 +147,7 @@ private:
         std::function<void()> lost;
     };
 
-    /// Motion, pose, plugged, firmware and faults stand in the members below.
+    /// The current motion, pose, presence, firmware version and faults are in the members below.
     const CameraConfig m_config;
     std::atomic<unsigned int> m_firmwareVersion;
     const int m_id;
@@ -157,10 +159,10 @@ private:
     mutable std::mutex m_mutex; ///< guards the faults, the claim and the source
     Faults m_faults;
     Nanoseconds m_frozenAt = 0;   ///< when the timestamps were frozen
-    Nanoseconds m_repeatedAt = 0; ///< since when timestamps are repeated
+    Nanoseconds m_repeatedAt = 0; ///< time since which timestamps are repeated
     Claim m_claim;
     std::shared_ptr<SensorSource> m_source;
-    std::uint64_t m_turns = 0; ///< how often it was plugged in
+    std::uint64_t m_turns = 0; ///< number of times that it was plugged in
 
     std::atomic<bool> m_plugged{false};
     std::atomic<Nanoseconds> m_pluggedAt{0};
@@ -178,7 +180,7 @@ private:
     std::atomic<std::uint64_t> m_firstCounted{UINT64_MAX};
     std::atomic<std::uint64_t> m_delivered{0};
     mutable std::mutex m_readingMutex;
-    std::optional<Reading> m_reading; ///< of the sample counted last
+    std::optional<Reading> m_reading; ///< reading of the last counted sample
 };
 
 } // namespace om::bench

@@ -25,10 +25,10 @@ constexpr std::size_t imageBytes = 44;
 /// The image of a camera with this calibration.
 std::string imageOf(unsigned int serial, const MagCalibration& calibration);
 
-/// The mistake in the bytes of an image of this camera, with its place; empty for a valid one.
+/// The mistake in the bytes of an image of this camera, with its offset; empty for a valid image.
 std::string imageDamage(const std::string& image, unsigned int serial);
 
-/// What a sound image holds.
+/// The calibration in a valid image.
 MagCalibration calibrationOf(const std::string& image);
 
 } // namespace om::bench

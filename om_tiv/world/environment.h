@@ -1,5 +1,5 @@
 /// @file
-/// The surroundings of a camera: the field with its disturbance, and the air.
+/// The environment of a camera: the magnetic field with its disturbance, and the air.
 #pragma once
 
 #include "base/clock.h"
@@ -11,19 +11,19 @@
 
 namespace om::bench {
 
-/// The air around a camera. A camera follows a change of it with a time constant of 20 s, as in
-/// front of a fan. Any thread.
+/// The air around a camera. The camera's temperature follows a change of the air with a time
+/// constant of 20 s, as in front of a fan. Any thread.
 class Air
 {
 public:
-    /// For the start temperatures, degrees Celsius.
+    /// Air temperature to which the start temperatures refer, degrees Celsius.
     static constexpr double nominal = 20.0;
     static constexpr double timeConstant = 20.0; ///< s
 
     double temperature() const; ///< degrees Celsius
     void setTemperature(double celsius, Nanoseconds time);
-    /// Difference of the camera's temperature to that in air of the nominal temperature. For times
-    /// before the last change: the value at that change.
+    /// Difference between the camera's temperature and that in air of the nominal temperature. For
+    /// times before the last change it is the value at that change.
     double excessAt(Nanoseconds time) const;
 
 private:
@@ -31,7 +31,7 @@ private:
 
     mutable std::mutex m_mutex;
     double m_temperature = nominal;
-    double m_excessBefore = 0.0; ///< at the last change
+    double m_excessBefore = 0.0; ///< the difference at the last change
     Nanoseconds m_changed = 0;
 };
 
@@ -43,7 +43,7 @@ struct Environment
     std::atomic<bool> magnetometerSaturated{false};
     Air air;
 
-    /// Field and disturbance, uT, world frame.
+    /// Sum of field and disturbance, uT, world frame.
     Vector fieldAt(Nanoseconds time) const;
     Vector disturbanceAt(Nanoseconds time) const; ///< only the disturbance
 };

@@ -12,22 +12,21 @@
 
 namespace om::bench {
 
-/// Switches for what can go wrong; all off at first.
+/// The faults of a camera; by default there are none.
 struct Faults
 {
-    /// Anything but SUCCESS: Camera::open() is refused with this code.
+    /// Camera::open() is refused with this code, unless it is SUCCESS.
     ERROR_CODE openResult = ERROR_CODE::SUCCESS;
-    int openRefusals = -1; ///< how many times it is refused; counts down, -1 for ever
-    /// open() takes this much longer. Real time, also with a stepped clock: the caller of open() is
-    /// often the one who would step it.
+    int openRefusals = -1; ///< number of refusals, counts down; -1: no limit
+    /// open() takes this much longer. This is real time even if the clock is stepped, because the
+    /// caller of open() is often the one who steps it.
     std::chrono::milliseconds openDelay{0};
 
-    int grabFailures = 0; ///< the next so many grabs fail at once; counts down
+    int grabFailures = 0; ///< number of next grabs that fail immediately; counts down
     ERROR_CODE grabFailureResult = ERROR_CODE::FAILURE;
 
-    bool frozenTimestamps = false;   ///< all sensor timestamps stand, the values go on
-    bool repeatedTimestamps = false; ///< each sensor sample of odd number has the time of its
-                                     ///< predecessor
+    bool frozenTimestamps = false;   ///< all timestamps stop, the values continue
+    bool repeatedTimestamps = false; ///< an odd sample has its predecessor's time
 
     bool barometerAbsent = false;
     bool magnetometerAbsent = false;
@@ -35,7 +34,7 @@ struct Faults
     bool imuTemperatureAbsent = false;    ///< location 0
 
     bool magnetometerSaturated = false; ///< body z reads exactly 2048.0 (sensor axis 3: -32768)
-    /// uT: a field of up to this strength that swings at the camera, as that of a motor nearby.
+    /// uT: amplitude of a swinging field at the camera, as of a motor nearby.
     double magneticDisturbance = 0.0;
 
     bool littleGpuMemory = false; ///< GPU allocations fail while this camera is open
@@ -43,10 +42,10 @@ struct Faults
     bool mcuSilent = false;          ///< the microcontroller's records are invalid
     bool mcuOpenRefused = false;     ///< TIVmcu::open() fails
     bool eepromWriteRefused = false; ///< TIVmcu::writeMagCalibInEEprom() fails
-    int eepromReadbackDiffers = 0;   ///< the next so many reads after a write differ; counts down
+    int eepromReadbackDiffers = 0;   ///< next reads after a write that differ; counts down
 };
 
-/// A fault's key in bench files and requests, and its place in Faults.
+/// The key of a fault in bench files and requests, and its member of Faults.
 struct FaultKey
 {
     using Place = std::variant<bool Faults::*, int Faults::*, double Faults::*,
@@ -54,11 +53,11 @@ struct FaultKey
 
     const char* key;
     Place place;
-    int least; ///< range of a number, in the unit of the place
+    int least; ///< range of a number, in the unit of the member
     int most;
 };
 
-constexpr int mostTimes = 1'000'000; ///< that a fault counts down
+constexpr int mostTimes = 1'000'000; ///< maximum of faults that count down
 
 inline constexpr std::array<FaultKey, 18> faultKeys = {{
     {"openResult", &Faults::openResult, 0, 255},
@@ -81,7 +80,7 @@ inline constexpr std::array<FaultKey, 18> faultKeys = {{
     {"eepromReadbackDiffers", &Faults::eepromReadbackDiffers, 0, mostTimes},
 }};
 
-/// The entry of a key, which must be one of the table.
+/// The entry of a key, which must be in the table.
 constexpr const FaultKey& faultKey(std::string_view key)
 {
     std::size_t i = 0;

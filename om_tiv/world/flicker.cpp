@@ -7,8 +7,7 @@ namespace om::bench {
 
 namespace {
 
-/// An interval is longer than so many correlation times: its ends have nothing to do with each
-/// other.
+/// Minimum length of an interval in correlation times: its ends are then independent.
 constexpr double independent = 40.0;
 constexpr double cellsPerCorrelationTime = 32.0;
 constexpr unsigned int shortestCellBits = 21; // 2.1 ms, below the period of the fastest sensor
@@ -33,7 +32,7 @@ FirstOrderProcess::FirstOrderProcess(std::uint64_t seed, std::uint64_t channel,
         ++levels;
     }
     for (std::size_t i = 0; i < levels; ++i) {
-        // Of a half of the interval.
+        // Half of the interval's length.
         const double correlation = std::exp(-std::ldexp(cell, static_cast<int>(levels - i) - 1));
         const double square = correlation * correlation;
         m_levels.push_back(
@@ -42,7 +41,8 @@ FirstOrderProcess::FirstOrderProcess(std::uint64_t seed, std::uint64_t channel,
     m_interval.name = UINT64_MAX;
 }
 
-/// The value between two intervals: the first of their nodes, which the path does not use.
+/// The value at the border of two intervals. It uses the random number of node 0, which the path
+/// does not use.
 double FirstOrderProcess::boundary(std::uint64_t number) const
 {
     return m_numbers.at(number << m_levels.size());

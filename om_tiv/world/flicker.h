@@ -11,8 +11,8 @@
 namespace om::bench {
 
 /// A stationary first-order process (Ornstein-Uhlenbeck) with standard deviation 1 and the
-/// autocorrelation exp(-|t| / correlation time). Of cells of 1/64 to 1/32 of the correlation time,
-/// 2 ms at least, within which it runs straight. One thread at a time.
+/// autocorrelation exp(-|t| / correlation time). It is linear within cells of 1/64 to 1/32 of the
+/// correlation time, at least 2 ms. One thread at a time.
 class FirstOrderProcess
 {
 public:
@@ -29,20 +29,20 @@ private:
     std::vector<MidpointPath::Level> m_levels;
     unsigned int m_cellBits;           ///< a cell is 2^m_cellBits ns long
     double m_cellInverse;              ///< 1 / ns
-    MidpointPath::Interval m_interval; ///< the one asked for last
+    MidpointPath::Interval m_interval; ///< the interval of the last call
 };
 
-/// Noise with a density of B^2 / (pi f), one-sided, from 1 / (2 pi T) to some 10 Hz: first-order
-/// processes whose correlation times lie an octave apart, the longest of them T. Its Allan
-/// deviation is flat at 0.664 B from some tens of milliseconds to about T.
+/// Noise with a one-sided density of B^2 / (pi f) from 1 / (2 pi T) to about 10 Hz: a sum of
+/// first-order processes whose correlation times are an octave apart, the longest of them T. Its
+/// Allan deviation is flat at 0.664 B from some tens of milliseconds to about T.
 ///
-/// The values depend on seed, channel and T alone. One thread at a time.
+/// The values depend only on seed, channel and T. One thread at a time.
 class Flicker
 {
 public:
     /// The shortest correlation time lies between this and twice as much, s.
     static constexpr double shortest = 0.012;
-    /// Channels of random numbers that it takes, from the given one on.
+    /// Number of channels of random numbers that it uses, starting with the given one.
     static constexpr std::uint64_t channels = 40;
 
     /// @param correlationTime T in seconds, shortest to 1e7

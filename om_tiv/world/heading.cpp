@@ -68,8 +68,9 @@ private:
     double m_squares = 0.0;
 };
 
-/// The figure of the recent mean strength: half of its deviation from the calibration's radius, or
-/// whether the earth has such a field where the gains have no radius.
+/// The figure of the recent mean strength: half of its relative deviation from the calibration's
+/// radius. If the gains have no radius, 0 for a strength of the earth's field and the worst figure
+/// for any other.
 double strengthFigure(const MagCalibration& calibration, double meanStrength)
 {
     const double radius = radiusOf(calibration);

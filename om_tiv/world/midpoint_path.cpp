@@ -24,8 +24,8 @@ double ratio(const Coefficients& above, const Coefficients& below, double x)
 } // namespace
 
 /// M. J. Wichura, Algorithm AS 241: The percentage points of the normal distribution, Applied
-/// Statistics 37 (1988), routine PPND16. Most arguments take neither logarithm nor root, which
-/// makes it some times as fast as the Box-Muller transform.
+/// Statistics 37 (1988), routine PPND16. Most arguments need neither a logarithm nor a root, so it
+/// is several times as fast as the Box-Muller transform.
 double normalQuantile(double probability)
 {
     constexpr Coefficients a = {3.3871328727963666080e0, 1.3314166789178437745e2,
@@ -88,7 +88,7 @@ double MidpointPath::at(const Interval& interval, const std::vector<Level>& leve
     const std::size_t count = levels.size();
     std::size_t depth = 0;
     if (interval.name == m_name && count == m_levels) {
-        // What the two ways from the whole interval to the cells have in common is known.
+        // The nodes that this cell and the previous one have in common are already known.
         depth = count;
         for (std::uint64_t differing = cell ^ m_cell; differing != 0; differing >>= 1U) {
             --depth;

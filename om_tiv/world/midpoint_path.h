@@ -1,6 +1,5 @@
 /// @file
-/// Random processes that are functions of time: any moment can be asked for, in any order and by
-/// whatever way, and has one value.
+/// Random processes as functions of time: each time has one value, whatever was queried before.
 #pragma once
 
 #include <array>
@@ -10,16 +9,16 @@
 
 namespace om::bench {
 
-/// The number below which a normal one with standard deviation 1 lies with the probability, which
-/// is in (0, 1). Relative error about 1e-16.
+/// Quantile of the normal distribution with standard deviation 1, for a probability in (0, 1).
+/// Relative error about 1e-16.
 double normalQuantile(double probability);
 
 /// Normal random numbers with standard deviation 1, one for each node of a process.
 class NodeNumbers
 {
 public:
-    /// @param channel what the process is for; processes with one seed and distinct channels are
-    ///                independent
+    /// @param channel number of the process; processes with the same seed and distinct channels are
+    /// independent
     NodeNumbers(std::uint64_t seed, std::uint64_t channel);
 
     double at(std::uint64_t node) const;
@@ -30,9 +29,9 @@ private:
 
 /// A Gauss-Markov process within an interval between two known values: the middle of the interval
 /// is drawn from its distribution between the ends, then the middles of both halves, and so on down
-/// to cells within which the process runs straight (P. Lévy's construction of Brownian motion).
-/// Only the nodes above the wanted cell are drawn; those of the cell asked for last are kept, so
-/// that a walk through time draws each node once.
+/// to cells within which the process is linear (P. Lévy's construction of Brownian motion). Only
+/// the nodes above the wanted cell are drawn. Those of the last call are kept, so that a walk
+/// through time draws each node once.
 class MidpointPath
 {
 public:
@@ -42,7 +41,7 @@ public:
     struct Level
     {
         double weight = 0.5;    ///< factor of the sum of the ends
-        double deviation = 0.0; ///< of the middle about it
+        double deviation = 0.0; ///< standard deviation of the middle about that
     };
 
     /// An interval of 2^levels cells with the values at both ends. Node n of it is the middle of
@@ -50,13 +49,13 @@ public:
     struct Interval
     {
         std::uint64_t name = 0;   ///< distinct for each interval of the process
-        std::uint64_t offset = 0; ///< of its nodes among the process's numbers
+        std::uint64_t offset = 0; ///< added to the numbers of its nodes
         double first = 0.0;
         double last = 0.0;
     };
 
     /// The value in a cell.
-    /// @param levels   from the whole interval down
+    /// @param levels   one for each halving, starting with the whole interval
     /// @param cell     below 2^levels.size()
     /// @param fraction place in the cell, 0 to 1
     double at(const Interval& interval, const std::vector<Level>& levels,
@@ -69,7 +68,7 @@ private:
         double last = 0.0;
     };
 
-    std::array<Ends, mostLevels + 1> m_ends{}; ///< of the nested intervals, from the whole one
+    std::array<Ends, mostLevels + 1> m_ends{}; ///< nested intervals, from the whole one
     std::uint64_t m_name = UINT64_MAX;
     std::uint64_t m_cell = 0;
     std::size_t m_levels = 0;

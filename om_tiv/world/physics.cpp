@@ -11,7 +11,7 @@ namespace om::bench {
 
 namespace {
 
-/// What a random number is for.
+/// The channels of the random numbers.
 enum CHANNEL : std::uint64_t {
     JITTER_IMU = 1,
     JITTER_MAGNETOMETER,
@@ -21,15 +21,15 @@ enum CHANNEL : std::uint64_t {
     MAGNETIC = ANGULAR_VELOCITY + 3,
     PRESSURE = MAGNETIC + 3,
     TEMPERATURE,
-    WEATHER = 1000,                   // of uniform(), whose channels lie beside those of gaussian()
-    LOSS = 1100,                      // likewise; one for each stream
-    ACCELEROMETER_ERRORS = 1U << 20U, // far from the channels above, twice as high for gaussian()
+    WEATHER = 1000, // for uniform(), whose channels are separate from those of gaussian()
+    LOSS = 1100,    // for uniform(); one for each stream
+    ACCELEROMETER_ERRORS = 1U << 20U, // far above the others, which gaussian() doubles
     GYROSCOPE_ERRORS = ACCELEROMETER_ERRORS + SensorErrorProcess::channels,
     MAGNETOMETER_ERRORS = GYROSCOPE_ERRORS + SensorErrorProcess::channels,
     BAROMETER_ERRORS = MAGNETOMETER_ERRORS + SensorErrorProcess::channels,
 };
 
-constexpr double jitterDeviation = 0.012; // of a period
+constexpr double jitterDeviation = 0.012; // share of a period
 
 /// Ranges of the IMU.
 constexpr double mostAcceleration = 8.0 * standardGravity; // m/s^2
@@ -38,14 +38,14 @@ constexpr double mostAngularVelocity = 1000.0;             // degrees per second
 constexpr double mostPressure = 130000.0;      // Pa, far above any air on earth
 constexpr double mostField = INT16_MAX / 16.0; // uT, of the magnetometer's counts
 
-/// In air that stays the same, temperatures follow T0 + R (1 - exp(-t / T)).
+/// In air of constant temperature, the camera's temperatures are T0 + R (1 - exp(-t / T)).
 constexpr double temperatureRise = 12.0;          // R, degrees Celsius
 constexpr double temperatureTimeConstant = 240.0; // T, s
 constexpr Nanoseconds temperaturePeriod = 40 * nsPerMs;
 
 constexpr double degreesPerRadian = 180.0 / pi;
 
-/// Whose temperature a sensor has; the magnetometer lies beside the IMU.
+/// The location whose temperature a sensor has; the magnetometer is next to the IMU.
 constexpr std::size_t imuLocation = 0;
 constexpr std::size_t barometerLocation = 1;
 
@@ -123,7 +123,7 @@ Nanoseconds PhysicsSource::timeOf(STREAM stream, std::uint64_t number) const
     const double jitter = std::clamp(
         jitterDeviation * gaussian(m_seed, jitterChannel(stream), number), -mostJitter, mostJitter);
     const auto offset = static_cast<std::int64_t>(jitter * static_cast<double>(period));
-    const Nanoseconds elapsed = (number + 1) * period; // on the sensors' clock
+    const Nanoseconds elapsed = (number + 1) * period; // by the sensors' clock
     const double fast = 1e-6 * m_config.errors.clockDrift;
     const std::int64_t early = std::llround(static_cast<double>(elapsed) * (fast / (1.0 + fast)));
     return m_start + elapsed + static_cast<Nanoseconds>(offset) - static_cast<Nanoseconds>(early);
@@ -144,9 +144,9 @@ std::optional<std::uint64_t> PhysicsSource::newest(STREAM stream, Nanoseconds ti
         return std::nullopt;
     }
     const auto period = static_cast<Nanoseconds>(1e9 / rateOf(stream));
-    // The jitter is far below a period, so that the number is off by one at most, or by two where
-    // the clock drifts.
-    std::uint64_t count = (time - m_start) / period + 1; // of samples up to the time
+    // The jitter is far below a period, so the number is wrong by at most one, or by two if the
+    // clock drifts.
+    std::uint64_t count = (time - m_start) / period + 1; // number of samples up to the time
     if (m_config.errors.clockDrift != 0.0) {
         count = static_cast<std::uint64_t>(static_cast<double>(time - m_start) *
                                            (1.0 + 1e-6 * m_config.errors.clockDrift) /
@@ -227,7 +227,8 @@ ImuSample PhysicsSource::imu(std::uint64_t number) const
     sample.time = timeOf(STREAM::IMU, number);
     const BodyState body = m_motion->at(sample.time);
     sample.pose = body.pose;
-    // A vibration of the accelerometer is one of the whole board: the gyroscope feels it, too.
+    // A vibration moves the whole board, so that it also affects the gyroscope through its
+    // g-sensitivity.
     const Vector force =
         m_accelerometer ? body.specificForce + m_accelerometer->vibration(sinceStart(sample.time))
                         : body.specificForce;
@@ -293,7 +294,7 @@ BarometerSample PhysicsSource::barometer(std::uint64_t number) const
                       deviation * gaussian(m_seed, PRESSURE, number);
     if (m_barometer) {
         const double temperature = trueTemperature(barometerLocation, sample.time);
-        const Vector spike = m_barometer->spike(number); // along one of the axes that it has not
+        const Vector spike = m_barometer->spike(number); // on any axis: the sum is its size
         const double reading = sample.pressure +
                                m_barometer->bias(sinceStart(sample.time), temperature).x + spike.x +
                                spike.y + spike.z;

@@ -1,5 +1,5 @@
 /// @file
-/// Sensor samples worked out from the true motion of the body and the errors of its sensors.
+/// Computes sensor samples from the true motion of the body and the errors of its sensors.
 #pragma once
 
 #include "world/config.h"
@@ -23,10 +23,11 @@ public:
     static constexpr double magnetometerRate = 50.0;
     static constexpr double barometerRate = 25.0;
     static double rateOf(STREAM stream);
-    /// A sample is at most this share of a period off its nominal time.
+    /// Maximum deviation of a sample from its nominal time, as a share of the period.
     static constexpr double mostJitter = 0.05;
 
-    /// @param turn how often the camera was plugged in before: a turn-on bias is drawn for each
+    /// @param turn number of times that the camera was plugged in before; each has its own turn-on
+    /// bias
     PhysicsSource(const CameraConfig& config, std::shared_ptr<const MotionTimeline> motion,
                   std::shared_ptr<const Environment> environment, Nanoseconds start,
                   std::uint64_t turn = 0);
@@ -41,7 +42,7 @@ public:
     std::array<std::optional<double>, 4> temperatures(Nanoseconds time) const override;
 
 private:
-    using Errors = std::unique_ptr<const SensorErrorProcess>; ///< null where the model is off
+    using Errors = std::unique_ptr<const SensorErrorProcess>; ///< null if the model has no errors
 
     Errors errorsOf(const ErrorModel& model, std::uint64_t channel, double rate,
                     std::uint64_t turn) const;

@@ -7,7 +7,7 @@ namespace om::bench {
 namespace {
 
 constexpr unsigned int cellBits = 21;     // ns: 2.1 ms, below the period of the fastest sensor
-constexpr unsigned int intervalBits = 50; // nodes of an interval, more than 2^(64 - cellBits)
+constexpr unsigned int intervalBits = 50; // for the nodes of an interval, below 2^(64 - cellBits)
 
 } // namespace
 
@@ -16,14 +16,15 @@ RandomWalk::RandomWalk(std::uint64_t seed, std::uint64_t channel) : m_numbers(se
     m_interval.name = UINT64_MAX;
 }
 
-/// The intervals of the path are the first cell, one cell behind it, two behind those, four and so
-/// on: with a walk from the end of each to that of the next there is no end of time.
+/// The intervals of the path are the first cell, the next cell, the next two, the next four and so
+/// on. The walk continues from the end of each interval to the end of the next, so that time has no
+/// limit.
 double RandomWalk::at(Nanoseconds time)
 {
     const std::uint64_t cell = time >> cellBits;
     const double fraction =
         static_cast<double>(time & ((std::uint64_t{1} << cellBits) - 1)) * std::ldexp(1.0, -21);
-    std::uint64_t name = 0; // number of bits of the cell's number
+    std::uint64_t name = 0; // number of bits in the cell's number
     while (cell >> name != 0) {
         ++name;
     }

@@ -9,12 +9,12 @@
 
 namespace om::bench {
 
-/// Brownian motion: 0 at the time 0, with a variance that grows by 1 in a second. Of cells of 2 ms
-/// within which it runs straight.
+/// Brownian motion: 0 at the time 0, with a variance that grows by 1 per second. It is linear
+/// within cells of 2 ms.
 ///
-/// The values depend on seed and channel alone, not on what was read before; the cost grows
-/// with the logarithm of the time, and is that of some two random numbers in a walk through time
-/// at the pace of a sensor. One thread at a time.
+/// The values depend only on seed and channel, not on earlier calls. The cost of any time grows
+/// with its logarithm. A walk through time at the rate of a sensor draws about two random numbers
+/// per call. One thread at a time.
 class RandomWalk
 {
 public:
@@ -25,8 +25,8 @@ public:
 private:
     NodeNumbers m_numbers;
     MidpointPath m_path;
-    MidpointPath::Interval m_interval;         ///< the one asked for last
-    std::vector<MidpointPath::Level> m_levels; ///< of it
+    MidpointPath::Interval m_interval;         ///< the interval of the last call
+    std::vector<MidpointPath::Level> m_levels; ///< the levels of that interval
 };
 
 } // namespace om::bench

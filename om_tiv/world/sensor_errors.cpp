@@ -13,7 +13,7 @@ namespace om::bench {
 
 namespace {
 
-/// What a random number is for, behind the sensor's first channel.
+/// The channels of the random numbers, relative to the sensor's first channel.
 enum CHANNEL : std::uint64_t {
     TURN_ON,
     SPIKE = TURN_ON + 3,
@@ -50,7 +50,7 @@ bool ErrorModel::isOff() const
            measurementRange == 0.0 && isZero(vibrationAmplitude) && spikeShare == 0.0;
 }
 
-/// The processes of one axis, where it has them.
+/// The random processes of one axis; each is null if the axis does not have it.
 struct SensorErrorProcess::Axis
 {
     std::optional<RandomWalk> walk;

@@ -1,5 +1,5 @@
 /// @file
-/// What the errors of a sensor do to its readings.
+/// Applies the errors of a sensor to its readings.
 #pragma once
 
 #include "base/clock.h"
@@ -12,40 +12,41 @@
 
 namespace om::bench {
 
-/// The errors of one sensor from one plugging in to the next. Each is a function of the time since
-/// then, of the number of the sample, or of the temperature, and of the seed: whoever asks, in
-/// whatever order, gets the same values. Any thread.
+/// The errors of one sensor while the camera stays plugged in. Each is a function of the seed and
+/// of the time since the camera was plugged in, the number of the sample, or the temperature. The
+/// order of the calls does not affect the values. Any thread.
 class SensorErrorProcess
 {
 public:
-    /// Channels of random numbers that a sensor takes, from its first one on.
+    /// Number of channels of random numbers that a sensor uses, starting with its first one.
     static constexpr std::uint64_t channels = 1024;
 
-    /// @param channel first of the random numbers' channels
+    /// @param channel first channel of the random numbers
     /// @param rate    of the samples, Hz
-    /// @param turn    how often the sensor was plugged in before
+    /// @param turn    number of times that the camera was plugged in before
     SensorErrorProcess(const ErrorModel& model, std::uint64_t seed, std::uint64_t channel,
                        double rate, std::uint64_t turn);
     ~SensorErrorProcess();
     SensorErrorProcess(const SensorErrorProcess&) = delete;
     SensorErrorProcess& operator=(const SensorErrorProcess&) = delete;
 
-    /// What the sensor feels beside the motion of the body, u.
+    /// The sine of the vibration, u.
     Vector vibration(Nanoseconds time) const;
-    /// The true value as the sensor's axes have it: misalignment, scale and what the temperature
-    /// makes of it.
+    /// The true value after misalignment, scale factor and its change with the temperature.
     Vector distorted(const Vector& truth, double temperature) const;
-    /// All of the bias that changes: drawn at plugging in, flicker, walk, temperature. u
+    /// Sum of the biases that are not constant: turn-on bias, flicker noise, random walk and
+    /// temperature, u.
     Vector bias(Nanoseconds time, double temperature) const;
-    /// What a specific force (m/s^2) does to the reading, u.
+    /// Effect of a specific force (m/s^2) on the reading, u.
     Vector gSensitivity(const Vector& force) const;
-    /// Deviation of one sample's white noise: that of the density, and what the sensor has beside.
+    /// Standard deviation of one sample's white noise: that from the density and `beside`, added as
+    /// variances.
     Vector noise(double beside) const;
-    /// Mostly 0.
+    /// The spike of a sample; 0 for most samples.
     Vector spike(std::uint64_t number) const;
-    /// The largest reading: of the model, or else the sensor's own.
+    /// The largest reading: that of the model if it has one, otherwise that of the sensor.
     double range(double own) const;
-    /// On steps of the resolution, within plus and minus the range.
+    /// Rounds the reading to a step of the resolution and limits it to plus and minus the range.
     Vector limited(const Vector& reading, double range) const;
 
 private:
@@ -56,7 +57,7 @@ private:
     const std::uint64_t m_channel;
     const double m_rate;
     Vector m_turnOnBias;
-    mutable std::mutex m_mutex; ///< guards the axes, which remember where they were asked last
+    mutable std::mutex m_mutex; ///< guards the axes, which keep the nodes of the last call
     std::array<std::unique_ptr<Axis>, 3> m_axes;
 };
 

@@ -1,5 +1,5 @@
 /// @file
-/// Where a virtual camera's sensor samples come from: physics, or a recording.
+/// The source of a virtual camera's sensor samples: physics or a recording.
 #pragma once
 
 #include "base/clock.h"
@@ -47,8 +47,8 @@ struct BarometerSample
     double pressure = 0.0; ///< Pa
 };
 
-/// The samples of a camera from one plugging in to the next. Within the last 30 s the same number
-/// always returns the same sample. All operations may run on any thread.
+/// The samples of a camera while it stays plugged in. Within the last 30 s the same number always
+/// returns the same sample. Any thread may call any operation.
 class SensorSource
 {
 public:
@@ -57,24 +57,24 @@ public:
     SensorSource(const SensorSource&) = delete;
     SensorSource& operator=(const SensorSource&) = delete;
 
-    /// Whether the stream exists at all.
+    /// Whether the camera has the stream.
     virtual bool has(STREAM stream) const = 0;
-    /// Number of the newest sample at or before the time; nothing before the first one, and where
-    /// the stream does not exist. Never a sample that is lost.
+    /// Number of the newest sample at or before the time. None before the first sample, or if the
+    /// camera does not have the stream. Lost samples are skipped.
     virtual std::optional<std::uint64_t> newest(STREAM stream, Nanoseconds time) const = 0;
-    /// Time of the sample, also of one to come.
+    /// Time of the sample; works for future samples too.
     virtual Nanoseconds timeOf(STREAM stream, std::uint64_t number) const = 0;
-    /// Whether the sample is lost on its way out of the camera. It has a number and a time.
+    /// Whether the sample is lost on its way from the camera. It still has a number and a time.
     virtual bool isLost(STREAM /*stream*/, std::uint64_t /*number*/) const { return false; }
 
     virtual ImuSample imu(std::uint64_t number) const = 0;
     virtual MagnetometerSample magnetometer(std::uint64_t number) const = 0;
     virtual BarometerSample barometer(std::uint64_t number) const = 0;
-    /// Degrees Celsius by location; nothing where there is no sensor.
+    /// Degrees Celsius by location; none if there is no sensor.
     virtual std::array<std::optional<double>, 4> temperatures(Nanoseconds time) const = 0;
 
-    /// Last changes to the record of an IMU sample, in the axes of the body. A source that plays
-    /// recorded values puts them in exactly.
+    /// Last changes to the record of an IMU sample, in body axes. A source that plays a recording
+    /// sets the recorded values exactly.
     virtual void complete(std::uint64_t /*imuNumber*/, SensorsData& /*data*/) const {}
 };
 
