@@ -11,22 +11,6 @@
 
 namespace om::bench {
 
-namespace {
-
-bool writeAll(const Descriptor& file, std::string_view bytes)
-{
-    while (!bytes.empty()) {
-        const ssize_t written = ::write(file.get(), bytes.data(), bytes.size());
-        if (written < 0 && errno != EINTR) {
-            return false;
-        }
-        bytes.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
-    }
-    return true;
-}
-
-} // namespace
-
 Descriptor::~Descriptor()
 {
     close();
@@ -110,6 +94,18 @@ std::optional<std::string> readFile(const std::string& path, std::size_t most, s
     }
     bytes.resize(*have);
     return bytes;
+}
+
+bool writeAll(const Descriptor& file, std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(file.get(), bytes.data(), bytes.size());
+        if (written < 0 && errno != EINTR) {
+            return false;
+        }
+        bytes.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
+    }
+    return true;
 }
 
 bool putInPlace(const Descriptor& file, const std::string& temporary, const std::string& path,

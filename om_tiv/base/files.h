@@ -44,6 +44,10 @@ std::optional<std::size_t> readOn(const Descriptor& file, void* to, std::size_t 
 /// @param reason set on failure, as by openRegularFile(), with errno
 std::optional<std::string> readFile(const std::string& path, std::size_t most, std::string& reason);
 
+/// Writes all bytes, also if a signal interrupts the write.
+/// @return false with errno; the file may then have a part of them
+bool writeAll(const Descriptor& file, std::string_view bytes);
+
 /// Writes the bytes to a new file and gives it the path as its name, in one go: a crash leaves the
 /// former file or the new one. File and folder are forced to the disk.
 /// @param file      the new file, open for writing and empty; it stays open

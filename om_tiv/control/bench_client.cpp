@@ -3,14 +3,13 @@
 #include "base/files.h"
 #include "base/json_depth.h"
 #include "control/bench_path.h"
+#include "control/socket_file.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
-#include <cstdlib>
-#include <cstring>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -20,7 +19,6 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace om::bench {
@@ -38,29 +36,27 @@ int connectTo(const std::string& path, std::string& error)
         error = path + ": " + std::generic_category().message(errno);
         return -1;
     };
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    if (path.size() >= sizeof address.sun_path) {
+    const auto address = addressOf(path);
+    if (!address) {
         errno = ENAMETOOLONG;
         return failed();
     }
-    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
     Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (!socket.valid()) {
         return failed();
     }
     // A stopped program accepts neither connections nor requests.
     ::setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &sendTimeout, sizeof sendTimeout);
-    if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) !=
+        0) {
         return failed();
     }
-    ucred peer = {};
-    socklen_t size = sizeof peer;
-    if (::getsockopt(socket.get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) {
+    const auto user = userOf(socket);
+    if (!user) {
         return failed();
     }
-    if (peer.uid != ::geteuid() && peer.uid != 0) {
-        error = path + ": served by another user (" + std::to_string(peer.uid) + ")";
+    if (*user != ::geteuid() && *user != 0) {
+        error = path + ": served by another user (" + std::to_string(*user) + ")";
         return -1;
     }
     return socket.release();
@@ -89,13 +85,7 @@ std::vector<std::string> socketsIn(const std::string& folder)
 
 std::unique_ptr<BenchClient> BenchClient::connect(const std::string& path, std::string& error)
 {
-    std::string wanted = path;
-    if (wanted.empty()) {
-        const char* given = std::getenv("OM_TIV_CONTROL");
-        if (given != nullptr && given[0] != '\0' && std::strcmp(given, "off") != 0) {
-            wanted = given;
-        }
-    }
+    const std::string wanted = path.empty() ? namedPath() : path;
     if (!wanted.empty()) {
         const int fd = connectTo(wanted, error);
         if (fd < 0) {

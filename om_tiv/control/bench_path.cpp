@@ -1,11 +1,23 @@
 #include "control/bench_path.h"
 
 #include <cstdlib>
-#include <cstring>
 
 #include <unistd.h>
 
 namespace om::bench {
+
+namespace {
+
+constexpr char off[] = "off";
+
+/// Of OM_TIV_CONTROL; empty if it is not set.
+std::string valueOfVariable()
+{
+    const char* const value = std::getenv("OM_TIV_CONTROL");
+    return value != nullptr ? value : "";
+}
+
+} // namespace
 
 std::string controlFolder()
 {
@@ -16,13 +28,19 @@ std::string controlFolder()
     return "/tmp/gravimon-" + std::to_string(::getuid());
 }
 
+std::string namedPath()
+{
+    const std::string value = valueOfVariable();
+    return value == off ? std::string() : value;
+}
+
 std::string controlPath()
 {
-    const char* given = std::getenv("OM_TIV_CONTROL");
-    if (given != nullptr && given[0] != '\0') {
-        return std::strcmp(given, "off") == 0 ? std::string() : given;
+    const std::string value = valueOfVariable();
+    if (value.empty()) {
+        return controlFolder() + "/bench-" + std::to_string(::getpid()) + ".sock";
     }
-    return controlFolder() + "/bench-" + std::to_string(::getpid()) + ".sock";
+    return value == off ? std::string() : value;
 }
 
 } // namespace om::bench

@@ -1,12 +1,12 @@
 #include "control/control_server.h"
 
 #include "base/files.h"
+#include "control/socket_file.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdint>
-#include <cstring>
 #include <optional>
 #include <system_error>
 #include <thread>
@@ -16,7 +16,6 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace om::bench {
@@ -43,74 +42,6 @@ constexpr std::size_t maxOutput = 4 * 1024 * 1024;
 std::string reason(const std::string& what)
 {
     return what + ": " + std::generic_category().message(errno);
-}
-
-/// Whether a process listens at the address, also one that accepts no connection.
-bool isAlive(const sockaddr_un& address)
-{
-    const Descriptor probe(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    return !probe.valid() ||
-           ::connect(probe.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) ==
-               0 ||
-           (errno != ECONNREFUSED && errno != ENOENT);
-}
-
-/// Empty, or the reason why another user could replace a socket in the folder.
-std::string dangerOf(const std::string& folder)
-{
-    struct stat state = {};
-    if (::lstat(folder.c_str(), &state) != 0) {
-        return std::generic_category().message(errno);
-    }
-    if (S_ISLNK(state.st_mode)) {
-        return "is a symbolic link";
-    }
-    const bool sticky = (state.st_mode & S_ISVTX) != 0;
-    // In a sticky folder its owner can still remove the files of others.
-    if (state.st_uid != ::geteuid() && !(state.st_uid == 0 && sticky)) {
-        return "belongs to another user";
-    }
-    return (state.st_mode & S_IWOTH) != 0 && !sticky ? "can be changed by every user" : "";
-}
-
-/// Makes the folder of a socket. False with the error if it can't be, or if somebody else could
-/// change what is in it.
-bool makeFolderOf(const std::string& path, std::string& error)
-{
-    const std::size_t slash = path.rfind('/');
-    std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-    // With a slash at its end a link would count as its target.
-    while (folder.size() > 1 && folder.back() == '/') {
-        folder.pop_back();
-    }
-    if (const std::string part = makeFolders(folder); !part.empty()) {
-        error = reason(part);
-        return false;
-    }
-    if (const std::string danger = dangerOf(folder); !danger.empty()) {
-        error = folder + ": " + danger;
-        return false;
-    }
-    return true;
-}
-
-/// Removes a dead socket from the path. False with the error if something else is there.
-bool makeRoomAt(const std::string& path, const sockaddr_un& address, std::string& error)
-{
-    struct stat state = {};
-    if (::lstat(path.c_str(), &state) != 0) {
-        return true;
-    }
-    if (!S_ISSOCK(state.st_mode)) {
-        error = path + ": there is something that is not a socket";
-        return false;
-    }
-    if (isAlive(address)) {
-        error = path + ": another process serves this socket";
-        return false;
-    }
-    ::unlink(path.c_str());
-    return true;
 }
 
 void makeEarlier(Moment& moment, const Moment& other)
@@ -154,15 +85,12 @@ public:
 
     bool start(std::string& error)
     {
-        sockaddr_un address = {};
-        address.sun_family = AF_UNIX;
-        if (m_path.size() >= sizeof address.sun_path) {
+        const auto address = addressOf(m_path);
+        if (!address) {
             error = m_path + ": the path is longer than a socket's may be (" +
-                    std::to_string(sizeof address.sun_path - 1) + " bytes)";
+                    std::to_string(sizeof sockaddr_un::sun_path - 1) + " bytes)";
             return false;
         }
-        std::memcpy(address.sun_path, m_path.c_str(), m_path.size() + 1);
-
         if (!makeFolderOf(m_path, error)) {
             return false;
         }
@@ -171,16 +99,17 @@ public:
             error = reason("socket");
             return false;
         }
-        if (!makeRoomAt(m_path, address, error)) {
+        if (!makeRoomAt(m_path, *address, error)) {
             m_listener = Descriptor();
             return false;
         }
         // The file gets its mode from the socket, so that the mode is right from the first moment
         // and the umask, which all threads share, does not change.
-        const int bound = ::fchmod(m_listener.get(), 0600) != 0
-                              ? -1
-                              : ::bind(m_listener.get(),
-                                       reinterpret_cast<const sockaddr*>(&address), sizeof address);
+        const int bound =
+            ::fchmod(m_listener.get(), 0600) != 0
+                ? -1
+                : ::bind(m_listener.get(), reinterpret_cast<const sockaddr*>(&*address),
+                         sizeof *address);
         std::array<int, 2> ends = {-1, -1};
         if (bound != 0 || ::listen(m_listener.get(), 8) != 0 ||
             ::pipe2(ends.data(), O_CLOEXEC) != 0) {
@@ -256,10 +185,8 @@ private:
             }
             return;
         }
-        ucred peer = {};
-        socklen_t size = sizeof peer;
-        if (::getsockopt(socket.get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0 ||
-            (peer.uid != ::getuid() && peer.uid != 0)) {
+        const auto user = userOf(socket);
+        if (!user || (*user != ::getuid() && *user != 0)) {
             return;
         }
         Client client;

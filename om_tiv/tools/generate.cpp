@@ -241,18 +241,7 @@ public:
         m_isOurs = m_file.valid();
         return m_isOurs;
     }
-    bool write(const std::string& text)
-    {
-        std::size_t done = 0;
-        while (done < text.size()) {
-            const ssize_t written = ::write(m_file.get(), text.data() + done, text.size() - done);
-            if (written < 0 && errno != EINTR) {
-                return false;
-            }
-            done += written > 0 ? static_cast<std::size_t>(written) : 0;
-        }
-        return true;
-    }
+    bool write(const std::string& text) { return writeAll(m_file, text); }
     bool keep()
     {
         m_isOurs = !m_file.close();

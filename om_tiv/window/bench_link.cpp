@@ -1,13 +1,10 @@
 #include "window/bench_link.h"
 
 #include "control/bench_client.h"
-
 #include "control/bench_path.h"
 
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
-#include <cstring>
 
 namespace benchwindow {
 
@@ -23,17 +20,10 @@ constexpr auto farewell = 1s; ///< time for the remaining requests at the end
 constexpr int looksPerField = 10;
 constexpr double degrees = 180.0 / om::bench::pi;
 
-/// The socket that the environment names; empty if there is none.
-std::string socketOfEnvironment()
-{
-    const char* given = std::getenv("OM_TIV_CONTROL");
-    return given != nullptr && std::strcmp(given, "off") != 0 ? given : "";
-}
-
 } // namespace
 
 BenchLink::BenchLink(const QString& socket, QObject* parent)
-    : QObject(parent), m_socket(socket.isEmpty() ? socketOfEnvironment() : socket.toStdString())
+    : QObject(parent), m_socket(socket.isEmpty() ? om::bench::namedPath() : socket.toStdString())
 {}
 
 void BenchLink::start()

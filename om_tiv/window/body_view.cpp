@@ -23,16 +23,6 @@ constexpr double keyGlide = 0.03;      ///< s
 constexpr double longestGuess = 0.5;   ///< s, maximum extrapolation of the shown pose
 constexpr double figuresHeight = 64.0; ///< pixels
 
-bool isSame(const Vector& a, const Vector& b)
-{
-    return a.x == b.x && a.y == b.y && a.z == b.z;
-}
-
-bool isSame(const Quaternion& a, const Quaternion& b)
-{
-    return a.w == b.w && a.x == b.x && a.y == b.y && a.z == b.z;
-}
-
 } // namespace
 
 BodyView::BodyView(KIND kind, QWidget* parent) : QWidget(parent), m_kind(kind)

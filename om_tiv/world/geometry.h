@@ -41,6 +41,10 @@ inline Vector cross(const Vector& a, const Vector& b)
     return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
 double length(const Vector& v);
+inline bool isSame(const Vector& a, const Vector& b)
+{
+    return a.x == b.x && a.y == b.y && a.z == b.z;
+}
 
 /// A unit quaternion, Hamilton's convention.
 struct Quaternion
@@ -54,6 +58,10 @@ struct Quaternion
 Quaternion operator*(const Quaternion& a, const Quaternion& b); ///< b first, then a
 Quaternion conjugate(const Quaternion& q);
 Quaternion normalized(const Quaternion& q);
+inline bool isSame(const Quaternion& a, const Quaternion& b)
+{
+    return a.w == b.w && a.x == b.x && a.y == b.y && a.z == b.z;
+}
 Vector rotate(const Quaternion& q, const Vector& v);
 Quaternion fromRotationVector(const Vector& v); ///< axis times angle in radians
 Vector toRotationVector(const Quaternion& q);   ///< angle in [0, pi]

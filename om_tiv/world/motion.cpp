@@ -25,11 +25,6 @@ double seconds(Nanoseconds from, Nanoseconds to)
     return to <= from ? 0.0 : static_cast<double>(to - from) * 1e-9;
 }
 
-bool isSame(const Quaternion& a, const Quaternion& b)
-{
-    return a.w == b.w && a.x == b.x && a.y == b.y && a.z == b.z;
-}
-
 /// From 0 to 1 with the first two derivatives 0 at both ends.
 double smooth(double u)
 {

@@ -1,0 +1,29 @@
+/// @file
+/// The file of a control socket: its address, its folder, and who is at the other end.
+#pragma once
+
+#include "base/files.h"
+
+#include <optional>
+#include <string>
+
+#include <sys/types.h>
+#include <sys/un.h>
+
+namespace om::bench {
+
+/// None if the path is longer than a socket's may be.
+std::optional<sockaddr_un> addressOf(const std::string& path);
+
+/// The user of the process at the other end; none with errno.
+std::optional<uid_t> userOf(const Descriptor& connected);
+
+/// Creates the folder of a socket, mode 0700, if it is missing.
+/// @return false with the error if that fails, or if another user could replace a socket in it
+bool makeFolderOf(const std::string& path, std::string& error);
+
+/// Removes the file of a socket that no process serves.
+/// @return false with the error if something else has the path
+bool makeRoomAt(const std::string& path, const sockaddr_un& address, std::string& error);
+
+} // namespace om::bench
