@@ -1,7 +1,5 @@
 #include "log/row_maker.h"
 
-#include "sensors/sensormath.h"
-
 #include <array>
 
 namespace sm = sensormath;
@@ -43,34 +41,17 @@ std::optional<TimedRow> RowMaker::take(const om::SensorsData& record)
     row.acceleration = doubles(record.imu.linearAcceleration);
     row.angularVelocity = doubles(record.imu.angularVelocity);
     row.magneticField = doubles(record.magnetometer.magneticFieldUncalibrated);
-    const om::Vector3<float> angles = record.imu.pose.getEulerAngles(true);
-    row.orientation =
-        doubles({sm::degrees(angles.x), sm::degrees(angles.y), sm::degrees(angles.z)});
+    row.orientation = doubles(sm::eulerDegrees(record));
     row.pressure = double{sm::hectopascals(record.barometer.pressure)};
     row.relativeAltitude = double{record.barometer.relativeAltitude};
     row.movingState = static_cast<double>(record.cameraMovingState);
-    takeTemperatures(record, row);
+    m_boardTemperatures.take(record);
+    row.tempLeft = double{m_boardTemperatures.left()};
+    row.tempRight = double{m_boardTemperatures.right()};
+    const sm::SensorTemperatures inside = sm::sensorTemperatures(record);
+    row.tempImu = inside.imu;
+    row.tempBarometer = inside.barometer;
     return made;
-}
-
-void RowMaker::takeTemperatures(const om::SensorsData& record, recorder::Row& row)
-{
-    const auto& temperature = record.temperature;
-    const int left = temperature.get(omlib::onLeft, m_left);
-    const int right = temperature.get(omlib::onRight, m_right);
-    if (left != 0 || right != 0) {
-        // Without sensors on the board the IMU's temperature stands in for both.
-        temperature.get(omlib::atImu, m_left);
-        temperature.get(omlib::atImu, m_right);
-    }
-    row.tempLeft = double{m_left};
-    row.tempRight = double{m_right};
-    // One variable for both: a camera without barometer repeats the IMU's temperature.
-    float celsius = 0.0F;
-    temperature.get(omlib::atImu, celsius);
-    row.tempImu = celsius;
-    temperature.get(omlib::atBarometer, celsius);
-    row.tempBarometer = celsius;
 }
 
 } // namespace samplelog

@@ -4,6 +4,7 @@
 
 #include "camera/camera_library.h"
 #include "recording/recorder.h"
+#include "sensors/sensormath.h"
 
 #include <cstdint>
 #include <optional>
@@ -28,13 +29,9 @@ public:
     std::optional<TimedRow> take(const om::SensorsData& record);
 
 private:
-    void takeTemperatures(const om::SensorsData& record, recorder::Row& row);
-
     std::uint64_t m_lastUs = 0;
     int m_next = 0;
-    // They outlive a record: without any temperature the last ones stand.
-    float m_left = 0.0F;
-    float m_right = 0.0F;
+    sensormath::BoardTemperatures m_boardTemperatures;
 };
 
 } // namespace samplelog

@@ -64,6 +64,34 @@ bool differ(const om::Vector3<float>& a, const om::Vector3<float>& b);
 /// Degrees of an angle in radians, in double precision, rounded to float.
 float degrees(float radian);
 
+/// The Euler angles of the record's pose, degrees.
+om::Vector3<float> eulerDegrees(const om::SensorsData& record);
+
+/// The temperatures of both sides of the board, degrees Celsius. They outlive a record: without any
+/// temperature in it the last ones stay.
+class BoardTemperatures
+{
+public:
+    /// @return whether a side has no sensor: both then have the temperature of the IMU
+    bool take(const om::SensorsData& record);
+    float left() const { return m_left; }
+    float right() const { return m_right; }
+
+private:
+    float m_left = 0.0F;
+    float m_right = 0.0F;
+};
+
+/// The temperatures inside two sensors, degrees Celsius. Without a barometer both are that of the
+/// IMU; without any both are 0.
+struct SensorTemperatures
+{
+    float imu = 0.0F;
+    float barometer = 0.0F;
+};
+
+SensorTemperatures sensorTemperatures(const om::SensorsData& record);
+
 /// Divided by the Euclidean length, all in float. A zero vector gives what float division gives.
 om::Vector3<float> unit(const om::Vector3<float>& v);
 

@@ -7,6 +7,7 @@
 #include "recording/line_file.h"
 #include "recording/recoptiondlg.h"
 #include "recording/recorder.h"
+#include "sensors/sensormath.h"
 #include "ui_mainwindow.h"
 
 #include <QByteArray>
@@ -108,12 +109,9 @@ void MainWindow::saveValues(int index)
     row.tempLeft = tempLeft.at(index);
     row.tempRight = tempRight.at(index);
     if (recOptions.temperatures) {
-        // One variable for both: a camera without barometer repeats the IMU's temperature.
-        float temperature = 0.0F;
-        sensorsData.temperature.get(omlib::atImu, temperature);
-        row.tempImu = temperature;
-        sensorsData.temperature.get(omlib::atBarometer, temperature);
-        row.tempBarometer = temperature;
+        const auto inside = sensormath::sensorTemperatures(sensorsData);
+        row.tempImu = inside.imu;
+        row.tempBarometer = inside.barometer;
     }
     QByteArray line;
     {

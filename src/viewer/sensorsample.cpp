@@ -68,9 +68,7 @@ void Sampler::takeMotion(const om::SensorsData& record, Sample& sample)
         m_limits.mag = sm::widenedRange(m_limits.mag, sm::largestMagnitude(sample.field));
     }
 
-    sample.angles = {sm::degrees(imu.pose.getEulerAngles(true).x),
-                     sm::degrees(imu.pose.getEulerAngles(true).y),
-                     sm::degrees(imu.pose.getEulerAngles(true).z)};
+    sample.angles = sm::eulerDegrees(record);
     m_limits.orient = sm::widenedRange(m_limits.orient, sm::largestMagnitude(sample.angles));
     sample.orientation = imu.pose.getOrientation();
     sample.movingState = record.cameraMovingState;
@@ -88,21 +86,13 @@ void Sampler::takeAir(const om::SensorsData& record, Sample& sample)
 
 void Sampler::takeTemperatures(const om::SensorsData& record, Sample& sample)
 {
-    const auto& temperature = record.temperature;
-    const int leftResult = temperature.get(omlib::onLeft, m_left);
-    const int rightResult = temperature.get(omlib::onRight, m_right);
-    // Without sensors on the board the IMU's temperature stands in for both.
-    sample.temperatureFallback = leftResult != 0 || rightResult != 0;
-    if (sample.temperatureFallback) {
-        temperature.get(omlib::atImu, m_left);
-        temperature.get(omlib::atImu, m_right);
-    }
-    sample.left = m_left;
-    sample.right = m_right;
+    sample.temperatureFallback = m_boardTemperatures.take(record);
+    sample.left = m_boardTemperatures.left();
+    sample.right = m_boardTemperatures.right();
     m_limits.temperatureMax =
-        sm::widenedTemperatureMax(m_limits.temperatureMax, std::max(m_left, m_right));
+        sm::widenedTemperatureMax(m_limits.temperatureMax, std::max(sample.left, sample.right));
     m_limits.temperatureMin =
-        sm::widenedTemperatureMin(m_limits.temperatureMin, std::min(m_left, m_right));
+        sm::widenedTemperatureMin(m_limits.temperatureMin, std::min(sample.left, sample.right));
 }
 
 } // namespace sensorsample

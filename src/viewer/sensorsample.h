@@ -95,9 +95,7 @@ private:
     Clocked m_barometer;
     Clocked m_magnetometer;
     Limits m_limits;
-    // They outlive a record: without any temperature the last ones stand.
-    float m_left = 0.0F;
-    float m_right = 0.0F;
+    sensormath::BoardTemperatures m_boardTemperatures;
 };
 
 } // namespace sensorsample
