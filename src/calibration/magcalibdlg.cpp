@@ -21,22 +21,6 @@ constexpr int updatePeriodMs = 100;
 constexpr int firstFitAbove = 100;
 constexpr int newSamplesAbove = 49;
 
-QString headingStateWord(int state)
-{
-    switch (state) {
-    case 0:
-        return MagCalibDlg::tr("GOOD");
-    case 1:
-        return MagCalibDlg::tr("OK");
-    case 2:
-        return MagCalibDlg::tr("NOT GOOD");
-    case 3:
-        return MagCalibDlg::tr("MAG. NOT CALIBRATED");
-    default:
-        return MagCalibDlg::tr("NOT AVAILABLE");
-    }
-}
-
 /// Names what has no text of its own.
 void nameForAssistivePrograms(const Ui_MagCalibDlg& form)
 {
@@ -289,29 +273,4 @@ void MagCalibDlg::askCoverage()
     if (orientCount) {
         orientCount->getPercNotZero();
     }
-}
-
-void MagCalibDlg::showHeadings()
-{
-    ui->label_heading_uncalib->setText(
-        tr("Uncalibrated\n%1°").arg(headingUncalib, 6, 'f', 2, QLatin1Char(' ')));
-    ui->label_heading_calib->setText(
-        tr("Calibrated\n%1°").arg(headingCalib, 6, 'f', 2, QLatin1Char(' ')));
-    ui->widget_raw_compass->setValue(headingUncalib);
-    ui->widget_calib_compass->setValue(headingCalib);
-}
-
-void MagCalibDlg::showHeadingState()
-{
-    QLabel* const label = ui->label_mag_calib_quality;
-    label->setText(headingStateWord(headingState));
-
-    // Red at an accuracy of 0.0, green at 1.0.
-    QColor colour;
-    colour.setHsvF(static_cast<double>(headingAccuracy) * 0.33, 0.75, 0.8, 1.0);
-    QPalette colours = label->palette();
-    colours.setColor(QPalette::All, QPalette::Window, colour);
-    colours.setColor(QPalette::All, QPalette::WindowText, Qt::black);
-    label->setAutoFillBackground(true);
-    label->setPalette(colours);
 }

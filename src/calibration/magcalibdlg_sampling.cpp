@@ -12,9 +12,7 @@
 namespace {
 
 /// Number of consecutive failed reads after which the camera counts as lost.
-constexpr int failuresBearable = 100;
-
-constexpr int notCalibrated = 3; // heading state
+constexpr int failuresTolerated = 100;
 
 Eigen::VectorXd toDense(const QVector<double>& values)
 {
@@ -47,7 +45,7 @@ void MagCalibDlg::magDataGrabThread()
         const omlib::McuRecord record = mcu->getIMUReaderData();
         if (!samplemath::isGood(record)) {
             failures = static_cast<std::uint16_t>((failures + 1) & 0xFFFF);
-            if (failures > failuresBearable) {
+            if (failures > failuresTolerated) {
                 // The thread ends here and stays unjoined; see the destructor.
                 grabRunning = false;
                 emit cameraError(tr("Error retrieving sensors data"));
@@ -84,23 +82,6 @@ void MagCalibDlg::magDataGrabThread()
         failures = 0;
     } while (!grabStop);
     grabRunning = false;
-}
-
-void MagCalibDlg::readHeading()
-{
-    const omlib::McuPose pose = mcu->getIMUPose(6);
-    headingUncalib = static_cast<double>(
-                         mcu->calcMagHeading(omlib::fieldOf(pose), omlib::accelerationOf(pose))) *
-                     samplemath::degreesPerRadian;
-    if (omlib::headingStateOf(pose) == notCalibrated) {
-        headingCalib = headingUncalib;
-    } else {
-        headingCalib = static_cast<double>(omlib::headingOf(pose)) * samplemath::degreesPerRadian;
-    }
-    if (!calibrating) {
-        headingState = omlib::headingStateOf(pose);
-        headingAccuracy = omlib::headingAccuracyOf(pose);
-    }
 }
 
 void MagCalibDlg::calibrateData()
