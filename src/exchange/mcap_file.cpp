@@ -1,6 +1,6 @@
 #include "exchange/mcap_file.h"
 
-#include <zlib.h>
+#include "exchange/checksum.h"
 
 #include <algorithm>
 
@@ -25,12 +25,6 @@ enum McapFile::OPCODE : std::uint8_t {
 namespace {
 
 constexpr std::string_view magic{"\x89MCAP0\r\n", 8};
-
-std::uint32_t crcOf(std::uint32_t crc, std::string_view bytes)
-{
-    return static_cast<std::uint32_t>(
-        crc32_z(crc, reinterpret_cast<const Bytef*>(bytes.data()), bytes.size()));
-}
 
 std::uint32_t length32(std::size_t size)
 {

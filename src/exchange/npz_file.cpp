@@ -1,8 +1,7 @@
 #include "exchange/npz_file.h"
 
 #include "exchange/bytes.h"
-
-#include <zlib.h>
+#include "exchange/checksum.h"
 
 #include <algorithm>
 
@@ -40,12 +39,6 @@ std::string npyHeader(const std::string& type, const std::vector<std::uint64_t>&
     bytes.u16(static_cast<std::uint16_t>(dictionary.size()));
     bytes.raw(dictionary);
     return bytes.text();
-}
-
-std::uint32_t crcOf(std::uint32_t crc, std::string_view bytes)
-{
-    return static_cast<std::uint32_t>(
-        crc32_z(crc, reinterpret_cast<const Bytef*>(bytes.data()), bytes.size()));
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "exchange/output_file.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -11,14 +12,45 @@ namespace exchange {
 namespace {
 
 constexpr std::size_t mostWaiting = 256 * 1024;
+constexpr char taken[] = "exists already: choose another name or remove it";
+
+/// What has the name of a file that was to be created, and what to do.
+std::string whatIsThere(const std::string& path)
+{
+    struct stat there = {};
+    if (::stat(path.c_str(), &there) == 0) {
+        if (S_ISDIR(there.st_mode)) {
+            return "is a folder: give the name of a file in it";
+        }
+        if (!S_ISREG(there.st_mode)) {
+            return "is no regular file: choose another name";
+        }
+    }
+    return taken;
+}
 
 } // namespace
+
+int createNew(const std::string& path, std::string& error)
+{
+    constexpr mode_t everybody = 0666; // less what the user's mask takes away
+    const int descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, everybody);
+    if (descriptor < 0) {
+        error = errno == EEXIST ? path + ": " + whatIsThere(path) : whyNotMade(path, errno);
+    }
+    return descriptor;
+}
+
+bool isOnDisk(int descriptor)
+{
+    // Some file systems can't do it, and keep what they were given all the same.
+    return ::fsync(descriptor) == 0 || errno == EINVAL || errno == EROFS || errno == ENOTSUP;
+}
 
 std::string whyNotMade(const std::string& path, int number)
 {
     return path + ": " +
-           (number == EEXIST ? "exists already: choose another name or remove it"
-                             : std::string("cannot be written: ") + std::strerror(number));
+           (number == EEXIST ? taken : std::string("cannot be written: ") + std::strerror(number));
 }
 
 OutputFile::~OutputFile()
@@ -32,10 +64,8 @@ OutputFile::~OutputFile()
 bool OutputFile::create(const std::string& path, std::string& error)
 {
     m_path = path;
-    constexpr mode_t everybody = 0666; // less what the user's mask takes away
-    m_descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, everybody);
+    m_descriptor = createNew(path, error);
     if (m_descriptor < 0) {
-        error = whyNotMade(path, errno);
         return false;
     }
     m_waiting.reserve(mostWaiting);
@@ -82,9 +112,7 @@ void OutputFile::fail(int number)
 bool OutputFile::commit(std::string& error)
 {
     flush();
-    // Some file systems cannot, and hold what they were given all the same.
-    if (m_error.empty() && ::fsync(m_descriptor) != 0 && errno != EINVAL && errno != EROFS &&
-        errno != ENOTSUP) {
+    if (m_error.empty() && !isOnDisk(m_descriptor)) {
         fail(errno);
     }
     if (!m_error.empty()) {

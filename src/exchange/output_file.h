@@ -46,7 +46,16 @@ private:
     std::string m_waiting;
 };
 
-/// Why something of this name can't be made, as a part of a sentence.
+/// Creates a file for writing; nothing may have its name yet.
+/// @return its descriptor, or -1 with one line of path, reason and what to do
+int createNew(const std::string& path, std::string& error);
+
+/// Waits until the disk has what was written, on a file system that can do this.
+/// @return false with errno if the disk refuses it
+bool isOnDisk(int descriptor);
+
+/// One line of path and reason for a name that can't be created.
+/// @param number errno
 std::string whyNotMade(const std::string& path, int number);
 
 } // namespace exchange

@@ -1,8 +1,9 @@
 #include "log/row_file.h"
 
+#include "exchange/output_file.h"
+
 #include <QTextStream>
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,24 +11,6 @@
 #include <cstring>
 
 namespace samplelog {
-
-namespace {
-
-std::string whatIsThere(const std::string& path)
-{
-    struct stat there = {};
-    if (::stat(path.c_str(), &there) == 0) {
-        if (S_ISDIR(there.st_mode)) {
-            return "is a folder: give the name of a file in it";
-        }
-        if (!S_ISREG(there.st_mode)) {
-            return "is no regular file: choose another name";
-        }
-    }
-    return "exists already: choose another name or remove it";
-}
-
-} // namespace
 
 RowFile::RowFile(const RecOptions& columns)
 {
@@ -44,13 +27,8 @@ RowFile::~RowFile()
 bool RowFile::create(const std::string& path, std::string& error)
 {
     m_path = path;
-    constexpr mode_t everybody = 0666; // less what the user's mask takes away
-    m_descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, everybody);
+    m_descriptor = exchange::createNew(path, error);
     if (m_descriptor < 0) {
-        const int number = errno;
-        error = path + ": " +
-                (number == EEXIST ? whatIsThere(path)
-                                  : std::string("cannot be written: ") + std::strerror(number));
         return false;
     }
     QTextStream(&m_text, QIODevice::WriteOnly) << recorder::header(m_columns) << '\n';
@@ -123,8 +101,7 @@ bool RowFile::finish(std::string& error)
     if (!flush(error)) {
         return false;
     }
-    // Some file systems cannot, and hold what they were given all the same.
-    if (::fsync(m_descriptor) != 0 && errno != EINVAL && errno != EROFS && errno != ENOTSUP) {
+    if (!exchange::isOnDisk(m_descriptor)) {
         return refused("cannot be written", errno, error);
     }
     const int descriptor = m_descriptor;
