@@ -66,9 +66,9 @@ void MagCalibDlg::showHeadingState()
     // Red at an accuracy of 0.0, green at 1.0.
     QColor colour;
     colour.setHsvF(static_cast<double>(headingAccuracy) * 0.33, 0.75, 0.8, 1.0);
-    QPalette colors = label->palette();
-    colors.setColor(QPalette::All, QPalette::Window, colour);
-    colors.setColor(QPalette::All, QPalette::WindowText, Qt::black);
+    QPalette colours = label->palette();
+    colours.setColor(QPalette::All, QPalette::Window, colour);
+    colours.setColor(QPalette::All, QPalette::WindowText, Qt::black);
     label->setAutoFillBackground(true);
-    label->setPalette(colors);
+    label->setPalette(colours);
 }
