@@ -1,5 +1,5 @@
 /// @file
-/// What a bench is made of.
+/// The members of a bench.
 #pragma once
 
 #include "bench/bench.h"

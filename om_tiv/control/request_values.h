@@ -1,5 +1,5 @@
 /// @file
-/// The members of a request, each asked for by name.
+/// The members of a request, by name.
 #pragma once
 
 #include "world/geometry.h"

@@ -28,7 +28,7 @@ struct RecordingRow
 /// The first line of a file with all columns, with its line feed.
 std::string recordingHeader();
 
-/// Appends a row with its line feed: nine digits behind the point, half rounded away from zero.
+/// Appends a row with its line feed: nine digits after the point, half rounded away from zero.
 void appendRow(std::string& text, const RecordingRow& row);
 
 } // namespace om::bench

@@ -1,6 +1,6 @@
 /// @file
-/// Recordings without a running program: what a virtual camera would give, written as fast as it
-/// can be worked out.
+/// Recordings without a running program: the samples of a virtual camera, written as fast as they
+/// can be computed.
 #pragma once
 
 #include "world/config.h"

@@ -1,8 +1,8 @@
 /// @file
 /// The camera library as the program uses it. No other file of src includes the library's headers,
 /// and none writes what its interface leaves open: how it is split into headers, the names of the
-/// enumerators, and the names of the fields that are given by their place alone. A library that has
-/// other names for these needs this file edited and no other one.
+/// enumerators, and the names of the fields that are given by their place alone. For a library that
+/// has other names for these, this file is edited and no other one.
 ///
 /// The rest of src uses the names that the interface gives: those of types, operations and fields,
 /// and x, y and z of a vector. Each value that the program passes or compares is checked below.
@@ -23,7 +23,7 @@ constexpr int valueOf(Enumeration enumerator)
     return static_cast<int>(enumerator);
 }
 
-// Results: 0 is success, 4 says that the camera is gone, and any other one is a failure without a
+// Results: 0 is success, 4 means that the camera is gone, and any other one is a failure without a
 // name.
 inline constexpr om::ERROR_CODE success = om::ERROR_CODE::SUCCESS;
 inline constexpr om::ERROR_CODE cameraGone = om::ERROR_CODE::CAMERA_GONE;
@@ -45,8 +45,8 @@ static_assert(valueOf(tivR) == 4);
 static_assert(valueOf(tivS) == 5);
 static_assert(valueOf(noModel) == 32);
 
-inline constexpr om::BUS_TYPE serialBus = om::BUS_TYPE::SERIAL; ///< goes with a camera id
-inline constexpr om::BUS_TYPE usbBus = om::BUS_TYPE::USB;       ///< goes with a serial number
+inline constexpr om::BUS_TYPE serialBus = om::BUS_TYPE::SERIAL; ///< cameras by their id
+inline constexpr om::BUS_TYPE usbBus = om::BUS_TYPE::USB;       ///< cameras by their serial number
 static_assert(valueOf(serialBus) == 1);
 static_assert(valueOf(usbBus) == 2);
 

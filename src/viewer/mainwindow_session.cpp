@@ -158,7 +158,7 @@ void MainWindow::startSensorThread()
     if (dataThreadRunning) {
         return;
     }
-    // A thread that ended by itself is left behind as it is, neither joined nor deleted.
+    // A thread that ended by itself stays as it is, neither joined nor deleted.
     dataThread = new std::thread(&MainWindow::dataThreadFunc, this);
 }
 

@@ -71,7 +71,7 @@ const std::array<MainWindow::SensorRow, 6> MainWindow::SensorRow::table{{
       3,
       &W::imuEffectiveRate,
       &W::imuRateHz}},
-    // The curve of the relative altitude shows the pressure, as the title of the axis says.
+    // The curve of the relative altitude shows the pressure, as in the title of the axis.
     {"Barometer",
      QT_TRANSLATE_NOOP("MainWindow", "Barometer @ "),
      QT_TRANSLATE_NOOP("MainWindow", "Barometer"),
@@ -86,7 +86,7 @@ const std::array<MainWindow::SensorRow, 6> MainWindow::SensorRow::table{{
       2,
       &W::baroEffectiveRate,
       &W::baroRateHz}},
-    // The boxes are crossed on purpose: location 2 stands under the label "Right", location 3 under
+    // The boxes are crossed on purpose: location 2 is under the label "Right", location 3 under
     // "Left". The chart and the CSV file are not crossed.
     {"Camera Temperature",
      QT_TRANSLATE_NOOP("MainWindow", "Temperature @ "),
