@@ -33,7 +33,7 @@ std::string whatIsThere(const std::string& path)
 
 int createNew(const std::string& path, std::string& error)
 {
-    constexpr mode_t everybody = 0666; // less what the user's mask takes away
+    constexpr mode_t everybody = 0666; // restricted by the umask
     const int descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, everybody);
     if (descriptor < 0) {
         error = errno == EEXIST ? path + ": " + whatIsThere(path) : whyNotMade(path, errno);

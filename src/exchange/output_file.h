@@ -1,5 +1,5 @@
 /// @file
-/// A file that is made whole or not at all.
+/// A file that is written completely or not at all.
 #pragma once
 
 #include <cstdint>
@@ -8,8 +8,8 @@
 
 namespace exchange {
 
-/// Always a new file: what exists already is left alone. Until commit() the destructor takes it
-/// away. The first refusal of the system stays, and what is written after it is dropped.
+/// Always creates a new file and never changes an existing one. Without commit() the destructor
+/// removes the file. The first error is kept, and later writes are dropped.
 class OutputFile
 {
 public:
@@ -21,18 +21,19 @@ public:
     /// @param error one line with the path and the reason
     bool create(const std::string& path, std::string& error);
 
-    /// At the end. Small pieces wait in memory.
+    /// Appends to the file. Small pieces are buffered in memory.
     void append(std::string_view bytes);
-    /// Bytes that were appended.
+    /// Number of appended bytes.
     std::uint64_t size() const { return m_written + m_waiting.size(); }
 
-    /// Anywhere, at once; behind the end the file grows. Not beside append().
+    /// Writes at any offset without a buffer; beyond the end the file grows. Do not combine it with
+    /// append().
     void writeAt(std::uint64_t offset, std::string_view bytes);
 
     bool hasFailed() const { return !m_error.empty(); }
     const std::string& error() const { return m_error; }
 
-    /// Waits until the disk has everything, and keeps the file.
+    /// Waits until all data are on the disk, and keeps the file.
     bool commit(std::string& error);
 
 private:

@@ -65,7 +65,7 @@ bool RowFile::write(std::string& error)
         }
         if (written <= 0) {
             const int number = written == 0 ? EIO : errno;
-            // Of what was written before the refusal the whole lines stay.
+            // The complete lines that were written before the error stay.
             const QByteArray done = m_text.left(m_text.size() - static_cast<int>(left));
             m_whole += done.lastIndexOf('\n') + 1;
             m_lines += static_cast<std::uint64_t>(done.count('\n'));
@@ -83,7 +83,7 @@ bool RowFile::write(std::string& error)
 
 void RowFile::cut()
 {
-    // Shorter needs no space. There is nobody to report a failure to: what is wrong is known.
+    // Truncation needs no space. Its failure is not reported: the first error is already known.
     [[maybe_unused]] const int result = ::ftruncate(m_descriptor, m_whole);
 }
 

@@ -1,5 +1,5 @@
 /// @file
-/// The CSV file of a recording while it is written.
+/// The CSV file of a recording in progress.
 #pragma once
 
 #include "recording/recoptions.h"
@@ -14,34 +14,35 @@
 
 namespace samplelog {
 
-/// A new file that holds whole lines only, whatever happens to the disk. Errors are
-/// one line with the path and the reason. One thread at a time.
+/// A new file that contains complete lines only, even after a disk error. An error is one line with
+/// the path and the reason. One thread at a time.
 class RowFile
 {
 public:
-    /// @param columns which of the seven switches are on; the rest of the options is not used
+    /// @param columns only its seven switches are used
     explicit RowFile(const RecOptions& columns);
     ~RowFile();
     RowFile(const RowFile&) = delete;
     RowFile& operator=(const RowFile&) = delete;
 
-    /// Makes the file and writes the header. A file, folder or FIFO of this name is left alone.
+    /// Creates the file and writes the header. Fails if anything with this name exists, and does
+    /// not change it.
     bool create(const std::string& path, std::string& error);
 
-    /// Takes a row for the next flush().
+    /// Adds a row for the next flush().
     void add(const recorder::Row& row);
 
-    /// Writes what was added. Where the system refuses it, the file is cut behind its last whole
-    /// line, and the file is closed.
+    /// Writes the added rows. If a write fails, truncates the file after its last complete line and
+    /// closes it.
     bool flush(std::string& error);
 
-    /// Waits until the disk has everything, and closes.
+    /// Waits until all data are on the disk, and closes the file.
     bool finish(std::string& error);
 
-    /// Rows that stand in the file as a whole.
+    /// Number of complete rows in the file.
     std::uint64_t rows() const { return m_lines > 0 ? m_lines - 1 : 0; }
 
-    /// Takes the file away again: nothing was recorded.
+    /// Removes the file, because nothing was recorded.
     void remove();
 
 private:
@@ -52,9 +53,9 @@ private:
     RecOptions m_columns;
     std::string m_path;
     int m_descriptor = -1;
-    off_t m_whole = 0;         ///< bytes of whole lines in the file
-    std::uint64_t m_lines = 0; ///< whole lines in the file, the header included
-    QByteArray m_text;         ///< to be written
+    off_t m_whole = 0;         ///< bytes of complete lines in the file
+    std::uint64_t m_lines = 0; ///< complete lines in the file, including the header
+    QByteArray m_text;         ///< not yet written
 };
 
 } // namespace samplelog

@@ -13,7 +13,7 @@ std::array<double, 3> doubles(const om::Vector3<float>& v)
     return {double{v.x}, double{v.y}, double{v.z}};
 }
 
-/// Time of a slow sensor, s; 0 without the sensor.
+/// Time of a slow sensor, s; 0 if the camera does not have it.
 template <typename Block>
 double secondsOf(const Block& block)
 {

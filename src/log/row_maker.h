@@ -1,5 +1,5 @@
 /// @file
-/// Rows of a recording from the records of the camera library.
+/// Converts the camera library's records to rows of a recording.
 #pragma once
 
 #include "camera/camera_library.h"
@@ -11,7 +11,7 @@
 
 namespace samplelog {
 
-/// A row with what it was made at.
+/// A row, and the time and rate of its sample.
 struct TimedRow
 {
     recorder::Row row;
@@ -19,13 +19,13 @@ struct TimedRow
     float effectiveRate = 0.0F; ///< of the IMU, Hz
 };
 
-/// Makes one row of each new IMU sample, the first one included, with the values that the main
-/// program writes. One thread uses it.
+/// Makes one row of each new IMU sample, including the first, with the values that the main program
+/// writes. One thread at a time.
 class RowMaker
 {
 public:
-    /// The row of a record that was just polled; none where its IMU time is below 1 us or that of
-    /// the record before. The index counts the rows from 0.
+    /// The row of a new record; none if its IMU time is below 1 us or equals that of the previous
+    /// record. The index counts the rows from 0.
     std::optional<TimedRow> take(const om::SensorsData& record);
 
 private:

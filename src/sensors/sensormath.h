@@ -41,7 +41,7 @@ public:
         return Verdict::New;
     }
 
-    /// Of the newest sample: 1 over the time since the one before, Hz.
+    /// Rate at the newest sample, Hz: 1 divided by the time since the previous one.
     double rate() const { return m_rate; }
 
 private:
@@ -50,7 +50,7 @@ private:
     double m_rate = 0.0;
 };
 
-/// Seconds of a time stamp, with microsecond resolution.
+/// Time stamp in seconds, with microsecond resolution.
 double seconds(std::uint64_t timestampUs);
 
 /// The largest absolute value of the three components.
@@ -61,7 +61,7 @@ bool isSaturated(const om::Vector3<float>& magneticField);
 
 bool differ(const om::Vector3<float>& a, const om::Vector3<float>& b);
 
-/// Degrees of an angle in radians, in double precision, rounded to float.
+/// Converts radians to degrees in double precision and rounds to float.
 float degrees(float radian);
 
 /// The Euler angles of the record's pose, degrees.
@@ -92,20 +92,21 @@ struct SensorTemperatures
 
 SensorTemperatures sensorTemperatures(const om::SensorsData& record);
 
-/// Divided by the Euclidean length, all in float. A zero vector gives what float division gives.
+/// The vector divided by its Euclidean length, in float. For a zero vector no component is a
+/// number.
 om::Vector3<float> unit(const om::Vector3<float>& v);
 
-/// hPa of a pressure in Pa.
+/// Converts Pa to hPa.
 float hectopascals(float pascals);
 
-// Each takes a limit and a new value and gives the limit afterwards.
+// Each takes a limit and a new value and returns the new limit.
 
 float widenedRange(float range, float magnitude);
 
 float widenedPressureMax(float limit, float pressure); ///< hPa, 100 hPa beyond the value
 float widenedPressureMin(float limit, float pressure);
 
-/// By a tenth of the value, upward or downward as the sign of the old limit has it.
+/// Beyond the old limit: 1.1 or 0.9 times the value; the sign of the old limit decides which.
 float widenedAltitudeMax(float limit, float altitude);
 float widenedAltitudeMin(float limit, float altitude);
 
