@@ -38,8 +38,7 @@ Topic intervalTopic(const RecordingReport& report)
         return topic;
     }
     const analysis::Histogram& histogram = report.intervals;
-    auto bars =
-        makePlot(QStringLiteral("distance of rows in ms"), QStringLiteral("rows"), standardHeight);
+    auto bars = makePlot(QStringLiteral("interval in ms"), QStringLiteral("rows"), standardHeight);
     QVector<QwtIntervalSample> samples;
     Range counts;
     counts.take(0.0);
@@ -61,19 +60,18 @@ Topic intervalTopic(const RecordingReport& report)
         1e3 * (histogram.first + static_cast<double>(histogram.counts.size()) * histogram.width));
     setRange(*bars, QwtPlot::xBottom, distances, 0.0);
     addFigure(topic, QStringLiteral("interval-histogram"),
-              "Distances of neighbouring rows. Mean " +
-                  text(number(1e3 * report.timing.periodSeconds, 5)) + " ms, standard deviation " +
-                  text(number(1e6 * report.timing.jitterSeconds, 3)) +
-                  " µs, gaps left out. What lies outside counts in the last bar.",
+              "Intervals between rows. Mean " + text(number(1e3 * report.timing.periodSeconds, 5)) +
+                  " ms, standard deviation " + text(number(1e6 * report.timing.jitterSeconds, 3)) +
+                  " µs, without gaps. Values outside count in the first or last bar.",
               std::move(bars));
     addFigure(topic, QStringLiteral("interval-time"),
-              QStringLiteral("Shortest and longest distance of rows over time."),
-              timePlot(report, report.intervalEnvelope, QStringLiteral("distance in ms"), 0.0,
+              QStringLiteral("Shortest and longest interval between rows over time."),
+              timePlot(report, report.intervalEnvelope, QStringLiteral("interval in ms"), 0.0,
                        standardHeight));
     addFigure(topic, QStringLiteral("drift"),
-              QStringLiteral("Drift: by how much each time stamp is late against an even rate from "
-                             "the first row to the last, missing samples counted."),
-              timePlot(report, report.drift, QStringLiteral("late by ms"), 0.0, standardHeight));
+              QStringLiteral("Drift: delay of each time stamp against an even rate from the first "
+                             "row to the last. Missing samples count."),
+              timePlot(report, report.drift, QStringLiteral("delay in ms"), 0.0, standardHeight));
     return topic;
 }
 

@@ -124,7 +124,7 @@ void addMagnetometer(std::vector<Row>& rows, const std::vector<RecordingReport>&
         [](const MagnetometerReport& fit) { return vectorHtml(fit.aligned.offset, 4); });
     row("radii x / y / z", "µT",
         [](const MagnetometerReport& fit) { return vectorHtml(fit.aligned.radii, 4); });
-    row("residual, one radius an axis", "µT RMS",
+    row("residual, one radius per axis", "µT RMS",
         [](const MagnetometerReport& fit) { return escaped(number(fit.aligned.residualRms, 3)); });
     row("residual with cross terms", "µT RMS", [](const MagnetometerReport& fit) {
         return fit.full ? escaped(number(fit.full->residualRms, 3)) : QString("not observable");

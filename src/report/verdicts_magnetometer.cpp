@@ -32,7 +32,7 @@ void judgeMagnetometer(const RecordingReport& report, std::vector<Verdict>& verd
                      "-",
                      "at most " + plainNumber(mostCoverageGaps) + " of 100 areas empty; " +
                          plainNumber(mostCovered) + " at most (ours)",
-                     "Turn the camera through all orientations for a fit that can be trusted."};
+                     "Turn the camera through all orientations for a reliable fit."};
     const MagnetometerPart& part = *report.magnetometer;
     if (part.fit) {
         const double rms = part.fit->aligned.residualRms;
@@ -41,8 +41,8 @@ void judgeMagnetometer(const RecordingReport& report, std::vector<Verdict>& verd
         const double inDegrees = std::asin(std::min(1.0, rms / part.fit->aligned.radius)) * 57.3;
         residual.value = number(rms, 3) + " µT: " + residualNames[grade];
         residual.state = within(rms, residualLimits[1], residualLimits[2]);
-        residual.why = "Of offset and one radius an axis, as a camera stores them; it turns the "
-                       "field's direction by some " +
+        residual.why = "For offset and one radius per axis, as a camera stores them; it changes "
+                       "the direction of the field by about " +
                        number(inDegrees, 2) + "°.";
         coverage.value = number(gaps, 3) + " areas empty";
         coverage.state = within(gaps, mostCoverageGaps, mostCovered);

@@ -95,7 +95,7 @@ void TestReportPage::pageHasEveryPlot_data()
     QTest::addColumn<QString>("caption");
     for (const char* caption :
          {"Accelerometer x, less its mean", "Gyroscope z, less its mean", "Gaps are shaded",
-          "Distances of neighbouring rows", "Drift: by how much", "Gyroscope y: amplitude density",
+          "Intervals between rows", "Drift: delay of each", "Gyroscope y: amplitude density",
           "Gyroscope x: N 0.00", "Accelerometer z: N 0.00", "Length of the acceleration",
           "Gyroscope against the temperature", "Before, x-y: readings", "After, y-z: corrected",
           "Residuals: length"}) {
