@@ -10,6 +10,8 @@ if(GRAVIMON_SANITIZE)
   target_link_options(gravimon_options INTERFACE -fsanitize=${GRAVIMON_SANITIZE})
 endif()
 
+include(GravimonHardening)
+
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
 
 # gravimon_add_library(<folder> SOURCES ... [PUBLIC ...] [PRIVATE ...])
@@ -19,7 +21,8 @@ function(gravimon_add_library folder)
   cmake_parse_arguments(arg "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
   add_library(gravimon_${folder} STATIC ${arg_SOURCES})
   add_library(gravimon::${folder} ALIAS gravimon_${folder})
-  set_target_properties(gravimon_${folder} PROPERTIES AUTOMOC ON AUTORCC ON AUTOUIC ON)
+  set_target_properties(gravimon_${folder} PROPERTIES AUTOMOC ON AUTORCC ON AUTOUIC ON
+                        AUTORCC_EXECUTABLE "${PROJECT_BINARY_DIR}/rcc")
   target_include_directories(gravimon_${folder} PUBLIC "${PROJECT_SOURCE_DIR}/src")
-  target_link_libraries(gravimon_${folder} PUBLIC ${arg_PUBLIC} PRIVATE gravimon_options ${arg_PRIVATE})
+  target_link_libraries(gravimon_${folder} PUBLIC ${arg_PUBLIC} PRIVATE gravimon_options gravimon_hardening ${arg_PRIVATE})
 endfunction()
