@@ -1,10 +1,21 @@
 /// @file
-/// Samples per second that the loop of the sensor thread processes from scripted records: the poll
-/// of the library, the limits, the 3D view and all appends.
+/// The sensor thread's work on scripted records: samples per second of its loop (the poll of the
+/// library, the limits, the 3D view and all appends), and the longest time of one sample over hours
+/// of a stream, compared with series that grow by themselves.
 
 #include "support/viewersession.h"
 
+#include "viewer/sensorsample.h"
+
+#include <QFile>
+
 #include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <ctime>
+#include <thread>
+
+#include <sys/resource.h>
 
 using om::bench::SensorsEntry;
 using Location = om::SensorsData::TemperatureData::SENSOR_LOCATION;
@@ -81,8 +92,132 @@ void sensorLoop(benchmark::State& state, bool boardTemperatures)
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(samplesPerRun));
 }
 
+double milliseconds(clockid_t clock)
+{
+    timespec time{};
+    clock_gettime(clock, &time);
+    return 1e3 * static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_nsec);
+}
+
+/// How often another thread took the processor from this one.
+long interruptions()
+{
+    rusage usage{};
+    getrusage(RUSAGE_THREAD, &usage);
+    return usage.ru_nivcsw;
+}
+
+/// The longest of many short times.
+struct Longest
+{
+    template <typename Work>
+    void measure(Work work)
+    {
+        const long interruptionsBefore = interruptions();
+        const double processorBefore = milliseconds(CLOCK_THREAD_CPUTIME_ID);
+        const double elapsedBefore = milliseconds(CLOCK_MONOTONIC);
+        work();
+        const double took = milliseconds(CLOCK_MONOTONIC) - elapsedBefore;
+        processor = std::max(processor, milliseconds(CLOCK_THREAD_CPUTIME_ID) - processorBefore);
+        elapsed = std::max(elapsed, took);
+        if (took > undisturbed && interruptions() == interruptionsBefore) {
+            undisturbed = took;
+        }
+    }
+
+    double processor = 0.0;   ///< ms
+    double elapsed = 0.0;     ///< ms, with the interruptions of a busy machine
+    double undisturbed = 0.0; ///< ms, of those without one
+};
+
+/// The most memory that the process had since the call before, GiB.
+double peakSinceLastCall()
+{
+    double gibibytes = 0.0;
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (status.open(QIODevice::ReadOnly)) {
+        for (const QByteArray& line : status.readAll().split('\n')) {
+            if (line.startsWith("VmHWM:")) {
+                gibibytes = line.mid(6).trimmed().split(' ').first().toDouble() / (1 << 20);
+            }
+        }
+    }
+    QFile reset(QStringLiteral("/proc/self/clear_refs"));
+    if (reset.open(QIODevice::WriteOnly)) {
+        reset.write("5");
+    }
+    return gibibytes;
+}
+
+/// Hours of a stream, from GRAVIMON_STREAM_HOURS. A day takes 7 GiB and some minutes.
+double streamHours()
+{
+    bool isNumber = false;
+    const double hours = qEnvironmentVariable("GRAVIMON_STREAM_HOURS").toDouble(&isNumber);
+    return isNumber ? hours : 0.1;
+}
+
+/// The longest time of one sample, and of its part under the lock of the series.
+/// @param inSteps whether the series grow in steps, or each of them at once when it is full
+void longestSample(benchmark::State& state, bool inSteps)
+{
+    viewersession::bench().reset();
+    viewersession::Viewer viewer;
+    auto& probe = viewer.probe;
+    viewer.window->reset();
+    const auto samples = static_cast<std::uint64_t>(streamHours() * 3600.0 * 400.0);
+    for (auto _ : state) {
+        probe.initCharts();
+        peakSinceLastCall();
+        Longest whole;
+        Longest locked;
+        // As in a session: memory of another thread comes from another part of the heap.
+        std::thread sensorThread([&] {
+            sensorsample::Sampler sampler({probe.imuEffectiveRate, probe.imuStartTime},
+                                          {probe.baroEffectiveRate, probe.baroStartTime},
+                                          {probe.magEffectiveRate, probe.magStartTime},
+                                          {probe.accelRange, probe.gyroRange, probe.magRange,
+                                           probe.orientRange, probe.pressureMax, probe.pressureMin,
+                                           probe.altitudeMax, probe.altitudeMin,
+                                           probe.temperatureMax, probe.temperatureMin});
+            SensorsEntry entry;
+            for (std::uint64_t i = 0; i <= samples; ++i) {
+                fill(i, true, entry);
+                whole.measure([&] {
+                    const auto sample = sampler.take(entry.data);
+                    if (!sample.has_value()) {
+                        return;
+                    }
+                    locked.measure([&] {
+                        const QMutexLocker lock(&probe.dataMutex);
+                        probe.appendToSeries(*sample);
+                        if (inSteps) {
+                            probe.growSeries();
+                        }
+                    });
+                    probe.disposal.take(probe.growth.takeReplaced());
+                });
+            }
+        });
+        sensorThread.join();
+        if (probe.imuTime.size() != static_cast<int>(samples)) {
+            state.SkipWithError("samples were lost");
+        }
+        state.counters["GiB"] = peakSinceLastCall();
+        state.counters["locked_ms"] = locked.undisturbed;
+        state.counters["locked_ms_busy"] = locked.elapsed;
+        state.counters["locked_ms_cpu"] = locked.processor;
+        state.counters["whole_ms"] = whole.undisturbed;
+        state.counters["whole_ms_busy"] = whole.elapsed;
+        state.counters["whole_ms_cpu"] = whole.processor;
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(samples));
+}
+
 BENCHMARK_CAPTURE(sensorLoop, allSensors, true)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(sensorLoop, temperatureFallback, false)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(longestSample, growthInSteps, true)->Unit(benchmark::kSecond)->Iterations(1);
+BENCHMARK_CAPTURE(longestSample, growthAtOnce, false)->Unit(benchmark::kSecond)->Iterations(1);
 
 } // namespace
 

@@ -12,7 +12,9 @@
 #include "camera/DetectionThread.h"
 #include "camera/camera_library.h"
 #include "recording/recoptions.h"
+#include "viewer/disposal.h"
 #include "viewer/handover.h"
+#include "viewer/series_growth.h"
 #include "viewer/shared.h"
 
 #include <QDir>
@@ -151,6 +153,10 @@ private:
     /// Sensor thread: appends to the series, and writes a row of a running recording. Takes
     /// dataMutex.
     void storeSample(const sensorsample::Sample& sample);
+    /// The series' share of it. With dataMutex held.
+    void appendToSeries(const sensorsample::Sample& sample);
+    /// Prepares the series for further samples. After each sample, with dataMutex held.
+    void growSeries();
     /// The newest values and the rate of a sensor. With dataMutex held and accX not empty.
     void showValues(const QString& sensor);
     /// A press of a sensor's button: its titles, and changeSensor(). Nothing when not checked.
@@ -281,6 +287,11 @@ private:
     DetectionThread detectionThread;
 
     static constexpr int seriesCount = 37;
+    /// The first ones: those with samples. The others are the chart's working copies.
+    static constexpr int sampleSeriesCount = 33;
     /// All series in the order of their declaration.
     static const std::array<QVector<double> MainWindow::*, seriesCount> allSeries;
+
+    SeriesGrowth growth{sampleSeriesCount}; // of the series with samples
+    Disposal<QVector<double>> disposal;     // of the series that it replaced
 };

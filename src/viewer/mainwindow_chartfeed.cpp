@@ -14,6 +14,8 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -34,10 +36,13 @@ QVector<double> windowOf(const QVector<double>& series, int start, int count)
 void MainWindow::initCharts()
 {
     // Without the lock: no sensor thread runs when this is called.
+    std::vector<QVector<double>> former; // clear() would keep the memory of hours
     for (const auto series : allSeries) {
-        this->*series = QVector<double>(); // clear() would keep the memory of hours
+        former.push_back(std::exchange(this->*series, {}));
         (this->*series).reserve(reservedSamples);
     }
+    disposal.take(std::move(former));
+    growth.reset();
     DataPlot* const chart = ui->widget_chart;
     chart->setAutoReplot(false);
     for (int curve = 0; curve < DataPlot::curveCount; ++curve) {

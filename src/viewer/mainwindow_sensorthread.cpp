@@ -66,6 +66,26 @@ void MainWindow::showInView(const Sample& sample)
 
 void MainWindow::storeSample(const Sample& sample)
 {
+    {
+        const QMutexLocker lock(&dataMutex);
+        appendToSeries(sample);
+        if (recording) {
+            saveValues(imuTime.size() - 1);
+        }
+        growSeries();
+    }
+    disposal.take(growth.takeReplaced());
+}
+
+void MainWindow::growSeries()
+{
+    for (std::size_t i = 0; i < sampleSeriesCount; ++i) {
+        growth.step(i, this->*allSeries[i]);
+    }
+}
+
+void MainWindow::appendToSeries(const Sample& sample)
+{
     const struct
     {
         QVector<double> MainWindow::*series;
@@ -94,7 +114,6 @@ void MainWindow::storeSample(const Sample& sample)
         baroNewTempRight.append(static_cast<double>(sample.right));
     };
 
-    const QMutexLocker lock(&dataMutex);
     for (const auto& each : imuPaced) {
         (this->*each.series).append(static_cast<double>(each.value));
     }
@@ -118,8 +137,5 @@ void MainWindow::storeSample(const Sample& sample)
         magNewY.append(static_cast<double>(sample.field.y));
         magNewZ.append(static_cast<double>(sample.field.z));
         magNewTime.append(sample.magnetometer.time);
-    }
-    if (recording) {
-        saveValues(imuTime.size() - 1);
     }
 }

@@ -110,6 +110,9 @@ struct MainWindowProbe
     decltype(MainWindow::recOptions)& recOptions = window.recOptions;
     decltype(MainWindow::detectionThread)& detectionThread = window.detectionThread;
 
+    decltype(MainWindow::growth)& growth = window.growth;
+    decltype(MainWindow::disposal)& disposal = window.disposal;
+
     static constexpr int seriesCount = MainWindow::seriesCount;
     QVector<double>& series(int i) const
     {
@@ -130,4 +133,6 @@ struct MainWindowProbe
     void stopRecording() const { window.stopRecording(); }
     void dataThreadFunc() const { window.dataThreadFunc(); }
     void joinSensorThread() const { window.joinSensorThread(); }
+    void appendToSeries(const sensorsample::Sample& sample) const { window.appendToSeries(sample); }
+    void growSeries() const { window.growSeries(); }
 };

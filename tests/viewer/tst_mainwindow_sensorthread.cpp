@@ -6,6 +6,7 @@
 #include "gpu/OGL3DWidget.h"
 #include "gpu/Simple3DObject.h"
 #include "sensors/timeslice.h"
+#include "viewer/sensorsample.h"
 
 #include <QDir>
 #include <QSemaphore>
@@ -189,6 +190,55 @@ private slots:
         QCOMPARE(static_cast<double>(probe.imuEffectiveRate), 123.0);
         QCOMPARE(static_cast<double>(probe.baroEffectiveRate), 0.0);
         QCOMPARE(static_cast<double>(probe.magEffectiveRate), 0.0);
+    }
+
+    // Otherwise all series of one pace are copied with the same sample.
+    void seriesHaveTheNextCapacityBeforeTheyAreFull()
+    {
+        constexpr int samples = 23'990; // 24000 are reserved
+        std::vector<SensorsEntry> entries;
+        for (int i = 0; i <= samples; ++i) {
+            entries.push_back(withMagnetometer(
+                withBarometer(imuRecord(start + static_cast<std::uint64_t>(i) * period), start),
+                start));
+            entries.back().data.imu.linearAcceleration.x = static_cast<float>(i);
+        }
+        stream(std::move(entries));
+        auto& probe = viewer->probe;
+        QCOMPARE(probe.accX.size(), samples);
+        for (int i = 0; i < samples; ++i) {
+            QCOMPARE(probe.accX.at(i), i + 1.0);
+        }
+        int full = 0;
+        for (int i = 0; i < probe.seriesCount; ++i) {
+            if (probe.series(i).size() == samples) {
+                QCOMPARE(probe.series(i).capacity(), 32'765);
+                ++full;
+            }
+        }
+        QCOMPARE(full, 21); // without the temperature fallback
+    }
+
+    void clearedSeriesForgetTheGrowthThatWasUnderWay()
+    {
+        viewer = std::make_unique<Viewer>();
+        auto& probe = viewer->probe;
+        sensorsample::Sample sample;
+        const auto store = [&](int count, float first) {
+            for (int i = 0; i < count; ++i) {
+                sample.acceleration.x = first + static_cast<float>(i);
+                probe.appendToSeries(sample);
+                probe.growSeries();
+            }
+        };
+        store(18'300, 100'000.0F);
+        QVERIFY(probe.growth.copied(0) > 0);
+        probe.initCharts();
+        store(24'000, 0.0F);
+        QCOMPARE(probe.accX.size(), 24'000);
+        for (int i = 0; i < probe.accX.size(); ++i) {
+            QCOMPARE(probe.accX.at(i), static_cast<double>(i));
+        }
     }
 
     void aTimestampBelowAMicrosecondIsNoSample()

@@ -1,0 +1,66 @@
+#include "viewer/series_growth.h"
+
+#include <QtMath>
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace {
+
+/// The capacity of a full vector after one more append; 0 if there is none.
+int nextCapacity(int capacity)
+{
+    constexpr quint64 header = sizeof(QTypedArrayData<double>) / sizeof(double);
+    const quint64 next = qNextPowerOfTwo(static_cast<quint64>(capacity) + 1 + header) - header;
+    return next <= std::numeric_limits<int>::max() ? static_cast<int>(next) : 0;
+}
+
+} // namespace
+
+SeriesGrowth::SeriesGrowth(std::size_t count) : m_places(count) {}
+
+void SeriesGrowth::reset()
+{
+    std::fill(m_places.begin(), m_places.end(), Place());
+    m_replaced.clear();
+}
+
+std::vector<SeriesGrowth::Series> SeriesGrowth::takeReplaced()
+{
+    return std::exchange(m_replaced, {});
+}
+
+/// From 3/4 to 19/20 of the capacity: a copy that begins there ends before 63/64.
+int SeriesGrowth::startOfCopy(std::size_t number, int capacity) const
+{
+    const double delay = 0.2 * static_cast<double>(number) / static_cast<double>(m_places.size());
+    return static_cast<int>((0.75 + delay) * capacity);
+}
+
+void SeriesGrowth::advance(std::size_t number, Series& series)
+{
+    Place& place = m_places[number];
+    if (!place.copies) {
+        // Also where the series was reserved or has grown by itself since the last time.
+        const int capacity = series.capacity();
+        const int next = nextCapacity(capacity);
+        place.due =
+            next > 0 ? std::max(1, startOfCopy(number, capacity)) : std::numeric_limits<int>::max();
+        if (series.size() < place.due) {
+            return;
+        }
+        place.next.reserve(next);
+        place.copies = true;
+        place.due = 0;
+    }
+
+    const int end = std::min(place.next.size() + stride, series.size());
+    for (int i = place.next.size(); i < end; ++i) {
+        place.next.append(series.at(i));
+    }
+    if (place.next.size() == series.size()) {
+        m_replaced.push_back(std::exchange(series, std::exchange(place.next, Series())));
+        place.copies = false; // the next step finds out when the next copy is due
+    }
+}

@@ -1,0 +1,70 @@
+/// @file
+/// Growth of long series in small steps.
+#pragma once
+
+#include <QVector>
+
+#include <cstddef>
+#include <vector>
+
+/// Doubles the capacity of series before they are full, without copying any of them at once. A
+/// vector that grows by itself copies all its elements with one append: milliseconds after minutes
+/// at 400 Hz, a second after hours, and all series of the same pace do so with the same sample.
+///
+/// Each series is followed from three quarters of its capacity on, a little later from series to
+/// series: a second vector gets the next capacity and, with each step, up to `stride` elements of
+/// the series. When it has all of them, it takes the series' place.
+///
+/// - Between two steps a series holds exactly what was appended to it. It is not shared or changed
+///   otherwise.
+/// - A series that gets at most one element per step is replaced before it is full, so that no
+///   append reallocates. One that gets more may still grow by itself, which costs time only.
+/// - Capacities are those that the vector itself would choose.
+/// - One step takes O(stride) per series, plus an allocation when a copy begins.
+/// - If all series have the same length, the copies hold less than a quarter of the elements again.
+///
+/// One thread at a time uses it, with the lock of the series held.
+class SeriesGrowth
+{
+public:
+    using Series = QVector<double>;
+
+    /// Elements copied per step. At 32 a copy ends after 1/31 of the length at which it began.
+    static constexpr int stride = 32;
+
+    /// @param count of series, at least 1
+    explicit SeriesGrowth(std::size_t count);
+
+    /// To be called after each append, always with the same series for the same number.
+    /// @param number of the series, below count
+    void step(std::size_t number, Series& series)
+    {
+        if (series.size() >= m_places[number].due) {
+            advance(number, series);
+        }
+    }
+
+    /// Drops all copies. To be called before the next step when a series was cleared or replaced.
+    void reset();
+
+    /// The series that were replaced since the last call. To destroy a long one takes milliseconds,
+    /// which is why step() leaves this to the caller.
+    std::vector<Series> takeReplaced();
+
+    /// Elements of this series that exist twice, replaced series not included.
+    int copied(std::size_t number) const { return m_places[number].next.size(); }
+
+private:
+    struct Place
+    {
+        int due = 0; ///< size at which advance() is needed
+        bool copies = false;
+        Series next; ///< the first elements of the series, with the next capacity
+    };
+
+    int startOfCopy(std::size_t number, int capacity) const;
+    void advance(std::size_t number, Series& series);
+
+    std::vector<Place> m_places;
+    std::vector<Series> m_replaced;
+};

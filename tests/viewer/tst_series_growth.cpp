@@ -1,0 +1,276 @@
+#include "viewer/series_growth.h"
+
+#include <QTest>
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+using Series = SeriesGrowth::Series;
+
+constexpr int reserved = 24000; // as the window reserves
+
+/// A value of its own for each position, so that none can be lost or swapped unnoticed.
+double valueAt(int i)
+{
+    return i * 0.5 - 7.0;
+}
+
+/// A series that grows step by step, beside a vector that grows by itself.
+struct Pair
+{
+    Pair(std::size_t count, std::size_t which, int capacity) : growth(count), number(which)
+    {
+        stepped.reserve(capacity);
+        plain.reserve(capacity);
+    }
+
+    void append(double value)
+    {
+        stepped.append(value);
+        plain.append(value);
+        growth.step(number, stepped);
+    }
+
+    SeriesGrowth growth;
+    std::size_t number;
+    Series stepped;
+    Series plain;
+};
+
+} // namespace
+
+class TestSeriesGrowth : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void everySizeHasTheContentOfPlainAppends_data()
+    {
+        QTest::addColumn<int>("number");
+        QTest::addColumn<int>("capacity");
+        for (const int capacity : {0, 1, 2, 13, 100, 1000}) {
+            for (const int number : {0, 16, 32}) {
+                QTest::addRow("series %d, capacity %d", number, capacity) << number << capacity;
+            }
+        }
+    }
+
+    void everySizeHasTheContentOfPlainAppends()
+    {
+        QFETCH(int, number);
+        QFETCH(int, capacity);
+        Pair pair(33, static_cast<std::size_t>(number), capacity);
+        for (int i = 0; i < 2500; ++i) {
+            pair.append(valueAt(i));
+            QVERIFY(pair.stepped == pair.plain);
+        }
+    }
+
+    void contentStaysThroughAllDoublingsOfAnHour()
+    {
+        Pair pair(1, 0, reserved);
+        for (int i = 0; i < 3600 * 400; ++i) {
+            pair.append(valueAt(i));
+        }
+        QVERIFY(pair.stepped == pair.plain);
+    }
+
+    void noAppendReallocates_data()
+    {
+        QTest::addColumn<int>("capacity");
+        QTest::newRow("as reserved") << reserved;
+        QTest::newRow("small") << 50;
+    }
+
+    void noAppendReallocates()
+    {
+        QFETCH(int, capacity);
+        for (std::size_t number = 0; number < 33; ++number) {
+            SeriesGrowth growth(33);
+            Series series;
+            series.reserve(capacity);
+            for (int i = 0; i < 70'000; ++i) {
+                const double* const place = series.constData();
+                series.append(valueAt(i));
+                if (series.constData() != place) {
+                    QFAIL(qPrintable(QStringLiteral("series %1 at %2").arg(number).arg(i)));
+                }
+                growth.step(number, series);
+            }
+        }
+    }
+
+    void capacitiesAreThoseOfAVectorThatGrowsByItself()
+    {
+        Pair pair(33, 32, reserved);
+        QVector<int> stepped{pair.stepped.capacity()};
+        QVector<int> plain = stepped;
+        const auto note = [](QVector<int>& capacities, const Series& series) {
+            if (series.capacity() != capacities.last()) {
+                capacities << series.capacity();
+            }
+        };
+        for (int i = 0; i < 300'000; ++i) {
+            pair.append(valueAt(i));
+            note(stepped, pair.stepped);
+            note(plain, pair.plain);
+        }
+        QCOMPARE(stepped, (QVector<int>{24000, 32765, 65533, 131069, 262141, 524285}));
+        QCOMPARE(plain, stepped);
+    }
+
+    void aStepCopiesNoMoreThanTheStride()
+    {
+        Pair pair(1, 0, reserved);
+        int before = 0;
+        int most = 0;
+        for (int i = 0; i < 200'000; ++i) {
+            pair.append(valueAt(i));
+            most = std::max(most, pair.growth.copied(0) - before);
+            before = pair.growth.copied(0);
+        }
+        QCOMPARE(most, SeriesGrowth::stride);
+    }
+
+    void copiesHoldLessThanAQuarterAgain()
+    {
+        // As the window has them: series 0 to 17, 20 and 30 to 32 of IMU pace, the others slower.
+        constexpr int count = 33;
+        SeriesGrowth growth(count);
+        std::array<Series, count> series;
+        for (Series& each : series) {
+            each.reserve(reserved);
+        }
+        double most = 0.0;
+        for (int i = 0; i < 140'000; ++i) {
+            double held = 0.0;
+            double twice = 0.0;
+            for (std::size_t n = 0; n < count; ++n) {
+                const bool fast = n < 18 || n == 20 || n >= 30;
+                if (fast || i % 8 == 0) {
+                    series[n].append(valueAt(i));
+                }
+                growth.step(n, series[n]);
+                held += series[n].size();
+                twice += growth.copied(n);
+            }
+            for (const Series& replaced : growth.takeReplaced()) {
+                twice += replaced.size();
+            }
+            most = std::max(most, twice / held);
+        }
+        QVERIFY2(most > 0.0 && most < 0.25, qPrintable(QString::number(most)));
+    }
+
+    void seriesOfOneLengthAreReplacedOneAfterAnother()
+    {
+        constexpr int count = 33;
+        SeriesGrowth growth(count);
+        std::array<Series, count> series;
+        for (Series& each : series) {
+            each.reserve(reserved);
+        }
+        std::size_t replaced = 0;
+        for (int i = 0; i < reserved; ++i) {
+            for (std::size_t n = 0; n < count; ++n) {
+                series[n].append(valueAt(i));
+                growth.step(n, series[n]);
+            }
+            const auto now = growth.takeReplaced();
+            QVERIFY(now.size() <= 1);
+            replaced += now.size();
+        }
+        QCOMPARE(replaced, std::size_t{count});
+    }
+
+    void theReplacedSeriesIsHandedOutOnceAndWhole()
+    {
+        Pair pair(1, 0, reserved);
+        std::vector<Series> replaced;
+        int size = 0;
+        while (replaced.empty()) {
+            pair.append(valueAt(size++));
+            replaced = pair.growth.takeReplaced();
+        }
+        QCOMPARE(replaced.size(), std::size_t{1});
+        QCOMPARE(replaced.front().capacity(), reserved);
+        QVERIFY(replaced.front() == pair.plain);
+        QVERIFY2(replaced.front().isDetached() && pair.stepped.isDetached(), "nothing is shared");
+        QVERIFY(pair.growth.takeReplaced().empty());
+    }
+
+    void aSeriesClearedDuringACopyLosesNothingThatFollows_data()
+    {
+        QTest::addColumn<int>("copied");
+        for (const int copied : {1, 1000, 17'000}) {
+            QTest::addRow("after %d elements", copied) << copied;
+        }
+    }
+
+    void aSeriesClearedDuringACopyLosesNothingThatFollows()
+    {
+        QFETCH(int, copied);
+        SeriesGrowth growth(1);
+        Series series;
+        series.reserve(reserved);
+        for (int i = 0; growth.copied(0) < copied; ++i) {
+            QVERIFY(i < reserved);
+            series.append(-1.0);
+            growth.step(0, series);
+        }
+        series = Series();
+        series.reserve(reserved);
+        growth.reset();
+        QCOMPARE(growth.copied(0), 0);
+        Series expected;
+        for (int i = 0; i < 70'000; ++i) {
+            series.append(valueAt(i));
+            expected.append(valueAt(i));
+            growth.step(0, series);
+        }
+        QVERIFY(series == expected);
+    }
+
+    void aSeriesThatOutrunsItsCopyKeepsEveryElement()
+    {
+        // Two appends per step at first, then so many that the vector has to grow by itself.
+        Pair pair(1, 0, 1000);
+        int i = 0;
+        while (pair.growth.copied(0) == 0) {
+            pair.append(valueAt(i++));
+        }
+        for (const int burst : {2, 40, 5000, 1, 1}) {
+            for (int n = 1; n < burst; ++n, ++i) {
+                pair.stepped.append(valueAt(i));
+                pair.plain.append(valueAt(i));
+            }
+            pair.append(valueAt(i++));
+            QVERIFY(pair.stepped == pair.plain);
+        }
+        while (i < 100'000) {
+            pair.append(valueAt(i++));
+        }
+        QVERIFY(pair.stepped == pair.plain);
+    }
+
+    void aSharedSeriesLeavesItsCopiesAsTheyWere()
+    {
+        Pair pair(1, 0, reserved);
+        int i = 0;
+        while (pair.growth.copied(0) == 0) {
+            pair.append(valueAt(i++));
+        }
+        const Series shared = pair.stepped;
+        const Series expected = pair.plain;
+        while (pair.growth.copied(0) != 0) {
+            pair.append(valueAt(i++));
+        }
+        QVERIFY(shared == expected);
+        QVERIFY(pair.stepped == pair.plain);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestSeriesGrowth)
+#include "tst_series_growth.moc"
