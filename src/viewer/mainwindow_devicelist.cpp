@@ -5,7 +5,57 @@
 #include "camera/InputThreadModul.h"
 #include "ui_mainwindow.h"
 
+#include <QComboBox>
+#include <QString>
 #include <QTimer>
+
+namespace {
+
+/// While it lives, the box is not painted. At its end it is, if it then shows something else than
+/// at the beginning. The poll refills the list five times a second, and with each paint the whole
+/// window is composed again because of its 3D view.
+class QuietRefill
+{
+public:
+    explicit QuietRefill(QComboBox& box)
+        : m_box(box), m_wasDisabled(box.testAttribute(Qt::WA_UpdatesDisabled)), m_before(box)
+    {
+        // Not setUpdatesEnabled(): that paints whenever it enables.
+        m_box.setAttribute(Qt::WA_UpdatesDisabled);
+    }
+
+    ~QuietRefill()
+    {
+        m_box.setAttribute(Qt::WA_UpdatesDisabled, m_wasDisabled);
+        if (!(Content(m_box) == m_before)) {
+            m_box.update();
+        }
+    }
+
+    QuietRefill(const QuietRefill&) = delete;
+    QuietRefill& operator=(const QuietRefill&) = delete;
+
+private:
+    struct Content
+    {
+        explicit Content(const QComboBox& box) : text(box.currentText()), isEnabled(box.isEnabled())
+        {}
+
+        bool operator==(const Content& other) const
+        {
+            return text == other.text && isEnabled == other.isEnabled;
+        }
+
+        QString text; // of the rows only the current one is visible; the open list paints itself
+        bool isEnabled;
+    };
+
+    QComboBox& m_box;
+    const bool m_wasDisabled;
+    const Content m_before;
+};
+
+} // namespace
 
 int MainWindow::updateDeviceList(bool keepCurrent)
 {
@@ -47,20 +97,24 @@ int MainWindow::updateDeviceList(bool keepCurrent)
 
 bool MainWindow::detectMultipleDevice()
 {
-    const int count = updateDeviceList(false);
-    deviceListBusy = true;
-    const bool found = count > 0;
+    bool found = false;
+    {
+        const QuietRefill quiet(*ui->comboBox_camera_list);
+        found = updateDeviceList(false) > 0;
+        deviceListBusy = true;
+        if (found) {
+            ui->comboBox_camera_list->setCurrentIndex(0);
+        } else {
+            ui->comboBox_camera_list->addItem(tr("No cameras"));
+        }
+        ui->comboBox_camera_list->setEnabled(found);
+    }
     if (found) {
-        ui->comboBox_camera_list->setCurrentIndex(0);
-        ui->comboBox_camera_list->setEnabled(true);
         if (detectTimer != nullptr) {
             disconnect(detectTimer, SIGNAL(timeout())); // finds no connection in this direction
             stopTimer(detectTimer);
         }
         createLiveInput();
-    } else {
-        ui->comboBox_camera_list->addItem(tr("No cameras"));
-        ui->comboBox_camera_list->setEnabled(false);
     }
     deviceListBusy = false;
     return found;
@@ -82,5 +136,6 @@ void MainWindow::on_pushButton_refresh_list_clicked()
         cameraDisconnected();
         return;
     }
+    const QuietRefill quiet(*ui->comboBox_camera_list);
     updateDeviceList(true);
 }

@@ -4,6 +4,8 @@
 
 #include "camera/ProgramStates.h"
 
+#include <QComboBox>
+#include <QSignalSpy>
 #include <QThread>
 
 #include <atomic>
@@ -23,6 +25,31 @@ om::DeviceProperties device(int id, unsigned int serial, MODEL model)
     properties.cameraModel = model;
     return properties;
 }
+
+/// Counts the paint events of a widget and of all widgets in it.
+class PaintCounter : public QObject
+{
+public:
+    explicit PaintCounter(QWidget& root) : m_root(root) { qApp->installEventFilter(this); }
+
+    int count() const { return m_count; }
+
+protected:
+    bool eventFilter(QObject* object, QEvent* event) override
+    {
+        if (event->type() == QEvent::Paint) {
+            const auto* const widget = qobject_cast<QWidget*>(object);
+            if (widget == &m_root || m_root.isAncestorOf(widget)) {
+                ++m_count;
+            }
+        }
+        return false;
+    }
+
+private:
+    QWidget& m_root;
+    int m_count = 0;
+};
 
 } // namespace
 
@@ -86,6 +113,59 @@ private slots:
         QVERIFY(m_viewer->ui->comboBox_camera_list->isEnabled());
         QVERIFY(!probe.deviceListBusy);
         QTRY_VERIFY(m_viewer->streams(20000001));
+    }
+
+    // Five times a second, and each paint composes the whole window.
+    void anUnchangedListIsRefilledButNotPainted()
+    {
+        startWithoutPoll();
+        QVERIFY(QTest::qWaitForWindowExposed(viewer->window.get()));
+        const auto poll = [this] {
+            viewer->window->detectMultipleDevice();
+            QVERIFY(viewer->probe.detectionThread.wait(waiting::patienceMs));
+            // Layout requests, and the paints that follow from them.
+            QCoreApplication::sendPostedEvents();
+            QCoreApplication::processEvents();
+        };
+        poll();
+        PaintCounter paints(*viewer->window);
+        const QSignalSpy changes(viewer->ui->comboBox_camera_list,
+                                 QOverload<int>::of(&QComboBox::currentIndexChanged));
+        for (int i = 0; i < 5; ++i) {
+            poll();
+        }
+        QCOMPARE(paints.count(), 0);
+        QCOMPARE(changes.count(), 10); // no row, and the one row again
+        QCOMPARE(rows(), QStringList({"No cameras"}));
+        // It can still be painted.
+        viewer->ui->comboBox_camera_list->update();
+        QTRY_VERIFY(paints.count() > 0);
+    }
+
+    void aChangedListIsPainted_data()
+    {
+        QTest::addColumn<QString>("row");
+        QTest::addColumn<bool>("isEnabled");
+        QTest::newRow("another row") << "TIV_P - 20000001" << false;
+        QTest::newRow("the same row, enabled") << "No cameras" << true;
+    }
+
+    void aChangedListIsPainted()
+    {
+        QFETCH(QString, row);
+        QFETCH(bool, isEnabled);
+        startWithoutPoll();
+        QVERIFY(QTest::qWaitForWindowExposed(viewer->window.get()));
+        QComboBox* const list = viewer->ui->comboBox_camera_list;
+        viewer->probe.deviceListBusy = true; // its changes are no choices
+        list->clear();
+        list->addItem(row);
+        list->setEnabled(isEnabled);
+        QCoreApplication::sendPostedEvents();
+        QCoreApplication::processEvents();
+        PaintCounter paints(*list);
+        QVERIFY(!viewer->window->detectMultipleDevice());
+        QTRY_VERIFY(paints.count() > 0);
     }
 
     void thePollFindsACameraByItself()
