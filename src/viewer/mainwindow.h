@@ -293,5 +293,5 @@ private:
     static const std::array<QVector<double> MainWindow::*, seriesCount> allSeries;
 
     SeriesGrowth growth{sampleSeriesCount}; // of the series with samples
-    Disposal<QVector<double>> disposal;     // of the series that it replaced
+    Disposal<OldSeries> disposal;           // of replaced and cleared series
 };

@@ -36,9 +36,9 @@ QVector<double> windowOf(const QVector<double>& series, int start, int count)
 void MainWindow::initCharts()
 {
     // Without the lock: no sensor thread runs when this is called.
-    std::vector<QVector<double>> former; // clear() would keep the memory of hours
+    std::vector<OldSeries> former; // clear() would keep the memory of hours
     for (const auto series : allSeries) {
-        former.push_back(std::exchange(this->*series, {}));
+        former.emplace_back(std::exchange(this->*series, {}));
         (this->*series).reserve(reservedSamples);
     }
     disposal.take(std::move(former));

@@ -3,8 +3,12 @@
 #include <QtMath>
 
 #include <algorithm>
+#include <cstdint>
 #include <limits>
 #include <utility>
+
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace {
 
@@ -18,6 +22,22 @@ int nextCapacity(int capacity)
 
 } // namespace
 
+OldSeries::~OldSeries()
+{
+    if (!m_series.isDetached()) {
+        return;
+    }
+    // The whole pages that hold nothing but elements.
+    const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+    const auto begin = reinterpret_cast<std::uintptr_t>(m_series.constData());
+    const auto end = begin + static_cast<std::uintptr_t>(m_series.capacity()) * sizeof(double);
+    constexpr std::uintptr_t piece = 1 << 20;
+    for (std::uintptr_t at = (begin + page - 1) / page * page; at + page <= end; at += piece) {
+        madvise(reinterpret_cast<void*>(at), std::min(piece, (end - at) / page * page),
+                MADV_DONTNEED);
+    }
+}
+
 SeriesGrowth::SeriesGrowth(std::size_t count) : m_places(count) {}
 
 void SeriesGrowth::reset()
@@ -26,7 +46,7 @@ void SeriesGrowth::reset()
     m_replaced.clear();
 }
 
-std::vector<SeriesGrowth::Series> SeriesGrowth::takeReplaced()
+std::vector<OldSeries> SeriesGrowth::takeReplaced()
 {
     return std::exchange(m_replaced, {});
 }
@@ -60,7 +80,7 @@ void SeriesGrowth::advance(std::size_t number, Series& series)
         place.next.append(series.at(i));
     }
     if (place.next.size() == series.size()) {
-        m_replaced.push_back(std::exchange(series, std::exchange(place.next, Series())));
+        m_replaced.emplace_back(std::exchange(series, std::exchange(place.next, Series())));
         place.copies = false; // the next step finds out when the next copy is due
     }
 }

@@ -5,7 +5,25 @@
 #include <QVector>
 
 #include <cstddef>
+#include <utility>
 #include <vector>
+
+/// A series that nobody needs any more. Its destructor returns the memory to the system in pieces:
+/// as one piece, that of hours would keep another thread that maps memory waiting for milliseconds.
+/// Elements that another vector shares stay.
+class OldSeries
+{
+public:
+    explicit OldSeries(QVector<double> series) : m_series(std::move(series)) {}
+    ~OldSeries();
+    OldSeries(OldSeries&&) = default;
+    OldSeries& operator=(OldSeries&&) = delete;
+
+    const QVector<double>& elements() const { return m_series; }
+
+private:
+    QVector<double> m_series;
+};
 
 /// Doubles the capacity of series before they are full, without copying any of them at once. A
 /// vector that grows by itself copies all its elements with one append: milliseconds after minutes
@@ -49,7 +67,7 @@ public:
 
     /// The series that were replaced since the last call. To destroy a long one takes milliseconds,
     /// which is why step() leaves this to the caller.
-    std::vector<Series> takeReplaced();
+    std::vector<OldSeries> takeReplaced();
 
     /// Elements of this series that exist twice, replaced series not included.
     int copied(std::size_t number) const { return m_places[number].next.size(); }
@@ -66,5 +84,5 @@ private:
     void advance(std::size_t number, Series& series);
 
     std::vector<Place> m_places;
-    std::vector<Series> m_replaced;
+    std::vector<OldSeries> m_replaced;
 };

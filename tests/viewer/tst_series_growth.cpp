@@ -156,8 +156,8 @@ private slots:
                 held += series[n].size();
                 twice += growth.copied(n);
             }
-            for (const Series& replaced : growth.takeReplaced()) {
-                twice += replaced.size();
+            for (const OldSeries& replaced : growth.takeReplaced()) {
+                twice += replaced.elements().size();
             }
             most = std::max(most, twice / held);
         }
@@ -188,16 +188,16 @@ private slots:
     void theReplacedSeriesIsHandedOutOnceAndWhole()
     {
         Pair pair(1, 0, reserved);
-        std::vector<Series> replaced;
         int size = 0;
-        while (replaced.empty()) {
+        while (pair.stepped.capacity() == reserved) {
             pair.append(valueAt(size++));
-            replaced = pair.growth.takeReplaced();
         }
+        const auto replaced = pair.growth.takeReplaced();
         QCOMPARE(replaced.size(), std::size_t{1});
-        QCOMPARE(replaced.front().capacity(), reserved);
-        QVERIFY(replaced.front() == pair.plain);
-        QVERIFY2(replaced.front().isDetached() && pair.stepped.isDetached(), "nothing is shared");
+        const Series& old = replaced.front().elements();
+        QCOMPARE(old.capacity(), reserved);
+        QVERIFY(old == pair.plain);
+        QVERIFY2(old.isDetached() && pair.stepped.isDetached(), "nothing is shared");
         QVERIFY(pair.growth.takeReplaced().empty());
     }
 
@@ -253,6 +253,52 @@ private slots:
             pair.append(valueAt(i++));
         }
         QVERIFY(pair.stepped == pair.plain);
+    }
+
+    void anOldSeriesLeavesASharedCopyAsItWas()
+    {
+        Series series;
+        for (int i = 0; i < 1'000'000; ++i) {
+            series.append(valueAt(i));
+        }
+        Series expected = series;
+        expected.detach();
+        const Series shared = series;
+        {
+            const OldSeries old(std::move(series));
+        }
+        QVERIFY(shared == expected);
+    }
+
+    void anOldSeriesReturnsNothingBesideItsElements_data()
+    {
+        QTest::addColumn<int>("capacity");
+        for (const int capacity : {0, 1, 510, 512, 1024, 100'000, 131'069, 131'072, 300'000}) {
+            QTest::addRow("%d", capacity) << capacity;
+        }
+    }
+
+    void anOldSeriesReturnsNothingBesideItsElements()
+    {
+        QFETCH(int, capacity);
+        // On the heap one block follows the other.
+        std::vector<std::vector<double>> before;
+        std::vector<std::vector<double>> behind;
+        std::vector<OldSeries> old;
+        for (int i = 0; i < 4; ++i) {
+            before.emplace_back(1000, valueAt(i));
+            Series series;
+            series.reserve(capacity);
+            series.fill(valueAt(i), capacity);
+            old.emplace_back(std::move(series));
+            behind.emplace_back(1000, valueAt(i));
+        }
+        old.clear();
+        for (std::size_t i = 0; i < 4; ++i) {
+            const std::vector<double> expected(1000, valueAt(static_cast<int>(i)));
+            QVERIFY(before[i] == expected);
+            QVERIFY(behind[i] == expected);
+        }
     }
 
     void aSharedSeriesLeavesItsCopiesAsTheyWere()
