@@ -1,4 +1,5 @@
 #include "viewer/disposal.h"
+#include "support/waiting.h"
 
 #include <QSemaphore>
 #include <QTest>
@@ -21,9 +22,10 @@ struct Slow
     explicit Slow(Witness& owner) : witness(owner) {}
     ~Slow()
     {
-        witness.permits.acquire();
-        witness.thread = std::this_thread::get_id();
-        witness.destroyed.release();
+        if (waiting::acquire(witness.permits)) {
+            witness.thread = std::this_thread::get_id();
+            witness.destroyed.release();
+        }
     }
     Slow(const Slow&) = delete;
     Slow& operator=(const Slow&) = delete;
@@ -70,7 +72,7 @@ private slots:
         disposal.take(objects(witness, 2));
         QCOMPARE(witness.destroyed.available(), 0);
         witness.permits.release(3);
-        witness.destroyed.acquire(3);
+        QVERIFY(witness.destroyed.tryAcquire(3, waiting::patienceMs));
     }
 
     void everyObjectIsDestroyedByTheEnd()
@@ -93,7 +95,7 @@ private slots:
         disposal.take({});
         witness.permits.release(1);
         disposal.take(objects(witness, 1));
-        witness.destroyed.acquire(1);
+        QVERIFY(witness.destroyed.tryAcquire(1, waiting::patienceMs));
     }
 };
 
