@@ -3,6 +3,7 @@
 #include "analysis/row_reader.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace analysis {
 
@@ -117,6 +118,24 @@ void readName(const std::string& path, Recording& recording)
 
 } // namespace
 
+std::string leftOutText(const ReadReport& report)
+{
+    const std::pair<std::uint64_t, const char*> reasons[] = {
+        {report.tornRows, "with another number of fields than the header"},
+        {report.invalidRows, "with a field that is no number from -1e9 to 1e9"},
+        {report.repeatedRows, "with the time of the row before"},
+        {report.backwardRows, "with a time before that of the row before"},
+    };
+    std::string text;
+    for (const auto& [number, what] : reasons) {
+        if (number > 0) {
+            text += (text.empty() ? "" : ", ") + std::to_string(number) +
+                    (number == 1 ? " row " : " rows ") + what;
+        }
+    }
+    return text;
+}
+
 std::optional<Recording> parseRecording(const char* begin, const char* end, const std::string& path,
                                         const Wanted& wanted, std::string& error,
                                         const std::function<bool(double)>& progress)
@@ -141,7 +160,9 @@ std::optional<Recording> parseRecording(const char* begin, const char* end, cons
         return std::nullopt;
     }
     if (recording.report.rows < 2) {
-        error = path + ": has less than two rows that can be used";
+        const std::string leftOut = leftOutText(recording.report);
+        error = path + ": has less than two rows that can be used" +
+                (leftOut.empty() ? "" : "; left out: " + leftOut);
         return std::nullopt;
     }
     return recording;

@@ -43,6 +43,9 @@ struct ReadReport
     std::uint64_t backwardRows = 0; ///< with a time before that of the row before
 };
 
+/// What was left out and why, as part of a sentence; empty where nothing was.
+std::string leftOutText(const ReadReport& report);
+
 /// The samples of one file. The times of the rows increase.
 struct Recording
 {

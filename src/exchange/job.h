@@ -2,6 +2,7 @@
 /// What the writers of all formats share.
 #pragma once
 
+#include "analysis/recording.h"
 #include "exchange/sample_source.h"
 #include "exchange/samples.h"
 
@@ -40,7 +41,9 @@ protected:
 inline bool hasRows(const Job& job, const analysis::ReadReport& report, std::string& error)
 {
     if (report.rows == 0) {
-        error = job.input + ": has no row that can be used";
+        const std::string leftOut = analysis::leftOutText(report);
+        error = job.input + ": has no row that can be used" +
+                (leftOut.empty() ? "" : "; left out: " + leftOut);
     }
     return report.rows > 0;
 }

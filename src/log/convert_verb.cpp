@@ -1,3 +1,4 @@
+#include "analysis/recording.h"
 #include "exchange/convert.h"
 #include "log/arguments.h"
 #include "log/command_line.h"
@@ -33,29 +34,6 @@ std::vector<std::string> namesOf(const std::map<std::string, Value>& map)
     return names;
 }
 
-std::string rows(std::uint64_t number, const std::string& what)
-{
-    return std::to_string(number) + (number == 1 ? " row " : " rows ") + what;
-}
-
-/// What was left out, one line; empty where nothing was.
-std::string leftOut(const analysis::ReadReport& report)
-{
-    const std::pair<std::uint64_t, const char*> reasons[] = {
-        {report.tornRows, "with another number of fields than the header"},
-        {report.invalidRows, "with something that is no number"},
-        {report.repeatedRows, "with the time of the row before"},
-        {report.backwardRows, "with a time before that of the row before"},
-    };
-    std::string text;
-    for (const auto& [number, what] : reasons) {
-        if (number > 0) {
-            text += (text.empty() ? "" : ", ") + rows(number, what);
-        }
-    }
-    return text;
-}
-
 int convert(const exchange::ConvertOptions& options)
 {
     EndSignals signals;
@@ -81,7 +59,7 @@ int convert(const exchange::ConvertOptions& options)
               << counts.magneticField << " of the magnetometer, " << counts.barometer
               << " of the barometer, " << counts.temperatures << " of the temperatures"
               << std::endl;
-    if (const std::string text = leftOut(result.report); !text.empty()) {
+    if (const std::string text = analysis::leftOutText(result.report); !text.empty()) {
         std::cerr << "gravimon-log: " << options.input << ": left out: " << text << "\n";
     }
     return DONE;

@@ -10,6 +10,7 @@
 #include <QApplication>
 #include <QFile>
 #include <QFileInfo>
+#include <QLocale>
 #include <QSaveFile>
 #include <QString>
 #include <QtGlobal>
@@ -76,6 +77,15 @@ struct Output
     const char* option;
     std::string path;
 };
+
+/// Equal for two names of one file, also of one that is not there yet.
+QString placeOf(const Output& output)
+{
+    const QFileInfo file(QFile::decodeName(output.path.c_str()));
+    return file.exists()
+               ? file.canonicalFilePath()
+               : QFileInfo(file.absolutePath()).canonicalFilePath() + "/" + file.fileName();
+}
 
 /// The reason why the file can't be written, known before the recordings are read; empty where
 /// nothing speaks against it.
@@ -166,7 +176,8 @@ std::string mistakeIn(const Command& command)
     const std::vector<Output> outputs = outputsOf(command);
     for (const Output& output : outputs) {
         for (const Output& other : outputs) {
-            if (&other != &output && !output.path.empty() && output.path == other.path) {
+            if (&other != &output && !output.path.empty() && !other.path.empty() &&
+                placeOf(output) == placeOf(other)) {
                 return "report: " + std::string(output.option) + " and " + other.option +
                        " name the same file: " + output.path;
             }
@@ -206,10 +217,24 @@ std::optional<std::vector<RecordingReport>> analyseAll(const Command& command)
     return reports;
 }
 
+/// The numbers at the axes with a point, whatever the user's language: as all others in the report.
+class PlainNumbers
+{
+public:
+    PlainNumbers() { QLocale::setDefault(QLocale::c()); }
+    ~PlainNumbers() { QLocale::setDefault(m_before); }
+    PlainNumbers(const PlainNumbers&) = delete;
+    PlainNumbers& operator=(const PlainNumbers&) = delete;
+
+private:
+    const QLocale m_before;
+};
+
 /// Page and PDF.
 bool writeDrawn(const Command& command, const std::vector<RecordingReport>& reports)
 {
     const auto application = drawingApplication();
+    const PlainNumbers numbers;
     std::vector<std::vector<Topic>> topics;
     for (const RecordingReport& report : reports) {
         topics.push_back(topicsOf(report));
@@ -257,6 +282,10 @@ OUTCOME run(const Command& command)
     for (const RecordingReport& report : *reports) {
         print(report);
         failed = failed || report.overall() == STATE::FAILED;
+    }
+    if (!std::cout.flush()) {
+        complain("the verdicts can't be written to standard output");
+        return NOT_REPORTED;
     }
     return failed ? VERDICT_FAILED : JUDGED_GOOD;
 }

@@ -55,13 +55,13 @@ std::unique_ptr<QwtPlot> allanPlot(const AxisReport& axis, const QString& unit)
         band.append({point.tau, point.low, point.high});
         curve.append({point.tau, point.deviation});
     }
-    if (!axis.allanWithLines.empty()) {
+    if (!axis.allanAsRecorded.empty()) {
         QVector<QPointF> raw;
-        for (const AllanPoint& point : axis.allanWithLines) {
+        for (const AllanPoint& point : axis.allanAsRecorded) {
             raw.append({point.tau, point.deviation});
             deviations.take(point.deviation);
         }
-        addLine(*plot, QStringLiteral("with vibration"), raw, QPen(ink, 1.2, Qt::DotLine));
+        addLine(*plot, QStringLiteral("as recorded"), raw, QPen(ink, 1.2, Qt::DotLine));
     }
     addBand(*plot, QStringLiteral("68 %"), band, lightBlue, QPen(lightBlue, 0.8));
     addLine(*plot, QStringLiteral("σ"), curve, QPen(blue, 2.0));

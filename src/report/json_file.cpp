@@ -151,10 +151,10 @@ json axisOf(const RecordingReport& report, const AxisReport& axis, const Units& 
         object.setMissing("temperature_slope", "the temperature of the IMU did not change by a "
                                                "degree while the camera was at rest");
     }
-    const bool hasLines = !axis.allanWithLines.empty();
-    object.set("allan", allanOf(hasLines ? axis.allanWithLines : axis.noise.allan, units.sample));
-    if (hasLines) {
-        object.set("allan_without_lines", allanOf(axis.noise.allan, units.sample));
+    const bool cleaned = !axis.allanAsRecorded.empty();
+    object.set("allan", allanOf(cleaned ? axis.allanAsRecorded : axis.noise.allan, units.sample));
+    if (cleaned) {
+        object.set("allan_of_noise", allanOf(axis.noise.allan, units.sample));
     }
     json lines = json::array();
     for (const analysis::SpectralLine& line : axis.lines) {

@@ -68,9 +68,10 @@ constexpr std::array<const char*, 3> axisNames{"x", "y", "z"};
 /// One axis of accelerometer or gyroscope, in m/s^2 or degrees per second.
 struct AxisReport
 {
-    analysis::AxisNoise noise; ///< without the lines of the spectrum
-    /// Of the samples as they are; empty where the spectrum has no lines.
-    std::vector<analysis::AllanPoint> allanWithLines;
+    /// Without lines of the spectrum, spikes, and what follows the temperature.
+    analysis::AxisNoise noise;
+    /// Of the samples as they are; empty where nothing was taken out of them.
+    std::vector<analysis::AllanPoint> allanAsRecorded;
     analysis::Spectrum spectrum;
     std::vector<analysis::SpectralLine> lines;
     Envelope envelope; ///< of the whole recording
@@ -80,7 +81,7 @@ struct AxisReport
     double maximum = 0.0;
     double longestEqualSeconds = 0.0; ///< the value did not change for so long
     std::uint64_t saturated = 0;      ///< samples at the end of the range
-    std::uint64_t spikes = 0;         ///< single samples far off their neighbours
+    std::uint64_t spikes = 0;         ///< at rest: single samples far off their neighbours
     std::vector<Point> temperature;   ///< degrees Celsius, mean of the axis at rest
     /// Unit of the axis per degree Celsius, where the temperature changed enough to say.
     std::optional<double> temperatureSlope;

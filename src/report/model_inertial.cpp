@@ -1,8 +1,11 @@
 #include "report/model_parts.h"
+
+#include "analysis/disturbances.h"
 #include "report/series.h"
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace report {
 
@@ -91,6 +94,39 @@ std::optional<double> slopeOf(const std::vector<Point>& points)
     return xy / xx;
 }
 
+/// Spectrum and noise at rest. What is no noise of the sensor would hide the slopes of the
+/// deviation, or look like them: it is taken out.
+void analyseAxisNoise(const Recording& recording, const std::vector<double>& part, const Rest& rest,
+                      AxisReport& axis)
+{
+    const double rate = rest.timing.rateHz;
+    const double period = rest.timing.periodSeconds;
+    Stretches stretches = stretchesOf(part, rest.timing);
+    axis.spectrum = analysis::welch(stretches, rate);
+    axis.lines = analysis::spectralLines(axis.spectrum);
+    if (axis.lines.size() > mostLines) {
+        axis.lines.resize(mostLines);
+    }
+    std::vector<analysis::AllanPoint> asRecorded = analysis::overlappingAllan(stretches, period);
+    if (axis.temperatureSlope) {
+        const Part<Nanoseconds> times(recording.times, rest.rows);
+        std::vector<double> even = part;
+        analysis::removeTemperature(even, *times, recording.temperatureTimes,
+                                    recording.temperatures[imuTemperature], *axis.temperatureSlope);
+        stretches = stretchesOf(even, rest.timing);
+    }
+    analysis::removeLines(stretches, rate, axis.lines);
+    axis.spikes = analysis::removeSpikes(stretches);
+    if (axis.spikes > 0) {
+        // They were in the waves that fitted best.
+        analysis::removeLines(stretches, rate, axis.lines);
+    }
+    axis.noise = analysis::analyseNoise(stretches, period);
+    if (axis.temperatureSlope || axis.spikes > 0 || !axis.lines.empty()) {
+        axis.allanAsRecorded = std::move(asRecorded);
+    }
+}
+
 } // namespace
 
 InertialReport analyseInertial(const Recording& recording, const Vectors& vectors,
@@ -113,26 +149,11 @@ InertialReport analyseInertial(const Recording& recording, const Vectors& vector
         }
         const Part<double> part(values, rest->rows);
         meanAndDeviation(*part, axis.mean, axis.deviation);
-        axis.spikes = spikesIn(*part);
-        {
-            Stretches stretches = stretchesOf(*part, rest->timing);
-            axis.spectrum = analysis::welch(stretches, rest->timing.rateHz);
-            axis.lines = analysis::spectralLines(axis.spectrum);
-            if (axis.lines.size() > mostLines) {
-                axis.lines.resize(mostLines);
-            }
-            // A vibration is no noise: its waves in the deviation would hide the slopes.
-            if (!axis.lines.empty()) {
-                axis.allanWithLines =
-                    analysis::overlappingAllan(stretches, rest->timing.periodSeconds);
-                analysis::removeLines(stretches, rest->timing.rateHz, axis.lines);
-            }
-            axis.noise = analysis::analyseNoise(stretches, rest->timing.periodSeconds);
-        }
         if (!recording.temperatureTimes.empty()) {
             axis.temperature = againstTemperature(recording, values, rest->rows);
             axis.temperatureSlope = slopeOf(axis.temperature);
         }
+        analyseAxisNoise(recording, *part, *rest, axis);
     }
     return report;
 }

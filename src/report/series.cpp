@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
+#include <set>
 
 namespace report {
 
@@ -11,10 +13,48 @@ using analysis::Gap;
 using analysis::Nanoseconds;
 using analysis::Timing;
 
-constexpr double spikeFactor = 10.0;
 constexpr std::size_t leastSaturatedRun = 4;
-/// So many distances say what is usual.
-constexpr std::size_t spikeSample = 100'000;
+/// The tail of a distribution gets thinner: so many samples at its last value, and so many times
+/// those at the last but one, are no tail.
+constexpr std::uint64_t leastPiled = 8;
+constexpr std::uint64_t piledFactor = 4;
+/// An axis with fewer values has no tail to compare with.
+constexpr std::size_t leastValues = 32;
+
+bool hasManyValues(const std::vector<double>& values)
+{
+    std::set<double> different;
+    for (const double value : values) {
+        different.insert(value);
+        if (different.size() == leastValues) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Samples at the highest value, or with `sign` -1 at the lowest one, where they pile up there.
+std::uint64_t piledAt(const std::vector<double>& values, double sign)
+{
+    double last = -std::numeric_limits<double>::infinity();
+    double lastButOne = last;
+    for (const double value : values) {
+        const double outward = sign * value;
+        if (outward > last) {
+            lastButOne = last;
+            last = outward;
+        } else if (outward < last && outward > lastButOne) {
+            lastButOne = outward;
+        }
+    }
+    std::uint64_t atLast = 0;
+    std::uint64_t atLastButOne = 0;
+    for (const double value : values) {
+        atLast += sign * value == last ? 1 : 0;
+        atLastButOne += sign * value == lastButOne ? 1 : 0;
+    }
+    return atLast >= leastPiled && atLast > piledFactor * atLastButOne ? atLast : 0;
+}
 
 } // namespace
 
@@ -67,38 +107,6 @@ Envelope driftOf(const std::vector<Nanoseconds>& times, const Timing& timing)
     });
 }
 
-std::uint64_t spikesIn(const std::vector<double>& values)
-{
-    if (values.size() < 16) {
-        return 0;
-    }
-    const auto off = [&](std::size_t i) {
-        return values[i] - 0.5 * (values[i - 1] + values[i + 1]);
-    };
-    const std::size_t step = values.size() / spikeSample + 1;
-    std::vector<double> usual;
-    for (std::size_t i = 1; i + 1 < values.size(); i += step) {
-        usual.push_back(std::abs(off(i)));
-    }
-    const auto middle = usual.begin() + static_cast<std::ptrdiff_t>(usual.size() / 2);
-    std::nth_element(usual.begin(), middle, usual.end());
-    const double deviation = 1.4826 * *middle;
-    if (!(deviation > 0.0)) {
-        return 0;
-    }
-    const double most = spikeFactor * deviation;
-    std::uint64_t spikes = 0;
-    for (std::size_t i = 1; i + 1 < values.size(); ++i) {
-        const double before = values[i] - values[i - 1];
-        const double after = values[i] - values[i + 1];
-        const bool peak = before * after > 0.0;
-        if (peak && std::min(std::abs(before), std::abs(after)) > most) {
-            ++spikes;
-        }
-    }
-    return spikes;
-}
-
 std::size_t longestEqualRun(const std::vector<double>& values)
 {
     std::size_t longest = 0;
@@ -133,7 +141,10 @@ std::uint64_t saturatedIn(const std::vector<double>& values, double least)
         }
     }
     close();
-    return saturated;
+    // Spikes and peaks that the range cuts off reach its end for single samples only.
+    const std::uint64_t piled =
+        hasManyValues(values) ? piledAt(values, 1.0) + piledAt(values, -1.0) : 0;
+    return std::max(saturated, piled);
 }
 
 } // namespace report

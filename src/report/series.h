@@ -61,15 +61,12 @@ std::vector<Point> gapSpansOf(const std::vector<analysis::Gap>& gaps, analysis::
 /// counted. The even rate is that from the first sample to the last.
 Envelope driftOf(const std::vector<analysis::Nanoseconds>& times, const analysis::Timing& timing);
 
-/// Samples that lie far off both of their neighbours, on the same side, while those are close to
-/// each other: by more than 10 times the usual distance.
-std::uint64_t spikesIn(const std::vector<double>& values);
-
 /// The longest run of equal values, in rows.
 std::size_t longestEqualRun(const std::vector<double>& values);
 
-/// Samples in runs of at least 4 at exactly the lowest or the highest value of the axis, where that
-/// lies beyond `least` from zero: a sensor at the end of its range.
+/// Samples of a sensor at the end of its range: in runs of at least 4 at exactly the lowest or the
+/// highest value of the axis, where that lies beyond `least` from zero, or piled up at that value,
+/// which the tail of a distribution does not do.
 std::uint64_t saturatedIn(const std::vector<double>& values, double least);
 
 } // namespace report

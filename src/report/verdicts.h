@@ -29,12 +29,12 @@ struct NoiseLimits
 };
 
 constexpr NoiseLimits accelerometerLimits{
-    {0.002, 0.004}, // m/s^2/sqrt(Hz): 200 and 400 ug/sqrt(Hz)
+    {0.001, 0.004}, // m/s^2/sqrt(Hz): 100 and 400 ug/sqrt(Hz)
     {0.001, 0.005}, // m/s^2: 100 and 500 ug
     {0.0005, 0.003} // m/s^3/sqrt(Hz)
 };
 constexpr NoiseLimits gyroscopeLimits{
-    {0.008, 0.02},  // deg/s/sqrt(Hz)
+    {0.006, 0.02},  // deg/s/sqrt(Hz)
     {0.005, 0.02},  // deg/s: 18 and 72 degrees per hour
     {0.0005, 0.005} // deg/s^2/sqrt(Hz)
 };

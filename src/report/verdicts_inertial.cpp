@@ -17,6 +17,7 @@ constexpr double goodGravity = 0.2; // m/s^2
 constexpr double mostGravity = 0.5;
 constexpr double mostEqualSeconds = 0.5;
 constexpr double mostSpikeShare = 1e-5;     // of the samples
+constexpr double mostFilledShare = 0.01;    // of the samples
 constexpr double leastDensityShare = 0.02;  // of the good density
 constexpr double leastLineAmplitude = 0.02; // m/s^2
 
@@ -99,8 +100,8 @@ void judgeHealth(const RecordingReport& report, const Sensor& sensor,
     verdicts.push_back({id + ".saturation", name + " within its range",
                         saturated > 0 ? STATE::FAILED : STATE::PASSED,
                         number(saturated) + " samples at the end of the range", "none",
-                        "Runs of at least 4 samples at exactly the highest or lowest value of an "
-                        "axis, far from zero."});
+                        "Samples at exactly the highest or lowest value of an axis: runs of at "
+                        "least 4 far from zero, or more than noise leaves there."});
     if (report.rest) {
         const double share = static_cast<double>(spikes) / std::max(rows, 1.0);
         verdicts.push_back({id + ".spikes", name + " without spikes",
@@ -110,7 +111,7 @@ void judgeHealth(const RecordingReport& report, const Sensor& sensor,
                             number(spikes) + " spikes",
                             "none; at most one in 100000 samples (ours)",
                             "Single samples at rest that lie off both neighbours by more than 10 "
-                            "standard deviations."});
+                            "standard deviations. They are left out of the noise."});
     }
 }
 
@@ -173,6 +174,9 @@ void judgeCoefficient(const RecordingReport& report, const Sensor& sensor, const
     if (density && report.decimated && verdict.state != STATE::PASSED) {
         verdict.state = STATE::WARNED;
         verdict.why += " The file is decimated, so that the value is an upper bound.";
+    }
+    if (missingShareOf(report) > mostFilledShare) {
+        verdict.why += " So many samples are missing that what fills their gaps changes the value.";
     }
     verdicts.push_back(verdict);
 }

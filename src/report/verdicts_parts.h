@@ -20,6 +20,9 @@ void judgeTemperature(const RecordingReport& report, std::vector<Verdict>& verdi
 /// Adds nothing if the six positions are not requested.
 void judgeSixPositions(const RecordingReport& report, std::vector<Verdict>& verdicts);
 
+/// Missing samples as a share of all that should be there.
+double missingShareOf(const RecordingReport& report);
+
 /// PASSED up to `good`, WARNED up to `usual`, FAILED above.
 STATE within(double value, double good, double usual);
 

@@ -20,14 +20,16 @@ void judgeTemperature(const RecordingReport& report, std::vector<Verdict>& verdi
     }
     const double low = report.temperatures->minimum[imuTemperature];
     const double high = report.temperatures->maximum[imuTemperature];
-    Verdict verdict{"temperature",
-                    "Temperature of the IMU",
-                    STATE::PASSED,
-                    number(low, 3) + " to " + number(high, 3) + " °C",
-                    plainNumber(coldest) + " to " + plainNumber(hottest) +
-                        " °C (the industrial range); a change of " +
-                        plainNumber(mostTemperatureChange) + " °C at most (ours)",
-                    "A change takes the biases with it, and shows as random walk."};
+    Verdict verdict{
+        "temperature",
+        "Temperature of the IMU",
+        STATE::PASSED,
+        number(low, 3) + " to " + number(high, 3) + " °C",
+        plainNumber(coldest) + " to " + plainNumber(hottest) +
+            " °C (the industrial range); a change of " + plainNumber(mostTemperatureChange) +
+            " °C at most (ours)",
+        "A change takes the biases with it. What follows it on a straight line is left out of "
+        "the noise."};
     if (low < coldest || high > hottest) {
         verdict.state = STATE::FAILED;
     } else if (high - low > mostTemperatureChange) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 namespace report {
 
@@ -14,6 +15,7 @@ constexpr double mostMissingShare = 0.001; // of the samples
 constexpr double mostGapSeconds = 0.1;
 constexpr double goodJitter = 0.1; // share of the period
 constexpr double mostJitter = 0.25;
+constexpr double leastSeconds = 10.0;
 
 std::string percent(double share)
 {
@@ -23,6 +25,17 @@ std::string percent(double share)
 std::string percentLimit(double share)
 {
     return plainNumber(100.0 * share) + " %";
+}
+
+void judgeLength(const RecordingReport& report, std::vector<Verdict>& verdicts)
+{
+    const double seconds = report.timing.durationSeconds;
+    const bool isLong = seconds >= leastSeconds;
+    verdicts.push_back({"length", "Length of the recording", isLong ? STATE::PASSED : STATE::WARNED,
+                        durationText(seconds), plainNumber(leastSeconds) + " s at least (ours)",
+                        isLong ? "Long enough for the noise density; bias instability and random "
+                                 "walk take hours."
+                               : "Too short to say much about a sensor: record some minutes."});
 }
 
 void judgeRate(const RecordingReport& report, std::vector<Verdict>& verdicts)
@@ -67,10 +80,7 @@ void judgeGaps(const RecordingReport& report, std::vector<Verdict>& verdicts)
 {
     const analysis::Timing& timing = report.timing;
     const std::string sensor = report.hasImu ? "IMU" : "magnetometer";
-    const double samples =
-        static_cast<double>(timing.missingSamples) +
-        timing.samplesPerRow * static_cast<double>(report.hasImu ? report.read.rows : 1);
-    const double share = static_cast<double>(timing.missingSamples) / std::max(samples, 1.0);
+    const double share = missingShareOf(report);
     verdicts.push_back({"missing_samples", "Missing samples of the " + sensor,
                         timing.missingSamples == 0  ? STATE::PASSED
                         : share <= mostMissingShare ? STATE::WARNED
@@ -128,8 +138,18 @@ void judgeRows(const RecordingReport& report, std::vector<Verdict>& verdicts)
 
 } // namespace
 
+double missingShareOf(const RecordingReport& report)
+{
+    const analysis::Timing& timing = report.timing;
+    const std::uint64_t readings = report.magnetometer ? report.magnetometer->samples : 0;
+    const auto rows = static_cast<double>(report.hasImu ? report.read.rows : readings);
+    const double samples = static_cast<double>(timing.missingSamples) + timing.samplesPerRow * rows;
+    return static_cast<double>(timing.missingSamples) / std::max(samples, 1.0);
+}
+
 void judgeTiming(const RecordingReport& report, std::vector<Verdict>& verdicts)
 {
+    judgeLength(report, verdicts);
     if (report.hasImu) {
         judgeRate(report, verdicts);
         judgeDecimation(report, verdicts);

@@ -248,8 +248,8 @@ class Refused(Case):
         done = convert(self.input, self.folder / "out.npz", "--to", "npz")
         self.assertEqual(done.returncode, 0)
         self.assertEqual(done.stderr, f"gravimon-log: {self.input}: left out: 1 row with another number of fields than the "
-                                      "header, 2 rows with something that is no number, 1 row with the time of the row "
-                                      "before\n")
+                                      "header, 2 rows with a field that is no number from -1e9 to 1e9, 1 row with the "
+                                      "time of the row before\n")
         self.assertEqual(len(numpy.load(self.folder / "out.npz")["imu_time_ns"]), 17)
 
 

@@ -183,6 +183,17 @@ class Record(Case):
         self.assertFalse(self.file.exists())
 
 
+class Report(Case):
+
+    def test_verdicts_that_nobody_can_read_are_no_report(self):
+        run("record", self.file, "--seconds", "0.5")
+        with open("/dev/full", "w", encoding="ascii") as full:
+            done = subprocess.run([PROGRAM, "report", self.file], stdout=full, stderr=subprocess.PIPE, text=True, check=False,
+                                  timeout=LIMIT)
+        self.assertEqual((done.returncode, done.stderr),
+                         (NOT_DONE, "gravimon-log: the verdicts can't be written to standard output\n"))
+
+
 class Convert(Case):
 
     def test_a_signal_leaves_nothing_behind(self):

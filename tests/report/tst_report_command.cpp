@@ -80,6 +80,8 @@ private slots:
     void outputIsChecked_data();
     void outputIsChecked();
     void hostileNameIsOneLine();
+    void numbersHaveAPointInEveryLanguage();
+    void rowsThatWereLeftOutAreCounted();
 
 private:
     std::string path(const std::string& name) const
@@ -242,6 +244,8 @@ void TestReportCommand::outputIsChecked_data()
                             << static_cast<int>(NOT_REPORTED);
     QTest::newRow("twice the same")
         << std::string("a") << std::string("a") << static_cast<int>(WRONG_COMMAND);
+    QTest::newRow("twice the same by another name")
+        << std::string("a") << std::string("./a") << static_cast<int>(WRONG_COMMAND);
 }
 
 void TestReportCommand::outputIsChecked()
@@ -271,6 +275,38 @@ void TestReportCommand::hostileNameIsOneLine()
     command.recordings = {written("b\n\x1b[31m.csv", imuRows(100, 0.0025))};
     const Said good = saidBy(command);
     QVERIFY(good.output.find('\x1b') == std::string::npos);
+}
+
+void TestReportCommand::numbersHaveAPointInEveryLanguage()
+{
+    Command command;
+    command.recordings = {written("a.csv", imuRows(4000, 0.0025))};
+    const auto pageIn = [&](const QLocale& locale, const char* name) {
+        QLocale::setDefault(locale);
+        command.htmlPath = path(name);
+        saidBy(command);
+        QFile page(QString::fromStdString(command.htmlPath));
+        return page.open(QIODevice::ReadOnly) ? page.readAll() : QByteArray();
+    };
+    const QByteArray english = pageIn(QLocale::c(), "c.html");
+    const QByteArray german = pageIn(QLocale(QLocale::German), "de.html");
+    QCOMPARE(QLocale().language(), QLocale::German); // what was the caller's is his again
+    const QByteArray arabic = pageIn(QLocale(QLocale::Arabic, QLocale::Egypt), "ar.html");
+    QLocale::setDefault(QLocale::c());
+    QVERIFY(english.contains(">0.01</text>") || english.contains(">0.1</text>"));
+    QCOMPARE(german, english);
+    QCOMPARE(arabic, english);
+}
+
+void TestReportCommand::rowsThatWereLeftOutAreCounted()
+{
+    Command command;
+    command.recordings = {written("a.csv", imuRows(100, -0.0025))};
+    const Said said = saidBy(command);
+    QCOMPARE(said.outcome, NOT_REPORTED);
+    QVERIFY2(said.error.find("left out: 99 rows with a time before that of the row before\n") !=
+                 std::string::npos,
+             said.error.c_str());
 }
 
 QTEST_MAIN(TestReportCommand)

@@ -84,9 +84,17 @@ private slots:
     void verdictsTellSensorsApart();
     void stuckAxisFails();
     void saturatedAxisFails();
+    void axisThatIsCutOffAtItsRangeFails();
+    void coarseStepsAreNoEndOfTheRange();
     void spikesAreCounted();
+    void spikesDoNotRaiseTheNoise();
     void vibrationIsNamed();
     void temperatureSlopeIsFound();
+    void driftOfTheTemperatureIsNoWalk();
+    void magnetometerAtRestIsNotJudged();
+    void shortRecordingWarns();
+    void missingReadingsAreAShareOfAllReadings();
+    void noiseOfFilledGapsSaysSo();
     void sixPositionsAreSolved();
     void severalRecordingsAreAnArray();
     void hostileNameStaysValid();
@@ -339,6 +347,7 @@ void TestReportNumbers::verdictsTellSensorsApart()
     QFETCH(double, density);
     QFETCH(int, state);
     recordings::Noise noise;
+    noise.accelerationDensity = 8e-4;
     noise.rateDensity = density;
     const RecordingReport report = analyse(recordings::atRest(20'000, noise), {});
     QCOMPARE(static_cast<int>(find(report, "gyroscope.noise_density")->state), state);
@@ -370,6 +379,33 @@ void TestReportNumbers::saturatedAxisFails()
     QCOMPARE(report.accelerometer->axes[1].saturated, std::uint64_t{0});
 }
 
+void TestReportNumbers::axisThatIsCutOffAtItsRangeFails()
+{
+    analysis::Recording recording = recordings::atRest(8000);
+    for (std::size_t i = 0; i < recording.times.size(); i += 400) {
+        recording.acceleration.axes[1][i] = 10.0;
+        recording.acceleration.axes[0][i] = -10.0;
+    }
+    const RecordingReport report = analyse(recording, {});
+    QCOMPARE(find(report, "accelerometer.saturation")->state, STATE::FAILED);
+    QCOMPARE(report.accelerometer->axes[0].saturated, std::uint64_t{20});
+    QCOMPARE(report.accelerometer->axes[1].saturated, std::uint64_t{20});
+    QCOMPARE(report.accelerometer->axes[2].saturated, std::uint64_t{0});
+}
+
+void TestReportNumbers::coarseStepsAreNoEndOfTheRange()
+{
+    for (const double step : {1e-3, 1e-2, 0.1, 1.0}) {
+        analysis::Recording recording = recordings::atRest(8000);
+        for (std::vector<double>& axis : recording.acceleration.axes) {
+            for (double& value : axis) {
+                value = std::round(value / step) * step;
+            }
+        }
+        QCOMPARE(find(analyse(recording, {}), "accelerometer.saturation")->state, STATE::PASSED);
+    }
+}
+
 void TestReportNumbers::spikesAreCounted()
 {
     analysis::Recording recording = recordings::atRest(8000);
@@ -381,6 +417,29 @@ void TestReportNumbers::spikesAreCounted()
     QCOMPARE(report.gyroscope->axes[1].spikes, std::uint64_t{3});
     QCOMPARE(find(report, "gyroscope.spikes")->state, STATE::FAILED);
     QVERIFY(report.rest && report.rest->whole);
+}
+
+void TestReportNumbers::spikesDoNotRaiseTheNoise()
+{
+    analysis::Recording recording = recordings::atRest(40'000);
+    std::vector<double>& axis = recording.acceleration.axes[0];
+    for (std::size_t i = 0; i < axis.size(); ++i) {
+        axis[i] += 0.8 * std::sin(2.0 * 3.14159265358979 * 61.7 * 0.0025 * static_cast<double>(i));
+    }
+    // Less than the wave is high, so that they show only without it.
+    std::uint64_t count = 0;
+    for (std::size_t i = 500; i < axis.size(); i += 1000) {
+        axis[i] += 1.0;
+        ++count;
+    }
+    const RecordingReport report = analyse(recording, {});
+    const AxisReport& found = report.accelerometer->axes[0];
+    QCOMPARE(found.spikes, count);
+    const analysis::Coefficient& density = found.noise.model.noiseDensity;
+    QVERIFY(density.value);
+    QVERIFY2(std::abs(*density.value / 1.5e-3 - 1.0) < 0.02,
+             qPrintable(QString::number(*density.value)));
+    QVERIFY(!found.allanAsRecorded.empty());
 }
 
 void TestReportNumbers::vibrationIsNamed()
@@ -401,7 +460,7 @@ void TestReportNumbers::vibrationIsNamed()
              qPrintable(QString::number(*model.noiseDensity.value)));
     QVERIFY(!model.biasInstability.value);
     const json axis = jsonOf(report)["accelerometer"]["z"];
-    QVERIFY(axis["allan"]["deviation"][1] > axis["allan_without_lines"]["deviation"][1]);
+    QVERIFY(axis["allan"]["deviation"][1] > axis["allan_of_noise"]["deviation"][1]);
     QCOMPARE(find(report, "vibration")->state, STATE::WARNED);
 }
 
@@ -422,6 +481,77 @@ void TestReportNumbers::temperatureSlopeIsFound()
     QVERIFY(report.gyroscope->axes[0].temperatureSlope);
     QVERIFY(std::abs(*report.gyroscope->axes[0].temperatureSlope - 0.05) < 1e-3);
     QCOMPARE(find(report, "temperature")->state, STATE::PASSED);
+}
+
+void TestReportNumbers::driftOfTheTemperatureIsNoWalk()
+{
+    constexpr std::size_t rows = 240'000;
+    analysis::Recording recording = recordings::atRest(rows);
+    const auto celsius = [](std::size_t row) {
+        return 39.0 - 12.0 * std::exp(-static_cast<double>(row) / 120'000.0);
+    };
+    for (std::size_t row = 0; row < rows; ++row) {
+        recording.angularVelocity.axes[0][row] += 0.03 * celsius(row);
+        if (row % 16 == 0) {
+            recording.temperatureTimes.push_back(recording.times[row]);
+            for (std::vector<double>& values : recording.temperatures) {
+                values.push_back(celsius(row));
+            }
+        }
+    }
+    const RecordingReport report = analyse(recording, {});
+    const AxisReport& axis = report.gyroscope->axes[0];
+    QVERIFY(axis.noise.model.noiseDensity.value);
+    QVERIFY(!axis.noise.model.randomWalk.value);
+    QVERIFY(!axis.noise.model.biasInstability.value);
+    // As recorded, the deviation rises again.
+    QVERIFY(axis.allanAsRecorded.back().deviation > 10.0 * axis.noise.allan.back().deviation);
+}
+
+void TestReportNumbers::magnetometerAtRestIsNotJudged()
+{
+    analysis::Recording recording = recordings::atRest(8000);
+    recordings::addMagnetometer(recording, {20.0, -60.0, -10.0}, {0.0, 0.0, 0.0}, 1000, 0.25);
+    const RecordingReport report = analyse(recording, {});
+    const Verdict* const verdict = find(report, "magnetometer.residual");
+    QCOMPARE(verdict->state, STATE::UNKNOWN);
+    QVERIFY2(verdict->why.find("turn the camera through all orientations") != std::string::npos,
+             verdict->why.c_str());
+    QVERIFY(jsonOf(report)["magnetometer"]["residual_rms_ut"].is_null());
+}
+
+void TestReportNumbers::shortRecordingWarns()
+{
+    QCOMPARE(find(analyse(recordings::atRest(3900), {}), "length")->state, STATE::WARNED);
+    QCOMPARE(find(analyse(recordings::atRest(4100), {}), "length")->state, STATE::PASSED);
+}
+
+void TestReportNumbers::missingReadingsAreAShareOfAllReadings()
+{
+    analysis::Recording recording;
+    recordings::addMagnetometer(recording, {20.0, -60.0, -10.0}, {48.0, 48.0, 48.0}, 5000, 0.25);
+    recording.report.rows = 5000;
+    analysis::VectorSeries& field = recording.magneticField;
+    field.times.erase(field.times.begin() + 1000, field.times.begin() + 1003);
+    for (std::vector<double>& axis : field.values.axes) {
+        axis.erase(axis.begin() + 1000, axis.begin() + 1003);
+    }
+    const RecordingReport report = analyse(recording, {});
+    const Verdict* const verdict = find(report, "missing_samples");
+    QCOMPARE(verdict->value, std::string("3 (0.0600 %)"));
+    QCOMPARE(verdict->state, STATE::WARNED);
+}
+
+void TestReportNumbers::noiseOfFilledGapsSaysSo()
+{
+    const std::string id = "accelerometer.noise_density";
+    const std::string said = "what fills their gaps";
+    analysis::Recording recording = recordings::atRest(20'000);
+    QVERIFY(find(analyse(recording, {}), id)->why.find(said) == std::string::npos);
+    for (std::size_t row = 19'950; row > 100; row -= 50) {
+        recordings::removeRows(recording, row, row + 1);
+    }
+    QVERIFY(find(analyse(recording, {}), id)->why.find(said) != std::string::npos);
 }
 
 void TestReportNumbers::sixPositionsAreSolved()
