@@ -119,17 +119,17 @@ private slots:
     void anUnchangedListIsRefilledButNotPainted()
     {
         startWithoutPoll();
-        QVERIFY(QTest::qWaitForWindowExposed(viewer->window.get()));
+        QVERIFY(QTest::qWaitForWindowExposed(m_viewer->window.get()));
         const auto poll = [this] {
-            viewer->window->detectMultipleDevice();
-            QVERIFY(viewer->probe.detectionThread.wait(waiting::patienceMs));
+            m_viewer->window->detectMultipleDevice();
+            QVERIFY(m_viewer->probe.detectionThread.wait(waiting::patienceMs));
             // Layout requests, and the paints that follow from them.
             QCoreApplication::sendPostedEvents();
             QCoreApplication::processEvents();
         };
         poll();
-        PaintCounter paints(*viewer->window);
-        const QSignalSpy changes(viewer->ui->comboBox_camera_list,
+        PaintCounter paints(*m_viewer->window);
+        const QSignalSpy changes(m_viewer->ui->comboBox_camera_list,
                                  QOverload<int>::of(&QComboBox::currentIndexChanged));
         for (int i = 0; i < 5; ++i) {
             poll();
@@ -138,7 +138,7 @@ private slots:
         QCOMPARE(changes.count(), 10); // no row, and the one row again
         QCOMPARE(rows(), QStringList({"No cameras"}));
         // It can still be painted.
-        viewer->ui->comboBox_camera_list->update();
+        m_viewer->ui->comboBox_camera_list->update();
         QTRY_VERIFY(paints.count() > 0);
     }
 
@@ -155,16 +155,16 @@ private slots:
         QFETCH(QString, row);
         QFETCH(bool, isEnabled);
         startWithoutPoll();
-        QVERIFY(QTest::qWaitForWindowExposed(viewer->window.get()));
-        QComboBox* const list = viewer->ui->comboBox_camera_list;
-        viewer->probe.deviceListBusy = true; // its changes are no choices
+        QVERIFY(QTest::qWaitForWindowExposed(m_viewer->window.get()));
+        QComboBox* const list = m_viewer->ui->comboBox_camera_list;
+        m_viewer->probe.deviceListBusy = true; // its changes are no choices
         list->clear();
         list->addItem(row);
         list->setEnabled(isEnabled);
         QCoreApplication::sendPostedEvents();
         QCoreApplication::processEvents();
         PaintCounter paints(*list);
-        QVERIFY(!viewer->window->detectMultipleDevice());
+        QVERIFY(!m_viewer->window->detectMultipleDevice());
         QTRY_VERIFY(paints.count() > 0);
     }
 

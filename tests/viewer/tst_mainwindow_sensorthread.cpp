@@ -204,7 +204,7 @@ private slots:
             entries.back().data.imu.linearAcceleration.x = static_cast<float>(i);
         }
         stream(std::move(entries));
-        auto& probe = viewer->probe;
+        auto& probe = m_viewer->probe;
         QCOMPARE(probe.accX.size(), samples);
         for (int i = 0; i < samples; ++i) {
             QCOMPARE(probe.accX.at(i), i + 1.0);
@@ -221,8 +221,8 @@ private slots:
 
     void clearedSeriesForgetTheGrowthThatWasUnderWay()
     {
-        viewer = std::make_unique<Viewer>();
-        auto& probe = viewer->probe;
+        m_viewer = std::make_unique<Viewer>();
+        auto& probe = m_viewer->probe;
         sensorsample::Sample sample;
         const auto store = [&](int count, float first) {
             for (int i = 0; i < count; ++i) {
