@@ -3,6 +3,7 @@
 
 #include "calibration/benchcamera.h"
 #include "calibration/magcalibdlg.h"
+#include "calibration/magcalibdlgprobe.h"
 #include "recording/recoptiondlg.h"
 #include "support/accessibility.h"
 
@@ -37,6 +38,8 @@ private slots:
     {
         benchcamera::setUp(om::MODEL::TIV_Q, benchcamera::serial);
         MagCalibDlg dialog(static_cast<int>(benchcamera::serial), nullptr);
+        const MagCalibDlgProbe probe{dialog};
+        QTRY_VERIFY(probe.running()); // a dialog that is left before does not join its thread
         int checked = 0;
         QCOMPARE(accessibility::unnamed(dialog, checked), QStringList());
         // 5 buttons, 2 compasses, 5 charts, logo
