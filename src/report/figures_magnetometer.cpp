@@ -97,7 +97,7 @@ Topic magnetometerTopic(const RecordingReport& report)
         plot->setAxisScale(QwtPlot::xBottom, 0.0, part.residuals.back().x / unit.seconds);
         setRange(*plot, QwtPlot::yLeft, values);
         addFigure(topic, QStringLiteral("magnetometer-residual"),
-                  "Residuals: length of the corrected reading less the radius. RMS " +
+                  "Residuals: length of the corrected reading minus the radius. RMS " +
                       text(number(part.fit->aligned.residualRms, 3)) + " µT.",
                   std::move(plot));
     }

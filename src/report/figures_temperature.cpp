@@ -32,7 +32,7 @@ Topic temperatureTopic(const RecordingReport& report)
             continue;
         }
         auto plot = makePlot(QStringLiteral("temperature of the IMU in °C"),
-                             "less its mean, " + sensor.unit, standardHeight + 30);
+                             "minus its mean, " + sensor.unit, standardHeight + 30);
         Range x;
         Range y;
         QString slopes;

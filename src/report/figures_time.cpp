@@ -18,7 +18,7 @@ Topic timeTopic(const RecordingReport& report)
             const AxisReport& axis = sensor.report->axes[i];
             const bool relative = report.rest && report.rest->whole;
             const QString name = sensor.name + " " + axisNames[i];
-            const QString caption = relative ? name + ", less its mean of " +
+            const QString caption = relative ? name + ", minus its mean of " +
                                                    text(number(axis.mean, 5)) + " " + sensor.unit +
                                                    "." + gaps
                                              : name + "." + gaps;

@@ -67,8 +67,8 @@ void judgeGravity(const RecordingReport& report, std::vector<Verdict>& verdicts)
         const double error = report.gravity->mean - report.options.gravity;
         verdict.state = within(std::abs(error), goodGravity, mostGravity);
         verdict.value = number(report.gravity->mean, 5) + " m/s²";
-        verdict.why = "Length of the mean acceleration. Latitude and height make up 0.05 m/s² of "
-                      "the difference at most; the rest is bias and scale.";
+        verdict.why = "Length of the mean acceleration. Latitude and altitude explain at most 0.05 "
+                      "m/s² of the difference; the rest is bias and scale.";
     }
     verdicts.push_back(verdict);
 }
@@ -96,7 +96,7 @@ void judgeHealth(const RecordingReport& report, const Sensor& sensor,
                         equal > mostEqualSeconds ? STATE::FAILED : STATE::PASSED,
                         number(equal, 3) + " s without a change, axis " + axisNames[stuck],
                         "at most " + plainNumber(mostEqualSeconds) + " s (ours)",
-                        "An axis whose value stands still has no noise: it is stuck."});
+                        "An axis whose value does not change has no noise: it is stuck."});
     verdicts.push_back({id + ".saturation", name + " within its range",
                         saturated > 0 ? STATE::FAILED : STATE::PASSED,
                         number(saturated) + " samples at the end of the range", "none",
@@ -110,8 +110,8 @@ void judgeHealth(const RecordingReport& report, const Sensor& sensor,
                                                       : STATE::FAILED,
                             number(spikes) + " spikes",
                             "none; at most one in 100000 samples (ours)",
-                            "Single samples at rest that lie off both neighbours by more than 10 "
-                            "standard deviations. They are left out of the noise."});
+                            "Single samples at rest that differ from both neighbours by more than "
+                            "10 standard deviations. They are left out of the noise."});
     }
 }
 
@@ -156,27 +156,27 @@ void judgeCoefficient(const RecordingReport& report, const Sensor& sensor, const
     const std::string axis = std::string("axis ") + axisNames[worst];
     switch (verdict.state) {
     case STATE::PASSED:
-        verdict.why = "As good sensors of silicon have it; highest on " + axis + ".";
+        verdict.why = "Typical of good silicon sensors; highest on " + axis + ".";
         break;
     case STATE::WARNED:
-        verdict.why = "As sensors for consumers have it; highest on " + axis + ".";
+        verdict.why = "Typical of consumer sensors; highest on " + axis + ".";
         break;
     default:
-        verdict.why = "Above what sensors for consumers have, on " + axis + ".";
+        verdict.why = "Higher than in consumer sensors, on " + axis + ".";
         break;
     }
     const bool density = member == &analysis::NoiseModel::noiseDensity;
     if (density && most < leastDensityShare * limit.good) {
         verdict.state = STATE::WARNED;
-        verdict.why = "Far below what sensors of silicon have: the samples were smoothed, or are "
-                      "none of a sensor.";
+        verdict.why = "Far below the noise of silicon sensors: the samples were smoothed or are "
+                      "not those of a sensor.";
     }
     if (density && report.decimated && verdict.state != STATE::PASSED) {
         verdict.state = STATE::WARNED;
         verdict.why += " The file is decimated, so that the value is an upper bound.";
     }
     if (missingShareOf(report) > mostFilledShare) {
-        verdict.why += " So many samples are missing that what fills their gaps changes the value.";
+        verdict.why += " So many samples are missing that the interpolated ones change the value.";
     }
     verdicts.push_back(verdict);
 }
@@ -213,13 +213,13 @@ void judgeVibration(const RecordingReport& report, std::vector<Verdict>& verdict
                     STATE::PASSED,
                     "no line in the spectrum",
                     "no line above " + plainNumber(leastLineAmplitude) + " m/s² (ours)",
-                    "A place that vibrates raises the Allan deviation and moves its minimum."};
+                    "Vibration raises the Allan deviation and moves its minimum."};
     if (strongest != nullptr) {
         verdict.value = number(strongest->amplitude, 3) + " m/s² at " +
                         number(strongest->frequencyHz, 5) + " Hz, axis " + axisNames[axis];
         verdict.state = strongest->amplitude > leastLineAmplitude ? STATE::WARNED : STATE::PASSED;
         if (report.decimated) {
-            verdict.why += " The file is decimated, so that the frequency may be a folded one.";
+            verdict.why += " The file is decimated, so that the frequency may be an aliased one.";
         }
     }
     verdicts.push_back(verdict);

@@ -28,7 +28,7 @@ void judgeTemperature(const RecordingReport& report, std::vector<Verdict>& verdi
         plainNumber(coldest) + " to " + plainNumber(hottest) +
             " °C (the industrial range); a change of " + plainNumber(mostTemperatureChange) +
             " °C at most (ours)",
-        "A change takes the biases with it. What follows it on a straight line is left out of "
+        "The biases change with the temperature. The linear part of their change is left out of "
         "the noise."};
     if (low < coldest || high > hottest) {
         verdict.state = STATE::FAILED;

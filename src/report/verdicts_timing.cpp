@@ -56,8 +56,8 @@ void judgeRate(const RecordingReport& report, std::vector<Verdict>& verdicts)
                       number(timing.rateHz) + " Hz.";
     } else if (report.decimated) {
         verdict.state = STATE::UNKNOWN;
-        verdict.why = "The rows come more slowly than the sensor's samples, and do not say how "
-                      "many there were.";
+        verdict.why = "The rows have a lower rate than the sensor's samples, and their numbers do "
+                      "not show how many samples there were.";
     }
     verdicts.push_back(verdict);
 }
@@ -68,12 +68,12 @@ void judgeDecimation(const RecordingReport& report, std::vector<Verdict>& verdic
     verdicts.push_back(
         {"decimated", "Every sample has a row", report.decimated ? STATE::WARNED : STATE::PASSED,
          report.decimated ? "no" : "yes", "yes",
-         report.decimated ? "Samples were left out without a filter: what the sensor does above " +
-                                number(timing.rateHz / 2.0) +
-                                " Hz is folded down, and noise densities come out up to " +
-                                number(std::sqrt(report.options.sensorRateHz / timing.rateHz), 3) +
-                                " times too high."
-                          : "Noise densities are those of the sensor."});
+         report.decimated
+             ? "Samples were left out without a filter: signals above " +
+                   number(timing.rateHz / 2.0) + " Hz are aliased, and noise densities are up to " +
+                   number(std::sqrt(report.options.sensorRateHz / timing.rateHz), 3) +
+                   " times too high."
+             : "Noise densities are those of the sensor."});
 }
 
 void judgeGaps(const RecordingReport& report, std::vector<Verdict>& verdicts)
@@ -81,13 +81,14 @@ void judgeGaps(const RecordingReport& report, std::vector<Verdict>& verdicts)
     const analysis::Timing& timing = report.timing;
     const std::string sensor = report.hasImu ? "IMU" : "magnetometer";
     const double share = missingShareOf(report);
-    verdicts.push_back({"missing_samples", "Missing samples of the " + sensor,
-                        timing.missingSamples == 0  ? STATE::PASSED
-                        : share <= mostMissingShare ? STATE::WARNED
-                                                    : STATE::FAILED,
-                        number(timing.missingSamples) + " (" + percent(share) + ")",
-                        "none; at most " + percentLimit(mostMissingShare) + " (ours)",
-                        "Counted from the time stamps: one more sample would have fitted."});
+    verdicts.push_back(
+        {"missing_samples", "Missing samples of the " + sensor,
+         timing.missingSamples == 0  ? STATE::PASSED
+         : share <= mostMissingShare ? STATE::WARNED
+                                     : STATE::FAILED,
+         number(timing.missingSamples) + " (" + percent(share) + ")",
+         "none; at most " + percentLimit(mostMissingShare) + " (ours)",
+         "Counted from the time stamps: a sample is missing where another one would fit."});
     verdicts.push_back({"gaps", "Gaps",
                         report.gapCount == 0                         ? STATE::PASSED
                         : report.longestGapSeconds <= mostGapSeconds ? STATE::WARNED
@@ -97,8 +98,8 @@ void judgeGaps(const RecordingReport& report, std::vector<Verdict>& verdicts)
                             : number(std::uint64_t{report.gapCount}) + ", the longest of " +
                                   number(1e3 * report.longestGapSeconds, 3) + " ms",
                         "none; none above " + plainNumber(1e3 * mostGapSeconds) + " ms (ours)",
-                        "Short gaps are filled on a straight line for the noise; at a longer one "
-                        "the analysis begins anew."});
+                        "For the noise, short gaps are interpolated linearly; after a longer gap "
+                        "the analysis starts again."});
 }
 
 void judgeJitter(const RecordingReport& report, std::vector<Verdict>& verdicts)
@@ -112,10 +113,10 @@ void judgeJitter(const RecordingReport& report, std::vector<Verdict>& verdicts)
                  number(1e6 * timing.jitterSeconds, 3) + " µs (" + percent(jitter) +
                      " of the period)",
                  percentLimit(goodJitter) + "; at most " + percentLimit(mostJitter) + " (ours)",
-                 "Standard deviation of the distances of rows, gaps left out."};
+                 "Standard deviation of the intervals between rows, without gaps."};
     if (report.decimated) {
         even.state = STATE::UNKNOWN;
-        even.why = "The distances of the rows are those that the recorder chose.";
+        even.why = "The intervals between rows depend on the recorder.";
     }
     verdicts.push_back(even);
 }
@@ -124,16 +125,16 @@ void judgeRows(const RecordingReport& report, std::vector<Verdict>& verdicts)
 {
     const std::uint64_t bad = report.read.tornRows + report.read.invalidRows +
                               report.read.repeatedRows + report.read.backwardRows;
-    verdicts.push_back({"rows", "Rows that can be used", bad == 0 ? STATE::PASSED : STATE::WARNED,
-                        number(report.read.rows) + " of " + number(report.read.rows + bad), "all",
-                        bad == 0
-                            ? "No row is torn, repeated or out of order."
-                            : "Left out: " + number(report.read.tornRows) + " torn, " +
-                                  number(report.read.invalidRows) + " with no number, " +
-                                  number(report.read.repeatedRows) +
-                                  " with the time of the row "
-                                  "before, " +
-                                  number(report.read.backwardRows) + " with an earlier time."});
+    verdicts.push_back(
+        {"rows", "Rows that can be used", bad == 0 ? STATE::PASSED : STATE::WARNED,
+         number(report.read.rows) + " of " + number(report.read.rows + bad), "all",
+         bad == 0 ? "No row is torn, repeated or out of order."
+                  : "Left out: " + number(report.read.tornRows) + " torn, " +
+                        number(report.read.invalidRows) + " with a field that is not a number, " +
+                        number(report.read.repeatedRows) +
+                        " with the time of the row "
+                        "before, " +
+                        number(report.read.backwardRows) + " with an earlier time."});
 }
 
 } // namespace

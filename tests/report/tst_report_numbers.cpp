@@ -545,7 +545,7 @@ void TestReportNumbers::missingReadingsAreAShareOfAllReadings()
 void TestReportNumbers::noiseOfFilledGapsSaysSo()
 {
     const std::string id = "accelerometer.noise_density";
-    const std::string said = "what fills their gaps";
+    const std::string said = "the interpolated ones change the value";
     analysis::Recording recording = recordings::atRest(20'000);
     QVERIFY(find(analyse(recording, {}), id)->why.find(said) == std::string::npos);
     for (std::size_t row = 19'950; row > 100; row -= 50) {

@@ -94,7 +94,7 @@ void TestReportPage::pageHasEveryPlot_data()
 {
     QTest::addColumn<QString>("caption");
     for (const char* caption :
-         {"Accelerometer x, less its mean", "Gyroscope z, less its mean", "Gaps are shaded",
+         {"Accelerometer x, minus its mean", "Gyroscope z, minus its mean", "Gaps are shaded",
           "Intervals between rows", "Drift: delay of each", "Gyroscope y: amplitude density",
           "Gyroscope x: N 0.00", "Accelerometer z: N 0.00", "Length of the acceleration",
           "Gyroscope against the temperature", "Before, x-y: readings", "After, y-z: corrected",
