@@ -9,6 +9,9 @@ import rules
 
 root = sys.argv[1]
 METAINFO = "packaging/io.github.gravimon.gravimon.metainfo.xml"
+# Written once here and checked in all entries: the platform is chosen where only a Wayland compositor runs.
+EXEC = (r'sh -c "case \\$DISPLAY/\\$QT_QPA_PLATFORM/\\$WAYLAND_DISPLAY in //?*) export QT_QPA_PLATFORM=wayland;; esac; '
+        'exec {name}"')
 SHORT = 35  # characters of a summary that software centres show in one line
 entries = rules.tracked(root, "packaging/*.desktop")
 problems = []
@@ -26,9 +29,9 @@ for entry in entries:
     keys = dict(line.split("=", 1) for line in rules.read(root, entry).splitlines() if "=" in line)
     name = os.path.basename(entry)[:-len(".desktop")]
     # Qt's window class is the program's name; the programs set the entry's name for Wayland.
-    for key in ("Exec", "StartupWMClass"):
-        if keys.get(key) != name:
-            problems.append(f"{entry}: {key} is {keys.get(key)!r}, the program is {name!r}")
+    for key, expected in (("Exec", EXEC.format(name=name)), ("StartupWMClass", name)):
+        if keys.get(key) != expected:
+            problems.append(f"{entry}: {key} is {keys.get(key)!r} instead of {expected!r}")
     if not os.path.exists(os.path.join(root, "packaging", keys.get("Icon", "") + ".svg")):
         problems.append(f"{entry}: no icon {keys.get('Icon')!r} in packaging/")
 
