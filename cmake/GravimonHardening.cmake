@@ -5,7 +5,7 @@ include(CheckCXXCompilerFlag)
 add_library(gravimon_hardening INTERFACE)
 target_compile_options(gravimon_hardening INTERFACE -Wformat -Werror=format-security -Wdate-time)
 # All symbols are bound at the start; their table is then read-only.
-target_link_options(gravimon_hardening INTERFACE "LINKER:-z,relro,-z,now")
+target_link_options(gravimon_hardening INTERFACE "LINKER:-z,relro" "LINKER:-z,now")
 # A sanitizer has checks of its own, which fortified functions would bypass.
 if(NOT GRAVIMON_SANITIZE)
   # Fortified functions need an optimised build.
