@@ -1,6 +1,7 @@
 // How a body and its figures are painted.
 
 #include "window/body_view.h"
+#include "window/hint_box.h"
 #include "window/look.h"
 
 #include <QPainter>
@@ -150,19 +151,21 @@ void BodyView::paintFigures(QPainter& painter)
     paintHint(painter);
 }
 
-/// In the upper right corner, in as many lines as keep it off the ball.
+/// In the upper right corner, in as many lines as keep it off the ring.
 void BodyView::paintHint(QPainter& painter)
 {
-    const QString hint = tr("Drag to turn, let go in motion to spin\n"
+    const QString hint = tr("Drag to turn, release in motion to spin\n"
                             "Outside the ring: roll.  Space: stop");
-    constexpr double margin = 24.0;
-    const double lines = 2.0 * painter.fontMetrics().lineSpacing();
-    double left = width() - margin - 300.0;
-    if (ballCentre().y() - ballRadius() < 18.0 + lines) {
-        left = std::max(left, ballCentre().x() + ballRadius() + 10.0);
+    constexpr int flags = Qt::AlignRight | Qt::AlignTop | Qt::TextWordWrap;
+    double height = 0.0;
+    double needed = 2.0 * painter.fontMetrics().lineSpacing();
+    QRectF box;
+    while (needed > height && height < this->height()) { // a taller text has less width
+        height = needed;
+        box = hintBox(size(), ballCentre(), ballRadius(), height);
+        needed = painter.boundingRect(box, flags, hint).height();
     }
-    painter.drawText(QRectF(left, 18.0, width() - margin - left, height()),
-                     Qt::AlignRight | Qt::AlignTop | Qt::TextWordWrap, hint);
+    painter.drawText(box, flags, hint);
 }
 
 } // namespace benchwindow

@@ -32,7 +32,7 @@ struct Motion
     const char* text;
 };
 
-constexpr std::array<Motion, 5> motions = {{{"posed", QT_TRANSLATE_NOOP("Panel", "In the hand")},
+constexpr std::array<Motion, 5> motions = {{{"posed", QT_TRANSLATE_NOOP("Panel", "Manual")},
                                             {"at rest", QT_TRANSLATE_NOOP("Panel", "At rest")},
                                             {"hand-held", QT_TRANSLATE_NOOP("Panel", "Hand-held")},
                                             {"tumble", QT_TRANSLATE_NOOP("Panel", "Tumbling")},
@@ -68,9 +68,9 @@ const std::vector<Fault>& faultTable()
          KIND::SWITCH, 0, ""},
         {"grabFailures", "Failing grabs", "Number of next grabs that fail", KIND::NUMBER, 100, ""},
         {"grabFailureResult", "Code", "Result code of these failures", KIND::SETTING, 1, ""},
-        {"frozenTimestamps", "Timestamps stand still", "The sensors' timestamps do not change",
+        {"frozenTimestamps", "Frozen timestamps", "The sensors' timestamps do not change",
          KIND::SWITCH, 0, ""},
-        {"repeatedTimestamps", "Timestamps repeat", "Each pair of samples has the same timestamp",
+        {"repeatedTimestamps", "Repeated timestamps", "Each pair of samples has the same timestamp",
          KIND::SWITCH, 0, ""},
         {"barometerAbsent", "No barometer", "", KIND::SWITCH, 0, ""},
         {"magnetometerAbsent", "No magnetometer", "", KIND::SWITCH, 0, ""},

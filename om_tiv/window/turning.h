@@ -2,7 +2,7 @@
 /// How the mouse turns a body: the ball under the pointer, and the rate with which the body
 /// continues to turn.
 ///
-/// Frames as in bench/geometry.h. The eye's frame has x to the right of the picture, y up and z
+/// Frames as in world/geometry.h. The eye's frame has x to the right of the picture, y up and z
 /// towards the eye.
 #pragma once
 
