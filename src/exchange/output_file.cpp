@@ -14,7 +14,7 @@ namespace {
 constexpr std::size_t mostWaiting = 256 * 1024;
 constexpr char taken[] = "exists already: choose another name or remove it";
 
-/// What has the name of a file that was to be created, and what to do.
+/// What already has the name of the new file, and what to do.
 std::string whatIsThere(const std::string& path)
 {
     struct stat there = {};
@@ -43,7 +43,7 @@ int createNew(const std::string& path, std::string& error)
 
 bool isOnDisk(int descriptor)
 {
-    // Some file systems can't do it, and keep what they were given all the same.
+    // Some file systems don't support it. They keep the data all the same.
     return ::fsync(descriptor) == 0 || errno == EINVAL || errno == EROFS || errno == ENOTSUP;
 }
 

@@ -47,15 +47,15 @@ private:
     std::string m_waiting;
 };
 
-/// Creates a file for writing; nothing may have its name yet.
-/// @return its descriptor, or -1 with one line of path, reason and what to do
+/// Creates a file for writing. Its name must not exist yet.
+/// @return its descriptor, or -1 and one line with the path, the reason and what to do
 int createNew(const std::string& path, std::string& error);
 
-/// Waits until the disk has what was written, on a file system that can do this.
-/// @return false with errno if the disk refuses it
+/// Waits until all written data are on the disk, if the file system supports this.
+/// @return false, with errno set, if this fails
 bool isOnDisk(int descriptor);
 
-/// One line of path and reason for a name that can't be created.
+/// One line with the path of a file that can't be created, and the reason.
 /// @param number errno
 std::string whyNotMade(const std::string& path, int number);
 

@@ -27,7 +27,7 @@ namespace report {
 
 namespace {
 
-/// A text from outside on one line: invalid UTF-8 is replaced by a replacement character, terminal
+/// Makes one line of a text from outside: replaces invalid UTF-8 by a replacement character and
 /// control characters by blanks.
 std::string plain(const std::string& text)
 {
@@ -87,8 +87,8 @@ QString placeOf(const Output& output)
                : QFileInfo(file.absolutePath()).canonicalFilePath() + "/" + file.fileName();
 }
 
-/// The reason why the file can't be written, known before the recordings are read; empty where
-/// nothing speaks against it.
+/// The reason why the file can't be written, as far as it is known before the recordings are read;
+/// empty if there is none.
 std::string problemWith(const Output& output, const std::vector<std::string>& recordings)
 {
     const QFileInfo file(QFile::decodeName(output.path.c_str()));
@@ -109,7 +109,7 @@ std::string problemWith(const Output& output, const std::vector<std::string>& re
     return {};
 }
 
-/// Of a window system that is not there.
+/// Drops Qt's warnings about a missing window system.
 void dropMessage(QtMsgType type, const QMessageLogContext& /*context*/, const QString& text)
 {
     if (type == QtFatalMsg || type == QtCriticalMsg) {
@@ -117,8 +117,8 @@ void dropMessage(QtMsgType type, const QMessageLogContext& /*context*/, const QS
     }
 }
 
-/// What draws text and plots, where there is none yet: on a platform without a display, so that
-/// reports come out alike on every machine.
+/// The application object that drawing needs, if there is none yet. Its platform is the one without
+/// a display, so that reports are the same on every machine.
 std::unique_ptr<QApplication> drawingApplication()
 {
     if (QCoreApplication::instance() != nullptr) {
@@ -163,7 +163,7 @@ std::vector<Output> outputsOf(const Command& command)
             {"--yaml", command.yamlPath}};
 }
 
-/// What is wrong with the command itself; empty where nothing is.
+/// The mistake in the command itself; empty if there is none.
 std::string mistakeIn(const Command& command)
 {
     if (command.recordings.empty()) {
@@ -186,7 +186,7 @@ std::string mistakeIn(const Command& command)
     return {};
 }
 
-/// What speaks against one of the outputs; empty where nothing does.
+/// The first reason why an output can't be written; empty if there is none.
 std::string problemWithOutputs(const Command& command)
 {
     for (const Output& output : outputsOf(command)) {
@@ -199,7 +199,7 @@ std::string problemWithOutputs(const Command& command)
     return {};
 }
 
-/// The report over each recording; none, after a complaint, if one can't be read.
+/// The reports of all recordings. If one can't be read, reports the error and returns none.
 std::optional<std::vector<RecordingReport>> analyseAll(const Command& command)
 {
     std::vector<RecordingReport> reports;
@@ -230,7 +230,7 @@ private:
     const QLocale m_before;
 };
 
-/// Page and PDF.
+/// Writes page and PDF.
 bool writeDrawn(const Command& command, const std::vector<RecordingReport>& reports)
 {
     const auto application = drawingApplication();
@@ -248,7 +248,8 @@ bool writeDrawn(const Command& command, const std::vector<RecordingReport>& repo
     return command.pdfPath.empty() || write(command.pdfPath, pdfOf(reports, topics));
 }
 
-/// Everything that the command names; false, after a complaint, at the first that can't be written.
+/// Writes all outputs that the command names. At the first failure reports the error and returns
+/// false.
 bool writeOutputs(const Command& command, const std::vector<RecordingReport>& reports)
 {
     if (!command.jsonPath.empty() &&

@@ -1,7 +1,6 @@
 /// @file
-/// What a report says about a recording: all numbers, and the verdicts over them. Plain data
-/// without Qt; what writes pages and files takes it from here. No value in it is infinite or not a
-/// number.
+/// The content of a report: all numbers of a recording, and the verdicts on them. Plain data
+/// without Qt, from which pages and files are written. All values are finite numbers.
 #pragma once
 
 #include "analysis/magnetometer.h"
@@ -24,19 +23,19 @@ namespace report {
 
 struct Options
 {
-    double sensorRateHz = 400.0;                ///< what the IMU gives by its data sheet
+    double sensorRateHz = 400.0;                ///< rate of the IMU by its data sheet
     double gravity = analysis::standardGravity; ///< m/s^2, at the place of the recording
-    bool sixPositions = false;                  ///< look for the six rests too
+    bool sixPositions = false;                  ///< also look for the six rests
 };
 
 enum class STATE {
     PASSED,
-    WARNED, ///< to be known, but no reason to send the sensor back
+    WARNED, ///< worth knowing, but no reason to return the sensor
     FAILED,
-    UNKNOWN, ///< the recording does not say
+    UNKNOWN, ///< the recording does not show it
 };
 
-/// One line of the table at the top of the report. All texts are plain, without markup.
+/// One row of the table at the top of the report. All texts are without markup.
 struct Verdict
 {
     std::string id;   ///< stable, for programs
@@ -62,7 +61,7 @@ struct Point
     double y = 0.0;
 };
 
-/// Of the three axes of a sensor, in their order everywhere.
+/// Names of the axes of a sensor, in the order of every array of axes.
 constexpr std::array<const char*, 3> axisNames{"x", "y", "z"};
 
 /// One axis of accelerometer or gyroscope, in m/s^2 or degrees per second.
@@ -79,11 +78,11 @@ struct AxisReport
     double deviation = 0.0;
     double minimum = 0.0; ///< of the whole recording
     double maximum = 0.0;
-    double longestEqualSeconds = 0.0; ///< the value did not change for so long
-    std::uint64_t saturated = 0;      ///< samples at the end of the range
-    std::uint64_t spikes = 0;         ///< at rest: single samples far off their neighbours
-    std::vector<Point> temperature;   ///< degrees Celsius, mean of the axis at rest
-    /// Unit of the axis per degree Celsius, where the temperature changed enough to say.
+    double longestEqualSeconds = 0.0; ///< longest time without a change of the value
+    std::uint64_t saturated = 0;      ///< number of samples at the end of the range
+    std::uint64_t spikes = 0;       ///< at rest: number of single samples far from their neighbours
+    std::vector<Point> temperature; ///< degrees Celsius, mean of the axis at rest
+    /// Unit of the axis per degree Celsius; none if the temperature did not change enough.
     std::optional<double> temperatureSlope;
 };
 
@@ -92,21 +91,21 @@ struct InertialReport
     std::array<AxisReport, 3> axes;
 };
 
-/// The part of the recording over which noise is judged: the longest one without motion.
+/// The part of the recording in which noise is judged: the longest one without motion.
 struct RestReport
 {
     std::size_t first = 0; ///< row
-    std::size_t end = 0;   ///< one behind the last row
+    std::size_t end = 0;   ///< one after the last row
     double startSeconds = 0.0;
     double seconds = 0.0;
-    bool whole = false; ///< all of the recording
+    bool whole = false; ///< the rest is the whole recording
 };
 
 struct GravityReport
 {
     double mean = 0.0;      ///< m/s^2, length of the mean acceleration at rest
     double deviation = 0.0; ///< m/s^2, of one sample's length
-    Envelope envelope;      ///< of the length over means of a second, of the rest
+    Envelope envelope;      ///< length of means over a second or more, during the rest
 };
 
 /// The magnetometer's readings under the fits.
@@ -115,10 +114,10 @@ struct MagnetometerPart
     std::size_t samples = 0;
     double rateHz = 0.0;
     std::optional<analysis::MagnetometerReport> fit;
-    std::string reason; ///< where there is no fit
+    std::string reason; ///< why there is no fit
     /// Some of the readings, at most 1000, evenly over the recording; uT.
     Eigen::Matrix3Xd before;
-    Eigen::Matrix3Xd after;       ///< the same under the aligned fit; empty where there is none
+    Eigen::Matrix3Xd after;       ///< the same, corrected by the aligned fit; empty without a fit
     std::vector<Point> residuals; ///< seconds, uT
 };
 
@@ -138,18 +137,18 @@ struct RecordingReport
     analysis::ReadReport read;
     Options options;
 
-    bool hasImu = false;     ///< else the timing is that of the magnetometer
-    analysis::Timing timing; ///< its gaps are cut to the first 1000; gapCount counts them all
+    bool hasImu = false;     ///< if false, the timing is that of the magnetometer
+    analysis::Timing timing; ///< it lists the first 1000 gaps; gapCount counts all of them
     std::size_t gapCount = 0;
-    bool decimated = false; ///< rows are fewer than the samples that the sensor gave
+    bool decimated = false; ///< the file has fewer rows than the sensor had samples
     double longestGapSeconds = 0.0;
     analysis::Histogram intervals;
-    Envelope intervalEnvelope; ///< ms, distance to the row before
-    Envelope drift;            ///< ms, time stamps less those of an even rate
+    Envelope intervalEnvelope; ///< ms, interval from the previous row
+    Envelope drift;            ///< ms, time stamps minus those of an even rate
     std::vector<Point>
-        gapSpans; ///< seconds, start and end of gaps, joined where a chart can't part them
+        gapSpans; ///< seconds, start and end of gaps; gaps that a chart can't separate are joined
 
-    std::optional<RestReport> rest; ///< none without accelerometer and gyroscope, or without a rest
+    std::optional<RestReport> rest; ///< none without inertial sensors or without a rest
     std::string restReason;
     std::optional<InertialReport> accelerometer;
     std::optional<InertialReport> gyroscope; ///< degrees per second
@@ -159,13 +158,13 @@ struct RecordingReport
 
     std::optional<analysis::SixPositions> sixPositions;
     std::string sixPositionsReason; ///< if they were requested but not found
-    Envelope accelerationLength;    ///< m/s^2, with the six positions only
+    Envelope accelerationLength;    ///< m/s^2, only with the six positions
 
-    /// One sentence that has to stand above everything else; empty where there is none.
+    /// One sentence for the top of the report; empty if there is no warning.
     std::string warning;
     std::vector<Verdict> verdicts;
 
-    /// The worst of the verdicts; UNKNOWN only where all are.
+    /// The worst of the verdicts; UNKNOWN only if all are.
     STATE overall() const;
 };
 

@@ -17,7 +17,7 @@ using analysis::Stretches;
 using analysis::Vectors;
 
 constexpr std::size_t mostTemperatures = 600;
-/// A temperature that changes less than this says nothing about what follows it.
+/// A slope is determined only if the temperature changes by at least this much.
 constexpr double leastTemperatureRange = 1.0; // degrees Celsius
 constexpr std::size_t imuTemperature = 2;
 constexpr std::size_t mostLines = 8;
@@ -36,7 +36,8 @@ void meanAndDeviation(const std::vector<double>& values, double& mean, double& d
     deviation = std::sqrt(squares / static_cast<double>(values.size()));
 }
 
-/// Mean of the axis between one temperature sample and the next so many, against the temperature.
+/// Means of the axis between groups of temperature samples, against the mean temperature of the
+/// group.
 std::vector<Point> againstTemperature(const Recording& recording, const std::vector<double>& axis,
                                       const Rows& rest)
 {
@@ -178,7 +179,7 @@ GravityReport analyseGravity(const Recording& recording, const Rows& rest)
     const double mean = lengths / count;
     gravity.deviation = std::sqrt(std::max(0.0, squares / count - mean * mean));
 
-    // Means over a second, or over what a chart can show of a long one.
+    // Means over a second, or over a longer time if a chart can't show as many.
     const double seconds =
         secondsBetween(recording.times[rest.first], recording.times[rest.end - 1]);
     const double width = std::max(1.0, seconds / static_cast<double>(envelopeParts));

@@ -14,11 +14,11 @@ using analysis::Nanoseconds;
 using analysis::Timing;
 
 constexpr std::size_t leastSaturatedRun = 4;
-/// The tail of a distribution gets thinner: so many samples at its last value, and so many times
-/// those at the last but one, are no tail.
+/// The tail of a distribution gets thinner. This many samples at its last value, and this many
+/// times the samples at the last but one, are not a tail.
 constexpr std::uint64_t leastPiled = 8;
 constexpr std::uint64_t piledFactor = 4;
-/// An axis with fewer values has no tail to compare with.
+/// An axis with fewer different values has no tail to compare with.
 constexpr std::size_t leastValues = 32;
 
 bool hasManyValues(const std::vector<double>& values)
@@ -33,7 +33,8 @@ bool hasManyValues(const std::vector<double>& values)
     return false;
 }
 
-/// Samples at the highest value, or with `sign` -1 at the lowest one, where they pile up there.
+/// Number of samples at the highest value, or with `sign` -1 at the lowest one, if they accumulate
+/// there; else 0.
 std::uint64_t piledAt(const std::vector<double>& values, double sign)
 {
     double last = -std::numeric_limits<double>::infinity();
@@ -88,7 +89,7 @@ std::vector<Point> gapSpansOf(const std::vector<Gap>& gaps, Nanoseconds start, d
 
 Envelope driftOf(const std::vector<Nanoseconds>& times, const Timing& timing)
 {
-    // The samples that lie between the first row and each other one, gaps counted.
+    // Number of samples from the first row to each row, including missing ones.
     const double perRow = timing.samplesPerRow;
     const double all = static_cast<double>(times.size() - 1) * perRow;
     double missing = 0.0;

@@ -1,5 +1,5 @@
 /// @file
-/// Series of millions of samples made small enough for a chart, and counts over them.
+/// Reduces series of millions of samples for a chart, and counts events in them.
 #pragma once
 
 #include "report/model.h"
@@ -10,7 +10,7 @@
 
 namespace report {
 
-/// Parts of the time in an envelope: about the pixels of a chart.
+/// Number of parts of the time in an envelope: about the pixels of a chart.
 constexpr std::size_t envelopeParts = 480;
 
 double secondsBetween(analysis::Nanoseconds from, analysis::Nanoseconds to);
@@ -19,7 +19,8 @@ double secondsBetween(analysis::Nanoseconds from, analysis::Nanoseconds to);
 Envelope envelopeOf(const std::vector<analysis::Nanoseconds>& times,
                     const std::vector<double>& values, std::size_t parts = envelopeParts);
 
-/// The same of values that `valueAt(row)` gives, for the rows from `first` up to `end`.
+/// The same for the values that `valueAt(row)` returns, for the rows from `first` up to, but not
+/// including, `end`.
 template <typename ValueAt>
 Envelope envelopeOf(const std::vector<analysis::Nanoseconds>& times, std::size_t first,
                     std::size_t end, const ValueAt& valueAt, std::size_t parts = envelopeParts)
@@ -34,7 +35,7 @@ Envelope envelopeOf(const std::vector<analysis::Nanoseconds>& times, std::size_t
     std::size_t part = parts; // none yet
     for (std::size_t row = first; row < end; ++row) {
         const double value = valueAt(row);
-        // Times that do not rise, as a broken clock gives them, stay within the chart.
+        // Times of a broken clock, which may not increase, stay within the chart.
         const double place = secondsBetween(times[first], times[row]) / width;
         const std::size_t here = !(place > 0.0) ? 0
                                  : place < static_cast<double>(parts)
@@ -53,20 +54,20 @@ Envelope envelopeOf(const std::vector<analysis::Nanoseconds>& times, std::size_t
     return envelope;
 }
 
-/// Spans of the gaps for a chart of `parts` columns: those that fall into one column are one.
+/// Spans of the gaps for a chart of `parts` columns. Gaps in the same column are one span.
 std::vector<Point> gapSpansOf(const std::vector<analysis::Gap>& gaps, analysis::Nanoseconds start,
                               double duration, std::size_t parts = envelopeParts);
 
-/// ms by which each sample comes after the time that an even rate gives it, samples of gaps
-/// counted. The even rate is that from the first sample to the last.
+/// Delay of each sample against an even rate, ms. Missing samples count. The even rate is that from
+/// the first sample to the last.
 Envelope driftOf(const std::vector<analysis::Nanoseconds>& times, const analysis::Timing& timing);
 
 /// The longest run of equal values, in rows.
 std::size_t longestEqualRun(const std::vector<double>& values);
 
-/// Samples of a sensor at the end of its range: in runs of at least 4 at exactly the lowest or the
-/// highest value of the axis, where that lies beyond `least` from zero, or piled up at that value,
-/// which the tail of a distribution does not do.
+/// Number of samples at the end of the sensor's range. These are samples at exactly the lowest or
+/// the highest value of the axis: in runs of at least 4, if that value is farther than `least` from
+/// zero, or so many that they are not the tail of a distribution.
 std::uint64_t saturatedIn(const std::vector<double>& values, double least);
 
 } // namespace report

@@ -1,5 +1,5 @@
-// The one producer of samples: polls the camera without pause, keeps every new IMU sample with what
-// the other sensors say at that moment, and turns the camera in the 3D view.
+// The only source of samples: polls the camera without pause, keeps every new IMU sample with the
+// current values of the other sensors, and turns the camera in the 3D view.
 
 #include "viewer/mainwindow.h"
 
@@ -17,8 +17,8 @@ void MainWindow::dataThreadFunc()
 {
     stopDataThread = false;
     dataThreadRunning = true;
-    // The camera keeps only the newest sample: whoever comes 2.5 ms late has lost one. Where it is
-    // refused the thread is as punctual as any other.
+    // The camera keeps only the newest sample: a thread that is 2.5 ms late has lost one. If the
+    // short time slice is refused, the thread runs with the usual one.
     timeslice::askForShortest();
 
     sensorsample::Sampler sampler(
@@ -34,12 +34,12 @@ void MainWindow::dataThreadFunc()
         if (input->camera.getSensorsData(sensorsData, omlib::latest) == omlib::cameraGone) {
             cameraLost = true;
             input->stopGrabbing();
-            // Out of the interface thread's sight before it goes.
+            // Reset before the deletion, so that the interface thread no longer finds it.
             inputThread = nullptr;
             delete input;
             break;
         }
-        // Any other failure passes by: the record is taken as it stands, mostly without a new
+        // Any other failure is temporary: the record is used as it is, usually without a new
         // sample.
         if (const auto sample = sampler.take(sensorsData); sample.has_value()) {
             magCalibrated = sample->fieldIsCalibrated;
@@ -54,7 +54,7 @@ void MainWindow::dataThreadFunc()
 
 void MainWindow::showInView(const Sample& sample)
 {
-    // Straight into the view, while it may be painting: a torn pose lasts one repaint.
+    // Sets the pose directly, perhaps while the view paints: a torn pose is shown for one repaint.
     OGL3DWidget* const view = ui->widget_3d_view;
     view->accStrength.x = sample.direction.x;
     view->accStrength.y = sample.direction.y;

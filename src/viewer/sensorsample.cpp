@@ -43,7 +43,7 @@ std::optional<Sample> Sampler::take(const om::SensorsData& record)
     Sample sample;
     sample.time = sm::seconds(record.imu.timestamp / 1000);
     sample.rate = m_imu.clock.rate();
-    // Looked at only beside a new IMU sample, which bounds their pace.
+    // They are read only with a new IMU sample, which limits their rate.
     sample.barometer = slowSample(m_barometer, record.barometer);
     sample.magnetometer = slowSample(m_magnetometer, record.magnetometer);
     takeMotion(record, sample);

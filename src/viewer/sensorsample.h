@@ -1,6 +1,6 @@
 /// @file
-/// From a record of the camera library to one sample: what is new in it, in the program's units,
-/// and what it does to the limits of the chart. No Qt.
+/// Converts a record of the camera library to one sample in the program's units, and updates the
+/// limits of the chart. Without Qt.
 #pragma once
 
 #include "camera/camera_library.h"
@@ -12,15 +12,15 @@
 
 namespace sensorsample {
 
-/// One new IMU sample with what the other sensors report at that moment.
+/// One new IMU sample with the current values of the other sensors.
 struct Sample
 {
-    /// The share of the barometer or of the magnetometer.
+    /// The sample of the barometer or of the magnetometer.
     struct Slow
     {
-        bool isNew = false; ///< a new sample of its own; rate belongs to it
+        bool isNew = false; ///< this sensor has a new sample
         double time = 0.0;  ///< s, of the record; 0 without such a sensor
-        double rate = 0.0;  ///< Hz
+        double rate = 0.0;  ///< Hz, of its newest sample
     };
 
     double time = 0.0; ///< s of the library's clock
@@ -40,11 +40,11 @@ struct Sample
     int movingState = 0;
     float left = 0.0F;  ///< degrees Celsius
     float right = 0.0F; ///< degrees Celsius
-    /// Both temperatures are the IMU's, as the board reports none.
+    /// Both temperatures are the IMU's, because the board reports none.
     bool temperatureFallback = false;
 };
 
-/// What a stream publishes beside its samples.
+/// What a stream reports in addition to its samples.
 struct Stream
 {
     Shared<double>& effectiveRate; ///< Hz, as the library reports it
@@ -66,15 +66,15 @@ struct Limits
     Shared<float>& temperatureMin;
 };
 
-/// One run of the sensor thread. Its first valid IMU record only sets the clock. What the streams
-/// and the limits refer to outlives it. One thread uses it.
+/// One run of the sensor thread. Its first valid IMU record only sets the clock. The variables that
+/// the streams and the limits refer to must outlive it. One thread uses it.
 class Sampler
 {
 public:
     Sampler(const Stream& imu, const Stream& barometer, const Stream& magnetometer,
             const Limits& limits);
 
-    /// The sample of a record that was just polled; nothing where its IMU time is no new one.
+    /// The sample of a record that was just polled; none if its IMU time is not new.
     std::optional<Sample> take(const om::SensorsData& record);
 
 private:
