@@ -1,6 +1,9 @@
 # Reading Qt's headers takes longer than all the rest of compiling a test. The sanitizer presets read them once;
 # the other builds read them file by file, and so notice a missing include.
-option(GRAVIMON_TEST_PCH "Compile the tests with precompiled headers of Qt and the standard library" OFF)
+if(NOT DEFINED GRAVIMON_TEST_PCH)
+  set(GRAVIMON_TEST_PCH OFF CACHE STRING
+      "Compile the tests with precompiled headers of Qt and the standard library: ON, OFF, or AUTO: without ccache")
+endif()
 
 # gravimon_reaches(<variable> <target> <wanted>): whether linking the target links the wanted one.
 function(gravimon_reaches variable target wanted)
@@ -72,6 +75,7 @@ if(GRAVIMON_TEST_PCH)
   foreach(set core widgets)
     file(CONFIGURE OUTPUT "${PROJECT_BINARY_DIR}/gravimon_test_pch_${set}.cpp" CONTENT "")
     add_library(gravimon_test_pch_${set} OBJECT "${PROJECT_BINARY_DIR}/gravimon_test_pch_${set}.cpp")
+    set_target_properties(gravimon_test_pch_${set} PROPERTIES CXX_COMPILER_LAUNCHER "")
     target_link_libraries(gravimon_test_pch_${set} PRIVATE Qt5::Test gravimon_options)
     target_precompile_headers(gravimon_test_pch_${set} PRIVATE
       <QtCore> <algorithm> <array> <atomic> <chrono> <cmath> <condition_variable> <functional>
@@ -82,6 +86,25 @@ if(GRAVIMON_TEST_PCH)
   target_precompile_headers(gravimon_test_pch_widgets PRIVATE <QtWidgets> <QtTest> "${gravimon_patience}")
 endif()
 
+# lld links a test in a quarter of the time. The programs for users are linked by the compiler's own linker.
+include(CheckLinkerFlag)
+check_linker_flag(CXX -fuse-ld=lld GRAVIMON_LLD)
+
+# gravimon_moc_tests(<target> <source>...): each tst_<name>.cpp finds its own tst_<name>.moc. AUTOMOC would start CMake
+# for each target, and compile an empty file with all of Qt Test's headers.
+function(gravimon_moc_tests target)
+  foreach(source IN LISTS ARGN)
+    if(source MATCHES "^tst_.*[.]cpp$")
+      string(REGEX REPLACE "[.]cpp$" ".moc" moc "${CMAKE_CURRENT_BINARY_DIR}/${target}_moc/${source}")
+      add_custom_command(OUTPUT "${moc}"
+        COMMAND Qt5::moc -o "${moc}" "${CMAKE_CURRENT_SOURCE_DIR}/${source}"
+        DEPENDS "${source}" VERBATIM)
+      target_sources(${target} PRIVATE "${moc}")
+    endif()
+  endforeach()
+  target_include_directories(${target} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}/${target}_moc")
+endfunction()
+
 # gravimon_add_test(<tst_name> SOURCES ... LIBRARIES ... [DISPLAY] [THREADS] [LABELS ...] [TIMEOUT seconds])
 # A Qt Test program. DISPLAY gives it an X server of its own. Each run gets a fresh home, settings
 # store, runtime and state folder (tests/support/run-test). With ThreadSanitizer only tests that can start a thread are
@@ -89,9 +112,12 @@ endif()
 function(gravimon_add_test name)
   cmake_parse_arguments(arg "DISPLAY;THREADS" "TIMEOUT" "SOURCES;LIBRARIES;LABELS;ENVIRONMENT" ${ARGN})
   add_executable(${name} ${arg_SOURCES})
-  set_target_properties(${name} PROPERTIES AUTOMOC ON)
+  gravimon_moc_tests(${name} ${arg_SOURCES})
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} Qt5::Test gravimon_options)
+  if(GRAVIMON_LLD)
+    target_link_options(${name} PRIVATE -fuse-ld=lld)
+  endif()
   if(TARGET gravimon_tsan_qt)
     target_link_libraries(${name} PRIVATE gravimon_tsan_qt)
   endif()
@@ -100,9 +126,6 @@ function(gravimon_add_test name)
   endif()
   set(has_pch FALSE)
   if(GRAVIMON_TEST_PCH)
-    # Nothing is in it as a rule: a test includes its own.
-    set_source_files_properties("${CMAKE_CURRENT_BINARY_DIR}/${name}_autogen/mocs_compilation.cpp"
-                                PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
     gravimon_reaches(has_widgets ${name} Qt5::Widgets)
     gravimon_reaches(has_gui ${name} Qt5::Gui)
     if(has_widgets)
@@ -113,7 +136,9 @@ function(gravimon_add_test name)
       set(has_pch TRUE)
     endif()
   endif()
-  if(NOT has_pch)
+  if(has_pch)
+    set_target_properties(${name} PROPERTIES CXX_COMPILER_LAUNCHER "")
+  else()
     target_compile_options(${name} PRIVATE "SHELL:-include ${gravimon_patience}")
   endif()
   if(GRAVIMON_SANITIZE MATCHES "thread")
@@ -139,7 +164,8 @@ function(gravimon_add_test name)
   endif()
   # An unexpected Qt warning fails the test, and so does a program without a test of its own
   # (Qt Test counts initTestCase and cleanupTestCase as passed).
-  set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}"
+  # CTest starts the tests with the longest time-out first.
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} COST ${arg_TIMEOUT} LABELS "${arg_LABELS}"
     ENVIRONMENT "${arg_ENVIRONMENT}"
     FAIL_REGULAR_EXPRESSION "QWARN  :;QCRITICAL:;Totals: [012] passed, 0 failed")
 endfunction()
