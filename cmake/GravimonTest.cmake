@@ -93,6 +93,7 @@ check_linker_flag(CXX -fuse-ld=lld GRAVIMON_LLD)
 # gravimon_moc_tests(<target> <source>...): each tst_<name>.cpp finds its own tst_<name>.moc. AUTOMOC would start CMake
 # for each target, and compile an empty file with all of Qt Test's headers.
 function(gravimon_moc_tests target)
+  file(MAKE_DIRECTORY "${CMAKE_CURRENT_BINARY_DIR}/${target}_moc") # moc makes none
   foreach(source IN LISTS ARGN)
     if(source MATCHES "^tst_.*[.]cpp$")
       string(REGEX REPLACE "[.]cpp$" ".moc" moc "${CMAKE_CURRENT_BINARY_DIR}/${target}_moc/${source}")
