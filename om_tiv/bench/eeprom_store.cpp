@@ -138,16 +138,21 @@ MagCalibration EepromStore::load(unsigned int serial, Image& image)
     if (bytes) {
         damage = imageDamage(*bytes, serial);
     } else if (errno == ENOENT || errno == ENOTDIR) {
-        return image.calibration;
+        damage.clear();
     }
+    std::string line;
     if (damage.empty()) {
-        image.reported.clear();
-        image.calibration = calibrationOf(*bytes);
-    } else if (image.reported != damage) {
-        image.reported = damage;
-        m_report(path(serial) + ": " + damage +
-                 "; the camera counts as not calibrated until a calibration is stored");
+        image.calibration = bytes ? calibrationOf(*bytes) : MagCalibration();
+    } else {
+        line = path(serial) + ": " + damage +
+               "; the camera counts as not calibrated until a calibration is stored";
+        if (image.reported != damage) {
+            m_report(line);
+        }
     }
+    image.reported = damage;
+    const std::lock_guard<std::mutex> complaintLock(m_complaintMutex);
+    m_complaints[serial].damage = line;
     return image.calibration;
 }
 
@@ -158,15 +163,33 @@ bool EepromStore::write(unsigned int serial, const MagCalibration& calibration)
     try {
         save(serial, calibration);
     } catch (const std::runtime_error& error) {
+        const std::string line = std::string(error.what()) +
+                                 "; the calibration was not stored: make the folder writable or "
+                                 "set OM_TIV_STATE_DIR, and store it again";
         if (!m_unwritableReported) {
             m_unwritableReported = true;
-            m_report(std::string(error.what()) + "; the calibration was not stored");
+            m_report(line);
         }
+        const std::lock_guard<std::mutex> complaintLock(m_complaintMutex);
+        m_complaints[serial].notStored = line;
         return false;
     }
     m_unwritableReported = false;
     m_images[serial] = {calibration, {}};
+    const std::lock_guard<std::mutex> complaintLock(m_complaintMutex);
+    m_complaints.erase(serial);
     return true;
+}
+
+std::string EepromStore::complaint(unsigned int serial) const
+{
+    const std::lock_guard<std::mutex> lock(m_complaintMutex);
+    const auto found = m_complaints.find(serial);
+    if (found == m_complaints.end()) {
+        return {};
+    }
+    const Complaint& complaint = found->second;
+    return complaint.notStored.empty() ? complaint.damage : complaint.notStored;
 }
 
 std::string EepromStore::image(unsigned int serial, std::string& problem) const

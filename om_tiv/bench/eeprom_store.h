@@ -51,6 +51,10 @@ public:
     /// The bytes of the stored image; on failure empty, with the problem in one line.
     std::string image(unsigned int serial, std::string& problem) const;
 
+    /// Why the calibration of a camera was not stored or its image can't be used, in one line with
+    /// what to do; empty without a problem. Does not wait for a write.
+    std::string complaint(unsigned int serial) const;
+
     const std::string& folder() const { return m_folder; }
     std::string path(unsigned int serial) const;
 
@@ -59,6 +63,12 @@ private:
     {
         MagCalibration calibration;
         std::string reported; ///< the damage reported last
+    };
+
+    struct Complaint
+    {
+        std::string damage;    ///< of the image
+        std::string notStored; ///< reason of the last failed write
     };
 
     MagCalibration load(unsigned int serial, Image& image);
@@ -71,6 +81,9 @@ private:
     std::map<unsigned int, Image> m_images;
     bool m_unwritableReported = false;
     bool m_tidied = false; ///< leftovers of killed writers have been removed
+
+    mutable std::mutex m_complaintMutex; ///< guards the complaints; never held during a write
+    std::map<unsigned int, Complaint> m_complaints;
 };
 
 } // namespace om::bench

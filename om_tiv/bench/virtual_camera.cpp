@@ -287,6 +287,11 @@ bool VirtualCamera::storeCalibration(const MagCalibration& calibration)
     return true;
 }
 
+std::string VirtualCamera::storageComplaint() const
+{
+    return m_eeproms->complaint(m_config.serialNumber);
+}
+
 void VirtualCamera::reloadCalibration()
 {
     const MagCalibration calibration = m_eeproms->reload(m_config.serialNumber);

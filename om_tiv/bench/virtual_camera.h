@@ -111,6 +111,8 @@ public:
     /// Writes a calibration to the EEPROM image and activates it.
     /// @return false if the image can't be written; the previous calibration stays active
     bool storeCalibration(const MagCalibration& calibration);
+    /// Why the calibration is not stored or can't be read, in one line; empty without a problem.
+    std::string storageComplaint() const;
     /// Activates the calibration that is now in the EEPROM image (another process may have written
     /// it).
     void reloadCalibration();

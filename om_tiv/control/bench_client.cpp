@@ -15,7 +15,6 @@
 #include <utility>
 #include <vector>
 
-#include <dirent.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -62,30 +61,19 @@ int connectTo(const std::string& path, std::string& error)
     return socket.release();
 }
 
-std::vector<std::string> socketsIn(const std::string& folder)
+/// The socket of a process if the text is its number, otherwise the text.
+std::string socketOf(const std::string& text)
 {
-    std::vector<std::string> paths;
-    DIR* const dir = ::opendir(folder.c_str());
-    if (dir == nullptr) {
-        return paths;
-    }
-    while (const dirent* entry = ::readdir(dir)) {
-        const std::string name = entry->d_name;
-        if (name.rfind("bench-", 0) == 0 && name.size() > 5 &&
-            name.compare(name.size() - 5, 5, ".sock") == 0) {
-            paths.push_back(std::string(folder).append("/").append(name));
-        }
-    }
-    ::closedir(dir);
-    std::sort(paths.begin(), paths.end());
-    return paths;
+    const bool isNumber =
+        std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+    return isNumber ? controlFolder() + "/bench-" + text + ".sock" : text;
 }
 
 } // namespace
 
 std::unique_ptr<BenchClient> BenchClient::connect(const std::string& path, std::string& error)
 {
-    const std::string wanted = path.empty() ? namedPath() : path;
+    const std::string wanted = path.empty() ? namedPath() : socketOf(path);
     if (!wanted.empty()) {
         const int fd = connectTo(wanted, error);
         if (fd < 0) {

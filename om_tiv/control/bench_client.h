@@ -16,7 +16,8 @@ class BenchClient
 {
 public:
     /// Connects only to a bench of the same user or of root.
-    /// @param path the socket; empty uses OM_TIV_CONTROL, or finds the one running bench
+    /// @param path the socket or the number of the bench's process; empty uses OM_TIV_CONTROL, or
+    /// finds the one running bench
     /// @return null on failure, with the reason in one line in error
     static std::unique_ptr<BenchClient> connect(const std::string& path, std::string& error);
     ~BenchClient();

@@ -8,9 +8,7 @@
 #include "bench/eeprom_store.h"
 #include "bench/loader.h"
 #include "bench/virtual_camera.h"
-#include "control/bench_path.h"
 #include "control/camera_json.h"
-#include "control/control_server.h"
 #include "control/request_values.h"
 #include "world/ranges.h"
 
@@ -18,9 +16,6 @@
 
 #include <chrono>
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
-#include <mutex>
 #include <utility>
 
 namespace om::bench {
@@ -128,16 +123,27 @@ private:
     json list()
     {
         json cameras = json::array();
+        json complaints = json::array();
+        if (const std::string problem = m_bench.problem(); !problem.empty()) {
+            complaints.push_back(oneLine("the bench file was not loaded: " + problem +
+                                         "; correct the file and start the program again"));
+        }
         for (const CameraStatus& status : m_bench.status()) {
             const auto device = m_bench.camera(status.serialNumber);
             if (!device) {
                 continue; // removed in the meantime
             }
             cameras.push_back(cameraAsJson(m_bench, status, *device));
+            if (const std::string complaint = device->storageComplaint(); !complaint.empty()) {
+                complaints.push_back(oneLine(complaint));
+            }
         }
         json answer = {{"cameras", cameras}};
         if (const std::string problem = m_bench.problem(); !problem.empty()) {
             answer["problem"] = problem;
+        }
+        if (!complaints.empty()) {
+            answer["complaints"] = complaints;
         }
         if (const auto part = m_bench.loader().part(); part) {
             answer["loading"] = *part;
@@ -321,7 +327,7 @@ private:
         if (action == "erase") {
             if (!m_bench.storeCalibration(target->serialNumber(), MagCalibration())) {
                 throw Refusal("the image could not be written, and the calibration is as it was; "
-                              "the program's standard error has the reason");
+                              "the answer of \"list\" has the reason");
             }
         } else if (action == "dump") {
             const EepromStore store;
@@ -363,30 +369,6 @@ std::string answerControl(Bench& bench, const std::string& request)
         answer = {{"ok", false}, {"error", oneLine(refusal.what())}};
     }
     return answer.dump(-1, ' ', false, json::error_handler_t::replace);
-}
-
-void startControl(Bench& bench)
-{
-    static std::once_flag once;
-    std::call_once(once, [&bench] {
-        const std::string path = controlPath();
-        if (path.empty()) {
-            return;
-        }
-        std::string error;
-        auto server = ControlServer::start(
-            path, [&bench](const std::string& request) { return answerControl(bench, request); },
-            error);
-        if (!server) {
-            std::fprintf(stderr, "om_tiv: no control socket: %s\n", oneLine(error).c_str());
-            return;
-        }
-        // Ends with the process. The bench's own statics are never destroyed, so it can use them
-        // until its end.
-        static ControlServer* running = nullptr;
-        running = server.release();
-        std::atexit([] { delete running; });
-    });
 }
 
 } // namespace om::bench

@@ -1,9 +1,11 @@
 #include "control/socket_file.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <system_error>
 
+#include <dirent.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -61,6 +63,31 @@ std::optional<uid_t> userOf(const Descriptor& connected)
         return std::nullopt;
     }
     return peer.uid;
+}
+
+std::vector<std::string> socketsIn(const std::string& folder)
+{
+    std::vector<std::string> paths;
+    DIR* const dir = ::opendir(folder.c_str());
+    if (dir == nullptr) {
+        return paths;
+    }
+    while (const dirent* entry = ::readdir(dir)) {
+        const std::string name = entry->d_name;
+        if (name.rfind("bench-", 0) == 0 && name.size() > 5 &&
+            name.compare(name.size() - 5, 5, ".sock") == 0) {
+            paths.push_back(std::string(folder).append("/").append(name));
+        }
+    }
+    ::closedir(dir);
+    std::sort(paths.begin(), paths.end());
+    return paths;
+}
+
+bool isServed(const std::string& path)
+{
+    const auto address = addressOf(path);
+    return address && isAlive(*address);
 }
 
 bool makeFolderOf(const std::string& path, std::string& error)

@@ -6,6 +6,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <sys/types.h>
 #include <sys/un.h>
@@ -25,5 +26,11 @@ bool makeFolderOf(const std::string& path, std::string& error);
 /// Removes the file of a socket that no process serves.
 /// @return false with the error if something else has the path
 bool makeRoomAt(const std::string& path, const sockaddr_un& address, std::string& error);
+
+/// The sockets of benches in a folder, also those of ended programs, in order.
+std::vector<std::string> socketsIn(const std::string& folder);
+
+/// Whether a process listens at the socket, also one that accepts no connection. Never waits.
+bool isServed(const std::string& path);
 
 } // namespace om::bench

@@ -31,14 +31,17 @@ public:
         m_app.get_formatter()->column_width(34);
         m_app
             .add_option("--socket", m_order.socket,
-                        "Control socket; by default the one running bench is found")
+                        "Control socket, or the number of the process; by default the one "
+                        "running bench is found")
             ->check(someText());
         m_app.add_flag("--json", m_order.asJson, "Print the bench's answer as JSON");
         m_app.set_version_flag("--version", std::string("om-bench ") + gravimonVersion);
-        m_app.footer("SERIAL is a camera's serial number, as in the list. Angles are in degrees.\n"
-                     "Exit status: 0 done, 1 refused, 2 wrong usage, 3 no running bench.");
+        m_app.footer(
+            "SERIAL is a camera's serial number, as in the list. Angles are in degrees.\n"
+            "Exit status: 0 done, 1 refused, 2 wrong usage, 3 no running bench, 4 the bench "
+            "complains.");
 
-        command("list", "Cameras with state, motion, samples and faults");
+        addList(*command("list", "Cameras with state, motion, samples and faults"));
         addAdd(*command("add", "Add a camera to the bench, plugged in"));
         takeSerial(*command("remove", "Remove a camera from the bench"));
         takeSerial(*command("plug", "Plug a camera in"));
@@ -79,6 +82,16 @@ private:
         CLI::App* const sub = m_app.add_subcommand(name, help);
         sub->parse_complete_callback([this, name] { m_order.request["command"] = name; });
         return sub;
+    }
+
+    void addList(CLI::App& sub)
+    {
+        sub.add_flag("--all", m_order.all, "Of all running benches, each below its socket");
+        sub.callback([this] {
+            if (m_order.all && !m_order.socket.empty()) {
+                throw CLI::ValidationError("--all", "takes no --socket");
+            }
+        });
     }
 
     void takeSerial(CLI::App& sub)

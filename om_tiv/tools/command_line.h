@@ -16,6 +16,7 @@ struct Order
     std::string socket;     ///< empty: the one running bench
     nlohmann::json request; ///< for the bench
     bool asJson = false;    ///< print the answer unchanged
+    bool all = false;       ///< the request is for all running benches
     std::string dumpFile;   ///< target file for the image in the answer; empty for none
 
     struct Watch

@@ -1,15 +1,18 @@
 // om-bench: control of the virtual bench of a running program, from the command line.
 //
-// Exit status: 0 done, 1 refused by the bench, 2 wrong usage, 3 no running bench.
+// Exit status: 0 done, 1 refused by the bench, 2 wrong usage, 3 no running bench, 4 the bench
+// complains.
 
 #include "control/bench_client.h"
 #include "tools/command_line.h"
 #include "tools/generate_from_file.h"
+#include "tools/text.h"
 
 #include "base/bytes.h"
 #include "base/one_line.h"
 #include "world/eeprom_image.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cmath>
@@ -20,17 +23,25 @@
 #include <iostream>
 #include <sstream>
 #include <thread>
+#include <vector>
 
 #include <unistd.h>
 
 using nlohmann::json;
 using om::bench::BenchClient;
+using om::bench::count;
+using om::bench::elements;
+using om::bench::fixed;
+using om::bench::members;
 using om::bench::oneLine;
 using om::bench::Order;
+using om::bench::padded;
+using om::bench::Text;
+using om::bench::triple;
 
 namespace {
 
-enum Exit { DONE = 0, REFUSED = 1, NO_BENCH = 3 };
+enum Exit { DONE = 0, REFUSED = 1, NO_BENCH = 3, COMPLAINS = 4 };
 
 int fail(Exit status, const std::string& reason)
 {
@@ -39,65 +50,6 @@ int fail(Exit status, const std::string& reason)
 }
 
 // ---- Output -------------------------------------------------------------------------------------
-
-// Missing or wrong members of an answer cause an exception of the JSON library, which main()
-// reports. So the whole text is built before any of it is printed.
-
-class Text
-{
-public:
-    void add(const std::string& line) { m_text += oneLine(line) + "\n"; }
-    /// JSON in ASCII only: control characters that JSON allows are escaped too.
-    void addJson(const json& value, int indent)
-    {
-        m_text += value.dump(indent, ' ', true, json::error_handler_t::replace) + "\n";
-    }
-    const std::string& text() const { return m_text; }
-
-private:
-    std::string m_text;
-};
-
-std::uint64_t count(const json& object, const char* key)
-{
-    return object.at(key).get_ref<const json::number_unsigned_t&>();
-}
-
-// With an explicit type, because the library's loops treat a single value as a list of one.
-
-const json::array_t& elements(const json& object, const char* key)
-{
-    return object.at(key).get_ref<const json::array_t&>();
-}
-
-const json::object_t& members(const json& object, const char* key)
-{
-    return object.at(key).get_ref<const json::object_t&>();
-}
-
-std::string fixed(double value, int width, int precision)
-{
-    std::array<char, 64> text;
-    std::snprintf(text.data(), text.size(), "%*.*f", width, precision, value);
-    return text.data();
-}
-
-std::string padded(const std::string& text, std::size_t width)
-{
-    return text + std::string(text.size() < width ? width - text.size() : 0, ' ');
-}
-
-/// Three numbers, or dashes if there is no such sensor.
-std::string triple(const json& values, int width, int precision)
-{
-    std::string text;
-    for (std::size_t i = 0; i < 3; ++i) {
-        text += i == 0 ? "" : " ";
-        text += values.is_array() ? fixed(values.at(i), width, precision)
-                                  : std::string(static_cast<std::size_t>(width) - 1, ' ') + "-";
-    }
-    return text;
-}
 
 void addCameras(Text& out, const json::array_t& cameras)
 {
@@ -260,18 +212,22 @@ int awaitRecording(BenchClient& client, const Order& order, json& answer)
     return status;
 }
 
-/// Prints to standard error why cameras may be missing in the list.
-void tellState(const json& answer)
+/// Prints to standard error what the bench complains of, and why cameras may be missing in the
+/// list.
+/// @return COMPLAINS or DONE
+int reportState(const json& answer)
 {
-    if (answer.contains("problem")) {
-        std::cerr << oneLine("om-bench: the bench file was not loaded: " +
-                             answer.at("problem").get<std::string>())
-                  << "\n";
+    int status = DONE;
+    if (answer.contains("complaints")) {
+        for (const json& complaint : elements(answer, "complaints")) {
+            status = fail(COMPLAINS, complaint.get<std::string>());
+        }
     }
     if (answer.contains("loading")) {
         std::cerr << "om-bench: recordings are being read, "
                   << fixed(100.0 * answer.at("loading").get<double>(), 0, 0) << " % so far\n";
     }
+    return status;
 }
 
 int askOnce(BenchClient& client, const Order& order)
@@ -295,8 +251,47 @@ int askOnce(BenchClient& client, const Order& order)
     if (const int status = write(out); status != DONE) {
         return status;
     }
-    tellState(answer);
-    return DONE;
+    return reportState(answer);
+}
+
+/// The answers of all running benches, each below its socket.
+int listAll(const Order& order)
+{
+    const std::vector<std::string> paths = BenchClient::running();
+    std::vector<json> answers;
+    Text out;
+    json benches = json::array();
+    for (const std::string& path : paths) {
+        std::string problem;
+        json answer;
+        const auto client = BenchClient::connect(path, problem);
+        if (!client) {
+            continue; // ended in the meantime
+        }
+        if (const int status = ask(*client, order.request, answer); status != DONE) {
+            return status;
+        }
+        if (!answers.empty()) {
+            out.add("");
+        }
+        out.add(path);
+        addCameras(out, elements(answer, "cameras"));
+        answers.push_back(answer);
+        answer["socket"] = path;
+        benches.push_back(answer);
+    }
+    if (answers.empty()) {
+        return fail(NO_BENCH, "no running bench: start gravimon first");
+    }
+    if (order.asJson) {
+        out = Text();
+        out.addJson({{"benches", benches}}, 2);
+    }
+    int status = write(out);
+    for (const json& answer : answers) {
+        status = std::max(status, reportState(answer));
+    }
+    return status;
 }
 
 int watch(BenchClient& client, const Order& order)
@@ -357,12 +352,15 @@ int main(int argc, char** argv)
     if (order->generate) {
         return generate(*order);
     }
-    std::string problem;
-    const auto client = BenchClient::connect(order->socket, problem);
-    if (!client) {
-        return fail(NO_BENCH, problem);
-    }
     try {
+        if (order->all) {
+            return listAll(*order);
+        }
+        std::string problem;
+        const auto client = BenchClient::connect(order->socket, problem);
+        if (!client) {
+            return fail(NO_BENCH, problem);
+        }
         return order->watch ? watch(*client, *order) : askOnce(*client, *order);
     } catch (const json::exception&) {
         return fail(NO_BENCH, "the bench's answer is not what a bench answers");

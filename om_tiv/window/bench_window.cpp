@@ -118,6 +118,14 @@ QWidget* BenchWindow::makeBench()
     m_empty->setAlignment(Qt::AlignCenter);
     m_empty->hide();
 
+    m_complaints = new QLabel;
+    m_complaints->setObjectName(QStringLiteral("complaints"));
+    m_complaints->setContentsMargins(24, 12, 24, 12);
+    m_complaints->setTextFormat(Qt::PlainText);
+    m_complaints->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    m_complaints->setWordWrap(true);
+    m_complaints->hide();
+
     m_refusal = new QLabel;
     m_refusal->setObjectName(QStringLiteral("refusal"));
     m_refusal->setContentsMargins(24, 0, 24, 0);
@@ -141,6 +149,7 @@ QWidget* BenchWindow::makeBench()
 
     auto* const left = new QVBoxLayout;
     left->setSpacing(0);
+    left->addWidget(m_complaints);
     left->addWidget(m_stage, 1);
     left->addWidget(m_empty, 1);
     left->addWidget(m_refusal);
@@ -231,6 +240,7 @@ void BenchWindow::showNews()
                    : cameras.empty()     ? 0
                                          : cameras.front().serial;
     }
+    showComplaints(m_snapshot.complaints);
     showCards(m_snapshot);
     const CameraView* const camera = m_snapshot.find(m_chosen);
     m_stage->setVisible(camera != nullptr);
@@ -247,6 +257,17 @@ BodyView* BenchWindow::card(unsigned int serial) const
     const auto found = std::find_if(m_cards.begin(), m_cards.end(),
                                     [&](const BodyView* c) { return c->serial() == serial; });
     return found == m_cards.end() ? nullptr : *found;
+}
+
+void BenchWindow::showComplaints(const QStringList& complaints)
+{
+    QString text = complaints.join(QLatin1Char('\n'));
+    // A long path may be broken behind each of its folders.
+    text.replace(QLatin1Char('/'), QStringLiteral("/\u200b"));
+    if (text != m_complaints->text()) {
+        m_complaints->setText(text);
+        m_complaints->setVisible(!text.isEmpty());
+    }
 }
 
 void BenchWindow::showCards(const Snapshot& snapshot)

@@ -47,6 +47,7 @@ private:
     void showLost(const QString& reason);
     void showRefusal(const QString& reason);
     void showNews();
+    void showComplaints(const QStringList& complaints);
     void showCards(const Snapshot& snapshot);
     void setLinkText(const QString& text, const QColor& colour);
     void choose(unsigned int serial);
@@ -66,6 +67,7 @@ private:
     QLabel* m_waitingText = nullptr;
     QVBoxLayout* m_choices = nullptr;
     BodyView* m_stage = nullptr;
+    QLabel* m_complaints = nullptr;
     QLabel* m_empty = nullptr;
     QScrollArea* m_strip = nullptr;
     QHBoxLayout* m_cardRow = nullptr;

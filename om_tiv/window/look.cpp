@@ -13,7 +13,7 @@ QString styleSheet()
         "QLabel[role=\"section\"] { color: rgb(217,255,66); font-size: 12px; font-weight: 600; }"
         "QLabel[role=\"group\"] { color: rgb(137,137,137); font-size: 12px; }"
         "QLabel[role=\"large\"] { font-size: 22px; }"
-        "QLabel#refusal { color: rgb(255,189,89); }"
+        "QLabel#refusal, QLabel#complaints { color: rgb(255,189,89); }"
         "QFrame#panel { border: none; border-left: 1px solid rgb(45,45,45); }"
         "QFrame[role=\"rule\"] { background: rgb(45,45,45); border: none; max-height: 1px;"
         "  min-height: 1px; }"

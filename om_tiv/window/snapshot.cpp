@@ -52,6 +52,9 @@ Snapshot readSnapshot(const json& list, const json& field)
         view.field = vectorOf(truth.at("field"));
         snapshot.cameras.push_back(std::move(view));
     }
+    for (const json& complaint : list.value("complaints", json::array())) {
+        snapshot.complaints << textOf(complaint);
+    }
     const json& values = field.at("field");
     snapshot.field.strength = values.at("strength").get<double>();
     snapshot.field.inclination = values.at("inclination").get<double>();

@@ -5,6 +5,7 @@
 #include "world/geometry.h"
 
 #include <QString>
+#include <QStringList>
 
 #include <nlohmann/json.hpp>
 
@@ -36,6 +37,7 @@ struct Snapshot
     std::uint64_t ticket = 0; ///< all requests up to this one had been executed
     std::vector<CameraView> cameras;
     om::bench::Field field;
+    QStringList complaints; ///< of the bench, each one line with what to do
 
     const CameraView* find(unsigned int serial) const;
 };

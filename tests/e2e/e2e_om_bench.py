@@ -13,6 +13,7 @@ import socket
 import stat
 import struct
 import subprocess
+import tempfile
 import threading
 import zlib
 
@@ -25,7 +26,7 @@ from waiting import PATIENCE, SCALE, wait_for
 from world import TIV_N, TIV_P, TIV_Q, camera
 
 EEPROM_ACTIONS = ("show", "dump", "erase")
-DONE, REFUSED, USAGE, NO_BENCH = 0, 1, 2, 3
+DONE, REFUSED, USAGE, NO_BENCH, COMPLAINS = 0, 1, 2, 3, 4
 COMMANDS = ("list", "add", "remove", "plug", "unplug", "motion", "pose", "field", "disturbance", "temperature",
             "firmware", "fault", "eeprom", "watch", "generate")
 FAULTS = ("openResult", "openRefusals", "openDelay", "grabFailures", "grabFailureResult", "frozenTimestamps",
@@ -583,6 +584,67 @@ class SharedSocket(OmBenchTest):
         self.assertEqual(second.end(), 0)
         self.assertEqual(program.state(TIV_P), "streaming")
         self.close(program)
+
+    def test_complaints_of_the_bench_are_listed_until_they_are_resolved(self):
+        folder = pathlib.Path(tempfile.mkdtemp(dir=os.environ["XDG_RUNTIME_DIR"]))
+        state = folder / "state"
+        state.write_text("in the way", encoding="ascii")
+        program = self.start(bench=[camera("TIV_Q", 20000001)], environment={"OM_TIV_STATE_DIR": str(state)})
+        self.program = program
+        wait_for("the bench answers", program.control.exists)
+        self.ask("list")
+        status, _, errors = om_bench("eeprom", "erase", 20000001, control=program.control)
+        self.assertEqual(status, REFUSED)
+        self.assertIn("\"list\" has the reason", errors)
+        status, output, errors = om_bench("list", control=program.control)
+        self.assertEqual(status, COMPLAINS)
+        self.assertIn("20000001", output)
+        line = (f"{state}: File exists; the calibration was not stored: make the folder writable or set "
+                "OM_TIV_STATE_DIR, and store it again")
+        self.assertEqual(errors, f"om-bench: {line}\n")
+        self.assertEqual(json.loads(om_bench("--json", "list", control=program.control)[1])["complaints"], [line])
+        self.assertEqual(program.errors(), [f"om_tiv: {line}"])
+        state.unlink()
+        self.ask("eeprom", "erase", 20000001)
+        self.ask("list")
+        self.assertEqual(program.end(), 0)
+
+    def test_bench_file_with_a_mistake_is_listed(self):
+        program = self.start(bench="{")
+        wait_for("the bench answers", program.control.exists)
+        status, output, errors = om_bench("list", control=program.control)
+        self.assertEqual((status, output.splitlines()[1:]), (COMPLAINS, []))
+        self.assertRegex(errors, rf"\Aom-bench: the bench file was not loaded: {program.bench_file}:1: [^\n]+; correct the "
+                                 r"file and start the program again\n\Z")
+        self.assertEqual(program.end(), 0)
+
+    def test_second_program_prints_its_bench_and_both_are_listed(self):
+        own = {"OM_TIV_CONTROL": ""}
+        folder = f"{os.environ['XDG_RUNTIME_DIR']}/gravimon"
+
+        def start(serial):
+            program = self.start(bench=[camera("TIV_P", serial)], environment=own)
+            path = f"{folder}/bench-{program.pid}.sock"
+            wait_for("the socket", lambda: os.path.exists(path))
+            program.control = pathlib.Path(path)
+            program.wait_for_streaming(serial)
+            return program, path
+        self.assertEqual(om_bench("list", "--all", control="")[0], NO_BENCH)
+        first, one = start(20000001)
+        self.assertEqual(first.errors(), [])
+        second, other = start(20000002)
+        self.assertEqual(second.errors(), [f"om_tiv: the bench of this program is {other}; other programs have {one}"])
+        status, output, errors = om_bench("list", "--all", control="")
+        self.assertEqual((status, errors), (DONE, ""))
+        parts = dict(part.split("\n", 1) for part in output.split("\n\n"))
+        self.assertEqual(set(parts), {one, other})
+        self.assertIn("20000001", parts[one])
+        self.assertIn("20000002", parts[other])
+        benches = json.loads(om_bench("--json", "list", "--all", control="")[1])["benches"]
+        self.assertEqual({b["socket"]: b["cameras"][0]["serialNumber"] for b in benches}, {one: 20000001, other: 20000002})
+        self.assertIn("20000002", om_bench("--socket", second.pid, "list", control="")[1])
+        self.assertEqual(om_bench("--socket", one, "list", "--all")[0], USAGE)
+        self.assertEqual((first.end(), second.end()), (0, 0))
 
     def test_socket_of_a_killed_program_is_taken_over(self):
         first = self.start_streaming()

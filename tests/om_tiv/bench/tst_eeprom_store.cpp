@@ -300,7 +300,44 @@ private slots:
         QVERIFY(!store.write(27182818, sample));
         QCOMPARE(reports.size(), 1);
         QVERIFY2(reports[0].contains(reason), qPrintable(reports[0]));
-        QVERIFY2(reports[0].endsWith("; the calibration was not stored"), qPrintable(reports[0]));
+        QVERIFY2(reports[0].endsWith("; the calibration was not stored: make the folder writable "
+                                     "or set OM_TIV_STATE_DIR, and store it again"),
+                 qPrintable(reports[0]));
+        QCOMPARE(QString::fromStdString(store.complaint(serial)), reports[0]);
+    }
+
+    void complaintOfAFailedWriteStaysUntilAWriteSucceeds()
+    {
+        QFile blocked(folder());
+        QVERIFY(blocked.open(QIODevice::WriteOnly));
+        EepromStore store = makeStore();
+        QCOMPARE(store.complaint(serial), std::string());
+        QVERIFY(!store.write(serial, sample));
+        QVERIFY(store.complaint(27182818).empty());
+        QVERIFY(blocked.remove());
+        store.reload(serial); // a new connection to the camera
+        QVERIFY(!store.complaint(serial).empty());
+        QVERIFY(store.write(serial, sample));
+        QCOMPARE(store.complaint(serial), std::string());
+    }
+
+    void complaintOfADamagedImageStaysUntilAGoodOneIsThere()
+    {
+        EepromStore store = makeStore();
+        QVERIFY(store.write(serial, sample));
+        const QString path = QString::fromStdString(store.path(serial));
+        QFile image(path);
+        QVERIFY(image.open(QIODevice::WriteOnly));
+        image.write("damaged");
+        image.close();
+        store.reload(serial);
+        QCOMPARE(m_reports.size(), 1);
+        QCOMPARE(QString::fromStdString(store.complaint(serial)), m_reports[0]);
+        store.reload(serial);
+        QCOMPARE(m_reports.size(), 1);
+        QVERIFY(image.remove());
+        store.reload(serial);
+        QCOMPARE(store.complaint(serial), std::string());
     }
 
     void writeReachesTheDiskOnceTheFolderCanBeMade()

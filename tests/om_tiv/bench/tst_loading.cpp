@@ -253,9 +253,14 @@ private slots:
         QVERIFY(list.at("ok").get<bool>());
         QCOMPARE(QString::fromStdString(list.at("problem").get<std::string>()),
                  QStringLiteral("/nowhere/b.json: can't be read: No such file or directory"));
+        QCOMPARE(QString::fromStdString(list.at("complaints").at(0).get<std::string>()),
+                 QStringLiteral("the bench file was not loaded: /nowhere/b.json: can't be read: No "
+                                "such file or directory; correct the file and start the program "
+                                "again"));
         std::string error;
         QVERIFY(theBench().loadFile(write("b.json", R"({"cameras": []})"), error));
         QVERIFY(!ask({{"command", "list"}}).contains("problem"));
+        QVERIFY(!ask({{"command", "list"}}).contains("complaints"));
     }
 };
 

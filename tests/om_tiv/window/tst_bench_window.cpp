@@ -649,6 +649,22 @@ private slots:
         QTRY_VERIFY(!child<Switch>("plug")->isChecked());
     }
 
+    void complaintsOfTheBenchAreShownUntilTheyAreResolved()
+    {
+        openConnected();
+        auto* const complaints = child<QLabel>("complaints");
+        awaitNews();
+        QVERIFY(!complaints->isVisible());
+        theBench().startLoading("/nowhere/bench.json");
+        QTRY_VERIFY(complaints->isVisible());
+        const QString text = complaints->text().remove(QChar(0x200b));
+        QCOMPARE(text, QStringLiteral("the bench file was not loaded: /nowhere/bench.json: can't "
+                                      "be read: No such file or directory; correct the file and "
+                                      "start the program again"));
+        layOutBench();
+        QTRY_VERIFY(!complaints->isVisible());
+    }
+
     void playedCameraTurnsAsRecordedAndNotInTheHand()
     {
         // Alone on the bench: it stands at 40 degrees about the vertical.
