@@ -22,7 +22,7 @@ class StateFolder
 public:
     StateFolder()
     {
-        std::string folder = "/tmp/gravimon-fuzz.XXXXXX";
+        std::string folder = fuzz::memoryFolder() + "/gravimon-fuzz.XXXXXX";
         require(::mkdtemp(folder.data()) != nullptr, "a folder for EEPROM images");
         // NOLINTNEXTLINE(concurrency-mt-unsafe): one thread yet
         ::setenv("OM_TIV_STATE_DIR", folder.c_str(), 1);

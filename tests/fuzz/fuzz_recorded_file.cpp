@@ -45,7 +45,8 @@ private:
 
 void checkWrittenAgain(const Recording& recording, const std::uint8_t* data, std::size_t size)
 {
-    static const std::string path = "/tmp/gravimon-fuzz-" + std::to_string(::getpid()) + ".qvr";
+    static const std::string path =
+        fuzz::memoryFolder() + "/gravimon-fuzz-" + std::to_string(::getpid()) + ".qvr";
     std::string error;
     require(writeRecording(path, recording, error), error);
     std::ifstream file(path, std::ios::binary);

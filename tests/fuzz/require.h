@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <string>
 
+#include <unistd.h>
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace fuzz {
@@ -29,6 +31,12 @@ inline void requireOneLine(const std::string& text)
 {
     require(!text.empty(), "a message has a text");
     require(om::bench::oneLine(text) == text, "a message is one line of text: " + text);
+}
+
+/// A folder in memory, where it takes no time to bring a file to the disk; /tmp if there is none.
+inline std::string memoryFolder()
+{
+    return ::access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
 }
 
 } // namespace fuzz
