@@ -1,6 +1,7 @@
 #include "viewer/mainwindow.h"
 
 #include "camera/InputThreadModul.h"
+#include "gpu/own_surface.h"
 #include "look/Style.h"
 #include "look/dressing.h"
 #include "recording/line_file.h"
@@ -120,6 +121,7 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(new Ui_MainWin
     dressing::showLogo(*ui->label_logo);
     dressing::layGround(*this);
     nameForAssistivePrograms(*ui);
+    new OwnSurface(ui->widget_3d_view); // deleted with the view
 
     initCharts();
     startDetectTimer();

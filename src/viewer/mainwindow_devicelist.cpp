@@ -12,8 +12,8 @@
 namespace {
 
 /// While it lives, the box is not painted. At its end it is, if it then shows something else than
-/// at the beginning. The poll refills the list five times a second, and with each paint the whole
-/// window is composed again because of its 3D view.
+/// at the beginning. The poll refills the list five times a second, and where the 3D view has no
+/// native window of its own (gpu/own_surface.h), each paint composes the whole window again.
 class QuietRefill
 {
 public:

@@ -249,8 +249,9 @@ def click(area, corner=(0, 0)):
 
 def windows(pid):
     """Visible windows of a process: title, x, y, width, height, in the order of their making."""
-    found = subprocess.run(["xdotool", "search", "--onlyvisible", "--pid", str(pid)], capture_output=True, text=True,
-                           check=False).stdout.split()
+    # Directly on the screen: the 3D view has a window of its own inside the main one.
+    found = subprocess.run(["xdotool", "search", "--onlyvisible", "--maxdepth", "1", "--pid", str(pid)],
+                           capture_output=True, text=True, check=False).stdout.split()
     result = []
     for window in sorted(found, key=int):
         try:

@@ -16,6 +16,8 @@ struct Seen
 {
     QByteArray glyphCache;
     int samples = 0;
+    int samplesWhileShown = 0; ///< of the default format
+    int samplesOfWindow = -1;  ///< of the main window's surface
     bool highDpi = false;
     QString firstLibraryPath;
     int windows = 0; ///< shown main windows without a parent
@@ -39,6 +41,8 @@ void look()
             widget->parent() == nullptr) {
             ++seen.windows;
             const auto* const window = static_cast<MainWindow*>(widget);
+            seen.samplesWhileShown = QSurfaceFormat::defaultFormat().samples();
+            seen.samplesOfWindow = window->windowHandle()->requestedFormat().samples();
             seen.ownIconIsEmpty = window->windowIcon().availableSizes().isEmpty();
             seen.iconSizes = window->windowHandle()->icon().availableSizes();
             QObject::connect(widget, &QObject::destroyed, [] {
@@ -89,6 +93,8 @@ private slots:
 
     void theGlyphCacheIsOffBeforeTheApplication() { QCOMPARE(seen.glyphCache, QByteArray("1")); }
     void theFormatHasSixteenSamplesBeforeTheApplication() { QCOMPARE(seen.samples, 16); }
+    void defaultFormatKeepsItsSamples() { QCOMPARE(seen.samplesWhileShown, 16); }
+    void surfaceOfTheWindowHasNoSamples() { QCOMPARE(seen.samplesOfWindow, 0); }
     void highDpiScalingIsOnBeforeTheApplication() { QVERIFY(seen.highDpi); }
 
     void pluginsAreLookedForBesideTheWorkingFolderToo()
