@@ -1,4 +1,5 @@
-"""Arrows between folders go one way, hardware is reached only through its doors, and no window places the image view."""
+"""Includes between folders go one way, hardware is reached only through its interfaces, and no window places the
+image view."""
 
 import re
 import sys
@@ -25,7 +26,7 @@ ALLOWED = {
                "calibration"},
     "log": {"log", "analysis", "exchange", "report", "sensors", "recording"},
 }
-# What the program knows of the camera library beyond what its interface gives.
+# What the program knows of the camera library beyond its interface.
 USES_LIBRARY = {"camera", "gpu", "calibration", "viewer", "sensors", "log"}
 LIBRARY = "src/camera/camera_library.h"
 BEYOND_INTERFACE = re.compile(r"\bom::(?:[A-Z][A-Z_]*::[A-Z]\w*|SensorsData::\w+|_\w+|IMU\w+)|"

@@ -1,4 +1,4 @@
-"""A source fits into the reader's head: no file is longer than 400 lines and no function longer than 60."""
+"""No file is longer than 400 lines and no function longer than 60, except tables and lists of styles."""
 
 import re
 import sys
@@ -8,12 +8,12 @@ import rules
 FILE_LINES = 400
 FUNCTION_LINES = 60
 
-# Tables and lists of styles, which a cut makes harder to read.
+# Tables and lists of styles, which are harder to read in pieces.
 TABLES = {
     "src/gpu/Tiv3D_N.cpp",  # the vertices and triangles of one mesh, written by a tool
-    "src/look/StyleSheets.cpp",  # one assignment a style sheet
-    "src/look/StyleSheets.cpp: Style::makeControlStyles",
-    "src/look/StyleSheets.cpp: Style::makePanelStyles",
+    "src/look/StyleSheets.cpp",  # a list of styles: one assignment per style sheet
+    "src/look/StyleSheets.cpp: Style::makeControlStyles",  # one half of that list
+    "src/look/StyleSheets.cpp: Style::makePanelStyles",  # the other half
 }
 
 root = sys.argv[1]
@@ -22,7 +22,7 @@ NAME = re.compile(r"([~\w:]+(?:operator\W+)?)\s*\(")
 
 
 def functions(lines):
-    """Name and length of each function whose brace stands on a line of its own, as clang-format puts it."""
+    """Name and length of each function whose brace stands on a line of its own, as clang-format writes it."""
     for number, line in enumerate(lines):
         if line.strip() != "{":
             continue

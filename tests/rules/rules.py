@@ -1,4 +1,4 @@
-"""What the rule checks share: the tracked files of a tree, and the way a check ends."""
+"""Common code of the rule checks: the tracked files of a tree, and the end of a check."""
 
 import os
 import re
