@@ -2,6 +2,7 @@
 
 #include "bench/bench_file.h"
 #include "bench/bench_file_errors.h"
+#include "world/degrees.h"
 #include "world/faults.h"
 
 #include <chrono>
@@ -12,11 +13,6 @@
 namespace om::bench {
 
 namespace {
-
-double radians(double degrees)
-{
-    return degrees * pi / 180.0;
-}
 
 /// "1.3" to 0x0103.
 void readRelease(JsonObject& object, std::uint16_t& value)
@@ -53,7 +49,7 @@ void readPose(JsonObject& camera, Quaternion& pose)
     readNumber(object, "pitch", pitch, range::pitch);
     readNumber(object, "roll", roll, range::roll);
     object.finish();
-    pose = fromHeading(radians(heading), radians(pitch), radians(roll));
+    pose = fromHeading(toRadians(heading), toRadians(pitch), toRadians(roll));
 }
 
 void readFault(JsonObject& object, const FaultKey& fault, bool& value)

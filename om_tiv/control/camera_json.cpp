@@ -2,6 +2,7 @@
 
 #include "bench/bench_file.h"
 #include "bench/virtual_camera.h"
+#include "world/degrees.h"
 
 #include <chrono>
 #include <optional>
@@ -12,8 +13,6 @@ namespace om::bench {
 using nlohmann::json;
 
 namespace {
-
-constexpr double degreesPerRadian = 180.0 / pi;
 
 json asJson(ERROR_CODE code)
 {

@@ -1,6 +1,6 @@
 #include "replay/replay_pose.h"
 
-#include "world/geometry.h"
+#include "world/degrees.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,8 +10,6 @@
 namespace om::bench {
 
 namespace {
-
-constexpr double degreesPerRadian = 180.0 / pi;
 
 /// Largest float angles that a matrix can have.
 constexpr auto halfTurn = static_cast<float>(pi);

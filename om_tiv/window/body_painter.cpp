@@ -1,6 +1,7 @@
 #include "window/body_painter.h"
 
 #include "window/look.h"
+#include "world/degrees.h"
 
 #include <QPolygonF>
 #include <QRadialGradient>
@@ -17,6 +18,7 @@ using om::bench::dot;
 using om::bench::length;
 using om::bench::pi;
 using om::bench::rotate;
+using om::bench::toRadians;
 
 constexpr double eyeDistance = 6.0;
 constexpr double floorHeight = -0.92;
@@ -108,7 +110,7 @@ void BodyPainter::paintFloor(double declination, bool letters)
     paintCircle(roseRadius, look::charcoal, 1.5);
     paintCircle(0.72 * roseRadius, look::steel, 1.0);
     for (int degree = 0; degree < 360; degree += 10) {
-        const double angle = degree * pi / 180.0;
+        const double angle = toRadians(degree);
         const bool main = degree % 90 == 0;
         const double inner = main ? 0.88 : degree % 30 == 0 ? 0.92 : 0.96;
         const Vector outward{std::sin(angle), 0.0, -std::cos(angle)};
@@ -118,7 +120,7 @@ void BodyPainter::paintFloor(double declination, bool letters)
                            m_projection.at(roseRadius * outward + down));
     }
 
-    const double angle = declination * pi / 180.0;
+    const double angle = toRadians(declination);
     const Vector north{std::sin(angle), 0.0, -std::cos(angle)};
     const Vector side{0.07 * std::cos(angle), 0.0, 0.07 * std::sin(angle)};
     const Vector down{0.0, floorHeight, 0.0};

@@ -1,5 +1,7 @@
 #include "window/body_view.h"
 
+#include "world/degrees.h"
+
 #include <QKeyEvent>
 #include <QMouseEvent>
 
@@ -18,7 +20,7 @@ using om::bench::rotate;
 constexpr double holdGlide = 0.05; ///< s, in requests while the user drags
 constexpr double stopGlide = 0.15; ///< s
 constexpr double levelGlide = 0.9; ///< s
-constexpr double keyTurn = 5.0 * om::bench::pi / 180.0;
+constexpr double keyTurn = om::bench::toRadians(5.0);
 constexpr double keyGlide = 0.03;      ///< s
 constexpr double longestGuess = 0.5;   ///< s, maximum extrapolation of the shown pose
 constexpr double figuresHeight = 64.0; ///< pixels

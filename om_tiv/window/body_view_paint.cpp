@@ -3,6 +3,7 @@
 #include "window/body_view.h"
 #include "window/hint_box.h"
 #include "window/look.h"
+#include "world/degrees.h"
 
 #include <QPainter>
 
@@ -13,8 +14,6 @@ namespace benchwindow {
 namespace {
 
 using om::bench::length;
-
-constexpr double degrees = 180.0 / om::bench::pi;
 
 QString stateText(const QString& state)
 {
@@ -130,7 +129,8 @@ void BodyView::paintFigures(QPainter& painter)
         {tr("Heading"), QStringLiteral("%1°").arg(attitude.heading, 0, 'f', 0)},
         {tr("Pitch"), QStringLiteral("%1°").arg(attitude.pitch, 0, 'f', 0)},
         {tr("Roll"), QStringLiteral("%1°").arg(attitude.roll, 0, 'f', 0)},
-        {tr("Turning"), QStringLiteral("%1 °/s").arg(length(rate) * degrees, 0, 'f', 0)},
+        {tr("Turning"),
+         QStringLiteral("%1 °/s").arg(length(rate) * om::bench::degreesPerRadian, 0, 'f', 0)},
         {tr("Field"), QStringLiteral("%1 µT").arg(length(m_camera.field), 0, 'f', 1)}};
     QFont font = painter.font();
     double x = 24.0;

@@ -1,5 +1,7 @@
 #include "window/turning.h"
 
+#include "world/degrees.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -7,7 +9,7 @@ namespace benchwindow {
 
 namespace {
 
-constexpr double degrees = 180.0 / om::bench::pi;
+using om::bench::degreesPerRadian;
 
 /// The point of the ball under the pointer. The ball is a sphere in the middle with a smooth
 /// transition to a hyperboloid at its rim.
@@ -32,12 +34,12 @@ Attitude attitudeOf(const Quaternion& pose)
     const Vector right = om::bench::rotate(pose, {1.0, 0.0, 0.0});
     Attitude attitude;
     const double heading = std::atan2(forward.x, -forward.z);
-    attitude.heading = std::fmod(heading * degrees + 360.0, 360.0);
-    attitude.pitch = std::asin(std::clamp(forward.y, -1.0, 1.0)) * degrees;
+    attitude.heading = std::fmod(heading * degreesPerRadian + 360.0, 360.0);
+    attitude.pitch = std::asin(std::clamp(forward.y, -1.0, 1.0)) * degreesPerRadian;
     const Vector level{std::cos(heading), 0.0, std::sin(heading)};
     attitude.roll =
         std::atan2(-om::bench::dot(right, cross(level, forward)), om::bench::dot(right, level)) *
-        degrees;
+        degreesPerRadian;
     return attitude;
 }
 

@@ -1,5 +1,7 @@
 #include "world/geometry.h"
 
+#include "world/degrees.h"
+
 #include <Eigen/Geometry>
 
 #include <cmath>
@@ -23,11 +25,6 @@ Quaternion from(const Eigen::Quaterniond& q)
 Vector from(const Eigen::Vector3d& v)
 {
     return {v.x(), v.y(), v.z()};
-}
-
-double radians(double degrees)
-{
-    return degrees * pi / 180.0;
 }
 
 } // namespace
@@ -90,9 +87,10 @@ Vector operator*(const Matrix3& m, const Vector& v)
 
 Vector Field::world() const
 {
-    const double horizontal = strength * std::cos(radians(inclination));
-    return {horizontal * std::sin(radians(declination)), -strength * std::sin(radians(inclination)),
-            -horizontal * std::cos(radians(declination))};
+    const double horizontal = strength * std::cos(toRadians(inclination));
+    return {horizontal * std::sin(toRadians(declination)),
+            -strength * std::sin(toRadians(inclination)),
+            -horizontal * std::cos(toRadians(declination))};
 }
 
 double magneticHeading(const Quaternion& pose, const Field& field)
@@ -102,7 +100,7 @@ double magneticHeading(const Quaternion& pose, const Field& field)
         return 0.0;
     }
     const double heading =
-        std::remainder(std::atan2(forward.x, -forward.z) - radians(field.declination), 2.0 * pi);
+        std::remainder(std::atan2(forward.x, -forward.z) - toRadians(field.declination), 2.0 * pi);
     return heading < 0.0 ? heading + 2.0 * pi : heading;
 }
 

@@ -1,5 +1,7 @@
 #include "world/motion.h"
 
+#include "world/degrees.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -13,9 +15,9 @@ constexpr std::size_t mostSegments = 20000;
 
 /// Minimum time of a transition, and the rate of longer ones.
 constexpr double shortestGlide = 0.4;                           // s
-constexpr double glideRate = 200.0 * pi / 180.0;                // rad/s
+constexpr double glideRate = toRadians(200.0);                  // rad/s
 constexpr double differenceStep = 0.00025;                      // s
-constexpr double staticRate = 0.6 * pi / 180.0;                 // rad/s
+constexpr double staticRate = toRadians(0.6);                   // rad/s
 constexpr double staticAcceleration = 0.03;                     // m/s^2
 constexpr double fallingForce = 3.0;                            // m/s^2
 constexpr std::array<double, 3> stillSince = {0.15, 0.3, 0.45}; // s

@@ -1,6 +1,7 @@
 #include "world/physics.h"
 
 #include "base/noise.h"
+#include "world/degrees.h"
 #include "world/standard_air.h"
 
 #include <algorithm>
@@ -42,8 +43,6 @@ constexpr double mostField = INT16_MAX / 16.0; // uT, of the magnetometer's coun
 constexpr double temperatureRise = 12.0;          // R, degrees Celsius
 constexpr double temperatureTimeConstant = 240.0; // T, s
 constexpr Nanoseconds temperaturePeriod = 40 * nsPerMs;
-
-constexpr double degreesPerRadian = 180.0 / pi;
 
 /// The location whose temperature a sensor has; the magnetometer is next to the IMU.
 constexpr std::size_t imuLocation = 0;
