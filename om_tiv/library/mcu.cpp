@@ -78,7 +78,7 @@ int TIVmcu::open(unsigned int serial, bool exclusive, _imu_odr odr, float* accel
         m_impl->session = opened;
     }
     m_impl->writtenSinceRead = false;
-    m_impl->tell(serial, result == 0 ? "opened" : "cannot be opened");
+    m_impl->report(serial, result == 0 ? "opened" : "cannot be opened");
     CallRecord call;
     call.numbers = numbersOf({exclusive ? 1.0 : 0.0, static_cast<double>(odr),
                               accelBias != nullptr ? 1.0 : 0.0, gyroBias != nullptr ? 1.0 : 0.0,
@@ -93,7 +93,7 @@ void TIVmcu::close()
     const std::lock_guard<std::mutex> commands(m_impl->commands);
     const unsigned int serial = m_impl->serialNumber();
     if (m_impl->closeSession()) {
-        m_impl->tell(serial, "closed");
+        m_impl->report(serial, "closed");
     }
     captureRunning = false;
     m_impl->log({}, CALL::MCU_CLOSE, serial);
@@ -221,7 +221,7 @@ void TIVmcu::updateEepromMemory(bool all)
             bits ^= 1U;
             std::memcpy(&value, &bits, sizeof bits);
         }
-        m_impl->tell(session->camera->serialNumber(), "EEPROM read");
+        m_impl->report(session->camera->serialNumber(), "EEPROM read");
     }
     CallRecord call;
     call.numbers = {all ? 1.0 : 0.0};
@@ -233,8 +233,8 @@ int TIVmcu::writeMagCalibInEEprom(_mag_calib_data& data)
     const std::lock_guard<std::mutex> commands(m_impl->commands);
     const MagCalibration calibration = fromRecord(data);
     const ERROR_CODE code = m_impl->writeCalibration(calibration);
-    m_impl->tell(m_impl->serialNumber(),
-                 code == ERROR_CODE::SUCCESS ? "EEPROM written" : "EEPROM write failed");
+    m_impl->report(m_impl->serialNumber(),
+                   code == ERROR_CODE::SUCCESS ? "EEPROM written" : "EEPROM write failed");
     CallRecord call;
     call.numbers.assign(calibration.scale.begin(), calibration.scale.end());
     call.numbers.insert(call.numbers.end(), calibration.offset.begin(), calibration.offset.end());

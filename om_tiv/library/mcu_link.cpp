@@ -62,7 +62,7 @@ void TIVmcu::Impl::log(CallRecord record_, CALL call, unsigned int serial) const
     }
 }
 
-void TIVmcu::Impl::tell(unsigned int serial, const char* what) const
+void TIVmcu::Impl::report(unsigned int serial, const char* what) const
 {
     if (verbose) {
         std::fprintf(stderr, "om_tiv: microcontroller %u: %s\n", serial, what);

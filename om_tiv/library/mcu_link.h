@@ -71,7 +71,7 @@ public:
     void catchUp();
 
     void log(bench::CallRecord record, bench::CALL call, unsigned int serial) const;
-    void tell(unsigned int serial, const char* what) const;
+    void report(unsigned int serial, const char* what) const;
 
     const bool verbose;
     const unsigned short vendorId;

@@ -2,6 +2,7 @@
 
 #include "control/bench_client.h"
 #include "control/bench_path.h"
+#include "world/degrees.h"
 
 #include <algorithm>
 #include <chrono>
@@ -13,12 +14,12 @@ namespace {
 using namespace std::chrono_literals;
 using nlohmann::json;
 using om::bench::BenchClient;
+using om::bench::degreesPerRadian;
 
 constexpr auto searchPeriod = 400ms;
 constexpr auto lookPeriod = 33ms;
 constexpr auto farewell = 1s; ///< time for the remaining requests at the end
 constexpr int looksPerField = 10;
-constexpr double degrees = 180.0 / om::bench::pi;
 
 } // namespace
 
@@ -67,12 +68,14 @@ std::uint64_t BenchLink::send(const json& request, const std::string& key)
 std::uint64_t BenchLink::setPose(unsigned int serial, const om::bench::Quaternion& pose,
                                  const om::bench::Vector& spin, double glide)
 {
-    return send({{"command", "pose"},
-                 {"serialNumber", serial},
-                 {"pose", {{"quaternion", {pose.x, pose.y, pose.z, pose.w}}}},
-                 {"spin", {degrees * spin.x, degrees * spin.y, degrees * spin.z}},
-                 {"glide", glide}},
-                "pose " + std::to_string(serial));
+    return send(
+        {{"command", "pose"},
+         {"serialNumber", serial},
+         {"pose", {{"quaternion", {pose.x, pose.y, pose.z, pose.w}}}},
+         {"spin",
+          {degreesPerRadian * spin.x, degreesPerRadian * spin.y, degreesPerRadian * spin.z}},
+         {"glide", glide}},
+        "pose " + std::to_string(serial));
 }
 
 void BenchLink::choose(const QString& path)
@@ -85,7 +88,7 @@ void BenchLink::choose(const QString& path)
 Snapshot BenchLink::snapshot() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_told = false;
+    m_announced = false;
     return m_snapshot;
 }
 
@@ -135,31 +138,31 @@ std::unique_ptr<BenchClient> BenchLink::findBench()
             for (const std::string& path : running) {
                 choices << QString::fromStdString(path);
             }
-            tellSearching(running.empty() ? om::bench::controlFolder() : std::string(), choices);
+            reportSearching(running.empty() ? om::bench::controlFolder() : std::string(), choices);
             return nullptr;
         }
     }
     auto client = BenchClient::connect(m_path, error);
     if (!client) {
-        tellSearching(error, {});
+        reportSearching(error, {});
     }
     return client;
 }
 
-void BenchLink::tellSearching(const std::string& reason, const QStringList& choices)
+void BenchLink::reportSearching(const std::string& reason, const QStringList& choices)
 {
-    if (m_toldReason.empty() || reason != m_toldReason || choices != m_toldChoices) {
-        m_toldReason = reason;
-        m_toldChoices = choices;
+    if (m_lastReason.empty() || reason != m_lastReason || choices != m_lastChoices) {
+        m_lastReason = reason;
+        m_lastChoices = choices;
         emit searching(QString::fromStdString(reason), choices);
     }
 }
 
 void BenchLink::serve(BenchClient& client)
 {
-    m_toldReason.clear();
+    m_lastReason.clear();
     m_field = json();
-    bool toldConnected = false;
+    bool reported = false;
     auto next = std::chrono::steady_clock::now();
     for (;;) {
         json request;
@@ -185,10 +188,10 @@ void BenchLink::serve(BenchClient& client)
             next = std::chrono::steady_clock::now() + lookPeriod;
         }
         if (!alive) {
-            if (toldConnected) {
+            if (reported) {
                 emit lost(QString::fromStdString(error));
             } else {
-                tellSearching(error, {});
+                reportSearching(error, {});
             }
             // After an invalid answer the thread waits, so that it does not repeat the request
             // without a pause.
@@ -196,8 +199,8 @@ void BenchLink::serve(BenchClient& client)
             m_wake.wait_for(lock, searchPeriod, [this] { return m_stopping; });
             return;
         }
-        if (!toldConnected) {
-            toldConnected = true;
+        if (!reported) {
+            reported = true;
             emit connected(QString::fromStdString(m_path));
         }
     }
@@ -243,14 +246,14 @@ bool BenchLink::look(BenchClient& client, std::uint64_t ticket, std::string& err
         return false;
     }
     snapshot.ticket = ticket;
-    bool tell = false;
+    bool announce = false;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_snapshot = std::move(snapshot);
-        tell = !m_told;
-        m_told = true;
+        announce = !m_announced;
+        m_announced = true;
     }
-    if (tell) {
+    if (announce) {
         emit changed();
     }
     return true;

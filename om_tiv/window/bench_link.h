@@ -74,7 +74,7 @@ private:
 
     void run();
     std::unique_ptr<om::bench::BenchClient> findBench();
-    void tellSearching(const std::string& reason, const QStringList& choices);
+    void reportSearching(const std::string& reason, const QStringList& choices);
     void serve(om::bench::BenchClient& client);
     bool deliver(om::bench::BenchClient& client, const nlohmann::json& request, std::string& error);
     bool look(om::bench::BenchClient& client, std::uint64_t ticket, std::string& error);
@@ -89,12 +89,12 @@ private:
     std::deque<Order> m_orders;
     std::uint64_t m_lastTicket = 0;
     Snapshot m_snapshot;
-    mutable bool m_told = false; ///< changed() was emitted and snapshot() not called yet
+    mutable bool m_announced = false; ///< changed() was emitted and snapshot() not called yet
 
     // Used only by the thread.
     std::string m_path; ///< of the client
-    std::string m_toldReason;
-    QStringList m_toldChoices;
+    std::string m_lastReason;
+    QStringList m_lastChoices;
     nlohmann::json m_field;
     int m_looks = 0; ///< polls since the field was last read
 

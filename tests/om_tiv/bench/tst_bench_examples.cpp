@@ -64,9 +64,9 @@ private slots:
     void faultyCameraStoresAtTheFourthRead();
     void faultyCamerasCompanyIsOldOrCantBeCalibrated();
 
-    void messAlongTheAxesIsMended();
+    void messAlongTheAxesIsCorrected();
     void messAskewIsNot();
-    void messOfAMotorIsMendedOnceItStops();
+    void messOfAMotorIsCorrectedOnceItStops();
     void messOfAMagnetIsBeyondTheSensor();
 
     void imusAreAsGoodAsTheirTextSays_data();
@@ -341,7 +341,7 @@ void TestBenchExamples::faultyCamerasCompanyIsOldOrCantBeCalibrated()
 
 // ---- The magnetic mess --------------------------------------------------------------------------
 
-void TestBenchExamples::messAlongTheAxesIsMended()
+void TestBenchExamples::messAlongTheAxesIsCorrected()
 {
     load("magnetic-mess.json");
     Link link(MODEL::TIV_Q);
@@ -368,7 +368,7 @@ void TestBenchExamples::messAskewIsNot()
     QVERIFY2(calibrated > 10.0, qPrintable(QString("%1, %2").arg(raw).arg(calibrated)));
 }
 
-void TestBenchExamples::messOfAMotorIsMendedOnceItStops()
+void TestBenchExamples::messOfAMotorIsCorrectedOnceItStops()
 {
     load("magnetic-mess.json");
     Link link(MODEL::TIV_Q);
