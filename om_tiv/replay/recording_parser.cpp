@@ -171,7 +171,7 @@ std::shared_ptr<const SensorRecording> RecordingParser::finish(std::string& repo
         return nullptr;
     }
     if (m_made->size() < 2) {
-        report = m_report.failure("nothing to play: less than two sound rows");
+        report = m_report.failure("nothing to play: fewer than two usable rows");
         return nullptr;
     }
     forEachColumn([](auto& column) { column.shrink_to_fit(); });

@@ -153,7 +153,7 @@ class Replay(world.EndToEndTest):
         wait_for("a line on standard error", program.errors)
         self.assertEqual(len(program.errors()), 1)
         self.assertIn("cameras[0].replay: ", program.errors()[0])
-        self.assertIn("nothing to play: less than two sound rows", program.errors()[0])
+        self.assertIn("nothing to play: fewer than two usable rows", program.errors()[0])
         self.assertEqual(program.om_bench("list")["cameras"], [])
         self.assertEqual(program.end(), 0)
 

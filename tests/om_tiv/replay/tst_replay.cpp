@@ -133,7 +133,7 @@ private slots:
         QCOMPARE(read->row(2).temperatures[3], 31.25F);
     }
 
-    void badRowsAreLeftOutAndToldInOneLine_data()
+    void badRowsAreLeftOutAndReportedInOneLine_data()
     {
         QTest::addColumn<QByteArray>("text");
         QTest::addColumn<int>("rows");
@@ -152,7 +152,7 @@ private slots:
             << 10
             << QByteArray("r.csv: 1 row left out, the first: line 12 has 4 fields in place of 23")
                    .replace("4 fields", "3 fields");
-        QTest::newRow("time stands still")
+        QTest::newRow("time does not change")
             << whole + last + last << 10
             << QByteArray(
                    "r.csv: 2 rows left out, the first: line 12 does not come after the row before "
@@ -162,8 +162,9 @@ private slots:
             << QByteArray("r.csv: 1 jump of the time closed, the first at line 12");
         QTest::newRow("not finite")
             << QByteArray(whole).replace("29.000000000", "inf") << 0
-            << QByteArray("r.csv: nothing to play: less than two sound rows (10 rows left out, the "
-                          "first: line 2 holds \"inf\" in column temp_barom[C])");
+            << QByteArray(
+                   "r.csv: nothing to play: fewer than two usable rows (10 rows left out, the "
+                   "first: line 2 holds \"inf\" in column temp_barom[C])");
         QTest::newRow("beyond what a sensor's number can be")
             << QByteArray(whole).replace("-9.806650162,0.005", "-1e38,0.005") << 9
             << QByteArray("r.csv: 1 row left out, the first: line 7 holds \"-1e38\" "
@@ -187,17 +188,17 @@ private slots:
                                       "\"idx,\"");
         QTest::newRow("header alone")
             << QByteArray(fullHeader) << 0
-            << QByteArray("r.csv: nothing to play: less than two sound rows");
+            << QByteArray("r.csv: nothing to play: fewer than two usable rows");
     }
 
-    void badRowsAreLeftOutAndToldInOneLine()
+    void badRowsAreLeftOutAndReportedInOneLine()
     {
         QFETCH(QByteArray, text);
         QFETCH(int, rows);
         QFETCH(QByteArray, report);
-        std::string told;
-        const auto read = SensorRecording::parse(text.toStdString(), "r.csv", told);
-        QCOMPARE(QByteArray::fromStdString(told), report);
+        std::string problem;
+        const auto read = SensorRecording::parse(text.toStdString(), "r.csv", problem);
+        QCOMPARE(QByteArray::fromStdString(problem), report);
         QCOMPARE(read ? static_cast<int>(read->size()) : 0, rows);
     }
 
@@ -419,14 +420,14 @@ private slots:
         QVERIFY(seen > rows - 5);
     }
 
-    void onceEndsAtTheLastRowAndLoopingBeginsAnew_data()
+    void onceEndsAtTheLastRowAndLoopingStartsAgain_data()
     {
         QTest::addColumn<bool>("loop");
         QTest::newRow("once") << false;
         QTest::newRow("looping") << true;
     }
 
-    void onceEndsAtTheLastRowAndLoopingBeginsAnew()
+    void onceEndsAtTheLastRowAndLoopingStartsAgain()
     {
         QFETCH(bool, loop);
         addReplay(recording(100), loop); // half a second
