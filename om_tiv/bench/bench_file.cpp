@@ -1,7 +1,7 @@
 #include "bench/bench_file.h"
 
 #include "base/files.h"
-#include "base/json_lines.h"
+#include "base/json_object.h"
 #include "base/one_line.h"
 #include "bench/bench_file_camera.h"
 #include "replay/sensor_recording.h"

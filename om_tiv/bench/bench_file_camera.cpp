@@ -1,7 +1,7 @@
 #include "bench/bench_file_camera.h"
 
 #include "bench/bench_file.h"
-#include "bench/bench_file_errors.h"
+#include "bench/bench_file_error_models.h"
 #include "world/degrees.h"
 #include "world/faults.h"
 

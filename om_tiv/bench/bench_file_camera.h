@@ -2,7 +2,7 @@
 /// A camera in a bench file.
 #pragma once
 
-#include "base/json_lines.h"
+#include "base/json_object.h"
 #include "world/config.h"
 #include "world/ranges.h"
 

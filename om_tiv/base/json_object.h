@@ -1,5 +1,5 @@
 /// @file
-/// JSON whose values have their line, for error messages.
+/// A JSON object whose values have their line in the file, for error messages.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "base/json_lines.h"
+#include "base/json_object.h"
 
 #include "base/json_depth.h"
 

@@ -1,8 +1,8 @@
 /// @file
-/// The errors of a camera's sensors in a bench file.
+/// Reads the error models of a camera's sensors from a bench file (its key `errors`).
 #pragma once
 
-#include "base/json_lines.h"
+#include "base/json_object.h"
 #include "world/config.h"
 
 #include <string>

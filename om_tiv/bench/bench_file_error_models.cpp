@@ -1,4 +1,4 @@
-#include "bench/bench_file_errors.h"
+#include "bench/bench_file_error_models.h"
 
 #include <algorithm>
 #include <array>
