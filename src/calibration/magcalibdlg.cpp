@@ -1,8 +1,6 @@
 #include "calibration/magcalibdlg.h"
 
 #include "calibration/calibmessages.h"
-#include "calibration/calibplot.h"
-#include "calibration/orientcount.h"
 #include "camera/camera_library.h"
 #include "look/Style.h"
 #include "look/clr.h"
@@ -15,11 +13,6 @@
 namespace {
 
 constexpr int updatePeriodMs = 100;
-
-// A periodic fit needs more samples than the first number, and the second number of new ones since
-// the last fit.
-constexpr int firstFitAbove = 100;
-constexpr int newSamplesAbove = 49;
 
 /// Names what has no text of its own.
 void nameForAssistivePrograms(const Ui_MagCalibDlg& form)
@@ -247,30 +240,5 @@ void MagCalibDlg::onUpdateTimer()
         ui->label_mag_calib_quality->setText(tr("CALIBRATION TO BE STORED"));
     } else {
         showHeadingState();
-    }
-}
-
-void MagCalibDlg::updateCalibration()
-{
-    const std::lock_guard<std::mutex> lock(grabMutex);
-    askCoverage();
-    const int count = rawX.size();
-    if (count > firstFitAbove && count - lastFitCount > newSamplesAbove) {
-        // A fit changes the plots three times; they replot once.
-        const CalibPlot::ReplotHold hold(plots());
-        calibrateData();
-        lastFitCount = count;
-        updateEllipses();
-        updatePlots();
-    } else {
-        updatePlots();
-    }
-}
-
-void MagCalibDlg::askCoverage()
-{
-    // No decision and no display depends on it.
-    if (orientCount) {
-        orientCount->getPercNotZero();
     }
 }
