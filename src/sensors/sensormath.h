@@ -1,6 +1,5 @@
 /// @file
-/// The arithmetic of the sensors: which samples are new, how the chart limits widen, and which rate
-/// is shown.
+/// The arithmetic of the sensors: which samples are new, their units, and which rate is shown.
 #pragma once
 
 #include "camera/camera_library.h"
@@ -98,20 +97,6 @@ om::Vector3<float> unit(const om::Vector3<float>& v);
 
 /// Converts Pa to hPa.
 float hectopascals(float pascals);
-
-// Each takes a limit and a new value and returns the new limit.
-
-float widenedRange(float range, float magnitude);
-
-float widenedPressureMax(float limit, float pressure); ///< hPa, 100 hPa beyond the value
-float widenedPressureMin(float limit, float pressure);
-
-/// Beyond the old limit: 1.1 or 0.9 times the value; the sign of the old limit decides which.
-float widenedAltitudeMax(float limit, float altitude);
-float widenedAltitudeMin(float limit, float altitude);
-
-float widenedTemperatureMax(float limit, float temperature); ///< degrees Celsius, 5 beyond
-float widenedTemperatureMin(float limit, float temperature);
 
 /// The reported rate up to the nominal one, rounded up to a whole number, Hz.
 int shownRate(double reported, double nominal);

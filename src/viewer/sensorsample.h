@@ -5,6 +5,7 @@
 
 #include "camera/camera_library.h"
 #include "sensors/sensormath.h"
+#include "viewer/chart_limits.h"
 #include "viewer/shared.h"
 
 #include <cstdint>
@@ -51,28 +52,13 @@ struct Stream
     std::uint64_t& startTime;      ///< us, of the first sample of the run
 };
 
-/// The limits of the chart, which only widen. Units as in Sample.
-struct Limits
-{
-    Shared<float>& accel;
-    Shared<float>& gyro;
-    Shared<float>& mag;
-    Shared<float>& orient;
-    Shared<float>& pressureMax;
-    Shared<float>& pressureMin;
-    Shared<float>& altitudeMax;
-    Shared<float>& altitudeMin;
-    Shared<float>& temperatureMax;
-    Shared<float>& temperatureMin;
-};
-
 /// One run of the sensor thread. Its first valid IMU record only sets the clock. The variables that
 /// the streams and the limits refer to must outlive it. One thread uses it.
 class Sampler
 {
 public:
     Sampler(const Stream& imu, const Stream& barometer, const Stream& magnetometer,
-            const Limits& limits);
+            const chartlimits::Limits& limits);
 
     /// The sample of a record that was just polled; none if its IMU time is not new.
     std::optional<Sample> take(const om::SensorsData& record);
@@ -94,7 +80,7 @@ private:
     Clocked m_imu;
     Clocked m_barometer;
     Clocked m_magnetometer;
-    Limits m_limits;
+    chartlimits::Limits m_limits;
     sensormath::BoardTemperatures m_boardTemperatures;
 };
 

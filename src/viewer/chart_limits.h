@@ -1,0 +1,38 @@
+/// @file
+/// The limits of the chart's value axis, and how a new value widens them. Without Qt.
+#pragma once
+
+#include "viewer/shared.h"
+
+namespace chartlimits {
+
+/// The limits of the chart, which only widen. Units as in sensorsample::Sample.
+struct Limits
+{
+    Shared<float>& accel;
+    Shared<float>& gyro;
+    Shared<float>& mag;
+    Shared<float>& orient;
+    Shared<float>& pressureMax;
+    Shared<float>& pressureMin;
+    Shared<float>& altitudeMax;
+    Shared<float>& altitudeMin;
+    Shared<float>& temperatureMax;
+    Shared<float>& temperatureMin;
+};
+
+// Each takes a limit and a new value and returns the new limit.
+
+float widenedRange(float range, float magnitude);
+
+float widenedPressureMax(float limit, float pressure); ///< hPa, 100 hPa beyond the value
+float widenedPressureMin(float limit, float pressure);
+
+/// Beyond the old limit: 1.1 or 0.9 times the value; the sign of the old limit decides which.
+float widenedAltitudeMax(float limit, float altitude);
+float widenedAltitudeMin(float limit, float altitude);
+
+float widenedTemperatureMax(float limit, float temperature); ///< degrees Celsius, 5 beyond
+float widenedTemperatureMin(float limit, float temperature);
+
+} // namespace chartlimits
