@@ -102,16 +102,21 @@ Timing analyseTiming(const std::vector<Nanoseconds>& times,
 }
 
 Stretches stretchesOf(const std::vector<double>& axis, const Timing& timing,
-                      std::uint64_t mostFilled)
+                      std::uint64_t mostFilled, std::vector<FilledGap>* filled)
 {
     constexpr std::size_t least = 3;
     Stretches stretches;
     std::vector<double> stretch;
+    std::vector<FilledGap> ofStretch;
     const auto close = [&] {
         if (stretch.size() >= least) {
+            if (filled != nullptr) {
+                filled->insert(filled->end(), ofStretch.begin(), ofStretch.end());
+            }
             stretches.push_back(std::move(stretch));
         }
         stretch.clear();
+        ofStretch.clear();
     };
     std::size_t begin = 0;
     const auto take = [&](std::size_t end) {
@@ -134,14 +139,31 @@ Stretches stretchesOf(const std::vector<double>& axis, const Timing& timing,
         }
         const double before = axis[gap.row - 1];
         const double rise = axis[gap.row] - before;
+        const std::size_t first = stretch.size();
         for (std::uint64_t i = 1; i <= rows; ++i) {
             stretch.push_back(before +
                               rise * static_cast<double>(i) / static_cast<double>(rows + 1));
+        }
+        if (rows > 0) {
+            ofStretch.push_back({stretches.size(), first, stretch.size()});
         }
     }
     take(axis.size());
     close();
     return stretches;
+}
+
+void refillGaps(Stretches& stretches, const std::vector<FilledGap>& filled)
+{
+    for (const FilledGap& gap : filled) {
+        std::vector<double>& samples = stretches[gap.stretch];
+        const double before = samples[gap.first - 1];
+        const double rise = samples[gap.end] - before;
+        const auto steps = static_cast<double>(gap.end - gap.first + 1);
+        for (std::size_t i = gap.first; i < gap.end; ++i) {
+            samples[i] = before + rise * static_cast<double>(i - gap.first + 1) / steps;
+        }
+    }
 }
 
 Histogram intervalHistogram(const std::vector<Nanoseconds>& times, const Timing& timing,

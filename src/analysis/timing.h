@@ -46,11 +46,23 @@ struct Timing
 Timing analyseTiming(const std::vector<Nanoseconds>& times,
                      const std::vector<std::uint32_t>& numbers);
 
+/// Samples of a stretch that are not recorded but interpolated.
+struct FilledGap
+{
+    std::size_t stretch = 0;
+    std::size_t first = 0; ///< has a recorded sample before it
+    std::size_t end = 0;   ///< one behind the last: a recorded sample
+};
+
 /// The axis in stretches without long gaps: up to `mostFilled` missing samples are interpolated
 /// linearly; a new stretch begins after a longer gap. Stretches of less than 3 samples are left
 /// out.
+/// @param filled the interpolated samples are appended to it
 Stretches stretchesOf(const std::vector<double>& axis, const Timing& timing,
-                      std::uint64_t mostFilled = 4);
+                      std::uint64_t mostFilled = 4, std::vector<FilledGap>* filled = nullptr);
+
+/// Interpolates the same samples again, from recorded ones that have been changed.
+void refillGaps(Stretches& stretches, const std::vector<FilledGap>& filled);
 
 /// Histogram of the intervals of rows, for a chart.
 struct Histogram

@@ -21,6 +21,7 @@ constexpr std::size_t mostTemperatures = 600;
 constexpr double leastTemperatureRange = 1.0; // degrees Celsius
 constexpr std::size_t imuTemperature = 2;
 constexpr std::size_t mostLines = 8;
+constexpr std::uint64_t mostFilled = 4; // samples of a gap
 
 void meanAndDeviation(const std::vector<double>& values, double& mean, double& deviation)
 {
@@ -102,29 +103,36 @@ void analyseAxisNoise(const Recording& recording, const std::vector<double>& par
 {
     const double rate = rest.timing.rateHz;
     const double period = rest.timing.periodSeconds;
-    Stretches stretches = stretchesOf(part, rest.timing);
+    std::vector<analysis::FilledGap> filled;
+    Stretches stretches = stretchesOf(part, rest.timing, mostFilled, &filled);
     axis.spectrum = analysis::welch(stretches, rate);
     axis.lines = analysis::spectralLines(axis.spectrum);
     if (axis.lines.size() > mostLines) {
         axis.lines.resize(mostLines);
     }
-    std::vector<analysis::AllanPoint> asRecorded = analysis::overlappingAllan(stretches, period);
+    if (axis.temperatureSlope || !axis.lines.empty()) {
+        axis.allanAsRecorded = analysis::overlappingAllan(stretches, period);
+    }
     if (axis.temperatureSlope) {
         const Part<Nanoseconds> times(recording.times, rest.rows);
         std::vector<double> even = part;
         analysis::removeTemperature(even, *times, recording.temperatureTimes,
                                     recording.temperatures[imuTemperature], *axis.temperatureSlope);
-        stretches = stretchesOf(even, rest.timing);
+        stretches = stretchesOf(even, rest.timing, mostFilled);
     }
     analysis::removeLines(stretches, rate, axis.lines);
+    // A straight line over a gap is no wave: without this, what is left of it would be noise.
+    analysis::refillGaps(stretches, filled);
     axis.spikes = analysis::removeSpikes(stretches);
     if (axis.spikes > 0) {
-        // They were in the waves that fitted best.
+        // They were in the waves that fitted best, and at the edges of gaps.
         analysis::removeLines(stretches, rate, axis.lines);
+        analysis::refillGaps(stretches, filled);
     }
     axis.noise = analysis::analyseNoise(stretches, period);
-    if (axis.temperatureSlope || axis.spikes > 0 || !axis.lines.empty()) {
-        axis.allanAsRecorded = std::move(asRecorded);
+    if (axis.spikes > 0 && axis.allanAsRecorded.empty()) {
+        stretches = stretchesOf(part, rest.timing, mostFilled);
+        axis.allanAsRecorded = analysis::overlappingAllan(stretches, period);
     }
 }
 

@@ -33,28 +33,23 @@ bool hasManyValues(const std::vector<double>& values)
     return false;
 }
 
-/// Number of samples at the highest value, or with `sign` -1 at the lowest one, if they accumulate
-/// there; else 0.
-std::uint64_t piledAt(const std::vector<double>& values, double sign)
+/// Number of samples at the last value towards one end, if they accumulate there; else 0.
+/// @param sign 1 for the highest value, -1 for the lowest one
+std::uint64_t piledAt(const std::vector<double>& values, double last, double sign)
 {
-    double last = -std::numeric_limits<double>::infinity();
-    double lastButOne = last;
+    const auto atLast = static_cast<std::uint64_t>(std::count(values.begin(), values.end(), last));
+    if (atLast < leastPiled) {
+        return 0;
+    }
+    double lastButOne = -std::numeric_limits<double>::infinity();
     for (const double value : values) {
-        const double outward = sign * value;
-        if (outward > last) {
-            lastButOne = last;
-            last = outward;
-        } else if (outward < last && outward > lastButOne) {
-            lastButOne = outward;
+        if (value != last) {
+            lastButOne = std::max(lastButOne, sign * value);
         }
     }
-    std::uint64_t atLast = 0;
-    std::uint64_t atLastButOne = 0;
-    for (const double value : values) {
-        atLast += sign * value == last ? 1 : 0;
-        atLastButOne += sign * value == lastButOne ? 1 : 0;
-    }
-    return atLast >= leastPiled && atLast > piledFactor * atLastButOne ? atLast : 0;
+    const auto atLastButOne =
+        static_cast<std::uint64_t>(std::count(values.begin(), values.end(), sign * lastButOne));
+    return atLast > piledFactor * atLastButOne ? atLast : 0;
 }
 
 } // namespace
@@ -144,7 +139,7 @@ std::uint64_t saturatedIn(const std::vector<double>& values, double least)
     close();
     // Spikes and peaks that the range cuts off reach its end for single samples only.
     const std::uint64_t piled =
-        hasManyValues(values) ? piledAt(values, 1.0) + piledAt(values, -1.0) : 0;
+        hasManyValues(values) ? piledAt(values, *highest, 1.0) + piledAt(values, *lowest, -1.0) : 0;
     return std::max(saturated, piled);
 }
 

@@ -88,6 +88,7 @@ private slots:
     void coarseStepsAreNoEndOfTheRange();
     void spikesAreCounted();
     void spikesDoNotRaiseTheNoise();
+    void gapsInAVibrationDoNotRaiseTheNoise();
     void vibrationIsNamed();
     void temperatureSlopeIsFound();
     void driftOfTheTemperatureIsNoWalk();
@@ -440,6 +441,23 @@ void TestReportNumbers::spikesDoNotRaiseTheNoise()
     QVERIFY2(std::abs(*density.value / 1.5e-3 - 1.0) < 0.02,
              qPrintable(QString::number(*density.value)));
     QVERIFY(!found.allanAsRecorded.empty());
+}
+
+void TestReportNumbers::gapsInAVibrationDoNotRaiseTheNoise()
+{
+    analysis::Recording recording = recordings::atRest(80'000);
+    std::vector<double>& axis = recording.acceleration.axes[1];
+    for (std::size_t i = 0; i < axis.size(); ++i) {
+        axis[i] += 0.8 * std::sin(2.0 * 3.14159265358979 * 61.7 * 0.0025 * static_cast<double>(i));
+    }
+    for (std::size_t row = 79'500; row > 500; row -= 1000) {
+        recordings::removeRows(recording, row, row + 4);
+    }
+    const RecordingReport report = analyse(recording, {});
+    const analysis::Coefficient& density = report.accelerometer->axes[1].noise.model.noiseDensity;
+    QVERIFY(density.value);
+    QVERIFY2(std::abs(*density.value / 1.5e-3 - 1.0) < 0.03,
+             qPrintable(QString::number(*density.value)));
 }
 
 void TestReportNumbers::vibrationIsNamed()
