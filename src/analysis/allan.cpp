@@ -2,6 +2,8 @@
 
 #include "analysis/chi_squared.h"
 
+#include <Eigen/Core>
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -13,6 +15,8 @@ namespace {
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 /// Probability of one standard deviation of a normal variable.
 constexpr double confidence = 0.682689492137086;
+/// Samples of the phase that are taken at once: 128 KiB.
+constexpr std::size_t part = 16'384;
 
 /// x with tau0 = 1, of the samples minus their mean: a constant output has no deviation, and the
 /// sum stays small.
@@ -44,36 +48,67 @@ struct Squares
     std::size_t count = 0;
 };
 
-/// Second differences of the phase over m samples, one in each `step` of them.
+/// The squares of the second differences of the phase over m samples, one in each `step` of them.
+/// They can be taken part by part: many averagings over one part find it in the processor's cache.
+class SecondDifferences
+{
+public:
+    SecondDifferences(std::size_t phaseSize, std::size_t m, std::size_t step)
+        : m_end(phaseSize > 2 * m ? phaseSize - 2 * m : 0), m_m(m), m_step(step)
+    {}
+
+    /// Takes the differences that begin before the limit, a multiple of 4 or beyond all of them.
+    void take(const double* x, std::size_t limit)
+    {
+        const std::size_t end = std::min(limit, m_end);
+        if (m_step == 1) {
+            takeEach(x, end);
+            return;
+        }
+        for (; m_next < end; m_next += m_step) {
+            m_sums[0] += squared(difference(x, m_next));
+            ++m_count;
+        }
+    }
+
+    Squares squares() const { return {(m_sums[0] + m_sums[1]) + (m_sums[2] + m_sums[3]), m_count}; }
+
+private:
+    double difference(const double* x, std::size_t i) const
+    {
+        return x[i + 2 * m_m] - 2.0 * x[i + m_m] + x[i];
+    }
+
+    /// Four independent sums for speed; their order is fixed, so that results are reproducible.
+    void takeEach(const double* x, std::size_t end)
+    {
+        using Four = Eigen::Map<const Eigen::Array4d>;
+        const std::size_t first = m_next;
+        Eigen::Array4d sums = m_sums;
+        for (; m_next + 4 <= end; m_next += 4) {
+            const double* const p = x + m_next;
+            sums += (Four(p + 2 * m_m) - 2.0 * Four(p + m_m) + Four(p)).square();
+        }
+        m_sums = sums;
+        for (; m_next < end; ++m_next) {
+            m_sums[0] += squared(difference(x, m_next));
+        }
+        m_count += m_next - first;
+    }
+
+    Eigen::Array4d m_sums = Eigen::Array4d::Zero();
+    std::size_t m_next = 0;
+    std::size_t m_count = 0;
+    std::size_t m_end; ///< of the beginnings of the differences
+    std::size_t m_m;
+    std::size_t m_step;
+};
+
 Squares secondDifferences(const std::vector<double>& phase, std::size_t m, std::size_t step)
 {
-    Squares squares;
-    if (phase.size() < 2 * m + 1) {
-        return squares;
-    }
-    const std::size_t end = phase.size() - 2 * m;
-    const double* const x = phase.data();
-    if (step == 1) {
-        // Four independent sums for speed; their order is fixed, so that results are reproducible.
-        double sums[4] = {};
-        std::size_t i = 0;
-        for (; i + 4 <= end; i += 4) {
-            for (std::size_t k = 0; k < 4; ++k) {
-                sums[k] += squared(x[i + k + 2 * m] - 2.0 * x[i + k + m] + x[i + k]);
-            }
-        }
-        for (; i < end; ++i) {
-            sums[0] += squared(x[i + 2 * m] - 2.0 * x[i + m] + x[i]);
-        }
-        squares.sum = (sums[0] + sums[1]) + (sums[2] + sums[3]);
-        squares.count = end;
-    } else {
-        for (std::size_t i = 0; i < end; i += step) {
-            squares.sum += squared(x[i + 2 * m] - 2.0 * x[i + m] + x[i]);
-            ++squares.count;
-        }
-    }
-    return squares;
+    SecondDifferences differences(phase.size(), m, step);
+    differences.take(phase.data(), phase.size());
+    return differences.squares();
 }
 
 /// Third differences of the phase over m samples, one in each m of them.
@@ -192,30 +227,42 @@ std::vector<AllanPoint> overlappingAllan(const Stretches& rate, double samplePer
                                          std::size_t perDecade, std::size_t exactUpTo)
 {
     std::size_t longest = 0;
-    std::vector<std::vector<double>> phases;
     for (const std::vector<double>& stretch : rate) {
         longest = std::max(longest, stretch.size());
-        phases.push_back(phaseOf(stretch));
     }
-
     std::vector<AllanPoint> points;
     for (const std::size_t m : averagings(longest / 3, perDecade)) {
-        const std::size_t step = std::max<std::size_t>(1, m / exactUpTo);
         AllanPoint point;
         point.averaging = m;
-        Squares all;
-        for (const std::vector<double>& phase : phases) {
-            const Squares squares = secondDifferences(phase, m, step);
-            all.sum += squares.sum;
-            all.count += squares.count;
-            point.samples += squares.count > 0 ? phase.size() - 1 : 0;
+        points.push_back(point);
+    }
+    std::vector<Squares> all(points.size());
+    for (const std::vector<double>& stretch : rate) {
+        const std::vector<double> phase = phaseOf(stretch);
+        std::vector<SecondDifferences> differences;
+        for (const AllanPoint& point : points) {
+            const std::size_t m = point.averaging;
+            differences.emplace_back(phase.size(), m, std::max<std::size_t>(1, m / exactUpTo));
         }
-        const auto average = static_cast<double>(m);
+        for (std::size_t limit = part; limit < phase.size() + part; limit += part) {
+            for (SecondDifferences& difference : differences) {
+                difference.take(phase.data(), limit);
+            }
+        }
+        for (std::size_t i = 0; i < points.size(); ++i) {
+            const Squares squares = differences[i].squares();
+            all[i].sum += squares.sum;
+            all[i].count += squares.count;
+            points[i].samples += squares.count > 0 ? phase.size() - 1 : 0;
+        }
+    }
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        AllanPoint& point = points[i];
+        const auto average = static_cast<double>(point.averaging);
         point.tau = average * samplePeriod;
         point.deviation =
-            std::sqrt(all.sum / static_cast<double>(all.count) / (2.0 * average * average));
+            std::sqrt(all[i].sum / static_cast<double>(all[i].count) / (2.0 * average * average));
         setInterval(point, NOISE::WHITE);
-        points.push_back(point);
     }
     return points;
 }

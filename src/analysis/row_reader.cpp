@@ -68,6 +68,29 @@ std::string_view trimmed(std::string_view text)
     return text;
 }
 
+/// Eight decimal digits at once.
+/// @return false if they are not all digits, or on a machine whose first byte is the highest
+bool parseEightDigits(const char* p, const char* end, std::uint64_t& value)
+{
+    if (__BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__ || end - p < 8) {
+        return false;
+    }
+    std::uint64_t text = 0;
+    std::memcpy(&text, p, sizeof text);
+    constexpr std::uint64_t high = 0xF0F0F0F0F0F0F0F0;
+    if (((text & high) | (((text + 0x0606060606060606) & high) >> 4)) != 0x3333333333333333) {
+        return false;
+    }
+    // The digits become four pairs, these become two halves, and these the number.
+    text -= 0x3030303030303030;
+    text = text * 10 + (text >> 8);
+    constexpr std::uint64_t pairs = 0x000000FF000000FF;
+    value = ((text & pairs) * (100 + (std::uint64_t{1'000'000} << 32)) +
+             ((text >> 16) & pairs) * (1 + (std::uint64_t{10'000} << 32))) >>
+            32;
+    return true;
+}
+
 /// A number up to the comma. Up to 15 digits the quotient of two exact numbers is the double
 /// nearest to the text; longer numbers use std::from_chars.
 bool parseNumber(const char*& p, const char* end, double& value)
@@ -84,6 +107,10 @@ bool parseNumber(const char*& p, const char* end, double& value)
     std::size_t decimals = 0;
     if (digit != end && *digit == '.') {
         const char* const point = ++digit;
+        if (std::uint64_t eight = 0; parseEightDigits(digit, end, eight)) {
+            mantissa = mantissa * 100'000'000 + eight;
+            digit += 8;
+        }
         while (digit != end && isDigit(*digit)) {
             mantissa = mantissa * 10 + static_cast<std::uint64_t>(*digit++ - '0');
         }
@@ -109,6 +136,11 @@ bool parseTime(const char*& p, const char* end, Nanoseconds& time)
     constexpr Nanoseconds most = std::numeric_limits<Nanoseconds>::max() / second - 1;
     const char* digit = p;
     Nanoseconds seconds = 0;
+    std::uint64_t eight = 0;
+    if (parseEightDigits(digit, end, eight)) {
+        seconds = static_cast<Nanoseconds>(eight);
+        digit += 8;
+    }
     while (digit != end && isDigit(*digit)) {
         seconds = seconds * 10 + (*digit++ - '0');
         if (seconds > most) {
@@ -122,6 +154,11 @@ bool parseTime(const char*& p, const char* end, Nanoseconds& time)
     if (digit != end && *digit == '.') {
         ++digit;
         Nanoseconds place = second;
+        if (parseEightDigits(digit, end, eight)) {
+            place /= 100'000'000;
+            fraction = static_cast<Nanoseconds>(eight) * place;
+            digit += 8;
+        }
         for (; digit != end && isDigit(*digit); ++digit) {
             place /= 10;
             fraction += place * (*digit - '0');
@@ -130,6 +167,19 @@ bool parseTime(const char*& p, const char* end, Nanoseconds& time)
     p = digit;
     time = seconds * second + (fraction + 500) / 1000 * 1000;
     return digit != end && *digit == ',';
+}
+
+/// The rows of a sensor that is slower than the IMU repeat its last sample.
+bool isOfSlowSensor(FIELD field)
+{
+    return field == MAG_TIME || field == BARO_TIME || (field >= MAG_X && field <= MAG_Z) ||
+           (field >= PRESSURE && field <= TEMP_BAROMETER);
+}
+
+bool beginsWith(const char* begin, const char* end, std::string_view text)
+{
+    return !text.empty() && static_cast<std::size_t>(end - begin) >= text.size() &&
+           std::memcmp(begin, text.data(), text.size()) == 0;
 }
 
 const char* endOfLine(const char* begin, const char* end)
@@ -199,11 +249,17 @@ std::size_t RowReader::likelyRows() const
     return static_cast<std::size_t>(m_end - m_begin) / std::max<std::size_t>(length, 16) + 16;
 }
 
-RowReader::PARSED RowReader::parse(const char* p, const char* end, RecordedRow& row) const
+RowReader::PARSED RowReader::parse(const char* p, const char* end, RecordedRow& row,
+                                   Texts& texts) const
 {
     bool valid = true;
     for (const FIELD field : m_fields) {
         const char* const start = p;
+        const bool slow = isOfSlowSensor(field);
+        if (slow && beginsWith(p, end, texts[field])) {
+            p += texts[field].size();
+            continue;
+        }
         bool fine = true;
         if (field == UNKNOWN) {
             p = static_cast<const char*>(std::memchr(p, ',', static_cast<std::size_t>(end - p)));
@@ -217,10 +273,16 @@ RowReader::PARSED RowReader::parse(const char* p, const char* end, RecordedRow& 
             p = static_cast<const char*>(
                 std::memchr(start, ',', static_cast<std::size_t>(end - start)));
         }
+        if (slow) {
+            texts[field] = {};
+        }
         if (p == nullptr || p == end) {
             return PARSED::TORN;
         }
         ++p; // after the comma
+        if (slow && fine) {
+            texts[field] = {start, static_cast<std::size_t>(p - start)};
+        }
     }
     if (p != end) {
         return PARSED::TORN;
@@ -236,6 +298,7 @@ bool RowReader::visit(const std::function<void(const RecordedRow&)>& take, ReadR
     const auto size = static_cast<std::size_t>(m_end - m_begin);
     report.bytes = size;
     RecordedRow row;
+    Texts texts;
     const char* nextProgress = m_begin + std::min(progressStep, size);
     for (const char* line = m_begin; line < m_end;) {
         const char* stop = endOfLine(line, m_end);
@@ -244,7 +307,7 @@ bool RowReader::visit(const std::function<void(const RecordedRow&)>& take, ReadR
             if (stop[-1] == '\r') {
                 --stop;
             }
-            switch (parse(line, stop, row)) {
+            switch (parse(line, stop, row, texts)) {
             case PARSED::ROW:
                 take(row);
                 break;

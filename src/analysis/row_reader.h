@@ -78,9 +78,13 @@ public:
 
 private:
     enum class PARSED { ROW, TORN, INVALID };
+    using Texts = std::array<std::string_view, FIELDS>;
 
     RowReader(const char* begin, const char* end, std::string_view header, const std::string& path);
-    PARSED parse(const char* p, const char* end, RecordedRow& row) const;
+    /// @param row   has the values of the row before
+    /// @param texts of the columns of slow sensors in the row before, each with its comma; empty if
+    /// it can't be used again
+    PARSED parse(const char* p, const char* end, RecordedRow& row, Texts& texts) const;
 
     const char* m_begin;
     const char* m_end;
