@@ -18,7 +18,7 @@ constexpr double leastRange = 3.0;
 constexpr double independentPerDecade = 3.0;
 /// Assumed relative error of the model's variance, for any number of samples per average.
 constexpr double modelError = 0.002;
-/// The minimum is searched only among points with at least this number of degrees of freedom.
+/// A flat part of points with fewer degrees of freedom is not seen.
 constexpr double leastDegrees = 50.0;
 
 /// The power of tau of each term in the variance.
@@ -211,23 +211,15 @@ void readCoefficients(NoiseModel& model, const std::vector<AllanPoint>& allan)
                            : unseen("the slope +1/2 of a random walk", allan);
 
     const Run flat = dominatedBy(model, BIAS_INSTABILITY, allan);
-    model.biasInstability = unseen("the slope 0 of bias instability", allan);
-    if (isWide(flat, allan)) {
-        const AllanPoint* lowest = nullptr;
-        for (std::size_t i = flat.first; i < flat.first + flat.count; ++i) {
-            const bool counts = allan[i].degreesOfFreedom >= leastDegrees;
-            if (counts && (lowest == nullptr || allan[i].deviation < lowest->deviation)) {
-                lowest = &allan[i];
-            }
-        }
-        if (lowest != nullptr) {
-            Coefficient& instability = model.biasInstability;
-            instability.reason.clear();
-            instability.value = lowest->deviation / flickerLevel;
-            instability.low = lowest->low / flickerLevel;
-            instability.high = lowest->high / flickerLevel;
-        }
-    }
+    const auto begin = allan.begin() + static_cast<std::ptrdiff_t>(flat.first);
+    const bool isSure =
+        std::any_of(begin, begin + static_cast<std::ptrdiff_t>(flat.count),
+                    [](const AllanPoint& point) { return point.degreesOfFreedom >= leastDegrees; });
+    // The lines of N and K raise the minimum by the factor sqrt(1 + 2 N K / (sqrt(3) 0.441 B^2)),
+    // and the lowest of several uncertain points is too low. The level of the flat line is neither.
+    model.biasInstability = isWide(flat, allan) && isSure
+                                ? ofTerm(model, BIAS_INSTABILITY, 1.0 / squared(flickerLevel))
+                                : unseen("the slope 0 of bias instability", allan);
 }
 
 } // namespace

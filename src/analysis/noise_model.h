@@ -51,7 +51,7 @@ struct NoiseModel
     std::array<double, TERMS> errors{};
 
     Coefficient noiseDensity;    ///< N, u / sqrt(Hz): the line of slope -1/2 at tau = 1 s
-    Coefficient biasInstability; ///< B, u: the minimum of the curve divided by 0.664
+    Coefficient biasInstability; ///< B, u: minimum / 0.664, without the lines of N and K
     Coefficient randomWalk;      ///< K, u / s / sqrt(Hz): the line of slope +1/2 at tau = 3 s
 
     /// Variance of the model, u^2.
@@ -71,8 +71,8 @@ struct AxisNoise
 /// only if the data need it (Bayesian information criterion).
 ///
 /// A coefficient has a value only if its slope is in the data: its term is at least half of the
-/// variance over a factor of 3 in averaging time, and for the bias instability the minimum is
-/// within the curve.
+/// variance over a factor of 3 in averaging time. For the bias instability one of these points has
+/// at least 50 degrees of freedom.
 NoiseModel fitNoiseModel(const std::vector<AllanPoint>& allan);
 
 /// Deviation and model of samples at equal intervals. The intervals of the deviation use the kind

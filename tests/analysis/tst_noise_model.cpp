@@ -45,6 +45,7 @@ private slots:
     void densityIsTheLineAtOneSecond();
     void walkIsTheLineAtThreeSeconds();
     void instabilityIsTheMinimumOverItsLevel();
+    void instabilityIsWithoutTheOtherLines();
     void slopeThatIsNotThereIsNotObservable_data();
     void slopeThatIsNotThereIsNotObservable();
     void whiteNoiseShowsNothingElse();
@@ -79,12 +80,23 @@ void TestNoiseModel::walkIsTheLineAtThreeSeconds()
 
 void TestNoiseModel::instabilityIsTheMinimumOverItsLevel()
 {
-    const auto points = curve(0.0, 1e-3, 1e-3, 1e-6);
+    const auto points = curve(0.0, 1e-3, 1e-3, 1e-8);
     double least = 1.0;
     for (const AllanPoint& point : points) {
         least = std::min(least, point.deviation);
     }
-    QVERIFY(near(fitNoiseModel(points).biasInstability, least / 0.66428, 1e-9));
+    QVERIFY(near(fitNoiseModel(points).biasInstability, least / 0.66428, 1e-3));
+}
+
+void TestNoiseModel::instabilityIsWithoutTheOtherLines()
+{
+    const auto points = curve(0.0, 1.5e-3, 3.3e-3, 1.2e-3);
+    double least = 1.0;
+    for (const AllanPoint& point : points) {
+        least = std::min(least, point.deviation);
+    }
+    QVERIFY(least / 0.66428 > 1.15 * 3.3e-3);
+    QVERIFY(near(fitNoiseModel(points).biasInstability, 3.3e-3, 1e-6));
 }
 
 void TestNoiseModel::slopeThatIsNotThereIsNotObservable_data()

@@ -405,8 +405,8 @@ void TestBenchExamples::imusAreAsGoodAsTheirTextSays_data()
     QTest::addColumn<double>("rate");         ///< Hz
     QTest::addColumn<bool>("sound");          ///< without spikes, vibration and lost samples
     QTest::newRow("good") << "imu-good.json" << 30000401U << 0.005 << 400.002 << true;
-    QTest::newRow("consumer") << "imu-consumer.json" << 30000402U << 0.036 << 401.6 << true;
-    QTest::newRow("broken") << "imu-broken.json" << 30000403U << 0.39 << 396.4 << false;
+    QTest::newRow("consumer") << "imu-consumer.json" << 30000402U << 0.030 << 401.6 << true;
+    QTest::newRow("broken") << "imu-broken.json" << 30000403U << 0.32 << 396.4 << false;
 }
 
 void TestBenchExamples::imusAreAsGoodAsTheirTextSays()
