@@ -1,10 +1,10 @@
 #include "log/command_line.h"
 
 #include "gravimon_version.h"
+#include "report/messages.h"
 
 #include <CLI/CLI.hpp>
 
-#include <iostream>
 #include <string>
 #include <vector>
 
@@ -56,7 +56,7 @@ std::optional<Action> readCommandLine(int argc, const char* const* argv, int& st
             status = program.exit(error); // help or version
         } else {
             status = WRONG_USAGE;
-            std::cerr << "gravimon-log: " << reason(program, error) << "\n";
+            report::complain(reason(program, error));
         }
         return std::nullopt;
     }

@@ -4,6 +4,7 @@
 #include "log/command_line.h"
 #include "log/end_signals.h"
 #include "log/progress_line.h"
+#include "report/messages.h"
 
 #include <CLI/CLI.hpp>
 
@@ -41,26 +42,25 @@ int convert(const exchange::ConvertOptions& options)
     bool interrupted = false;
     const exchange::ConvertResult result = exchange::convert(options, [&](double share) {
         if (line.isDue()) {
-            line.show(options.output + ": " + std::to_string(std::lround(share * 100.0)) + " %");
+            line.show(report::plain(options.output) + ": " +
+                      std::to_string(std::lround(share * 100.0)) + " %");
         }
         interrupted = signals.wait(std::chrono::nanoseconds(0));
         return !interrupted;
     });
     line.clear();
     if (!result.done) {
-        std::cerr << "gravimon-log: "
-                  << (interrupted ? options.output + ": interrupted; nothing of it stays behind"
-                                  : result.error)
-                  << "\n";
+        report::complain(interrupted ? options.output + ": interrupted; nothing of it stays behind"
+                                     : result.error);
         return NOT_DONE;
     }
     const exchange::Counts& counts = result.counts;
-    std::cout << options.output << ": " << counts.imu << " samples of the IMU, "
+    std::cout << report::plain(options.output) << ": " << counts.imu << " samples of the IMU, "
               << counts.magneticField << " of the magnetometer, " << counts.barometer
               << " of the barometer, " << counts.temperatures << " of the temperatures"
               << std::endl;
     if (const std::string text = analysis::leftOutText(result.report); !text.empty()) {
-        std::cerr << "gravimon-log: " << options.input << ": left out: " << text << "\n";
+        report::complain(options.input + ": left out: " + text);
     }
     return DONE;
 }

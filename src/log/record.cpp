@@ -3,6 +3,7 @@
 #include "log/command_line.h"
 #include "log/end_signals.h"
 #include "log/progress_line.h"
+#include "report/messages.h"
 
 #include <array>
 #include <cmath>
@@ -80,7 +81,7 @@ int record(const RecordOptions& options)
     RecordingRun run(options);
     std::string error;
     if (!run.start(error)) {
-        std::cerr << "gravimon-log: " << error << "\n";
+        report::complain(error);
         return NOT_DONE;
     }
     ProgressLine line;
@@ -98,9 +99,9 @@ int record(const RecordOptions& options)
     line.clear();
     const bool whole = run.finish(error);
     const StreamState state = run.state();
-    std::cout << summaryText(options.path, run.rows(), state) << std::endl;
+    std::cout << report::plain(summaryText(options.path, run.rows(), state)) << std::endl;
     if (!whole) {
-        std::cerr << "gravimon-log: " << error << "; the rows until then are in the file\n";
+        report::complain(error + "; the rows until then are in the file");
         return NOT_DONE;
     }
     return state.missing > 0 ? INCOMPLETE : DONE;

@@ -2,6 +2,7 @@
 
 #include "report/figures.h"
 #include "report/json_file.h"
+#include "report/messages.h"
 #include "report/page.h"
 #include "report/pdf_file.h"
 #include "report/verdicts.h"
@@ -26,25 +27,6 @@
 namespace report {
 
 namespace {
-
-/// Makes one line of a text from outside: replaces invalid UTF-8 by a replacement character and
-/// control characters by blanks.
-std::string plain(const std::string& text)
-{
-    QString line = QString::fromStdString(text);
-    for (QChar& c : line) {
-        const bool format = c.category() == QChar::Other_Format;
-        if (format || !(c.isPrint() || c.isSurrogate())) {
-            c = QLatin1Char(' ');
-        }
-    }
-    return line.toStdString();
-}
-
-void complain(const std::string& text)
-{
-    std::cerr << "gravimon-log: " << plain(text) << "\n";
-}
 
 extern "C" void fileWasCut(int /*signal*/)
 {
@@ -132,8 +114,31 @@ std::unique_ptr<QApplication> drawingApplication()
     return std::make_unique<QApplication>(count, arguments);
 }
 
+/// Holds the signals that end the program back, because a QSaveFile that is not destroyed leaves a
+/// temporary file behind.
+class EndHeldBack
+{
+public:
+    EndHeldBack()
+    {
+        sigset_t ends;
+        sigemptyset(&ends);
+        for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+            sigaddset(&ends, number);
+        }
+        pthread_sigmask(SIG_BLOCK, &ends, &m_before);
+    }
+    ~EndHeldBack() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
+    EndHeldBack(const EndHeldBack&) = delete;
+    EndHeldBack& operator=(const EndHeldBack&) = delete;
+
+private:
+    sigset_t m_before = {};
+};
+
 bool write(const std::string& path, const QByteArray& content)
 {
+    const EndHeldBack heldBack;
     QSaveFile file(QFile::decodeName(path.c_str()));
     if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() ||
         !file.commit()) {
