@@ -68,32 +68,91 @@ std::vector<Point> againstTemperature(const Recording& recording, const std::vec
     return points;
 }
 
-std::optional<double> slopeOf(const std::vector<Point>& points)
+/// y = offset + slope x
+struct Line
+{
+    double offset = 0.0;
+    double slope = 0.0;
+};
+
+/// Least squares for errors of which each is the one before times the correlation, plus a part of
+/// its own.
+Line lineThrough(const std::vector<Point>& points, double correlation)
+{
+    const double first = std::sqrt(1.0 - correlation * correlation);
+    double cc = 0.0;
+    double cx = 0.0;
+    double cy = 0.0;
+    double xx = 0.0;
+    double xy = 0.0;
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        const double c = i == 0 ? first : 1.0 - correlation;
+        const double x = i == 0 ? first * points[i].x : points[i].x - correlation * points[i - 1].x;
+        const double y = i == 0 ? first * points[i].y : points[i].y - correlation * points[i - 1].y;
+        cc += c * c;
+        cx += c * x;
+        cy += c * y;
+        xx += x * x;
+        xy += x * y;
+    }
+    const double determinant = cc * xx - cx * cx;
+    return {(cy * xx - cx * xy) / determinant, (cc * xy - cx * cy) / determinant};
+}
+
+/// Of each point's distance from the line with that of the point before; 0 to 0.999.
+double correlationAlong(const std::vector<Point>& points, const Line& line)
+{
+    double products = 0.0;
+    double squares = 0.0;
+    double before = 0.0;
+    for (const Point& point : points) {
+        const double off = point.y - line.offset - line.slope * point.x;
+        products += off * before;
+        squares += before * before;
+        before = off;
+    }
+    return squares > 0.0 ? std::clamp(products / squares, 0.0, 0.999) : 0.0;
+}
+
+/// Slope of a line through points in the order of time. The bias also wanders without the
+/// temperature, so that neighbouring points have similar errors; without their correlation (Prais
+/// and Winsten, 1954) a wandering bias would be taken for an effect of the temperature.
+std::optional<double> slopeOf(std::vector<Point> points)
 {
     if (points.size() < 3) {
         return std::nullopt;
     }
     const auto count = static_cast<double>(points.size());
-    double meanX = 0.0;
-    double meanY = 0.0;
+    Point mean;
     double lowest = points.front().x;
     double highest = lowest;
     for (const Point& point : points) {
-        meanX += point.x / count;
-        meanY += point.y / count;
+        mean.x += point.x / count;
+        mean.y += point.y / count;
         lowest = std::min(lowest, point.x);
         highest = std::max(highest, point.x);
     }
     if (highest - lowest < leastTemperatureRange) {
         return std::nullopt;
     }
-    double xx = 0.0;
-    double xy = 0.0;
-    for (const Point& point : points) {
-        xx += (point.x - meanX) * (point.x - meanX);
-        xy += (point.x - meanX) * (point.y - meanY);
+    for (Point& point : points) {
+        point.x -= mean.x;
+        point.y -= mean.y;
     }
-    return xy / xx;
+    constexpr int mostRounds = 20;
+    constexpr double close = 1e-4;
+    double correlation = 0.0;
+    Line line = lineThrough(points, correlation);
+    for (int round = 0; round < mostRounds; ++round) {
+        const double next = correlationAlong(points, line);
+        const bool settled = std::abs(next - correlation) < close;
+        correlation = next;
+        line = lineThrough(points, correlation);
+        if (settled) {
+            break;
+        }
+    }
+    return line.slope;
 }
 
 /// Spectrum and noise at rest. What is no noise of the sensor would hide the slopes of the

@@ -92,6 +92,7 @@ private slots:
     void vibrationIsNamed();
     void temperatureSlopeIsFound();
     void driftOfTheTemperatureIsNoWalk();
+    void walkIsNoEffectOfTheTemperature();
     void magnetometerAtRestIsNotJudged();
     void shortRecordingWarns();
     void missingReadingsAreAShareOfAllReadings();
@@ -524,6 +525,32 @@ void TestReportNumbers::driftOfTheTemperatureIsNoWalk()
     QVERIFY(!axis.noise.model.biasInstability.value);
     // As recorded, the deviation rises again.
     QVERIFY(axis.allanAsRecorded.back().deviation > 10.0 * axis.noise.allan.back().deviation);
+}
+
+void TestReportNumbers::walkIsNoEffectOfTheTemperature()
+{
+    constexpr std::size_t rows = 240'000;
+    recordings::Noise noise;
+    noise.accelerationWalk = 2e-3;
+    noise.rateWalk = 2e-3;
+    analysis::Recording recording = recordings::atRest(rows, noise);
+    for (std::size_t row = 0; row < rows; row += 16) {
+        recording.temperatureTimes.push_back(recording.times[row]);
+        for (std::vector<double>& values : recording.temperatures) {
+            values.push_back(39.0 - 12.0 * std::exp(-static_cast<double>(row) / 4000.0));
+        }
+    }
+    const RecordingReport report = analyse(recording, {});
+    double squares = 0.0;
+    for (const InertialReport* sensor : {&*report.accelerometer, &*report.gyroscope}) {
+        for (const AxisReport& axis : sensor->axes) {
+            QVERIFY(axis.temperatureSlope);
+            squares += *axis.temperatureSlope * *axis.temperatureSlope;
+        }
+    }
+    // The best possible deviation of a slope is 7e-4; least squares without the walk reach 2.4e-3.
+    const double slope = std::sqrt(squares / 6.0);
+    QVERIFY2(slope < 1.3e-3, qPrintable(QString::number(slope)));
 }
 
 void TestReportNumbers::magnetometerAtRestIsNotJudged()
