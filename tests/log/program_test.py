@@ -213,6 +213,27 @@ class Convert(Case):
             self.assertEqual([path.name for path in self.folder.iterdir()], [self.file.name])
 
 
+class Names(Case):
+
+    STRANGE = "a\n\x1b[31m\u202e"
+    SHOWN = "a  [31m "
+
+    def test_no_message_has_control_characters_of_a_name(self):
+        there = self.folder / (self.STRANGE + ".csv")
+        done = run("record", there, "--seconds", "0.2")
+        self.assertIn(done.returncode, (DONE, INCOMPLETE))
+        self.assertRegex(done.stdout, rf"\A{re.escape(str(self.folder / self.SHOWN))}\.csv: [^\n\x1b]*\n\Z")
+        missing = self.folder / (self.STRANGE + "b")
+        out = self.folder / (self.STRANGE + ".npz")
+        self.assertEqual(run("convert", there, out, "--to", "npz").stdout.count("\n"), 1)
+        for arguments in (("record", there), ("report", missing), ("convert", missing, self.folder / "c", "--to", "npz"),
+                          ("convert", there, out, "--to", "npz"), ("record", "a", self.STRANGE), (self.STRANGE,)):
+            done = run(*arguments)
+            self.assertIn(done.returncode, (NOT_DONE, USAGE), arguments)
+            self.assertRegex(done.stderr, r"\Agravimon-log: [^\n\x1b\u202e]*\n\Z")
+            self.assertIn(self.SHOWN, done.stderr)
+
+
 class CommandLine(Case):
 
     def wrong(self, reason, *arguments):
