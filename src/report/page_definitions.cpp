@@ -30,7 +30,7 @@ QString definitionsHtml()
         "<span class=\"formula\">σ²(τ) = 3 Q²/τ² + N²/τ + (2 ln 2/π) B² + K² τ/3 + R² τ²/2"
         "</span>(IEEE Std 952-1997, annex C, with quantisation Q and ramp R.) N is its line of "
         "slope −1/2 at τ = 1 s, K its line of slope +1/2 at τ = 3 s, B the minimum of σ over "
-        "0.664. A "
+        "0.664, without what the lines of N and K add to it. A "
         "coefficient whose slope is not in the data is not observable. What is not noise is "
         "removed "
         "first: lines of the spectrum, such as those of a vibration; spikes, which are replaced by "

@@ -8,12 +8,19 @@
 #include "analysis/spectrum.h"
 #include "analysis/timing.h"
 #include "tools/generate.h"
+#include "world/flicker.h"
 #include "world/physics.h"
+#include "world/random_walk.h"
+
+#include "analysis/noise_samples.h"
 
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <cmath>
+#include <map>
 #include <memory>
+#include <string>
 #include <vector>
 
 using namespace om;
@@ -64,6 +71,7 @@ class TestGeneratedNoise : public QObject
 private slots:
     void densityAndWalkAreFound();
     void densityAndInstabilityAreFound();
+    void threeHoursShowTheConsumerImusAccelerometer();
     void whiteNoiseHasNoWalkAndNoInstability();
     void biasScaleAndMisalignmentAreFound();
     void vibrationIsFound_data();
@@ -124,6 +132,41 @@ void TestGeneratedNoise::densityAndInstabilityAreFound()
     compare(samples.acceleration, a.biasInstability, &Model::biasInstability, 0.15);
     compare(samples.angularVelocity, w.noiseDensity, &Model::noiseDensity, 0.02);
     compare(samples.angularVelocity, w.biasInstability, &Model::biasInstability, 0.15);
+}
+
+/// The values of docs/bench/imu-consumer.json over several seeds (GRAVIMON_NOISE_SEEDS), at 20 Hz.
+void TestGeneratedNoise::threeHoursShowTheConsumerImusAccelerometer()
+{
+    constexpr double density = 0.0015;
+    constexpr double instability = 0.0033;
+    constexpr double walk = 0.0012;
+    constexpr double period = 0.05;
+    const int seeds = std::max(1, qEnvironmentVariable("GRAVIMON_NOISE_SEEDS", "3").toInt());
+    using Found = std::vector<double>;
+    std::map<std::string, Found> found;
+    for (int seed = 1; seed <= seeds; ++seed) {
+        const auto number = static_cast<std::uint64_t>(seed);
+        RandomWalk wandering(number, 16);
+        Flicker flicker(number, 64, 1000.0);
+        std::vector<double> samples =
+            noise_samples::whiteAndWalk(3 * 3600 * 20, period, density, 0.0, number);
+        for (std::size_t i = 0; i < samples.size(); ++i) {
+            const auto time = static_cast<Nanoseconds>(i) * 50'000'000;
+            samples[i] += walk * wandering.at(time) + instability * flicker.at(time);
+        }
+        const analysis::NoiseModel model = analysis::analyseNoise({samples}, period).model;
+        QVERIFY(model.noiseDensity.value && model.biasInstability.value && model.randomWalk.value);
+        found["N"].push_back(*model.noiseDensity.value / density);
+        found["B"].push_back(*model.biasInstability.value / instability);
+        found["K"].push_back(*model.randomWalk.value / walk);
+    }
+    for (auto& [name, ratios] : found) {
+        std::sort(ratios.begin(), ratios.end());
+        qInfo("%s: median %.3f, %.3f to %.3f of the truth", name.c_str(), ratios[ratios.size() / 2],
+              ratios.front(), ratios.back());
+        QVERIFY(std::abs(ratios[ratios.size() / 2] - 1.0) < 0.08);
+        QVERIFY(ratios.front() > 0.85 && ratios.back() < 1.15);
+    }
 }
 
 void TestGeneratedNoise::whiteNoiseHasNoWalkAndNoInstability()
