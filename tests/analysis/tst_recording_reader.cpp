@@ -57,6 +57,7 @@ class TestRecordingReader : public QObject
 private slots:
     void everyColumnArrives();
     void repeatedSlowSamplesCountOnce();
+    void repeatedFieldIsReadAgainAfterAnInvalidOne();
     void numbersAreTheNearestDoubles();
     void timesAreWholeMicroseconds();
     void rowsAboveTheHeaderCount();
@@ -107,6 +108,18 @@ void TestRecordingReader::repeatedSlowSamplesCountOnce()
     QCOMPARE(recording->magneticField.times.size(), std::size_t{2});
     QCOMPARE(recording->barometerTimes.size(), std::size_t{2});
     QCOMPARE(recording->temperatureTimes.size(), std::size_t{2});
+}
+
+void TestRecordingReader::repeatedFieldIsReadAgainAfterAnInvalidOne()
+{
+    std::string invalid = row(1, 2500, 0, 2500);
+    const std::string pressure = "1013.250000000";
+    invalid.replace(invalid.find(pressure), pressure.size(), "5000000000000");
+    const auto recording =
+        parse(header + row(0, 0, 0, 0) + invalid + row(2, 5000, 0, 5000) + row(3, 7500, 0, 7500));
+    QVERIFY(recording);
+    QCOMPARE(recording->report.invalidRows, std::uint64_t{1});
+    QCOMPARE(recording->pressure, (std::vector<double>{1013.25, 1013.25, 1013.25}));
 }
 
 void TestRecordingReader::numbersAreTheNearestDoubles()
