@@ -55,6 +55,8 @@ int main(int argc, char** argv)
         return NO_DISPLAY;
     }
 
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps, true);
     int count = 1;
     QApplication application(count, argv);
     QApplication::setApplicationName(QStringLiteral("om-bench-window"));

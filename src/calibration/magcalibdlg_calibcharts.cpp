@@ -2,6 +2,7 @@
 
 #include "calibration/calibplot.h"
 #include "calibration/chartmath.h"
+#include "calibration/sharp_symbol.h"
 #include "ui_magcalibdlg.h"
 
 #include <QBrush>
@@ -72,9 +73,11 @@ void MagCalibDlg::makeSymbols()
     for (const CurveRow& row : curveTable()) {
         const QColor colour = row.lastOnly ? QColor(Qt::black) : CalibPlot::planeColour(row.plane);
         const QPen pen(QBrush(colour), 1.0, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin);
-        this->*row.symbol =
-            row.lastOnly ? new QwtSymbol(QwtSymbol::Star1, QBrush(colour), pen, QSize(9, 9))
-                         : new QwtSymbol(QwtSymbol::Diamond, QBrush(colour), pen, QSize(5, 5));
+        const auto shape = row.lastOnly ? QwtSymbol::Star1 : QwtSymbol::Diamond;
+        const QSize size = row.lastOnly ? QSize(9, 9) : QSize(5, 5);
+        this->*row.symbol = devicePixelRatioF() > 1.0
+                                ? new SharpSymbol(shape, QBrush(colour), pen, size)
+                                : new QwtSymbol(shape, QBrush(colour), pen, size);
     }
 }
 

@@ -14,8 +14,11 @@ namespace dressing {
 
 void showLogo(QLabel& label)
 {
-    const QPixmap logo(QStringLiteral(":/images/TIV_white.png"));
-    label.setPixmap(logo.scaledToHeight(label.height(), Qt::SmoothTransformation));
+    const qreal ratio = label.devicePixelRatioF();
+    const QPixmap image(QStringLiteral(":/images/TIV_white.png"));
+    QPixmap logo = image.scaledToHeight(qRound(label.height() * ratio), Qt::SmoothTransformation);
+    logo.setDevicePixelRatio(ratio);
+    label.setPixmap(logo);
 }
 
 void layGround(QWidget& widget)

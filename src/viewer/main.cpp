@@ -40,6 +40,8 @@ int main(int argc, char* argv[])
     format.setSamples(16);
     QSurfaceFormat::setDefaultFormat(format);
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
+    // Icons are drawn in device pixels.
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps, true);
     QApplication application(argc, argv);
     QCoreApplication::addLibraryPath(QStringLiteral("platforms/"));
     setDesktopIdentity(QStringLiteral("gravimon"));
