@@ -64,8 +64,8 @@ public:
     /// rows may precede the header, as in files of the recorder.
     /// @param report report of the recording
     /// @param progress reports the progress; null for no report
-    /// @return null, with the reason in report, if nothing can be played (less than two rows); null
-    ///         with an empty report if cancelled
+    /// @return null, with the reason in report, if nothing can be played (fewer than two rows);
+    ///         null with an empty report if cancelled
     static std::shared_ptr<const SensorRecording> read(const std::string& path, std::string& report,
                                                        ReadingProgress* progress = nullptr);
     /// The same for a text; name replaces the file's name in reports.

@@ -161,7 +161,7 @@ std::optional<Recording> parseRecording(const char* begin, const char* end, cons
     }
     if (recording.report.rows < 2) {
         const std::string leftOut = leftOutText(recording.report);
-        error = path + ": has less than two rows that can be used" +
+        error = path + ": has fewer than two usable rows" +
                 (leftOut.empty() ? "" : "; left out: " + leftOut);
         return std::nullopt;
     }

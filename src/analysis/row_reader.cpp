@@ -120,7 +120,7 @@ std::optional<RowReader> RowReader::of(const char* begin, const char* end, const
 {
     const std::string_view header = findHeader(begin, end);
     if (header.empty()) {
-        error = path + ": is no recording: no line starts with \"idx,\"";
+        error = path + ": is not a recording: no line starts with \"idx,\"";
         return std::nullopt;
     }
     return RowReader(begin, end, header, path);

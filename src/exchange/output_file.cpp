@@ -23,7 +23,7 @@ std::string whatIsThere(const std::string& path)
             return "is a folder: give the name of a file in it";
         }
         if (!S_ISREG(there.st_mode)) {
-            return "is no regular file: choose another name";
+            return "is not a regular file: choose another name";
         }
     }
     return taken;

@@ -248,11 +248,11 @@ void TestRecordingReader::whatIsNoRecordingIsRefused_data()
     QTest::newRow("no time") << QByteArray("idx,press[hPa],\n0,1013,\n")
                              << "has neither imu_Timestamp[sec] nor mag_Timestamp[sec]";
     QTest::newRow("header alone") << QByteArray("idx,imu_Timestamp[sec],\n")
-                                  << "less than two rows";
+                                  << "fewer than two usable rows";
     QTest::newRow("header without a line feed")
-        << QByteArray("idx,imu_Timestamp[sec],") << "less than two rows";
+        << QByteArray("idx,imu_Timestamp[sec],") << "fewer than two usable rows";
     QTest::newRow("one row") << QByteArray("idx,imu_Timestamp[sec],\n0,1.0,\n")
-                             << "less than two rows";
+                             << "fewer than two usable rows";
     QTest::newRow("zeros") << QByteArray(4096, '\0') << "no line starts with \"idx,\"";
 }
 

@@ -243,7 +243,7 @@ private slots:
     void listIsFreedOnce();
 
     void widgetsAreGivenTheFontsOfTheLook();
-    void streamEndsBeforeTheThreadIsTold();
+    void streamEndsBeforeTheThreadIsStopped();
     void threadTakesTheLockForEachSampleItKeeps();
     void threadHoldsTheLockForTheSampleOnly();
     void tickAsksForTheCoverageUnderTheLock();
@@ -393,7 +393,7 @@ void TestDialogCalls::widgetsAreGivenTheFontsOfTheLook()
     }
 }
 
-void TestDialogCalls::streamEndsBeforeTheThreadIsTold()
+void TestDialogCalls::streamEndsBeforeTheThreadIsStopped()
 {
     DialogFixture f;
     QPushButton* const start = f.probe->ui->pushButton_start;

@@ -75,7 +75,7 @@ private slots:
     void resetStoresNeutralValuesAndClears();
     void failedResetHasClearedTheData();
     void storeAfterAStopWithoutSamplesWritesWhatWasLoaded();
-    void errorOfTheThreadIsToldOnTheInterfaceThread();
+    void errorOfTheThreadIsShownOnTheInterfaceThread();
     void errorKeepsFlagsAndStoreButton();
     void execReturnsWhenExitIsPressed();
     void rejectedDialogClosesItsLinkBeforeItIsLeft();
@@ -821,7 +821,7 @@ void TestMagCalibDlg::storeAfterAStopWithoutSamplesWritesWhatWasLoaded()
                                                   11.0, -23.0, 37.0}));
 }
 
-void TestMagCalibDlg::errorOfTheThreadIsToldOnTheInterfaceThread()
+void TestMagCalibDlg::errorOfTheThreadIsShownOnTheInterfaceThread()
 {
     DialogFixture f;
     f.boxes.expect("Ok", [&f] { QVERIFY(f.probe->updateTimer.isActive()); });

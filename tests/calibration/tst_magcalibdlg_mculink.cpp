@@ -49,14 +49,14 @@ private slots:
     void leavingStopsCaptureAndCloses();
     void devicesThatCountAreListed_data();
     void devicesThatCountAreListed();
-    void listIsMadeAnew();
+    void listIsMadeAgain();
     void listStaysEmptyWithoutDevices();
-    void unlistedCameraIsToldWithItsSerialNumber_data();
-    void unlistedCameraIsToldWithItsSerialNumber();
+    void unlistedCameraIsReportedWithItsSerialNumber_data();
+    void unlistedCameraIsReportedWithItsSerialNumber();
     void unlistedCameraLeavesTheLinkAsItWas();
-    void refusedOpenIsTold();
+    void refusedOpenIsReported();
     void refusedOpenCountsAsClosed();
-    void linkThatWouldNotOpenIsNotMadeAnew();
+    void linkThatCannotBeOpenedIsNotMadeAgain();
     void linkIsReleasedBeforeTheNextIsMade();
     void storedCalibrationIsLoadedIntoTheDialogsAxes();
     void loadingStopsCaptureMeanwhile();
@@ -172,7 +172,7 @@ void TestMcuLink::devicesThatCountAreListed()
     }
 }
 
-void TestMcuLink::listIsMadeAnew()
+void TestMcuLink::listIsMadeAgain()
 {
     DialogFixture f;
     addCamera(f.bench, om::MODEL::TIV_N, 10000001, -1, 0x0100);
@@ -196,7 +196,7 @@ void TestMcuLink::listStaysEmptyWithoutDevices()
     QTRY_COMPARE(f.boxes.seen.size(), 1);
 }
 
-void TestMcuLink::unlistedCameraIsToldWithItsSerialNumber_data()
+void TestMcuLink::unlistedCameraIsReportedWithItsSerialNumber_data()
 {
     QTest::addColumn<om::MODEL>("model");
     QTest::addColumn<unsigned int>("serial");
@@ -205,7 +205,7 @@ void TestMcuLink::unlistedCameraIsToldWithItsSerialNumber_data()
     QTest::newRow("without a magnetometer") << om::MODEL::TIV_N << 14142135U << true;
 }
 
-void TestMcuLink::unlistedCameraIsToldWithItsSerialNumber()
+void TestMcuLink::unlistedCameraIsReportedWithItsSerialNumber()
 {
     QFETCH(om::MODEL, model);
     QFETCH(unsigned int, serial);
@@ -241,7 +241,7 @@ void TestMcuLink::unlistedCameraLeavesTheLinkAsItWas()
     QVERIFY(!f.probe->mcuClosed);
 }
 
-void TestMcuLink::refusedOpenIsTold()
+void TestMcuLink::refusedOpenIsReported()
 {
     DialogFixture f(false);
     f.bench.changeFaults(f.serial, [](Faults& faults) { faults.mcuOpenRefused = true; });
@@ -271,7 +271,7 @@ void TestMcuLink::refusedOpenCountsAsClosed()
     QCOMPARE(f.bench.log().count(CALL::MCU_STOP_CAPTURE), std::uint64_t{0});
 }
 
-void TestMcuLink::linkThatWouldNotOpenIsNotMadeAnew()
+void TestMcuLink::linkThatCannotBeOpenedIsNotMadeAgain()
 {
     DialogFixture f(false);
     f.bench.changeFaults(f.serial, [](Faults& faults) { faults.mcuOpenRefused = true; });

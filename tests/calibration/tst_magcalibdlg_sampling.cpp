@@ -60,8 +60,8 @@ private slots:
     void rateIsMeasuredAndBounded_data();
     void rateIsMeasuredAndBounded();
     void slowRatePausesTheThread();
-    void threadBearsAHundredFailures_data();
-    void threadBearsAHundredFailures();
+    void threadToleratesAHundredFailures_data();
+    void threadToleratesAHundredFailures();
     void hundredAndFirstFailureEndsTheThread_data();
     void hundredAndFirstFailureEndsTheThread();
     void knownReadingNeitherCountsNorResetsFailures();
@@ -282,7 +282,7 @@ void TestSampling::slowRatePausesTheThread()
     QVERIFY2(timer.elapsed() >= 1000, qPrintable(QString::number(timer.elapsed())));
 }
 
-void TestSampling::threadBearsAHundredFailures_data()
+void TestSampling::threadToleratesAHundredFailures_data()
 {
     QTest::addColumn<int>("link");
     QTest::addColumn<int>("state");
@@ -291,7 +291,7 @@ void TestSampling::threadBearsAHundredFailures_data()
     QTest::newRow("nothing at all") << 0 << 0;
 }
 
-void TestSampling::threadBearsAHundredFailures()
+void TestSampling::threadToleratesAHundredFailures()
 {
     QFETCH(int, link);
     QFETCH(int, state);
@@ -304,7 +304,7 @@ void TestSampling::threadBearsAHundredFailures()
 
 void TestSampling::hundredAndFirstFailureEndsTheThread_data()
 {
-    threadBearsAHundredFailures_data();
+    threadToleratesAHundredFailures_data();
 }
 
 void TestSampling::hundredAndFirstFailureEndsTheThread()

@@ -140,8 +140,8 @@ private slots:
     void frameWithoutATimeLeavesThePaceAlone();
     void firstFrameIsNotHeldBack();
     void longGapIsNotWaitedFor();
-    void frameThatIsNotHeldBackStartsThePaceAnew_data();
-    void frameThatIsNotHeldBackStartsThePaceAnew();
+    void frameThatIsNotDelayedStartsThePaceAgain_data();
+    void frameThatIsNotDelayedStartsThePaceAgain();
     void skippedFrameIsNotPaced();
     void destructorEndsAPlayingFile();
 };
@@ -533,7 +533,7 @@ void TestInputThreadFile::longGapIsNotWaitedFor()
     QVERIFY(file.input->lastPlaybackTime >= startTime + 40 * om::bench::nsPerS);
 }
 
-void TestInputThreadFile::frameThatIsNotHeldBackStartsThePaceAnew_data()
+void TestInputThreadFile::frameThatIsNotDelayedStartsThePaceAgain_data()
 {
     QTest::addColumn<qint64>("gapMs");
     QTest::newRow("no gap") << qint64(0);
@@ -541,7 +541,7 @@ void TestInputThreadFile::frameThatIsNotHeldBackStartsThePaceAnew_data()
     QTest::newRow("a gap above ten seconds") << qint64(20000);
 }
 
-void TestInputThreadFile::frameThatIsNotHeldBackStartsThePaceAnew()
+void TestInputThreadFile::frameThatIsNotDelayedStartsThePaceAgain()
 {
     QFETCH(qint64, gapMs);
     const Nanoseconds gap = static_cast<Nanoseconds>(gapMs) * om::bench::nsPerMs;

@@ -118,7 +118,7 @@ private slots:
 
     void frameDropsAreCountedAgainstTheCamerasRate();
     void frameDropsAskForTheRateFromTheSecondFrameOn();
-    void frameDropsStartAnewWithCreateMemories();
+    void frameDropsStartAgainWithCreateMemories();
 };
 
 void TestInputThreadOpen::init()
@@ -648,7 +648,7 @@ void TestInputThreadOpen::frameDropsAskForTheRateFromTheSecondFrameOn()
     QCOMPARE(calls(CALL::GET_INIT_PARAMETERS), std::uint64_t(1));
 }
 
-void TestInputThreadOpen::frameDropsStartAnewWithCreateMemories()
+void TestInputThreadOpen::frameDropsStartAgainWithCreateMemories()
 {
     InputThreadModul input;
     QCOMPARE(input.live(static_cast<int>(cameraSerial)), 0);

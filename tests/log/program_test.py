@@ -75,8 +75,8 @@ class Record(Case):
     def test_rows_and_missing_samples_fill_the_time(self):
         done = run("record", self.file, "--seconds", 3)
         rows = self.rows()
-        told, missing = self.summary(done.stdout)
-        self.assertEqual(told, len(rows))
+        reported, missing = self.summary(done.stdout)
+        self.assertEqual(reported, len(rows))
         self.assertEqual((done.returncode, done.stderr), (INCOMPLETE if missing else DONE, ""))
         span = float(rows[-1][1]) - float(rows[0][1])
         self.assertLess(span, 3.0)
@@ -88,9 +88,9 @@ class Record(Case):
             self.wait_for_rows(program, 100)
             program.send_signal(number)
             output, errors = program.communicate(timeout=LIMIT)
-            told, missing = self.summary(output)
+            reported, missing = self.summary(output)
             self.assertEqual((program.returncode, errors), (INCOMPLETE if missing else DONE, ""))
-            self.assertEqual(told, len(self.rows()))
+            self.assertEqual(reported, len(self.rows()))
             self.file.unlink()
 
     def test_a_signal_that_is_ignored_at_the_start_stays_ignored(self):
@@ -117,9 +117,11 @@ class Record(Case):
         self.assertIn(program.returncode, (DONE, INCOMPLETE))
         self.assertGreater(len(self.rows()), 50)
 
-    def test_progress_is_shown_on_a_terminal_only(self):
+    def shown_on_a_terminal(self, columns):
+        """What a recording of two seconds writes to a terminal of this width."""
         control, terminal = pty.openpty()
         self.addCleanup(os.close, control)
+        fcntl.ioctl(terminal, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
         program = subprocess.Popen([PROGRAM, "record", str(self.file), "--seconds", "2"], stdout=terminal, env=ENVIRONMENT)
         self.addCleanup(program.kill)
         os.close(terminal)
@@ -130,24 +132,15 @@ class Record(Case):
         except OSError:
             pass  # the other end is closed
         program.wait(timeout=LIMIT)
-        self.assertRegex(shown.decode(), r"\r\x1b\[K00:00:0\d  \d+ rows  \d+\.\d Hz  (no gaps|\d+ gaps?)")
+        return shown.decode()
+
+    def test_progress_is_shown_on_a_terminal_only(self):
+        self.assertRegex(self.shown_on_a_terminal(80), r"\r\x1b\[K00:00:0\d  \d+ rows  \d+\.\d Hz  (no gaps|\d+ gaps?)")
         self.assertNotIn("\r", run("record", self.folder / "b.csv", "--seconds", "1").stdout)
 
     def test_progress_stays_within_one_line_of_a_narrow_terminal(self):
-        control, terminal = pty.openpty()
-        self.addCleanup(os.close, control)
-        fcntl.ioctl(terminal, termios.TIOCSWINSZ, struct.pack("HHHH", 24, 20, 0, 0))
-        program = subprocess.Popen([PROGRAM, "record", str(self.file), "--seconds", "2"], stdout=terminal, env=ENVIRONMENT)
-        self.addCleanup(program.kill)
-        os.close(terminal)
-        shown = b""
-        try:
-            while block := os.read(control, 4096):
-                shown += block
-        except OSError:
-            pass  # the other end is closed
-        program.wait(timeout=LIMIT)
-        progress = [text.split("\r")[0] for text in shown.decode().split("\x1b[K")[1:-1]]
+        shown = self.shown_on_a_terminal(20)
+        progress = [text.split("\r")[0] for text in shown.split("\x1b[K")[1:-1]]
         self.assertTrue(progress, shown)
         for text in progress:
             self.assertRegex(text, r"\A00:00:0\d  \d+ row")

@@ -88,7 +88,7 @@ private slots:
         QTest::newRow("folder") << QByteArray("folder")
                                 << QByteArray(": is a folder: give the name of a file in it");
         QTest::newRow("FIFO") << QByteArray("fifo")
-                              << QByteArray(": is no regular file: choose another name");
+                              << QByteArray(": is not a regular file: choose another name");
         QTest::newRow("link to nothing")
             << QByteArray("link")
             << QByteArray(": exists already: choose another name or remove it");

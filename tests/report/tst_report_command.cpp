@@ -125,9 +125,9 @@ void TestReportCommand::oddInputIsReportedOrRefused_data()
     QTest::addColumn<std::string>("error"); // empty: a report
     const std::string none;
     QTest::newRow("empty") << none << std::string("is empty");
-    QTest::newRow("header only") << imuHeader << std::string("less than two rows");
+    QTest::newRow("header only") << imuHeader << std::string("fewer than two usable rows");
     QTest::newRow("one row") << imuHeader + imuRow(0, 1.0, 0.0)
-                             << std::string("less than two rows");
+                             << std::string("fewer than two usable rows");
     QTest::newRow("two rows") << imuRows(2, 0.0025) << none;
     QTest::newRow("three rows") << imuRows(3, 0.0025) << none;
     QTest::newRow("ten rows") << imuRows(10, 0.0025) << none;
@@ -136,9 +136,10 @@ void TestReportCommand::oddInputIsReportedOrRefused_data()
     for (int i = 0; i < 100; ++i) {
         nan += std::to_string(i) + ",1.0,nan,nan,nan,nan,nan,nan,\n";
     }
-    QTest::newRow("not a number") << nan << std::string("less than two rows");
-    QTest::newRow("falling times") << imuRows(100, -0.0025) << std::string("less than two rows");
-    QTest::newRow("same times") << imuRows(100, 0.0) << std::string("less than two rows");
+    QTest::newRow("not a number") << nan << std::string("fewer than two usable rows");
+    QTest::newRow("falling times")
+        << imuRows(100, -0.0025) << std::string("fewer than two usable rows");
+    QTest::newRow("same times") << imuRows(100, 0.0) << std::string("fewer than two usable rows");
     std::string gaps = imuHeader;
     for (int i = 0; i < 1000; ++i) {
         gaps += imuRow(i, 1000.0 + i * 0.0025 + (i > 500 ? 8e9 : 0.0), 0.01 * (i % 7));
@@ -165,8 +166,9 @@ void TestReportCommand::oddInputIsReportedOrRefused_data()
     }
     QTest::newRow("times alone") << empty << none;
     QTest::newRow("bytes") << std::string("\0\xff\xfe\n\n\0idx", 9)
-                           << std::string("is no recording");
-    QTest::newRow("another table") << std::string("a,b\n1,2\n") << std::string("is no recording");
+                           << std::string("is not a recording");
+    QTest::newRow("another table")
+        << std::string("a,b\n1,2\n") << std::string("is not a recording");
 }
 
 void TestReportCommand::oddInputIsReportedOrRefused()

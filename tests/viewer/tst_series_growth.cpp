@@ -39,6 +39,22 @@ struct Pair
     Series plain;
 };
 
+/// As many series as the window has, each with the capacity that it reserves.
+struct AllSeries
+{
+    static constexpr std::size_t count = 33;
+
+    AllSeries()
+    {
+        for (Series& each : series) {
+            each.reserve(reserved);
+        }
+    }
+
+    SeriesGrowth growth{count};
+    std::array<Series, count> series;
+};
+
 } // namespace
 
 class TestSeriesGrowth : public QObject
@@ -137,26 +153,21 @@ private slots:
     void copiesHoldLessThanAQuarterAgain()
     {
         // As the window has them: series 0 to 17, 20 and 30 to 32 of IMU pace, the others slower.
-        constexpr int count = 33;
-        SeriesGrowth growth(count);
-        std::array<Series, count> series;
-        for (Series& each : series) {
-            each.reserve(reserved);
-        }
+        AllSeries all;
         double most = 0.0;
         for (int i = 0; i < 140'000; ++i) {
             double held = 0.0;
             double twice = 0.0;
-            for (std::size_t n = 0; n < count; ++n) {
+            for (std::size_t n = 0; n < AllSeries::count; ++n) {
                 const bool fast = n < 18 || n == 20 || n >= 30;
                 if (fast || i % 8 == 0) {
-                    series[n].append(valueAt(i));
+                    all.series[n].append(valueAt(i));
                 }
-                growth.step(n, series[n]);
-                held += series[n].size();
-                twice += growth.copied(n);
+                all.growth.step(n, all.series[n]);
+                held += all.series[n].size();
+                twice += all.growth.copied(n);
             }
-            for (const OldSeries& replaced : growth.takeReplaced()) {
+            for (const OldSeries& replaced : all.growth.takeReplaced()) {
                 twice += replaced.elements().size();
             }
             most = std::max(most, twice / held);
@@ -166,23 +177,18 @@ private slots:
 
     void seriesOfOneLengthAreReplacedOneAfterAnother()
     {
-        constexpr int count = 33;
-        SeriesGrowth growth(count);
-        std::array<Series, count> series;
-        for (Series& each : series) {
-            each.reserve(reserved);
-        }
+        AllSeries all;
         std::size_t replaced = 0;
         for (int i = 0; i < reserved; ++i) {
-            for (std::size_t n = 0; n < count; ++n) {
-                series[n].append(valueAt(i));
-                growth.step(n, series[n]);
+            for (std::size_t n = 0; n < AllSeries::count; ++n) {
+                all.series[n].append(valueAt(i));
+                all.growth.step(n, all.series[n]);
             }
-            const auto now = growth.takeReplaced();
+            const auto now = all.growth.takeReplaced();
             QVERIFY(now.size() <= 1);
             replaced += now.size();
         }
-        QCOMPARE(replaced, std::size_t{count});
+        QCOMPARE(replaced, AllSeries::count);
     }
 
     void theReplacedSeriesIsHandedOutOnceAndWhole()
