@@ -83,16 +83,28 @@ class Windows(world.EndToEndTest):
         (runtime / "weston.ini").write_text(CONFIGURATION, encoding="ascii")
         with open(runtime / "weston.log", "wb") as log:
             self.compositor = subprocess.Popen(
-                ["weston", "--backend=x11-backend.so", f"--config={runtime}/weston.ini", "--socket=wayland-test",
-                 "--use-pixman", "--idle-time=0", "--width=1600", "--height=1000"],
+                # Without its X server weston would run on, at full load.
+                ["setpriv", "--pdeathsig", "KILL", "weston", "--backend=x11-backend.so",
+                 f"--config={runtime}/weston.ini", "--socket=wayland-test", "--use-pixman", "--idle-time=0",
+                 "--width=1600", "--height=1000"],
                 stdin=subprocess.DEVNULL, stdout=log, stderr=log)
+        self.addCleanup(self.end_compositor)
         wait_for("the compositor's socket", (runtime / "wayland-test").exists)
         wait_for("the compositor's screen", lambda: Picture.take().crop((0, 0, 1600, 900))[899] == 1600 * BACKGROUND)
+        wait_for("the compositor's pointer", self.pointer_follows)
 
-    def tearDown(self):
-        super().tearDown()
+    def end_compositor(self):
         self.compositor.terminate()
         self.compositor.wait(PATIENCE * SCALE)
+
+    @staticmethod
+    def pointer_follows():
+        """Whether the compositor's pointer is where the mouse is. It takes relative moves, and may start in the corner
+        while the mouse is elsewhere; a move into the corner brings both together."""
+        xdotool("mousemove", 0, 0)
+        Picture.take()  # so that the compositor takes this move apart from the next one
+        xdotool("mousemove", 100, 100)
+        return any(row != 8 * BACKGROUND for _ in range(20) for row in Picture.take().crop((100, 100, 8, 8)))
 
     def environment(self):
         return {"WAYLAND_DISPLAY": "wayland-test", "PATH": f"{world.bin_dir}:{os.environ['PATH']}"}
