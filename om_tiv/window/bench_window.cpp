@@ -122,7 +122,6 @@ QWidget* BenchWindow::makeBench()
     m_complaints->setObjectName(QStringLiteral("complaints"));
     m_complaints->setContentsMargins(24, 12, 24, 12);
     m_complaints->setTextFormat(Qt::PlainText);
-    m_complaints->setTextInteractionFlags(Qt::TextSelectableByMouse);
     m_complaints->setWordWrap(true);
     m_complaints->hide();
 

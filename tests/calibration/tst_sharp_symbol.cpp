@@ -58,12 +58,16 @@ private slots:
         const auto pictureAt = [&](const QPointF& middle, const QPoint& pixel) {
             image.fill(Qt::black);
             QPainter painter(&image);
+            painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
             symbol.drawSymbol(&painter, middle);
             painter.end();
             return image.copy(QRect(pixel - QPoint(8, 8), QSize(16, 16)));
         };
         // A sample at two thirds of a logical pixel is one device pixel further.
         QCOMPARE(pictureAt({10.0 + 2.0 / 3.0, 20.0}, {16, 30}), pictureAt({10.0, 20.0}, {15, 30}));
+        // Between device pixels the nearest one counts.
+        QCOMPARE(pictureAt({10.2, 19.9}, {15, 30}), pictureAt({10.0, 20.0}, {15, 30}));
+        QCOMPARE(pictureAt({10.4, 20.0}, {16, 30}), pictureAt({10.0, 20.0}, {15, 30}));
     }
 
     void followsTheScaleFactorOfTheDevice()

@@ -19,6 +19,7 @@ struct Seen
     int samplesWhileShown = 0; ///< of the default format
     int samplesOfWindow = -1;  ///< of the main window's surface
     bool highDpi = false;
+    bool highDpiPixmaps = false;
     QString firstLibraryPath;
     int windows = 0; ///< shown main windows without a parent
     QString desktopEntry;
@@ -61,6 +62,7 @@ void note()
     seen.glyphCache = qgetenv("QT_NO_FT_CACHE");
     seen.samples = QSurfaceFormat::defaultFormat().samples();
     seen.highDpi = QCoreApplication::testAttribute(Qt::AA_EnableHighDpiScaling);
+    seen.highDpiPixmaps = QCoreApplication::testAttribute(Qt::AA_UseHighDpiPixmaps);
     QTimer::singleShot(0, look);
 }
 Q_COREAPP_STARTUP_FUNCTION(note)
@@ -96,6 +98,7 @@ private slots:
     void defaultFormatKeepsItsSamples() { QCOMPARE(seen.samplesWhileShown, 16); }
     void surfaceOfTheWindowHasNoSamples() { QCOMPARE(seen.samplesOfWindow, 0); }
     void highDpiScalingIsOnBeforeTheApplication() { QVERIFY(seen.highDpi); }
+    void iconsAreDrawnInDevicePixels() { QVERIFY(seen.highDpiPixmaps); }
 
     void pluginsAreLookedForBesideTheWorkingFolderToo()
     {
