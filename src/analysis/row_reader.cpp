@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstring>
+#include <system_error>
 
 namespace analysis {
 
@@ -267,7 +268,7 @@ MappedFile::MappedFile(const std::string& path, std::string& error)
     // Without O_NONBLOCK the open of a FIFO would wait before it can be refused.
     const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (file < 0) {
-        error = path + ": cannot be read: " + std::strerror(errno);
+        error = path + ": cannot be read: " + std::generic_category().message(errno);
         return;
     }
     struct stat about = {};
@@ -280,7 +281,8 @@ MappedFile::MappedFile(const std::string& path, std::string& error)
         m_data = ::mmap(nullptr, m_size, PROT_READ, MAP_PRIVATE, file, 0);
         if (m_data == MAP_FAILED) {
             m_data = nullptr;
-            error = path + ": cannot be mapped into memory: " + std::strerror(errno);
+            error =
+                path + ": cannot be mapped into memory: " + std::generic_category().message(errno);
         } else {
             ::madvise(m_data, m_size, MADV_SEQUENTIAL);
         }

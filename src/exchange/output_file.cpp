@@ -5,7 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
+#include <system_error>
 
 namespace exchange {
 
@@ -50,7 +50,9 @@ bool isOnDisk(int descriptor)
 std::string whyNotMade(const std::string& path, int number)
 {
     return path + ": " +
-           (number == EEXIST ? taken : std::string("cannot be written: ") + std::strerror(number));
+           (number == EEXIST
+                ? taken
+                : std::string("cannot be written: ") + std::generic_category().message(number));
 }
 
 OutputFile::~OutputFile()
@@ -106,7 +108,7 @@ void OutputFile::writeAt(std::uint64_t offset, std::string_view bytes)
 
 void OutputFile::fail(int number)
 {
-    m_error = m_path + ": cannot be written: " + std::strerror(number);
+    m_error = m_path + ": cannot be written: " + std::generic_category().message(number);
 }
 
 bool OutputFile::commit(std::string& error)

@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
+#include <system_error>
 
 namespace samplelog {
 
@@ -89,7 +89,8 @@ void RowFile::cut()
 
 bool RowFile::refused(const std::string& what, int number, std::string& error)
 {
-    error = m_path + ": " + what + (number == 0 ? "" : std::string(": ") + std::strerror(number));
+    error = m_path + ": " + what +
+            (number == 0 ? "" : std::string(": ") + std::generic_category().message(number));
     ::close(m_descriptor);
     m_descriptor = -1;
     m_text.clear();
@@ -107,7 +108,7 @@ bool RowFile::finish(std::string& error)
     const int descriptor = m_descriptor;
     m_descriptor = -1;
     if (::close(descriptor) != 0 && errno != EINTR) {
-        error = m_path + ": cannot be written: " + std::strerror(errno);
+        error = m_path + ": cannot be written: " + std::generic_category().message(errno);
         return false;
     }
     return true;
