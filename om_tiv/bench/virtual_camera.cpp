@@ -1,6 +1,7 @@
 #include "bench/virtual_camera.h"
 
 #include "replay/replay.h"
+#include "world/degrees.h"
 #include "world/physics.h"
 
 #include <algorithm>
@@ -203,7 +204,7 @@ BodyState VirtualCamera::bodyAt(Nanoseconds time) const
     if (const auto number = played->newest(STREAM::IMU, time); number) {
         const ImuSample sample = played->imu(*number);
         body.pose = sample.pose;
-        body.angularVelocity = (pi / 180.0) * sample.angularVelocity;
+        body.angularVelocity = toRadians(1.0) * sample.angularVelocity;
         body.specificForce = sample.linearAcceleration;
         body.movingState = sample.movingState;
     }

@@ -10,6 +10,7 @@
 #include "bench/virtual_camera.h"
 #include "control/camera_json.h"
 #include "control/request_values.h"
+#include "world/degrees.h"
 #include "world/ranges.h"
 
 #include <nlohmann/json.hpp>
@@ -24,7 +25,6 @@ namespace {
 
 using nlohmann::json;
 
-constexpr double degreesPerRadian = 180.0 / pi;
 constexpr range::Range glideRange{0.0, 600.0}; ///< s
 constexpr double fastestSpin = 1000.0;         ///< degrees per second, range of the gyroscope
 

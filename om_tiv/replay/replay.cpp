@@ -1,6 +1,7 @@
 #include "replay/replay.h"
 
 #include "replay/replay_pose.h"
+#include "world/degrees.h"
 #include "world/environment.h"
 
 #include <algorithm>
@@ -15,7 +16,7 @@ namespace {
 Quaternion rotationOf(const std::array<float, 3>& degrees)
 {
     const auto about = [](const Vector& axis, double angle) {
-        return fromRotationVector((angle * pi / 180.0) * axis);
+        return fromRotationVector(toRadians(angle) * axis);
     };
     return about({0.0, 0.0, 1.0}, degrees[2]) *
            (about({0.0, 1.0, 0.0}, degrees[1]) * about({1.0, 0.0, 0.0}, degrees[0]));

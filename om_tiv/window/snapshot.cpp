@@ -1,5 +1,7 @@
 #include "window/snapshot.h"
 
+#include "world/degrees.h"
+
 #include <algorithm>
 #include <string>
 
@@ -9,7 +11,7 @@ namespace {
 
 using nlohmann::json;
 
-constexpr double radians = om::bench::pi / 180.0;
+constexpr double radians = om::bench::toRadians(1.0);
 
 om::bench::Vector vectorOf(const json& value, double scale = 1.0)
 {

@@ -82,7 +82,7 @@ class CommandLine(HandTest):
             self.assertEqual((status, out), (2, ""), arguments)
             self.assertRegex(err, r"\Aom-bench-window: [^\n\x1b]{10,}; see om-bench-window --help\n\Z")
 
-    def test_no_display_is_told_in_one_line(self):
+    def test_no_display_is_reported_in_one_line(self):
         status, out, err = run(DISPLAY=None, WAYLAND_DISPLAY=None, QT_QPA_PLATFORM=None)
         self.assertEqual((status, out), (1, ""))
         self.assertEqual(err, "om-bench-window: no display: neither DISPLAY nor WAYLAND_DISPLAY is set\n")

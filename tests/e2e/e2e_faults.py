@@ -63,7 +63,7 @@ class Opening(FaultTest):
         self.assertEqual(self.titles(), ["Gravimon"])
         self.close(program)
 
-    def test_old_firmware_is_told_in_a_box(self):
+    def test_old_firmware_is_reported_in_a_box(self):
         program = self.start(bench=[camera("TIV_Q", SERIAL, firmware=1)])
         self.program = program
         calibration.answer(program, "Warning")
@@ -73,7 +73,7 @@ class Opening(FaultTest):
         self.assertEqual(self.titles(), ["Gravimon"])
         self.close(program)
 
-    def test_too_little_gpu_memory_is_told_in_a_box(self):
+    def test_too_little_gpu_memory_is_reported_in_a_box(self):
         program = self.start(bench=[camera("TIV_Q", SERIAL, faults={"littleGpuMemory": True})])
         self.program = program
         x, y, width, height = screen.wait_for_window(program.pid, "Error")
@@ -111,7 +111,7 @@ class Streaming(FaultTest):
         self.assertEqual(self.titles(), ["Gravimon"])
         self.close(program)
 
-    def test_grab_that_tells_of_a_loss_opens_the_camera_anew(self):
+    def test_grab_that_reports_a_loss_opens_the_camera_again(self):
         program = self.begin()
         program.wait_for_samples(SERIAL, 1000)
         before = program.samples_read(SERIAL)
@@ -277,7 +277,7 @@ class Microcontroller(FaultTest):
         program.wait_for_streaming(SERIAL)
         self.close(program)
 
-    def test_link_that_is_refused_is_told_in_a_box(self):
+    def test_link_that_is_refused_is_reported_in_a_box(self):
         program = self.begin()
         self.fault("mcuOpenRefused")
         screen.click(screen.CONTROLS["mag"])
@@ -289,7 +289,7 @@ class Microcontroller(FaultTest):
         program.wait_for_streaming(SERIAL)
         self.close(program)
 
-    def test_silent_microcontroller_is_told_in_a_box(self):
+    def test_silent_microcontroller_is_reported_in_a_box(self):
         program = self.begin()
         calibration.open_dialog(program)
         calibration.start(program)

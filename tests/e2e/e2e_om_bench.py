@@ -64,7 +64,7 @@ class OmBenchTest(world.EndToEndTest):
 
 class WithoutAProgram(world.EndToEndTest):
 
-    def test_help_tells_every_command(self):
+    def test_help_lists_every_command(self):
         status, output, errors = om_bench("--help")
         self.assertEqual((status, errors), (DONE, ""))
         for command in COMMANDS:
@@ -96,7 +96,7 @@ class WithoutAProgram(world.EndToEndTest):
         self.wrong('"-inf" is not expected', "pose", TIV_Q, "-inf", 0, 0)
         self.wrong("--socket: must not be empty", "list", "--socket", "")
 
-    def test_arguments_missing_or_too_many_are_told(self):
+    def test_arguments_missing_or_too_many_are_reported(self):
         needed = {"add": "MODEL", "motion": "SERIAL", "pose": "SERIAL", "disturbance": "SERIAL", "remove": "SERIAL",
                   "plug": "SERIAL", "unplug": "SERIAL", "temperature": "SERIAL", "firmware": "SERIAL", "fault": "SERIAL",
                   "generate": "BENCH"}
@@ -323,7 +323,7 @@ class WithoutAProgram(world.EndToEndTest):
 
 class Commands(OmBenchTest):
 
-    def test_list_and_watch_tell_what_is_there(self):
+    def test_list_and_watch_show_what_is_there(self):
         program = self.begin()
         lines = self.ask("list").splitlines()
         self.assertEqual(lines[0].split(), ["SERIAL", "MODEL", "ID", "STATE", "MOTION", "PRODUCED", "READ", "FAULTS"])
@@ -352,7 +352,7 @@ class Commands(OmBenchTest):
         self.assertEqual((status, errors), (REFUSED, "om-bench: no camera with serial number 4711 on the bench\n"))
         self.close(program)
 
-    def test_watch_tells_what_is_true_and_what_is_read(self):
+    def test_watch_shows_what_is_true_and_what_is_read(self):
         program = self.begin(TIV_Q, bench=[camera("TIV_Q", TIV_Q, motion="at rest", hardIron=[100, 0, 0],
                                                   softIron=[1, 1, 1], errors={"accelerationBias": [0, 0, 5]})])
         number = r"-?\d+\.\d+"
@@ -363,8 +363,8 @@ class Commands(OmBenchTest):
                     for line in self.ask("watch", TIV_Q, "--count", 1).splitlines()]
         (_, *true), read = watched()
         self.assertEqual((len(true), len(read)), (9, 9))
-        for axis, (told, seen, error) in enumerate(zip(true, read, (100, 0, 0, 0, 0, 5, 0, 0, 0))):
-            self.assertAlmostEqual(seen - told, error, delta=1.5, msg=f"figure {axis}")
+        for axis, (true_value, seen, error) in enumerate(zip(true, read, (100, 0, 0, 0, 0, 5, 0, 0, 0))):
+            self.assertAlmostEqual(seen - true_value, error, delta=1.5, msg=f"figure {axis}")
         # A fault is in what is read, and nothing of it is true.
         self.ask("fault", TIV_Q, "magnetometerSaturated")
         wait_for("the saturated reading", lambda: watched()[1][2] == 2048.0)
@@ -659,7 +659,7 @@ class SharedSocket(OmBenchTest):
         self.close(program)
         self.assertFalse(first.control.exists())
 
-    def test_program_that_stands_still_is_told_in_one_line(self):
+    def test_program_that_stands_still_is_reported_in_one_line(self):
         program = self.begin()
         program.process.send_signal(signal.SIGSTOP)
         try:
@@ -670,7 +670,7 @@ class SharedSocket(OmBenchTest):
         self.ask("list")
         self.close(program)
 
-    def test_place_that_takes_no_socket_is_told_in_one_line(self):
+    def test_place_that_takes_no_socket_is_reported_in_one_line(self):
         for place, reason in (("/proc/gravimon/bench.sock", "/proc/gravimon: "), ("/etc/passwd", "/etc/passwd: there is "
                               "something that is not a socket"), ("/tmp/" + 120 * "x", "the path is longer than")):
             with self.subTest(place):

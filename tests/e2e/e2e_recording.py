@@ -225,7 +225,7 @@ class Course(world.EndToEndTest):
         file.check_emitted(tiv_p(), most_numbers(program))
         self.close(program)
 
-    def test_calibration_keeps_the_recording_and_starts_the_index_anew(self):
+    def test_calibration_keeps_the_recording_and_starts_the_index_again(self):
         program = self.start_streaming()
         path = control.start_recording(program)
         control.wait_for_rows(path, 300)

@@ -301,7 +301,7 @@ private slots:
         QCOMPARE(written(), lines(100, 100 + next));
     }
 
-    void waitingLinesDoNotFollowIntoAFileThatWasBegunAnew()
+    void waitingLinesDoNotFollowIntoAFileThatWasCreatedAgain()
     {
         auto former = open();
         {

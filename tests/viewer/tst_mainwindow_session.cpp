@@ -429,7 +429,7 @@ private slots:
         QVERIFY(probe.detectTimer == nullptr);
     }
 
-    void tooLittleGpuMemoryIsToldAndLeavesTheSessionAsItIs()
+    void tooLittleGpuMemoryIsReportedAndLeavesTheSessionAsItIs()
     {
         auto poor = camera(MODEL::TIV_P, second);
         poor.faults.littleGpuMemory = true;
@@ -467,7 +467,7 @@ private slots:
         QTRY_VERIFY(m_viewer->streams(first));
     }
 
-    void anOldFirmwareIsToldAndTheCameraStreams()
+    void anOldFirmwareIsReportedAndTheCameraStreams()
     {
         auto old = camera(MODEL::TIV_P, second);
         old.firmwareVersion = 1141;
@@ -497,7 +497,7 @@ private slots:
         QCOMPARE(bench().log().count(CALL::OPEN), 2ULL);
     }
 
-    void theOldestGoodFirmwareIsNotTold()
+    void theOldestGoodFirmwareIsNotReported()
     {
         auto config = camera(MODEL::TIV_Q, first);
         config.firmwareVersion = 1142;
@@ -1161,7 +1161,7 @@ private slots:
         QVERIFY(lines.constFirst().startsWith("idx,"));
     }
 
-    void theCalibrationDialogTakesTheCameraAndGivesItBack()
+    void theCalibrationDialogTakesTheCameraAndReturnsIt()
     {
         bench().addCamera(camera(MODEL::TIV_Q, first));
         bench().addCamera(camera(MODEL::TIV_P, second));

@@ -497,7 +497,7 @@ private slots:
         QCOMPARE(filesInTheFolder(), QStringList("31415926.eeprom"));
     }
 
-    void storeBearsSeveralThreads()
+    void storeWorksWithSeveralThreads()
     {
         EepromStore store = makeStore();
         std::vector<std::thread> threads;
@@ -537,7 +537,7 @@ private slots:
         }
     }
 
-    void neutralCalibrationBearsANegativeZero()
+    void neutralCalibrationMayHaveANegativeZero()
     {
         MagCalibration calibration;
         QVERIFY(calibration.isNeutral());

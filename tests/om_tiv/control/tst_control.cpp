@@ -119,7 +119,7 @@ private slots:
         theBench().reset();
     }
 
-    void listTellsEveryCamera()
+    void listContainsEveryCamera()
     {
         const json answer = ask({{"command", "list"}});
         QVERIFY(answer.at("ok").get<bool>());
@@ -643,7 +643,7 @@ private slots:
         }
     }
 
-    void socketGoesWithTheServerAndClientsAreTold()
+    void socketIsRemovedWithTheServerAndClientsAreDisconnected()
     {
         serve();
         const int fd = connectTo(m_path);
@@ -728,7 +728,7 @@ private slots:
         QVERIFY(error.find('\n') == std::string::npos);
     }
 
-    void clientWithoutABenchTellsWhereItLooked()
+    void clientWithoutABenchReportsWhereItLooked()
     {
         std::string error;
         QVERIFY(!BenchClient::connect({}, error));

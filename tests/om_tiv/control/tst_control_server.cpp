@@ -219,7 +219,7 @@ private slots:
     }
 
     // Its queue is full: a blocking connection would wait as long as it listens.
-    void listenerThatTakesNobodyDoesNotHoldUpTheStart()
+    void listenerThatAcceptsNobodyDoesNotDelayTheStart()
     {
         QVERIFY(makeFolders(m_folder->filePath("below").toStdString()).empty());
         const Descriptor deaf(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));

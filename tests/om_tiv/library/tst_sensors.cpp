@@ -55,7 +55,7 @@ private slots:
     void relativeAltitudeCountsFromTheOpening();
     void temperaturesWarmUp();
     void movingStateFollowsTheMotion();
-    void unplugPlugStartsTheStreamsAnew();
+    void unplugPlugStartsTheStreamsAgain();
 };
 
 void TestSensors::sensorsOfAModel_data()
@@ -514,7 +514,7 @@ void TestSensors::movingStateFollowsTheMotion()
     QCOMPARE(rig.after(seconds(2)).cameraMovingState, 1);
 }
 
-void TestSensors::unplugPlugStartsTheStreamsAnew()
+void TestSensors::unplugPlugStartsTheStreamsAgain()
 {
     Rig rig(idealCamera());
     rig.after(seconds(100));

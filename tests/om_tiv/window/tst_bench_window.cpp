@@ -261,7 +261,7 @@ private slots:
         QVERIFY(between(ballTurn({0.4, 0.4}, {0.4, 0.4}), {}) < 1e-12);
     }
 
-    void spinMeterTellsTheRateOfTheLastMoments()
+    void spinMeterReturnsTheRateOfTheLastMoments()
     {
         SpinMeter meter;
         meter.start(10.0);
@@ -496,7 +496,7 @@ private slots:
         }
     }
 
-    void handThatComesToRestIsToldUntilItRests()
+    void handThatComesToRestIsSentUntilItRests()
     {
         openConnected();
         BodyView* const stage = m_window->stage();
@@ -511,7 +511,7 @@ private slots:
         QVERIFY2(orders - before >= 3, qPrintable(QString::number(orders - before)));
         const int atRest = orders;
         stage->clock().step(100ms);
-        QCOMPARE(orders, atRest); // a hand that rests has nothing to tell
+        QCOMPARE(orders, atRest); // a hand that rests sends nothing
         awaitNews();
         passGlide();
         QVERIFY(between(truth().pose, held) < 0.1);
@@ -587,7 +587,7 @@ private slots:
         QVERIFY(between(theBench().truth(second).pose, before) > 10.0);
     }
 
-    void closedWithABodyInTheHandItStays()
+    void bodyThatIsHeldAtTheCloseStays()
     {
         openConnected();
         BodyView* const stage = m_window->stage();
@@ -602,7 +602,7 @@ private slots:
         QVERIFY(length(truth().angularVelocity) < 1e-6);
     }
 
-    void programThatDoesNotAnswerHoldsUpNothing()
+    void programThatDoesNotAnswerDelaysNothing()
     {
         openConnected();
         stopAnswering();
@@ -637,7 +637,7 @@ private slots:
         QTRY_VERIFY(!plug->isChecked());
     }
 
-    void refusedOrderIsToldInALine()
+    void refusedRequestIsReportedInALine()
     {
         openConnected();
         QTRY_VERIFY(child<Switch>("plug")->isChecked());
@@ -665,7 +665,7 @@ private slots:
         QTRY_VERIFY(!complaints->isVisible());
     }
 
-    void playedCameraTurnsAsRecordedAndNotInTheHand()
+    void playedCameraTurnsAsRecordedAndNotByTheMouse()
     {
         // Alone on the bench: it stands at 40 degrees about the vertical.
         clearBench();

@@ -86,7 +86,7 @@ private slots:
     void temperatureMovesBiasAndScale();
     void noiseDensityIsThatOfTheSampleRate();
     void turnOnBiasIsDrawnAtEachPluggingIn();
-    void aCameraDrawsAnewWhenItIsPluggedIn();
+    void aCameraDrawsAgainWhenItIsPluggedIn();
     void gravityActsOnTheGyroscope();
     void vibrationIsASine();
     void vibrationOfTheBoardReachesTheGyroscope();
@@ -185,7 +185,7 @@ void TestSensorErrors::turnOnBiasIsDrawnAtEachPluggingIn()
     QVERIFY(std::abs(product / 0.25) < 0.1);
 }
 
-void TestSensorErrors::aCameraDrawsAnewWhenItIsPluggedIn()
+void TestSensorErrors::aCameraDrawsAgainWhenItIsPluggedIn()
 {
     CameraConfig config = benchtest::idealCamera();
     config.errors.gyroscope.turnOnSpread = {1.0, 1.0, 1.0};
