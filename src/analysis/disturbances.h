@@ -4,26 +4,31 @@
 ///
 /// Short gaps are a straight line (stretchesOf()), which is drawn again after lines and spikes are
 /// removed (refillGaps()): a straight line in place of some periods of a vibration is not a wave,
-/// and would be left as noise. A straight line has less noise from sample to sample, but the two
-/// recorded samples beside it count for all: a gap of g samples adds g + g^2 / 2 times the variance
-/// of a sample to long averages, which is the noise of so many samples more. N of n samples is too
-/// high by half of that share: 0.6 % with one gap of 4 samples in 1000, above 2 % where 1.3 % of
-/// the samples are missing in fours. Such a recording fails for its missing samples before.
+/// and would be left as noise. A straight line has less noise from sample to sample, but the m
+/// recorded samples on either side of it count for all: a gap of g samples adds g + g^2 / (2 m)
+/// times the variance of a sample to long averages. N of n samples is too high by half of that
+/// share: 0.25 % with m = 8 and one gap of 4 samples in 1000, above 2 % where 3 % of the samples
+/// are missing in fours. Such a recording fails for its missing samples before.
 #pragma once
 
 #include "analysis/allan.h"
 #include "analysis/recording.h"
+#include "analysis/timing.h"
 
 #include <cstdint>
 #include <vector>
 
 namespace analysis {
 
-/// Replaces spikes by the mean of their neighbours. A spike is a single sample that lies off both
-/// neighbours to the same side, by more than ten standard deviations of a sample's distance from
-/// the mean of its neighbours. The deviation is that of the median, which spikes do not move.
-/// @return their number; 0 of less than 16 samples, or where most samples equal their neighbours
-std::uint64_t removeSpikes(Stretches& stretches);
+/// Replaces spikes as refillGaps() does with gaps. A spike is one recorded sample, or two
+/// successive ones, that lie off the recorded samples on both sides, each to the same side of both,
+/// by more than ten standard deviations of a sample's distance from the mean of its neighbours. The
+/// deviation is that of the median, which spikes do not move.
+/// @param filled interpolated samples by stretch and place: they are neither spikes nor neighbours.
+/// The spikes are added to it.
+/// @return number of samples in spikes; 0 of less than 16 samples, or where most samples equal
+/// their neighbours
+std::uint64_t removeSpikes(Stretches& stretches, std::vector<FilledGap>& filled);
 
 /// Subtracts slope times temperature. Between the means of at most 600 equal parts of its samples
 /// the temperature is on a straight line, before and after them constant.

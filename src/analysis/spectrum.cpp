@@ -176,8 +176,11 @@ void removeLines(Stretches& stretches, double rateHz, const std::vector<Spectral
                  std::size_t block)
 {
     for (std::vector<double>& stretch : stretches) {
-        for (std::size_t begin = 0; begin < stretch.size(); begin += block) {
-            const std::size_t count = std::min(block, stretch.size() - begin);
+        // Equal blocks: a short last one could have too few periods.
+        const std::size_t blocks = stretch.size() / block + 1;
+        for (std::size_t i = 0; i < blocks; ++i) {
+            const std::size_t begin = i * stretch.size() / blocks;
+            const std::size_t count = (i + 1) * stretch.size() / blocks - begin;
             for (const SpectralLine& line : lines) {
                 subtractSine(stretch.data() + begin, count, 2.0 * pi * line.frequencyHz / rateHz);
             }

@@ -40,9 +40,10 @@ Spectrum welch(const Stretches& stretches, double rateHz, std::size_t segment = 
 std::vector<SpectralLine> spectralLines(const Spectrum& spectrum, double threshold = 30.0);
 
 /// Subtracts the lines from the stretches: in each block of samples the sine of a line's frequency
-/// that fits best. Noise keeps all but a share of 2 / block per line. Blocks of less than four
+/// that fits best. Noise keeps all but a share of 2 / block per line. Stretches of less than four
 /// periods stay as they are.
 /// @param rateHz of the samples
+/// @param block longest block; a stretch is divided evenly
 void removeLines(Stretches& stretches, double rateHz, const std::vector<SpectralLine>& lines,
                  std::size_t block = 8192);
 

@@ -32,6 +32,24 @@ double seconds(Nanoseconds time)
     return static_cast<double>(time) * 1e-9;
 }
 
+/// Of the samples from `first` to before `end`.
+struct Mean
+{
+    double value = 0.0;
+    double place = 0.0;
+};
+
+Mean meanOf(const std::vector<double>& samples, std::size_t first, std::size_t end)
+{
+    Mean mean;
+    const auto count = static_cast<double>(end - first);
+    for (std::size_t i = first; i < end; ++i) {
+        mean.value += samples[i] / count;
+        mean.place += static_cast<double>(i) / count;
+    }
+    return mean;
+}
+
 double median(std::vector<double>& values)
 {
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
@@ -155,13 +173,20 @@ Stretches stretchesOf(const std::vector<double>& axis, const Timing& timing,
 
 void refillGaps(Stretches& stretches, const std::vector<FilledGap>& filled)
 {
-    for (const FilledGap& gap : filled) {
+    constexpr std::size_t beside = 8;
+    for (std::size_t k = 0; k < filled.size(); ++k) {
+        const FilledGap& gap = filled[k];
         std::vector<double>& samples = stretches[gap.stretch];
-        const double before = samples[gap.first - 1];
-        const double rise = samples[gap.end] - before;
-        const auto steps = static_cast<double>(gap.end - gap.first + 1);
+        const bool hasBefore = k > 0 && filled[k - 1].stretch == gap.stretch;
+        const bool hasNext = k + 1 < filled.size() && filled[k + 1].stretch == gap.stretch;
+        const std::size_t least = hasBefore ? filled[k - 1].end : 0;
+        const std::size_t most = hasNext ? filled[k + 1].first : samples.size();
+        const Mean before =
+            meanOf(samples, gap.first - std::min(beside, gap.first - least), gap.first);
+        const Mean after = meanOf(samples, gap.end, std::min(most, gap.end + beside));
+        const double slope = (after.value - before.value) / (after.place - before.place);
         for (std::size_t i = gap.first; i < gap.end; ++i) {
-            samples[i] = before + rise * static_cast<double>(i - gap.first + 1) / steps;
+            samples[i] = before.value + slope * (static_cast<double>(i) - before.place);
         }
     }
 }

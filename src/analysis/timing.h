@@ -61,7 +61,9 @@ struct FilledGap
 Stretches stretchesOf(const std::vector<double>& axis, const Timing& timing,
                       std::uint64_t mostFilled = 4, std::vector<FilledGap>* filled = nullptr);
 
-/// Interpolates the same samples again, from recorded ones that have been changed.
+/// Interpolates the same samples again, from recorded ones that have been changed: on a straight
+/// line between the means of up to 8 recorded samples on either side.
+/// @param filled by stretch and place, at least one recorded sample between two of them
 void refillGaps(Stretches& stretches, const std::vector<FilledGap>& filled);
 
 /// Histogram of the intervals of rows, for a chart.

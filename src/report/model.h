@@ -80,8 +80,8 @@ struct AxisReport
     double maximum = 0.0;
     double longestEqualSeconds = 0.0; ///< longest time without a change of the value
     std::uint64_t saturated = 0;      ///< number of samples at the end of the range
-    std::uint64_t spikes = 0;       ///< at rest: number of single samples far from their neighbours
-    std::vector<Point> temperature; ///< degrees Celsius, mean of the axis at rest
+    std::uint64_t spikes = 0;         ///< at rest: number of samples in spikes
+    std::vector<Point> temperature;   ///< degrees Celsius, mean of the axis at rest
     /// Unit of the axis per degree Celsius; none if the temperature did not change enough.
     std::optional<double> temperatureSlope;
 };

@@ -182,9 +182,9 @@ void analyseAxisNoise(const Recording& recording, const std::vector<double>& par
     analysis::removeLines(stretches, rate, axis.lines);
     // A straight line over a gap is no wave: without this, what is left of it would be noise.
     analysis::refillGaps(stretches, filled);
-    axis.spikes = analysis::removeSpikes(stretches);
+    axis.spikes = analysis::removeSpikes(stretches, filled);
     if (axis.spikes > 0) {
-        // They were in the waves that fitted best, and at the edges of gaps.
+        // They were in the waves that fitted best.
         analysis::removeLines(stretches, rate, axis.lines);
         analysis::refillGaps(stretches, filled);
     }

@@ -110,8 +110,9 @@ void judgeHealth(const RecordingReport& report, const Sensor& sensor,
                                                       : STATE::FAILED,
                             number(spikes) + " spikes",
                             "none; at most one in 100000 samples (ours)",
-                            "Single samples at rest that differ from both neighbours by more than "
-                            "10 standard deviations. They are left out of the noise."});
+                            "Samples at rest, one or two in succession, that differ from their "
+                            "neighbours on both sides by more than 10 standard deviations. They "
+                            "are left out of the noise."});
     }
 }
 

@@ -15,6 +15,10 @@ class TestDisturbances : public QObject
 private slots:
     void spikesAreReplacedByTheirNeighbours();
     void aStepAndAWideBumpAreNoSpikes();
+    void spikesInSuccessionAreRemoved_data();
+    void spikesInSuccessionAreRemoved();
+    void spikeBesideAGapIsRemovedWithTheGap_data();
+    void spikeBesideAGapIsRemovedWithTheGap();
     void noiseHasNoSpikes();
     void tooFewOrEqualSamplesHaveNoSpikes_data();
     void tooFewOrEqualSamplesHaveNoSpikes();
@@ -32,10 +36,11 @@ void TestDisturbances::spikesAreReplacedByTheirNeighbours()
         stretches[0][i] += i % 2000 == 50 ? 5.0 : -5.0;
         ++count;
     }
-    QCOMPARE(removeSpikes(stretches), count);
+    std::vector<FilledGap> filled;
+    QCOMPARE(removeSpikes(stretches, filled), count);
+    QCOMPARE(filled.size(), std::size_t{count});
     for (std::size_t i = 0; i < noise.size(); ++i) {
-        const bool spike = i % 1000 == 50;
-        QCOMPARE(stretches[0][i], spike ? 0.5 * (noise[i - 1] + noise[i + 1]) : noise[i]);
+        QVERIFY(i % 1000 == 50 ? std::abs(stretches[0][i]) < 0.2 : stretches[0][i] == noise[i]);
     }
     QCOMPARE(stretches[1], noise);
 }
@@ -48,16 +53,77 @@ void TestDisturbances::aStepAndAWideBumpAreNoSpikes()
     }
     samples[500] += 5.0;
     samples[501] += 5.0;
+    samples[502] += 5.0;
     Stretches stretches{samples};
-    QCOMPARE(removeSpikes(stretches), std::uint64_t{0});
+    std::vector<FilledGap> filled;
+    QCOMPARE(removeSpikes(stretches, filled), std::uint64_t{0});
     QCOMPARE(stretches[0], samples);
+    QVERIFY(filled.empty());
+}
+
+void TestDisturbances::spikesInSuccessionAreRemoved_data()
+{
+    QTest::addColumn<double>("first");
+    QTest::addColumn<double>("second");
+    QTest::newRow("to the same side") << 5.0 << 5.0;
+    QTest::newRow("to both sides") << 5.0 << -5.0;
+    QTest::newRow("of different heights") << -4.0 << -9.0;
+}
+
+void TestDisturbances::spikesInSuccessionAreRemoved()
+{
+    QFETCH(double, first);
+    QFETCH(double, second);
+    const auto noise = noise_samples::whiteAndWalk(2000, 1.0, 0.1, 0.0, 5);
+    Stretches stretches{noise};
+    stretches[0][500] += first;
+    stretches[0][501] += second;
+    std::vector<FilledGap> filled;
+    QCOMPARE(removeSpikes(stretches, filled), std::uint64_t{2});
+    QCOMPARE(filled.size(), std::size_t{1});
+    QCOMPARE(filled[0].first, std::size_t{500});
+    QCOMPARE(filled[0].end, std::size_t{502});
+    for (std::size_t i = 0; i < noise.size(); ++i) {
+        QVERIFY(i == 500 || i == 501 ? std::abs(stretches[0][i]) < 0.2
+                                     : stretches[0][i] == noise[i]);
+    }
+}
+
+void TestDisturbances::spikeBesideAGapIsRemovedWithTheGap_data()
+{
+    QTest::addColumn<int>("place");
+    QTest::newRow("before it") << 499;
+    QTest::newRow("behind it") << 504;
+}
+
+void TestDisturbances::spikeBesideAGapIsRemovedWithTheGap()
+{
+    QFETCH(int, place);
+    const auto noise = noise_samples::whiteAndWalk(2000, 1.0, 0.1, 0.0, 6);
+    Stretches stretches{{}, noise}; // the first one has nothing to find
+    std::vector<double>& samples = stretches[1];
+    samples[static_cast<std::size_t>(place)] = 9.0;
+    for (std::size_t i = 500; i < 504; ++i) {
+        samples[i] =
+            samples[499] + 0.2 * static_cast<double>(i - 499) * (samples[504] - samples[499]);
+    }
+    std::vector<FilledGap> filled{{1, 500, 504}};
+    QCOMPARE(removeSpikes(stretches, filled), std::uint64_t{1});
+    QCOMPARE(filled.size(), std::size_t{1});
+    QCOMPARE(filled[0].first, static_cast<std::size_t>(std::min(place, 500)));
+    QCOMPARE(filled[0].end, static_cast<std::size_t>(std::max(place + 1, 504)));
+    for (std::size_t i = 0; i < noise.size(); ++i) {
+        const bool filledHere = i >= filled[0].first && i < filled[0].end;
+        QVERIFY(filledHere ? std::abs(samples[i]) < 0.2 : samples[i] == noise[i]);
+    }
 }
 
 void TestDisturbances::noiseHasNoSpikes()
 {
     for (std::uint64_t seed = 0; seed < 10; ++seed) {
         Stretches stretches{noise_samples::whiteAndWalk(200000, 0.0025, 0.01, 0.001, seed)};
-        QCOMPARE(removeSpikes(stretches), std::uint64_t{0});
+        std::vector<FilledGap> filled;
+        QCOMPARE(removeSpikes(stretches, filled), std::uint64_t{0});
     }
 }
 
@@ -76,7 +142,8 @@ void TestDisturbances::tooFewOrEqualSamplesHaveNoSpikes()
 {
     QFETCH(std::vector<double>, samples);
     Stretches stretches{samples};
-    QCOMPARE(removeSpikes(stretches), std::uint64_t{0});
+    std::vector<FilledGap> filled;
+    QCOMPARE(removeSpikes(stretches, filled), std::uint64_t{0});
     QCOMPARE(stretches[0], samples);
 }
 

@@ -38,6 +38,7 @@ private slots:
     void noiseHasNoLines();
     void stretchesAreNotJoined();
     void removedLineLeavesTheNoise();
+    void lineIsRemovedUpToTheLastSample();
 };
 
 void TestSpectrum::whiteNoiseIsFlatAtItsDensity()
@@ -124,6 +125,16 @@ void TestSpectrum::removedLineLeavesTheNoise()
     const double left = std::sqrt(squares / static_cast<double>(noise.size()));
     QVERIFY2(left < 0.02, qPrintable(QString::number(left)));
     QVERIFY(spectralLines(welch(stretches, 400.0)).empty());
+}
+
+void TestSpectrum::lineIsRemovedUpToTheLastSample()
+{
+    // Less than four periods are left behind two blocks.
+    Stretches stretches{sine(2 * 8192 + 20, 400.0, 48.7, 0.5, 0.0)};
+    removeLines(stretches, 400.0, {{48.7, 0.5, 48.69, 48.71}});
+    for (const double sample : stretches[0]) {
+        QVERIFY2(std::abs(sample) < 1e-3, qPrintable(QString::number(sample)));
+    }
 }
 
 QTEST_APPLESS_MAIN(TestSpectrum)

@@ -40,6 +40,8 @@ private slots:
     void countThatStartsAnewIsTheNextSample();
     void jitterIsTheDeviationOfTheDistances();
     void shortGapsAreFilledOnALine();
+    void gapIsFilledAgainBetweenTheMeansOfEightSamples();
+    void filledSamplesAreNoNeighboursOfAGap();
     void longGapBeginsANewStretch();
     void shortStretchIsLeftOut();
     void histogramHoldsEveryDistance();
@@ -181,6 +183,34 @@ void TestTiming::shortGapsAreFilledOnALine()
     QCOMPARE(stretches[0].size(), std::size_t{100});
     for (int i = 0; i < 100; ++i) {
         QVERIFY(std::abs(stretches[0][static_cast<std::size_t>(i)] - 10.0 * i) < 1e-9);
+    }
+}
+
+void TestTiming::gapIsFilledAgainBetweenTheMeansOfEightSamples()
+{
+    Stretches stretches{std::vector<double>(30)};
+    std::vector<double>& samples = stretches[0];
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        samples[i] = 3.0 * static_cast<double>(i);
+    }
+    samples[5] += 1000.0; // the ninth before the gap
+    samples[6] += 8.0;
+    samples[14] = samples[15] = -99.0;
+    refillGaps(stretches, {{0, 14, 16}});
+    // The mean of the eight samples before is 1 higher, in the middle of places 6 to 13.
+    QVERIFY(std::abs(samples[14] - (42.0 + 1.0 * (1.0 - 4.5 / 10.0))) < 1e-9);
+    QVERIFY(std::abs(samples[15] - (45.0 + 1.0 * (1.0 - 5.5 / 10.0))) < 1e-9);
+    QCOMPARE(samples[13], 39.0);
+    QCOMPARE(samples[16], 48.0);
+}
+
+void TestTiming::filledSamplesAreNoNeighboursOfAGap()
+{
+    Stretches stretches{{1.0, -9.0, 3.0, -9.0, -9.0, 6.0, -9.0, 8.0}};
+    refillGaps(stretches, {{0, 1, 2}, {0, 3, 5}, {0, 6, 7}});
+    const std::vector<double> line{1.0, 2.0, 3.0, 4.0, 5.0, 6.0, 7.0, 8.0};
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        QVERIFY(std::abs(stretches[0][i] - line[i]) < 1e-12);
     }
 }
 

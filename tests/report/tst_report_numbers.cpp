@@ -89,6 +89,7 @@ private slots:
     void spikesAreCounted();
     void spikesDoNotRaiseTheNoise();
     void gapsInAVibrationDoNotRaiseTheNoise();
+    void spikesBesideGapsDoNotRaiseTheNoise();
     void vibrationIsNamed();
     void temperatureSlopeIsFound();
     void driftOfTheTemperatureIsNoWalk();
@@ -458,6 +459,25 @@ void TestReportNumbers::gapsInAVibrationDoNotRaiseTheNoise()
     const analysis::Coefficient& density = report.accelerometer->axes[1].noise.model.noiseDensity;
     QVERIFY(density.value);
     QVERIFY2(std::abs(*density.value / 1.5e-3 - 1.0) < 0.03,
+             qPrintable(QString::number(*density.value)));
+}
+
+void TestReportNumbers::spikesBesideGapsDoNotRaiseTheNoise()
+{
+    analysis::Recording recording = recordings::atRest(80'000);
+    std::vector<double>& axis = recording.acceleration.axes[0];
+    std::uint64_t count = 0;
+    for (std::size_t row = 78'000; row > 0; row -= 2000) {
+        axis[row - 1] += 9.0;
+        recordings::removeRows(recording, row, row + 4);
+        ++count;
+    }
+    const RecordingReport report = analyse(recording, {});
+    const AxisReport& found = report.accelerometer->axes[0];
+    QCOMPARE(found.spikes, count);
+    const analysis::Coefficient& density = found.noise.model.noiseDensity;
+    QVERIFY(density.value);
+    QVERIFY2(std::abs(*density.value / 1.5e-3 - 1.0) < 0.02,
              qPrintable(QString::number(*density.value)));
 }
 
