@@ -2,6 +2,7 @@
 
 #include "charts/Background.h"
 #include "charts/CurveTracker.h"
+#include "charts/cached_text_engine.h"
 #include "charts/dense_curve.h"
 #include "charts/TimeScaleDraw.h"
 #include "charts/ValueScaleDraw.h"
@@ -55,6 +56,18 @@ constexpr const char* valueTitles[] = {
 };
 constexpr int modeCount = static_cast<int>(std::size(valueTitles));
 
+/// The same labels, in the format that is measured and laid out only once.
+template <typename ScaleDraw>
+class CachedLabels : public ScaleDraw
+{
+public:
+    using ScaleDraw::ScaleDraw;
+    QwtText label(double value) const override
+    {
+        return {ScaleDraw::label(value).text(), CachedTextEngine::format()};
+    }
+};
+
 } // namespace
 
 DataPlot::DataPlot(QWidget* parent) : QwtPlot(parent)
@@ -79,12 +92,12 @@ DataPlot::DataPlot(QWidget* parent) : QwtPlot(parent)
 
     const Style style;
 
-    timeTitle.setText(tr("Timestamp [h:m:s]"));
+    timeTitle.setText(tr("Timestamp [h:m:s]"), CachedTextEngine::format());
     timeTitle.setFont(style.fontMonoMedium9);
     setAxisTitle(QwtPlot::xBottom, timeTitle);
     setAxisFont(QwtPlot::xBottom, style.fontMonoLight10);
 
-    setAxisScaleDraw(QwtPlot::xBottom, new TimeScaleDraw(QTime(0, 0, 0, 0)));
+    setAxisScaleDraw(QwtPlot::xBottom, new CachedLabels<TimeScaleDraw>(QTime(0, 0, 0, 0)));
     axisScaleDraw(QwtPlot::xBottom)->setTickLength(QwtScaleDiv::MajorTick, 3.0);
     setAxisScale(QwtPlot::xBottom, 0.0, 10.0);
     setAxisMaxMinor(QwtPlot::xBottom, 0);
@@ -105,7 +118,7 @@ DataPlot::DataPlot(QWidget* parent) : QwtPlot(parent)
     setAxisFont(QwtPlot::yLeft, style.fontMonoLight10);
     setAxisAutoScale(QwtPlot::yLeft, false);
     setAxisMaxMinor(QwtPlot::yLeft, 0);
-    setAxisScaleDraw(QwtPlot::yLeft, new ValueScaleDraw);
+    setAxisScaleDraw(QwtPlot::yLeft, new CachedLabels<ValueScaleDraw>);
     axisScaleDraw(QwtPlot::yLeft)->setTickLength(QwtScaleDiv::MajorTick, 0.0);
 
     auto* background = new Background;
@@ -144,7 +157,7 @@ void DataPlot::setSensorType(SensorType type)
         showCurve(curve, false, false);
     }
     if (type >= 0 && type < modeCount) {
-        valueTitle.setText(tr(valueTitles[type]));
+        valueTitle.setText(tr(valueTitles[type]), CachedTextEngine::format());
         for (std::size_t i = 0; i < curves.size(); ++i) {
             if (curveTable[i].mode == type) {
                 showCurve(curves[i], true, false);

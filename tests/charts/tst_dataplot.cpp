@@ -2,6 +2,9 @@
 #include "charts/CurveTracker.h"
 #include "charts/DataCurve.h"
 #include "charts/DataPlot.h"
+#include "charts/TimeScaleDraw.h"
+#include "charts/ValueScaleDraw.h"
+#include "charts/cached_text_engine.h"
 #include "charts/dense_curve.h"
 #include "look/Style.h"
 
@@ -63,6 +66,18 @@ void compareFonts(const QFont& font, const QFont& expected)
     QCOMPARE(font.styleStrategy(), expected.styleStrategy());
 }
 
+/// Labels of an axis in Qwt's own format.
+template <typename ScaleDraw>
+class PlainTexts : public ScaleDraw
+{
+public:
+    using ScaleDraw::ScaleDraw;
+    QwtText label(double value) const override
+    {
+        return {ScaleDraw::label(value).text(), QwtText::PlainText};
+    }
+};
+
 constexpr auto unknownSensor = static_cast<DataPlot::SensorType>(6);
 
 } // namespace
@@ -102,6 +117,9 @@ private slots:
     void ticksAndLabelsOfTheAxes();
     void valueLabelsHaveNoGroupSeparators_data();
     void valueLabelsHaveNoGroupSeparators();
+    void axesLookAsWithTheTextsOfQwt_data();
+    void axesLookAsWithTheTextsOfQwt();
+    void replotMeasuresNoKnownText();
     void timeAxisLeavesRoomForHalfALabel();
     void trackerFollowsTheMouseWithoutAButton();
     void replotReadsNoSamples();
@@ -494,6 +512,82 @@ void TestDataPlot::valueLabelsHaveNoGroupSeparators()
     const QString label = plot.axisScaleDraw(QwtPlot::yLeft)->label(value).text();
     QLocale::setDefault(before);
     QCOMPARE(label, text);
+}
+
+void TestDataPlot::axesLookAsWithTheTextsOfQwt_data()
+{
+    QTest::addColumn<double>("ratio");
+    QTest::newRow("factor 1") << 1.0;
+    QTest::newRow("factor 1.25") << 1.25;
+    QTest::newRow("factor 1.5") << 1.5;
+    QTest::newRow("factor 2") << 2.0;
+}
+
+void TestDataPlot::axesLookAsWithTheTextsOfQwt()
+{
+    QFETCH(double, ratio);
+    const auto picture = [&](DataPlot& plot) {
+        QImage image(plot.size() * ratio, QImage::Format_RGB32);
+        image.setDevicePixelRatio(ratio);
+        image.setDotsPerMeterX(qRound(plot.logicalDpiX() / 0.0254));
+        image.setDotsPerMeterY(qRound(plot.logicalDpiY() / 0.0254));
+        plot.replot();
+        plot.render(&image);
+        return image;
+    };
+    DataPlot plot(nullptr);
+    DataPlot plain(nullptr);
+    plain.setAxisScaleDraw(QwtPlot::xBottom, new PlainTexts<TimeScaleDraw>(QTime(0, 0)));
+    plain.axisScaleDraw(QwtPlot::xBottom)->setTickLength(QwtScaleDiv::MajorTick, 3.0);
+    plain.setAxisScaleDraw(QwtPlot::yLeft, new PlainTexts<ValueScaleDraw>);
+    plain.axisScaleDraw(QwtPlot::yLeft)->setTickLength(QwtScaleDiv::MajorTick, 0.0);
+    for (const int axis : {QwtPlot::xBottom, QwtPlot::yLeft}) {
+        QwtText title = plain.axisTitle(axis);
+        title.setText(title.text(), QwtText::PlainText);
+        plain.setAxisTitle(axis, title);
+    }
+    for (DataPlot* const each : {&plot, &plain}) {
+        each->setAttribute(Qt::WA_DontShowOnScreen);
+        each->resize(701, 303);
+        each->show();
+    }
+    // Scrolls from labels that are new to ones that are known.
+    for (const double start : {3600.0, 3600.25, 3601.0, 3601.9}) {
+        for (DataPlot* const each : {&plot, &plain}) {
+            each->setTimeRange(start, start + 10.0, false);
+            each->setValRange(-start / 100.0, start / 100.0, false);
+        }
+        QCOMPARE(picture(plot), picture(plain));
+    }
+    plot.setTimeRange(7200.0, 7210.0, false);
+    QVERIFY(picture(plot) != picture(plain));
+}
+
+void TestDataPlot::replotMeasuresNoKnownText()
+{
+    const auto* engine =
+        dynamic_cast<const CachedTextEngine*>(QwtText::textEngine(CachedTextEngine::format()));
+    QVERIFY(engine != nullptr);
+    DataPlot plot(nullptr);
+    plot.setAttribute(Qt::WA_DontShowOnScreen);
+    plot.resize(700, 300);
+    plot.show();
+    const auto replotAt = [&](double start) {
+        plot.setTimeRange(start, start + 10.0, false);
+        plot.replot();
+        plot.grab();
+        return engine->misses();
+    };
+    const CachedTextEngine::Misses first = replotAt(80000.0);
+    for (int i = 1; i < 40; ++i) {
+        replotAt(80000.0 + 0.02 * i); // no further second
+    }
+    QCOMPARE(engine->misses().measured, first.measured);
+    QCOMPARE(engine->misses().laidOut, first.laidOut);
+
+    const CachedTextEngine::Misses later = replotAt(80002.0); // a label every other second
+    QCOMPARE(later.measured, first.measured + 1);
+    QCOMPARE(later.laidOut, first.laidOut + 1);
 }
 
 void TestDataPlot::timeAxisLeavesRoomForHalfALabel()
