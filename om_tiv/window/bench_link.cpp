@@ -16,8 +16,11 @@ using nlohmann::json;
 using om::bench::BenchClient;
 using om::bench::degreesPerRadian;
 
-constexpr auto searchPeriod = 400ms;
-constexpr auto lookPeriod = 33ms;
+constexpr std::chrono::milliseconds searchPeriod = 400ms;
+constexpr std::chrono::milliseconds lookPeriod = 33ms;
+constexpr std::chrono::milliseconds quietLookPeriod = 200ms;
+constexpr std::chrono::milliseconds unwatchedLookPeriod = 1s;
+constexpr auto quietAfter = 1s;
 constexpr auto farewell = 1s; ///< time for the remaining requests at the end
 constexpr int looksPerField = 10;
 
@@ -82,6 +85,14 @@ void BenchLink::choose(const QString& path)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_chosen = path.toStdString();
+    m_wake.notify_all();
+}
+
+void BenchLink::setWatched(bool watched)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_watched = watched;
+    m_looksAtOnce = watched;
     m_wake.notify_all();
 }
 
@@ -162,14 +173,20 @@ void BenchLink::serve(BenchClient& client)
 {
     m_lastReason.clear();
     m_field = json();
+    m_isNew = true;
     bool reported = false;
     auto next = std::chrono::steady_clock::now();
+    m_lastChange = next;
     for (;;) {
         json request;
         std::uint64_t ticket = 0;
+        bool watched = true;
         {
             std::unique_lock<std::mutex> lock(m_mutex);
-            m_wake.wait_until(lock, next, [this] { return m_stopping || !m_orders.empty(); });
+            m_wake.wait_until(lock, next,
+                              [this] { return m_stopping || m_looksAtOnce || !m_orders.empty(); });
+            m_looksAtOnce = false;
+            watched = m_watched;
             if (!m_orders.empty()) {
                 request = m_orders.front().request;
                 m_orders.pop_front();
@@ -183,9 +200,13 @@ void BenchLink::serve(BenchClient& client)
         bool alive = false;
         if (!request.is_null()) {
             alive = deliver(client, request, error);
+            m_lastChange = std::chrono::steady_clock::now();
+            next = std::min(next, m_lastChange + lookPeriod);
         } else {
             alive = look(client, ticket, error);
-            next = std::chrono::steady_clock::now() + lookPeriod;
+            next = std::chrono::steady_clock::now() + (!watched    ? unwatchedLookPeriod
+                                                       : isQuiet() ? quietLookPeriod
+                                                                   : lookPeriod);
         }
         if (!alive) {
             if (reported) {
@@ -226,9 +247,14 @@ bool BenchLink::deliver(BenchClient& client, const json& request, std::string& e
     return true;
 }
 
+bool BenchLink::isQuiet() const
+{
+    return std::chrono::steady_clock::now() - m_lastChange >= quietAfter;
+}
+
 bool BenchLink::look(BenchClient& client, std::uint64_t ticket, std::string& error)
 {
-    if (m_field.is_null() || ++m_looks >= looksPerField) {
+    if (m_field.is_null() || ++m_looks >= looksPerField || isQuiet()) {
         m_looks = 0;
         if (!client.ask({{"command", "field"}}, m_field, error)) {
             return false;
@@ -249,10 +275,15 @@ bool BenchLink::look(BenchClient& client, std::uint64_t ticket, std::string& err
     bool announce = false;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
+        if (!m_isNew && isSame(snapshot, m_snapshot)) {
+            return true;
+        }
         m_snapshot = std::move(snapshot);
         announce = !m_announced;
         m_announced = true;
     }
+    m_isNew = false;
+    m_lastChange = std::chrono::steady_clock::now();
     if (announce) {
         emit changed();
     }

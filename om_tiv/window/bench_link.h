@@ -9,6 +9,7 @@
 #include <QObject>
 #include <QStringList>
 
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -23,8 +24,11 @@ class BenchClient;
 
 namespace benchwindow {
 
-/// Finds the running program, reads the state of its bench about thirty times a second, and sends
-/// requests to it. All communication is on a separate thread: no call here waits for the program.
+/// Finds the running program, reads the state of its bench, and sends requests to it. All
+/// communication is on a separate thread: no call here waits for the program.
+///
+/// It reads the state about thirty times a second while it changes, five times a second after a
+/// second without a change or request, and once a second while nobody watches.
 ///
 /// The signals are emitted on that thread; connections to objects of the interface thread are
 /// queued. Operations: interface thread.
@@ -54,6 +58,9 @@ public:
     /// Selects one of several running programs.
     void choose(const QString& path);
 
+    /// Whether the state is shown; at first it is.
+    void setWatched(bool watched);
+
     /// The newest state; changed() announces it.
     Snapshot snapshot() const;
 
@@ -63,7 +70,7 @@ signals:
     void connected(const QString& path);
     void lost(const QString& reason);
     void refused(const QString& reason); ///< a request was refused
-    void changed();                      ///< once until snapshot() is called
+    void changed(); ///< the state or its ticket; once until snapshot() is called
 
 private:
     struct Order
@@ -78,12 +85,15 @@ private:
     void serve(om::bench::BenchClient& client);
     bool deliver(om::bench::BenchClient& client, const nlohmann::json& request, std::string& error);
     bool look(om::bench::BenchClient& client, std::uint64_t ticket, std::string& error);
+    bool isQuiet() const;
 
     const std::string m_socket;
 
     mutable std::mutex m_mutex; ///< guards the following members
     std::condition_variable m_wake;
     bool m_stopping = false;
+    bool m_watched = true;
+    bool m_looksAtOnce = false;                 ///< watched again
     om::bench::BenchClient* m_client = nullptr; ///< while connected
     std::string m_chosen;
     std::deque<Order> m_orders;
@@ -96,7 +106,9 @@ private:
     std::string m_lastReason;
     QStringList m_lastChoices;
     nlohmann::json m_field;
-    int m_looks = 0; ///< polls since the field was last read
+    bool m_isNew = true;                                ///< the connection: no state was read yet
+    std::chrono::steady_clock::time_point m_lastChange; ///< or request
+    int m_looks = 0;                                    ///< polls since the field was last read
 
     std::thread m_thread;
 };

@@ -12,6 +12,7 @@
 #include <QStackedWidget>
 #include <QTimer>
 #include <QVBoxLayout>
+#include <QWindow>
 
 #include <algorithm>
 
@@ -277,6 +278,7 @@ void BenchWindow::showCards(const Snapshot& snapshot)
     }
     while (m_cards.size() < snapshot.cameras.size()) {
         auto* const view = new BodyView(BodyView::KIND::CARD);
+        view->setOnScreen(m_onScreen);
         connect(view, &BodyView::pressed, this, &BenchWindow::choose);
         connect(view, &BodyView::turned, this, [this, view](const Turn& t) { turn(view, t); });
         connect(view, &BodyView::focused, this,
@@ -311,6 +313,34 @@ void BenchWindow::choose(unsigned int serial)
 void BenchWindow::turn(BodyView* view, const Turn& turn)
 {
     view->awaitTicket(m_link.setPose(turn.serial, turn.pose, turn.spin, turn.glide));
+}
+
+void BenchWindow::showEvent(QShowEvent* event)
+{
+    windowHandle()->installEventFilter(this);
+    QWidget::showEvent(event);
+}
+
+bool BenchWindow::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == windowHandle() && event->type() == QEvent::Expose) {
+        setOnScreen(windowHandle()->isExposed());
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+/// A hidden or minimised window asks for the state of the bench only now and then.
+void BenchWindow::setOnScreen(bool onScreen)
+{
+    if (m_onScreen == onScreen) {
+        return;
+    }
+    m_onScreen = onScreen;
+    m_link.setWatched(onScreen);
+    m_stage->setOnScreen(onScreen);
+    for (BodyView* const view : m_cards) {
+        view->setOnScreen(onScreen);
+    }
 }
 
 void BenchWindow::closeEvent(QCloseEvent* event)

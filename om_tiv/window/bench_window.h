@@ -35,7 +35,10 @@ public:
     BodyView* card(unsigned int serial) const; ///< null if there is none
     unsigned int chosen() const { return m_chosen; }
 
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 protected:
+    void showEvent(QShowEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
 
 private:
@@ -50,6 +53,7 @@ private:
     void showComplaints(const QStringList& complaints);
     void showCards(const Snapshot& snapshot);
     void setLinkText(const QString& text, const QColor& colour);
+    void setOnScreen(bool onScreen);
     void choose(unsigned int serial);
     void turn(BodyView* view, const Turn& turn);
 
@@ -57,6 +61,7 @@ private:
     Snapshot m_snapshot;
     unsigned int m_chosen = 0;
     bool m_lostOne = false;
+    bool m_onScreen = true;
 
     QLabel* m_linkDot = nullptr;
     QLabel* m_linkText = nullptr;

@@ -7,6 +7,7 @@
 #include <QRadialGradient>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace benchwindow {
@@ -59,6 +60,14 @@ QPointF Projection::fromEye(const Vector& v) const
 QPointF Projection::at(const Vector& world) const
 {
     return fromEye(rotate(conjugate(viewAttitude()), world));
+}
+
+QRectF Projection::ball(double radius) const
+{
+    // Its outline is where the lines of sight touch it.
+    const double seen =
+        scale * eyeDistance * radius / std::sqrt(eyeDistance * eyeDistance - radius * radius);
+    return {centre.x() - seen, centre.y() - seen, 2.0 * seen, 2.0 * seen};
 }
 
 BodyPainter::BodyPainter(QPainter& painter, const Projection& projection)
@@ -166,34 +175,21 @@ void BodyPainter::paintFaces(const std::vector<Face>& faces, const Quaternion& t
 void BodyPainter::paintDisc(const Vector& centre, double radius, const Quaternion& toEye,
                             const QColor& colour)
 {
+    static const std::array<Vector, 48> circle = [] {
+        std::array<Vector, 48> points;
+        for (std::size_t i = 0; i < points.size(); ++i) {
+            const double angle = 2.0 * pi * static_cast<double>(i) / 48.0;
+            points[i] = {std::cos(angle), std::sin(angle), 0.0};
+        }
+        return points;
+    }();
     QPolygonF polygon;
-    for (int i = 0; i < 48; ++i) {
-        const double angle = 2.0 * pi * i / 48.0;
-        polygon << m_projection.fromEye(
-            rotate(toEye, centre + radius * Vector{std::cos(angle), std::sin(angle), 0.0}));
+    for (const Vector& point : circle) {
+        polygon << m_projection.fromEye(rotate(toEye, centre + radius * point));
     }
     m_painter.setPen(Qt::NoPen);
     m_painter.setBrush(colour);
     m_painter.drawPolygon(polygon);
-}
-
-void BodyPainter::paintBarrel(const Lens& lens, double front, const Quaternion& toEye)
-{
-    constexpr int steps = 32;
-    const auto rim = [&](int i, double z) {
-        const double angle = 2.0 * pi * i / steps;
-        return Vector{lens.x + lens.radius * std::cos(angle), lens.radius * std::sin(angle), z};
-    };
-    std::vector<Face> faces;
-    for (int i = 0; i < steps; ++i) {
-        const double angle = 2.0 * pi * (i + 0.5) / steps;
-        faces.push_back(
-            {{rim(i, front), rim(i + 1, front), rim(i + 1, front - BodyShape::lensHeight),
-              rim(i, front - BodyShape::lensHeight)},
-             {std::cos(angle), std::sin(angle), 0.0},
-             lens.ring});
-    }
-    paintFaces(faces, toEye, 0.7);
 }
 
 void BodyPainter::paintGlass(const Lens& lens, double front, const Quaternion& toEye)
@@ -222,19 +218,22 @@ void BodyPainter::paintBody(const BodyShape& shape, const Quaternion& pose)
 {
     const Quaternion toEye = conjugate(viewAttitude()) * pose;
     const double front = -shape.depth / 2.0;
-    std::vector<Lens> lenses = shape.lenses;
-    const auto depthOf = [&](const Lens& l) { return rotate(toEye, {l.x, 0.0, front}).z; };
+    std::vector<const Lens*> lenses; // the farthest first
+    for (const Lens& lens : shape.lenses) {
+        lenses.push_back(&lens);
+    }
+    const auto depthOf = [&](const Lens* l) { return rotate(toEye, {l->x, 0.0, front}).z; };
     std::sort(lenses.begin(), lenses.end(),
-              [&](const Lens& a, const Lens& b) { return depthOf(a) < depthOf(b); });
+              [&](const Lens* a, const Lens* b) { return depthOf(a) < depthOf(b); });
 
     // The plane of the front separates the lenses from the hull: the part on the eye's side is
     // painted last.
     const bool frontSeen =
         isSeen(rotate(toEye, {0.0, 0.0, -1.0}), rotate(toEye, {0.0, 0.0, front}));
     const auto paintLenses = [&] {
-        for (const Lens& lens : lenses) {
-            paintBarrel(lens, front, toEye);
-            paintGlass(lens, front, toEye);
+        for (const Lens* const lens : lenses) {
+            paintFaces(lens->barrel, toEye, 0.7);
+            paintGlass(*lens, front, toEye);
         }
     };
     if (!frontSeen) {

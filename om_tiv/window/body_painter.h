@@ -7,6 +7,7 @@
 
 #include <QPainter>
 #include <QPointF>
+#include <QRectF>
 
 #include <vector>
 
@@ -21,6 +22,8 @@ struct Projection
     /// Of a point in the eye's frame.
     QPointF fromEye(const Vector& v) const;
     QPointF at(const Vector& world) const;
+    /// The pixels of everything up to a distance from the origin.
+    QRectF ball(double radius) const;
 };
 
 class BodyPainter
@@ -37,7 +40,6 @@ private:
     void paintCircle(double radius, const QColor& colour, double width);
     void paintFloorPolygon(const std::vector<Vector>& points, const QColor& colour);
     void paintFaces(const std::vector<Face>& faces, const Quaternion& toEye, double seam);
-    void paintBarrel(const Lens& lens, double front, const Quaternion& toEye);
     void paintGlass(const Lens& lens, double front, const Quaternion& toEye);
     void paintDisc(const Vector& centre, double radius, const Quaternion& toEye,
                    const QColor& colour);

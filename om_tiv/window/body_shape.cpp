@@ -162,6 +162,43 @@ std::vector<Face> marksOf(const Model& m)
     return marks;
 }
 
+std::vector<Face> barrelOf(const Lens& lens, double front)
+{
+    constexpr int steps = 32;
+    const auto rim = [&](int i, double z) {
+        const double angle = 2.0 * pi * i / steps;
+        return Vector{lens.x + lens.radius * std::cos(angle), lens.radius * std::sin(angle), z};
+    };
+    std::vector<Face> faces;
+    for (int i = 0; i < steps; ++i) {
+        const double angle = 2.0 * pi * (i + 0.5) / steps;
+        faces.push_back(
+            {{rim(i, front), rim(i + 1, front), rim(i + 1, front - BodyShape::lensHeight),
+              rim(i, front - BodyShape::lensHeight)},
+             {std::cos(angle), std::sin(angle), 0.0},
+             lens.ring});
+    }
+    return faces;
+}
+
+double reachOf(const BodyShape& shape)
+{
+    double reach = 0.0;
+    const auto include = [&](const std::vector<Face>& faces) {
+        for (const Face& face : faces) {
+            for (const Vector& point : face.points) {
+                reach = std::max(reach, om::bench::length(point));
+            }
+        }
+    };
+    include(shape.hull);
+    include(shape.marks);
+    for (const Lens& lens : shape.lenses) {
+        include(lens.barrel);
+    }
+    return reach;
+}
+
 BodyShape makeShape(const Model& m)
 {
     BodyShape shape;
@@ -171,8 +208,11 @@ BodyShape makeShape(const Model& m)
     shape.hull = hullOf(m);
     shape.marks = marksOf(m);
     for (const double side : {-0.5, 0.5}) {
-        shape.lenses.push_back({side * m.baseline, m.lens, m.ring});
+        Lens lens{side * m.baseline, m.lens, m.ring, {}};
+        lens.barrel = barrelOf(lens, -m.depth / 2.0);
+        shape.lenses.push_back(std::move(lens));
     }
+    shape.reach = reachOf(shape);
     return shape;
 }
 

@@ -28,6 +28,7 @@ struct Lens
     double x = 0.0;
     double radius = 0.0;
     QColor ring;
+    std::vector<Face> barrel; ///< its side
 };
 
 struct BodyShape
@@ -39,6 +40,7 @@ struct BodyShape
     std::vector<Face> marks;  ///< on the hull, in the order of painting
     std::vector<Lens> lenses; ///< in front of the hull
     static constexpr double lensHeight = 0.035;
+    double reach = 0.0; ///< largest distance of a point from the origin
 };
 
 /// The shape of a model by its name; that of TIV_Q for an unknown name.

@@ -31,6 +31,7 @@ BodyView::BodyView(KIND kind, QWidget* parent) : QWidget(parent), m_kind(kind)
 {
     setAttribute(Qt::WA_OpaquePaintEvent);
     setCursor(Qt::OpenHandCursor);
+    m_ground = ground();
     if (kind == KIND::STAGE) {
         setFocusPolicy(Qt::StrongFocus);
         setMinimumSize(360, 260);
@@ -56,24 +57,26 @@ void BodyView::setCamera(const CameraView& camera, std::uint64_t ticket)
         m_awaited = 0;
     }
     const bool looksOther = camera.serial != m_camera.serial || camera.state != m_camera.state ||
-                            camera.model != m_camera.model || !isSame(camera.field, m_camera.field);
+                            camera.model != m_camera.model;
     m_camera = camera;
     const bool follows = !m_held && ticket >= m_awaited;
     if (follows && !(isSame(camera.pose, m_pose) && isSame(camera.angularVelocity, m_rate))) {
         setShown(camera.pose, camera.angularVelocity);
+    } else if (!m_clock.isRunning()) {
+        showPose(); // the field may have changed
     }
     if (looksOther) {
         setAccessibleName(camera.model + QLatin1Char(' ') + QString::number(camera.serial));
+        showGround();
+        showPose();
         update();
     }
 }
 
 void BodyView::setDeclination(double value)
 {
-    if (m_declination != value) {
-        m_declination = value;
-        update();
-    }
+    m_declination = value;
+    showGround();
 }
 
 void BodyView::setChosen(bool chosen)
@@ -81,8 +84,15 @@ void BodyView::setChosen(bool chosen)
     if (m_chosen != chosen || accessibleDescription().isEmpty()) {
         m_chosen = chosen;
         setAccessibleDescription(chosen ? tr("Selected") : tr("The space bar selects this camera"));
-        update();
+        showGround();
+        update(); // the colour of its name
     }
+}
+
+void BodyView::setOnScreen(bool onScreen)
+{
+    m_onScreen = onScreen;
+    followPose();
 }
 
 void BodyView::awaitTicket(std::uint64_t ticket)
@@ -95,14 +105,22 @@ void BodyView::setShown(const Quaternion& pose, const Vector& rate)
     m_pose = pose;
     m_rate = rate;
     m_since = m_clock.now();
-    // A card moves only with new states.
-    const bool moves = m_held || (m_kind == KIND::STAGE && length(rate) > 1e-3);
-    if (moves) {
-        m_clock.start();
+    showGround();
+    followPose();
+}
+
+/// Frames while there is something to follow, otherwise the pose at once.
+void BodyView::followPose()
+{
+    const bool isSeen = m_onScreen && isVisible();
+    if (m_held || (isSeen && m_kind == KIND::STAGE && length(m_rate) > 1e-3)) {
+        m_clock.start(framePeriod);
+    } else if (isSeen && m_kind == KIND::CARD && !isSame(m_pose, m_painted)) {
+        m_clock.start(cardPeriod);
     } else {
         m_clock.stop();
+        showPose();
     }
-    update();
 }
 
 Quaternion BodyView::shownPose() const
@@ -114,9 +132,41 @@ Quaternion BodyView::shownPose() const
     return m_pose * om::bench::fromRotationVector(since * m_rate);
 }
 
+/// Repaints what differs from the picture: the body and its figures.
+void BodyView::showPose()
+{
+    const Quaternion pose = m_kind == KIND::STAGE ? shownPose() : m_pose;
+    if (!isSame(pose, m_painted)) {
+        m_painted = pose;
+        update(bodyRect());
+    }
+    if (m_kind == KIND::STAGE) {
+        QStringList now = values();
+        if (now != m_values) {
+            m_values = std::move(now);
+            update(valuesRect());
+        }
+    }
+}
+
+/// Repaints everything if the ground differs from the picture.
+void BodyView::showGround()
+{
+    const Ground now = ground();
+    if (now.camera != m_ground.camera || now.declination != m_ground.declination ||
+        now.edge != m_ground.edge || now.edgeWidth != m_ground.edgeWidth) {
+        m_ground = now;
+        m_layer.discard();
+        update();
+    }
+}
+
 void BodyView::tick()
 {
-    update();
+    if (!m_held && m_kind == KIND::CARD && isSame(m_pose, m_painted)) {
+        m_clock.stop(); // until the next state
+    }
+    showPose();
     if (!m_held) {
         return;
     }
@@ -126,6 +176,24 @@ void BodyView::tick()
     if (m_moved || m_turning) {
         order(rate, holdGlide);
     }
+}
+
+void BodyView::resizeEvent(QResizeEvent* event)
+{
+    m_hintBox = {};
+    QWidget::resizeEvent(event);
+}
+
+void BodyView::showEvent(QShowEvent* event)
+{
+    followPose();
+    QWidget::showEvent(event);
+}
+
+void BodyView::hideEvent(QHideEvent* event)
+{
+    followPose();
+    QWidget::hideEvent(event);
 }
 
 // ---- The hand ---------------------------------------------------------------------------------
@@ -191,7 +259,9 @@ void BodyView::turnInWorld(const Quaternion& turn)
 {
     m_pose = normalized(turn * m_pose);
     m_moved = true;
-    update();
+    if (!m_clock.isRunning()) {
+        showPose();
+    }
 }
 
 void BodyView::mouseMoveEvent(QMouseEvent* event)
@@ -299,28 +369,28 @@ void BodyView::focusInEvent(QFocusEvent* event)
     if (m_focusShown) {
         emit focused();
     }
-    update();
+    showGround();
 }
 
 void BodyView::focusOutEvent(QFocusEvent* event)
 {
     Q_UNUSED(event)
     m_focusShown = false;
-    update();
+    showGround();
 }
 
 void BodyView::enterEvent(QEvent* event)
 {
     Q_UNUSED(event)
     m_hovered = true;
-    update();
+    showGround();
 }
 
 void BodyView::leaveEvent(QEvent* event)
 {
     Q_UNUSED(event)
     m_hovered = false;
-    update();
+    showGround();
 }
 
 } // namespace benchwindow

@@ -4,11 +4,14 @@
 
 #include "window/body_painter.h"
 #include "window/frame_clock.h"
+#include "window/layer.h"
 #include "window/snapshot.h"
 #include "window/turning.h"
 
+#include <QStringList>
 #include <QWidget>
 
+#include <chrono>
 #include <cstdint>
 
 namespace benchwindow {
@@ -36,12 +39,19 @@ public:
         CARD,  ///< small, with its name
     };
 
+    /// From frame to frame while the body turns: that of Gravimon's 3D view.
+    static constexpr std::chrono::milliseconds framePeriod{40};
+    static constexpr std::chrono::milliseconds cardPeriod{80}; ///< of a card that is not held
+
     explicit BodyView(KIND kind, QWidget* parent = nullptr);
 
     /// @param ticket all requests up to this ticket have been executed in the state
     void setCamera(const CameraView& camera, std::uint64_t ticket);
     void setDeclination(double degrees);
     void setChosen(bool chosen); ///< a card's frame
+    /// Whether the window is on the screen; at first it is. No frames follow while it is not,
+    /// unless the body is held.
+    void setOnScreen(bool onScreen);
     /// The shown pose stays until a state with this ticket arrives.
     void awaitTicket(std::uint64_t ticket);
 
@@ -68,6 +78,9 @@ signals:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
@@ -78,16 +91,34 @@ protected:
     void leaveEvent(QEvent* event) override;
 
 private:
+    /// What is behind the body, as far as it changes.
+    struct Ground
+    {
+        bool camera = false;
+        double declination = 0.0;
+        QColor edge; ///< of a card's frame, or the ring around the body; invalid for none
+        double edgeWidth = 0.0;
+    };
+
     void tick();
+    void followPose();
+    void showPose();
+    void showGround();
+    Ground ground() const;
+    QRect bodyRect() const;
+    QRect nameRect() const;
+    QRect valuesRect() const;
+    QStringList values() const;
     BallPoint ballPoint(const QPointF& position) const;
     void turnInWorld(const Quaternion& turn);
     void order(const Vector& worldRate, double glide);
     void setShown(const Quaternion& pose, const Vector& rate);
     Projection projection() const;
-    void paintFigures(QPainter& painter);
-    void paintHint(QPainter& painter);
+    void paintPart(QPainter& painter, const QRect& part);
+    void paintGround(QPainter& painter);
+    void paintFigures(QPainter& painter, const QRect& part);
+    void paintHint(QPainter& painter, const QRect& part);
     void paintName(QPainter& painter);
-    void paintBall(QPainter& painter);
 
     const KIND m_kind;
     CameraView m_camera;
@@ -108,6 +139,14 @@ private:
     SpinMeter m_meter;
 
     FrameClock m_clock; ///< its frames follow while something moves
+    bool m_onScreen = true;
+
+    Quaternion m_painted; ///< the pose in the picture
+    QStringList m_values; ///< the figures in the picture
+    Ground m_ground;      ///< in the layer
+    Layer m_layer;        ///< everything behind the body
+    QRectF m_hintBox;     ///< of this size; null before it is known
+    QRectF m_hintBounds;
 };
 
 } // namespace benchwindow

@@ -5,6 +5,7 @@
 #include "window/look.h"
 #include "world/degrees.h"
 
+#include <QPaintEvent>
 #include <QPainter>
 
 #include <algorithm>
@@ -39,48 +40,97 @@ QColor stateColour(const QString& state)
 
 void BodyView::paintEvent(QPaintEvent* event)
 {
-    Q_UNUSED(event)
     QPainter painter(this);
-    painter.fillRect(rect(), look::soil);
-    painter.setRenderHint(QPainter::Antialiasing);
-    if (m_kind == KIND::CARD) {
-        const bool lively = m_chosen || m_hovered || m_held;
-        painter.setPen(QPen(m_focusShown ? look::pearl
-                            : m_chosen   ? look::lime
-                            : lively     ? look::ash
-                                         : look::steel,
-                            m_focusShown || m_chosen ? 1.5 : 1.0));
-        painter.setBrush(QColor(30, 30, 31));
-        painter.drawRoundedRect(QRectF(rect()).adjusted(1.0, 1.0, -1.0, -1.0), 6.0, 6.0);
+    // Part by part, because each has a rectangle as its clip, which is the fastest one.
+    for (const QRect& part : event->region()) {
+        painter.save();
+        painter.setClipRect(part);
+        paintPart(painter, part);
+        painter.restore();
     }
+}
+
+void BodyView::paintPart(QPainter& painter, const QRect& part)
+{
+    m_layer.show(painter, size(), [this](QPainter& layer) { paintGround(layer); });
     if (m_camera.serial == 0) {
         return;
     }
-    BodyPainter body(painter, projection());
-    if (m_kind == KIND::STAGE) {
-        body.paintFloor(m_declination, true);
-        paintBall(painter);
+    painter.setRenderHint(QPainter::Antialiasing);
+    if (part.intersects(bodyRect())) {
+        BodyPainter(painter, projection()).paintBody(shapeOf(m_camera.model), m_painted);
     }
-    body.paintBody(shapeOf(m_camera.model), shownPose());
     if (!m_camera.isPlugged()) {
         painter.setPen(Qt::NoPen);
         painter.setBrush(QColor(25, 25, 25, 130));
         painter.drawRoundedRect(QRectF(rect()).adjusted(2.0, 2.0, -2.0, -2.0), 6.0, 6.0);
     }
-    paintName(painter);
+    if (part.intersects(nameRect())) {
+        paintName(painter);
+    }
     if (m_kind == KIND::STAGE) {
-        paintFigures(painter);
+        paintFigures(painter, part);
+        paintHint(painter, part);
     }
 }
 
-void BodyView::paintBall(QPainter& painter)
+BodyView::Ground BodyView::ground() const
 {
-    if (!m_held && !m_hovered && !m_focusShown) {
+    Ground ground;
+    ground.camera = m_camera.serial != 0;
+    ground.declination = m_declination;
+    if (m_kind == KIND::CARD) {
+        const bool lively = m_chosen || m_hovered || m_held;
+        ground.edge = m_focusShown ? look::pearl
+                      : m_chosen   ? look::lime
+                      : lively     ? look::ash
+                                   : look::steel;
+        ground.edgeWidth = m_focusShown || m_chosen ? 1.5 : 1.0;
+    } else if (m_held || m_hovered || m_focusShown) {
+        ground.edge = m_held || m_focusShown ? look::ash : look::charcoal;
+        ground.edgeWidth = 1.0;
+    }
+    return ground;
+}
+
+void BodyView::paintGround(QPainter& painter)
+{
+    painter.fillRect(rect(), look::soil);
+    painter.setRenderHint(QPainter::Antialiasing);
+    if (m_kind == KIND::CARD) {
+        painter.setPen(QPen(m_ground.edge, m_ground.edgeWidth));
+        painter.setBrush(QColor(30, 30, 31));
+        painter.drawRoundedRect(QRectF(rect()).adjusted(1.0, 1.0, -1.0, -1.0), 6.0, 6.0);
         return;
     }
-    painter.setPen(QPen(m_held || m_focusShown ? look::ash : look::charcoal, 1.0, Qt::DotLine));
-    painter.setBrush(Qt::NoBrush);
-    painter.drawEllipse(ballCentre(), ballRadius(), ballRadius());
+    if (!m_ground.camera) {
+        return;
+    }
+    BodyPainter(painter, projection()).paintFloor(m_ground.declination, true);
+    if (m_ground.edge.isValid()) {
+        painter.setPen(QPen(m_ground.edge, m_ground.edgeWidth, Qt::DotLine));
+        painter.setBrush(Qt::NoBrush);
+        painter.drawEllipse(ballCentre(), ballRadius(), ballRadius());
+    }
+}
+
+/// Contains the body in every pose.
+QRect BodyView::bodyRect() const
+{
+    return projection()
+        .ball(shapeOf(m_camera.model).reach)
+        .adjusted(-2.0, -2.0, 2.0, 2.0)
+        .toAlignedRect();
+}
+
+QRect BodyView::nameRect() const
+{
+    return m_kind == KIND::CARD ? QRect(0, height() - 28, width(), 20) : QRect(0, 16, width(), 78);
+}
+
+QRect BodyView::valuesRect() const
+{
+    return {0, height() - 36, width(), 22};
 }
 
 void BodyView::paintName(QPainter& painter)
@@ -116,56 +166,65 @@ void BodyView::paintName(QPainter& painter)
                      stateText(m_camera.state));
 }
 
-void BodyView::paintFigures(QPainter& painter)
+QStringList BodyView::values() const
 {
-    const Attitude attitude = attitudeOf(shownPose());
+    const Attitude attitude = attitudeOf(m_painted);
     const Vector rate = m_held ? m_meter.rateAt(m_clock.now()) : m_rate;
-    struct Figure
-    {
-        QString name;
-        QString value;
-    };
-    const Figure figures[] = {
-        {tr("Heading"), QStringLiteral("%1°").arg(attitude.heading, 0, 'f', 0)},
-        {tr("Pitch"), QStringLiteral("%1°").arg(attitude.pitch, 0, 'f', 0)},
-        {tr("Roll"), QStringLiteral("%1°").arg(attitude.roll, 0, 'f', 0)},
-        {tr("Turning"),
-         QStringLiteral("%1 °/s").arg(length(rate) * om::bench::degreesPerRadian, 0, 'f', 0)},
-        {tr("Field"), QStringLiteral("%1 µT").arg(length(m_camera.field), 0, 'f', 1)}};
+    return {QStringLiteral("%1°").arg(attitude.heading, 0, 'f', 0),
+            QStringLiteral("%1°").arg(attitude.pitch, 0, 'f', 0),
+            QStringLiteral("%1°").arg(attitude.roll, 0, 'f', 0),
+            QStringLiteral("%1 °/s").arg(length(rate) * om::bench::degreesPerRadian, 0, 'f', 0),
+            QStringLiteral("%1 µT").arg(length(m_camera.field), 0, 'f', 1)};
+}
+
+void BodyView::paintFigures(QPainter& painter, const QRect& part)
+{
+    const QString names[] = {tr("Heading"), tr("Pitch"), tr("Roll"), tr("Turning"), tr("Field")};
+    const bool showsNames = part.intersects({0, height() - 54, width(), 18});
+    const bool showsValues = part.intersects(valuesRect());
     QFont font = painter.font();
     double x = 24.0;
-    for (const Figure& figure : figures) {
-        font.setPixelSize(12);
-        painter.setFont(font);
-        painter.setPen(look::ash);
-        painter.drawText(QRectF(x, height() - 54.0, 90.0, 18.0), Qt::AlignVCenter, figure.name);
-        font.setPixelSize(16);
-        painter.setFont(font);
-        painter.setPen(look::pearl);
-        painter.drawText(QRectF(x, height() - 36.0, 100.0, 22.0), Qt::AlignVCenter, figure.value);
+    for (int i = 0; i < m_values.size(); ++i) {
+        if (showsNames) {
+            font.setPixelSize(12);
+            painter.setFont(font);
+            painter.setPen(look::ash);
+            painter.drawText(QRectF(x, height() - 54.0, 90.0, 18.0), Qt::AlignVCenter, names[i]);
+        }
+        if (showsValues) {
+            font.setPixelSize(16);
+            painter.setFont(font);
+            painter.setPen(look::pearl);
+            painter.drawText(QRectF(x, height() - 36.0, 100.0, 22.0), Qt::AlignVCenter,
+                             m_values[i]);
+        }
         x += std::min(96.0, (width() - 40.0) / 5.0);
     }
-    font.setPixelSize(12);
-    painter.setFont(font);
-    painter.setPen(look::ash);
-    paintHint(painter);
 }
 
 /// In the upper right corner, in as many lines as keep it off the ring.
-void BodyView::paintHint(QPainter& painter)
+void BodyView::paintHint(QPainter& painter, const QRect& part)
 {
     const QString hint = tr("Drag to turn, release in motion to spin\n"
                             "Outside the ring: roll.  Space: stop");
     constexpr int flags = Qt::AlignRight | Qt::AlignTop | Qt::TextWordWrap;
-    double height = 0.0;
-    double needed = 2.0 * painter.fontMetrics().lineSpacing();
-    QRectF box;
-    while (needed > height && height < this->height()) { // a taller text has less width
-        height = needed;
-        box = hintBox(size(), ballCentre(), ballRadius(), height);
-        needed = painter.boundingRect(box, flags, hint).height();
+    QFont font = painter.font();
+    font.setPixelSize(12);
+    painter.setFont(font);
+    painter.setPen(look::ash);
+    if (m_hintBox.isNull()) {
+        double height = 0.0;
+        double needed = 2.0 * painter.fontMetrics().lineSpacing();
+        while (needed > height && height < this->height()) { // a taller text has less width
+            height = needed;
+            m_hintBox = hintBox(size(), ballCentre(), ballRadius(), height);
+            m_hintBounds = painter.boundingRect(m_hintBox, flags, hint);
+            needed = m_hintBounds.height();
+        }
     }
-    painter.drawText(box, flags, hint);
+    if (part.intersects(m_hintBounds.toAlignedRect())) {
+        painter.drawText(m_hintBox, flags, hint);
+    }
 }
 
 } // namespace benchwindow

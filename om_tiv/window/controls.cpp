@@ -247,7 +247,8 @@ void FaultRow::showNumber(int number, std::uint64_t ticket)
     }
     // The switch shows a number of 0; the number that the user has set stays for the next time.
     const bool shows = m_switch == nullptr || number != 0;
-    if (m_number != nullptr && shows && !m_number->hasFocus()) {
+    // A spin box repaints itself also when it is set to the value that it has.
+    if (m_number != nullptr && shows && !m_number->hasFocus() && m_number->value() != number) {
         m_number->setValue(number);
     }
     m_showing = false;

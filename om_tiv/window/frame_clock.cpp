@@ -5,7 +5,6 @@ namespace benchwindow {
 FrameClock::FrameClock(QObject* parent) : QObject(parent)
 {
     m_real.start();
-    m_timer.setInterval(period);
     m_timer.setTimerType(Qt::PreciseTimer);
     connect(&m_timer, &QTimer::timeout, this, &FrameClock::frame);
 }
@@ -16,15 +15,16 @@ double FrameClock::now() const
     return std::chrono::duration<double>(time).count();
 }
 
-void FrameClock::start()
+void FrameClock::start(std::chrono::milliseconds period)
 {
-    if (m_running) {
+    if (m_running && period == m_period) {
         return;
     }
     m_running = true;
+    m_period = period;
     m_nextFrame = m_manualTime + period;
     if (!m_manual) {
-        m_timer.start();
+        m_timer.start(period);
     }
 }
 
@@ -41,7 +41,7 @@ void FrameClock::setManual()
     }
     m_manualTime = std::chrono::nanoseconds(m_real.nsecsElapsed());
     m_manual = true;
-    m_nextFrame = m_manualTime + period;
+    m_nextFrame = m_manualTime + m_period;
     m_timer.stop();
 }
 
@@ -54,7 +54,7 @@ void FrameClock::step(std::chrono::milliseconds time)
     // What a frame does may end the frames.
     while (m_running && m_nextFrame <= end) {
         m_manualTime = m_nextFrame;
-        m_nextFrame += period;
+        m_nextFrame += m_period;
         emit frame();
     }
     m_manualTime = end;

@@ -16,14 +16,15 @@ class FrameClock : public QObject
     Q_OBJECT
 
 public:
-    static constexpr std::chrono::milliseconds period{16};
-
     explicit FrameClock(QObject* parent = nullptr);
 
     double now() const; ///< s, since the object was made
 
-    void start(); ///< frames follow, every period
+    /// Frames follow, every period; the first one after a period, unless frames with the same
+    /// period already follow.
+    void start(std::chrono::milliseconds period);
     void stop();
+    bool isRunning() const { return m_running; }
 
     /// Stops the time; step() alone moves it on from here.
     void setManual();
@@ -36,6 +37,7 @@ signals:
 private:
     bool m_manual = false;
     bool m_running = false;
+    std::chrono::milliseconds m_period{0};
     std::chrono::nanoseconds m_manualTime{0};
     std::chrono::nanoseconds m_nextFrame{0}; ///< of the stopped clock, while frames follow
     QElapsedTimer m_real;

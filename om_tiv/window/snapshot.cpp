@@ -33,6 +33,28 @@ const CameraView* Snapshot::find(unsigned int serial) const
     return found == cameras.end() ? nullptr : &*found;
 }
 
+namespace {
+
+bool isSame(const CameraView& a, const CameraView& b)
+{
+    using om::bench::isSame;
+    return a.serial == b.serial && a.model == b.model && a.state == b.state &&
+           a.motion == b.motion && a.firmware == b.firmware && a.temperature == b.temperature &&
+           isSame(a.pose, b.pose) && isSame(a.angularVelocity, b.angularVelocity) &&
+           a.heading == b.heading && isSame(a.field, b.field) && a.faults == b.faults;
+}
+
+} // namespace
+
+bool isSame(const Snapshot& a, const Snapshot& b)
+{
+    return a.ticket == b.ticket && a.complaints == b.complaints &&
+           a.field.strength == b.field.strength && a.field.inclination == b.field.inclination &&
+           a.field.declination == b.field.declination &&
+           std::equal(a.cameras.begin(), a.cameras.end(), b.cameras.begin(), b.cameras.end(),
+                      [](const CameraView& x, const CameraView& y) { return isSame(x, y); });
+}
+
 Snapshot readSnapshot(const json& list, const json& field)
 {
     Snapshot snapshot;

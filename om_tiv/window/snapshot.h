@@ -42,6 +42,8 @@ struct Snapshot
     const CameraView* find(unsigned int serial) const;
 };
 
+bool isSame(const Snapshot& a, const Snapshot& b);
+
 /// Reads the answers to "list" and "field". Throws nlohmann::json::exception if they are not valid
 /// answers of a bench.
 Snapshot readSnapshot(const nlohmann::json& list, const nlohmann::json& field);

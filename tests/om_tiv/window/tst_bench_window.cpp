@@ -18,12 +18,15 @@
 #include <QFile>
 #include <QLabel>
 #include <QMouseEvent>
+#include <QPaintEvent>
+#include <QProcess>
 #include <QPushButton>
 #include <QSlider>
 #include <QSpinBox>
 #include <QStackedWidget>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QWindow>
 
 #include <nlohmann/json.hpp>
 
@@ -90,6 +93,32 @@ QLabel* label(const BenchWindow& window, const QString& text)
     }
     return nullptr;
 }
+
+/// Counts how often a widget is painted.
+class Paints : public QObject
+{
+public:
+    explicit Paints(QWidget& widget)
+    {
+        QCoreApplication::processEvents();
+        widget.installEventFilter(this);
+    }
+    int count() const { return m_count; }
+    const QRegion& region() const { return m_region; } ///< of the latest time
+
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::Paint) {
+            ++m_count;
+            m_region = static_cast<QPaintEvent*>(event)->region();
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    int m_count = 0;
+    QRegion m_region;
+};
 
 /// A drag in even steps of the view's time; it ends with the button down.
 void dragOnly(BodyView* view, const QPointF& from, const QPointF& to, int steps,
@@ -437,7 +466,7 @@ private slots:
         QVERIFY2(between(theBench().truth(second).pose, {}) < 1e-6, "the other one lies still");
     }
 
-    void ordersKeepToSixtyASecond()
+    void ordersKeepToThePaceOfTheFrames()
     {
         openConnected();
         BodyView* const stage = m_window->stage();
@@ -445,7 +474,7 @@ private slots:
         connect(stage, &BodyView::turned, this, [&orders] { ++orders; });
         const QPointF middle = stage->ballCentre();
         dragOnly(stage, middle, middle + QPointF(150.0, 0.0), 150, 2ms);
-        QCOMPARE(orders, 1 + 300 / 16); // the press, and the frames
+        QCOMPARE(orders, 1 + 300 / 40); // the press, and the frames
         awaitNews();
         QVERIFY(m_poses.load() >= 1 && m_poses.load() <= orders);
         QTest::mouseRelease(stage, Qt::LeftButton);
@@ -617,6 +646,169 @@ private slots:
         stopAnswering();
         m_window.reset();
         QVERIFY(!m_gaveUp);
+    }
+
+    // ---- Painting -----------------------------------------------------------------------------
+
+    void turningBodyIsPaintedAtThePaceOfTheFrames()
+    {
+        openConnected();
+        BodyView* const stage = m_window->stage();
+        stage->clock().setManual();
+        theBench().camera(first)->setPose({}, 0ns, {0.0, 1.5, 0.0});
+        awaitNews();
+        Paints paints(*stage);
+        for (int i = 0; i < 10; ++i) { // states and mouse moves between the frames paint nothing
+            stage->clock().step(BodyView::framePeriod / 10);
+            theBench().clock().advance(4ms);
+            awaitNews();
+        }
+        QCOMPARE(paints.count(), 1);
+        QVERIFY2(!paints.region().contains({0, stage->height() / 2}), "the ground is painted");
+    }
+
+    void turningBodyOnACardIsPaintedAtItsPace()
+    {
+        openConnected();
+        BodyView* const card = m_window->card(second);
+        card->clock().setManual();
+        theBench().camera(second)->setPose({}, 0ns, {0.0, 1.5, 0.0});
+        awaitNews();
+        Paints paints(*card);
+        for (int i = 0; i < 4; ++i) {
+            theBench().clock().advance(20ms);
+            awaitNews();
+            QCOMPARE(paints.count(), 0);
+        }
+        card->clock().step(BodyView::cardPeriod);
+        QCoreApplication::processEvents();
+        QCOMPARE(paints.count(), 1);
+        // The last state is shown, and after it no frame follows.
+        theBench().camera(second)->setPose({}, 0ns, {});
+        awaitNews();
+        card->clock().step(3 * BodyView::cardPeriod);
+        QCoreApplication::processEvents();
+        QCOMPARE(paints.count(), 2);
+        QVERIFY(!card->clock().isRunning());
+    }
+
+    void nothingIsPaintedAtRest()
+    {
+        openConnected();
+        awaitNews();
+        Paints stage(*m_window->stage());
+        Paints card(*m_window->card(first));
+        awaitNews();
+        QCOMPARE(stage.count() + card.count(), 0);
+        QVERIFY(!m_window->stage()->clock().isRunning());
+        QVERIFY(!m_window->card(first)->clock().isRunning());
+    }
+
+    void turningBodyPaintsNoControl()
+    {
+        openConnected();
+        theBench().camera(first)->setPose({}, 0ns, {0.0, 1.5, 0.0});
+        awaitNews();
+        std::vector<std::unique_ptr<Paints>> paints;
+        for (QWidget* const control : child<Panel>("panel")->findChildren<QWidget*>()) {
+            if (control->isVisible()) {
+                paints.push_back(std::make_unique<Paints>(*control));
+            }
+        }
+        QVERIFY(paints.size() > 50);
+        theBench().clock().advance(100ms);
+        awaitNews();
+        for (const auto& control : paints) {
+            QCOMPARE(control->count(), 0);
+        }
+    }
+
+    void nothingMovesInAHiddenOrMinimisedWindow_data()
+    {
+        QTest::addColumn<bool>("minimised");
+        QTest::newRow("hidden") << false;
+        QTest::newRow("minimised") << true;
+    }
+
+    void nothingMovesInAHiddenOrMinimisedWindow()
+    {
+        QFETCH(bool, minimised);
+        openConnected();
+        BodyView* const stage = m_window->stage();
+        theBench().camera(first)->setPose({}, 0ns, {0.0, 1.5, 0.0});
+        QTRY_VERIFY(stage->clock().isRunning());
+        // A window manager takes a minimised window off the screen in the same way.
+        const auto onScreen = [&](bool on) {
+            return QProcess::execute(
+                       QStringLiteral("xdotool"),
+                       {on ? QStringLiteral("windowmap") : QStringLiteral("windowunmap"),
+                        QString::number(m_window->winId())}) == 0;
+        };
+        if (minimised) {
+            QVERIFY(onScreen(false));
+        } else {
+            m_window->hide();
+        }
+        QTRY_VERIFY(!m_window->windowHandle()->isExposed());
+        QTRY_VERIFY(!stage->clock().isRunning());
+        Paints paints(*stage);
+        Paints card(*m_window->card(first));
+        theBench().clock().advance(100ms);
+        awaitNews();
+        QVERIFY(!stage->clock().isRunning());
+        QVERIFY(!m_window->card(first)->clock().isRunning());
+        QCOMPARE(paints.count() + card.count(), 0);
+        // Shown again, it shows the present pose.
+        theBench().camera(first)->setPose(fromRotationVector({0.0, 1.0, 0.0}), 0ns, {});
+        if (minimised) {
+            QVERIFY(onScreen(true));
+        } else {
+            m_window->show();
+        }
+        QTRY_VERIFY(between(stage->shownPose(), truth().pose) < 0.01);
+        QTRY_VERIFY(paints.count() > 0);
+    }
+
+    void partsPaintedOneByOneMakeTheWholePicture_data()
+    {
+        QTest::addColumn<double>("factor");
+        for (const double factor : {1.0, 1.25, 1.5, 2.0}) {
+            QTest::addRow("%g", factor) << factor;
+        }
+    }
+
+    void partsPaintedOneByOneMakeTheWholePicture()
+    {
+        QFETCH(double, factor);
+        BodyView view(BodyView::KIND::STAGE);
+        view.resize(501, 403);
+        CameraView camera;
+        camera.serial = first;
+        camera.model = QStringLiteral("TIV_Q");
+        camera.state = QStringLiteral("streaming");
+        view.setCamera(camera, 0);
+        view.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&view));
+        const auto picture = [&] {
+            QImage image(view.size() * factor, QImage::Format_RGB32);
+            image.setDevicePixelRatio(factor);
+            return image;
+        };
+        QImage parts = picture();
+        view.render(&parts);
+        Paints paints(view);
+        camera.pose = fromRotationVector({0.4, 1.1, 0.3});
+        view.setCamera(camera, 0);
+        QTRY_VERIFY(paints.count() > 0);
+        const QRegion painted = paints.region();
+        QVERIFY(!painted.contains(QPoint(0, 0)));
+        QImage whole = picture();
+        view.render(&whole);
+        QVERIFY(parts != whole);
+        for (const QRect& part : painted) {
+            view.render(&parts, part.topLeft(), part, QWidget::DrawWindowBackground);
+        }
+        QCOMPARE(parts, whole);
     }
 
     // ---- Switches and sliders -----------------------------------------------------------------
