@@ -103,6 +103,7 @@ private slots:
     void hostileNameStaysValid();
     void yamlHasTheNamesAndUnits();
     void yamlLeavesOutWhatIsNotObservable();
+    void yamlHasTheValuesOfAllAxesBesideTheHighest();
 };
 
 void TestReportNumbers::knownNoiseIsFoundOnEveryAxis()
@@ -704,6 +705,18 @@ void TestReportNumbers::yamlLeavesOutWhatIsNotObservable()
     QVERIFY(yaml.find("\n# accelerometer_random_walk: not observable in ") != std::string::npos);
     QVERIFY(yaml.find("\naccelerometer_random_walk:") == std::string::npos);
     QVERIFY(yaml.find("\naccelerometer_noise_density: ") != std::string::npos);
+}
+
+void TestReportNumbers::yamlHasTheValuesOfAllAxesBesideTheHighest()
+{
+    RecordingReport report = analyse(recordings::atRest(8000), {});
+    auto& axes = report.accelerometer->axes;
+    axes[0].noise.model.noiseDensity.value = 1.25e-3;
+    axes[1].noise.model.noiseDensity.value.reset();
+    axes[2].noise.model.noiseDensity.value = 1.5e-3;
+    QVERIFY(yamlText(report).find("\naccelerometer_noise_density: 1.500000e-03  # m/s^2/sqrt(Hz); "
+                                  "x, y, z: 0.00125, not observable, 0.00150\n") !=
+            std::string::npos);
 }
 
 QTEST_APPLESS_MAIN(TestReportNumbers)

@@ -1,5 +1,6 @@
 #include "report/figures.h"
 #include "report/page.h"
+#include "report/page_parts.h"
 #include "report/pdf_file.h"
 
 #include "report/recordings.h"
@@ -71,6 +72,8 @@ private slots:
     void noPlotHoldsWhatIsNoNumber();
     void warningIsTheFirstLine();
     void verdictsStandAbovePlots();
+    void numbersHaveTheirUnits_data();
+    void numbersHaveTheirUnits();
     void textsFromTheFileAreEscaped();
     void definitionsHaveFormulas_data();
     void definitionsHaveFormulas();
@@ -177,6 +180,117 @@ void TestReportPage::verdictsStandAbovePlots()
         }
     }
     QVERIFY(m_page.contains("✗ failed")); // the gap, by sign and word
+}
+
+void TestReportPage::numbersHaveTheirUnits_data()
+{
+    QTest::addColumn<QString>("unit");
+    QTest::addColumn<QString>("value");
+    QTest::newRow("rate of the rows") << "Hz"
+                                      << "400.000";
+    QTest::newRow("missing samples") << ""
+                                     << "400";
+    QTest::newRow("gaps") << ""
+                          << "1";
+    QTest::newRow("jitter") << "µs"
+                            << "12.5";
+    for (const QString axis : {"x", "y", "z"}) {
+        for (const auto& [sensor, unit, slope] :
+             {std::array<QString, 3>{"Accelerometer ", "m/s²", "m/s³/√Hz"},
+              std::array<QString, 3>{"Gyroscope ", "°/s", "°/s²/√Hz"}}) {
+            const auto add = [&, head = sensor + axis + ": "](const char* name, const QString& of,
+                                                              const char* value) {
+                QTest::newRow(qPrintable(head + name)) << of << value;
+            };
+            add("noise density N", unit + "/√Hz", "0.001250 (0.001125 to 0.001375)");
+            add("bias instability B", unit, "not observable");
+            add("random walk K", slope, "0.002500 (0.002000 to 0.003000)");
+            add("mean", unit, "-0.12346");
+            add("standard deviation", unit, "0.01235");
+        }
+    }
+    QTest::newRow("Magnetometer: offset (hard iron) x / y / z") << "µT"
+                                                                << "18.50 / -24.00 / 11.50";
+    QTest::newRow("Magnetometer: radii x / y / z") << "µT"
+                                                   << "50.88 / 44.64 / 48.96";
+    QTest::newRow("Magnetometer: residual, one radius per axis") << "µT RMS"
+                                                                 << "0.500";
+    QTest::newRow("Magnetometer: residual with cross terms") << "µT RMS"
+                                                             << "0.125";
+    QTest::newRow("Magnetometer: gain of the cross terms, which a camera cannot store") << "%"
+                                                                                        << "75.0";
+    QTest::newRow("Magnetometer: residual before any correction") << "µT RMS"
+                                                                  << "14.2";
+    QTest::newRow("Magnetometer: gaps") << "% of 100 areas"
+                                        << "4.00";
+    QTest::newRow("Magnetometer: variance") << "%"
+                                            << "1.25";
+    QTest::newRow("Magnetometer: wobble") << "%"
+                                          << "2.50";
+    QTest::newRow("Magnetometer: fit error") << "%"
+                                             << "3.75";
+    QTest::newRow("Six positions: bias x / y / z")
+        << "m/s²"
+        << "0.01000 / -0.02000 / 0.1250 ± 0.0010 / 0.0020 / 0.0030";
+    QTest::newRow("Six positions: scale x / y / z")
+        << ""
+        << "1.00100 / 0.998500 / 1.00000 ± 0.00010 / 0.00020 / 0.00030";
+    QTest::newRow("Six positions: misalignment of axis x towards x / y / z")
+        << "mrad"
+        << "0 / 1.000 / 2.000 ± 0.50";
+    QTest::newRow("Six positions: misalignment of axis y towards x / y / z")
+        << "mrad"
+        << "3.000 / 0 / 5.000 ± 0.50";
+    QTest::newRow("Six positions: misalignment of axis z towards x / y / z")
+        << "mrad"
+        << "6.000 / 7.000 / 0 ± 0.50";
+    QTest::newRow("Six positions: residual") << "m/s² RMS"
+                                             << "0.00125";
+}
+
+void TestReportPage::numbersHaveTheirUnits()
+{
+    RecordingReport report = m_report;
+    report.timing.rateHz = 400.0;
+    report.timing.missingSamples = 400;
+    report.gapCount = 1;
+    report.timing.jitterSeconds = 12.5e-6;
+    for (auto* const sensor : {&*report.accelerometer, &*report.gyroscope}) {
+        for (AxisReport& axis : sensor->axes) {
+            axis.noise.model.noiseDensity = {1.25e-3, 1.125e-3, 1.375e-3, {}};
+            axis.noise.model.biasInstability = {};
+            axis.noise.model.randomWalk = {2.5e-3, 2e-3, 3e-3, {}};
+            axis.mean = -0.123456;
+            axis.deviation = 0.0123456;
+        }
+    }
+    analysis::MagnetometerReport& fit = *report.magnetometer->fit;
+    fit.aligned.offset = {18.5, -24.0, 11.5};
+    fit.aligned.radii = {50.88, 44.64, 48.96};
+    fit.aligned.residualRms = 0.5;
+    fit.full->residualRms = 0.125;
+    fit.lengthRmsBefore = 14.2;
+    fit.quality.gaps = 4.0;
+    fit.quality.variance = 1.25;
+    fit.quality.wobble = 2.5;
+    fit.quality.fitError = 3.75;
+    report.sixPositions.emplace();
+    report.sixPositions->bias = {0.01, -0.02, 0.125};
+    report.sixPositions->biasError = {0.001, 0.002, 0.003};
+    report.sixPositions->scale = {1.001, 0.9985, 1.0};
+    report.sixPositions->scaleError = {1e-4, 2e-4, 3e-4};
+    report.sixPositions->misalignment << 0.0, 0.001, 0.002, 0.003, 0.0, 0.005, 0.006, 0.007, 0.0;
+    report.sixPositions->misalignmentError = 5e-4;
+    report.sixPositions->residualRms = 1.25e-3;
+    QFETCH(QString, unit);
+    QFETCH(QString, value);
+    const QString name = QTest::currentDataTag();
+    const QString row = "<tr><td>" + name + "</td><td class=\"number\">" + value + "</td><td>" +
+                        unit + "</td></tr>\n";
+    const QString table = numbersHtml({report});
+    const int at = table.indexOf("<td>" + name + "</td>");
+    QVERIFY(at > 0);
+    QCOMPARE(table.mid(at - 4, table.indexOf('\n', at) + 5 - at), row);
 }
 
 void TestReportPage::textsFromTheFileAreEscaped()
