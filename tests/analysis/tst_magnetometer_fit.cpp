@@ -71,6 +71,7 @@ private slots:
     void noiseIsTheResidual();
     void readingsThatHoldNoEllipsoidAreRefused_data();
     void readingsThatHoldNoEllipsoidAreRefused();
+    void capThatIsTooNarrowIsRefused();
     void evenCoverageHasNoGaps();
     void halfSphereHasHalfTheAreasAsGaps();
     void wrongOffsetWobbles();
@@ -177,6 +178,26 @@ void TestMagnetometerFit::readingsThatHoldNoEllipsoidAreRefused()
     }
     QVERIFY(!fitEllipsoid(readings, false));
     QVERIFY(!fitEllipsoid(readings, true));
+}
+
+void TestMagnetometerFit::capThatIsTooNarrowIsRefused()
+{
+    // The least singular value is the 2.0e-6th part of the largest with half a degree, the 3.2e-7th
+    // with a fifth.
+    const auto fitOfCap = [](double degrees) {
+        Eigen::Matrix3Xd readings = directions(200);
+        const double height = 1.0 - std::cos(degrees / 57.295779513082323);
+        for (Eigen::Index i = 0; i < readings.cols(); ++i) {
+            const double z = 1.0 - 0.5 * height * (1.0 - readings(2, i));
+            readings.col(i).head<2>() *= std::sqrt(1.0 - z * z) / readings.col(i).head<2>().norm();
+            readings(2, i) = z;
+        }
+        return fitEllipsoid(48.0 * readings, false);
+    };
+    const auto fit = fitOfCap(0.5);
+    QVERIFY(fit);
+    QVERIFY(std::abs(fit->radius - 48.0) < 0.1);
+    QVERIFY(!fitOfCap(0.2));
 }
 
 void TestMagnetometerFit::evenCoverageHasNoGaps()

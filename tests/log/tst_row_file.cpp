@@ -7,6 +7,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <cerrno>
+
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -140,6 +142,18 @@ private slots:
         QCOMPARE(m_error, m_path + ": cannot be written: File too large");
         QCOMPARE(contents(m_path), header + line(0));
         QCOMPARE(file.rows(), std::uint64_t(1));
+    }
+
+    void aDiskWithRoomForOneByteIsFull()
+    {
+        RowFile file(gyroscopeOnly());
+        QVERIFY(file.create(m_path, m_error));
+        const FullDisk disk(header.size() + 1);
+        file.add(row(0));
+        errno = 0;
+        QVERIFY(!file.flush(m_error));
+        QCOMPARE(m_error, m_path + ": cannot be written: File too large");
+        QCOMPARE(contents(m_path), header);
     }
 
     void aDiskThatIsFullAtTheStartLeavesNoFile()
