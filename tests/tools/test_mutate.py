@@ -215,7 +215,7 @@ class SmallProject(unittest.TestCase):
             path.write_text(text, encoding="utf-8")
         subprocess.run(["git", "init", "-q", str(cls.root)], check=True)
         cls.out = io.StringIO()
-        mutate.LEAST_TIMEOUT = 3.0
+        mutate.LEAST_TIMEOUT = 10.0
         with contextlib.redirect_stdout(cls.out):
             cls.status = mutate.main([str(cls.root / "src/part/limits.cpp")], cls.root)
         cls.report = json.loads((cls.root / "build/mutate/report.json").read_text(encoding="utf-8"))
@@ -297,6 +297,36 @@ class SmallProject(unittest.TestCase):
         for after in ("return value - 1;", "return value + 2;"):
             self.assertEqual(results[after], ("killed", after in was_run))
         self.assertTrue(was_run & {"return value - 1;", "return value + 2;"})
+
+    def test_survivors_can_be_run_alone(self):
+        arguments = ["--count", "4", "--work", str(self.root / "build/alone"), str(self.root / "src/part/limits.cpp")]
+        report = self.root / "build/alone/report.json"
+        with contextlib.redirect_stdout(io.StringIO()):
+            mutate.main(arguments, self.root)
+        results = json.loads(report.read_text(encoding="utf-8"))
+        survived = [r["name"] for r in results["results"] if r["result"] == "survived"]
+        self.assertTrue(survived)
+        left_out = results["results"].pop(next(i for i, r in enumerate(results["results"]) if r["result"] != "survived"))
+        report.write_text(json.dumps(results), encoding="utf-8")
+        out = io.StringIO()
+        with contextlib.redirect_stdout(out):
+            mutate.main(["--resume", "--survivors", *arguments], self.root)
+        for name in survived:
+            self.assertIn(name.split(": ", 1)[1], out.getvalue())
+        self.assertNotIn(left_out["name"].split(": ", 1)[1], out.getvalue())
+
+    def test_headers_come_last(self):
+        out = io.StringIO()
+        path = self.root / "src/part/other.h"
+        path.write_text("inline int more()\n{\n    return 3;\n}\n", encoding="utf-8")
+        try:
+            with contextlib.redirect_stdout(out):
+                mutate.main(["--count", "9", "--work", str(self.root / "build/headers"), str(self.root / "src/part")], self.root)
+        finally:
+            path.unlink()
+        lines = [line for line in out.getvalue().splitlines() if "src/part/" in line]
+        self.assertEqual(len([line for line in lines if "other.h:" in line]), 1)
+        self.assertIn("other.h:", lines[-1])
 
     def test_a_slow_test_is_not_run(self):
         path = self.root / "tests/part/tst_limits.cpp"
