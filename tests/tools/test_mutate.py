@@ -215,7 +215,7 @@ class SmallProject(unittest.TestCase):
             path.write_text(text, encoding="utf-8")
         subprocess.run(["git", "init", "-q", str(cls.root)], check=True)
         cls.out = io.StringIO()
-        mutate.LEAST_TIMEOUT = 10.0
+        mutate.LEAST_TIMEOUT = 3.0
         with contextlib.redirect_stdout(cls.out):
             cls.status = mutate.main([str(cls.root / "src/part/limits.cpp")], cls.root)
         cls.report = json.loads((cls.root / "build/mutate/report.json").read_text(encoding="utf-8"))
@@ -340,6 +340,19 @@ class SmallProject(unittest.TestCase):
             path.write_text(FILES["tests/part/tst_limits.cpp"], encoding="utf-8")
         self.assertEqual(status, 1, out.getvalue())
         self.assertIn("tst_limits: takes longer than 1 s and is not run", out.getvalue())
+
+    def test_a_test_that_is_late_once_has_not_failed(self):
+        path = self.root / "tests/part/tst_limits.cpp"
+        path.write_text(FILES["tests/part/tst_limits.cpp"].replace("if (limited(8) != 8) {", """if (access("late", F_OK) != 0) {
+        close(creat("late", 0600));""").replace("<unistd.h>", "<fcntl.h>\n#include <unistd.h>"), encoding="utf-8")
+        try:
+            with contextlib.redirect_stdout(io.StringIO()):
+                mutate.main(["--count", "1", "--slow", "2", "--work", str(self.root / "build/late-once"),
+                             str(self.root / "src/part/limits.cpp")], self.root)
+        finally:
+            path.write_text(FILES["tests/part/tst_limits.cpp"], encoding="utf-8")
+        report = json.loads((self.root / "build/late-once/report.json").read_text(encoding="utf-8"))
+        self.assertEqual([r["result"] for r in report["results"]], ["survived"])
 
     def test_nothing_to_resume_is_refused(self):
         errors = io.StringIO()
