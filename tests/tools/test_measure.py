@@ -1,0 +1,201 @@
+"""tools/measure: reads the output of benchmarks, compares figures with the last ones, and keeps table and file alike.
+
+    python3 tests/tools/test_measure.py PROJECT_FOLDER
+"""
+
+import importlib.machinery
+import importlib.util
+import io
+import json
+import pathlib
+import sys
+import tempfile
+import unittest
+
+root = pathlib.Path(sys.argv.pop(1))
+sys.dont_write_bytecode = True
+
+
+def script(name, path):
+    loader = importlib.machinery.SourceFileLoader(name, str(root / path))
+    spec = importlib.util.spec_from_loader(name, loader)
+    module = importlib.util.module_from_spec(spec)
+    loader.exec_module(module)
+    return module
+
+
+measure = script("measure", "tools/measure")
+use = script("use", "bench/process/use")
+
+
+def output(*runs):
+    return json.dumps({"context": {}, "benchmarks": list(runs)})
+
+
+def repetition(name, value, **more):
+    return {"name": name, "run_name": name, "run_type": "iteration", "cpu_time": value, **more}
+
+
+def figure(name="x", command="echo 'x: 10 ms'", more=False):
+    return measure.Figure(name, command, measure.line("x"), "ms", more=more)
+
+
+def last(value, name="x"):
+    return {name: {"value": value, "unit": "ms", "command": "", "machine": "m", "kernel": "k", "load": 1.0,
+                   "date": "2026-01-01", "commit": "c"}}
+
+
+class Reading(unittest.TestCase):
+
+    def test_a_counter_is_the_median_of_its_repetitions(self):
+        text = output(*[repetition("a", value) for value in (5, 1, 3)],
+                      {"name": "a_median", "run_name": "a", "run_type": "aggregate", "cpu_time": 99},
+                      repetition("b", 7))
+        self.assertEqual(measure.counter("a", "cpu_time")(text), 3)
+
+    def test_a_ratio_is_that_of_two_benchmarks(self):
+        text = output(repetition("a", 2), repetition("b", 8))
+        self.assertEqual(measure.ratio("a", "b", "cpu_time")(text), 0.25)
+
+    def test_a_line_is_found_by_its_name(self):
+        self.assertEqual(measure.line("process")("process: 1.5 %\nresident memory: 90 MB\n"), 1.5)
+
+    def test_what_is_missing_or_failed_is_no_figure(self):
+        failed = output(repetition("a", 1, error_occurred=True, error_message="no camera"))
+        for read, text in ((measure.counter("a", "cpu_time"), "not JSON"), (measure.counter("a", "cpu_time"), "[]"),
+                           (measure.counter("a", "cpu_time"), output(repetition("b", 1))),
+                           (measure.counter("a", "rows"), output(repetition("a", 1))),
+                           (measure.counter("a", "cpu_time"), failed), (measure.line("x"), "y: 1\n")):
+            with self.assertRaises(measure.Failure):
+                read(text)
+
+
+class Comparing(unittest.TestCase):
+
+    def test_a_slower_figure_is_reported_and_counted(self):
+        for more, before, slower in ((False, 8, True), (False, 9, False), (False, 20, False), (True, 13, True),
+                                     (True, 12, False), (True, 5, False)):
+            out = io.StringIO()
+            new, count, failed = measure.measure([figure(more=more)], ".", last(before), 20, out)
+            self.assertEqual((count, failed, new["x"]["value"]), (int(slower), 0, 10), before)
+            self.assertEqual("SLOWER" in out.getvalue(), slower, out.getvalue())
+            self.assertIn(f"10 ms, last {before}", out.getvalue())
+
+    def test_a_figure_that_was_0_is_slower_at_once(self):
+        self.assertEqual(measure.measure([figure()], ".", last(0), 20, io.StringIO())[1], 1)
+
+    def test_the_first_figure_is_not_compared(self):
+        out = io.StringIO()
+        self.assertEqual(measure.measure([figure()], ".", {}, 20, out)[1:], (0, 0))
+        self.assertIn("the first figure", out.getvalue())
+
+    def test_each_figure_says_where_and_how_it_was_measured(self):
+        new = measure.measure([figure()], ".", {}, 20, io.StringIO())[0]["x"]
+        self.assertEqual(set(new), {"value", "unit", "command", "machine", "kernel", "load", "date", "commit"})
+        self.assertTrue(all(str(value) != "" for value in new.values()), new)
+
+    def test_figures_are_kept_after_each_command(self):
+        kept = []
+        measure.measure([figure("a", "echo x: 1"), figure("b", "echo x: 2")], ".", {}, 20, io.StringIO(),
+                        keep=lambda new: kept.append(sorted(new)))
+        self.assertEqual(kept, [["a"], ["a", "b"]])
+
+    def test_a_command_with_several_figures_runs_once(self):
+        with tempfile.TemporaryDirectory() as folder:
+            command = f"echo run >> {folder}/runs; echo 'x: 1 ms'"
+            figures = [figure("a", command), figure("b", command)]
+            self.assertEqual(set(measure.measure(figures, ".", {}, 20, io.StringIO())[0]), {"a", "b"})
+            self.assertEqual(pathlib.Path(folder, "runs").read_text(), "run\n")
+
+
+class Failing(unittest.TestCase):
+
+    def check(self, command, message):
+        err = io.StringIO()
+        figures = [figure("x", command), figure("y")]
+        new, slower, failed = measure.measure(figures, ".", {}, 20, io.StringIO(), err)
+        self.assertEqual((set(new), slower, failed), ({"y"}, 0, 1))
+        self.assertIn(message, err.getvalue())
+
+    def test_a_command_that_fails_is_reported_and_the_others_run(self):
+        self.check("echo no display >&2; exit 3", "ended with 3: no display")
+
+    def test_output_without_the_figure_is_reported(self):
+        self.check("echo nothing", "no x in the output")
+
+    def status(self, *arguments, table):
+        out, kept = io.StringIO(), (measure.table, measure.sys.stdout, measure.sys.stderr)
+        measure.table = lambda: table
+        measure.sys.stdout = measure.sys.stderr = out
+        try:
+            return measure.main(list(arguments))
+        finally:
+            measure.table, measure.sys.stdout, measure.sys.stderr = kept
+
+    def test_the_exit_status_says_what_happened(self):
+        self.assertEqual(self.status(table=[figure("nowhere else")]), 0)
+        self.assertEqual(self.status(table=[figure("nowhere else", "exit 1")]), 2)
+        self.assertEqual(self.status("--only", "nothing has this name", table=[figure()]), 2)
+
+
+class Files(unittest.TestCase):
+
+    def test_the_page_has_the_table_of_the_file(self):
+        figures = measure.read_figures(root / "docs" / "performance.json")
+        page = (root / "docs" / "performance.md").read_text()
+        self.assertEqual(measure.with_table(page, figures), page, "run tools/measure --save")
+
+    def test_each_figure_of_the_file_is_one_that_is_measured(self):
+        known = {each.name: each for each in measure.table()}
+        for name, kept in measure.read_figures(root / "docs" / "performance.json").items():
+            self.assertIn(name, known)
+            self.assertEqual((kept["unit"], kept["command"]), (known[name].unit, known[name].command), name)
+
+    def test_names_are_unique(self):
+        names = [each.name for each in measure.table()]
+        self.assertEqual(len(names), len(set(names)))
+
+    def test_saving_keeps_the_figures_that_were_not_measured(self):
+        names = [each.name for each in measure.table()][:2]
+        with tempfile.TemporaryDirectory() as folder:
+            folder = pathlib.Path(folder)
+            (folder / "performance.md").write_text(f"head\n{measure.BEGIN}old\n{measure.END}tail\n")
+            measure.save(last(1.0, names[1]), folder)
+            measure.save(last(2.0, names[0]), folder)
+            kept = measure.read_figures(folder / "performance.json")
+            self.assertEqual([(name, each["value"]) for name, each in kept.items()], list(zip(names, (2.0, 1.0))))
+            page = (folder / "performance.md").read_text()
+            self.assertTrue(page.startswith("head\n") and page.endswith("tail\n") and "old" not in page, page)
+            self.assertEqual(measure.with_table(page, kept), page)
+
+    def test_a_file_that_is_none_of_figures_is_one_clear_error(self):
+        with tempfile.TemporaryDirectory() as folder:
+            for text in ("no JSON", "[]", "{}"):
+                path = pathlib.Path(folder, "performance.json")
+                path.write_text(text)
+                with self.assertRaisesRegex(measure.Failure, "restore it"):
+                    measure.read_figures(path)
+
+    def test_a_page_without_a_place_for_the_table_is_refused(self):
+        with self.assertRaises(measure.Failure):
+            measure.with_table("no place\n", {})
+
+
+class Shares(unittest.TestCase):
+
+    def test_threads_are_summed_up_by_their_kind(self):
+        before = {"7": ("gravimon", 1.0), "8": ("llvmpipe-0", 2.0), "9": ("sensor", 3.0)}
+        after = {"7": ("gravimon", 2.0), "8": ("llvmpipe-0", 5.0), "9": ("sensor", 3.5), "10": ("new", 0.5)}
+        self.assertEqual(use.shares(7, before, after, 10.0),
+                         {"process": 50.0, "interface thread": 10.0, "software renderer": 30.0, "other threads": 10.0})
+
+    def test_wrong_usage_is_refused(self):
+        kept, use.sys.stderr = use.sys.stderr, io.StringIO()
+        try:
+            self.assertEqual((use.main([]), use.main(["sleeping", "build"])), (2, 2))
+        finally:
+            use.sys.stderr = kept
+
+
+if __name__ == "__main__":
+    unittest.main()
