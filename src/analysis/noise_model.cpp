@@ -11,6 +11,8 @@ namespace analysis {
 
 namespace {
 
+constexpr double pi = 3.14159265358979323846;
+constexpr double ln2 = 0.69314718055994530942;
 /// A term must dominate over at least this factor in averaging time to be observable.
 constexpr double leastRange = 3.0;
 /// Neighbouring points of an overlapping curve share most of their samples: this number of points
@@ -41,6 +43,12 @@ double power(std::size_t term, double tau)
 double squared(double value)
 {
     return value * value;
+}
+
+/// Of the point's variance, as the fit weights it.
+double relativeError(const AllanPoint& point)
+{
+    return std::sqrt(2.0 / point.degreesOfFreedom + squared(modelError));
 }
 
 NOISE kindOf(std::size_t term)
@@ -93,8 +101,7 @@ bool fitTerms(const std::vector<AllanPoint>& allan, unsigned set, double pointWe
         Eigen::VectorXd observed(rows);
         for (Eigen::Index i = 0; i < rows; ++i) {
             const AllanPoint& point = allan[static_cast<std::size_t>(i)];
-            const double relative = std::sqrt(2.0 / point.degreesOfFreedom + squared(modelError));
-            const double weight = std::sqrt(pointWeight) / (relative * expected[i]);
+            const double weight = std::sqrt(pointWeight) / (relativeError(point) * expected[i]);
             for (Eigen::Index k = 0; k < columns; ++k) {
                 design(i, k) = weight * power(terms[static_cast<std::size_t>(k)], point.tau);
             }
@@ -184,19 +191,80 @@ Coefficient unseen(const char* line, const std::vector<AllanPoint>& allan)
     return coefficient;
 }
 
-/// The points of a curve depend on each other, so the error of the fit is too small. The error of
-/// the one point with the most information about the term is used instead.
+/// One-sided power density of the model's noise, u^2 / Hz. A ramp has none.
+/// @param samplePeriod s
+double density(const NoiseModel& model, double frequency, double samplePeriod)
+{
+    const auto& factors = model.factors;
+    const double turns = pi * frequency;
+    return 8.0 / 3.0 * factors[QUANTISATION] * samplePeriod * squared(turns) +
+           2.0 * factors[NOISE_DENSITY] + factors[BIAS_INSTABILITY] / (2.0 * ln2 * frequency) +
+           1.5 * factors[RANDOM_WALK_TERM] / squared(turns);
+}
+
+/// The covariances of the points' variances, each point's in units of its own variance. Two points
+/// use the same samples: their correlation is that of the noise behind their two filters, of which
+/// each is the difference of two neighbouring averages.
+Eigen::MatrixXd covariances(const NoiseModel& model, const std::vector<AllanPoint>& allan)
+{
+    constexpr double perDecade = 100.0;
+    const double samplePeriod = allan.front().tau / static_cast<double>(allan.front().averaging);
+    const double lowest = 0.02 / allan.back().tau;
+    const double highest = 0.5 / samplePeriod;
+    const auto count = static_cast<Eigen::Index>(perDecade * std::log10(highest / lowest)) + 1;
+    const auto points = static_cast<Eigen::Index>(allan.size());
+    Eigen::MatrixXd filtered(count, points);
+    for (Eigen::Index i = 0; i < count; ++i) {
+        const double frequency = lowest * std::pow(10.0, static_cast<double>(i) / perDecade);
+        // With the root of the distance between two frequencies.
+        const double power = std::sqrt(frequency) * density(model, frequency, samplePeriod);
+        const double angle = pi * frequency * samplePeriod;
+        for (Eigen::Index k = 0; k < points; ++k) {
+            const auto m = static_cast<double>(allan[static_cast<std::size_t>(k)].averaging);
+            filtered(i, k) = power * squared(squared(std::sin(m * angle)) / (m * std::sin(angle)));
+        }
+    }
+    Eigen::MatrixXd covariance = filtered.transpose() * filtered;
+    Eigen::VectorXd scale(points);
+    for (Eigen::Index k = 0; k < points; ++k) {
+        const double degrees = allan[static_cast<std::size_t>(k)].degreesOfFreedom;
+        scale[k] = covariance(k, k) > 0.0 ? std::sqrt(2.0 / degrees / covariance(k, k)) : 0.0;
+    }
+    return scale.asDiagonal() * covariance * scale.asDiagonal();
+}
+
+/// The errors of the fit's factors: those of the points, which depend on each other, carried
+/// through the least squares.
 void setErrors(NoiseModel& model, const std::vector<AllanPoint>& allan)
 {
+    model.errors = {};
+    std::vector<std::size_t> terms;
     for (std::size_t term = 0; term < TERMS; ++term) {
-        double least = std::numeric_limits<double>::infinity();
-        for (const AllanPoint& point : allan) {
-            const double degrees =
-                overlappingAllanDegreesOfFreedom(kindOf(term), point.samples, point.averaging);
-            const double share = model.share(static_cast<TERM>(term), point.tau);
-            least = share > 0.0 ? std::min(least, std::sqrt(2.0 / degrees) / share) : least;
+        if (model.factors[term] > 0.0) {
+            terms.push_back(term);
         }
-        model.errors[term] = model.factors[term] > 0.0 ? least : 0.0;
+    }
+    if (terms.empty()) {
+        return;
+    }
+    const auto rows = static_cast<Eigen::Index>(allan.size());
+    const auto columns = static_cast<Eigen::Index>(terms.size());
+    Eigen::VectorXd weights(rows);
+    Eigen::MatrixXd shares(rows, columns); // of each term in the model at each point
+    for (Eigen::Index i = 0; i < rows; ++i) {
+        const AllanPoint& point = allan[static_cast<std::size_t>(i)];
+        weights[i] = 1.0 / relativeError(point);
+        for (Eigen::Index k = 0; k < columns; ++k) {
+            shares(i, k) =
+                model.share(static_cast<TERM>(terms[static_cast<std::size_t>(k)]), point.tau);
+        }
+    }
+    const Eigen::MatrixXd solver = (weights.asDiagonal() * shares)
+                                       .colPivHouseholderQr()
+                                       .solve(Eigen::MatrixXd(weights.asDiagonal()));
+    const Eigen::MatrixXd errors = solver * covariances(model, allan) * solver.transpose();
+    for (Eigen::Index k = 0; k < columns; ++k) {
+        model.errors[terms[static_cast<std::size_t>(k)]] = std::sqrt(std::max(errors(k, k), 0.0));
     }
 }
 

@@ -47,7 +47,8 @@ struct NoiseModel
     /// Factors of the terms in sigma^2: 3 Q^2, N^2, (2 ln 2 / pi) B^2, K^2 / 3, R^2 / 2. A term
     /// that the data do not need is 0.
     std::array<double, TERMS> factors{};
-    /// Relative standard errors of the factors.
+    /// Relative standard errors of the factors. They include those of the other terms, which share
+    /// the points of the curve.
     std::array<double, TERMS> errors{};
 
     Coefficient noiseDensity;    ///< N, u / sqrt(Hz): the line of slope -1/2 at tau = 1 s

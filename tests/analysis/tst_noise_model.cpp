@@ -34,6 +34,11 @@ bool near(const Coefficient& coefficient, double truth, double tolerance)
     return coefficient.value && std::abs(*coefficient.value / truth - 1.0) <= tolerance;
 }
 
+bool holds(const Coefficient& coefficient, double truth)
+{
+    return coefficient.value && coefficient.low <= truth && truth <= coefficient.high;
+}
+
 } // namespace
 
 class TestNoiseModel : public QObject
@@ -51,6 +56,8 @@ private slots:
     void whiteNoiseShowsNothingElse();
     void coefficientsOfMadeNoise();
     void intervalsOfMadeNoiseHoldTheTruth();
+    void intervalsBesideOtherNoiseHoldTheTruth_data();
+    void intervalsBesideOtherNoiseHoldTheTruth();
     void noSamplesAreNotObservable();
 };
 
@@ -169,15 +176,44 @@ void TestNoiseModel::intervalsOfMadeNoiseHoldTheTruth()
     for (std::uint64_t seed = 0; seed < seeds; ++seed) {
         const auto samples = noise_samples::whiteAndWalk(40000, 0.0025, 0.01, 0.02, 1000 + seed);
         const NoiseModel model = analyseNoise({samples}, 0.0025).model;
-        const auto holds = [](const Coefficient& c, double truth) {
-            return c.value && c.low <= truth && truth <= c.high;
-        };
         density += holds(model.noiseDensity, 0.01) ? 1 : 0;
         walk += holds(model.randomWalk, 0.02) ? 1 : 0;
     }
     qInfo("noise density %d, random walk %d of %d", density, walk, seeds);
     QVERIFY(density >= 60 && density <= 76);
     QVERIFY(walk >= 60 && walk <= 76);
+}
+
+void TestNoiseModel::intervalsBesideOtherNoiseHoldTheTruth_data()
+{
+    QTest::addColumn<double>("walk");
+    QTest::newRow("flicker") << 0.0;
+    QTest::newRow("flicker beside a strong walk") << 1.2e-3;
+}
+
+void TestNoiseModel::intervalsBesideOtherNoiseHoldTheTruth()
+{
+    QFETCH(double, walk);
+    constexpr double instability = 3.3e-3;
+    constexpr double period = 0.05;
+    constexpr std::size_t count = 60'000;
+    constexpr int seeds = 100;
+    int ofInstability = 0;
+    int ofWalk = 0;
+    for (std::uint64_t seed = 0; seed < seeds; ++seed) {
+        auto samples = noise_samples::whiteAndWalk(count, period, 1.5e-3, walk, 2000 + seed);
+        const auto slow =
+            noise_samples::flicker(count, period, instability, 0.005, 19, 3000 + seed);
+        for (std::size_t i = 0; i < count; ++i) {
+            samples[i] += slow[i];
+        }
+        const NoiseModel model = analyseNoise({samples}, period).model;
+        ofInstability += holds(model.biasInstability, instability) ? 1 : 0;
+        ofWalk += holds(model.randomWalk, walk) ? 1 : 0;
+    }
+    qInfo("bias instability %d, random walk %d of %d", ofInstability, ofWalk, seeds);
+    QVERIFY(ofInstability >= 60 && ofInstability <= 76);
+    QVERIFY(walk > 0.0 ? ofWalk >= 60 && ofWalk <= 76 : ofWalk == 0);
 }
 
 void TestNoiseModel::noSamplesAreNotObservable()
