@@ -9,10 +9,12 @@
 
 #include <sys/stat.h>
 
+#include <csignal>
 #include <cstdio>
 #include <fstream>
 #include <iostream>
 #include <sstream>
+#include <streambuf>
 
 using namespace report;
 
@@ -63,6 +65,36 @@ Said saidBy(const Command& command)
     return said;
 }
 
+volatile std::sig_atomic_t interrupts = 0;
+
+/// A standard error on which SIGINT arrives with the first character.
+class InterruptedStream : public std::streambuf
+{
+public:
+    int interruptsWithin = -1; ///< number of calls of the handler before the text was written
+
+protected:
+    int_type overflow(int_type character) override
+    {
+        interrupt();
+        return traits_type::not_eof(character);
+    }
+    std::streamsize xsputn(const char* /*text*/, std::streamsize count) override
+    {
+        interrupt();
+        return count;
+    }
+
+private:
+    void interrupt()
+    {
+        if (interruptsWithin < 0) {
+            std::raise(SIGINT);
+            interruptsWithin = interrupts;
+        }
+    }
+};
+
 } // namespace
 
 class TestReportCommand : public QObject
@@ -79,6 +111,7 @@ private slots:
     void recordingIsNotOverwritten();
     void outputIsChecked_data();
     void outputIsChecked();
+    void interruptWaitsUntilAFileIsWritten();
     void hostileNameIsOneLine();
     void numbersHaveAPointInEveryLanguage();
     void rowsThatWereLeftOutAreCounted();
@@ -263,6 +296,24 @@ void TestReportCommand::outputIsChecked()
     QTEST(static_cast<int>(said.outcome), "outcome");
     QCOMPARE(std::count(said.error.begin(), said.error.end(), '\n'), std::ptrdiff_t{1});
     QCOMPARE(said.output, std::string());
+}
+
+void TestReportCommand::interruptWaitsUntilAFileIsWritten()
+{
+    Command command;
+    command.recordings = {written("a.csv", imuRows(4000, 0.0025))};
+    command.jsonPath =
+        path(std::string(300, 'a')); // no file system takes it: writing ends with a message
+    const auto count = [](int) { interrupts = interrupts + 1; };
+    auto* const handlerBefore = std::signal(SIGINT, count);
+    InterruptedStream error;
+    std::streambuf* const errorBefore = std::cerr.rdbuf(&error);
+    const OUTCOME outcome = run(command);
+    std::cerr.rdbuf(errorBefore);
+    std::signal(SIGINT, handlerBefore);
+    QCOMPARE(outcome, NOT_REPORTED);
+    QCOMPARE(error.interruptsWithin, 0);
+    QCOMPARE(static_cast<int>(interrupts), 1);
 }
 
 void TestReportCommand::hostileNameIsOneLine()
