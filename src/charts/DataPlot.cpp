@@ -4,6 +4,7 @@
 #include "charts/CurveTracker.h"
 #include "charts/cached_text_engine.h"
 #include "charts/dense_curve.h"
+#include "charts/plot_canvas.h"
 #include "charts/TimeScaleDraw.h"
 #include "charts/ValueScaleDraw.h"
 #include "look/Style.h"
@@ -14,7 +15,6 @@
 
 #include <qwt_painter.h>
 #include <qwt_picker_machine.h>
-#include <qwt_plot_canvas.h>
 #include <qwt_plot_grid.h>
 #include <qwt_plot_layout.h>
 #include <qwt_scale_widget.h>
@@ -74,7 +74,7 @@ DataPlot::DataPlot(QWidget* parent) : QwtPlot(parent)
 {
     setAutoReplot(false);
 
-    auto* plotCanvas = new QwtPlotCanvas;
+    auto* plotCanvas = new PlotCanvas;
     plotCanvas->setFrameStyle(0);
     plotCanvas->setLineWidth(0);
     plotCanvas->setPalette(Qt::white);

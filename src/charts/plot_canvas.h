@@ -1,0 +1,33 @@
+#pragma once
+
+#include <qwt_plot_canvas.h>
+
+/// The canvas of a plot whose items cover all of it with opaque colours.
+///
+/// With its backing store, QwtPlotCanvas paints each replot into a new pixmap, fills that before,
+/// and copies it to the window. This canvas paints the first picture after a replot into the window
+/// itself. The backing store is filled when the same picture is painted once more, as under a
+/// tracker that follows the mouse.
+///
+/// The picture is the same. Where a pixel of the canvas is not a whole number of the device's
+/// pixels, and for a canvas with a frame, round corners or a focus mark, each picture comes from
+/// the store.
+class PlotCanvas : public QwtPlotCanvas
+{
+    Q_OBJECT
+
+public:
+    explicit PlotCanvas(QwtPlot* plot = nullptr);
+
+public slots:
+    /// Called by QwtPlot::replot() by its name.
+    void replot();
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    bool canPaintIntoTheWindow() const;
+
+    bool m_isNew = false; // not painted since the last replot
+};
