@@ -219,6 +219,7 @@ class SmallProject(unittest.TestCase):
         with contextlib.redirect_stdout(cls.out):
             cls.status = mutate.main([str(cls.root / "src/part/limits.cpp")], cls.root)
         cls.report = json.loads((cls.root / "build/mutate/report.json").read_text(encoding="utf-8"))
+        cls.text = (cls.root / "build/mutate/report.txt").read_text(encoding="utf-8")
 
     @classmethod
     def tearDownClass(cls):
@@ -251,14 +252,13 @@ class SmallProject(unittest.TestCase):
         self.assertEqual(copy.read_text(encoding="utf-8"), FILES["src/part/limits.cpp"])
 
     def test_the_text_report_lists_the_survivors(self):
-        text = (self.root / "build/mutate/report.txt").read_text(encoding="utf-8")
-        self.assertIn("return value + 1; => return value + 2;", text)
+        self.assertIn("return value + 1; => return value + 2;", self.text)
 
     def test_a_limit_of_time_leaves_mutants_out(self):
         with contextlib.redirect_stdout(io.StringIO()):
-            status = mutate.main(["--seconds", "0", "--work", str(self.root / "build/late"),
+            status = mutate.main(["--seconds", "0", "--work", str(self.root / "build/mutate"),
                                   str(self.root / "src/part/limits.cpp")], self.root)
-        report = json.loads((self.root / "build/late/report.json").read_text(encoding="utf-8"))
+        report = json.loads((self.root / "build/mutate/report.json").read_text(encoding="utf-8"))
         self.assertEqual((status, report["counts"]["not run"]), (0, report["chosen"]))
 
     def test_a_folder_is_all_sources_below_it_that_are_written_by_hand(self):
@@ -267,17 +267,17 @@ class SmallProject(unittest.TestCase):
 
     def test_a_test_cannot_take_all_memory_or_disk(self):
         with contextlib.redirect_stdout(io.StringIO()):
-            status = mutate.main(["--work", str(self.root / "build/limited"), str(self.root / "src/part/other.cpp")],
+            status = mutate.main(["--work", str(self.root / "build/mutate"), str(self.root / "src/part/other.cpp")],
                                  self.root)
         self.assertEqual(status, 0)  # 2 if the test does not find its limits
 
     def test_a_resumed_run_judges_survivors_again_and_only_those(self):
-        arguments = ["--work", str(self.root / "build/resumed"), str(self.root / "src/part/limits.cpp")]
+        arguments = ["--work", str(self.root / "build/mutate"), str(self.root / "src/part/limits.cpp")]
         path = self.root / "tests/part/tst_limits.cpp"
         out = io.StringIO()
         with contextlib.redirect_stdout(io.StringIO()):
             mutate.main(["--count", "5", *arguments], self.root)
-        first = json.loads((self.root / "build/resumed/report.json").read_text(encoding="utf-8"))
+        first = json.loads((self.root / "build/mutate/report.json").read_text(encoding="utf-8"))
         path.write_text(FILES["tests/part/tst_limits.cpp"].replace("return limited(8)", "return unseen(3) == 4 && limited(8)"),
                         encoding="utf-8")
         try:
@@ -285,7 +285,7 @@ class SmallProject(unittest.TestCase):
                 mutate.main(["--resume", *arguments], self.root)
         finally:
             path.write_text(FILES["tests/part/tst_limits.cpp"], encoding="utf-8")
-        report = json.loads((self.root / "build/resumed/report.json").read_text(encoding="utf-8"))
+        report = json.loads((self.root / "build/mutate/report.json").read_text(encoding="utf-8"))
         self.assertEqual(report["counts"]["not run"], 0)
         killed = {r["name"] for r in first["results"] if r["result"] == "killed"}
         self.assertTrue(killed)
@@ -299,8 +299,8 @@ class SmallProject(unittest.TestCase):
         self.assertTrue(was_run & {"return value - 1;", "return value + 2;"})
 
     def test_survivors_can_be_run_alone(self):
-        arguments = ["--count", "4", "--work", str(self.root / "build/alone"), str(self.root / "src/part/limits.cpp")]
-        report = self.root / "build/alone/report.json"
+        arguments = ["--count", "4", "--work", str(self.root / "build/mutate"), str(self.root / "src/part/limits.cpp")]
+        report = self.root / "build/mutate/report.json"
         with contextlib.redirect_stdout(io.StringIO()):
             mutate.main(arguments, self.root)
         results = json.loads(report.read_text(encoding="utf-8"))
@@ -321,7 +321,7 @@ class SmallProject(unittest.TestCase):
         path.write_text("inline int more()\n{\n    return 3;\n}\n", encoding="utf-8")
         try:
             with contextlib.redirect_stdout(out):
-                mutate.main(["--count", "9", "--work", str(self.root / "build/headers"), str(self.root / "src/part")], self.root)
+                mutate.main(["--count", "9", "--work", str(self.root / "build/mutate"), str(self.root / "src/part")], self.root)
         finally:
             path.unlink()
         lines = [line for line in out.getvalue().splitlines() if "src/part/" in line]
@@ -334,7 +334,7 @@ class SmallProject(unittest.TestCase):
         out = io.StringIO()
         try:
             with contextlib.redirect_stdout(out):
-                status = mutate.main(["--count", "1", "--slow", "1", "--work", str(self.root / "build/slow"),
+                status = mutate.main(["--count", "1", "--slow", "1", "--work", str(self.root / "build/mutate"),
                                       str(self.root / "src/part/limits.cpp")], self.root)
         finally:
             path.write_text(FILES["tests/part/tst_limits.cpp"], encoding="utf-8")
@@ -347,11 +347,11 @@ class SmallProject(unittest.TestCase):
         close(creat("late", 0600));""").replace("<unistd.h>", "<fcntl.h>\n#include <unistd.h>"), encoding="utf-8")
         try:
             with contextlib.redirect_stdout(io.StringIO()):
-                mutate.main(["--count", "1", "--slow", "2", "--work", str(self.root / "build/late-once"),
+                mutate.main(["--count", "1", "--slow", "2", "--work", str(self.root / "build/mutate"),
                              str(self.root / "src/part/limits.cpp")], self.root)
         finally:
             path.write_text(FILES["tests/part/tst_limits.cpp"], encoding="utf-8")
-        report = json.loads((self.root / "build/late-once/report.json").read_text(encoding="utf-8"))
+        report = json.loads((self.root / "build/mutate/report.json").read_text(encoding="utf-8"))
         self.assertEqual([r["result"] for r in report["results"]], ["survived"])
 
     def test_nothing_to_resume_is_refused(self):
@@ -369,7 +369,7 @@ class SmallProject(unittest.TestCase):
         errors = io.StringIO()
         try:
             with contextlib.redirect_stdout(io.StringIO()), contextlib.redirect_stderr(errors):
-                status = mutate.main(["--work", str(self.root / "build/failing"),
+                status = mutate.main(["--work", str(self.root / "build/mutate"),
                                       str(self.root / "src/part/limits.cpp")], self.root)
         finally:
             path.write_text(FILES["tests/part/tst_limits.cpp"], encoding="utf-8")
