@@ -3,9 +3,12 @@
 // and Qt Charts, a few frames of each alternately, so that other load on the machine affects all of
 // them. An iteration is one round of all charts; a counter is the median frame of one chart, in
 // milliseconds of this thread's processor time, which does not depend on other load. ratio is our
-// time divided by that of plain, ratio_clock the same by the wall clock.
+// time divided by that of plain, ratio_clock the same by the wall clock, ratio_empty our time
+// divided by that of the plot without curves. factor is the number of the screen's pixels per pixel
+// of the chart.
 //
-// Runs on any platform of Qt, for instance under Xvfb and with QT_QPA_PLATFORM=offscreen.
+// Runs on any platform of Qt, for instance under Xvfb and with QT_QPA_PLATFORM=offscreen, and with
+// any QT_SCALE_FACTOR.
 
 #include "charts.h"
 #include "charts/waves.h"
@@ -162,7 +165,10 @@ void BM_Frame(benchmark::State& state)
     }
     const Contestant& ours = contestants[0];
     const Contestant& plain = contestants[1];
+    const Contestant& empty = contestants[2];
     state.counters["ratio"] = median(ours.cpuTimes) / median(plain.cpuTimes);
+    state.counters["ratio_empty"] = median(ours.cpuTimes) / median(empty.cpuTimes);
+    state.counters["factor"] = ours.chart->canvas()->devicePixelRatioF();
     state.counters["ratio_clock"] = median(ours.times) / median(plain.times);
 }
 

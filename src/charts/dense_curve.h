@@ -11,9 +11,14 @@
 /// that are sparser than the pixels are drawn as Qwt's own line. A sample that is not a finite
 /// number interrupts the curve.
 ///
+/// Where the device has more than one pixel per pixel of the chart, columns and bars are those of
+/// the device, also between sparse samples. Qwt's own line rounds every sample to a whole pixel of
+/// the chart there; the two differ by no more than that pixel.
+///
 /// Qwt's own line is always used for a pen that is not solid, opaque and at least one pixel wide,
 /// for a filled, fitted or antialiased curve, for a scale that is not linear, on a painter that is
-/// rotated, scaled or not a raster painter, and for samples that are not in two vectors.
+/// rotated, scaled by more than the device's ratio or not a raster painter, and for samples that
+/// are not in two vectors.
 class DenseCurve : public DataCurve
 {
 public:

@@ -4,13 +4,17 @@
 
 #include <qwt_scale_map.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
+using columnbars::Pen;
 using columnbars::PixelMap;
 using columnbars::reduce;
 using columnbars::Reduction;
 using columnbars::Span;
+using columnbars::Stroke;
 
 namespace columnbars {
 bool operator==(const Span& a, const Span& b)
@@ -60,10 +64,10 @@ struct Samples
             add(column - 0.4 + 0.8 * i / count, value);
         }
     }
-    Reduction reduced(int penWidth = 2) const
+    Reduction reduced(const Pen& pen = {2}) const
     {
         return reduce(x.data(), y.data(), {0, static_cast<int>(x.size()) - 1}, PixelMap(xScale()),
-                      PixelMap(yScale()), clip, penWidth);
+                      PixelMap(yScale()), clip, pen);
     }
 };
 
@@ -91,6 +95,15 @@ private slots:
     void onlyTheGivenSpanCounts();
     void mirroredTimeAxisGivesTheMirroredBars();
     void axisWithoutWidthGivesOneColumn();
+
+    void scaledMapHasThePixelsOfTheDevice();
+    void fineStrokeIsAsHighAsThePenWhereTheCurveIsLevel();
+    void fineStrokeEndsSoonerWhereTheCurveIsSteep();
+    void fineStrokeCrossesTheColumnsBetweenSamples_data();
+    void fineStrokeCrossesTheColumnsBetweenSamples();
+    void fineStrokeComesStraightFromFarOffTheCanvas();
+    void fineStrokeLeavesAGapAtASampleThatIsNoNumber();
+    void fineStrokeOfOneSampleLeavesNothing();
 };
 
 void TestColumnBars::denseColumnBecomesOneBar()
@@ -106,9 +119,9 @@ void TestColumnBars::barIsAsWideAsThePen()
 {
     Samples samples;
     samples.fill(50, 40, 30.0);
-    QCOMPARE(samples.reduced(1).bars, std::vector<QRect>{QRect(50, 70, 1, 1)});
-    QCOMPARE(samples.reduced(3).bars, std::vector<QRect>{QRect(49, 69, 3, 3)});
-    QCOMPARE(samples.reduced(4).bars, std::vector<QRect>{QRect(48, 68, 4, 4)});
+    QCOMPARE(samples.reduced({1}).bars, std::vector<QRect>{QRect(50, 70, 1, 1)});
+    QCOMPARE(samples.reduced({3}).bars, std::vector<QRect>{QRect(49, 69, 3, 3)});
+    QCOMPARE(samples.reduced({4}).bars, std::vector<QRect>{QRect(48, 68, 4, 4)});
 }
 
 void TestColumnBars::barReachesFromLowestToHighestValue()
@@ -277,7 +290,7 @@ void TestColumnBars::onlyTheGivenSpanCounts()
     samples.fill(60, 40, 40.0);
     samples.fill(90, 40, 50.0);
     const Reduction reduction = reduce(samples.x.data(), samples.y.data(), {40, 79},
-                                       PixelMap(xScale()), PixelMap(yScale()), clip, 2);
+                                       PixelMap(xScale()), PixelMap(yScale()), clip, {2});
     QCOMPARE(reduction.bars, std::vector<QRect>{QRect(59, 59, 2, 2)});
     QVERIFY(reduction.lines.empty());
 }
@@ -294,7 +307,7 @@ void TestColumnBars::mirroredTimeAxisGivesTheMirroredBars()
     }
     const Reduction forward = samples.reduced();
     const Reduction backward = reduce(samples.x.data(), samples.y.data(), {0, 1999},
-                                      PixelMap(mirrored), PixelMap(yScale()), clip, 2);
+                                      PixelMap(mirrored), PixelMap(yScale()), clip, {2});
     QVERIFY(backward.lines.empty());
 
     const auto rows = [](const Reduction& reduction, int column) {
@@ -322,9 +335,100 @@ void TestColumnBars::axisWithoutWidthGivesOneColumn()
         samples.add(2.0 * i, 10.0 + i % 3);
     }
     const Reduction reduction = reduce(samples.x.data(), samples.y.data(), {0, 99}, PixelMap(point),
-                                       PixelMap(yScale()), clip, 2);
+                                       PixelMap(yScale()), clip, {2});
     QCOMPARE(reduction.bars, std::vector<QRect>{QRect(6, 87, 2, 4)});
     QVERIFY(reduction.lines.empty());
+}
+
+void TestColumnBars::scaledMapHasThePixelsOfTheDevice()
+{
+    const PixelMap rows(yScale(), 1.5);
+    QCOMPARE(rows.pixel(0.0), 150.0);
+    QCOMPARE(rows.pixel(100.0), 0.0);
+    QCOMPARE(rows.value(75.0), 50.0);
+}
+
+void TestColumnBars::fineStrokeIsAsHighAsThePenWhereTheCurveIsLevel()
+{
+    Samples samples;
+    samples.fill(50, 40, 30.0);
+    QCOMPARE(samples.reduced({2, Stroke::Fine}).bars, std::vector<QRect>{QRect(49, 69, 2, 2)});
+    QCOMPARE(samples.reduced({3, Stroke::Fine}).bars, std::vector<QRect>{QRect(49, 69, 3, 3)});
+    QCOMPARE(samples.reduced({4, Stroke::Fine}).bars, std::vector<QRect>{QRect(48, 68, 4, 4)});
+}
+
+void TestColumnBars::fineStrokeEndsSoonerWhereTheCurveIsSteep()
+{
+    Samples samples;
+    samples.fill(50, 40, 30.0);
+    samples.y[7] = 80.0; // rows 20 to 70, and one more at each end
+    QCOMPARE(samples.reduced({4, Stroke::Fine}).bars, std::vector<QRect>{QRect(48, 19, 4, 52)});
+    samples.y[7] = 31.0; // one row up: 1.4 pens high, of which the next bar covers one
+    QCOMPARE(samples.reduced({10, Stroke::Fine}).bars, std::vector<QRect>{QRect(45, 67, 10, 6)});
+}
+
+void TestColumnBars::fineStrokeCrossesTheColumnsBetweenSamples_data()
+{
+    QTest::addColumn<bool>("backwards");
+    QTest::newRow("to the right") << false;
+    QTest::newRow("to the left") << true;
+}
+
+void TestColumnBars::fineStrokeCrossesTheColumnsBetweenSamples()
+{
+    QFETCH(bool, backwards);
+    Samples samples;
+    samples.add(50.0, 30.0);
+    samples.add(53.0, 60.0); // rows 70 to 40: the borders at 65, 55 and 45
+    if (backwards) {
+        std::swap(samples.x[0], samples.x[1]);
+        std::swap(samples.y[0], samples.y[1]);
+    }
+    Reduction reduction = samples.reduced({4, Stroke::Fine});
+    if (backwards) {
+        std::reverse(reduction.bars.begin(), reduction.bars.end());
+    }
+    const std::vector<QRect> expected{QRect(48, 64, 4, 7), QRect(49, 54, 4, 12),
+                                      QRect(50, 44, 4, 12), QRect(51, 39, 4, 7)};
+    QCOMPARE(reduction.bars, expected);
+    QVERIFY(reduction.lines.empty());
+}
+
+void TestColumnBars::fineStrokeComesStraightFromFarOffTheCanvas()
+{
+    Samples samples;
+    samples.add(-400.0, 0.0);  // row 100
+    samples.add(600.0, 100.0); // row 0
+    const std::vector<QRect> bars = samples.reduced({2, Stroke::Fine}).bars;
+    QCOMPARE(static_cast<int>(bars.size()), clip.width() + 1); // a bar of two columns at each end
+    for (const QRect& bar : bars) {
+        const double row = 100.0 - 0.1 * (bar.right() + 400.0);
+        QVERIFY(std::abs(bar.bottom() - row) <= 1.0);
+    }
+}
+
+void TestColumnBars::fineStrokeLeavesAGapAtASampleThatIsNoNumber()
+{
+    Samples samples;
+    samples.add(20.0, 30.0);
+    samples.add(22.0, 30.0);
+    samples.add(24.0, notANumber);
+    samples.add(26.0, 30.0);
+    samples.add(28.0, 30.0);
+    const Reduction reduction = samples.reduced({2, Stroke::Fine});
+    QVERIFY(reduction.lines.empty());
+    QCOMPARE(static_cast<int>(reduction.bars.size()), 6);
+    for (const QRect& bar : reduction.bars) {
+        QVERIFY(!bar.contains(24, 70));
+    }
+}
+
+void TestColumnBars::fineStrokeOfOneSampleLeavesNothing()
+{
+    Samples samples;
+    samples.add(50.0, 30.0);
+    QVERIFY(samples.reduced({4, Stroke::Fine}).bars.empty());
+    QVERIFY(samples.reduced({4, Stroke::Fine}).lines.empty());
 }
 
 QTEST_APPLESS_MAIN(TestColumnBars)
