@@ -113,7 +113,9 @@ void BodyView::setShown(const Quaternion& pose, const Vector& rate)
 void BodyView::followPose()
 {
     const bool isSeen = m_onScreen && isVisible();
-    if (m_held || (isSeen && m_kind == KIND::STAGE && length(m_rate) > 1e-3)) {
+    if (m_held) {
+        m_clock.start(heldPeriod);
+    } else if (isSeen && m_kind == KIND::STAGE && length(m_rate) > 1e-3) {
         m_clock.start(framePeriod);
     } else if (isSeen && m_kind == KIND::CARD && !isSame(m_pose, m_painted)) {
         m_clock.start(cardPeriod);

@@ -42,6 +42,9 @@ public:
     /// From frame to frame while the body turns: that of Gravimon's 3D view.
     static constexpr std::chrono::milliseconds framePeriod{40};
     static constexpr std::chrono::milliseconds cardPeriod{80}; ///< of a card that is not held
+    /// Of a held body: the picture follows the pointer, and each frame sends a request before the
+    /// glide of the one before ends.
+    static constexpr std::chrono::milliseconds heldPeriod{16};
 
     explicit BodyView(KIND kind, QWidget* parent = nullptr);
 

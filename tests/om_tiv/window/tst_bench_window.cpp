@@ -474,7 +474,7 @@ private slots:
         connect(stage, &BodyView::turned, this, [&orders] { ++orders; });
         const QPointF middle = stage->ballCentre();
         dragOnly(stage, middle, middle + QPointF(150.0, 0.0), 150, 2ms);
-        QCOMPARE(orders, 1 + 300 / 40); // the press, and the frames
+        QCOMPARE(orders, 1 + 300 / 16); // the press, and the frames
         awaitNews();
         QVERIFY(m_poses.load() >= 1 && m_poses.load() <= orders);
         QTest::mouseRelease(stage, Qt::LeftButton);
