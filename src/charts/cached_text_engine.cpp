@@ -152,15 +152,14 @@ void CachedTextEngine::draw(QPainter* painter, const QRectF& rect, int flags,
 CachedTextEngine::Entry& CachedTextEngine::entry(const QFont& font, const QString& text) const
 {
     const Key key{text, font, qRound(QFontMetricsF(font).fontDpi())};
-    Entry* found = m_entries.object(key);
-    if (found == nullptr) {
+    if (!m_entries.contains(key)) {
         ++m_misses.measured;
-        found = new Entry;
-        found->size = QwtPlainTextEngine::textSize(font, 0, text);
-        Margins& margins = found->margins;
+        auto* const made = new Entry;
+        made->size = QwtPlainTextEngine::textSize(font, 0, text);
+        Margins& margins = made->margins;
         QwtPlainTextEngine::textMargins(font, text, margins.left, margins.right, margins.top,
                                         margins.bottom);
-        m_entries.insert(key, found);
+        m_entries.insert(key, made);
     }
-    return *found;
+    return *m_entries.object(key);
 }

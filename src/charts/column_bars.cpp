@@ -141,7 +141,7 @@ Reducer::Column Reducer::crossColumns(int i, Column column, int next,
 int Reducer::endsOf(int rows) const
 {
     const double slope = rows;
-    const int ends = static_cast<int>(pen.width * (std::sqrt(1.0 + slope * slope) - slope) + 0.5);
+    const int ends = roundedPixel(pen.width * (std::sqrt(1.0 + slope * slope) - slope));
     return std::max(ends, (pen.width + 1) / 2);
 }
 

@@ -165,7 +165,8 @@ void TestMagnetometerFit::readingsThatHoldNoEllipsoidAreRefused()
     case 4:
         for (Eigen::Index i = 0; i < readings.cols(); ++i) {
             const double u = 0.05 * static_cast<double>(i % 20) - 0.5;
-            const double v = 0.6 * static_cast<double>(i / 20);
+            const Eigen::Index ring = i / 20;
+            const double v = 0.6 * static_cast<double>(ring);
             readings.col(i) << std::cosh(u) * std::cos(v), std::cosh(u) * std::sin(v), std::sinh(u);
         }
         break;

@@ -149,7 +149,7 @@ void TestCachedTextEngine::whatTheCacheCannotDrawIsLeftToQwt_data()
     };
     QTest::newRow("two lines") << "one\ntwo" << 0 << none;
     QTest::newRow("separated lines") << QStringLiteral("one\u2028two") << 0 << none;
-    QTest::newRow("tab") << "one\ttwo" << int(Qt::TextExpandTabs | Qt::AlignLeft) << none;
+    QTest::newRow("tab") << "one\ttwo" << (int(Qt::TextExpandTabs) | int(Qt::AlignLeft)) << none;
     QTest::newRow("variants") << QStringLiteral("a text that is too long for it\u009cshort") << 0
                               << none;
     QTest::newRow("right") << "right" << int(Qt::AlignRight) << none;

@@ -3,7 +3,7 @@
 #include <QtTest>
 
 #include <cerrno>
-#include <cstring>
+#include <system_error>
 
 using namespace exchange;
 
@@ -53,9 +53,9 @@ private slots:
         }
         syncError = 0;
         QCOMPARE(QFile::exists(path), kept);
-        QCOMPARE(error, kept
-                            ? std::string()
-                            : path.toStdString() + ": cannot be written: " + std::strerror(number));
+        QCOMPARE(error, kept ? std::string()
+                             : path.toStdString() + ": cannot be written: " +
+                                   std::generic_category().message(number));
     }
 };
 

@@ -15,13 +15,7 @@ public:
     /// @param work called on the thread, with the flag that asks it to stop if it takes one
     template <typename Work>
     explicit SideThread(Work work)
-        : m_thread([this, work = std::move(work)]() mutable {
-              if constexpr (std::is_invocable_v<Work&, const std::atomic<bool>&>) {
-                  work(m_stop);
-              } else {
-                  work();
-              }
-          })
+        : m_thread([this, work = std::move(work)]() mutable { run(work); })
     {}
 
     ~SideThread() { join(); }
@@ -46,6 +40,16 @@ public:
     std::thread::id id() const { return m_thread.get_id(); } ///< until the join
 
 private:
+    template <typename Work>
+    void run(Work& work)
+    {
+        if constexpr (std::is_invocable_v<Work&, const std::atomic<bool>&>) {
+            work(m_stop);
+        } else {
+            work();
+        }
+    }
+
     std::atomic<bool> m_stop{false};
     std::function<void()> m_release;
     std::thread m_thread; ///< last: it uses the others
