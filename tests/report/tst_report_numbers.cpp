@@ -30,16 +30,17 @@ const Verdict* find(const RecordingReport& report, const std::string& id)
 }
 
 /// Every number below the value is finite, and each null has its reason beside it.
-QString unsoundIn(const json& value, const std::string& path)
+QString unsoundIn(const json& value, const QString& path)
 {
     if (value.is_object()) {
         for (const auto& [name, member] : value.items()) {
             const bool explained = value.contains("reason") && value["reason"].contains(name) &&
                                    !value["reason"][name].get<std::string>().empty();
+            const QString memberPath = path + QLatin1Char('.') + QString::fromStdString(name);
             if (member.is_null() && !explained && name != "warning") {
-                return QString::fromStdString(path + "." + name + " is null without a reason");
+                return memberPath + QStringLiteral(" is null without a reason");
             }
-            const QString problem = unsoundIn(member, path + "." + name);
+            QString problem = unsoundIn(member, memberPath);
             if (!problem.isEmpty()) {
                 return problem;
             }
@@ -47,9 +48,9 @@ QString unsoundIn(const json& value, const std::string& path)
     } else if (value.is_array()) {
         for (const json& element : value) {
             if (element.is_null()) {
-                return QString::fromStdString(path + " holds null");
+                return path + QStringLiteral(" holds null");
             }
-            const QString problem = unsoundIn(element, path + "[]");
+            QString problem = unsoundIn(element, path + QStringLiteral("[]"));
             if (!problem.isEmpty()) {
                 return problem;
             }

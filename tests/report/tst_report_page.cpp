@@ -20,6 +20,7 @@ namespace {
 QString pageOver(const std::vector<RecordingReport>& reports)
 {
     std::vector<std::vector<Topic>> topics;
+    topics.reserve(reports.size());
     for (const RecordingReport& report : reports) {
         topics.push_back(topicsOf(report));
     }

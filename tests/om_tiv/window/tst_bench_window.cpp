@@ -800,7 +800,7 @@ private slots:
         camera.pose = fromRotationVector({0.4, 1.1, 0.3});
         view.setCamera(camera, 0);
         QTRY_VERIFY(paints.count() > 0);
-        const QRegion painted = paints.region();
+        const QRegion painted(paints.region()); // a copy: render() paints, too
         QVERIFY(!painted.contains(QPoint(0, 0)));
         QImage whole = picture();
         view.render(&whole);
