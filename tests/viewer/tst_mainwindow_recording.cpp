@@ -117,7 +117,8 @@ private:
         const auto time = bench().camera(serial)->reportedTime(om::bench::STREAM::IMU, number);
         const QMutexLocker lock(&m_viewer->probe.dataMutex);
         const QVector<double>& times = m_viewer->probe.imuTime;
-        return !times.isEmpty() && times.last() == static_cast<double>(time / 1000) / 1e6;
+        const auto microseconds = time / 1000;
+        return !times.isEmpty() && times.last() == static_cast<double>(microseconds) / 1e6;
     }
 
     /// Stops the bench, and waits until the program took the newest sample, whose number it
