@@ -29,6 +29,7 @@ template <typename Value>
 std::vector<std::string> namesOf(const std::map<std::string, Value>& map)
 {
     std::vector<std::string> names;
+    names.reserve(map.size());
     for (const auto& entry : map) {
         names.push_back(entry.first);
     }

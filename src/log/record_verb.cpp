@@ -34,6 +34,7 @@ constexpr std::array<Sensor, 7> sensors{{
 std::vector<std::string> names()
 {
     std::vector<std::string> all;
+    all.reserve(sensors.size());
     for (const Sensor& sensor : sensors) {
         all.emplace_back(sensor.name);
     }

@@ -195,7 +195,7 @@ std::string mistakeIn(const Command& command)
 std::string problemWithOutputs(const Command& command)
 {
     for (const Output& output : outputsOf(command)) {
-        const std::string problem =
+        std::string problem =
             output.path.empty() ? std::string() : problemWith(output, command.recordings);
         if (!problem.empty()) {
             return problem;
@@ -241,6 +241,7 @@ bool writeDrawn(const Command& command, const std::vector<RecordingReport>& repo
     const auto application = drawingApplication();
     const PlainNumbers numbers;
     std::vector<std::vector<Topic>> topics;
+    topics.reserve(reports.size());
     for (const RecordingReport& report : reports) {
         topics.push_back(topicsOf(report));
     }
