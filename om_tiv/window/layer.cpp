@@ -1,5 +1,8 @@
 #include "window/layer.h"
 
+#include <QPointF>
+#include <QRectF>
+
 #include <cmath>
 
 namespace benchwindow {

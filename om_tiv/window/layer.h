@@ -4,8 +4,8 @@
 
 #include <QImage>
 #include <QPainter>
-#include <QPointF>
 #include <QSize>
+#include <QTransform>
 
 #include <functional>
 
