@@ -35,12 +35,13 @@ InputThreadModul::~InputThreadModul()
 
 void InputThreadModul::abort()
 {
+    // First: a thread that sets `running` after the line below checks it next.
+    aborted = true;
     enabled = false;
     running = false;
     opened = false;
     playingFile = false;
     liveCamera = false;
-    aborted = true;
 }
 
 om::InitParameters InputThreadModul::getInitParams()

@@ -39,7 +39,7 @@ void InputThreadModul::run()
     ProgramStates::setIntAttr(ProgramStates::image2Width, static_cast<int>(image2Size.width));
     ProgramStates::setIntAttr(ProgramStates::image2Height, static_cast<int>(image2Size.height));
 
-    if (!running) {
+    if (!running || aborted) {
         return;
     }
 

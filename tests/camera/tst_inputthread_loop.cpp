@@ -201,6 +201,7 @@ private slots:
     void threadInheritsThePriority();
     void startTakesTheCamerasContext();
     void stopDuringTheStartEndsTheThread();
+    void destructionDuringTheStartEndsTheThread();
     void startPublishesTheSizeOfTheSecondImage();
     void startLeavesTheSizeOfTheFirstImageAlone();
     void contextIsMadeCurrentInEveryPass();
@@ -340,6 +341,27 @@ void TestInputThreadLoop::stopDuringTheStartEndsTheThread()
     QCOMPARE(ProgramStates::getIntAttr(ProgramStates::image2Width),
              static_cast<int>(input.image2Size.width));
     QVERIFY(input.opened);
+}
+
+void TestInputThreadLoop::destructionDuringTheStartEndsTheThread()
+{
+    InputThreadModul input;
+    input.enableToStart(true);
+    QCOMPARE(input.live(static_cast<int>(cameraSerial)), 0);
+    QVERIFY(input.CreateMemories());
+    // The destructor cleared `running` just before the thread set it.
+    bool ran = false;
+    bench().log().setHighRate(true);
+    const CallHook onCall([&](const CallRecord& record) {
+        if (record.call == CALL::GET_CUDA_CONTEXT) {
+            ran = input.running;
+            input.aborted = true;
+        }
+    });
+    input.startGrabbing();
+    QVERIFY(input.wait(waiting::patienceMs));
+    QVERIFY(ran);
+    QCOMPARE(calls(CALL::GRAB), std::uint64_t(0));
 }
 
 void TestInputThreadLoop::startPublishesTheSizeOfTheSecondImage()

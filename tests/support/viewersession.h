@@ -60,12 +60,14 @@ public:
         window.reset();
     }
 
-    /// Whether the camera with the serial number streams and samples arrive.
+    /// Whether the camera with the serial number streams: images and samples arrive. Without the
+    /// image the input thread may not have begun, and a stop before that is lost.
     bool streams(int serial)
     {
-        return probe.inputThread != nullptr && probe.inputThread->isRunning() &&
-               probe.dataThreadRunning && !probe.cameraLost && probe.cameraSerial == serial &&
-               probe.imuEffectiveRate > 0.0 && hasSamples();
+        return probe.dataThreadRunning && !probe.cameraLost && probe.cameraSerial == serial &&
+               probe.imuEffectiveRate > 0.0 && hasSamples() && probe.inputThread != nullptr &&
+               probe.inputThread->isRunning() &&
+               probe.inputThread->camera.getTimestamp(omlib::lastImage) != 0;
     }
 
     bool hasSamples()
