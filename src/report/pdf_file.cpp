@@ -1,5 +1,6 @@
 #include "report/pdf_file.h"
 
+#include "report/figure_rows.h"
 #include "report/page.h"
 
 #include <QBuffer>
@@ -96,7 +97,7 @@ public:
     }
 
     /// Height of a row of two plots with their captions.
-    double rowHeight(const std::vector<Figure*>& row) const
+    double rowHeight(const FigureRow& row) const
     {
         double height = 0.0;
         for (const Figure* const figure : row) {
@@ -107,7 +108,7 @@ public:
         return height + gap;
     }
 
-    void addRow(const std::vector<Figure*>& row)
+    void addRow(const FigureRow& row)
     {
         const double height = rowHeight(row);
         if (m_top + height > m_height) {
@@ -170,42 +171,6 @@ private:
     double m_top = 0.0;
 };
 
-/// Rows of two plots: the next two of one recording, or the same plot of two recordings.
-std::vector<std::vector<Figure*>> rowsOf(std::vector<std::vector<Topic>>& recordings,
-                                         std::size_t topic)
-{
-    std::vector<std::vector<Figure*>> rows;
-    if (recordings.size() == 1) {
-        std::vector<Figure>& figures = recordings.front()[topic].figures;
-        for (std::size_t i = 0; i < figures.size(); i += 2) {
-            rows.push_back({&figures[i], i + 1 < figures.size() ? &figures[i + 1] : nullptr});
-        }
-        return rows;
-    }
-    std::vector<QString> ids;
-    for (const std::vector<Topic>& topics : recordings) {
-        for (const Figure& figure : topics[topic].figures) {
-            if (std::find(ids.begin(), ids.end(), figure.id) == ids.end()) {
-                ids.push_back(figure.id);
-            }
-        }
-    }
-    for (const QString& id : ids) {
-        std::vector<Figure*> same;
-        for (std::vector<Topic>& topics : recordings) {
-            Figure* found = nullptr;
-            for (Figure& figure : topics[topic].figures) {
-                found = figure.id == id ? &figure : found;
-            }
-            same.push_back(found);
-        }
-        for (std::size_t i = 0; i < same.size(); i += 2) {
-            rows.push_back({same[i], i + 1 < same.size() ? same[i + 1] : nullptr});
-        }
-    }
-    return rows;
-}
-
 } // namespace
 
 QByteArray pdfOf(const std::vector<RecordingReport>& reports,
@@ -224,12 +189,12 @@ QByteArray pdfOf(const std::vector<RecordingReport>& reports,
         pages.addText("<h2>Numbers</h2><p>In brackets the 68 % interval.</p>" +
                       numbersHtml(reports));
         for (std::size_t topic = 0; topic < topics.front().size(); ++topic) {
-            const auto rows = rowsOf(topics, topic);
+            const auto rows = figureRows(topics, topic);
             if (rows.empty()) {
                 continue;
             }
             pages.addHeading(topics.front()[topic].title, pages.rowHeight(rows.front()));
-            for (const std::vector<Figure*>& row : rows) {
+            for (const FigureRow& row : rows) {
                 pages.addRow(row);
             }
         }
