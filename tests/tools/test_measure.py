@@ -3,6 +3,7 @@
     python3 tests/tools/test_measure.py PROJECT_FOLDER
 """
 
+import fcntl
 import importlib.machinery
 import importlib.util
 import io
@@ -45,6 +46,14 @@ def last(value, name="x"):
                    "date": "2026-01-01", "commit": "c"}}
 
 
+circumstances = measure.circumstances
+
+
+def setUpModule():
+    """Figures of one machine, without the second in which the load is measured."""
+    measure.circumstances = lambda: {"machine": "m", "kernel": "k", "load": 0.5, "date": "2026-01-02", "commit": "d"}
+
+
 class Reading(unittest.TestCase):
 
     def test_a_counter_is_the_median_of_its_repetitions(self):
@@ -56,6 +65,16 @@ class Reading(unittest.TestCase):
     def test_a_ratio_is_that_of_two_benchmarks(self):
         text = output(repetition("a", 2), repetition("b", 8))
         self.assertEqual(measure.ratio("a", "b", "cpu_time")(text), 0.25)
+
+    def test_a_part_is_of_what_was_counted_in_all(self):
+        text = output(repetition("a", 0, missing=3, made=600))
+        self.assertEqual(measure.part("a", "missing", "made", 10_000)(text), 50)
+
+    def test_several_cases_are_a_list(self):
+        text = output(repetition("a", 2), repetition("b", 8))
+        read = measure.several([measure.counter(name, "cpu_time") for name in "ab"])
+        self.assertEqual(measure.scaled(2, measure.counter("b", "cpu_time"))(text), 16)
+        self.assertEqual(read(text), [2, 8])
 
     def test_a_line_is_found_by_its_name(self):
         self.assertEqual(measure.line("process")("process: 1.5 %\nresident memory: 90 MB\n"), 1.5)
@@ -84,6 +103,22 @@ class Comparing(unittest.TestCase):
     def test_a_figure_that_was_0_is_slower_at_once(self):
         self.assertEqual(measure.measure([figure()], ".", last(0), 20, io.StringIO())[1], 1)
 
+    def test_of_several_cases_the_worst_counts(self):
+        both = measure.Figure("x", "echo", lambda output: [10, 10], "ms")
+        for before, slower in (([10, 8], True), ([8, 10], True), ([9, 30], False)):
+            out = io.StringIO()
+            self.assertEqual(measure.measure([both], ".", last(before), 20, out)[1], int(slower), before)
+            self.assertIn(f"10, 10 ms, last {before[0]}, {before[1]}", out.getvalue())
+
+    def test_a_figure_of_another_machine_or_kernel_is_shown_but_not_judged(self):
+        for other in ("machine", "kernel"):
+            out = io.StringIO()
+            before = last(1)
+            before["x"][other] = "old one"
+            self.assertEqual(measure.measure([figure()], ".", before, 20, out)[1], 0)
+            self.assertIn("10 ms, last 1 (another machine", out.getvalue())
+            self.assertIn("old one", out.getvalue())
+
     def test_the_first_figure_is_not_compared(self):
         out = io.StringIO()
         self.assertEqual(measure.measure([figure()], ".", {}, 20, out)[1:], (0, 0))
@@ -93,6 +128,13 @@ class Comparing(unittest.TestCase):
         new = measure.measure([figure()], ".", {}, 20, io.StringIO())[0]["x"]
         self.assertEqual(set(new), {"value", "unit", "command", "machine", "kernel", "load", "date", "commit"})
         self.assertTrue(all(str(value) != "" for value in new.values()), new)
+
+    def test_this_machine_its_load_and_the_commit_are_known(self):
+        found = circumstances()
+        self.assertEqual(found["kernel"], measure.platform.release())
+        self.assertIn(f"{measure.os.cpu_count()} cores", found["machine"])
+        self.assertGreaterEqual(found["load"], 0)
+        self.assertTrue(found["commit"])
 
     def test_figures_are_kept_after_each_command(self):
         kept = []
@@ -123,9 +165,18 @@ class Failing(unittest.TestCase):
     def test_output_without_the_figure_is_reported(self):
         self.check("echo nothing", "no x in the output")
 
+    def test_a_command_that_hangs_is_ended_with_all_that_it_started(self):
+        with tempfile.NamedTemporaryFile() as held:
+            command = f"exec 9> {held.name}; flock 9; sleep 1000 & wait"
+            err = io.StringIO()
+            self.assertEqual(measure.measure([figure("x", command)], ".", {}, 20, io.StringIO(), err, longest=1),
+                             ({}, 0, 1))
+            self.assertIn("still ran after 1 s", err.getvalue())
+            fcntl.flock(held, fcntl.LOCK_EX)  # waits for all that have inherited the lock
+
     def status(self, *arguments, table):
         out, kept = io.StringIO(), (measure.table, measure.sys.stdout, measure.sys.stderr)
-        measure.table = lambda: table
+        measure.table = lambda short=False: table
         measure.sys.stdout = measure.sys.stderr = out
         try:
             return measure.main(list(arguments))
@@ -136,6 +187,12 @@ class Failing(unittest.TestCase):
         self.assertEqual(self.status(table=[figure("nowhere else")]), 0)
         self.assertEqual(self.status(table=[figure("nowhere else", "exit 1")]), 2)
         self.assertEqual(self.status("--only", "nothing has this name", table=[figure()]), 2)
+
+    def test_parts_of_names_choose_figures(self):
+        with tempfile.TemporaryDirectory() as folder:
+            table = [figure(f"nowhere {name}", f"echo {name} >> {folder}/runs; echo 'x: 1'") for name in "abc"]
+            self.assertEqual(self.status("--only", "where a", "b", table=table), 0)
+            self.assertEqual(pathlib.Path(folder, "runs").read_text(), "a\nb\n")
 
 
 class Files(unittest.TestCase):
@@ -150,6 +207,22 @@ class Files(unittest.TestCase):
         for name, kept in measure.read_figures(root / "docs" / "performance.json").items():
             self.assertIn(name, known)
             self.assertEqual((kept["unit"], kept["command"]), (known[name].unit, known[name].command), name)
+
+    def test_the_table_has_machine_kernel_load_and_aim_of_each_figure(self):
+        name = "recorder: rows per second"
+        lines = measure.markdown(last([1, 2000], name)).splitlines()
+        self.assertEqual(lines[2], f"| {name} | 100,000 | 1; 2,000 ms | 1.0 | 2026-01-01, c | 1 |")
+        self.assertEqual(lines[-1], "Machine 1: m, kernel k.")
+
+    def test_a_try_has_the_same_figures_as_the_whole_table(self):
+        whole, short = measure.table(), measure.table(short=True)
+        self.assertEqual([each.name for each in short], [each.name for each in whole])
+        self.assertFalse({each.command for each in whole} & {each.command for each in short})
+
+    def test_the_processor_has_its_clock_in_its_name(self):
+        text = "model name\t: A B\ncpu MHz\t\t: 812.0\nbogomips\t: 5200.00\nmodel name\t: A B\n"
+        self.assertEqual(measure.processor(text), "A B at 2.6 GHz")
+        self.assertEqual(measure.processor("processor\t: 0\nBogoMIPS\t: 108.00\n"), measure.platform.machine())
 
     def test_names_are_unique(self):
         names = [each.name for each in measure.table()]
@@ -188,6 +261,22 @@ class Shares(unittest.TestCase):
         after = {"7": ("gravimon", 2.0), "8": ("llvmpipe-0", 5.0), "9": ("sensor", 3.5), "10": ("new", 0.5)}
         self.assertEqual(use.shares(7, before, after, 10.0),
                          {"process": 50.0, "interface thread": 10.0, "software renderer": 30.0, "other threads": 10.0})
+
+    def test_compositions_count_within_the_measured_time(self):
+        text = "composition 1000000000 1500000000\nreplot 2000000000 2100000000\ncomposition 2900000000 3200000000\n" \
+            "replot 3900000000 4000000000\ncomposition 4000000000 4400000000\ncomposition 4500000"
+        result = use.compositions(text, 0.5, 3.0, 4.25)
+        self.assertEqual({name: (round(value, 6), unit) for name, (value, unit) in result.items()},
+                         {"replots": (0.8, "per second"), "in compositions": (36.0, "%"),
+                          "first composition": (1000.0, "ms")})
+
+    def test_missing_samples_are_those_of_all_that_were_made(self):
+        for text, count in (("a: 60000 rows in 150.000 s, 400.00 Hz, no gaps\n", 0),
+                            ("a: 9999 rows in 25.000 s, 400.00 Hz, 1 gap, 1 sample missing; the longest gap is", 1),
+                            ("a: 9990 rows in 25.000 s, 400.00 Hz, 2 gaps, 10 samples missing; the longest", 10)):
+            self.assertEqual(use.missing(text), count)
+        with self.assertRaises(use.Failure):
+            use.missing("a: 1 row in 0.000 s\n")
 
     def test_wrong_usage_is_refused(self):
         kept, use.sys.stderr = use.sys.stderr, io.StringIO()
