@@ -17,9 +17,11 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <climits>
 #include <csignal>
 #include <vector>
 
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -39,6 +41,9 @@ namespace {
 std::atomic<int> umaskCalls{0};
 std::atomic<bool> withoutDescriptors{false};
 std::atomic<int> refusedAccepts{0};
+/// So many of the next clients may be silent. The server gets each later one with its first bytes:
+/// its time limit begins then, however late the test's thread sends them.
+std::atomic<int> silentClients{INT_MAX};
 
 constexpr unsigned int nobody = 65534;
 
@@ -58,7 +63,12 @@ extern "C" int accept4(int fd, sockaddr* address, socklen_t* length, int flags)
         errno = EMFILE;
         return -1;
     }
-    return static_cast<int>(::syscall(SYS_accept4, fd, address, length, flags));
+    const int client = static_cast<int>(::syscall(SYS_accept4, fd, address, length, flags));
+    if (client >= 0 && silentClients-- <= 0) {
+        pollfd input = {client, POLLIN, 0};
+        ::poll(&input, 1, waiting::patienceMs);
+    }
+    return client;
 }
 
 class TestControlServer : public QObject
@@ -100,6 +110,7 @@ private slots:
     void cleanup()
     {
         withoutDescriptors = false;
+        silentClients = INT_MAX;
         m_server.reset();
     }
 
@@ -251,6 +262,7 @@ private slots:
     {
         QFETCH(QByteArray, sent);
         QVERIFY2(serve({20ms, 1ms}), m_error.c_str());
+        silentClients = sent.isEmpty() ? static_cast<int>(ControlServer::maxClients) : 0;
         std::vector<Descriptor> halfOpen;
         for (std::size_t i = 0; i < ControlServer::maxClients; ++i) {
             halfOpen.emplace_back(connectTo(m_path));
@@ -269,8 +281,10 @@ private slots:
     void clientMayRestBetweenTwoRequests()
     {
         QVERIFY2(serve({20ms, 1ms}), m_error.c_str());
+        silentClients = 0;
         const Descriptor resting(connectTo(m_path));
         QVERIFY(isAnswered(resting.get()));
+        silentClients = 1;
         // When this one is dropped the other one has been idle for the same time.
         const Descriptor halfOpen(connectTo(m_path));
         QVERIFY(!readLine(halfOpen.get()).empty());
@@ -284,6 +298,7 @@ private slots:
             return line == "large" ? large : answer(line);
         };
         QVERIFY2(serve({20ms, 1ms}, handler), m_error.c_str());
+        silentClients = 0;
         std::vector<Descriptor> deaf;
         for (std::size_t i = 0; i < ControlServer::maxClients; ++i) {
             deaf.emplace_back(connectTo(m_path));
