@@ -144,8 +144,10 @@ bool BenchClient::ask(const nlohmann::json& request, nlohmann::json& answer, std
     }
     // The time limit is the same if the answer arrives in parts.
     const auto due = std::chrono::steady_clock::now() + answerTimeout;
+    std::size_t searched = 0;
     std::size_t end = 0;
-    while ((end = m_input.find('\n')) == std::string::npos) {
+    while ((end = m_input.find('\n', searched)) == std::string::npos) {
+        searched = m_input.size();
         if (m_input.size() > maxAnswer) {
             error = nonsense;
             return false;
