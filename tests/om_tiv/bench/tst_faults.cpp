@@ -116,7 +116,7 @@ void TestFaults::anOpenSlowerThanItsTimeoutFails()
     const auto start = std::chrono::steady_clock::now();
     QCOMPARE(m_camera->open(parameters), ERROR_CODE::TIMEOUT);
     const auto took = std::chrono::steady_clock::now() - start;
-    QVERIFY(took >= milliseconds(19) && took < seconds(20));
+    QVERIFY(took >= milliseconds(19) && took < seconds(100));
     QVERIFY(!m_camera->isOpened());
 }
 

@@ -38,7 +38,7 @@ private:
     {
         QStringList lines;
         for (;;) {
-            if (!m_bed.canReadLine() && !m_bed.waitForReadyRead(20000)) {
+            if (!m_bed.canReadLine() && !m_bed.waitForReadyRead(waiting::patienceMs)) {
                 return {"no list: " + m_bed.readAllStandardError()};
             }
             while (m_bed.canReadLine()) {
@@ -75,7 +75,8 @@ private:
     int end()
     {
         m_bed.closeWriteChannel();
-        return m_bed.waitForFinished(20000) && m_bed.exitStatus() == QProcess::NormalExit
+        return m_bed.waitForFinished(waiting::patienceMs) &&
+                       m_bed.exitStatus() == QProcess::NormalExit
                    ? m_bed.exitCode()
                    : -1;
     }
@@ -136,8 +137,8 @@ private slots:
     {
         start({"A341:0200:30000001"}, {HIDPROBE_WITH_BENCH});
         QStringList serials;
-        m_bed.waitForReadyRead(20000);
-        while (m_bed.canReadLine() || m_bed.waitForReadyRead(20000)) {
+        m_bed.waitForReadyRead(waiting::patienceMs);
+        while (m_bed.canReadLine() || m_bed.waitForReadyRead(waiting::patienceMs)) {
             const QString line = QString::fromUtf8(m_bed.readLine());
             if (line.startsWith('.')) {
                 break;
@@ -177,7 +178,7 @@ private slots:
         start({"A341:0200:30000001"}, {HIDPROBE});
         QCOMPARE(nextList().size(), 1);
         m_bed.terminate();
-        QVERIFY(m_bed.waitForFinished(20000));
+        QVERIFY(m_bed.waitForFinished(waiting::patienceMs));
         QCOMPARE(m_bed.exitCode(), 128 + SIGTERM);
     }
 };
