@@ -41,8 +41,13 @@ public:
         }
     }
 
-    /// The thread has started its loop; a dialog that is left before would not join it.
-    void waitForThread() { QTRY_VERIFY(running()); }
+    /// The thread is in its loop, as a dialog that is left before would not join it, and has read:
+    /// a link that is stopped before the first reading has none to repeat, and counts as lost.
+    void waitForThread()
+    {
+        QTRY_VERIFY(running());
+        settle();
+    }
 
     bool running() const { return probe->running(); }
     void setCalibrating(bool on) { probe->setCalibrating(on); }

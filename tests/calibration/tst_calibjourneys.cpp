@@ -325,7 +325,7 @@ void TestCalibJourneys::take(Do what, DialogFixture& f)
     case Do::OpenDialog:
         f.open();
         f.dialog->show();
-        QVERIFY(QTest::qWaitForWindowExposed(f.dialog.get()));
+        QVERIFY(QTest::qWaitForWindowExposed(f.dialog.get(), waiting::patienceMs));
         if (!f.probe->mcuClosed) {
             feed(1); // for a heading and its state
         }
@@ -445,8 +445,8 @@ void TestCalibJourneys::compareLooks(const Looks& looks, DialogFixture& f)
     QVERIFY(ui->pushButton_exit->isEnabled());
     QTRY_COMPARE(ui->label_heading_uncalib->text(),
                  QString(looks.headings ? "Uncalibrated\n 33.00°" : "Uncalibrated\n---.--°"));
-    QCOMPARE(ui->label_heading_calib->text(),
-             QString(looks.headings ? "Calibrated\n 77.50°" : "Calibrated\n---.--°"));
+    QTRY_COMPARE(ui->label_heading_calib->text(),
+                 QString(looks.headings ? "Calibrated\n 77.50°" : "Calibrated\n---.--°"));
     QCOMPARE(ui->Instructionlabel->text(), QString("Describe circles in various directions"));
     QCOMPARE(ui->pushButton_clear_data->text(), QString(" Clear Data"));
     QCOMPARE(ui->pushButton_save_calib->text(), QString(" Store Calibration"));

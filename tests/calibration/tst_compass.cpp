@@ -221,7 +221,7 @@ void TestCompass::handsDoNotTurnIt()
     Compass compass;
     compass.resize(160, 160);
     compass.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&compass));
+    QVERIFY(QTest::qWaitForWindowExposed(&compass, waiting::patienceMs));
     compass.setValue(123.0);
     if (hand == 0) {
         QTest::mousePress(&compass, Qt::LeftButton, Qt::NoModifier, {80, 40});
@@ -249,7 +249,7 @@ void TestCompass::keysPassItBy()
     Compass compass(&window);
     compass.move(0, 50);
     window.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QVERIFY(QTest::qWaitForWindowExposed(&window, waiting::patienceMs));
     button.setFocus();
     QTest::keyClick(&button, Qt::Key_Tab);
     QVERIFY(!compass.hasFocus());

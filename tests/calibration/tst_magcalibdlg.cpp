@@ -265,7 +265,7 @@ void TestMagCalibDlg::nothingIsCutOffAtTheFirstSize()
 {
     DialogFixture f;
     f.dialog->show();
-    QVERIFY(QTest::qWaitForWindowExposed(f.dialog.get()));
+    QVERIFY(QTest::qWaitForWindowExposed(f.dialog.get(), waiting::patienceMs));
     QCOMPARE(f.dialog->size(), QSize(1254, 847));
     for (const int state : {0, 1, 2, 3, 4}) {
         f.probe->updateTimer.stop();
@@ -385,7 +385,7 @@ void TestMagCalibDlg::escapeIsSwallowed()
 {
     DialogFixture f;
     f.dialog->show();
-    QVERIFY(QTest::qWaitForWindowExposed(f.dialog.get()));
+    QVERIFY(QTest::qWaitForWindowExposed(f.dialog.get(), waiting::patienceMs));
     QSignalSpy finished(f.dialog.get(), &QDialog::finished);
     QTest::keyClick(f.dialog.get(), Qt::Key_Escape);
     QTest::keyClick(f.probe->ui->pushButton_clear_data, Qt::Key_Escape);
@@ -490,7 +490,7 @@ void TestMagCalibDlg::statusColourFollowsTheAccuracy()
     QFETCH(double, hue);
     DialogFixture f;
     f.dialog->show();
-    QVERIFY(QTest::qWaitForWindowExposed(f.dialog.get()));
+    QVERIFY(QTest::qWaitForWindowExposed(f.dialog.get(), waiting::patienceMs));
     f.probe->updateTimer.stop();
     f.probe->headingState = 2;
     f.probe->headingAccuracy = accuracy;

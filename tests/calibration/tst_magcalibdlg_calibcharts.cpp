@@ -504,7 +504,7 @@ void TestCalibCharts::plotsChangeInTheirOrder()
     QFETCH(QStringList, order);
     DialogFixture f;
     f.dialog->show();
-    QVERIFY(QTest::qWaitForWindowExposed(f.dialog.get()));
+    QVERIFY(QTest::qWaitForWindowExposed(f.dialog.get(), waiting::patienceMs));
     f.probe->updateTimer.stop();
     setThreeSamples(*f.probe);
     const Paints paints(*f.probe);
@@ -550,7 +550,7 @@ void TestCalibCharts::updateReplotsOnce()
 {
     DialogFixture f;
     f.dialog->show();
-    QVERIFY(QTest::qWaitForWindowExposed(f.dialog.get()));
+    QVERIFY(QTest::qWaitForWindowExposed(f.dialog.get(), waiting::patienceMs));
     f.probe->updateTimer.stop();
     setThreeSamples(*f.probe);
     const Paints paints(*f.probe);
@@ -562,7 +562,7 @@ void TestCalibCharts::tickWithAFitReplotsOnce()
 {
     DialogFixture f;
     f.dialog->show();
-    QVERIFY(QTest::qWaitForWindowExposed(f.dialog.get()));
+    QVERIFY(QTest::qWaitForWindowExposed(f.dialog.get(), waiting::patienceMs));
     f.probe->updateTimer.stop();
     f.setCalibrating(true);
     f.feed(benchcamera::readings(120));
@@ -577,7 +577,7 @@ void TestCalibCharts::tickWithoutSamplesReplotsNothing()
 {
     DialogFixture f;
     f.dialog->show();
-    QVERIFY(QTest::qWaitForWindowExposed(f.dialog.get()));
+    QVERIFY(QTest::qWaitForWindowExposed(f.dialog.get(), waiting::patienceMs));
     f.probe->updateTimer.stop();
     f.setCalibrating(true);
     const Paints paints(*f.probe);

@@ -157,6 +157,7 @@ void TestMcuLink::devicesThatCountAreListed()
     QFETCH(int, usbProductId);
     QFETCH(int, listedAs);
     DialogFixture f;
+    f.probe->stopAcquisition(); // or the thread would give up in the middle of the test
     f.bench.removeCamera(f.serial);
     addCamera(f.bench, model, serial, usbProductId, 0x0103);
     f.probe->updateOmDevList();
@@ -189,11 +190,10 @@ void TestMcuLink::listIsMadeAgain()
 void TestMcuLink::listStaysEmptyWithoutDevices()
 {
     DialogFixture f;
+    f.probe->stopAcquisition(); // or the thread would report the lost link
     f.bench.unplug(f.serial);
     f.probe->updateOmDevList();
     QVERIFY(f.probe->devSerials.isEmpty());
-    f.boxes.expect("Ok"); // of the lost link
-    QTRY_COMPARE(f.boxes.seen.size(), 1);
 }
 
 void TestMcuLink::unlistedCameraIsReportedWithItsSerialNumber_data()
@@ -417,8 +417,6 @@ void TestMcuLink::failedStoreLeavesCaptureStoppedAndThePendingCalibration()
     QFETCH(bool, pending);
     DialogFixture f;
     f.probe->calibrationPending = pending;
-    // A stopped link repeats its last reading; it must have one.
-    f.settle();
     f.bench.changeFaults(f.serial, [](Faults& faults) { faults.eepromReadbackDiffers = 99; });
     QVERIFY(!f.probe->saveCalibData());
     QCOMPARE(f.probe->calibrationPending, pending);
