@@ -169,7 +169,7 @@ void TestCurveTracker::init()
     // Initially the mouse is outside the chart.
     QCursor::setPos(1500, 900);
     m_plot->show();
-    QVERIFY(QTest::qWaitForWindowExposed(m_plot));
+    QVERIFY(QTest::qWaitForWindowExposed(m_plot, waiting::patienceMs));
     m_tracker = dynamic_cast<CurveTracker*>(m_plot->canvas()->findChild<QwtPicker*>());
     QVERIFY(m_tracker != nullptr);
 }

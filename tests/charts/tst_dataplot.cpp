@@ -639,7 +639,7 @@ void TestDataPlot::replotReadsNoSamples()
     DataPlot plot(nullptr);
     plot.resize(900, 310);
     plot.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&plot));
+    QVERIFY(QTest::qWaitForWindowExposed(&plot, waiting::patienceMs));
     auto* data = new ReadCountingData; // owned by the curve
     curvesOf(plot)[0]->setSamples(data);
     plot.setValRange(-10.0, 10.0, false);

@@ -117,7 +117,7 @@ void TestPlotCanvas::replotIsPaintedIntoTheWindow()
 void TestPlotCanvas::replotIsPaintedByItself()
 {
     Chart chart;
-    QVERIFY(QTest::qWaitForWindowExposed(&chart));
+    QVERIFY(QTest::qWaitForWindowExposed(&chart, waiting::patienceMs));
     chart.grab();
     const DrawCounter counter(chart);
     chart.replot();

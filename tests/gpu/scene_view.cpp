@@ -1,4 +1,5 @@
 #include "gpu/scene_view.h"
+#include "support/patience.h"
 
 #include <QGuiApplication>
 #include <QScreen>
@@ -9,7 +10,7 @@ bool SceneView::showOnScreen(int width, int height)
     setWindowFlags(Qt::Window | Qt::FramelessWindowHint);
     setGeometry(0, 0, width, height);
     show();
-    return QTest::qWaitForWindowExposed(this) && isValid();
+    return QTest::qWaitForWindowExposed(this, waiting::patienceMs) && isValid();
 }
 
 bool SceneView::showScene(int width, int height, int model)
@@ -33,7 +34,7 @@ QImage SceneView::picture()
 {
     const int before = paints;
     update();
-    if (!QTest::qWaitFor([&] { return paints > before; })) {
+    if (!QTest::qWaitFor([&] { return paints > before; }, waiting::patienceMs)) {
         qCritical("the view was not painted");
     }
     // The composed picture was sent to the display on the same connection as the request.

@@ -191,7 +191,7 @@ void TestCameraOnScreen::imageOfTheCameraShowsUprightInItsColours()
     view.setWindowFlags(Qt::Window | Qt::FramelessWindowHint);
     view.setGeometry(QRect(QPoint(0, 0), window));
     view.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    QVERIFY(QTest::qWaitForWindowExposed(&view, waiting::patienceMs));
     view.cudaContext = camera->getCUDAContext();
     view.InitGLProcess(width, height, int(image.getStepBytes(om::MEM::GPU)));
     view.gpuImage = image.getPtr(om::MEM::GPU);

@@ -164,7 +164,7 @@ void TestImageCalls::initMakesTheOpenGlContextCurrentBeforeTheCudaContext()
 {
     OGL2DWidget view(nullptr);
     view.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    QVERIFY(QTest::qWaitForWindowExposed(&view, waiting::patienceMs));
     view.doneCurrent();
     QStringList seen;
     calls = &seen;
@@ -182,7 +182,7 @@ void TestImageCalls::ingestSetsTheCudaContextBeforeTheOpenGlContext()
 {
     OGL2DWidget view(nullptr);
     view.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    QVERIFY(QTest::qWaitForWindowExposed(&view, waiting::patienceMs));
     view.InitGLProcess(imageWidth, imageHeight, imageStep);
     void* image = nullptr;
     QCOMPARE(cudaMalloc(&image, std::size_t{imageStep} * imageHeight), cudaSuccess);

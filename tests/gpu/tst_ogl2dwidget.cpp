@@ -46,7 +46,7 @@ public:
         setWindowFlags(Qt::Window | Qt::FramelessWindowHint);
         setGeometry(0, 0, w, h);
         show();
-        return QTest::qWaitForWindowExposed(this) && isValid();
+        return QTest::qWaitForWindowExposed(this, waiting::patienceMs) && isValid();
     }
 
     QRect viewport() const

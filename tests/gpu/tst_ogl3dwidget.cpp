@@ -374,7 +374,7 @@ void TestOgl3dWidget::layoutTakesTheAddedPixelBack()
     inner->addWidget(view);
     window.resize(300, 200);
     window.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QVERIFY(QTest::qWaitForWindowExposed(&window, waiting::patienceMs));
     const QSize size = view->size();
     for (int opening = 0; opening < 3; ++opening) {
         view->InitProcess();
@@ -873,7 +873,7 @@ void TestOgl3dWidget::otherKeysStayInTheView()
     view->setGeometry(0, 0, 300, 200);
     parent.resize(300, 200);
     parent.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&parent));
+    QVERIFY(QTest::qWaitForWindowExposed(&parent, waiting::patienceMs));
     view->InitProcess();
     const std::array<float, 16> first = viewProjectionOf(*view);
     for (const int key : {Qt::Key_A, Qt::Key_Escape, Qt::Key_Return, Qt::Key_PageUp, Qt::Key_R}) {

@@ -191,7 +191,7 @@ class TestBenchWindow : public QObject
     {
         m_window = std::make_unique<BenchWindow>(m_path);
         m_window->show();
-        QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+        QVERIFY(QTest::qWaitForWindowExposed(m_window.get(), waiting::patienceMs));
     }
 
     void openConnected()
@@ -788,7 +788,7 @@ private slots:
         camera.state = QStringLiteral("streaming");
         view.setCamera(camera, 0);
         view.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&view));
+        QVERIFY(QTest::qWaitForWindowExposed(&view, waiting::patienceMs));
         const auto picture = [&] {
             QImage image(view.size() * factor, QImage::Format_RGB32);
             image.setDevicePixelRatio(factor);
@@ -1070,7 +1070,7 @@ private slots:
     {
         openConnected();
         m_window->activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+        QVERIFY(QTest::qWaitForWindowActive(m_window.get(), waiting::patienceMs));
         m_window->stage()->setFocus();
         QTest::keyClick(m_window->stage(), Qt::Key_Tab);
         QCOMPARE(QApplication::focusWidget(), m_window->card(first));
@@ -1104,7 +1104,7 @@ private slots:
     {
         openConnected();
         m_window->activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+        QVERIFY(QTest::qWaitForWindowActive(m_window.get(), waiting::patienceMs));
         m_window->stage()->setFocus();
         QTest::mouseClick(m_window->card(second), Qt::LeftButton);
         QCOMPARE(QApplication::focusWidget(), m_window->stage());
