@@ -10,6 +10,18 @@ if(GRAVIMON_SANITIZE)
   target_link_options(gravimon_options INTERFACE -fsanitize=${GRAVIMON_SANITIZE})
 endif()
 
+# lld links a program in a quarter of the time. The programs for users are linked by the compiler's own linker; those
+# with a sanitizer are not for users.
+include(CheckLinkerFlag)
+check_linker_flag(CXX -fuse-ld=lld GRAVIMON_LLD)
+add_library(gravimon_fast_link INTERFACE)
+if(GRAVIMON_LLD)
+  target_link_options(gravimon_fast_link INTERFACE -fuse-ld=lld)
+  if(GRAVIMON_SANITIZE)
+    target_link_libraries(gravimon_options INTERFACE gravimon_fast_link)
+  endif()
+endif()
+
 include(GravimonHardening)
 
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")

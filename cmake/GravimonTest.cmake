@@ -86,10 +86,6 @@ if(GRAVIMON_TEST_PCH)
   target_precompile_headers(gravimon_test_pch_widgets PRIVATE <QtWidgets> <QtTest> "${gravimon_patience}")
 endif()
 
-# lld links a test in a quarter of the time. The programs for users are linked by the compiler's own linker.
-include(CheckLinkerFlag)
-check_linker_flag(CXX -fuse-ld=lld GRAVIMON_LLD)
-
 # gravimon_moc_tests(<target> <source>...): each tst_<name>.cpp finds its own tst_<name>.moc. AUTOMOC would start CMake
 # for each target, and compile an empty file with all of Qt Test's headers.
 function(gravimon_moc_tests target)
@@ -115,10 +111,7 @@ function(gravimon_add_test name)
   add_executable(${name} ${arg_SOURCES})
   gravimon_moc_tests(${name} ${arg_SOURCES})
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
-  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} Qt5::Test gravimon_options)
-  if(GRAVIMON_LLD)
-    target_link_options(${name} PRIVATE -fuse-ld=lld)
-  endif()
+  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} Qt5::Test gravimon_fast_link gravimon_options)
   if(TARGET gravimon_tsan_qt)
     target_link_libraries(${name} PRIVATE gravimon_tsan_qt)
   endif()
