@@ -102,6 +102,10 @@ function(gravimon_moc_tests target)
   target_include_directories(${target} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}/${target}_moc")
 endfunction()
 
+# The programs of all tests within the process, without those for users and for looking at: what ./test builds with a
+# sanitizer.
+add_custom_target(gravimon_tests)
+
 # gravimon_add_test(<tst_name> SOURCES ... LIBRARIES ... [DISPLAY] [THREADS] [LABELS ...] [TIMEOUT seconds])
 # A Qt Test program. DISPLAY gives it an X server of its own. Each run gets a fresh home, settings
 # store, runtime and state folder (tests/support/run-test). With ThreadSanitizer only tests that can start a thread are
@@ -142,6 +146,7 @@ function(gravimon_add_test name)
       return()
     endif()
   endif()
+  add_dependencies(gravimon_tests ${name})
   set(wrapper "${PROJECT_SOURCE_DIR}/tests/support/run-test")
   if(arg_DISPLAY)
     list(APPEND wrapper --display)
