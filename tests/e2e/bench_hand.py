@@ -62,16 +62,21 @@ class BenchWindow:
 
     # ---- The mouse ------------------------------------------------------------------------------
 
-    def drag(self, points, step=STEADY, throw=False):
-        """Along points in radii from the ball's centre, y up; a throw releases in motion."""
+    def drag(self, points, step=STEADY, throw=False, before_release=None):
+        """Along points in radii from the ball's centre, y up; a throw releases in motion. The window may be behind the
+        mouse; before_release() waits until it has come to the last place."""
         x, y, radius = self.ball
         places = [(round(x + radius * px), round(y - radius * py)) for px, py in points]
         command = ["mousemove", *places[0], "mousedown", 1]
         for place in places[1:]:
             command += ["mousemove", *place, "sleep", step]
-        if not throw:
-            command += ["sleep", 0.15]
-        screen.xdotool(*command, "mouseup", 1)
+        if throw:
+            screen.xdotool(*command, "mouseup", 1)
+            return
+        screen.xdotool(*command, "sleep", 0.15)
+        if before_release:
+            before_release()
+        screen.xdotool("mouseup", 1)
 
     # ---- The panel ------------------------------------------------------------------------------
 

@@ -15,7 +15,7 @@ import screen
 import world
 from bench_hand import BenchWindow, angle_between
 from screen import CONTROLS, Picture
-from waiting import PATIENCE, SCALE, wait_for
+from waiting import PATIENCE, SCALE, NotYet, wait_for
 from world import TIV_P, TIV_Q
 
 SCENE = (300, 155, 1020, 290)  # the 3D view
@@ -135,13 +135,18 @@ class Turning(HandTest):
             return sum(a != b for old, new in zip(scene, Picture.take().crop(SCENE)) for a, b in zip(old, new))
         program.wait_for_samples(TIV_Q, 100)
         self.assertLess(change(), 3000, "the view does not lie still")
-        window.drag(bench_hand.stroke(0.0))
-        pose = self.truth(program)["pose"]
-        self.assertAlmostEqual(angle_between(before, pose), 133.0, delta=6.0)
+
+        def turned():
+            return angle_between(before, self.truth(program)["pose"])
+
+        def wait_for_turn(angle):
+            wait_for(f"a turn by {angle} degrees", lambda: abs(turned() - angle) < 6.0 and self.rate(program) < 0.01)
+        window.drag(bench_hand.stroke(0.0), before_release=lambda: wait_for_turn(133.0))
+        self.assertAlmostEqual(turned(), 133.0, delta=6.0)
         self.assertLess(self.rate(program), 0.01)
         wait_for("another picture of the camera in Gravimon", lambda: change() > 6000)
-        window.drag(bench_hand.stroke(0.0)[::-1])
-        self.assertLess(angle_between(before, self.truth(program)["pose"]), 6.0)
+        window.drag(bench_hand.stroke(0.0)[::-1], before_release=lambda: wait_for_turn(0.0))
+        self.assertLess(turned(), 6.0)
         wait_for("the former picture", lambda: change() < 3000)
         self.close_window(window)
         self.close(program)
@@ -149,8 +154,15 @@ class Turning(HandTest):
     def test_thrown_it_spins_on_until_it_is_grasped(self):
         program = self.start_streaming(TIV_Q, bench=[world.camera("TIV_Q", TIV_Q, motion="at rest")])
         window = self.window_on(program)
-        window.drag(bench_hand.stroke(0.0)[:40], throw=True)
-        wait_for("the spin", lambda: self.rate(program) > 40.0)
+
+        def throw():
+            # A window that is busy at the release takes the hand to rest.
+            window.drag(bench_hand.stroke(0.0)[:40], throw=True)
+            try:
+                return wait_for("the spin", lambda: self.rate(program) > 40.0, 5)
+            except NotYet:
+                return False
+        wait_for("a spin", throw)
         program.wait_for_samples(TIV_Q, 400)
         self.assertGreater(self.rate(program), 40.0)
         window.drag([(0.0, 0.0)])
@@ -280,8 +292,7 @@ class Calibration(HandTest):
         calibration.stop(program)
         calibration.press(program, "store")
         calibration.answer(program, calibration.WARNING)
-        stored = program.om_bench("eeprom", "show", TIV_Q)
-        self.assertFalse(stored["neutral"])
+        wait_for("the stored calibration", lambda: not program.om_bench("eeprom", "show", TIV_Q)["neutral"])
         # The state looks at the readings since the calibration came in force: they must turn too.
         for i in range(1, 13):
             window.drag(bench_hand.stroke(1.9 * i * i), bench_hand.FAST)

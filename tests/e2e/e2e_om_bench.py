@@ -335,7 +335,7 @@ class Commands(OmBenchTest):
         self.assertEqual(rows[1][6:], ["0", "-"])
         self.assertEqual([c["serialNumber"] for c in json.loads(self.ask("--json", "list"))["cameras"]],
                          [TIV_Q, TIV_P, TIV_N])
-        lines = self.ask("watch", TIV_Q, "--count", 3, "--interval", 0.1).splitlines()
+        lines = self.ask("watch", TIV_Q, "--count", 3, "--interval", 0.5).splitlines()
         self.assertEqual([line.split()[:3] for line in lines],
                          3 * [[str(TIV_Q), "streaming", "true"], [str(TIV_Q), "streaming", "read"]])
         read = [int(line.rpartition("samples ")[2].split("/")[0]) for line in lines[1::2]]

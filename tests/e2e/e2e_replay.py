@@ -135,14 +135,15 @@ class Replay(world.EndToEndTest):
         self.assertEqual(program.end(), 0)
 
     def test_once_ends_with_the_last_row(self):
-        path = self.made_up([f"{i},{1706711000 + i * 0.005:.9f},{i}.5,1,2," for i in range(600)])
+        # Long enough for the recording to begin meanwhile.
+        path = self.made_up([f"{i},{1706711000 + i * 0.005:.9f},{i / 4},1,2," for i in range(2400)])
         program = self.play(path, "--once")
         live = livefile.LiveFile(program)
-        live.wait_until("the last row", lambda r: r["gyroX[deg/s]"] == 599.5)
+        live.wait_until("the last row", lambda r: r["gyroX[deg/s]"] == 599.75)
         # Plugged in again it starts again.
         program.om_bench("unplug", REPLAY)
         wait_for("the closed file", lambda: not control.is_open(program, live.path))
-        self.assertEqual(live.latest()["gyroX[deg/s]"], 599.5)
+        self.assertEqual(live.latest()["gyroX[deg/s]"], 599.75)
         program.om_bench("plug", REPLAY)
         program.wait_for_streaming(REPLAY)
         program.end()
@@ -151,6 +152,7 @@ class Replay(world.EndToEndTest):
         path = self.made_up(["1,1,2,3,4,"])
         program = self.start(bench=[camera("TIV_Q", REPLAY, replay=str(path))])
         wait_for("a line on standard error", program.errors)
+        wait_for("the bench answers", program.control.exists)
         self.assertEqual(len(program.errors()), 1)
         self.assertIn("cameras[0].replay: ", program.errors()[0])
         self.assertIn("nothing to play: fewer than two usable rows", program.errors()[0])

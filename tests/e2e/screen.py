@@ -308,8 +308,9 @@ POPUP = "gravimon"
 
 
 def choose(pid, area, row, rows, corner=(0, 0)):
-    """Chooses a row of a combo box of so many rows with the mouse."""
-    click(area, corner)
+    """Chooses a row of a combo box of so many rows with the mouse, whose button stays down until it is on the row: a
+    busy program could take a click's release for the choice of the row below it."""
+    xdotool("mousemove", *centre(moved(area, corner)), "mousedown", 1)
     x, y, width, height = wait_for_window(pid, POPUP)
     row_height = height / rows
     if not 15 <= row_height <= 40:
@@ -317,5 +318,7 @@ def choose(pid, area, row, rows, corner=(0, 0)):
     # The list ignores a release within the double click time of the press that opened it.
     wait_for("the list is drawn", lambda: Picture.take().share((x, y, width, height), FRAME) > 0.02)
     time.sleep(0.5)
-    click((x, int(y + row * row_height), width, int(row_height)))
+    at = centre((x, int(y + row * row_height), width, int(row_height)))
+    xdotool("mousemove", at[0] - 1, at[1], "mousemove", *at, "mouseup", 1)
+    pointer_away()
     wait_until_gone(pid, POPUP)

@@ -5,7 +5,7 @@ import time
 
 # Time-outs are for a busy machine; a build with a sanitizer is slower still.
 SCALE = float(os.environ.get("GRAVIMON_E2E_SCALE", "1"))
-PATIENCE = 30.0
+PATIENCE = 60.0
 
 
 class NotYet(AssertionError):
