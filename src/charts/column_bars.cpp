@@ -120,10 +120,11 @@ Reducer::Column Reducer::crossColumns(int i, Column column, int next,
     const int row2 = rowOf(y[i]);
     // Where the samples really are: both columns may be those beside the canvas.
     const int start = roundedPixel(xMap.pixel(x[i - 1]));
-    const double distance = std::abs(roundedPixel(xMap.pixel(x[i])) - start);
+    const double distance = std::max(1, std::abs(roundedPixel(xMap.pixel(x[i])) - start));
     const int step = next > column.pixel ? 1 : -1;
     while (column.pixel != next) {
-        const double part = (std::abs(column.pixel - start) + 0.5) / distance;
+        // A sample on the border of two columns may be in the one to which it is not rounded.
+        const double part = std::max(0.0, (step * (column.pixel - start) + 0.5) / distance);
         const int border = row1 + static_cast<int>(std::floor((row2 - row1) * part));
         column.top = std::min(column.top, border);
         column.bottom = std::max(column.bottom, border);

@@ -73,6 +73,8 @@ struct Samples
 
 } // namespace
 
+Q_DECLARE_METATYPE(std::vector<QRect>)
+
 class TestColumnBars : public QObject
 {
     Q_OBJECT
@@ -101,6 +103,8 @@ private slots:
     void fineStrokeEndsSoonerWhereTheCurveIsSteep();
     void fineStrokeCrossesTheColumnsBetweenSamples_data();
     void fineStrokeCrossesTheColumnsBetweenSamples();
+    void fineStrokeBeginsAtTheBorderOfTwoColumns_data();
+    void fineStrokeBeginsAtTheBorderOfTwoColumns();
     void fineStrokeComesStraightFromFarOffTheCanvas();
     void fineStrokeLeavesAGapAtASampleThatIsNoNumber();
     void fineStrokeOfOneSampleLeavesNothing();
@@ -392,6 +396,39 @@ void TestColumnBars::fineStrokeCrossesTheColumnsBetweenSamples()
                                       QRect(50, 44, 4, 12), QRect(51, 39, 4, 7)};
     QCOMPARE(reduction.bars, expected);
     QVERIFY(reduction.lines.empty());
+}
+
+void TestColumnBars::fineStrokeBeginsAtTheBorderOfTwoColumns_data()
+{
+    QTest::addColumn<double>("next");
+    QTest::addColumn<std::vector<QRect>>("bars");
+    QTest::newRow("to the next column") << 1.09 << std::vector<QRect>{QRect(38, 39, 4, 32)};
+    QTest::newRow("to a column further on")
+        << 1.175
+        << std::vector<QRect>{QRect(38, 64, 4, 7), QRect(39, 54, 4, 12), QRect(40, 44, 4, 12),
+                              QRect(41, 39, 4, 7)};
+}
+
+void TestColumnBars::fineStrokeBeginsAtTheBorderOfTwoColumns()
+{
+    QFETCH(double, next);
+    QFETCH(std::vector<QRect>, bars);
+    QwtScaleMap tenths;
+    tenths.setScaleInterval(0.1, 10.1);
+    tenths.setPaintInterval(0.0, 200.0);
+    const PixelMap columns(tenths, 2.0);
+    const double onTheBorder = 1.0875; // by value left of the border, by pixel not
+    QVERIFY(onTheBorder < columns.value(39.5));
+    QCOMPARE(columns.pixel(onTheBorder), 39.5);
+
+    Samples samples;
+    samples.add(1.08, 30.0);
+    samples.add(onTheBorder, 30.0);
+    samples.add(next, 60.0);
+    const Reduction reduction = reduce(samples.x.data(), samples.y.data(), {0, 2}, columns,
+                                       PixelMap(yScale()), clip, {4, Stroke::Fine});
+    bars.insert(bars.begin(), QRect(37, 68, 4, 4));
+    QCOMPARE(reduction.bars, bars);
 }
 
 void TestColumnBars::fineStrokeComesStraightFromFarOffTheCanvas()
