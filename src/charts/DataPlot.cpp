@@ -68,6 +68,20 @@ public:
     }
 };
 
+/// The tracker with its whole line on a screen with a scale factor. Qwt masks the line's widget
+/// with the one column of the chart's pixels that the line is on, while the line itself is drawn
+/// around the left border of that column: half of it is cut off, or all of it.
+class WholeLineTracker : public CurveTracker
+{
+public:
+    using CurveTracker::CurveTracker;
+    QRegion rubberBandMask() const override
+    {
+        const QRegion mask = CurveTracker::rubberBandMask();
+        return mask.united(mask.translated(-1, 0)).united(mask.translated(1, 0));
+    }
+};
+
 } // namespace
 
 DataPlot::DataPlot(QWidget* parent) : QwtPlot(parent)
@@ -127,9 +141,11 @@ DataPlot::DataPlot(QWidget* parent) : QwtPlot(parent)
     createCurves();
     setSensorType(Accelerometer);
 
-    auto* tracker = new CurveTracker(canvas());
+    auto* tracker = new WholeLineTracker(canvas());
     tracker->setStateMachine(new QwtPickerTrackerMachine);
     tracker->setRubberBandPen(QColor("MediumOrchid"));
+    // The mouse and the box do not move with the size of the canvas, and the line stays with them.
+    tracker->setResizeMode(QwtPicker::KeepSize);
 }
 
 DataPlot::~DataPlot()

@@ -137,6 +137,7 @@ private slots:
 
     void mouseOverTheChartShowsLineBoxAndColours();
     void lineAndBoxGoWithTheMouse();
+    void lineAndBoxStayTogetherInAChartOfAnotherSize();
 
     void boxUnderARestingMouseFollowsTheData_data();
     void boxUnderARestingMouseFollowsTheData();
@@ -641,6 +642,18 @@ void TestCurveTracker::lineAndBoxGoWithTheMouse()
     QCursor::setPos(1500, 900);
     QTRY_VERIFY(screenshot().pixelColor(500, 5) != orchid);
     QVERIFY(m_tracker->trackerRect(m_plot->canvas()->font()).isEmpty());
+}
+
+void TestCurveTracker::lineAndBoxStayTogetherInAChartOfAnotherSize()
+{
+    feedWaves();
+    moveTo(QPoint(300, 100));
+    QCOMPARE(m_tracker->selection(), QPolygon({QPoint(300, 100)}));
+    const int width = m_plot->canvas()->width();
+    m_plot->resize(m_plot->width() + 200, m_plot->height() + 50);
+    QTRY_COMPARE(m_plot->canvas()->width(), width + 200);
+    QCOMPARE(m_tracker->selection(), QPolygon({m_tracker->trackerPosition()}));
+    QCOMPARE(m_tracker->trackerPosition(), QPoint(300, 100));
 }
 
 void TestCurveTracker::boxUnderARestingMouseFollowsTheData_data()

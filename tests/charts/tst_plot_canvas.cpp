@@ -72,6 +72,8 @@ private slots:
     void plotInAStyledWindowIsPaintedIntoTheWindow();
     void canvasWithAnOwnLookIsLeftToQwt_data();
     void canvasWithAnOwnLookIsLeftToQwt();
+    void lineOfTheTrackerIsWholeAtEachPosition_data();
+    void lineOfTheTrackerIsWholeAtEachPosition();
 };
 
 void TestPlotCanvas::screenHasTheFactorOfThisRun()
@@ -209,6 +211,35 @@ void TestPlotCanvas::canvasWithAnOwnLookIsLeftToQwt()
     const QImage first = chart.grab().toImage();
     QVERIFY(chart.hasStore());
     QCOMPARE(first, chart.grab().toImage());
+}
+
+void TestPlotCanvas::lineOfTheTrackerIsWholeAtEachPosition_data()
+{
+    QTest::addColumn<int>("x");
+    for (int x = 200; x < 204; ++x) {
+        QTest::addRow("%d", x) << x;
+    }
+}
+
+void TestPlotCanvas::lineOfTheTrackerIsWholeAtEachPosition()
+{
+    QFETCH(int, x);
+    Chart chart;
+    chart.grab(); // lays the plot out
+    const QPoint position(x, 100);
+    QMouseEvent move(QEvent::MouseMove, position, Qt::NoButton, Qt::NoButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(chart.canvas(), &move);
+
+    const QImage picture = chart.canvas()->grab().toImage();
+    const double ratio = chart.devicePixelRatioF();
+    QVector<int> columns; // of the line, in the topmost row
+    for (int column = 0; column < picture.width(); ++column) {
+        if (picture.pixelColor(column, 0) == QColor("MediumOrchid")) {
+            columns.append(column);
+        }
+    }
+    QVERIFY(columns.size() >= std::floor(ratio) && columns.size() <= std::ceil(ratio));
+    QVERIFY(std::abs(columns.first() - x * ratio) <= ratio);
 }
 
 int main(int argc, char* argv[])
