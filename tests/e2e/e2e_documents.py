@@ -7,7 +7,7 @@ import shlex
 import subprocess
 
 import world
-from waiting import PATIENCE, SCALE
+from waiting import PATIENCE, SCALE, wait_for
 
 DOCS = pathlib.Path(__file__).resolve().parents[2] / "docs"
 
@@ -71,7 +71,9 @@ class Examples(world.EndToEndTest):
                 first = int(re.search(r'"serialNumber": (\d+)', bench)[1])
                 program = self.start(bench=bench)
                 program.wait_for_state(first, "streaming")
-                program.wait_for_samples(first, 800)  # faults that count down have done so
+                program.wait_for_samples(first, 800)
+                wait_for("the end of the fault that counts down",
+                         lambda p=program, f=first: "grabFailures" not in p.cameras()[f]["faults"])
                 self.assertGreater(self.run_examples(program, section), 0)
                 self.close(program)
 
