@@ -267,7 +267,7 @@ private slots:
         QFETCH(int, row);
         RecOptionDlg dialog(nullptr);
         dialog.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog, waiting::patienceMs));
         auto* box = child<QCheckBox>(dialog, switchRows[row].box);
         QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(8, box->height() / 2));
         QVERIFY(!box->isChecked());
@@ -322,7 +322,7 @@ private slots:
         QFETCH(int, result);
         RecOptionDlg dialog(nullptr);
         dialog.show();
-        QVERIFY(QTest::qWaitForWindowActive(&dialog));
+        QVERIFY(QTest::qWaitForWindowActive(&dialog, waiting::patienceMs));
         if (!focus.isEmpty()) {
             dialog.findChild<QWidget*>(focus)->setFocus();
         }
@@ -352,7 +352,7 @@ private slots:
         }
         RecOptionDlg dialog(nullptr);
         dialog.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog, waiting::patienceMs));
         QCOMPARE(dialog.size(), QSize(500, 320));
         QVERIFY(dialog.minimumSizeHint().width() <= 500);
         auto* label = child<QLabel>(dialog, "label_save_path");
@@ -406,7 +406,7 @@ private slots:
         }
         RecOptionDlg dialog(nullptr);
         dialog.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog, waiting::patienceMs));
 
         bool seen = false;
         QTimer answer;

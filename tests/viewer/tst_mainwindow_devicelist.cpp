@@ -119,7 +119,7 @@ private slots:
     void anUnchangedListIsRefilledButNotPainted()
     {
         startWithoutPoll();
-        QVERIFY(QTest::qWaitForWindowExposed(m_viewer->window.get()));
+        QVERIFY(QTest::qWaitForWindowExposed(m_viewer->window.get(), waiting::patienceMs));
         const auto poll = [this] {
             m_viewer->window->detectMultipleDevice();
             QVERIFY(m_viewer->probe.detectionThread.wait(waiting::patienceMs));
@@ -155,7 +155,7 @@ private slots:
         QFETCH(QString, row);
         QFETCH(bool, isEnabled);
         startWithoutPoll();
-        QVERIFY(QTest::qWaitForWindowExposed(m_viewer->window.get()));
+        QVERIFY(QTest::qWaitForWindowExposed(m_viewer->window.get(), waiting::patienceMs));
         QComboBox* const list = m_viewer->ui->comboBox_camera_list;
         m_viewer->probe.deviceListBusy = true; // its changes are no choices
         list->clear();
