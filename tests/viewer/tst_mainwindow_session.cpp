@@ -72,10 +72,20 @@ private:
 
     void choose(int row) { m_viewer->ui->comboBox_camera_list->setCurrentIndex(row); }
 
+    /// Whether the dialog's thread reads, if it has one.
+    static bool isReady(MagCalibDlg& dialog)
+    {
+        const MagCalibDlgProbe probe{dialog};
+        return probe.mcuClosed || probe.running();
+    }
+
+    /// For the repeated looks of a watcher: does nothing before the dialog is ready.
     static void leave(MagCalibDlg& dialog)
     {
-        QTest::mouseClick(dialog.findChild<QPushButton*>(QStringLiteral("pushButton_exit")),
-                          Qt::LeftButton);
+        if (isReady(dialog)) {
+            QTest::mouseClick(dialog.findChild<QPushButton*>(QStringLiteral("pushButton_exit")),
+                              Qt::LeftButton);
+        }
     }
 
     /// Whether the window gets what the input thread sends.
@@ -614,7 +624,7 @@ private slots:
         bool raised = false;
         bool visible = false;
         ModalWatcher<MagCalibDlg> dialogs([&](MagCalibDlg& dialog) {
-            if (!raised) {
+            if (!raised && isReady(dialog)) {
                 raised = true;
                 connect(&dialog, &QDialog::finished, &dialog,
                         [&] { visible = m_viewer->window->isVisible(); });
@@ -673,7 +683,7 @@ private slots:
             const auto press = [&dialog](const QString& name) {
                 QTest::mouseClick(dialog.findChild<QPushButton*>(name), Qt::LeftButton);
             };
-            if (step == 0) {
+            if (step == 0 && isReady(dialog)) {
                 step = 1;
                 connect(&dialog, &QDialog::finished, &dialog, [&] {
                     const MagCalibDlgProbe left{dialog};
@@ -1176,6 +1186,7 @@ private slots:
         QPointer<MagCalibDlg> opened;
         ModalWatcher<MagCalibDlg> dialogs([&](MagCalibDlg& dialog) {
             if (looked) {
+                leave(dialog);
                 return;
             }
             looked = true;
@@ -1189,9 +1200,6 @@ private slots:
             QCOMPARE(m_viewer->ui->label_sensor_rate->text(), QStringLiteral("---"));
             QCOMPARE(dialog.parentWidget(), m_viewer->window.get());
             QCOMPARE(bench().log().count(CALL::OPEN), bench().log().count(CALL::CLOSE));
-            auto* const leave = dialog.findChild<QPushButton*>(QStringLiteral("pushButton_exit"));
-            QVERIFY(leave != nullptr);
-            QTest::mouseClick(leave, Qt::LeftButton);
         });
         // The dialog is destroyed only after the camera has been opened again.
         bool kept = false;
@@ -1303,14 +1311,12 @@ private slots:
         QTRY_VERIFY(m_viewer->streams(first));
         bool looked = false;
         ModalWatcher<MagCalibDlg> dialogs([&](MagCalibDlg& dialog) {
-            if (looked) {
-                return;
+            if (!looked) {
+                looked = true;
+                m_viewer->probe.deviceListBusy = true;
+                choose(1);
             }
-            looked = true;
-            m_viewer->probe.deviceListBusy = true;
-            choose(1);
-            QTest::mouseClick(dialog.findChild<QPushButton*>(QStringLiteral("pushButton_exit")),
-                              Qt::LeftButton);
+            leave(dialog);
         });
         m_viewer->window->on_pushButton_calib_mag_clicked();
         m_viewer->probe.deviceListBusy = false;
