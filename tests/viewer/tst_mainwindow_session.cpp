@@ -444,6 +444,7 @@ private slots:
         auto poor = camera(MODEL::TIV_P, second);
         poor.faults.littleGpuMemory = true;
         startStreaming();
+        QVERIFY(m_viewer->probe.detectionThread.wait(waiting::patienceMs)); // for the poll's list
         bench().addCamera(poor);
         m_viewer->window->on_pushButton_refresh_list_clicked();
         QVERIFY(m_viewer->probe.detectionThread.wait(waiting::patienceMs));
@@ -830,6 +831,13 @@ private slots:
         auto& probe = m_viewer->probe;
         BoxWatcher boxes([](QMessageBox& box) { clickOk(box); });
         std::thread* const handle = probe.dataThread;
+        // Each list is complete before the next tick of the poll.
+        QVERIFY(probe.detectionThread.wait(waiting::patienceMs));
+        const qtcalls::Hook hook([&probe](const qtcalls::Call& call) {
+            if (call.call == qtcalls::CALL::STARTED && call.object == &probe.detectionThread) {
+                probe.detectionThread.wait(waiting::patienceMs);
+            }
+        });
         bench().unplug(first);
         QTRY_COMPARE(m_viewer->ui->comboBox_camera_list->currentText(),
                      QStringLiteral("No cameras"));

@@ -73,6 +73,7 @@ private:
         if (probe.dataThread == handle) {
             m_leftBehind << handle; // the thread saw the loss by itself, and nobody joins it
         }
+        QVERIFY(probe.detectionThread.wait(waiting::patienceMs)); // for the list of no cameras
         bench().plug(first);
         bench().plug(second);
         // Calls the next two ticks of the poll, to save the time of waiting for them.
