@@ -72,7 +72,7 @@ int live(const QByteArray& life)
         bench().setDeviceListHook([&] {
             listing = true;
             begun.release();
-            never.tryAcquire(1, 10000);
+            (void)waiting::acquire(never);
             listing = false;
         });
         if (!probe.detectionThread.wait(waiting::patienceMs)) {

@@ -302,7 +302,7 @@ private slots:
         std::atomic<bool> inTime{false};
         bench().setDeviceListHook([&] {
             begun.release();
-            inTime = deleted.tryAcquire(1, 10000);
+            inTime = waiting::acquire(deleted);
         });
         probe.detectionThread.start();
         QVERIFY(waiting::acquire(begun));

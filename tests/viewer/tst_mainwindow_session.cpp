@@ -749,6 +749,7 @@ private slots:
         bool looked = false;
         bool leftBehind = false;
         bench().setOpenHook([&](const om::InitParameters&) {
+            bench().setOpenHook(nullptr);
             looked = true;
             bench().camera(first)->clearScripts();
             // The sensor thread found the camera closed and has left by itself, as a rule before
