@@ -1,5 +1,6 @@
 #include "charts/dense_curve.h"
 
+#include "charts/bar_painter.h"
 #include "charts/column_bars.h"
 
 #include <QBrush>
@@ -57,9 +58,7 @@ void DenseCurve::drawLines(QPainter* painter, const QwtScaleMap& xMap, const Qwt
     if (!reduction.bars.empty()) {
         painter->save();
         painter->scale(1.0 / scale, 1.0 / scale);
-        painter->setPen(Qt::NoPen);
-        painter->setBrush(pen.color());
-        painter->drawRects(reduction.bars.data(), static_cast<int>(reduction.bars.size()));
+        fillBars(*painter, reduction.bars, pen.color());
         painter->restore();
     }
 }
