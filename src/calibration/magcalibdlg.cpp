@@ -110,6 +110,9 @@ bool MagCalibDlg::startAcquisition()
     }
     setPlotsAutoscale(true);
     grabThread = std::thread(&MagCalibDlg::magDataGrabThread, this);
+    // A dialog that is left before the thread runs would not join it, and the end of the unjoined
+    // thread's object ends the process. A busy machine may take hundreds of milliseconds.
+    grabBegun.acquire();
     updateTimer.start(updatePeriodMs);
     return true;
 }

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <QDialog>
+#include <QSemaphore>
 #include <QString>
 #include <QStringList>
 #include <QTimer>
@@ -175,6 +176,7 @@ private:
     QStringList devFirmware;
 
     std::thread grabThread;
+    QSemaphore grabBegun; // released by each run, when it is about to read, or ends before
     std::mutex grabMutex; // guards rawX, rawY, rawZ
 
     bool mcuClosed = true;           // no open link is left to close

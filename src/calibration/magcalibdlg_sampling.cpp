@@ -23,11 +23,14 @@ void MagCalibDlg::magDataGrabThread()
     orientCount = std::make_shared<OrientCount>();
     if (grabStop) {
         grabRunning = false;
+        grabBegun.release();
         return;
     }
 
     double previousMs = 0.0;
     std::uint16_t failures = 0;
+    grabRunning = true;
+    grabBegun.release();
     do {
         grabRunning = true;
         const omlib::McuRecord record = mcu->getIMUReaderData();

@@ -23,6 +23,7 @@
 #include <QMainWindow>
 #include <QMessageBox>
 #include <QMutex>
+#include <QSemaphore>
 #include <QString>
 #include <QVector>
 
@@ -265,6 +266,7 @@ private:
     std::thread* dataThread = nullptr; // owned
     Shared<bool> stopDataThread = true;
     Published<bool> dataThreadRunning = false;
+    QSemaphore dataThreadBegun; // released by each run, after it has set dataThreadRunning
     Shared<bool> cameraLost = true;
     bool deviceListBusy = false;
     Shared<double> imuEffectiveRate = 0.0; // Hz, as the library reports it

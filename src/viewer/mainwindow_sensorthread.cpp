@@ -17,6 +17,7 @@ void MainWindow::dataThreadFunc()
 {
     stopDataThread = false;
     dataThreadRunning = true;
+    dataThreadBegun.release();
     // The camera keeps only the newest sample: a thread that is 2.5 ms late has lost one. If the
     // short time slice is refused, the thread runs with the usual one.
     timeslice::askForShortest();

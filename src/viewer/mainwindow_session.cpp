@@ -160,6 +160,9 @@ void MainWindow::startSensorThread()
     }
     // A thread that ended by itself stays as it is, neither joined nor deleted.
     dataThread = new std::thread(&MainWindow::dataThreadFunc, this);
+    // A busy machine may let it begin only after more than the pause of reset(), which then would
+    // not join it and would delete the input thread that it uses.
+    dataThreadBegun.acquire();
 }
 
 void MainWindow::joinSensorThread()

@@ -71,6 +71,7 @@ private slots:
     void threadStartsCaptureOnlyWhereItFindsItOff_data();
     void threadStartsCaptureOnlyWhereItFindsItOff();
     void eachStartMakesANewCoverageCounter();
+    void threadRunsWhenItsStartReturns();
     void secondStartWhileRunningChangesNothing();
     void stopEndsTheStreamBeforeTheThread();
     void restartGoesOnWithTheSamples();
@@ -419,6 +420,18 @@ void TestSampling::eachStartMakesANewCoverageCounter()
     QVERIFY(f.probe->orientCount != first);
     QCOMPARE(f.probe->orientCount->getPercNotZero(), 0.0F);
     QCOMPARE(first.use_count(), 1L);
+}
+
+void TestSampling::threadRunsWhenItsStartReturns()
+{
+    DialogFixture f;
+    for (int start = 0; start < 3; ++start) {
+        f.settle();
+        f.probe->stopAcquisition();
+        QVERIFY(!f.running());
+        QVERIFY(f.probe->startAcquisition());
+        QVERIFY(f.running());
+    }
 }
 
 void TestSampling::secondStartWhileRunningChangesNothing()

@@ -870,6 +870,15 @@ private slots:
         QVERIFY(probe.inputThread != nullptr);
     }
 
+    void theThreadHasBegunWhenTheOpenReturns()
+    {
+        stream(fourRecords());
+        for (int open = 0; open < 3; ++open) {
+            m_viewer->window->createLiveInput();
+            QVERIFY(m_viewer->probe.dataThreadRunning);
+        }
+    }
+
     void aNewRunDropsItsFirstSampleToo()
     {
         stream(fourRecords());
