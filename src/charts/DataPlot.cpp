@@ -5,6 +5,7 @@
 #include "charts/cached_text_engine.h"
 #include "charts/dense_curve.h"
 #include "charts/plot_canvas.h"
+#include "charts/plot_grid.h"
 #include "charts/TimeScaleDraw.h"
 #include "charts/ValueScaleDraw.h"
 #include "look/Style.h"
@@ -15,7 +16,6 @@
 
 #include <qwt_painter.h>
 #include <qwt_picker_machine.h>
-#include <qwt_plot_grid.h>
 #include <qwt_plot_layout.h>
 #include <qwt_scale_widget.h>
 
@@ -99,7 +99,7 @@ DataPlot::DataPlot(QWidget* parent) : QwtPlot(parent)
     QwtPainter::setPolylineSplitting(true);
     plotLayout()->setAlignCanvasToScales(true);
 
-    auto* grid = new QwtPlotGrid;
+    auto* grid = new PlotGrid;
     grid->setPen(QColor("#C0C0C0"), 1.0, Qt::DotLine);
     grid->enableX(false);
     grid->attach(this);
