@@ -641,8 +641,12 @@ private slots:
         QVERIFY2(lines.constLast().isEmpty(), "the file ends with a line feed");
         auto& probe = m_viewer->probe;
         const QMutexLocker lock(&probe.dataMutex);
-        QStringList values = lines.at(50).split(QLatin1Char(',')).mid(4, 17);
-        QVERIFY2(values.removeDuplicates() == 0, "an exchange of two columns would not be seen");
+        // The steps of the magnetometer make two of its values equal now and then.
+        const bool exchangeIsSeen =
+            std::any_of(lines.begin() + 1, lines.end() - 1, [](const QString& line) {
+                return line.split(QLatin1Char(',')).mid(4, 17).removeDuplicates() == 0;
+            });
+        QVERIFY2(exchangeIsSeen, "an exchange of two columns would not be seen");
         int lastIndex = -1;
         for (int i = 1; i + 1 < lines.size(); ++i) {
             const QStringList fields = lines.at(i).split(QLatin1Char(','));
