@@ -19,7 +19,7 @@ bool isWhole(double value)
 /// The image that the painter draws into; null if its pixels cannot simply be set.
 QImage* imageOf(const QPainter& painter)
 {
-    const QTransform toDevice = painter.deviceTransform();
+    const QTransform& toDevice = painter.deviceTransform();
     const QPaintEngine* const engine = painter.paintEngine();
     QPaintDevice* const device = engine->paintDevice();
     if (engine->type() != QPaintEngine::Raster || device == nullptr ||
@@ -48,7 +48,7 @@ bool fillBars(QPainter& painter, const std::vector<QRect>& bars, const QColor& c
         painter.restore();
         return false;
     }
-    const QTransform toDevice = painter.deviceTransform();
+    const QTransform& toDevice = painter.deviceTransform();
     const QPoint offset(static_cast<int>(toDevice.dx()), static_cast<int>(toDevice.dy()));
     const QRegion region = painter.paintEngine()->systemClip(); // the part that a widget repaints
     const QRect clip = region.isEmpty() ? image->rect() : region.boundingRect() & image->rect();

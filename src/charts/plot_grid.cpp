@@ -40,7 +40,7 @@ void PlotGrid::draw(QPainter* painter, const QwtScaleMap& xMap, const QwtScaleMa
 
 bool PlotGrid::canCopyLines(const QPainter& painter, const QRectF& canvasRect) const
 {
-    const QTransform toDevice = painter.deviceTransform();
+    const QTransform& toDevice = painter.deviceTransform();
     return yEnabled() && !xEnabled() && !yMinEnabled() && canvasRect == canvasRect.toRect() &&
            canvasRect.width() > 1.0 && majorPen().widthF() <= 1.0 && isWhole(toDevice.m11()) &&
            isWhole(toDevice.dx()) && isWhole(toDevice.dy()) &&

@@ -1,3 +1,5 @@
+/// @file
+/// The grid of the time chart.
 #pragma once
 
 #include <QPen>

@@ -82,6 +82,15 @@ class Changed(unittest.TestCase):
                 self.commit()
                 self.assertEqual(self.check("--changed")[1], [checked])
 
+    def test_sources_after_a_header_are_checked_too(self):
+        users = [f"src/users/user_{i}.cpp" for i in range(2000)]
+        self.write(*users, text='#include "one/many.h"\n')
+        self.write("src/one/many.h", "src/one/only_in_headers.h")
+        self.commit()
+        self.write("src/one/many.h", "src/one/only_in_headers.h", "src/two/user.cpp")
+        self.commit()
+        self.assertEqual(self.check("--changed")[1], ["src/two/user.cpp", "src/users/user_0.cpp"])
+
     def test_all_commits_that_the_remote_branch_lacks(self):
         self.commit()
         self.git("update-ref", "refs/remotes/origin/main", "HEAD")
