@@ -103,6 +103,8 @@ private slots:
         QCOMPARE(quint64(stopped.timestamp), quint64(last.timestamp));
         QCOMPARE(int(stopped.mag[0]), int(last.mag[0]));
         const om::IMUPose stoppedPose = link.getIMUPose(6);
+        // The record is packed.
+        // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
         QCOMPARE(std::memcmp(&stoppedPose, &lastPose, sizeof lastPose), 0);
         link.startCapture(0.0F);
         QCOMPARE(int(link.getIMUReaderData().magState), 2);

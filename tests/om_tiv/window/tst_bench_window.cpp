@@ -800,7 +800,9 @@ private slots:
         camera.pose = fromRotationVector({0.4, 1.1, 0.3});
         view.setCamera(camera, 0);
         QTRY_VERIFY(paints.count() > 0);
-        const QRegion painted(paints.region()); // a copy: render() paints, too
+        // A copy: render() paints, too.
+        // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
+        const QRegion painted(paints.region());
         QVERIFY(!painted.contains(QPoint(0, 0)));
         QImage whole = picture();
         view.render(&whole);
