@@ -200,8 +200,8 @@ private slots:
     void threadWaitsToBeEnabled();
     void threadInheritsThePriority();
     void startTakesTheCamerasContext();
+    void stopDuringTheStartEndsTheThread_data();
     void stopDuringTheStartEndsTheThread();
-    void destructionDuringTheStartEndsTheThread();
     void startPublishesTheSizeOfTheSecondImage();
     void startLeavesTheSizeOfTheFirstImageAlone();
     void contextIsMadeCurrentInEveryPass();
@@ -317,8 +317,17 @@ void TestInputThreadLoop::startTakesTheCamerasContext()
     QVERIFY(stepped.contextCurrent);
 }
 
+void TestInputThreadLoop::stopDuringTheStartEndsTheThread_data()
+{
+    QTest::addColumn<bool>("byDestructor");
+    QTest::newRow("stop") << false;
+    // The destructor cleared `running` just before the thread set it.
+    QTest::newRow("destructor") << true;
+}
+
 void TestInputThreadLoop::stopDuringTheStartEndsTheThread()
 {
+    QFETCH(bool, byDestructor);
     InputThreadModul input;
     input.enableToStart(true);
     QCOMPARE(input.live(static_cast<int>(cameraSerial)), 0);
@@ -331,7 +340,7 @@ void TestInputThreadLoop::stopDuringTheStartEndsTheThread()
     const CallHook onCall([&](const CallRecord& record) {
         if (record.call == CALL::GET_CUDA_CONTEXT) {
             ran = input.running;
-            input.running = false;
+            (byDestructor ? input.aborted : input.running) = byDestructor;
         }
     });
     input.startGrabbing();
@@ -341,27 +350,6 @@ void TestInputThreadLoop::stopDuringTheStartEndsTheThread()
     QCOMPARE(ProgramStates::getIntAttr(ProgramStates::image2Width),
              static_cast<int>(input.image2Size.width));
     QVERIFY(input.opened);
-}
-
-void TestInputThreadLoop::destructionDuringTheStartEndsTheThread()
-{
-    InputThreadModul input;
-    input.enableToStart(true);
-    QCOMPARE(input.live(static_cast<int>(cameraSerial)), 0);
-    QVERIFY(input.CreateMemories());
-    // The destructor cleared `running` just before the thread set it.
-    bool ran = false;
-    bench().log().setHighRate(true);
-    const CallHook onCall([&](const CallRecord& record) {
-        if (record.call == CALL::GET_CUDA_CONTEXT) {
-            ran = input.running;
-            input.aborted = true;
-        }
-    });
-    input.startGrabbing();
-    QVERIFY(input.wait(waiting::patienceMs));
-    QVERIFY(ran);
-    QCOMPARE(calls(CALL::GRAB), std::uint64_t(0));
 }
 
 void TestInputThreadLoop::startPublishesTheSizeOfTheSecondImage()
