@@ -126,7 +126,7 @@ class Comparing(unittest.TestCase):
 
     def test_each_figure_says_where_and_how_it_was_measured(self):
         new = measure.measure([figure()], ".", {}, 20, io.StringIO())[0]["x"]
-        self.assertEqual(set(new), {"value", "unit", "command", "machine", "kernel", "load", "date", "commit"})
+        self.assertEqual(set(new), {"value", "unit", "command", "machine", "kernel", "load", "host", "date", "commit"})
         self.assertTrue(all(str(value) != "" for value in new.values()), new)
 
     def test_this_machine_its_load_and_the_commit_are_known(self):
@@ -135,6 +135,20 @@ class Comparing(unittest.TestCase):
         self.assertIn(f"{measure.os.cpu_count()} cores", found["machine"])
         self.assertGreaterEqual(found["load"], 0)
         self.assertTrue(found["commit"])
+
+    def test_the_host_takes_a_part_of_the_time_that_was_wanted(self):
+        before = measure.processor_times("cpu  100 20 30 9000 50 4 6 40 7 1\ncpu0 1 1 1 1 1 1 1 1 1 1\n")
+        self.assertEqual(before, (200, 40))
+        self.assertEqual(measure.taken(before, (600, 140)), 25.0)
+        self.assertEqual(measure.taken(before, before), 0.0)
+
+    def test_the_last_figure_has_its_host_too(self):
+        for host, text in ((3.0, "load 1.0, host 3 %)"), (None, "load 1.0)")):
+            out, before = io.StringIO(), last(10)
+            if host is not None:
+                before["x"]["host"] = host
+            measure.measure([figure()], ".", before, 20, out)
+            self.assertIn(text, out.getvalue())
 
     def test_figures_are_kept_after_each_command(self):
         kept = []
@@ -210,8 +224,10 @@ class Files(unittest.TestCase):
 
     def test_the_table_has_machine_kernel_load_and_aim_of_each_figure(self):
         name = "recorder: rows per second"
-        lines = measure.markdown(last([1, 2000], name)).splitlines()
-        self.assertEqual(lines[2], f"| {name} | 100,000 | 1; 2,000 ms | 1.0 | 2026-01-01, c | 1 |")
+        figures = last([1, 2000], name)
+        figures[name]["host"] = 7.5
+        lines = measure.markdown(figures).splitlines()
+        self.assertEqual(lines[2], f"| {name} | 100,000 | 1; 2,000 ms | 1.0 | 7.5 % | 2026-01-01, c | 1 |")
         self.assertEqual(lines[-1], "Machine 1: m, kernel k.")
 
     def test_a_try_has_the_same_figures_as_the_whole_table(self):
