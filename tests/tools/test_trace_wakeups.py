@@ -3,11 +3,13 @@
     python3 tests/tools/test_trace_wakeups.py PROJECT_FOLDER
 """
 
+import contextlib
 import importlib.machinery
 import importlib.util
 import io
 import pathlib
 import platform
+import re
 import sys
 import tempfile
 import unittest
@@ -19,6 +21,7 @@ wakeups = importlib.util.module_from_spec(importlib.util.spec_from_loader("trace
 loader.exec_module(wakeups)
 
 SENSOR, INTERFACE, OTHER, IDLE = ("gravimon", 7), ("gravimon", 5), ("cc1 plus", 20), ("<idle>", 0)
+RENDERER, FOREIGN_RENDERER = ("llvmpipe-0", 6), ("llvmpipe-0", 21)
 PERIOD = 0.0025
 FUTEX = wakeups.FUTEX.get(platform.machine(), 202)
 
@@ -72,7 +75,7 @@ class Story:
         return self.reads(5.65).waits(5.7, 7.5)
 
     def analysis(self):
-        analysis = wakeups.Analysis(SENSOR[1], INTERFACE[1], PERIOD, 0.0)
+        analysis = wakeups.Analysis(SENSOR[1], INTERFACE[1], PERIOD, 0.0, [SENSOR[1], INTERFACE[1], RENDERER[1]])
         for event in wakeups.events(self.lines):
             analysis.take(event)
         return analysis
@@ -114,6 +117,12 @@ class Causes(unittest.TestCase):
                 self.assertEqual(analysis.made, 2)
                 self.assertAlmostEqual(analysis.missing[0].time, seconds(2.5))
                 self.assertAlmostEqual(analysis.missing[0].late, 0.00315)
+
+    def test_a_thread_of_another_program_differs_from_one_of_the_same_name(self):
+        for other, cause in ((RENDERER, "llvmpipe-0 (of this gravimon)"), (FOREIGN_RENDERER, "llvmpipe-0")):
+            story = Story().begins(other).wakes(2.55, other, True).ran(5.59, other, 5.4) \
+                .switch(5.6, other, SENSOR, "R").ends()
+            self.assertEqual([sample.cause for sample in story.analysis().missing], [f"another thread: {cause}"])
 
     def test_what_took_most_of_the_time_is_the_cause(self):
         story = Story().begins(IDLE).wakes(2.55, IDLE, True).switch(2.56, IDLE, SENSOR).calls(2.57, FUTEX) \
@@ -184,6 +193,13 @@ Missing  Longest delay  Cause
       1       14.31 ms  another thread: fuzz_recorded_f
       1        4.49 ms  another thread: cc1plus""")
 
+    def test_a_trace_names_the_threads_of_the_program(self):
+        text = self.recorded.read_text(encoding="utf-8")
+        thread = re.search(r"next_comm=fuzz_recorded_f next_pid=(\d+)", text).group(1)
+        text = text.replace(f"{wakeups.HEAD}4565 4333", f"{wakeups.HEAD}4565 4333 {thread} 4333 4565")
+        self.assertIn("another thread: fuzz_recorded_f (of this gravimon)\n",
+                      wakeups.report(wakeups.analyse(lambda: io.StringIO(text))))
+
     def test_the_sensor_thread_is_the_one_that_reads(self):
         with open(self.recorded, encoding="utf-8") as lines:
             self.assertEqual(wakeups.sensor_thread(lines), 4565)
@@ -201,10 +217,53 @@ Missing  Longest delay  Cause
 
     def test_a_trace_without_what_is_needed_is_one_clear_error(self):
         head = f"{wakeups.HEAD}7 5\n"
-        for text, message in (("", "record it with --keep"), (head, "no waits"),
-                              (head + Story().waits(0, 2.5).lines[0], "no waits")):
+        waits = Story().waits(0, 2.5).lines[0]
+        for text, message in (("", "record it with --keep"), (wakeups.HEAD + "7\n", "record it with --keep"),
+                              (head, "no waits"), (head + waits, "no waits"),
+                              (head + waits[:waits.index("deadline")], "damaged")):
             with self.assertRaisesRegex(wakeups.Failure, message):
                 wakeups.analyse(lambda text=text: io.StringIO(text))
+
+
+    def test_a_trace_that_ends_within_a_line_is_one_clear_error(self):
+        story = Story()
+        for number in range(3):
+            story.waits(20 * number, 20 * number + 2.5).wakes(20 * number + 2.55, IDLE, True)
+        whole = f"{wakeups.HEAD}7 5\n" + "".join(story.lines)
+        self.assertEqual(wakeups.analyse(lambda: io.StringIO(whole)).made, 2)
+        for cut in (Story().switch(70, OTHER, SENSOR), Story().ran(70, OTHER, 1), Story().wakes(70, OTHER, True),
+                    Story().calls(70, FUTEX), Story().waits(70, 72)):
+            text = whole + cut.lines[0][:cut.lines[0].rindex(": ") + 5]
+            with self.assertRaisesRegex(wakeups.Failure, r"damaged: .* at 100\.070000 s"):
+                wakeups.analyse(lambda text=text: io.StringIO(text))
+
+
+class LostEvents(unittest.TestCase):
+
+    def start(self, *stats):
+        with tempfile.TemporaryDirectory() as folder:
+            for number, (overrun, oldest) in enumerate(stats):
+                cpu = pathlib.Path(folder, "per_cpu", f"cpu{number}")
+                cpu.mkdir(parents=True)
+                (cpu / "stats").write_text(f"entries: 30349\noverrun: {overrun}\ncommit overrun: 0\nbytes: 1044000\n"
+                                           f"oldest event ts: {oldest:12.6f}\nnow ts: 99999.500000\n"
+                                           "dropped events: 0\nread events: 0\n")
+            tracing = wakeups.Tracing()
+            tracing.folder = pathlib.Path(folder)
+            return tracing.complete_from()
+
+    def test_a_trace_is_complete_from_the_latest_beginning_of_a_buffer_that_lost_events(self):
+        for stats, start in ((((0, 75000.25), (0, 75000.5)), None),
+                             (((7, 75000.25), (0, 75000.5)), 75000.25),
+                             (((7, 75000.25), (9, 75000.5)), 75000.5),
+                             (((7, 99.25), (9, 9.5)), 99.25)):  # the kernel pads short numbers with spaces
+            self.assertEqual(self.start(*stats), start, stats)
+
+    def test_events_before_the_complete_part_are_left_out(self):
+        story = Story().waits(1, 2.5).ran(2, OTHER, 1).ran(3, OTHER, 1)
+        lines = ["# tracer: nop\n", "CPU:1 [LOST 12 EVENTS]\n", *story.lines]
+        self.assertEqual(list(wakeups.complete(lines, None)), lines)
+        self.assertEqual(list(wakeups.complete(lines, seconds(2))), lines[:2] + lines[3:])
 
 
 class Programs(unittest.TestCase):
@@ -220,6 +279,20 @@ class Programs(unittest.TestCase):
     def test_a_program_without_symbols_is_refused(self):
         with self.assertRaisesRegex(wakeups.Failure, "no symbol"):
             list(wakeups.probes(pathlib.Path("/bin/true")))
+
+    def test_a_program_whose_camera_stopped_is_one_clear_error(self):
+        class Bench:
+            def cameras(self):
+                return [{"state": "available"}]
+
+        with self.assertRaisesRegex(wakeups.Failure, "no longer streams"):
+            wakeups.counters(Bench())
+
+    def test_a_time_or_buffer_below_one_is_wrong_usage(self):
+        for option in ("--seconds", "--buffer"):
+            with self.assertRaises(SystemExit) as end, contextlib.redirect_stderr(io.StringIO()):
+                wakeups.main([option, "0", "--read", "/dev/null"])
+            self.assertEqual(end.exception.code, 2)
 
     def test_a_missing_program_is_one_clear_error(self):
         out, kept = io.StringIO(), sys.stderr
