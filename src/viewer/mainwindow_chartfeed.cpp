@@ -28,7 +28,10 @@ QVector<double> windowOf(const QVector<double>& series, int start, int count)
 {
     const int begin = std::min(start, series.size());
     const int end = begin + std::min(count, series.size() - begin);
-    return {series.cbegin() + begin, series.cbegin() + end};
+    // Not from a pair of iterators: QVector appends those element by element.
+    QVector<double> window(end - begin);
+    std::copy(series.cbegin() + begin, series.cbegin() + end, window.begin());
+    return window;
 }
 
 } // namespace
