@@ -1,7 +1,9 @@
 #include "charts/plot_canvas.h"
 
+#include <QEvent>
 #include <QPaintEvent>
 #include <QPainter>
+#include <QStyleOption>
 
 #include <qwt_plot.h>
 
@@ -13,6 +15,14 @@ void PlotCanvas::replot()
 {
     m_isNew = true;
     QwtPlotCanvas::replot();
+}
+
+bool PlotCanvas::event(QEvent* event)
+{
+    if (event->type() == QEvent::StyleChange) {
+        m_look.reset();
+    }
+    return QwtPlotCanvas::event(event);
 }
 
 void PlotCanvas::paintEvent(QPaintEvent* event)
@@ -27,10 +37,23 @@ void PlotCanvas::paintEvent(QPaintEvent* event)
     plot()->drawCanvas(&painter);
 }
 
-bool PlotCanvas::canPaintIntoTheWindow() const
+bool PlotCanvas::canPaintIntoTheWindow()
 {
     const double ratio = devicePixelRatioF();
-    const QRect whole = rect();
-    return std::trunc(ratio) == ratio && contentsRect() == whole && borderPath(whole).isEmpty() &&
-           focusIndicator() == NoFocusIndicator;
+    return std::trunc(ratio) == ratio && contentsRect() == rect() &&
+           focusIndicator() == NoFocusIndicator && !hasBorder();
+}
+
+// For the border of a style sheet Qwt draws the background and looks at what was drawn, which is
+// not repeated for each picture.
+bool PlotCanvas::hasBorder()
+{
+    QStyleOption option;
+    option.initFrom(this);
+    const Look look{borderRadius(), option.state};
+    if (!(m_look == look)) {
+        m_look = look;
+        m_hasBorder = !borderPath(rect()).isEmpty();
+    }
+    return m_hasBorder;
 }

@@ -1,6 +1,10 @@
 #pragma once
 
+#include <QStyle>
+
 #include <qwt_plot_canvas.h>
+
+#include <optional>
 
 /// The canvas of a plot whose items cover all of it with opaque colours.
 ///
@@ -24,10 +28,26 @@ public slots:
     void replot();
 
 protected:
+    bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    bool canPaintIntoTheWindow() const;
+    /// What the border of a canvas without a frame depends on, beside its style.
+    struct Look
+    {
+        double borderRadius;
+        QStyle::State state;
 
-    bool m_isNew = false; // not painted since the last replot
+        friend bool operator==(const Look& a, const Look& b)
+        {
+            return a.borderRadius == b.borderRadius && a.state == b.state;
+        }
+    };
+
+    bool canPaintIntoTheWindow();
+    bool hasBorder();
+
+    bool m_isNew = false;       // not painted since the last replot
+    std::optional<Look> m_look; // m_hasBorder is that of this look
+    bool m_hasBorder = false;
 };

@@ -2,6 +2,7 @@
 #include "charts/plot_canvas.h"
 
 #include <QImage>
+#include <QProxyStyle>
 #include <QtTest>
 
 #include <cmath>
@@ -20,6 +21,19 @@ public:
         ++draws;
     }
     mutable int draws = 0;
+};
+
+/// Counts how often the background of a widget is drawn.
+class BackgroundCounter : public QProxyStyle
+{
+public:
+    void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
+                       const QWidget* widget) const override
+    {
+        backgrounds += element == PE_Widget ? 1 : 0;
+        QProxyStyle::drawPrimitive(element, option, painter, widget);
+    }
+    mutable int backgrounds = 0;
 };
 
 /// A plot with curves, whose canvas neither starts nor ends at an even pixel.
@@ -72,6 +86,9 @@ private slots:
     void plotInAStyledWindowIsPaintedIntoTheWindow();
     void canvasWithAnOwnLookIsLeftToQwt_data();
     void canvasWithAnOwnLookIsLeftToQwt();
+    void lookThatComesLaterIsLeftToQwt_data();
+    void lookThatComesLaterIsLeftToQwt();
+    void borderIsDeterminedOnce();
     void lineOfTheTrackerIsWholeAtEachPosition_data();
     void lineOfTheTrackerIsWholeAtEachPosition();
 };
@@ -211,6 +228,60 @@ void TestPlotCanvas::canvasWithAnOwnLookIsLeftToQwt()
     const QImage first = chart.grab().toImage();
     QVERIFY(chart.hasStore());
     QCOMPARE(first, chart.grab().toImage());
+}
+
+void TestPlotCanvas::lookThatComesLaterIsLeftToQwt_data()
+{
+    QTest::addColumn<QString>("firstSheet");
+    QTest::addColumn<Change>("change");
+    QTest::newRow("round corners")
+        << QString() << +[](PlotCanvas& canvas) { canvas.setBorderRadius(30.0); };
+    QTest::newRow("style sheet") << "background: red;" << +[](PlotCanvas& canvas) {
+        canvas.setStyleSheet("background: red; border-radius: 20px;");
+    };
+    QTest::newRow("style sheet of the window") << QString() << +[](PlotCanvas& canvas) {
+        canvas.window()->setStyleSheet("QFrame { background: red; border-radius: 20px; }");
+    };
+    QTest::newRow("state") << "*:disabled { background: red; border-radius: 20px; }"
+                           << +[](PlotCanvas& canvas) { canvas.setEnabled(false); };
+}
+
+void TestPlotCanvas::lookThatComesLaterIsLeftToQwt()
+{
+    QFETCH(QString, firstSheet);
+    QFETCH(Change, change);
+    Chart chart;
+    chart.plotCanvas().setStyleSheet(firstSheet);
+    chart.grab(); // lays the plot out
+    chart.replot();
+    chart.grab();
+    QCOMPARE(chart.hasStore(), !chart.paintsIntoTheWindow());
+    change(chart.plotCanvas());
+    chart.replot();
+    const QImage first = chart.grab().toImage();
+    QVERIFY(chart.hasStore());
+    QCOMPARE(first, chart.grab().toImage());
+}
+
+void TestPlotCanvas::borderIsDeterminedOnce()
+{
+    BackgroundCounter style;
+    Chart chart;
+    chart.plotCanvas().setStyle(&style);
+    chart.plotCanvas().setAttribute(Qt::WA_StyledBackground);
+    chart.grab(); // lays the plot out
+    chart.replot();
+    chart.grab();
+    const int first = style.backgrounds;
+    for (int replots = 0; replots < 3; ++replots) {
+        chart.replot();
+        chart.grab();
+    }
+    if (chart.paintsIntoTheWindow()) { // the store begins with the background
+        QCOMPARE(style.backgrounds, first);
+        QVERIFY(first > 0);
+    }
+    chart.plotCanvas().setStyle(nullptr);
 }
 
 void TestPlotCanvas::lineOfTheTrackerIsWholeAtEachPosition_data()
