@@ -92,4 +92,18 @@ json cameraAsJson(const Bench& bench, const CameraStatus& status, const VirtualC
               {"movingState", truth.movingState}}}};
 }
 
+json samplesAsJson(const Bench& bench)
+{
+    json cameras = json::array();
+    for (const CameraStatus& status : bench.status()) {
+        if (status.inUse) {
+            const ImuCounters counters = bench.imuCounters(status.serialNumber);
+            cameras.push_back({{"serialNumber", status.serialNumber},
+                               {"samplesProduced", counters.produced},
+                               {"samplesRead", counters.delivered}});
+        }
+    }
+    return cameras;
+}
+
 } // namespace om::bench

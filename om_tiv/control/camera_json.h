@@ -16,4 +16,7 @@ nlohmann::json faultsAsJson(const Faults& faults, bool all);
 nlohmann::json cameraAsJson(const Bench& bench, const CameraStatus& status,
                             const VirtualCamera& device);
 
+/// The counts of samples of all cameras in use.
+nlohmann::json samplesAsJson(const Bench& bench);
+
 } // namespace om::bench

@@ -26,6 +26,7 @@ namespace {
 using nlohmann::json;
 
 constexpr range::Range glideRange{0.0, 600.0}; ///< s
+constexpr range::Range stepRange{0.0, 3600.0}; ///< s
 constexpr double fastestSpin = 1000.0;         ///< degrees per second, range of the gyroscope
 
 /// Without the place in a file, which has no meaning here; with the key.
@@ -74,7 +75,7 @@ public:
             {"pose", &Request::pose},         {"field", &Request::field},
             {"fault", &Request::fault},       {"temperature", &Request::temperature},
             {"firmware", &Request::firmware}, {"eeprom", &Request::eeprom},
-            {"loading", &Request::loading},
+            {"loading", &Request::loading},   {"clock", &Request::clock},
         };
         const std::string name = text(m_request, "command");
         std::string known;
@@ -318,6 +319,27 @@ private:
             });
         }
         return {{"faults", faultsAsJson(target->faults(), true)}};
+    }
+
+    json clock()
+    {
+        Clock& clock = m_bench.clock();
+        const bool stopped =
+            m_request.contains("stopped") ? flag(m_request, "stopped") : clock.isManual();
+        const bool moved = m_request.contains("advance");
+        const double step = moved ? number(m_request, "advance", stepRange) : 0.0;
+        if (moved && !stopped) {
+            throw Refusal("the clock is not stopped");
+        }
+        if (stopped) {
+            clock.setManual();
+            clock.advance(std::chrono::nanoseconds(std::llround(step * 1e9)));
+        } else {
+            clock.setReal();
+        }
+        return {{"stopped", clock.isManual()},
+                {"time", clock.now()},
+                {"cameras", samplesAsJson(m_bench)}};
     }
 
     json eeprom()

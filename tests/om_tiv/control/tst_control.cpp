@@ -279,6 +279,73 @@ private slots:
         QVERIFY(file.remove());
     }
 
+    void clockStandsStillUntilItIsAdvancedAndGoesOnFromThere()
+    {
+        Clock& clock = theBench().clock();
+        QVERIFY(!ask({{"command", "clock"}}).at("stopped").get<bool>());
+        const json first = ask({{"command", "clock"}, {"stopped", true}});
+        QVERIFY(first.at("stopped").get<bool>());
+        const auto begin = first.at("time").get<Nanoseconds>();
+        QCOMPARE(clock.now(), begin);
+        const json second = ask({{"command", "clock"}, {"advance", 0.0025}});
+        QVERIFY(second.at("stopped").get<bool>());
+        QCOMPARE(second.at("time").get<Nanoseconds>(), begin + 2500000);
+        QCOMPARE(clock.now(), begin + 2500000);
+        // Far enough ahead that no delay of the test can reach it.
+        const json third = ask({{"command", "clock"}, {"advance", 3600}});
+        const json last = ask({{"command", "clock"}, {"stopped", false}});
+        QVERIFY(!last.at("stopped").get<bool>());
+        QVERIFY(last.at("time").get<Nanoseconds>() >= third.at("time").get<Nanoseconds>());
+        QVERIFY(!clock.isManual());
+    }
+
+    void clockCountsTheSamplesOfTheCamerasInUse()
+    {
+        QVERIFY(ask({{"command", "clock"}, {"stopped", true}}).at("cameras").empty());
+        Camera camera;
+        InitParameters parameters;
+        parameters.input.setFromSerialNumber(serial, BUS_TYPE::USB);
+        QVERIFY(camera.open(parameters) == ERROR_CODE::SUCCESS);
+        const json moved = ask({{"command", "clock"}, {"advance", 1}}).at("cameras");
+        QCOMPARE(moved.size(), std::size_t(1));
+        QCOMPARE(moved.at(0).at("serialNumber").get<unsigned>(), serial);
+        const auto made = moved.at(0).at("samplesProduced").get<int>();
+        QVERIFY2(made > 350 && made < 450, "400 a second");
+        QCOMPARE(moved.at(0).at("samplesRead").get<int>(), 0);
+        SensorsData data;
+        QVERIFY(camera.getSensorsData(data, TIME_REFERENCE::CURRENT) == ERROR_CODE::SUCCESS);
+        const json read = ask({{"command", "clock"}}).at("cameras");
+        QCOMPARE(read.at(0).at("samplesProduced").get<int>(), made);
+        QCOMPARE(read.at(0).at("samplesRead").get<int>(), 1);
+    }
+
+    void clockThatIsRefusedStaysAsItIs_data()
+    {
+        QTest::addColumn<QString>("members");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("not stopped") << R"("advance":1)"
+                                     << "the clock is not stopped";
+        QTest::newRow("set going and advanced") << R"("stopped":false,"advance":1)"
+                                                << "the clock is not stopped";
+        QTest::newRow("backward") << R"("stopped":true,"advance":-1)"
+                                  << "\"advance\" must be a number from 0.0 to 3600.0";
+        QTest::newRow("too far") << R"("stopped":true,"advance":3601)"
+                                 << "\"advance\" must be a number from 0.0 to 3600.0";
+        QTest::newRow("neither true nor false") << R"("stopped":1)"
+                                                << "\"stopped\" must be true or false";
+    }
+
+    void clockThatIsRefusedStaysAsItIs()
+    {
+        QFETCH(QString, members);
+        QFETCH(QString, reason);
+        const QString request = "{\"command\":\"clock\"," + members + "}";
+        const json answer = json::parse(answerControl(theBench(), request.toStdString()));
+        QVERIFY(!answer.at("ok").get<bool>());
+        QCOMPARE(QString::fromStdString(answer.at("error").get<std::string>()), reason);
+        QVERIFY(!theBench().clock().isManual());
+    }
+
     void plugAndUnplugAndTheirRefusals()
     {
         QVERIFY(ask({{"command", "unplug"}, {"serialNumber", serial}}).at("ok").get<bool>());
@@ -427,7 +494,7 @@ private slots:
         row("command of a wrong type", "{\"command\":3}", "\"command\" must be a text");
         row("unknown command", "{\"command\":\"fly\"}",
             "no command \"fly\"; there are list, add, remove, plug, unplug, motion, pose, field, "
-            "fault, temperature, firmware, eeprom, loading");
+            "fault, temperature, firmware, eeprom, loading, clock");
         row("no serial number", "{\"command\":\"plug\"}", "\"serialNumber\" is missing");
         row("negative serial number", "{\"command\":\"plug\",\"serialNumber\":-1}",
             "\"serialNumber\" must be a whole number");
