@@ -112,8 +112,8 @@ class _Screen:
         self.root = self.library.XDefaultRootWindow(self.display)
         self.width, self.height = (size(self.display, 0) for size in (self.library.XDisplayWidth, self.library.XDisplayHeight))
 
-    def rgb(self):
-        """Three bytes a pixel, row by row."""
+    def pixels(self):
+        """Four bytes a pixel, row by row: blue, green, red and one without a meaning."""
         image = self.library.XGetImage(self.display, self.root, 0, 0, self.width, self.height, self.ALL_PLANES,
                                        self.Z_PIXMAP)
         if not image:
@@ -123,13 +123,9 @@ class _Screen:
             if (form.bits_per_pixel, form.byte_order, form.red_mask, form.bytes_per_line) != \
                     (32, 0, 0xff0000, 4 * self.width):
                 raise RuntimeError(f"a screen of {form.bits_per_pixel} bits a pixel, red {form.red_mask:x}")
-            pixels = ctypes.string_at(form.data, 4 * self.width * self.height)
+            return ctypes.string_at(form.data, 4 * self.width * self.height)
         finally:
             self.library.XDestroyImage(image)
-        result = bytearray(3 * self.width * self.height)
-        for place in range(3):
-            result[place::3] = pixels[2 - place::4]
-        return bytes(result)
 
 
 class Picture:
@@ -144,43 +140,54 @@ class Picture:
     def take(cls):
         if cls.screen is None:
             cls.screen = _Screen()
-        return cls(cls.screen.width, cls.screen.height, cls.screen.rgb())
+        return cls(cls.screen.width, cls.screen.height, cls.screen.pixels())
+
+    def _planes(self, area):
+        """Red, green and blue of each row of a rectangle. The tests look again and again until something appears:
+        only what they look at is taken apart."""
+        x, y, width, height = area
+        for row in range(y, y + height):
+            pixels = self.data[4 * (row * self.width + x):4 * (row * self.width + x + width)]
+            yield pixels[2::4], pixels[1::4], pixels[0::4]
 
     def crop(self, area):
-        """The pixels of a rectangle, row by row."""
-        x, y, width, height = area
-        return [self.data[3 * (row * self.width + x):3 * (row * self.width + x + width)]
-                for row in range(y, y + height)]
+        """The pixels of a rectangle, three bytes each, row by row."""
+        rows = []
+        for planes in self._planes(area):
+            row = bytearray(3 * area[2])
+            for place, plane in enumerate(planes):
+                row[place::3] = plane
+            rows.append(bytes(row))
+        return rows
+
+    def _hits(self, area, colour, tolerance):
+        """The rows of a rectangle with 1 for each pixel of the colour and 0 for each other one."""
+        near = [bytes(abs(value - wanted) <= tolerance for value in range(256)) for wanted in colour]
+        for planes in self._planes(area):
+            red, green, blue = (int.from_bytes(plane.translate(table), "big") for plane, table in zip(planes, near))
+            yield (red & green & blue).to_bytes(area[2], "big")
 
     def share(self, area, colour, tolerance=14):
         """Which part of the rectangle has the colour; None: any but the background's."""
-        wanted = colour or SOIL
-        hits = 0
-        for row in self.crop(area):
-            for i in range(0, len(row), 3):
-                hits += all(abs(row[i + c] - wanted[c]) <= tolerance for c in range(3))
-        share = hits / (area[2] * area[3])
+        share = sum(row.count(1) for row in self._hits(area, colour or SOIL, tolerance)) / (area[2] * area[3])
         return share if colour else 1.0 - share
 
     def bounds(self, area, colour, least, tolerance=14):
         """The smallest rectangle around all pixels of the colour in the rectangle; None where they are fewer
         than that share of it."""
         x, y, width, height = area
-        hits = [(column, row) for row, pixels in enumerate(self.crop(area)) for column in range(width)
-                if all(abs(pixels[3 * column + c] - colour[c]) <= tolerance for c in range(3))]
-        if len(hits) < least * width * height:
+        rows = list(enumerate(self._hits(area, colour, tolerance)))
+        if sum(row.count(1) for _, row in rows) < least * width * height:
             return None
-        left, top = min(hit[0] for hit in hits), min(hit[1] for hit in hits)
-        right, bottom = max(hit[0] for hit in hits), max(hit[1] for hit in hits)
+        inked = [(number, row) for number, row in rows if 1 in row]
+        left, right = min(row.index(1) for _, row in inked), max(row.rindex(1) for _, row in inked)
+        top, bottom = inked[0][0], inked[-1][0]
         return x + left, y + top, right - left + 1, bottom - top + 1
 
     def words(self, area, colour, gap=6, tolerance=90):
         """The widths of the words that stand in the rectangle in the colour: runs of columns with such
         pixels, parted by at least so many columns without."""
-        x, y, width, height = area
-        rows = self.crop(area)
-        inked = [any(all(abs(row[3 * i + c] - colour[c]) <= tolerance for c in range(3)) for row in rows)
-                 for i in range(width)]
+        inked = list(map(any, zip(*self._hits(area, colour, tolerance))))
         widths, start, blank = [], None, 0
         for i, ink in enumerate(inked + [False] * gap):
             if ink:
