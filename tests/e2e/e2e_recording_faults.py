@@ -232,11 +232,13 @@ class Store(world.EndToEndTest):
         control.stop_recording(program, path)
         file = recording.Recording(path)
         recording.check_count(file, 30, time.time() - before)
-        # No frequency of the list lies between: 25 Hz gives at least 16 samples from row to row, 50 Hz 8.
+        # No frequency of the list lies between: 25 Hz gives at least 16 samples from row to row, 50 Hz 8. A busy
+        # machine lets some rows come later.
         idx = file.column("idx")
-        span = file.column("imu_Timestamp[sec]")
-        self.assertLess((span[-1] - span[0]) / (len(file) - 1), 0.040)
-        self.assertGreater((span[-1] - span[0]) / (len(file) - 1), 0.0335)
+        time_column = file.column("imu_Timestamp[sec]")
+        distances = sorted(later - earlier for earlier, later in zip(time_column, time_column[1:]))
+        self.assertLess(distances[len(distances) // 4], 0.039, distances)
+        self.assertGreater(sum(distances) / len(distances), 0.0335)
         self.assertGreater(idx[-1], idx[0])
         self.close(program)
 
