@@ -5,8 +5,11 @@
 #include "window/body_shape.h"
 #include "window/turning.h"
 
+#include <QBrush>
+#include <QColor>
 #include <QPainter>
 #include <QPointF>
+#include <QPolygonF>
 #include <QRectF>
 
 #include <vector>
@@ -22,14 +25,17 @@ struct Projection
     /// Of a point in the eye's frame.
     QPointF fromEye(const Vector& v) const;
     QPointF at(const Vector& world) const;
-    /// The pixels of everything up to a distance from the origin.
-    QRectF ball(double radius) const;
+    /// Contains all of a body, except for the width of the lines along its edges.
+    QRectF around(const BodyShape& shape, const Quaternion& pose) const;
 };
 
 class BodyPainter
 {
 public:
     BodyPainter(QPainter& painter, const Projection& projection);
+
+    /// Fills the same pixels with the same colours as the opaque colour, in half of the time.
+    static QBrush brush(const QColor& opaque);
 
     /// The compass rose below the body, with a needle to magnetic north.
     /// @param declination degrees
@@ -46,6 +52,7 @@ private:
 
     QPainter& m_painter;
     const Projection m_projection;
+    QPolygonF m_polygon; ///< of the face that is painted
 };
 
 } // namespace benchwindow

@@ -181,13 +181,15 @@ std::vector<Face> barrelOf(const Lens& lens, double front)
     return faces;
 }
 
-double reachOf(const BodyShape& shape)
+std::array<Vector, 8> boxOf(const BodyShape& shape)
 {
-    double reach = 0.0;
+    Vector low;
+    Vector high;
     const auto include = [&](const std::vector<Face>& faces) {
         for (const Face& face : faces) {
-            for (const Vector& point : face.points) {
-                reach = std::max(reach, om::bench::length(point));
+            for (const Vector& p : face.points) {
+                low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
+                high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
             }
         }
     };
@@ -196,7 +198,12 @@ double reachOf(const BodyShape& shape)
     for (const Lens& lens : shape.lenses) {
         include(lens.barrel);
     }
-    return reach;
+    std::array<Vector, 8> corners;
+    for (std::size_t i = 0; i < corners.size(); ++i) {
+        corners[i] = {(i & 1U) != 0 ? high.x : low.x, (i & 2U) != 0 ? high.y : low.y,
+                      (i & 4U) != 0 ? high.z : low.z};
+    }
+    return corners;
 }
 
 BodyShape makeShape(const Model& m)
@@ -212,7 +219,7 @@ BodyShape makeShape(const Model& m)
         lens.barrel = barrelOf(lens, -m.depth / 2.0);
         shape.lenses.push_back(std::move(lens));
     }
-    shape.reach = reachOf(shape);
+    shape.box = boxOf(shape);
     return shape;
 }
 

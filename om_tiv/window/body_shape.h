@@ -10,6 +10,7 @@
 #include <QColor>
 #include <QString>
 
+#include <array>
 #include <vector>
 
 namespace benchwindow {
@@ -40,7 +41,7 @@ struct BodyShape
     std::vector<Face> marks;  ///< on the hull, in the order of painting
     std::vector<Lens> lenses; ///< in front of the hull
     static constexpr double lensHeight = 0.035;
-    double reach = 0.0; ///< largest distance of a point from the origin
+    std::array<om::bench::Vector, 8> box; ///< corners of the smallest one around all points
 };
 
 /// The shape of a model by its name; that of TIV_Q for an unknown name.

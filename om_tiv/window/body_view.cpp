@@ -66,6 +66,7 @@ void BodyView::setCamera(const CameraView& camera, std::uint64_t ticket)
         showPose(); // the field may have changed
     }
     if (looksOther) {
+        m_nameBounds = {};
         setAccessibleName(camera.model + QLatin1Char(' ') + QString::number(camera.serial));
         showGround();
         showPose();
@@ -139,8 +140,12 @@ void BodyView::showPose()
 {
     const Quaternion pose = m_kind == KIND::STAGE ? shownPose() : m_pose;
     if (!isSame(pose, m_painted)) {
+        // One rectangle, also if it changes again before it is painted: each part of the picture
+        // takes all faces of the body.
+        m_stale |= bodyRect();
         m_painted = pose;
-        update(bodyRect());
+        m_stale |= bodyRect();
+        update(m_stale);
     }
     if (m_kind == KIND::STAGE) {
         QStringList now = values();
@@ -178,12 +183,6 @@ void BodyView::tick()
     if (m_moved || m_turning) {
         order(rate, holdGlide);
     }
-}
-
-void BodyView::resizeEvent(QResizeEvent* event)
-{
-    m_hintBox = {};
-    QWidget::resizeEvent(event);
 }
 
 void BodyView::showEvent(QShowEvent* event)

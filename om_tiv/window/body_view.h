@@ -90,6 +90,7 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
+    void changeEvent(QEvent* event) override;
     void enterEvent(QEvent* event) override;
     void leaveEvent(QEvent* event) override;
 
@@ -109,7 +110,6 @@ private:
     void showGround();
     Ground ground() const;
     QRect bodyRect() const;
-    QRect nameRect() const;
     QRect valuesRect() const;
     QStringList values() const;
     BallPoint ballPoint(const QPointF& position) const;
@@ -122,6 +122,7 @@ private:
     void paintFigures(QPainter& painter, const QRect& part);
     void paintHint(QPainter& painter, const QRect& part);
     void paintName(QPainter& painter);
+    void forgetTexts();
 
     const KIND m_kind;
     CameraView m_camera;
@@ -145,11 +146,13 @@ private:
     bool m_onScreen = true;
 
     Quaternion m_painted; ///< the pose in the picture
+    QRect m_stale;        ///< where the body was and will be, until the picture is painted
     QStringList m_values; ///< the figures in the picture
     Ground m_ground;      ///< in the layer
     Layer m_layer;        ///< everything behind the body
     QRectF m_hintBox;     ///< of this size; null before it is known
     QRectF m_hintBounds;
+    QRectF m_nameBounds; ///< null before they are known
 };
 
 } // namespace benchwindow

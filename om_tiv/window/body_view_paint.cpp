@@ -7,6 +7,7 @@
 
 #include <QPaintEvent>
 #include <QPainter>
+#include <QResizeEvent>
 
 #include <algorithm>
 
@@ -40,6 +41,7 @@ QColor stateColour(const QString& state)
 
 void BodyView::paintEvent(QPaintEvent* event)
 {
+    m_stale = {};
     QPainter painter(this);
     // Part by part, because each has a rectangle as its clip, which is the fastest one.
     for (const QRect& part : event->region()) {
@@ -65,7 +67,7 @@ void BodyView::paintPart(QPainter& painter, const QRect& part)
         painter.setBrush(QColor(25, 25, 25, 130));
         painter.drawRoundedRect(QRectF(rect()).adjusted(2.0, 2.0, -2.0, -2.0), 6.0, 6.0);
     }
-    if (part.intersects(nameRect())) {
+    if (m_nameBounds.isNull() || m_nameBounds.intersects(part)) {
         paintName(painter);
     }
     if (m_kind == KIND::STAGE) {
@@ -114,18 +116,35 @@ void BodyView::paintGround(QPainter& painter)
     }
 }
 
-/// Contains the body in every pose.
+/// Of the body in the picture.
 QRect BodyView::bodyRect() const
 {
     return projection()
-        .ball(shapeOf(m_camera.model).reach)
+        .around(shapeOf(m_camera.model), m_painted)
         .adjusted(-2.0, -2.0, 2.0, 2.0)
         .toAlignedRect();
 }
 
-QRect BodyView::nameRect() const
+void BodyView::resizeEvent(QResizeEvent* event)
 {
-    return m_kind == KIND::CARD ? QRect(0, height() - 28, width(), 20) : QRect(0, 16, width(), 78);
+    forgetTexts();
+    QWidget::resizeEvent(event);
+}
+
+void BodyView::changeEvent(QEvent* event)
+{
+    if (event->type() == QEvent::FontChange) {
+        m_layer.discard();
+        forgetTexts();
+        update();
+    }
+    QWidget::changeEvent(event);
+}
+
+void BodyView::forgetTexts()
+{
+    m_hintBox = {};
+    m_nameBounds = {};
 }
 
 QRect BodyView::valuesRect() const
@@ -136,34 +155,37 @@ QRect BodyView::valuesRect() const
 void BodyView::paintName(QPainter& painter)
 {
     const QString number = QString::number(m_camera.serial);
+    const bool isCard = m_kind == KIND::CARD;
     QFont font = painter.font();
     font.setBold(false);
-    const QColor dot = stateColour(m_camera.state);
-    if (m_kind == KIND::CARD) {
-        font.setPixelSize(12);
+    m_nameBounds = {};
+    const auto paintText = [&](const QRectF& box, int pixels, const QColor& colour,
+                               const QString& text) {
+        font.setPixelSize(pixels);
         painter.setFont(font);
+        painter.setPen(colour);
+        QRectF bounds;
+        painter.drawText(box, Qt::AlignVCenter, text, &bounds);
+        // A letter may be a little outside the bounds of its text.
+        m_nameBounds |= bounds.adjusted(-4.0, -4.0, 4.0, 4.0);
+    };
+    const auto paintDot = [&](const QPointF& centre, double radius) {
         painter.setPen(Qt::NoPen);
-        painter.setBrush(dot);
-        painter.drawEllipse(QPointF(14.0, height() - 18.0), 3.5, 3.5);
-        painter.setPen(m_chosen ? look::pearl : look::iron);
-        painter.drawText(QRectF(24.0, height() - 28.0, width() - 28.0, 20.0), Qt::AlignVCenter,
-                         m_camera.model + QStringLiteral("  ") + number);
-        return;
+        painter.setBrush(stateColour(m_camera.state));
+        painter.drawEllipse(centre, radius, radius);
+    };
+    if (isCard) {
+        paintDot({14.0, height() - 18.0}, 3.5);
+        paintText({24.0, height() - 28.0, width() - 28.0, 20.0}, 12,
+                  m_chosen ? look::pearl : look::iron,
+                  m_camera.model + QStringLiteral("  ") + number);
+    } else {
+        paintText({24.0, 16.0, width() - 48.0, 32.0}, 24, look::pearl, m_camera.model);
+        paintText({24.0, 48.0, width() - 48.0, 22.0}, 14, look::iron, number);
+        paintDot({29.0, 83.0}, 4.0);
+        paintText({40.0, 72.0, width() - 64.0, 22.0}, 14, look::iron, stateText(m_camera.state));
     }
-    font.setPixelSize(24);
-    painter.setFont(font);
-    painter.setPen(look::pearl);
-    painter.drawText(QRectF(24.0, 16.0, width() - 48.0, 32.0), Qt::AlignVCenter, m_camera.model);
-    font.setPixelSize(14);
-    painter.setFont(font);
-    painter.setPen(look::iron);
-    painter.drawText(QRectF(24.0, 48.0, width() - 48.0, 22.0), Qt::AlignVCenter, number);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(dot);
-    painter.drawEllipse(QPointF(29.0, 83.0), 4.0, 4.0);
-    painter.setPen(look::iron);
-    painter.drawText(QRectF(40.0, 72.0, width() - 64.0, 22.0), Qt::AlignVCenter,
-                     stateText(m_camera.state));
+    m_nameBounds.setLeft(0.0); // with the dot
 }
 
 QStringList BodyView::values() const

@@ -9,6 +9,7 @@
 #include "control/control_server.h"
 #include "bench/virtual_camera.h"
 #include "window/bench_window.h"
+#include "window/body_painter.h"
 #include "window/body_shape.h"
 #include "window/controls.h"
 #include "window/panel.h"
@@ -17,8 +18,11 @@
 #include <QComboBox>
 #include <QFile>
 #include <QLabel>
+#include <QLinearGradient>
 #include <QMouseEvent>
+#include <QPaintEngine>
 #include <QPaintEvent>
+#include <QPainter>
 #include <QProcess>
 #include <QPushButton>
 #include <QSlider>
@@ -119,6 +123,64 @@ private:
     int m_count = 0;
     QRegion m_region;
 };
+
+/// Counts the texts that are painted on it.
+class TextCounter : public QImage
+{
+public:
+    explicit TextCounter(const QSize& size) : QImage(size, Format_RGB32) {}
+
+    int texts() const { return m_engine.texts; }
+
+    QPaintEngine* paintEngine() const override { return &m_engine; }
+
+private:
+    struct Engine : QPaintEngine
+    {
+        Engine() : QPaintEngine(AllFeatures) {}
+        bool begin(QPaintDevice* device) override
+        {
+            Q_UNUSED(device)
+            return true;
+        }
+        bool end() override { return true; }
+        void updateState(const QPaintEngineState& changed) override { Q_UNUSED(changed) }
+        void drawPixmap(const QRectF& to, const QPixmap& pixmap, const QRectF& from) override
+        {
+            Q_UNUSED(to)
+            Q_UNUSED(pixmap)
+            Q_UNUSED(from)
+        }
+        void drawPath(const QPainterPath& path) override { Q_UNUSED(path) }
+        using QPaintEngine::drawPolygon;
+        void drawPolygon(const QPointF* points, int count, PolygonDrawMode mode) override
+        {
+            Q_UNUSED(points)
+            Q_UNUSED(count)
+            Q_UNUSED(mode)
+        }
+        void drawTextItem(const QPointF& at, const QTextItem& text) override
+        {
+            Q_UNUSED(at)
+            Q_UNUSED(text)
+            ++texts;
+        }
+        Type type() const override { return User; }
+
+        int texts = 0;
+    };
+
+    mutable Engine m_engine;
+};
+
+CameraView streamingCamera()
+{
+    CameraView camera;
+    camera.serial = first;
+    camera.model = QStringLiteral("TIV_Q");
+    camera.state = QStringLiteral("streaming");
+    return camera;
+}
 
 /// A drag in even steps of the view's time; it ends with the button down.
 void dragOnly(BodyView* view, const QPointF& from, const QPointF& to, int steps,
@@ -771,21 +833,23 @@ private slots:
 
     void partsPaintedOneByOneMakeTheWholePicture_data()
     {
+        QTest::addColumn<bool>("isCard");
         QTest::addColumn<double>("factor");
         for (const double factor : {1.0, 1.25, 1.5, 2.0}) {
-            QTest::addRow("%g", factor) << factor;
+            QTest::addRow("large, %g", factor) << false << factor;
+            QTest::addRow("card, %g", factor) << true << factor;
         }
     }
 
     void partsPaintedOneByOneMakeTheWholePicture()
     {
+        QFETCH(bool, isCard);
         QFETCH(double, factor);
-        BodyView view(BodyView::KIND::STAGE);
-        view.resize(501, 403);
-        CameraView camera;
-        camera.serial = first;
-        camera.model = QStringLiteral("TIV_Q");
-        camera.state = QStringLiteral("streaming");
+        BodyView view(isCard ? BodyView::KIND::CARD : BodyView::KIND::STAGE);
+        if (!isCard) {
+            view.resize(501, 403);
+        }
+        CameraView camera = streamingCamera();
         view.setCamera(camera, 0);
         view.show();
         QVERIFY(QTest::qWaitForWindowExposed(&view, waiting::patienceMs));
@@ -797,7 +861,9 @@ private slots:
         QImage parts = picture();
         view.render(&parts);
         Paints paints(view);
-        camera.pose = fromRotationVector({0.4, 1.1, 0.3});
+        // On the card it is upright in the picture and reaches the name.
+        camera.pose = isCard ? viewAttitude() * fromRotationVector({0.0, 0.0, pi / 2.0})
+                             : fromRotationVector({0.4, 1.1, 0.3});
         view.setCamera(camera, 0);
         QTRY_VERIFY(paints.count() > 0);
         // A copy: render() paints, too.
@@ -811,6 +877,140 @@ private slots:
             view.render(&parts, part.topLeft(), part, QWidget::DrawWindowBackground);
         }
         QCOMPARE(parts, whole);
+    }
+
+    void onlyTheFormerAndTheNewOutlineOfABodyArePaintedInOnePart()
+    {
+        BodyView view(BodyView::KIND::STAGE);
+        view.resize(501, 403);
+        CameraView camera = streamingCamera();
+        view.setCamera(camera, 0);
+        view.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&view, waiting::patienceMs));
+        Paints paints(view);
+        const auto turnTo = [&](const Vector& turn) {
+            camera.pose = fromRotationVector(turn);
+            view.setCamera(camera, 0);
+        };
+        turnTo({0.0, 0.2, 0.0});
+        QTRY_COMPARE(paints.count(), 1);
+        QCOMPARE(paints.region().rectCount(), 2); // the body and the values
+        const QRect body = *paints.region().begin();
+        QVERIFY2(body.height() < view.ballRadius(), "a level body is flat");
+        QVERIFY(body.width() > 1.5 * view.ballRadius());
+        // Two turns before the next picture: along the line of sight, then upright.
+        turnTo({0.0, pi / 2.0, 0.0});
+        turnTo({0.0, 0.0, pi / 2.0});
+        QTRY_COMPARE(paints.count(), 2);
+        QCOMPARE(paints.region().rectCount(), 2);
+    }
+
+    void bodyIsPaintedInsideTheRectangleAroundIt_data()
+    {
+        QTest::addColumn<QString>("model");
+        for (const char* model : {"TIV", "TIV_N", "TIV_P", "TIV_Q", "TIV_R", "TIV_S"}) {
+            QTest::newRow(model) << QString::fromLatin1(model);
+        }
+    }
+
+    void bodyIsPaintedInsideTheRectangleAroundIt()
+    {
+        QFETCH(QString, model);
+        const BodyShape& shape = shapeOf(model);
+        Projection projection;
+        projection.centre = {150.3, 149.8};
+        for (int i = 0; i < 60; ++i) {
+            const Quaternion pose = fromRotationVector({0.11 * i, 0.23 * i, 0.37 * i});
+            QImage picture(300, 300, QImage::Format_RGB32);
+            picture.fill(Qt::magenta);
+            QPainter painter(&picture);
+            BodyPainter(painter, projection).paintBody(shape, pose);
+            // Two pixels for the lines along its edges.
+            const QRect around =
+                projection.around(shape, pose).adjusted(-2.0, -2.0, 2.0, 2.0).toAlignedRect();
+            painter.fillRect(around, Qt::magenta);
+            painter.end();
+            QImage empty = picture;
+            empty.fill(Qt::magenta);
+            QVERIFY2(picture == empty, qPrintable(QString::number(i)));
+            QVERIFY2(around.width() < 256 && around.height() < 256, "not the whole picture");
+        }
+    }
+
+    void turningBodyPaintsNoTextThatItDoesNotReach_data()
+    {
+        QTest::addColumn<bool>("isCard");
+        QTest::newRow("large") << false;
+        QTest::newRow("card") << true;
+    }
+
+    void turningBodyPaintsNoTextThatItDoesNotReach()
+    {
+        QFETCH(bool, isCard);
+        BodyView view(isCard ? BodyView::KIND::CARD : BodyView::KIND::STAGE);
+        if (!isCard) {
+            view.resize(860, 560);
+        }
+        view.setCamera(streamingCamera(), 0);
+        TextCounter whole(view.size());
+        view.render(&whole);
+        QVERIFY(whole.texts() >= (isCard ? 1 : 8));
+        // As high as the body is while it turns about the vertical.
+        const int half = static_cast<int>(0.4 * view.ballRadius());
+        const QRect part = QRect(0, view.ballCentre().toPoint().y() - half, view.width(), 2 * half);
+        TextCounter body(view.size());
+        view.render(&body, part.topLeft(), part, QWidget::DrawWindowBackground);
+        QCOMPARE(body.texts(), 0);
+    }
+
+    void otherFontIsShownAtOnce_data() { turningBodyPaintsNoTextThatItDoesNotReach_data(); }
+
+    void otherFontIsShownAtOnce()
+    {
+        QFETCH(bool, isCard);
+        QFont other = QApplication::font();
+        other.setItalic(true);
+        other.setLetterSpacing(QFont::AbsoluteSpacing, 9.0); // more lines
+        const auto kind = isCard ? BodyView::KIND::CARD : BodyView::KIND::STAGE;
+        BodyView changed(kind);
+        BodyView fresh(kind);
+        fresh.setFont(other);
+        QImage before(changed.sizeHint(), QImage::Format_RGB32);
+        QImage after = before;
+        QImage expected = before;
+        for (BodyView* const view : {&changed, &fresh}) {
+            view->resize(view->sizeHint());
+            view->setCamera(streamingCamera(), 0);
+        }
+        changed.render(&before);
+        changed.setFont(other);
+        changed.render(&after);
+        fresh.render(&expected);
+        QVERIFY(after != before);
+        QCOMPARE(after, expected);
+    }
+
+    void brushOfABodyFillsAsAnOpaqueOne()
+    {
+        const QPolygonF face({{3.3, 2.1}, {61.7, 9.4}, {50.2, 57.9}, {8.8, 40.5}});
+        for (int level = 0; level < 256; ++level) {
+            const QColor colour(level, 255 - level, (7 * level) % 256);
+            QImage pictures[2];
+            for (int i = 0; i < 2; ++i) {
+                pictures[i] = QImage(64, 64, QImage::Format_RGB32);
+                QPainter painter(&pictures[i]);
+                QLinearGradient ground(0.0, 0.0, 64.0, 64.0);
+                ground.setColorAt(0.0, Qt::black);
+                ground.setColorAt(1.0, Qt::yellow);
+                painter.fillRect(pictures[i].rect(), ground);
+                painter.setRenderHint(QPainter::Antialiasing);
+                painter.setPen(Qt::NoPen);
+                painter.setBrush(i == 0 ? QBrush(colour) : BodyPainter::brush(colour));
+                painter.drawPolygon(face);
+            }
+            QCOMPARE(pictures[1], pictures[0]);
+        }
+        QVERIFY2(BodyPainter::brush(Qt::red).color().rgba64().alpha() < 0xffff, "the slow way");
     }
 
     // ---- Switches and sliders -----------------------------------------------------------------
