@@ -32,6 +32,8 @@ EXCEPTIONS = (
     ("tests/e2e/waiting.py", "sleep", 1, "between two looks of wait_for()"),
     ("tests/support/qtcalls.cpp", "sleep", 2, "the definitions that stand before Qt's own"),
     ("tests/camera/tst_inputthread_loop.cpp", "sleep", 1, "the definition that stands before the C library's own"),
+    ("tests/support/late_threads.c", "sleep", 1, "lets threads begin and end late"),
+    ("tests/support/tst_late_threads.cpp", "sleep", 1, "the definition that stands before the C library's own"),
     ("tests/gpu/tst_ogl2dwidget.cpp", "spin", 1, "takes the errors that OpenGL keeps, of which it has a few"),
     ("tests/calibration/pictures.cpp", "sleep", 2, "makes pictures of the documents, and is no test"),
     ("tests/e2e/bench_hand.py", "sleep", 5, "the pace of a hand on the mouse, which the window measures"),
