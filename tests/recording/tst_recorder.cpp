@@ -11,6 +11,8 @@
 #include <clocale>
 #include <cmath>
 #include <limits>
+#include <random>
+#include <vector>
 
 namespace {
 
@@ -92,6 +94,85 @@ QString written(const RecOptions& options, const recorder::Row& row)
     QString text;
     QTextStream stream(&text);
     recorder::writeRow(stream, options, row);
+    stream.flush();
+    return text;
+}
+
+/// Zeros, ends of the range, values between two results, and the neighbours of each.
+std::vector<double> edgesOfNumbers()
+{
+    using Limits = std::numeric_limits<double>;
+    std::vector<double> values;
+    for (const double value : {0.0,
+                               Limits::denorm_min(),
+                               Limits::min(),
+                               4.9e-10,
+                               5e-10,
+                               1e-9,
+                               1.5e-9,
+                               1.0 / 1024,
+                               3.0 / 1024,
+                               2049.0 / 1024,
+                               1.0 / 2048,
+                               0.5,
+                               0.9999999995,
+                               1.0,
+                               999999999.5,
+                               1e12,
+                               1e15,
+                               4503599627370495.5,
+                               9007199254740993.0,
+                               1e22,
+                               Limits::max(),
+                               Limits::infinity(),
+                               1706711000.1234567,
+                               1e12 - 1.0 / 1024,
+                               1e12 + 1.0 / 1024}) {
+        for (const double each :
+             {value, std::nextafter(value, 0.0), std::nextafter(value, 1e308)}) {
+            values.push_back(each);
+            values.push_back(-each);
+        }
+    }
+    values.push_back(Limits::quiet_NaN());
+    values.push_back(-Limits::quiet_NaN());
+    return values;
+}
+
+/// The row with these 22 numbers, in the order of the file. The last two are single precision.
+recorder::Row rowOf(const double* v)
+{
+    recorder::Row row;
+    row.index = 7;
+    row.imuTime = v[0];
+    row.magTime = v[1];
+    row.baroTime = v[2];
+    row.acceleration = {v[3], v[4], v[5]};
+    row.angularVelocity = {v[6], v[7], v[8]};
+    row.magneticField = {v[9], v[10], v[11]};
+    row.orientation = {v[12], v[13], v[14]};
+    row.pressure = v[15];
+    row.relativeAltitude = v[16];
+    row.movingState = v[17];
+    row.tempLeft = v[18];
+    row.tempRight = v[19];
+    row.tempImu = static_cast<float>(v[20]);
+    row.tempBarometer = static_cast<float>(v[21]);
+    return row;
+}
+
+/// The same numbers, each written by a text stream.
+QString streamed(const double* v)
+{
+    QString text;
+    QTextStream stream(&text);
+    stream.setRealNumberPrecision(9);
+    stream.setRealNumberNotation(QTextStream::FixedNotation);
+    stream << 7 << ',';
+    for (int i = 0; i < 20; ++i) {
+        stream << v[i] << ',';
+    }
+    stream << static_cast<float>(v[20]) << ',' << static_cast<float>(v[21]) << ",\n";
     stream.flush();
     return text;
 }
@@ -203,6 +284,26 @@ private slots:
             shown.remove(QLatin1Char('-')); // the sign of zero does not matter
         }
         QCOMPARE(shown, text);
+    }
+
+    void everyFieldIsWhatATextStreamWritesOfItsNumber()
+    {
+        std::vector<double> values = edgesOfNumbers();
+        std::mt19937_64 generator(1);
+        std::uniform_real_distribution<double> exponent(-40.0, 60.0);
+        std::uniform_int_distribution<int> sign(0, 1);
+        for (int i = 0; i < 50'000; ++i) {
+            const double size = std::exp2(exponent(generator));
+            for (const double each : {size, std::round(size) / 1024.0, std::round(size * 1e9) / 2e9,
+                                      static_cast<double>(static_cast<float>(size))}) {
+                values.push_back(sign(generator) == 1 ? each : -each);
+            }
+        }
+        constexpr std::size_t fieldsOfARow = 22;
+        for (std::size_t i = 0; i + fieldsOfARow <= values.size(); i += fieldsOfARow) {
+            const double* const v = &values[i];
+            QCOMPARE(written(optionsOf(127), rowOf(v)), streamed(v));
+        }
     }
 
     void commaLocaleChangesNothing()
