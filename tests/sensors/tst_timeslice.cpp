@@ -1,0 +1,47 @@
+// The time slice of a thread. Each test runs in a thread of its own, because a slice stays.
+
+#include "sensors/timeslice.h"
+
+#include <QTest>
+
+#include <chrono>
+#include <optional>
+#include <thread>
+
+class TestTimeslice : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void theAnswerSaysWhetherTheThreadHasTheShortestSlice()
+    {
+        std::optional<std::chrono::nanoseconds> before;
+        std::optional<std::chrono::nanoseconds> after;
+        bool accepted = false;
+        std::thread([&] {
+            before = timeslice::of(0);
+            accepted = timeslice::askForShortest();
+            after = timeslice::of(0);
+        }).join();
+        if (!before) {
+            QVERIFY(!accepted); // this system refuses both
+            return;
+        }
+        if (*before == std::chrono::nanoseconds(0)) {
+            QVERIFY(accepted); // a kernel before 6.12
+            QVERIFY(after == before);
+            return;
+        }
+        QVERIFY(*before > timeslice::shortest);
+        QCOMPARE(accepted, after == timeslice::shortest);
+    }
+
+    void aThreadThatIsNotThereHasNone()
+    {
+        QVERIFY(!timeslice::of(-1));
+        QVERIFY(!timeslice::of(0x7FFFFFFF));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestTimeslice)
+#include "tst_timeslice.moc"
