@@ -217,7 +217,8 @@ class SmallProject(unittest.TestCase):
         cls.out = io.StringIO()
         mutate.LEAST_TIMEOUT = 3.0
         with contextlib.redirect_stdout(cls.out):
-            cls.status = mutate.main([str(cls.root / "src/part/limits.cpp")], cls.root)
+            # A mutant that hangs takes four times this limit.
+            cls.status = mutate.main([str(cls.root / "src/part/limits.cpp"), "--slow", "15"], cls.root)
         cls.report = json.loads((cls.root / "build/mutate/report.json").read_text(encoding="utf-8"))
         cls.text = (cls.root / "build/mutate/report.txt").read_text(encoding="utf-8")
 
