@@ -25,9 +25,10 @@ namespace {
 
 using nlohmann::json;
 
-constexpr range::Range glideRange{0.0, 600.0}; ///< s
-constexpr range::Range stepRange{0.0, 3600.0}; ///< s
-constexpr double fastestSpin = 1000.0;         ///< degrees per second, range of the gyroscope
+constexpr range::Range glideRange{0.0, 600.0};                ///< s
+constexpr range::Range stepRange{0.0, 3600.0};                ///< s
+constexpr Nanoseconds latestTime = 7'258'118'400'000'000'000; ///< the year 2200
+constexpr double fastestSpin = 1000.0; ///< degrees per second, range of the gyroscope
 
 /// Without the place in a file, which has no meaning here; with the key.
 std::string withoutPlace(const std::string& error)
@@ -331,11 +332,14 @@ private:
         if (moved && !stopped) {
             throw Refusal("the clock is not stopped");
         }
-        if (stopped) {
-            clock.setManual();
-            clock.advance(std::chrono::nanoseconds(std::llround(step * 1e9)));
-        } else {
-            clock.setReal();
+        if (moved && clock.now() > latestTime) {
+            throw Refusal("the clock has reached the end of its range, the year 2200");
+        }
+        if (m_request.contains("stopped")) {
+            stopped ? clock.setManual() : clock.setReal();
+        }
+        if (moved) {
+            clock.advance(static_cast<Nanoseconds>(std::llround(step * 1e9)));
         }
         return {{"stopped", clock.isManual()},
                 {"time", clock.now()},

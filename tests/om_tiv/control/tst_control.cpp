@@ -299,6 +299,17 @@ private slots:
         QVERIFY(!clock.isManual());
     }
 
+    void clockEndsBeforeItsNumbersDo()
+    {
+        constexpr Nanoseconds secondsUntil2200 = 7'258'118'400;
+        theBench().clock().setManual(secondsUntil2200 * nsPerS);
+        const auto end = ask({{"command", "clock"}, {"advance", 1}}).at("time").get<Nanoseconds>();
+        QCOMPARE(end, (secondsUntil2200 + 1) * nsPerS);
+        QCOMPARE(ask({{"command", "clock"}, {"advance", 1}}).at("error").get<std::string>(),
+                 std::string("the clock has reached the end of its range, the year 2200"));
+        QCOMPARE(theBench().clock().now(), end);
+    }
+
     void clockCountsTheSamplesOfTheCamerasInUse()
     {
         QVERIFY(ask({{"command", "clock"}, {"stopped", true}}).at("cameras").empty());
