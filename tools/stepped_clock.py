@@ -46,6 +46,7 @@ class Pace:
         self.ask, self.speed, self.now, self.sleep = ask, speed, now, sleep
         self.made = self.read = 0  # of the cameras that are no longer open
         self.open = {}  # samples made and read, by serial number
+        self.closed = {}  # the same of the last opening, when it ended
         self.awaited = {}  # samples read when the last one was made, by serial number
         answer = self.ask({"command": "clock", "stopped": True})
         self.begin, self.first, self.last = self.now(), answer["time"], answer["time"]
@@ -66,12 +67,21 @@ class Pace:
         """Takes the numbers of an answer and returns those of the one before it."""
         self.last = answer["time"]
         counts = {c["serialNumber"]: (c["samplesProduced"], c["samplesRead"]) for c in answer["cameras"]}
+        # A camera in use by the calibration alone keeps the counts of its last opening.
+        counts = {serial: count for serial, count in counts.items()
+                  if serial in self.open or not self.has_counts_of_the_last_opening(serial, *count)}
         for serial, (made, read) in self.open.items():
             if serial not in counts or counts[serial][0] < made:  # closed, and perhaps opened again
                 self.made += made
                 self.read += read
+                self.closed[serial] = (made, read)
         before, self.open = self.open, counts
         return before
+
+    def has_counts_of_the_last_opening(self, serial, made, read):
+        last = self.closed.get(serial)
+        # One sample may have been read after the last look.
+        return last is not None and made >= last[0] and read <= last[1] + 1
 
     def is_awaited(self):
         """Whether the program has not yet read the last sample."""
@@ -96,8 +106,8 @@ class Pace:
 
 
 class SteppedClock:
-    """Paces the clock of a bench on a thread of its own, which never blocks the caller. After a failure the clock
-    stands still and problem has the reason."""
+    """Paces the clock of a bench on a thread of its own. The start and stop() take at most the patience. After a
+    failure the clock stands still and problem has the reason."""
 
     def __init__(self, path, speed, patience):
         self.problem = None
@@ -112,7 +122,7 @@ class SteppedClock:
             while not self.ended.is_set():
                 self.pace.step()
             self.pace.release()
-        except (OSError, ValueError, KeyError) as problem:
+        except Exception as problem:  # whatever it is, the caller reports it
             self.problem = f"the bench's clock stopped after {self.pace.seconds:.1f} s: {problem!r}"
 
     def stop(self):

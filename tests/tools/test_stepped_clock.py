@@ -138,6 +138,24 @@ class PaceTest(unittest.TestCase):
         bench.run(pace, 0.5)
         self.assertEqual(pace.samples, (total[0] + bench.made, total[1] + bench.read))
 
+    def test_a_calibration_of_a_closed_camera_counts_no_samples(self):
+        bench = Bench(delay=0.0)
+        pace = bench.pace(4.0)
+        bench.run(pace, 1.0)
+        bench.camera = None
+        bench.run(pace, 1.0)
+        total = pace.samples
+        # The counts of the last opening, while time goes on and nothing is read.
+        bench.camera, bench.delay, bench.due = SERIAL, None, None
+        bench.run(pace, 1.0)
+        self.assertGreater(bench.made, total[0] + 1000)
+        self.assertEqual(pace.samples, total)
+        self.assertAlmostEqual(pace.seconds, 12.0, delta=2 * SAMPLE)
+        bench.delay = 0.0
+        bench.reopen(SERIAL)
+        bench.run(pace, 1.0)
+        self.assertEqual(pace.samples, (total[0] + bench.made, total[1] + bench.read))
+
     def test_the_clock_is_stopped_and_released(self):
         bench = Bench()
         pace = bench.pace(4.0)
@@ -175,7 +193,8 @@ class SteppedClockTest(unittest.TestCase):
     def test_a_bench_that_does_not_answer_is_a_problem_and_blocks_nobody(self):
         go_on = threading.Event()
         server = self.serve(5, lambda *_: go_on.wait(30))
-        clock = SteppedClock(self.path, 4.0, patience=0.05)
+        clock = SteppedClock(self.path, 4.0, patience=30)
+        clock.connection.socket.settimeout(0.05)
         clock.thread.join(30)
         self.assertIn("timed out", clock.problem)
         clock.stop()
