@@ -63,6 +63,7 @@ class Rates(world.EndToEndTest):
                       f"{lost} of {numbers[-1] - numbers[0]} samples not taken",
                       end=" ", flush=True)
         # A machine that is busy with something else during a recording changes its rate.
+        print(f"\n{sum(rate.keeps_pace for rate in rates)} of {len(rates)} recordings kept pace", flush=True)
         for faster, slower in zip(rates, rates[1:]):
             if faster.keeps_pace and slower.keeps_pace:
                 self.assertGreater(faster.rows, 0.95 * slower.rows, rates)

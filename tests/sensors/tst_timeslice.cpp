@@ -28,11 +28,9 @@ private slots:
             return;
         }
         if (*before == std::chrono::nanoseconds(0)) {
-            QVERIFY(accepted); // a kernel before 6.12
-            QVERIFY(after == before);
+            QVERIFY(after == before); // a kernel before 6.12
             return;
         }
-        QVERIFY(*before > timeslice::shortest);
         QCOMPARE(accepted, after == timeslice::shortest);
     }
 
