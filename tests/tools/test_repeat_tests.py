@@ -1,0 +1,136 @@
+"""tools/repeat-tests: counts rounds and failures, and goes on where an earlier run ended. The builds are none, and ctest
+is a script.
+
+    python3 tests/tools/test_repeat_tests.py PROJECT_FOLDER
+"""
+
+import contextlib
+import importlib.machinery
+import importlib.util
+import io
+import json
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+import unittest
+import unittest.mock
+
+root = pathlib.Path(sys.argv.pop(1))
+sys.dont_write_bytecode = True
+loader = importlib.machinery.SourceFileLoader("repeat_tests", str(root / "tools" / "repeat-tests"))
+repeat_tests = importlib.util.module_from_spec(importlib.util.spec_from_loader("repeat_tests", loader))
+loader.exec_module(repeat_tests)
+
+# Notes its arguments, and lets tst_b fail in the rounds that the file "failing" names.
+CTEST = """#!/bin/bash
+echo "$*" >>{top}/calls
+while [ "$1" != --output-junit ]; do shift; done
+status=run
+grep -qx "$(basename "$2" .xml)" {top}/failing && status=fail
+echo '<testsuite><testcase name="tst_a" status="run"/><testcase name="tst_b" status="'$status'"/></testsuite>' >"$2"
+[ $status = run ]
+"""
+
+
+class RepeatTests(unittest.TestCase):
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.top = pathlib.Path(folder.name)
+        for preset in ("release", "asan", "tsan"):
+            (self.top / "build" / preset).mkdir(parents=True)
+            (self.top / "build" / preset / "CTestTestfile.cmake").touch()
+        (self.top / "bin").mkdir()
+        (self.top / "bin" / "ctest").write_text(CTEST.replace("{top}", str(self.top)), encoding="utf-8")
+        (self.top / "bin" / "ctest").chmod(0o755)
+        self.fail_in()
+        subprocess.run(["git", "init", "-q", str(self.top)], check=True)
+        self.commit("first")
+        for name, value in (("TOP", self.top), ("OUTPUT", self.top / "build" / "repeat")):
+            patch = unittest.mock.patch.object(repeat_tests, name, value)
+            patch.start()
+            self.addCleanup(patch.stop)
+        path = unittest.mock.patch.dict(os.environ, PATH=f"{self.top / 'bin'}:{os.environ['PATH']}")
+        path.start()
+        self.addCleanup(path.stop)
+
+    def commit(self, message):
+        subprocess.run(["git", "-C", str(self.top), "-c", "user.name=a", "-c", "user.email=a@b.example", "commit", "-q",
+                        "--allow-empty", "-m", message], check=True)
+
+    def fail_in(self, *rounds):
+        (self.top / "failing").write_text("".join(f"{each}\n" for each in rounds), encoding="utf-8")
+
+    def run_main(self, *words):
+        """Exit status, output, and the calls of ctest."""
+        (self.top / "calls").write_text("", encoding="utf-8")
+        out = io.StringIO()
+        with contextlib.redirect_stdout(out), contextlib.redirect_stderr(out):
+            status = repeat_tests.main(["--busy", "0", *words])
+        return status, out.getvalue(), (self.top / "calls").read_text(encoding="utf-8").splitlines()
+
+    def test_each_build_has_its_rounds_and_its_tests(self):
+        status, out, calls = self.run_main("--rounds", "2", "--sanitizer-rounds", "1", "--jobs", "3")
+        self.assertEqual(status, 0, out)
+        builds = [next(preset for preset in ("release", "asan", "tsan") if f"build/{preset} " in call) for call in calls]
+        self.assertEqual(builds, ["release", "release", "asan", "tsan"])
+        self.assertTrue(all(" -j 3 " in call for call in calls), calls)
+        left_out = [call.split(" -LE ")[1].split()[0] for call in calls]
+        self.assertEqual(left_out, ["rules", "rules", "rules|e2e|tools", "rules|e2e|tools"])
+        self.assertIn("| release | all | 0 | 2 |", out)
+
+    def test_failures_are_counted(self):
+        self.fail_in("release-1", "release-3")
+        status, out, _ = self.run_main("--rounds", "3", "--sanitizer-rounds", "0")
+        self.assertEqual(status, 1)
+        self.assertIn("| release | tst_b | 2 | 3 |", out)
+        self.assertIn("| release | all | 2 | 3 |", out)
+        self.assertEqual(sorted(path.name for path in (self.top / "build/repeat").glob("*.log")),
+                         ["release-1.log", "release-3.log"])
+
+    def test_a_later_run_goes_on(self):
+        self.fail_in("release-1")
+        self.run_main("--rounds", "2", "--sanitizer-rounds", "0")
+        status, out, calls = self.run_main("--rounds", "3", "--sanitizer-rounds", "1", "--resume")
+        self.assertEqual((status, len(calls)), (1, 3), out)
+        self.assertIn("release-3.xml", calls[0])
+        self.assertIn("| release | tst_b | 1 | 3 |", out)
+        self.assertIn("| tsan | all | 0 | 1 |", out)
+
+    def test_without_resume_the_count_begins_again(self):
+        self.fail_in("release-1")
+        self.run_main("--rounds", "1", "--sanitizer-rounds", "0")
+        self.fail_in()
+        status, out, calls = self.run_main("--rounds", "2", "--sanitizer-rounds", "0")
+        self.assertEqual((status, len(calls)), (0, 2), out)
+
+    def test_rounds_of_another_commit_or_choice_do_not_count(self):
+        self.run_main("--rounds", "1", "--sanitizer-rounds", "0")
+        for words in (("--only", "tst_a"), ("--jobs", "1")):
+            status, out, calls = self.run_main("--rounds", "2", "--sanitizer-rounds", "0", "--resume", *words)
+            self.assertEqual((status, calls), (2, []), out)
+        self.commit("second")
+        status, out, calls = self.run_main("--rounds", "2", "--sanitizer-rounds", "0", "--resume")
+        self.assertEqual((status, calls), (2, []))
+        self.assertIn("run without --resume", out)
+
+    def test_a_damaged_count_is_one_clear_error(self):
+        (self.top / "build/repeat").mkdir()
+        for text in ("no JSON", "[]", json.dumps({"about": {}})):
+            (self.top / "build/repeat/tally.json").write_text(text, encoding="utf-8")
+            status, out, calls = self.run_main("--resume")
+            self.assertEqual((status, calls, out.count("\n")), (2, [], 1), out)
+            self.assertIn("tally.json", out)
+
+    def test_a_missing_build_is_an_error(self):
+        (self.top / "build/tsan/CTestTestfile.cmake").unlink()
+        status, out, _ = self.run_main()
+        self.assertEqual(status, 2)
+        self.assertIn("build/tsan is missing", out)
+
+
+if __name__ == "__main__":
+    unittest.main()
