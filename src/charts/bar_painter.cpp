@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 
 namespace {
 
@@ -53,6 +54,7 @@ bool fillBars(QPainter& painter, const std::vector<QRect>& bars, const QColor& c
     const QRegion region = painter.paintEngine()->systemClip(); // the part that a widget repaints
     const QRect clip = region.isEmpty() ? image->rect() : region.boundingRect() & image->rect();
     const QRgb value = colour.rgb();
+    const QRgb pair[] = {value, value};
     const std::ptrdiff_t stride = image->bytesPerLine() / static_cast<int>(sizeof(QRgb));
     QRgb* const pixels = reinterpret_cast<QRgb*>(image->bits());
     for (const QRect& bar : bars) {
@@ -60,9 +62,15 @@ bool fillBars(QPainter& painter, const std::vector<QRect>& bars, const QColor& c
         const int right = std::min(bar.right() + offset.x(), clip.right());
         const int top = std::max(bar.top() + offset.y(), clip.top());
         const int bottom = std::min(bar.bottom() + offset.y(), clip.bottom());
-        QRgb* row = pixels + top * stride;
+        QRgb* row = pixels + top * stride + left;
+        if (right - left == 1) { // the usual pen, in one step
+            for (int y = top; y <= bottom; ++y, row += stride) {
+                std::memcpy(row, pair, sizeof pair);
+            }
+            continue;
+        }
         for (int y = top; y <= bottom; ++y, row += stride) {
-            for (int x = left; x <= right; ++x) {
+            for (int x = 0; x <= right - left; ++x) {
                 row[x] = value;
             }
         }

@@ -1,8 +1,11 @@
 #include "charts/column_bars.h"
 
+#include "charts/sample_pairs.h"
+
 #include <qwt_scale_map.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 
@@ -11,28 +14,48 @@ namespace columnbars {
 namespace {
 
 constexpr double noValue = std::numeric_limits<double>::infinity();
-constexpr double farAway = 1e6; // pixels, far outside any canvas and within the range of an int
 
-bool isFinite(double value)
+// Whether all samples are finite, and no time is smaller than the one before.
+bool isOrderly(const double* x, const double* y, Span samples)
 {
-    return std::abs(value) <= std::numeric_limits<double>::max();
+    Pair zero = both(0.0); // until a value is not finite
+    Truth ascends = {-1, -1};
+    int i = samples.first;
+    for (; i + 2 <= samples.last; i += 2) {
+        const Pair values = pairAt(y + i);
+        zero += values * 0.0;
+        ascends &= pairAt(x + i) <= pairAt(x + i + 1);
+    }
+    for (; i <= samples.last; ++i) {
+        if (!isFinite(y[i]) || (i < samples.last && !(x[i] <= x[i + 1]))) {
+            return false;
+        }
+    }
+    return zero[0] == 0.0 && zero[1] == 0.0 && ascends[0] != 0 && ascends[1] != 0 &&
+           samples.first <= samples.last && isFinite(x[samples.first]) && isFinite(x[samples.last]);
 }
 
-int roundedPixel(double pixel)
+// The whole number of samples per column of a steady series, 1 or more.
+int usualCountOf(const double* x, Span samples, const PixelMap& xMap)
 {
-    const double bounded = std::min(std::max(pixel, -farAway), farAway);
-    return static_cast<int>(bounded + std::copysign(0.5, bounded));
+    const double columns = (x[samples.last] - x[samples.first]) * xMap.factor;
+    const double count = columns > 1.0 ? (samples.last - samples.first) / columns : 1.0;
+    return std::max(1, static_cast<int>(count));
 }
 
 class Reducer
 {
 public:
-    Reducer(const double* xValues, const double* yValues, int lastSample, const PixelMap& xPixels,
+    Reducer(const double* xValues, const double* yValues, Span samples, const PixelMap& xPixels,
             const PixelMap& yPixels, const QRect& clipRect, const Pen& curvePen)
-        : x(xValues), y(yValues), last(lastSample), xMap(xPixels), yMap(yPixels), clip(clipRect),
+        : x(xValues), y(yValues), last(samples.last), xMap(xPixels), yMap(yPixels), clip(clipRect),
           pen(curvePen), halfPen(curvePen.width / 2), leftmost(clipRect.left() - pen.width - 2),
           rightmost(clipRect.right() + pen.width + 2)
-    {}
+    {
+        if (xMap.factor > 0.0 && isOrderly(x, y, samples)) {
+            usualCount = usualCountOf(x, samples, xMap);
+        }
+    }
 
     bool isDrawable(int i) const { return isFinite(x[i]) && isFinite(y[i]); }
 
@@ -58,8 +81,17 @@ private:
         return std::clamp(roundedPixel(xMap.pixel(x[i])), leftmost, rightmost);
     }
     int rowOf(double value) const { return roundedPixel(yMap.pixel(value)); }
+    std::array<int, 2> rowsOf(Pair values) const
+    {
+        return roundedPixels(yMap.offset + (values - yMap.start) * yMap.factor);
+    }
 
     int collectColumn(int i, Column& column) const;
+    int collectOrderlyRun(int first, std::vector<QRect>& bars) const;
+    Pair extremes(int begin, int end) const;
+    void addBar(int pixel, int top, int bottom, std::vector<QRect>& bars) const;
+    int columnEnd(int i, double right) const;
+    int middleRow(int i) const;
     Column crossColumns(int i, Column column, int next, std::vector<QRect>& bars) const;
     void closeColumn(const Column& column, std::vector<QRect>& bars) const;
     int endsOf(int rows) const;
@@ -74,6 +106,7 @@ private:
     int halfPen;
     int leftmost;
     int rightmost;
+    int usualCount = 0; // of an orderly series on an axis from left to right, else 0
 };
 
 // Adds the samples from i on that are in the column, and returns the first one that is not.
@@ -110,6 +143,49 @@ int Reducer::collectColumn(int i, Column& column) const
     column.low = low;
     column.high = high;
     return i;
+}
+
+// The lowest and the highest value, without a decision by each, which the processor could not
+// foresee.
+Pair Reducer::extremes(int begin, int end) const
+{
+    if (end - begin < 2) {
+        return both(y[begin]);
+    }
+    Pair low = pairAt(y + begin);
+    Pair high = low;
+    Pair low2 = low; // in turn, because each comparison waits for the one before it
+    Pair high2 = low;
+    // Usually as often in each column. The last pairs overlap.
+    const int stop = std::max(end, begin + usualCount + 1);
+    for (int at = begin; at < stop; at += 4) {
+        const Pair values = pairAt(y + std::min(at, end - 2));
+        const Pair values2 = pairAt(y + std::min(at + 2, end - 2));
+        low = lower(values, low);
+        high = higher(values, high);
+        low2 = lower(values2, low2);
+        high2 = higher(values2, high2);
+    }
+    low = lower(low, low2);
+    high = higher(high, high2);
+    return Pair{std::min(low[0], low[1]), std::max(high[0], high[1])};
+}
+
+// The first sample from i on that is not left of `right`.
+int Reducer::columnEnd(int i, double right) const
+{
+    const int usual = i - 1 + usualCount;
+    if (usual >= last || !(x[usual - 1] < right)) {
+        while (i <= last && x[i] < right) {
+            ++i;
+        }
+        return i;
+    }
+    const int end = usual + static_cast<int>(x[usual] < right);
+    if (x[end] >= right) {
+        return end;
+    }
+    return static_cast<int>(std::lower_bound(x + end, x + last + 1, right) - x);
 }
 
 // Draws the segment from sample i - 1 to sample i up to the column of i, and returns that column.
@@ -151,22 +227,78 @@ void Reducer::closeColumn(const Column& column, std::vector<QRect>& bars) const
     int top = column.top;
     int bottom = column.bottom;
     if (column.low <= column.high) {
-        const int row1 = rowOf(column.low);
-        const int row2 = rowOf(column.high);
+        const auto [row1, row2] = rowsOf(Pair{column.low, column.high});
         top = std::min({row1, row2, top});
         bottom = std::max({row1, row2, bottom});
     }
+    addBar(column.pixel, top, bottom, bars);
+}
+
+// A bar between the given rows, with the ends that the pen adds.
+void Reducer::addBar(int pixel, int top, int bottom, std::vector<QRect>& bars) const
+{
     const int ends = pen.stroke == Stroke::Fine ? endsOf(bottom - top) : pen.width;
     top -= ends / 2;
     bottom += ends - ends / 2;
-    const QRect bar = QRect(column.pixel - halfPen, top, pen.width, bottom - top) & clip;
-    if (!bar.isEmpty()) {
-        bars.push_back(bar);
+    const int left = pixel - halfPen;
+    // Not by QRect's operator, which is not inline.
+    const QPoint topLeft(std::max(left, clip.left()), std::max(top, clip.top()));
+    const QPoint bottomRight(std::min(left + pen.width - 1, clip.right()),
+                             std::min(bottom - 1, clip.bottom()));
+    if (topLeft.x() <= bottomRight.x() && topLeft.y() <= bottomRight.y()) {
+        bars.emplace_back(topLeft, bottomRight);
+    }
+}
+
+// Half way between samples i - 1 and i.
+int Reducer::middleRow(int i) const
+{
+    const auto [row1, row2] = rowsOf(pairAt(y + i - 1));
+    return std::min(row1, row2) + std::abs(row1 - row2) / 2;
+}
+
+// As collectRun(), for an orderly series and the plain stroke: a column ends where it usually does.
+int Reducer::collectOrderlyRun(int first, std::vector<QRect>& bars) const
+{
+    int pixel = columnOf(first);
+    int top = std::numeric_limits<int>::max(); // rows that the neighbours' values reach
+    int bottom = std::numeric_limits<int>::min();
+    int i = first;
+    for (;;) {
+        const int begin = i;
+        i = pixel < rightmost ? columnEnd(begin + 1, xMap.value(pixel + 0.5)) : last + 1;
+        int next = pixel;
+        while (i <= last && (next = columnOf(i)) == pixel) {
+            ++i; // on the border of two columns, where the two ways to distinguish them may differ
+        }
+        const bool isLast = i > last || next - pixel > 1;
+        const int middle = isLast ? 0 : middleRow(i);
+        if (!isLast) {
+            top = std::min(top, middle);
+            bottom = std::max(bottom, middle);
+        }
+        if (pixel > leftmost && pixel < rightmost) { // else there is no bar
+            const auto [row1, row2] = rowsOf(extremes(begin, i));
+            addBar(pixel, std::min(std::min(row1, row2), top),
+                   std::max(std::max(row1, row2), bottom), bars);
+        }
+        if (isLast) {
+            return i;
+        }
+        top = bottom = middle;
+        // Counted, so that the next column does not wait for the calculation of this one's number.
+        ++pixel;
+        if (pixel != next) {
+            pixel = next;
+        }
     }
 }
 
 int Reducer::collectRun(int first, std::vector<QRect>& bars) const
 {
+    if (usualCount > 0 && pen.stroke == Stroke::Plain) {
+        return collectOrderlyRun(first, bars);
+    }
     Column column{columnOf(first), y[first], y[first], std::numeric_limits<int>::max(),
                   std::numeric_limits<int>::min()};
     int i = first + 1;
@@ -187,9 +319,7 @@ int Reducer::collectRun(int first, std::vector<QRect>& bars) const
             break;
         }
         if (pen.stroke == Stroke::Plain) {
-            const int row1 = rowOf(y[i - 1]);
-            const int row2 = rowOf(y[i]);
-            const int middle = std::min(row1, row2) + std::abs(row1 - row2) / 2;
+            const int middle = middleRow(i);
             column.top = std::min(column.top, middle);
             column.bottom = std::max(column.bottom, middle);
             closeColumn(column, bars);
@@ -213,7 +343,7 @@ PixelMap::PixelMap(const QwtScaleMap& map, double scale)
 Reduction reduce(const double* x, const double* y, Span samples, const PixelMap& xMap,
                  const PixelMap& yMap, const QRect& clip, const Pen& pen)
 {
-    const Reducer reducer(x, y, samples.last, xMap, yMap, clip, pen);
+    const Reducer reducer(x, y, samples, xMap, yMap, clip, pen);
     Reduction result;
     result.bars.reserve(static_cast<std::size_t>(clip.width()) + 8);
 

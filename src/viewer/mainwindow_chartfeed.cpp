@@ -21,16 +21,19 @@ namespace {
 
 constexpr int reservedSamples = 24000; // a minute of the IMU
 
-/// At most `count` samples from `start` on, in a separate vector of exactly that size. mid() would
-/// share a series that fits into the window, and the sensor thread would copy all of it with the
-/// next sample.
+/// At most `count` samples from `start` on, in a separate vector of exactly that size. mid() alone
+/// would share a series that fits into the window, and the sensor thread would copy all of it with
+/// the next sample.
 QVector<double> windowOf(const QVector<double>& series, int start, int count)
 {
     const int begin = std::min(start, series.size());
-    const int end = begin + std::min(count, series.size() - begin);
+    const int size = std::min(count, series.size() - begin);
+    if (size < series.size()) {
+        return series.mid(begin, size);
+    }
     // Not from a pair of iterators: QVector appends those element by element.
-    QVector<double> window(end - begin);
-    std::copy(series.cbegin() + begin, series.cbegin() + end, window.begin());
+    QVector<double> window(size);
+    std::copy(series.cbegin(), series.cend(), window.begin());
     return window;
 }
 

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <random>
 #include <utility>
 
 using columnbars::Pen;
@@ -97,6 +98,8 @@ private slots:
     void onlyTheGivenSpanCounts();
     void mirroredTimeAxisGivesTheMirroredBars();
     void axisWithoutWidthGivesOneColumn();
+    void seriesInOrderHasTheBarsOfOneInDisorder_data();
+    void seriesInOrderHasTheBarsOfOneInDisorder();
 
     void scaledMapHasThePixelsOfTheDevice();
     void fineStrokeIsAsHighAsThePenWhereTheCurveIsLevel();
@@ -342,6 +345,63 @@ void TestColumnBars::axisWithoutWidthGivesOneColumn()
                                        PixelMap(yScale()), clip, {2});
     QCOMPARE(reduction.bars, std::vector<QRect>{QRect(6, 87, 2, 4)});
     QVERIFY(reduction.lines.empty());
+}
+
+void TestColumnBars::seriesInOrderHasTheBarsOfOneInDisorder_data()
+{
+    QTest::addColumn<double>("perColumn");
+    QTest::addColumn<double>("jitter"); // of the times, in distances of two samples
+    QTest::addColumn<int>("gap");       // samples of 100 that are missing, in one piece
+    QTest::addColumn<double>("value");  // of one sample in the middle
+    QTest::newRow("fewer than columns") << 0.7 << 0.1 << 0 << 50.0;
+    QTest::newRow("one per column") << 1.0 << 0.0 << 0 << 50.0;
+    QTest::newRow("one or two per column") << 1.4 << 0.1 << 0 << 50.0;
+    QTest::newRow("two or three per column") << 2.4 << 0.1 << 0 << 50.0;
+    QTest::newRow("four or five per column") << 4.7 << 0.1 << 0 << 50.0;
+    QTest::newRow("many per column") << 28.3 << 0.1 << 0 << 50.0;
+    QTest::newRow("times far from steady") << 4.7 << 0.9 << 0 << 50.0;
+    QTest::newRow("gaps") << 4.7 << 0.1 << 30 << 50.0;
+    QTest::newRow("gaps among many") << 28.3 << 0.5 << 70 << 50.0;
+    QTest::newRow("gaps, one per column") << 1.0 << 0.3 << 5 << 50.0;
+    QTest::newRow("a value that is no number") << 4.7 << 0.1 << 0 << notANumber;
+    QTest::newRow("an infinite value") << 4.7 << 0.1 << 0 << infinite;
+    QTest::newRow("an infinite negative value") << 4.7 << 0.1 << 0 << -infinite;
+}
+
+// A series with one time that steps back is reduced sample by sample.
+void TestColumnBars::seriesInOrderHasTheBarsOfOneInDisorder()
+{
+    QFETCH(const double, perColumn);
+    QFETCH(const double, jitter);
+    QFETCH(const int, gap);
+    QFETCH(const double, value);
+    std::mt19937 random(20261122);
+    const auto part = [&] { return static_cast<double>(random() % 1001) / 1000; };
+    Samples ordered;
+    for (int i = 0; i < 270 * perColumn; ++i) { // from -60 to 210, beyond both ends
+        const double time = -60.0 + (i + jitter * part()) / perColumn;
+        const double level = 50.0 + 70.0 * std::sin(i / 40.0 / perColumn) + 9.0 * part();
+        if (i % 100 >= gap) {
+            // Some of them twice, some between two columns.
+            ordered.add(i % 37 == 0 ? std::floor(time) - 0.5 : time, level);
+            ordered.add(time, level + part());
+        }
+    }
+    std::sort(ordered.x.begin(), ordered.x.end());
+    ordered.y[ordered.y.size() / 2] = value;
+    Samples disordered;
+    disordered.add(1000.0, notANumber); // draws nothing
+    disordered.x.insert(disordered.x.end(), ordered.x.begin(), ordered.x.end());
+    disordered.y.insert(disordered.y.end(), ordered.y.begin(), ordered.y.end());
+
+    const Reduction fast = ordered.reduced();
+    Reduction each = disordered.reduced();
+    for (Span& line : each.lines) {
+        line = {line.first - 1, line.last - 1};
+    }
+    QVERIFY(fast.bars.size() > 30 || perColumn < 1.0);
+    QCOMPARE(fast.bars, each.bars);
+    QVERIFY(fast.lines == each.lines);
 }
 
 void TestColumnBars::scaledMapHasThePixelsOfTheDevice()
