@@ -106,12 +106,13 @@ endfunction()
 # sanitizer.
 add_custom_target(gravimon_tests)
 
-# gravimon_add_test(<tst_name> SOURCES ... LIBRARIES ... [DISPLAY] [THREADS] [LABELS ...] [TIMEOUT seconds])
+# gravimon_add_test(<tst_name> SOURCES ... LIBRARIES ... [DISPLAY] [THREADS|ONE_THREAD] [LABELS ...] [TIMEOUT seconds])
 # A Qt Test program. DISPLAY gives it an X server of its own. Each run gets a fresh home, settings
 # store, runtime and state folder (tests/support/run-test). With ThreadSanitizer only tests that can start a thread are
-# built and run; THREADS: in a program of their own.
+# built and run; THREADS: in a program of their own. ONE_THREAD: the test starts no thread although what it links could;
+# in the builds without a sanitizer it ends with a failure if it starts one.
 function(gravimon_add_test name)
-  cmake_parse_arguments(arg "DISPLAY;THREADS" "TIMEOUT" "SOURCES;LIBRARIES;LABELS;ENVIRONMENT" ${ARGN})
+  cmake_parse_arguments(arg "DISPLAY;THREADS;ONE_THREAD" "TIMEOUT" "SOURCES;LIBRARIES;LABELS;ENVIRONMENT" ${ARGN})
   add_executable(${name} ${arg_SOURCES})
   gravimon_moc_tests(${name} ${arg_SOURCES})
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
@@ -121,6 +122,9 @@ function(gravimon_add_test name)
   endif()
   if(TARGET gravimon_kept_libraries)
     target_link_libraries(${name} PRIVATE gravimon_kept_libraries)
+  endif()
+  if(arg_ONE_THREAD AND NOT GRAVIMON_SANITIZE)
+    target_link_libraries(${name} PRIVATE gravimon_one_thread)
   endif()
   set(has_pch FALSE)
   if(GRAVIMON_TEST_PCH)
@@ -141,7 +145,7 @@ function(gravimon_add_test name)
   endif()
   if(GRAVIMON_SANITIZE MATCHES "thread")
     gravimon_starts_threads(has_threads ${name})
-    if(NOT has_threads AND NOT arg_THREADS)
+    if((arg_ONE_THREAD OR NOT has_threads) AND NOT arg_THREADS)
       set_target_properties(${name} PROPERTIES EXCLUDE_FROM_ALL ON)
       return()
     endif()
