@@ -1,6 +1,7 @@
 /// A calibration from the first sample to the EEPROM, with a camera whose errors are known.
 
 #include "calibration/dialogfixture.h"
+#include "support/amount.h"
 #include "support/waiting.h"
 
 #include "world/geometry.h"
@@ -139,6 +140,9 @@ void TestCalibPhysics::calibrationFindsTheTruthAndServesTheCompass_data()
     QTest::addColumn<QVector<double>>("softIron"); // gains, body
     QTest::newRow("TIV_Q") << om::MODEL::TIV_Q << 31415926U << QVector<double>{18.5, -24.0, 11.5}
                            << QVector<double>{1.06, 0.93, 1.02};
+    if (amount::divisor > 1) {
+        return; // other numbers on the same way
+    }
     QTest::newRow("TIV_P, other iron")
         << om::MODEL::TIV_P << 27182818U << QVector<double>{-31.0, 8.0, 27.0}
         << QVector<double>{0.88, 1.12, 0.97};
@@ -238,6 +242,9 @@ void TestCalibPhysics::exchangedAxesOrSignsWouldShow_data()
     QTest::addColumn<double>("sign");
     for (int axis = 0; axis < 3; ++axis) {
         for (const double sign : {-1.0, 1.0}) {
+            if (amount::divisor > 1 && sign < 0.0) {
+                continue;
+            }
             QTest::addRow("body %c, %+.0f", "xyz"[axis], sign) << axis << sign;
         }
     }
