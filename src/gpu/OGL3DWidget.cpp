@@ -8,6 +8,7 @@
 #include "gpu/vectors.h"
 #include "gpu/viewport.h"
 
+#include <QEvent>
 #include <QFontMetrics>
 #include <QMatrix4x4>
 #include <QMouseEvent>
@@ -207,11 +208,26 @@ void OGL3DWidget::getColor(int count, int index, float& c1, float& c2, float& c3
     c3 = static_cast<float>(static_cast<double>(r) * 0.8);
 }
 
-void OGL3DWidget::resizeGL(int w, int h)
+bool OGL3DWidget::event(QEvent* event)
+{
+    const bool handled = QOpenGLWidget::event(event);
+    // On a screen with another scale factor Qt replaces the drawable without a resizeGL().
+    if (event->type() == QEvent::ScreenChangeInternal && isValid()) {
+        measureDrawable(width(), height());
+    }
+    return handled;
+}
+
+void OGL3DWidget::measureDrawable(int w, int h)
 {
     const int ratio = devicePixelRatio();
     viewWidth = static_cast<float>(w * ratio);
     viewHeight = static_cast<float>(h * ratio);
+}
+
+void OGL3DWidget::resizeGL(int w, int h)
+{
+    measureDrawable(w, h);
     glViewport(0, 0, static_cast<int>(viewWidth), static_cast<int>(viewHeight));
 }
 

@@ -59,6 +59,7 @@ public slots:
     void setAccStrenght(float strenghtX, float strenghtY, float strenghtZ);
 
 protected:
+    bool event(QEvent* event) override;
     void initializeGL() override;
     void resizeGL(int w, int h) override;
     void paintGL() override;
@@ -76,6 +77,7 @@ protected:
     /// and downward where both i and j are the limit or its negative.
     void addVert(Simple3DObject* object, float i, float j, float height, float length, float limit,
                  const om::Vector3<float>& color);
+    void measureDrawable(int w, int h); ///< of the widget's size
     void reshape();
     void rotateCamera();
     void translateCamera();

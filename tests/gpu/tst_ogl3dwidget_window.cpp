@@ -88,17 +88,19 @@ public:
     mutable QSet<QString> asked;
 };
 
-/// A display with two device pixels per pixel.
+/// A display with two device pixels per pixel, or another number.
 class FineView : public SceneView
 {
 public:
     using SceneView::resizeGL;
     using SceneView::SceneView;
 
+    int ratio = 2;
+
 protected:
     int metric(PaintDeviceMetric name) const override
     {
-        return name == PdmDevicePixelRatio ? 2 : SceneView::metric(name);
+        return name == PdmDevicePixelRatio ? ratio : SceneView::metric(name);
     }
 };
 
@@ -183,6 +185,7 @@ private slots:
     void borderIsPaintedToTheLastPixel();
     void borderSurroundsTheScene();
     void drawableIsMeasuredInDevicePixels();
+    void drawableIsMeasuredAgainOnAnotherScreen();
     void resizeSetsTheWholeViewport();
     void viewportIsTheCentredSquare_data();
     void viewportIsTheCentredSquare();
@@ -325,6 +328,19 @@ void TestOgl3dWidgetWindow::drawableIsMeasuredInDevicePixels()
     fine.resizeGL(100, 50);
     QCOMPARE(fine.viewWidth, 200.0F);
     QCOMPARE(fine.viewHeight, 100.0F);
+}
+
+void TestOgl3dWidgetWindow::drawableIsMeasuredAgainOnAnotherScreen()
+{
+    FineView view;
+    view.ratio = 1;
+    QVERIFY(view.showOnScreen(410, 230));
+    QCOMPARE(view.viewWidth, 410.0F);
+    view.ratio = 2;
+    QEvent otherScreen(QEvent::ScreenChangeInternal);
+    QCoreApplication::sendEvent(&view, &otherScreen);
+    QCOMPARE(view.viewWidth, 820.0F);
+    QCOMPARE(view.viewHeight, 460.0F);
 }
 
 void TestOgl3dWidgetWindow::resizeSetsTheWholeViewport()
