@@ -1,5 +1,6 @@
 #include "charts/plot_canvas.h"
 
+#include <QApplication>
 #include <QEvent>
 #include <QPaintEvent>
 #include <QPainter>
@@ -37,11 +38,12 @@ void PlotCanvas::paintEvent(QPaintEvent* event)
     plot()->drawCanvas(&painter);
 }
 
+// The store has the pixels of the finest screen: Qwt takes the application's ratio.
 bool PlotCanvas::canPaintIntoTheWindow()
 {
     const double ratio = devicePixelRatioF();
-    return std::trunc(ratio) == ratio && contentsRect() == rect() &&
-           focusIndicator() == NoFocusIndicator && !hasBorder();
+    return std::trunc(ratio) == ratio && ratio == qApp->devicePixelRatio() &&
+           contentsRect() == rect() && focusIndicator() == NoFocusIndicator && !hasBorder();
 }
 
 // For the border of a style sheet Qwt draws the background and looks at what was drawn, which is

@@ -13,9 +13,11 @@
 /// itself. The backing store is filled when the same picture is painted once more, as under a
 /// tracker that follows the mouse.
 ///
-/// The picture is the same. Where a pixel of the canvas is not a whole number of the device's
-/// pixels, and for a canvas with a frame, round corners or a focus mark, each picture comes from
-/// the store.
+/// The picture is the same. Each picture comes from the store where a pixel of the canvas is not a
+/// whole number of the device's pixels, on a screen coarser than another one, whose pixels the
+/// store has, and for a canvas with a frame, round corners or a focus mark.
+///
+/// For the interface thread.
 class PlotCanvas : public QwtPlotCanvas
 {
     Q_OBJECT

@@ -65,6 +65,20 @@ public:
     }
 };
 
+/// A canvas on a screen with another ratio than that of the finest screen.
+class CanvasOfAnotherScreen : public PlotCanvas
+{
+public:
+    using PlotCanvas::PlotCanvas;
+
+protected:
+    int metric(PaintDeviceMetric name) const override
+    {
+        return name == PdmDevicePixelRatioScaled ? 5 * static_cast<int>(devicePixelRatioFScale())
+                                                 : PlotCanvas::metric(name);
+    }
+};
+
 } // namespace
 
 Q_DECLARE_METATYPE(Change)
@@ -84,6 +98,7 @@ private slots:
     void storeOfAnEarlierPictureIsNotShown();
     void partOfAReplotLeavesTheRestToTheStore();
     void plotInAStyledWindowIsPaintedIntoTheWindow();
+    void canvasOfAnotherScreenIsLeftToTheStore();
     void canvasWithAnOwnLookIsLeftToQwt_data();
     void canvasWithAnOwnLookIsLeftToQwt();
     void lookThatComesLaterIsLeftToQwt_data();
@@ -200,6 +215,18 @@ void TestPlotCanvas::plotInAStyledWindowIsPaintedIntoTheWindow()
     QCOMPARE(chart.hasStore(), !chart.paintsIntoTheWindow());
     QCOMPARE(first, chart.grab().toImage());
     QVERIFY(chart.hasStore());
+}
+
+void TestPlotCanvas::canvasOfAnotherScreenIsLeftToTheStore()
+{
+    QwtPlot plot;
+    auto* const canvas = new CanvasOfAnotherScreen(&plot);
+    plot.setCanvas(canvas);
+    canvas->setFrameStyle(QFrame::NoFrame);
+    plot.show();
+    plot.replot();
+    plot.grab();
+    QVERIFY(!canvas->backingStore()->isNull());
 }
 
 void TestPlotCanvas::canvasWithAnOwnLookIsLeftToQwt_data()
