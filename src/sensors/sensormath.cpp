@@ -72,7 +72,8 @@ float hectopascals(float pascals)
 
 int shownRate(double reported, double nominal)
 {
-    return static_cast<int>(std::ceil(std::min(reported, nominal)));
+    const double rate = std::min(reported, nominal);
+    return std::isfinite(rate) ? static_cast<int>(std::ceil(rate)) : 0;
 }
 
 } // namespace sensormath

@@ -219,6 +219,9 @@ private slots:
         QTest::newRow("barometer") << 24.3 << 25.0 << 25;
         QTest::newRow("magnetometer above") << 51.7 << 50.0 << 50;
         QTest::newRow("no record yet") << 0.0 << 25.0 << 0;
+        QTest::newRow("endless") << qInf() << 400.0 << 400;
+        QTest::newRow("not a number") << qQNaN() << 400.0 << 0;
+        QTest::newRow("below all numbers") << -qInf() << 400.0 << 0;
     }
 
     void theShownRateIsCappedAndRoundedUp()
