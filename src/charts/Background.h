@@ -1,10 +1,12 @@
+/// @file
+/// The ground of the time chart.
 #pragma once
 
 #include <qwt_plot_item.h>
 
 /// Fills a plot's canvas with one dark colour, below the grid and the curves.
 ///
-/// Deleted by the plot that it is attached to.
+/// Deleted by the plot that it is attached to. For the interface thread.
 class Background : public QwtPlotItem
 {
 public:

@@ -1,3 +1,5 @@
+/// @file
+/// The values of a plot's curves at the mouse.
 #pragma once
 
 #include <QLineF>
@@ -10,15 +12,16 @@ class QwtPlotCurve;
 /// Follows the mouse over a plot's canvas and shows, beside a vertical line, the value of every
 /// visible curve at the cursor's time, each in the colour of its curve.
 ///
-/// Child of the canvas. Changes no data, stores nothing between two events and ignores clicks.
+/// Child of the canvas. Changes no data, stores nothing between two events and ignores clicks. For
+/// the interface thread.
 class CurveTracker : public QwtPlotPicker
 {
 public:
     explicit CurveTracker(QWidget* canvas);
 
-    /// The segment of the curve that spans x; a null line if the curve has none. The samples must
-    /// be sorted by x. The time is logarithmic in their number once the curve's bounding rectangle
-    /// is known.
+    /// The segment of the curve that spans x, in the units of the axes; a null line if the curve
+    /// has none. The samples must be sorted by x. The time is logarithmic in their number once the
+    /// curve's bounding rectangle is known.
     QLineF curveLineAt(const QwtPlotCurve* curve, double x) const;
 
     /// The curve's value at position.x(), interpolated along its segment, as rich text in the

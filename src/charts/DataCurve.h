@@ -1,3 +1,5 @@
+/// @file
+/// The line of a sensor's values.
 #pragma once
 
 #include <QColor>
@@ -5,14 +7,15 @@
 
 #include <qwt_plot_curve.h>
 
-/// A line through its samples, with a solid pen that is kept by colour and width.
+/// A line through its samples, with a solid pen that is kept by colour and width. For the
+/// interface thread.
 class DataCurve : public QwtPlotCurve
 {
 public:
     /// A black line of width 1.0, not antialiased, clipped and filtered by Qwt.
     explicit DataCurve(const QString& title);
 
-    /// Sets the pen: solid, `width` in pixels.
+    /// Sets the pen: solid, `width` in pixels of the chart, 0 or more.
     void setLine(const QColor& colour, double width);
 
 private:

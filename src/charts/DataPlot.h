@@ -53,16 +53,17 @@ public:
     explicit DataPlot(QWidget* parent);
     ~DataPlot() override;
 
-    /// Builds and attaches the curves. Called by the constructor; once is enough.
+    /// Builds and attaches the curves. Only the constructor calls it: a second call would attach
+    /// the same curves once more and leave the first ones without further samples.
     void createCurves();
 
     /// Shows only the curves of this mode and replots. A value that is not a mode hides all curves
     /// and keeps the title of the value axis.
     void setSensorType(SensorType type);
 
-    /// Sets the samples of a curve: times in seconds, ascending, and values in the unit of the
-    /// value axis. The vectors are shared, not copied. If their lengths differ, the shorter one
-    /// counts.
+    /// Sets the samples of a curve, AccX to the last DataType: times in seconds, ascending, and
+    /// values in the unit of the value axis. The vectors are shared, not copied. If their lengths
+    /// differ, the shorter one counts.
     void updateData(DataType curve, QVector<double> x, QVector<double> y, bool replot);
 
     /// Range of the value axis.

@@ -1,10 +1,12 @@
+/// @file
+/// The labels of the time axis.
 #pragma once
 
 #include <QTime>
 
 #include <qwt_scale_draw.h>
 
-/// Labels a time axis in seconds with the time of day, "hh:mm:ss".
+/// Labels a time axis in seconds with the time of day, "hh:mm:ss". For the interface thread.
 class TimeScaleDraw : public QwtScaleDraw
 {
 public:

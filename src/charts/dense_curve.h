@@ -7,9 +7,11 @@
 /// Such samples are reduced to the first, lowest, highest and last of their column, and each column
 /// is painted as one bar as wide as the pen. Otherwise a time chart would spend most of its time on
 /// stroking a polyline of tens of thousands of points. No extreme is lost. Compared with the
-/// stroked line, all drawn pixels but one in 4000 have their counterpart within a pixel. Samples
-/// that are sparser than the pixels are drawn as Qwt's own line. A sample that is not a finite
-/// number interrupts the curve.
+/// stroked line, all drawn pixels but one in 4000 have their counterpart within a pixel. Fewer
+/// than 16 samples in a row, and samples that are sparser than the pixels, are drawn as Qwt's own
+/// line. A sample that is not a finite number interrupts the curve.
+///
+/// For the interface thread.
 ///
 /// Where the device has more than one pixel per pixel of the chart, columns and bars are those of
 /// the device, also between sparse samples. Qwt's own line rounds every sample to a whole pixel of

@@ -13,7 +13,8 @@
 /// all lines of a grid are the same but for their height. The picture is that of QwtPlotGrid.
 ///
 /// Qwt draws a grid with vertical or minor lines, and every grid on a painter that is antialiased,
-/// not a raster painter, or whose pixel is not a whole number of the device's pixels.
+/// not a raster painter, or whose pixel is not a whole number of the device's pixels. For the
+/// interface thread.
 class PlotGrid : public QwtPlotGrid
 {
 public:

@@ -14,7 +14,7 @@ int rowOfSampleFreq(int sampleFreq);
 int sampleFreqOfRow(int row);
 
 /// The modal dialog for RecOptions. It starts with the stored options. When it is accepted, it
-/// stores its options before exec() returns 1.
+/// stores its options before exec() returns 1. Interface thread.
 class RecOptionDlg : public QDialog
 {
     Q_OBJECT

@@ -62,10 +62,11 @@ public slots:
     void createLiveInput();
     /// Passes the camera's CUDA context to the 3D view. Only while inputThread is set.
     void setContext();
-    /// Resets everything after a loss of the camera, clears the charts and polls again.
+    /// Resets everything after a loss of the camera, clears the charts and polls again. Nothing
+    /// after the window was closed.
     void cameraDisconnected();
-    /// Closes the camera and ends every thread and timer except detectTimer. Blocks at least 100
-    /// ms. The samples stay.
+    /// Closes the camera and ends its threads and every timer except detectTimer. Blocks at least
+    /// 100 ms. The samples stay. A device list that is being made, and the disposal, go on.
     void reset();
     /// One tick of the poll. True if a row was built; createLiveInput() has then run.
     bool detectMultipleDevice();
