@@ -1,7 +1,5 @@
 """Operating the calibration with the mouse."""
 
-import subprocess
-
 import screen
 from screen import CONTROLS, LIME, Picture
 from waiting import wait_for
@@ -59,8 +57,7 @@ def answer(program, title):
 
 def ids(program, title):
     """X windows of the program with this title."""
-    return set(subprocess.run(["xdotool", "search", "--onlyvisible", "--all", "--pid", str(program.pid), "--name",
-                               f"^{title}$"], capture_output=True, text=True, check=False).stdout.split())
+    return set(screen.search("--onlyvisible", "--all", "--pid", program.pid, "--name", f"^{title}$"))
 
 
 def start(program):

@@ -135,8 +135,9 @@ class Replay(world.EndToEndTest):
         self.assertEqual(program.end(), 0)
 
     def test_once_ends_with_the_last_row(self):
-        # Long enough for the recording to begin meanwhile.
-        path = self.made_up([f"{i},{1706711000 + i * 0.005:.9f},{i / 4},1,2," for i in range(2400)])
+        # Long enough for the recording to begin meanwhile. The last row is a second behind: rows less than 3 ms apart
+        # are not written, and the one before may be late.
+        path = self.made_up([f"{i},{1706711000 + i * 0.005 + (i == 2399):.9f},{i / 4},1,2," for i in range(2400)])
         program = self.play(path, "--once")
         live = livefile.LiveFile(program)
         live.wait_until("the last row", lambda r: r["gyroX[deg/s]"] == 599.75)

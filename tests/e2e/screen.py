@@ -254,11 +254,18 @@ def click(area, corner=(0, 0)):
     pointer_away()
 
 
+def search(*arguments):
+    """X windows that xdotool finds. A window that goes during the search ends xdotool: then once more."""
+    def found():
+        done = subprocess.run(["xdotool", "search", *map(str, arguments)], capture_output=True, text=True, check=False)
+        return None if "X Error" in done.stderr else (done.stdout.split(),)
+    return wait_for("a search that no window disturbs", found)[0]
+
+
 def windows(pid):
     """Visible windows of a process: title, x, y, width, height, in the order of their making."""
     # Directly on the screen: the 3D view has a window of its own inside the main one.
-    found = subprocess.run(["xdotool", "search", "--onlyvisible", "--maxdepth", "1", "--pid", str(pid)],
-                           capture_output=True, text=True, check=False).stdout.split()
+    found = search("--onlyvisible", "--maxdepth", 1, "--pid", pid)
     result = []
     for window in sorted(found, key=int):
         try:

@@ -191,10 +191,18 @@ class SteppedClockTest(unittest.TestCase):
         return server
 
     def test_a_bench_that_does_not_answer_is_a_problem_and_blocks_nobody(self):
-        go_on = threading.Event()
-        server = self.serve(5, lambda *_: go_on.wait(30))
+        impatient, go_on = threading.Event(), threading.Event()
+
+        def hold(*_):
+            """The first answer that is held waits for the short limit, which counts from the next request."""
+            if not impatient.is_set():
+                impatient.wait(30)
+                return False
+            return go_on.wait(30)
+        server = self.serve(5, hold)
         clock = SteppedClock(self.path, 4.0, patience=30)
         clock.connection.socket.settimeout(0.05)
+        impatient.set()
         clock.thread.join(30)
         self.assertIn("timed out", clock.problem)
         clock.stop()

@@ -183,6 +183,7 @@ private slots:
         open();
         recordByHand();
         const qint64 header = m_viewer->probe.recFile.size();
+        const wallclock::Held held;
         m_viewer->window->saveValues(0);
         QCOMPARE(m_viewer->probe.recFile.size(), header);
         // The next call finds time passed.
