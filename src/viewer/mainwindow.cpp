@@ -4,6 +4,7 @@
 #include "gpu/own_surface.h"
 #include "look/Style.h"
 #include "look/dressing.h"
+#include "viewer/live_text.h"
 #include "recording/line_file.h"
 #include "ui_mainwindow.h"
 
@@ -122,6 +123,8 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(new Ui_MainWin
     dressing::layGround(*this);
     nameForAssistivePrograms(*ui);
     new OwnSurface(ui->widget_3d_view); // deleted with the view
+    valueTexts = {new LiveText(ui->lineEdit_value_0), new LiveText(ui->lineEdit_value_1),
+                  new LiveText(ui->lineEdit_value_2)};
 
     initCharts();
     startDetectTimer();

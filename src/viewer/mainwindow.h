@@ -32,6 +32,7 @@
 #include <thread>
 
 class InputThreadModul;
+class LiveText;
 class QTimer;
 class Style;
 class Ui_MainWindow;
@@ -295,6 +296,7 @@ private:
     /// All series in the order of their declaration.
     static const std::array<QVector<double> MainWindow::*, seriesCount> allSeries;
 
+    std::array<LiveText*, 3> valueTexts{};  // of the value boxes, which own them
     SeriesGrowth growth{sampleSeriesCount}; // of the series with samples
     Disposal<OldSeries> disposal;           // of replaced and cleared series
 };

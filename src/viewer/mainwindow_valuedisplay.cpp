@@ -4,13 +4,13 @@
 
 #include "ui_mainwindow.h"
 #include "sensors/sensormath.h"
+#include "viewer/live_text.h"
 #include "viewer/sensortable.h"
 
 #include <QMutexLocker>
 #include <QTimer>
 
 #include <chrono>
-#include <iterator>
 
 void MainWindow::displayDefaultValues()
 {
@@ -47,15 +47,14 @@ void MainWindow::updateDataDisplay()
 
 void MainWindow::showValues(const QString& sensor)
 {
-    QLineEdit* const boxes[] = {ui->lineEdit_value_0, ui->lineEdit_value_1, ui->lineEdit_value_2};
     // No sensor, as after a loss of the camera, shows as the accelerometer.
     const SensorRow::Values& shown = SensorRow::shownFor(sensor).values;
-    for (std::size_t i = 0; i < std::size(boxes); ++i) {
+    for (std::size_t i = 0; i < valueTexts.size(); ++i) {
         const SensorRow::Value& value = shown.boxes[i];
         if (value.series != nullptr) {
-            boxes[i]->setText(tr(value.text)
-                                  .arg((this->*value.series).last(), shown.width, 'f',
-                                       shown.precision, QLatin1Char(' ')));
+            valueTexts[i]->show(tr(value.text)
+                                    .arg((this->*value.series).last(), shown.width, 'f',
+                                         shown.precision, QLatin1Char(' ')));
         }
     }
     ui->label_sensor_rate->setText(
