@@ -52,7 +52,7 @@ public:
           pen(curvePen), halfPen(curvePen.width / 2), leftmost(clipRect.left() - pen.width - 2),
           rightmost(clipRect.right() + pen.width + 2)
     {
-        if (xMap.factor > 0.0 && isOrderly(x, y, samples)) {
+        if (pen.stroke == Stroke::Plain && xMap.factor > 0.0 && isOrderly(x, y, samples)) {
             usualCount = usualCountOf(x, samples, xMap);
         }
     }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace sensormath {
 
@@ -73,7 +74,7 @@ float hectopascals(float pascals)
 int shownRate(double reported, double nominal)
 {
     const double rate = std::min(reported, nominal);
-    return std::isfinite(rate) ? static_cast<int>(std::ceil(rate)) : 0;
+    return rate > std::numeric_limits<int>::min() ? static_cast<int>(std::ceil(rate)) : 0;
 }
 
 } // namespace sensormath

@@ -99,7 +99,7 @@ om::Vector3<float> unit(const om::Vector3<float>& v);
 float hectopascals(float pascals);
 
 /// The reported rate up to the nominal one, rounded up to a whole number, Hz. 0 for a rate that is
-/// not a number or minus infinity. The nominal rate is finite.
+/// not a number or below all integers. The nominal rate is finite.
 int shownRate(double reported, double nominal);
 
 } // namespace sensormath

@@ -200,7 +200,9 @@ LiveText::Piece LiveText::measured(const QString& text, int end) const
     QTextLayout together(text, m_font, m_box);
     const QTextLine whole = lineOf(together);
     const QVector<quint32> all = glyphsOf(together);
-    if (all.size() != end + 1 || all.mid(0, end) != glyphs) {
+    QTextLayout next(text.mid(end), m_font, m_box);
+    lineOf(next);
+    if (all.size() != end + 1 || all != glyphs + glyphsOf(next)) {
         return {};
     }
     return {layout, whole.cursorToX(end)};
