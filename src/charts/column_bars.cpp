@@ -106,7 +106,7 @@ private:
     int halfPen;
     int leftmost;
     int rightmost;
-    int usualCount = 0; // of an orderly series on an axis from left to right, else 0
+    int usualCount = 0; // plain stroke, orderly series, axis from left to right; else 0
 };
 
 // Adds the samples from i on that are in the column, and returns the first one that is not.
@@ -296,7 +296,7 @@ int Reducer::collectOrderlyRun(int first, std::vector<QRect>& bars) const
 
 int Reducer::collectRun(int first, std::vector<QRect>& bars) const
 {
-    if (usualCount > 0 && pen.stroke == Stroke::Plain) {
+    if (usualCount > 0) {
         return collectOrderlyRun(first, bars);
     }
     Column column{columnOf(first), y[first], y[first], std::numeric_limits<int>::max(),

@@ -4,9 +4,9 @@
 #include "gpu/own_surface.h"
 #include "look/Style.h"
 #include "look/dressing.h"
-#include "viewer/live_text.h"
 #include "recording/line_file.h"
 #include "ui_mainwindow.h"
+#include "viewer/live_text.h"
 
 #include <QCloseEvent>
 #include <QOpenGLContext>
