@@ -341,6 +341,7 @@ class Mcap(Case):
         stamp, data = content["of"]["/camera/imu"][0]
         values = doubles(data, self.fields(stamp, data, "camera_x_forward_z_up"), 37)
         self.assertEqual((values[4], values[16], values[28]), (-1.0, -1.0, 0.0))
+        self.assertEqual(values[:4], (0.0, 0.0, 0.0, 1.0))  # no turn, as there is none
         self.assertEqual(values[25:28], (-3.0, -1.0, 2.0))
 
 
