@@ -5,6 +5,8 @@
 #include <qwt_compass.h>
 #include <qwt_dial_needle.h>
 
+#include <cmath>
+
 Compass::Compass(QWidget* parent) : QwtCompass(parent)
 {
     setRaw(false);
@@ -65,4 +67,16 @@ void Compass::setRaw(bool raw)
                       frameShadow() == QwtDial::Raised ? base.darker(110) : base.lighter(110));
     }
     setPalette(look);
+}
+
+void Compass::setHeading(double heading)
+{
+    constexpr double turn = 360.0;
+    if (heading < 0.0 || heading > turn) {
+        heading = std::fmod(heading, turn);
+        if (heading < 0.0) {
+            heading += turn;
+        }
+    }
+    setValue(heading);
 }

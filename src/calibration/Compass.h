@@ -4,8 +4,7 @@
 
 #include <qwt_compass.h>
 
-/// A compass in one of two styles; setValue() sets it in degrees clockwise from north, in any
-/// range. Mouse, wheel and keys do not turn it. Interface thread only.
+/// A compass in one of two styles. Mouse, wheel and keys do not turn it. Interface thread only.
 class Compass : public QwtCompass
 {
     Q_OBJECT
@@ -17,4 +16,8 @@ public:
     /// Sets the style of the uncalibrated heading (dark red) or of the calibrated one (dark blue),
     /// and 0 degrees. May be called again; the dial owns and replaces its scale and needle.
     void setRaw(bool raw);
+
+    /// Turns the dial to @p heading, in degrees clockwise from north, of any number of turns.
+    /// setValue() would limit it to 0 to 360.
+    void setHeading(double heading);
 };

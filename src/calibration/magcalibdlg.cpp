@@ -34,7 +34,7 @@ MagCalibDlg::MagCalibDlg(int serial, QWidget* parent)
     : QDialog(parent), ui(new Ui_MagCalibDlg), serialNumber(serial)
 {
     ui->setupUi(this);
-    // A title without buttons: the exit button is the only way to leave.
+    // A title without buttons. A window manager can still close the dialog: reject().
     setWindowFlags(Qt::Window | Qt::WindowTitleHint | Qt::CustomizeWindowHint);
     setOmStyleSheet();
     nameForAssistivePrograms(*ui);

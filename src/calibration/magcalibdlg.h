@@ -40,7 +40,7 @@ class TIVmcu;
 /// the flags and the headings as plain values. A lock guards the raw samples: the thread takes it
 /// to append, the update timer for its tick. The fit at the stop and the emptying by clear and
 /// reset use the samples without the lock, while the thread may append. stopAcquisition() joins the
-/// thread only if it is in its loop: not if it has just been started or has given up.
+/// thread only if it is in its loop: not if it has given up.
 class MagCalibDlg : public QDialog
 {
     Q_OBJECT

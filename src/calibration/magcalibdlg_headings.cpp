@@ -54,8 +54,8 @@ void MagCalibDlg::showHeadings()
         tr("Uncalibrated\n%1°").arg(headingUncalib, 6, 'f', 2, QLatin1Char(' ')));
     ui->label_heading_calib->setText(
         tr("Calibrated\n%1°").arg(headingCalib, 6, 'f', 2, QLatin1Char(' ')));
-    ui->widget_raw_compass->setValue(headingUncalib);
-    ui->widget_calib_compass->setValue(headingCalib);
+    ui->widget_raw_compass->setHeading(headingUncalib);
+    ui->widget_calib_compass->setHeading(headingCalib);
 }
 
 void MagCalibDlg::showHeadingState()

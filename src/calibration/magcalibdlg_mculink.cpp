@@ -129,8 +129,15 @@ bool MagCalibDlg::loadCalibData()
 
 bool MagCalibDlg::saveCalibData()
 {
-    if (!mcu && !initTivMcu()) {
-        return false;
+    if (!mcu) {
+        // A new link loads what the camera holds, which is not what is to be stored.
+        const auto offset = magOffset;
+        const auto scale = magScale;
+        if (!initTivMcu()) {
+            return false;
+        }
+        magOffset = offset;
+        magScale = scale;
     }
 
     // The thread continues to poll the link, and only counts failures or gets nothing new.

@@ -73,6 +73,7 @@ private slots:
     void clearLeavesTheIconAndTheCheckAlone();
     void storeAfterClearStoresNeutralValues();
     void resetStoresNeutralValuesAndClears();
+    void resetStoresNeutralValuesInACameraThatCameLater();
     void failedResetHasClearedTheData();
     void storeAfterAStopWithoutSamplesWritesWhatWasLoaded();
     void errorOfTheThreadIsShownOnTheInterfaceThread();
@@ -443,6 +444,11 @@ void TestMagCalibDlg::compassesShowTheHeadings()
     f.probe->onUpdateTimer();
     QCOMPARE(f.probe->ui->widget_raw_compass->value(), 33.25);
     QCOMPARE(f.probe->ui->widget_calib_compass->value(), 301.5);
+    f.probe->headingUncalib = -120.25;
+    f.probe->headingCalib = -0.5;
+    f.probe->onUpdateTimer();
+    QCOMPARE(f.probe->ui->widget_raw_compass->value(), 239.75);
+    QCOMPARE(f.probe->ui->widget_calib_compass->value(), 359.5);
 }
 
 void TestMagCalibDlg::statusWordFollowsTheHeadingState_data()
@@ -769,6 +775,24 @@ void TestMagCalibDlg::resetStoresNeutralValuesAndClears()
     QVERIFY(f.bench.calibration(f.serial).isNeutral());
     QVERIFY(f.probe->rawX.isEmpty());
     QCOMPARE(f.probe->lastFitCount, 0);
+}
+
+void TestMagCalibDlg::resetStoresNeutralValuesInACameraThatCameLater()
+{
+    DialogFixture f(false);
+    om::bench::MagCalibration stored;
+    stored.offset = {1.0F, 2.0F, 3.0F};
+    QVERIFY(f.bench.storeCalibration(f.serial, stored));
+    f.bench.unplug(f.serial);
+    f.boxes.expect("Ok");
+    f.open();
+    f.bench.plug(f.serial);
+    f.boxes.expect("Yes");
+    QTest::mouseClick(f.probe->ui->pushButton_reset, Qt::LeftButton);
+    QVERIFY(f.probe->mcu);
+    QVERIFY(f.bench.calibration(f.serial).isNeutral());
+    QCOMPARE(f.probe->magOffset, (std::array<double, 3>{0.0, 0.0, 0.0}));
+    QCOMPARE(f.probe->magScale, (std::array<double, 3>{1.0, 1.0, 1.0}));
 }
 
 void TestMagCalibDlg::failedResetHasClearedTheData()
