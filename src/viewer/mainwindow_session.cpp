@@ -269,6 +269,10 @@ void MainWindow::on_pushButton_calib_mag_clicked()
     // The dialog uses its own link to the camera and has exclusive access until exec() returns.
     MagCalibDlg dialog(cameraSerial, this);
     dialog.exec();
+    // At the end of a login session all windows close at once, this one before exec() returns.
+    if (style == nullptr) {
+        return;
+    }
     ui->comboBox_camera_list->setCurrentIndex(row);
     createLiveInput();
 }

@@ -436,7 +436,9 @@ private slots:
         start();
         auto& probe = m_viewer->probe;
         QTRY_VERIFY(bench().log().count(CALL::OPEN) >= 1 && probe.detectTimer != nullptr);
-        probe.cameraLost = false; // as after an earlier camera
+        // As after an earlier camera that was left and not lost. Otherwise the display's tick takes
+        // the chosen camera for lost while the message is shown, and opens the first row.
+        probe.cameraLost = false;
         bool polls = true;
         BoxWatcher boxes([&](QMessageBox& box) {
             polls = probe.detectTimer != nullptr;
@@ -647,6 +649,25 @@ private slots:
         QTRY_VERIFY(!m_viewer->window->isVisible());
         QVERIFY(m_viewer->probe.inputThread == nullptr && m_viewer->probe.dataThread == nullptr);
         QVERIFY(m_viewer->probe.detectTimer == nullptr);
+    }
+
+    void allWindowsMayCloseWhileTheCalibrationDialogIsOpen()
+    {
+        startStreaming();
+        const auto opens = bench().log().count(CALL::OPEN);
+        bool closed = false;
+        ModalWatcher<MagCalibDlg> dialogs([&](MagCalibDlg& dialog) {
+            if (!closed && isReady(dialog)) {
+                closed = true;
+                QApplication::closeAllWindows();
+            }
+        });
+        m_viewer->window->on_pushButton_calib_mag_clicked();
+        QVERIFY(closed);
+        QVERIFY(!m_viewer->window->isVisible());
+        QVERIFY(m_viewer->probe.style == nullptr);
+        QVERIFY(m_viewer->probe.inputThread == nullptr && m_viewer->probe.detectTimer == nullptr);
+        QCOMPARE(bench().log().count(CALL::OPEN), opens);
     }
 
     void aSignalIsNoConsentToAQuestionOfTheCalibration_data()
