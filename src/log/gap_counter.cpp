@@ -44,10 +44,13 @@ void GapCounter::add(std::uint64_t timeUs, float effectiveRate)
     m_state.lastUs = std::max(m_state.lastUs, timeUs);
 }
 
-StreamState GapCounter::finish()
+StreamState GapCounter::finish(std::uint64_t endUs)
 {
     if (!m_first.empty()) {
         settle(m_effectiveRate);
+    }
+    if (m_state.periodUs > 0.0) {
+        count(m_state.lastUs, endUs);
     }
     return m_state;
 }
@@ -64,8 +67,10 @@ void GapCounter::settle(float effectiveRate)
         const auto middle = distances.begin() + static_cast<std::ptrdiff_t>(distances.size() / 2);
         std::nth_element(distances.begin(), middle, distances.end());
         m_state.periodUs = *middle / static_cast<double>(samplesIn(*middle, effectiveRate));
-        for (std::size_t i = 1; i < m_first.size(); ++i) {
-            count(m_first[i - 1], m_first[i]);
+        std::uint64_t newest = m_first.front();
+        for (const std::uint64_t timeUs : m_first) {
+            count(newest, timeUs);
+            newest = std::max(newest, timeUs);
         }
     }
     m_first.clear();

@@ -40,7 +40,9 @@ public:
 
     /// The counts of all samples. If there are fewer than `settling` samples, determines the period
     /// from these.
-    StreamState finish();
+    /// @param endUs what fits between the last sample and this time is missing too; a time that is
+    /// not later than the last sample has no effect
+    StreamState finish(std::uint64_t endUs = 0);
 
     const StreamState& state() const { return m_state; }
 

@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
+#include <future>
 #include <iostream>
 #include <thread>
 
@@ -80,7 +81,15 @@ int record(const RecordOptions& options)
     EndSignals signals;
     RecordingRun run(options);
     std::string error;
-    if (!run.start(error)) {
+    // Opening a camera can take minutes; a signal is read meanwhile.
+    std::future<bool> started =
+        std::async(std::launch::async, [&run, &error] { return run.start(error); });
+    while (started.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
+        if (signals.wait(lookPeriod)) {
+            run.requestEnd();
+        }
+    }
+    if (!started.get()) {
         report::complain(error);
         return NOT_DONE;
     }

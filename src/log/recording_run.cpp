@@ -54,7 +54,7 @@ std::chrono::duration<double> RecordingRun::silence() const
 
 bool RecordingRun::isOver(std::uint64_t timeUs) const
 {
-    return m_options.seconds &&
+    return m_options.seconds && timeUs > *m_firstUs &&
            static_cast<double>(timeUs - *m_firstUs) * 1e-6 >= *m_options.seconds;
 }
 
@@ -74,12 +74,16 @@ void RecordingRun::read()
             if (silence() < longSilence) {
                 continue;
             }
-            if (!m_firstUs && silence() > patience) {
-                fail("the camera sends no samples");
-                break;
+            if (!m_firstUs) {
+                if (silence() > patience) {
+                    fail("the camera sends no samples");
+                    break;
+                }
+                continue;
             }
             const std::chrono::duration<double> elapsed = Clock::now() - begin;
             if (m_options.seconds && elapsed.count() > *m_options.seconds + 1.0) {
+                fail("the camera sends no more samples");
                 break;
             }
             continue;
@@ -89,8 +93,11 @@ void RecordingRun::read()
             m_firstUs = made->timeUs;
         }
         if (isOver(made->timeUs)) {
+            // A silence that reaches beyond the end is missing up to the end.
+            m_seenUs = *m_firstUs + static_cast<std::uint64_t>(*m_options.seconds * 1e6);
             break;
         }
+        m_seenUs = std::max(m_seenUs, made->timeUs);
         const std::lock_guard<std::mutex> lock(m_mutex);
         // If the disk blocks for longer, samples are lost and count as missing.
         if (m_waiting.size() < mostWaiting) {
@@ -127,7 +134,7 @@ void RecordingRun::write()
     if (!m_file.finish(error)) {
         fail(error);
     }
-    const StreamState state = m_counter.finish();
+    const StreamState state = m_counter.finish(m_seenUs);
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_state = state;

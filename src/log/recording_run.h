@@ -31,8 +31,8 @@ struct RecordOptions
 /// Records on two threads: one only reads the camera, so that no sample is lost, and one writes.
 /// The queue between them covers a disk that blocks for a minute.
 ///
-/// Call start() first and finish() last, on the same thread. In between any thread may call
-/// isRunning(), state() and requestEnd().
+/// Call start() first and finish() last, one after the other. In between any thread may call
+/// isRunning(), state() and requestEnd(), and requestEnd() already while start() opens the camera.
 class RecordingRun
 {
 public:
@@ -83,8 +83,10 @@ private:
 
     std::atomic<bool> m_ends{false};
     std::atomic<bool> m_running{false};
-    std::atomic<Clock::rep> m_newest{0};    ///< real time of the newest sample
-    std::optional<std::uint64_t> m_firstUs; ///< used by the reading thread
+    std::atomic<Clock::rep> m_newest{0}; ///< real time of the newest sample
+    // Used by the reading thread, and after its end by the writing one.
+    std::optional<std::uint64_t> m_firstUs;
+    std::uint64_t m_seenUs = 0; ///< up to here samples were there to be recorded
 
     mutable std::mutex m_mutex; ///< guards the members below
     std::condition_variable m_readerEnded;

@@ -109,16 +109,50 @@ private slots:
         QCOMPARE(counted(0, 400.0F, [](auto) { return true; }).seconds(), 0.0);
     }
 
+    void aTimeThatRunsBackwardCountsAsASampleOnly_data()
+    {
+        QTest::addColumn<quint64>("at");
+        QTest::newRow("while the period is unknown") << quint64(20);
+        QTest::newRow("later") << quint64(150);
+    }
+
     void aTimeThatRunsBackwardCountsAsASampleOnly()
     {
+        QFETCH(quint64, at);
         GapCounter counter;
         for (std::uint64_t i = 0; i < 200; ++i) {
-            counter.add(start + (i == 150 ? 10 : i) * period, 400.0F);
+            counter.add(start + (i == at ? 10 : i) * period, 400.0F);
         }
         const StreamState state = counter.finish();
         QCOMPARE(state.samples, std::uint64_t(200));
         QCOMPARE(state.missing, std::uint64_t(1)); // the one in whose place it came
         QCOMPARE(state.lastUs, start + 199 * period);
+    }
+
+    void whatIsMissingBeforeTheEndCounts_data()
+    {
+        QTest::addColumn<int>("samples");
+        QTest::newRow("fewer than the period needs") << 20;
+        QTest::newRow("many") << 200;
+    }
+
+    void whatIsMissingBeforeTheEndCounts()
+    {
+        QFETCH(int, samples);
+        for (const std::uint64_t more : {0, 1, 2, 11}) {
+            GapCounter counter;
+            std::uint64_t last = start;
+            for (int i = 0; i < samples; ++i) {
+                last = start + static_cast<std::uint64_t>(i) * period;
+                counter.add(last, 400.0F);
+            }
+            const StreamState state = counter.finish(last + more * period);
+            QCOMPARE(state.samples, static_cast<std::uint64_t>(samples));
+            QCOMPARE(state.missing, more > 1 ? more - 1 : 0);
+            QCOMPARE(state.gaps, std::uint64_t(more > 1 ? 1 : 0));
+            QCOMPARE(state.longestGapAtUs, more > 1 ? last : 0);
+            QCOMPARE(state.lastUs, last);
+        }
     }
 };
 

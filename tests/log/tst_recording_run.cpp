@@ -139,6 +139,41 @@ private slots:
         QVERIFY(run.state().seconds() < 1.0);
     }
 
+    void aSilenceThatReachesBeyondTheEndIsMissing()
+    {
+        m_options.seconds = 1.0;
+        RecordingRun run(m_options);
+        QVERIFY(run.start(m_error));
+        QVERIFY(stepTo(100));
+        theBench().clock().advance(std::chrono::seconds(2));
+        QVERIFY2(run.finish(m_error), m_error.c_str());
+        QCOMPARE(run.rows(), std::uint64_t(100));
+        QCOMPARE(run.state().gaps, std::uint64_t(1));
+        QVERIFY(run.state().missing >= 299 && run.state().missing <= 301);
+    }
+
+    void aCameraThatFallsSilentForGoodIsAnError()
+    {
+        m_options.seconds = 0.5;
+        RecordingRun run(m_options);
+        QVERIFY(run.start(m_error));
+        QVERIFY(stepTo(100));
+        QVERIFY(!run.finish(m_error));
+        QCOMPARE(m_error, std::string("the camera sends no more samples"));
+        QCOMPARE(run.rows(), std::uint64_t(100));
+        QCOMPARE(read(m_options.path).lines.size(), 100);
+    }
+
+    void withoutAFirstSampleTheRecordingIsAnError()
+    {
+        m_options.seconds = 0.1;
+        RecordingRun run(m_options);
+        QVERIFY(run.start(m_error));
+        QVERIFY(!run.finish(m_error));
+        QCOMPARE(m_error, std::string("the camera sends no samples"));
+        QCOMPARE(run.rows(), std::uint64_t(0));
+    }
+
     void aSampleWhoseTimeIsRepeatedHasOneRow()
     {
         RecordingRun run(m_options);
