@@ -147,8 +147,10 @@ void readErrorModel(JsonObject& errors, const SensorKind& kind, ErrorModel& mode
     readAxes(object, "turnOnSpread", model.turnOnSpread, 0.0, kind.most, kind.threeAxes);
     readAxes(object, "temperatureBias", model.temperatureBias, -kind.most, kind.most,
              kind.threeAxes);
-    readAxes(object, "temperatureScaleFactor", model.temperatureScaleFactor, -100.0, 100.0,
-             kind.threeAxes);
+    if (kind.threeAxes) { // the barometer has no scale
+        readAxes(object, "temperatureScaleFactor", model.temperatureScaleFactor, -100.0, 100.0,
+                 true);
+    }
     object.read("resolution", model.resolution, 0.0, kind.most);
     if (kind.mostRange > 0.0) {
         object.read("measurementRange", model.measurementRange, 1.0, kind.mostRange);

@@ -204,7 +204,8 @@ private:
     void addTemperature(CLI::App& sub)
     {
         takeSerial(sub);
-        sub.add_option("CELSIUS", m_celsius, "Degrees Celsius; the sensors follow within a minute")
+        sub.add_option("CELSIUS", m_celsius,
+                       "-40 to 85 degrees Celsius; the sensors follow with a time constant of 20 s")
             ->check(number());
         sub.callback([this] {
             m_order.request["serialNumber"] = m_serial;
@@ -292,7 +293,7 @@ private:
         sub.add_option("--count", m_watch.count, "Number of times, 0 for endless")
             ->capture_default_str()
             ->transform(wholeNumber(0, 1000000000));
-        sub.add_option("--interval", m_watch.interval, "Seconds between two")
+        sub.add_option("--interval", m_watch.interval, "Seconds between two outputs")
             ->capture_default_str()
             ->check(number())
             ->check(CLI::Range(0.01, 3600.0));

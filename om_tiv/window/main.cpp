@@ -37,7 +37,8 @@ int main(int argc, char** argv)
         "om-bench-window"};
     std::string socket;
     options.add_option("--socket", socket,
-                       "Control socket; by default the one running bench is found");
+                       "Control socket, or the number of the program's process; by default the "
+                       "window finds the running program, and asks if there are several");
     options.set_version_flag("--version", std::string("om-bench-window ") + gravimonVersion);
     options.footer("Exit status: 0 the window was closed, 1 no display, 2 wrong usage.");
     try {

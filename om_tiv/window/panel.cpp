@@ -210,14 +210,14 @@ void Panel::addSurroundings()
     addSection(tr("AROUND THE CAMERA"));
     m_temperature = addSlider(tr("Air temperature"), {-20.0, 60.0, 0.5, 1, tr("°C")});
     m_temperature->setObjectName(QStringLiteral("temperature"));
-    m_temperature->setToolTip(tr("The camera follows within a minute"));
+    m_temperature->setToolTip(tr("The camera follows with a time constant of 20 s"));
     connect(m_temperature, &SliderRow::moved, this, [this](double value) {
         m_temperature->awaitTicket(
             sendForCamera({{"command", "temperature"}, {"temperature", value}}, "temperature"));
     });
     m_disturbance = addSlider(tr("Magnetic disturbance"), {0.0, 200.0, 1.0, 0, tr("µT")});
     m_disturbance->setObjectName(QStringLiteral("magneticDisturbance"));
-    m_disturbance->setToolTip(tr("An oscillating field, as of a motor nearby"));
+    m_disturbance->setToolTip(tr("An oscillating field like that of a motor nearby"));
     connect(m_disturbance, &SliderRow::moved, this, [this](double value) {
         m_disturbance->awaitTicket(
             sendForCamera({{"command", "fault"}, {"faults", {{"magneticDisturbance", value}}}},

@@ -34,7 +34,7 @@ struct Faults
     bool imuTemperatureAbsent = false;    ///< location 0
 
     bool magnetometerSaturated = false; ///< body z reads exactly 2048.0 (sensor axis 3: -32768)
-    /// uT: amplitude of a swinging field at the camera, as of a motor nearby.
+    /// uT: amplitude of an oscillating field at the camera, like that of a motor nearby.
     double magneticDisturbance = 0.0;
 
     bool littleGpuMemory = false; ///< GPU allocations fail while this camera is open

@@ -1,14 +1,15 @@
 /// @file
-/// Removes what is not noise from the samples of a sensor at rest: spikes, as of a bad contact, and
+/// Removes what is not noise from the samples of a sensor at rest: spikes of a bad contact, and
 /// the drift that follows the temperature. removeLines() removes lines of the spectrum.
 ///
-/// Short gaps are a straight line (stretchesOf()), which is drawn again after lines and spikes are
-/// removed (refillGaps()): a straight line in place of some periods of a vibration is not a wave,
-/// and would be left as noise. A straight line has less noise from sample to sample, but the m
-/// recorded samples on either side of it count for all: a gap of g samples adds g + g^2 / (2 m)
-/// times the variance of a sample to long averages. N of n samples is too high by half of that
-/// share: 0.25 % with m = 8 and one gap of 4 samples in 1000, above 2 % where 3 % of the samples
-/// are missing in fours. Such a recording fails for its missing samples before.
+/// Short gaps are filled with a straight line (stretchesOf()), and filled again after spectral
+/// lines and spikes are removed (refillGaps()): a straight line in place of some periods of a
+/// vibration is not a wave, and would remain as noise. A straight line has less noise from sample
+/// to sample, but its ends are means of only m recorded samples on either side. So a gap of g
+/// samples adds g + g^2 / (2 m) times the variance of a sample to long averages. The noise density
+/// of n samples is too high by half of that share: by 0.25 % with m = 8 and one gap of 4 samples in
+/// 1000, by more than 2 % where 3 % of the samples are missing in groups of four. The verdict on
+/// missing samples of such a recording is "failed" anyway.
 #pragma once
 
 #include "analysis/allan.h"

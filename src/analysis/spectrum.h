@@ -40,8 +40,8 @@ Spectrum welch(const Stretches& stretches, double rateHz, std::size_t segment = 
 std::vector<SpectralLine> spectralLines(const Spectrum& spectrum, double threshold = 30.0);
 
 /// Subtracts the lines from the stretches: in each block of samples the sine of a line's frequency
-/// that fits best. Noise keeps all but a share of 2 / block per line. Stretches of less than four
-/// periods stay as they are.
+/// that fits best. This also removes a share of 2 / block of the noise per line. Stretches of less
+/// than four periods are not changed.
 /// @param rateHz of the samples
 /// @param block longest block; a stretch is divided evenly
 void removeLines(Stretches& stretches, double rateHz, const std::vector<SpectralLine>& lines,

@@ -66,7 +66,7 @@ Stretches stretchesOf(const std::vector<double>& axis, const Timing& timing,
 /// @param filled by stretch and place, at least one recorded sample between two of them
 void refillGaps(Stretches& stretches, const std::vector<FilledGap>& filled);
 
-/// Histogram of the intervals of rows, for a chart.
+/// Histogram of the intervals of rows, for a chart. Edge and width in seconds.
 struct Histogram
 {
     double first = 0.0; ///< lower edge of the first bin

@@ -73,6 +73,8 @@ public slots:
     void enableToStart(bool enable);
 
 signals:
+    // For future use, and never emitted: theEnd(), sendInit2D(), sendNewImage(), send3D(), SendPC()
+    // and SendDepth().
     void theEnd();
     void sendInitProcess(); ///< CreateMemories(): context current, sizes known, nothing allocated
     void sendInit2D(int, int, int);

@@ -15,7 +15,8 @@ namespace exchange {
 /// from the start, so that memory holds only a small buffer per array. The archive is not
 /// compressed, and has 64-bit fields where needed.
 ///
-/// Call add() for all arrays, then begin(), then append() in any order, then end().
+/// Call add() for all arrays, then begin(), then append() in any order, then end(). The output file
+/// reports disk errors.
 class NpzFile
 {
 public:

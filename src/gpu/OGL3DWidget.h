@@ -49,13 +49,14 @@ public slots:
     /// Draws the scene into the current OpenGL context, which must be the view's. Draws nothing
     /// before InitProcess() or after one without a context.
     void visualize();
-    void setCameraMovingStatus(int status);
-    /// Metres; the mesh only.
+    void setCameraMovingStatus(int status); ///< 0 static, 1 moving, 2 falling
+    /// Metres; the mesh only. Not before InitProcess().
     void setCameraModelPos(const om::Translation& p);
     /// The mesh and the acceleration lines. Not before InitProcess().
     void setCameraModelOr(const om::Orientation& rot);
     /// The mesh only. Not before InitProcess().
     void setCameraModelTr(const om::Transform& rt);
+    /// Sets accStrength: a unit vector along the camera's axes.
     void setAccStrenght(float strenghtX, float strenghtY, float strenghtZ);
 
 protected:
@@ -120,7 +121,7 @@ protected:
     DynAxis* dynamicAxes = nullptr;
 
 public:
-    int movingStatus = 0; ///< camera's motion state from the sensor record
+    int movingStatus = 0; ///< of the newest sample: 0 static, 1 moving, 2 falling
     CUcontext cudaContext =
         nullptr; ///< the camera's; InitProcess() stores the thread's current one
 };

@@ -25,10 +25,11 @@ public:
     /// @param error  one line if it fails
     bool open(const std::optional<unsigned int>& serial, std::string& error);
 
+    /// Of the camera that open() opened.
     const om::CameraInformation& information() const { return m_information; }
 
     /// Waits up to a few milliseconds for the next record of the sensors. The same record may be
-    /// returned more than once.
+    /// returned more than once. True also after a temporary failure, usually without a new sample.
     /// @return false if the camera is lost
     bool next(om::SensorsData& record);
 

@@ -28,7 +28,9 @@ public:
     EndSignals& operator=(const EndSignals&) = delete;
 
     /// Waits for a signal. A further signal, more than `together` after the first, ends the program
-    /// at once.
+    /// at once. One thread at a time.
+    /// @param time longest wait, 0 or more and below one second
+    /// @return whether a signal came
     bool wait(std::chrono::nanoseconds time);
 
 private:

@@ -65,7 +65,7 @@ void addRecord(CLI::App& program, Action& action)
                      "Serial number of the camera; by default the first one is taken")
         ->transform(serialNumber());
     verb->add_option("--seconds", options->seconds,
-                     "Length; by default the recording goes on until Ctrl+C")
+                     "Length in seconds; by default the recording goes on until Ctrl+C")
         ->check(duration());
     verb->add_option("--sensors", *chosen,
                      "Columns, separated by commas; by default all: accelerometer, gyroscope, "

@@ -11,7 +11,7 @@ namespace samplelog {
 
 void addReport(CLI::App& program, Action& action)
 {
-    CLI::App* const verb = program.add_subcommand("report", "Judge the sensors by recordings");
+    CLI::App* const verb = program.add_subcommand("report", "Judge the sensors from recordings");
     const auto command = std::make_shared<report::Command>();
     verb->add_option("FILE", command->recordings, "Recording; several are compared")
         ->required()

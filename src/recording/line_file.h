@@ -30,7 +30,7 @@ public:
 
     /// Writes the waiting data, which takes as long as the disk needs. If the system refuses them,
     /// the rest is lost, and the file is truncated after its last complete line. Neither happens to
-    /// a file that was created again in the meantime.
+    /// a file that was created again in the meantime and is still shorter.
     ~LineFile();
     LineFile(const LineFile&) = delete;
     LineFile& operator=(const LineFile&) = delete;

@@ -27,11 +27,11 @@ struct Row
     std::array<double, 3> orientation = {};     ///< degrees
     double pressure = 0.0;                      ///< hPa
     double relativeAltitude = 0.0;              ///< m
-    double movingState = 0.0;
-    double tempLeft = 0.0;      ///< degrees Celsius
-    double tempRight = 0.0;     ///< degrees Celsius
-    float tempImu = 0.0F;       ///< degrees Celsius
-    float tempBarometer = 0.0F; ///< degrees Celsius
+    double movingState = 0.0;                   ///< 0 static, 1 moving, 2 falling
+    double tempLeft = 0.0;                      ///< degrees Celsius
+    double tempRight = 0.0;                     ///< degrees Celsius
+    float tempImu = 0.0F;                       ///< degrees Celsius
+    float tempBarometer = 0.0F;                 ///< degrees Celsius
 };
 
 /// Name of the file, without folder: date stamp, model and serial number, all blanks removed.

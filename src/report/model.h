@@ -73,10 +73,10 @@ struct AxisReport
     std::vector<analysis::AllanPoint> allanAsRecorded;
     analysis::Spectrum spectrum;
     std::vector<analysis::SpectralLine> lines;
-    Envelope envelope; ///< of the whole recording
-    double mean = 0.0; ///< of the rest
-    double deviation = 0.0;
-    double minimum = 0.0; ///< of the whole recording
+    Envelope envelope;      ///< of the whole recording
+    double mean = 0.0;      ///< while the camera was at rest
+    double deviation = 0.0; ///< standard deviation, likewise
+    double minimum = 0.0;   ///< of the whole recording
     double maximum = 0.0;
     double longestEqualSeconds = 0.0; ///< longest time without a change of the value
     std::uint64_t saturated = 0;      ///< number of samples at the end of the range
@@ -94,11 +94,11 @@ struct InertialReport
 /// The part of the recording in which noise is judged: the longest one without motion.
 struct RestReport
 {
-    std::size_t first = 0; ///< row
-    std::size_t end = 0;   ///< one after the last row
-    double startSeconds = 0.0;
-    double seconds = 0.0;
-    bool whole = false; ///< the rest is the whole recording
+    std::size_t first = 0;     ///< row
+    std::size_t end = 0;       ///< one after the last row
+    double startSeconds = 0.0; ///< since the first row
+    double seconds = 0.0;      ///< duration
+    bool whole = false;        ///< the rest is the whole recording
 };
 
 struct GravityReport
@@ -121,6 +121,7 @@ struct MagnetometerPart
     std::vector<Point> residuals; ///< seconds, uT
 };
 
+/// Degrees Celsius.
 struct TemperatureReport
 {
     std::array<Envelope, 4> envelopes; ///< left, right, IMU, barometer

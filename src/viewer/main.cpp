@@ -34,7 +34,8 @@ int main(int argc, char* argv[])
     keepFramesOffTheHeap();
     // A file size limit is then handled like a full disk: writes fail.
     std::signal(SIGXFSZ, SIG_IGN);
-    // Turns off the glyph cache of the FreeType font engine.
+    // Intended. Without Qt's cache of glyphs each painted text loads its glyphs from the font file,
+    // so texts that are painted often keep their layouts (CachedTextEngine, LiveText).
     qputenv("QT_NO_FT_CACHE", "1");
     QSurfaceFormat format;
     format.setSamples(16);

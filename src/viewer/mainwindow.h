@@ -213,7 +213,7 @@ private:
     QVector<double> orZ;
     QVector<double> pressure;         // hPa, IMU pace
     QVector<double> relAltitude;      // m, IMU pace
-    QVector<double> movingState;      // IMU pace
+    QVector<double> movingState;      // 0 static, 1 moving, 2 falling; IMU pace
     QVector<double> tempLeft;         // degrees Celsius, IMU pace
     QVector<double> tempRight;        // degrees Celsius, IMU pace
     QVector<double> imuRates;         // Hz, IMU pace; a log

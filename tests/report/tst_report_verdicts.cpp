@@ -280,7 +280,7 @@ void TestReportVerdicts::verdictsHaveTheirTexts_data()
 
     const char* const residualLimit =
         "0.8 µT; 1.6 µT at most (ours; the steps are 0.4, 0.8, 1.6 and 3.2 µT)";
-    const char* const coverageLimit = "at most 20 of 100 areas empty; 50 at most (ours)";
+    const char* const coverageLimit = "at most 20 of 100 areas empty (ours)";
     add(sound, "magnetometer.residual", "Magnetometer: residual of the fit", passed,
         "0.500 µT: good", residualLimit,
         "For offset and one radius per axis, as a camera stores them; it changes the direction of "

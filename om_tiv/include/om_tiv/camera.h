@@ -165,7 +165,8 @@ public:
     /// The actual settings since the last open().
     InitParameters getInitParameters();
 
-    /// Valid after a successful open() until close(); null otherwise.
+    /// Valid after a successful open() until close(); null otherwise. Owned by the camera, unless
+    /// it is InitParameters::cudaContext.
     CUcontext getCUDAContext();
 
     /// The cameras on the machine, in the bus's order. May take long. Must not run during an
@@ -181,7 +182,8 @@ public:
     ERROR_CODE getSensorsData(SensorsData& data, TIME_REFERENCE reference);
 
     /// ns since the epoch of the library's clock, which starts with the system's wall clock and
-    /// never runs backward. IMAGE: the last grabbed frame, 0 before the first. CURRENT: now.
+    /// never runs backward. IMAGE: the last grabbed frame, 0 before the first and if nothing is
+    /// open. CURRENT: now, also without an open camera.
     std::uint64_t getTimestamp(TIME_REFERENCE reference);
 
     /// Writes a view, or a measure, of the last grabbed frame into the buffer. A buffer of another

@@ -113,7 +113,7 @@ public:
     /// Prepares a link; opens nothing.
     /// @param verbose prints messages to standard error
     /// @param vendorId   USB vendor identifier, 0x7C15
-    /// @param model      model of the camera; the serial number finds it, whatever its model
+    /// @param model      model of the camera; not used: the serial number alone selects the camera
     /// @param bootloader the device is in its boot loader: open() then fails with INVALID_INPUT
     /// @param path       path of the device in hid_enumerate; empty finds it by serial number alone
     TIVmcu(bool verbose, unsigned short vendorId, MODEL model, bool bootloader, std::string path);

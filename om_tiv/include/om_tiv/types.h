@@ -35,7 +35,7 @@ enum class MODEL : int {
 
 enum class BUS_TYPE : int {
     SERIAL = 1, ///< deserialiser bus of TIV_R and TIV_S
-    USB = 2,    ///< USB of TIV_N, TIV_P and TIV_Q
+    USB = 2,    ///< USB of all other models
 };
 
 /// Image size requested in open(). CameraInformation::resolution is the actual size.
