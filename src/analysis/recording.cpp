@@ -1,5 +1,6 @@
 #include "analysis/recording.h"
 
+#include "analysis/mapped_file.h"
 #include "analysis/row_reader.h"
 
 #include <algorithm>
@@ -176,10 +177,16 @@ std::optional<Recording> readRecording(const std::string& path, const Wanted& wa
     if (!file.valid()) {
         return std::nullopt;
     }
-    return parseRecording(file.begin(), file.end(), path, wanted, error, [&](double share) {
-        file.release(share);
-        return !progress || progress(share);
-    });
+    auto recording =
+        parseRecording(file.begin(), file.end(), path, wanted, error, [&](double share) {
+            file.release(share);
+            return !progress || progress(share);
+        });
+    // What the file has lost would be reported as torn rows otherwise.
+    if (!file.remainedWhole(error)) {
+        return std::nullopt;
+    }
+    return recording;
 }
 
 } // namespace analysis

@@ -87,9 +87,9 @@ struct Wanted
 /// @param error one line with file, line and reason if there is no result
 /// @param progress is called from time to time with the part that has been read, 0 to 1; false ends
 /// the reading
-/// @return none if the file can't be opened or mapped, is not a regular file, has no header of a
-///         recording, has neither IMU nor magnetometer times, has fewer than two rows, or if
-///         progress() has ended it
+/// @return none if the file can't be opened or mapped, is not a regular file, becomes shorter or
+///         unreadable meanwhile, has no header of a recording, has neither IMU nor magnetometer
+///         times, has fewer than two rows, or if progress() has ended it
 std::optional<Recording> readRecording(const std::string& path, const Wanted& wanted,
                                        std::string& error,
                                        const std::function<bool(double)>& progress = {});

@@ -2,16 +2,9 @@
 
 #include "analysis/field_text.h"
 
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <cstring>
-#include <system_error>
 
 namespace analysis {
 
@@ -261,52 +254,6 @@ SampleSplitter::New SampleSplitter::take(const RecordedRow& row, ReadReport& rep
         found.temperatures = m_lastTemperatures = barometer > 0 ? barometer : found.time;
     }
     return found;
-}
-
-MappedFile::MappedFile(const std::string& path, std::string& error)
-{
-    // Without O_NONBLOCK the open of a FIFO would wait before it can be refused.
-    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (file < 0) {
-        error = path + ": cannot be read: " + std::generic_category().message(errno);
-        return;
-    }
-    struct stat about = {};
-    if (::fstat(file, &about) != 0 || !S_ISREG(about.st_mode)) {
-        error = path + ": is not a regular file";
-    } else if (about.st_size == 0) {
-        error = path + ": is empty";
-    } else {
-        m_size = static_cast<std::size_t>(about.st_size);
-        m_data = ::mmap(nullptr, m_size, PROT_READ, MAP_PRIVATE, file, 0);
-        if (m_data == MAP_FAILED) {
-            m_data = nullptr;
-            error =
-                path + ": cannot be mapped into memory: " + std::generic_category().message(errno);
-        } else {
-            ::madvise(m_data, m_size, MADV_SEQUENTIAL);
-        }
-    }
-    ::close(file);
-}
-
-void MappedFile::release(double share)
-{
-    const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
-    const auto read = static_cast<std::size_t>(share * static_cast<double>(m_size));
-    const std::size_t pages = read / page > 0 ? (read / page - 1) * page : 0;
-    const std::size_t from = pages > m_released ? m_released : 0;
-    if (pages > from) {
-        ::madvise(static_cast<char*>(m_data) + from, pages - from, MADV_DONTNEED);
-    }
-    m_released = pages;
-}
-
-MappedFile::~MappedFile()
-{
-    if (m_data != nullptr) {
-        ::munmap(m_data, m_size);
-    }
 }
 
 } // namespace analysis

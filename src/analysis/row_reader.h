@@ -132,28 +132,4 @@ private:
     std::optional<Nanoseconds> m_lastTemperatures;
 };
 
-/// A regular file that is mapped into memory for reading.
-class MappedFile
-{
-public:
-    /// @param error one line if the file can't be mapped
-    MappedFile(const std::string& path, std::string& error);
-    ~MappedFile();
-    MappedFile(const MappedFile&) = delete;
-    MappedFile& operator=(const MappedFile&) = delete;
-
-    bool valid() const { return m_data != nullptr; }
-    const char* begin() const { return static_cast<const char*>(m_data); }
-    const char* end() const { return begin() + m_size; }
-
-    /// Releases the memory of the part that has been read: a share from the start of the file, 0 to
-    /// 1. Released parts are read from the file again when needed.
-    void release(double share);
-
-private:
-    std::size_t m_released = 0; ///< bytes
-    void* m_data = nullptr;
-    std::size_t m_size = 0;
-};
-
 } // namespace analysis

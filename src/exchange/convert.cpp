@@ -1,5 +1,6 @@
 #include "exchange/convert.h"
 
+#include "analysis/mapped_file.h"
 #include "analysis/row_reader.h"
 #include "exchange/euroc_writer.h"
 #include "exchange/mcap_writer.h"
@@ -30,6 +31,33 @@ bool write(const Job& job, FORMAT format, ConvertResult& result)
     return false;
 }
 
+/// Writes the output. Sets the result without the reason for which the file could not be read.
+void convertFile(analysis::MappedFile& file, const ConvertOptions& options,
+                 const std::function<bool(double)>& progress, ConvertResult& result)
+{
+    const auto reader =
+        analysis::RowReader::of(file.begin(), file.end(), options.input, result.error);
+    if (!reader) {
+        return;
+    }
+    const AXES axes = axesOf(options);
+    const SampleSource source(*reader, axes);
+    if (!source.contents().any()) {
+        result.error = options.input + ": has no column of a sensor with its time: record with "
+                                       "sensors selected";
+        return;
+    }
+    // An npz file takes two passes over the recording.
+    const double passes = options.format == FORMAT::NPZ ? 2.0 : 1.0;
+    // It is called at the end of each pass, too: no output of a file that was cut is kept.
+    const std::function<bool(double)> checked = [&](double share) {
+        file.release(share * passes - std::floor(share * passes));
+        return file.remainedWhole(result.error) && (!progress || progress(share));
+    };
+    result.done =
+        write({source, options.input, options.output, axes, checked}, options.format, result);
+}
+
 } // namespace
 
 ConvertResult convert(const ConvertOptions& options, const std::function<bool(double)>& progress)
@@ -39,26 +67,10 @@ ConvertResult convert(const ConvertOptions& options, const std::function<bool(do
     if (!file.valid()) {
         return result;
     }
-    const auto reader =
-        analysis::RowReader::of(file.begin(), file.end(), options.input, result.error);
-    if (!reader) {
-        return result;
+    convertFile(file, options, progress, result);
+    if (!result.done) {
+        file.remainedWhole(result.error);
     }
-    const AXES axes = axesOf(options);
-    const SampleSource source(*reader, axes);
-    if (!source.contents().any()) {
-        result.error = options.input + ": has no column of a sensor with its time: record with "
-                                       "sensors selected";
-        return result;
-    }
-    // An npz file takes two passes over the recording.
-    const double passes = options.format == FORMAT::NPZ ? 2.0 : 1.0;
-    const std::function<bool(double)> released = [&](double share) {
-        file.release(share * passes - std::floor(share * passes));
-        return !progress || progress(share);
-    };
-    result.done =
-        write({source, options.input, options.output, axes, released}, options.format, result);
     return result;
 }
 

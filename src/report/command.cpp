@@ -22,37 +22,9 @@
 #include <optional>
 #include <utility>
 
-#include <unistd.h>
-
 namespace report {
 
 namespace {
-
-extern "C" void fileWasCut(int /*signal*/)
-{
-    constexpr char text[] = "gravimon-log: a recording was cut short while it was read: wait until "
-                            "nobody writes it\n";
-    [[maybe_unused]] const auto written = ::write(STDERR_FILENO, text, sizeof text - 1);
-    ::_exit(NOT_REPORTED);
-}
-
-/// Reading a mapped file that another process has truncated raises SIGBUS.
-class CutFileGuard
-{
-public:
-    CutFileGuard()
-    {
-        struct sigaction action = {};
-        action.sa_handler = fileWasCut;
-        ::sigaction(SIGBUS, &action, &m_before);
-    }
-    ~CutFileGuard() { ::sigaction(SIGBUS, &m_before, nullptr); }
-    CutFileGuard(const CutFileGuard&) = delete;
-    CutFileGuard& operator=(const CutFileGuard&) = delete;
-
-private:
-    struct sigaction m_before = {};
-};
 
 struct Output
 {
@@ -209,7 +181,6 @@ std::optional<std::vector<RecordingReport>> analyseAll(const Command& command)
 {
     std::vector<RecordingReport> reports;
     for (const std::string& path : command.recordings) {
-        const CutFileGuard guard;
         std::string error;
         const auto recording = analysis::readRecording(path, analysis::Wanted(), error);
         if (!recording) {

@@ -4,6 +4,7 @@
 #include <QtTest>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <charconv>
 #include <cstring>
@@ -72,6 +73,7 @@ private slots:
     void fileIsReadAndNamed();
     void fileThatIsNoneIsRefused();
     void progressEndsTheReading();
+    void fileThatIsCutIsRefused();
     void groupsThatAreNotWantedTakeNoMemory();
 };
 
@@ -316,6 +318,25 @@ void TestRecordingReader::progressEndsTheReading()
     QVERIFY(!parseRecording(text.data(), text.data() + text.size(), "x.csv", {}, error,
                             [](double) { return false; }));
     QCOMPARE(error, std::string("x.csv: reading was ended"));
+}
+
+void TestRecordingReader::fileThatIsCutIsRefused()
+{
+    const QTemporaryDir folder;
+    const std::string path = folder.filePath("mine.csv").toStdString();
+    std::string text = header;
+    for (int i = 1; i < 40000; ++i) {
+        text += row(i, i * 20, 0, 0);
+    }
+    std::ofstream(path) << text;
+    std::string error;
+    int calls = 0;
+    const auto recording = readRecording(path, {}, error, [&](double) {
+        return ++calls > 1 || ::truncate(path.c_str(), 1000) == 0;
+    });
+    QVERIFY(!recording);
+    QCOMPARE(calls, 2);
+    QCOMPARE(error, path + ": was cut short while it was read: wait until nobody writes it");
 }
 
 void TestRecordingReader::groupsThatAreNotWantedTakeNoMemory()
