@@ -1,11 +1,15 @@
 #include "log/camera_stream.h"
 
-#include <chrono>
 #include <vector>
 
 namespace samplelog {
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::milliseconds lookPeriod{50};
+constexpr std::chrono::seconds shortPatience{1};
 
 bool hasSensors(const om::DeviceProperties& device)
 {
@@ -18,25 +22,28 @@ std::string nameOf(const om::DeviceProperties& device)
            ")";
 }
 
-const om::DeviceProperties* find(const std::vector<om::DeviceProperties>& devices,
-                                 const std::optional<unsigned int>& serial, std::string& error)
+/// @param others set to the names of the cameras with sensors that were not asked for
+std::optional<om::DeviceProperties> find(const std::optional<unsigned int>& serial,
+                                         std::string& others)
 {
-    std::string known;
-    for (const om::DeviceProperties& device : devices) {
+    others.clear();
+    for (const om::DeviceProperties& device : om::Camera::getDeviceList()) {
         if (!hasSensors(device)) {
             continue;
         }
         if (!serial || device.serialNumber == *serial) {
-            return &device;
+            return device;
         }
-        known += (known.empty() ? "" : ", ") + nameOf(device);
+        others += (others.empty() ? "" : ", ") + nameOf(device);
     }
-    error = "no camera with sensors is connected";
-    if (serial) {
-        error = "no camera with serial number " + std::to_string(*serial) +
-                (known.empty() ? ", and no other one either" : "; there are " + known);
-    }
-    return nullptr;
+    return std::nullopt;
+}
+
+std::string whyNotThere(const std::optional<unsigned int>& serial, const std::string& others)
+{
+    return serial ? "no camera with serial number " + std::to_string(*serial) +
+                        (others.empty() ? ", and no other one either" : "; there are " + others)
+                  : "no camera with sensors is connected";
 }
 
 om::InitParameters parametersFor(const om::DeviceProperties& device)
@@ -70,11 +77,35 @@ CameraStream::~CameraStream()
     m_camera.close();
 }
 
-bool CameraStream::open(const std::optional<unsigned int>& serial, std::string& error)
+std::optional<om::DeviceProperties> CameraStream::await(const std::optional<unsigned int>& serial,
+                                                        std::chrono::milliseconds patience,
+                                                        const std::atomic<bool>& ends,
+                                                        std::string& error)
 {
-    const std::vector<om::DeviceProperties> devices = om::Camera::getDeviceList();
-    const om::DeviceProperties* const device = find(devices, serial, error);
-    if (device == nullptr) {
+    const auto begin = Clock::now();
+    std::string others;
+    std::optional<om::DeviceProperties> device = find(serial, others);
+    while (!device && !ends) {
+        const auto waited = Clock::now() - begin;
+        if (waited >= patience || (!others.empty() && waited >= shortPatience)) {
+            break;
+        }
+        m_isAwaited = waited >= shortPatience;
+        std::this_thread::sleep_for(lookPeriod);
+        device = find(serial, others);
+    }
+    if (!device) {
+        error = whyNotThere(serial, others);
+    }
+    return device;
+}
+
+bool CameraStream::open(const std::optional<unsigned int>& serial,
+                        std::chrono::milliseconds patience, const std::atomic<bool>& ends,
+                        std::string& error)
+{
+    const std::optional<om::DeviceProperties> device = await(serial, patience, ends, error);
+    if (!device) {
         return false;
     }
     const om::ERROR_CODE result = m_camera.open(parametersFor(*device));

@@ -5,6 +5,7 @@
 #include "camera/camera_library.h"
 
 #include <atomic>
+#include <chrono>
 #include <optional>
 #include <string>
 #include <thread>
@@ -21,9 +22,18 @@ public:
     CameraStream(const CameraStream&) = delete;
     CameraStream& operator=(const CameraStream&) = delete;
 
-    /// @param serial serial number of the camera; none selects the first camera with sensors
-    /// @param error  one line if it fails
-    bool open(const std::optional<unsigned int>& serial, std::string& error);
+    /// Waits for a camera that is not in the library's list yet, because it is being plugged in or
+    /// its recording is still being read.
+    /// @param serial   serial number of the camera; none selects the first camera with sensors
+    /// @param patience longest wait; at most one second if there are other cameras with sensors
+    /// @param ends     true ends the wait
+    /// @param error    one line if it fails
+    bool open(const std::optional<unsigned int>& serial, std::chrono::milliseconds patience,
+              const std::atomic<bool>& ends, std::string& error);
+
+    /// Whether open() has waited for more than a second because there is no camera. Any thread may
+    /// call it.
+    bool isAwaited() const { return m_isAwaited; }
 
     /// Of the camera that open() opened.
     const om::CameraInformation& information() const { return m_information; }
@@ -34,10 +44,14 @@ public:
     bool next(om::SensorsData& record);
 
 private:
+    std::optional<om::DeviceProperties> await(const std::optional<unsigned int>& serial,
+                                              std::chrono::milliseconds patience,
+                                              const std::atomic<bool>& ends, std::string& error);
     void grab();
 
     om::Camera m_camera;
     om::CameraInformation m_information;
+    std::atomic<bool> m_isAwaited{false};
     std::atomic<bool> m_ends{false};
     std::thread m_grabber;
 };

@@ -82,11 +82,17 @@ int record(const RecordOptions& options)
     RecordingRun run(options);
     std::string error;
     // Opening a camera can take minutes; a signal is read meanwhile.
+    bool isReported = false;
     std::future<bool> started =
         std::async(std::launch::async, [&run, &error] { return run.start(error); });
     while (started.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
         if (signals.wait(lookPeriod)) {
             run.requestEnd();
+        }
+        if (!isReported && run.waitsForCamera()) {
+            report::complain("no camera yet; waiting up to " +
+                             std::to_string(options.patience.count() / 1000) + " s for it");
+            isReported = true;
         }
     }
     if (!started.get()) {

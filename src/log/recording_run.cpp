@@ -18,7 +18,7 @@ constexpr std::chrono::seconds patience{5};
 } // namespace
 
 RecordingRun::RecordingRun(const RecordOptions& options)
-    : m_options{options.path, options.serial, options.seconds, RecOptions()},
+    : m_options{options.path, options.serial, options.seconds, RecOptions(), options.patience},
       m_file(options.columns)
 {}
 
@@ -35,7 +35,7 @@ bool RecordingRun::start(std::string& error)
         return false;
     }
     m_waiting.reserve(mostWaiting);
-    if (!m_camera.open(m_options.serial, error)) {
+    if (!m_camera.open(m_options.serial, m_options.patience, m_ends, error)) {
         m_file.remove();
         return false;
     }

@@ -26,13 +26,15 @@ struct RecordOptions
     std::optional<unsigned int> serial; ///< none: the first camera with sensors
     std::optional<double> seconds; ///< duration by the camera's clock; none: until requestEnd()
     RecOptions columns;            ///< the switches of the columns
+    std::chrono::milliseconds patience{10000}; ///< longest wait for the camera to be there
 };
 
 /// Records on two threads: one only reads the camera, so that no sample is lost, and one writes.
 /// The queue between them covers a disk that blocks for a minute.
 ///
 /// Call start() first and finish() last, one after the other. In between any thread may call
-/// isRunning(), state() and requestEnd(), and requestEnd() already while start() opens the camera.
+/// isRunning(), state() and requestEnd(), and requestEnd() and waitsForCamera() already while
+/// start() opens the camera.
 class RecordingRun
 {
 public:
@@ -45,6 +47,8 @@ public:
     /// @param error one line
     bool start(std::string& error);
 
+    /// Whether start() has waited for more than a second because there is no camera.
+    bool waitsForCamera() const { return m_camera.isAwaited(); }
     /// False if all rows are in the file, or if no more can be written.
     bool isRunning() const { return m_running; }
     /// Takes no lock and may be called at any time. Rows that were read before are still written.

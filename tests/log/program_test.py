@@ -4,6 +4,7 @@ program_test.py PROGRAM
 """
 
 import fcntl
+import json
 import os
 import pathlib
 import pty
@@ -27,9 +28,9 @@ ENVIRONMENT = {**os.environ, "OM_TIV_CONTROL": "off"}
 SENSORS = ["accelerometer", "gyroscope", "magnetometer", "orientation", "barometer", "movement", "temperatures"]
 
 
-def run(*arguments, before=None):
+def run(*arguments, before=None, **variables):
     return subprocess.run([PROGRAM, *map(str, arguments)], capture_output=True, text=True, check=False, timeout=LIMIT,
-                          env=ENVIRONMENT, preexec_fn=before)
+                          env={**ENVIRONMENT, **variables}, preexec_fn=before)
 
 
 class Case(unittest.TestCase):
@@ -40,11 +41,18 @@ class Case(unittest.TestCase):
         self.folder = pathlib.Path(folder.name)
         self.file = self.folder / "a.csv"
 
-    def start(self, *arguments, **keywords):
+    def start(self, *arguments, bench=None, **keywords):
+        environment = {**ENVIRONMENT, **({"OM_TIV_BENCH": self.bench(*bench)} if bench is not None else {})}
         program = subprocess.Popen([PROGRAM, "record", str(self.file), *arguments], stdout=subprocess.PIPE,
-                                   stderr=subprocess.PIPE, text=True, env=ENVIRONMENT, **keywords)
+                                   stderr=subprocess.PIPE, text=True, env=environment, **keywords)
         self.addCleanup(program.kill)
         return program
+
+    def bench(self, *cameras):
+        """Name of a bench file with these cameras."""
+        file = self.folder / "bench.json"
+        file.write_text(json.dumps({"cameras": cameras}), encoding="ascii")
+        return str(file)
 
     def wait_for_rows(self, program, least):
         def there():
@@ -173,6 +181,25 @@ class Record(Case):
         done = run("record", self.file, "--serial", 5)
         self.assertEqual(done.returncode, NOT_DONE)
         self.assertRegex(done.stderr, r"\Agravimon-log: no camera with serial number 5; there are 31415926 \(TIV_Q\), [^\n]*\n\Z")
+        self.assertFalse(self.file.exists())
+
+    def test_a_camera_that_plays_a_recording_is_recorded(self):
+        played = self.folder / "played.csv"
+        run("record", played, "--seconds", 1)
+        bench = self.bench({"model": "TIV_Q", "serialNumber": 1, "replay": str(played)}, {"model": "TIV_P", "serialNumber": 2})
+        for serial in (1, 2):
+            done = run("record", self.file, "--serial", serial, "--seconds", 0.3, OM_TIV_BENCH=bench)
+            self.assertIn(done.returncode, (DONE, INCOMPLETE), done.stderr)
+            self.assertEqual(self.summary(done.stdout)[0], len(self.rows()))
+            self.file.unlink()
+
+    def test_a_wait_for_a_camera_is_announced_and_can_be_ended(self):
+        program = self.start(bench=[])
+        self.assertEqual(program.stderr.readline(), "gravimon-log: no camera yet; waiting up to 10 s for it\n")
+        program.send_signal(signal.SIGINT)
+        output, errors = program.communicate(timeout=LIMIT)
+        self.assertEqual((program.returncode, output, errors),
+                         (NOT_DONE, "", "gravimon-log: no camera with sensors is connected\n"))
         self.assertFalse(self.file.exists())
 
 

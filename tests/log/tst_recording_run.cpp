@@ -5,6 +5,7 @@
 #include "support/fulldisk.h"
 #include "support/waiting.h"
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
 
@@ -74,6 +75,7 @@ private slots:
         m_options.path = m_folder->filePath("a.csv").toStdString();
         m_options.serial.reset();
         m_options.seconds.reset();
+        m_options.patience = std::chrono::seconds(0);
         m_error.clear();
     }
 
@@ -249,6 +251,80 @@ private slots:
         m_options.serial = 5;
         RecordingRun run(m_options);
         QVERIFY(!run.start(m_error));
+        QCOMPARE(m_error,
+                 std::string("no camera with serial number 5; there are 30000001 (TIV_Q)"));
+    }
+
+    void aCameraThatComesLaterIsWaitedFor_data()
+    {
+        QTest::addColumn<bool>("others");
+        QTest::addColumn<bool>("bySerial");
+        QTest::newRow("no camera") << false << false;
+        QTest::newRow("no camera, by its number") << false << true;
+        QTest::newRow("another camera") << true << true;
+    }
+
+    void aCameraThatComesLaterIsWaitedFor()
+    {
+        QFETCH(bool, others);
+        QFETCH(bool, bySerial);
+        auto& bench = benchtest::stoppedBench();
+        if (others) {
+            QVERIFY(bench.addCamera(benchtest::idealCamera(om::MODEL::TIV_P, 20000001)));
+        }
+        int lists = 0;
+        bench.setDeviceListHook([&] {
+            if (++lists == 2) {
+                bench.addCamera(benchtest::idealCamera());
+            }
+        });
+        if (bySerial) {
+            m_options.serial = benchtest::cameraSerial;
+        }
+        m_options.patience = std::chrono::minutes(1);
+        RecordingRun run(m_options);
+        QVERIFY2(run.start(m_error), m_error.c_str());
+        QCOMPARE(run.camera().serialNumber, benchtest::cameraSerial);
+        QCOMPARE(lists, 2);
+    }
+
+    void theWaitForACameraCanBeEnded()
+    {
+        auto& bench = benchtest::stoppedBench();
+        m_options.patience = std::chrono::seconds(10);
+        RecordingRun run(m_options);
+        int lists = 0;
+        bench.setDeviceListHook([&] {
+            if (++lists == 2) {
+                run.requestEnd();
+            }
+        });
+        QVERIFY(!run.start(m_error));
+        QCOMPARE(m_error, std::string("no camera with sensors is connected"));
+        QCOMPARE(lists, 2);
+        QVERIFY(!QFile::exists(QString::fromStdString(m_options.path)));
+    }
+
+    void withoutACameraTheWaitEndsWithTheTime()
+    {
+        benchtest::stoppedBench();
+        m_options.patience = std::chrono::milliseconds(200);
+        QElapsedTimer time;
+        time.start();
+        RecordingRun run(m_options);
+        QVERIFY(!run.start(m_error));
+        QVERIFY(time.elapsed() >= 200);
+        QVERIFY(!run.waitsForCamera());
+        QCOMPARE(m_error, std::string("no camera with sensors is connected"));
+    }
+
+    void whileThereAreOtherCamerasTheWaitIsShort()
+    {
+        m_options.serial = 5;
+        m_options.patience = std::chrono::minutes(10);
+        RecordingRun run(m_options);
+        QVERIFY(!run.start(m_error));
+        QVERIFY(!run.waitsForCamera());
         QCOMPARE(m_error,
                  std::string("no camera with serial number 5; there are 30000001 (TIV_Q)"));
     }
