@@ -116,6 +116,14 @@ bool CameraStream::open(const std::optional<unsigned int>& serial,
         return false;
     }
     m_information = m_camera.getCameraInformation(om::Resolution(0, 0));
+    if (m_information.serialNumber != device->serialNumber) {
+        // A serial bus opens by the id, which may be another camera's since the list was made.
+        m_camera.close();
+        error = "camera " + nameOf(*device) + " was requested, but camera " +
+                std::to_string(m_information.serialNumber) +
+                " was opened: unplug that one, or try again";
+        return false;
+    }
     m_grabber = std::thread(&CameraStream::grab, this);
     return true;
 }

@@ -329,6 +329,35 @@ private slots:
                  std::string("no camera with serial number 5; there are 30000001 (TIV_Q)"));
     }
 
+    void anotherCameraThanTheRequestedOneIsRefused()
+    {
+        auto& bench = theBench();
+        const auto add = [&bench](unsigned int serial, int id) {
+            om::bench::CameraConfig config = benchtest::idealCamera(om::MODEL::TIV_R, serial);
+            config.id = id;
+            return bench.addCamera(config);
+        };
+        QVERIFY(add(40000001, 7));
+        // The ids change between the list and the open.
+        bool isAdded = false;
+        bench.setOpenHook([&](const om::InitParameters&) {
+            bench.removeCamera(40000001);
+            isAdded = add(40000002, 7);
+        });
+        m_options.serial = 40000001;
+        RecordingRun run(m_options);
+        QVERIFY(!run.start(m_error));
+        QVERIFY(isAdded);
+        QCOMPARE(m_error, std::string("camera 40000001 (TIV_R) was requested, but camera 40000002 "
+                                      "was opened: unplug that one, or try again"));
+        QVERIFY(!QFile::exists(QString::fromStdString(m_options.path)));
+        bench.setOpenHook(nullptr);
+        om::InitParameters parameters = benchtest::parametersFor();
+        parameters.input.setFromCameraID(7, om::BUS_TYPE::SERIAL);
+        om::Camera other;
+        QCOMPARE(other.open(parameters), om::ERROR_CODE::SUCCESS);
+    }
+
     void camerasOfTheSerialBusAreOpenedByTheirId()
     {
         QVERIFY(theBench().addCamera(benchtest::idealCamera(om::MODEL::TIV_R, 40000001)));
