@@ -21,7 +21,7 @@ void Bench::Impl::clear()
     }
 }
 
-bool Bench::Impl::add(const CameraConfig& config)
+bool Bench::Impl::add(const CameraConfig& config, const std::vector<CameraConfig>& others)
 {
     const std::lock_guard<std::mutex> lock(mutex);
     const bool known = std::any_of(cameras.begin(), cameras.end(), [&](const CameraPtr& c) {
@@ -34,8 +34,8 @@ bool Bench::Impl::add(const CameraConfig& config)
         const std::lock_guard<std::mutex> fieldLock(mutex);
         return field;
     };
-    cameras.push_back(std::make_shared<VirtualCamera>(config, static_cast<int>(cameras.size()),
-                                                      clock, currentField, eeproms));
+    const int id = config.id >= 0 ? config.id : freeId(others);
+    cameras.push_back(std::make_shared<VirtualCamera>(config, id, clock, currentField, eeproms));
     if (config.recording && !config.recording->report.empty()) {
         std::fprintf(stderr, "%s\n", config.recording->report.c_str());
     }
@@ -50,7 +50,7 @@ void Bench::Impl::load(const BenchDescription& description)
         field = description.field;
     }
     for (const CameraConfig& config : description.cameras) {
-        add(config);
+        add(config, description.cameras);
     }
 }
 

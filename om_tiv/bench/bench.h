@@ -105,7 +105,8 @@ public:
 
     /// Appends a camera. If it names a replay without the recording, the recording is read first,
     /// which may take long. False if the serial number is already on the bench, or the recording
-    /// can't be played (with one line on standard error).
+    /// can't be played (with one line on standard error). An id is taken as it is, also one of
+    /// another camera.
     bool addCamera(const CameraConfig& config);
     bool removeCamera(unsigned int serial); ///< unplugs it first
     bool plug(unsigned int serial);

@@ -34,6 +34,26 @@ constexpr std::array<MotionName, 5> motionNames = {{{"at rest", MOTION::AT_REST}
 constexpr std::array<MODEL, 6> models = {MODEL::TIV,   MODEL::TIV_N, MODEL::TIV_P,
                                          MODEL::TIV_Q, MODEL::TIV_R, MODEL::TIV_S};
 
+/// Refuses a serial number or an id that a former camera has.
+void checkUnique(const CameraConfig& config, const JsonNode& node, const std::string& path,
+                 const std::vector<CameraConfig>& former)
+{
+    const auto refuse = [&](const char* key, std::uint64_t value, std::size_t other) {
+        JsonObject camera(node, path);
+        throw JsonMistake(camera.require(key).line, path + "." + key,
+                          std::to_string(value) + " is already that of cameras[" +
+                              std::to_string(other) + "]");
+    };
+    for (std::size_t i = 0; i < former.size(); ++i) {
+        if (former[i].serialNumber == config.serialNumber) {
+            refuse("serialNumber", config.serialNumber, i);
+        }
+        if (config.id >= 0 && former[i].id == config.id) {
+            refuse("id", static_cast<std::uint64_t>(config.id), i);
+        }
+    }
+}
+
 BenchDescription readBench(const JsonNode& root, const std::string& folder)
 {
     JsonObject object(root, "");
@@ -57,15 +77,7 @@ BenchDescription readBench(const JsonNode& root, const std::string& folder)
     for (std::size_t i = 0; i < cameras.elements.size(); ++i) {
         const std::string path = "cameras[" + std::to_string(i) + "]";
         const CameraConfig config = readCamera(cameras.elements[i], path, folder);
-        for (std::size_t former = 0; former < bench.cameras.size(); ++former) {
-            if (bench.cameras[former].serialNumber == config.serialNumber) {
-                JsonObject camera(cameras.elements[i], path);
-                throw JsonMistake(camera.require("serialNumber").line, path + ".serialNumber",
-                                  std::to_string(config.serialNumber) +
-                                      " is already that of cameras[" + std::to_string(former) +
-                                      "]");
-            }
-        }
+        checkUnique(config, cameras.elements[i], path, bench.cameras);
         if (!config.replay.empty()) {
             JsonObject camera(cameras.elements[i], path);
             bench.replays.push_back({i, camera.require("replay").line, camera.path("replay")});

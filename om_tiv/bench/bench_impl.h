@@ -55,7 +55,26 @@ struct Bench::Impl
     /// Removes all cameras from the bench.
     void clear();
 
-    bool add(const CameraConfig& config);
+    /// The smallest id that no camera has: none of the bench, of the list or of the loader. The
+    /// caller holds the mutex.
+    int freeId(const std::vector<CameraConfig>& others) const
+    {
+        const auto isTaken = [&](int id) {
+            return std::any_of(cameras.begin(), cameras.end(),
+                               [id](const CameraPtr& c) { return c->id() == id; }) ||
+                   std::any_of(others.begin(), others.end(),
+                               [id](const CameraConfig& c) { return c.id == id; }) ||
+                   loader.cameraWithId(id);
+        };
+        int id = 0;
+        while (isTaken(id)) {
+            ++id;
+        }
+        return id;
+    }
+
+    /// @param others cameras of the same bench file, whose ids are not free either
+    bool add(const CameraConfig& config, const std::vector<CameraConfig>& others = {});
 
     void setProblem(const std::string& line)
     {

@@ -111,6 +111,19 @@ bool Loader::isReading(unsigned int serial) const
     });
 }
 
+std::optional<unsigned int> Loader::cameraWithId(int id) const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    for (const JobPtr& job : m_jobs) {
+        for (const CameraConfig& camera : job->description.cameras) {
+            if (!job->ended && !job->progress.cancelled.load() && camera.id == id) {
+                return camera.serialNumber;
+            }
+        }
+    }
+    return std::nullopt;
+}
+
 std::size_t Loader::camerasToCome() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);

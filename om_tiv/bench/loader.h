@@ -47,6 +47,8 @@ public:
     /// one is reported once and then removed.
     std::optional<Status> takeStatus(unsigned int serial);
     bool isReading(unsigned int serial) const;
+    /// Serial number of the camera that is being read and has this id in its description.
+    std::optional<unsigned int> cameraWithId(int id) const;
     std::size_t camerasToCome() const;
     std::optional<double> part() const; ///< of everything that is being read; none if nothing is
 

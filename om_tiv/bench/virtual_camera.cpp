@@ -47,11 +47,10 @@ private:
 
 } // namespace
 
-VirtualCamera::VirtualCamera(const CameraConfig& config, int position, Clock& clock,
+VirtualCamera::VirtualCamera(const CameraConfig& config, int id, Clock& clock,
                              std::function<Field()> field, std::shared_ptr<EepromStore> eeproms)
-    : m_config(config), m_firmwareVersion(config.firmwareVersion),
-      m_id(config.id >= 0 ? config.id : position), m_clock(clock), m_eeproms(std::move(eeproms)),
-      m_environment(std::make_shared<Environment>()),
+    : m_config(config), m_firmwareVersion(config.firmwareVersion), m_id(id), m_clock(clock),
+      m_eeproms(std::move(eeproms)), m_environment(std::make_shared<Environment>()),
       m_motion(std::make_shared<MotionTimeline>(config.motion, config.pose, clock.now()))
 {
     m_environment->field = std::move(field);

@@ -34,10 +34,10 @@ struct Reading
 class VirtualCamera
 {
 public:
-    /// @param config   includes the recording if it names a replay
-    /// @param position position on the bench; the camera id if the configuration has none
-    VirtualCamera(const CameraConfig& config, int position, Clock& clock,
-                  std::function<Field()> field, std::shared_ptr<EepromStore> eeproms);
+    /// @param config includes the recording if it names a replay
+    /// @param id     camera id, in place of the configuration's
+    VirtualCamera(const CameraConfig& config, int id, Clock& clock, std::function<Field()> field,
+                  std::shared_ptr<EepromStore> eeproms);
     VirtualCamera(const VirtualCamera&) = delete;
     VirtualCamera& operator=(const VirtualCamera&) = delete;
 

@@ -9,6 +9,7 @@
 #include "bench/loader.h"
 #include "bench/virtual_camera.h"
 #include "control/camera_json.h"
+#include "control/new_camera.h"
 #include "control/request_values.h"
 #include "world/degrees.h"
 #include "world/ranges.h"
@@ -29,33 +30,6 @@ constexpr range::Range glideRange{0.0, 600.0};                ///< s
 constexpr range::Range stepRange{0.0, 3600.0};                ///< s
 constexpr Nanoseconds latestTime = 7'258'118'400'000'000'000; ///< the year 2200
 constexpr double fastestSpin = 1000.0; ///< degrees per second, range of the gyroscope
-
-/// Without the place in a file, which has no meaning here; with the key.
-std::string withoutPlace(const std::string& error)
-{
-    const std::string place = "cameras[0]";
-    const std::size_t at = error.find(place);
-    return at == std::string::npos ? error : "camera" + error.substr(at + place.size());
-}
-
-constexpr const char* cameraSource = "camera"; ///< in place of a bench file's name
-
-/// A camera as in a bench file, read by the reader of bench files.
-BenchDescription readCamera(const json& camera)
-{
-    BenchDescription description;
-    std::string error;
-    if (!parseBenchText(json{{"cameras", json::array({camera})}}.dump(), cameraSource, description,
-                        error)) {
-        throw Refusal(withoutPlace(error));
-    }
-    return description;
-}
-
-std::string isThere(unsigned int serial)
-{
-    return "there is a camera with serial number " + std::to_string(serial) + " already";
-}
 
 class Request
 {
@@ -157,13 +131,7 @@ private:
     {
         BenchDescription description = readCamera(member(m_request, "camera"));
         const unsigned int serial = description.cameras.front().serialNumber;
-        if (m_bench.serialNumbers().size() + m_bench.loader().camerasToCome() >= mostCameras) {
-            throw Refusal("there are " + std::to_string(mostCameras) +
-                          " cameras already, as many as are possible");
-        }
-        if (m_bench.camera(serial) || m_bench.loader().isReading(serial)) {
-            throw Refusal(isThere(serial));
-        }
+        checkRoomFor(description.cameras.front(), m_bench);
         if (description.replays.empty()) {
             if (!m_bench.addCamera(description.cameras.front())) {
                 throw Refusal(isThere(serial));

@@ -104,7 +104,7 @@ private:
     {
         sub.add_option("MODEL", m_model, "TIV, TIV_N, TIV_P, TIV_Q, TIV_R or TIV_S")->required();
         sub.add_option("SERIAL", m_serial, "Serial number")->required()->transform(serialNumber());
-        sub.add_option("--id", m_id, "Camera id; by default the position in the list")
+        sub.add_option("--id", m_id, "Camera id; by default the smallest that is free")
             ->transform(wholeNumber(0, 255));
         sub.add_option("--firmware", m_firmware, "Firmware version")
             ->transform(wholeNumber(0, 65535));

@@ -58,7 +58,7 @@ struct CameraConfig
 {
     MODEL model = MODEL::TIV_Q; ///< a value without an enumerator is allowed
     unsigned int serialNumber = 0;
-    int id = -1;                         ///< -1: the position in the list
+    int id = -1;                         ///< -1: the smallest that is free on the bench
     unsigned int firmwareVersion = 1201; ///< as CameraInformation reports it
     std::uint16_t usbRelease = 0x0103;   ///< release number of the USB device, 1.3
     int usbProductId = -1;               ///< -1: that of the model; 0: no valid one

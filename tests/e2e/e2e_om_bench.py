@@ -399,6 +399,7 @@ class Commands(OmBenchTest):
         self.ask("add", "TIV_N", 20000003, "--unplugged")
         self.assertEqual(program.state(20000003), "unplugged")
         self.refused("20000002 already", "add", "TIV_P", 20000002)
+        self.refused("id 7 is already that of 20000002", "add", "TIV_P", 20000004, "--id", 7)
         self.refused("model: must be one of", "add", "TIV_X", 5)
         self.refused("model: must be one of", "add", "", 5)
         self.refused("passwd: not a recording", "add", "TIV_P", 5, "--replay", "/etc/passwd")

@@ -119,6 +119,7 @@ private slots:
     void unreadableFiles();
     void aHugeFileIsRefused();
     void loadingReplacesTheBench();
+    void anIdOfALaterCameraIsNotGivenToAFormerOne();
     void aMistakeLeavesAnEmptyBench();
 
     void theProcessLoadsTheFileOfTheEnvironment();
@@ -640,6 +641,11 @@ void TestBenchFile::mistakes_data()
          "{\"model\": \"TIV_N\", \"serialNumber\": 8},\n"
          "{\"model\": \"TIV_P\",\n \"serialNumber\": 7}]}",
          "4: cameras[2].serialNumber: 7 is already that of cameras[0]");
+    file("id given twice",
+         "{\"cameras\": [{\"model\": \"TIV_R\", \"serialNumber\": 7},\n"
+         "{\"model\": \"TIV_R\", \"serialNumber\": 8, \"id\": 3},\n"
+         "{\"model\": \"TIV_P\", \"serialNumber\": 9,\n \"id\": 3}]}",
+         "4: cameras[2].id: 3 is already that of cameras[1]");
     camera("unknown key of a camera", "\"colour\": 1", "colour: unknown key");
     camera("wrong type of an integer", "\"id\": 1.5", "id: must be an integer, not a number");
     camera("id out of range", "\"id\": 256", "id: must be from 0 to 255, not 256");
@@ -821,6 +827,19 @@ void TestBenchFile::loadingReplacesTheBench()
     QVERIFY(bench.serialNumbers() == std::vector<unsigned int>{20000001});
     QCOMPARE(bench.field().strength, 33.0);
     QVERIFY(bench.status()[0].motion == MOTION::AT_REST);
+}
+
+void TestBenchFile::anIdOfALaterCameraIsNotGivenToAFormerOne()
+{
+    auto& bench = benchtest::stoppedBench();
+    std::string error;
+    const QString path = write("{\"cameras\": [{\"model\": \"TIV_R\", \"serialNumber\": 1},\n"
+                               "{\"model\": \"TIV_R\", \"serialNumber\": 2, \"id\": 0},\n"
+                               "{\"model\": \"TIV_R\", \"serialNumber\": 3}]}");
+    QVERIFY2(bench.loadFile(path.toStdString(), error), error.c_str());
+    QCOMPARE(bench.config(1).id, 1);
+    QCOMPARE(bench.config(2).id, 0);
+    QCOMPARE(bench.config(3).id, 2);
 }
 
 void TestBenchFile::aMistakeLeavesAnEmptyBench()

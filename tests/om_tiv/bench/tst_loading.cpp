@@ -231,6 +231,28 @@ private slots:
         QCOMPARE(theBench().problem(), std::string());
     }
 
+    void idOfACameraThatIsBeingReadIsNotFree()
+    {
+        recording();
+        const std::string file = write("b.json", R"({"cameras": [
+ {"model": "TIV_R", "serialNumber": 1},
+ {"model": "TIV_Q", "serialNumber": 2, "id": 0, "replay": "recording.csv"}]})");
+        theBench().startLoading(file);
+        const auto addCamera = [](unsigned int number, const json& id) {
+            json camera = {{"model", "TIV_R"}, {"serialNumber", number}};
+            camera.update(id);
+            return ask({{"command", "add"}, {"camera", camera}});
+        };
+        QVERIFY(addCamera(3, json::object()).at("ok").get<bool>());
+        QCOMPARE(theBench().config(3).id, 1);
+        QCOMPARE(QString::fromStdString(addCamera(4, {{"id", 0}}).at("error").get<std::string>()),
+                 QStringLiteral("id 0 is already that of 2; choose another one or none"));
+        letGo();
+        QTRY_COMPARE(Camera::getDeviceList().size(), std::size_t(3));
+        QCOMPARE(theBench().config(2).id, 0);
+        QCOMPARE(theBench().config(1).id, 2);
+    }
+
     void benchFileWithARecordingThatCannotBePlayedLeavesNoCameras()
     {
         const std::string file = write("b.json", R"({"cameras": [

@@ -386,6 +386,17 @@ private slots:
                  std::string("there is a camera with serial number 40000002 already"));
     }
 
+    void addRefusesAnIdOfAnotherCamera()
+    {
+        json camera = {{"model", "TIV_R"}, {"serialNumber", 40000002}, {"id", 0}};
+        QCOMPARE(ask({{"command", "add"}, {"camera", camera}}).at("error").get<std::string>(),
+                 std::string("id 0 is already that of 20000001; choose another one or none"));
+        QVERIFY(!theBench().camera(40000002));
+        camera["id"] = 1;
+        QVERIFY(ask({{"command", "add"}, {"camera", camera}}).at("ok").get<bool>());
+        QCOMPARE(theBench().config(40000002).id, 1);
+    }
+
     void removeTakesItOff()
     {
         QVERIFY(ask({{"command", "remove"}, {"serialNumber", serial}}).at("ok").get<bool>());

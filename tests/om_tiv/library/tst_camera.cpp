@@ -44,7 +44,8 @@ private slots:
     void deviceListFollowsTheBench();
     void aCameraInUseIsListedAsSuch();
     void anUnpluggedCameraIsNotListed();
-    void idsAreThoseOfTheConfigurationOrThePlace();
+    void idsAreThoseOfTheConfigurationOrTheSmallestFreeOnes();
+    void aCameraThatReplacesAnotherHasAnIdOfItsOwn();
 
     void whatOpensWhat_data();
     void whatOpensWhat();
@@ -117,7 +118,7 @@ void TestCamera::anUnpluggedCameraIsNotListed()
     QVERIFY(Camera::getDeviceList().empty());
 }
 
-void TestCamera::idsAreThoseOfTheConfigurationOrThePlace()
+void TestCamera::idsAreThoseOfTheConfigurationOrTheSmallestFreeOnes()
 {
     auto& bench = theBench();
     CameraConfig config = idealCamera(MODEL::TIV_Q, 1);
@@ -131,7 +132,24 @@ void TestCamera::idsAreThoseOfTheConfigurationOrThePlace()
     const auto list = Camera::getDeviceList();
     QCOMPARE(list[0].id, 0);
     QCOMPARE(list[1].id, 7);
-    QCOMPARE(list[2].id, 2);
+    QCOMPARE(list[2].id, 1);
+}
+
+/// Cameras of the serial bus are opened by their ids.
+void TestCamera::aCameraThatReplacesAnotherHasAnIdOfItsOwn()
+{
+    auto& bench = theBench();
+    bench.addCamera(idealCamera(MODEL::TIV_R, 1));
+    bench.addCamera(idealCamera(MODEL::TIV_R, 2));
+    bench.removeCamera(1);
+    bench.addCamera(idealCamera(MODEL::TIV_R, 3));
+    const auto list = Camera::getDeviceList();
+    QCOMPARE(list.size(), std::size_t{2});
+    for (const DeviceProperties& device : list) {
+        Camera camera;
+        QCOMPARE(openWith(camera, byId(device.id, device.bus)), ERROR_CODE::SUCCESS);
+        QCOMPARE(camera.getCameraInformation().serialNumber, device.serialNumber);
+    }
 }
 
 void TestCamera::whatOpensWhat_data()
