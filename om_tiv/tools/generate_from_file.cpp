@@ -40,7 +40,11 @@ bool generateFromFile(const Order::Generate& order, Generated& generated, std::s
     // No half file stays behind: a signal ends the work in order, and a limit on the size of files
     // is an error of the write.
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        std::signal(signal, interrupt);
+        // Ignored by nohup, or by a script for its background jobs: it stays ignored.
+        struct sigaction former = {};
+        if (::sigaction(signal, nullptr, &former) == 0 && former.sa_handler != SIG_IGN) {
+            std::signal(signal, interrupt);
+        }
     }
     std::signal(SIGXFSZ, SIG_IGN);
     const bool shown = ::isatty(STDERR_FILENO) != 0;

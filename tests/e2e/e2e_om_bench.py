@@ -291,6 +291,24 @@ class WithoutAProgram(world.EndToEndTest):
         self.assertEqual(self.answered(answer, "eeprom", "dump", 7, file), (DONE, "", ""))
         self.assertEqual(file.read_bytes(), image)
 
+    def test_generation_leaves_an_ignored_signal_ignored(self):
+        file = pathlib.Path(os.environ["HOME"], "generated.csv")
+        bench = pathlib.Path(__file__).parents[2] / "docs" / "bench" / "imu-good.json"
+        with subprocess.Popen([world.bin_dir / "om-bench", "generate", bench, "--hours", "100", "-o", file], text=True,
+                              stderr=subprocess.PIPE,
+                              preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN)) as program:
+            try:
+                wait_for("the first rows", lambda: file.exists() and file.stat().st_size > 0)
+                program.send_signal(signal.SIGHUP)
+                more = file.stat().st_size + 10_000_000
+                wait_for("more rows", lambda: file.stat().st_size > more)
+                program.send_signal(signal.SIGTERM)
+                _, errors = program.communicate(timeout=PATIENCE * SCALE)
+            finally:
+                program.kill()
+        self.assertEqual((program.returncode, errors), (REFUSED, f"om-bench: {file}: interrupted; the file was removed\n"))
+        self.assertFalse(file.exists())
+
     def test_running_program_is_found(self):
         own = {"OM_TIV_CONTROL": ""}
         first = self.start(environment=own)
