@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
 #include <system_error>
 #include <utility>
 
@@ -127,6 +128,42 @@ bool putInPlace(const Descriptor& file, const std::string& temporary, const std:
         ::fsync(open.get());
     }
     return true;
+}
+
+bool replaceContent(const std::string& path, std::string_view bytes)
+{
+    // Without the right to write the former file is not replaced either.
+    Descriptor former(::open(path.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC));
+    std::string target = path;
+    struct stat status = {};
+    if (former.valid()) {
+        if (::fstat(former.get(), &status) != 0) {
+            return false;
+        }
+        if (!S_ISREG(status.st_mode)) {
+            return writeAll(former, bytes) && former.close();
+        }
+        std::error_code none;
+        target = std::filesystem::canonical(path, none).string();
+        if (none) {
+            errno = none.value();
+            return false;
+        }
+    } else if (errno != ENOENT) {
+        return false;
+    }
+    const std::string temporary = target + "." + std::to_string(::getpid());
+    const Descriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    if (!file.valid()) {
+        return false;
+    }
+    if (former.valid() && ::fchmod(file.get(), status.st_mode & 07777) != 0) {
+        const int why = errno;
+        ::unlink(temporary.c_str());
+        errno = why;
+        return false;
+    }
+    return putInPlace(file, temporary, target, bytes);
 }
 
 std::string makeFolders(const std::string& folder)

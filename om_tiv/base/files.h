@@ -56,6 +56,12 @@ bool writeAll(const Descriptor& file, std::string_view bytes);
 bool putInPlace(const Descriptor& file, const std::string& temporary, const std::string& path,
                 std::string_view bytes);
 
+/// Replaces the content of a file, or creates the file: in one go, so that a failure leaves the
+/// former content. A symbolic link stays one, and the file keeps its mode. What is not a regular
+/// file, a FIFO for example, is written as it is; the write may wait.
+/// @return false with errno
+bool replaceContent(const std::string& path, std::string_view bytes);
+
 /// Creates all missing folders of the path, mode 0700.
 /// @return empty, or the part of the path that can't be created or is not a folder, with the
 ///         reason in errno

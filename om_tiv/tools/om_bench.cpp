@@ -9,19 +9,22 @@
 #include "tools/text.h"
 
 #include "base/bytes.h"
+#include "base/files.h"
 #include "base/one_line.h"
 #include "world/eeprom_image.h"
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <cmath>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
-#include <fstream>
 #include <iomanip>
 #include <iostream>
 #include <sstream>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -170,10 +173,13 @@ int writeImage(const json& answer, const Order& order)
     if (!damage.empty()) {
         return fail(REFUSED, "the image that the bench gives is damaged: " + damage);
     }
-    std::ofstream out(order.dumpFile, std::ios::binary | std::ios::trunc);
-    out.write(image.data(), static_cast<std::streamsize>(image.size()));
-    out.close();
-    return out ? DONE : fail(REFUSED, order.dumpFile + ": cannot be written");
+    // A limit on the size of files is an error of the write.
+    std::signal(SIGXFSZ, SIG_IGN);
+    if (!om::bench::replaceContent(order.dumpFile, image)) {
+        return fail(REFUSED, order.dumpFile +
+                                 ": cannot be written: " + std::generic_category().message(errno));
+    }
+    return DONE;
 }
 
 // ---- Dialogue with the bench --------------------------------------------------------------------

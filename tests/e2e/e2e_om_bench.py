@@ -8,6 +8,7 @@ import math
 import os
 import pathlib
 import re
+import resource
 import signal
 import socket
 import stat
@@ -288,6 +289,19 @@ class WithoutAProgram(world.EndToEndTest):
             self.assertRegex(errors, rf"\Aom-bench: the image that the bench gives is damaged: {reason}[^\n]*\n\Z")
             self.assertFalse(file.exists())
         answer = json.dumps({"ok": True, "image": image.hex(), "path": "x"})
+        self.assertEqual(self.answered(answer, "eeprom", "dump", 7, file), (DONE, "", ""))
+        self.assertEqual(file.read_bytes(), image)
+        # A dump takes the place of a former one as a whole.
+        file.write_bytes(b"former")
+        before = resource.getrlimit(resource.RLIMIT_FSIZE)
+        resource.setrlimit(resource.RLIMIT_FSIZE, (10, before[1]))
+        try:
+            result = self.answered(answer, "eeprom", "dump", 7, file)
+        finally:
+            resource.setrlimit(resource.RLIMIT_FSIZE, before)
+        self.assertEqual(result, (REFUSED, "", f"om-bench: {file}: cannot be written: File too large\n"))
+        self.assertEqual(file.read_bytes(), b"former")
+        self.assertEqual(list(file.parent.glob("image*")), [file])
         self.assertEqual(self.answered(answer, "eeprom", "dump", 7, file), (DONE, "", ""))
         self.assertEqual(file.read_bytes(), image)
 

@@ -1,11 +1,13 @@
 // The user's files: which are opened, and which are refused without a wait.
 
 #include "base/files.h"
+#include "support/fulldisk.h"
 
 #include <QFile>
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 
@@ -113,6 +115,46 @@ private slots:
             QCOMPARE(readFile(path("replaced"), 16, reason).value_or(reason), std::string(content));
             QVERIFY(!QFile::exists(QString::fromStdString(temporary)));
         }
+    }
+
+    void contentIsReplacedAndTheFileStaysWhatItIs()
+    {
+        std::string reason;
+        const std::string name = path("content");
+        QVERIFY(replaceContent(name, "first"));
+        QCOMPARE(::chmod(name.c_str(), 0640), 0);
+        QVERIFY(QFile::link("content", m_folder.filePath("link to the content")));
+        QVERIFY(replaceContent(path("link to the content"), "second"));
+        QVERIFY(QFileInfo(m_folder.filePath("link to the content")).isSymLink());
+        QCOMPARE(readFile(name, 16, reason).value_or(reason), std::string("second"));
+        struct stat status = {};
+        QCOMPARE(::stat(name.c_str(), &status), 0);
+        QCOMPARE(status.st_mode & 07777U, 0640U);
+        QCOMPARE(QDir(m_folder.path()).entryList({"content*"}).size(), 1);
+    }
+
+    void contentThatCannotBeReplacedStays()
+    {
+        std::string reason;
+        QVERIFY(replaceContent(path("kept"), "first"));
+        {
+            const FullDisk full(3);
+            QVERIFY(!replaceContent(path("kept"), "second"));
+            QCOMPARE(errno, EFBIG);
+        }
+        QCOMPARE(readFile(path("kept"), 16, reason).value_or(reason), std::string("first"));
+        QCOMPARE(QDir(m_folder.path()).entryList({"kept*"}).size(), 1);
+        QVERIFY(!replaceContent(m_folder.path().toStdString(), "third"));
+        QCOMPARE(errno, EISDIR);
+    }
+
+    void contentIsWrittenToAFifo()
+    {
+        const Descriptor end(::open(path("fifo").c_str(), O_RDWR | O_CLOEXEC));
+        QVERIFY(replaceContent(path("link to a fifo"), "content"));
+        std::array<char, 16> bytes;
+        QCOMPARE(::read(end.get(), bytes.data(), bytes.size()), ssize_t(7));
+        QVERIFY(QFileInfo(m_folder.filePath("link to a fifo")).isSymLink());
     }
 
     void newFileThatCannotTakeThePlaceIsRemoved()
