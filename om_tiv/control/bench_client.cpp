@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -28,11 +29,16 @@ constexpr std::chrono::seconds answerTimeout{10};
 constexpr char nonsense[] = "the bench's answer is not what a bench answers";
 constexpr timeval sendTimeout = {10, 0};
 
-/// A descriptor connected to a bench of this user or of root, or -1 with a reason.
-int connectTo(const std::string& path, std::string& error)
+/// A descriptor connected to a bench of this user or of root, or -1 with a reason and errno, which
+/// is EAGAIN if the program accepts no connections and has no room for one more.
+int connectTo(const std::string& path, bool waits, std::string& error)
 {
     const auto failed = [&] {
-        error = path + ": " + std::generic_category().message(errno);
+        const int why = errno;
+        error =
+            path + ": " +
+            (why == EAGAIN ? "the bench does not answer" : std::generic_category().message(why));
+        errno = why;
         return -1;
     };
     const auto address = addressOf(path);
@@ -40,7 +46,8 @@ int connectTo(const std::string& path, std::string& error)
         errno = ENAMETOOLONG;
         return failed();
     }
-    Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const int flags = waits ? 0 : SOCK_NONBLOCK;
+    Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | flags, 0));
     if (!socket.valid()) {
         return failed();
     }
@@ -51,10 +58,11 @@ int connectTo(const std::string& path, std::string& error)
         return failed();
     }
     const auto user = userOf(socket);
-    if (!user) {
+    if (!user || ::fcntl(socket.get(), F_SETFL, 0) != 0) {
         return failed();
     }
     if (*user != ::geteuid() && *user != 0) {
+        errno = EACCES;
         error = path + ": served by another user (" + std::to_string(*user) + ")";
         return -1;
     }
@@ -71,11 +79,12 @@ std::string socketOf(const std::string& text)
 
 } // namespace
 
-std::unique_ptr<BenchClient> BenchClient::connect(const std::string& path, std::string& error)
+std::unique_ptr<BenchClient> BenchClient::connect(const std::string& path, std::string& error,
+                                                  bool waits)
 {
     const std::string wanted = path.empty() ? namedPath() : socketOf(path);
     if (!wanted.empty()) {
-        const int fd = connectTo(wanted, error);
+        const int fd = connectTo(wanted, waits, error);
         if (fd < 0) {
             return nullptr;
         }
@@ -86,7 +95,7 @@ std::unique_ptr<BenchClient> BenchClient::connect(const std::string& path, std::
     std::vector<std::pair<std::string, int>> alive;
     std::string ignored; // a socket that can't be reached is not a running bench
     for (const std::string& candidate : socketsIn(folder)) {
-        const int fd = connectTo(candidate, ignored);
+        const int fd = connectTo(candidate, waits, ignored);
         if (fd >= 0) {
             alive.emplace_back(candidate, fd);
         }
@@ -111,9 +120,11 @@ std::vector<std::string> BenchClient::running()
     std::vector<std::string> alive;
     std::string ignored;
     for (const std::string& candidate : socketsIn(controlFolder())) {
-        const int fd = connectTo(candidate, ignored);
+        const int fd = connectTo(candidate, false, ignored);
         if (fd >= 0) {
             ::close(fd);
+        }
+        if (fd >= 0 || errno == EAGAIN) {
             alive.push_back(candidate);
         }
     }

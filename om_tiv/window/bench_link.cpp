@@ -153,7 +153,7 @@ std::unique_ptr<BenchClient> BenchLink::findBench()
             return nullptr;
         }
     }
-    auto client = BenchClient::connect(m_path, error);
+    auto client = BenchClient::connect(m_path, error, false);
     if (!client) {
         reportSearching(error, {});
     }
