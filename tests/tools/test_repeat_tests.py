@@ -11,6 +11,9 @@ import io
 import json
 import os
 import pathlib
+import select
+import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -22,6 +25,8 @@ sys.dont_write_bytecode = True
 loader = importlib.machinery.SourceFileLoader("repeat_tests", str(root / "tools" / "repeat-tests"))
 repeat_tests = importlib.util.module_from_spec(importlib.util.spec_from_loader("repeat_tests", loader))
 loader.exec_module(repeat_tests)
+
+LIMIT = 60  # s
 
 # Notes its arguments, and lets tst_b fail in the rounds that the file "failing" names.
 CTEST = """#!/bin/bash
@@ -124,6 +129,31 @@ class RepeatTests(unittest.TestCase):
             status, out, calls = self.run_main("--resume")
             self.assertEqual((status, calls, out.count("\n")), (2, [], 1), out)
             self.assertIn("tally.json", out)
+
+    def test_a_signal_ends_the_busy_loops(self):
+        (self.top / "tools").mkdir()
+        tool = shutil.copy(root / "tools" / "repeat-tests", self.top / "tools")
+        os.mkfifo(self.top / "began")
+        (self.top / "bin" / "ctest").write_text(f"#!/bin/bash\necho begun >{self.top}/began\nexec sleep {10 * LIMIT}\n",
+                                                encoding="utf-8")
+        for number in (signal.SIGTERM, signal.SIGKILL):
+            with subprocess.Popen([sys.executable, "-B", tool, "--busy", "2", "--sanitizer-rounds", "0"],
+                                  start_new_session=True, stdout=subprocess.DEVNULL) as process:
+                try:
+                    (self.top / "began").read_text(encoding="utf-8")
+                    children = pathlib.Path(f"/proc/{process.pid}/task/{process.pid}/children").read_text("ascii").split()
+                    self.assertEqual(len(children), 3)  # with ctest
+                    with contextlib.ExitStack() as stack:
+                        loops = [os.pidfd_open(int(child)) for child in children[:2]]
+                        for loop in loops:
+                            stack.callback(os.close, loop)
+                        process.send_signal(number)
+                        self.assertIn(process.wait(LIMIT), (143, -number))
+                        for loop in loops:
+                            self.assertTrue(select.select([loop], [], [], LIMIT)[0], "a busy loop is left")
+                finally:
+                    with contextlib.suppress(ProcessLookupError):
+                        os.killpg(process.pid, signal.SIGKILL)
 
     def test_a_missing_build_is_an_error(self):
         (self.top / "build/tsan/CTestTestfile.cmake").unlink()

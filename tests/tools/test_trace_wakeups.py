@@ -7,12 +7,15 @@ import contextlib
 import importlib.machinery
 import importlib.util
 import io
+import os
 import pathlib
 import platform
 import re
+import signal
 import sys
 import tempfile
 import unittest
+import unittest.mock
 
 root = pathlib.Path(sys.argv.pop(1))
 sys.dont_write_bytecode = True
@@ -293,6 +296,21 @@ class Programs(unittest.TestCase):
             with self.assertRaises(SystemExit) as end, contextlib.redirect_stderr(io.StringIO()):
                 wakeups.main([option, "0", "--read", "/dev/null"])
             self.assertEqual(end.exception.code, 2)
+
+    def test_a_signal_removes_the_tracing(self):
+        removed = []
+
+        def record(*_):
+            with contextlib.ExitStack() as tracing:
+                tracing.callback(removed.append, True)
+                os.kill(os.getpid(), signal.SIGTERM)
+                self.fail("the signal is ignored")
+
+        self.addCleanup(signal.signal, signal.SIGTERM, signal.getsignal(signal.SIGTERM))
+        with unittest.mock.patch.object(wakeups, "check_system"), unittest.mock.patch.object(wakeups, "record", record), \
+                tempfile.NamedTemporaryFile() as kept, self.assertRaises(SystemExit) as end:
+            wakeups.main(["--in-session", "--keep", kept.name])
+        self.assertEqual((end.exception.code, removed), (143, [True]))
 
     def test_a_missing_program_is_one_clear_error(self):
         out, kept = io.StringIO(), sys.stderr
