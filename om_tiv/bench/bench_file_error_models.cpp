@@ -34,7 +34,7 @@ bool isNumber(const JsonNode& node)
 /// One number for all axes, or one for each.
 /// @param three whether the sensor has three axes; otherwise only one number is allowed
 void readAxes(JsonObject& object, const std::string& key, Vector& value, double least, double most,
-              bool three)
+              bool three = true)
 {
     const JsonNode* const node = object.find(key);
     if (node == nullptr) {
@@ -107,7 +107,7 @@ void readVibration(JsonObject& sensor, ErrorModel& model, double most)
         object.require("frequency");
         object.require("amplitude");
         object.read("frequency", model.vibrationFrequency, 0.01, 10000.0);
-        readAxes(object, "amplitude", model.vibrationAmplitude, -most, most, true);
+        readAxes(object, "amplitude", model.vibrationAmplitude, -most, most);
         object.finish();
     }
 }
@@ -148,15 +148,14 @@ void readErrorModel(JsonObject& errors, const SensorKind& kind, ErrorModel& mode
     readAxes(object, "temperatureBias", model.temperatureBias, -kind.most, kind.most,
              kind.threeAxes);
     if (kind.threeAxes) { // the barometer has no scale
-        readAxes(object, "temperatureScaleFactor", model.temperatureScaleFactor, -100.0, 100.0,
-                 true);
+        readAxes(object, "temperatureScaleFactor", model.temperatureScaleFactor, -100.0, 100.0);
     }
     object.read("resolution", model.resolution, 0.0, kind.most);
     if (kind.mostRange > 0.0) {
         object.read("measurementRange", model.measurementRange, 1.0, kind.mostRange);
     }
     if (kind.inertial) {
-        readAxes(object, "scaleFactor", model.scaleFactor, -10.0, 10.0, true);
+        readAxes(object, "scaleFactor", model.scaleFactor, -10.0, 10.0);
         readMisalignment(object, model.axesMisalignment);
         readVibration(object, model, kind.most);
     }

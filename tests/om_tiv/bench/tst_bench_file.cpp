@@ -598,6 +598,9 @@ void TestBenchFile::mistakes_data()
            "errors.gyroscope.randomWalk: must be a number or an array of 3 numbers");
     camera("axes of a sensor with one", R"("errors": {"barometer": {"randomWalk": [1, 2, 3]}})",
            "errors.barometer.randomWalk: must be a number, not an array");
+    camera("scale of a sensor without one",
+           R"("errors": {"barometer": {"temperatureScaleFactor": 1}})",
+           "errors.barometer.temperatureScaleFactor: unknown key");
     camera("misalignment of an axis with itself",
            R"("errors": {"gyroscope": {"axesMisalignment": [[0, 1, 1], [1, 2, 1], [1, 1, 0]]}})",
            "errors.gyroscope.axesMisalignment[1][1]: must be 0: an axis with itself is "
