@@ -4,6 +4,7 @@
 /// The linker redirects every call of hid_enumerate here (--wrap). The entries are allocated as
 /// hidapi allocates its own, so that hid_free_enumeration frees all of them.
 
+#include "bench/virtual_camera.h"
 #include "library/hid.h"
 #include "library/the_bench.h"
 
@@ -60,9 +61,8 @@ hid_device_info* __wrap_hid_enumerate(unsigned short vendor, unsigned short prod
     while (*end != nullptr) {
         end = &(*end)->next;
     }
-    auto& bench = om::bench::theBench();
-    for (const unsigned int serial : bench.serialNumbers()) {
-        const om::bench::CameraConfig camera = bench.config(serial);
+    for (const auto& device : om::bench::theBench().cameras()) {
+        const om::bench::CameraConfig camera = device->config();
         const unsigned short ownId = om::bench::usbProductId(camera.model);
         if (!camera.plugged || ownId == 0) {
             continue;

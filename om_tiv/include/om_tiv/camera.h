@@ -62,7 +62,8 @@ struct InitParameters
 
     RESOLUTION resolution;
     /// Requested frames per second, from 15 to the maximum of the resolution (60 for HD720, 30 for
-    /// HD1200). Values outside are clamped, 0 selects the maximum. After open() the actual rate.
+    /// HD1200). Values outside are clamped; 0 or less selects the maximum. After open() the actual
+    /// rate.
     int fps;
     bool enableRecording;
     DEPTH_MODE depthMode;

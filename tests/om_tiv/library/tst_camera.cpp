@@ -292,6 +292,7 @@ void TestCamera::sizeAndRateOfAResolution_data()
     QTest::newRow("6 at 30") << 2 << 6 << 30 << 1280 << 720 << 30;
     QTest::newRow("6 at the camera's own") << 1 << 6 << 0 << 1280 << 720 << 60;
     QTest::newRow("6 too slow") << 1 << 6 << 5 << 1280 << 720 << 15;
+    QTest::newRow("6 below 0") << 1 << 6 << -5 << 1280 << 720 << 60;
     QTest::newRow("3 at 30") << 4 << 3 << 30 << 1920 << 1200 << 30;
     QTest::newRow("3 at 100") << 5 << 3 << 100 << 1920 << 1200 << 30;
     QTest::newRow("3 on USB") << 3 << 3 << 60 << 1920 << 1200 << 30;
