@@ -119,13 +119,20 @@ void readName(const std::string& path, Recording& recording)
 
 } // namespace
 
+double lostShareOf(const ReadReport& report)
+{
+    const std::uint64_t lost = report.tornRows + report.invalidRows + report.backwardRows;
+    const std::uint64_t all = report.rows + report.repeatedRows + lost;
+    return all > 0 ? static_cast<double>(lost) / static_cast<double>(all) : 0.0;
+}
+
 std::string leftOutText(const ReadReport& report)
 {
     const std::pair<std::uint64_t, const char*> reasons[] = {
         {report.tornRows, "with another number of fields than the header"},
         {report.invalidRows, "with a field that is no number from -1e9 to 1e9"},
-        {report.repeatedRows, "with the time of the row before"},
-        {report.backwardRows, "with a time before that of the row before"},
+        {report.repeatedRows, "with the time of the last row that was kept"},
+        {report.backwardRows, "with a time before that of the last row that was kept"},
     };
     std::string text;
     for (const auto& [number, what] : reasons) {

@@ -39,9 +39,17 @@ struct ReadReport
     std::uint64_t rows = 0;         ///< that are in the recording
     std::uint64_t tornRows = 0;     ///< with another number of fields than the header
     std::uint64_t invalidRows = 0;  ///< with a field that is not a number from -1e9 to 1e9
-    std::uint64_t repeatedRows = 0; ///< with the same time as the row before
-    std::uint64_t backwardRows = 0; ///< with a time before that of the row before
+    std::uint64_t repeatedRows = 0; ///< with the time of the last row that was kept
+    std::uint64_t backwardRows = 0; ///< with a time before that of the last row that was kept
 };
+
+/// A recording with a higher share of lost rows is incomplete: our choice, the same as for samples
+/// without a row.
+constexpr double mostLostRows = 0.001;
+
+/// The rows that were left out, as a share of all; without the repeated ones, because the recording
+/// has a sample of their time.
+double lostShareOf(const ReadReport& report);
 
 /// What was left out and why, as part of a sentence; empty where nothing was.
 std::string leftOutText(const ReadReport& report);

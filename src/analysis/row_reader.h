@@ -102,7 +102,7 @@ public:
     /// The new samples of a row, with their times.
     struct New
     {
-        bool row = false;     ///< false if the row is not later than the previous one
+        bool row = false;     ///< false if the row is not later than the last one that was kept
         Nanoseconds time = 0; ///< of the IMU; of the magnetometer or the barometer in files without
         std::optional<Nanoseconds> magnetometer;
         std::optional<Nanoseconds> barometer;

@@ -42,8 +42,8 @@ std::optional<Action> readCommandLine(int argc, const char* const* argv, int& st
     program.require_subcommand(1);
     program.get_formatter()->column_width(34);
     program.set_version_flag("--version", std::string("gravimon-log ") + gravimonVersion);
-    program.footer("Exit status: 0 done, 1 not done, 2 wrong usage, 3 recorded with missing "
-                   "samples or a verdict failed.");
+    program.footer("Exit status: 0 done, 1 not done, 2 wrong usage, 3 done, but samples or "
+                   "rows are missing or a verdict failed.");
     addRecord(program, action);
     addReport(program, action);
     addConvert(program, action);

@@ -17,7 +17,7 @@ enum EXIT : int {
     DONE = 0,
     NOT_DONE = 1,    ///< the reason is on standard error
     WRONG_USAGE = 2, ///< the reason is on standard error
-    INCOMPLETE = 3,  ///< done; the recording has missing samples, or a verdict of a report failed
+    INCOMPLETE = 3,  ///< done; the recording has missing samples or lost rows, or a verdict failed
 };
 
 /// The work that a command line requests. The call does it and returns the exit status.

@@ -63,7 +63,7 @@ int convert(const exchange::ConvertOptions& options)
     if (const std::string text = analysis::leftOutText(result.report); !text.empty()) {
         report::complain(options.input + ": left out: " + text);
     }
-    return DONE;
+    return analysis::lostShareOf(result.report) > analysis::mostLostRows ? INCOMPLETE : DONE;
 }
 
 } // namespace
@@ -89,6 +89,8 @@ void addConvert(CLI::App& program, Action& action)
                      "y left, z up, by default for mcap and euroc")
         ->type_name("AXES")
         ->check(CLI::IsMember(namesOf(turns)));
+    verb->footer("Exit status: 0 converted, 1 not done, 2 wrong usage, 3 converted, but more than "
+                 "0.1 % of the rows are lost.");
     verb->callback([options, form, axes, &action] {
         options->format = forms.at(*form);
         if (!axes->empty()) {

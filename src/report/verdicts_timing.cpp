@@ -123,18 +123,25 @@ void judgeJitter(const RecordingReport& report, std::vector<Verdict>& verdicts)
 
 void judgeRows(const RecordingReport& report, std::vector<Verdict>& verdicts)
 {
-    const std::uint64_t bad = report.read.tornRows + report.read.invalidRows +
-                              report.read.repeatedRows + report.read.backwardRows;
-    verdicts.push_back(
-        {"rows", "Rows that can be used", bad == 0 ? STATE::PASSED : STATE::WARNED,
-         number(report.read.rows) + " of " + number(report.read.rows + bad), "all",
-         bad == 0 ? "No row is torn, repeated or out of order."
-                  : "Left out: " + number(report.read.tornRows) + " torn, " +
-                        number(report.read.invalidRows) + " with a field that is not a number, " +
-                        number(report.read.repeatedRows) +
-                        " with the time of the row "
-                        "before, " +
-                        number(report.read.backwardRows) + " with an earlier time."});
+    const analysis::ReadReport& read = report.read;
+    const std::uint64_t bad =
+        read.tornRows + read.invalidRows + read.repeatedRows + read.backwardRows;
+    Verdict verdict{"rows",
+                    "Rows that can be used",
+                    STATE::PASSED,
+                    number(read.rows) + " of " + number(read.rows + bad),
+                    "all; at most " + percentLimit(analysis::mostLostRows) + " lost (ours)",
+                    "No row is torn, repeated or out of order."};
+    if (bad > 0) {
+        verdict.state =
+            analysis::lostShareOf(read) <= analysis::mostLostRows ? STATE::WARNED : STATE::FAILED;
+        verdict.why = "Left out: " + analysis::leftOutText(read) + ".";
+    }
+    if (read.backwardRows > 0) {
+        verdict.why += " The clock was set back, recordings were joined, or one time is far too "
+                       "late.";
+    }
+    verdicts.push_back(verdict);
 }
 
 } // namespace

@@ -65,6 +65,7 @@ private slots:
     void imuWithoutItsTimeIsLeftOut();
     void badRowIsLeftOutAndCounted_data();
     void badRowIsLeftOutAndCounted();
+    void rowsBeforeTheLastKeptOneAreLeftOut();
     void unknownColumnIsPassed();
     void lastLineWithoutLineFeedIsARow();
     void carriageReturnsAreIgnored();
@@ -217,6 +218,19 @@ void TestRecordingReader::badRowIsLeftOutAndCounted()
     QCOMPARE(static_cast<int>(recording->report.invalidRows), invalid);
     QCOMPARE(static_cast<int>(recording->report.repeatedRows), repeated);
     QCOMPARE(static_cast<int>(recording->report.backwardRows), backward);
+}
+
+void TestRecordingReader::rowsBeforeTheLastKeptOneAreLeftOut()
+{
+    const auto recording = parse("idx,imu_Timestamp[sec],\n0,1,\n1,2,\n2,1000,\n3,3,\n4,4,\n"
+                                 "5,1000,\n6,1001,\n");
+    QVERIFY(recording);
+    QCOMPARE(recording->numbers, (std::vector<std::uint32_t>{0, 1, 2, 6}));
+    QCOMPARE(leftOutText(recording->report),
+             std::string("1 row with the time of the last row that was kept, 2 rows with a time "
+                         "before that of the last row that was kept"));
+    QCOMPARE(lostShareOf(recording->report), 2.0 / 7.0); // a repeated row is not lost
+    QCOMPARE(lostShareOf(ReadReport()), 0.0);
 }
 
 void TestRecordingReader::unknownColumnIsPassed()

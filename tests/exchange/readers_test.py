@@ -23,6 +23,7 @@ HERE = pathlib.Path(__file__).resolve().parent
 PROGRAM, BUILD = sys.argv[1:3]
 SKIPPED = 77
 LIMIT = 120  # s
+LOST_ROWS = 3
 
 
 def convert(*arguments):
@@ -246,11 +247,31 @@ class Refused(Case):
         with open(self.input, "a", encoding="ascii") as file:
             file.write("20,1706711000.17")
         done = convert(self.input, self.folder / "out.npz", "--to", "npz")
-        self.assertEqual(done.returncode, 0)
+        self.assertEqual(done.returncode, LOST_ROWS)
         self.assertEqual(done.stderr, f"gravimon-log: {self.input}: left out: 1 row with another number of fields than the "
                                       "header, 2 rows with a field that is no number from -1e9 to 1e9, 1 row with the "
-                                      "time of the row before\n")
+                                      "time of the last row that was kept\n")
         self.assertEqual(len(numpy.load(self.folder / "out.npz")["imu_time_ns"]), 17)
+
+    def test_a_lost_row_among_thousands_is_no_failure(self):
+        rows = list(made.rows(2000))
+        rows[1000][5] = "nan"
+        made.write(self.input, rows)
+        done = convert(self.input, self.folder / "out.npz", "--to", "npz")
+        self.assertEqual((done.returncode, done.stderr),
+                         (0, f"gravimon-log: {self.input}: left out: 1 row with a field that is no number from -1e9 to 1e9\n"))
+
+    def test_a_time_that_steps_back_is_a_failure(self):
+        rows = list(made.rows(2000))
+        for number in range(1000, 2000):
+            rows[number][1] = made.time(made.START_US + number * 2500 - 3_600_000_000)
+        made.write(self.input, rows)
+        done = convert(self.input, self.folder / "out.npz", "--to", "npz")
+        self.assertEqual((done.returncode, done.stderr),
+                         (LOST_ROWS, f"gravimon-log: {self.input}: left out: 1000 rows with a time before that of the last "
+                                     "row that was kept\n"))
+        self.assertIn(": 1000 samples of the IMU, ", done.stdout)
+        self.assertEqual(len(numpy.load(self.folder / "out.npz")["imu_time_ns"]), 1000)
 
 
 def doubles(data, offset, count):

@@ -115,6 +115,7 @@ private slots:
     void hostileNameIsOneLine();
     void numbersHaveAPointInEveryLanguage();
     void rowsThatWereLeftOutAreCounted();
+    void timeThatStepsBackFails();
 
 private:
     std::string path(const std::string& name) const
@@ -357,9 +358,23 @@ void TestReportCommand::rowsThatWereLeftOutAreCounted()
     command.recordings = {written("a.csv", imuRows(100, -0.0025))};
     const Said said = saidBy(command);
     QCOMPARE(said.outcome, NOT_REPORTED);
-    QVERIFY2(said.error.find("left out: 99 rows with a time before that of the row before\n") !=
-                 std::string::npos,
+    QVERIFY2(said.error.find("left out: 99 rows with a time before that of the last row that was "
+                             "kept\n") != std::string::npos,
              said.error.c_str());
+}
+
+void TestReportCommand::timeThatStepsBackFails()
+{
+    std::string text = imuHeader;
+    for (int i = 0; i < 1000; ++i) {
+        text += imuRow(i, 1e4 + i * 0.0025 - (i < 500 ? 0.0 : 3600.0), 0.01 * ((i * 7919) % 101));
+    }
+    Command command;
+    command.recordings = {written("a.csv", text)};
+    const Said said = saidBy(command);
+    QCOMPARE(said.outcome, VERDICT_FAILED);
+    QVERIFY2(said.output.find("failed: Rows that can be used: 500 of 1000 ") != std::string::npos,
+             said.output.c_str());
 }
 
 QTEST_MAIN(TestReportCommand)

@@ -3,6 +3,7 @@
 
 #include <QtTest>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -131,6 +132,8 @@ private slots:
     void verdictsHaveTheirTexts_data();
     void verdictsHaveTheirTexts();
     void everyVerdictIsInTheTable();
+    void rowsAreJudgedByTheShareThatIsLost_data();
+    void rowsAreJudgedByTheShareThatIsLost();
     void numbersHaveTheirDigits_data();
     void numbersHaveTheirDigits();
     void durationsHaveTheirUnits_data();
@@ -193,11 +196,15 @@ void TestReportVerdicts::verdictsHaveTheirTexts_data()
         "Standard deviation of the intervals between rows, without gaps.");
     add(vague, "jitter", "Evenness of the time stamps", unknown, "25.0 µs (0.250 % of the period)",
         "10 %; at most 25 % (ours)", "The intervals between rows depend on the recorder.");
-    add(sound, "rows", "Rows that can be used", passed, "240000 of 240000", "all",
-        "No row is torn, repeated or out of order.");
-    add(bad, "rows", "Rows that can be used", warned, "1000 of 1010", "all",
-        "Left out: 1 torn, 2 with a field that is not a number, 3 with the time of the row before, "
-        "4 with an earlier time.");
+    add(sound, "rows", "Rows that can be used", passed, "240000 of 240000",
+        "all; at most 0.1 % lost (ours)", "No row is torn, repeated or out of order.");
+    add(bad, "rows", "Rows that can be used", failed, "1000 of 1010",
+        "all; at most 0.1 % lost (ours)",
+        "Left out: 1 row with another number of fields than the header, 2 rows with a field that "
+        "is "
+        "no number from -1e9 to 1e9, 3 rows with the time of the last row that was kept, 4 rows "
+        "with a time before that of the last row that was kept. The clock was set back, recordings "
+        "were joined, or one time is far too late.");
     add(sound, "rest", "Camera at rest", passed, "10.0 min of 10.0 min", "all of the recording",
         "Noise is judged over all of it.");
     add(bad, "rest", "Camera at rest", unknown, "3.00 s of 5.00 s", "all of the recording",
@@ -386,6 +393,44 @@ void TestReportVerdicts::everyVerdictIsInTheTable()
         found << QString::fromStdString(verdict.id);
     }
     QCOMPARE(found, ids); // all passed: in the order in which they were judged
+}
+
+void TestReportVerdicts::rowsAreJudgedByTheShareThatIsLost_data()
+{
+    QTest::addColumn<int>("torn");
+    QTest::addColumn<int>("invalid");
+    QTest::addColumn<int>("repeated");
+    QTest::addColumn<int>("backward");
+    QTest::addColumn<int>("state");
+    const int warned = int(STATE::WARNED);
+    const int failed = int(STATE::FAILED);
+    QTest::newRow("all rows") << 0 << 0 << 0 << 0 << int(STATE::PASSED);
+    QTest::newRow("one of a thousand") << 1 << 0 << 0 << 0 << warned;
+    QTest::newRow("more torn") << 2 << 0 << 0 << 0 << failed;
+    QTest::newRow("more without a number") << 0 << 2 << 0 << 0 << failed;
+    QTest::newRow("more out of order") << 0 << 0 << 0 << 2 << failed;
+    QTest::newRow("one of each") << 1 << 1 << 0 << 1 << failed;
+    QTest::newRow("repeated ones lose nothing") << 0 << 0 << 5000 << 0 << warned;
+    QTest::newRow("half of the file") << 0 << 0 << 0 << 999 << failed;
+}
+
+void TestReportVerdicts::rowsAreJudgedByTheShareThatIsLost()
+{
+    QFETCH(int, torn);
+    QFETCH(int, invalid);
+    QFETCH(int, repeated);
+    QFETCH(int, backward);
+    RecordingReport report = soundReport();
+    report.read.rows = 999;
+    report.read.tornRows = static_cast<std::uint64_t>(torn);
+    report.read.invalidRows = static_cast<std::uint64_t>(invalid);
+    report.read.repeatedRows = static_cast<std::uint64_t>(repeated);
+    report.read.backwardRows = static_cast<std::uint64_t>(backward);
+    judge(report);
+    const auto rows = std::find_if(report.verdicts.begin(), report.verdicts.end(),
+                                   [](const Verdict& verdict) { return verdict.id == "rows"; });
+    QVERIFY(rows != report.verdicts.end());
+    QTEST(static_cast<int>(rows->state), "state");
 }
 
 void TestReportVerdicts::numbersHaveTheirDigits_data()
