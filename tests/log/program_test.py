@@ -101,6 +101,18 @@ class Record(Case):
             self.assertEqual(reported, len(self.rows()))
             self.file.unlink()
 
+    def test_a_second_signal_ends_it_while_the_camera_opens(self):
+        slow = {"model": "TIV_Q", "serialNumber": 31415926, "faults": {"openDelay": 600000}}
+        program = self.start(bench=[slow])
+        wait_for("the file that is created before the camera opens", self.file.exists)
+
+        def ended():
+            program.send_signal(signal.SIGINT)
+            return program.poll() is not None
+        wait_for("the end", ended)
+        program.communicate(timeout=LIMIT)
+        self.assertEqual(program.returncode, -signal.SIGINT)
+
     def test_a_signal_that_is_ignored_at_the_start_stays_ignored(self):
         program = self.start(preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN))
         self.wait_for_rows(program, 50)
