@@ -14,6 +14,7 @@
 #include <QLocale>
 #include <QSaveFile>
 #include <QString>
+#include <QTextCodec>
 #include <QtGlobal>
 
 #include <csignal>
@@ -26,6 +27,20 @@ namespace report {
 
 namespace {
 
+/// While the object exists, each byte of a file's name is a character of Qt's name, and back. Qt
+/// converts names by the user's locale otherwise, and replaces what is not valid there.
+class NamesAsBytes
+{
+public:
+    NamesAsBytes() { QTextCodec::setCodecForLocale(QTextCodec::codecForName("ISO-8859-1")); }
+    ~NamesAsBytes() { QTextCodec::setCodecForLocale(m_before); }
+    NamesAsBytes(const NamesAsBytes&) = delete;
+    NamesAsBytes& operator=(const NamesAsBytes&) = delete;
+
+private:
+    QTextCodec* const m_before = QTextCodec::codecForLocale();
+};
+
 struct Output
 {
     const char* option;
@@ -35,6 +50,7 @@ struct Output
 /// Equal for two names of one file, also of one that is not there yet.
 QString placeOf(const Output& output)
 {
+    const NamesAsBytes names;
     const QFileInfo file(QFile::decodeName(output.path.c_str()));
     return file.exists()
                ? file.canonicalFilePath()
@@ -45,6 +61,7 @@ QString placeOf(const Output& output)
 /// empty if there is none.
 std::string problemWith(const Output& output, const std::vector<std::string>& recordings)
 {
+    const NamesAsBytes names;
     const QFileInfo file(QFile::decodeName(output.path.c_str()));
     if (file.exists() && !file.isFile()) {
         return output.path + ": is not a regular file";
@@ -111,10 +128,11 @@ private:
 bool write(const std::string& path, const QByteArray& content)
 {
     const EndHeldBack heldBack;
+    const NamesAsBytes names;
     QSaveFile file(QFile::decodeName(path.c_str()));
     if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() ||
         !file.commit()) {
-        complain(path + ": can't be written: " + file.errorString().toStdString());
+        complain(path + ": can't be written: " + file.errorString().toLocal8Bit().toStdString());
         return false;
     }
     return true;

@@ -225,6 +225,28 @@ class Report(Case):
         self.assertEqual((done.returncode, done.stderr),
                          (NOT_DONE, "gravimon-log: the verdicts can't be written to standard output\n"))
 
+    def test_names_of_files_are_taken_byte_for_byte(self):
+        self.file = self.folder / os.fsdecode(b"\xff.csv")
+        run("record", self.file, "--seconds", "0.5")
+        recorded = self.file.read_bytes()
+        for locale in ("C", "C.UTF-8"):
+            folder = self.folder / locale / os.fsdecode(b"\xc3\xb6 \xf6")
+            folder.mkdir(parents=True)
+            files = {f"--{form}": folder / os.fsdecode(name + form.encode())
+                     for form, name in (("json", b"\xc3\xa4."), ("yaml", b"\xfe."), ("pdf", b"\xe4."), ("output", b"\xc3("))}
+            done = run("report", self.file, *(word for pair in files.items() for word in pair), LC_ALL=locale)
+            self.assertEqual((done.returncode in (DONE, INCOMPLETE), done.stderr), (True, ""))
+            self.assertEqual(sorted(folder.iterdir()), sorted(files.values()))
+            done = run("report", self.file, "--json", folder / os.fsdecode(b"\xe4"), "--yaml",
+                       folder / os.fsdecode(b"\xf6"), LC_ALL=locale)
+            self.assertEqual(done.stderr, "")
+            done = run("report", self.file, "--json", self.file, LC_ALL=locale)
+            self.assertEqual(done.returncode, NOT_DONE)
+            self.assertIn("would overwrite the recording", done.stderr)
+            done = run("report", self.file, "--json", self.folder / os.fsdecode(b"\xfe.csv"), LC_ALL=locale)
+            self.assertEqual(done.stderr, "")
+        self.assertEqual(self.file.read_bytes(), recorded)
+
 
 class Convert(Case):
 
