@@ -125,13 +125,22 @@ private:
     sigset_t m_before = {};
 };
 
+/// A full disk accepts a part first, and only the next write has a reason.
+bool writeAll(QIODevice& file, const QByteArray& content)
+{
+    qint64 written = 1;
+    for (qint64 done = 0; done < content.size() && written > 0; done += written) {
+        written = file.write(content.constData() + done, content.size() - done);
+    }
+    return written > 0;
+}
+
 bool write(const std::string& path, const QByteArray& content)
 {
     const EndHeldBack heldBack;
     const NamesAsBytes names;
     QSaveFile file(QFile::decodeName(path.c_str()));
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() ||
-        !file.commit()) {
+    if (!file.open(QIODevice::WriteOnly) || !writeAll(file, content) || !file.commit()) {
         complain(path + ": can't be written: " + file.errorString().toLocal8Bit().toStdString());
         return false;
     }
@@ -262,6 +271,7 @@ bool writeOutputs(const Command& command, const std::vector<RecordingReport>& re
 
 OUTCOME run(const Command& command)
 {
+    std::signal(SIGXFSZ, SIG_IGN); // a file size limit only makes a write fail
     if (const std::string mistake = mistakeIn(command); !mistake.empty()) {
         complain(mistake);
         return WRONG_COMMAND;

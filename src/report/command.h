@@ -29,8 +29,8 @@ enum OUTCOME : int {
 };
 
 /// Reads and judges the recordings, one after the other, and writes the files. Without a path it
-/// writes only the verdicts to standard output. Writes an error to standard error, in one line. One
-/// thread at a time.
+/// writes only the verdicts to standard output. Writes an error to standard error, in one line.
+/// SIGXFSZ is ignored from then on. One thread at a time.
 OUTCOME run(const Command& command);
 
 } // namespace report

@@ -225,6 +225,16 @@ class Report(Case):
         self.assertEqual((done.returncode, done.stderr),
                          (NOT_DONE, "gravimon-log: the verdicts can't be written to standard output\n"))
 
+    def test_a_limit_of_the_size_leaves_nothing_behind(self):
+        run("record", self.file, "--seconds", "0.5")
+        for option in ("--json", "--output"):
+            out = self.folder / "out"
+            done = subprocess.run(["bash", "-c", 'ulimit -f 1; exec "$@"', "bash", PROGRAM, "report", str(self.file), option,
+                                   str(out)], capture_output=True, text=True, check=False, timeout=LIMIT, env=ENVIRONMENT)
+            self.assertEqual((done.returncode, done.stdout, done.stderr),
+                             (NOT_DONE, "", f"gravimon-log: {out}: can't be written: File too large\n"))
+            self.assertEqual([path.name for path in self.folder.iterdir()], [self.file.name])
+
     def test_names_of_files_are_taken_byte_for_byte(self):
         self.file = self.folder / os.fsdecode(b"\xff.csv")
         run("record", self.file, "--seconds", "0.5")
