@@ -137,6 +137,20 @@ class Record(Case):
         self.assertIn(program.returncode, (DONE, INCOMPLETE))
         self.assertTrue(self.rows())  # however few the machine had time for
 
+    def test_what_nobody_can_read_is_not_in_the_file(self):
+        strange = {"OM_TIV_CONTROL": "/dev/null/x.sock"}
+        self.assertRegex(run("record", self.file, "--seconds", 0.3, **strange).stderr, r"\Aom_tiv: no control socket: ")
+        for closed in ((0,), (1,), (2,), (0, 1, 2)):
+            self.file.unlink()
+
+            def close(numbers=closed):
+                for number in numbers:
+                    os.close(number)
+
+            done = run("record", self.file, "--seconds", 0.3, before=close, **strange)
+            self.assertIn(done.returncode, (DONE, INCOMPLETE))
+            self.assertTrue(self.rows())
+
     def shown_on_a_terminal(self, columns):
         """What a recording of two seconds writes to a terminal of this width."""
         control, terminal = pty.openpty()
@@ -222,6 +236,10 @@ class Report(Case):
         with open("/dev/full", "w", encoding="ascii") as full:
             done = subprocess.run([PROGRAM, "report", self.file], stdout=full, stderr=subprocess.PIPE, text=True, check=False,
                                   timeout=LIMIT)
+        self.assertEqual((done.returncode, done.stderr),
+                         (NOT_DONE, "gravimon-log: the verdicts can't be written to standard output\n"))
+
+        done = run("report", self.file, before=lambda: os.close(1))
         self.assertEqual((done.returncode, done.stderr),
                          (NOT_DONE, "gravimon-log: the verdicts can't be written to standard output\n"))
 
