@@ -112,6 +112,8 @@ class Record(Case):
         wait_for("the end", ended)
         program.communicate(timeout=LIMIT)
         self.assertEqual(program.returncode, -signal.SIGINT)
+        # Opening ends after five seconds too, and then removes the file.
+        self.assertTrue(self.file.exists(), "the program ended when the camera could not be opened")
 
     def test_a_signal_that_is_ignored_at_the_start_stays_ignored(self):
         program = self.start(preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN))
