@@ -130,6 +130,20 @@ json allanOf(const std::vector<AllanPoint>& points, const char* unit)
     return allan;
 }
 
+std::string whyNoSlope(const RecordingReport& report, const AxisReport& axis)
+{
+    if (!report.rest) {
+        return report.restReason;
+    }
+    if (!report.temperatures) {
+        return "the recording has no temperatures";
+    }
+    if (axis.temperature.size() < leastSlopePoints) {
+        return "the rest is too short for a slope over the temperature";
+    }
+    return "the temperature of the IMU did not change by a degree while the camera was at rest";
+}
+
 json axisOf(const RecordingReport& report, const AxisReport& axis, const Units& units)
 {
     Object object;
@@ -148,8 +162,7 @@ json axisOf(const RecordingReport& report, const AxisReport& axis, const Units& 
     if (axis.temperatureSlope) {
         object.set("temperature_slope", {{"value", *axis.temperatureSlope}, {"unit", units.slope}});
     } else {
-        object.setMissing("temperature_slope", "the temperature of the IMU did not change by a "
-                                               "degree while the camera was at rest");
+        object.setMissing("temperature_slope", whyNoSlope(report, axis));
     }
     const bool cleaned = !axis.allanAsRecorded.empty();
     object.set("allan", allanOf(cleaned ? axis.allanAsRecorded : axis.noise.allan, units.sample));

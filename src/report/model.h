@@ -64,6 +64,9 @@ struct Point
 /// Names of the axes of a sensor, in the order of every array of axes.
 constexpr std::array<const char*, 3> axisNames{"x", "y", "z"};
 
+/// A slope against the temperature needs as many points.
+constexpr std::size_t leastSlopePoints = 3;
+
 /// One axis of accelerometer or gyroscope, in m/s^2 or degrees per second.
 struct AxisReport
 {
@@ -82,7 +85,8 @@ struct AxisReport
     std::uint64_t saturated = 0;      ///< number of samples at the end of the range
     std::uint64_t spikes = 0;         ///< at rest: number of samples in spikes
     std::vector<Point> temperature;   ///< degrees Celsius, mean of the axis at rest
-    /// Unit of the axis per degree Celsius; none if the temperature did not change enough.
+    /// Unit of the axis per degree Celsius; none if there are fewer than leastSlopePoints or the
+    /// temperature did not change enough.
     std::optional<double> temperatureSlope;
 };
 

@@ -119,7 +119,7 @@ double correlationAlong(const std::vector<Point>& points, const Line& line)
 /// and Winsten, 1954) a wandering bias would be taken for an effect of the temperature.
 std::optional<double> slopeOf(std::vector<Point> points)
 {
-    if (points.size() < 3) {
+    if (points.size() < leastSlopePoints) {
         return std::nullopt;
     }
     const auto count = static_cast<double>(points.size());

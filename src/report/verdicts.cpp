@@ -4,7 +4,6 @@
 #include "report/verdicts_parts.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace report {
 
@@ -64,14 +63,8 @@ void judge(RecordingReport& report)
     if (report.decimated) {
         report.warning = "This file was decimated: its rows come at " +
                          number(report.timing.rateHz) + " Hz, the sensor's samples at " +
-                         number(report.timing.decimated ? report.timing.sensorRateHz
-                                                        : report.options.sensorRateHz) +
-                         " Hz. Noise densities in it are up to " +
-                         number(std::sqrt((report.timing.decimated ? report.timing.sensorRateHz
-                                                                   : report.options.sensorRateHz) /
-                                          report.timing.rateHz),
-                                3) +
-                         " times too high.";
+                         number(sensorRateOf(report)) + " Hz. Noise densities in it are up to " +
+                         number(densityFactorOf(report), 3) + " times too high.";
     }
     judgeTiming(report, verdicts);
     judgeInertial(report, verdicts);

@@ -91,7 +91,6 @@ void judgeHealth(const RecordingReport& report, const Sensor& sensor,
     }
     const std::string id = sensor.id;
     const std::string name = sensor.name;
-    const auto rows = static_cast<double>(report.read.rows);
     verdicts.push_back({id + ".stuck", name + " alive",
                         equal > mostEqualSeconds ? STATE::FAILED : STATE::PASSED,
                         number(equal, 3) + " s without a change, axis " + axisNames[stuck],
@@ -103,6 +102,7 @@ void judgeHealth(const RecordingReport& report, const Sensor& sensor,
                         "Samples at exactly the highest or lowest value of an axis: runs of at "
                         "least 4 far from zero, or more than noise leaves there."});
     if (report.rest) {
+        const auto rows = static_cast<double>(report.rest->end - report.rest->first);
         const double share = static_cast<double>(spikes) / std::max(rows, 1.0);
         verdicts.push_back({id + ".spikes", name + " without spikes",
                             spikes == 0               ? STATE::PASSED

@@ -20,6 +20,13 @@ void judgeTemperature(const RecordingReport& report, std::vector<Verdict>& verdi
 /// Adds nothing if the six positions are not requested.
 void judgeSixPositions(const RecordingReport& report, std::vector<Verdict>& verdicts);
 
+/// Rate of the sensor's samples in a decimated file, Hz: from their numbers, or from the options if
+/// the numbers do not show it.
+double sensorRateOf(const RecordingReport& report);
+
+/// Highest factor by which noise densities of a decimated file are too high.
+double densityFactorOf(const RecordingReport& report);
+
 /// Missing samples as a share of all that should be there.
 double missingShareOf(const RecordingReport& report);
 

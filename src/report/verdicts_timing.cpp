@@ -71,8 +71,7 @@ void judgeDecimation(const RecordingReport& report, std::vector<Verdict>& verdic
          report.decimated
              ? "Samples were left out without a filter: signals above " +
                    number(timing.rateHz / 2.0) + " Hz are aliased, and noise densities are up to " +
-                   number(std::sqrt(report.options.sensorRateHz / timing.rateHz), 3) +
-                   " times too high."
+                   number(densityFactorOf(report), 3) + " times too high."
              : "Noise densities are those of the sensor."});
 }
 
@@ -145,6 +144,17 @@ void judgeRows(const RecordingReport& report, std::vector<Verdict>& verdicts)
 }
 
 } // namespace
+
+double sensorRateOf(const RecordingReport& report)
+{
+    const analysis::Timing& timing = report.timing;
+    return timing.decimated ? timing.sensorRateHz : report.options.sensorRateHz;
+}
+
+double densityFactorOf(const RecordingReport& report)
+{
+    return std::sqrt(sensorRateOf(report) / report.timing.rateHz);
+}
 
 double missingShareOf(const RecordingReport& report)
 {

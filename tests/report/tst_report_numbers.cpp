@@ -94,6 +94,8 @@ private slots:
     void spikesBesideGapsDoNotRaiseTheNoise();
     void vibrationIsNamed();
     void temperatureSlopeIsFound();
+    void missingTemperatureSlopeHasItsReason_data();
+    void missingTemperatureSlopeHasItsReason();
     void driftOfTheTemperatureIsNoWalk();
     void walkIsNoEffectOfTheTemperature();
     void magnetometerAtRestIsNotJudged();
@@ -524,6 +526,43 @@ void TestReportNumbers::temperatureSlopeIsFound()
     QVERIFY(report.gyroscope->axes[0].temperatureSlope);
     QVERIFY(std::abs(*report.gyroscope->axes[0].temperatureSlope - 0.05) < 1e-3);
     QCOMPARE(find(report, "temperature")->state, STATE::PASSED);
+}
+
+void TestReportNumbers::missingTemperatureSlopeHasItsReason_data()
+{
+    QTest::addColumn<int>("step"); // rows between two temperatures; 0: there are none
+    QTest::addColumn<bool>("moving");
+    QTest::addColumn<QString>("reason");
+    QTest::newRow("never at rest") << 100 << true << "the camera was never at rest for two seconds";
+    QTest::newRow("no temperatures") << 0 << false << "the recording has no temperatures";
+    QTest::newRow("two intervals")
+        << 3000 << false << "the rest is too short for a slope over the temperature";
+    QTest::newRow("the same temperature") << 100 << false
+                                          << "the temperature of the IMU did not change by a "
+                                             "degree while the camera was at rest";
+}
+
+void TestReportNumbers::missingTemperatureSlopeHasItsReason()
+{
+    QFETCH(int, step);
+    QFETCH(bool, moving);
+    QFETCH(QString, reason);
+    analysis::Recording recording = recordings::atRest(8000);
+    for (std::size_t row = 0; row < recording.times.size(); ++row) {
+        if (step > 0 && row % static_cast<std::size_t>(step) == 0) {
+            recording.temperatureTimes.push_back(recording.times[row]);
+            for (std::vector<double>& values : recording.temperatures) {
+                values.push_back(25.0);
+            }
+        }
+        recording.angularVelocity.axes[0][row] += moving ? 22.9 : 0.0;
+        recording.acceleration.axes[2][row] +=
+            moving ? 9.8 * std::sin(0.001 * static_cast<double>(row)) : 0.0;
+    }
+    const json axis = jsonOf(analyse(recording, {}))["gyroscope"]["z"];
+    QVERIFY(axis["temperature_slope"].is_null());
+    QCOMPARE(QString::fromStdString(axis["reason"]["temperature_slope"].get<std::string>()),
+             reason);
 }
 
 void TestReportNumbers::driftOfTheTemperatureIsNoWalk()

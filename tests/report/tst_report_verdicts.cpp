@@ -118,6 +118,15 @@ RecordingReport vagueReport()
     return report;
 }
 
+/// Judges and finds one verdict; an empty one if it is not in the table.
+Verdict verdictOf(RecordingReport& report, const std::string& id)
+{
+    judge(report);
+    const auto found = std::find_if(report.verdicts.begin(), report.verdicts.end(),
+                                    [&](const Verdict& verdict) { return verdict.id == id; });
+    return found != report.verdicts.end() ? *found : Verdict();
+}
+
 constexpr int sound = 0;
 constexpr int bad = 1;
 constexpr int vague = 2;
@@ -134,6 +143,10 @@ private slots:
     void everyVerdictIsInTheTable();
     void rowsAreJudgedByTheShareThatIsLost_data();
     void rowsAreJudgedByTheShareThatIsLost();
+    void spikesAreAShareOfTheRest_data();
+    void spikesAreAShareOfTheRest();
+    void decimationHasOneFactor_data();
+    void decimationHasOneFactor();
     void numbersHaveTheirDigits_data();
     void numbersHaveTheirDigits();
     void durationsHaveTheirUnits_data();
@@ -426,11 +439,58 @@ void TestReportVerdicts::rowsAreJudgedByTheShareThatIsLost()
     report.read.invalidRows = static_cast<std::uint64_t>(invalid);
     report.read.repeatedRows = static_cast<std::uint64_t>(repeated);
     report.read.backwardRows = static_cast<std::uint64_t>(backward);
-    judge(report);
-    const auto rows = std::find_if(report.verdicts.begin(), report.verdicts.end(),
-                                   [](const Verdict& verdict) { return verdict.id == "rows"; });
-    QVERIFY(rows != report.verdicts.end());
-    QTEST(static_cast<int>(rows->state), "state");
+    QTEST(static_cast<int>(verdictOf(report, "rows").state), "state");
+}
+
+void TestReportVerdicts::spikesAreAShareOfTheRest_data()
+{
+    QTest::addColumn<int>("rows"); // at rest, of 1,440,000
+    QTest::addColumn<int>("spikes");
+    QTest::addColumn<int>("state");
+    QTest::newRow("none") << 4000 << 0 << int(STATE::PASSED);
+    QTest::newRow("many in a short rest") << 4000 << 10 << int(STATE::FAILED);
+    QTest::newRow("one in 100,000") << 100'000 << 1 << int(STATE::WARNED);
+    QTest::newRow("two in 100,000") << 100'000 << 2 << int(STATE::FAILED);
+    QTest::newRow("all of the recording") << 1'440'000 << 14 << int(STATE::WARNED);
+}
+
+void TestReportVerdicts::spikesAreAShareOfTheRest()
+{
+    QFETCH(int, rows);
+    QFETCH(int, spikes);
+    RecordingReport report = soundReport();
+    report.read.rows = 1'440'000;
+    report.rest->first = 1000;
+    report.rest->end = 1000 + static_cast<std::size_t>(rows);
+    report.gyroscope->axes[0].spikes = static_cast<std::uint64_t>(spikes);
+    QTEST(static_cast<int>(verdictOf(report, "gyroscope.spikes").state), "state");
+}
+
+void TestReportVerdicts::decimationHasOneFactor_data()
+{
+    QTest::addColumn<double>("rate");       // of the rows, Hz
+    QTest::addColumn<double>("sensorRate"); // as the numbers of the samples show; 0: they do not
+    QTest::addColumn<QString>("factor");
+    QTest::newRow("faster sensor than expected") << 200.0 << 800.0 << "2.00";
+    QTest::newRow("faster rows than expected") << 800.0 << 1600.0 << "1.41";
+    QTest::newRow("slower sensor than expected") << 50.0 << 100.0 << "1.41";
+    QTest::newRow("without numbers") << 100.0 << 0.0 << "2.00";
+}
+
+void TestReportVerdicts::decimationHasOneFactor()
+{
+    QFETCH(double, rate);
+    QFETCH(double, sensorRate);
+    QFETCH(QString, factor);
+    RecordingReport report = soundReport();
+    report.decimated = true;
+    report.timing.decimated = sensorRate > 0.0;
+    report.timing.rateHz = rate;
+    report.timing.sensorRateHz = sensorRate > 0.0 ? sensorRate : rate;
+    const QString why = QString::fromStdString(verdictOf(report, "decimated").why);
+    const QString text = "are up to " + factor + " times too high.";
+    QVERIFY2(why.endsWith(text), qPrintable(why));
+    QVERIFY2(report.warning.find(text.toStdString()) != std::string::npos, report.warning.c_str());
 }
 
 void TestReportVerdicts::numbersHaveTheirDigits_data()
