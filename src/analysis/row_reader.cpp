@@ -65,6 +65,13 @@ bool beginsWith(const char* begin, const char* end, std::string_view text)
            std::memcmp(begin, text.data(), text.size()) == 0;
 }
 
+/// A camera without sensors of temperature, or one that has not measured yet, has four zeros.
+bool hasTemperaturesIn(const RecordedRow& row)
+{
+    return row.values[TEMP_LEFT] != 0.0 || row.values[TEMP_RIGHT] != 0.0 ||
+           row.values[TEMP_IMU] != 0.0 || row.values[TEMP_BAROMETER] != 0.0;
+}
+
 const char* endOfLine(const char* begin, const char* end)
 {
     const void* const feed = std::memchr(begin, '\n', static_cast<std::size_t>(end - begin));
@@ -228,8 +235,15 @@ SampleSplitter::New SampleSplitter::take(const RecordedRow& row, ReadReport& rep
 {
     New found;
     found.time = row.times[m_time];
-    if (m_any && found.time <= m_last) {
-        ++(found.time == m_last ? report.repeatedRows : report.backwardRows);
+    if (!hasImu() && found.time == 0) {
+        return found; // the sensor has no sample
+    }
+    if (m_any && found.time < m_last) {
+        ++report.backwardRows;
+        return found;
+    }
+    if (m_any && found.time == m_last) {
+        report.repeatedRows += hasImu() ? 1 : 0;
         return found;
     }
     found.row = true;
@@ -250,7 +264,7 @@ SampleSplitter::New SampleSplitter::take(const RecordedRow& row, ReadReport& rep
     const bool due = barometer > 0 ? newBarometer
                                    : !m_lastTemperatures ||
                                          found.time - *m_lastTemperatures >= temperaturePeriod;
-    if (m_hasTemperatures && due) {
+    if (m_hasTemperatures && due && hasTemperaturesIn(row)) {
         found.temperatures = m_lastTemperatures = barometer > 0 ? barometer : found.time;
     }
     return found;

@@ -102,11 +102,13 @@ public:
     /// The new samples of a row, with their times.
     struct New
     {
-        bool row = false;     ///< false if the row is not later than the last one that was kept
+        /// False if the row is not later than the last one that was kept, or if the slow sensor
+        /// whose times order the rows has no sample.
+        bool row = false;
         Nanoseconds time = 0; ///< of the IMU; of the magnetometer or the barometer in files without
         std::optional<Nanoseconds> magnetometer;
         std::optional<Nanoseconds> barometer;
-        /// Once per barometer sample; once in 40 ms without a barometer.
+        /// Once per barometer sample; once in 40 ms without a barometer. None while all are 0.
         std::optional<Nanoseconds> temperatures;
     };
 
@@ -117,7 +119,8 @@ public:
     bool hasBarometer() const { return m_hasBarometer; }
     bool hasTemperatures() const { return m_hasTemperatures; }
 
-    /// @param report counts the row, or why it is left out
+    /// @param report counts the row, or why it is left out; without the time of the IMU not the
+    /// rows that repeat the sample of a slow sensor
     New take(const RecordedRow& row, ReadReport& report);
 
 private:

@@ -66,6 +66,9 @@ private slots:
     void badRowIsLeftOutAndCounted_data();
     void badRowIsLeftOutAndCounted();
     void rowsBeforeTheLastKeptOneAreLeftOut();
+    void repeatsOfASlowSensorAreNoRows_data();
+    void repeatsOfASlowSensorAreNoRows();
+    void zerosAreNoTemperatures();
     void unknownColumnIsPassed();
     void lastLineWithoutLineFeedIsARow();
     void carriageReturnsAreIgnored();
@@ -231,6 +234,53 @@ void TestRecordingReader::rowsBeforeTheLastKeptOneAreLeftOut()
                          "before that of the last row that was kept"));
     QCOMPARE(lostShareOf(recording->report), 2.0 / 7.0); // a repeated row is not lost
     QCOMPARE(lostShareOf(ReadReport()), 0.0);
+}
+
+void TestRecordingReader::repeatsOfASlowSensorAreNoRows_data()
+{
+    QTest::addColumn<QByteArray>("header");
+    QTest::addColumn<QByteArray>("times"); // one row each, with values of 1
+    QTest::addColumn<int>("rows");
+    QTest::addColumn<int>("repeated");
+    QTest::addColumn<int>("backward");
+    const QByteArray magnetometer = "mag_Timestamp[sec],magX[uT],magY[uT],magZ[uT],\n";
+    QTest::newRow("magnetometer") << magnetometer << QByteArray("0 0 5 5 5 6 0 7") << 3 << 0 << 0;
+    QTest::newRow("time that steps back")
+        << magnetometer << QByteArray("5 5 6 4 6 7") << 3 << 0 << 1;
+    QTest::newRow("IMU") << QByteArray(
+                                "imu_Timestamp[sec],gyroX[deg/s],gyroY[deg/s],gyroZ[deg/s],\n")
+                         << QByteArray("5 5 5 6 6 7") << 3 << 3 << 0;
+}
+
+void TestRecordingReader::repeatsOfASlowSensorAreNoRows()
+{
+    QFETCH(QByteArray, header);
+    QFETCH(QByteArray, times);
+    std::string text = "idx," + header.toStdString();
+    for (const QByteArray& time : times.split(' ')) {
+        text += "0," + time.toStdString() + ",1,1,1,\n";
+    }
+    const auto recording = parse(text);
+    QVERIFY(recording);
+    QTEST(static_cast<int>(recording->report.rows), "rows");
+    QTEST(static_cast<int>(recording->report.repeatedRows), "repeated");
+    QTEST(static_cast<int>(recording->report.backwardRows), "backward");
+}
+
+void TestRecordingReader::zerosAreNoTemperatures()
+{
+    std::string text = "idx,imu_Timestamp[sec],baro_Timestamp[sec],temp_left[C],temp_right[C],"
+                       "temp_imu[C],temp_barom[C],\n";
+    const auto add = [&](const char* rest) { text += rest; };
+    add("0,1.00,0,0,0,0,0,\n");
+    add("1,1.01,0,0,0,20.5,0,\n"); // the first values
+    add("2,1.02,1.015,0,0,0,0,\n");
+    add("3,1.06,1.055,0,0,0,-0.5,\n");
+    const auto recording = parse(text);
+    QVERIFY(recording);
+    QCOMPARE(recording->temperatureTimes, (std::vector<Nanoseconds>{1'010'000'000, 1'055'000'000}));
+    QCOMPARE(recording->temperatures[2], (std::vector<double>{20.5, 0.0}));
+    QCOMPARE(recording->temperatures[3], (std::vector<double>{0.0, -0.5}));
 }
 
 void TestRecordingReader::unknownColumnIsPassed()

@@ -154,6 +154,22 @@ class Npz(Case):
             self.assertEqual(set(numpy.load(output).files), names | {"axes", "axes_of_world"})
             output.unlink()
 
+    def test_rows_that_repeat_a_slow_sensor_are_not_left_out(self):
+        rows = "".join(f"{number},{stamp},1,2,3,\n" for number, stamp in enumerate((0, 0, 5, 5, 5, 6, 6, 7)))
+        self.input.write_text("idx,mag_Timestamp[sec],magX[uT],magY[uT],magZ[uT],\n" + rows, encoding="ascii")
+        arrays = numpy.load(self.converted("npz"))
+        self.assertEqual(arrays["magnetic_field_time_ns"].tolist(), [stamp * 10**9 for stamp in (5, 6, 7)])
+
+    def test_zeros_are_not_temperatures(self):
+        rows = list(made.rows(100))
+        for row in rows:
+            row[19:23] = [made.text(0)] * 4
+        made.write(self.input, rows)
+        arrays = numpy.load(self.converted("npz"))
+        self.assertEqual(arrays["temperature_time_ns"].tolist(), [])
+        self.assertEqual(arrays["temperature_left_right_imu_barometer_c"].shape, (0, 4))
+        self.assertEqual(len(arrays["barometer_time_ns"]), 6)
+
 
 class Euroc(Case):
 
