@@ -361,7 +361,8 @@ class Mcap(Case):
             self.assertIn("MSG: std_msgs/Header\n", schema["data"])
         for channel in content["channels"]:
             self.assertEqual(channel["messageEncoding"], "cdr")
-            self.assertEqual(channel["metadata"], {"axes": "x right, y up, z backward"})
+            self.assertEqual(channel["metadata"],
+                             {"axes": "x right, y up, z backward", "offered_qos_profiles": ""})
         statistics = content["statistics"]
         self.assertEqual(int(statistics["messageCount"]), len(content["messages"]))
         self.assertEqual((statistics["schemaCount"], statistics["channelCount"], statistics["chunkCount"]), (4, 7, 1))
