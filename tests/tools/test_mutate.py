@@ -8,6 +8,7 @@ import importlib.machinery
 import importlib.util
 import io
 import json
+import os
 import pathlib
 import subprocess
 import sys
@@ -328,6 +329,18 @@ class SmallProject(unittest.TestCase):
         lines = [line for line in out.getvalue().splitlines() if "src/part/" in line]
         self.assertEqual(len([line for line in lines if "other.h:" in line]), 1)
         self.assertIn("other.h:", lines[-1])
+
+    def test_the_copy_has_the_links_of_the_tree(self):
+        link, copy = self.root / "tests/data", mutate.Copy(self.root, self.root / "build/mutate")
+        link.symlink_to("part")
+        try:
+            copy.update()
+            self.assertEqual(os.readlink(copy.tree / "tests/data"), "part")
+        finally:
+            link.unlink()
+        copy.update()
+        self.assertFalse((copy.tree / "tests/data").is_symlink())
+        self.assertTrue((copy.tree / "tests/part/tst_limits.cpp").is_file())
 
     def test_a_slow_test_is_not_run(self):
         path = self.root / "tests/part/tst_limits.cpp"
