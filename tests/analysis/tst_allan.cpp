@@ -9,6 +9,7 @@
 
 using namespace analysis;
 
+Q_DECLARE_METATYPE(analysis::NOISE)
 Q_DECLARE_METATYPE(std::vector<double>)
 
 namespace {
@@ -57,6 +58,8 @@ private slots:
     void differencesStayWithinAStretch();
     void chiSquaredQuantiles_data();
     void chiSquaredQuantiles();
+    void degreesOfFreedomOfNineSamples_data();
+    void degreesOfFreedomOfNineSamples();
     void intervalsCoverTheTruth_data();
     void intervalsCoverTheTruth();
 };
@@ -214,6 +217,35 @@ void TestAllan::chiSquaredQuantiles()
     const double below = chiSquaredQuantile(probability, 1000.0);
     const double above = chiSquaredQuantile(probability, 1000.001);
     QVERIFY(above > below && above - below < 0.01);
+}
+
+void TestAllan::degreesOfFreedomOfNineSamples_data()
+{
+    // NIST SP 1065, table 5, worked out by hand for the ten points of the phase of nine samples.
+    QTest::addColumn<NOISE>("noise");
+    QTest::addColumn<int>("averaging");
+    QTest::addColumn<double>("degrees");
+    QTest::newRow("white phase, m = 1") << NOISE::WHITE_PHASE << 1 << 44.0 / 9.0;
+    QTest::newRow("white phase, m = 2") << NOISE::WHITE_PHASE << 2 << 33.0 / 8.0;
+    QTest::newRow("white phase, m = 3") << NOISE::WHITE_PHASE << 3 << 22.0 / 7.0;
+    QTest::newRow("never below 1") << NOISE::WHITE_PHASE << 5 << 1.0;
+    QTest::newRow("white, m = 1") << NOISE::WHITE << 1 << 238.0 / 45.0;
+    QTest::newRow("white, m = 2") << NOISE::WHITE << 2 << 82.4 / 21.0;
+    QTest::newRow("white, m = 3") << NOISE::WHITE << 3 << 104.4 / 41.0;
+    QTest::newRow("flicker, m = 1") << NOISE::FLICKER << 1 << 1280.0 / 181.0;
+    QTest::newRow("flicker, m = 2") << NOISE::FLICKER << 2 << 125.0 / 32.0;
+    QTest::newRow("flicker, m = 3") << NOISE::FLICKER << 3 << 125.0 / 57.0;
+    QTest::newRow("random walk, m = 1") << NOISE::RANDOM_WALK << 1 << 464.0 / 49.0;
+    QTest::newRow("random walk, m = 2") << NOISE::RANDOM_WALK << 2 << 172.0 / 49.0;
+    QTest::newRow("random walk, m = 3") << NOISE::RANDOM_WALK << 3 << 96.0 / 49.0;
+}
+
+void TestAllan::degreesOfFreedomOfNineSamples()
+{
+    QFETCH(NOISE, noise);
+    QFETCH(int, averaging);
+    QTEST(overlappingAllanDegreesOfFreedom(noise, 9, static_cast<std::size_t>(averaging)),
+          "degrees");
 }
 
 void TestAllan::intervalsCoverTheTruth_data()
