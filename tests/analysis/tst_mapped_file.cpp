@@ -3,6 +3,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
@@ -61,6 +62,7 @@ private slots:
     void lossIsKeptWhenTheFileGrowsAgain();
     void pageThatCannotBeReadReadsAsZeros();
     void eachFileHasItsOwnLoss();
+    void descriptor0IsADescriptorLikeAnyOther();
     void otherAccessesEndTheProgram();
 
 private:
@@ -171,6 +173,24 @@ void TestMappedFile::eachFileHasItsOwnLoss()
     QVERIFY(!before.remainedWhole(m_error));
     QVERIFY(other->remainedWhole(m_error));
     QCOMPARE(*other->begin(), 'a');
+}
+
+/// As in a program that was started without standard input.
+void TestMappedFile::descriptor0IsADescriptorLikeAnyOther()
+{
+    const std::string name = written("a");
+    const int standardInput = ::dup(STDIN_FILENO);
+    ::close(STDIN_FILENO);
+    auto file = std::make_unique<MappedFile>(name, m_error);
+    const bool isTaken = ::fcntl(STDIN_FILENO, F_GETFD) != -1;
+    const bool isWhole = file->valid() && file->remainedWhole(m_error);
+    file.reset();
+    const bool isLeft = ::fcntl(STDIN_FILENO, F_GETFD) != -1;
+    ::dup2(standardInput, STDIN_FILENO);
+    ::close(standardInput);
+    QVERIFY(isTaken); // it is the lowest one that is free
+    QVERIFY2(isWhole, m_error.c_str());
+    QVERIFY(!isLeft);
 }
 
 void TestMappedFile::otherAccessesEndTheProgram()
