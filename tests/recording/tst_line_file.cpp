@@ -248,6 +248,31 @@ private slots:
         QCOMPARE(written(), lines(0, whole));
     }
 
+    void endLeavesWholeLinesOfABlockThatWasWrittenInPart_data()
+    {
+        QTest::addColumn<int>("room");
+        QTest::addColumn<int>("whole");
+        QTest::newRow("amid its first line") << 270 << 2;
+        QTest::newRow("behind its first line") << 300 << 3;
+        QTest::newRow("amid its third line") << 430 << 4;
+    }
+
+    void endLeavesWholeLinesOfABlockThatWasWrittenInPart()
+    {
+        QFETCH(int, room);
+        QFETCH(int, whole);
+        auto file = open();
+        FullDisk disk(250);
+        for (int i = 0; i < 10; ++i) {
+            file->write(line(i));
+        }
+        disk.fillAt(room);
+        file->write(line(10));
+        QCOMPARE(written(), lines(0, 10).left(room));
+        file.reset();
+        QCOMPARE(written(), lines(0, whole));
+    }
+
     void endClosesItsDescriptor()
     {
         const auto descriptors = [] {
