@@ -95,6 +95,18 @@ class Case(unittest.TestCase):
             self.assertLessEqual(abs(value - float(text) * factor), abs(float(text) * factor) * 1e-15)
 
 
+class Summary(Case):
+
+    def test_samples_of_each_sensor_are_counted(self):
+        expected = self.given()
+        for form in ("mcap", "euroc", "npz"):
+            output = self.folder / f"out.{form}"
+            temperatures = 0 if form == "euroc" else len(expected.temperatures)
+            self.assertEqual(convert(self.input, output, "--to", form).stdout,
+                             f"{output}: {len(expected.imu)} samples of the IMU, {len(expected.magnetic)} of the magnetometer, "
+                             f"{len(expected.barometer)} of the barometer, {temperatures} of the temperatures\n")
+
+
 class Npz(Case):
 
     def test_arrays_hold_the_values_of_the_file(self):

@@ -31,6 +31,24 @@ std::string recordingOf(int rows)
     return text;
 }
 
+/// Of all sensors: 12 rows, with the magnetometer in each third row and the barometer in each
+/// fourth.
+std::string recordingOfAllSensors()
+{
+    std::string text = "idx,imu_Timestamp[sec],mag_Timestamp[sec],baro_Timestamp[sec],accX[m/s^2],"
+                       "accY[m/s^2],accZ[m/s^2],gyroX[deg/s],gyroY[deg/s],gyroZ[deg/s],magX[uT],"
+                       "magY[uT],magZ[uT],orX[deg],orY[deg],orZ[deg],press[hPa],rel_alt[m],moving, "
+                       "temp_left[C],temp_right[C],temp_imu[C],temp_barom[C],\n";
+    for (int i = 0; i < 12; ++i) {
+        char row[512];
+        std::snprintf(row, sizeof row,
+                      "%d,%.9f,%.9f,%.9f,1,2,3,4,5,6,7,8,9,10,11,12,1013,0.5,0,30,31,32,33,\n", i,
+                      1000.0 + 0.1 * i, 1000.0 + 0.1 * (i - i % 3), 1000.0 + 0.1 * (i - i % 4));
+        text += row;
+    }
+    return text;
+}
+
 } // namespace
 
 class TestConvert : public QObject
@@ -39,6 +57,8 @@ class TestConvert : public QObject
 
 private slots:
     void init();
+    void samplesOfEachSensorAreCounted_data();
+    void samplesOfEachSensorAreCounted();
     void inputThatIsCutLeavesNoOutput_data();
     void inputThatIsCutLeavesNoOutput();
 
@@ -53,6 +73,29 @@ void TestConvert::init()
     QVERIFY(m_folder->isValid());
     m_options.input = m_folder->filePath("in.csv").toStdString();
     m_options.output = m_folder->filePath("out").toStdString();
+}
+
+void TestConvert::samplesOfEachSensorAreCounted_data()
+{
+    QTest::addColumn<FORMAT>("format");
+    QTest::addColumn<int>("temperatures");
+    QTest::newRow("mcap") << FORMAT::MCAP << 3;
+    QTest::newRow("euroc, which has no place for temperatures") << FORMAT::EUROC << 0;
+    QTest::newRow("npz") << FORMAT::NPZ << 3;
+}
+
+void TestConvert::samplesOfEachSensorAreCounted()
+{
+    QFETCH(FORMAT, format);
+    QFETCH(int, temperatures);
+    std::ofstream(m_options.input) << recordingOfAllSensors();
+    m_options.format = format;
+    const ConvertResult result = convert(m_options, {});
+    QVERIFY2(result.done, result.error.c_str());
+    QCOMPARE(result.counts.imu, std::uint64_t{12});
+    QCOMPARE(result.counts.magneticField, std::uint64_t{4});
+    QCOMPARE(result.counts.barometer, std::uint64_t{3});
+    QCOMPARE(result.counts.temperatures, static_cast<std::uint64_t>(temperatures));
 }
 
 void TestConvert::inputThatIsCutLeavesNoOutput_data()
