@@ -81,6 +81,8 @@ private slots:
     void magnetometerClasses();
     void noiseIsTakenFromTheRestAlone();
     void movingCameraHasNoNoise();
+    void meanAndDeviationAreThoseOfTheRest();
+    void meanAndDeviationOfAMovingCameraAreThoseOfAllRows();
     void slowWalkIsNoMotion();
     void verdictsTellSensorsApart_data();
     void verdictsTellSensorsApart();
@@ -332,6 +334,32 @@ void TestReportNumbers::movingCameraHasNoNoise()
     QCOMPARE(object["gyroscope"]["x"]["reason"]["noise_density"].get<std::string>(),
              "not observable: the camera was never at rest for two seconds");
     QCOMPARE(unsoundIn(object, ""), QString());
+}
+
+void TestReportNumbers::meanAndDeviationAreThoseOfTheRest()
+{
+    analysis::Recording recording = recordings::atRest(20'000, {0.0, 0.0, 0.0, 0.0, 1});
+    for (std::size_t i = 0; i < recording.times.size(); ++i) {
+        recording.angularVelocity.axes[2][i] = (i % 2 == 0 ? 0.5 : 0.3) + (i < 4000 ? 40.0 : 0.0);
+    }
+    const RecordingReport report = analyse(recording, {});
+    QVERIFY(report.rest && !report.rest->whole);
+    const json axis = jsonOf(report)["gyroscope"]["z"];
+    QVERIFY(std::abs(axis["mean"].get<double>() - 0.4) < 1e-4);
+    QVERIFY(std::abs(axis["standard_deviation"].get<double>() - 0.1) < 1e-4);
+}
+
+void TestReportNumbers::meanAndDeviationOfAMovingCameraAreThoseOfAllRows()
+{
+    analysis::Recording recording = recordings::atRest(4000, {0.0, 0.0, 0.0, 0.0, 1});
+    for (std::size_t i = 0; i < recording.times.size(); ++i) {
+        recording.angularVelocity.axes[2][i] = i / 400 % 2 == 0 ? 30.0 : -50.0;
+    }
+    const RecordingReport report = analyse(recording, {});
+    QVERIFY(!report.rest);
+    const json axis = jsonOf(report)["gyroscope"]["z"];
+    QCOMPARE(axis["mean"].get<double>(), -10.0);
+    QCOMPARE(axis["standard_deviation"].get<double>(), 40.0);
 }
 
 void TestReportNumbers::slowWalkIsNoMotion()
