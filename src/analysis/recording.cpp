@@ -121,8 +121,9 @@ void readName(const std::string& path, Recording& recording)
 
 double lostShareOf(const ReadReport& report)
 {
-    const std::uint64_t lost = report.tornRows + report.invalidRows + report.backwardRows;
-    const std::uint64_t all = report.rows + report.repeatedRows + lost;
+    const std::uint64_t torn = report.tornRows - std::min<std::uint64_t>(report.tornRows, 1);
+    const std::uint64_t lost = torn + report.invalidRows + report.backwardRows;
+    const std::uint64_t all = report.rows + report.repeatedRows + report.slowRows + lost;
     return all > 0 ? static_cast<double>(lost) / static_cast<double>(all) : 0.0;
 }
 

@@ -41,6 +41,8 @@ struct ReadReport
     std::uint64_t invalidRows = 0;  ///< with a field that is not a number from -1e9 to 1e9
     std::uint64_t repeatedRows = 0; ///< with the time of the last row that was kept
     std::uint64_t backwardRows = 0; ///< with a time before that of the last row that was kept
+    /// Without a new sample of the slow sensor whose time the recording has. Nothing is lost.
+    std::uint64_t slowRows = 0;
 };
 
 /// A recording with a higher share of lost rows is incomplete: our choice, the same as for samples
@@ -48,7 +50,7 @@ struct ReadReport
 constexpr double mostLostRows = 0.001;
 
 /// The rows that were left out, as a share of all; without the repeated ones, because the recording
-/// has a sample of their time.
+/// has a sample of their time, and without one torn row, with which a killed recording ends.
 double lostShareOf(const ReadReport& report);
 
 /// What was left out and why, as part of a sentence; empty where nothing was.

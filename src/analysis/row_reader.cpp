@@ -235,15 +235,16 @@ SampleSplitter::New SampleSplitter::take(const RecordedRow& row, ReadReport& rep
 {
     New found;
     found.time = row.times[m_time];
-    if (!hasImu() && found.time == 0) {
-        return found; // the sensor has no sample
+    if (!hasImu() && (found.time == 0 || (m_any && found.time == m_last))) {
+        ++report.slowRows; // the sensor has no sample yet, or no new one
+        return found;
     }
     if (m_any && found.time < m_last) {
         ++report.backwardRows;
         return found;
     }
     if (m_any && found.time == m_last) {
-        report.repeatedRows += hasImu() ? 1 : 0;
+        ++report.repeatedRows;
         return found;
     }
     found.row = true;

@@ -49,8 +49,11 @@ StreamState GapCounter::finish(std::uint64_t endUs)
     if (!m_first.empty()) {
         settle(m_effectiveRate);
     }
-    if (m_state.periodUs > 0.0) {
+    // The end is no sample: the time up to it says nothing about the period.
+    const double period = m_state.periodUs;
+    if (period > 0.0) {
         count(m_state.lastUs, endUs);
+        m_state.periodUs = period;
     }
     return m_state;
 }

@@ -39,6 +39,11 @@ bool RecordingRun::start(std::string& error)
         m_file.remove();
         return false;
     }
+    if (m_ends) {
+        m_file.remove();
+        error = "ended before the camera was open";
+        return false;
+    }
     m_newest = Clock::now().time_since_epoch().count();
     m_reads = true;
     m_running = true;
@@ -61,7 +66,7 @@ bool RecordingRun::isOver(std::uint64_t timeUs) const
 void RecordingRun::read()
 {
     timeslice::askForShortest();
-    const auto begin = Clock::now();
+    auto begin = Clock::now();
     RowMaker maker;
     om::SensorsData record;
     while (!m_ends) {
@@ -91,6 +96,7 @@ void RecordingRun::read()
         m_newest = Clock::now().time_since_epoch().count();
         if (!m_firstUs) {
             m_firstUs = made->timeUs;
+            begin = Clock::now();
         }
         if (isOver(made->timeUs)) {
             // A silence that reaches beyond the end is missing up to the end.

@@ -234,6 +234,14 @@ void TestRecordingReader::rowsBeforeTheLastKeptOneAreLeftOut()
                          "before that of the last row that was kept"));
     QCOMPARE(lostShareOf(recording->report), 2.0 / 7.0); // a repeated row is not lost
     QCOMPARE(lostShareOf(ReadReport()), 0.0);
+    ReadReport torn;
+    torn.rows = 10;
+    torn.tornRows = 1; // the end of a recording that was killed
+    QCOMPARE(lostShareOf(torn), 0.0);
+    torn.tornRows = 2;
+    QCOMPARE(lostShareOf(torn), 1.0 / 11.0);
+    torn.slowRows = 80;
+    QCOMPARE(lostShareOf(torn), 1.0 / 91.0);
 }
 
 void TestRecordingReader::repeatsOfASlowSensorAreNoRows_data()
@@ -243,13 +251,15 @@ void TestRecordingReader::repeatsOfASlowSensorAreNoRows_data()
     QTest::addColumn<int>("rows");
     QTest::addColumn<int>("repeated");
     QTest::addColumn<int>("backward");
+    QTest::addColumn<int>("slow");
     const QByteArray magnetometer = "mag_Timestamp[sec],magX[uT],magY[uT],magZ[uT],\n";
-    QTest::newRow("magnetometer") << magnetometer << QByteArray("0 0 5 5 5 6 0 7") << 3 << 0 << 0;
+    QTest::newRow("magnetometer") << magnetometer << QByteArray("0 0 5 5 5 6 0 7") << 3 << 0 << 0
+                                  << 5;
     QTest::newRow("time that steps back")
-        << magnetometer << QByteArray("5 5 6 4 6 7") << 3 << 0 << 1;
+        << magnetometer << QByteArray("5 5 6 4 6 7") << 3 << 0 << 1 << 2;
     QTest::newRow("IMU") << QByteArray(
                                 "imu_Timestamp[sec],gyroX[deg/s],gyroY[deg/s],gyroZ[deg/s],\n")
-                         << QByteArray("5 5 5 6 6 7") << 3 << 3 << 0;
+                         << QByteArray("5 5 5 6 6 7") << 3 << 3 << 0 << 0;
 }
 
 void TestRecordingReader::repeatsOfASlowSensorAreNoRows()
@@ -265,6 +275,7 @@ void TestRecordingReader::repeatsOfASlowSensorAreNoRows()
     QTEST(static_cast<int>(recording->report.rows), "rows");
     QTEST(static_cast<int>(recording->report.repeatedRows), "repeated");
     QTEST(static_cast<int>(recording->report.backwardRows), "backward");
+    QTEST(static_cast<int>(recording->report.slowRows), "slow");
 }
 
 void TestRecordingReader::zerosAreNoTemperatures()

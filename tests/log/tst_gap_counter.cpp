@@ -146,7 +146,8 @@ private slots:
                 last = start + static_cast<std::uint64_t>(i) * period;
                 counter.add(last, 400.0F);
             }
-            const StreamState state = counter.finish(last + more * period);
+            const StreamState state = counter.finish(last + more * period + period / 10);
+            QCOMPARE(state.periodUs, static_cast<double>(period));
             QCOMPARE(state.samples, static_cast<std::uint64_t>(samples));
             QCOMPARE(state.missing, more > 1 ? more - 1 : 0);
             QCOMPARE(state.gaps, std::uint64_t(more > 1 ? 1 : 0));

@@ -367,6 +367,15 @@ private slots:
         QCOMPARE(run.camera().serialNumber, 40000001U);
     }
 
+    void anEndWhileTheCameraOpensLeavesNoFile()
+    {
+        RecordingRun run(m_options);
+        run.requestEnd();
+        QVERIFY(!run.start(m_error));
+        QCOMPARE(m_error, std::string("ended before the camera was open"));
+        QVERIFY(!QFile::exists(QString::fromStdString(m_options.path)));
+    }
+
     void aCameraInUseIsReported()
     {
         om::Camera other;

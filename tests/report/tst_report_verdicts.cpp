@@ -419,7 +419,7 @@ void TestReportVerdicts::rowsAreJudgedByTheShareThatIsLost_data()
     const int failed = int(STATE::FAILED);
     QTest::newRow("all rows") << 0 << 0 << 0 << 0 << int(STATE::PASSED);
     QTest::newRow("one of a thousand") << 1 << 0 << 0 << 0 << warned;
-    QTest::newRow("more torn") << 2 << 0 << 0 << 0 << failed;
+    QTest::newRow("more torn") << 3 << 0 << 0 << 0 << failed;
     QTest::newRow("more without a number") << 0 << 2 << 0 << 0 << failed;
     QTest::newRow("more out of order") << 0 << 0 << 0 << 2 << failed;
     QTest::newRow("one of each") << 1 << 1 << 0 << 1 << failed;
