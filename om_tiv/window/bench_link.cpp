@@ -84,7 +84,11 @@ std::uint64_t BenchLink::setPose(unsigned int serial, const om::bench::Quaternio
 void BenchLink::choose(const QString& path)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_chosen = path.toStdString();
+    const std::string chosen = path.toStdString();
+    if (m_client != nullptr && chosen != m_chosen) {
+        m_client->interrupt(); // the former choice may be a program that does not answer
+    }
+    m_chosen = chosen;
     m_wake.notify_all();
 }
 
@@ -134,6 +138,7 @@ std::unique_ptr<BenchClient> BenchLink::findBench()
 {
     std::string error;
     m_path = m_socket;
+    m_choices.clear();
     if (m_path.empty()) {
         const std::vector<std::string> running = BenchClient::running();
         {
@@ -144,34 +149,34 @@ std::unique_ptr<BenchClient> BenchLink::findBench()
                 m_path = running.front();
             }
         }
-        if (m_path.empty()) {
-            QStringList choices;
+        if (running.size() > 1) {
             for (const std::string& path : running) {
-                choices << QString::fromStdString(path);
+                m_choices << QString::fromStdString(path);
             }
-            reportSearching(running.empty() ? om::bench::controlFolder() : std::string(), choices);
+        }
+        if (m_path.empty()) {
+            reportSearching(running.empty() ? om::bench::controlFolder() : std::string());
             return nullptr;
         }
     }
     auto client = BenchClient::connect(m_path, error, false);
     if (!client) {
-        reportSearching(error, {});
+        reportSearching(error);
     }
     return client;
 }
 
-void BenchLink::reportSearching(const std::string& reason, const QStringList& choices)
+void BenchLink::reportSearching(const std::string& reason)
 {
-    if (m_lastReason.empty() || reason != m_lastReason || choices != m_lastChoices) {
+    if (reason != m_lastReason || m_choices != m_lastChoices) {
         m_lastReason = reason;
-        m_lastChoices = choices;
-        emit searching(QString::fromStdString(reason), choices);
+        m_lastChoices = m_choices;
+        emit searching(QString::fromStdString(reason), m_choices);
     }
 }
 
 void BenchLink::serve(BenchClient& client)
 {
-    m_lastReason.clear();
     m_field = json();
     m_isNew = true;
     bool reported = false;
@@ -212,7 +217,7 @@ void BenchLink::serve(BenchClient& client)
             if (reported) {
                 emit lost(QString::fromStdString(error));
             } else {
-                reportSearching(error, {});
+                reportSearching(error);
             }
             // After an invalid answer the thread waits, so that it does not repeat the request
             // without a pause.
@@ -222,6 +227,7 @@ void BenchLink::serve(BenchClient& client)
         }
         if (!reported) {
             reported = true;
+            m_lastReason.reset();
             emit connected(QString::fromStdString(m_path));
         }
     }

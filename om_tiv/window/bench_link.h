@@ -15,6 +15,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -66,7 +67,8 @@ public:
 
 signals:
     void searching(const QString& reason,
-                   const QStringList& choices); ///< at each change of the arguments
+                   const QStringList& choices); ///< at each change of the arguments; with choices
+                                                ///< and a reason the chosen one is not reached
     void connected(const QString& path);
     void lost(const QString& reason);
     void refused(const QString& reason); ///< a request was refused
@@ -81,7 +83,7 @@ private:
 
     void run();
     std::unique_ptr<om::bench::BenchClient> findBench();
-    void reportSearching(const std::string& reason, const QStringList& choices);
+    void reportSearching(const std::string& reason);
     void serve(om::bench::BenchClient& client);
     bool deliver(om::bench::BenchClient& client, const nlohmann::json& request, std::string& error);
     bool look(om::bench::BenchClient& client, std::uint64_t ticket, std::string& error);
@@ -102,8 +104,9 @@ private:
     mutable bool m_announced = false; ///< changed() was emitted and snapshot() not called yet
 
     // Used only by the thread.
-    std::string m_path; ///< of the client
-    std::string m_lastReason;
+    std::string m_path;                      ///< of the client
+    QStringList m_choices;                   ///< the running programs if there are several
+    std::optional<std::string> m_lastReason; ///< of searching() since the last connected()
     QStringList m_lastChoices;
     nlohmann::json m_field;
     bool m_isNew = true;                                ///< the connection: no state was read yet

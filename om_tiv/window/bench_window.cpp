@@ -185,7 +185,10 @@ void BenchWindow::showSearching(const QString& reason, const QStringList& choice
     }
     if (!choices.isEmpty()) {
         m_waitingTitle->setText(tr("Several programs are running"));
-        m_waitingText->setText(tr("Which one do you want to control?"));
+        m_waitingText->setText(
+            reason.isEmpty()
+                ? tr("Which one do you want to control?")
+                : tr("The chosen one cannot be reached. Which one do you want to control?"));
         for (const QString& path : choices) {
             auto* const button = new QPushButton(programName(path));
             button->setToolTip(path);
@@ -197,9 +200,9 @@ void BenchWindow::showSearching(const QString& reason, const QStringList& choice
         m_waitingTitle->setText(m_lostOne ? tr("Gravimon has ended") : tr("Waiting for Gravimon"));
         m_waitingText->setText(
             tr("Start it with its virtual bench; this window connects by itself."));
-        m_waitingText->setToolTip(reason);
         setLinkText(tr("Not connected"), look::ash);
     }
+    m_waitingText->setToolTip(reason);
     m_pages->setCurrentWidget(m_waiting);
 }
 

@@ -5,9 +5,11 @@
 #include "window/bench_link.h"
 
 #include <QElapsedTimer>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -36,6 +38,44 @@ public:
         while ((client = socketclient::connectTo(path.toStdString(), SOCK_NONBLOCK)) >= 0) {
             m_clients.emplace_back(client);
         }
+    }
+
+private:
+    Descriptor m_socket;
+    std::vector<Descriptor> m_clients;
+};
+
+/// A program that takes requests and answers none, and counts the connections.
+class SilentProgram
+{
+public:
+    explicit SilentProgram(const QString& path)
+        : m_socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0))
+    {
+        const sockaddr_un address = socketclient::addressOf(path.toStdString());
+        if (::bind(m_socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) !=
+                0 ||
+            ::listen(m_socket.get(), 64) != 0) {
+            qFatal("can't serve %s", qPrintable(path));
+        }
+    }
+
+    /// How many connections there were so far.
+    std::size_t connections()
+    {
+        for (int client = 0; (client = ::accept(m_socket.get(), nullptr, nullptr)) >= 0;) {
+            m_clients.emplace_back(client);
+        }
+        return m_clients.size();
+    }
+
+    bool hasRequest()
+    {
+        connections();
+        return std::any_of(m_clients.begin(), m_clients.end(), [](const Descriptor& client) {
+            char byte = 0;
+            return ::recv(client.get(), &byte, 1, MSG_PEEK | MSG_DONTWAIT) == 1;
+        });
     }
 
 private:
@@ -93,6 +133,47 @@ private slots:
         } else {
             QCOMPARE(choices, paths);
         }
+    }
+
+    void choiceIsReportedOnceAndStaysBesideAStoppedProgram()
+    {
+        const QTemporaryDir folder;
+        QVERIFY(QDir(folder.path()).mkdir("gravimon"));
+        const QString first = folder.filePath("gravimon/bench-1.sock");
+        const QString second = folder.filePath("gravimon/bench-2.sock");
+        const StoppedProgram stopped(first);
+        SilentProgram silent(second);
+        const QByteArray runtime = qgetenv("XDG_RUNTIME_DIR");
+        qputenv("XDG_RUNTIME_DIR", folder.path().toUtf8());
+        const auto restore = qScopeGuard([&] { qputenv("XDG_RUNTIME_DIR", runtime); });
+        BenchLink link;
+        QStringList reasons;
+        QStringList choices;
+        connect(&link, &BenchLink::searching, this,
+                [&](const QString& reason, const QStringList& found) {
+                    reasons << reason;
+                    choices = found;
+                });
+        link.start();
+        QTRY_VERIFY(silent.connections() >= 4); // one for each search
+        QCoreApplication::processEvents();
+        QCOMPARE(reasons, QStringList{QString()});
+        QCOMPARE(choices, QStringList({first, second}));
+
+        const QString reason = first + ": the bench does not answer";
+        link.choose(first);
+        QTRY_COMPARE(reasons, QStringList({QString(), reason}));
+        QCOMPARE(choices, QStringList({first, second}));
+
+        // The other choice can be changed too while the answer is still waited for.
+        link.choose(second);
+        QTRY_VERIFY(silent.hasRequest());
+        QElapsedTimer time;
+        time.start();
+        link.choose(first);
+        QTRY_VERIFY(reasons.size() > 2 && reasons.last() == reason);
+        QVERIFY2(time.elapsed() < 5000, qPrintable(QString::number(time.elapsed())));
+        QCOMPARE(choices, QStringList({first, second}));
     }
 };
 
