@@ -136,11 +136,14 @@ class RepeatTests(unittest.TestCase):
         os.mkfifo(self.top / "began")
         (self.top / "bin" / "ctest").write_text(f"#!/bin/bash\necho begun >{self.top}/began\nexec sleep {10 * LIMIT}\n",
                                                 encoding="utf-8")
-        for number in (signal.SIGTERM, signal.SIGKILL):
+        for number, status in ((signal.SIGTERM, 143), (signal.SIGKILL, -signal.SIGKILL)):
+            # Open before the tool writes to it, so that neither waits for the other.
+            began = os.open(self.top / "began", os.O_RDONLY | os.O_NONBLOCK)
+            self.addCleanup(os.close, began)
             with subprocess.Popen([sys.executable, "-B", tool, "--busy", "2", "--sanitizer-rounds", "0"],
                                   start_new_session=True, stdout=subprocess.DEVNULL) as process:
                 try:
-                    (self.top / "began").read_text(encoding="utf-8")
+                    self.wait_for(began, process)
                     children = pathlib.Path(f"/proc/{process.pid}/task/{process.pid}/children").read_text("ascii").split()
                     self.assertEqual(len(children), 3)  # with ctest
                     with contextlib.ExitStack() as stack:
@@ -148,12 +151,21 @@ class RepeatTests(unittest.TestCase):
                         for loop in loops:
                             stack.callback(os.close, loop)
                         process.send_signal(number)
-                        self.assertIn(process.wait(LIMIT), (143, -number))
+                        self.assertEqual(process.wait(LIMIT), status)
                         for loop in loops:
                             self.assertTrue(select.select([loop], [], [], LIMIT)[0], "a busy loop is left")
                 finally:
                     with contextlib.suppress(ProcessLookupError):
                         os.killpg(process.pid, signal.SIGKILL)
+
+    def wait_for(self, pipe, process):
+        """For a line in a pipe that the process or its children write to."""
+        end = os.pidfd_open(process.pid)
+        try:
+            self.assertIn(pipe, select.select([pipe, end], [], [], LIMIT)[0], "the tool has ended or hangs")
+            self.assertEqual(os.read(pipe, 100), b"begun\n")
+        finally:
+            os.close(end)
 
     def test_a_missing_build_is_an_error(self):
         (self.top / "build/tsan/CTestTestfile.cmake").unlink()
