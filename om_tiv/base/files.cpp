@@ -12,6 +12,71 @@
 
 namespace om::bench {
 
+namespace {
+
+/// A new file, open for writing, with a name beside that of the target.
+Descriptor createBeside(const std::string& target, std::string& name)
+{
+    constexpr int mostNames = 100; // a process that was killed may have left a file
+    Descriptor file;
+    errno = EEXIST;
+    for (int i = 0; !file.valid() && errno == EEXIST && i < mostNames; ++i) {
+        name = target + "." + std::to_string(::getpid()) + "." + std::to_string(i);
+        file = Descriptor(::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    }
+    return file;
+}
+
+/// Gives a new file the owner and the mode of another one. @return false with errno
+bool makeLike(const struct stat& other, const Descriptor& file)
+{
+    struct stat status = {};
+    if (::fstat(file.get(), &status) != 0) {
+        return false;
+    }
+    if ((status.st_uid != other.st_uid || status.st_gid != other.st_gid) &&
+        ::fchown(file.get(), other.st_uid, other.st_gid) != 0) {
+        errno = EPERM; // also for a user that a container does not know
+        return false;
+    }
+    return ::fchmod(file.get(), other.st_mode & 07777) == 0;
+}
+
+/// Puts a new file with the bytes in the place of the former one. @return false with errno
+bool replaceWhole(const struct stat& former, const std::string& target, std::string_view bytes)
+{
+    std::string temporary;
+    const Descriptor file = createBeside(target, temporary);
+    if (!file.valid()) {
+        return false;
+    }
+    if (!makeLike(former, file)) {
+        const int why = errno;
+        ::unlink(temporary.c_str());
+        errno = why;
+        return false;
+    }
+    return putInPlace(file, temporary, target, bytes);
+}
+
+/// Whether the error says that a file can't be replaced by another one, whatever its content: a
+/// folder without the right to write, another user's file, a mount point, a name that is too long.
+bool takesNoOther(int error)
+{
+    return error == EACCES || error == EPERM || error == EROFS || error == EBUSY ||
+           error == ENAMETOOLONG;
+}
+
+/// Shortens the file at the end, so that the bytes need as little new room as possible.
+bool overwrite(const Descriptor& file, std::string_view bytes)
+{
+    return writeAll(file, bytes) &&
+           ::ftruncate(file.get(), static_cast<off_t>(bytes.size())) == 0 &&
+           ::fsync(file.get()) == 0;
+}
+
+} // namespace
+
 Descriptor::~Descriptor()
 {
     close();
@@ -133,37 +198,33 @@ bool putInPlace(const Descriptor& file, const std::string& temporary, const std:
 bool replaceContent(const std::string& path, std::string_view bytes)
 {
     // Without the right to write the former file is not replaced either.
-    Descriptor former(::open(path.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC));
-    std::string target = path;
+    constexpr int flags = O_WRONLY | O_NOCTTY | O_CLOEXEC;
+    Descriptor former(::open(path.c_str(), flags));
+    const bool isNew = !former.valid() && errno == ENOENT;
+    if (isNew) {
+        former = Descriptor(::open(path.c_str(), flags | O_CREAT, 0666)); // also through a link
+    }
     struct stat status = {};
-    if (former.valid()) {
-        if (::fstat(former.get(), &status) != 0) {
-            return false;
-        }
-        if (!S_ISREG(status.st_mode)) {
-            return writeAll(former, bytes) && former.close();
-        }
-        std::error_code none;
-        target = std::filesystem::canonical(path, none).string();
-        if (none) {
-            errno = none.value();
-            return false;
-        }
-    } else if (errno != ENOENT) {
+    if (!former.valid() || ::fstat(former.get(), &status) != 0) {
         return false;
     }
-    const std::string temporary = target + "." + std::to_string(::getpid());
-    const Descriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
-    if (!file.valid()) {
+    if (!S_ISREG(status.st_mode)) {
+        return writeAll(former, bytes) && former.close();
+    }
+    std::error_code none;
+    const std::string target = std::filesystem::canonical(path, none).string();
+    if (none) {
+        errno = none.value();
         return false;
     }
-    if (former.valid() && ::fchmod(file.get(), status.st_mode & 07777) != 0) {
+    const bool done = replaceWhole(status, target, bytes) ||
+                      (takesNoOther(errno) && overwrite(former, bytes) && former.close());
+    if (!done && isNew) {
         const int why = errno;
-        ::unlink(temporary.c_str());
+        ::unlink(target.c_str());
         errno = why;
-        return false;
     }
-    return putInPlace(file, temporary, target, bytes);
+    return done;
 }
 
 std::string makeFolders(const std::string& folder)

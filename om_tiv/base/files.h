@@ -57,8 +57,11 @@ bool putInPlace(const Descriptor& file, const std::string& temporary, const std:
                 std::string_view bytes);
 
 /// Replaces the content of a file, or creates the file: in one go, so that a failure leaves the
-/// former content. A symbolic link stays one, and the file keeps its mode. What is not a regular
-/// file, a FIFO for example, is written as it is; the write may wait.
+/// former content. A symbolic link stays one, also to a file that is not there yet, and the file
+/// keeps its owner and its mode; other hard links keep the former content. A file that can't be
+/// replaced, in a folder without the right to write for example, is overwritten instead; a failure
+/// can then leave a part of the new content. What is not a regular file, a FIFO for example, is
+/// written as it is; the write may wait.
 /// @return false with errno
 bool replaceContent(const std::string& path, std::string_view bytes);
 

@@ -10,14 +10,51 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <memory>
 
 #include <fcntl.h>
+#include <linux/capability.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 using namespace om::bench;
+
+namespace {
+
+/// Lets this thread be an ordinary user without the rights of root.
+class WithoutRights
+{
+public:
+    WithoutRights()
+    {
+        if (::syscall(SYS_capget, &m_header, m_former.data()) != 0) {
+            qFatal("can't read the rights");
+        }
+        std::array<__user_cap_data_struct, 2> fewer = m_former;
+        fewer[0].effective = 0;
+        fewer[1].effective = 0;
+        set(fewer);
+    }
+    ~WithoutRights() { set(m_former); }
+    WithoutRights(const WithoutRights&) = delete;
+    WithoutRights& operator=(const WithoutRights&) = delete;
+
+private:
+    void set(const std::array<__user_cap_data_struct, 2>& rights)
+    {
+        if (::syscall(SYS_capset, &m_header, rights.data()) != 0) {
+            qFatal("can't change the rights");
+        }
+    }
+
+    __user_cap_header_struct m_header = {_LINUX_CAPABILITY_VERSION_3, 0};
+    std::array<__user_cap_data_struct, 2> m_former = {};
+};
+
+} // namespace
 
 class TestFiles : public QObject
 {
@@ -146,6 +183,84 @@ private slots:
         QCOMPARE(QDir(m_folder.path()).entryList({"kept*"}).size(), 1);
         QVERIFY(!replaceContent(m_folder.path().toStdString(), "third"));
         QCOMPARE(errno, EISDIR);
+    }
+
+    void linkToNothingGetsItsFile()
+    {
+        std::string reason;
+        QVERIFY(QFile::link("later", m_folder.filePath("link to later")));
+        {
+            const FullDisk full(3);
+            QVERIFY(!replaceContent(path("link to later"), "first"));
+            QCOMPARE(errno, EFBIG);
+        }
+        QVERIFY(!QFile::exists(m_folder.filePath("later")));
+        QVERIFY(replaceContent(path("link to later"), "first"));
+        QVERIFY(QFileInfo(m_folder.filePath("link to later")).isSymLink());
+        QCOMPARE(readFile(path("later"), 16, reason).value_or(reason), std::string("first"));
+        QCOMPARE(QDir(m_folder.path()).entryList({"later*"}).size(), 1);
+    }
+
+    void fileThatCannotBeReplacedIsOverwritten()
+    {
+        std::string reason;
+        QVERIFY(QDir(m_folder.path()).mkdir("closed"));
+        QVERIFY(replaceContent(path("closed/file"), "the first content"));
+        QCOMPARE(::chmod(path("closed").c_str(), 0555), 0);
+        bool isReplaced = false;
+        {
+            const WithoutRights ordinary;
+            isReplaced = replaceContent(path("closed/file"), "second");
+            QVERIFY(!replaceContent(path("closed/other"), "content"));
+            QCOMPARE(errno, EACCES);
+        }
+        QCOMPARE(::chmod(path("closed").c_str(), 0755), 0);
+        QVERIFY(isReplaced);
+        QCOMPARE(readFile(path("closed/file"), 32, reason).value_or(reason), std::string("second"));
+    }
+
+    void longestNameIsPossible()
+    {
+        std::string reason;
+        const std::string name = path(QString(255, 'a'));
+        for (const char* const content : {"the first content", "second"}) {
+            QVERIFY(replaceContent(name, content));
+            QCOMPARE(readFile(name, 32, reason).value_or(reason), std::string(content));
+        }
+    }
+
+    // Without root the file has one owner all the time.
+    void fileKeepsItsOwner()
+    {
+        const std::string name = path("owned");
+        QVERIFY(replaceContent(name, "first"));
+        QCOMPARE(::chmod(name.c_str(), 0666), 0);
+        const bool isRoot = ::geteuid() == 0;
+        const uid_t owner = isRoot ? 4711 : ::geteuid();
+        const gid_t group = isRoot ? 4712 : ::getegid();
+        QCOMPARE(::chown(name.c_str(), owner, group), 0);
+        for (const bool ordinary : {false, true}) {
+            {
+                const auto rights = ordinary ? std::make_unique<WithoutRights>() : nullptr;
+                QVERIFY(replaceContent(name, "second"));
+            }
+            struct stat status = {};
+            QCOMPARE(::stat(name.c_str(), &status), 0);
+            QCOMPARE(status.st_uid, owner);
+            QCOMPARE(status.st_gid, group);
+            QCOMPARE(status.st_mode & 07777U, 0666U);
+            QCOMPARE(QDir(m_folder.path()).entryList({"owned*"}).size(), 1);
+        }
+    }
+
+    void restOfAnotherProcessIsNotInTheWay()
+    {
+        std::string reason;
+        const QString rest = QStringLiteral("again.%1.0").arg(::getpid());
+        QVERIFY(replaceContent(path(rest), "rest"));
+        QVERIFY(replaceContent(path("again"), "content"));
+        QCOMPARE(readFile(path("again"), 16, reason).value_or(reason), std::string("content"));
+        QCOMPARE(readFile(path(rest), 16, reason).value_or(reason), std::string("rest"));
     }
 
     void contentIsWrittenToAFifo()
