@@ -39,6 +39,7 @@ private slots:
     void stretchesAreNotJoined();
     void removedLineLeavesTheNoise();
     void lineIsRemovedUpToTheLastSample();
+    void lineAtHalfTheRateIsRemoved();
 };
 
 void TestSpectrum::whiteNoiseIsFlatAtItsDensity()
@@ -132,6 +133,18 @@ void TestSpectrum::lineIsRemovedUpToTheLastSample()
     // Less than four periods are left behind two blocks.
     Stretches stretches{sine(2 * 8192 + 20, 400.0, 48.7, 0.5, 0.0)};
     removeLines(stretches, 400.0, {{48.7, 0.5, 48.69, 48.71}});
+    for (const double sample : stretches[0]) {
+        QVERIFY2(std::abs(sample) < 1e-3, qPrintable(QString::number(sample)));
+    }
+}
+
+void TestSpectrum::lineAtHalfTheRateIsRemoved()
+{
+    Stretches stretches(1);
+    for (int i = 0; i < 8000; ++i) {
+        stretches[0].push_back(i % 2 == 0 ? 0.5 : -0.5);
+    }
+    removeLines(stretches, 400.0, {{200.0, 0.5, 199.99, 200.01}});
     for (const double sample : stretches[0]) {
         QVERIFY2(std::abs(sample) < 1e-3, qPrintable(QString::number(sample)));
     }
