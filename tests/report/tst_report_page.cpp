@@ -57,6 +57,21 @@ QStringList svgsOf(const QString& page)
     return all;
 }
 
+/// Number of lines of text that are drawn on the pages of a PDF file.
+int drawnTextsIn(const QByteArray& pdf)
+{
+    const QByteArray begin = ">>\nstream\n";
+    int count = 0;
+    for (int at = pdf.indexOf(begin); at >= 0; at = pdf.indexOf(begin, at)) {
+        at += begin.size();
+        const QByteArray stream = pdf.mid(at, pdf.indexOf("endstream", at) - at);
+        if (stream.startsWith('\x78')) { // compressed, behind a size that need not be exact
+            count += qUncompress(QByteArray("\0\x10\0\0", 4) + stream).count("\nBT\n");
+        }
+    }
+    return count;
+}
+
 } // namespace
 
 class TestReportPage : public QObject
@@ -82,6 +97,7 @@ private slots:
     void recordingsShareTheirAxes();
     void stuckSensorHasAPage();
     void pdfHasPages();
+    void pdfHasTheTitleOfEachTopic();
 
 private:
     RecordingReport m_report;
@@ -388,6 +404,20 @@ void TestReportPage::pdfHasPages()
     QVERIFY(pdf.startsWith("%PDF-"));
     const int pages = pdf.count("/Type /Page\n");
     QVERIFY2(pages >= 8, qPrintable(QString::number(pages)));
+}
+
+void TestReportPage::pdfHasTheTitleOfEachTopic()
+{
+    std::vector<std::vector<Topic>> topics;
+    topics.push_back(topicsOf(m_report));
+    const int all = drawnTextsIn(pdfOf({m_report}, topics));
+    int shown = 0;
+    for (Topic& topic : topics.front()) {
+        topic.title.clear();
+        shown += topic.figures.empty() ? 0 : 1;
+    }
+    QVERIFY(shown > 3);
+    QCOMPARE(drawnTextsIn(pdfOf({m_report}, topics)), all - shown);
 }
 
 QTEST_MAIN(TestReportPage)
