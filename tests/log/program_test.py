@@ -190,6 +190,21 @@ class Record(Case):
         self.assertEqual(header, "idx,imu_Timestamp[sec],baro_Timestamp[sec],gyroX[deg/s],gyroY[deg/s],gyroZ[deg/s],"
                                  "press[hPa],rel_alt[m],")
 
+    def test_each_sensor_has_its_columns(self):
+        for sensor, columns in (
+                ("accelerometer", "accX[m/s^2],accY[m/s^2],accZ[m/s^2],"),
+                ("gyroscope", "gyroX[deg/s],gyroY[deg/s],gyroZ[deg/s],"),
+                ("magnetometer", "magX[uT],magY[uT],magZ[uT],"),
+                ("orientation", "orX[deg],orY[deg],orZ[deg],"),
+                ("barometer", "press[hPa],rel_alt[m],"),
+                ("movement", "moving, "),
+                ("temperatures", "temp_left[C],temp_right[C],temp_imu[C],temp_barom[C],")):
+            done = run("record", self.file, "--seconds", "0.1", "--sensors", sensor)
+            self.assertEqual(done.stderr, "", sensor)
+            header = self.file.read_text(encoding="ascii").split("\n")[0]
+            self.assertEqual(re.sub(r"\A(idx|\w+_Timestamp\[sec\]|,)*", "", header), columns)
+            self.file.unlink()
+
     def test_the_options_of_the_main_program_do_not_matter(self):
         settings = pathlib.Path(os.environ["HOME"]) / ".config" / "Ombrelux"
         settings.mkdir(parents=True, exist_ok=True)
