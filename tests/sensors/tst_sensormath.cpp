@@ -194,10 +194,10 @@ private slots:
 
     void theUnitVectorHasLengthOne()
     {
-        const om::Vector3<float> u = sm::unit({3.0F, 0.0F, -4.0F});
-        QCOMPARE(u.x, 0.6F);
-        QCOMPARE(u.y, 0.0F);
-        QCOMPARE(u.z, -0.8F);
+        const om::Vector3<float> u = sm::unit({2.0F, 3.0F, -6.0F});
+        QCOMPARE(u.x, 2.0F / 7.0F);
+        QCOMPARE(u.y, 3.0F / 7.0F);
+        QCOMPARE(u.z, -6.0F / 7.0F);
     }
 
     void theUnitOfAZeroVectorIsNotANumber()
