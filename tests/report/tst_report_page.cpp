@@ -354,6 +354,15 @@ void TestReportPage::recordingsStandSideBySide()
     second.path = "second.csv";
     const QString page = pageOver({m_report, second});
     QVERIFY(page.contains("<th>1: at-rest.csv</th><th>2: second.csv</th>"));
+    std::set<std::string> rows;
+    for (const Verdict& verdict : second.verdicts) {
+        rows.insert(verdict.what);
+    }
+    QVERIFY(!rows.empty());
+    for (const std::string& what : rows) {
+        QCOMPARE(page.count("<tr><td>" + QString::fromStdString(what).toHtmlEscaped() + "</td>"),
+                 1);
+    }
     QVERIFY(page.contains("The recording has no data for this plot."));
     QVERIFY(page.contains("<div class=\"pair\">"));
 }
