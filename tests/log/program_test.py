@@ -366,6 +366,15 @@ class CommandLine(Case):
             self.wrong(f'--sensor-rate: must be a number from 1 to 100000, not "{text}"', "report", "a", "--sensor-rate", text)
         self.wrong('--gravity: must be a number from 9.7 to 9.9, not "5"', "report", "a", "--gravity", "5")
 
+    def test_limits_of_numbers_are_allowed(self):
+        self.file.touch()
+        for arguments in (("record", self.file, "--seconds", "1e9"), ("record", self.file, "--serial", "4294967295"),
+                          *(("report", self.file, "--sensor-rate", rate) for rate in ("1", "100000")),
+                          *(("report", self.file, "--gravity", gravity) for gravity in ("9.7", "9.9"))):
+            done = run(*arguments)
+            self.assertEqual(done.returncode, NOT_DONE)
+            self.assertRegex(done.stderr, "exists already|is empty")
+
     def test_manual_and_completion_know_verbs_and_options(self):
         manual = (PACKAGING / "man" / "gravimon-log.1").read_text(encoding="utf-8").replace("\\-", "-")
         for verb in ("record", "report", "convert"):
