@@ -122,6 +122,21 @@ private slots:
         QVERIFY(looksOrdinary());
     }
 
+    void sheetOfTheStateOfTheBoxApplies()
+    {
+        dress(QStringLiteral("QLineEdit { padding-left: 4px; } "
+                             "QLineEdit:disabled { padding-left: 60px; }"),
+              QApplication::font(), {240, 30});
+        show(QStringLiteral("X 1.250 m/s²"));
+        QVERIFY(isLive());
+        QVERIFY(looksOrdinary());
+        m_box->setEnabled(false);
+        m_ordinary->setEnabled(false);
+        show(QStringLiteral("X 1.251 m/s²"));
+        QVERIFY(isLive());
+        QVERIFY(looksOrdinary());
+    }
+
     void textIsThatOfTheBox()
     {
         QSignalSpy changed(m_box, &QLineEdit::textChanged);
