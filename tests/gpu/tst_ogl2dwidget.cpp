@@ -496,6 +496,8 @@ void TestOgl2dWidget::barsHaveTheBackgroundsColour()
     QCOMPARE(picture.pixel(10, 50), qRgb(40, 80, 120));
     QCOMPARE(picture.pixel(390, 50), qRgb(40, 80, 120));
     QCOMPARE(picture.pixel(150, 25), qRgb(255, 0, 0));
+    view.setAvailable(false);
+    QCOMPARE(view.picture().pixel(10, 50), qRgb(0, 0, 0));
 }
 
 void TestOgl2dWidget::pictureIsUprightInItsColours_data()
