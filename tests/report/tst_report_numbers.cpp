@@ -81,6 +81,7 @@ private slots:
     void magnetometerClasses();
     void noiseIsTakenFromTheRestAlone();
     void movingCameraHasNoNoise();
+    void lengthOfTheAccelerationHasAllAxes();
     void meanAndDeviationAreThoseOfTheRest();
     void meanAndDeviationOfAMovingCameraAreThoseOfAllRows();
     void slowWalkIsNoMotion();
@@ -334,6 +335,22 @@ void TestReportNumbers::movingCameraHasNoNoise()
     QCOMPARE(object["gyroscope"]["x"]["reason"]["noise_density"].get<std::string>(),
              "not observable: the camera was never at rest for two seconds");
     QCOMPARE(unsoundIn(object, ""), QString());
+}
+
+void TestReportNumbers::lengthOfTheAccelerationHasAllAxes()
+{
+    analysis::Recording recording = recordings::atRest(4000);
+    constexpr std::array<double, 3> parts{2.8, 4.2, 8.4}; // 9.8 together
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        recording.acceleration.axes[axis].assign(4000, parts[axis]);
+    }
+    const RecordingReport report = analyse(recording, {});
+    QVERIFY(report.gravity);
+    QCOMPARE(report.gravity->mean, 9.8);
+    QVERIFY(report.gravity->envelope.lowest.size() >= 10);
+    for (const double length : report.gravity->envelope.lowest) {
+        QCOMPARE(length, 9.8);
+    }
 }
 
 void TestReportNumbers::meanAndDeviationAreThoseOfTheRest()
