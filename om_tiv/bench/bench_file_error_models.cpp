@@ -74,8 +74,8 @@ void readMisalignment(JsonObject& object, Matrix3& value)
     value = matrixOf(*node, path, most);
     for (std::size_t i = 0; i < 3; ++i) {
         if (value[i][i] != 0.0) {
-            const std::string place = std::to_string(i);
-            throw JsonMistake(node->line, path + "[" + place + "][" + place + "]",
+            const std::string place = "[" + std::to_string(i) + "]";
+            throw JsonMistake(node->line, std::string(path).append(place).append(place),
                               "must be 0: an axis with itself is scaleFactor");
         }
     }

@@ -246,7 +246,7 @@ void TestRecordingReader::rowsBeforeTheLastKeptOneAreLeftOut()
 
 void TestRecordingReader::repeatsOfASlowSensorAreNoRows_data()
 {
-    QTest::addColumn<QByteArray>("header");
+    QTest::addColumn<QByteArray>("columns");
     QTest::addColumn<QByteArray>("times"); // one row each, with values of 1
     QTest::addColumn<int>("rows");
     QTest::addColumn<int>("repeated");
@@ -264,9 +264,9 @@ void TestRecordingReader::repeatsOfASlowSensorAreNoRows_data()
 
 void TestRecordingReader::repeatsOfASlowSensorAreNoRows()
 {
-    QFETCH(QByteArray, header);
+    QFETCH(QByteArray, columns);
     QFETCH(QByteArray, times);
-    std::string text = "idx," + header.toStdString();
+    std::string text = "idx," + columns.toStdString();
     for (const QByteArray& time : times.split(' ')) {
         text += "0," + time.toStdString() + ",1,1,1,\n";
     }

@@ -139,7 +139,7 @@ private slots:
     void whatIsMissingBeforeTheEndCounts()
     {
         QFETCH(int, samples);
-        for (const std::uint64_t more : {0, 1, 2, 11}) {
+        for (const std::uint64_t more : {0U, 1U, 2U, 11U}) {
             GapCounter counter;
             std::uint64_t last = start;
             for (int i = 0; i < samples; ++i) {
