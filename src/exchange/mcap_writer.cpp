@@ -24,7 +24,7 @@ public:
     Sink(McapFile& file, const Contents& contents, AXES axes)
         : m_file(file), m_contents(contents), m_frame(frameOf(axes))
     {
-        // The profile "ros2" requires the second one; a recording has no publisher with a profile.
+        // Readers of the profile "ros2" look for the second one; a recording has no publisher.
         const McapFile::Metadata metadata{{"axes", nameOf(axes)}, {"offered_qos_profiles", ""}};
         const auto channel = [&](const cdr::Schema& schema, const std::string& topic) {
             return addChannel(schema, "/camera/" + topic, metadata);

@@ -81,7 +81,7 @@ int record(const RecordOptions& options)
     EndSignals signals;
     RecordingRun run(options);
     std::string error;
-    // Opening a camera can take minutes; a signal is read meanwhile.
+    // A camera is waited for and opened for seconds; a signal is read meanwhile.
     bool isReported = false;
     std::future<bool> started =
         std::async(std::launch::async, [&run, &error] { return run.start(error); });
