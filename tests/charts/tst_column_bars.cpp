@@ -10,6 +10,9 @@
 #include <random>
 #include <utility>
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 using columnbars::Pen;
 using columnbars::PixelMap;
 using columnbars::reduce;
@@ -72,9 +75,42 @@ struct Samples
     }
 };
 
+// Memory between two pages that can't be accessed: a read before or behind it ends the program.
+class GuardedMemory
+{
+public:
+    GuardedMemory()
+    {
+        void* const memory =
+            ::mmap(nullptr, 3 * m_page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (memory != MAP_FAILED) {
+            m_memory = static_cast<double*>(memory);
+            m_accessible = ::mprotect(begin(), m_page, PROT_READ | PROT_WRITE) == 0;
+        }
+    }
+    GuardedMemory(const GuardedMemory&) = delete;
+    GuardedMemory& operator=(const GuardedMemory&) = delete;
+    ~GuardedMemory()
+    {
+        if (m_memory != nullptr) {
+            ::munmap(m_memory, 3 * m_page);
+        }
+    }
+
+    bool isAccessible() const { return m_accessible; }
+    double* begin() { return m_memory + m_page / sizeof(double); }
+    double* end() { return begin() + m_page / sizeof(double); }
+
+private:
+    const std::size_t m_page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE)); // bytes
+    double* m_memory = nullptr;
+    bool m_accessible = false;
+};
+
 } // namespace
 
 Q_DECLARE_METATYPE(std::vector<QRect>)
+Q_DECLARE_METATYPE(columnbars::Stroke)
 
 class TestColumnBars : public QObject
 {
@@ -96,6 +132,8 @@ private slots:
     void valuesFarOffTheCanvasAreCut();
     void singleSampleLeavesNothing();
     void onlyTheGivenSpanCounts();
+    void onlyTheGivenSamplesAreRead_data();
+    void onlyTheGivenSamplesAreRead();
     void mirroredTimeAxisGivesTheMirroredBars();
     void axisWithoutWidthGivesOneColumn();
     void seriesInOrderHasTheBarsOfOneInDisorder_data();
@@ -300,6 +338,41 @@ void TestColumnBars::onlyTheGivenSpanCounts()
                                        PixelMap(xScale()), PixelMap(yScale()), clip, {2});
     QCOMPARE(reduction.bars, std::vector<QRect>{QRect(59, 59, 2, 2)});
     QVERIFY(reduction.lines.empty());
+}
+
+void TestColumnBars::onlyTheGivenSamplesAreRead_data()
+{
+    QTest::addColumn<Stroke>("stroke");
+    QTest::addColumn<double>("perColumn");
+    QTest::newRow("plain, sparse") << Stroke::Plain << 0.3;
+    QTest::newRow("plain, one or two per column") << Stroke::Plain << 1.4;
+    QTest::newRow("plain, many per column") << Stroke::Plain << 13.0;
+    QTest::newRow("fine, sparse") << Stroke::Fine << 0.3;
+    QTest::newRow("fine, many per column") << Stroke::Fine << 13.0;
+}
+
+void TestColumnBars::onlyTheGivenSamplesAreRead()
+{
+    QFETCH(const Stroke, stroke);
+    QFETCH(const double, perColumn);
+    GuardedMemory times;
+    GuardedMemory values;
+    QVERIFY(times.isAccessible() && values.isAccessible());
+    for (int count = 1; count <= 60; ++count) {
+        for (const bool atEnd : {false, true}) {
+            double* const x = atEnd ? times.end() - count : times.begin();
+            double* const y = atEnd ? values.end() - count : values.begin();
+            Samples copies;
+            for (int i = 0; i < count; ++i) {
+                x[i] = i / perColumn;
+                y[i] = 50.0 + i % 7;
+                copies.add(x[i], y[i]);
+            }
+            const Reduction reduction = reduce(x, y, {0, count - 1}, PixelMap(xScale()),
+                                               PixelMap(yScale()), clip, {2, stroke});
+            QCOMPARE(reduction.bars, copies.reduced({2, stroke}).bars);
+        }
+    }
 }
 
 void TestColumnBars::mirroredTimeAxisGivesTheMirroredBars()
