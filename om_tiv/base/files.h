@@ -36,11 +36,12 @@ private:
 ///               file
 Descriptor openRegularFile(const std::string& path, std::string& reason);
 
-/// Reads on until there are count bytes or the file ends, also when a signal comes.
+/// Reads until there are count bytes or the file ends, also if a signal interrupts the read.
 /// @return the bytes read, fewer than count only at the end of the file; none with errno
 std::optional<std::size_t> readOn(const Descriptor& file, void* to, std::size_t count);
 
-/// The first bytes of a regular file, at most so many.
+/// The first bytes of a regular file.
+/// @param most   maximum number of bytes
 /// @param reason set on failure, as by openRegularFile(), with errno
 std::optional<std::string> readFile(const std::string& path, std::size_t most, std::string& reason);
 
@@ -48,7 +49,7 @@ std::optional<std::string> readFile(const std::string& path, std::size_t most, s
 /// @return false with errno; the file may then have a part of them
 bool writeAll(const Descriptor& file, std::string_view bytes);
 
-/// Writes the bytes to a new file and gives it the path as its name, in one go: a crash leaves the
+/// Writes the bytes to a new file and gives it the path as its name in one step: a crash leaves the
 /// former file or the new one. File and folder are forced to the disk.
 /// @param file      the new file, open for writing and empty; it stays open
 /// @param temporary its name, in the folder of the path; it is removed where this fails
@@ -56,7 +57,7 @@ bool writeAll(const Descriptor& file, std::string_view bytes);
 bool putInPlace(const Descriptor& file, const std::string& temporary, const std::string& path,
                 std::string_view bytes);
 
-/// Replaces the content of a file, or creates the file: in one go, so that a failure leaves the
+/// Replaces the content of a file, or creates the file, in one step: a failure leaves the
 /// former content. A symbolic link stays one, also to a file that is not there yet, and the file
 /// keeps its owner and its mode; other hard links keep the former content. A file that can't be
 /// replaced, in a folder without the right to write for example, is overwritten instead; a failure

@@ -155,8 +155,6 @@ void Bench::setField(const Field& field)
     m_impl->field = field;
 }
 
-// ---- Cameras ------------------------------------------------------------------------------------
-
 bool Bench::addCamera(const CameraConfig& config)
 {
     CameraConfig whole = config;
@@ -321,8 +319,6 @@ bool Bench::isGpuMemoryShort() const
         return camera->isInUse() && camera->faults().littleGpuMemory;
     });
 }
-
-// ---- Hooks --------------------------------------------------------------------------------------
 
 void Bench::setDeviceListHook(std::function<void()> hook)
 {

@@ -73,7 +73,7 @@ public:
     Bench(const Bench&) = delete;
     Bench& operator=(const Bench&) = delete;
 
-    // ---- The bench as a whole -----------------------------------------------------------------
+    // The bench as a whole.
 
     /// Resets to an empty bench with the real clock and the default field. The log is cleared and
     /// on, all hooks and other log settings are reset, and no recording is read any more. Cameras
@@ -101,7 +101,7 @@ public:
     Field field() const;
     void setField(const Field& field);
 
-    // ---- Cameras ------------------------------------------------------------------------------
+    // Cameras.
 
     /// Appends a camera. If it names a replay without the recording, the recording is read first,
     /// which may take long. False if the serial number is already on the bench, or the recording
@@ -144,7 +144,7 @@ public:
     std::shared_ptr<VirtualCamera> camera(unsigned int serial) const;
     std::vector<std::shared_ptr<VirtualCamera>> cameras() const;
 
-    // ---- Hooks --------------------------------------------------------------------------------
+    // Hooks.
 
     /// Called in om::Camera::getDeviceList(), before the list is created, on the caller's thread
     /// and without a lock: it may block.
@@ -154,7 +154,7 @@ public:
     /// Number of getDeviceList() calls during an open() since reset(); it must stay 0.
     int listsDuringOpen() const;
 
-    // ---- For the library ----------------------------------------------------------------------
+    // For the library.
 
     /// Marks an open() in progress and runs its hook.
     class OpenScope

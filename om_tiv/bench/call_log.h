@@ -85,10 +85,8 @@ public:
 
     /// Initially off: only tests use the log.
     void setOn(bool on) { m_on.store(on); }
-    void setHighRate(bool on)
-    {
-        m_highRate.store(on);
-    } ///< initially off; effective while the log is on
+    /// Initially off; effective while the log is on.
+    void setHighRate(bool on) { m_highRate.store(on); }
 
     /// Called with each recorded call, on the caller's thread and without a lock, before the call
     /// returns to the program. It may block, and it may change the state with which the program

@@ -51,7 +51,7 @@ public:
     MODEL model() const { return m_config.model; }
     int id() const { return m_id; }
 
-    // ---- Faults -------------------------------------------------------------------------------
+    // Faults.
 
     Faults faults() const;
     /// Changes several faults at once. change() runs under the camera's lock and must not call the
@@ -65,7 +65,7 @@ public:
     /// data.
     bool takeReadbackDifference();
 
-    // ---- Presence and use ---------------------------------------------------------------------
+    // Presence and use.
 
     bool isPlugged() const { return m_plugged.load(); }
     Nanoseconds pluggedAt() const { return m_pluggedAt.load(); } ///< start of all sensor streams
@@ -81,7 +81,7 @@ public:
     void release(const void* owner); ///< does nothing if the owner has no claim
     bool isInUse() const;
 
-    // ---- Truth --------------------------------------------------------------------------------
+    // Truth.
 
     /// The body at a time, now or up to 30 s ago. If a recording is played, the values of its
     /// newest row.
@@ -93,7 +93,7 @@ public:
     double airTemperature() const; ///< degrees Celsius
     void setAirTemperature(double celsius);
 
-    // ---- Sensor samples -----------------------------------------------------------------------
+    // Sensor samples.
 
     /// The samples of the sensors, from physics or a recording. Numbers start at 0 when the camera
     /// is plugged in, and the same number always returns the same sample.
@@ -102,7 +102,7 @@ public:
     /// The timestamp of a sample: its own time, or the time that the timestamp faults set.
     Nanoseconds reportedTime(STREAM stream, std::uint64_t number) const;
 
-    // ---- Stored calibration -------------------------------------------------------------------
+    // Stored calibration.
 
     /// The active calibration, from the camera's EEPROM, in sensor axes.
     MagCalibration calibration() const;
@@ -117,7 +117,7 @@ public:
     /// it).
     void reloadCalibration();
 
-    // ---- Scripts ------------------------------------------------------------------------------
+    // Scripts.
 
     Script<SensorsEntry>& sensorsScript() { return m_sensorsScript; }
     Script<ERROR_CODE>& grabScript() { return m_grabScript; }
@@ -125,14 +125,14 @@ public:
     Script<IMUPose>& poseScript() { return m_poseScript; }           ///< TIVmcu::getIMUPose()
     void clearScripts();                                             ///< back to physics
 
-    // ---- Motion -------------------------------------------------------------------------------
+    // Motion.
 
     MOTION motion() const { return m_motion->motion(); }
     void setMotion(MOTION motion);
     /// @param spin rad/s in the body frame; the camera continues to turn from the pose at this rate
     void setPose(const Quaternion& pose, std::chrono::nanoseconds glide, const Vector& spin = {});
 
-    // ---- The IMU samples since the last open() of om::Camera ------------------------------------
+    // The IMU samples since the last open() of om::Camera.
 
     void startCounting(std::uint64_t firstNumber);
     void countDelivered(const Reading& reading); ///< counts a new sample, and keeps its reading

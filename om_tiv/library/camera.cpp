@@ -16,8 +16,6 @@ using bench::CallRecord;
 using bench::CameraSession;
 using bench::theBench;
 
-// ---- Records ------------------------------------------------------------------------------------
-
 void InputType::setFromSerialNumber(unsigned int serial, BUS_TYPE bus)
 {
     *this = InputType();
@@ -72,8 +70,6 @@ RuntimeParameters::RuntimeParameters(bool enableDepth_, bool enableFill_, int co
       textureThreshold(textureThreshold_), referenceFrame(referenceFrame_),
       removeSaturated(removeSaturated_)
 {}
-
-// ---- Camera -------------------------------------------------------------------------------------
 
 class Camera::Impl
 {

@@ -10,7 +10,7 @@
 namespace om::bench {
 
 /// The picture: eight colour bars from white to black as on a test card, a grey ramp below them,
-/// and across the middle a dark band in which a white mark moves to and fro, once in 240 frames. A
+/// and across the middle a dark band in which a white mark moves right and back in 240 frames. A
 /// cyan square is in the upper left corner of the left image, a magenta one in the upper right
 /// corner of the right image.
 ///

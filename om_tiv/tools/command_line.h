@@ -13,7 +13,7 @@ namespace om::bench {
 // NOLINTNEXTLINE(bugprone-exception-escape): the JSON object's move asserts, it does not throw
 struct Order
 {
-    std::string socket;     ///< empty: the one running bench
+    std::string socket;     ///< empty: that of OM_TIV_CONTROL, or the one running bench
     nlohmann::json request; ///< for the bench
     bool asJson = false;    ///< print the answer unchanged
     bool all = false;       ///< the request is for all running benches

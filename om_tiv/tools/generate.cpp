@@ -195,13 +195,13 @@ private:
                 to = static_cast<float>(*from);
             }
         };
-        // Without sensors on the board the IMU's temperature stands in for both.
+        // Without sensors on the board the IMU's temperature is used for both.
         const bool onBoard = values[2] && values[3];
         put(values[onBoard ? 2 : 0], row[0]);
         put(values[onBoard ? 3 : 0], row[1]);
         row[2] = 0.0F;
         put(values[0], row[2]);
-        row[3] = row[2]; // what is not there repeats the IMU's
+        row[3] = row[2]; // without a barometer the IMU's
         put(values[1], row[3]);
     }
 
@@ -216,7 +216,7 @@ private:
     std::optional<std::uint64_t> m_fieldNumber;
     std::optional<std::uint64_t> m_pressureNumber;
     Nanoseconds m_slot = 0;
-    RecordingRow m_row; ///< the columns of slow sensors hold until their next sample
+    RecordingRow m_row; ///< slow sensors keep their values until their next sample
 };
 
 /// A file that is removed again unless it is kept.

@@ -29,7 +29,7 @@ constexpr std::uint64_t generatedStart = 1'767'225'600;
 ///
 /// @param path     of a file that does not exist yet. It is removed again where it can't be written
 ///                 whole.
-/// @param proceed  is called now and then with the share that is done; false ends the work
+/// @param proceed  is called from time to time with the finished share, 0 to 1; false ends the work
 /// @param error    one line: what, why, what to do
 /// @return false with error set
 bool generateRecording(const CameraConfig& camera, const Field& field, double seconds,

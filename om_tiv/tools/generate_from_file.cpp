@@ -37,8 +37,8 @@ bool generateFromFile(const Order::Generate& order, Generated& generated, std::s
                                 : "no cameras; add one to \"cameras\"");
         return false;
     }
-    // No half file stays behind: a signal ends the work in order, and a limit on the size of files
-    // is an error of the write.
+    // No incomplete file remains: a signal ends the work, which then removes the file, and a file
+    // size limit only makes a write fail.
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         // Ignored by nohup, or by a script for its background jobs: it stays ignored.
         struct sigaction former = {};

@@ -52,8 +52,6 @@ int fail(Exit status, const std::string& reason)
     return status;
 }
 
-// ---- Output -------------------------------------------------------------------------------------
-
 void addCameras(Text& out, const json::array_t& cameras)
 {
     std::array<char, 160> line;
@@ -173,7 +171,7 @@ int writeImage(const json& answer, const Order& order)
     if (!damage.empty()) {
         return fail(REFUSED, "the image that the bench gives is damaged: " + damage);
     }
-    // A limit on the size of files is an error of the write.
+    // A file size limit then only makes the write fail.
     std::signal(SIGXFSZ, SIG_IGN);
     if (!om::bench::replaceContent(order.dumpFile, image)) {
         return fail(REFUSED, order.dumpFile +
@@ -181,8 +179,6 @@ int writeImage(const json& answer, const Order& order)
     }
     return DONE;
 }
-
-// ---- Dialogue with the bench --------------------------------------------------------------------
 
 /// DONE with the answer, or the exit status after printing the reason to standard error.
 int ask(BenchClient& client, const json& request, json& answer)
@@ -319,8 +315,6 @@ int watch(BenchClient& client, const Order& order)
         std::this_thread::sleep_for(std::chrono::duration<double>(wanted.interval));
     }
 }
-
-// ---- Without a bench ----------------------------------------------------------------------------
 
 int generate(const Order& order)
 {

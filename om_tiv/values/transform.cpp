@@ -42,8 +42,6 @@ void assign(Orientation& orientation, const Eigen::Quaternionf& q)
 
 } // namespace
 
-// ---- Translation --------------------------------------------------------------------------------
-
 void Translation::normalize()
 {
     // In double, so that lengths whose squares exceed the range of float are right too.
@@ -62,8 +60,6 @@ Translation Translation::operator*(const Orientation& rotation) const
     return {turned.x(), turned.y(), turned.z()};
 }
 
-// ---- Rotation -----------------------------------------------------------------------------------
-
 Rotation::Rotation(float angle, const Translation& axis)
 {
     Translation unit = axis;
@@ -77,8 +73,6 @@ Rotation::Rotation(float angle, const Translation& axis)
                  .toRotationMatrix()
                  .cast<float>();
 }
-
-// ---- Orientation --------------------------------------------------------------------------------
 
 Orientation::Orientation(const Rotation& rotation)
 {
@@ -124,8 +118,6 @@ Orientation Orientation::operator*(const Orientation& first) const
     return product;
 }
 
-// ---- Matrix4f -----------------------------------------------------------------------------------
-
 Matrix4f::Matrix4f()
 {
     setIdentity();
@@ -161,8 +153,6 @@ Matrix4f Matrix4f::operator*(const Matrix4f& right) const
     eigen(product) = eigen(*this) * eigen(right);
     return product;
 }
-
-// ---- Transform ----------------------------------------------------------------------------------
 
 Transform::Transform(const Orientation& rotation, const Translation& translation)
 {

@@ -61,8 +61,6 @@ BenchWindow::BenchWindow(const QString& socket, QWidget* parent) : QWidget(paren
     m_link.start();
 }
 
-// ---- Making -----------------------------------------------------------------------------------
-
 QWidget* BenchWindow::makeHeader()
 {
     auto* const header = new QWidget;
@@ -168,8 +166,6 @@ QWidget* BenchWindow::makeBench()
     return page;
 }
 
-// ---- The connection ---------------------------------------------------------------------------
-
 void BenchWindow::setLinkText(const QString& text, const QColor& colour)
 {
     m_linkText->setText(text);
@@ -228,8 +224,6 @@ void BenchWindow::showRefusal(const QString& reason)
     m_refusalTimer->start(refusalMs);
 }
 
-// ---- News -------------------------------------------------------------------------------------
-
 void BenchWindow::showNews()
 {
     m_snapshot = m_link.snapshot();
@@ -265,7 +259,7 @@ BodyView* BenchWindow::card(unsigned int serial) const
 void BenchWindow::showComplaints(const QStringList& complaints)
 {
     QString text = complaints.join(QLatin1Char('\n'));
-    // A long path may be broken behind each of its folders.
+    // A long path may be broken after each of its folders.
     text.replace(QLatin1Char('/'), QStringLiteral("/\u200b"));
     if (text != m_complaints->text()) {
         m_complaints->setText(text);
@@ -332,7 +326,7 @@ bool BenchWindow::eventFilter(QObject* watched, QEvent* event)
     return QWidget::eventFilter(watched, event);
 }
 
-/// A hidden or minimised window asks for the state of the bench only now and then.
+/// A hidden or minimised window reads the state of the bench only once a second.
 void BenchWindow::setOnScreen(bool onScreen)
 {
     if (m_onScreen == onScreen) {

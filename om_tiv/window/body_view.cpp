@@ -48,8 +48,6 @@ QSize BodyView::sizeHint() const
     return m_kind == KIND::STAGE ? QSize(860, 560) : QSize(168, 128);
 }
 
-// ---- What is shown ----------------------------------------------------------------------------
-
 void BodyView::setCamera(const CameraView& camera, std::uint64_t ticket)
 {
     if (camera.serial != m_camera.serial) {
@@ -196,8 +194,6 @@ void BodyView::hideEvent(QHideEvent* event)
     followPose();
     QWidget::hideEvent(event);
 }
-
-// ---- The hand ---------------------------------------------------------------------------------
 
 QPointF BodyView::ballCentre() const
 {

@@ -65,8 +65,6 @@ void Switch::leaveEvent(QEvent* event)
     update();
 }
 
-// ---- ChoiceBox --------------------------------------------------------------------------------
-
 void ChoiceBox::paintEvent(QPaintEvent* event)
 {
     QComboBox::paintEvent(event);
@@ -78,8 +76,6 @@ void ChoiceBox::paintEvent(QPaintEvent* event)
     painter.drawPolyline(
         QVector<QPointF>{tip + QPointF(-4.0, -4.0), tip, tip + QPointF(4.0, -4.0)});
 }
-
-// ---- UnitSlider -------------------------------------------------------------------------------
 
 namespace {
 
@@ -133,8 +129,6 @@ UnitSlider::UnitSlider(double unit, std::function<QString(double)> text, QWidget
     Q_UNUSED(installed)
 }
 
-// ---- SliderRow --------------------------------------------------------------------------------
-
 SliderRow::SliderRow(const QString& name, const Range& range, QWidget* parent)
     : QWidget(parent), m_range(range), m_value(new QLabel),
       m_slider(new UnitSlider(range.step, [this](double value) { return textOf(value); }))
@@ -184,8 +178,6 @@ void SliderRow::showValue(double value, std::uint64_t ticket)
     // The value may be between two steps or outside the slider's range.
     showText(value);
 }
-
-// ---- FaultRow ---------------------------------------------------------------------------------
 
 FaultRow::FaultRow(const Fault& fault, QWidget* parent) : QWidget(parent), m_fault(fault)
 {

@@ -28,7 +28,7 @@ public:
 
     /// Stops the time; step() alone moves it on from here.
     void setManual();
-    /// Moves a stopped clock, with the frames that come due on the way.
+    /// Moves a stopped clock, and emits the frames that fall within the step.
     void step(std::chrono::milliseconds time);
 
 signals:

@@ -11,7 +11,7 @@
 
 namespace benchwindow {
 
-/// The picture of a widget's ground, in device pixels. It is painted once and then copied.
+/// The picture of a widget's background, in device pixels. It is painted once and then copied.
 class Layer
 {
 public:

@@ -128,8 +128,6 @@ bool Panel::eventFilter(QObject* watched, QEvent* event)
     return QFrame::eventFilter(watched, event);
 }
 
-// ---- Rows -------------------------------------------------------------------------------------
-
 void Panel::addSection(const QString& title)
 {
     if (m_rows->count() > 0) {
@@ -305,8 +303,6 @@ void Panel::addFaults()
         sendForCamera({{"command", "fault"}, {"clear", true}}, "");
     });
 }
-
-// ---- Orders and news --------------------------------------------------------------------------
 
 std::uint64_t Panel::sendForCamera(json request, const std::string& key)
 {

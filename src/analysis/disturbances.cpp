@@ -76,7 +76,7 @@ public:
         return has(0);
     }
 
-    /// Of the sample that is `ahead` samples behind the current one.
+    /// Of the sample that is `ahead` samples after the current one.
     std::size_t place(std::size_t ahead) const { return m_places[ahead]; }
     bool has(std::size_t ahead) const { return m_places[ahead] < m_samples.size(); }
     double value(std::size_t ahead) const { return m_samples[m_places[ahead]]; }
@@ -95,7 +95,7 @@ private:
     std::size_t m_stretch;
     Gap m_gap;
     Gap m_end;
-    std::size_t m_next = 0; ///< the place behind those below
+    std::size_t m_next = 0; ///< the place after those below
     std::array<std::size_t, longestSpike + 1> m_places{};
 };
 

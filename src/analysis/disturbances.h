@@ -21,10 +21,10 @@
 
 namespace analysis {
 
-/// Replaces spikes as refillGaps() does with gaps. A spike is one recorded sample, or two
-/// successive ones, that lie off the recorded samples on both sides, each to the same side of both,
-/// by more than ten standard deviations of a sample's distance from the mean of its neighbours. The
-/// deviation is that of the median, which spikes do not move.
+/// Replaces spikes as refillGaps() replaces gaps. A spike is one recorded sample or two successive
+/// ones. Each is above both recorded samples beside the spike or below both, and farther from them
+/// than ten standard deviations. That is the deviation of a sample's distance from the mean of its
+/// neighbours, estimated from the median, which spikes do not change.
 /// @param filled interpolated samples by stretch and place: they are neither spikes nor neighbours.
 /// The spikes are added to it.
 /// @return number of samples in spikes; 0 of less than 16 samples, or where most samples equal

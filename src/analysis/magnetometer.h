@@ -35,8 +35,9 @@ struct SphereQuality
     double gaps = 0.0;
     /// Standard deviation of length(corrected reading) divided by its mean.
     double variance = 0.0;
-    /// Distance of the mean of the areas' mean readings from the centre, divided by the radius.
-    /// Areas without a reading and the areas opposite to them are left out.
+    /// Three times the distance of the mean of the areas' mean readings from the centre, divided by
+    /// the radius: an error of the offset moves that mean by a third of itself. Areas without a
+    /// reading and the areas opposite to them are left out; 100 if none remain.
     double wobble = 0.0;
     /// Residual RMS divided by the radius.
     double fitError = 0.0;

@@ -20,7 +20,7 @@ constexpr double leastRange = 3.0;
 constexpr double independentPerDecade = 3.0;
 /// Assumed relative error of the model's variance, for any number of samples per average.
 constexpr double modelError = 0.002;
-/// A flat part of points with fewer degrees of freedom is not seen.
+/// A flat part is observable only if one of its points has at least this many degrees of freedom.
 constexpr double leastDegrees = 50.0;
 
 /// The power of tau of each term in the variance.
@@ -202,9 +202,9 @@ double density(const NoiseModel& model, double frequency, double samplePeriod)
            1.5 * factors[RANDOM_WALK_TERM] / squared(turns);
 }
 
-/// The covariances of the points' variances, each point's in units of its own variance. Two points
-/// use the same samples: their correlation is that of the noise behind their two filters, of which
-/// each is the difference of two neighbouring averages.
+/// The covariances of the points' variances, each relative to the variance at its point. All points
+/// are computed from the same samples: the correlation of two points is that of the noise after two
+/// filters, one for each averaging time, which subtract neighbouring averages.
 Eigen::MatrixXd covariances(const NoiseModel& model, const std::vector<AllanPoint>& allan)
 {
     constexpr double perDecade = 100.0;
@@ -233,8 +233,8 @@ Eigen::MatrixXd covariances(const NoiseModel& model, const std::vector<AllanPoin
     return scale.asDiagonal() * covariance * scale.asDiagonal();
 }
 
-/// The errors of the fit's factors: those of the points, which depend on each other, carried
-/// through the least squares.
+/// The errors of the fit's factors: the covariances of the points, propagated through the least
+/// squares.
 void setErrors(NoiseModel& model, const std::vector<AllanPoint>& allan)
 {
     model.errors = {};

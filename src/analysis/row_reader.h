@@ -119,8 +119,8 @@ public:
     bool hasBarometer() const { return m_hasBarometer; }
     bool hasTemperatures() const { return m_hasTemperatures; }
 
-    /// @param report counts the row, or why it is left out; without the time of the IMU not the
-    /// rows that repeat the sample of a slow sensor
+    /// @param report counts the row, or why it is left out. In a file without the time of the IMU,
+    /// a row without a new sample of the slow sensor counts in slowRows
     New take(const RecordedRow& row, ReadReport& report);
 
 private:

@@ -51,7 +51,7 @@ struct FilledGap
 {
     std::size_t stretch = 0;
     std::size_t first = 0; ///< has a recorded sample before it
-    std::size_t end = 0;   ///< one behind the last: a recorded sample
+    std::size_t end = 0;   ///< one after the last: a recorded sample
 };
 
 /// The axis in stretches without long gaps: up to `mostFilled` missing samples are interpolated

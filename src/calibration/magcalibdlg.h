@@ -2,8 +2,9 @@
 /// The dialog that calibrates a camera's magnetometer.
 ///
 /// One source file per topic: magcalibdlg.cpp (construction, buttons, messages, update timer), and
-/// magcalibdlg_*.cpp: sampling (the reading thread and the fit), headings (headings and quality),
-/// mculink (device list, link and EEPROM) and calibcharts (the scatter plots).
+/// magcalibdlg_*.cpp: sampling (the reading thread), fit (the calibration from the samples),
+/// headings (headings and quality), mculink (device list, link and EEPROM) and calibcharts (the
+/// scatter plots).
 #pragma once
 
 #include <QDialog>

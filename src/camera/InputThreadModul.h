@@ -26,7 +26,7 @@ class QAbstractSlider;
 /// of the interface thread.
 ///
 /// The flags are plain bools without atomics or a lock, written by the interface thread, the sensor
-/// thread and run(). The loop checks `running` once per pass, so a stop takes effect one pass late.
+/// thread and run(). The loop checks `running` only at the end of a pass.
 /// run() sets `running` when it begins: a stop before that is lost, and stopGrabbing() then waits
 /// until the camera is lost.
 class InputThreadModul : public QThread
@@ -140,8 +140,8 @@ public:
     std::uint64_t lastPlaybackTime = 0; ///< time stamp of the last frame of a file, ns
 
 private:
-    /// Clears the flags while the loop runs. Not inlined, so that ThreadSanitizer's reports name
-    /// it.
+    /// Sets `aborted` and clears the other flags, perhaps while the loop runs. Not inlined, so that
+    /// ThreadSanitizer's reports name it.
     Q_NEVER_INLINE void abort();
     int openLive(om::InitParameters parameters);
     om::ERROR_CODE grabFrame(bool paused, om::ERROR_CODE previous,

@@ -1,6 +1,6 @@
 /// @file
-/// The camera library as the program uses it. No other file of src includes the library's headers,
-/// and none writes what its interface leaves open: how it is split into headers, the names of the
+/// The camera library as the program uses it. No other file of src includes the library's headers
+/// or depends on what its interface leaves open: how it is split into headers, the names of the
 /// enumerators, and the names of the fields that are given by their place alone. For a library that
 /// has other names for these, this file is edited and no other one.
 ///
@@ -155,7 +155,7 @@ inline om::RuntimeParameters runtimeParameters()
     return parameters;
 }
 
-/// The same without depth, for who does not look at the frames.
+/// The same without depth, for a caller that does not use the frames.
 inline om::RuntimeParameters runtimeParametersWithoutDepth()
 {
     return om::RuntimeParameters(false, false, 95, 100, cameraFrame, true);
@@ -257,7 +257,7 @@ inline void setOffset(MagRecord& record, int axis, float offset)
     record.offset[axis] = offset;
 }
 
-// Types: a field of another one would be converted without a word.
+// Types: a field of another type could be converted silently.
 namespace checks {
 
 template <auto Field>

@@ -41,4 +41,5 @@ double expectedPeriodMs(int fps);
 /// The state after a frame with the given time stamp in ns. A time stamp of 0 counts as none. A gap
 /// of at least 1.8 periods counts as one dropped frame. With a period of 0.0 only the rate is
 /// updated.
+/// @param expectedPeriod ms
 FrameDrops afterFrame(FrameDrops drops, std::uint64_t timestamp, double expectedPeriod);

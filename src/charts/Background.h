@@ -1,5 +1,5 @@
 /// @file
-/// The ground of the time chart.
+/// The background of the time chart.
 #pragma once
 
 #include <qwt_plot_item.h>

@@ -1,3 +1,5 @@
+/// @file
+/// The time chart.
 #pragma once
 
 #include <QVector>

@@ -1,3 +1,5 @@
+/// @file
+/// A cache for the texts of the axes.
 #pragma once
 
 #include <QCache>

@@ -145,8 +145,8 @@ int Reducer::collectColumn(int i, Column& column) const
     return i;
 }
 
-// The lowest and the highest value, without a decision by each, which the processor could not
-// foresee.
+// The lowest and the highest value, without a branch for each sample, which the processor could not
+// predict.
 Pair Reducer::extremes(int begin, int end) const
 {
     if (end - begin < 2) {
@@ -156,7 +156,7 @@ Pair Reducer::extremes(int begin, int end) const
     Pair high = low;
     Pair low2 = low; // in turn, because each comparison waits for the one before it
     Pair high2 = low;
-    // Usually as often in each column. The last pairs overlap.
+    // Usually the same number of rounds in each column. The last pairs overlap.
     const int stop = std::max(end, begin + usualCount + 1);
     for (int at = begin; at < stop; at += 4) {
         const Pair values = pairAt(y + std::min(at, end - 2));
@@ -286,7 +286,7 @@ int Reducer::collectOrderlyRun(int first, std::vector<QRect>& bars) const
             return i;
         }
         top = bottom = middle;
-        // Counted, so that the next column does not wait for the calculation of this one's number.
+        // Incremented, so that the next column need not wait until its number is calculated.
         ++pixel;
         if (pixel != next) {
             pixel = next;

@@ -1,3 +1,5 @@
+/// @file
+/// The fast drawing path of the chart's curves.
 #pragma once
 
 #include "charts/DataCurve.h"

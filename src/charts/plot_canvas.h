@@ -1,3 +1,5 @@
+/// @file
+/// The canvas of the time chart.
 #pragma once
 
 #include <QStyle>
@@ -14,8 +16,9 @@
 /// tracker that follows the mouse.
 ///
 /// The picture is the same. Each picture comes from the store where a pixel of the canvas is not a
-/// whole number of the device's pixels, on a screen coarser than another one, whose pixels the
-/// store has, and for a canvas with a frame, round corners or a focus mark.
+/// whole number of the device's pixels, on a screen with a smaller scale factor than another one
+/// (the store has the pixels of the largest one), and for a canvas with a frame, round corners or a
+/// focus mark.
 ///
 /// For the interface thread.
 class PlotCanvas : public QwtPlotCanvas

@@ -19,7 +19,7 @@ public:
 
     const Contents& contents() const { return m_contents; }
 
-    /// Passes on each sample once. Rows that can't be read are left out and counted.
+    /// Passes each sample to the sink once. Rows that can't be read are left out and counted.
     /// @param progress is called from time to time with the share that has been read, 0 to 1; false
     /// ends the pass
     /// @return false with the error if progress() ended the pass

@@ -17,6 +17,7 @@ namespace samplelog {
 int record(const RecordOptions& options);
 
 /// One line without a line feed: time, rows, rate since the previous state, gaps.
+/// @param silence real time since the newest sample; shown from one second on
 std::string progressText(const StreamState& former, const StreamState& now,
                          std::chrono::duration<double> silence);
 

@@ -90,7 +90,7 @@ private:
     std::atomic<Clock::rep> m_newest{0}; ///< real time of the newest sample
     // Used by the reading thread, and after its end by the writing one.
     std::optional<std::uint64_t> m_firstUs;
-    std::uint64_t m_seenUs = 0; ///< up to here samples were there to be recorded
+    std::uint64_t m_seenUs = 0; ///< samples without a row count as missing up to this time
 
     mutable std::mutex m_mutex; ///< guards the members below
     std::condition_variable m_readerEnded;

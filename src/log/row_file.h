@@ -42,7 +42,7 @@ public:
     /// Number of complete rows in the file.
     std::uint64_t rows() const { return m_lines > 0 ? m_lines - 1 : 0; }
 
-    /// Removes the file, because nothing was recorded.
+    /// Removes the file of a recording that could not begin.
     void remove();
 
 private:

@@ -9,8 +9,8 @@ void occupyStandardDescriptors()
 {
     for (int number = STDIN_FILENO; number <= STDERR_FILENO; ++number) {
         if (::fcntl(number, F_GETFD) < 0) {
-            // The lowest free number is taken, which is this one. The other direction than the
-            // usual one lets each use fail.
+            // open() returns the lowest free number, which is this one. It opens for the opposite
+            // direction, so that each use fails.
             [[maybe_unused]] const int opened =
                 ::open("/dev/null", number == STDIN_FILENO ? O_WRONLY : O_RDONLY);
         }

@@ -1,23 +1,25 @@
+/// @file
+/// The style sheets and fonts of the windows.
 #pragma once
 
 #include <QFont>
 #include <QString>
 
-// Point size of a font of the given reference size where "123" in the reference font is digitWidth
-// pixels wide (more than 0): the reference size itself at 28 pixels, smaller where digits are
-// wider. The fraction is cut off.
+/// The point size that a font needs on this screen: referenceSize * 28 / digitWidth, truncated.
+/// @param referenceSize points
+/// @param digitWidth    width of "123" in the reference font at 10 points, pixels, above 0
 int scaledPointSize(int referenceSize, int digitWidth);
 
-// The look of the program: style sheets and fonts, ready for setStyleSheet and setFont. A window
-// creates one, passes its members to its widgets, and keeps it only if later code needs it.
-//
-// Needs a QApplication, because it measures a font; interface thread only. Constant after
-// construction. The user of a sheet with %1, %2, %3 fills these with QString::arg.
+/// The look of the program: style sheets and fonts, ready for setStyleSheet and setFont. A window
+/// creates one, passes its members to its widgets, and keeps it only if later code needs it.
+///
+/// Needs a QApplication, because it measures a font; interface thread only. Constant after
+/// construction. The user of a sheet with %1, %2, %3 fills these with QString::arg.
 class Style
 {
 public:
-    // Registers the bundled fonts and builds all members. Each Style registers them again; Qt keeps
-    // each copy, about 1.5 MB, until the program ends.
+    /// Registers the bundled fonts and builds all members. Each Style registers them again; Qt
+    /// keeps each copy, about 1.5 MB, until the program ends.
     Style();
 
     // Windows and buttons

@@ -1,10 +1,12 @@
+/// @file
+/// The colours of the program.
 #pragma once
 
 #include <QColor>
 #include <QString>
 
-// The colours of the program. Style builds the style sheets from the texts; palettes and painters
-// use the QColor values. Each translation unit has its own constants, so that they are initialised
+// Style builds the style sheets from the texts; palettes and painters use the QColor values. Each
+// translation unit has its own constants, so that they are initialised
 // before any static object of the same unit uses them.
 namespace clr {
 

@@ -1,5 +1,5 @@
 /// @file
-/// What the windows share of their look: logo, ground, fonts with sheets, and message boxes.
+/// What all windows have in common: logo, background, fonts with sheets, and message boxes.
 /// Interface thread.
 #pragma once
 
@@ -16,7 +16,7 @@ namespace dressing {
 /// The product's logo, scaled to the label's height.
 void showLogo(QLabel& label);
 
-/// Fills the widget's background with the ground of all windows.
+/// Fills the widget's background with the colour of all windows.
 void layGround(QWidget& widget);
 
 /// Sets the sheet, then the font.

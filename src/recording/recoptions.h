@@ -21,11 +21,12 @@ public:
     RecOptions& operator=(const RecOptions& other) = default;
     ~RecOptions() = default;
 
+    /// Reads all nine keys. A field whose key is missing gets its default.
     void loadRecSettings();
     /// Writes all nine keys and waits until the system has them.
     void saveRecSettings();
 
-    QString saveFolder;                 ///< target folder of the CSV file
+    QString saveFolder;                 ///< folder of the CSV file; by default the home folder
     bool accelerometer = true;          ///< acceleration columns
     bool gyroscope = true;              ///< angular velocity columns
     bool magnetometer = true;           ///< magnetic field columns

@@ -103,7 +103,7 @@ std::unique_ptr<QApplication> drawingApplication()
     return std::make_unique<QApplication>(count, arguments);
 }
 
-/// Holds the signals that end the program back, because a QSaveFile that is not destroyed leaves a
+/// Blocks the signals that end the program, because a QSaveFile that is not destroyed leaves a
 /// temporary file behind.
 class EndHeldBack
 {

@@ -28,8 +28,8 @@ enum OUTCOME : int {
     VERDICT_FAILED = 3, ///< the report is written, and at least one of its verdicts failed
 };
 
-/// Reads and judges the recordings, one after the other, and writes the files. Without a path it
-/// writes only the verdicts to standard output. Writes an error to standard error, in one line.
+/// Reads and judges the recordings, one after the other, writes the files that have a path, and
+/// prints the verdicts to standard output. Writes an error to standard error, in one line.
 /// SIGXFSZ is ignored from then on. One thread at a time.
 OUTCOME run(const Command& command);
 

@@ -1,5 +1,5 @@
 /// @file
-/// How the plots of a topic stand in pairs on a page.
+/// The plots of a topic in rows of two, as a page shows them.
 #pragma once
 
 #include "report/figures.h"

@@ -64,7 +64,7 @@ struct Point
 /// Names of the axes of a sensor, in the order of every array of axes.
 constexpr std::array<const char*, 3> axisNames{"x", "y", "z"};
 
-/// A slope against the temperature needs as many points.
+/// Minimum number of points for a slope against the temperature.
 constexpr std::size_t leastSlopePoints = 3;
 
 /// One axis of accelerometer or gyroscope, in m/s^2 or degrees per second.
@@ -72,7 +72,7 @@ struct AxisReport
 {
     /// Without lines of the spectrum, spikes, and what follows the temperature.
     analysis::AxisNoise noise;
-    /// Of the samples as they are; empty where nothing was taken out of them.
+    /// Of the samples as recorded; empty if nothing was removed from them.
     std::vector<analysis::AllanPoint> allanAsRecorded;
     analysis::Spectrum spectrum;
     std::vector<analysis::SpectralLine> lines;

@@ -75,8 +75,8 @@ struct Line
     double slope = 0.0;
 };
 
-/// Least squares for errors of which each is the one before times the correlation, plus a part of
-/// its own.
+/// Least squares for correlated errors: each error is the previous one times the correlation, plus
+/// an independent part.
 Line lineThrough(const std::vector<Point>& points, double correlation)
 {
     const double first = std::sqrt(1.0 - correlation * correlation);
@@ -99,7 +99,7 @@ Line lineThrough(const std::vector<Point>& points, double correlation)
     return {(cy * xx - cx * xy) / determinant, (cc * xy - cx * cy) / determinant};
 }
 
-/// Of each point's distance from the line with that of the point before; 0 to 0.999.
+/// Correlation between the distances of successive points from the line, 0 to 0.999.
 double correlationAlong(const std::vector<Point>& points, const Line& line)
 {
     double products = 0.0;
@@ -155,8 +155,8 @@ std::optional<double> slopeOf(std::vector<Point> points)
     return line.slope;
 }
 
-/// Spectrum and noise at rest. What is no noise of the sensor would hide the slopes of the
-/// deviation, or look like them: it is taken out.
+/// Spectrum and noise at rest. What is not noise of the sensor is removed first: it would hide the
+/// slopes of the deviation, or look like them.
 void analyseAxisNoise(const Recording& recording, const std::vector<double>& part, const Rest& rest,
                       AxisReport& axis)
 {
@@ -180,11 +180,12 @@ void analyseAxisNoise(const Recording& recording, const std::vector<double>& par
         stretches = stretchesOf(even, rest.timing, mostFilled);
     }
     analysis::removeLines(stretches, rate, axis.lines);
-    // A straight line over a gap is no wave: without this, what is left of it would be noise.
+    // The sines were also subtracted from the straight lines in the gaps, where they would remain
+    // as noise.
     analysis::refillGaps(stretches, filled);
     axis.spikes = analysis::removeSpikes(stretches, filled);
     if (axis.spikes > 0) {
-        // They were in the waves that fitted best.
+        // The spikes had an effect on the sines that were subtracted before.
         analysis::removeLines(stretches, rate, axis.lines);
         analysis::refillGaps(stretches, filled);
     }

@@ -19,8 +19,9 @@ struct Rows
 };
 
 /// The longest run of whole seconds in which neither the mean acceleration nor the mean angular
-/// velocity jumps by more than the noise explains. Slow changes of a bias are not motion. The
-/// incomplete first and last seconds belong to the adjacent run.
+/// velocity jumps by more than 0.3 m/s^2 or 2 degrees per second, or by more than the noise
+/// explains, and in which the mean angular velocity is at most 20 degrees per second. Slow changes
+/// of a bias are not motion. An incomplete second at the end belongs to the second before it.
 /// @return none if the recording has neither accelerometer nor gyroscope, or if it is longer than
 /// two seconds and has no two seconds of rest
 std::optional<Rows> longestRest(const analysis::Recording& recording);

@@ -55,9 +55,10 @@ double seconds(std::uint64_t timestampUs);
 /// The largest absolute value of the three components.
 float largestMagnitude(const om::Vector3<float>& v);
 
-/// A saturated magnetometer reading must not widen the chart.
+/// True for a saturated magnetometer reading: an absolute z of exactly 2048 uT.
 bool isSaturated(const om::Vector3<float>& magneticField);
 
+/// True if any component differs.
 bool differ(const om::Vector3<float>& a, const om::Vector3<float>& b);
 
 /// Converts radians to degrees in double precision and rounds to float.

@@ -28,8 +28,9 @@ float widenedRange(float range, float magnitude);
 float widenedPressureMax(float limit, float pressure); ///< hPa, 100 hPa beyond the value
 float widenedPressureMin(float limit, float pressure);
 
-/// Beyond the old limit: 1.1 or 0.9 times the value; the sign of the old limit decides which.
+/// m. An altitude above the limit is multiplied by 1.1 if the limit is positive, otherwise by 0.9.
 float widenedAltitudeMax(float limit, float altitude);
+/// m. An altitude below the limit is multiplied by 0.9 if the limit is positive, otherwise by 1.1.
 float widenedAltitudeMin(float limit, float altitude);
 
 float widenedTemperatureMax(float limit, float temperature); ///< degrees Celsius, 5 beyond

@@ -118,7 +118,7 @@ bool LiveText::eventFilter(QObject* box, QEvent* event)
         break;
     case QEvent::Paint:
         if (m_box->echoMode() == QLineEdit::NoEcho) {
-            box->event(event); // the ground
+            box->event(event); // the background
             paint();
             return true;
         }
@@ -137,7 +137,7 @@ void LiveText::accessibilityActiveChanged(bool active)
     }
 }
 
-// Where QLineEdit has a centred text.
+// Places the text where QLineEdit places a centred one.
 bool LiveText::layOut(const QString& text)
 {
     if (text.isEmpty() || text.back().isSpace() || m_box->alignment() != Qt::AlignCenter ||
@@ -185,7 +185,7 @@ const LiveText::Piece& LiveText::piece(const QString& text, int end)
     return *(known != m_pieces.constEnd() ? known : m_pieces.insert(text, measured(text, end)));
 }
 
-// `text` is the piece up to `end`, and the character behind it if there is one.
+// `text` is the piece up to `end`, and the character after it if there is one.
 LiveText::Piece LiveText::measured(const QString& text, int end) const
 {
     const auto layout = std::make_shared<QTextLayout>(text.left(end), m_font, m_box);

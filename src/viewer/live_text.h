@@ -1,3 +1,5 @@
+/// @file
+/// Fast painting of a line edit's text.
 #pragma once
 
 #include <QAccessible>
@@ -63,7 +65,7 @@ private:
     bool m_isRead; // by assistive programs
     QFont m_font;  // m_pieces are those of this font and resolution
     int m_dpi = 0;
-    QHash<QString, Piece> m_pieces; // by their characters and the one behind them
+    QHash<QString, Piece> m_pieces; // by their characters and the one after them
     QString m_text;                 // the last one that was laid out
     QVector<Placed> m_placed;
 };

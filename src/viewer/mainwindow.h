@@ -67,7 +67,7 @@ public slots:
     /// after the window was closed.
     void cameraDisconnected();
     /// Closes the camera and ends its threads and every timer except detectTimer. Blocks at least
-    /// 100 ms. The samples stay. A device list that is being made, and the disposal, go on.
+    /// 100 ms. The samples stay. A running detection and the disposal continue.
     void reset();
     /// One tick of the poll. True if a row was built; createLiveInput() has then run.
     bool detectMultipleDevice();
@@ -165,7 +165,7 @@ private:
     /// A press of a sensor's button: its titles, and changeSensor(). Nothing when not checked.
     /// @param sensor a name with a row
     void selectSensor(bool checked, const char* sensor);
-    /// Hands the window of a sensor's series to the chart, with both axes. With dataMutex held.
+    /// Passes the window of a sensor's series to the chart, with both axes. With dataMutex held.
     /// @param imuStart index of the first sample of the window in the series of IMU pace
     void feedChart(const SensorRow& row, int imuStart);
 

@@ -24,7 +24,7 @@ void MainWindow::displayDefaultValues()
 void MainWindow::updateDataDisplay()
 {
     if (cameraLost) {
-        cameraDisconnected(); // sees to the timer, too
+        cameraDisconnected(); // deletes the timer, too
         return;
     }
     displayTimer->stop();

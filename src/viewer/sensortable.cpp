@@ -86,8 +86,8 @@ const std::array<MainWindow::SensorRow, 6> MainWindow::SensorRow::table{{
       2,
       &W::baroEffectiveRate,
       &W::baroRateHz}},
-    // The boxes are crossed on purpose: location 2 is under the label "Right", location 3 under
-    // "Left". The chart and the CSV file are not crossed.
+    // The boxes are exchanged, as intended: location 2 is under the label "Right", location 3 under
+    // "Left". Chart and CSV file are not exchanged.
     {"Camera Temperature",
      QT_TRANSLATE_NOOP("MainWindow", "Temperature @ "),
      QT_TRANSLATE_NOOP("MainWindow", "Temperature"),

@@ -1,5 +1,5 @@
 /// @file
-/// The six sensors of the window, once: what each has in the texts, boxes, chart and series.
+/// The table of the window's six sensors: the texts, boxes, chart and series of each.
 #pragma once
 
 #include "charts/DataPlot.h"

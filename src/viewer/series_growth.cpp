@@ -62,7 +62,7 @@ void SeriesGrowth::advance(std::size_t number, Series& series)
 {
     Place& place = m_places[number];
     if (!place.copies) {
-        // Also where the series was reserved or has grown by itself since the last time.
+        // Also for a series that was reserved or has grown by itself since the last call.
         const int capacity = series.capacity();
         const int next = nextCapacity(capacity);
         place.due =

@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-/// A series that nobody needs any more. Its destructor returns the memory to the system in pieces:
-/// as one piece, that of hours would keep another thread that maps memory waiting for milliseconds.
+/// A series that is not needed any more. Its destructor returns the memory to the system in pieces:
+/// to return that of hours at once would block other threads that map memory for milliseconds.
 /// Elements that another vector shares stay.
 class OldSeries
 {
@@ -29,9 +29,9 @@ private:
 /// vector that grows by itself copies all its elements with one append: milliseconds after minutes
 /// at 400 Hz, a second after hours, and all series of the same pace do so with the same sample.
 ///
-/// Each series is followed from three quarters of its capacity on, a little later from series to
-/// series: a second vector gets the next capacity and, with each step, up to `stride` elements of
-/// the series. When it has all of them, it takes the series' place.
+/// A series is copied from three quarters of its capacity on, each one a little later than the
+/// previous one: a second vector gets the next capacity and, with each step, up to `stride`
+/// elements of the series. When it has all of them, it takes the series' place.
 ///
 /// - Between two steps a series holds exactly what was appended to it. It is not shared or changed
 ///   otherwise.
@@ -39,7 +39,7 @@ private:
 ///   append reallocates. One that gets more may still grow by itself, which costs time only.
 /// - Capacities are those that the vector itself would choose.
 /// - One step takes O(stride) per series, plus an allocation when a copy begins.
-/// - If all series have the same length, the copies hold less than a quarter of the elements again.
+/// - If all series have the same length, the copies hold at most a quarter as many elements.
 ///
 /// One thread at a time uses it, with the lock of the series held.
 class SeriesGrowth

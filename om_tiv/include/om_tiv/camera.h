@@ -163,7 +163,8 @@ public:
     /// no scaling.
     CameraInformation getCameraInformation(Resolution imageSize = Resolution());
 
-    /// The actual settings since the last open().
+    /// The actual settings of the last successful open(), also after close(). Before the first one
+    /// the defaults.
     InitParameters getInitParameters();
 
     /// Valid after a successful open() until close(); null otherwise. Owned by the camera, unless

@@ -69,8 +69,9 @@ struct IMUPose
     /// larger one of the spread of its strength (standard deviation divided by mean) and that of
     /// its angle with the horizon (radians), with the same weight for the six ends of the sensor
     /// axes. Up to 2.5 % is good, up to 6 % acceptable. A calibration is good only after readings
-    /// at all six ends, and only while in the last 2 s no reading was saturated and the strength
-    /// was within 5 % of the calibration's radius.
+    /// at all six ends, and only while in the last 2 s no reading was saturated, the strength was
+    /// within 5 % of the calibration's radius, and the angle with the horizon within 0.05 rad of
+    /// its mean at the six ends.
     std::int32_t headingState = 4;
     float headingAccuracy = 0.0F; ///< 1 at a spread of 0, linear down to 0 at one of 10 %
     /// With the stored calibration: result of calcMagHeading for the corrected field.

@@ -1,7 +1,8 @@
 /// @file
 /// Basic types of the camera library: result codes, enumerations, strings, sizes, vectors.
 ///
-/// Enumerators have the values of the interface; a value without an enumerator is not used.
+/// Enumerators have the values of the interface. Only an ERROR_CODE or a MODEL may also have a
+/// value without an enumerator.
 #pragma once
 
 #include <cstddef>
