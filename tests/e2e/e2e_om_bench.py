@@ -694,11 +694,8 @@ class SharedSocket(OmBenchTest):
 
     def test_program_that_stands_still_is_reported_in_one_line(self):
         program = self.begin()
-        program.process.send_signal(signal.SIGSTOP)
-        try:
+        with program.standing_still():
             status, output, errors = om_bench("list", control=program.control)
-        finally:
-            program.process.send_signal(signal.SIGCONT)
         self.assertEqual((status, output, errors), (NO_BENCH, "", "om-bench: the bench does not answer\n"))
         self.ask("list")
         self.close(program)

@@ -5,6 +5,7 @@ Run with tests/support/run-test --display, which provides an X server and a new 
     tests/support/run-test --display python3 tests/e2e/e2e_start.py build/release/bin [CLASS[.TEST]]
 """
 
+import contextlib
 import json
 import os
 import pathlib
@@ -106,6 +107,23 @@ class Program:
             self.process.kill()
             self.process.wait(PATIENCE * SCALE)
             raise NotYet(f"the program did not end on {signal.Signals(how).name}") from None
+
+    @contextlib.contextmanager
+    def standing_still(self):
+        """The program runs no code for the time of the block. A thread that waits for a processor goes on until the one
+        that took the signal has run, so all of them are awaited."""
+        os.kill(self.pid, signal.SIGSTOP)
+        try:
+            wait_for("all threads to stop", lambda: set(self.thread_states()) == {"T"})
+            yield
+        finally:
+            os.kill(self.pid, signal.SIGCONT)
+
+    def thread_states(self):
+        """Of each thread that has not ended: the letter of proc(5)."""
+        for thread in pathlib.Path(f"/proc/{self.pid}/task").glob("*/stat"):
+            with contextlib.suppress(OSError):
+                yield thread.read_text(encoding="utf-8").rpartition(") ")[2][0]
 
     def root(self, path):
         """A path as the process sees it, which may have mounts of its own."""
