@@ -41,7 +41,7 @@ int createNew(const std::string& path, std::string& error)
     return descriptor;
 }
 
-bool isOnDisk(int descriptor)
+bool flushToDisk(int descriptor)
 {
     // Some file systems don't support it. They keep the data all the same.
     return ::fsync(descriptor) == 0 || errno == EINVAL || errno == EROFS || errno == ENOTSUP;
@@ -114,7 +114,7 @@ void OutputFile::fail(int number)
 bool OutputFile::commit(std::string& error)
 {
     flush();
-    if (m_error.empty() && !isOnDisk(m_descriptor)) {
+    if (m_error.empty() && !flushToDisk(m_descriptor)) {
         fail(errno);
     }
     if (!m_error.empty()) {

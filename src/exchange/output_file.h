@@ -53,7 +53,7 @@ int createNew(const std::string& path, std::string& error);
 
 /// Waits until all written data are on the disk, if the file system supports this.
 /// @return false, with errno set, if this fails
-bool isOnDisk(int descriptor);
+bool flushToDisk(int descriptor);
 
 /// One line with the path of a file that can't be created, and the reason.
 /// @param number errno

@@ -104,7 +104,7 @@ bool RowFile::finish(std::string& error)
     if (!flush(error)) {
         return false;
     }
-    if (!exchange::isOnDisk(m_descriptor)) {
+    if (!exchange::flushToDisk(m_descriptor)) {
         return refused("cannot be written", errno, error);
     }
     const int descriptor = m_descriptor;
