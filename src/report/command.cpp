@@ -1,5 +1,6 @@
 #include "report/command.h"
 
+#include "exchange/output_file.h"
 #include "report/figures.h"
 #include "report/json_file.h"
 #include "report/messages.h"
@@ -17,10 +18,12 @@
 #include <QTextCodec>
 #include <QtGlobal>
 
+#include <cerrno>
 #include <csignal>
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <system_error>
 #include <utility>
 
 namespace report {
@@ -140,11 +143,19 @@ bool write(const std::string& path, const QByteArray& content)
     const EndHeldBack heldBack;
     const NamesAsBytes names;
     QSaveFile file(QFile::decodeName(path.c_str()));
-    if (!file.open(QIODevice::WriteOnly) || !writeAll(file, content) || !file.commit()) {
-        complain(path + ": can't be written: " + file.errorString().toLocal8Bit().toStdString());
-        return false;
+    // Without a buffer, because commit() does not notice that the content of the buffer finds no
+    // room. Nor does it notice what only the synchronization with the disk reports.
+    if (file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && writeAll(file, content)) {
+        if (!exchange::flushToDisk(file.handle())) {
+            complain(path + ": cannot be written: " + std::generic_category().message(errno));
+            return false; // the destructor removes the temporary file
+        }
+        if (file.commit()) {
+            return true;
+        }
     }
-    return true;
+    complain(path + ": cannot be written: " + file.errorString().toLocal8Bit().toStdString());
+    return false;
 }
 
 void print(const RecordingReport& report)

@@ -269,7 +269,7 @@ class Report(Case):
             done = subprocess.run(["bash", "-c", 'ulimit -f 1; exec "$@"', "bash", PROGRAM, "report", str(self.file), option,
                                    str(out)], capture_output=True, text=True, check=False, timeout=LIMIT, env=ENVIRONMENT)
             self.assertEqual((done.returncode, done.stdout, done.stderr),
-                             (NOT_DONE, "", f"gravimon-log: {out}: can't be written: File too large\n"))
+                             (NOT_DONE, "", f"gravimon-log: {out}: cannot be written: File too large\n"))
             self.assertEqual([path.name for path in self.folder.iterdir()], [self.file.name])
 
     def test_names_of_files_are_taken_byte_for_byte(self):

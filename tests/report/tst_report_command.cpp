@@ -1,6 +1,7 @@
 #include "report/command.h"
 
 #include "report/recordings.h"
+#include "support/fulldisk.h"
 
 #include <nlohmann/json.hpp>
 
@@ -9,6 +10,8 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <fstream>
@@ -21,6 +24,8 @@ using namespace report;
 Q_DECLARE_METATYPE(std::string)
 
 namespace {
+
+int syncError = 0; // errno of fsync(), 0 for success
 
 const std::string imuHeader = "idx,imu_Timestamp[sec],accX[m/s^2],accY[m/s^2],accZ[m/s^2],"
                               "gyroX[deg/s],gyroY[deg/s],gyroZ[deg/s],\n";
@@ -97,6 +102,13 @@ private:
 
 } // namespace
 
+// In place of the system's, which takes a broken disk to fail.
+extern "C" int fsync(int /*descriptor*/)
+{
+    errno = syncError;
+    return syncError == 0 ? 0 : -1;
+}
+
 class TestReportCommand : public QObject
 {
     Q_OBJECT
@@ -111,6 +123,9 @@ private slots:
     void recordingIsNotOverwritten();
     void outputIsChecked_data();
     void outputIsChecked();
+    void aFullDiskKeepsTheFormerReport_data();
+    void aFullDiskKeepsTheFormerReport();
+    void anErrorOfTheDiskAtTheEndKeepsTheFormerReport();
     void interruptWaitsUntilAFileIsWritten();
     void hostileNameIsOneLine();
     void numbersHaveAPointInEveryLanguage();
@@ -126,6 +141,11 @@ private:
     {
         std::ofstream(path(name), std::ios::binary) << content;
         return path(name);
+    }
+    QByteArray contents(const std::string& name) const
+    {
+        QFile file(QString::fromStdString(path(name)));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
     }
 
     std::unique_ptr<QTemporaryDir> m_folder;
@@ -297,6 +317,57 @@ void TestReportCommand::outputIsChecked()
     QTEST(static_cast<int>(said.outcome), "outcome");
     QCOMPARE(std::count(said.error.begin(), said.error.end(), '\n'), std::ptrdiff_t{1});
     QCOMPARE(said.output, std::string());
+}
+
+void TestReportCommand::aFullDiskKeepsTheFormerReport_data()
+{
+    QTest::addColumn<QByteArray>("form");
+    QTest::addColumn<qint64>("missing"); // bytes that find no room
+    for (const char* const form : {"html", "json", "pdf", "yaml"}) {
+        QTest::addRow("%s, one byte", form) << QByteArray(form) << qint64{1};
+        QTest::addRow("%s, 10000 bytes", form) << QByteArray(form) << qint64{10'000};
+        QTest::addRow("%s, all", form) << QByteArray(form) << qint64{1'000'000'000};
+    }
+}
+
+void TestReportCommand::aFullDiskKeepsTheFormerReport()
+{
+    QFETCH(QByteArray, form);
+    QFETCH(qint64, missing);
+    Command command;
+    command.recordings = {written("a.csv", imuRows(4000, 0.0025))};
+    (form == "html"   ? command.htmlPath
+     : form == "json" ? command.jsonPath
+     : form == "pdf"  ? command.pdfPath
+                      : command.yamlPath) = path("out");
+    QCOMPARE(saidBy(command).error, std::string());
+    const QByteArray former = contents("out"); // the second report has the same size
+    Said said;
+    {
+        const FullDisk disk(std::max(qint64{0}, former.size() - missing));
+        said = saidBy(command);
+    }
+    QCOMPARE(said.error, "gravimon-log: " + path("out") + ": cannot be written: File too large\n");
+    QCOMPARE(said.outcome, NOT_REPORTED);
+    QCOMPARE(contents("out"), former);
+    QCOMPARE(QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden),
+             QStringList({"a.csv", "out"}));
+}
+
+void TestReportCommand::anErrorOfTheDiskAtTheEndKeepsTheFormerReport()
+{
+    Command command;
+    command.recordings = {written("a.csv", imuRows(100, 0.0025))};
+    command.yamlPath = written("out", "former");
+    syncError = ENOSPC;
+    const Said said = saidBy(command);
+    syncError = 0;
+    QCOMPARE(said.error,
+             "gravimon-log: " + path("out") + ": cannot be written: No space left on device\n");
+    QCOMPARE(said.outcome, NOT_REPORTED);
+    QCOMPARE(contents("out"), QByteArray("former"));
+    QCOMPARE(QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden),
+             QStringList({"a.csv", "out"}));
 }
 
 void TestReportCommand::interruptWaitsUntilAFileIsWritten()

@@ -12,7 +12,7 @@ root = sys.argv[1]
 ALLOWED = {
     "analysis": {"analysis"},
     "exchange": {"exchange", "analysis"},
-    "report": {"report", "analysis"},
+    "report": {"report", "analysis", "exchange"},
     "sensors": {"sensors"},
     "look": {"look"},
     "closing": {"closing"},
