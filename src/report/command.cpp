@@ -55,9 +55,17 @@ QString placeOf(const Output& output)
 {
     const NamesAsBytes names;
     const QFileInfo file(QFile::decodeName(output.path.c_str()));
-    return file.exists()
-               ? file.canonicalFilePath()
-               : QFileInfo(file.absolutePath()).canonicalFilePath() + "/" + file.fileName();
+    if (file.exists()) {
+        return file.canonicalFilePath();
+    }
+    // QSaveFile follows a link to a file that does not exist.
+    constexpr int mostLinks = 40;
+    QFileInfo target = file;
+    for (int links = 0; target.isSymLink() && links < mostLinks; ++links) {
+        target.setFile(target.symLinkTarget());
+    }
+    const QString folder = QFileInfo(target.absolutePath()).canonicalFilePath();
+    return (folder.isEmpty() ? target.absolutePath() : folder) + "/" + target.fileName();
 }
 
 /// The reason why the file can't be written, as far as it is known before the recordings are read;

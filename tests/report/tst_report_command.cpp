@@ -9,6 +9,7 @@
 #include <QtTest>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -302,6 +303,12 @@ void TestReportCommand::outputIsChecked_data()
         << std::string("a") << std::string("a") << static_cast<int>(WRONG_COMMAND);
     QTest::newRow("twice the same by another name")
         << std::string("a") << std::string("./a") << static_cast<int>(WRONG_COMMAND);
+    QTest::newRow("one name in two missing folders")
+        << std::string("none1/a") << std::string("none2/a") << static_cast<int>(NOT_REPORTED);
+    QTest::newRow("twice the same in a missing folder")
+        << std::string("none/a") << std::string("./none/a") << static_cast<int>(WRONG_COMMAND);
+    QTest::newRow("a link and the missing file that it names")
+        << std::string("link") << std::string("target") << static_cast<int>(WRONG_COMMAND);
 }
 
 void TestReportCommand::outputIsChecked()
@@ -309,6 +316,7 @@ void TestReportCommand::outputIsChecked()
     QFETCH(std::string, html);
     QFETCH(std::string, json);
     QCOMPARE(::mkfifo(path("fifo").c_str(), 0600), 0);
+    QCOMPARE(::symlink("target", path("link").c_str()), 0);
     Command command;
     command.recordings = {written("a.csv", imuRows(100, 0.0025))};
     command.htmlPath = path(html);
