@@ -11,6 +11,7 @@
 #include <vector>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace exchange {
 
@@ -48,8 +49,14 @@ public:
             return false;
         }
         m_root = path + "/mav0";
+        if (!makeFolder(m_root, error)) {
+            if (isNew) {
+                ::rmdir(path.c_str()); // fails if another program has created something in it
+            }
+            return false;
+        }
         m_made = isNew ? path : m_root;
-        return makeFolder(m_root, error);
+        return true;
     }
     bool makeFolder(const std::string& path, std::string& error)
     {

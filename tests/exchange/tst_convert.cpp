@@ -4,6 +4,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -49,7 +51,20 @@ std::string recordingOfAllSensors()
     return text;
 }
 
+bool anotherIsFirst = false; // another program creates a folder mav0 first, with a file in it
+
 } // namespace
+
+// In place of the system's, between whose calls another program seldom has its turn.
+extern "C" int mkdir(const char* path, mode_t mode) noexcept
+{
+    if (anotherIsFirst && std::string(path).find("/mav0") != std::string::npos) {
+        anotherIsFirst = false;
+        ::mkdirat(AT_FDCWD, path, mode);
+        std::ofstream(std::string(path) + "/other") << "precious";
+    }
+    return ::mkdirat(AT_FDCWD, path, mode);
+}
 
 class TestConvert : public QObject
 {
@@ -59,6 +74,8 @@ private slots:
     void init();
     void samplesOfEachSensorAreCounted_data();
     void samplesOfEachSensorAreCounted();
+    void theFolderOfAnotherConversionIsLeftAlone_data();
+    void theFolderOfAnotherConversionIsLeftAlone();
     void inputThatIsCutLeavesNoOutput_data();
     void inputThatIsCutLeavesNoOutput();
 
@@ -96,6 +113,30 @@ void TestConvert::samplesOfEachSensorAreCounted()
     QCOMPARE(result.counts.magneticField, std::uint64_t{4});
     QCOMPARE(result.counts.barometer, std::uint64_t{3});
     QCOMPARE(result.counts.temperatures, static_cast<std::uint64_t>(temperatures));
+}
+
+void TestConvert::theFolderOfAnotherConversionIsLeftAlone_data()
+{
+    QTest::addColumn<bool>("isThere");
+    QTest::newRow("an empty folder") << true;
+    QTest::newRow("a new folder") << false;
+}
+
+void TestConvert::theFolderOfAnotherConversionIsLeftAlone()
+{
+    QFETCH(bool, isThere);
+    std::ofstream(m_options.input) << recordingOf(10);
+    m_options.format = FORMAT::EUROC;
+    if (isThere) {
+        QVERIFY(QDir(m_folder->path()).mkdir("out"));
+    }
+    anotherIsFirst = true;
+    const ConvertResult result = convert(m_options, {});
+    QVERIFY(!anotherIsFirst);
+    QVERIFY(!result.done);
+    QCOMPARE(result.error,
+             m_options.output + "/mav0: exists already: choose another name or remove it");
+    QVERIFY(QFile::exists(m_folder->filePath("out/mav0/other")));
 }
 
 void TestConvert::inputThatIsCutLeavesNoOutput_data()
