@@ -114,9 +114,11 @@ int record(const RecordOptions& options)
     line.clear();
     const bool whole = run.finish(error);
     const StreamState state = run.state();
-    std::cout << report::plain(summaryText(options.path, run.rows(), state)) << std::endl;
+    if (run.rows() > 0) {
+        std::cout << report::plain(summaryText(options.path, run.rows(), state)) << std::endl;
+    }
     if (!whole) {
-        report::complain(error + "; the rows until then are in the file");
+        report::complain(error + "; " + run.remains());
         return NOT_DONE;
     }
     return state.missing > 0 ? INCOMPLETE : DONE;

@@ -13,7 +13,7 @@ constexpr std::chrono::milliseconds writingPeriod{100};
 /// If the camera sends no samples for this long, the duration is measured by the machine's clock.
 constexpr std::chrono::seconds longSilence{1};
 /// Time limit for the first sample.
-constexpr std::chrono::seconds patience{5};
+constexpr std::chrono::seconds firstSampleLimit{5};
 
 } // namespace
 
@@ -63,6 +63,22 @@ bool RecordingRun::isOver(std::uint64_t timeUs) const
            static_cast<double>(timeUs - *m_firstUs) * 1e-6 >= *m_options.seconds;
 }
 
+std::optional<std::string> RecordingRun::whySilent(Clock::time_point begin) const
+{
+    if (silence() < longSilence) {
+        return std::nullopt;
+    }
+    if (!m_firstUs) {
+        return silence() > firstSampleLimit
+                   ? std::optional<std::string>("the camera sends no samples")
+                   : std::nullopt;
+    }
+    const std::chrono::duration<double> elapsed = Clock::now() - begin;
+    return m_options.seconds && elapsed.count() > *m_options.seconds + 1.0
+               ? std::optional<std::string>("the camera sends no more samples")
+               : std::nullopt;
+}
+
 void RecordingRun::read()
 {
     timeslice::askForShortest();
@@ -76,19 +92,8 @@ void RecordingRun::read()
         }
         const std::optional<TimedRow> made = maker.take(record);
         if (!made) {
-            if (silence() < longSilence) {
-                continue;
-            }
-            if (!m_firstUs) {
-                if (silence() > patience) {
-                    fail("the camera sends no samples");
-                    break;
-                }
-                continue;
-            }
-            const std::chrono::duration<double> elapsed = Clock::now() - begin;
-            if (m_options.seconds && elapsed.count() > *m_options.seconds + 1.0) {
-                fail("the camera sends no more samples");
+            if (const auto reason = whySilent(begin)) {
+                fail(*reason);
                 break;
             }
             continue;
@@ -132,6 +137,7 @@ void RecordingRun::write()
         if (!writeRows(rows, error)) {
             fail(error);
             requestEnd();
+            removeIfEmpty();
             m_running = false;
             return;
         }
@@ -140,6 +146,7 @@ void RecordingRun::write()
     if (!m_file.finish(error)) {
         fail(error);
     }
+    removeIfEmpty();
     const StreamState state = m_counter.finish(m_seenUs);
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -169,6 +176,15 @@ bool RecordingRun::writeRows(const std::vector<TimedRow>& rows, std::string& err
         m_state = m_counter.state();
     } while (done < rows.size());
     return true;
+}
+
+/// A file without a row would only refuse the next attempt.
+void RecordingRun::removeIfEmpty()
+{
+    if (m_file.rows() == 0) {
+        m_file.remove();
+        fail("ended before the first sample"); // an earlier reason is kept
+    }
 }
 
 void RecordingRun::fail(const std::string& reason)

@@ -61,9 +61,11 @@ public:
 
     /// Number of rows in the file; call it after finish().
     std::uint64_t rows() const { return m_file.rows(); }
+    /// What an error has left of the rows, for the user; call it after finish().
+    const char* remains() const { return m_file.remains(); }
 
-    /// Waits for the end.
-    /// @param error one line if the recording ended early
+    /// Waits for the end. A recording without a row leaves no file behind.
+    /// @param error one line if the recording ended early, or without a row
     bool finish(std::string& error);
 
     const om::CameraInformation& camera() const { return m_camera.information(); }
@@ -75,9 +77,13 @@ private:
     using Clock = std::chrono::steady_clock;
 
     void read();
+    /// Why the recording ends if there was no new row for a while; none if it goes on.
+    /// @param begin when the first sample came
+    std::optional<std::string> whySilent(Clock::time_point begin) const;
     void write();
     /// Writes the rows that are waiting.
     bool writeRows(const std::vector<TimedRow>& rows, std::string& error);
+    void removeIfEmpty();
     bool isOver(std::uint64_t timeUs) const;
     void fail(const std::string& reason);
 

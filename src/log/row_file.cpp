@@ -33,6 +33,7 @@ bool RowFile::create(const std::string& path, std::string& error)
     if (m_descriptor < 0) {
         return false;
     }
+    m_hasName = true;
     QTextStream(&m_text, QIODevice::WriteOnly) << recorder::header(m_columns) << '\n';
     if (!write(error)) {
         remove();
@@ -51,6 +52,7 @@ bool RowFile::flush(std::string& error)
 {
     struct stat file = {};
     if (::fstat(m_descriptor, &file) == 0 && file.st_nlink == 0) {
+        m_hasName = false;
         return refused("was removed while it was written", 0, error);
     }
     return m_text.isEmpty() || write(error);
@@ -105,20 +107,36 @@ bool RowFile::finish(std::string& error)
         return false;
     }
     if (!exchange::flushToDisk(m_descriptor)) {
+        m_isDoubtful = true;
         return refused("cannot be written", errno, error);
     }
     const int descriptor = m_descriptor;
     m_descriptor = -1;
     if (::close(descriptor) != 0 && errno != EINTR) {
+        m_isDoubtful = true;
         error = m_path + ": cannot be written: " + std::generic_category().message(errno);
         return false;
     }
     return true;
 }
 
+const char* RowFile::remains() const
+{
+    if (rows() == 0) {
+        return "nothing was recorded";
+    }
+    if (!m_hasName) {
+        return "its rows are lost";
+    }
+    return m_isDoubtful ? "rows at its end may be missing" : "the rows until then are in the file";
+}
+
 void RowFile::remove()
 {
-    ::unlink(m_path.c_str());
+    if (m_hasName) {
+        ::unlink(m_path.c_str());
+        m_hasName = false;
+    }
 }
 
 } // namespace samplelog

@@ -39,10 +39,14 @@ public:
     /// Waits until all data are on the disk, and closes the file.
     bool finish(std::string& error);
 
-    /// Number of complete rows in the file.
+    /// Number of complete rows that were written to the file.
     std::uint64_t rows() const { return m_lines > 0 ? m_lines - 1 : 0; }
 
-    /// Removes the file of a recording that could not begin.
+    /// What an error has left of the rows, for the user.
+    const char* remains() const;
+
+    /// Removes the file of a recording without a row. Another file with its name is not changed
+    /// after a failed create(), or after flush() has reported that the file was removed.
     void remove();
 
 private:
@@ -53,6 +57,8 @@ private:
     RecOptions m_columns;
     std::string m_path;
     int m_descriptor = -1;
+    bool m_hasName = false;    ///< this file was created and not removed
+    bool m_isDoubtful = false; ///< the system reported an error after the write
     off_t m_whole = 0;         ///< bytes of complete lines in the file
     std::uint64_t m_lines = 0; ///< complete lines in the file, including the header
     QByteArray m_text;         ///< not yet written

@@ -134,6 +134,16 @@ class Record(Case):
                                     "in the file\n"))
         self.assertEqual(self.summary(done.stdout)[0], len(self.rows()))
 
+    def test_the_removal_of_the_file_ends_it(self):
+        program = self.start()
+        self.wait_for_rows(program, 100)
+        self.file.unlink()
+        output, errors = program.communicate(timeout=LIMIT)
+        self.summary(output)
+        self.assertEqual((program.returncode, errors),
+                         (NOT_DONE, f"gravimon-log: {self.file}: was removed while it was written; its rows are lost\n"))
+        self.assertFalse(self.file.exists())
+
     def test_output_that_cannot_be_shown_does_not_harm_the_file(self):
         with open("/dev/full", "w", encoding="ascii") as full:
             program = subprocess.run([PROGRAM, "record", str(self.file), "--seconds", "0.5"], stdout=full, check=False,

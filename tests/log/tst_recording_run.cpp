@@ -1,6 +1,9 @@
 // A whole recording from the bench: every sample once, and what ends it.
 
 #include "log/recording_run.h"
+
+#include "log/command_line.h"
+#include "log/record.h"
 #include "om_tiv/benchtest.h"
 #include "support/fulldisk.h"
 #include "support/waiting.h"
@@ -8,6 +11,12 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
+
+#include <csignal>
+#include <iostream>
+#include <sstream>
+
+#include <pthread.h>
 
 using om::bench::theBench;
 using samplelog::RecordingRun;
@@ -174,6 +183,69 @@ private slots:
         QVERIFY(!run.finish(m_error));
         QCOMPARE(m_error, std::string("the camera sends no samples"));
         QCOMPARE(run.rows(), std::uint64_t(0));
+        QVERIFY(!QFile::exists(QString::fromStdString(m_options.path)));
+    }
+
+    void anEndBeforeTheFirstSampleIsAnErrorAndLeavesNoFile()
+    {
+        RecordingRun run(m_options);
+        QVERIFY(run.start(m_error));
+        run.requestEnd();
+        QVERIFY(!run.finish(m_error));
+        QCOMPARE(m_error, std::string("ended before the first sample"));
+        QVERIFY(!QFile::exists(QString::fromStdString(m_options.path)));
+    }
+
+    void aFullDiskBeforeTheFirstRowLeavesNoFile()
+    {
+        RecordingRun run(m_options);
+        QVERIFY(run.start(m_error));
+        const FullDisk disk(QFileInfo(QString::fromStdString(m_options.path)).size() + 1);
+        QVERIFY(stepTo(1));
+        QTRY_VERIFY(!run.isRunning());
+        QVERIFY(!run.finish(m_error));
+        QCOMPARE(m_error, m_options.path + ": cannot be written: File too large");
+        QVERIFY(!QFile::exists(QString::fromStdString(m_options.path)));
+    }
+
+    void aSignalBeforeTheFirstSampleIsReportedAsNoRecording()
+    {
+        // SIGTERM for the thread of the test, which is blocked there while it records.
+        const pthread_t thread = ::pthread_self();
+        bool isSent = false;
+        auto& log = theBench().log();
+        log.setHighRate(true);
+        log.setHook([&](const om::bench::CallRecord& record) {
+            if (record.call == om::bench::CALL::GET_SENSORS_DATA && !isSent) {
+                isSent = ::pthread_kill(thread, SIGTERM) == 0;
+            }
+        });
+        std::ostringstream output;
+        std::ostringstream error;
+        std::streambuf* const outputBefore = std::cout.rdbuf(output.rdbuf());
+        std::streambuf* const errorBefore = std::cerr.rdbuf(error.rdbuf());
+        const int status = samplelog::record(m_options);
+        std::cout.rdbuf(outputBefore);
+        std::cerr.rdbuf(errorBefore);
+        log.setHook(nullptr);
+        log.setHighRate(false);
+        QVERIFY(isSent);
+        QCOMPARE(status, static_cast<int>(samplelog::NOT_DONE));
+        QCOMPARE(output.str(), std::string());
+        QCOMPARE(error.str(), std::string("gravimon-log: ended before the first sample; nothing "
+                                          "was recorded\n"));
+        QVERIFY(!QFile::exists(QString::fromStdString(m_options.path)));
+    }
+
+    void aFileThatExistsIsLeftAlone()
+    {
+        QFile file(QString::fromStdString(m_options.path));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        {
+            RecordingRun run(m_options);
+            QVERIFY(!run.start(m_error));
+        }
+        QVERIFY(file.exists());
     }
 
     void aSampleWhoseTimeIsRepeatedHasOneRow()

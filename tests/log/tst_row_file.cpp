@@ -16,6 +16,8 @@ using samplelog::RowFile;
 
 namespace {
 
+int syncError = 0; // errno of fsync(), 0 for success
+
 RecOptions gyroscopeOnly()
 {
     RecOptions columns;
@@ -51,6 +53,13 @@ QByteArray contents(const std::string& path)
 }
 
 } // namespace
+
+// In place of the system's, which takes a broken disk to fail.
+extern "C" int fsync(int /*descriptor*/)
+{
+    errno = syncError;
+    return syncError == 0 ? 0 : -1;
+}
 
 class TestRowFile : public QObject
 {
@@ -142,6 +151,54 @@ private slots:
         QCOMPARE(m_error, m_path + ": cannot be written: File too large");
         QCOMPARE(contents(m_path), header + line(0));
         QCOMPARE(file.rows(), std::uint64_t(1));
+        QCOMPARE(file.remains(), "the rows until then are in the file");
+    }
+
+    void anErrorOfTheDiskAtTheEndMakesTheRowsDoubtful()
+    {
+        RowFile file(gyroscopeOnly());
+        QVERIFY(file.create(m_path, m_error));
+        file.add(row(0));
+        QVERIFY(file.flush(m_error));
+        QCOMPARE(file.remains(), "the rows until then are in the file");
+        syncError = ENOSPC;
+        const bool finished = file.finish(m_error);
+        syncError = 0;
+        QVERIFY(!finished);
+        QCOMPARE(m_error, m_path + ": cannot be written: No space left on device");
+        QCOMPARE(file.remains(), "rows at its end may be missing");
+    }
+
+    void withoutARowNothingRemains()
+    {
+        RowFile file(gyroscopeOnly());
+        QVERIFY(file.create(m_path, m_error));
+        QVERIFY(file.finish(m_error));
+        QCOMPARE(file.remains(), "nothing was recorded");
+        file.remove();
+        QVERIFY(!QFile::exists(QString::fromStdString(m_path)));
+    }
+
+    void onlyTheOwnFileIsRemoved_data()
+    {
+        QTest::addColumn<bool>("first");
+        QTest::newRow("a file that was there before") << true;
+        QTest::newRow("a file that took the place of the removed one") << false;
+    }
+
+    void onlyTheOwnFileIsRemoved()
+    {
+        QFETCH(bool, first);
+        RowFile file(gyroscopeOnly());
+        if (!first) {
+            QVERIFY(file.create(m_path, m_error));
+            QCOMPARE(::unlink(m_path.c_str()), 0);
+        }
+        QFile other(QString::fromStdString(m_path));
+        QVERIFY(other.open(QIODevice::WriteOnly));
+        QVERIFY(first ? !file.create(m_path, m_error) : !file.flush(m_error));
+        file.remove();
+        QVERIFY(QFile::exists(QString::fromStdString(m_path)));
     }
 
     void aDiskWithRoomForOneByteIsFull()
@@ -169,10 +226,13 @@ private slots:
     {
         RowFile file(gyroscopeOnly());
         QVERIFY(file.create(m_path, m_error));
-        QCOMPARE(::unlink(m_path.c_str()), 0);
         file.add(row(0));
+        QVERIFY(file.flush(m_error));
+        QCOMPARE(::unlink(m_path.c_str()), 0);
+        file.add(row(1));
         QVERIFY(!file.flush(m_error));
         QCOMPARE(m_error, m_path + ": was removed while it was written");
+        QCOMPARE(file.remains(), "its rows are lost");
     }
 
 private:
