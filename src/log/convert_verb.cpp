@@ -8,7 +8,10 @@
 
 #include <CLI/CLI.hpp>
 
+#include <atomic>
+#include <chrono>
 #include <cmath>
+#include <future>
 #include <iostream>
 #include <map>
 #include <memory>
@@ -36,22 +39,44 @@ std::vector<std::string> namesOf(const std::map<std::string, Value>& map)
     return names;
 }
 
+/// Converts on a thread of its own, because a slow disk accepts the last data long after the last
+/// progress; a further signal must end the program then, too.
+/// @param interrupted set to whether a signal ended the conversion
+exchange::ConvertResult convert(const exchange::ConvertOptions& options, EndSignals& signals,
+                                bool& interrupted)
+{
+    constexpr std::chrono::milliseconds lookPeriod{20};
+    constexpr std::chrono::nanoseconds atOnce{0};
+    ProgressLine line;
+    std::atomic<double> done{0.0};
+    std::atomic<bool> ends{signals.wait(atOnce)};
+    std::future<exchange::ConvertResult> result = std::async(std::launch::async, [&] {
+        return exchange::convert(options, [&](double share) {
+            done = share;
+            interrupted = ends;
+            return !interrupted;
+        });
+    });
+    while (result.wait_for(lookPeriod) != std::future_status::ready) {
+        if (signals.wait(atOnce)) {
+            ends = true;
+        }
+        if (line.isDue()) {
+            line.show(report::plain(options.output) + ": " +
+                      std::to_string(std::lround(done * 100.0)) + " %");
+        }
+    }
+    line.clear();
+    return result.get();
+}
+
 int convert(const exchange::ConvertOptions& options)
 {
     EndSignals signals;
-    ProgressLine line;
     bool interrupted = false;
-    const exchange::ConvertResult result = exchange::convert(options, [&](double share) {
-        if (line.isDue()) {
-            line.show(report::plain(options.output) + ": " +
-                      std::to_string(std::lround(share * 100.0)) + " %");
-        }
-        interrupted = signals.wait(std::chrono::nanoseconds(0));
-        return !interrupted;
-    });
-    line.clear();
+    const exchange::ConvertResult result = convert(options, signals, interrupted);
     if (!result.done) {
-        report::complain(interrupted ? options.output + ": interrupted; nothing of it stays behind"
+        report::complain(interrupted ? options.output + ": interrupted; the output was removed"
                                      : result.error);
         return NOT_DONE;
     }

@@ -20,6 +20,10 @@ EndSignals::EndSignals()
 
 EndSignals::~EndSignals()
 {
+    const timespec atOnce{};
+    while (sigtimedwait(&m_set, nullptr, &atOnce) > 0) {
+        // The work is done: a signal that was not read must not change the exit status.
+    }
     pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
 }
 

@@ -11,7 +11,7 @@ namespace samplelog {
 /// From construction to destruction SIGINT, SIGTERM and SIGHUP are blocked and wait to be read, so
 /// that a file can be completed first. A signal that was ignored at the start, as with nohup, stays
 /// ignored. SIGXFSZ and SIGPIPE are ignored: a file size limit or a closed pipe only makes a write
-/// fail.
+/// fail. The destructor drops the signals that were not read.
 ///
 /// Construct it on the thread of main() before any other thread is started, because threads inherit
 /// the signal mask.

@@ -320,7 +320,7 @@ class Convert(Case):
             out = self.folder / form
             done = run("convert", self.file, out, "--to", form, before=ended_at_the_start)
             self.assertEqual((done.returncode, done.stdout, done.stderr),
-                             (NOT_DONE, "", f"gravimon-log: {out}: interrupted; nothing of it stays behind\n"))
+                             (NOT_DONE, "", f"gravimon-log: {out}: interrupted; the output was removed\n"))
             self.assertEqual([path.name for path in self.folder.iterdir()], [self.file.name])
 
 
