@@ -54,8 +54,8 @@ void convertFile(analysis::MappedFile& file, const ConvertOptions& options,
         file.release(share * passes - std::floor(share * passes));
         return file.remainedWhole(result.error) && (!progress || progress(share));
     };
-    result.done =
-        write({source, options.input, options.output, axes, checked}, options.format, result);
+    result.done = write({source, options.input, options.output, options.source, axes, checked},
+                        options.format, result);
 }
 
 } // namespace

@@ -20,6 +20,7 @@ struct ConvertOptions
 {
     std::string input;
     std::string output; ///< must not exist yet, except an empty folder for EUROC
+    std::string source; ///< name of the recording in the output, in UTF-8; only MCAP has it
     FORMAT format = FORMAT::MCAP;
     std::optional<AXES> axes; ///< none: the robot's for MCAP and EUROC, the camera's for NPZ
 };

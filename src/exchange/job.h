@@ -17,6 +17,7 @@ struct Job
     const SampleSource& source;
     const std::string& input;
     const std::string& output;
+    const std::string& sourceName; ///< in UTF-8
     AXES axes;
     const std::function<bool(double)>& progress; ///< false ends the conversion
 };

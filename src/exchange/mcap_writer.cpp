@@ -119,7 +119,7 @@ bool writeMcap(const Job& job, Counts& counts, analysis::ReadReport& report, std
     file.begin("ros2", "gravimon-log");
     file.addMetadata("recording", {{"axes", nameOf(job.axes)},
                                    {"axes of the world", nameOfWorld(job.axes)},
-                                   {"source", job.input.substr(job.input.rfind('/') + 1)}});
+                                   {"source", job.sourceName}});
     Sink sink(file, job.source.contents(), job.axes);
     const auto progress = [&](double share) {
         return !output.hasFailed() && (!job.progress || job.progress(share));

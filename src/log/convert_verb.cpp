@@ -118,6 +118,7 @@ void addConvert(CLI::App& program, Action& action)
                  "0.1 % of the rows are lost.");
     verb->callback([options, form, axes, &action] {
         options->format = forms.at(*form);
+        options->source = report::plain(options->input.substr(options->input.rfind('/') + 1));
         if (!axes->empty()) {
             options->axes = turns.at(*axes);
         }

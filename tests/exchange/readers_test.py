@@ -107,6 +107,18 @@ class Summary(Case):
                              f"{len(expected.barometer)} of the barometer, {temperatures} of the temperatures\n")
 
 
+class Source(Case):
+
+    def test_the_name_of_the_recording_is_text_in_utf_8(self):
+        for name, shown in ((b"a b.csv", "a b.csv"), (b"\xff.csv", "\ufffd.csv"), (b"\xc3\xa4\n\x1b.csv", "\xe4  .csv")):
+            self.input = self.folder / os.fsdecode(name)
+            self.given(10)
+            output = self.converted("mcap")
+            value = shown.encode()
+            self.assertIn(b"source" + struct.pack("<I", len(value)) + value, output.read_bytes())
+            output.unlink()
+
+
 class Npz(Case):
 
     def test_arrays_hold_the_values_of_the_file(self):
@@ -400,7 +412,7 @@ def to_robot_texts(texts):
 
 
 if __name__ == "__main__":
-    cases = [Npz, Euroc, Refused]
+    cases = [case for case in Case.__subclasses__() if case is not Mcap]
     missing = shutil.which("npm") is None or shutil.which("node") is None
     if not missing:
         READER = install_reader()
