@@ -132,7 +132,7 @@ bool writeMcap(const Job& job, Counts& counts, analysis::ReadReport& report, std
         return false;
     }
     if (sink.isTooLate()) {
-        error = job.input + ": has times behind the year 2038, which messages can't hold";
+        error = job.input + ": has times after the year 2038, which messages cannot contain";
         return false;
     }
     file.end();

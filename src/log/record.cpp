@@ -69,7 +69,7 @@ std::string summaryText(const std::string& path, std::uint64_t rows, const Strea
         text += formatted(", %.2f Hz, ", 1e6 / state.periodUs) + gapsText(state);
     }
     if (state.gaps > 0) {
-        text += formatted("; the longest gap is %.4f s long, %.3f s behind the start",
+        text += formatted("; the longest gap is %.4f s long, %.3f s after the start",
                           static_cast<double>(state.longestGapUs) * 1e-6,
                           static_cast<double>(state.longestGapAtUs - state.firstUs) * 1e-6);
     }

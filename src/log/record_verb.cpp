@@ -65,7 +65,7 @@ void addRecord(CLI::App& program, Action& action)
                      "Serial number of the camera; by default the first one is taken")
         ->transform(serialNumber());
     verb->add_option("--seconds", options->seconds,
-                     "Length in seconds; by default the recording goes on until Ctrl+C")
+                     "Length in seconds; by default the recording continues until Ctrl+C")
         ->check(duration());
     verb->add_option("--sensors", *chosen,
                      "Columns, separated by commas; by default all: accelerometer, gyroscope, "
@@ -73,6 +73,8 @@ void addRecord(CLI::App& program, Action& action)
         ->delimiter(',')
         ->type_name("NAME,...")
         ->check(CLI::IsMember(names()));
+    verb->footer("Exit status: 0 recorded, 1 not done, 2 wrong usage, 3 recorded, but samples are "
+                 "missing.");
     verb->callback([options, chosen, &action] {
         choose(*chosen, options->columns);
         action = [options] { return record(*options); };

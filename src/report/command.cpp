@@ -79,7 +79,7 @@ std::string problemWith(const Output& output, const std::vector<std::string>& re
     }
     const QFileInfo folder(file.absolutePath());
     if (!folder.isDir() || !folder.isWritable()) {
-        return output.path + ": the folder is missing or can't be written";
+        return output.path + ": the folder is missing or cannot be written";
     }
     for (const std::string& recording : recordings) {
         const QFileInfo read(QFile::decodeName(recording.c_str()));
@@ -309,7 +309,7 @@ OUTCOME run(const Command& command)
         failed = failed || report.overall() == STATE::FAILED;
     }
     if (!std::cout.flush()) {
-        complain("the verdicts can't be written to standard output");
+        complain("the verdicts cannot be written to standard output");
         return NOT_REPORTED;
     }
     return failed ? VERDICT_FAILED : JUDGED_GOOD;

@@ -266,11 +266,11 @@ class Report(Case):
             done = subprocess.run([PROGRAM, "report", self.file], stdout=full, stderr=subprocess.PIPE, text=True, check=False,
                                   timeout=LIMIT)
         self.assertEqual((done.returncode, done.stderr),
-                         (NOT_DONE, "gravimon-log: the verdicts can't be written to standard output\n"))
+                         (NOT_DONE, "gravimon-log: the verdicts cannot be written to standard output\n"))
 
         done = run("report", self.file, before=lambda: os.close(1))
         self.assertEqual((done.returncode, done.stderr),
-                         (NOT_DONE, "gravimon-log: the verdicts can't be written to standard output\n"))
+                         (NOT_DONE, "gravimon-log: the verdicts cannot be written to standard output\n"))
 
     def test_a_limit_of_the_size_leaves_nothing_behind(self):
         run("record", self.file, "--seconds", "0.5")
@@ -375,6 +375,13 @@ class CommandLine(Case):
         for text in ("0", "1e6", "nan", "400,0", ""):
             self.wrong(f'--sensor-rate: must be a number from 1 to 100000, not "{text}"', "report", "a", "--sensor-rate", text)
         self.wrong('--gravity: must be a number from 9.7 to 9.9, not "5"', "report", "a", "--gravity", "5")
+
+    def test_the_help_of_a_verb_has_its_own_exit_statuses(self):
+        for verb, statuses in (("record", "0 recorded, 1 not done, 2 wrong usage, 3 recorded, but samples are missing."),
+                               ("report", "0 "), ("convert", "0 converted, ")):
+            help_text = " ".join(run(verb, "--help").stdout.split())
+            self.assertIn(f" Exit status: {statuses}", help_text)
+            self.assertNotIn("Exit status: 0 done", help_text)
 
     def test_limits_of_numbers_are_allowed(self):
         self.file.touch()
