@@ -19,6 +19,9 @@ InputThreadModul::~InputThreadModul()
     // A thread that still waits to be enabled detects `aborted` within 5 ms.
     msleep(10);
     if (isRunning()) {
+        // Plain flags have no order: a thread that has just begun may have set `running` before it
+        // could see `aborted`.
+        abort();
         wait();
     }
 
@@ -35,7 +38,7 @@ InputThreadModul::~InputThreadModul()
 
 void InputThreadModul::abort()
 {
-    // First: a thread that sets `running` after the line below checks it next.
+    // A thread that sets `running` checks it next.
     aborted = true;
     enabled = false;
     running = false;

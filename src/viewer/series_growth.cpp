@@ -10,18 +10,6 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-namespace {
-
-/// The capacity of a full vector after one more append; 0 if there is none.
-int nextCapacity(int capacity)
-{
-    constexpr quint64 header = sizeof(QTypedArrayData<double>) / sizeof(double);
-    const quint64 next = qNextPowerOfTwo(static_cast<quint64>(capacity) + 1 + header) - header;
-    return next <= std::numeric_limits<int>::max() ? static_cast<int>(next) : 0;
-}
-
-} // namespace
-
 OldSeries::~OldSeries()
 {
     if (!m_series.isDetached()) {
@@ -44,6 +32,15 @@ void SeriesGrowth::reset()
 {
     std::fill(m_places.begin(), m_places.end(), Place());
     m_replaced.clear();
+}
+
+int SeriesGrowth::nextCapacity(int capacity)
+{
+    constexpr quint64 header = sizeof(QTypedArrayData<double>) / sizeof(double);
+    constexpr quint64 largest = ((quint64{1} << 31) - 1) / sizeof(double) - header; // Qt's limit
+    const quint64 next =
+        std::min(qNextPowerOfTwo(static_cast<quint64>(capacity) + 1 + header) - header, largest);
+    return next > static_cast<quint64>(capacity) ? static_cast<int>(next) : 0;
 }
 
 std::vector<OldSeries> SeriesGrowth::takeReplaced()

@@ -37,7 +37,8 @@ private:
 ///   otherwise.
 /// - A series that gets at most one element per step is replaced before it is full, so that no
 ///   append reallocates. One that gets more may still grow by itself, which costs time only.
-/// - Capacities are those that the vector itself would choose.
+/// - Capacities are those that the vector itself would choose. Above 134,217,725 elements it is the
+///   largest one, 268,435,452, which a series of 400 Hz reaches after more than a week.
 /// - One step takes O(stride) per series, plus an allocation when a copy begins.
 /// - If all series have the same length, the copies hold at most a quarter as many elements.
 ///
@@ -71,6 +72,10 @@ public:
 
     /// Elements of this series that exist twice, replaced series not included.
     int copied(std::size_t number) const { return m_places[number].next.size(); }
+
+    /// The capacity after this one: the next one that a vector would choose itself, at most the
+    /// largest one. 0 if there is none.
+    static int nextCapacity(int capacity);
 
 private:
     struct Place

@@ -62,6 +62,26 @@ class TestSeriesGrowth : public QObject
     Q_OBJECT
 
 private slots:
+    void nextCapacityIsOneThatAVectorCanHave_data()
+    {
+        QTest::addColumn<int>("capacity");
+        QTest::addColumn<int>("next");
+        QTest::newRow("of a minute") << reserved << 32'765;
+        QTest::newRow("of two days") << 67'108'861 << 134'217'725;
+        QTest::newRow("of three days") << 134'217'725 << 268'435'452; // no block of 2 GiB
+        QTest::newRow("the largest one") << 268'435'452 << 0;
+    }
+
+    void nextCapacityIsOneThatAVectorCanHave()
+    {
+        QFETCH(const int, capacity);
+        QFETCH(const int, next);
+        QCOMPARE(SeriesGrowth::nextCapacity(capacity), next);
+        Series series;
+        series.reserve(next); // address space only
+        QVERIFY(series.capacity() >= next);
+    }
+
     void everySizeHasTheContentOfPlainAppends_data()
     {
         QTest::addColumn<int>("number");
