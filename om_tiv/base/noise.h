@@ -3,6 +3,7 @@
 /// computed again is the same, independent of caller and order.
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 
@@ -21,7 +22,8 @@ inline std::uint64_t mix(std::uint64_t x)
 /// Random bits as a number in (0, 1).
 inline double unitInterval(std::uint64_t bits)
 {
-    return (static_cast<double>(bits >> 11) + 0.5) * 0x1.0p-53;
+    // The largest number of bits would be rounded to 1.
+    return std::min((static_cast<double>(bits >> 11) + 0.5) * 0x1.0p-53, 1.0 - 0x1.0p-53);
 }
 
 /// In (0, 1).

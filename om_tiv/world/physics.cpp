@@ -37,6 +37,7 @@ constexpr double mostAcceleration = 8.0 * standardGravity; // m/s^2
 constexpr double mostAngularVelocity = 1000.0;             // degrees per second
 
 constexpr double mostPressure = 130000.0;      // Pa, far above any air on earth
+constexpr double leastPressure = 100.0;        // Pa, an altitude of 30 km; below 0 there is none
 constexpr double mostField = INT16_MAX / 16.0; // uT, of the magnetometer's counts
 
 /// In air of constant temperature, the camera's temperatures are T0 + R (1 - exp(-t / T)).
@@ -299,6 +300,7 @@ BarometerSample PhysicsSource::barometer(std::uint64_t number) const
                                spike.y + spike.z;
         sample.pressure = m_barometer->limited({reading, 0.0, 0.0}, mostPressure).x;
     }
+    sample.pressure = std::max(sample.pressure, leastPressure);
     return sample;
 }
 

@@ -1,5 +1,6 @@
 /// Random walk and flicker noise as functions of time.
 
+#include "base/noise.h"
 #include "world/flicker.h"
 #include "world/random_walk.h"
 
@@ -61,6 +62,7 @@ class TestBiasProcesses : public QObject
 private slots:
     void quantilesOfTheNormalDistribution_data();
     void quantilesOfTheNormalDistribution();
+    void randomNumbersAreBetweenZeroAndOne();
     void aTimeHasOneValueInWhateverOrder_data();
     void aTimeHasOneValueInWhateverOrder();
     void thereIsNoJump_data() { aTimeHasOneValueInWhateverOrder_data(); }
@@ -93,6 +95,14 @@ void TestBiasProcesses::quantilesOfTheNormalDistribution()
     if (quantile < 4.0) { // above, 1 - below has too few digits
         QVERIFY(std::abs(normalQuantile(1.0 - below) - quantile) < 1e-11);
     }
+}
+
+void TestBiasProcesses::randomNumbersAreBetweenZeroAndOne()
+{
+    const double least = unitInterval(0);
+    const double most = unitInterval(UINT64_MAX);
+    QVERIFY(least > 0.0 && most < 1.0);
+    QVERIFY(std::isfinite(normalQuantile(least)) && std::isfinite(normalQuantile(most)));
 }
 
 void TestBiasProcesses::aTimeHasOneValueInWhateverOrder_data()

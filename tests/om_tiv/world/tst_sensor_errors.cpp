@@ -3,7 +3,9 @@
 #include "om_tiv/benchtest.h"
 
 #include "world/physics.h"
+#include "world/standard_air.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <set>
@@ -95,6 +97,8 @@ private slots:
     void magnetometerBeyondItsRangeIsSaturated();
     void spikesAreAsManyAndAsHigh();
     void barometerHasOneAxis();
+    void pressureHasAnAltitude_data();
+    void pressureHasAnAltitude();
     void instabilityAndWalkMoveTheBias_data();
     void instabilityAndWalkMoveTheBias();
 
@@ -338,6 +342,30 @@ void TestSensorErrors::barometerHasOneAxis()
         QVERIFY2(std::abs(std::abs(off) - 500.0) <= 5.0, qPrintable(QString::number(off)));
         QCOMPARE(std::fmod(source->barometer(i).pressure, 10.0), 0.0);
     }
+}
+
+void TestSensorErrors::pressureHasAnAltitude_data()
+{
+    QTest::addColumn<bool>("model");
+    QTest::newRow("without an error model") << false;
+    QTest::newRow("with an error model") << true;
+}
+
+void TestSensorErrors::pressureHasAnAltitude()
+{
+    QFETCH(const bool, model);
+    const auto source = sourceWith([&](CameraConfig& config) {
+        config.altitude = 9000.0; // 30.7 kPa
+        config.errors.pressureNoise = 10000.0;
+        config.errors.barometer.turnOnSpread.x = model ? 1.0 : 0.0;
+    });
+    double least = 1e9;
+    for (std::uint64_t i = 0; i < 5000; ++i) {
+        const double pressure = source->barometer(i).pressure;
+        least = std::min(least, pressure);
+        QVERIFY2(std::isfinite(heightAbove(30000.0, pressure)), QByteArray::number(pressure));
+    }
+    QCOMPARE(least, 100.0);
 }
 
 void TestSensorErrors::instabilityAndWalkMoveTheBias_data()
