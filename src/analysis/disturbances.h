@@ -8,7 +8,7 @@
 /// to sample, but its ends are means of only m recorded samples on either side. So a gap of g
 /// samples adds g + g^2 / (2 m) times the variance of a sample to long averages. The noise density
 /// of n samples is too high by half of that share: by 0.25 % with m = 8 and one gap of 4 samples in
-/// 1000, by more than 2 % where 3 % of the samples are missing in groups of four. The verdict on
+/// 1000, by nearly 2 % where 3 % of the samples are missing in groups of four. The verdict on
 /// missing samples of such a recording is "failed" anyway.
 #pragma once
 

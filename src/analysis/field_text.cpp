@@ -81,6 +81,15 @@ bool parseNumber(const char*& p, const char* end, double& value)
     return problem == std::errc() && stop != end && *stop == ',' && std::abs(value) <= mostValue;
 }
 
+bool parseIndex(const char*& p, const char* end, double& value)
+{
+    std::uint32_t index = 0;
+    const auto [stop, problem] = std::from_chars(p, end, index);
+    p = stop;
+    value = index;
+    return problem == std::errc() && stop != end && *stop == ',';
+}
+
 bool parseTime(const char*& p, const char* end, Nanoseconds& time)
 {
     constexpr Nanoseconds second = 1'000'000'000;

@@ -12,6 +12,11 @@ namespace analysis {
 /// @return false if there is no such number, or if its size is above 1e9
 bool parseNumber(const char*& p, const char* end, double& value);
 
+/// A whole number from 0 to 4294967295 up to the comma.
+/// @param p is moved to the comma
+/// @return false if there is no such number
+bool parseIndex(const char*& p, const char* end, double& value);
+
 /// Seconds with decimals as nanoseconds, rounded to whole microseconds: further digits are beyond
 /// the resolution of a double of that size.
 /// @param p is moved to the comma

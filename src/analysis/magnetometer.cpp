@@ -145,6 +145,22 @@ SphereQuality sphereQuality(const Eigen::Matrix3Xd& readings, const EllipsoidFit
     return quality;
 }
 
+VectorSeries unsaturated(const VectorSeries& field)
+{
+    constexpr double saturated = 2048.0; // uT, the camera library's mark
+    VectorSeries kept;
+    for (std::size_t i = 0; i < field.times.size(); ++i) {
+        if (std::abs(field.values.axes[2][i]) == saturated) {
+            continue;
+        }
+        kept.times.push_back(field.times[i]);
+        for (std::size_t axis = 0; axis < kept.values.axes.size(); ++axis) {
+            kept.values.axes[axis].push_back(field.values.axes[axis][i]);
+        }
+    }
+    return kept;
+}
+
 std::optional<MagnetometerReport> analyseMagnetometer(const VectorSeries& field,
                                                       std::string& reason)
 {

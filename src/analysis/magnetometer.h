@@ -61,7 +61,11 @@ std::optional<EllipsoidFit> fitEllipsoid(const Eigen::Matrix3Xd& readings, bool 
 /// Gaps, variance, wobble and fit error of readings under a fit.
 SphereQuality sphereQuality(const Eigen::Matrix3Xd& readings, const EllipsoidFit& fit);
 
-/// Fits with and without cross terms of all readings of a recording.
+/// The readings without the saturated ones, which have a z of exactly 2048 or -2048 uT.
+VectorSeries unsaturated(const VectorSeries& field);
+
+/// Fits with and without cross terms of all readings of a recording. A few saturated readings
+/// would determine the fit: they must not be among them.
 /// @param reason one sentence if there is no result
 std::optional<MagnetometerReport> analyseMagnetometer(const VectorSeries& field,
                                                       std::string& reason);

@@ -3,7 +3,6 @@
 #include "analysis/field_text.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 
 namespace analysis {
@@ -155,6 +154,8 @@ RowReader::PARSED RowReader::parse(const char* p, const char* end, RecordedRow& 
             p = static_cast<const char*>(std::memchr(p, ',', static_cast<std::size_t>(end - p)));
         } else if (field >= IMU_TIME && field <= BARO_TIME) {
             fine = parseTime(p, end, row.times[field]);
+        } else if (field == INDEX) {
+            fine = parseIndex(p, end, row.values[field]);
         } else {
             fine = parseNumber(p, end, row.values[field]);
         }
@@ -177,8 +178,6 @@ RowReader::PARSED RowReader::parse(const char* p, const char* end, RecordedRow& 
     if (p != end) {
         return PARSED::TORN;
     }
-    const double index = row.values[INDEX];
-    valid = valid && index >= 0.0 && index <= 4294967295.0 && index == std::floor(index);
     return valid ? PARSED::ROW : PARSED::INVALID;
 }
 

@@ -26,15 +26,20 @@ constexpr double leastSaturatedAngularVelocity = 100.0; // degrees per second
 
 MagnetometerPart analyseField(const Recording& recording)
 {
-    const analysis::VectorSeries& field = recording.magneticField;
+    const analysis::VectorSeries& all = recording.magneticField;
     MagnetometerPart part;
-    part.samples = field.times.size();
-    const double seconds = secondsBetween(field.times.front(), field.times.back());
+    part.samples = all.times.size();
+    const double seconds = secondsBetween(all.times.front(), all.times.back());
     part.rateHz = seconds > 0.0 ? static_cast<double>(part.samples - 1) / seconds : 0.0;
+    const analysis::VectorSeries field = analysis::unsaturated(all);
+    if (field.times.empty()) {
+        part.reason = "all readings are saturated: remove magnets and steel from the camera";
+        return part;
+    }
     part.fit = analysis::analyseMagnetometer(field, part.reason);
 
-    const std::size_t step = part.samples / mostReadings + 1;
-    const std::size_t shown = (part.samples + step - 1) / step;
+    const std::size_t step = field.times.size() / mostReadings + 1;
+    const std::size_t shown = (field.times.size() + step - 1) / step;
     part.before.resize(3, static_cast<Eigen::Index>(shown));
     for (std::size_t i = 0; i < shown; ++i) {
         for (std::size_t axis = 0; axis < 3; ++axis) {

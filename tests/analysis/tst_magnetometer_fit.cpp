@@ -79,6 +79,7 @@ private slots:
     void recordingWithoutCoverageSaysSo();
     void recordingOfACameraAtRestSaysSo();
     void recordingIsJudgedWhole();
+    void saturatedReadingsAreLeftOut();
 };
 
 void TestMagnetometerFit::sixParametersComeBack()
@@ -282,6 +283,19 @@ void TestMagnetometerFit::recordingIsJudgedWhole()
     QVERIFY(report->lengthRmsBefore > 10.0);
     QVERIFY(report->aligned.residualRms < 0.35);
     QVERIFY(std::abs(report->quality.fitError - 100.0 * report->aligned.residualRms / 48.0) < 0.02);
+}
+
+void TestMagnetometerFit::saturatedReadingsAreLeftOut()
+{
+    Eigen::Matrix3Xd readings(3, 5);
+    readings << 1, 2, 3, 4, 2048, //
+        5, 6, 7, 8, -2048,        //
+        9, 2048, 2047.9375, -2048, 10;
+    const VectorSeries kept = unsaturated(series(readings));
+    QCOMPARE(kept.times, (std::vector<Nanoseconds>{20'000'000, 60'000'000, 100'000'000}));
+    QCOMPARE(kept.values.axes[0], (std::vector<double>{1, 3, 2048}));
+    QCOMPARE(kept.values.axes[1], (std::vector<double>{5, 7, -2048}));
+    QCOMPARE(kept.values.axes[2], (std::vector<double>{9, 2047.9375, 10}));
 }
 
 QTEST_APPLESS_MAIN(TestMagnetometerFit)

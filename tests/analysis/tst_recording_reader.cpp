@@ -65,6 +65,7 @@ private slots:
     void imuWithoutItsTimeIsLeftOut();
     void badRowIsLeftOutAndCounted_data();
     void badRowIsLeftOutAndCounted();
+    void indexHas32Bits();
     void rowsBeforeTheLastKeptOneAreLeftOut();
     void repeatsOfASlowSensorAreNoRows_data();
     void repeatsOfASlowSensorAreNoRows();
@@ -221,6 +222,19 @@ void TestRecordingReader::badRowIsLeftOutAndCounted()
     QCOMPARE(static_cast<int>(recording->report.invalidRows), invalid);
     QCOMPARE(static_cast<int>(recording->report.repeatedRows), repeated);
     QCOMPARE(static_cast<int>(recording->report.backwardRows), backward);
+}
+
+void TestRecordingReader::indexHas32Bits()
+{
+    const auto recording = parse("idx,imu_Timestamp[sec],accX[m/s^2],accY[m/s^2],accZ[m/s^2],\n"
+                                 "999999999,1.0,1,2,3,\n"
+                                 "1000000001,2.0,1,2,3,\n"
+                                 "4294967295,3.0,1,2,3,\n"
+                                 "4294967296,4.0,1,2,3,\n");
+    QVERIFY(recording);
+    QCOMPARE(recording->numbers,
+             (std::vector<std::uint32_t>{999'999'999, 1'000'000'001, 4'294'967'295}));
+    QCOMPARE(static_cast<int>(recording->report.invalidRows), 1);
 }
 
 void TestRecordingReader::rowsBeforeTheLastKeptOneAreLeftOut()

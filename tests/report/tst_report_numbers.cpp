@@ -1,5 +1,6 @@
 #include "report/json_file.h"
 #include "report/model.h"
+#include "report/page.h"
 #include "report/verdicts.h"
 #include "report/yaml_file.h"
 
@@ -102,6 +103,8 @@ private slots:
     void driftOfTheTemperatureIsNoWalk();
     void walkIsNoEffectOfTheTemperature();
     void magnetometerAtRestIsNotJudged();
+    void saturatedReadingsHaveNoEffectOnTheFit();
+    void saturatedMagnetometerIsNotJudged();
     void shortRecordingWarns();
     void missingReadingsAreAShareOfAllReadings();
     void noiseOfFilledGapsSaysSo();
@@ -671,6 +674,37 @@ void TestReportNumbers::magnetometerAtRestIsNotJudged()
     QVERIFY2(verdict->why.find("turn the camera through all orientations") != std::string::npos,
              verdict->why.c_str());
     QVERIFY(jsonOf(report)["magnetometer"]["residual_rms_ut"].is_null());
+}
+
+void TestReportNumbers::saturatedReadingsHaveNoEffectOnTheFit()
+{
+    analysis::Recording recording;
+    recordings::addMagnetometer(recording, {20.0, -60.0, -10.0}, {48.0, 48.0, 48.0}, 3000, 0.25);
+    const double radius = analyse(recording, {}).magnetometer->fit->aligned.radius;
+    for (const std::size_t i : {700, 1500, 1501}) {
+        recording.magneticField.values.axes[2][i] = 2048.0;
+    }
+    const RecordingReport report = analyse(recording, {});
+    QVERIFY2(report.magnetometer->fit, report.magnetometer->reason.c_str());
+    QVERIFY(std::abs(report.magnetometer->fit->aligned.radius - radius) < 0.1);
+    QVERIFY(report.magnetometer->before.row(2).maxCoeff() < 50.0);
+    QCOMPARE(report.magnetometer->samples, std::size_t{3000});
+    QCOMPARE(find(report, "magnetometer.residual")->state, STATE::PASSED);
+}
+
+void TestReportNumbers::saturatedMagnetometerIsNotJudged()
+{
+    analysis::Recording recording;
+    recordings::addMagnetometer(recording, {20.0, -60.0, -10.0}, {48.0, 48.0, 48.0}, 1000, 0.25);
+    for (double& z : recording.magneticField.values.axes[2]) {
+        z = -2048.0;
+    }
+    const RecordingReport report = analyse(recording, {});
+    const Verdict* const verdict = find(report, "magnetometer.residual");
+    QCOMPARE(verdict->state, STATE::UNKNOWN);
+    QVERIFY2(verdict->why.find("saturated") != std::string::npos, verdict->why.c_str());
+    QCOMPARE(unsoundIn(jsonOf(report), ""), QString());
+    QVERIFY(!numbersHtml({report}).isEmpty());
 }
 
 void TestReportNumbers::shortRecordingWarns()
