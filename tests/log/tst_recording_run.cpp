@@ -217,6 +217,8 @@ private slots:
         log.setHighRate(true);
         log.setHook([&](const om::bench::CallRecord& record) {
             if (record.call == om::bench::CALL::GET_SENSORS_DATA && !isSent) {
+                // The thread reads the signal, which is blocked.
+                // NOLINTNEXTLINE(bugprone-bad-signal-to-kill-thread)
                 isSent = ::pthread_kill(thread, SIGTERM) == 0;
             }
         });
