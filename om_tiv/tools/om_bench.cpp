@@ -11,6 +11,7 @@
 #include "base/bytes.h"
 #include "base/files.h"
 #include "base/one_line.h"
+#include "process/standard_descriptors.h"
 #include "world/eeprom_image.h"
 
 #include <algorithm>
@@ -344,6 +345,7 @@ int generate(const Order& order)
 // NOLINTNEXTLINE(bugprone-exception-escape): without memory the program ends
 int main(int argc, char** argv)
 {
+    occupyStandardDescriptors();
     int status = DONE;
     const auto order = om::bench::readCommandLine(argc, argv, status);
     if (!order) {

@@ -8,6 +8,7 @@
 #include "closing/close_signals.h"
 #include "desktop/identity.h"
 #include "gravimon_version.h"
+#include "process/standard_descriptors.h"
 
 #include <CLI/CLI.hpp>
 
@@ -32,6 +33,7 @@ bool isSet(const char* name)
 // NOLINTNEXTLINE(bugprone-exception-escape): without memory the program ends
 int main(int argc, char** argv)
 {
+    occupyStandardDescriptors();
     CLI::App options{
         "Shows the virtual cameras of a running Gravimon as bodies to turn with the mouse.",
         "om-bench-window"};

@@ -1,12 +1,12 @@
 // gravimon-log: records every sample of a camera's sensors, and works on recordings.
 
 #include "log/command_line.h"
-#include "log/standard_descriptors.h"
+#include "process/standard_descriptors.h"
 
 // NOLINTNEXTLINE(bugprone-exception-escape): a program without memory ends here
 int main(int argc, char** argv)
 {
-    samplelog::occupyStandardDescriptors();
+    occupyStandardDescriptors();
     int status = samplelog::DONE;
     const auto action = samplelog::readCommandLine(argc, argv, status);
     return action ? (*action)() : status;

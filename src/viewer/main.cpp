@@ -1,5 +1,6 @@
 #include "closing/close_signals.h"
 #include "desktop/identity.h"
+#include "process/standard_descriptors.h"
 #include "viewer/mainwindow.h"
 
 #include <QApplication>
@@ -31,6 +32,7 @@ void keepFramesOffTheHeap()
 // NOLINTNEXTLINE(bugprone-exception-escape): without memory the program ends
 int main(int argc, char* argv[])
 {
+    occupyStandardDescriptors();
     keepFramesOffTheHeap();
     // A file size limit is then handled like a full disk: writes fail.
     std::signal(SIGXFSZ, SIG_IGN);

@@ -15,6 +15,7 @@ ALLOWED = {
     "report": {"report", "analysis", "exchange"},
     "sensors": {"sensors"},
     "look": {"look"},
+    "process": {"process"},
     "closing": {"closing"},
     "desktop": {"desktop"},
     "camera": {"camera"},
@@ -23,15 +24,15 @@ ALLOWED = {
     "recording": {"recording", "look"},
     "calibration": {"calibration", "look"},
     "viewer": {"viewer", "sensors", "look", "closing", "desktop", "camera", "charts", "gpu", "recording",
-               "calibration"},
-    "log": {"log", "analysis", "exchange", "report", "sensors", "recording"},
+               "calibration", "process"},
+    "log": {"log", "analysis", "exchange", "report", "sensors", "recording", "process"},
 }
 # What the program knows of the camera library beyond its interface.
 USES_LIBRARY = {"camera", "gpu", "calibration", "viewer", "sensors", "log"}
 LIBRARY = "src/camera/camera_library.h"
 BEYOND_INTERFACE = re.compile(r"\bom::(?:[A-Z][A-Z_]*::[A-Z]\w*|SensorsData::\w+|_\w+|IMU\w+)|"
                               r"\b(?:_mag_calib_data|_imu_odr|IMUReaderData|IMUPose)\b")
-WITHOUT_QT = ("src/analysis/", "src/exchange/", "src/sensors/", "src/calibration/mag_calib.",
+WITHOUT_QT = ("src/analysis/", "src/exchange/", "src/process/", "src/sensors/", "src/calibration/mag_calib.",
               "src/calibration/orientcount.", "src/viewer/sensorsample.", "src/viewer/chart_limits.",
               "src/report/model", "src/report/rest.", "src/report/series.", "src/report/verdicts",
               "src/report/number_text.", "src/report/json_file.", "src/report/yaml_file.")
@@ -47,8 +48,9 @@ ROOMS = {
     "control": {"base", "world", "bench"},
     "library": {"base", "world", "replay", "bench", "control"},
     # Programs of their own, which reach the bench over the socket only.
-    "tools": {"base", "world", "replay", "bench/bench_file.h"} | CLIENT,
-    "window": {"base", "world"} | CLIENT | {"closing/close_signals.h", "desktop/identity.h"},
+    "tools": {"base", "world", "replay", "bench/bench_file.h", "process/standard_descriptors.h"} | CLIENT,
+    "window": {"base", "world"} | CLIENT | {"closing/close_signals.h", "desktop/identity.h",
+                                            "process/standard_descriptors.h"},
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.M)
 QT = re.compile(r"^(Q[A-Z]|qwt_|Qt)")

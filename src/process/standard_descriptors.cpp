@@ -1,9 +1,7 @@
-#include "log/standard_descriptors.h"
+#include "process/standard_descriptors.h"
 
 #include <fcntl.h>
 #include <unistd.h>
-
-namespace samplelog {
 
 void occupyStandardDescriptors()
 {
@@ -16,5 +14,3 @@ void occupyStandardDescriptors()
         }
     }
 }
-
-} // namespace samplelog
