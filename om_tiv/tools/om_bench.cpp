@@ -24,6 +24,7 @@
 #include <cstdio>
 #include <iomanip>
 #include <iostream>
+#include <optional>
 #include <sstream>
 #include <system_error>
 #include <thread>
@@ -46,6 +47,8 @@ using om::bench::triple;
 namespace {
 
 enum Exit { DONE = 0, REFUSED = 1, NO_BENCH = 3, COMPLAINS = 4 };
+
+constexpr char invalidAnswer[] = "the bench's answer is not what a bench answers";
 
 int fail(Exit status, const std::string& reason)
 {
@@ -257,40 +260,65 @@ int askOnce(BenchClient& client, const Order& order)
     return reportState(answer);
 }
 
+/// The answer of one of several benches, and its cameras as a text. None if the program has ended
+/// meanwhile, or after printing the reason with the path to standard error and raising the exit
+/// status.
+std::optional<json> askOneOfAll(const std::string& path, const Order& order, Text& cameras,
+                                int& status)
+{
+    const auto failed = [&](Exit how, const std::string& reason) {
+        status = std::max(status, fail(how, reason));
+        return std::nullopt;
+    };
+    std::string problem;
+    json answer;
+    const auto client = BenchClient::connect(path, problem, false);
+    if (!client || !client->ask(order.request, answer, problem)) {
+        const std::vector<std::string> now = BenchClient::running();
+        const bool ended = std::find(now.begin(), now.end(), path) == now.end();
+        return ended ? std::nullopt : failed(NO_BENCH, client ? path + ": " + problem : problem);
+    }
+    try {
+        if (!answer.value("ok", false)) {
+            return failed(REFUSED, path + ": " + answer.value("error", "refused without a reason"));
+        }
+        addCameras(cameras, elements(answer, "cameras"));
+    } catch (const json::exception&) {
+        return failed(NO_BENCH, path + ": " + invalidAnswer);
+    }
+    return answer;
+}
+
 /// The answers of all running benches, each below its socket.
 int listAll(const Order& order)
 {
-    const std::vector<std::string> paths = BenchClient::running();
+    int status = DONE;
     std::vector<json> answers;
     Text out;
     json benches = json::array();
-    for (const std::string& path : paths) {
-        std::string problem;
-        json answer;
-        const auto client = BenchClient::connect(path, problem);
-        if (!client) {
-            continue; // ended in the meantime
-        }
-        if (const int status = ask(*client, order.request, answer); status != DONE) {
-            return status;
+    for (const std::string& path : BenchClient::running()) {
+        Text cameras;
+        std::optional<json> answer = askOneOfAll(path, order, cameras, status);
+        if (!answer) {
+            continue; // the others are listed all the same
         }
         if (!answers.empty()) {
             out.add("");
         }
         out.add(path);
-        addCameras(out, elements(answer, "cameras"));
-        answers.push_back(answer);
-        answer["socket"] = path;
-        benches.push_back(answer);
+        out.add(cameras);
+        answers.push_back(*answer);
+        (*answer)["socket"] = path;
+        benches.push_back(*answer);
     }
     if (answers.empty()) {
-        return fail(NO_BENCH, "no running bench: start gravimon first");
+        return status != DONE ? status : fail(NO_BENCH, "no running bench: start gravimon first");
     }
     if (order.asJson) {
         out = Text();
         out.addJson({{"benches", benches}}, 2);
     }
-    int status = write(out);
+    status = std::max(status, write(out));
     for (const json& answer : answers) {
         status = std::max(status, reportState(answer));
     }
@@ -365,6 +393,6 @@ int main(int argc, char** argv)
         }
         return order->watch ? watch(*client, *order) : askOnce(*client, *order);
     } catch (const json::exception&) {
-        return fail(NO_BENCH, "the bench's answer is not what a bench answers");
+        return fail(NO_BENCH, invalidAnswer);
     }
 }

@@ -19,6 +19,7 @@ class Text
 {
 public:
     void add(const std::string& line) { m_text += oneLine(line) + "\n"; }
+    void add(const Text& lines) { m_text += lines.m_text; }
     /// JSON in ASCII only: control characters that JSON allows are escaped too.
     void addJson(const nlohmann::json& value, int indent)
     {

@@ -260,6 +260,36 @@ class WithoutAProgram(world.EndToEndTest):
         self.assertEqual(self.answered('{"ok": true}', "watch"), strange)
         self.assertEqual(self.answered('{"ok": true}', "eeprom", "dump", 1, f"{os.environ['HOME']}/image"), strange)
 
+    def test_every_bench_is_listed_whatever_another_one_answers(self):
+        truth = {"field": [1, 2, 3], "specificForce": [1, 2, 3], "angularVelocity": [1, 2, 3], "heading": 1}
+        sound = {"serialNumber": 7, "id": 0, "model": "TIV", "state": "open", "motion": "fall", "faults": {},
+                 "samplesProduced": 1, "samplesRead": 1, "truth": truth, "reading": None}
+        answers = {1: {"ok": True, "cameras": 5}, 2: {"ok": False, "error": "no"}, 3: {"ok": False, "error": 7},
+                   4: {"ok": True, "cameras": [sound]}}
+
+        def serve(listener, answer):
+            while True:
+                peer, _ = listener.accept()
+                with peer:
+                    if peer.recv(65536):
+                        peer.sendall(json.dumps(answer).encode() + b"\n")
+        with tempfile.TemporaryDirectory() as runtime:
+            folder = f"{runtime}/gravimon"
+            os.mkdir(folder)
+            for number, answer in answers.items():
+                listener = socket.socket(socket.AF_UNIX)
+                listener.bind(f"{folder}/bench-{number}.sock")
+                listener.listen(5)
+                # They end with the process.
+                threading.Thread(target=serve, args=(listener, answer), daemon=True).start()
+            status, output, errors = om_bench("list", "--all", environment={"XDG_RUNTIME_DIR": runtime})
+        strange = "the bench's answer is not what a bench answers"
+        self.assertEqual(errors.splitlines(), [f"om-bench: {folder}/bench-1.sock: {strange}",
+                                               f"om-bench: {folder}/bench-2.sock: no",
+                                               f"om-bench: {folder}/bench-3.sock: {strange}"])
+        self.assertEqual([line.split()[0] for line in output.splitlines()], [f"{folder}/bench-4.sock", "SERIAL", "7"])
+        self.assertEqual(status, NO_BENCH)
+
     def test_nothing_that_a_terminal_would_act_upon_is_printed(self):
         wild = "a\x1b[2J\x9b2J\u202eb\u2066\u2028\x7f"
         tame = "a [2J 2J b   "
@@ -677,6 +707,14 @@ class SharedSocket(OmBenchTest):
         self.assertEqual({b["socket"]: b["cameras"][0]["serialNumber"] for b in benches}, {one: 20000001, other: 20000002})
         self.assertIn("20000002", om_bench("--socket", second.pid, "list", control="")[1])
         self.assertEqual(om_bench("--socket", one, "list", "--all")[0], USAGE)
+        # One that does not answer is named, and the other is listed.
+        first.process.send_signal(signal.SIGSTOP)
+        try:
+            status, output, errors = om_bench("list", "--all", control="")
+        finally:
+            first.process.send_signal(signal.SIGCONT)
+        self.assertEqual((status, errors), (NO_BENCH, f"om-bench: {one}: the bench does not answer\n"))
+        self.assertEqual([line.split()[0] for line in output.splitlines()], [other, "SERIAL", "20000002"])
         self.assertEqual((first.end(), second.end()), (0, 0))
 
     def test_socket_of_a_killed_program_is_taken_over(self):
