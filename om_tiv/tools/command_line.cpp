@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <iostream>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace om::bench {
@@ -128,7 +129,14 @@ private:
                 camera["firmware"] = *m_firmware;
             }
             if (!m_replay.empty()) {
-                camera["replay"] = std::filesystem::absolute(m_replay).string();
+                // The program that plays it has another current folder.
+                std::error_code problem;
+                const auto path = std::filesystem::absolute(m_replay, problem);
+                if (problem) {
+                    throw CLI::ValidationError("--replay", "current folder: " + problem.message() +
+                                                               "; give the whole path");
+                }
+                camera["replay"] = path.string();
                 camera["replayLoop"] = !m_once;
             }
             m_order.request["camera"] = camera;

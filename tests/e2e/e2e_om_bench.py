@@ -125,6 +125,18 @@ class WithoutAProgram(world.EndToEndTest):
             name = {"eeprom": "FILE", "fault": "NAME", "add": "--replay"}[arguments[0]]
             self.wrong(f"{name}: must not be empty", *arguments)
 
+    def test_recording_without_a_path_in_a_removed_folder_is_reported_in_one_line(self):
+        gone = tempfile.mkdtemp()
+
+        def enter():
+            os.chdir(gone)
+            os.rmdir(gone)
+        done = subprocess.run([world.bin_dir / "om-bench", "add", "TIV", "5", "--replay", "a.csv"], capture_output=True,
+                              text=True, check=False, timeout=PATIENCE * SCALE, preexec_fn=enter)
+        self.assertEqual((done.returncode, done.stdout, done.stderr),
+                         (USAGE, "", "om-bench: --replay: current folder: No such file or directory; give the whole path; "
+                          "see om-bench add --help\n"))
+
     def test_whole_numbers_are_whole_and_in_range(self):
         for text in ("", " ", "abc", "-1", "1.5", "1e3", "0x10", "4294967296", "99999999999999999999", "3141592é", "nan"):
             reason = f'SERIAL: must be a whole number from 0 to 4294967295, not "{text}"'
