@@ -257,6 +257,26 @@ class Files(unittest.TestCase):
             self.assertTrue(page.startswith("head\n") and page.endswith("tail\n") and "old" not in page, page)
             self.assertEqual(measure.with_table(page, kept), page)
 
+    def test_saving_replaces_a_file_as_a_whole_or_leaves_it(self):
+        name = measure.table()[0].name
+        write_text = pathlib.Path.write_text
+
+        def part(path, text, **options):
+            write_text(path, text[:10], **options)
+            raise KeyboardInterrupt
+        with tempfile.TemporaryDirectory() as folder:
+            folder = pathlib.Path(folder)
+            (folder / "performance.md").write_text(f"head\n{measure.BEGIN}{measure.END}")
+            measure.save(last(1.0, name), folder)
+            before = {path.name: path.read_bytes() for path in folder.iterdir()}
+            pathlib.Path.write_text = part
+            try:
+                with self.assertRaises(KeyboardInterrupt):
+                    measure.save(last(2.0, name), folder)
+            finally:
+                pathlib.Path.write_text = write_text
+            self.assertEqual({path.name: path.read_bytes() for path in folder.iterdir()}, before)
+
     def test_a_file_that_is_none_of_figures_is_one_clear_error(self):
         with tempfile.TemporaryDirectory() as folder:
             for text in ("no JSON", "[]", "{}"):
