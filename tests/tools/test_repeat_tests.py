@@ -112,6 +112,21 @@ class RepeatTests(unittest.TestCase):
         status, out, calls = self.run_main("--rounds", "2", "--sanitizer-rounds", "0")
         self.assertEqual((status, len(calls)), (0, 2), out)
 
+    def test_an_interrupted_run_is_not_one_without_a_failure(self):
+        round_of = repeat_tests.run_round
+        for failing, rounds, wanted in ((0, 0, 130), (0, 2, 130), (1, 2, 1)):
+            self.fail_in(f"release-{failing}")
+            results = iter([*range(rounds), KeyboardInterrupt()])
+
+            def run_round(*arguments, results=results):
+                result = next(results)
+                if isinstance(result, KeyboardInterrupt):
+                    raise result
+                return round_of(*arguments)
+            with unittest.mock.patch.object(repeat_tests, "run_round", run_round):
+                status, out, _ = self.run_main("--rounds", "3", "--sanitizer-rounds", "0")
+            self.assertEqual((status, f"| release | all | {failing} | {rounds} |" in out), (wanted, True), out)
+
     def test_rounds_of_another_commit_or_choice_do_not_count(self):
         self.run_main("--rounds", "1", "--sanitizer-rounds", "0")
         for words in (("--only", "tst_a"), ("--jobs", "1")):
