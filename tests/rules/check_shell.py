@@ -1,5 +1,7 @@
-"""Shell scripts pass shellcheck."""
+"""Shell scripts pass shellcheck, and those that change to a relative folder ignore CDPATH, with which cd could go to another
+one and print it."""
 
+import re
 import shutil
 import subprocess
 import sys
@@ -13,4 +15,9 @@ files = [path for path in rules.tracked(root, "run", "test", ".ci/run", "tools/*
          if rules.read_start(root, path).startswith(("#!/usr/bin/env bash", "#!/bin/bash", "#!/bin/sh"))]
 result = subprocess.run(["shellcheck", "--severity=warning", "--format=gcc", *files], cwd=root,
                         capture_output=True, text=True)
-rules.end(result.stdout.splitlines() + result.stderr.splitlines(), len(files))
+problems = result.stdout.splitlines() + result.stderr.splitlines()
+for path in files:
+    text = rules.read(root, path)
+    if re.search(r"\bcd ", text) and not re.search(r"\A(?:(?!\bcd ).)*^unset CDPATH$", re.sub(r"#.*", "", text), re.M | re.S):
+        problems.append(f"{path}: cd without \"unset CDPATH\" before it")
+rules.end(problems, len(files))

@@ -1,4 +1,4 @@
-"""The choice of sources by check-code --changed: test_check_code.py SOURCE_DIR
+"""The choice of sources by check-code: test_check_code.py SOURCE_DIR
 
 The programs that check are replaced by one that writes down its arguments."""
 
@@ -50,16 +50,28 @@ class Changed(unittest.TestCase):
         self.git("add", ".")
         self.git("commit", "--allow-empty", "-m", "change")
 
-    def check(self, *arguments):
+    def check(self, *arguments, folder=None):
         """Runs the script. Returns what it prints, and the sources that cppcheck was to check."""
         calls = self.folder / "calls"
         calls.unlink(missing_ok=True)
         run = subprocess.run([self.tree / "tools/check-code", *arguments], env=self.environment, check=False,
-                             capture_output=True, text=True)
+                             cwd=folder, capture_output=True, text=True)
         self.assertEqual((run.returncode, run.stderr), (0, ""))
         lines = calls.read_text(encoding="utf-8").splitlines() if calls.exists() else []
         checked = [line for line in lines if line.split()[0].endswith("cppcheck")]
         return run.stdout, sorted(word for line in checked for word in line.split() if word.endswith(".cpp"))
+
+    def test_a_relative_name_starts_at_the_folder_of_the_user(self):
+        self.write("plain.cpp")
+        self.commit()
+        for folder, name in (("src/one", "plain.cpp"), ("src", "one/plain.cpp"), ("src/two", "../one/plain.cpp")):
+            self.assertEqual(self.check(name, folder=self.tree / folder)[1], ["src/one/plain.cpp"])
+
+    def test_a_change_is_that_of_the_tree_whatever_the_folder_of_the_user(self):
+        self.commit()
+        self.write("src/one/plain.cpp")
+        self.commit()
+        self.assertEqual(self.check("--changed", folder=self.tree / "src")[1], ["src/one/plain.cpp"])
 
     def test_a_change_without_a_commit(self):
         self.commit()

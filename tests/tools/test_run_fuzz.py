@@ -62,12 +62,12 @@ class RunFuzz(unittest.TestCase):
             (self.top / "bin" / name).chmod(0o755)
         self.corpus = self.top / "corpora" / "report"
 
-    def run_fuzz(self, *words):
+    def run_fuzz(self, *words, folder=None):
         """Exit status, output, and the calls of the programs."""
         environment = dict(os.environ, PATH=f"{self.top / 'bin'}:{os.environ['PATH']}",
                            FUZZ_CORPUS=str(self.top / "corpora"))
         (self.top / "calls").write_text("", encoding="utf-8")
-        result = subprocess.run([self.top / "tests" / "fuzz" / "run-fuzz", *words], env=environment, cwd=self.top,
+        result = subprocess.run([self.top / "tests" / "fuzz" / "run-fuzz", *words], env=environment, cwd=folder or self.top,
                                 stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False)
         return result.returncode, result.stdout, (self.top / "calls").read_text(encoding="utf-8").splitlines()
 
@@ -126,6 +126,14 @@ class RunFuzz(unittest.TestCase):
             self.assertEqual(status, 1)
             self.assertIn("run-fuzz: an input caused a failure: report (", out)
             self.assertEqual(self.turns(), [])
+
+    def test_inputs_are_merged_from_a_folder_that_starts_at_that_of_the_user(self):
+        found = self.top / "elsewhere" / "found"
+        found.mkdir(parents=True)
+        status, out, calls = self.run_fuzz("--merge", "report", "found", folder=found.parent)
+        self.assertEqual(status, 0, out)
+        self.assertIn(f"-merge=1 tests/fuzz/corpus/report {found.resolve()}", calls[-1])
+        self.assertEqual(self.run_fuzz("--merge", "report", "elsewhere", folder=found.parent)[0], 2)
 
     def test_a_run_of_some_seconds_needs_only_the_slow_build(self):
         status, out, calls = self.run_fuzz("5", "report")
