@@ -1,6 +1,6 @@
 // om-bench-window: turns the virtual cameras of a running program with the mouse.
 //
-// Exit status: 0 the window was closed, 1 no display, 2 wrong usage.
+// Exit status: 0 the window was closed, 1 no display is set, 2 wrong usage.
 
 #include "window/bench_window.h"
 
@@ -42,7 +42,7 @@ int main(int argc, char** argv)
                        "Control socket, or the number of the program's process; by default the "
                        "window finds the running program, and asks if there are several");
     options.set_version_flag("--version", std::string("om-bench-window ") + gravimonVersion);
-    options.footer("Exit status: 0 the window was closed, 1 no display, 2 wrong usage.");
+    options.footer("Exit status: 0 the window was closed, 1 no display is set, 2 wrong usage.");
     try {
         options.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
