@@ -71,8 +71,8 @@ BenchDescription readBench(const JsonNode& root, const std::string& folder)
     }
     if (cameras.elements.size() > mostCameras) {
         throw JsonMistake(cameras.line, "cameras",
-                          "holds " + std::to_string(cameras.elements.size()) +
-                              " cameras, at most " + std::to_string(mostCameras) + " are possible");
+                          "has " + std::to_string(cameras.elements.size()) + " cameras; at most " +
+                              std::to_string(mostCameras) + " are possible");
     }
     for (std::size_t i = 0; i < cameras.elements.size(); ++i) {
         const std::string path = "cameras[" + std::to_string(i) + "]";
@@ -148,7 +148,7 @@ bool parseBenchFile(const std::string& path, BenchDescription& description, std:
     std::string reason;
     const auto text = readFile(path, mostBytes + 1, reason);
     if (!text) {
-        error = errorLine(path, 0, "can't be read: " + reason);
+        error = errorLine(path, 0, "cannot be read: " + reason);
         return false;
     }
     if (text->size() > mostBytes) {

@@ -135,7 +135,7 @@ void readErrorModel(JsonObject& errors, const SensorKind& kind, ErrorModel& mode
     if (const JsonNode* const density = object.find("noiseDensity"); density != nullptr) {
         if (errors.find(kind.noiseKey) != nullptr) {
             throw JsonMistake(density->line, object.path("noiseDensity"),
-                              "says the same as " + errors.path(kind.noiseKey) +
+                              "sets the same value as " + errors.path(kind.noiseKey) +
                                   ": leave one of them out");
         }
         noise = 0.0;

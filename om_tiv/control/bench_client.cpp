@@ -26,7 +26,7 @@ namespace om::bench {
 namespace {
 
 constexpr std::chrono::seconds answerTimeout{10};
-constexpr char nonsense[] = "the bench's answer is not what a bench answers";
+constexpr char ended[] = "the program with the bench has ended";
 constexpr timeval sendTimeout = {10, 0};
 
 /// A descriptor connected to a bench of this user or of root, or -1 with a reason and errno, which
@@ -79,6 +79,11 @@ std::string socketOf(const std::string& text)
 
 } // namespace
 
+std::string noRunningBench()
+{
+    return "no running bench: start gravimon first (looked in " + controlFolder() + ")";
+}
+
 std::unique_ptr<BenchClient> BenchClient::connect(const std::string& path, std::string& error,
                                                   bool waits)
 {
@@ -104,7 +109,7 @@ std::unique_ptr<BenchClient> BenchClient::connect(const std::string& path, std::
         return std::unique_ptr<BenchClient>(new BenchClient(alive.front().second));
     }
     if (alive.empty()) {
-        error = "no running bench: start gravimon first (looked in " + folder + ")";
+        error = noRunningBench();
     } else {
         error = "several benches run, choose one with --socket:";
         for (const auto& [candidate, fd] : alive) {
@@ -148,7 +153,7 @@ bool BenchClient::ask(const nlohmann::json& request, nlohmann::json& answer, std
     for (std::size_t sent = 0; sent < line.size();) {
         const ssize_t count = ::send(m_fd, line.data() + sent, line.size() - sent, MSG_NOSIGNAL);
         if (count < 0 && errno != EINTR) {
-            error = errno == EAGAIN ? "the bench does not answer" : "the bench has gone";
+            error = errno == EAGAIN ? "the bench does not answer" : ended;
             return false;
         }
         sent += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
@@ -160,7 +165,7 @@ bool BenchClient::ask(const nlohmann::json& request, nlohmann::json& answer, std
     while ((end = m_input.find('\n', searched)) == std::string::npos) {
         searched = m_input.size();
         if (m_input.size() > maxAnswer) {
-            error = nonsense;
+            error = invalidAnswer;
             return false;
         }
         pollfd waiting = {m_fd, POLLIN, 0};
@@ -178,7 +183,7 @@ bool BenchClient::ask(const nlohmann::json& request, nlohmann::json& answer, std
         std::array<char, 16384> bytes;
         const ssize_t count = ::recv(m_fd, bytes.data(), bytes.size(), 0);
         if (count <= 0) {
-            error = "the bench has gone";
+            error = ended;
             return false;
         }
         m_input.append(bytes.data(), static_cast<std::size_t>(count));
@@ -186,7 +191,7 @@ bool BenchClient::ask(const nlohmann::json& request, nlohmann::json& answer, std
     parseBounded(std::string_view(m_input).substr(0, end), answer);
     m_input.erase(0, end + 1);
     if (!answer.is_object()) {
-        error = nonsense;
+        error = invalidAnswer;
         return false;
     }
     return true;

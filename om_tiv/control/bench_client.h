@@ -11,6 +11,13 @@
 
 namespace om::bench {
 
+/// Why an answer is not used that no bench of this version would send.
+inline constexpr char invalidAnswer[] =
+    "invalid answer: the program has another version, or is not a bench";
+
+/// With the folder that is searched.
+std::string noRunningBench();
+
 /// One thread at a time, except for interrupt().
 class BenchClient
 {

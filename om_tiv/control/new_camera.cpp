@@ -34,8 +34,7 @@ std::string isThere(unsigned int serial)
 void checkRoomFor(const CameraConfig& camera, Bench& bench)
 {
     if (bench.serialNumbers().size() + bench.loader().camerasToCome() >= mostCameras) {
-        throw Refusal("there are " + std::to_string(mostCameras) +
-                      " cameras already, as many as are possible");
+        throw Refusal("the bench is full: it has " + std::to_string(mostCameras) + " cameras");
     }
     if (bench.camera(camera.serialNumber) || bench.loader().isReading(camera.serialNumber)) {
         throw Refusal(isThere(camera.serialNumber));

@@ -96,7 +96,7 @@ std::string parseHeader(const std::uint8_t* header, Recording& recording, std::s
 
 std::string unreadable()
 {
-    return "can't be read: " + std::generic_category().message(errno);
+    return "cannot be read: " + std::generic_category().message(errno);
 }
 
 /// Empty, or what is wrong with the frames, which follow the header.
@@ -142,7 +142,7 @@ std::string readWhole(const std::string& path, Recording& recording)
     std::string reason;
     const Descriptor file = openRegularFile(path, reason);
     if (!file.valid()) {
-        return "can't be read: " + reason;
+        return "cannot be read: " + reason;
     }
     std::array<std::uint8_t, headerBytes> header{};
     const auto got = readOn(file, header.data(), header.size());
@@ -198,7 +198,7 @@ bool writeRecording(const std::string& path, const Recording& recording, std::st
         ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
     const std::string_view content(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     if (!file.valid() || !putInPlace(file, temporary, path, content)) {
-        error = path + ": can't be written: " + std::generic_category().message(errno);
+        error = path + ": cannot be written: " + std::generic_category().message(errno);
         return false;
     }
     return true;

@@ -135,7 +135,7 @@ void noteSensors(const RecordingColumns& at, SensorRecording& recording, Recordi
 std::optional<double> RecordingPace::place(double time, std::size_t line, RecordingReport& report)
 {
     if (std::abs(time) > latestTime) {
-        report.leftOut(line, "has a time beyond reason");
+        report.leftOut(line, "has a time out of range");
         return std::nullopt;
     }
     const double step = m_before ? time - *m_before : nominalPeriod;
@@ -239,7 +239,7 @@ bool RecordingParser::readValues(const Line& line)
     }
     for (std::size_t i = 0; i < m_fields.size(); ++i) {
         if (!toNumber(m_fields[i], m_values[i]) || !isSensorValue(m_values[i])) {
-            m_report.leftOut(line.number, "holds " + shown(m_fields[i]) + " in column " +
+            m_report.leftOut(line.number, "contains " + shown(m_fields[i]) + " in column " +
                                               printable(m_header[i]));
             return false;
         }

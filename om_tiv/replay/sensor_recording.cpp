@@ -69,7 +69,7 @@ SensorRecording::read(const std::string& path, std::string& report, ReadingProgr
     const Descriptor file = openRegularFile(path, reason);
     struct stat status = {};
     if (!file.valid() || ::fstat(file.get(), &status) != 0) {
-        report = oneLine(path + ": can't be read: " +
+        report = oneLine(path + ": cannot be read: " +
                          (file.valid() ? std::generic_category().message(errno) : reason));
         return nullptr;
     }
@@ -95,7 +95,7 @@ SensorRecording::read(const std::string& path, std::string& report, ReadingProgr
             static_cast<std::size_t>(std::min<std::uint64_t>(piece.size(), size - have));
         const auto got = readOn(file, piece.data(), wanted);
         if (!got) {
-            report = oneLine(path + ": can't be read: " + std::generic_category().message(errno));
+            report = oneLine(path + ": cannot be read: " + std::generic_category().message(errno));
             return nullptr;
         }
         if (*got == 0) {

@@ -40,9 +40,9 @@ public:
         m_app.footer(
             "SERIAL is a camera's serial number, as in the list. Angles are in degrees.\n"
             "Exit status: 0 done, 1 refused, 2 wrong usage, 3 no running bench, 4 the bench "
-            "complains.");
+            "reports a problem.");
 
-        addList(*command("list", "Cameras with state, motion, samples and faults"));
+        addList(*command("list", "Show the cameras with state, motion, samples and faults"));
         addAdd(*command("add", "Add a camera to the bench, plugged in"));
         takeSerial(*command("remove", "Remove a camera from the bench"));
         takeSerial(*command("plug", "Plug a camera in"));
@@ -55,7 +55,8 @@ public:
         addTemperature(*command("temperature", "Show or set the air's temperature at a camera"));
         addFirmware(*command("firmware", "Show or set a camera's firmware version"));
         addFault(*command("fault", "Show, set or clear faults of a camera"));
-        addEeprom(*command("eeprom", "The magnetometer calibration in a camera's EEPROM"));
+        addEeprom(*command(
+            "eeprom", "Show, save or erase the magnetometer calibration in a camera's EEPROM"));
         addWatch(*command("watch", "Show true values and what the program has read, line by line"));
         addGenerate(*command("generate", "Write the samples of a camera of a bench file into a CSV "
                                          "file, without a running bench"));
@@ -87,7 +88,8 @@ private:
 
     void addList(CLI::App& sub)
     {
-        sub.add_flag("--all", m_order.all, "Of all running benches, each below its socket");
+        sub.add_flag("--all", m_order.all,
+                     "Show the cameras of all running benches, each below its socket");
         sub.callback([this] {
             if (m_order.all && !m_order.socket.empty()) {
                 throw CLI::ValidationError("--all", "takes no --socket");
@@ -116,7 +118,7 @@ private:
         sub.add_flag("--once", m_once,
                      "End the recording at its last row instead of starting again")
             ->needs(replay);
-        sub.add_flag("--unplugged", m_unplugged, "Not plugged in");
+        sub.add_flag("--unplugged", m_unplugged, "Do not plug it in");
         sub.callback([this] {
             json camera{{"model", m_model},
                         {"serialNumber", m_serial},
@@ -270,7 +272,7 @@ private:
             });
             return done;
         };
-        action("show", "Scales and offsets of the sensor axes");
+        action("show", "Show scales and offsets of the sensor axes");
         action("dump", "Write the stored image to a file")
             ->add_option("FILE", m_order.dumpFile, "Target file")
             ->required()

@@ -283,7 +283,7 @@ bool generateRecording(const CameraConfig& camera, const Field& field, double se
     if (!file.isOpen()) {
         error = path + ": " +
                 (errno == EEXIST ? "exists already; choose another name or remove it"
-                                 : "can't be written: " + lastError());
+                                 : "cannot be written: " + lastError());
         return false;
     }
     Rows rows(camera, field);
@@ -309,7 +309,7 @@ bool generateRecording(const CameraConfig& camera, const Field& field, double se
         }
     }
     if (!isWritten || !file.write(text) || !file.keep()) {
-        error = path + ": can't be written: " + lastError() + "; the file was removed";
+        error = path + ": cannot be written: " + lastError() + "; the file was removed";
         return false;
     }
     generated = {camera.serialNumber, rows.count(), seconds};

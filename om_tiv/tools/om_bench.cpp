@@ -1,7 +1,7 @@
 // om-bench: control of the virtual bench of a running program, from the command line.
 //
 // Exit status: 0 done, 1 refused by the bench, 2 wrong usage, 3 no running bench, 4 the bench
-// complains.
+// reports a problem.
 
 #include "control/bench_client.h"
 #include "tools/command_line.h"
@@ -37,6 +37,7 @@ using om::bench::BenchClient;
 using om::bench::count;
 using om::bench::elements;
 using om::bench::fixed;
+using om::bench::invalidAnswer;
 using om::bench::members;
 using om::bench::oneLine;
 using om::bench::Order;
@@ -46,9 +47,7 @@ using om::bench::triple;
 
 namespace {
 
-enum Exit { DONE = 0, REFUSED = 1, NO_BENCH = 3, COMPLAINS = 4 };
-
-constexpr char invalidAnswer[] = "the bench's answer is not what a bench answers";
+enum Exit { DONE = 0, REFUSED = 1, NO_BENCH = 3, PROBLEMS = 4 };
 
 int fail(Exit status, const std::string& reason)
 {
@@ -163,7 +162,7 @@ bool addWatched(Text& out, const json::array_t& cameras, const Order& order)
 int write(const Text& out)
 {
     std::cout << out.text() << std::flush;
-    return std::cout ? DONE : fail(REFUSED, "standard output can't be written");
+    return std::cout ? DONE : fail(REFUSED, "standard output cannot be written");
 }
 
 /// Only a valid image of this camera is written to the file.
@@ -173,7 +172,7 @@ int writeImage(const json& answer, const Order& order)
     const std::string damage =
         om::bench::imageDamage(image, order.request.at("serialNumber").get<unsigned int>());
     if (!damage.empty()) {
-        return fail(REFUSED, "the image that the bench gives is damaged: " + damage);
+        return fail(REFUSED, "the image from the bench is damaged: " + damage);
     }
     // A file size limit then only makes the write fail.
     std::signal(SIGXFSZ, SIG_IGN);
@@ -218,15 +217,14 @@ int awaitRecording(BenchClient& client, const Order& order, json& answer)
     return status;
 }
 
-/// Prints to standard error what the bench complains of, and why cameras may be missing in the
-/// list.
-/// @return COMPLAINS or DONE
+/// Prints to standard error the problems of the bench, and why cameras may be missing in the list.
+/// @return PROBLEMS or DONE
 int reportState(const json& answer)
 {
     int status = DONE;
     if (answer.contains("complaints")) {
         for (const json& complaint : elements(answer, "complaints")) {
-            status = fail(COMPLAINS, complaint.get<std::string>());
+            status = fail(PROBLEMS, complaint.get<std::string>());
         }
     }
     if (answer.contains("loading")) {
@@ -312,7 +310,7 @@ int listAll(const Order& order)
         benches.push_back(*answer);
     }
     if (answers.empty()) {
-        return status != DONE ? status : fail(NO_BENCH, "no running bench: start gravimon first");
+        return status != DONE ? status : fail(NO_BENCH, om::bench::noRunningBench());
     }
     if (order.asJson) {
         out = Text();

@@ -80,9 +80,9 @@ const std::vector<Fault>& faultTable()
         {"magnetometerSaturated", "Magnetometer saturated", "Its reading is out of range",
          KIND::SWITCH, 0, ""},
         {"mcuSilent", "Silent", "The microcontroller sends no valid records", KIND::SWITCH, 0, ""},
-        {"mcuOpenRefused", "Link refused", "The link to the microcontroller can't be opened",
+        {"mcuOpenRefused", "Link refused", "The link to the microcontroller cannot be opened",
          KIND::SWITCH, 0, ""},
-        {"eepromWriteRefused", "EEPROM write refused", "A calibration can't be stored",
+        {"eepromWriteRefused", "EEPROM write refused", "A calibration cannot be stored",
          KIND::SWITCH, 0, ""},
         {"eepromReadbackDiffers", "EEPROM reads differ",
          "Number of next reads after a write that return other data", KIND::NUMBER, 1, ""}};

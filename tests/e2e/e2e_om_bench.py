@@ -27,7 +27,8 @@ from waiting import PATIENCE, SCALE, wait_for
 from world import TIV_N, TIV_P, TIV_Q, camera
 
 EEPROM_ACTIONS = ("show", "dump", "erase")
-DONE, REFUSED, USAGE, NO_BENCH, COMPLAINS = 0, 1, 2, 3, 4
+DONE, REFUSED, USAGE, NO_BENCH, PROBLEMS = 0, 1, 2, 3, 4
+INVALID_ANSWER = "invalid answer: the program has another version, or is not a bench"
 COMMANDS = ("list", "add", "remove", "plug", "unplug", "motion", "pose", "field", "disturbance", "temperature",
             "firmware", "fault", "eeprom", "watch", "generate")
 FAULTS = ("openResult", "openRefusals", "openDelay", "grabFailures", "grabFailureResult", "frozenTimestamps",
@@ -254,7 +255,7 @@ class WithoutAProgram(world.EndToEndTest):
                 os.unlink(path)
 
     def test_answer_of_another_shape_is_reported_in_one_line(self):
-        strange = (NO_BENCH, "", "om-bench: the bench's answer is not what a bench answers\n")
+        strange = (NO_BENCH, "", f"om-bench: {INVALID_ANSWER}\n")
         truth = {"field": [1, 2, 3], "specificForce": [1, 2, 3], "angularVelocity": [1, 2, 3], "heading": 1}
         sound = {"serialNumber": 1, "id": 0, "model": "TIV", "state": "open", "motion": "fall", "faults": {},
                  "samplesProduced": 1, "samplesRead": 1, "truth": truth, "reading": None}
@@ -295,10 +296,9 @@ class WithoutAProgram(world.EndToEndTest):
                 # They end with the process.
                 threading.Thread(target=serve, args=(listener, answer), daemon=True).start()
             status, output, errors = om_bench("list", "--all", environment={"XDG_RUNTIME_DIR": runtime})
-        strange = "the bench's answer is not what a bench answers"
-        self.assertEqual(errors.splitlines(), [f"om-bench: {folder}/bench-1.sock: {strange}",
+        self.assertEqual(errors.splitlines(), [f"om-bench: {folder}/bench-1.sock: {INVALID_ANSWER}",
                                                f"om-bench: {folder}/bench-2.sock: no",
-                                               f"om-bench: {folder}/bench-3.sock: {strange}"])
+                                               f"om-bench: {folder}/bench-3.sock: {INVALID_ANSWER}"])
         self.assertEqual([line.split()[0] for line in output.splitlines()], [f"{folder}/bench-4.sock", "SERIAL", "7"])
         self.assertEqual(status, NO_BENCH)
 
@@ -328,7 +328,7 @@ class WithoutAProgram(world.EndToEndTest):
             answer = json.dumps({"ok": True, "image": bytes_.hex(), "path": "x"})
             status, output, errors = self.answered(answer, "eeprom", "dump", serial, file)
             self.assertEqual((status, output), (REFUSED, ""))
-            self.assertRegex(errors, rf"\Aom-bench: the image that the bench gives is damaged: {reason}[^\n]*\n\Z")
+            self.assertRegex(errors, rf"\Aom-bench: the image from the bench is damaged: {reason}[^\n]*\n\Z")
             self.assertFalse(file.exists())
         answer = json.dumps({"ok": True, "image": image.hex(), "path": "x"})
         self.assertEqual(self.answered(answer, "eeprom", "dump", 7, file), (DONE, "", ""))
@@ -462,7 +462,7 @@ class Commands(OmBenchTest):
         with open("/dev/full", "w", encoding="ascii") as full:
             done = subprocess.run([str(world.bin_dir / "om-bench"), "--socket", str(program.control), "list"], stdout=full,
                                   stderr=subprocess.PIPE, text=True, timeout=PATIENCE * SCALE, check=False)
-        self.assertEqual((done.returncode, done.stderr), (REFUSED, "om-bench: standard output can't be written\n"))
+        self.assertEqual((done.returncode, done.stderr), (REFUSED, "om-bench: standard output cannot be written\n"))
         self.close(program)
 
     def test_cameras_are_added_removed_plugged_and_unplugged(self):
@@ -478,7 +478,7 @@ class Commands(OmBenchTest):
         self.refused("model: must be one of", "add", "", 5)
         self.refused("passwd: not a recording", "add", "TIV_P", 5, "--replay", "/etc/passwd")
         self.refused("motion: must be one of", "add", "TIV_P", 5, "--motion", "dance")
-        self.refused("none.csv: can't be read", "add", "TIV_P", 5, "--replay", "none.csv")
+        self.refused("none.csv: cannot be read", "add", "TIV_P", 5, "--replay", "none.csv")
         self.assertEqual(sorted(program.cameras()), [20000001, 20000002, 20000003])
 
         self.ask("unplug", 20000001)
@@ -672,7 +672,7 @@ class SharedSocket(OmBenchTest):
         self.assertEqual(status, REFUSED)
         self.assertIn("\"list\" has the reason", errors)
         status, output, errors = om_bench("list", control=program.control)
-        self.assertEqual(status, COMPLAINS)
+        self.assertEqual(status, PROBLEMS)
         self.assertIn("20000001", output)
         line = (f"{state}: File exists; the calibration was not stored: make the folder writable or set "
                 "OM_TIV_STATE_DIR, and store it again")
@@ -688,7 +688,7 @@ class SharedSocket(OmBenchTest):
         program = self.start(bench="{")
         wait_for("the bench answers", program.control.exists)
         status, output, errors = om_bench("list", control=program.control)
-        self.assertEqual((status, output.splitlines()[1:]), (COMPLAINS, []))
+        self.assertEqual((status, output.splitlines()[1:]), (PROBLEMS, []))
         self.assertRegex(errors, rf"\Aom-bench: the bench file was not loaded: {program.bench_file}:1: [^\n]+; correct the "
                                  r"file and start the program again\n\Z")
         self.assertEqual(program.end(), 0)

@@ -130,7 +130,7 @@ class Replay(world.EndToEndTest):
         live.wait_until("the next round", lambda r: r["gyroX[deg/s]"] < 100)
         live.stop()
         self.assertEqual(program.errors(), [
-            f"{path}: 3 rows left out, the first: line 102 holds \"oops\" in column imu_Timestamp[sec]; not recorded, "
+            f"{path}: 3 rows left out, the first: line 102 contains \"oops\" in column imu_Timestamp[sec]; not recorded, "
             "so not available: accelerometer, magnetometer, orientation, barometer, moving state, temperatures"])
         self.assertEqual(program.end(), 0)
 

@@ -78,7 +78,7 @@ class OmBench(unittest.TestCase):
     def test_a_closed_standard_output_is_an_error_and_the_bench_receives_none_of_it(self):
         for closed in ((1,), (0, 1)):
             self.assertEqual(self.asked(b'{"ok": true, "cameras": []}', *closed),
-                             (REFUSED, "om-bench: standard output can't be written\n", [b'{"command":"list"}\n']))
+                             (REFUSED, "om-bench: standard output cannot be written\n", [b'{"command":"list"}\n']))
 
     def test_the_bench_receives_no_error_line(self):
         for closed in ((2,), (0, 1, 2)):

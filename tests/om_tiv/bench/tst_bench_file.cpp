@@ -590,7 +590,7 @@ void TestBenchFile::mistakes_data()
     };
     camera("noise given twice",
            R"("errors": {"accelerationNoise": 1, "accelerometer": {"noiseDensity": 1}})",
-           "errors.accelerometer.noiseDensity: says the same as "
+           "errors.accelerometer.noiseDensity: sets the same value as "
            "cameras[0].errors.accelerationNoise: leave one of them out");
     camera("one axis too few", R"("errors": {"gyroscope": {"randomWalk": [1, 2]}})",
            "errors.gyroscope.randomWalk: must be an array of 3 numbers, not an array");
@@ -761,7 +761,7 @@ void TestBenchFile::tooManyCamerasAreRefused()
         cameras << QString("{\"model\": \"TIV\", \"serialNumber\": %1}").arg(i);
     }
     QCOMPARE(errorOf("{\"cameras\": [" + cameras.join(',') + "]}"),
-             QString("bench.json:1: cameras: holds 65 cameras, at most 64 are possible"));
+             QString("bench.json:1: cameras: has 65 cameras; at most 64 are possible"));
     cameras.removeLast();
     QCOMPARE(errorOf("{\"cameras\": [" + cameras.join(',') + "]}"), QString("no error"));
 }
@@ -785,15 +785,15 @@ void TestBenchFile::unreadableFiles_data()
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("reason");
     QTest::newRow("missing") << "none.json"
-                             << "can't be read: No such file or directory";
+                             << "cannot be read: No such file or directory";
     QTest::newRow("a folder") << "."
-                              << "can't be read: Is a directory";
+                              << "cannot be read: Is a directory";
     QTest::newRow("within a file") << "bench.json/x"
-                                   << "can't be read: Not a directory";
+                                   << "cannot be read: Not a directory";
     QTest::newRow("a FIFO that nobody writes") << "fifo"
-                                               << "can't be read: not a regular file";
+                                               << "cannot be read: not a regular file";
     QTest::newRow("a device") << "/dev/zero"
-                              << "can't be read: not a regular file";
+                              << "cannot be read: not a regular file";
 }
 
 void TestBenchFile::unreadableFiles()

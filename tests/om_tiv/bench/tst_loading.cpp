@@ -169,7 +169,7 @@ private slots:
         letGo();
         const json answer = awaitLoading();
         QCOMPARE(QString::fromStdString(answer.at("error").get<std::string>()),
-                 QStringLiteral("camera.replay: /nowhere.csv: can't be read: No such file or "
+                 QStringLiteral("camera.replay: /nowhere.csv: cannot be read: No such file or "
                                 "directory"));
         QCOMPARE(QString::fromStdString(loading().at("error").get<std::string>()),
                  QStringLiteral("no camera with serial number 20000001 on the bench"));
@@ -195,7 +195,7 @@ private slots:
             QVERIFY(add(path, 100 + i).at("ok").get<bool>());
         }
         QCOMPARE(QString::fromStdString(add(path).at("error").get<std::string>()),
-                 QStringLiteral("there are 64 cameras already, as many as are possible"));
+                 QStringLiteral("the bench is full: it has 64 cameras"));
     }
 
     void stopEndsWhatIsBeingReadAndWhatWaits()
@@ -263,7 +263,7 @@ private slots:
         QTRY_VERIFY(!theBench().problem().empty());
         QCOMPARE(theBench().problem(),
                  file + ":3: cameras[1].replay: " + m_folder->path().toStdString() +
-                     "/recording.csv: can't be read: No such file or directory");
+                     "/recording.csv: cannot be read: No such file or directory");
         QVERIFY(theBench().serialNumbers().empty());
     }
 
@@ -274,11 +274,12 @@ private slots:
         const json list = ask({{"command", "list"}});
         QVERIFY(list.at("ok").get<bool>());
         QCOMPARE(QString::fromStdString(list.at("problem").get<std::string>()),
-                 QStringLiteral("/nowhere/b.json: can't be read: No such file or directory"));
-        QCOMPARE(QString::fromStdString(list.at("complaints").at(0).get<std::string>()),
-                 QStringLiteral("the bench file was not loaded: /nowhere/b.json: can't be read: No "
-                                "such file or directory; correct the file and start the program "
-                                "again"));
+                 QStringLiteral("/nowhere/b.json: cannot be read: No such file or directory"));
+        QCOMPARE(
+            QString::fromStdString(list.at("complaints").at(0).get<std::string>()),
+            QStringLiteral("the bench file was not loaded: /nowhere/b.json: cannot be read: No "
+                           "such file or directory; correct the file and start the program "
+                           "again"));
         std::string error;
         QVERIFY(theBench().loadFile(write("b.json", R"({"cameras": []})"), error));
         QVERIFY(!ask({{"command", "list"}}).contains("problem"));

@@ -188,7 +188,7 @@ private slots:
         }
         const json one = {{"model", "TIV"}, {"serialNumber", 64}};
         QCOMPARE(ask({{"command", "add"}, {"camera", one}}).at("error").get<std::string>(),
-                 std::string("there are 64 cameras already, as many as are possible"));
+                 std::string("the bench is full: it has 64 cameras"));
         QVERIFY(ask({{"command", "remove"}, {"serialNumber", 1}}).at("ok").get<bool>());
         QVERIFY(ask({{"command", "add"}, {"camera", one}}).at("ok").get<bool>());
     }

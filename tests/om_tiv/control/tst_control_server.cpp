@@ -424,7 +424,8 @@ private slots:
         client->interrupt();
         peer.join();
         QVERIFY(!good);
-        QCOMPARE(error, std::string("the bench's answer is not what a bench answers"));
+        QCOMPARE(error, std::string("invalid answer: the program has another version, or is not a "
+                                    "bench"));
     }
 };
 

@@ -198,7 +198,7 @@ void TestRecordedFile::aMissingFileIsRefused()
     std::string error;
     const QString file = path("none.qvr");
     QVERIFY(!readRecording(file.toStdString(), recording, error));
-    QCOMPARE(QString::fromStdString(error), file + ": can't be read: No such file or directory");
+    QCOMPARE(QString::fromStdString(error), file + ": cannot be read: No such file or directory");
 }
 
 void TestRecordedFile::aFolderIsRefused()
@@ -206,7 +206,7 @@ void TestRecordedFile::aFolderIsRefused()
     Recording recording;
     std::string error;
     QVERIFY(!readRecording(m_folder.path().toStdString(), recording, error));
-    QCOMPARE(QString::fromStdString(error), m_folder.path() + ": can't be read: Is a directory");
+    QCOMPARE(QString::fromStdString(error), m_folder.path() + ": cannot be read: Is a directory");
 }
 
 void TestRecordedFile::aFifoIsRefusedAtOnce()
@@ -216,7 +216,7 @@ void TestRecordedFile::aFifoIsRefusedAtOnce()
     const QString file = path("fifo.qvr");
     QCOMPARE(::mkfifo(file.toLocal8Bit().constData(), 0600), 0);
     QVERIFY(!readRecording(file.toStdString(), recording, error));
-    QCOMPARE(QString::fromStdString(error), file + ": can't be read: not a regular file");
+    QCOMPARE(QString::fromStdString(error), file + ": cannot be read: not a regular file");
 }
 
 void TestRecordedFile::aFailedWriteLeavesTheOldFile()
@@ -224,7 +224,7 @@ void TestRecordedFile::aFailedWriteLeavesTheOldFile()
     std::string error;
     QVERIFY(!writeRecording(path("no/such/folder.qvr").toStdString(), sampleRecording(), error));
     QCOMPARE(QString::fromStdString(error),
-             path("no/such/folder.qvr") + ": can't be written: No such file or directory");
+             path("no/such/folder.qvr") + ": cannot be written: No such file or directory");
     const QString file = write(sampleRecording(3));
     const QByteArray before = contentOf(file);
     // A folder uses the temporary file's name.

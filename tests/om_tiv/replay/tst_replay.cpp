@@ -145,7 +145,7 @@ private slots:
             << QByteArray("r.csv: 1 row left out, the first: line 11 is torn");
         QTest::newRow("no number")
             << QByteArray(whole).replace("-9.806650162,0.005", "oops,0.005") << 9
-            << QByteArray("r.csv: 1 row left out, the first: line 7 holds \"oops\" "
+            << QByteArray("r.csv: 1 row left out, the first: line 7 contains \"oops\" "
                           "in column accY[m/s^2]");
         QTest::newRow("field missing")
             << whole + "999,1,2,\n"
@@ -164,14 +164,14 @@ private slots:
             << QByteArray(whole).replace("29.000000000", "inf") << 0
             << QByteArray(
                    "r.csv: nothing to play: fewer than two usable rows (10 rows left out, the "
-                   "first: line 2 holds \"inf\" in column temp_barom[C])");
+                   "first: line 2 contains \"inf\" in column temp_barom[C])");
         QTest::newRow("beyond what a sensor's number can be")
             << QByteArray(whole).replace("-9.806650162,0.005", "-1e38,0.005") << 9
-            << QByteArray("r.csv: 1 row left out, the first: line 7 holds \"-1e38\" "
+            << QByteArray("r.csv: 1 row left out, the first: line 7 contains \"-1e38\" "
                           "in column accY[m/s^2]");
-        QTest::newRow("time beyond reason")
+        QTest::newRow("time out of range")
             << whole + QByteArray(last).replace("1706711000.168456", "17067110000.168456") << 10
-            << QByteArray("r.csv: 1 row left out, the first: line 12 has a time beyond reason");
+            << QByteArray("r.csv: 1 row left out, the first: line 12 has a time out of range");
         QTest::newRow("time that hardly goes on")
             << whole + QByteArray(last).replace("1706711000.168456078", "1706711000.168456316")
             << 10
@@ -179,9 +179,10 @@ private slots:
                           "before it");
         QTest::newRow("control characters in the header")
             << QByteArray("idx,a\x1b[2J\rb,\n1,x,\n2,2,\n3,3,\n") << 2
-            << QByteArray("r.csv: 1 row left out, the first: line 2 holds \"x\" in column a?[2J?b; "
-                          "not recorded, so not available: accelerometer, gyroscope, magnetometer, "
-                          "orientation, barometer, moving state, temperatures");
+            << QByteArray(
+                   "r.csv: 1 row left out, the first: line 2 contains \"x\" in column a?[2J?b; "
+                   "not recorded, so not available: accelerometer, gyroscope, magnetometer, "
+                   "orientation, barometer, moving state, temperatures");
         QTest::newRow("empty") << QByteArray() << 0
                                << QByteArray(
                                       "r.csv: not a recording: the first line does not begin with "
@@ -716,7 +717,7 @@ private slots:
             "{\"cameras\": [{\"model\": \"TIV_P\", \"serialNumber\": 20000001,\n"
             " \"replay\": \"/nowhere.csv\"}]}";
         QVERIFY(!readBenchText(text, "b.json", description, error));
-        QVERIFY2(error.rfind("b.json:2: cameras[0].replay: /nowhere.csv: can't be read", 0) == 0,
+        QVERIFY2(error.rfind("b.json:2: cameras[0].replay: /nowhere.csv: cannot be read", 0) == 0,
                  error.c_str());
     }
 
@@ -725,11 +726,11 @@ private slots:
         QTest::addColumn<QString>("place");
         QTest::addColumn<QString>("reason");
         QTest::newRow("device") << "/dev/zero"
-                                << "can't be read: ";
+                                << "cannot be read: ";
         QTest::newRow("pipe") << "pipe"
-                              << "can't be read: ";
+                              << "cannot be read: ";
         QTest::newRow("folder") << "."
-                                << "can't be read: Is a directory";
+                                << "cannot be read: Is a directory";
         QTest::newRow("huge file") << "huge"
                                    << "larger than a recording may be (512 MiB)";
     }

@@ -359,7 +359,7 @@ void TestGenerate::existingFileStaysAsItIs()
     m_path = m_folder.filePath("missing/out.csv").toStdString();
     QVERIFY(!generate(CameraConfig(), 1.0, error));
     QCOMPARE(QString::fromStdString(error),
-             QString::fromStdString(m_path) + ": can't be written: No such file or directory");
+             QString::fromStdString(m_path) + ": cannot be written: No such file or directory");
     m_path.clear();
 }
 
@@ -381,7 +381,7 @@ void TestGenerate::fullDiskLeavesNoFile()
     QVERIFY(!done);
     QCOMPARE(QString::fromStdString(error),
              QString::fromStdString(m_path) +
-                 ": can't be written: File too large; the file was removed");
+                 ": cannot be written: File too large; the file was removed");
     QVERIFY(!QFile::exists(QString::fromStdString(m_path)));
 }
 

@@ -1052,7 +1052,7 @@ private slots:
         theBench().startLoading("/nowhere/bench.json");
         QTRY_VERIFY(complaints->isVisible());
         const QString text = complaints->text().remove(QChar(0x200b));
-        QCOMPARE(text, QStringLiteral("the bench file was not loaded: /nowhere/bench.json: can't "
+        QCOMPARE(text, QStringLiteral("the bench file was not loaded: /nowhere/bench.json: cannot "
                                       "be read: No such file or directory; correct the file and "
                                       "start the program again"));
         layOutBench();
