@@ -149,8 +149,6 @@ std::vector<std::uint8_t> TestCudaHost::contentOf(GLuint texture, int width, int
     return bytes;
 }
 
-// ---- Contexts -----------------------------------------------------------------------------------
-
 void TestCudaHost::currentContextBelongsToTheThread()
 {
     CUcontext primary = nullptr;
@@ -217,8 +215,6 @@ void TestCudaHost::runtimeCallBindsThePrimaryContext()
     cuDevicePrimaryCtxRelease(0);
 }
 
-// ---- Errors -------------------------------------------------------------------------------------
-
 void TestCudaHost::lastErrorSticksUntilItIsRead()
 {
     QCOMPARE(cudaMalloc(nullptr, 16), cudaErrorInvalidValue);
@@ -274,8 +270,6 @@ void TestCudaHost::errorsHaveNames()
     QFETCH(QString, name);
     QCOMPARE(QString(cudaGetErrorName(static_cast<cudaError_t>(error))), name);
 }
-
-// ---- Memory -------------------------------------------------------------------------------------
 
 void TestCudaHost::budgetLimitsAllBlocksTogether()
 {
@@ -372,8 +366,6 @@ void TestCudaHost::freeKnowsOnlyItsBlocks()
     QCOMPARE(cudaFree(pointer), cudaSuccess);
     QCOMPARE(cudaFree(pointer), cudaErrorInvalidValue);
 }
-
-// ---- Copies -------------------------------------------------------------------------------------
 
 void TestCudaHost::copyChecksBothSides_data()
 {
@@ -502,8 +494,6 @@ void TestCudaHost::memsetStaysInItsBlock()
     QCOMPARE(cudaMemset(nullptr, 0, 0), cudaSuccess);
 }
 
-// ---- Planned failures ---------------------------------------------------------------------------
-
 void TestCudaHost::plannedFailuresComeOnceAndInOrder()
 {
     cuda_host::failNext("cudaMalloc", cudaErrorMemoryAllocation);
@@ -572,8 +562,6 @@ void TestCudaHost::threadsAllocateAndCopySideBySide()
     }
     QCOMPARE(good, (std::array<bool, 4>{true, true, true, true}));
 }
-
-// ---- Textures -----------------------------------------------------------------------------------
 
 void TestCudaHost::unmapUploadsTheTexture()
 {

@@ -32,7 +32,7 @@ class BenchWindow:
         screen.xdotool("windowsize", window, width, height, "windowmove", window, x, y, "windowraise", window)
         wait_for("the window at its place", lambda: screen.window(self.process.pid, TITLE) == area)
 
-    # ---- Places, on the screen ------------------------------------------------------------------
+    # Places, on the screen.
 
     @property
     def stage(self):
@@ -60,7 +60,7 @@ class BenchWindow:
     def is_connected(self):
         return screen.Picture.take().share(self.link, screen.LIME) > 0.005
 
-    # ---- The mouse ------------------------------------------------------------------------------
+    # The mouse.
 
     def drag(self, points, step=STEADY, throw=False, before_release=None):
         """Along points in radii from the ball's centre, y up; a throw releases in motion. The window may be behind the
@@ -78,7 +78,7 @@ class BenchWindow:
             before_release()
         screen.xdotool("mouseup", 1)
 
-    # ---- The panel ------------------------------------------------------------------------------
+    # The panel.
 
     # Middles of what is on it below the window's upper edge, while it is not scrolled.
     SLIDERS = {"temperature": 250, "disturbance": 299, "strength": 386, "inclination": 435, "declination": 484}

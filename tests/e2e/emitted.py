@@ -39,9 +39,8 @@ def ulps(a, b):
     return abs(key(a) - key(b))
 
 
-# ---- Rotations: quaternions w, x, y, z ------------------------------------------------------------
-
 def product(a, b):
+    """Of two rotations; all quaternions are w, x, y, z."""
     return (a[0] * b[0] - a[1] * b[1] - a[2] * b[2] - a[3] * b[3],
             a[0] * b[1] + a[1] * b[0] + a[2] * b[3] - a[3] * b[2],
             a[0] * b[2] - a[1] * b[3] + a[2] * b[0] + a[3] * b[1],
@@ -96,8 +95,6 @@ def heading_pose(heading, pitch, roll):
     return product(product(about((0, 1, 0), -h), about((1, 0, 0), p)), about((0, 0, 1), -r))
 
 
-# ---- The camera -----------------------------------------------------------------------------------
-
 class Camera:
     """A camera of the bench with sensor errors of the default size.
 
@@ -125,7 +122,7 @@ class Camera:
     def noise(self, channel, number, deviation):
         return tuple(deviation * self.gaussian(channel + i, number) for i in range(3))
 
-    # ---- Times ----
+    # Times.
 
     def offset(self, stream, number):
         """Of a sample from the moment of plugging in, ns."""
@@ -167,7 +164,7 @@ class Camera:
         raise AssertionError(f"no moment of plugging in explains the times of the {len(stamps)} rows as those of "
                              f"the samples that the camera emits; the best one explains the first {best}")
 
-    # ---- Values, in double precision ----
+    # Values, in double precision.
 
     def pose(self, time):
         return self.rest if self.rest else tumble((time - self.start + self.delay) * 1e-9)

@@ -32,8 +32,6 @@ def name_parts(path):
     return match.groups()
 
 
-# ---- The button -----------------------------------------------------------------------------------
-
 def is_pressed(picture=None):
     """Whether the button is pressed, which is red."""
     x, y, width, height = CONTROLS["record"]
@@ -75,8 +73,6 @@ def wait_for_rows(path, more):
     before = path.read_bytes().count(b"\n")
     wait_for(f"{more} more rows", lambda: path.read_bytes().count(b"\n") >= before + more)
 
-
-# ---- The options ----------------------------------------------------------------------------------
 
 def open_options(program):
     """Opens the dialog and returns its corner; every control of it must be at its place."""

@@ -99,7 +99,7 @@ class Recording:
                     assert values[i] > values[i - 1] or (not strict and values[i] == values[i - 1]), \
                         f"{self.path.name}: {name} goes from {values[i - 1]} to {values[i]} at row {i}"
 
-    # ---- Against the camera -------------------------------------------------------------------
+    # Against the camera.
 
     def check_emitted(self, camera, most_numbers):
         """Every field of every row is what the camera emitted for the sample of the row's time."""

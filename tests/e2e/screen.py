@@ -232,8 +232,6 @@ def misplaced_options(picture, corner):
     return _misplaced(picture, OPTIONS, OPTION_LANDMARKS, corner)
 
 
-# ---- Mouse and windows ------------------------------------------------------------------------------
-
 def xdotool(*arguments):
     return subprocess.run(["xdotool", *map(str, arguments)], capture_output=True, text=True, check=True).stdout
 

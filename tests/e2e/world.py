@@ -71,7 +71,7 @@ class Program:
             self.process = subprocess.Popen([*wrapper, str(bin_dir / "gravimon"), *arguments], env=self.environment,
                                             cwd=self.home, stdin=subprocess.DEVNULL, stdout=stderr, stderr=stderr)
 
-    # ---- The process --------------------------------------------------------------------------
+    # The process.
 
     @property
     def pid(self):
@@ -129,7 +129,7 @@ class Program:
         """A path as the process sees it, which may have mounts of its own."""
         return pathlib.Path(f"/proc/{self.pid}/root{path}")
 
-    # ---- The bench ----------------------------------------------------------------------------
+    # The bench.
 
     def om_bench(self, *arguments):
         """The answer of om-bench as an object, also of a bench that complains; a refusal raises."""

@@ -218,8 +218,6 @@ void TestOgl2dWidget::cleanup()
     QCOMPARE(cudaGetLastError(), cudaSuccess);
 }
 
-// ---- Construction -------------------------------------------------------------------------------
-
 void TestOgl2dWidget::startsWithoutAnImage()
 {
     const View view;
@@ -267,8 +265,6 @@ void TestOgl2dWidget::signalAndSlots()
     }
     QCOMPARE(methods, (QStringList{"init(bool)", "InitGLProcess(int,int,int)", "Ingest()"}));
 }
-
-// ---- Size ---------------------------------------------------------------------------------------
 
 void TestOgl2dWidget::firstResizeWithoutAParentOnlyRecordsTheSize()
 {
@@ -319,8 +315,6 @@ void TestOgl2dWidget::resizeBeforeAnImageLeavesTheViewport()
     view.resizeGL(500, 100);
     QCOMPARE(view.viewport(), QRect(0, 0, 300, 200));
 }
-
-// ---- Initialising -------------------------------------------------------------------------------
 
 void TestOgl2dWidget::initMakesABlackTransparentTexture()
 {
@@ -446,8 +440,6 @@ void TestOgl2dWidget::shaderProgramLinks()
                         "    vec4 colout =vec4(colin.b,colin.g,colin.r,colin.a);\n     "
                         "gl_FragColor =colout;\n}\n"));
 }
-
-// ---- Pictures -----------------------------------------------------------------------------------
 
 void TestOgl2dWidget::paintsBlackUntilThereIsAnImage()
 {
@@ -696,8 +688,6 @@ void TestOgl2dWidget::pictureStaysUntilTheNextIngest()
     QCOMPARE(view.picture(), before);
 }
 
-// ---- Stopping -----------------------------------------------------------------------------------
-
 void TestOgl2dWidget::stopDrawClearsWithTheFormerColour()
 {
     View view;
@@ -813,8 +803,6 @@ void TestOgl2dWidget::registrationsAreNeverTakenBack()
 #endif
 }
 
-// ---- Mouse --------------------------------------------------------------------------------------
-
 void TestOgl2dWidget::leftClickStoresFractionsOfTheWidget_data()
 {
     QTest::addColumn<QPointF>("at");
@@ -895,8 +883,6 @@ void TestOgl2dWidget::releaseStaysInTheView()
     QApplication::sendEvent(&view, &event);
     QVERIFY(event.isAccepted()); // the base class would have passed it on
 }
-
-// ---- Failures -----------------------------------------------------------------------------------
 
 void TestOgl2dWidget::failedRegistrationPrintsItsName()
 {

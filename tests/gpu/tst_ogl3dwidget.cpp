@@ -218,8 +218,6 @@ SceneView& TestOgl3dWidget::freshScene(int model)
     return *m_shownView;
 }
 
-// ---- Construction -------------------------------------------------------------------------------
-
 void TestOgl3dWidget::startsWithoutAScene()
 {
     const SceneView view;
@@ -260,8 +258,6 @@ void TestOgl3dWidget::slotsComeInTheirOrderAndThereAreNoSignals()
                           "setCameraModelOr(om::Orientation)", "setCameraModelTr(om::Transform)",
                           "setAccStrenght(float,float,float)"}));
 }
-
-// ---- Without a scene ----------------------------------------------------------------------------
 
 void TestOgl3dWidget::paintWithoutASceneShowsBackgroundAndBorder()
 {
@@ -328,8 +324,6 @@ void TestOgl3dWidget::sceneOfAHiddenViewIsHarmless()
     view.InitProcess();
     QVERIFY(view.shaderProgram != nullptr);
 }
-
-// ---- The scene ----------------------------------------------------------------------------------
 
 void TestOgl3dWidget::initProcessBuildsTheScene()
 {
@@ -739,8 +733,6 @@ void TestOgl3dWidget::destructorDeletesInOrderAndMakesNoContextCurrent()
     QCOMPARE(deleted, (QStringList{"program", "model", "floor", "axes", "acceleration"}));
 }
 
-// ---- Mouse, wheel, keys -------------------------------------------------------------------------
-
 void TestOgl3dWidget::viewerFollowsTheInput_data()
 {
     QTest::addColumn<int>("index");
@@ -898,8 +890,6 @@ void TestOgl3dWidget::inputDoesNotRepaint()
     QTRY_VERIFY(view.paints > before);
 }
 
-// ---- Painting -----------------------------------------------------------------------------------
-
 void TestOgl3dWidget::verticalFieldOfViewFollowsTheHorizontalOne()
 {
     SceneView& view = freshScene(2);
@@ -979,8 +969,6 @@ void TestOgl3dWidget::accelerationThatIsNotANumberIsHarmless()
     view.makeCurrent();
     QCOMPARE(glGetError(), GLenum{GL_NO_ERROR});
 }
-
-// ---- Kept ready ---------------------------------------------------------------------------------
 
 void TestOgl3dWidget::rampIsDarkestInTheMiddle_data()
 {

@@ -147,8 +147,6 @@ std::vector<float> TestSimple3dObject::floatsIn(GLuint buffer)
     return values;
 }
 
-// ---- Vertices -----------------------------------------------------------------------------------
-
 void TestSimple3dObject::pointBringsItsColourAndTheNextIndex()
 {
     Object object;
@@ -175,8 +173,6 @@ void TestSimple3dObject::drawsTrianglesAtFirst()
 {
     QCOMPARE(Object().drawingType, GLenum{GL_TRIANGLES});
 }
-
-// ---- The GPU's copy -----------------------------------------------------------------------------
 
 void TestSimple3dObject::pushUploadsVerticesColoursAndIndices()
 {
@@ -360,8 +356,6 @@ void TestSimple3dObject::objectMadeWithoutAContextNeverDraws()
     object.reset();
 }
 
-// ---- Position and rotation ----------------------------------------------------------------------
-
 void TestSimple3dObject::translateAddsAndSetPositionReplaces()
 {
     Simple3DObject object(om::Translation(1, 2, 3), false);
@@ -418,8 +412,6 @@ void TestSimple3dObject::setRTTakesBoth()
                      static_cast<double>(expected(i / 4, i % 4))));
     }
 }
-
-// ---- The dynamic axes ---------------------------------------------------------------------------
 
 void TestSimple3dObject::dynAxisLinesPointAgainstTheirInput()
 {

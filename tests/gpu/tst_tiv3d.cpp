@@ -151,8 +151,6 @@ private slots:
     void fillTivWithNoTriangleAddsNothing();
 };
 
-// ---- The first model and the later ones ---------------------------------------------------------
-
 void TestTiv3d::firstModelHoldsItsTables()
 {
     QCOMPARE(pointsOf(TIV_obj::vertices).size(), std::size_t{56});
@@ -270,8 +268,6 @@ void TestTiv3d::firstModelHasNoDegenerateTriangle()
         }
     }
 }
-
-// ---- The small model ----------------------------------------------------------------------------
 
 void TestTiv3d::smallModelTables_data()
 {
@@ -493,8 +489,6 @@ void TestTiv3d::lensesCloseTheirBarrelsAndRingsLieAroundThem()
         QVERIFY(r < 0.0096);
     }
 }
-
-// ---- fillTIV ------------------------------------------------------------------------------------
 
 void TestTiv3d::fillTivExpandsTrianglesInTableOrder()
 {

@@ -154,7 +154,7 @@ private slots:
     }
     void cleanup() { m_viewer.reset(); }
 
-    // ---- Selection ----------------------------------------------------------------------------
+    // Selection.
 
     void buttonSelectsItsSensor_data()
     {
@@ -341,7 +341,7 @@ private slots:
         QCOMPARE(m_viewer->probe.currentSensor, QString());
     }
 
-    // ---- The time range -----------------------------------------------------------------------
+    // The time range.
 
     void timeRangeFollowsTheComboBox_data()
     {
@@ -418,7 +418,7 @@ private slots:
         QCOMPARE(probe.chartY0.size(), 2600);
     }
 
-    // ---- Clearing -----------------------------------------------------------------------------
+    // Clearing.
 
     void initChartsEmptiesSeriesAndCurves()
     {
@@ -481,7 +481,7 @@ private slots:
         QVERIFY(!hasInk());
     }
 
-    // ---- Updates ------------------------------------------------------------------------------
+    // Updates.
 
     void noSampleLeavesTheTimerRunning()
     {

@@ -66,8 +66,6 @@ void TestBench::openCamera()
     QCOMPARE(m_camera->open(parametersFor()), ERROR_CODE::SUCCESS);
 }
 
-// ---- The bench ----------------------------------------------------------------------------------
-
 void TestBench::theDefaultBenchHasThreeCameras()
 {
     m_bench.loadDefault();
@@ -210,8 +208,6 @@ void TestBench::calibrationsOutliveTheCamera()
     QVERIFY(m_bench.calibration(cameraSerial).scale == calibration.scale);
 }
 
-// ---- The log of calls ---------------------------------------------------------------------------
-
 void TestBench::openIsLoggedWithItsParameters()
 {
     m_bench.addCamera(idealCamera());
@@ -312,8 +308,6 @@ void TestBench::callsKnowTheirThreadAndTime()
     QVERIFY(call->thread == id);
     QCOMPARE(call->time, startTime + 7 * nsPerS);
 }
-
-// ---- Hooks --------------------------------------------------------------------------------------
 
 void TestBench::theOpenHookRunsWithinTheOpen()
 {

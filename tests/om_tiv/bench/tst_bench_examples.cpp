@@ -167,8 +167,6 @@ std::pair<double, double> TestBenchExamples::levelTurn(Link& link, unsigned int 
     return {raw, calibrated};
 }
 
-// ---- The laboratory -----------------------------------------------------------------------------
-
 void TestBenchExamples::laboratoryHasOneOfEachModelAndOfEachMotion()
 {
     load("laboratory.json");
@@ -252,8 +250,6 @@ void TestBenchExamples::laboratoryMovesAsItsTextSays()
     }
     QVERIFY(std::abs(pressures[0] - pressures[1] - 22.0) < 1.5);
 }
-
-// ---- The faulty camera --------------------------------------------------------------------------
 
 void TestBenchExamples::faultyCameraIsRefusedTenTimesAndThenOpens()
 {
@@ -339,8 +335,6 @@ void TestBenchExamples::faultyCamerasCompanyIsOldOrCantBeCalibrated()
     QVERIFY(link.openIt(30000203) != 0);
 }
 
-// ---- The magnetic mess --------------------------------------------------------------------------
-
 void TestBenchExamples::messAlongTheAxesIsCorrected()
 {
     load("magnetic-mess.json");
@@ -394,8 +388,6 @@ void TestBenchExamples::messOfAMagnetIsBeyondTheSensor()
     const int state = link.getIMUPose(6).headingState;
     QVERIFY2(state == NOT_GOOD || state == NOT_CALIBRATED, qPrintable(QString::number(state)));
 }
-
-// ---- The IMUs -----------------------------------------------------------------------------------
 
 void TestBenchExamples::imusAreAsGoodAsTheirTextSays_data()
 {

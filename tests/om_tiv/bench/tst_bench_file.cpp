@@ -856,8 +856,6 @@ void TestBenchFile::aMistakeLeavesAnEmptyBench()
     QVERIFY(bench.serialNumbers().empty());
 }
 
-// ---- Processes of their own ---------------------------------------------------------------------
-
 /// The serial numbers that a new process lists with the bench file in its environment.
 QByteArray TestBenchFile::listInAProcess(const QString& benchFile, QByteArray* errors)
 {

@@ -114,7 +114,7 @@ private slots:
         m_server.reset();
     }
 
-    // ---- What is served -------------------------------------------------------------------------
+    // What is served.
 
     void lineOfSixtyFourKibibytesIsServedAndNoLongerOne_data()
     {
@@ -140,7 +140,7 @@ private slots:
         QCOMPARE(isAnswered(client.get()), served);
     }
 
-    // ---- The socket's file ----------------------------------------------------------------------
+    // The socket's file.
 
     void fileIsTheUsersAloneWithoutAChangeOfTheUmask()
     {
@@ -248,7 +248,7 @@ private slots:
         QVERIFY(QFile::exists(QString::fromStdString(m_path)));
     }
 
-    // ---- Slots ----------------------------------------------------------------------------------
+    // Slots.
 
     void halfOpenClientsGiveTheirSlotsBack_data()
     {
@@ -308,7 +308,7 @@ private slots:
         QVERIFY(isAnswered(good.get()));
     }
 
-    // ---- Descriptors ----------------------------------------------------------------------------
+    // Descriptors.
 
     void withoutADescriptorTheServerDoesNotTryAgainAtOnce()
     {
@@ -354,7 +354,7 @@ private slots:
         QVERIFY(isAnswered(second.get()));
     }
 
-    // ---- The client's side ----------------------------------------------------------------------
+    // The client's side.
 
     void benchOfAnotherUserIsNotSpokenTo()
     {

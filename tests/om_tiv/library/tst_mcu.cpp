@@ -36,7 +36,7 @@ class McuTest : public Fixture
 private slots:
     void init() { prepare(); }
 
-    // ---- Records ------------------------------------------------------------------------------
+    // Records.
 
     void recordsHaveTheirByteOffsets()
     {
@@ -73,7 +73,7 @@ private slots:
         QCOMPARE(offsetOf(&calib, &calib.offset), 13);
     }
 
-    // ---- Opening ------------------------------------------------------------------------------
+    // Opening.
 
     void linkOpensAndCloses()
     {
@@ -197,7 +197,7 @@ private slots:
                  0);
     }
 
-    // ---- EEPROM -------------------------------------------------------------------------------
+    // EEPROM.
 
     void cameraThatWasNeverCalibratedHoldsTheNeutralRecord()
     {
@@ -367,7 +367,7 @@ private slots:
         QCOMPARE(int(link.getIMUReaderData().linkValid), 1);
     }
 
-    // ---- Log ----------------------------------------------------------------------------------
+    // Log.
 
     void callsAreLoggedWithTheirArguments()
     {

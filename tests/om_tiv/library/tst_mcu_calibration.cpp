@@ -154,7 +154,7 @@ private:
 private slots:
     void cleanup() { m_link.reset(); }
 
-    // ---- The calibration that a user makes ----------------------------------------------------
+    // The calibration that a user makes.
 
     void fittedCalibrationReadsGoodAndPointsNorth()
     {
@@ -369,7 +369,7 @@ private slots:
         QCOMPARE(int(m_link->getIMUPose(6).headingState), 0);
     }
 
-    // ---- Axes and signs -----------------------------------------------------------------------
+    // Axes and signs.
 
     // A field of 50 uT with a dip of 60 degrees, so 25 uT to magnetic north and 43.3 uT down,
     // without errors: the reading of each axis can be computed by hand.
@@ -465,7 +465,7 @@ private slots:
         }
     }
 
-    // ---- The same calibration for om::Camera --------------------------------------------------
+    // The same calibration for om::Camera.
 
     void storedCalibrationReachesTheCamerasField()
     {

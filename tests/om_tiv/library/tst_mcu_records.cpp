@@ -21,7 +21,7 @@ class McuRecordsTest : public Fixture
 private slots:
     void init() { prepare(); }
 
-    // ---- Capture ------------------------------------------------------------------------------
+    // Capture.
 
     /// The microcontroller is not involved: only the link determines whether capture runs.
     void captureRunsOnASilentMicrocontrollerToo()
@@ -44,7 +44,7 @@ private slots:
         QVERIFY(!link.captureRunning);
     }
 
-    // ---- Reader records -----------------------------------------------------------------------
+    // Reader records.
 
     void readerRecordIsInvalidWithoutAStream_data()
     {
@@ -411,7 +411,7 @@ private slots:
         QCOMPARE(float(link.getIMUPose(6).magUncalibrated[2]), -2048.0F);
     }
 
-    // ---- Pose records -------------------------------------------------------------------------
+    // Pose records.
 
     void poseNeedsTheFusion_data()
     {
@@ -506,7 +506,7 @@ private slots:
         QVERIFY(std::abs(east - 1.5707963F) < 1e-6F);
     }
 
-    // ---- Scripts ------------------------------------------------------------------------------
+    // Scripts.
 
     void scriptedReaderRecordsComeInOrderOnePerCall()
     {

@@ -301,7 +301,7 @@ private slots:
         theBench().reset();
     }
 
-    // ---- Arithmetic ---------------------------------------------------------------------------
+    // Arithmetic.
 
     void attitudeIsTheInverseOfFromHeading_data()
     {
@@ -422,7 +422,7 @@ private slots:
                                  json::exception);
     }
 
-    // ---- Finding the program ------------------------------------------------------------------
+    // Finding the program.
 
     void withoutAProgramItSaysSoAndConnectsWhenOneStarts()
     {
@@ -501,7 +501,7 @@ private slots:
         }
     }
 
-    // ---- Turning ------------------------------------------------------------------------------
+    // Turning.
 
     void dragTurnsTheCameraAsThePointerGoes()
     {
@@ -710,7 +710,7 @@ private slots:
         QVERIFY(!m_gaveUp);
     }
 
-    // ---- Painting -----------------------------------------------------------------------------
+    // Painting.
 
     void turningBodyIsPaintedAtThePaceOfTheFrames()
     {
@@ -1013,7 +1013,7 @@ private slots:
         QVERIFY2(BodyPainter::brush(Qt::red).color().rgba64().alpha() < 0xffff, "the slow way");
     }
 
-    // ---- Switches and sliders -----------------------------------------------------------------
+    // Switches and sliders.
 
     void plugSwitchPlugsAndUnplugs()
     {
@@ -1217,7 +1217,7 @@ private slots:
         QCOMPARE(slider->value(), 96);
     }
 
-    // ---- The bench's cameras ------------------------------------------------------------------
+    // The bench's cameras.
 
     void camerasComeAndGo()
     {
