@@ -10,6 +10,8 @@ import sys
 import tempfile
 import unittest
 
+import own_git  # noqa: F401  pylint: disable=unused-import
+
 source = pathlib.Path(sys.argv[1])
 NAMES = ("setup", "cmake", "ninja", "clang-tidy", "cppcheck")
 

@@ -15,6 +15,8 @@ import sys
 import tempfile
 import unittest
 
+import own_git  # noqa: F401  pylint: disable=unused-import
+
 root = pathlib.Path(sys.argv.pop(1))
 sys.dont_write_bytecode = True
 loader = importlib.machinery.SourceFileLoader("mutate", str(root / "tools" / "mutate"))

@@ -20,6 +20,8 @@ import tempfile
 import unittest
 import unittest.mock
 
+import own_git  # noqa: F401  pylint: disable=unused-import
+
 root = pathlib.Path(sys.argv.pop(1))
 sys.dont_write_bytecode = True
 loader = importlib.machinery.SourceFileLoader("repeat_tests", str(root / "tools" / "repeat-tests"))

@@ -7,6 +7,8 @@ import sys
 import tempfile
 import unittest
 
+import own_git  # noqa: F401  pylint: disable=unused-import
+
 source = pathlib.Path(sys.argv[1])
 cmake = sys.argv[2]
 FALLBACK = "7.8.9"
