@@ -1,0 +1,56 @@
+"""tests/support/run-test: what a test takes over from its caller, and what it does not.
+
+    python3 tests/tools/test_run_test.py PROJECT_FOLDER
+"""
+
+import os
+import pathlib
+import signal
+import subprocess
+import sys
+import unittest
+
+root = pathlib.Path(sys.argv.pop(1))
+LIMIT = 60  # s
+
+
+def run(*words, **keywords):
+    return subprocess.run([root / "tests/support/run-test", *words], check=False, capture_output=True, text=True,
+                          timeout=LIMIT, **keywords)
+
+
+class RunTest(unittest.TestCase):
+
+    def test_exit_status_is_that_of_the_test(self):
+        self.assertEqual(run("sh", "-c", "exit 7").returncode, 7)
+
+    def test_signals_that_the_caller_ignores_are_not_ignored(self):
+        def ignore():
+            for number in (signal.SIGHUP, signal.SIGINT, signal.SIGQUIT, signal.SIGTERM, signal.SIGPIPE):
+                signal.signal(number, signal.SIG_IGN)
+
+        done = run("grep", "SigIgn", "/proc/self/status", preexec_fn=ignore, restore_signals=False)
+        self.assertEqual((done.stdout, done.stderr), ("SigIgn:\t0000000000000000\n", ""))
+
+    def test_settings_of_the_callers_desktop_do_not_reach_the_test(self):
+        names = ("QT_SCALE_FACTOR", "QT_FONT_DPI", "QT_IM_MODULE", "LANGUAGE", "TZ", "XDG_DATA_HOME", "OM_TIV_BENCH")
+        done = run("env", env={**os.environ, **dict.fromkeys(names, "2"), "LATE_THREADS_SEED": "1"})
+        variables = dict(line.split("=", 1) for line in done.stdout.splitlines())
+        self.assertEqual(variables["LATE_THREADS_SEED"], "1")  # CTest's own variables come through
+        for name in names:
+            self.assertNotIn(name, variables)
+
+    def test_home_and_modes_of_files_are_the_tests_own(self):
+        done = run("sh", "-c", "umask; echo $HOME", umask=0o777)
+        mask, home = done.stdout.splitlines()
+        self.assertEqual((mask, done.stderr), ("0022", ""))
+        self.assertNotEqual(home, os.environ.get("HOME"))
+        self.assertFalse(os.path.exists(home))  # gone with the test
+
+    def test_descriptor_0_is_open(self):
+        done = run("sh", "-c", "readlink /proc/self/fd/0", preexec_fn=lambda: os.close(0))
+        self.assertEqual((done.stdout, done.stderr), ("/dev/null\n", ""))
+
+
+if __name__ == "__main__":
+    unittest.main()
