@@ -351,7 +351,7 @@ class Mcap(Case):
         self.assertGreater(content["chunks"], 1)
         self.assertEqual([len(content["of"][f"/camera/{topic}"]) for topic in ("imu", "magnetic_field", "pressure")],
                          [len(expected.imu), len(expected.magnetic), len(expected.barometer)])
-        for (stamp, data), (wanted, row) in zip(content["of"]["/camera/imu"], expected.imu):
+        for number, ((stamp, data), (wanted, row)) in enumerate(zip(content["of"]["/camera/imu"], expected.imu)):
             self.assertEqual(stamp, wanted)
             at = self.fields(stamp, data, frame)
             values = doubles(data, at, 37)
@@ -359,8 +359,9 @@ class Mcap(Case):
             self.assertEqual(values[4:13] + values[16:25] + values[28:37], (0.0,) * 27)
             self.close(values[13:16], to_robot_texts(row[7:10]), math.pi / 180)
             self.close(values[25:28], to_robot_texts(row[4:7]), 1.0)
-        numpy.testing.assert_allclose(matrix(values[:4]), WORLD @ rotation([float(t) for t in row[13:16]]) @ BODY.T,
-                                      atol=1e-12)
+            if number % 97 == 0:
+                numpy.testing.assert_allclose(matrix(values[:4]),
+                                              WORLD @ rotation([float(t) for t in row[13:16]]) @ BODY.T, atol=1e-12)
         for (stamp, data), (wanted, row) in zip(content["of"]["/camera/magnetic_field"], expected.magnetic):
             self.assertEqual(stamp, wanted)
             values = doubles(data, self.fields(stamp, data, frame), 12)
