@@ -453,7 +453,7 @@ void TestInputThreadFile::rateOfAFileIsNotLimited()
 
 void TestInputThreadFile::framesFollowAtTheirRecordedPace()
 {
-    constexpr Nanoseconds frameGap = 40 * om::bench::nsPerMs;
+    constexpr Nanoseconds frameGap = 400 * om::bench::nsPerMs; // not all are late on a busy machine
     std::vector<Nanoseconds> times;
     times.reserve(8);
     for (Nanoseconds frame = 0; frame < 8; ++frame) {
@@ -471,7 +471,7 @@ void TestInputThreadFile::framesFollowAtTheirRecordedPace()
         QCOMPARE(file.input->lastPlaybackTime, std::uint64_t(first + pass * frameGap));
     }
     // From the first frame's timer to the last one's at least the four gaps have passed.
-    QVERIFY(real.msecsTo(file.input->playbackTimer) >= 159);
+    QVERIFY(real.msecsTo(file.input->playbackTimer) >= 1599);
     QVERIFY(pauses.count() > 0);
 }
 
