@@ -101,7 +101,7 @@ class FullDisk(world.EndToEndTest):
     def test_recording_goes_on_in_silence_and_no_row_is_lost(self):
         words = mounting()
         if words is None:
-            self.skipTest("SKIPPED: no small disk can be mounted here (neither as root nor in a user namespace)")
+            self.skipTest("no small disk can be mounted here (neither as root nor in a user namespace)")
         folder = os.path.join(os.environ["HOME"], "small-disk")
         os.makedirs(folder, exist_ok=True)
         mount = 'mount -t tmpfs -o size=1m none "$0" && exec "$@"'
@@ -144,7 +144,7 @@ class FileSizeLimit(world.EndToEndTest):
         path = control.start_recording(program)
         control.wait_for_rows(path, 20)
         _, most = resource.prlimit(program.pid, resource.RLIMIT_FSIZE)
-        limit = path.stat().st_size + 20000
+        limit = path.stat().st_size + 400000  # some seconds of rows: the file must not pass it before it is set
         resource.prlimit(program.pid, resource.RLIMIT_FSIZE, (limit, most))
         wait_for("the reached limit", lambda: path.stat().st_size == limit)
         program.wait_for_samples(TIV_Q, 400)

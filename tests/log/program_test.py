@@ -166,11 +166,11 @@ class Record(Case):
             self.assertTrue(self.rows())
 
     def shown_on_a_terminal(self, columns):
-        """What a recording of two seconds writes to a terminal of this width."""
+        """What a recording of four seconds writes to a terminal of this width."""
         control, terminal = pty.openpty()
         self.addCleanup(os.close, control)
         fcntl.ioctl(terminal, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
-        program = subprocess.Popen([PROGRAM, "record", str(self.file), "--seconds", "2"], stdout=terminal, env=ENVIRONMENT)
+        program = subprocess.Popen([PROGRAM, "record", str(self.file), "--seconds", "4"], stdout=terminal, env=ENVIRONMENT)
         self.addCleanup(program.kill)
         os.close(terminal)
         shown = b""
@@ -240,10 +240,10 @@ class Record(Case):
 
     def test_a_camera_that_plays_a_recording_is_recorded(self):
         played = self.folder / "played.csv"
-        run("record", played, "--seconds", 1)
+        run("record", played, "--seconds", 3)
         bench = self.bench({"model": "TIV_Q", "serialNumber": 1, "replay": str(played)}, {"model": "TIV_P", "serialNumber": 2})
         for serial in (1, 2):
-            done = run("record", self.file, "--serial", serial, "--seconds", 0.3, OM_TIV_BENCH=bench)
+            done = run("record", self.file, "--serial", serial, "--seconds", 1.5, OM_TIV_BENCH=bench)
             self.assertIn(done.returncode, (DONE, INCOMPLETE), done.stderr)
             self.assertEqual(self.summary(done.stdout)[0], len(self.rows()))
             self.file.unlink()
