@@ -362,6 +362,7 @@ void TestBenchFile::documentedRangesAreTheEnforcedOnes_data()
     QFile manual(QString(SOURCE_DIR) + "/docs/bench-file.md");
     QVERIFY(manual.open(QIODevice::ReadOnly));
     QString section;
+    int rows = 0;
     const QRegularExpression heading("^#+ `?([^`]+)`?$");
     const QRegularExpression row(
         "^\\| `([a-zA-Z.]+)` \\| (?:(\\d) numbers,[^|]*? )?(-?\\d+) to (-?\\d+)"
@@ -390,7 +391,9 @@ void TestBenchFile::documentedRangesAreTheEnforcedOnes_data()
         QTest::newRow(qPrintable(place))
             << place << file << match.captured(3).toDouble() << match.captured(4).toDouble()
             << match.captured(2).toInt();
+        ++rows;
     }
+    QVERIFY2(rows > 30, qPrintable(QString::number(rows)));
 }
 
 void TestBenchFile::documentedRangesAreTheEnforcedOnes()

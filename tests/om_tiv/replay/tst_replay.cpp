@@ -381,6 +381,8 @@ private slots:
         int seen = 0;
         std::uint64_t lastMag = 0;
         std::uint64_t lastBaro = 0;
+        int magReadings = 0;
+        int baroReadings = 0;
         for (int i = 1; i < rows; ++i) {
             theBench().clock().advance(5 * nsPerMs);
             SensorsData data;
@@ -415,10 +417,14 @@ private slots:
             if (index % 8 != 0 && lastBaro != 0) {
                 QCOMPARE(data.barometer.timestamp, lastBaro);
             }
+            magReadings += data.magnetometer.timestamp != lastMag ? 1 : 0;
+            baroReadings += data.barometer.timestamp != lastBaro ? 1 : 0;
             lastMag = data.magnetometer.timestamp;
             lastBaro = data.barometer.timestamp;
         }
         QVERIFY(seen > rows - 5);
+        QVERIFY(magReadings >= (rows - 5) / 4);
+        QVERIFY(baroReadings >= (rows - 5) / 8);
     }
 
     void onceEndsAtTheLastRowAndLoopingStartsAgain_data()
