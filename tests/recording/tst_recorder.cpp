@@ -4,6 +4,8 @@
 
 #include <QDateTime>
 #include <QLocale>
+#include <QProcess>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QTextStream>
 #include <QTranslator>
@@ -308,14 +310,26 @@ private slots:
 
     void commaLocaleChangesNothing()
     {
+        // The locale is made on the spot, so that the system needs none but C.
+        const QTemporaryDir folder;
+        QProcess localedef;
+        localedef.start("localedef",
+                        {"-i", "de_DE", "-f", "UTF-8", folder.filePath("de_DE.UTF-8")});
+        QVERIFY(localedef.waitForFinished(waiting::patienceMs));
+        QVERIFY2(localedef.exitCode() == 0, "install the package locales");
+        qputenv("LOCPATH", folder.path().toLocal8Bit());
+
         const QString plain = written(optionsOf(127), sampleRow());
         const QLocale before;
         QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
         std::setlocale(LC_ALL, "de_DE.UTF-8"); // NOLINT(concurrency-mt-unsafe): no other thread
+        const QByteArray decimalPoint = std::localeconv()->decimal_point; // NOLINT(concurrency-*)
         const QString german = written(optionsOf(127), sampleRow());
         const QString german2 = recorder::freeSpaceText(12.34, QStringLiteral("/x"));
         QLocale::setDefault(before);
         std::setlocale(LC_ALL, "C.UTF-8"); // NOLINT(concurrency-mt-unsafe)
+        qunsetenv("LOCPATH");
+        QCOMPARE(decimalPoint, QByteArray(","));
         QCOMPARE(german, plain);
         QCOMPARE(german2, QStringLiteral("Disk Free Space: 12.3 Gb  on /x"));
     }
