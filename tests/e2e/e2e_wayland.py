@@ -74,11 +74,11 @@ class MenuEntries(unittest.TestCase):
                     self.assertEqual(self.platform(entry, **display), expected)
 
 
-@unittest.skipUnless(shutil.which("weston") and glob.glob(PLUGIN), "SKIPPED: weston and qtwayland5 are not installed")
 class Windows(world.EndToEndTest):
 
     def setUp(self):
         super().setUp()
+        self.assertTrue(shutil.which("weston") and glob.glob(PLUGIN), "install the packages weston and qtwayland5")
         runtime = pathlib.Path(os.environ["XDG_RUNTIME_DIR"])
         (runtime / "weston.ini").write_text(CONFIGURATION, encoding="ascii")
         with open(runtime / "weston.log", "wb") as log:

@@ -217,4 +217,6 @@ def main():
     program = unittest.main(verbosity=2, exit=False)
     if program.result.testsRun == 0:
         sys.exit("no test has run")
+    for test, reason in program.result.skipped:  # ./test lists these lines, and Qt Test's
+        print(f"SKIP   : {test.id().removeprefix('__main__.')}: {reason}")
     sys.exit(not program.result.wasSuccessful())
