@@ -18,4 +18,6 @@ if not re.search(r"version 14\.", version):
 files = rules.tracked(root, "*.cpp", "*.h")
 result = subprocess.run([tool, "--dry-run", *files], cwd=root, capture_output=True, text=True)
 problems = sorted(set(line for line in result.stderr.splitlines() if "warning:" in line or "error:" in line))
+if result.returncode:
+    problems.append(f"{tool} ended with {result.returncode}: {result.stderr.strip()[-500:]}")
 rules.end(problems, len(files))

@@ -16,6 +16,8 @@ files = [path for path in rules.tracked(root, "run", "test", ".ci/run", "tools/*
 result = subprocess.run(["shellcheck", "--severity=warning", "--format=gcc", *files], cwd=root,
                         capture_output=True, text=True)
 problems = result.stdout.splitlines() + result.stderr.splitlines()
+if result.returncode not in (0, 1):  # 1: it has found something
+    problems.append(f"shellcheck ended with {result.returncode}")
 for path in files:
     text = rules.read(root, path)
     if re.search(r"\bcd ", text) and not re.search(r"\A(?:(?!\bcd ).)*^unset CDPATH$", re.sub(r"#.*", "", text), re.M | re.S):

@@ -22,9 +22,11 @@ def tracked(root, *patterns):
     """Paths of the files git knows below root (tracked, or new and not ignored), relative to it."""
     if os.path.isdir(os.path.join(root, ".git")) or os.path.isfile(os.path.join(root, ".git")):
         listing = subprocess.run(
-            ["git", "-C", root, "ls-files", "--cached", "--others", "--exclude-standard", "--", *patterns],
-            check=True, capture_output=True, text=True).stdout
-        files = listing.splitlines()
+            ["git", "-C", root, "ls-files", "-z", "--cached", "--others", "--exclude-standard", "--", *patterns],
+            check=False, capture_output=True, text=True)
+        if listing.returncode:
+            sys.exit(f"git ls-files ended with {listing.returncode}: {listing.stderr.strip()}")
+        files = listing.stdout.split("\0")
     else:  # a source package without git
         import fnmatch
         files = []

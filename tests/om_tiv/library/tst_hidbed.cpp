@@ -22,7 +22,7 @@ private:
     void start(const QStringList& devices, const QStringList& program)
     {
         m_bed.start(HIDBED, QStringList{"-c", fifo()} + devices + QStringList{"--"} + program);
-        QVERIFY(m_bed.waitForStarted());
+        QVERIFY(m_bed.waitForStarted(waiting::patienceMs));
     }
 
     void command(const QByteArray& line)
@@ -87,7 +87,7 @@ private slots:
     {
         if (m_bed.state() != QProcess::NotRunning) {
             m_bed.terminate();
-            m_bed.waitForFinished();
+            m_bed.waitForFinished(waiting::patienceMs);
         }
     }
 
