@@ -186,7 +186,7 @@ class BadFolder(world.EndToEndTest):
             self.refused(folder)
 
     def test_plain_file_in_place_of_the_folder(self):
-        self.refused("/etc/hostname")
+        self.refused("/etc/passwd")
 
     def test_empty_folder_lifts_the_button_in_silence(self):
         program = self.start_streaming(settings={"save_folder": ""})

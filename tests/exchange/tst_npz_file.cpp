@@ -76,7 +76,7 @@ private slots:
                       "assert a['bytes'].shape == (200000,) and (a['bytes'] == 7).all()\n"
                       "assert a['pairs'].tolist() == [[1, -1]] * 3, a['pairs']\n",
                       path});
-        QVERIFY(python.waitForFinished());
+        QVERIFY(python.waitForFinished(4 * waiting::patienceMs));
         QCOMPARE(QString(python.readAllStandardError()), QString());
         QCOMPARE(python.exitCode(), 0);
     }

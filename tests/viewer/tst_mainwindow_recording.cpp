@@ -332,7 +332,7 @@ private slots:
         QTest::addColumn<QString>("target");
         QTest::newRow("missing folder") << "/nowhere/at/all";
         QTest::newRow("folder that takes no files") << "/proc";
-        QTest::newRow("not a folder") << "/etc/hostname";
+        QTest::newRow("not a folder") << "/etc/passwd";
     }
 
     void fileThatCannotBeOpenedShowsOneBox()

@@ -12,6 +12,7 @@
 
 #include <sys/file.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -404,6 +405,7 @@ private slots:
             const pid_t writer = fork();
             QVERIFY(writer >= 0);
             if (writer == 0) {
+                ::prctl(PR_SET_PDEATHSIG, SIGKILL); // it has no end of its own
                 EepromStore store(folder().toStdString());
                 for (;;) {
                     store.write(serial, other);
