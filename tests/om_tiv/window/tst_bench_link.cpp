@@ -127,7 +127,8 @@ private slots:
         QTRY_VERIFY(!reasons.isEmpty());
         link.reset();
         qputenv("XDG_RUNTIME_DIR", runtime);
-        QVERIFY2(time.elapsed() < 5000, qPrintable(QString::number(time.elapsed())));
+        // One answer would be waited for 10 s.
+        QVERIFY2(time.elapsed() < 9500, qPrintable(QString::number(time.elapsed())));
         if (programs == 1) {
             QCOMPARE(reasons.first(), paths.first() + ": the bench does not answer");
         } else {
@@ -172,7 +173,8 @@ private slots:
         time.start();
         link.choose(first);
         QTRY_VERIFY(reasons.size() > 2 && reasons.last() == reason);
-        QVERIFY2(time.elapsed() < 5000, qPrintable(QString::number(time.elapsed())));
+        // One answer would be waited for 10 s.
+        QVERIFY2(time.elapsed() < 9500, qPrintable(QString::number(time.elapsed())));
         QCOMPARE(choices, QStringList({first, second}));
     }
 };

@@ -261,6 +261,9 @@ class TestBenchWindow : public QObject
         serve();
         open();
         QTRY_VERIFY(isConnected());
+        // What the display sends after the window was shown, such as its focus, paints once more.
+        m_window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(m_window.get(), waiting::patienceMs));
     }
 
     bool isConnected() const
