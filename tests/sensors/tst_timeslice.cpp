@@ -24,12 +24,12 @@ private slots:
             after = timeslice::of(0);
         }).join();
         if (!before) {
-            QVERIFY(!accepted); // this system refuses both
-            return;
+            QVERIFY(!accepted);
+            QSKIP("this system refuses to say the slice, and to choose it");
         }
         if (*before == std::chrono::nanoseconds(0)) {
-            QVERIFY(after == before); // a kernel before 6.12
-            return;
+            QVERIFY(after == before);
+            QSKIP("this kernel lets nobody choose a slice: before 6.12");
         }
         QCOMPARE(accepted, after == timeslice::shortest);
     }
