@@ -4,10 +4,12 @@ readers_test.py PROGRAM BUILD_DIR
 """
 
 import csv
+import fcntl
 import json
 import math
 import os
 import pathlib
+import re
 import shutil
 import struct
 import subprocess
@@ -31,18 +33,38 @@ def convert(*arguments):
                           timeout=LIMIT)
 
 
+class NoNetwork(Exception):
+    """The registry of npm cannot be reached."""
+
+
+def npm_install(folder):
+    try:
+        subprocess.run(["npm", "ci", "--no-audit", "--no-fund", "--ignore-scripts"], cwd=folder, check=True,
+                       capture_output=True, text=True, timeout=LIMIT)
+    except subprocess.TimeoutExpired as problem:
+        raise NoNetwork(str(problem)) from None
+    except subprocess.CalledProcessError as problem:
+        no_network = re.search(r"\b(ENOTFOUND|EAI_AGAIN|ECONNREFUSED|ECONNRESET|ENETUNREACH|ETIMEDOUT)\b", problem.stderr)
+        if no_network:
+            raise NoNetwork(no_network[0]) from None
+        print(problem.stderr, file=sys.stderr)
+        raise
+
+
 def install_reader():
     """The folder with the reader, installed once."""
     folder = pathlib.Path(BUILD) / "mcap_reader"
     folder.mkdir(exist_ok=True)
     lock = (HERE / "node" / "package-lock.json").read_bytes()
     done = folder / "installed"
-    if not done.exists() or done.read_bytes() != lock:
-        for name in ("package.json", "package-lock.json"):
-            shutil.copyfile(HERE / "node" / name, folder / name)
-        subprocess.run(["npm", "ci", "--no-audit", "--no-fund", "--ignore-scripts"], cwd=folder, check=True, timeout=LIMIT)
-        done.write_bytes(lock)
-    shutil.copyfile(HERE / "node" / "read_mcap.mjs", folder / "read_mcap.mjs")
+    with open(folder / "in-use", "w", encoding="ascii") as in_use:
+        fcntl.flock(in_use, fcntl.LOCK_EX)  # another run in this build folder
+        if not done.exists() or done.read_bytes() != lock:
+            for name in ("package.json", "package-lock.json"):
+                shutil.copyfile(HERE / "node" / name, folder / name)
+            npm_install(folder)
+            done.write_bytes(lock)
+        shutil.copyfile(HERE / "node" / "read_mcap.mjs", folder / "read_mcap.mjs")
     return folder
 
 
@@ -414,14 +436,19 @@ def to_robot_texts(texts):
 
 if __name__ == "__main__":
     cases = [case for case in Case.__subclasses__() if case is not Mcap]
-    missing = shutil.which("npm") is None or shutil.which("node") is None
-    if not missing:
-        READER = install_reader()
-        cases.append(Mcap)
+    skipped = ""
+    if shutil.which("npm") is None or shutil.which("node") is None:
+        skipped = "no npm on this machine (tools/setup test installs it)"
+    else:
+        try:
+            READER = install_reader()
+            cases.append(Mcap)
+        except NoNetwork as problem:
+            skipped = f"npm cannot install the reader: {problem}"
     suite = unittest.TestSuite(unittest.defaultTestLoader.loadTestsFromTestCase(case) for case in cases)
     result = unittest.TextTestRunner(verbosity=1).run(suite)
     if not result.wasSuccessful():
         sys.exit(1)
-    if missing:
-        print("SKIPPED: no npm on this machine: MCAP files were not read by another reader (tools/setup test installs it)")
+    if skipped:
+        print(f"SKIPPED: MCAP files were not read by another reader: {skipped}")
         sys.exit(SKIPPED)
