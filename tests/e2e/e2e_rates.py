@@ -39,7 +39,8 @@ class Rates(world.EndToEndTest):
                 before = time.time()
                 path = control.start_recording(program)
                 seconds = SECONDS or max(3.0, 4.5 / frequency)
-                wait_for("the end of the recording's time", lambda e=before + seconds: time.time() >= e, seconds + 5)
+                end = time.monotonic() + seconds
+                wait_for("the end of the recording's time", lambda end=end: time.monotonic() >= end, seconds + 5)
                 control.stop_recording(program, path)
                 after = time.time()
 
