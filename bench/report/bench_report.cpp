@@ -91,7 +91,7 @@ private:
 analysis::Recording readFile()
 {
     std::string error;
-    auto recording = analysis::readRecording(File::instance().path(), {}, error);
+    auto recording = analysis::readRecording(File::instance().path(), error);
     if (!recording) {
         throw std::runtime_error(error);
     }

@@ -128,7 +128,7 @@ Descriptor openRegularFile(const std::string& path, std::string& reason)
     return file;
 }
 
-std::optional<std::size_t> readOn(const Descriptor& file, void* to, std::size_t count)
+std::optional<std::size_t> readFully(const Descriptor& file, void* to, std::size_t count)
 {
     std::size_t have = 0;
     while (have < count) {
@@ -151,7 +151,7 @@ std::optional<std::string> readFile(const std::string& path, std::size_t most, s
         return std::nullopt;
     }
     std::string bytes(most, '\0');
-    const auto have = readOn(file, bytes.data(), bytes.size());
+    const auto have = readFully(file, bytes.data(), bytes.size());
     if (!have) {
         const int why = errno;
         reason = std::generic_category().message(why);

@@ -38,7 +38,7 @@ Descriptor openRegularFile(const std::string& path, std::string& reason);
 
 /// Reads until there are count bytes or the file ends, also if a signal interrupts the read.
 /// @return the bytes read, fewer than count only at the end of the file; none with errno
-std::optional<std::size_t> readOn(const Descriptor& file, void* to, std::size_t count);
+std::optional<std::size_t> readFully(const Descriptor& file, void* to, std::size_t count);
 
 /// The first bytes of a regular file.
 /// @param most   maximum number of bytes

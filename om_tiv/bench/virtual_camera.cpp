@@ -127,12 +127,13 @@ bool VirtualCamera::takeReadbackDifference()
     return true;
 }
 
-std::shared_ptr<SensorSource> VirtualCamera::makeSource(Nanoseconds start, std::uint64_t turn) const
+std::shared_ptr<SensorSource> VirtualCamera::makeSource(Nanoseconds start,
+                                                        std::uint64_t plugCount) const
 {
     if (m_config.recording) {
         return std::make_shared<ModelReplay>(m_config, start, m_environment);
     }
-    return std::make_shared<PhysicsSource>(m_config, m_motion, m_environment, start, turn);
+    return std::make_shared<PhysicsSource>(m_config, m_motion, m_environment, start, plugCount);
 }
 
 void VirtualCamera::plug()
@@ -142,7 +143,7 @@ void VirtualCamera::plug()
         return;
     }
     const Nanoseconds now = m_clock.now();
-    m_source = makeSource(now, m_turns++);
+    m_source = makeSource(now, m_plugCount++);
     m_pluggedAt.store(now);
     startCounting(UINT64_MAX);
     m_plugged.store(true);

@@ -141,7 +141,7 @@ public:
     std::uint64_t produced() const; ///< count up to now, or to the unplugging
 
 private:
-    std::shared_ptr<SensorSource> makeSource(Nanoseconds start, std::uint64_t turn) const;
+    std::shared_ptr<SensorSource> makeSource(Nanoseconds start, std::uint64_t plugCount) const;
 
     struct Claim
     {
@@ -164,7 +164,7 @@ private:
     Nanoseconds m_repeatedAt = 0; ///< time since which timestamps are repeated
     Claim m_claim;
     std::shared_ptr<SensorSource> m_source;
-    std::uint64_t m_turns = 0; ///< number of times that it was plugged in
+    std::uint64_t m_plugCount = 0; ///< number of times that it was plugged in
 
     std::atomic<bool> m_plugged{false};
     std::atomic<Nanoseconds> m_pluggedAt{0};

@@ -134,7 +134,7 @@ private:
         checkRoomFor(description.cameras.front(), m_bench);
         if (description.replays.empty()) {
             if (!m_bench.addCamera(description.cameras.front())) {
-                throw Refusal(isThere(serial));
+                throw Refusal(duplicateSerialText(serial));
             }
             return json::object();
         }
@@ -145,7 +145,8 @@ private:
                 if (!error.empty()) {
                     return withoutPlace(error);
                 }
-                return bench.addCamera(read.cameras.front()) ? std::string() : isThere(serial);
+                return bench.addCamera(read.cameras.front()) ? std::string()
+                                                             : duplicateSerialText(serial);
             });
         return {{"loading", 0.0}};
     }

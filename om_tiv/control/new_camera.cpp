@@ -26,7 +26,7 @@ BenchDescription readCamera(const json& camera)
     return description;
 }
 
-std::string isThere(unsigned int serial)
+std::string duplicateSerialText(unsigned int serial)
 {
     return "there is a camera with serial number " + std::to_string(serial) + " already";
 }
@@ -37,7 +37,7 @@ void checkRoomFor(const CameraConfig& camera, Bench& bench)
         throw Refusal("the bench is full: it has " + std::to_string(mostCameras) + " cameras");
     }
     if (bench.camera(camera.serialNumber) || bench.loader().isReading(camera.serialNumber)) {
-        throw Refusal(isThere(camera.serialNumber));
+        throw Refusal(duplicateSerialText(camera.serialNumber));
     }
     if (camera.id < 0) {
         return;

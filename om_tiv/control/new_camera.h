@@ -23,7 +23,7 @@ std::string withoutPlace(const std::string& error);
 BenchDescription readCamera(const nlohmann::json& camera);
 
 /// The reason to refuse a second camera with this serial number.
-std::string isThere(unsigned int serial);
+std::string duplicateSerialText(unsigned int serial);
 
 /// @throw Refusal if the bench is full, or if another camera, also one whose recording is being
 ///                read, has the serial number or the id

@@ -7,6 +7,7 @@
 
 #include <om_tiv/sensors.h>
 
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>

@@ -106,7 +106,7 @@ std::string readFrames(const Descriptor& file, std::size_t frames, std::vector<N
     std::array<std::uint8_t, 8 * 1024> piece{};
     while (times.size() < frames) {
         const std::size_t wanted = std::min<std::size_t>(piece.size(), 8 * (frames - times.size()));
-        const auto bytes = readOn(file, piece.data(), wanted);
+        const auto bytes = readFully(file, piece.data(), wanted);
         if (!bytes) {
             return unreadable();
         }
@@ -118,7 +118,7 @@ std::string readFrames(const Descriptor& file, std::size_t frames, std::vector<N
                    std::to_string(times.size()) + " of " + std::to_string(frames) + " frames";
         }
     }
-    const auto more = readOn(file, piece.data(), 1);
+    const auto more = readFully(file, piece.data(), 1);
     if (!more) {
         return unreadable();
     }
@@ -145,7 +145,7 @@ std::string readWhole(const std::string& path, Recording& recording)
         return "cannot be read: " + reason;
     }
     std::array<std::uint8_t, headerBytes> header{};
-    const auto got = readOn(file, header.data(), header.size());
+    const auto got = readFully(file, header.data(), header.size());
     if (!got) {
         return unreadable();
     }

@@ -93,7 +93,7 @@ SensorRecording::read(const std::string& path, std::string& report, ReadingProgr
         }
         const auto wanted =
             static_cast<std::size_t>(std::min<std::uint64_t>(piece.size(), size - have));
-        const auto got = readOn(file, piece.data(), wanted);
+        const auto got = readFully(file, piece.data(), wanted);
         if (!got) {
             report = oneLine(path + ": cannot be read: " + std::generic_category().message(errno));
             return nullptr;

@@ -86,22 +86,23 @@ double PhysicsSource::rateOf(STREAM stream)
 PhysicsSource::PhysicsSource(const CameraConfig& config,
                              std::shared_ptr<const MotionTimeline> motion,
                              std::shared_ptr<const Environment> environment, Nanoseconds start,
-                             std::uint64_t turn)
+                             std::uint64_t plugCount)
     : m_config(config), m_seed(config.seed != 0 ? config.seed : mix(config.serialNumber)),
       m_motion(std::move(motion)), m_environment(std::move(environment)), m_start(start),
-      m_accelerometer(errorsOf(config.errors.accelerometer, ACCELEROMETER_ERRORS, imuRate, turn)),
-      m_gyroscope(errorsOf(config.errors.gyroscope, GYROSCOPE_ERRORS, imuRate, turn)),
+      m_accelerometer(
+          errorsOf(config.errors.accelerometer, ACCELEROMETER_ERRORS, imuRate, plugCount)),
+      m_gyroscope(errorsOf(config.errors.gyroscope, GYROSCOPE_ERRORS, imuRate, plugCount)),
       m_magnetometer(
-          errorsOf(config.errors.magnetometer, MAGNETOMETER_ERRORS, magnetometerRate, turn)),
-      m_barometer(errorsOf(config.errors.barometer, BAROMETER_ERRORS, barometerRate, turn))
+          errorsOf(config.errors.magnetometer, MAGNETOMETER_ERRORS, magnetometerRate, plugCount)),
+      m_barometer(errorsOf(config.errors.barometer, BAROMETER_ERRORS, barometerRate, plugCount))
 {}
 
 PhysicsSource::Errors PhysicsSource::errorsOf(const ErrorModel& model, std::uint64_t channel,
-                                              double rate, std::uint64_t turn) const
+                                              double rate, std::uint64_t plugCount) const
 {
-    return model.isOff()
-               ? nullptr
-               : std::make_unique<const SensorErrorProcess>(model, m_seed, channel, rate, turn);
+    return model.isOff() ? nullptr
+                         : std::make_unique<const SensorErrorProcess>(model, m_seed, channel, rate,
+                                                                      plugCount);
 }
 
 bool PhysicsSource::has(STREAM stream) const

@@ -26,11 +26,11 @@ public:
     /// Maximum deviation of a sample from its nominal time, as a share of the period.
     static constexpr double mostJitter = 0.05;
 
-    /// @param turn number of times that the camera was plugged in before; each has its own turn-on
-    /// bias
+    /// @param plugCount number of times that the camera was plugged in before; each has its own
+    /// turn-on bias
     PhysicsSource(const CameraConfig& config, std::shared_ptr<const MotionTimeline> motion,
                   std::shared_ptr<const Environment> environment, Nanoseconds start,
-                  std::uint64_t turn = 0);
+                  std::uint64_t plugCount = 0);
 
     bool has(STREAM stream) const override;
     std::optional<std::uint64_t> newest(STREAM stream, Nanoseconds time) const override;
@@ -45,7 +45,7 @@ private:
     using Errors = std::unique_ptr<const SensorErrorProcess>; ///< null if the model has no errors
 
     Errors errorsOf(const ErrorModel& model, std::uint64_t channel, double rate,
-                    std::uint64_t turn) const;
+                    std::uint64_t plugCount) const;
     Vector noise(std::uint64_t channel, std::uint64_t number, double deviation) const;
     Vector noise(std::uint64_t channel, std::uint64_t number, const Vector& deviation) const;
     double trueTemperature(std::size_t location, Nanoseconds time) const;

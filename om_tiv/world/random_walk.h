@@ -6,6 +6,7 @@
 #include "world/midpoint_path.h"
 
 #include <cstdint>
+#include <vector>
 
 namespace om::bench {
 

@@ -58,11 +58,11 @@ struct SensorErrorProcess::Axis
 };
 
 SensorErrorProcess::SensorErrorProcess(const ErrorModel& model, std::uint64_t seed,
-                                       std::uint64_t channel, double rate, std::uint64_t turn)
+                                       std::uint64_t channel, double rate, std::uint64_t plugCount)
     : m_model(model), m_seed(seed), m_channel(channel), m_rate(rate),
-      m_turnOnBias(product(model.turnOnSpread, {gaussian(seed, channel + TURN_ON, turn),
-                                                gaussian(seed, channel + TURN_ON + 1, turn),
-                                                gaussian(seed, channel + TURN_ON + 2, turn)}))
+      m_turnOnBias(product(model.turnOnSpread, {gaussian(seed, channel + TURN_ON, plugCount),
+                                                gaussian(seed, channel + TURN_ON + 1, plugCount),
+                                                gaussian(seed, channel + TURN_ON + 2, plugCount)}))
 {
     const std::array<double, 3> walks = values(model.randomWalk);
     const std::array<double, 3> instabilities = values(model.biasInstability);

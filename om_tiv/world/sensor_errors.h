@@ -21,11 +21,11 @@ public:
     /// Number of channels of random numbers that a sensor uses, starting with its first one.
     static constexpr std::uint64_t channels = 1024;
 
-    /// @param channel first channel of the random numbers
-    /// @param rate    of the samples, Hz
-    /// @param turn    number of times that the camera was plugged in before
+    /// @param channel   first channel of the random numbers
+    /// @param rate      of the samples, Hz
+    /// @param plugCount number of times that the camera was plugged in before
     SensorErrorProcess(const ErrorModel& model, std::uint64_t seed, std::uint64_t channel,
-                       double rate, std::uint64_t turn);
+                       double rate, std::uint64_t plugCount);
     ~SensorErrorProcess();
     SensorErrorProcess(const SensorErrorProcess&) = delete;
     SensorErrorProcess& operator=(const SensorErrorProcess&) = delete;

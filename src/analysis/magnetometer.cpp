@@ -55,9 +55,10 @@ Eigen::Vector3d EllipsoidFit::corrected(const Eigen::Vector3d& reading) const
     return radius * shape.inverse() * (reading - offset);
 }
 
-std::optional<EllipsoidFit> fitEllipsoid(const Eigen::Matrix3Xd& readings, bool crossTerms)
+std::optional<EllipsoidFit> fitEllipsoid(const Eigen::Matrix3Xd& readings, CROSS_TERMS crossTerms)
 {
-    const Eigen::Index unknowns = crossTerms ? 9 : 6;
+    const bool withCrossTerms = crossTerms == CROSS_TERMS::FITTED;
+    const Eigen::Index unknowns = withCrossTerms ? 9 : 6;
     if (readings.cols() < unknowns || !readings.allFinite()) {
         return std::nullopt;
     }
@@ -71,7 +72,7 @@ std::optional<EllipsoidFit> fitEllipsoid(const Eigen::Matrix3Xd& readings, bool 
     Eigen::MatrixXd design(p.cols(), unknowns);
     design.leftCols<3>() = p.array().square().matrix().transpose();
     design.middleCols<3>(3) = 2.0 * p.transpose();
-    if (crossTerms) {
+    if (withCrossTerms) {
         design.col(6) = 2.0 * p.row(0).cwiseProduct(p.row(1)).transpose();
         design.col(7) = 2.0 * p.row(0).cwiseProduct(p.row(2)).transpose();
         design.col(8) = 2.0 * p.row(1).cwiseProduct(p.row(2)).transpose();
@@ -91,7 +92,7 @@ std::optional<EllipsoidFit> fitEllipsoid(const Eigen::Matrix3Xd& readings, bool 
     }
     const Eigen::VectorXd solution = svd.solve(triangle.topRightCorner(unknowns, 1));
     Eigen::Matrix3d quadric = solution.head<3>().asDiagonal();
-    if (crossTerms) {
+    if (withCrossTerms) {
         quadric(0, 1) = quadric(1, 0) = solution[6];
         quadric(0, 2) = quadric(2, 0) = solution[7];
         quadric(1, 2) = quadric(2, 1) = solution[8];
@@ -107,7 +108,7 @@ std::optional<EllipsoidFit> fitEllipsoid(const Eigen::Matrix3Xd& readings, bool 
     fit.offset = mean + spread * centre;
     const Eigen::Vector3d semiAxes = spread * axes.eigenvalues().cwiseSqrt().cwiseInverse();
     fit.shape = axes.eigenvectors() * semiAxes.asDiagonal() * axes.eigenvectors().transpose();
-    fit.radii = crossTerms ? semiAxes : Eigen::Vector3d(fit.shape.diagonal());
+    fit.radii = withCrossTerms ? semiAxes : Eigen::Vector3d(fit.shape.diagonal());
     fit.radius = std::cbrt(semiAxes.prod());
     fit.residualRms = lengthDeviation(correctedLengths(readings, fit), fit.radius);
     return fit;
@@ -174,7 +175,7 @@ std::optional<MagnetometerReport> analyseMagnetometer(const VectorSeries& field,
         readings.row(axis) = Eigen::Map<const Eigen::RowVectorXd>(
             field.values.axes[static_cast<std::size_t>(axis)].data(), count);
     }
-    const std::optional<EllipsoidFit> aligned = fitEllipsoid(readings, false);
+    const std::optional<EllipsoidFit> aligned = fitEllipsoid(readings, CROSS_TERMS::OMITTED);
     if (!aligned) {
         reason = "the readings lie on no ellipsoid: turn the camera through all orientations";
         return std::nullopt;
@@ -193,7 +194,7 @@ std::optional<MagnetometerReport> analyseMagnetometer(const VectorSeries& field,
                  "orientations";
         return std::nullopt;
     }
-    report->full = fitEllipsoid(readings, true);
+    report->full = fitEllipsoid(readings, CROSS_TERMS::FITTED);
     const Eigen::VectorXd lengths = readings.colwise().norm();
     report->lengthRmsBefore = lengthDeviation(lengths, lengths.mean());
     return report;

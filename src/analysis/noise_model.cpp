@@ -179,7 +179,7 @@ Coefficient ofTerm(const NoiseModel& model, TERM term, double scale)
     return coefficient;
 }
 
-Coefficient unseen(const char* line, const std::vector<AllanPoint>& allan)
+Coefficient notObservable(const char* line, const std::vector<AllanPoint>& allan)
 {
     Coefficient coefficient;
     const double seconds = allan.empty()
@@ -273,10 +273,10 @@ void readCoefficients(NoiseModel& model, const std::vector<AllanPoint>& allan)
     setErrors(model, allan);
     model.noiseDensity = isWide(dominatedBy(model, NOISE_DENSITY, allan), allan)
                              ? ofTerm(model, NOISE_DENSITY, 1.0)
-                             : unseen("the slope -1/2 of white noise", allan);
+                             : notObservable("the slope -1/2 of white noise", allan);
     model.randomWalk = isWide(dominatedBy(model, RANDOM_WALK_TERM, allan), allan)
                            ? ofTerm(model, RANDOM_WALK_TERM, 3.0)
-                           : unseen("the slope +1/2 of a random walk", allan);
+                           : notObservable("the slope +1/2 of a random walk", allan);
 
     const Run flat = dominatedBy(model, BIAS_INSTABILITY, allan);
     const auto begin = allan.begin() + static_cast<std::ptrdiff_t>(flat.first);
@@ -287,7 +287,7 @@ void readCoefficients(NoiseModel& model, const std::vector<AllanPoint>& allan)
     // and the lowest of several uncertain points is too low. The level of the flat line is neither.
     model.biasInstability = isWide(flat, allan) && isSure
                                 ? ofTerm(model, BIAS_INSTABILITY, 1.0 / squared(flickerLevel))
-                                : unseen("the slope 0 of bias instability", allan);
+                                : notObservable("the slope 0 of bias instability", allan);
 }
 
 } // namespace

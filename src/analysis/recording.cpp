@@ -14,12 +14,10 @@ namespace {
 class Collector
 {
 public:
-    Collector(Recording& recording, const RowReader& reader, const Wanted& wanted)
+    Collector(Recording& recording, const RowReader& reader)
         : m_recording(recording), m_hasImu(reader.has(IMU_TIME)),
           m_hasAcceleration(m_hasImu && reader.hasTriple(ACC_X)),
-          m_hasGyroscope(m_hasImu && reader.hasTriple(GYRO_X)),
-          m_hasOrientation(m_hasImu && wanted.orientation && reader.hasTriple(OR_X)),
-          m_hasMoving(m_hasImu && wanted.movingState && reader.has(MOVING)), m_splitter(reader)
+          m_hasGyroscope(m_hasImu && reader.hasTriple(GYRO_X)), m_splitter(reader)
     {}
 
     void reserve(std::size_t rows)
@@ -29,8 +27,7 @@ public:
             m_recording.numbers.reserve(rows);
         }
         for (Vectors* vectors : {m_hasAcceleration ? &m_recording.acceleration : nullptr,
-                                 m_hasGyroscope ? &m_recording.angularVelocity : nullptr,
-                                 m_hasOrientation ? &m_recording.orientation : nullptr}) {
+                                 m_hasGyroscope ? &m_recording.angularVelocity : nullptr}) {
             for (std::size_t i = 0; vectors != nullptr && i < 3; ++i) {
                 vectors->axes[i].reserve(rows);
             }
@@ -52,13 +49,6 @@ public:
         }
         if (m_hasGyroscope) {
             append(m_recording.angularVelocity, row, GYRO_X);
-        }
-        if (m_hasOrientation) {
-            append(m_recording.orientation, row, OR_X);
-        }
-        if (m_hasMoving) {
-            m_recording.movingState.push_back(
-                static_cast<std::uint8_t>(std::clamp(row.values[MOVING], 0.0, 255.0)));
         }
         takeSlow(row, found);
     }
@@ -95,8 +85,6 @@ private:
     const bool m_hasImu;
     const bool m_hasAcceleration;
     const bool m_hasGyroscope;
-    const bool m_hasOrientation;
-    const bool m_hasMoving;
     SampleSplitter m_splitter;
 };
 
@@ -146,7 +134,7 @@ std::string leftOutText(const ReadReport& report)
 }
 
 std::optional<Recording> parseRecording(const char* begin, const char* end, const std::string& path,
-                                        const Wanted& wanted, std::string& error,
+                                        std::string& error,
                                         const std::function<bool(double)>& progress)
 {
     const std::optional<RowReader> reader = RowReader::of(begin, end, path, error);
@@ -162,7 +150,7 @@ std::optional<Recording> parseRecording(const char* begin, const char* end, cons
     Recording recording;
     recording.path = path;
     readName(path, recording);
-    Collector collector(recording, *reader, wanted);
+    Collector collector(recording, *reader);
     collector.reserve(reader->likelyRows());
     if (!reader->visit([&collector](const RecordedRow& row) { collector.take(row); },
                        recording.report, progress, error)) {
@@ -177,19 +165,17 @@ std::optional<Recording> parseRecording(const char* begin, const char* end, cons
     return recording;
 }
 
-std::optional<Recording> readRecording(const std::string& path, const Wanted& wanted,
-                                       std::string& error,
+std::optional<Recording> readRecording(const std::string& path, std::string& error,
                                        const std::function<bool(double)>& progress)
 {
     MappedFile file(path, error);
     if (!file.valid()) {
         return std::nullopt;
     }
-    auto recording =
-        parseRecording(file.begin(), file.end(), path, wanted, error, [&](double share) {
-            file.release(share);
-            return !progress || progress(share);
-        });
+    auto recording = parseRecording(file.begin(), file.end(), path, error, [&](double share) {
+        file.release(share);
+        return !progress || progress(share);
+    });
     // What the file has lost would be reported as torn rows otherwise.
     if (!file.remainedWhole(error)) {
         return std::nullopt;

@@ -68,8 +68,6 @@ struct Recording
     std::vector<std::uint32_t> numbers; ///< of the IMU samples, as counted by the recorder
     Vectors acceleration;               ///< m/s^2, with gravity
     Vectors angularVelocity;            ///< degrees per second
-    Vectors orientation;                ///< degrees; Rz(z) Ry(y) Rx(x) turns camera into world axes
-    std::vector<std::uint8_t> movingState; ///< 0 static, 1 moving, 2 falling
 
     VectorSeries magneticField; ///< uT, without the stored calibration; each sample once
 
@@ -83,15 +81,9 @@ struct Recording
     std::array<std::vector<double>, 4> temperatures;
 };
 
-/// The groups of columns to keep; the others are skipped, which saves memory.
-struct Wanted
-{
-    bool orientation = false;
-    bool movingState = false;
-};
-
 /// Reads a recording. The file is mapped into memory, the values are stored in double precision:
-/// about 60 bytes per row for accelerometer and gyroscope.
+/// about 60 bytes per row for accelerometer and gyroscope. Orientation and moving state are
+/// skipped.
 ///
 /// A row that can't be used is left out and counted (ReadReport). Rows may precede the header.
 /// @param error one line with file, line and reason if there is no result
@@ -100,13 +92,12 @@ struct Wanted
 /// @return none if the file can't be opened or mapped, is not a regular file, becomes shorter or
 ///         unreadable meanwhile, has no header of a recording, has neither IMU nor magnetometer
 ///         times, has fewer than two rows, or if progress() has ended it
-std::optional<Recording> readRecording(const std::string& path, const Wanted& wanted,
-                                       std::string& error,
+std::optional<Recording> readRecording(const std::string& path, std::string& error,
                                        const std::function<bool(double)>& progress = {});
 
 /// The same from text in memory. The path is for messages.
 std::optional<Recording> parseRecording(const char* begin, const char* end, const std::string& path,
-                                        const Wanted& wanted, std::string& error,
+                                        std::string& error,
                                         const std::function<bool(double)>& progress = {});
 
 } // namespace analysis

@@ -241,7 +241,7 @@ bool writeEuroc(const Job& job, Counts& counts, analysis::ReadReport& report, st
         return false;
     }
     const auto progress = [&](double share) {
-        return sink.failed() == nullptr && (!job.progress || job.progress(share));
+        return sink.failed() == nullptr && job.progress(share);
     };
     if (!job.source.visit(sink, report, progress, error)) {
         error = sink.failed() != nullptr ? sink.failed()->error() : error;

@@ -19,7 +19,7 @@ struct Job
     const std::string& output;
     const std::string& sourceName; ///< in UTF-8
     AXES axes;
-    const std::function<bool(double)>& progress; ///< false ends the conversion
+    const std::function<bool(double)>& progress; ///< not empty; false ends the conversion
 };
 
 /// Counts samples.

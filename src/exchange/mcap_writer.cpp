@@ -121,9 +121,7 @@ bool writeMcap(const Job& job, Counts& counts, analysis::ReadReport& report, std
                                    {"axes of the world", nameOfWorld(job.axes)},
                                    {"source", job.sourceName}});
     Sink sink(file, job.source.contents(), job.axes);
-    const auto progress = [&](double share) {
-        return !output.hasFailed() && (!job.progress || job.progress(share));
-    };
+    const auto progress = [&](double share) { return !output.hasFailed() && job.progress(share); };
     if (!job.source.visit(sink, report, progress, error)) {
         error = output.hasFailed() ? output.error() : error;
         return false;

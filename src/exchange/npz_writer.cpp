@@ -152,7 +152,7 @@ bool writeNpz(const Job& job, Counts& counts, analysis::ReadReport& report, std:
     }
     const auto half = [&](double from) {
         return [&job, &output, from](double share) {
-            return !output.hasFailed() && (!job.progress || job.progress(from + share / 2.0));
+            return !output.hasFailed() && job.progress(from + share / 2.0);
         };
     };
     CountingSink counter;

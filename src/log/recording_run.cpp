@@ -81,7 +81,7 @@ std::optional<std::string> RecordingRun::whySilent(Clock::time_point begin) cons
 
 void RecordingRun::read()
 {
-    timeslice::askForShortest();
+    timeslice::requestShortest();
     auto begin = Clock::now();
     RowMaker maker;
     om::SensorsData record;

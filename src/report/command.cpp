@@ -116,10 +116,10 @@ std::unique_ptr<QApplication> drawingApplication()
 
 /// Blocks the signals that end the program, because a QSaveFile that is not destroyed leaves a
 /// temporary file behind.
-class EndHeldBack
+class EndSignalsBlocked
 {
 public:
-    EndHeldBack()
+    EndSignalsBlocked()
     {
         sigset_t ends;
         sigemptyset(&ends);
@@ -128,9 +128,9 @@ public:
         }
         pthread_sigmask(SIG_BLOCK, &ends, &m_before);
     }
-    ~EndHeldBack() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
-    EndHeldBack(const EndHeldBack&) = delete;
-    EndHeldBack& operator=(const EndHeldBack&) = delete;
+    ~EndSignalsBlocked() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
+    EndSignalsBlocked(const EndSignalsBlocked&) = delete;
+    EndSignalsBlocked& operator=(const EndSignalsBlocked&) = delete;
 
 private:
     sigset_t m_before = {};
@@ -148,7 +148,7 @@ bool writeAll(QIODevice& file, const QByteArray& content)
 
 bool write(const std::string& path, const QByteArray& content)
 {
-    const EndHeldBack heldBack;
+    const EndSignalsBlocked blocked;
     const NamesAsBytes names;
     QSaveFile file(QFile::decodeName(path.c_str()));
     // Without a buffer, because commit() does not notice that the content of the buffer finds no
@@ -228,7 +228,7 @@ std::optional<std::vector<RecordingReport>> analyseAll(const Command& command)
     std::vector<RecordingReport> reports;
     for (const std::string& path : command.recordings) {
         std::string error;
-        const auto recording = analysis::readRecording(path, analysis::Wanted(), error);
+        const auto recording = analysis::readRecording(path, error);
         if (!recording) {
             complain(error);
             return std::nullopt;

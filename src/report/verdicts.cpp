@@ -4,6 +4,7 @@
 #include "report/verdicts_parts.h"
 
 #include <algorithm>
+#include <cctype>
 
 namespace report {
 
@@ -49,6 +50,13 @@ int rankOf(STATE state)
 std::string reasonOf(const RecordingReport& report, const analysis::Coefficient& coefficient)
 {
     return report.rest ? coefficient.reason : "not observable: " + report.restReason;
+}
+
+std::string sentence(const std::string& reason)
+{
+    std::string text = reason + ".";
+    text[0] = static_cast<char>(std::toupper(text[0]));
+    return text;
 }
 
 STATE within(double value, double good, double usual)

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cmath>
 
 namespace report {
@@ -147,8 +146,7 @@ void judgeCoefficient(const RecordingReport& report, const Sensor& sensor, const
     }
     if (worst == 3) {
         verdict.value = "-";
-        verdict.why = reason + ".";
-        verdict.why[0] = static_cast<char>(std::toupper(verdict.why[0]));
+        verdict.why = sentence(reason);
         verdicts.push_back(verdict);
         return;
     }

@@ -3,7 +3,6 @@
 #include "report/number_text.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 
 namespace report {
@@ -23,7 +22,11 @@ void judgeMagnetometer(const RecordingReport& report, std::vector<Verdict>& verd
                      "Magnetometer: residual of the fit",
                      STATE::UNKNOWN,
                      "-",
-                     "0.8 µT; 1.6 µT at most (ours; the steps are 0.4, 0.8, 1.6 and 3.2 µT)",
+                     plainNumber(residualLimits[1]) + " µT; " + plainNumber(residualLimits[2]) +
+                         " µT at most (ours; the steps are " + plainNumber(residualLimits[0]) +
+                         ", " + plainNumber(residualLimits[1]) + ", " +
+                         plainNumber(residualLimits[2]) + " and " + plainNumber(residualLimits[3]) +
+                         " µT)",
                      ""};
     Verdict coverage{"magnetometer.coverage",
                      "Magnetometer: coverage of the sphere",
@@ -46,8 +49,7 @@ void judgeMagnetometer(const RecordingReport& report, std::vector<Verdict>& verd
         // Missing coverage is not a fault of the sensor: it never fails.
         coverage.state = gaps <= mostCoverageGaps ? STATE::PASSED : STATE::WARNED;
     } else {
-        residual.why = part.reason + ".";
-        residual.why[0] = static_cast<char>(std::toupper(residual.why[0]));
+        residual.why = sentence(part.reason);
         coverage.why = residual.why;
     }
     verdicts.push_back(residual);

@@ -4,6 +4,7 @@
 
 #include "report/verdicts.h"
 
+#include <string>
 #include <vector>
 
 namespace report {
@@ -29,6 +30,9 @@ double densityFactorOf(const RecordingReport& report);
 
 /// Missing samples as a share of all that should be there.
 double missingShareOf(const RecordingReport& report);
+
+/// With a capital letter and a full stop.
+std::string sentence(const std::string& reason);
 
 /// PASSED up to `good`, WARNED up to `usual`, FAILED above.
 STATE within(double value, double good, double usual);

@@ -2,8 +2,6 @@
 
 #include "report/number_text.h"
 
-#include <cctype>
-
 namespace report {
 
 void judgeSixPositions(const RecordingReport& report, std::vector<Verdict>& verdicts)
@@ -20,14 +18,14 @@ void judgeSixPositions(const RecordingReport& report, std::vector<Verdict>& verd
                  STATE::UNKNOWN,
                  "-",
                  plainNumber(goodBias) + " m/s²; " + plainNumber(mostBias) + " m/s² at most (ours)",
-                 report.sixPositionsReason + "."};
+                 ""};
     Verdict scale{"six_positions.scale",
                   "Six positions: scale",
                   STATE::UNKNOWN,
                   "-",
                   "1 ± " + plainNumber(goodScale) + "; ± " + plainNumber(mostScale) +
                       " at most (ours)",
-                  report.sixPositionsReason + "."};
+                  ""};
     if (report.sixPositions) {
         const analysis::SixPositions& six = *report.sixPositions;
         bias.value = number(six.bias[0], 3) + " / " + number(six.bias[1], 3) + " / " +
@@ -39,7 +37,7 @@ void judgeSixPositions(const RecordingReport& report, std::vector<Verdict>& verd
         scale.state = within((six.scale.array() - 1.0).abs().maxCoeff(), goodScale, mostScale);
         scale.why = bias.why;
     } else {
-        bias.why[0] = static_cast<char>(std::toupper(bias.why[0]));
+        bias.why = sentence(report.sixPositionsReason);
         scale.why = bias.why;
     }
     verdicts.push_back(bias);

@@ -35,7 +35,7 @@ std::optional<Attributes> attributesOf(int threadId)
 
 } // namespace
 
-bool askForShortest()
+bool requestShortest()
 {
     // The other attributes, such as the nice value, stay as the user set them.
     std::optional<Attributes> attributes = attributesOf(0);

@@ -15,7 +15,7 @@ constexpr std::chrono::nanoseconds shortest = std::chrono::microseconds(100);
 /// and does not change the thread's total share. Any thread may call it.
 /// @return false if the system refuses; the thread is then unchanged. Kernels before 6.12 return
 /// true and change nothing.
-bool askForShortest();
+bool requestShortest();
 
 /// The slice of a thread of this process. Takes its kernel identifier, or 0 for the calling thread.
 /// Kernels before 6.12 return 0. Empty if the system refuses.

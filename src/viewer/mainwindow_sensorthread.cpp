@@ -5,9 +5,9 @@
 
 #include "camera/InputThreadModul.h"
 #include "gpu/OGL3DWidget.h"
+#include "sensors/timeslice.h"
 #include "ui_mainwindow.h"
 #include "viewer/sensorsample.h"
-#include "sensors/timeslice.h"
 
 #include <QMutexLocker>
 
@@ -20,7 +20,7 @@ void MainWindow::dataThreadFunc()
     dataThreadBegun.release();
     // The camera keeps only the newest sample: a thread that is 2.5 ms late has lost one. If the
     // short time slice is refused, the thread runs with the usual one.
-    timeslice::askForShortest();
+    timeslice::requestShortest();
 
     sensorsample::Sampler sampler(
         {imuEffectiveRate, imuStartTime}, {baroEffectiveRate, baroStartTime},

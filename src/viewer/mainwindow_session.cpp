@@ -143,11 +143,11 @@ void MainWindow::startStreaming(om::MODEL model)
         return;
     }
     // TIV_N, TIV_R and TIV_S have neither barometer nor magnetometer, TIV_N no temperature either.
-    const bool isSmall = model == omlib::tivN;
+    const bool isTivN = model == omlib::tivN;
     const bool isSerial = model == omlib::tivR || model == omlib::tivS;
-    ui->pushButton_baro->setVisible(!isSmall && !isSerial);
-    ui->pushButton_mag->setVisible(!isSmall && !isSerial);
-    ui->pushButton_temper->setVisible(!isSmall);
+    ui->pushButton_baro->setVisible(!isTivN && !isSerial);
+    ui->pushButton_mag->setVisible(!isTivN && !isSerial);
+    ui->pushButton_temper->setVisible(!isTivN);
     startSensorThread();
 }
 

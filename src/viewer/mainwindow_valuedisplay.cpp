@@ -2,8 +2,8 @@
 
 #include "viewer/mainwindow.h"
 
-#include "ui_mainwindow.h"
 #include "sensors/sensormath.h"
+#include "ui_mainwindow.h"
 #include "viewer/live_text.h"
 #include "viewer/sensortable.h"
 

@@ -36,13 +36,11 @@ std::string row(int index, int imu, int mag, int baro)
     return text;
 }
 
-std::optional<Recording> parse(const std::string& text, std::string* error = nullptr,
-                               const Wanted& wanted = {true, true})
+std::optional<Recording> parse(const std::string& text, std::string* error = nullptr)
 {
     std::string reason;
-    auto recording =
-        parseRecording(text.data(), text.data() + text.size(),
-                       "20240131_142305-TIV_Q-sn_12345678-TIVSensorsData.csv", wanted, reason);
+    auto recording = parseRecording(text.data(), text.data() + text.size(),
+                                    "20240131_142305-TIV_Q-sn_12345678-TIVSensorsData.csv", reason);
     if (error != nullptr) {
         *error = reason;
     }
@@ -79,7 +77,6 @@ private slots:
     void fileThatIsNoneIsRefused();
     void progressEndsTheReading();
     void fileThatIsCutIsRefused();
-    void groupsThatAreNotWantedTakeNoMemory();
 };
 
 void TestRecordingReader::everyColumnArrives()
@@ -95,8 +92,6 @@ void TestRecordingReader::everyColumnArrives()
     QCOMPARE(recording->acceleration.axes[1][0], 9.800000191);
     QCOMPARE(recording->acceleration.axes[2][0], -0.200000003);
     QCOMPARE(recording->angularVelocity.axes[1][1], -2.5);
-    QCOMPARE(recording->orientation.axes[2][1], 30.0);
-    QCOMPARE(recording->movingState[1], std::uint8_t{1});
     QCOMPARE(recording->magneticField.values.axes[1][0], -30.25);
     QCOMPARE(recording->pressure[0], 1013.25);
     QCOMPARE(recording->relativeAltitude[0], 0.5);
@@ -363,7 +358,7 @@ void TestRecordingReader::fileIsReadAndNamed()
     const std::string path = folder.filePath("mine.csv").toStdString();
     std::ofstream(path) << header << row(0, 2500, 1000, 500) << row(1, 5000, 1000, 500);
     std::string error;
-    const auto recording = readRecording(path, {}, error);
+    const auto recording = readRecording(path, error);
     QVERIFY2(recording, error.c_str());
     QCOMPARE(recording->path, path);
     QVERIFY(recording->model.empty() && recording->serial.empty());
@@ -375,17 +370,17 @@ void TestRecordingReader::fileThatIsNoneIsRefused()
     const QTemporaryDir folder;
     std::string error;
     const std::string missing = folder.filePath("missing.csv").toStdString();
-    QVERIFY(!readRecording(missing, {}, error));
+    QVERIFY(!readRecording(missing, error));
     QCOMPARE(error, missing + ": cannot be read: No such file or directory");
     const std::string fifo = folder.filePath("fifo").toStdString();
     QCOMPARE(mkfifo(fifo.c_str(), 0600), 0);
-    QVERIFY(!readRecording(fifo, {}, error));
+    QVERIFY(!readRecording(fifo, error));
     QCOMPARE(error, fifo + ": is not a regular file");
-    QVERIFY(!readRecording(folder.path().toStdString(), {}, error));
+    QVERIFY(!readRecording(folder.path().toStdString(), error));
     QCOMPARE(error, folder.path().toStdString() + ": is not a regular file");
     const std::string empty = folder.filePath("empty.csv").toStdString();
     std::ofstream(empty).close();
-    QVERIFY(!readRecording(empty, {}, error));
+    QVERIFY(!readRecording(empty, error));
     QCOMPARE(error, empty + ": is empty");
 }
 
@@ -397,14 +392,14 @@ void TestRecordingReader::progressEndsTheReading()
     }
     std::string error;
     double last = 0.0;
-    QVERIFY(parseRecording(text.data(), text.data() + text.size(), "x.csv", {}, error,
-                           [&](double share) {
-                               const bool rises = share > last && share <= 1.0;
-                               last = share;
-                               return rises;
-                           }));
+    QVERIFY(
+        parseRecording(text.data(), text.data() + text.size(), "x.csv", error, [&](double share) {
+            const bool rises = share > last && share <= 1.0;
+            last = share;
+            return rises;
+        }));
     QVERIFY(last > 0.5);
-    QVERIFY(!parseRecording(text.data(), text.data() + text.size(), "x.csv", {}, error,
+    QVERIFY(!parseRecording(text.data(), text.data() + text.size(), "x.csv", error,
                             [](double) { return false; }));
     QCOMPARE(error, std::string("x.csv: reading was ended"));
 }
@@ -420,21 +415,11 @@ void TestRecordingReader::fileThatIsCutIsRefused()
     std::ofstream(path) << text;
     std::string error;
     int calls = 0;
-    const auto recording = readRecording(path, {}, error, [&](double) {
-        return ++calls > 1 || ::truncate(path.c_str(), 1000) == 0;
-    });
+    const auto recording = readRecording(
+        path, error, [&](double) { return ++calls > 1 || ::truncate(path.c_str(), 1000) == 0; });
     QVERIFY(!recording);
     QCOMPARE(calls, 2);
     QCOMPARE(error, path + ": was cut short while it was read: wait until nobody writes it");
-}
-
-void TestRecordingReader::groupsThatAreNotWantedTakeNoMemory()
-{
-    const auto recording =
-        parse(header + row(0, 2500, 1000, 500) + row(1, 5000, 1000, 500), nullptr, {false, false});
-    QVERIFY(recording);
-    QVERIFY(recording->orientation.empty());
-    QVERIFY(recording->movingState.empty());
 }
 
 QTEST_APPLESS_MAIN(TestRecordingReader)

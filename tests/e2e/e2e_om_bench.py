@@ -720,11 +720,8 @@ class SharedSocket(OmBenchTest):
         self.assertIn("20000002", om_bench("--socket", second.pid, "list", control="")[1])
         self.assertEqual(om_bench("--socket", one, "list", "--all")[0], USAGE)
         # One that does not answer is named, and the other is listed.
-        first.process.send_signal(signal.SIGSTOP)
-        try:
+        with first.standing_still():
             status, output, errors = om_bench("list", "--all", control="")
-        finally:
-            first.process.send_signal(signal.SIGCONT)
         self.assertEqual((status, errors), (NO_BENCH, f"om-bench: {one}: the bench does not answer\n"))
         self.assertEqual([line.split()[0] for line in output.splitlines()], [other, "SERIAL", "20000002"])
         self.assertEqual((first.end(), second.end()), (0, 0))

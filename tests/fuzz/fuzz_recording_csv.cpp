@@ -47,7 +47,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     const char* const text = reinterpret_cast<const char*>(data);
     std::string error;
-    const auto recording = parseRecording(text, text + size, fileName, {true, true}, error);
+    const auto recording = parseRecording(text, text + size, fileName, error);
     if (!recording) {
         fuzz::requireOneLine(error);
         require(error.rfind(fileName, 0) == 0, "the message names the file: " + error);

@@ -31,7 +31,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     const char* const text = reinterpret_cast<const char*>(data);
     std::string error;
-    const auto recording = analysis::parseRecording(text, text + size, "fuzz.csv", {}, error);
+    const auto recording = analysis::parseRecording(text, text + size, "fuzz.csv", error);
     if (!recording) {
         return 0;
     }

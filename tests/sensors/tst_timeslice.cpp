@@ -20,7 +20,7 @@ private slots:
         bool accepted = false;
         std::thread([&] {
             before = timeslice::of(0);
-            accepted = timeslice::askForShortest();
+            accepted = timeslice::requestShortest();
             after = timeslice::of(0);
         }).join();
         if (!before) {

@@ -292,7 +292,7 @@ void TestGeneratedNoise::fileHasRateAndGapsOfTheClockAndTheLosses()
     QVERIFY2(generateRecording(
                  config, Field(), 120.0, path, [](double) { return true; }, generated, error),
              error.c_str());
-    const auto recording = analysis::readRecording(path, {}, error);
+    const auto recording = analysis::readRecording(path, error);
     QVERIFY2(recording, error.c_str());
     QCOMPARE(std::uint64_t{recording->times.size()}, generated.rows);
     QCOMPARE(recording->report.tornRows + recording->report.invalidRows +
