@@ -1,88 +1,16 @@
 #include "gpu/scene_view.h"
+#include "support/allocations.h"
 #include "support/sidethread.h"
 
 #include <QApplication>
 #include <QOpenGLFunctions_3_3_Compatibility>
 #include <QtTest>
 
-#include <dlfcn.h>
-
-#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <map>
 #include <memory>
 #include <set>
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define HAS_COUNTER 0 // the sanitizer has its own malloc
-#else
-#define HAS_COUNTER 1
-#endif
-
-#if HAS_COUNTER
-
-namespace {
-
-// Counts the memory requests of this thread while it is on.
-thread_local bool counting = false;
-thread_local std::size_t requests = 0;
-thread_local std::array<void*, 10000> callers{};
-
-void note(void* caller)
-{
-    if (counting && requests < callers.size()) {
-        callers[requests++] = caller;
-    }
-}
-
-/// Requests of the program, of Qt and of operator new. The OpenGL driver's own do not count.
-std::size_t allocations()
-{
-    std::size_t count = 0;
-    Dl_info program{};
-    dladdr(reinterpret_cast<void*>(&note), &program);
-    for (std::size_t i = 0; i < requests; ++i) {
-        Dl_info caller{};
-        if (dladdr(callers[i], &caller) != 0) {
-            const QByteArray name(caller.dli_fname);
-            count += caller.dli_fbase == program.dli_fbase || name.contains("libQt5") ||
-                             name.contains("libstdc++")
-                         ? 1
-                         : 0;
-        }
-    }
-    return count;
-}
-
-} // namespace
-
-// These replace the C library's functions, which are available under these names.
-extern "C" {
-// NOLINTBEGIN(bugprone-reserved-identifier)
-void* __libc_malloc(std::size_t bytes);
-void* __libc_calloc(std::size_t count, std::size_t bytes);
-void* __libc_realloc(void* block, std::size_t bytes);
-// NOLINTEND(bugprone-reserved-identifier)
-
-void* malloc(std::size_t bytes) noexcept
-{
-    note(__builtin_return_address(0));
-    return __libc_malloc(bytes);
-}
-void* calloc(std::size_t count, std::size_t bytes) noexcept
-{
-    note(__builtin_return_address(0));
-    return __libc_calloc(count, bytes);
-}
-void* realloc(void* block, std::size_t bytes) noexcept
-{
-    note(__builtin_return_address(0));
-    return __libc_realloc(block, bytes);
-}
-}
-
-#endif
 
 class TestSceneCost : public QObject
 {
@@ -135,18 +63,21 @@ std::vector<char> TestSceneCost::contentOf(GLuint buffer)
 
 void TestSceneCost::counterCounts()
 {
-#if HAS_COUNTER
-    requests = 0;
-    counting = true;
+#if GRAVIMON_COUNTS_ALLOCATIONS
+    allocations::Counter counter;
+    allocations::Counter* const before = allocations::use(&counter);
     std::vector<float> vector(3);
     auto* volatile number = new int(1);
     void* volatile block = std::malloc(8);
+    void* volatile page = std::aligned_alloc(4096, 4096);
     QByteArray bytes(100, 'x');
     bytes.resize(5000); // moves
-    counting = false;
+    allocations::use(before);
     delete number;
     std::free(block);
-    QCOMPARE(allocations(), std::size_t{5});
+    std::free(page);
+    QCOMPARE(counter.ofTheProgramAndQt(), std::size_t{6});
+    QCOMPARE(counter.all(), std::size_t{6});
     QCOMPARE(vector.size() + std::size_t(bytes.size()), std::size_t{5003});
 #else
     QSKIP("the sanitizer has its own malloc");
@@ -163,7 +94,7 @@ void TestSceneCost::framesAfterTheFirstAllocateNothing_data()
 
 void TestSceneCost::framesAfterTheFirstAllocateNothing()
 {
-#if HAS_COUNTER
+#if GRAVIMON_COUNTS_ALLOCATIONS
     QFETCH(int, model);
     ProgramStates::setIntAttr(ProgramStates::cameraModel, model);
     m_view->InitProcess();
@@ -171,18 +102,17 @@ void TestSceneCost::framesAfterTheFirstAllocateNothing()
     m_view->setAccStrenght(0, 1, 0);
     m_view->visualize();
     glFinish();
-    requests = 0;
+    allocations::Counter counter;
     for (int frame = 0; frame < 100; ++frame) {
         const auto f = static_cast<float>(frame);
         m_view->setCameraModelOr(om::Orientation(om::Rotation(0.1F * f, om::Translation(1, 2, 3))));
         m_view->setAccStrenght(0.01F * f, 1.0F - 0.01F * f, -0.5F);
         m_view->camera->rotate(om::Rotation(0.01F, om::Translation(0, 1, 0)));
-        counting = true;
+        const allocations::Scope counted(&counter);
         m_view->visualize();
-        counting = false;
     }
-    QVERIFY(requests < callers.size());
-    QCOMPARE(allocations(), std::size_t{0});
+    QVERIFY(counter.all() < counter.keptAtMost);
+    QCOMPARE(counter.ofTheProgramAndQt(), std::size_t{0});
 #else
     QSKIP("the sanitizer has its own malloc");
 #endif
