@@ -34,7 +34,8 @@ std::string duplicateSerialText(unsigned int serial)
 void checkRoomFor(const CameraConfig& camera, Bench& bench)
 {
     if (bench.serialNumbers().size() + bench.loader().camerasToCome() >= mostCameras) {
-        throw Refusal("the bench is full: it has " + std::to_string(mostCameras) + " cameras");
+        throw Refusal("the bench is full: at most " + std::to_string(mostCameras) +
+                      " cameras are possible");
     }
     if (bench.camera(camera.serialNumber) || bench.loader().isReading(camera.serialNumber)) {
         throw Refusal(duplicateSerialText(camera.serialNumber));

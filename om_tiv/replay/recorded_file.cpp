@@ -153,7 +153,7 @@ std::string readWhole(const std::string& path, Recording& recording)
         return atByte(*got) + "the file ends within its header";
     }
     std::size_t frames = 0;
-    if (const std::string wrong = parseHeader(header.data(), recording, frames); !wrong.empty()) {
+    if (std::string wrong = parseHeader(header.data(), recording, frames); !wrong.empty()) {
         return wrong;
     }
     return readFrames(file, frames, recording.frameTimes);

@@ -291,7 +291,6 @@ std::optional<json> askOneOfAll(const std::string& path, const Order& order, Tex
 int listAll(const Order& order)
 {
     int status = DONE;
-    std::vector<json> answers;
     Text out;
     json benches = json::array();
     for (const std::string& path : BenchClient::running()) {
@@ -300,16 +299,15 @@ int listAll(const Order& order)
         if (!answer) {
             continue; // the others are listed all the same
         }
-        if (!answers.empty()) {
+        if (!benches.empty()) {
             out.add("");
         }
         out.add(path);
         out.add(cameras);
-        answers.push_back(*answer);
         (*answer)["socket"] = path;
         benches.push_back(*answer);
     }
-    if (answers.empty()) {
+    if (benches.empty()) {
         return status != DONE ? status : fail(NO_BENCH, om::bench::noRunningBench());
     }
     if (order.asJson) {
@@ -317,10 +315,16 @@ int listAll(const Order& order)
         out.addJson({{"benches", benches}}, 2);
     }
     status = std::max(status, write(out));
-    for (const json& answer : answers) {
-        status = std::max(status, reportState(answer));
+    int problems = DONE;
+    for (const json& bench : benches) {
+        try {
+            problems = std::max(problems, reportState(bench));
+        } catch (const json::exception&) {
+            status = std::max(status, fail(NO_BENCH, bench.at("socket").get<std::string>() + ": " +
+                                                         invalidAnswer));
+        }
     }
-    return status;
+    return status != DONE ? status : problems; // with PROBLEMS the list is complete
 }
 
 int watch(BenchClient& client, const Order& order)

@@ -37,7 +37,7 @@ constexpr double mostAcceleration = 8.0 * standardGravity; // m/s^2
 constexpr double mostAngularVelocity = 1000.0;             // degrees per second
 
 constexpr double mostPressure = 130000.0;      // Pa, far above any air on earth
-constexpr double leastPressure = 100.0;        // Pa, an altitude of 30 km; below 0 there is none
+constexpr double leastPressure = 100.0;        // Pa; a pressure below 0 has no altitude
 constexpr double mostField = INT16_MAX / 16.0; // uT, of the magnetometer's counts
 
 /// In air of constant temperature, the camera's temperatures are T0 + R (1 - exp(-t / T)).

@@ -55,9 +55,9 @@ Eigen::Vector3d EllipsoidFit::corrected(const Eigen::Vector3d& reading) const
     return radius * shape.inverse() * (reading - offset);
 }
 
-std::optional<EllipsoidFit> fitEllipsoid(const Eigen::Matrix3Xd& readings, CROSS_TERMS crossTerms)
+std::optional<EllipsoidFit> fitEllipsoid(const Eigen::Matrix3Xd& readings, CrossTerms crossTerms)
 {
-    const bool withCrossTerms = crossTerms == CROSS_TERMS::FITTED;
+    const bool withCrossTerms = crossTerms == CrossTerms::FITTED;
     const Eigen::Index unknowns = withCrossTerms ? 9 : 6;
     if (readings.cols() < unknowns || !readings.allFinite()) {
         return std::nullopt;
@@ -175,7 +175,7 @@ std::optional<MagnetometerReport> analyseMagnetometer(const VectorSeries& field,
         readings.row(axis) = Eigen::Map<const Eigen::RowVectorXd>(
             field.values.axes[static_cast<std::size_t>(axis)].data(), count);
     }
-    const std::optional<EllipsoidFit> aligned = fitEllipsoid(readings, CROSS_TERMS::OMITTED);
+    const std::optional<EllipsoidFit> aligned = fitEllipsoid(readings, CrossTerms::OMITTED);
     if (!aligned) {
         reason = "the readings lie on no ellipsoid: turn the camera through all orientations";
         return std::nullopt;
@@ -194,7 +194,7 @@ std::optional<MagnetometerReport> analyseMagnetometer(const VectorSeries& field,
                  "orientations";
         return std::nullopt;
     }
-    report->full = fitEllipsoid(readings, CROSS_TERMS::FITTED);
+    report->full = fitEllipsoid(readings, CrossTerms::FITTED);
     const Eigen::VectorXd lengths = readings.colwise().norm();
     report->lengthRmsBefore = lengthDeviation(lengths, lengths.mean());
     return report;

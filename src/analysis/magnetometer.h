@@ -52,14 +52,14 @@ struct MagnetometerReport
     double lengthRmsBefore = 0.0; ///< uT, deviation of length(reading) without any correction
 };
 
-enum class CROSS_TERMS { OMITTED, FITTED };
+enum class CrossTerms { OMITTED, FITTED };
 
 /// Least squares of p^T A p + 2 b^T p = 1 with a diagonal A (6 parameters), or with cross terms a
 /// symmetric one (9).
 /// The readings are first centred at their mean and scaled by their spread.
 /// @param readings one per column, uT; at least 6 with distinct directions, 9 with cross terms
 /// @return none if the readings are not on an ellipsoid
-std::optional<EllipsoidFit> fitEllipsoid(const Eigen::Matrix3Xd& readings, CROSS_TERMS crossTerms);
+std::optional<EllipsoidFit> fitEllipsoid(const Eigen::Matrix3Xd& readings, CrossTerms crossTerms);
 
 /// Gaps, variance, wobble and fit error of readings under a fit.
 SphereQuality sphereQuality(const Eigen::Matrix3Xd& readings, const EllipsoidFit& fit);

@@ -35,7 +35,10 @@ public:
     {
         std::error_code ignored;
         if (!m_made.empty()) {
-            fs::remove_all(m_made, ignored);
+            fs::remove_all(m_root, ignored);
+            if (m_made != m_root) {
+                ::rmdir(m_made.c_str()); // fails if another program has created something in it
+            }
         }
     }
     bool create(const std::string& path, std::string& error)

@@ -33,7 +33,10 @@ bool RowFile::create(const std::string& path, std::string& error)
     if (m_descriptor < 0) {
         return false;
     }
-    m_hasName = true;
+    struct stat own = {};
+    m_hasName = ::fstat(m_descriptor, &own) == 0;
+    m_device = own.st_dev;
+    m_inode = own.st_ino;
     QTextStream(&m_text, QIODevice::WriteOnly) << recorder::header(m_columns) << '\n';
     if (!write(error)) {
         remove();
@@ -126,17 +129,20 @@ const char* RowFile::remains() const
         return "nothing was recorded";
     }
     if (!m_hasName) {
-        return "its rows are lost";
+        return "the rows are lost";
     }
-    return m_isDoubtful ? "rows at its end may be missing" : "the rows until then are in the file";
+    return m_isDoubtful ? "rows at the end of the file may be missing"
+                        : "the rows until then are in the file";
 }
 
 void RowFile::remove()
 {
-    if (m_hasName) {
+    struct stat named = {};
+    if (m_hasName && ::lstat(m_path.c_str(), &named) == 0 && named.st_dev == m_device &&
+        named.st_ino == m_inode) {
         ::unlink(m_path.c_str());
-        m_hasName = false;
     }
+    m_hasName = false;
 }
 
 } // namespace samplelog

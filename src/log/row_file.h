@@ -45,8 +45,7 @@ public:
     /// What an error has left of the rows, for the user.
     const char* remains() const;
 
-    /// Removes the file of a recording without a row. Another file with its name is not changed
-    /// after a failed create(), or after flush() has reported that the file was removed.
+    /// Removes the file of a recording without a row. Another file with its name is not changed.
     void remove();
 
 private:
@@ -57,7 +56,9 @@ private:
     RecOptions m_columns;
     std::string m_path;
     int m_descriptor = -1;
-    bool m_hasName = false;    ///< this file was created and not removed
+    bool m_hasName = false; ///< this file was created and not removed
+    dev_t m_device = 0;     ///< with m_inode: which file it is, whatever has its name
+    ino_t m_inode = 0;
     bool m_isDoubtful = false; ///< the system reported an error after the write
     off_t m_whole = 0;         ///< bytes of complete lines in the file
     std::uint64_t m_lines = 0; ///< complete lines in the file, including the header

@@ -151,8 +151,8 @@ bool write(const std::string& path, const QByteArray& content)
     const EndSignalsBlocked blocked;
     const NamesAsBytes names;
     QSaveFile file(QFile::decodeName(path.c_str()));
-    // Without a buffer, because commit() does not notice that the content of the buffer finds no
-    // room. Nor does it notice what only the synchronization with the disk reports.
+    // Without a buffer, because commit() ignores the error if the buffer does not fit on the disk.
+    // It also ignores an error of fsync().
     if (file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && writeAll(file, content)) {
         if (!exchange::flushToDisk(file.handle())) {
             complain(path + ": cannot be written: " + std::generic_category().message(errno));

@@ -73,8 +73,8 @@ public:
     /// Elements of this series that exist twice, replaced series not included.
     int copied(std::size_t number) const { return m_places[number].next.size(); }
 
-    /// The capacity after this one: the next one that a vector would choose itself, at most the
-    /// largest one. 0 if there is none.
+    /// The next larger capacity: header and elements fill a power of two of bytes, or the largest
+    /// block where that would be 2 GiB. 0 if there is none.
     static int nextCapacity(int capacity);
 
 private:

@@ -86,7 +86,7 @@ void TestMagnetometerFit::sixParametersComeBack()
 {
     const Eigen::Vector3d radii(50.88, 44.64, 48.96);
     const auto fit =
-        fitEllipsoid(ellipsoid(radii.asDiagonal(), hardIron, 500), CROSS_TERMS::OMITTED);
+        fitEllipsoid(ellipsoid(radii.asDiagonal(), hardIron, 500), CrossTerms::OMITTED);
     QVERIFY(fit);
     QVERIFY((fit->offset - hardIron).norm() < 1e-9);
     QVERIFY((fit->radii - radii).norm() < 1e-9);
@@ -97,7 +97,7 @@ void TestMagnetometerFit::sixParametersComeBack()
 void TestMagnetometerFit::nineParametersComeBack()
 {
     const Eigen::Matrix3d shape = symmetric(50.0, 45.0, 48.0, 2.0, -1.5, 0.7);
-    const auto fit = fitEllipsoid(ellipsoid(shape, hardIron, 500), CROSS_TERMS::FITTED);
+    const auto fit = fitEllipsoid(ellipsoid(shape, hardIron, 500), CrossTerms::FITTED);
     QVERIFY(fit);
     QVERIFY((fit->offset - hardIron).norm() < 1e-9);
     QVERIFY((fit->shape - shape).norm() < 1e-9);
@@ -118,7 +118,7 @@ void TestMagnetometerFit::crossTermsShowWhatTheyWouldSave()
 void TestMagnetometerFit::correctedReadingsLieOnTheSphere()
 {
     const auto readings = ellipsoid(symmetric(50.0, 45.0, 48.0, 2.0, -1.5, 0.7), hardIron, 300);
-    const auto fit = fitEllipsoid(readings, CROSS_TERMS::FITTED);
+    const auto fit = fitEllipsoid(readings, CrossTerms::FITTED);
     QVERIFY(fit);
     for (Eigen::Index i = 0; i < readings.cols(); ++i) {
         QVERIFY(std::abs(fit->corrected(readings.col(i)).norm() - fit->radius) < 1e-9);
@@ -129,7 +129,7 @@ void TestMagnetometerFit::noiseIsTheResidual()
 {
     const auto fit = fitEllipsoid(
         ellipsoid(Eigen::Vector3d(48.0, 48.0, 48.0).asDiagonal(), hardIron, 20000, 0.5),
-        CROSS_TERMS::OMITTED);
+        CrossTerms::OMITTED);
     QVERIFY(fit);
     QVERIFY2(std::abs(fit->residualRms - 0.5) < 0.02,
              qPrintable(QString::number(fit->residualRms)));
@@ -180,8 +180,8 @@ void TestMagnetometerFit::readingsThatHoldNoEllipsoidAreRefused()
         readings = readings.leftCols<5>().eval();
         break;
     }
-    QVERIFY(!fitEllipsoid(readings, CROSS_TERMS::OMITTED));
-    QVERIFY(!fitEllipsoid(readings, CROSS_TERMS::FITTED));
+    QVERIFY(!fitEllipsoid(readings, CrossTerms::OMITTED));
+    QVERIFY(!fitEllipsoid(readings, CrossTerms::FITTED));
 }
 
 void TestMagnetometerFit::capThatIsTooNarrowIsRefused()
@@ -196,7 +196,7 @@ void TestMagnetometerFit::capThatIsTooNarrowIsRefused()
             readings.col(i).head<2>() *= std::sqrt(1.0 - z * z) / readings.col(i).head<2>().norm();
             readings(2, i) = z;
         }
-        return fitEllipsoid(48.0 * readings, CROSS_TERMS::OMITTED);
+        return fitEllipsoid(48.0 * readings, CrossTerms::OMITTED);
     };
     const auto fit = fitOfCap(0.5);
     QVERIFY(fit);
@@ -207,7 +207,7 @@ void TestMagnetometerFit::capThatIsTooNarrowIsRefused()
 void TestMagnetometerFit::evenCoverageHasNoGaps()
 {
     const auto readings = ellipsoid(Eigen::Matrix3d::Identity() * 48.0, hardIron, 3000);
-    const auto fit = fitEllipsoid(readings, CROSS_TERMS::OMITTED);
+    const auto fit = fitEllipsoid(readings, CrossTerms::OMITTED);
     QVERIFY(fit);
     const SphereQuality quality = sphereQuality(readings, *fit);
     QCOMPARE(quality.gaps, 0.0);
@@ -220,7 +220,7 @@ void TestMagnetometerFit::halfSphereHasHalfTheAreasAsGaps()
 {
     const Eigen::Matrix3Xd all = ellipsoid(Eigen::Matrix3d::Identity() * 48.0, {0, 0, 0}, 6000);
     const Eigen::Matrix3Xd half = all.leftCols<3000>(); // z above 0
-    const auto fit = fitEllipsoid(all, CROSS_TERMS::OMITTED);
+    const auto fit = fitEllipsoid(all, CrossTerms::OMITTED);
     QVERIFY(fit);
     QCOMPARE(sphereQuality(half, *fit).gaps, 50.0);
 }
@@ -228,7 +228,7 @@ void TestMagnetometerFit::halfSphereHasHalfTheAreasAsGaps()
 void TestMagnetometerFit::wrongOffsetWobbles()
 {
     const auto readings = ellipsoid(Eigen::Matrix3d::Identity() * 50.0, hardIron, 3000);
-    auto fit = fitEllipsoid(readings, CROSS_TERMS::OMITTED);
+    auto fit = fitEllipsoid(readings, CrossTerms::OMITTED);
     QVERIFY(fit);
     fit->offset.x() += 5.0; // a tenth of the radius
     const SphereQuality quality = sphereQuality(readings, *fit);

@@ -278,7 +278,8 @@ class WithoutAProgram(world.EndToEndTest):
         sound = {"serialNumber": 7, "id": 0, "model": "TIV", "state": "open", "motion": "fall", "faults": {},
                  "samplesProduced": 1, "samplesRead": 1, "truth": truth, "reading": None}
         answers = {1: {"ok": True, "cameras": 5}, 2: {"ok": False, "error": "no"}, 3: {"ok": False, "error": 7},
-                   4: {"ok": True, "cameras": [sound]}}
+                   4: {"ok": True, "cameras": [sound]}, 5: {"ok": True, "cameras": [], "complaints": 5},
+                   6: {"ok": True, "cameras": [], "complaints": ["wrong"]}}
 
         def serve(listener, answer):
             while True:
@@ -298,8 +299,11 @@ class WithoutAProgram(world.EndToEndTest):
             status, output, errors = om_bench("list", "--all", environment={"XDG_RUNTIME_DIR": runtime})
         self.assertEqual(errors.splitlines(), [f"om-bench: {folder}/bench-1.sock: {INVALID_ANSWER}",
                                                f"om-bench: {folder}/bench-2.sock: no",
-                                               f"om-bench: {folder}/bench-3.sock: {INVALID_ANSWER}"])
-        self.assertEqual([line.split()[0] for line in output.splitlines()], [f"{folder}/bench-4.sock", "SERIAL", "7"])
+                                               f"om-bench: {folder}/bench-3.sock: {INVALID_ANSWER}",
+                                               f"om-bench: {folder}/bench-5.sock: {INVALID_ANSWER}",
+                                               "om-bench: wrong"])
+        self.assertEqual([line.split()[0] for line in output.split("\n\n")[0].splitlines()],
+                         [f"{folder}/bench-4.sock", "SERIAL", "7"])
         self.assertEqual(status, NO_BENCH)
 
     def test_nothing_that_a_terminal_would_act_upon_is_printed(self):

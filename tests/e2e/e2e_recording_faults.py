@@ -144,7 +144,7 @@ class FileSizeLimit(world.EndToEndTest):
         path = control.start_recording(program)
         control.wait_for_rows(path, 20)
         _, most = resource.prlimit(program.pid, resource.RLIMIT_FSIZE)
-        limit = path.stat().st_size + 400000  # some seconds of rows: the file must not pass it before it is set
+        limit = path.stat().st_size + 400000  # some seconds of rows, so that the file is still smaller when the limit is set
         resource.prlimit(program.pid, resource.RLIMIT_FSIZE, (limit, most))
         wait_for("the reached limit", lambda: path.stat().st_size == limit)
         program.wait_for_samples(TIV_Q, 400)

@@ -55,7 +55,8 @@ bool anotherIsFirst = false; // another program creates a folder mav0 first, wit
 
 } // namespace
 
-// In place of the system's, between whose calls another program seldom has its turn.
+// Replaces the system's function: lets another program create the folder first, which is rare
+// otherwise.
 extern "C" int mkdir(const char* path, mode_t mode) noexcept
 {
     if (anotherIsFirst && std::string(path).find("/mav0") != std::string::npos) {

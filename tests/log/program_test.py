@@ -141,7 +141,7 @@ class Record(Case):
         output, errors = program.communicate(timeout=LIMIT)
         self.summary(output)
         self.assertEqual((program.returncode, errors),
-                         (NOT_DONE, f"gravimon-log: {self.file}: was removed while it was written; its rows are lost\n"))
+                         (NOT_DONE, f"gravimon-log: {self.file}: was removed while it was written; the rows are lost\n"))
         self.assertFalse(self.file.exists())
 
     def test_output_that_cannot_be_shown_does_not_harm_the_file(self):

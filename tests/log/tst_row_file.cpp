@@ -54,7 +54,7 @@ QByteArray contents(const std::string& path)
 
 } // namespace
 
-// In place of the system's, which takes a broken disk to fail.
+// Replaces the system's function, which fails only on a broken disk.
 extern "C" int fsync(int /*descriptor*/)
 {
     errno = syncError;
@@ -166,7 +166,7 @@ private slots:
         syncError = 0;
         QVERIFY(!finished);
         QCOMPARE(m_error, m_path + ": cannot be written: No space left on device");
-        QCOMPARE(file.remains(), "rows at its end may be missing");
+        QCOMPARE(file.remains(), "rows at the end of the file may be missing");
     }
 
     void withoutARowNothingRemains()
@@ -177,6 +177,17 @@ private slots:
         QCOMPARE(file.remains(), "nothing was recorded");
         file.remove();
         QVERIFY(!QFile::exists(QString::fromStdString(m_path)));
+    }
+
+    void fileWithTheNameOfTheRenamedOneIsNotRemoved()
+    {
+        RowFile file(gyroscopeOnly());
+        QVERIFY(file.create(m_path, m_error));
+        QCOMPARE(::rename(m_path.c_str(), (m_path + ".moved").c_str()), 0);
+        QFile other(QString::fromStdString(m_path));
+        QVERIFY(other.open(QIODevice::WriteOnly));
+        file.remove();
+        QVERIFY(QFile::exists(QString::fromStdString(m_path)));
     }
 
     void onlyTheOwnFileIsRemoved_data()
@@ -232,7 +243,7 @@ private slots:
         file.add(row(1));
         QVERIFY(!file.flush(m_error));
         QCOMPARE(m_error, m_path + ": was removed while it was written");
-        QCOMPARE(file.remains(), "its rows are lost");
+        QCOMPARE(file.remains(), "the rows are lost");
     }
 
 private:

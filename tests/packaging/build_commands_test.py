@@ -51,7 +51,7 @@ class BuildCommands(unittest.TestCase):
                 self.assertTrue(any(f"missing ({flag})" in line for line in lines), lines[:1])
 
     def test_folders_are_arguments_of_scripts(self):
-        # In a script, the apostrophe of a folder's name would end a text.
+        # In a script, the apostrophe of a folder's name would end the quoted text.
         commands = commands_of("packaging_files")
         scripts = re.findall(r'\bsh -c ("(?:[^"\\]|\\.)*"|\S+)', commands)
         self.assertTrue(scripts)

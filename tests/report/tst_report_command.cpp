@@ -103,7 +103,7 @@ private:
 
 } // namespace
 
-// In place of the system's, which takes a broken disk to fail.
+// Replaces the system's function, which fails only on a broken disk.
 extern "C" int fsync(int /*descriptor*/)
 {
     errno = syncError;

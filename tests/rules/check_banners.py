@@ -1,4 +1,4 @@
-"""No comment divides a file with a line of dashes: a plain line divides a list of slots, and a long file is two."""
+"""No comment divides a file with a line of dashes: a plain comment divides a list of slots; split a long file into two."""
 
 import re
 import sys

@@ -25,11 +25,12 @@ private slots:
         }).join();
         if (!before) {
             QVERIFY(!accepted);
-            QSKIP("this system refuses to say the slice, and to choose it");
+            QSKIP(
+                "this system does not report the time slice and does not let the thread choose it");
         }
         if (*before == std::chrono::nanoseconds(0)) {
             QVERIFY(after == before);
-            QSKIP("this kernel lets nobody choose a slice: before 6.12");
+            QSKIP("this kernel is older than 6.12 and ignores a requested time slice");
         }
         QCOMPARE(accepted, after == timeslice::shortest);
     }

@@ -8,6 +8,7 @@ import pathlib
 import signal
 import subprocess
 import sys
+import tempfile
 import unittest
 
 root = pathlib.Path(sys.argv.pop(1))
@@ -23,6 +24,14 @@ class RunTest(unittest.TestCase):
 
     def test_exit_status_is_that_of_the_test(self):
         self.assertEqual(run("sh", "-c", "exit 7").returncode, 7)
+
+    def test_path_with_an_equals_sign_is_a_program(self):
+        with tempfile.TemporaryDirectory() as folder:
+            program = pathlib.Path(folder, "a=b", "program")
+            program.parent.mkdir()
+            program.write_text("#!/bin/sh\nexit 7\n", encoding="utf-8")
+            program.chmod(0o755)
+            self.assertEqual(run(program).returncode, 7)
 
     def test_signals_that_the_caller_ignores_are_not_ignored(self):
         def ignore():

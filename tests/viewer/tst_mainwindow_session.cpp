@@ -173,7 +173,7 @@ private slots:
         const auto imageTime = [&probe] {
             return probe.inputThread->camera.getTimestamp(om::TIME_REFERENCE::IMAGE) / 1000;
         };
-        // Once is enough: the next look may meet an image.
+        // Once is enough: a new image may arrive before the next check.
         std::uint64_t time = 0;
         bool isBetween = false;
         const auto updatesBetweenTwoImages = [&] {

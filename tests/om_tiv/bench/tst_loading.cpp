@@ -195,7 +195,7 @@ private slots:
             QVERIFY(add(path, 100 + i).at("ok").get<bool>());
         }
         QCOMPARE(QString::fromStdString(add(path).at("error").get<std::string>()),
-                 QStringLiteral("the bench is full: it has 64 cameras"));
+                 QStringLiteral("the bench is full: at most 64 cameras are possible"));
     }
 
     void stopEndsWhatIsBeingReadAndWhatWaits()

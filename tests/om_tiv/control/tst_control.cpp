@@ -189,7 +189,7 @@ private slots:
         }
         const json one = {{"model", "TIV"}, {"serialNumber", 64}};
         QCOMPARE(ask({{"command", "add"}, {"camera", one}}).at("error").get<std::string>(),
-                 std::string("the bench is full: it has 64 cameras"));
+                 std::string("the bench is full: at most 64 cameras are possible"));
         QVERIFY(ask({{"command", "remove"}, {"serialNumber", 1}}).at("ok").get<bool>());
         QVERIFY(ask({{"command", "add"}, {"camera", one}}).at("ok").get<bool>());
     }

@@ -376,7 +376,7 @@ private slots:
                                         sizeof address) == 0 &&
                                  ::listen(listener, 8) == 0 && ::write(ready[1], "1", 1) == 1;
             if (listens) {
-                ::prctl(PR_SET_PDEATHSIG, SIGKILL); // behind setuid(), which resets it
+                ::prctl(PR_SET_PDEATHSIG, SIGKILL); // after setuid(), which resets it
                 ::pause();
             }
             ::_exit(1);

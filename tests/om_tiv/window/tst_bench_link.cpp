@@ -127,7 +127,7 @@ private slots:
         QTRY_VERIFY(!reasons.isEmpty());
         link.reset();
         qputenv("XDG_RUNTIME_DIR", runtime);
-        // One answer would be waited for 10 s.
+        // The link would wait 10 s for one answer.
         QVERIFY2(time.elapsed() < 9500, qPrintable(QString::number(time.elapsed())));
         if (programs == 1) {
             QCOMPARE(reasons.first(), paths.first() + ": the bench does not answer");
@@ -173,7 +173,7 @@ private slots:
         time.start();
         link.choose(first);
         QTRY_VERIFY(reasons.size() > 2 && reasons.last() == reason);
-        // One answer would be waited for 10 s.
+        // The link would wait 10 s for one answer.
         QVERIFY2(time.elapsed() < 9500, qPrintable(QString::number(time.elapsed())));
         QCOMPARE(choices, QStringList({first, second}));
     }
