@@ -60,7 +60,8 @@ std::array<float, 3> floats(const Vector& v)
 
 double recordedSeconds(Nanoseconds time)
 {
-    return static_cast<double>(time / 1000) / 1e6;
+    const Nanoseconds microseconds = time / 1000;
+    return static_cast<double>(microseconds) / 1e6;
 }
 
 /// The rows that the program makes of a camera's samples.

@@ -116,7 +116,10 @@ const MainWindow::SensorRow* MainWindow::SensorRow::find(const QString& sensor)
 const MainWindow::SensorRow& MainWindow::SensorRow::shownFor(const QString& sensor)
 {
     const SensorRow* const row = find(sensor);
-    return row == nullptr ? table.front() : *row;
+    if (row == nullptr) {
+        return table.front();
+    }
+    return *row;
 }
 
 chartfeed::AxisRange MainWindow::SensorRow::valueAxis(const MainWindow& window, double margin) const

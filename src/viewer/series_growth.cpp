@@ -21,6 +21,7 @@ OldSeries::~OldSeries()
     const auto end = begin + static_cast<std::uintptr_t>(m_series.capacity()) * sizeof(double);
     constexpr std::uintptr_t piece = 1 << 20;
     for (std::uintptr_t at = (begin + page - 1) / page * page; at + page <= end; at += piece) {
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): the address of a page
         madvise(reinterpret_cast<void*>(at), std::min(piece, (end - at) / page * page),
                 MADV_DONTNEED);
     }

@@ -681,7 +681,7 @@ void TestReportNumbers::saturatedReadingsHaveNoEffectOnTheFit()
     analysis::Recording recording;
     recordings::addMagnetometer(recording, {20.0, -60.0, -10.0}, {48.0, 48.0, 48.0}, 3000, 0.25);
     const double radius = analyse(recording, {}).magnetometer->fit->aligned.radius;
-    for (const std::size_t i : {700, 1500, 1501}) {
+    for (const std::size_t i : {700U, 1500U, 1501U}) {
         recording.magneticField.values.axes[2][i] = 2048.0;
     }
     const RecordingReport report = analyse(recording, {});

@@ -153,7 +153,7 @@ namespace {
 QByteArray taken(const std::string& path)
 {
     QFile file(QString::fromStdString(path));
-    const QByteArray text = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    QByteArray text = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     file.remove();
     return text;
 }

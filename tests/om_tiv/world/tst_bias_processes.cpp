@@ -118,6 +118,7 @@ void TestBiasProcesses::aTimeHasOneValueInWhateverOrder()
 {
     QFETCH(Maker, maker);
     std::vector<Nanoseconds> times;
+    times.reserve(3010);
     for (int i = 0; i < 3000; ++i) {
         times.push_back(seconds(0.0025 * i));
     }
