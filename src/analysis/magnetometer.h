@@ -55,8 +55,7 @@ struct MagnetometerReport
 enum class CrossTerms { OMITTED, FITTED };
 
 /// Least squares of p^T A p + 2 b^T p = 1 with a diagonal A (6 parameters), or with cross terms a
-/// symmetric one (9).
-/// The readings are first centred at their mean and scaled by their spread.
+/// symmetric one (9). The readings are first centred at their mean and scaled by their spread.
 /// @param readings one per column, uT; at least 6 with distinct directions, 9 with cross terms
 /// @return none if the readings are not on an ellipsoid
 std::optional<EllipsoidFit> fitEllipsoid(const Eigen::Matrix3Xd& readings, CrossTerms crossTerms);

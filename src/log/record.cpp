@@ -81,7 +81,7 @@ int record(const RecordOptions& options)
     EndSignals signals;
     RecordingRun run(options);
     std::string error;
-    // A camera is waited for and opened for seconds; a signal is read meanwhile.
+    // Waiting for a camera and opening it takes seconds; a signal is read meanwhile.
     bool isReported = false;
     std::future<bool> started =
         std::async(std::launch::async, [&run, &error] { return run.start(error); });

@@ -77,6 +77,7 @@ private slots:
     void samplesOfEachSensorAreCounted();
     void theFolderOfAnotherConversionIsLeftAlone_data();
     void theFolderOfAnotherConversionIsLeftAlone();
+    void whatIsBesideTheOutputOfAnEndedConversionStays();
     void inputThatIsCutLeavesNoOutput_data();
     void inputThatIsCutLeavesNoOutput();
 
@@ -138,6 +139,20 @@ void TestConvert::theFolderOfAnotherConversionIsLeftAlone()
     QCOMPARE(result.error,
              m_options.output + "/mav0: exists already: choose another name or remove it");
     QVERIFY(QFile::exists(m_folder->filePath("out/mav0/other")));
+}
+
+void TestConvert::whatIsBesideTheOutputOfAnEndedConversionStays()
+{
+    std::ofstream(m_options.input) << recordingOf(120'000); // several calls of progress
+    m_options.format = FORMAT::EUROC;
+    const std::string other = m_options.output + "/other";
+    const ConvertResult result = convert(m_options, [&](double) {
+        std::ofstream(other) << "of another program";
+        return false;
+    });
+    QVERIFY(!result.done);
+    QCOMPARE(QDir(m_folder->filePath("out")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+             QStringList("other"));
 }
 
 void TestConvert::inputThatIsCutLeavesNoOutput_data()
