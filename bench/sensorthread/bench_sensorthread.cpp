@@ -5,7 +5,7 @@
 
 #include "support/viewersession.h"
 
-#include "viewer/sensorsample.h"
+#include "viewer/sensor_sample.h"
 
 #include <QFile>
 

@@ -1,6 +1,6 @@
 #include "calibration/magcalibdlg.h"
 
-#include "calibration/calibmessages.h"
+#include "calibration/calib_messages.h"
 #include "camera/camera_library.h"
 #include "look/Style.h"
 #include "look/clr.h"

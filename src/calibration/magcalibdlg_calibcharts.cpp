@@ -1,7 +1,7 @@
 #include "calibration/magcalibdlg.h"
 
 #include "calibration/calibplot.h"
-#include "calibration/chartmath.h"
+#include "calibration/chart_math.h"
 #include "calibration/sharp_symbol.h"
 #include "ui_magcalibdlg.h"
 

@@ -2,7 +2,7 @@
 
 #include "calibration/magcalibdlg.h"
 
-#include "calibration/samplemath.h"
+#include "calibration/sample_math.h"
 #include "camera/camera_library.h"
 #include "ui_magcalibdlg.h"
 

@@ -1,6 +1,6 @@
 #include "calibration/magcalibdlg.h"
 
-#include "calibration/magrecord.h"
+#include "calibration/mag_record.h"
 #include "camera/camera_library.h"
 
 #include <hidapi/hidapi.h>

@@ -1,7 +1,7 @@
 #include "calibration/magcalibdlg.h"
 
 #include "calibration/orientcount.h"
-#include "calibration/samplemath.h"
+#include "calibration/sample_math.h"
 #include "camera/camera_library.h"
 
 #include <chrono>

@@ -1,7 +1,7 @@
 #include "camera/InputThreadModul.h"
 
 #include "camera/ProgramStates.h"
-#include "camera/framerates.h"
+#include "camera/frame_rates.h"
 
 #include <cuda_runtime_api.h>
 

@@ -1,9 +1,9 @@
 #include "camera/InputThreadModul.h"
 
 #include "camera/ProgramStates.h"
-#include "camera/framerates.h"
-#include "camera/playbackpacing.h"
-#include "camera/shortsleep.h"
+#include "camera/frame_rates.h"
+#include "camera/playback_pacing.h"
+#include "camera/short_sleep.h"
 
 #include <QAbstractSlider>
 

@@ -1,6 +1,6 @@
 #include "log/recording_run.h"
 
-#include "sensors/timeslice.h"
+#include "sensors/time_slice.h"
 
 #include <algorithm>
 

@@ -4,7 +4,7 @@
 
 #include "camera/camera_library.h"
 #include "recording/recorder.h"
-#include "sensors/sensormath.h"
+#include "sensors/sensor_math.h"
 
 #include <cstdint>
 #include <optional>

@@ -107,7 +107,7 @@ protected:
 private:
     friend struct MainWindowProbe; // the tests' access
 
-    struct SensorRow; // viewer/sensortable.h
+    struct SensorRow; // viewer/sensor_table.h
 
     /// Connects the three signals of inputThread; disconnectSignals() removes exactly these. Both
     /// do nothing without an input thread.

@@ -4,8 +4,8 @@
 #include "viewer/mainwindow.h"
 
 #include "ui_mainwindow.h"
-#include "viewer/chartfeedrules.h"
-#include "viewer/sensortable.h"
+#include "viewer/chart_feed_rules.h"
+#include "viewer/sensor_table.h"
 
 #include <QLineEdit>
 #include <QMutexLocker>

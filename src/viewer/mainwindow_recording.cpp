@@ -7,7 +7,7 @@
 #include "recording/line_file.h"
 #include "recording/recoptiondlg.h"
 #include "recording/recorder.h"
-#include "sensors/sensormath.h"
+#include "sensors/sensor_math.h"
 #include "ui_mainwindow.h"
 
 #include <QByteArray>

@@ -5,9 +5,9 @@
 
 #include "camera/InputThreadModul.h"
 #include "gpu/OGL3DWidget.h"
-#include "sensors/timeslice.h"
+#include "sensors/time_slice.h"
 #include "ui_mainwindow.h"
-#include "viewer/sensorsample.h"
+#include "viewer/sensor_sample.h"
 
 #include <QMutexLocker>
 

@@ -2,10 +2,10 @@
 
 #include "viewer/mainwindow.h"
 
-#include "sensors/sensormath.h"
+#include "sensors/sensor_math.h"
 #include "ui_mainwindow.h"
 #include "viewer/live_text.h"
-#include "viewer/sensortable.h"
+#include "viewer/sensor_table.h"
 
 #include <QMutexLocker>
 #include <QTimer>

@@ -5,8 +5,8 @@
 
 #include "gpu/OGL3DWidget.h"
 #include "gpu/Simple3DObject.h"
-#include "sensors/timeslice.h"
-#include "viewer/sensorsample.h"
+#include "sensors/time_slice.h"
+#include "viewer/sensor_sample.h"
 
 #include <QDir>
 #include <QSemaphore>

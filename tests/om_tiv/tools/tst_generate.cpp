@@ -5,7 +5,7 @@
 #include "recording/recorder.h"
 #include "replay/recording_row.h"
 #include "tools/generate.h"
-#include "viewer/sensorsample.h"
+#include "viewer/sensor_sample.h"
 
 #include <QFile>
 #include <QTemporaryDir>

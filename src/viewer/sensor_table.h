@@ -4,7 +4,7 @@
 
 #include "charts/DataPlot.h"
 #include "look/Style.h"
-#include "viewer/chartfeedrules.h"
+#include "viewer/chart_feed_rules.h"
 #include "viewer/mainwindow.h"
 
 #include <QString>

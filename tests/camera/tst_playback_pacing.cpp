@@ -1,4 +1,4 @@
-#include "camera/playbackpacing.h"
+#include "camera/playback_pacing.h"
 
 #include <QtTest>
 
@@ -63,4 +63,4 @@ void TestPlaybackPacing::frameIsHeldBackForTheRestOfItsGap()
 }
 
 QTEST_APPLESS_MAIN(TestPlaybackPacing)
-#include "tst_playbackpacing.moc"
+#include "tst_playback_pacing.moc"

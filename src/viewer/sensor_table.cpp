@@ -1,4 +1,4 @@
-#include "viewer/sensortable.h"
+#include "viewer/sensor_table.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "sensors/sensormath.h"
+#include "sensors/sensor_math.h"
 
 #include <QtTest>
 
@@ -234,4 +234,4 @@ private slots:
 };
 
 QTEST_GUILESS_MAIN(TestSensorMath)
-#include "tst_sensormath.moc"
+#include "tst_sensor_math.moc"

@@ -1,4 +1,4 @@
-#include "camera/framerates.h"
+#include "camera/frame_rates.h"
 
 #include <algorithm>
 

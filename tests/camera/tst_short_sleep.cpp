@@ -1,4 +1,4 @@
-#include "camera/shortsleep.h"
+#include "camera/short_sleep.h"
 #include "support/sidethread.h"
 #include "support/waiting.h"
 
@@ -66,4 +66,4 @@ void TestShortSleep::signalDoesNotCutItShort()
 }
 
 QTEST_APPLESS_MAIN(TestShortSleep)
-#include "tst_shortsleep.moc"
+#include "tst_short_sleep.moc"

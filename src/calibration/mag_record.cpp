@@ -1,4 +1,4 @@
-#include "calibration/magrecord.h"
+#include "calibration/mag_record.h"
 
 #include "calibration/axes.h"
 

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "camera/camera_library.h"
-#include "sensors/sensormath.h"
+#include "sensors/sensor_math.h"
 #include "viewer/chart_limits.h"
 #include "viewer/shared.h"
 

@@ -1,4 +1,4 @@
-#include "viewer/sensorsample.h"
+#include "viewer/sensor_sample.h"
 
 #include <QtTest>
 
@@ -336,4 +336,4 @@ private slots:
 };
 
 QTEST_GUILESS_MAIN(TestSensorSample)
-#include "tst_sensorsample.moc"
+#include "tst_sensor_sample.moc"

@@ -1,6 +1,6 @@
 // The time slice of a thread. Each test runs in a thread of its own, because a slice stays.
 
-#include "sensors/timeslice.h"
+#include "sensors/time_slice.h"
 
 #include <QTest>
 
@@ -43,4 +43,4 @@ private slots:
 };
 
 QTEST_GUILESS_MAIN(TestTimeslice)
-#include "tst_timeslice.moc"
+#include "tst_time_slice.moc"

@@ -1,4 +1,4 @@
-#include "viewer/sensorsample.h"
+#include "viewer/sensor_sample.h"
 
 #include <algorithm>
 

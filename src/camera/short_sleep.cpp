@@ -1,4 +1,4 @@
-#include "camera/shortsleep.h"
+#include "camera/short_sleep.h"
 
 #include <cerrno>
 #include <ctime>

@@ -1,4 +1,4 @@
-#include "viewer/chartfeedrules.h"
+#include "viewer/chart_feed_rules.h"
 
 #include <QtTest>
 
@@ -234,4 +234,4 @@ void TestChartFeedRules::valueAxisIsComputedInDoublePrecision()
 }
 
 QTEST_APPLESS_MAIN(TestChartFeedRules)
-#include "tst_chartfeedrules.moc"
+#include "tst_chart_feed_rules.moc"

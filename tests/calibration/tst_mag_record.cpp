@@ -1,7 +1,7 @@
-#include "calibration/magrecord.h"
+#include "calibration/mag_record.h"
 
 #include "calibration/mag_calib.h"
-#include "calibration/samplemath.h"
+#include "calibration/sample_math.h"
 
 #include "calibration/clouds.h"
 
@@ -229,4 +229,4 @@ void TestMagRecord::comparisonNeverAcceptsNaN()
 }
 
 QTEST_APPLESS_MAIN(TestMagRecord)
-#include "tst_magrecord.moc"
+#include "tst_mag_record.moc"

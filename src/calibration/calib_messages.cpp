@@ -1,4 +1,4 @@
-#include "calibration/calibmessages.h"
+#include "calibration/calib_messages.h"
 
 #include "calibration/magcalibdlg.h"
 #include "look/Style.h"

@@ -1,4 +1,4 @@
-#include "calibration/samplemath.h"
+#include "calibration/sample_math.h"
 
 #include <QtTest>
 
@@ -156,4 +156,4 @@ void TestSampleMath::pauseCountsSecondsAsMilliseconds()
 }
 
 QTEST_APPLESS_MAIN(TestSampleMath)
-#include "tst_samplemath.moc"
+#include "tst_sample_math.moc"

@@ -1,4 +1,4 @@
-#include "sensors/timeslice.h"
+#include "sensors/time_slice.h"
 
 #include <sys/syscall.h>
 #include <unistd.h>

@@ -1,5 +1,5 @@
 #include "camera/FpsCounter.h"
-#include "camera/framerates.h"
+#include "camera/frame_rates.h"
 
 #include <QtTest>
 
@@ -291,4 +291,4 @@ void TestFrameRates::unknownFrameRateNeverDropsAFrame()
 }
 
 QTEST_APPLESS_MAIN(TestFrameRates)
-#include "tst_framerates.moc"
+#include "tst_frame_rates.moc"

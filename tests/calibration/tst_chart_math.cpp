@@ -1,4 +1,4 @@
-#include "calibration/chartmath.h"
+#include "calibration/chart_math.h"
 
 #include <QtTest>
 
@@ -90,4 +90,4 @@ void TestChartMath::limitWithoutFiniteDataIsThatOfAnEmptyPlot()
 }
 
 QTEST_APPLESS_MAIN(TestChartMath)
-#include "tst_chartmath.moc"
+#include "tst_chart_math.moc"

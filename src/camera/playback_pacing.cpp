@@ -1,4 +1,4 @@
-#include "camera/playbackpacing.h"
+#include "camera/playback_pacing.h"
 
 unsigned long playbackDelayUs(std::uint64_t timestamp, std::uint64_t lastTimestamp, int elapsedMs)
 {

@@ -1,4 +1,4 @@
-#include "sensors/sensormath.h"
+#include "sensors/sensor_math.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "viewer/chartfeedrules.h"
+#include "viewer/chart_feed_rules.h"
 
 #include <QStringList>
 
