@@ -1,7 +1,5 @@
 #include "report/figure_rows.h"
 
-#include <algorithm>
-
 namespace report {
 
 namespace {
@@ -26,22 +24,10 @@ std::vector<FigureRow> figureRows(std::vector<std::vector<Topic>>& recordings, s
         addPairs(figures, rows);
         return rows;
     }
-    std::vector<QString> ids;
-    for (const std::vector<Topic>& topics : recordings) {
-        for (const Figure& figure : topics[topic].figures) {
-            if (std::find(ids.begin(), ids.end(), figure.id) == ids.end()) {
-                ids.push_back(figure.id);
-            }
-        }
-    }
-    for (const QString& id : ids) {
+    for (const QString& id : figureIdsOf(recordings, topic)) {
         std::vector<Figure*> same;
         for (std::vector<Topic>& topics : recordings) {
-            std::vector<Figure>& figures = topics[topic].figures;
-            const auto found =
-                std::find_if(figures.begin(), figures.end(),
-                             [&id](const Figure& figure) { return figure.id == id; });
-            same.push_back(found == figures.end() ? nullptr : &*found);
+            same.push_back(findFigure(topics[topic], id));
         }
         addPairs(same, rows);
     }

@@ -2,6 +2,7 @@
 
 #include "report/figures_parts.h"
 
+#include <algorithm>
 #include <map>
 
 namespace report {
@@ -28,6 +29,27 @@ std::vector<Topic> topicsOf(const RecordingReport& report)
         }
     }
     return topics;
+}
+
+std::vector<QString> figureIdsOf(const std::vector<std::vector<Topic>>& recordings,
+                                 std::size_t topic)
+{
+    std::vector<QString> ids;
+    for (const std::vector<Topic>& topics : recordings) {
+        for (const Figure& figure : topics[topic].figures) {
+            if (std::find(ids.begin(), ids.end(), figure.id) == ids.end()) {
+                ids.push_back(figure.id);
+            }
+        }
+    }
+    return ids;
+}
+
+Figure* findFigure(Topic& topic, const QString& id)
+{
+    const auto found = std::find_if(topic.figures.begin(), topic.figures.end(),
+                                    [&id](const Figure& figure) { return figure.id == id; });
+    return found == topic.figures.end() ? nullptr : &*found;
 }
 
 void alignAxes(std::vector<std::vector<Topic>>& recordings)

@@ -6,6 +6,7 @@
 
 #include <QString>
 
+#include <cstddef>
 #include <memory>
 #include <vector>
 
@@ -37,6 +38,14 @@ struct Topic
 /// "allan", "spectrum", "gravity", "temperature", "magnetometer", "six-positions". All topics are
 /// present, some possibly without figures.
 std::vector<Topic> topicsOf(const RecordingReport& report);
+
+/// The ids of the topic's figures in all recordings, each once, in the order of their first
+/// appearance.
+std::vector<QString> figureIdsOf(const std::vector<std::vector<Topic>>& recordings,
+                                 std::size_t topic);
+
+/// @return null if the topic has no such figure
+Figure* findFigure(Topic& topic, const QString& id);
 
 /// Sets the same axes for plots with the same id, so that recordings can be compared by eye.
 void alignAxes(std::vector<std::vector<Topic>>& recordings);

@@ -104,19 +104,15 @@ Topic allanTopic(const RecordingReport& report)
 {
     Topic topic{QStringLiteral("allan"), QStringLiteral("Overlapping Allan deviation"), {}};
     for (const Sensor& sensor : sensorsOf(report)) {
-        const bool turns = sensor.id == QLatin1String("gyroscope");
-        for (std::size_t i = 0; sensor.report != nullptr && i < 3; ++i) {
-            const AxisReport& axis = sensor.report->axes[i];
+        for (std::size_t i = 0; i < 3; ++i) {
+            const AxisReport& axis = sensor.report.axes[i];
             if (auto plot = allanPlot(axis, sensor.unit)) {
                 const NoiseModel& model = axis.noise.model;
                 addFigure(topic, "allan-" + sensor.id + "-" + axisNames[i],
                           sensor.name + " " + axisNames[i] + ": N " +
                               coefficientText(model.noiseDensity, sensor.unit + "/√Hz") + ", B " +
                               coefficientText(model.biasInstability, sensor.unit) + ", K " +
-                              coefficientText(model.randomWalk, turns
-                                                                    ? QStringLiteral("°/s²/√Hz")
-                                                                    : QStringLiteral("m/s³/√Hz")) +
-                              ".",
+                              coefficientText(model.randomWalk, sensor.walkUnit) + ".",
                           std::move(plot));
             }
         }

@@ -1,5 +1,8 @@
 #include "report/figures_parts.h"
 
+#include "report/inertial_sensors.h"
+#include "report/qt_text.h"
+
 #include <QFont>
 
 #include <qwt_legend.h>
@@ -207,13 +210,16 @@ void addFigure(Topic& topic, const QString& id, const QString& caption,
     topic.figures.push_back(std::move(figure));
 }
 
-std::array<Sensor, 2> sensorsOf(const RecordingReport& report)
+std::vector<Sensor> sensorsOf(const RecordingReport& report)
 {
-    return {
-        {{report.accelerometer ? &*report.accelerometer : nullptr, QStringLiteral("accelerometer"),
-          QStringLiteral("Accelerometer"), QStringLiteral("m/s²")},
-         {report.gyroscope ? &*report.gyroscope : nullptr, QStringLiteral("gyroscope"),
-          QStringLiteral("Gyroscope"), QStringLiteral("°/s")}}};
+    std::vector<Sensor> sensors;
+    for (const InertialSensor& sensor : inertialSensors) {
+        if (const auto& inertial = report.*sensor.report) {
+            sensors.push_back({*inertial, text(sensor.id), text(sensor.name), text(sensor.unit),
+                               text(sensor.walkUnit)});
+        }
+    }
+    return sensors;
 }
 
 } // namespace report

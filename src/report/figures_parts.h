@@ -14,8 +14,8 @@
 #include <qwt_samples.h>
 #include <qwt_symbol.h>
 
-#include <array>
 #include <memory>
+#include <vector>
 
 namespace report {
 
@@ -63,16 +63,17 @@ struct TimeUnit
 /// @param duration seconds
 TimeUnit timeUnit(double duration);
 
-/// Accelerometer or gyroscope.
+/// A sensor that the recording has, with the texts of inertialSensors.
 struct Sensor
 {
-    const InertialReport* report = nullptr; ///< null if the recording does not have the sensor
-    QString id;                             ///< as in the figures' ids
+    const InertialReport& report;
+    QString id;
     QString name;
     QString unit;
+    QString walkUnit;
 };
 
-std::array<Sensor, 2> sensorsOf(const RecordingReport& report);
+std::vector<Sensor> sensorsOf(const RecordingReport& report);
 
 /// An empty plot with axes and grid.
 std::unique_ptr<QwtPlot> makePlot(const QString& xTitle, const QString& yTitle, int plotHeight);

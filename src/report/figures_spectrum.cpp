@@ -66,8 +66,8 @@ Topic spectrumTopic(const RecordingReport& report)
 {
     Topic topic{QStringLiteral("spectrum"), QStringLiteral("Spectrum"), {}};
     for (const Sensor& sensor : sensorsOf(report)) {
-        for (std::size_t i = 0; sensor.report != nullptr && i < 3; ++i) {
-            const AxisReport& axis = sensor.report->axes[i];
+        for (std::size_t i = 0; i < 3; ++i) {
+            const AxisReport& axis = sensor.report.axes[i];
             auto plot = spectrumPlot(axis.spectrum, sensor.unit);
             if (!plot) {
                 continue;

@@ -3,6 +3,7 @@
 #include "report/number_text.h"
 #include "report/qt_text.h"
 
+#include <array>
 #include <utility>
 
 namespace report {
@@ -28,7 +29,7 @@ Topic temperatureTopic(const RecordingReport& report)
                                                      QwtSymbol::UTriangle};
     const std::array<QColor, 3> colours{blue, vermilion, green};
     for (const Sensor& sensor : sensorsOf(report)) {
-        if (sensor.report == nullptr || sensor.report->axes[0].temperature.size() < 2) {
+        if (sensor.report.axes[0].temperature.size() < 2) {
             continue;
         }
         auto plot = makePlot(QStringLiteral("temperature of the IMU in °C"),
@@ -37,7 +38,7 @@ Topic temperatureTopic(const RecordingReport& report)
         Range y;
         QString slopes;
         for (std::size_t i = 0; i < 3; ++i) {
-            const AxisReport& axis = sensor.report->axes[i];
+            const AxisReport& axis = sensor.report.axes[i];
             QVector<QPointF> points;
             const std::size_t step = axis.temperature.size() / 200 + 1;
             for (std::size_t k = 0; k < axis.temperature.size(); k += step) {

@@ -14,8 +14,8 @@ Topic timeTopic(const RecordingReport& report)
     Topic topic{QStringLiteral("time"), QStringLiteral("Time series"), {}};
     const QString gaps = report.gapSpans.empty() ? QString() : QStringLiteral(" Gaps are shaded.");
     for (const Sensor& sensor : sensorsOf(report)) {
-        for (std::size_t i = 0; sensor.report != nullptr && i < 3; ++i) {
-            const AxisReport& axis = sensor.report->axes[i];
+        for (std::size_t i = 0; i < 3; ++i) {
+            const AxisReport& axis = sensor.report.axes[i];
             const bool relative = report.rest && report.rest->whole;
             const QString name = sensor.name + " " + axisNames[i];
             const QString caption = relative ? name + ", minus its mean of " +

@@ -6,8 +6,6 @@
 
 #include <QFileInfo>
 
-#include <algorithm>
-
 namespace report {
 
 namespace {
@@ -18,28 +16,11 @@ QString figureHtml(Figure& figure, const QString& prefix)
            "<figcaption>" + figure.caption.toHtmlEscaped() + "</figcaption></figure>\n";
 }
 
-Figure* findFigure(std::vector<Topic>& topics, std::size_t topic, const QString& id)
-{
-    for (Figure& figure : topics[topic].figures) {
-        if (figure.id == id) {
-            return &figure;
-        }
-    }
-    return nullptr;
-}
-
 /// The figures of a topic. Those of several recordings are side by side.
 QString topicHtml(std::vector<std::vector<Topic>>& recordings, std::size_t topic,
                   const std::vector<RecordingReport>& reports)
 {
-    std::vector<QString> ids;
-    for (const std::vector<Topic>& topics : recordings) {
-        for (const Figure& figure : topics[topic].figures) {
-            if (std::find(ids.begin(), ids.end(), figure.id) == ids.end()) {
-                ids.push_back(figure.id);
-            }
-        }
-    }
+    const std::vector<QString> ids = figureIdsOf(recordings, topic);
     if (ids.empty()) {
         return {};
     }
@@ -48,7 +29,7 @@ QString topicHtml(std::vector<std::vector<Topic>>& recordings, std::size_t topic
     if (recordings.size() == 1) {
         html += "<div class=\"figures\">\n";
         for (const QString& id : ids) {
-            html += figureHtml(*findFigure(recordings.front(), topic, id), "r1-" + id);
+            html += figureHtml(*findFigure(recordings.front()[topic], id), "r1-" + id);
         }
         return html + "</div>\n";
     }
@@ -57,7 +38,7 @@ QString topicHtml(std::vector<std::vector<Topic>>& recordings, std::size_t topic
         for (std::size_t i = 0; i < recordings.size(); ++i) {
             const QString head = "<p class=\"about\">" + QString::number(i + 1) + ": " +
                                  nameOfRecording(reports[i]).toHtmlEscaped() + "</p>";
-            Figure* const figure = findFigure(recordings[i], topic, id);
+            Figure* const figure = findFigure(recordings[i][topic], id);
             html += "<div>" + head +
                     (figure != nullptr
                          ? figureHtml(*figure, "r" + QString::number(i + 1) + "-" + id)

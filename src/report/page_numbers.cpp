@@ -1,9 +1,8 @@
+#include "report/inertial_sensors.h"
 #include "report/number_text.h"
 #include "report/page.h"
 #include "report/page_parts.h"
 
-#include <array>
-#include <optional>
 #include <vector>
 
 namespace report {
@@ -61,28 +60,16 @@ QString tableOf(const std::vector<Row>& rows, const std::vector<RecordingReport>
     return html + "</tbody></table></div>\n";
 }
 
-struct Sensor
-{
-    const char* name;
-    const char* unit;
-    const char* walkUnit;
-    std::optional<InertialReport> RecordingReport::*member;
-};
-
-constexpr std::array<Sensor, 2> sensors{
-    {{"Accelerometer", "m/s²", "m/s³/√Hz", &RecordingReport::accelerometer},
-     {"Gyroscope", "°/s", "°/s²/√Hz", &RecordingReport::gyroscope}}};
-
 void addNoise(std::vector<Row>& rows, const std::vector<RecordingReport>& reports)
 {
-    for (const Sensor& sensor : sensors) {
+    for (const InertialSensor& sensor : inertialSensors) {
         const auto unit = QString::fromUtf8(sensor.unit);
         for (std::size_t i = 0; i < 3; ++i) {
             const auto axisRow = [&](const QString& name, const QString& rowUnit,
                                      const auto& value) {
                 addRow(rows, reports, QString(sensor.name) + " " + axisNames.at(i) + ": " + name,
                        rowUnit, [&](const RecordingReport& report) {
-                           const auto& inertial = report.*sensor.member;
+                           const auto& inertial = report.*sensor.report;
                            return inertial ? value(inertial->axes.at(i)) : QString();
                        });
             };

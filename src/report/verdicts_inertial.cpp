@@ -1,5 +1,6 @@
 #include "report/verdicts_parts.h"
 
+#include "report/inertial_sensors.h"
 #include "report/number_text.h"
 
 #include <algorithm>
@@ -20,14 +21,12 @@ constexpr double mostFilledShare = 0.01;    // of the samples
 constexpr double leastDensityShare = 0.02;  // of the good density
 constexpr double leastLineAmplitude = 0.02; // m/s^2
 
-struct Sensor
+/// A sensor that the recording has.
+struct JudgedSensor
 {
-    const InertialReport* report;
-    const char* id;
-    const char* name;
-    const char* unit;
-    const char* slopeUnit; ///< of the random walk
-    NoiseLimits limits;
+    const InertialSensor& about;
+    const InertialReport& report;
+    const NoiseLimits& limits;
 };
 
 void judgeRest(const RecordingReport& report, std::vector<Verdict>& verdicts)
@@ -72,7 +71,7 @@ void judgeGravity(const RecordingReport& report, std::vector<Verdict>& verdicts)
     verdicts.push_back(verdict);
 }
 
-void judgeHealth(const RecordingReport& report, const Sensor& sensor,
+void judgeHealth(const RecordingReport& report, const JudgedSensor& sensor,
                  std::vector<Verdict>& verdicts)
 {
     double equal = 0.0;
@@ -80,7 +79,7 @@ void judgeHealth(const RecordingReport& report, const Sensor& sensor,
     std::uint64_t saturated = 0;
     std::uint64_t spikes = 0;
     for (std::size_t i = 0; i < 3; ++i) {
-        const AxisReport& axis = sensor.report->axes[i];
+        const AxisReport& axis = sensor.report.axes[i];
         if (axis.longestEqualSeconds > equal) {
             equal = axis.longestEqualSeconds;
             stuck = i;
@@ -88,8 +87,8 @@ void judgeHealth(const RecordingReport& report, const Sensor& sensor,
         saturated += axis.saturated;
         spikes += axis.spikes;
     }
-    const std::string id = sensor.id;
-    const std::string name = sensor.name;
+    const std::string id = sensor.about.id;
+    const std::string name = sensor.about.name;
     verdicts.push_back({id + ".stuck", name + " alive",
                         equal > mostEqualSeconds ? STATE::FAILED : STATE::PASSED,
                         number(equal, 3) + " s without a change, axis " + axisNames[stuck],
@@ -116,12 +115,12 @@ void judgeHealth(const RecordingReport& report, const Sensor& sensor,
 }
 
 /// Judges one coefficient of all axes.
-void judgeCoefficient(const RecordingReport& report, const Sensor& sensor, const char* id,
+void judgeCoefficient(const RecordingReport& report, const JudgedSensor& sensor, const char* id,
                       const char* name, const std::string& unit, const NoiseLimit& limit,
                       Coefficient analysis::NoiseModel::*member, std::vector<Verdict>& verdicts)
 {
-    Verdict verdict{std::string(sensor.id) + "." + id,
-                    std::string(sensor.name) + ": " + name,
+    Verdict verdict{std::string(sensor.about.id) + "." + id,
+                    std::string(sensor.about.name) + ": " + name,
                     STATE::UNKNOWN,
                     "",
                     plainNumber(limit.good) + " " + unit + "; at most " + plainNumber(limit.usual) +
@@ -131,7 +130,7 @@ void judgeCoefficient(const RecordingReport& report, const Sensor& sensor, const
     double most = 0.0;
     std::string reason;
     for (std::size_t i = 0; i < 3; ++i) {
-        const Coefficient& coefficient = sensor.report->axes[i].noise.model.*member;
+        const Coefficient& coefficient = sensor.report.axes[i].noise.model.*member;
         verdict.value += i > 0 ? " / " : "";
         if (!coefficient.value) {
             verdict.value += "-";
@@ -180,15 +179,16 @@ void judgeCoefficient(const RecordingReport& report, const Sensor& sensor, const
     verdicts.push_back(verdict);
 }
 
-void judgeNoise(const RecordingReport& report, const Sensor& sensor, std::vector<Verdict>& verdicts)
+void judgeNoise(const RecordingReport& report, const JudgedSensor& sensor,
+                std::vector<Verdict>& verdicts)
 {
     using analysis::NoiseModel;
     judgeCoefficient(report, sensor, "noise_density", "noise density",
-                     std::string(sensor.unit) + "/√Hz", sensor.limits.density,
+                     std::string(sensor.about.unit) + "/√Hz", sensor.limits.density,
                      &NoiseModel::noiseDensity, verdicts);
-    judgeCoefficient(report, sensor, "bias_instability", "bias instability", sensor.unit,
+    judgeCoefficient(report, sensor, "bias_instability", "bias instability", sensor.about.unit,
                      sensor.limits.instability, &NoiseModel::biasInstability, verdicts);
-    judgeCoefficient(report, sensor, "random_walk", "random walk", sensor.slopeUnit,
+    judgeCoefficient(report, sensor, "random_walk", "random walk", sensor.about.walkUnit,
                      sensor.limits.walk, &NoiseModel::randomWalk, verdicts);
 }
 
@@ -230,13 +230,12 @@ void judgeInertial(const RecordingReport& report, std::vector<Verdict>& verdicts
 {
     judgeRest(report, verdicts);
     judgeGravity(report, verdicts);
-    const std::array<Sensor, 2> sensors{
-        {{report.accelerometer ? &*report.accelerometer : nullptr, "accelerometer", "Accelerometer",
-          "m/s²", "m/s³/√Hz", accelerometerLimits},
-         {report.gyroscope ? &*report.gyroscope : nullptr, "gyroscope", "Gyroscope", "°/s",
-          "°/s²/√Hz", gyroscopeLimits}}};
-    for (const Sensor& sensor : sensors) {
-        if (sensor.report != nullptr) {
+    constexpr std::array<NoiseLimits, 2> limits{accelerometerLimits, gyroscopeLimits};
+    static_assert(limits.size() == inertialSensors.size());
+    for (std::size_t i = 0; i < limits.size(); ++i) {
+        const InertialSensor& about = inertialSensors.at(i);
+        if (const auto& inertial = report.*about.report) {
+            const JudgedSensor sensor{about, *inertial, limits.at(i)};
             judgeHealth(report, sensor, verdicts);
             judgeNoise(report, sensor, verdicts);
         }
