@@ -161,17 +161,16 @@ bool Loader::cancel(unsigned int serial)
     return true;
 }
 
-void Loader::stop()
-{
-    stopThread(false);
-}
-
 void Loader::end()
 {
-    stopThread(true);
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_atAnEnd = true;
+    }
+    stop();
 }
 
-void Loader::stopThread(bool forEver)
+void Loader::stop()
 {
     std::thread ending;
     {
@@ -179,7 +178,6 @@ void Loader::stopThread(bool forEver)
         for (const JobPtr& job : m_jobs) {
             job->progress.cancelled.store(true);
         }
-        m_atAnEnd = m_atAnEnd || forEver;
         m_stopping = true;
         ending.swap(m_thread);
         m_changed.notify_all();

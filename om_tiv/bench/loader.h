@@ -80,7 +80,6 @@ private:
     using JobPtr = std::shared_ptr<Job>;
 
     void run();
-    void stopThread(bool forEver);
 
     mutable std::mutex m_mutex; ///< guards the following members
     std::condition_variable m_changed;

@@ -31,7 +31,7 @@ constexpr timeval sendTimeout = {10, 0};
 
 /// A descriptor connected to a bench of this user or of root, or -1 with a reason and errno, which
 /// is EAGAIN if the program accepts no connections and has no room for one more.
-int connectTo(const std::string& path, bool waits, std::string& error)
+int connectTo(const std::string& path, BenchClient::WAIT wait, std::string& error)
 {
     const auto failed = [&] {
         const int why = errno;
@@ -46,7 +46,7 @@ int connectTo(const std::string& path, bool waits, std::string& error)
         errno = ENAMETOOLONG;
         return failed();
     }
-    const int flags = waits ? 0 : SOCK_NONBLOCK;
+    const int flags = wait == BenchClient::WAIT::YES ? 0 : SOCK_NONBLOCK;
     Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | flags, 0));
     if (!socket.valid()) {
         return failed();
@@ -85,11 +85,11 @@ std::string noRunningBench()
 }
 
 std::unique_ptr<BenchClient> BenchClient::connect(const std::string& path, std::string& error,
-                                                  bool waits)
+                                                  WAIT wait)
 {
     const std::string wanted = path.empty() ? namedPath() : socketOf(path);
     if (!wanted.empty()) {
-        const int fd = connectTo(wanted, waits, error);
+        const int fd = connectTo(wanted, wait, error);
         if (fd < 0) {
             return nullptr;
         }
@@ -100,7 +100,7 @@ std::unique_ptr<BenchClient> BenchClient::connect(const std::string& path, std::
     std::vector<std::pair<std::string, int>> alive;
     std::string ignored; // a socket that can't be reached is not a running bench
     for (const std::string& candidate : socketsIn(folder)) {
-        const int fd = connectTo(candidate, waits, ignored);
+        const int fd = connectTo(candidate, wait, ignored);
         if (fd >= 0) {
             alive.emplace_back(candidate, fd);
         }
@@ -125,7 +125,7 @@ std::vector<std::string> BenchClient::running()
     std::vector<std::string> alive;
     std::string ignored;
     for (const std::string& candidate : socketsIn(controlFolder())) {
-        const int fd = connectTo(candidate, false, ignored);
+        const int fd = connectTo(candidate, WAIT::NO, ignored);
         if (fd >= 0) {
             ::close(fd);
         }

@@ -22,14 +22,16 @@ std::string noRunningBench();
 class BenchClient
 {
 public:
+    /// Whether to wait up to 10 s for a program that accepts no connections and has no room for
+    /// one more; a stopped program, for example.
+    enum class WAIT { YES, NO };
+
     /// Connects only to a bench of the same user or of root.
     /// @param path the socket or the number of the bench's process; empty uses OM_TIV_CONTROL, or
     /// finds the one running bench
-    /// @param waits whether to wait up to 10 s for a program that accepts no connections and has no
-    /// room for one more; a stopped program, for example
     /// @return null on failure, with the reason in one line in error
     static std::unique_ptr<BenchClient> connect(const std::string& path, std::string& error,
-                                                bool waits = true);
+                                                WAIT wait = WAIT::YES);
     ~BenchClient();
 
     /// The sockets of all running benches of this user, found in the runtime folder, without a

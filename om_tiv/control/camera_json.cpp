@@ -49,14 +49,23 @@ json readingAsJson(const std::optional<Reading>& reading)
 
 } // namespace
 
-json faultsAsJson(const Faults& faults, bool all)
+json allFaultsAsJson(const Faults& faults)
+{
+    json object = json::object();
+    for (const FaultKey& fault : faultKeys) {
+        std::visit([&](auto place) { object[fault.key] = asJson(faults.*place); }, fault.place);
+    }
+    return object;
+}
+
+json changedFaultsAsJson(const Faults& faults)
 {
     const Faults none;
     json object = json::object();
     for (const FaultKey& fault : faultKeys) {
         std::visit(
             [&](auto place) {
-                if (all || faults.*place != none.*place) {
+                if (faults.*place != none.*place) {
                     object[fault.key] = asJson(faults.*place);
                 }
             },
@@ -81,7 +90,7 @@ json cameraAsJson(const Bench& bench, const CameraStatus& status, const VirtualC
             {"temperature", device.airTemperature()},
             {"samplesProduced", counters.produced},
             {"samplesRead", counters.delivered},
-            {"faults", faultsAsJson(bench.faults(status.serialNumber), false)},
+            {"faults", changedFaultsAsJson(bench.faults(status.serialNumber))},
             {"reading", readingAsJson(device.lastReading())},
             {"truth",
              {{"heading", truth.heading * degreesPerRadian},

@@ -9,8 +9,11 @@
 
 namespace om::bench {
 
-/// The faults that differ from their default, or all, by the keys of bench files.
-nlohmann::json faultsAsJson(const Faults& faults, bool all);
+/// All faults, by the keys of bench files.
+nlohmann::json allFaultsAsJson(const Faults& faults);
+
+/// The faults that differ from their default, likewise.
+nlohmann::json changedFaultsAsJson(const Faults& faults);
 
 /// An entry of the list.
 nlohmann::json cameraAsJson(const Bench& bench, const CameraStatus& status,

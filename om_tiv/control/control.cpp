@@ -281,14 +281,14 @@ private:
         if (clear || !given.empty()) {
             // In one step, so that a fault that counts down at the same time is not reset.
             target->changeFaults([&](Faults& faults) {
-                json wanted = faultsAsJson(clear ? Faults() : faults, true);
+                json wanted = allFaultsAsJson(clear ? Faults() : faults);
                 wanted.update(given);
                 faults = readCamera({{"model", "TIV_Q"}, {"serialNumber", 1}, {"faults", wanted}})
                              .cameras.front()
                              .faults;
             });
         }
-        return {{"faults", faultsAsJson(target->faults(), true)}};
+        return {{"faults", allFaultsAsJson(target->faults())}};
     }
 
     json clock()

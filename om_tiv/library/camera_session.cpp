@@ -278,9 +278,10 @@ ERROR_CODE CameraSession::grab(const RuntimeParameters& runtime)
         case Script<ERROR_CODE>::STEP::NONE:
             break;
         case Script<ERROR_CODE>::STEP::ENTRY:
-            return grabScripted(scripted, false);
+            return grabScripted(scripted);
         case Script<ERROR_CODE>::STEP::REPEATED:
-            return grabScripted(scripted, true);
+            awaitChangeOfScript();
+            return grabScripted(scripted);
         case Script<ERROR_CODE>::STEP::GONE:
             m_device->unplug();
             return ERROR_CODE::CAMERA_GONE;
@@ -304,19 +305,20 @@ ERROR_CODE CameraSession::grab(const RuntimeParameters& runtime)
     return ERROR_CODE::SUCCESS;
 }
 
-ERROR_CODE CameraSession::grabScripted(ERROR_CODE scripted, bool repeated)
+void CameraSession::awaitChangeOfScript()
 {
-    Clock& clock = m_device->clock();
-    if (repeated) {
-        const std::uint64_t version = m_device->grabScript().version();
-        clock.waitUntil(UINT64_MAX, repeatWait, [this, version] {
-            return !isOpen() || m_device->grabScript().version() != version;
-        });
-    }
+    const std::uint64_t version = m_device->grabScript().version();
+    m_device->clock().waitUntil(UINT64_MAX, repeatWait, [this, version] {
+        return !isOpen() || m_device->grabScript().version() != version;
+    });
+}
+
+ERROR_CODE CameraSession::grabScripted(ERROR_CODE scripted)
+{
     if (scripted == ERROR_CODE::CAMERA_GONE) {
         lose();
     } else if (scripted == ERROR_CODE::SUCCESS) {
-        takeNext(clock.now());
+        takeNext(m_device->clock().now());
     }
     return scripted;
 }

@@ -58,7 +58,8 @@ private:
 
     /// The result of an operation in the states LOST and CLOSED; SUCCESS while open.
     ERROR_CODE stateResult() const;
-    ERROR_CODE grabScripted(ERROR_CODE scripted, bool repeated);
+    void awaitChangeOfScript(); ///< for a moment, so that a repeated entry takes no processor
+    ERROR_CODE grabScripted(ERROR_CODE scripted);
     void take(const Frame& frame);
     void takeNext(Nanoseconds time); ///< the frame after the last one
 

@@ -159,7 +159,7 @@ void RecordingParser::take(const Line& line)
     m_taken += line.text.size() + 1;
     if (!m_header.empty()) {
         takeRow(line);
-    } else if (!m_hopeless) {
+    } else if (!m_noHeader) {
         takeHeader(line);
     }
 }
@@ -192,7 +192,7 @@ void RecordingParser::takeHeader(const Line& line)
     }
     split(line.text, m_fields);
     if (m_fields.empty() || m_fields.front() != "idx" || line.tooLong) {
-        m_hopeless = true;
+        m_noHeader = true;
         return;
     }
     m_header.assign(m_fields.begin(), m_fields.end());

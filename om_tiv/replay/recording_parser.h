@@ -57,7 +57,7 @@ public:
     void take(const Line& line);
 
     /// No header was found: the rest is not needed.
-    bool isHopeless() const { return m_hopeless; }
+    bool hasNoHeader() const { return m_noHeader; }
 
     std::shared_ptr<const SensorRecording> finish(std::string& report);
 
@@ -111,7 +111,7 @@ private:
     RecordingReport m_report;
     std::uint64_t m_expected = 0; ///< bytes
     std::uint64_t m_taken = 0;
-    bool m_hopeless = false;
+    bool m_noHeader = false;
     std::vector<EarlyLine> m_early;
     std::vector<std::string> m_header;
     RecordingColumns m_at;

@@ -86,7 +86,7 @@ SensorRecording::read(const std::string& path, std::string& report, ReadingProgr
     const auto take = [&parser](const Line& line) { parser.take(line); };
     std::vector<char> piece(pieceBytes);
     std::uint64_t have = 0; // of a growing file only its initial content is read
-    while (have < size && !parser.isHopeless()) {
+    while (have < size && !parser.hasNoHeader()) {
         if (progress != nullptr && progress->cancelled.load()) {
             report.clear();
             return nullptr;

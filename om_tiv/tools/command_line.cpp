@@ -31,11 +31,11 @@ public:
         m_app.fallthrough(); // general options may follow a command
         m_app.get_formatter()->column_width(34);
         m_app
-            .add_option("--socket", m_order.socket,
+            .add_option("--socket", m_command.socket,
                         "Control socket, or the number of the process; by default the one "
                         "running bench is found")
             ->check(someText());
-        m_app.add_flag("--json", m_order.asJson, "Print the bench's answer as JSON");
+        m_app.add_flag("--json", m_command.asJson, "Print the bench's answer as JSON");
         m_app.set_version_flag("--version", std::string("om-bench ") + gravimonVersion);
         m_app.footer(
             "SERIAL is a camera's serial number, as in the list. Angles are in degrees.\n"
@@ -62,11 +62,11 @@ public:
                                          "file, without a running bench"));
     }
 
-    std::optional<Order> read(int argc, const char* const* argv, int& status)
+    std::optional<Command> read(int argc, const char* const* argv, int& status)
     {
         try {
             m_app.parse(argc, argv);
-            return m_order;
+            return m_command;
         } catch (const CLI::ParseError& error) {
             if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
                 status = m_app.exit(error); // help or version
@@ -82,16 +82,16 @@ private:
     CLI::App* command(const std::string& name, const std::string& help)
     {
         CLI::App* const sub = m_app.add_subcommand(name, help);
-        sub->parse_complete_callback([this, name] { m_order.request["command"] = name; });
+        sub->parse_complete_callback([this, name] { m_command.request["command"] = name; });
         return sub;
     }
 
     void addList(CLI::App& sub)
     {
-        sub.add_flag("--all", m_order.all,
+        sub.add_flag("--all", m_command.all,
                      "Show the cameras of all running benches, each below its socket");
         sub.callback([this] {
-            if (m_order.all && !m_order.socket.empty()) {
+            if (m_command.all && !m_command.socket.empty()) {
                 throw CLI::ValidationError("--all", "takes no --socket");
             }
         });
@@ -100,7 +100,7 @@ private:
     void takeSerial(CLI::App& sub)
     {
         sub.add_option("SERIAL", m_serial, "Serial number")->required()->transform(serialNumber());
-        sub.callback([this] { m_order.request["serialNumber"] = m_serial; });
+        sub.callback([this] { m_command.request["serialNumber"] = m_serial; });
     }
 
     void addAdd(CLI::App& sub)
@@ -141,7 +141,7 @@ private:
                 camera["replay"] = path.string();
                 camera["replayLoop"] = !m_once;
             }
-            m_order.request["camera"] = camera;
+            m_command.request["camera"] = camera;
         });
     }
 
@@ -151,8 +151,8 @@ private:
         sub.add_option("MOTION", m_motion, "\"at rest\", hand-held, tumble, fall or posed")
             ->required();
         sub.callback([this] {
-            m_order.request["serialNumber"] = m_serial;
-            m_order.request["motion"] = m_motion;
+            m_command.request["serialNumber"] = m_serial;
+            m_command.request["motion"] = m_motion;
         });
     }
 
@@ -173,7 +173,7 @@ private:
             ->type_name("X Y Z")
             ->check(number());
         sub.callback([this] {
-            json& request = m_order.request;
+            json& request = m_command.request;
             request["serialNumber"] = m_serial;
             request["pose"] = {{"heading", m_heading}, {"pitch", m_pitch}, {"roll", m_roll}};
             request["glide"] = m_glide;
@@ -190,9 +190,9 @@ private:
         sub.add_option("DECLINATION", m_field[2], "To the east")->check(number());
         sub.callback([this] {
             if (m_field[2]) {
-                m_order.request["field"] = {{"strength", *m_field[0]},
-                                            {"inclination", *m_field[1]},
-                                            {"declination", *m_field[2]}};
+                m_command.request["field"] = {{"strength", *m_field[0]},
+                                              {"inclination", *m_field[1]},
+                                              {"declination", *m_field[2]}};
             } else if (m_field[0]) {
                 throw CLI::ValidationError(
                     "field", "takes strength, inclination and declination, or nothing");
@@ -205,9 +205,9 @@ private:
         takeSerial(sub);
         sub.add_option("STRENGTH", m_strength, "uT, 0 for none")->required()->check(number());
         sub.callback([this] {
-            m_order.request = {{"command", "fault"},
-                               {"serialNumber", m_serial},
-                               {"faults", {{"magneticDisturbance", m_strength}}}};
+            m_command.request = {{"command", "fault"},
+                                 {"serialNumber", m_serial},
+                                 {"faults", {{"magneticDisturbance", m_strength}}}};
         });
     }
 
@@ -218,9 +218,9 @@ private:
                        "-40 to 85 degrees Celsius; the sensors follow with a time constant of 20 s")
             ->check(number());
         sub.callback([this] {
-            m_order.request["serialNumber"] = m_serial;
+            m_command.request["serialNumber"] = m_serial;
             if (m_celsius) {
-                m_order.request["temperature"] = *m_celsius;
+                m_command.request["temperature"] = *m_celsius;
             }
         });
     }
@@ -231,9 +231,9 @@ private:
         sub.add_option("VERSION", m_firmware, "Effective when the program next opens the camera")
             ->transform(wholeNumber(0, 65535));
         sub.callback([this] {
-            m_order.request["serialNumber"] = m_serial;
+            m_command.request["serialNumber"] = m_serial;
             if (m_firmware) {
-                m_order.request["firmware"] = *m_firmware;
+                m_command.request["firmware"] = *m_firmware;
             }
         });
     }
@@ -248,14 +248,14 @@ private:
             sub.add_option("VALUE", m_faultText, "on, off, or the fault's number")
                 ->capture_default_str();
         sub.callback([this, value] {
-            m_order.request["serialNumber"] = m_serial;
+            m_command.request["serialNumber"] = m_serial;
             if (m_faultName == "none") {
                 if (value->count() > 0) {
                     throw CLI::ValidationError("none", "takes no value");
                 }
-                m_order.request["clear"] = true;
+                m_command.request["clear"] = true;
             } else if (!m_faultName.empty()) {
-                m_order.request["faults"] = {{m_faultName, faultValue(m_faultText)}};
+                m_command.request["faults"] = {{m_faultName, faultValue(m_faultText)}};
             }
         });
     }
@@ -267,14 +267,14 @@ private:
             CLI::App* const done = sub.add_subcommand(name, help);
             takeSerial(*done);
             done->callback([this, name] {
-                m_order.request["serialNumber"] = m_serial;
-                m_order.request["action"] = name;
+                m_command.request["serialNumber"] = m_serial;
+                m_command.request["action"] = name;
             });
             return done;
         };
         action("show", "Show scales and offsets of the sensor axes");
         action("dump", "Write the stored image to a file")
-            ->add_option("FILE", m_order.dumpFile, "Target file")
+            ->add_option("FILE", m_command.dumpFile, "Target file")
             ->required()
             ->check(someText());
         action("erase", "Make the calibration neutral");
@@ -293,7 +293,7 @@ private:
         sub.add_option("--camera", m_generate.serial,
                        "Serial number; by default the first camera of the bench file")
             ->transform(serialNumber());
-        sub.callback([this] { m_order.generate = m_generate; });
+        sub.callback([this] { m_command.generate = m_generate; });
     }
 
     void addWatch(CLI::App& sub)
@@ -308,8 +308,8 @@ private:
             ->check(number())
             ->check(CLI::Range(0.01, 3600.0));
         sub.callback([this] {
-            m_order.request["command"] = "list";
-            m_order.watch = m_watch;
+            m_command.request["command"] = "list";
+            m_command.watch = m_watch;
         });
     }
 
@@ -341,7 +341,7 @@ private:
     }
 
     CLI::App m_app{"Controls the virtual bench of a running Gravimon.", "om-bench"};
-    Order m_order;
+    Command m_command;
 
     // Filled by the options of the commands; only one command is read.
     unsigned int m_serial = 0;
@@ -362,13 +362,13 @@ private:
     std::optional<double> m_celsius;
     std::string m_faultName;
     std::string m_faultText = "on";
-    Order::Watch m_watch;
-    Order::Generate m_generate;
+    Command::Watch m_watch;
+    Command::Generate m_generate;
 };
 
 } // namespace
 
-std::optional<Order> readCommandLine(int argc, const char* const* argv, int& status)
+std::optional<Command> readCommandLine(int argc, const char* const* argv, int& status)
 {
     return CommandLine().read(argc, argv, status);
 }

@@ -11,7 +11,7 @@ namespace om::bench {
 
 /// The task of om-bench.
 // NOLINTNEXTLINE(bugprone-exception-escape): the JSON object's move asserts, it does not throw
-struct Order
+struct Command
 {
     std::string socket;     ///< empty: that of OM_TIV_CONTROL, or the one running bench
     nlohmann::json request; ///< for the bench
@@ -41,6 +41,6 @@ struct Order
 /// Reads the command line. Help and version are printed to standard output, a mistake in one line
 /// to standard error.
 /// @return none if there is nothing to do, with the exit status in status: 0 or 2
-std::optional<Order> readCommandLine(int argc, const char* const* argv, int& status);
+std::optional<Command> readCommandLine(int argc, const char* const* argv, int& status);
 
 } // namespace om::bench

@@ -21,20 +21,21 @@ void interrupt(int /*signal*/)
 
 } // namespace
 
-bool generateFromFile(const Order::Generate& order, Generated& generated, std::string& problem)
+bool generateFromFile(const Command::Generate& command, Generated& generated, std::string& problem)
 {
     BenchDescription bench;
-    if (!parseBenchFile(order.benchFile, bench, problem)) {
+    if (!parseBenchFile(command.benchFile, bench, problem)) {
         return false;
     }
     const auto camera =
         std::find_if(bench.cameras.begin(), bench.cameras.end(), [&](const CameraConfig& config) {
-            return !order.serial || config.serialNumber == *order.serial;
+            return !command.serial || config.serialNumber == *command.serial;
         });
     if (camera == bench.cameras.end()) {
-        problem = order.benchFile + ": " +
-                  (order.serial ? "no camera with serial number " + std::to_string(*order.serial)
-                                : "no cameras; add one to \"cameras\"");
+        problem =
+            command.benchFile + ": " +
+            (command.serial ? "no camera with serial number " + std::to_string(*command.serial)
+                            : "no cameras; add one to \"cameras\"");
         return false;
     }
     // No incomplete file remains: a signal ends the work, which then removes the file, and a file
@@ -54,7 +55,7 @@ bool generateFromFile(const Order::Generate& order, Generated& generated, std::s
         }
         return interrupted == 0;
     };
-    const bool done = generateRecording(*camera, bench.field, 3600.0 * order.hours, order.file,
+    const bool done = generateRecording(*camera, bench.field, 3600.0 * command.hours, command.file,
                                         proceed, generated, problem);
     if (shown) {
         std::cerr << "\r\x1b[K" << std::flush;

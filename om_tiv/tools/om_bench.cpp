@@ -34,13 +34,13 @@
 
 using nlohmann::json;
 using om::bench::BenchClient;
+using om::bench::Command;
 using om::bench::count;
 using om::bench::elements;
 using om::bench::fixed;
 using om::bench::invalidAnswer;
 using om::bench::members;
 using om::bench::oneLine;
-using om::bench::Order;
 using om::bench::padded;
 using om::bench::Text;
 using om::bench::triple;
@@ -116,13 +116,13 @@ void addCalibration(Text& out, const json& eeprom)
     out.add(eeprom.at("neutral").get<bool>() ? "neutral yes" : "neutral no");
 }
 
-void addAnswer(Text& out, const json& answer, const Order& order)
+void addAnswer(Text& out, const json& answer, const Command& command)
 {
-    if (order.asJson) {
+    if (command.asJson) {
         out.addJson(answer, 2);
     } else if (answer.contains("cameras")) {
         addCameras(out, elements(answer, "cameras"));
-    } else if (answer.contains("scale") && order.dumpFile.empty()) {
+    } else if (answer.contains("scale") && command.dumpFile.empty()) {
         addCalibration(out, answer);
     } else if (answer.contains("field")) {
         const json& now = answer.at("field");
@@ -140,16 +140,16 @@ void addAnswer(Text& out, const json& answer, const Order& order)
 }
 
 /// @return whether there was a camera
-bool addWatched(Text& out, const json::array_t& cameras, const Order& order)
+bool addWatched(Text& out, const json::array_t& cameras, const Command& command)
 {
     bool found = false;
     for (const json& camera : cameras) {
-        const auto& serial = order.watch->serial;
+        const auto& serial = command.watch->serial;
         const bool wanted =
             serial ? count(camera, "serialNumber") == *serial : camera.at("state") != "unplugged";
         if (wanted) {
             found = true;
-            if (order.asJson) {
+            if (command.asJson) {
                 out.addJson(camera, -1);
             } else {
                 addTruth(out, camera);
@@ -166,18 +166,18 @@ int write(const Text& out)
 }
 
 /// Only a valid image of this camera is written to the file.
-int writeImage(const json& answer, const Order& order)
+int writeImage(const json& answer, const Command& command)
 {
     const std::string image = om::bench::fromHex(answer.at("image").get<std::string>());
     const std::string damage =
-        om::bench::imageDamage(image, order.request.at("serialNumber").get<unsigned int>());
+        om::bench::imageDamage(image, command.request.at("serialNumber").get<unsigned int>());
     if (!damage.empty()) {
         return fail(REFUSED, "the image from the bench is damaged: " + damage);
     }
     // A file size limit then only makes the write fail.
     std::signal(SIGXFSZ, SIG_IGN);
-    if (!om::bench::replaceContent(order.dumpFile, image)) {
-        return fail(REFUSED, order.dumpFile +
+    if (!om::bench::replaceContent(command.dumpFile, image)) {
+        return fail(REFUSED, command.dumpFile +
                                  ": cannot be written: " + std::generic_category().message(errno));
     }
     return DONE;
@@ -196,11 +196,11 @@ int ask(BenchClient& client, const json& request, json& answer)
 }
 
 /// Waits until a camera has read its recording, and shows the progress on a terminal.
-int awaitRecording(BenchClient& client, const Order& order, json& answer)
+int awaitRecording(BenchClient& client, const Command& command, json& answer)
 {
     const bool shown = ::isatty(STDERR_FILENO) != 0;
     const json request{{"command", "loading"},
-                       {"serialNumber", order.request.at("camera").at("serialNumber")}};
+                       {"serialNumber", command.request.at("camera").at("serialNumber")}};
     int status = DONE;
     while (status == DONE && answer.contains("loading")) {
         if (shown) {
@@ -234,24 +234,24 @@ int reportState(const json& answer)
     return status;
 }
 
-int askOnce(BenchClient& client, const Order& order)
+int askOnce(BenchClient& client, const Command& command)
 {
     json answer;
-    if (const int status = ask(client, order.request, answer); status != DONE) {
+    if (const int status = ask(client, command.request, answer); status != DONE) {
         return status;
     }
-    if (order.request.at("command") == "add") {
-        if (const int status = awaitRecording(client, order, answer); status != DONE) {
+    if (command.request.at("command") == "add") {
+        if (const int status = awaitRecording(client, command, answer); status != DONE) {
             return status;
         }
     }
-    if (!order.dumpFile.empty()) {
-        if (const int status = writeImage(answer, order); status != DONE) {
+    if (!command.dumpFile.empty()) {
+        if (const int status = writeImage(answer, command); status != DONE) {
             return status;
         }
     }
     Text out;
-    addAnswer(out, answer, order);
+    addAnswer(out, answer, command);
     if (const int status = write(out); status != DONE) {
         return status;
     }
@@ -261,7 +261,7 @@ int askOnce(BenchClient& client, const Order& order)
 /// The answer of one of several benches, and its cameras as a text. None if the program has ended
 /// meanwhile, or after printing the reason with the path to standard error and raising the exit
 /// status.
-std::optional<json> askOneOfAll(const std::string& path, const Order& order, Text& cameras,
+std::optional<json> askOneOfAll(const std::string& path, const Command& command, Text& cameras,
                                 int& status)
 {
     const auto failed = [&](Exit how, const std::string& reason) {
@@ -270,8 +270,8 @@ std::optional<json> askOneOfAll(const std::string& path, const Order& order, Tex
     };
     std::string problem;
     json answer;
-    const auto client = BenchClient::connect(path, problem, false);
-    if (!client || !client->ask(order.request, answer, problem)) {
+    const auto client = BenchClient::connect(path, problem, BenchClient::WAIT::NO);
+    if (!client || !client->ask(command.request, answer, problem)) {
         const std::vector<std::string> now = BenchClient::running();
         const bool ended = std::find(now.begin(), now.end(), path) == now.end();
         return ended ? std::nullopt : failed(NO_BENCH, client ? path + ": " + problem : problem);
@@ -288,14 +288,14 @@ std::optional<json> askOneOfAll(const std::string& path, const Order& order, Tex
 }
 
 /// The answers of all running benches, each below its socket.
-int listAll(const Order& order)
+int listAll(const Command& command)
 {
     int status = DONE;
     Text out;
     json benches = json::array();
     for (const std::string& path : BenchClient::running()) {
         Text cameras;
-        std::optional<json> answer = askOneOfAll(path, order, cameras, status);
+        std::optional<json> answer = askOneOfAll(path, command, cameras, status);
         if (!answer) {
             continue; // the others are listed all the same
         }
@@ -310,7 +310,7 @@ int listAll(const Order& order)
     if (benches.empty()) {
         return status != DONE ? status : fail(NO_BENCH, om::bench::noRunningBench());
     }
-    if (order.asJson) {
+    if (command.asJson) {
         out = Text();
         out.addJson({{"benches", benches}}, 2);
     }
@@ -327,16 +327,16 @@ int listAll(const Order& order)
     return status != DONE ? status : problems; // with PROBLEMS the list is complete
 }
 
-int watch(BenchClient& client, const Order& order)
+int watch(BenchClient& client, const Command& command)
 {
-    const Order::Watch& wanted = *order.watch;
+    const Command::Watch& wanted = *command.watch;
     for (int round = 1;; ++round) {
         json answer;
-        if (const int status = ask(client, order.request, answer); status != DONE) {
+        if (const int status = ask(client, command.request, answer); status != DONE) {
             return status;
         }
         Text out;
-        if (!addWatched(out, elements(answer, "cameras"), order) && wanted.serial) {
+        if (!addWatched(out, elements(answer, "cameras"), command) && wanted.serial) {
             return fail(REFUSED, "no camera with serial number " + std::to_string(*wanted.serial) +
                                      " on the bench");
         }
@@ -347,16 +347,16 @@ int watch(BenchClient& client, const Order& order)
     }
 }
 
-int generate(const Order& order)
+int generate(const Command& command)
 {
     om::bench::Generated generated;
     std::string problem;
-    if (!om::bench::generateFromFile(*order.generate, generated, problem)) {
+    if (!om::bench::generateFromFile(*command.generate, generated, problem)) {
         return fail(REFUSED, problem);
     }
-    const std::string& file = order.generate->file;
+    const std::string& file = command.generate->file;
     Text out;
-    if (order.asJson) {
+    if (command.asJson) {
         out.addJson({{"file", file},
                      {"serialNumber", generated.serialNumber},
                      {"rows", generated.rows},
@@ -377,23 +377,23 @@ int main(int argc, char** argv)
 {
     occupyStandardDescriptors();
     int status = DONE;
-    const auto order = om::bench::readCommandLine(argc, argv, status);
-    if (!order) {
+    const auto command = om::bench::readCommandLine(argc, argv, status);
+    if (!command) {
         return status;
     }
-    if (order->generate) {
-        return generate(*order);
+    if (command->generate) {
+        return generate(*command);
     }
     try {
-        if (order->all) {
-            return listAll(*order);
+        if (command->all) {
+            return listAll(*command);
         }
         std::string problem;
-        const auto client = BenchClient::connect(order->socket, problem);
+        const auto client = BenchClient::connect(command->socket, problem);
         if (!client) {
             return fail(NO_BENCH, problem);
         }
-        return order->watch ? watch(*client, *order) : askOnce(*client, *order);
+        return command->watch ? watch(*client, *command) : askOnce(*client, *command);
     } catch (const json::exception&) {
         return fail(NO_BENCH, invalidAnswer);
     }

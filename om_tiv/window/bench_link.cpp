@@ -55,13 +55,14 @@ std::uint64_t BenchLink::send(const json& request, const std::string& key)
     const std::lock_guard<std::mutex> lock(m_mutex);
     ++m_lastTicket;
     if (m_client != nullptr) {
-        const auto same = std::find_if(m_orders.begin(), m_orders.end(), [&](const Order& order) {
-            return !key.empty() && order.key == key;
-        });
-        if (same != m_orders.end()) {
+        const auto same =
+            std::find_if(m_requests.begin(), m_requests.end(), [&](const QueuedRequest& queued) {
+                return !key.empty() && queued.key == key;
+            });
+        if (same != m_requests.end()) {
             same->request = request;
         } else {
-            m_orders.push_back({key, request});
+            m_requests.push_back({key, request});
         }
         m_wake.notify_all();
     }
@@ -121,7 +122,7 @@ void BenchLink::run()
         }
         if (client) {
             m_client = client.get();
-            m_orders.clear();
+            m_requests.clear();
             lock.unlock();
             serve(*client);
             lock.lock();
@@ -159,7 +160,7 @@ std::unique_ptr<BenchClient> BenchLink::findBench()
             return nullptr;
         }
     }
-    auto client = BenchClient::connect(m_path, error, false);
+    auto client = BenchClient::connect(m_path, error, BenchClient::WAIT::NO);
     if (!client) {
         reportSearching(error);
     }
@@ -188,13 +189,13 @@ void BenchLink::serve(BenchClient& client)
         bool watched = true;
         {
             std::unique_lock<std::mutex> lock(m_mutex);
-            m_wake.wait_until(lock, next,
-                              [this] { return m_stopping || m_looksAtOnce || !m_orders.empty(); });
+            m_wake.wait_until(
+                lock, next, [this] { return m_stopping || m_looksAtOnce || !m_requests.empty(); });
             m_looksAtOnce = false;
             watched = m_watched;
-            if (!m_orders.empty()) {
-                request = m_orders.front().request;
-                m_orders.pop_front();
+            if (!m_requests.empty()) {
+                request = m_requests.front().request;
+                m_requests.pop_front();
             } else if (m_stopping) {
                 return;
             }

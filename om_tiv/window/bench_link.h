@@ -75,7 +75,7 @@ signals:
     void changed(); ///< the state or its ticket; once until snapshot() is called
 
 private:
-    struct Order
+    struct QueuedRequest
     {
         std::string key;
         nlohmann::json request;
@@ -98,7 +98,7 @@ private:
     bool m_looksAtOnce = false;                 ///< watched again
     om::bench::BenchClient* m_client = nullptr; ///< while connected
     std::string m_chosen;
-    std::deque<Order> m_orders;
+    std::deque<QueuedRequest> m_requests;
     std::uint64_t m_lastTicket = 0;
     Snapshot m_snapshot;
     mutable bool m_announced = false; ///< changed() was emitted and snapshot() not called yet

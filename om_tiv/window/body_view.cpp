@@ -31,7 +31,7 @@ BodyView::BodyView(KIND kind, QWidget* parent) : QWidget(parent), m_kind(kind)
 {
     setAttribute(Qt::WA_OpaquePaintEvent);
     setCursor(Qt::OpenHandCursor);
-    m_ground = ground();
+    m_background = background();
     if (kind == KIND::STAGE) {
         setFocusPolicy(Qt::StrongFocus);
         setMinimumSize(360, 260);
@@ -66,7 +66,7 @@ void BodyView::setCamera(const CameraView& camera, std::uint64_t ticket)
     if (looksOther) {
         m_nameBounds = {};
         setAccessibleName(camera.model + QLatin1Char(' ') + QString::number(camera.serial));
-        showGround();
+        showBackground();
         showPose();
         update();
     }
@@ -75,7 +75,7 @@ void BodyView::setCamera(const CameraView& camera, std::uint64_t ticket)
 void BodyView::setDeclination(double value)
 {
     m_declination = value;
-    showGround();
+    showBackground();
 }
 
 void BodyView::setChosen(bool chosen)
@@ -83,7 +83,7 @@ void BodyView::setChosen(bool chosen)
     if (m_chosen != chosen || accessibleDescription().isEmpty()) {
         m_chosen = chosen;
         setAccessibleDescription(chosen ? tr("Selected") : tr("The space bar selects this camera"));
-        showGround();
+        showBackground();
         update(); // the colour of its name
     }
 }
@@ -104,7 +104,7 @@ void BodyView::setShown(const Quaternion& pose, const Vector& rate)
     m_pose = pose;
     m_rate = rate;
     m_since = m_clock.now();
-    showGround();
+    showBackground();
     followPose();
 }
 
@@ -154,13 +154,13 @@ void BodyView::showPose()
     }
 }
 
-/// Repaints everything if the ground differs from the picture.
-void BodyView::showGround()
+/// Repaints everything if the background differs from the picture.
+void BodyView::showBackground()
 {
-    const Ground now = ground();
-    if (now.camera != m_ground.camera || now.declination != m_ground.declination ||
-        now.edge != m_ground.edge || now.edgeWidth != m_ground.edgeWidth) {
-        m_ground = now;
+    const Background now = background();
+    if (now.camera != m_background.camera || now.declination != m_background.declination ||
+        now.edge != m_background.edge || now.edgeWidth != m_background.edgeWidth) {
+        m_background = now;
         m_layer.discard();
         update();
     }
@@ -179,7 +179,7 @@ void BodyView::tick()
     // Sent until the pointer rests, because the body continues to turn with the last rate that was
     // sent.
     if (m_moved || m_turning) {
-        order(rate, holdGlide);
+        requestTurn(rate, holdGlide);
     }
 }
 
@@ -227,7 +227,7 @@ BallPoint BodyView::ballPoint(const QPointF& position) const
 }
 
 /// Requests the shown pose, with a rate in the world's frame.
-void BodyView::order(const Vector& worldRate, double glide)
+void BodyView::requestTurn(const Vector& worldRate, double glide)
 {
     m_moved = false;
     m_turning = length(worldRate) > 0.0;
@@ -248,7 +248,7 @@ void BodyView::mousePressEvent(QMouseEvent* event)
     setCursor(Qt::ClosedHandCursor);
     if (m_kind == KIND::STAGE) {
         // A press on the large body stops it. A click on a card only selects the camera.
-        order({}, stopGlide);
+        requestTurn({}, stopGlide);
     }
 }
 
@@ -286,7 +286,7 @@ void BodyView::mouseReleaseEvent(QMouseEvent* event)
         rate = {};
     }
     if (m_moved || m_turning || length(rate) > 0.0) {
-        order(rate, holdGlide);
+        requestTurn(rate, holdGlide);
     }
     setShown(m_pose, rotate(conjugate(m_pose), rate));
 }
@@ -298,7 +298,7 @@ void BodyView::letGo()
     }
     m_held = false;
     setCursor(Qt::OpenHandCursor);
-    order({}, holdGlide);
+    requestTurn({}, holdGlide);
     setShown(m_pose, {});
 }
 
@@ -306,7 +306,7 @@ void BodyView::stop()
 {
     m_held = false;
     setShown(shownPose(), {});
-    order({}, stopGlide);
+    requestTurn({}, stopGlide);
 }
 
 void BodyView::level()
@@ -356,7 +356,7 @@ void BodyView::keyPressEvent(QKeyEvent* event)
     }
     setShown(shownPose(), {});
     turnInWorld(om::bench::fromRotationVector(keyTurn * rotate(viewAttitude(), axis)));
-    order({}, keyGlide);
+    requestTurn({}, keyGlide);
 }
 
 void BodyView::focusInEvent(QFocusEvent* event)
@@ -366,28 +366,28 @@ void BodyView::focusInEvent(QFocusEvent* event)
     if (m_focusShown) {
         emit focused();
     }
-    showGround();
+    showBackground();
 }
 
 void BodyView::focusOutEvent(QFocusEvent* event)
 {
     Q_UNUSED(event)
     m_focusShown = false;
-    showGround();
+    showBackground();
 }
 
 void BodyView::enterEvent(QEvent* event)
 {
     Q_UNUSED(event)
     m_hovered = true;
-    showGround();
+    showBackground();
 }
 
 void BodyView::leaveEvent(QEvent* event)
 {
     Q_UNUSED(event)
     m_hovered = false;
-    showGround();
+    showBackground();
 }
 
 } // namespace benchwindow

@@ -96,7 +96,7 @@ protected:
 
 private:
     /// What is behind the body, as far as it changes.
-    struct Ground
+    struct Background
     {
         bool camera = false;
         double declination = 0.0;
@@ -107,18 +107,18 @@ private:
     void tick();
     void followPose();
     void showPose();
-    void showGround();
-    Ground ground() const;
+    void showBackground();
+    Background background() const;
     QRect bodyRect() const;
     QRect valuesRect() const;
     QStringList values() const;
     BallPoint ballPoint(const QPointF& position) const;
     void turnInWorld(const Quaternion& turn);
-    void order(const Vector& worldRate, double glide);
+    void requestTurn(const Vector& worldRate, double glide);
     void setShown(const Quaternion& pose, const Vector& rate);
     Projection projection() const;
     void paintPart(QPainter& painter, const QRect& part);
-    void paintGround(QPainter& painter);
+    void paintBackground(QPainter& painter);
     void paintFigures(QPainter& painter, const QRect& part);
     void paintHint(QPainter& painter, const QRect& part);
     void paintName(QPainter& painter);
@@ -145,12 +145,12 @@ private:
     FrameClock m_clock; ///< its frames follow while something moves
     bool m_onScreen = true;
 
-    Quaternion m_painted; ///< the pose in the picture
-    QRect m_stale;        ///< where the body was and will be, until the picture is painted
-    QStringList m_values; ///< the figures in the picture
-    Ground m_ground;      ///< in the layer
-    Layer m_layer;        ///< everything behind the body
-    QRectF m_hintBox;     ///< of this size; null before it is known
+    Quaternion m_painted;    ///< the pose in the picture
+    QRect m_stale;           ///< where the body was and will be, until the picture is painted
+    QStringList m_values;    ///< the figures in the picture
+    Background m_background; ///< in the layer
+    Layer m_layer;           ///< everything behind the body
+    QRectF m_hintBox;        ///< of this size; null before it is known
     QRectF m_hintBounds;
     QRectF m_nameBounds; ///< null before they are known
 };

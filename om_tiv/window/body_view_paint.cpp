@@ -54,7 +54,7 @@ void BodyView::paintEvent(QPaintEvent* event)
 
 void BodyView::paintPart(QPainter& painter, const QRect& part)
 {
-    m_layer.show(painter, size(), [this](QPainter& layer) { paintGround(layer); });
+    m_layer.show(painter, size(), [this](QPainter& layer) { paintBackground(layer); });
     if (m_camera.serial == 0) {
         return;
     }
@@ -76,41 +76,41 @@ void BodyView::paintPart(QPainter& painter, const QRect& part)
     }
 }
 
-BodyView::Ground BodyView::ground() const
+BodyView::Background BodyView::background() const
 {
-    Ground ground;
-    ground.camera = m_camera.serial != 0;
-    ground.declination = m_declination;
+    Background background;
+    background.camera = m_camera.serial != 0;
+    background.declination = m_declination;
     if (m_kind == KIND::CARD) {
         const bool lively = m_chosen || m_hovered || m_held;
-        ground.edge = m_focusShown ? look::pearl
-                      : m_chosen   ? look::lime
-                      : lively     ? look::ash
-                                   : look::steel;
-        ground.edgeWidth = m_focusShown || m_chosen ? 1.5 : 1.0;
+        background.edge = m_focusShown ? look::pearl
+                          : m_chosen   ? look::lime
+                          : lively     ? look::ash
+                                       : look::steel;
+        background.edgeWidth = m_focusShown || m_chosen ? 1.5 : 1.0;
     } else if (m_held || m_hovered || m_focusShown) {
-        ground.edge = m_held || m_focusShown ? look::ash : look::charcoal;
-        ground.edgeWidth = 1.0;
+        background.edge = m_held || m_focusShown ? look::ash : look::charcoal;
+        background.edgeWidth = 1.0;
     }
-    return ground;
+    return background;
 }
 
-void BodyView::paintGround(QPainter& painter)
+void BodyView::paintBackground(QPainter& painter)
 {
     painter.fillRect(rect(), look::soil);
     painter.setRenderHint(QPainter::Antialiasing);
     if (m_kind == KIND::CARD) {
-        painter.setPen(QPen(m_ground.edge, m_ground.edgeWidth));
+        painter.setPen(QPen(m_background.edge, m_background.edgeWidth));
         painter.setBrush(QColor(30, 30, 31));
         painter.drawRoundedRect(QRectF(rect()).adjusted(1.0, 1.0, -1.0, -1.0), 6.0, 6.0);
         return;
     }
-    if (!m_ground.camera) {
+    if (!m_background.camera) {
         return;
     }
-    BodyPainter(painter, projection()).paintFloor(m_ground.declination, true);
-    if (m_ground.edge.isValid()) {
-        painter.setPen(QPen(m_ground.edge, m_ground.edgeWidth, Qt::DotLine));
+    BodyPainter(painter, projection()).paintFloor(m_background.declination, true);
+    if (m_background.edge.isValid()) {
+        painter.setPen(QPen(m_background.edge, m_background.edgeWidth, Qt::DotLine));
         painter.setBrush(Qt::NoBrush);
         painter.drawEllipse(ballCentre(), ballRadius(), ballRadius());
     }

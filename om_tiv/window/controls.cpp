@@ -211,7 +211,7 @@ FaultRow::FaultRow(const Fault& fault, QWidget* parent) : QWidget(parent), m_fau
         layout->addWidget(m_number);
         connect(m_number, QOverload<int>::of(&QSpinBox::valueChanged), this, [this](int value) {
             if (!m_showing && (m_switch == nullptr || m_switch->isChecked())) {
-                emit ordered(value);
+                emit requested(value);
             }
         });
     }
@@ -223,7 +223,7 @@ FaultRow::FaultRow(const Fault& fault, QWidget* parent) : QWidget(parent), m_fau
         m_switch->setAccessibleDescription(tr(fault.tip));
         layout->addWidget(m_switch);
         connect(m_switch, &QAbstractButton::clicked, this, [this](bool on) {
-            emit ordered(!on ? 0 : m_number != nullptr ? m_number->value() : 1);
+            emit requested(!on ? 0 : m_number != nullptr ? m_number->value() : 1);
         });
     }
 }

@@ -133,7 +133,7 @@ public:
     QSpinBox* number() const { return m_number; } ///< null for a switch
 
 signals:
-    void ordered(int number); ///< by the user
+    void requested(int number); ///< by the user
 
 private:
     const Fault m_fault;

@@ -273,7 +273,7 @@ void Panel::addFaults()
         m_rows->addWidget(row);
         m_faults.push_back(row);
         m_ofCamera.push_back(row);
-        connect(row, &FaultRow::ordered, this, [this, row](int number) {
+        connect(row, &FaultRow::requested, this, [this, row](int number) {
             const bool isSwitch = row->fault().kind == KIND::SWITCH;
             row->awaitTicket(sendForCamera(
                 {{"command", "fault"},

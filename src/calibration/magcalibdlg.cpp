@@ -71,7 +71,7 @@ void MagCalibDlg::closeLink()
 void MagCalibDlg::setOmStyleSheet()
 {
     dressing::showLogo(*ui->label_logo);
-    dressing::layGround(*this);
+    dressing::fillBackground(*this);
 
     style = std::make_shared<Style>();
     const QFont buttonFont = dressing::largeButtonFont(*style);

@@ -21,7 +21,7 @@ void showLogo(QLabel& label)
     label.setPixmap(logo);
 }
 
-void layGround(QWidget& widget)
+void fillBackground(QWidget& widget)
 {
     QPalette colours = widget.palette();
     colours.setBrush(QPalette::All, QPalette::Window, QBrush(clr::om_soil_clr));

@@ -17,7 +17,7 @@ namespace dressing {
 void showLogo(QLabel& label);
 
 /// Fills the widget's background with the colour of all windows.
-void layGround(QWidget& widget);
+void fillBackground(QWidget& widget);
 
 /// Sets the sheet, then the font.
 void dress(QWidget* widget, const QString& sheet, const QFont& font);

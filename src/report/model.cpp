@@ -81,7 +81,7 @@ std::optional<TemperatureReport> analyseTemperatures(const Recording& recording)
 }
 
 /// Finds the rest and describes it in the report. Without a rest the report has the reason.
-std::optional<Rest> findRest(const Recording& recording, RecordingReport& report)
+std::optional<RestRows> findRest(const Recording& recording, RecordingReport& report)
 {
     const std::optional<Rows> rows = longestRest(recording);
     if (!rows || rows->size() < 2) {
@@ -90,7 +90,7 @@ std::optional<Rest> findRest(const Recording& recording, RecordingReport& report
                                 : "the camera was never at rest for two seconds";
         return std::nullopt;
     }
-    Rest rest{*rows, report.timing};
+    RestRows rest{*rows, report.timing};
     RestReport about;
     about.first = rows->first;
     about.end = rows->end;
@@ -179,7 +179,7 @@ RecordingReport analyse(const Recording& recording, const Options& options)
     report.options = options;
     analyseTimes(recording, report);
 
-    const std::optional<Rest> rest = findRest(recording, report);
+    const std::optional<RestRows> rest = findRest(recording, report);
     if (!recording.acceleration.empty()) {
         report.accelerometer =
             analyseInertial(recording, recording.acceleration, rest, leastSaturatedAcceleration,

@@ -157,8 +157,8 @@ std::optional<double> slopeOf(std::vector<Point> points)
 
 /// Spectrum and noise at rest. What is not noise of the sensor is removed first: it would hide the
 /// slopes of the deviation, or look like them.
-void analyseAxisNoise(const Recording& recording, const std::vector<double>& part, const Rest& rest,
-                      AxisReport& axis)
+void analyseAxisNoise(const Recording& recording, const std::vector<double>& part,
+                      const RestRows& rest, AxisReport& axis)
 {
     const double rate = rest.timing.rateHz;
     const double period = rest.timing.periodSeconds;
@@ -199,7 +199,7 @@ void analyseAxisNoise(const Recording& recording, const std::vector<double>& par
 } // namespace
 
 InertialReport analyseInertial(const Recording& recording, const Vectors& vectors,
-                               const std::optional<Rest>& rest, double leastSaturated,
+                               const std::optional<RestRows>& rest, double leastSaturated,
                                double periodSeconds)
 {
     InertialReport report;

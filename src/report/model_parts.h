@@ -38,7 +38,7 @@ private:
 };
 
 /// The rows at rest, and their timing.
-struct Rest
+struct RestRows
 {
     Rows rows;
     analysis::Timing timing;
@@ -49,8 +49,9 @@ struct Rest
 /// this value; unit of the sensor
 /// @param periodSeconds interval of the samples
 InertialReport analyseInertial(const analysis::Recording& recording,
-                               const analysis::Vectors& vectors, const std::optional<Rest>& rest,
-                               double leastSaturated, double periodSeconds);
+                               const analysis::Vectors& vectors,
+                               const std::optional<RestRows>& rest, double leastSaturated,
+                               double periodSeconds);
 
 /// The recording must have the acceleration, and `rest` at least one row.
 GravityReport analyseGravity(const analysis::Recording& recording, const Rows& rest);

@@ -120,7 +120,7 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(new Ui_MainWin
     }
 
     dressing::showLogo(*ui->label_logo);
-    dressing::layGround(*this);
+    dressing::fillBackground(*this);
     nameForAssistivePrograms(*ui);
     new OwnSurface(ui->widget_3d_view); // deleted with the view
     valueTexts = {new LiveText(ui->lineEdit_value_0), new LiveText(ui->lineEdit_value_1),

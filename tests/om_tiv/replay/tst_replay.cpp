@@ -507,11 +507,11 @@ private slots:
     void whatIsPlayedCannotBeMoved()
     {
         addReplay(recording(100));
-        for (const char* order : {R"("command":"motion","motion":"fall")",
-                                  R"("command":"pose","pose":{"heading":0,"pitch":0,"roll":0})",
-                                  R"("command":"temperature","temperature":30)"}) {
+        for (const char* change : {R"("command":"motion","motion":"fall")",
+                                   R"("command":"pose","pose":{"heading":0,"pitch":0,"roll":0})",
+                                   R"("command":"temperature","temperature":30)"}) {
             const std::string request =
-                R"({"serialNumber":)" + std::to_string(serial) + "," + order + "}";
+                R"({"serialNumber":)" + std::to_string(serial) + "," + change + "}";
             QCOMPARE(QString::fromStdString(answerControl(theBench(), request)),
                      QStringLiteral("{\"error\":\"20000001 plays a recording\",\"ok\":false}"));
         }

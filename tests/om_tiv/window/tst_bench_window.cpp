@@ -69,7 +69,7 @@ void clearBench()
     theBench().clock().setManual(1'000 * nsPerS);
 }
 
-/// Longer than any glide of the window's orders.
+/// Longer than any glide of the window's requests.
 void passGlide()
 {
     theBench().clock().advance(2s);
@@ -207,7 +207,7 @@ class TestBenchWindow : public QObject
     std::unique_ptr<ControlServer> m_server;
     std::unique_ptr<BenchWindow> m_window;
     QString m_path;
-    std::atomic<int> m_poses{0};         ///< orders of a pose that came
+    std::atomic<int> m_poses{0};         ///< requests of a pose that came
     std::atomic<int> m_looks{0};         ///< how often the window asked how the bench stands
     std::atomic<bool> m_answering{true}; ///< else the program keeps the window waiting
     std::atomic<int> m_unanswered{0};    ///< requests that came meanwhile
@@ -239,11 +239,11 @@ class TestBenchWindow : public QObject
         QTRY_COMPARE(m_unanswered.load(), 1);
     }
 
-    /// All orders have been carried out, and the window shows how the bench then stood.
+    /// All requests have been carried out, and the window shows how the bench then stood.
     void awaitNews()
     {
-        // The first look may have been under way. The second came after the orders, and its answer
-        // is there when the third comes.
+        // The first look may have been under way. The second came after the requests, and its
+        // answer is there when the third comes.
         const int before = m_looks;
         QTRY_VERIFY(m_looks >= before + 3);
         QCoreApplication::processEvents();
@@ -535,13 +535,13 @@ private slots:
     {
         openConnected();
         BodyView* const stage = m_window->stage();
-        int orders = 0;
-        connect(stage, &BodyView::turned, this, [&orders] { ++orders; });
+        int requests = 0;
+        connect(stage, &BodyView::turned, this, [&requests] { ++requests; });
         const QPointF middle = stage->ballCentre();
         dragOnly(stage, middle, middle + QPointF(150.0, 0.0), 150, 2ms);
-        QCOMPARE(orders, 1 + 300 / 16); // the press, and the frames
+        QCOMPARE(requests, 1 + 300 / 16); // the press, and the frames
         awaitNews();
-        QVERIFY(m_poses.load() >= 1 && m_poses.load() <= orders);
+        QVERIFY(m_poses.load() >= 1 && m_poses.load() <= requests);
         QTest::mouseRelease(stage, Qt::LeftButton);
     }
 
@@ -594,18 +594,18 @@ private slots:
     {
         openConnected();
         BodyView* const stage = m_window->stage();
-        int orders = 0;
-        connect(stage, &BodyView::turned, this, [&orders] { ++orders; });
+        int requests = 0;
+        connect(stage, &BodyView::turned, this, [&requests] { ++requests; });
         const QPointF middle = stage->ballCentre();
         dragOnly(stage, middle - QPointF(90.0, 0.0), middle + QPointF(90.0, 0.0), 18, 10ms);
         const Quaternion held = stage->shownPose();
-        const int before = orders;
+        const int before = requests;
         stage->clock().step(250ms);
         // The last move, the rate as it dies away, and the rest.
-        QVERIFY2(orders - before >= 3, qPrintable(QString::number(orders - before)));
-        const int atRest = orders;
+        QVERIFY2(requests - before >= 3, qPrintable(QString::number(requests - before)));
+        const int atRest = requests;
         stage->clock().step(100ms);
-        QCOMPARE(orders, atRest); // a hand that rests sends nothing
+        QCOMPARE(requests, atRest); // a hand that rests sends nothing
         awaitNews();
         passGlide();
         QVERIFY(between(truth().pose, held) < 0.1);
@@ -704,7 +704,7 @@ private slots:
         dragOnly(m_window->stage(), middle, middle + QPointF(100.0, 0.0), 50, 4ms);
         QTest::mouseRelease(m_window->stage(), Qt::LeftButton);
         QVERIFY(!m_gaveUp);
-        // Orders that wait are replaced by the newest, so that none of them comes late.
+        // Requests that wait are replaced by the newest, so that none of them comes late.
         m_answering = true;
         awaitNews();
         QCOMPARE(m_poses.load(), 1);
@@ -1192,7 +1192,7 @@ private slots:
         theBench().setField({55.0, 10.0, -3.0});
         QTRY_COMPARE(child<SliderRow>("strength")->slider()->value(), 110);
         QCOMPARE(child<SliderRow>("declination")->slider()->value(), -6);
-        QCOMPARE(theBench().field().strength, 55.0); // showing orders nothing
+        QCOMPARE(theBench().field().strength, 55.0); // showing requests nothing
     }
 
     void slidersSetTemperatureAndDisturbanceOfTheChosenCamera()
