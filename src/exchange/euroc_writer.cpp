@@ -1,6 +1,7 @@
 #include "exchange/euroc_writer.h"
 
 #include "exchange/output_file.h"
+#include "files/files.h"
 
 #include <algorithm>
 #include <array>
@@ -48,7 +49,7 @@ public:
         const int number = errno;
         if (!isNew &&
             !(number == EEXIST && fs::is_directory(path, ignored) && fs::is_empty(path, ignored))) {
-            error = whyNotMade(path, number);
+            error = files::whyNotMade(path, number);
             return false;
         }
         m_root = path + "/mav0";
@@ -65,7 +66,7 @@ public:
     {
         const bool made = ::mkdir(path.c_str(), 0777) == 0;
         if (!made) {
-            error = whyNotMade(path, errno);
+            error = files::whyNotMade(path, errno);
         }
         return made;
     }

@@ -1,7 +1,8 @@
 #include "exchange/output_file.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
+#include "files/files.h"
+
+#include <sys/types.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -12,48 +13,8 @@ namespace exchange {
 namespace {
 
 constexpr std::size_t mostWaiting = 256 * 1024;
-constexpr char taken[] = "exists already: choose another name or remove it";
-
-/// What already has the name of the new file, and what to do.
-std::string whatIsThere(const std::string& path)
-{
-    struct stat there = {};
-    if (::stat(path.c_str(), &there) == 0) {
-        if (S_ISDIR(there.st_mode)) {
-            return "is a folder: give the name of a file in it";
-        }
-        if (!S_ISREG(there.st_mode)) {
-            return "is not a regular file: choose another name";
-        }
-    }
-    return taken;
-}
 
 } // namespace
-
-int createNew(const std::string& path, std::string& error)
-{
-    constexpr mode_t everybody = 0666; // restricted by the umask
-    const int descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, everybody);
-    if (descriptor < 0) {
-        error = errno == EEXIST ? path + ": " + whatIsThere(path) : whyNotMade(path, errno);
-    }
-    return descriptor;
-}
-
-bool flushToDisk(int descriptor)
-{
-    // Some file systems don't support it. They keep the data all the same.
-    return ::fsync(descriptor) == 0 || errno == EINVAL || errno == EROFS || errno == ENOTSUP;
-}
-
-std::string whyNotMade(const std::string& path, int number)
-{
-    return path + ": " +
-           (number == EEXIST
-                ? taken
-                : std::string("cannot be written: ") + std::generic_category().message(number));
-}
 
 OutputFile::~OutputFile()
 {
@@ -66,7 +27,7 @@ OutputFile::~OutputFile()
 bool OutputFile::create(const std::string& path, std::string& error)
 {
     m_path = path;
-    m_descriptor = createNew(path, error);
+    m_descriptor = files::createNew(path, error);
     if (m_descriptor < 0) {
         return false;
     }
@@ -114,7 +75,7 @@ void OutputFile::fail(int number)
 bool OutputFile::commit(std::string& error)
 {
     flush();
-    if (m_error.empty() && !flushToDisk(m_descriptor)) {
+    if (m_error.empty() && !files::flushToDisk(m_descriptor)) {
         fail(errno);
     }
     if (!m_error.empty()) {

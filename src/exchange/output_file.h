@@ -47,16 +47,4 @@ private:
     std::string m_waiting;
 };
 
-/// Creates a file for writing. Its name must not exist yet.
-/// @return its descriptor, or -1 and one line with the path, the reason and what to do
-int createNew(const std::string& path, std::string& error);
-
-/// Waits until all written data are on the disk, if the file system supports this.
-/// @return false, with errno set, if this fails
-bool flushToDisk(int descriptor);
-
-/// One line with the path of a file that can't be created, and the reason.
-/// @param number errno
-std::string whyNotMade(const std::string& path, int number);
-
 } // namespace exchange

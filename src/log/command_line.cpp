@@ -1,7 +1,7 @@
 #include "log/command_line.h"
 
 #include "gravimon_version.h"
-#include "report/messages.h"
+#include "terminal/messages.h"
 
 #include <CLI/CLI.hpp>
 
@@ -56,7 +56,7 @@ std::optional<Action> readCommandLine(int argc, const char* const* argv, int& st
             status = program.exit(error); // help or version
         } else {
             status = WRONG_USAGE;
-            report::complain(reason(program, error));
+            terminal::printError(reason(program, error));
         }
         return std::nullopt;
     }

@@ -4,7 +4,7 @@
 #include "log/command_line.h"
 #include "log/end_signals.h"
 #include "log/progress_line.h"
-#include "report/messages.h"
+#include "terminal/messages.h"
 
 #include <CLI/CLI.hpp>
 
@@ -62,7 +62,7 @@ exchange::ConvertResult convert(const exchange::ConvertOptions& options, EndSign
             ends = true;
         }
         if (line.isDue()) {
-            line.show(report::plain(options.output) + ": " +
+            line.show(terminal::oneLine(options.output) + ": " +
                       std::to_string(std::lround(done * 100.0)) + " %");
         }
     }
@@ -76,17 +76,17 @@ int convert(const exchange::ConvertOptions& options)
     bool interrupted = false;
     const exchange::ConvertResult result = convert(options, signals, interrupted);
     if (!result.done) {
-        report::complain(interrupted ? options.output + ": interrupted; the output was removed"
-                                     : result.error);
+        terminal::printError(interrupted ? options.output + ": interrupted; the output was removed"
+                                         : result.error);
         return NOT_DONE;
     }
     const exchange::Counts& counts = result.counts;
-    std::cout << report::plain(options.output) << ": " << counts.imu << " samples of the IMU, "
+    std::cout << terminal::oneLine(options.output) << ": " << counts.imu << " samples of the IMU, "
               << counts.magneticField << " of the magnetometer, " << counts.barometer
               << " of the barometer, " << counts.temperatures << " of the temperatures"
               << std::endl;
     if (const std::string text = analysis::leftOutText(result.report); !text.empty()) {
-        report::complain(options.input + ": left out: " + text);
+        terminal::printError(options.input + ": left out: " + text);
     }
     return analysis::lostShareOf(result.report) > analysis::mostLostRows ? INCOMPLETE : DONE;
 }
@@ -118,7 +118,7 @@ void addConvert(CLI::App& program, Action& action)
                  "0.1 % of the rows are lost.");
     verb->callback([options, form, axes, &action] {
         options->format = forms.at(*form);
-        options->source = report::plain(options->input.substr(options->input.rfind('/') + 1));
+        options->source = terminal::oneLine(options->input.substr(options->input.rfind('/') + 1));
         if (!axes->empty()) {
             options->axes = turns.at(*axes);
         }

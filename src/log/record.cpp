@@ -3,7 +3,7 @@
 #include "log/command_line.h"
 #include "log/end_signals.h"
 #include "log/progress_line.h"
-#include "report/messages.h"
+#include "terminal/messages.h"
 
 #include <array>
 #include <cmath>
@@ -90,13 +90,13 @@ int record(const RecordOptions& options)
             run.requestEnd();
         }
         if (!isReported && run.waitsForCamera()) {
-            report::complain("no camera yet; waiting up to " +
-                             std::to_string(options.patience.count() / 1000) + " s for it");
+            terminal::printError("no camera yet; waiting up to " +
+                                 std::to_string(options.patience.count() / 1000) + " s for it");
             isReported = true;
         }
     }
     if (!started.get()) {
-        report::complain(error);
+        terminal::printError(error);
         return NOT_DONE;
     }
     ProgressLine line;
@@ -115,10 +115,10 @@ int record(const RecordOptions& options)
     const bool whole = run.finish(error);
     const StreamState state = run.state();
     if (run.rows() > 0) {
-        std::cout << report::plain(summaryText(options.path, run.rows(), state)) << std::endl;
+        std::cout << terminal::oneLine(summaryText(options.path, run.rows(), state)) << std::endl;
     }
     if (!whole) {
-        report::complain(error + "; " + run.remains());
+        terminal::printError(error + "; " + run.remains());
         return NOT_DONE;
     }
     return state.missing > 0 ? INCOMPLETE : DONE;

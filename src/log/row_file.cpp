@@ -1,6 +1,6 @@
 #include "log/row_file.h"
 
-#include "exchange/output_file.h"
+#include "files/files.h"
 
 #include <QTextStream>
 
@@ -29,7 +29,7 @@ RowFile::~RowFile()
 bool RowFile::create(const std::string& path, std::string& error)
 {
     m_path = path;
-    m_descriptor = exchange::createNew(path, error);
+    m_descriptor = files::createNew(path, error);
     if (m_descriptor < 0) {
         return false;
     }
@@ -63,24 +63,16 @@ bool RowFile::flush(std::string& error)
 
 bool RowFile::write(std::string& error)
 {
-    const char* data = m_text.constData();
-    auto left = static_cast<std::size_t>(m_text.size());
-    while (left > 0) {
-        const ssize_t written = ::write(m_descriptor, data, left);
-        if (written < 0 && errno == EINTR) {
-            continue;
-        }
-        if (written <= 0) {
-            const int number = written == 0 ? EIO : errno;
-            // The complete lines that were written before the error stay.
-            const QByteArray done = m_text.left(m_text.size() - static_cast<int>(left));
-            m_whole += done.lastIndexOf('\n') + 1;
-            m_lines += static_cast<std::uint64_t>(done.count('\n'));
-            cut();
-            return refused("cannot be written", number, error);
-        }
-        data += written;
-        left -= static_cast<std::size_t>(written);
+    const auto size = static_cast<std::size_t>(m_text.size());
+    const std::size_t written = files::writeAll(m_descriptor, m_text.constData(), size);
+    if (written < size) {
+        const int number = errno;
+        // The complete lines that were written before the error stay.
+        const QByteArray done = m_text.left(static_cast<int>(written));
+        m_whole += done.lastIndexOf('\n') + 1;
+        m_lines += static_cast<std::uint64_t>(done.count('\n'));
+        cut();
+        return refused("cannot be written", number, error);
     }
     m_whole += m_text.size();
     m_lines += static_cast<std::uint64_t>(m_text.count('\n'));
@@ -109,7 +101,7 @@ bool RowFile::finish(std::string& error)
     if (!flush(error)) {
         return false;
     }
-    if (!exchange::flushToDisk(m_descriptor)) {
+    if (!files::flushToDisk(m_descriptor)) {
         m_isDoubtful = true;
         return refused("cannot be written", errno, error);
     }

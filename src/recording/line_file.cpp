@@ -1,8 +1,8 @@
 #include "recording/line_file.h"
 
-#include <QFile>
+#include "files/files.h"
 
-#include <cerrno>
+#include <QFile>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -16,24 +16,6 @@ namespace {
 constexpr int blockSize = 64 * 1024;
 /// Maximum written with one line, so that a long queue does not block the caller.
 constexpr std::size_t blocksPerLine = 4;
-
-/// Number of bytes that the system accepted; fewer than `size` if it refused the rest.
-int writeAll(int descriptor, const char* data, int size)
-{
-    int done = 0;
-    while (done < size) {
-        const ssize_t written =
-            ::write(descriptor, data + done, static_cast<std::size_t>(size - done));
-        if (written < 0 && errno == EINTR) {
-            continue;
-        }
-        if (written <= 0) {
-            break;
-        }
-        done += static_cast<int>(written);
-    }
-    return done;
-}
 
 } // namespace
 
@@ -81,7 +63,8 @@ void LineFile::writeWaiting(std::size_t blocks)
     for (; blocks > 0 && !m_waiting.empty(); --blocks) {
         const QByteArray& block = m_waiting.front();
         m_written +=
-            writeAll(m_descriptor, block.constData() + m_written, block.size() - m_written);
+            static_cast<int>(files::writeAll(m_descriptor, block.constData() + m_written,
+                                             static_cast<std::size_t>(block.size() - m_written)));
         m_end = ::lseek(m_descriptor, 0, SEEK_CUR);
         if (m_written < block.size()) {
             return;

@@ -1,13 +1,13 @@
 #include "report/command.h"
 
-#include "exchange/output_file.h"
+#include "files/files.h"
 #include "report/figures.h"
 #include "report/json_file.h"
-#include "report/messages.h"
 #include "report/page.h"
 #include "report/pdf_file.h"
 #include "report/verdicts.h"
 #include "report/yaml_file.h"
+#include "terminal/messages.h"
 
 #include <QApplication>
 #include <QFile>
@@ -95,7 +95,7 @@ std::string problemWith(const Output& output, const std::vector<std::string>& re
 void dropMessage(QtMsgType type, const QMessageLogContext& /*context*/, const QString& text)
 {
     if (type == QtFatalMsg || type == QtCriticalMsg) {
-        complain(text.toStdString());
+        terminal::printError(text.toStdString());
     }
 }
 
@@ -154,15 +154,17 @@ bool write(const std::string& path, const QByteArray& content)
     // Without a buffer, because commit() ignores the error if the buffer does not fit on the disk.
     // It also ignores an error of fsync().
     if (file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && writeAll(file, content)) {
-        if (!exchange::flushToDisk(file.handle())) {
-            complain(path + ": cannot be written: " + std::generic_category().message(errno));
+        if (!files::flushToDisk(file.handle())) {
+            terminal::printError(path +
+                                 ": cannot be written: " + std::generic_category().message(errno));
             return false; // the destructor removes the temporary file
         }
         if (file.commit()) {
             return true;
         }
     }
-    complain(path + ": cannot be written: " + file.errorString().toLocal8Bit().toStdString());
+    terminal::printError(path +
+                         ": cannot be written: " + file.errorString().toLocal8Bit().toStdString());
     return false;
 }
 
@@ -230,11 +232,11 @@ std::optional<std::vector<RecordingReport>> analyseAll(const Command& command)
         std::string error;
         const auto recording = analysis::readRecording(path, error);
         if (!recording) {
-            complain(error);
+            terminal::printError(error);
             return std::nullopt;
         }
         reports.push_back(analyse(*recording, command.options));
-        reports.back().path = plain(path);
+        reports.back().path = terminal::oneLine(path);
     }
     return reports;
 }
@@ -292,11 +294,11 @@ OUTCOME run(const Command& command)
 {
     std::signal(SIGXFSZ, SIG_IGN); // a file size limit only makes a write fail
     if (const std::string mistake = mistakeIn(command); !mistake.empty()) {
-        complain(mistake);
+        terminal::printError(mistake);
         return WRONG_COMMAND;
     }
     if (const std::string problem = problemWithOutputs(command); !problem.empty()) {
-        complain(problem);
+        terminal::printError(problem);
         return NOT_REPORTED;
     }
     const auto reports = analyseAll(command);
@@ -309,7 +311,7 @@ OUTCOME run(const Command& command)
         failed = failed || report.overall() == STATE::FAILED;
     }
     if (!std::cout.flush()) {
-        complain("the verdicts cannot be written to standard output");
+        terminal::printError("the verdicts cannot be written to standard output");
         return NOT_REPORTED;
     }
     return failed ? VERDICT_FAILED : JUDGED_GOOD;

@@ -11,28 +11,30 @@ root = sys.argv[1]
 # What each folder of src/ may include of the others.
 ALLOWED = {
     "analysis": {"analysis"},
-    "exchange": {"exchange", "analysis"},
-    "report": {"report", "analysis", "exchange"},
+    "exchange": {"exchange", "analysis", "files"},
+    "report": {"report", "analysis", "files", "terminal"},
     "sensors": {"sensors"},
     "look": {"look"},
     "process": {"process"},
+    "files": {"files"},
+    "terminal": {"terminal"},
     "closing": {"closing"},
     "desktop": {"desktop"},
     "camera": {"camera"},
     "charts": {"charts", "look"},
     "gpu": {"gpu", "camera"},
-    "recording": {"recording", "look"},
+    "recording": {"recording", "look", "files"},
     "calibration": {"calibration", "look"},
     "viewer": {"viewer", "sensors", "look", "closing", "desktop", "camera", "charts", "gpu", "recording",
                "calibration", "process"},
-    "log": {"log", "analysis", "exchange", "report", "sensors", "recording", "process"},
+    "log": {"log", "analysis", "exchange", "report", "sensors", "recording", "process", "files", "terminal"},
 }
 # What the program knows of the camera library beyond its interface.
 USES_LIBRARY = {"camera", "gpu", "calibration", "viewer", "sensors", "log"}
 LIBRARY = "src/camera/camera_library.h"
 BEYOND_INTERFACE = re.compile(r"\bom::(?:[A-Z][A-Z_]*::[A-Z]\w*|SensorsData::\w+|_\w+|IMU\w+)|"
                               r"\b(?:_mag_calib_data|_imu_odr|IMUReaderData|IMUPose)\b")
-WITHOUT_QT = ("src/analysis/", "src/exchange/", "src/process/", "src/sensors/", "src/calibration/mag_calib.",
+WITHOUT_QT = ("src/analysis/", "src/exchange/", "src/process/", "src/files/", "src/sensors/", "src/calibration/mag_calib.",
               "src/calibration/orientcount.", "src/viewer/sensor_sample.", "src/viewer/chart_limits.",
               "src/report/model", "src/report/rest.", "src/report/series.", "src/report/verdicts",
               "src/report/number_text.", "src/report/json_file.", "src/report/yaml_file.")

@@ -1,12 +1,12 @@
-#include "report/messages.h"
+#include "terminal/messages.h"
 
 #include <QString>
 
 #include <iostream>
 
-namespace report {
+namespace terminal {
 
-std::string plain(const std::string& text)
+std::string oneLine(const std::string& text)
 {
     QString line = QString::fromStdString(text);
     for (QChar& c : line) {
@@ -18,9 +18,9 @@ std::string plain(const std::string& text)
     return line.toStdString();
 }
 
-void complain(const std::string& text)
+void printError(const std::string& text)
 {
-    std::cerr << "gravimon-log: " << plain(text) << "\n";
+    std::cerr << "gravimon-log: " << oneLine(text) << "\n";
 }
 
-} // namespace report
+} // namespace terminal
