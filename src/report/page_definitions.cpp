@@ -1,11 +1,30 @@
+#include "report/number_text.h"
 #include "report/page.h"
+#include "report/qt_text.h"
+#include "report/verdicts.h"
+
+#include <string>
 
 namespace report {
+
+namespace {
+
+QString residualGrades()
+{
+    std::string grades;
+    for (std::size_t i = 0; i < residualLimits.size(); ++i) {
+        grades += (i == 0 ? "Up to " : ", up to ") + plainNumber(residualLimits.at(i)) + " µT " +
+                  (i == 0 ? "it is " : "") + residualNames.at(i);
+    }
+    return text(grades) + ".";
+}
+
+} // namespace
 
 QString definitionsHtml()
 {
     // The formulas are those that the analysis computes.
-    return QStringLiteral(
+    const auto definitions = QStringLiteral(
         "<dl>\n"
         "<dt>Axes</dt><dd>x to the right of the camera, y up, z backward.</dd>\n"
         "<dt>68 % interval</dt><dd>The true value lies in it in 68 of 100 recordings, as within "
@@ -15,11 +34,11 @@ QString definitionsHtml()
         "<dt>Missing sample, gap</dt><dd>An interval Δ<i>t</i> between two rows has room for "
         "round(Δ<i>t</i> / <i>T</i>) samples, with the median interval <i>T</i>. All but one of "
         "them are missing. In a decimated file, samples that the recorder left out by its numbers "
-        "do "
-        "not count.</dd>\n"
+        "do not count.</dd>\n"
         "<dt>Rest</dt><dd>Seconds in which neither the mean acceleration nor the mean angular "
-        "velocity jumps by more than 0.3 m/s² or 2 °/s, or by more than the noise explains. Noise "
-        "is judged over the longest rest.</dd>\n"
+        "velocity jumps by more than 0.3 m/s² or 2 °/s, or by more than the noise explains, and in "
+        "which the mean angular velocity is at most 20 °/s. Noise is judged over the longest "
+        "rest.</dd>\n"
         "<dt>Overlapping Allan deviation σ(τ)</dt><dd>With the integral <i>x</i> of the samples, "
         "τ = <i>m</i> τ<sub>0</sub> and <i>n</i> values of <i>x</i>:"
         "<span class=\"formula\">σ²(τ) = Σ (<i>x</i><sub>k+2m</sub> − 2 <i>x</i><sub>k+m</sub> + "
@@ -39,13 +58,11 @@ QString definitionsHtml()
         "density N has the amplitude density √2 N.</dd>\n"
         "<dt>Magnetometer: fit</dt><dd>Offset <b>o</b> and shape <b>S</b> of the ellipsoid on "
         "which the readings lie. <b>S</b> is diagonal, as a camera stores it, or symmetric with "
-        "cross "
-        "terms. The correction with the radius <i>r</i> of the sphere of equal volume is"
+        "cross terms. The correction with the radius <i>r</i> of the sphere of equal volume is"
         "<span class=\"formula\"><b>c</b> = <i>r</i> <b>S</b><sup>−1</sup> (<b>p</b> − <b>o</b>)"
         "</span></dd>\n"
         "<dt>Residual</dt><dd><span class=\"formula\">√( mean of (|<b>c</b>| − <i>r</i>)² )</span>"
-        "Up to 0.4 µT it is excellent, up to 0.8 µT good, up to 1.6 µT usable, up to 3.2 µT "
-        "poor.</dd>\n"
+        "%1</dd>\n"
         "<dt>Gaps</dt><dd>Share of 100 equal areas of the sphere without a reading: 10 slices of "
         "equal height, each in 10 sectors.</dd>\n"
         "<dt>Variance</dt><dd><span class=\"formula\">100 % · standard deviation of |<b>c</b>| / "
@@ -62,6 +79,7 @@ QString definitionsHtml()
         "noise follow data sheets of silicon inertial sensors: the first is the level of the "
         "better ones, the second the worst level that is common in consumer devices.</dd>\n"
         "</dl>\n");
+    return definitions.arg(residualGrades());
 }
 
 } // namespace report

@@ -93,6 +93,7 @@ private slots:
     void textsFromTheFileAreEscaped();
     void definitionsHaveFormulas_data();
     void definitionsHaveFormulas();
+    void gradesOfTheResidualAreStated();
     void recordingsStandSideBySide();
     void recordingsShareTheirAxes();
     void stuckSensorHasAPage();
@@ -345,6 +346,12 @@ void TestReportPage::definitionsHaveFormulas()
     QVERIFY(begin > 0);
     const QString definition = m_page.mid(begin, m_page.indexOf("</dd>", begin) - begin);
     QVERIFY2(definition.contains("class=\"formula\""), qPrintable(definition));
+}
+
+void TestReportPage::gradesOfTheResidualAreStated()
+{
+    QVERIFY(m_page.contains(QStringLiteral("Up to 0.4 µT it is excellent, up to 0.8 µT good, up to "
+                                           "1.6 µT usable, up to 3.2 µT poor.</dd>")));
 }
 
 void TestReportPage::recordingsStandSideBySide()
