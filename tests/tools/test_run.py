@@ -6,11 +6,13 @@
 import contextlib
 import os
 import pathlib
+import select
 import shutil
 import signal
 import subprocess
 import sys
 import tempfile
+import threading
 import unittest
 
 root = pathlib.Path(sys.argv.pop(1))
@@ -97,6 +99,51 @@ class Run(unittest.TestCase):
         self.write("gravimon/build/release/bin/om-bench", 'echo "$OM_TIV_CONTROL $*" >>"$HOME/asked"')
         self.run_it(DISPLAY=None, OM_TIV_CONTROL="/a.sock")
         self.assertIn("/a.sock list", (self.home / "asked").read_text(encoding="ascii").splitlines())
+
+    def test_a_second_signal_ends_a_busy_program_and_nothing_stays(self):
+        self.program('trap \'echo asked; trap "echo asked again; exit 7" TERM\' TERM; echo up; while :; do sleep 0.1; done')
+        self.write("bin/Xvfb", 'echo $$ >"$HOME/server"; echo 99 >&3; exec sleep 600')
+        environment = {name: value for name, value in self.environment.items() if name != "DISPLAY"}
+        with subprocess.Popen([self.top / "run"], cwd=self.top, env=environment, text=True, stdout=subprocess.PIPE,
+                              stderr=subprocess.STDOUT, start_new_session=True) as process:
+            try:
+                timer = threading.Timer(LIMIT, os.killpg, (process.pid, signal.SIGKILL))
+                timer.start()
+                for line in process.stdout:
+                    if line in ("up\n", "asked\n"):
+                        process.send_signal(signal.SIGINT)
+                    last = line
+                status = process.wait(LIMIT)
+            finally:
+                timer.cancel()
+                server = int((self.home / "server").read_text(encoding="ascii"))
+                ended = self.end_of(server)
+                with contextlib.suppress(ProcessLookupError):
+                    os.kill(server, signal.SIGKILL)
+        self.assertEqual((status, last), (130, "asked again\n"))
+        self.assertTrue(ended, "the X server is left")
+        self.assertEqual(list(self.home.glob("gravimon-run.*")), [])
+
+    @staticmethod
+    def end_of(process):
+        """Whether a process that is not a child has ended, within the limit."""
+        try:
+            descriptor = os.pidfd_open(process)
+        except ProcessLookupError:
+            return True
+        try:
+            return bool(select.select([descriptor], [], [], LIMIT)[0])
+        finally:
+            os.close(descriptor)
+
+    def test_a_screenshot_that_cannot_be_stored_is_reported(self):
+        self.program('until [ -e "$HOME/tried" ]; do sleep 0.05; done; sleep 1')
+        self.write("gravimon/build/release/bin/om-bench", "echo streaming")
+        self.write("bin/import", 'touch "$HOME/tried"; exit 1')
+        status, output = self.run_it(DISPLAY=None)
+        self.assertEqual(status, 0)
+        self.assertIn("run: no screenshot: it could not be taken", output)
+        self.assertNotIn("before a camera", output)
 
 
 if __name__ == "__main__":
