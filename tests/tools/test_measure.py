@@ -8,7 +8,9 @@ import importlib.machinery
 import importlib.util
 import io
 import json
+import os
 import pathlib
+import signal
 import sys
 import tempfile
 import unittest
@@ -187,6 +189,33 @@ class Failing(unittest.TestCase):
                              ({}, 0, 1))
             self.assertIn("still ran after 1 s", err.getvalue())
             fcntl.flock(held, fcntl.LOCK_EX)  # waits for all that have inherited the lock
+
+    def test_a_signal_ends_the_command_with_all_that_it_started(self):
+        for number in (signal.SIGTERM, signal.SIGHUP):
+            self.addCleanup(signal.signal, number, signal.signal(number, signal.SIG_DFL))
+        for number in (signal.SIGTERM, signal.SIGHUP):
+            with tempfile.NamedTemporaryFile() as held:
+                measure.end_with_signals()
+                command = f"exec 9> {held.name}; flock 9; kill -{int(number)} {os.getpid()}; sleep 1000 & wait"
+                with self.assertRaises(SystemExit) as end:
+                    measure.run(command, ".")
+                self.assertEqual(end.exception.code, 128 + number)
+                fcntl.flock(held, fcntl.LOCK_EX)  # waits for all that have inherited the lock
+
+    def test_a_logout_does_not_end_what_nohup_has_started(self):
+        self.addCleanup(signal.signal, signal.SIGHUP, signal.signal(signal.SIGHUP, signal.SIG_IGN))
+        self.addCleanup(signal.signal, signal.SIGTERM, signal.getsignal(signal.SIGTERM))
+        measure.end_with_signals()
+        self.assertEqual(signal.getsignal(signal.SIGHUP), signal.SIG_IGN)
+
+    def test_the_build_folder_can_have_any_name(self):
+        with tempfile.TemporaryDirectory() as folder:
+            build = pathlib.Path(folder, "a b'c$(d)")
+            build.mkdir()
+            program = build / "program"
+            program.write_text("#!/bin/sh\necho x: 10 ms\n", encoding="utf-8")
+            program.chmod(0o755)
+            self.assertEqual(measure.run("BUILD/program", build), "x: 10 ms\n")
 
     def status(self, *arguments, table):
         out, kept = io.StringIO(), (measure.table, measure.sys.stdout, measure.sys.stderr)

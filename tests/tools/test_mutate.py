@@ -4,6 +4,7 @@
 """
 
 import contextlib
+import fcntl
 import importlib.machinery
 import importlib.util
 import io
@@ -369,6 +370,14 @@ class SmallProject(unittest.TestCase):
             path.write_text(FILES["tests/part/tst_limits.cpp"], encoding="utf-8")
         report = json.loads((self.root / "build/mutate/report.json").read_text(encoding="utf-8"))
         self.assertEqual([r["result"] for r in report["results"]], ["survived"])
+
+    def test_a_second_run_in_one_folder_is_refused(self):
+        work = self.root / "build/mutate"
+        with open(work / "in-use", "w", encoding="ascii") as used, contextlib.redirect_stderr(io.StringIO()) as errors:
+            fcntl.flock(used, fcntl.LOCK_EX)
+            status = mutate.main(["--work", str(work), str(self.root / "src/part/limits.cpp")], self.root)
+        self.assertEqual(status, 2)
+        self.assertIn(f"another run uses {work}", errors.getvalue())
 
     def test_nothing_to_resume_is_refused(self):
         errors = io.StringIO()

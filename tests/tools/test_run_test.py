@@ -41,8 +41,16 @@ class RunTest(unittest.TestCase):
         done = run("grep", "SigIgn", "/proc/self/status", preexec_fn=ignore, restore_signals=False)
         self.assertEqual((done.stdout, done.stderr), ("SigIgn:\t0000000000000000\n", ""))
 
+    def test_a_tool_keeps_the_signals_that_nohup_ignores(self):
+        done = run("grep", "SigIgn", "/proc/self/status", restore_signals=False,
+                   preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN),
+                   env={**os.environ, "GRAVIMON_KEEP_SIGNALS": "1"})
+        ignored = int(done.stdout.split()[1], 16)
+        self.assertTrue(ignored & 1 << (signal.SIGHUP - 1), done.stdout)
+
     def test_settings_of_the_callers_desktop_do_not_reach_the_test(self):
-        names = ("QT_SCALE_FACTOR", "QT_FONT_DPI", "QT_IM_MODULE", "LANGUAGE", "TZ", "XDG_DATA_HOME", "OM_TIV_BENCH")
+        names = ("QT_SCALE_FACTOR", "QT_FONT_DPI", "QT_IM_MODULE", "LANGUAGE", "TZ", "XDG_DATA_HOME", "OM_TIV_BENCH",
+                 "XDG_CURRENT_DESKTOP", "DESKTOP_SESSION", "KDE_FULL_SESSION", "GNOME_DESKTOP_SESSION_ID")
         done = run("env", env={**os.environ, **dict.fromkeys(names, "2"), "LATE_THREADS_SEED": "1"})
         variables = dict(line.split("=", 1) for line in done.stdout.splitlines())
         self.assertEqual(variables["LATE_THREADS_SEED"], "1")  # CTest's own variables come through

@@ -298,19 +298,21 @@ class Programs(unittest.TestCase):
             self.assertEqual(end.exception.code, 2)
 
     def test_a_signal_removes_the_tracing(self):
-        removed = []
+        for number in (signal.SIGTERM, signal.SIGHUP):
+            removed = []
 
-        def record(*_):
-            with contextlib.ExitStack() as tracing:
-                tracing.callback(removed.append, True)
-                os.kill(os.getpid(), signal.SIGTERM)
-                self.fail("the signal is ignored")
+            def record(*_, number=number, removed=removed):
+                with contextlib.ExitStack() as tracing:
+                    tracing.callback(removed.append, True)
+                    os.kill(os.getpid(), number)
+                    self.fail("the signal is ignored")
 
-        self.addCleanup(signal.signal, signal.SIGTERM, signal.getsignal(signal.SIGTERM))
-        with unittest.mock.patch.object(wakeups, "check_system"), unittest.mock.patch.object(wakeups, "record", record), \
-                tempfile.NamedTemporaryFile() as kept, self.assertRaises(SystemExit) as end:
-            wakeups.main(["--in-session", "--keep", kept.name])
-        self.assertEqual((end.exception.code, removed), (143, [True]))
+            self.addCleanup(signal.signal, number, signal.signal(number, signal.SIG_DFL))
+            with unittest.mock.patch.object(wakeups, "check_system"), \
+                    unittest.mock.patch.object(wakeups, "record", record), \
+                    tempfile.NamedTemporaryFile() as kept, self.assertRaises(SystemExit) as end:
+                wakeups.main(["--in-session", "--keep", kept.name])
+            self.assertEqual((end.exception.code, removed), (128 + number, [True]))
 
     def test_a_missing_program_is_one_clear_error(self):
         out, kept = io.StringIO(), sys.stderr
