@@ -8,8 +8,9 @@ elseif(GRAVIMON_CAMERA_LIBRARY STREQUAL "vendor")
   file(STRINGS "${header}" om_tiv_header REGEX "^#include <")
   list(GET om_tiv_header 0 om_tiv_header)
   string(REGEX REPLACE "^#include <(.*)>.*" "\\1" om_tiv_header "${om_tiv_header}")
-  find_path(OM_TIV_INCLUDE_DIR "${om_tiv_header}" HINTS "${OM_TIV_ROOT}/include" NO_DEFAULT_PATH)
-  find_library(OM_TIV_LIBRARY om_tiv HINTS "${OM_TIV_ROOT}/lib" "${OM_TIV_ROOT}/lib64" NO_DEFAULT_PATH)
+  # Without a cached result, another OM_TIV_ROOT counts in the same build folder too.
+  find_path(OM_TIV_INCLUDE_DIR "${om_tiv_header}" HINTS "${OM_TIV_ROOT}/include" NO_CACHE NO_DEFAULT_PATH)
+  find_library(OM_TIV_LIBRARY om_tiv HINTS "${OM_TIV_ROOT}/lib" "${OM_TIV_ROOT}/lib64" NO_CACHE NO_DEFAULT_PATH)
   if(NOT OM_TIV_INCLUDE_DIR OR NOT OM_TIV_LIBRARY)
     message(FATAL_ERROR "GRAVIMON_CAMERA_LIBRARY=vendor: no include/${om_tiv_header} and lib/libom_tiv "
             "below OM_TIV_ROOT='${OM_TIV_ROOT}'.")

@@ -216,11 +216,12 @@ class WithoutAProgram(world.EndToEndTest):
             COMP_WORDS=(om-bench "$@"); COMP_CWORD=$#
             _om_bench
             printf '%s\\n' "${{COMPREPLY[@]}}" """
-        done = subprocess.run(["bash", "-c", script, "bash", "--socket", str(program.control), "plug", ""],
-                              capture_output=True, text=True, check=True, timeout=PATIENCE * SCALE,
-                              env={**os.environ, "OM_TIV_CONTROL": "off",
-                                   "PATH": f"{world.bin_dir}:{os.environ['PATH']}"})
-        self.assertEqual(done.stdout.split(), ["20000001"])
+        for option in (["--socket", str(program.control)], [f"--socket={program.control}"]):
+            done = subprocess.run(["bash", "-c", script, "bash", *option, "plug", ""],
+                                  capture_output=True, text=True, check=True, timeout=PATIENCE * SCALE,
+                                  env={**os.environ, "OM_TIV_CONTROL": "off",
+                                       "PATH": f"{world.bin_dir}:{os.environ['PATH']}"})
+            self.assertEqual(done.stdout.split(), ["20000001"], option)
 
     def test_nothing_runs_is_said_in_one_line(self):
         home = os.environ["HOME"]

@@ -29,7 +29,7 @@ WITHOUT = ["-O1", "-U_FORTIFY_SOURCE", "-fno-stack-protector", "-fcf-protection=
 
 def output(*command):
     return subprocess.run(command, capture_output=True, text=True, check=True,
-                          env={**os.environ, "LC_ALL": "C.UTF-8"}).stdout
+                          env={**os.environ, "LC_ALL": "C"}).stdout
 
 
 def is_position_independent(program):

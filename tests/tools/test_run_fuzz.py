@@ -62,10 +62,10 @@ class RunFuzz(unittest.TestCase):
             (self.top / "bin" / name).chmod(0o755)
         self.corpus = self.top / "corpora" / "report"
 
-    def run_fuzz(self, *words, folder=None):
+    def run_fuzz(self, *words, folder=None, corpora=None):
         """Exit status, output, and the calls of the programs."""
         environment = dict(os.environ, PATH=f"{self.top / 'bin'}:{os.environ['PATH']}",
-                           FUZZ_CORPUS=str(self.top / "corpora"))
+                           FUZZ_CORPUS=corpora or str(self.top / "corpora"))
         (self.top / "calls").write_text("", encoding="utf-8")
         result = subprocess.run([self.top / "tests" / "fuzz" / "run-fuzz", *words], env=environment, cwd=folder or self.top,
                                 stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False)
@@ -140,6 +140,20 @@ class RunFuzz(unittest.TestCase):
         self.assertEqual(status, 0, out)
         self.assertFalse([call for call in calls if "fuzz-fast" in call])
         self.assertIn("-DGRAVIMON_SANITIZE=fuzzer-no-link,address,undefined", calls[0])
+
+    def test_the_folder_of_the_corpora_starts_at_that_of_the_user(self):
+        (self.top / "elsewhere").mkdir()
+        status, out, calls = self.run_fuzz("5", "report", folder=self.top / "elsewhere", corpora="found")
+        self.assertEqual(status, 0, out)
+        self.assertIn(f" {(self.top / 'elsewhere' / 'found').resolve()}/report ", calls[-1])
+
+    def test_numbers_are_decimal_and_seconds_more_than_none(self):
+        self.assertEqual(self.run_fuzz("0", "report")[0], 2)
+        status, out, calls = self.run_fuzz("08", "report")
+        self.assertEqual(status, 0, out)
+        self.assertIn("-max_total_time=8 ", calls[-1])
+        self.run_fuzz("--inputs", "0100", "report")
+        self.assertEqual([int(turn.split()[0]) for turn in self.turns()], [100])
 
 
 if __name__ == "__main__":
