@@ -105,23 +105,20 @@ public:
         }
         // The file gets its mode from the socket, so that the mode is right from the first moment
         // and the umask, which all threads share, does not change.
-        const int bound =
-            ::fchmod(m_listener.get(), 0600) != 0
-                ? -1
-                : ::bind(m_listener.get(), reinterpret_cast<const sockaddr*>(&*address),
-                         sizeof *address);
         std::array<int, 2> ends = {-1, -1};
-        if (bound != 0 || ::listen(m_listener.get(), 8) != 0 ||
-            ::pipe2(ends.data(), O_CLOEXEC) != 0) {
+        if (::fchmod(m_listener.get(), 0600) != 0 || ::pipe2(ends.data(), O_CLOEXEC) != 0) {
             error = reason(m_path);
-            if (bound == 0) {
-                ::unlink(m_path.c_str());
-            }
             m_listener = Descriptor();
             return false;
         }
         m_stopRead = Descriptor(ends[0]);
         m_stopWrite = Descriptor(ends[1]);
+        if (const int number = listenAt(m_listener, m_path); number != 0) {
+            errno = number;
+            error = reason(m_path);
+            m_listener = Descriptor();
+            return false;
+        }
         m_thread = std::thread([this] { serve(); });
         return true;
     }

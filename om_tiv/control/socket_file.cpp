@@ -1,6 +1,7 @@
 #include "control/socket_file.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <system_error>
@@ -13,6 +14,9 @@
 namespace om::bench {
 
 namespace {
+
+/// Number of clients that wait for the server, beside those that it serves.
+constexpr int waitingClients = 8;
 
 /// Whether a process listens at the address, also one that accepts no connection.
 bool isAlive(const sockaddr_un& address)
@@ -63,6 +67,36 @@ std::optional<uid_t> userOf(const Descriptor& connected)
         return std::nullopt;
     }
     return peer.uid;
+}
+
+int listenAt(const Descriptor& socket, const std::string& path)
+{
+    static std::atomic<unsigned int> count{0};
+    const std::string hidden = path.substr(0, path.rfind('/') + 1) + "." +
+                               std::to_string(::getpid()) + "-" + std::to_string(count++);
+    const auto hiddenAddress = addressOf(hidden);
+    const auto address = hiddenAddress ? hiddenAddress : addressOf(path);
+    if (!address) {
+        return ENAMETOOLONG;
+    }
+    const std::string& file = hiddenAddress ? hidden : path;
+    if (hiddenAddress) {
+        ::unlink(hidden.c_str()); // of an ended process with the same number
+    }
+    if (::bind(socket.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) != 0) {
+        return errno;
+    }
+    int result = ::listen(socket.get(), waitingClients) == 0 ? 0 : errno;
+    // link() does not replace a file that another program has made meanwhile. Not every file system
+    // has it.
+    if (result == 0 && hiddenAddress && ::link(hidden.c_str(), path.c_str()) != 0 &&
+        (errno == EEXIST || ::rename(hidden.c_str(), path.c_str()) != 0)) {
+        result = errno;
+    }
+    if (hiddenAddress || result != 0) {
+        ::unlink(file.c_str());
+    }
+    return result;
 }
 
 std::vector<std::string> socketsIn(const std::string& folder)

@@ -9,7 +9,9 @@
 #include "support/sidethread.h"
 #include "support/waiting.h"
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -20,6 +22,7 @@
 #include <chrono>
 #include <climits>
 #include <csignal>
+#include <functional>
 #include <vector>
 
 #include <poll.h>
@@ -27,6 +30,7 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -49,6 +53,9 @@ std::atomic<int> silentClients{INT_MAX};
 
 constexpr unsigned int nobody = 65534;
 
+/// Called before a socket listens.
+std::function<void()> beforeListening;
+
 } // namespace
 
 // These replace the C library's functions.
@@ -56,6 +63,14 @@ extern "C" mode_t umask(mode_t mask) noexcept
 {
     ++umaskCalls;
     return static_cast<mode_t>(::syscall(SYS_umask, mask));
+}
+
+extern "C" int listen(int fd, int backlog) noexcept
+{
+    if (beforeListening) {
+        beforeListening();
+    }
+    return static_cast<int>(::syscall(SYS_listen, fd, backlog));
 }
 
 extern "C" int accept4(int fd, sockaddr* address, socklen_t* length, int flags)
@@ -102,6 +117,13 @@ class TestControlServer : public QObject
         return readLine(fd) == answer(line);
     }
 
+    static QStringList filesBeside(const std::string& path)
+    {
+        return QFileInfo(QString::fromStdString(path))
+            .dir()
+            .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+    }
+
 private slots:
     void init()
     {
@@ -113,6 +135,7 @@ private slots:
     {
         withoutDescriptors = false;
         silentClients = INT_MAX;
+        beforeListening = nullptr;
         m_server.reset();
     }
 
@@ -156,6 +179,40 @@ private slots:
         struct stat state = {};
         QCOMPARE(::stat(m_path.c_str(), &state), 0);
         QCOMPARE(static_cast<int>(state.st_mode & 0777), 0600);
+    }
+
+    void fileAppearsWhenTheSocketListens()
+    {
+        bool wasThere = true;
+        beforeListening = [&] { wasThere = QFile::exists(QString::fromStdString(m_path)); };
+        QVERIFY2(serve(), m_error.c_str());
+        QVERIFY(!wasThere);
+        QCOMPARE(filesBeside(m_path), QStringList("it.sock"));
+        const Descriptor client(connectTo(m_path));
+        QVERIFY(isAnswered(client.get()));
+    }
+
+    void pathWithoutRoomForAnotherNameIsServed()
+    {
+        m_path = m_folder->path().toStdString() + "/";
+        m_path += std::string(sizeof sockaddr_un::sun_path - 3 - m_path.size(), 'x') + "/s";
+        QCOMPARE(m_path.size(), sizeof sockaddr_un::sun_path - 1);
+        QVERIFY2(serve(), m_error.c_str());
+        QCOMPARE(filesBeside(m_path), QStringList("s"));
+        const Descriptor client(connectTo(m_path));
+        QVERIFY(isAnswered(client.get()));
+    }
+
+    void fileThatAnotherProgramMakesMeanwhileStays()
+    {
+        beforeListening = [this] {
+            QFile file(QString::fromStdString(m_path));
+            QVERIFY(file.open(QIODevice::WriteOnly));
+        };
+        QVERIFY(!serve());
+        QCOMPARE(m_error, m_path + ": File exists");
+        QCOMPARE(filesBeside(m_path), QStringList("it.sock"));
+        QVERIFY(QFileInfo(QString::fromStdString(m_path)).isFile());
     }
 
     void folderInWhichOthersCouldPutTheirSocketIsRefused_data()
