@@ -152,8 +152,11 @@ void MainWindow::setFreeSpace(double gigabytes, const QString& path)
 void MainWindow::on_pushButton_rec_option_clicked()
 {
     RecOptionDlg dialog(nullptr);
-    if (dialog.exec() == QDialog::Accepted) {
+    // Not when exec() has returned: a press of the record button that waits behind that of OK, as
+    // while a camera opens, is handled before, and the recording would change its columns.
+    connect(&dialog, &QDialog::accepted, this, [this, &dialog] {
         recOptions = dialog.options;
         printDiskFreeSpace();
-    }
+    });
+    dialog.exec();
 }

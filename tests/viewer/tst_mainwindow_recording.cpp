@@ -1105,6 +1105,34 @@ private slots:
         QCOMPARE(RecOptions().sampleFreq, 25);
     }
 
+    void acceptedOptionsCountForTheNextPress()
+    {
+        open();
+        m_viewer->probe.joinSensorThread();
+        RecOptions stored;
+        stored.saveFolder = m_folder->path();
+        stored.saveRecSettings();
+        const ModalWatcher<RecOptionDlg> watcher([this](RecOptionDlg& dialog) {
+            dialog.findChild<QCheckBox*>(QStringLiteral("checkBox_mag"))->setChecked(false);
+            press(dialog.findChild<QToolButton*>(QStringLiteral("toolButton_accept")));
+            press(m_viewer->ui->toolButton_save); // before exec() returns
+        });
+        press(m_viewer->ui->pushButton_rec_option);
+        QVERIFY(m_viewer->probe.recording);
+        const wallclock::Held held;
+        for (int i = 0; i < 2; ++i) {
+            wallclock::advance(1s);
+            m_viewer->window->saveValues(0);
+        }
+        press(m_viewer->ui->toolButton_save);
+        const QStringList lines = linesOf(filePath());
+        QVERIFY2(!lines.first().contains("mag"), qPrintable(lines.first()));
+        QVERIFY(rows() > 0);
+        for (int i = 1; i <= rows(); ++i) {
+            QCOMPARE(lines[i].count(','), lines.first().count(','));
+        }
+    }
+
     void folderThatIsChosenInARejectedDialogChangesNothing()
     {
         open();
