@@ -158,6 +158,8 @@ void MainWindow::closeEvent(QCloseEvent* event)
     inputThread = nullptr;
     delete style;
     style = nullptr;
+    // Presses that wait behind the close would find nothing left to work with.
+    ui->CentralWidget->setEnabled(false);
     QMainWindow::closeEvent(event);
 }
 

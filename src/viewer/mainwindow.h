@@ -142,8 +142,9 @@ private:
     /// Opens the camera of the current row through inputThread, with the detection's mutex held.
     /// @return 0, or the code of the failure
     int openCamera();
-    /// A modal box with the button "Ok". Returns at once while one with the same text is open.
-    void showMessage(QMessageBox::Icon icon, const QString& title, const QString& text);
+    /// A modal box with the button "Ok".
+    /// @return at once and false while one with the same text is open, else true after its answer
+    bool showMessage(QMessageBox::Icon icon, const QString& title, const QString& text);
     /// Sets up the controls for an open camera of this model and starts its sensor thread, if it
     /// has sensors.
     void startStreaming(om::MODEL model);
@@ -270,6 +271,7 @@ private:
     Published<bool> dataThreadRunning = false;
     QSemaphore dataThreadBegun; // released by each run, after it has set dataThreadRunning
     Shared<bool> cameraLost = true;
+    bool memoryMessageWaits = false; // an open behind the message failed for the same reason
     bool deviceListBusy = false;
     Shared<double> imuEffectiveRate = 0.0; // Hz, as the library reports it
     Shared<double> baroEffectiveRate = 0.0;

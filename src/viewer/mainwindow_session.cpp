@@ -76,9 +76,13 @@ void MainWindow::createLiveInput()
     // tick would open the first row instead of this camera.
     stopTimer(detectTimer);
     if (!inputThread->CreateMemories()) {
-        showMessage(QMessageBox::Critical, tr("Error"),
-                    tr("Not enough GPU memory. Try a lower video resolution and/or a lower depth "
-                       "quality settings."));
+        // Before the first stream and after a loss, the next tick of the display repeats the open
+        // behind this message. That attempt is the last one until the message is answered: more
+        // would follow without an end, and each keeps a scene of the 3D view.
+        memoryMessageWaits = !showMessage(
+            QMessageBox::Critical, tr("Error"),
+            tr("Not enough GPU memory. Try a lower video resolution and/or a lower depth "
+               "quality settings."));
         unsetCursor();
         return;
     }
@@ -175,13 +179,13 @@ void MainWindow::joinSensorThread()
     }
 }
 
-void MainWindow::showMessage(QMessageBox::Icon icon, const QString& title, const QString& text)
+bool MainWindow::showMessage(QMessageBox::Icon icon, const QString& title, const QString& text)
 {
     // An open that runs while the same message of an earlier one still waits for its answer would
     // show one box after another, faster than the user can close them.
     for (const QMessageBox* const open : findChildren<QMessageBox*>()) {
         if (open->isVisible() && open->text() == text) {
-            return;
+            return false;
         }
     }
     QMessageBox box(this);
@@ -191,6 +195,7 @@ void MainWindow::showMessage(QMessageBox::Icon icon, const QString& title, const
     dressing::dressBox(box, *style);
     dressing::addButton(box, tr("Ok"), style->statusOnStyle, *style);
     box.exec();
+    return true;
 }
 
 void MainWindow::startDetectTimer()

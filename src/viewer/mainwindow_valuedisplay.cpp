@@ -23,7 +23,7 @@ void MainWindow::displayDefaultValues()
 
 void MainWindow::updateDataDisplay()
 {
-    if (cameraLost) {
+    if (cameraLost && !memoryMessageWaits) {
         cameraDisconnected(); // deletes the timer, too
         return;
     }
