@@ -51,5 +51,11 @@ int main(int argc, char* argv[])
     MainWindow window;
     const CloseSignals closeSignals(&window);
     window.show();
-    return QApplication::exec();
+    const int status = QApplication::exec();
+    // Who ends the event loop, as a session manager can, need not have closed the window; only its
+    // close ends the threads that use it.
+    if (window.isVisible()) {
+        window.close();
+    }
+    return status;
 }

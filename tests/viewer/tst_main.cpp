@@ -27,8 +27,18 @@ struct Seen
     QList<QSize> iconSizes; ///< of the icon that the window system gets
     /// Whether there was an application at the end of the window.
     bool windowWentFirst = false;
+    int closes = 0; ///< of the window that was open when the loop ended
 };
 Seen seen;
+
+class CloseWatcher : public QObject
+{
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        seen.closes += event->type() == QEvent::Close ? 1 : 0;
+        return QObject::eventFilter(watched, event);
+    }
+};
 
 constexpr int exitCode = 7;
 
@@ -50,7 +60,8 @@ void look()
                 seen.windowWentFirst =
                     QCoreApplication::instance() != nullptr && !QCoreApplication::closingDown();
             });
-            widget->close(); // which frees what the destructor leaves
+            static CloseWatcher closes;
+            widget->installEventFilter(&closes);
         }
     }
     QCoreApplication::exit(exitCode);
@@ -119,6 +130,7 @@ private slots:
 
     void theResultIsTheEventLoops() { QCOMPARE(m_result, exitCode); }
     void theWindowIsDestroyedBeforeTheApplication() { QVERIFY(seen.windowWentFirst); }
+    void theWindowIsClosedWhenTheLoopEndsWithoutIt() { QCOMPARE(seen.closes, 1); }
     void theApplicationIsGoneAtTheEnd() { QVERIFY(QCoreApplication::instance() == nullptr); }
 };
 
