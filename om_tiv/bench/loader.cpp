@@ -152,7 +152,8 @@ bool Loader::cancel(unsigned int serial)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     const auto found = std::find_if(m_jobs.begin(), m_jobs.end(), [serial](const JobPtr& j) {
-        return !j->ended && !j->finishing && !j->progress.cancelled.load() && j->has(serial);
+        return !j->ended && !j->finishing && !j->progress.cancelled.load() &&
+               j->description.cameras.size() == 1 && j->has(serial);
     });
     if (found == m_jobs.end()) {
         return false;

@@ -52,7 +52,8 @@ public:
     std::size_t camerasToCome() const;
     std::optional<double> part() const; ///< of everything that is being read; none if nothing is
 
-    /// Ends the reading of the camera, which then does not appear. False if it is not being read.
+    /// Ends the reading of a camera that was started alone, which then does not appear. False if it
+    /// is not being read, or together with others.
     bool cancel(unsigned int serial);
     /// Ends and removes all jobs, and waits for that.
     void stop();

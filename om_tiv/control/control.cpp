@@ -166,9 +166,15 @@ private:
 
     json remove()
     {
-        if (!m_bench.loader().cancel(serialNumber())) {
-            m_bench.removeCamera(camera()->serialNumber());
+        const unsigned int serial = serialNumber();
+        if (m_bench.loader().cancel(serial)) {
+            return json::object();
         }
+        if (m_bench.loader().isReading(serial)) {
+            throw Refusal("the recordings of the bench file are still being read; remove " +
+                          std::to_string(serial) + " afterwards");
+        }
+        m_bench.removeCamera(camera()->serialNumber());
         return json::object();
     }
 

@@ -288,6 +288,9 @@ ERROR_CODE CameraSession::grab(const RuntimeParameters& runtime)
         }
         if (const ERROR_CODE failure = m_device->takeGrabFailure();
             failure != ERROR_CODE::SUCCESS) {
+            if (failure == ERROR_CODE::CAMERA_GONE) {
+                lose();
+            }
             return failure;
         }
     }

@@ -14,7 +14,8 @@ namespace om::bench {
 /// cyan square is in the upper left corner of the left image, a magenta one in the upper right
 /// corner of the right image.
 ///
-/// The measures show a wall behind a floor, and the mark as a near object.
+/// The measures show a wall behind a floor, and the mark as a near object. Within the band, whose
+/// rows are copies, y of XYZ is that of its first row.
 ///
 /// Only the band differs from frame to frame, so only the band is written again into a buffer that
 /// already has a frame. This makes writing very cheap. It requires that no other code writes to the

@@ -25,6 +25,7 @@ private slots:
     void aSlowOpenTakesItsTime();
     void anOpenSlowerThanItsTimeoutFails();
     void grabsFailSoManyTimes();
+    void aGrabThatReportsALossLosesTheCamera();
     void frozenTimestampsStandWhileValuesGoOn();
     void timestampsGoOnAfterAFreeze();
     void repeatedTimestampsComeInPairs();
@@ -133,6 +134,22 @@ void TestFaults::grabsFailSoManyTimes()
     }
     QCOMPARE(m_camera->getTimestamp(TIME_REFERENCE::IMAGE), std::uint64_t{0});
     QCOMPARE(m_camera->grab(RuntimeParameters()), ERROR_CODE::SUCCESS);
+}
+
+void TestFaults::aGrabThatReportsALossLosesTheCamera()
+{
+    m_bench->changeFaults(cameraSerial, [](Faults& f) {
+        f.grabFailures = 1;
+        f.grabFailureResult = ERROR_CODE::CAMERA_GONE;
+    });
+    m_bench->clock().advance(seconds(1));
+    QCOMPARE(m_camera->grab(RuntimeParameters()), ERROR_CODE::CAMERA_GONE);
+    QVERIFY(!m_camera->isOpened());
+    SensorsData data;
+    QCOMPARE(m_camera->getSensorsData(data, TIME_REFERENCE::CURRENT), ERROR_CODE::CAMERA_GONE);
+    QCOMPARE(m_camera->grab(RuntimeParameters()), ERROR_CODE::CAMERA_GONE);
+    m_camera->close();
+    QCOMPARE(m_camera->open(parametersFor()), ERROR_CODE::SUCCESS);
 }
 
 void TestFaults::frozenTimestampsStandWhileValuesGoOn()

@@ -231,6 +231,27 @@ private slots:
         QCOMPARE(theBench().problem(), std::string());
     }
 
+    void cameraOfABenchFileIsNotRemovedWhileTheFileIsRead()
+    {
+        recording();
+        const std::string file = write("b.json", R"({"cameras": [
+                                {"model": "TIV_P", "serialNumber": 1},
+                                {"model": "TIV_Q", "serialNumber": 2, "replay": "recording.csv"}]})");
+        theBench().startLoading(file);
+        QTRY_COMPARE(m_readings.load(), 1);
+        for (const int number : {1, 2}) {
+            const json answer = ask({{"command", "remove"}, {"serialNumber", number}});
+            QCOMPARE(QString::fromStdString(answer.at("error").get<std::string>()),
+                     QStringLiteral("the recordings of the bench file are still being read; remove "
+                                    "%1 afterwards")
+                         .arg(number));
+        }
+        letGo();
+        QTRY_COMPARE(Camera::getDeviceList().size(), std::size_t(2));
+        QVERIFY(ask({{"command", "remove"}, {"serialNumber", 1}}).at("ok").get<bool>());
+        QCOMPARE(theBench().serialNumbers(), std::vector<unsigned int>{2});
+    }
+
     void idOfACameraThatIsBeingReadIsNotFree()
     {
         recording();
