@@ -278,20 +278,17 @@ ERROR_CODE CameraSession::grab(const RuntimeParameters& runtime)
         case Script<ERROR_CODE>::STEP::NONE:
             break;
         case Script<ERROR_CODE>::STEP::ENTRY:
-            return grabScripted(scripted);
+            return endGrab(scripted);
         case Script<ERROR_CODE>::STEP::REPEATED:
-            awaitChangeOfScript();
-            return grabScripted(scripted);
+            awaitChange([&] { return m_device->grabScript().version() != script; });
+            return endGrab(scripted);
         case Script<ERROR_CODE>::STEP::GONE:
             m_device->unplug();
             return ERROR_CODE::CAMERA_GONE;
         }
         if (const ERROR_CODE failure = m_device->takeGrabFailure();
             failure != ERROR_CODE::SUCCESS) {
-            if (failure == ERROR_CODE::CAMERA_GONE) {
-                lose();
-            }
-            return failure;
+            return endGrab(failure);
         }
     }
     Frame frame;
@@ -308,22 +305,19 @@ ERROR_CODE CameraSession::grab(const RuntimeParameters& runtime)
     return ERROR_CODE::SUCCESS;
 }
 
-void CameraSession::awaitChangeOfScript()
+void CameraSession::awaitChange(const std::function<bool()>& changed)
 {
-    const std::uint64_t version = m_device->grabScript().version();
-    m_device->clock().waitUntil(UINT64_MAX, repeatWait, [this, version] {
-        return !isOpen() || m_device->grabScript().version() != version;
-    });
+    m_device->clock().waitUntil(UINT64_MAX, repeatWait, [&] { return !isOpen() || changed(); });
 }
 
-ERROR_CODE CameraSession::grabScripted(ERROR_CODE scripted)
+ERROR_CODE CameraSession::endGrab(ERROR_CODE result)
 {
-    if (scripted == ERROR_CODE::CAMERA_GONE) {
+    if (result == ERROR_CODE::CAMERA_GONE) {
         lose();
-    } else if (scripted == ERROR_CODE::SUCCESS) {
+    } else if (result == ERROR_CODE::SUCCESS) {
         takeNext(m_device->clock().now());
     }
-    return scripted;
+    return result;
 }
 
 ERROR_CODE CameraSession::sensors(SensorsData& data, TIME_REFERENCE reference)
@@ -352,9 +346,7 @@ ERROR_CODE CameraSession::sensors(SensorsData& data, TIME_REFERENCE reference)
             }
             lock.unlock();
             if (step == STEP::REPEATED) {
-                m_device->clock().waitUntil(UINT64_MAX, repeatWait, [this, &script, version] {
-                    return !isOpen() || script.version() != version;
-                });
+                awaitChange([&] { return script.version() != version; });
             }
             if (result == ERROR_CODE::CAMERA_GONE) {
                 lose();

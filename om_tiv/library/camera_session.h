@@ -58,8 +58,9 @@ private:
 
     /// The result of an operation in the states LOST and CLOSED; SUCCESS while open.
     ERROR_CODE stateResult() const;
-    void awaitChangeOfScript(); ///< for a moment, so that a repeated entry takes no processor
-    ERROR_CODE grabScripted(ERROR_CODE scripted);
+    /// For a moment at most, so that a repeated entry of a script takes no processor.
+    void awaitChange(const std::function<bool()>& changed);
+    ERROR_CODE endGrab(ERROR_CODE result); ///< without an own frame
     void take(const Frame& frame);
     void takeNext(Nanoseconds time); ///< the frame after the last one
 
