@@ -220,7 +220,7 @@ class Camera:
 
     @staticmethod
     def height(ground, pressure):
-        return 44330.77 * (1.0 - (pressure / ground) ** 0.190263)
+        return 44330.77 * ((ground / 101325.0) ** 0.190263 - (pressure / 101325.0) ** 0.190263)
 
     def temperature(self, location, slot):
         """In a slot of 40 ms of the clock."""
