@@ -179,7 +179,9 @@ void SliderRow::showValue(double value, std::uint64_t ticket)
     showText(value);
 }
 
-FaultRow::FaultRow(const Fault& fault, QWidget* parent) : QWidget(parent), m_fault(fault)
+FaultRow::FaultRow(const Fault& fault, QWidget* parent)
+    : QWidget(parent), m_fault(fault),
+      m_current(fault.kind == Fault::KIND::SETTING ? fault.usual : 0), m_onNumber(fault.usual)
 {
     auto* const layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -210,10 +212,16 @@ FaultRow::FaultRow(const Fault& fault, QWidget* parent) : QWidget(parent), m_fau
         }
         layout->addWidget(m_number);
         connect(m_number, QOverload<int>::of(&QSpinBox::valueChanged), this, [this](int value) {
-            if (!m_showing && (m_switch == nullptr || m_switch->isChecked())) {
-                emit requested(value);
+            if (m_showing) {
+                return;
+            }
+            m_onNumber = value;
+            if (!isOff()) {
+                request(value);
             }
         });
+        // The number may have changed while it had the focus.
+        connect(m_number, &QSpinBox::editingFinished, this, &FaultRow::showCurrent);
     }
     if (isSetting) {
         layout->addSpacing(46);
@@ -223,9 +231,24 @@ FaultRow::FaultRow(const Fault& fault, QWidget* parent) : QWidget(parent), m_fau
         m_switch->setAccessibleDescription(tr(fault.tip));
         layout->addWidget(m_switch);
         connect(m_switch, &QAbstractButton::clicked, this, [this](bool on) {
-            emit requested(!on ? 0 : m_number != nullptr ? m_number->value() : 1);
+            request(on ? m_onNumber : 0);
+            showCurrent();
         });
     }
+}
+
+void FaultRow::request(int number)
+{
+    m_current = number;
+    emit requested(number);
+}
+
+void FaultRow::leaveCamera()
+{
+    if (m_number != nullptr) {
+        m_number->clearFocus();
+    }
+    m_awaited = 0;
 }
 
 void FaultRow::showNumber(int number, std::uint64_t ticket)
@@ -233,14 +256,23 @@ void FaultRow::showNumber(int number, std::uint64_t ticket)
     if (ticket < m_awaited) {
         return;
     }
+    m_current = number;
+    if (m_fault.kind == Fault::KIND::NUMBER && !isOff()) {
+        m_onNumber = number; // that of a count is already on its way down
+    }
+    showCurrent();
+}
+
+/// A number with the focus stays, because the user may be typing.
+void FaultRow::showCurrent()
+{
+    const int number = isOff() ? m_onNumber : m_current;
     m_showing = true;
     if (m_switch != nullptr) {
-        m_switch->setChecked(number != 0);
+        m_switch->setChecked(!isOff());
     }
-    // The switch shows a number of 0; the number that the user has set stays for the next time.
-    const bool shows = m_switch == nullptr || number != 0;
     // A spin box repaints itself also when it is set to the value that it has.
-    if (m_number != nullptr && shows && !m_number->hasFocus() && m_number->value() != number) {
+    if (m_number != nullptr && !m_number->hasFocus() && m_number->value() != number) {
         m_number->setValue(number);
     }
     m_showing = false;

@@ -103,6 +103,9 @@ private:
 };
 
 /// A fault: its name, its number if it has one, and a switch if it can be off.
+///
+/// While the fault is on, the number is that of the bench. While it is off, the number is the one
+/// with which the switch turns it on.
 class FaultRow : public QWidget
 {
     Q_OBJECT
@@ -113,13 +116,14 @@ public:
         enum class KIND {
             SWITCH,  ///< true or false
             NUMBER,  ///< a number, 0 for off
+            COUNT,   ///< likewise, and it counts down until it is off
             SETTING, ///< a number that belongs to another fault
         };
         const char* key; ///< of bench files
         const char* name;
         const char* tip;
         KIND kind;
-        int usual; ///< the initial number; of a setting the neutral one
+        int usual; ///< turns it on at first; of a setting the neutral number
         const char* unit;
     };
 
@@ -129,6 +133,8 @@ public:
     /// @param number 0 and 1 for a switch that is off or on
     void showNumber(int number, std::uint64_t ticket);
     void awaitTicket(std::uint64_t ticket) { m_awaited = ticket; }
+    /// Requests a number that is being typed. The next number that is shown is of another camera.
+    void leaveCamera();
     Switch* toggle() const { return m_switch; }   ///< null for a setting
     QSpinBox* number() const { return m_number; } ///< null for a switch
 
@@ -136,8 +142,14 @@ signals:
     void requested(int number); ///< by the user
 
 private:
+    bool isOff() const { return m_switch != nullptr && m_current == 0; }
+    void request(int number);
+    void showCurrent();
+
     const Fault m_fault;
     std::uint64_t m_awaited = 0;
+    int m_current;  ///< of the camera, or the one that was requested last
+    int m_onNumber; ///< turns the fault on
     bool m_showing = false;
     Switch* m_switch = nullptr;
     QSpinBox* m_number = nullptr;

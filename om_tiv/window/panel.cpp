@@ -65,27 +65,27 @@ const std::vector<Fault>& faultTable()
         {"openRefusals", "Times", "Number of refusals", KIND::SETTING, -1, ""},
         {"openDelay", "Slow to open", "Delay of opening", KIND::NUMBER, 3000, " ms"},
         {"littleGpuMemory", "Too little GPU memory", "GPU allocations fail while it is open",
-         KIND::SWITCH, 0, ""},
-        {"grabFailures", "Failing grabs", "Number of next grabs that fail", KIND::NUMBER, 100, ""},
+         KIND::SWITCH, 1, ""},
+        {"grabFailures", "Failing grabs", "Number of next grabs that fail", KIND::COUNT, 100, ""},
         {"grabFailureResult", "Code", "Result code of these failures", KIND::SETTING, 1, ""},
         {"frozenTimestamps", "Frozen timestamps", "The sensors' timestamps do not change",
-         KIND::SWITCH, 0, ""},
+         KIND::SWITCH, 1, ""},
         {"repeatedTimestamps", "Repeated timestamps", "Each pair of samples has the same timestamp",
-         KIND::SWITCH, 0, ""},
-        {"barometerAbsent", "No barometer", "", KIND::SWITCH, 0, ""},
-        {"magnetometerAbsent", "No magnetometer", "", KIND::SWITCH, 0, ""},
-        {"imuTemperatureAbsent", "No IMU temperature", "", KIND::SWITCH, 0, ""},
+         KIND::SWITCH, 1, ""},
+        {"barometerAbsent", "No barometer", "", KIND::SWITCH, 1, ""},
+        {"magnetometerAbsent", "No magnetometer", "", KIND::SWITCH, 1, ""},
+        {"imuTemperatureAbsent", "No IMU temperature", "", KIND::SWITCH, 1, ""},
         {"boardTemperaturesAbsent", "No board temperatures", "No left and right temperature",
-         KIND::SWITCH, 0, ""},
+         KIND::SWITCH, 1, ""},
         {"magnetometerSaturated", "Magnetometer saturated", "Its reading is out of range",
-         KIND::SWITCH, 0, ""},
-        {"mcuSilent", "Silent", "The microcontroller sends no valid records", KIND::SWITCH, 0, ""},
+         KIND::SWITCH, 1, ""},
+        {"mcuSilent", "Silent", "The microcontroller sends no valid records", KIND::SWITCH, 1, ""},
         {"mcuOpenRefused", "Link refused", "The link to the microcontroller cannot be opened",
-         KIND::SWITCH, 0, ""},
+         KIND::SWITCH, 1, ""},
         {"eepromWriteRefused", "EEPROM write refused", "A calibration cannot be stored",
-         KIND::SWITCH, 0, ""},
+         KIND::SWITCH, 1, ""},
         {"eepromReadbackDiffers", "EEPROM reads differ",
-         "Number of next reads after a write that return other data", KIND::NUMBER, 1, ""}};
+         "Number of next reads after a write that return other data", KIND::COUNT, 1, ""}};
     return table;
 }
 
@@ -325,14 +325,15 @@ void Panel::sendField()
     }
 }
 
-/// Requests for another camera do not delay the states of this one.
-void Panel::awaitNothing()
+/// A number that is being typed is for this camera, and its requests do not delay the states of the
+/// next one.
+void Panel::leaveCamera()
 {
     m_awaitedSwitches = 0;
     m_temperature->awaitTicket(0);
     m_disturbance->awaitTicket(0);
     for (FaultRow* const row : m_faults) {
-        row->awaitTicket(0);
+        row->leaveCamera();
     }
 }
 
@@ -345,17 +346,16 @@ void Panel::showCamera(const CameraView* camera, const om::bench::Field& field,
     m_strength->showValue(field.strength, ticket);
     m_inclination->showValue(field.inclination, ticket);
     m_declination->showValue(field.declination, ticket);
+    if (camera == nullptr || camera->serial != m_serial) {
+        leaveCamera();
+    }
     for (QWidget* const widget : m_ofCamera) {
         widget->setEnabled(camera != nullptr);
     }
     if (camera == nullptr) {
-        m_serial = 0;
         return;
     }
-    if (m_serial != camera->serial) {
-        m_serial = camera->serial;
-        awaitNothing();
-    }
+    m_serial = camera->serial;
     if (ticket >= m_awaitedSwitches) {
         m_plug->setChecked(camera->isPlugged());
         m_firmware->setChecked(camera->firmware < oldestGoodFirmware);

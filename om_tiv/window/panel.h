@@ -57,11 +57,11 @@ private:
     SliderRow* addSlider(const QString& name, const SliderRow::Range& range);
     std::uint64_t sendForCamera(nlohmann::json request, const std::string& key);
     void sendField();
-    void awaitNothing();
+    void leaveCamera();
     void showFaults(const CameraView& camera, std::uint64_t ticket);
 
     const Sender m_send;
-    unsigned int m_serial = 0;
+    unsigned int m_serial = 0; ///< of the camera that is shown, or was shown last
     QVBoxLayout* m_rows;
     std::vector<QWidget*> m_ofCamera; ///< disabled without a camera
 

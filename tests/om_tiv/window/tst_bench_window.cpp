@@ -1157,15 +1157,126 @@ private slots:
         QVERIFY(fault("grabFailures")->toggle()->isChecked());
         QCOMPARE(fault("grabFailures")->number()->value(), 12);
         QCOMPARE(child<SliderRow>("magneticDisturbance")->slider()->value(), 30);
-        // One that counts down to nothing goes off by itself, and the number stays for the next
-        // time.
         theBench().changeFaults(first, [](Faults& f) { f.grabFailures = 0; });
         QTRY_VERIFY(!fault("grabFailures")->toggle()->isChecked());
-        QCOMPARE(fault("grabFailures")->number()->value(), 12);
+        QVERIFY2(fault("grabFailures")->number()->value() == 100, "the one of the window");
         QTest::mouseClick(child<QPushButton>("noFaults"), Qt::LeftButton);
         QTRY_VERIFY(!theBench().faults(first).mcuSilent);
         QCOMPARE(theBench().faults(first).magneticDisturbance, 0.0);
         QTRY_VERIFY(!fault("mcuSilent")->toggle()->isChecked());
+    }
+
+    void numberOfTheUserComesBackAfterACountdown()
+    {
+        openConnected();
+        FaultRow* const row = fault("grabFailures");
+        row->number()->setValue(40);
+        QTest::mouseClick(row->toggle(), Qt::LeftButton);
+        QTRY_COMPARE(theBench().faults(first).grabFailures, 40);
+        const auto countTo = [](int left) {
+            theBench().changeFaults(first, [left](Faults& f) { f.grabFailures = left; });
+        };
+        countTo(19);
+        QTRY_COMPARE(row->number()->value(), 19);
+        // Also if another camera is looked at meanwhile.
+        QTest::mouseClick(m_window->card(second), Qt::LeftButton);
+        QCOMPARE(row->number()->value(), 40);
+        QTest::mouseClick(m_window->card(first), Qt::LeftButton);
+        QCOMPARE(row->number()->value(), 19);
+        countTo(0);
+        QTRY_VERIFY(!row->toggle()->isChecked());
+        QCOMPARE(row->number()->value(), 40);
+        QTest::mouseClick(row->toggle(), Qt::LeftButton);
+        QTRY_COMPARE(theBench().faults(first).grabFailures, 40);
+        countTo(19);
+        QTRY_COMPARE(row->number()->value(), 19);
+        QTest::mouseClick(row->toggle(), Qt::LeftButton);
+        QTRY_COMPARE(theBench().faults(first).grabFailures, 0);
+        QCOMPARE(row->number()->value(), 40);
+    }
+
+    void numberThatDoesNotCountDownStaysWhenItIsTurnedOff()
+    {
+        openConnected();
+        FaultRow* const row = fault("openDelay");
+        theBench().changeFaults(first, [](Faults& f) { f.openDelay = 700ms; });
+        QTRY_COMPARE(row->number()->value(), 700);
+        QTest::mouseClick(row->toggle(), Qt::LeftButton);
+        QTRY_VERIFY(theBench().faults(first).openDelay == 0ms);
+        awaitNews();
+        QCOMPARE(row->number()->value(), 700);
+        QTest::mouseClick(row->toggle(), Qt::LeftButton);
+        QTRY_VERIFY(theBench().faults(first).openDelay == 700ms);
+    }
+
+    void typedNumberIsSentForTheCameraThatWasSelected_data()
+    {
+        QTest::addColumn<QByteArray>("key");
+        QTest::newRow("setting") << QByteArray("grabFailureResult");
+        QTest::newRow("number") << QByteArray("openResult");
+    }
+
+    void typedNumberIsSentForTheCameraThatWasSelected()
+    {
+        QFETCH(QByteArray, key);
+        for (const unsigned int camera : {first, second}) {
+            theBench().changeFaults(camera, [&](Faults& f) {
+                f.openResult = camera == first ? ERROR_CODE(3) : ERROR_CODE(4);
+                f.grabFailureResult = f.openResult;
+            });
+        }
+        const auto value = [&](unsigned int camera) {
+            const Faults now = theBench().faults(camera);
+            return static_cast<int>(key == "openResult" ? now.openResult : now.grabFailureResult);
+        };
+        openConnected();
+        QSpinBox* const number = fault(key.constData())->number();
+        QTRY_COMPARE(number->value(), 3);
+        number->setFocus();
+        number->selectAll();
+        QTest::keyClicks(number, "7");
+        QTest::mouseClick(m_window->card(second), Qt::LeftButton);
+        QCOMPARE(m_window->chosen(), second);
+        QCOMPARE(number->value(), 4);
+        m_window->stage()->setFocus();
+        awaitNews();
+        QCOMPARE(value(first), 7);
+        QCOMPARE(value(second), 4);
+        QCOMPARE(number->value(), 4);
+    }
+
+    void numberOfAnotherProgramIsShownWhenTheFocusLeaves()
+    {
+        openConnected();
+        QSpinBox* const number = fault("grabFailureResult")->number();
+        number->setFocus();
+        const auto change = [](int code) {
+            theBench().changeFaults(first,
+                                    [=](Faults& f) { f.grabFailureResult = ERROR_CODE(code); });
+        };
+        change(9);
+        awaitNews();
+        QCOMPARE(number->value(), 1); // the user may be about to type
+        m_window->stage()->setFocus();
+        QCOMPARE(number->value(), 9);
+        awaitNews();
+        QCOMPARE(static_cast<int>(theBench().faults(first).grabFailureResult), 9);
+    }
+
+    void typedNumberStaysWhileItIsRequested()
+    {
+        openConnected();
+        QSpinBox* const number = fault("grabFailureResult")->number();
+        stopAnswering();
+        number->setFocus();
+        number->selectAll();
+        QTest::keyClicks(number, "7");
+        m_window->stage()->setFocus();
+        QCOMPARE(number->value(), 7);
+        m_answering = true;
+        awaitNews();
+        QCOMPARE(number->value(), 7);
+        QCOMPARE(static_cast<int>(theBench().faults(first).grabFailureResult), 7);
     }
 
     void oldFirmwareIsSwitched()
