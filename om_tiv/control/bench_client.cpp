@@ -35,9 +35,7 @@ int connectTo(const std::string& path, BenchClient::WAIT wait, std::string& erro
 {
     const auto failed = [&] {
         const int why = errno;
-        error =
-            path + ": " +
-            (why == EAGAIN ? "the bench does not answer" : std::generic_category().message(why));
+        error = path + ": " + (why == EAGAIN ? noAnswer : std::generic_category().message(why));
         errno = why;
         return -1;
     };
@@ -63,7 +61,7 @@ int connectTo(const std::string& path, BenchClient::WAIT wait, std::string& erro
     }
     if (*user != ::geteuid() && *user != 0) {
         errno = EACCES;
-        error = path + ": served by another user (" + std::to_string(*user) + ")";
+        error = path + ": " + otherUser + " (" + std::to_string(*user) + ")";
         return -1;
     }
     return socket.release();
@@ -153,7 +151,7 @@ bool BenchClient::ask(const nlohmann::json& request, nlohmann::json& answer, std
     for (std::size_t sent = 0; sent < line.size();) {
         const ssize_t count = ::send(m_fd, line.data() + sent, line.size() - sent, MSG_NOSIGNAL);
         if (count < 0 && errno != EINTR) {
-            error = errno == EAGAIN ? "the bench does not answer" : ended;
+            error = errno == EAGAIN ? noAnswer : ended;
             return false;
         }
         sent += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
@@ -177,7 +175,7 @@ bool BenchClient::ask(const nlohmann::json& request, nlohmann::json& answer, std
             continue;
         }
         if (ready == 0) {
-            error = "the bench does not answer";
+            error = noAnswer;
             return false;
         }
         std::array<char, 16384> bytes;

@@ -15,6 +15,12 @@ namespace om::bench {
 inline constexpr char invalidAnswer[] =
     "invalid answer: the program has another version, or is not a bench";
 
+/// How a reason ends if the program is stopped or too slow.
+inline constexpr char noAnswer[] = "the bench does not answer";
+
+/// Part of a reason; the number of the user follows.
+inline constexpr char otherUser[] = "served by another user";
+
 /// With the folder that is searched.
 std::string noRunningBench();
 

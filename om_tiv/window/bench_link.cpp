@@ -156,7 +156,7 @@ std::unique_ptr<BenchClient> BenchLink::findBench()
             }
         }
         if (m_path.empty()) {
-            reportSearching(running.empty() ? om::bench::controlFolder() : std::string());
+            reportSearching({});
             return nullptr;
         }
     }
@@ -275,7 +275,7 @@ bool BenchLink::look(BenchClient& client, std::uint64_t ticket, std::string& err
     try {
         snapshot = readSnapshot(list, m_field);
     } catch (const json::exception&) {
-        error = "the program's bench is of another version";
+        error = om::bench::invalidAnswer;
         return false;
     }
     snapshot.ticket = ticket;

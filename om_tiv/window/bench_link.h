@@ -66,9 +66,10 @@ public:
     Snapshot snapshot() const;
 
 signals:
-    void searching(const QString& reason,
-                   const QStringList& choices); ///< at each change of the arguments; with choices
-                                                ///< and a reason the chosen one is not reached
+    /// At each change of the arguments.
+    /// @param reason why the program cannot be used; empty if none runs or one must be chosen
+    /// @param choices the running programs if there are several
+    void searching(const QString& reason, const QStringList& choices);
     void connected(const QString& path);
     void lost(const QString& reason);
     void refused(const QString& reason); ///< a request was refused

@@ -1,7 +1,9 @@
 #include "window/bench_window.h"
 
+#include "control/bench_path.h"
 #include "window/look.h"
 #include "window/panel.h"
+#include "window/waiting_text.h"
 
 #include <QCloseEvent>
 #include <QFileInfo>
@@ -30,6 +32,12 @@ QString programName(const QString& path)
     bool isNumber = false;
     static_cast<void>(number.toUInt(&isNumber));
     return isNumber ? BenchWindow::tr("process %1").arg(number) : QFileInfo(path).fileName();
+}
+
+/// A long path may be broken after each of its folders.
+QString breakable(QString text)
+{
+    return text.replace(QLatin1Char('/'), QStringLiteral("/\u200b"));
 }
 
 } // namespace
@@ -92,6 +100,7 @@ QWidget* BenchWindow::makeWaiting()
     m_waitingText = new QLabel;
     m_waitingText->setObjectName(QStringLiteral("hint"));
     m_waitingText->setAlignment(Qt::AlignCenter);
+    m_waitingText->setTextFormat(Qt::PlainText);
     m_waitingText->setWordWrap(true);
     auto* const choices = new QWidget;
     choices->setFixedWidth(260);
@@ -193,12 +202,15 @@ void BenchWindow::showSearching(const QString& reason, const QStringList& choice
         }
         setLinkText(tr("Several programs"), look::amber);
     } else {
-        m_waitingTitle->setText(m_lostOne ? tr("Gravimon has ended") : tr("Waiting for Gravimon"));
-        m_waitingText->setText(
-            tr("Start it with its virtual bench; this window connects by itself."));
+        const WaitingText waiting = waitingText(reason, m_lostOne);
+        m_waitingTitle->setText(waiting.title);
+        m_waitingText->setText(breakable(waiting.text));
         setLinkText(tr("Not connected"), look::ash);
     }
-    m_waitingText->setToolTip(reason);
+    m_waitingText->setToolTip(
+        reason.isEmpty()
+            ? tr("Looked in %1").arg(QString::fromStdString(om::bench::controlFolder()))
+            : reason);
     m_pages->setCurrentWidget(m_waiting);
 }
 
@@ -258,9 +270,7 @@ BodyView* BenchWindow::card(unsigned int serial) const
 
 void BenchWindow::showComplaints(const QStringList& complaints)
 {
-    QString text = complaints.join(QLatin1Char('\n'));
-    // A long path may be broken after each of its folders.
-    text.replace(QLatin1Char('/'), QStringLiteral("/\u200b"));
+    const QString text = breakable(complaints.join(QLatin1Char('\n')));
     if (text != m_complaints->text()) {
         m_complaints->setText(text);
         m_complaints->setVisible(!text.isEmpty());

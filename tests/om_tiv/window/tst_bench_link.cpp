@@ -2,6 +2,7 @@
 
 #include "base/files.h"
 #include "om_tiv/control/socketclient.h"
+#include "om_tiv/window/stoppedprogram.h"
 #include "window/bench_link.h"
 
 #include <QElapsedTimer>
@@ -20,30 +21,6 @@ using benchwindow::BenchLink;
 using om::bench::Descriptor;
 
 namespace {
-
-/// A program that is stopped, and whose queue of connections is full.
-class StoppedProgram
-{
-public:
-    explicit StoppedProgram(const QString& path)
-        : m_socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0))
-    {
-        const sockaddr_un address = socketclient::addressOf(path.toStdString());
-        if (::bind(m_socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) !=
-                0 ||
-            ::listen(m_socket.get(), 0) != 0) {
-            qFatal("can't serve %s", qPrintable(path));
-        }
-        int client = 0;
-        while ((client = socketclient::connectTo(path.toStdString(), SOCK_NONBLOCK)) >= 0) {
-            m_clients.emplace_back(client);
-        }
-    }
-
-private:
-    Descriptor m_socket;
-    std::vector<Descriptor> m_clients;
-};
 
 /// A program that takes requests and answers none, and counts the connections.
 class SilentProgram

@@ -1,6 +1,7 @@
 // The bench's window: its arithmetic, and its widgets with a bench in the process behind a real
 // control socket.
 
+#include "om_tiv/window/stoppedprogram.h"
 #include "support/accessibility.h"
 #include "support/waiting.h"
 
@@ -14,6 +15,7 @@
 #include "window/controls.h"
 #include "window/panel.h"
 #include "window/turning.h"
+#include "window/waiting_text.h"
 
 #include <QComboBox>
 #include <QFile>
@@ -425,6 +427,48 @@ private slots:
                                  json::exception);
     }
 
+    void waitingTextNamesTheReasonAndWhatToDo_data()
+    {
+        QTest::addColumn<QString>("reason");
+        QTest::addColumn<bool>("lostOne");
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("part");
+        QTest::newRow("no program") << "" << false << "Waiting for Gravimon"
+                                    << "Start it";
+        QTest::newRow("no program any more") << "" << true << "Gravimon has ended"
+                                             << "Start it";
+        QTest::newRow("end") << "the program with the bench has ended" << true
+                             << "Gravimon has ended"
+                             << "Start it";
+        QTest::newRow("no answer")
+            << "the bench does not answer" << true << "Gravimon does not answer"
+            << "Let it continue";
+        QTest::newRow("no connection")
+            << "/r/bench-1.sock: the bench does not answer" << false << "Gravimon does not answer"
+            << "Let it continue";
+        QTest::newRow("wrong path")
+            << "/r/it: No such file or directory" << false << "Waiting for Gravimon"
+            << "/r/it: No such file or directory";
+        QTest::newRow("another version")
+            << "invalid answer: the program has another version, or is not a bench" << true
+            << "Gravimon cannot be controlled"
+            << "Use the programs of one version";
+        QTest::newRow("another user")
+            << "/r/it: served by another user (1000)" << true << "Gravimon cannot be controlled"
+            << "another user (1000)";
+    }
+
+    void waitingTextNamesTheReasonAndWhatToDo()
+    {
+        QFETCH(QString, reason);
+        QFETCH(bool, lostOne);
+        QFETCH(QString, title);
+        QFETCH(QString, part);
+        const WaitingText shown = waitingText(reason, lostOne);
+        QCOMPARE(shown.title, title);
+        QVERIFY2(shown.text.contains(part), qPrintable(shown.text));
+    }
+
     // Finding the program.
 
     void withoutAProgramItSaysSoAndConnectsWhenOneStarts()
@@ -486,6 +530,31 @@ private slots:
         qputenv("XDG_RUNTIME_DIR", runtime);
     }
 
+    void stoppedProgramIsNotSaidToHaveEnded()
+    {
+        openConnected();
+        m_server.reset();
+        QTRY_VERIFY(label(*m_window, QStringLiteral("Gravimon has ended")));
+        const StoppedProgram stopped(m_path);
+        QTRY_VERIFY(label(*m_window, QStringLiteral("Gravimon does not answer")));
+        const QString text = child<QLabel>("hint")->text();
+        QVERIFY2(text.contains(QLatin1String("stopped")), qPrintable(text));
+    }
+
+    void pathWithoutAProgramIsShown()
+    {
+        open();
+        QTRY_VERIFY(child<QLabel>("hint")->text().remove(QChar(0x200b)).contains(m_path));
+        QVERIFY(label(*m_window, QStringLiteral("Waiting for Gravimon")));
+        // After the end of a program the path is known to be right.
+        serve();
+        QTRY_VERIFY(isConnected());
+        m_server.reset();
+        QTRY_VERIFY(label(*m_window, QStringLiteral("Gravimon has ended")));
+        QTRY_VERIFY(child<QLabel>("hint")->toolTip().startsWith(m_path)); // the next search failed
+        QVERIFY(!child<QLabel>("hint")->text().contains(QLatin1Char('/')));
+    }
+
     void serverThatAnswersNonsenseIsBorne()
     {
         std::string error;
@@ -496,9 +565,9 @@ private slots:
                 error);
             QVERIFY2(m_server, error.c_str());
             open();
-            QLabel* const waitingText = child<QLabel>("hint");
-            QTRY_VERIFY(!waitingText->toolTip().isEmpty()); // the reason
-            QVERIFY(label(*m_window, QStringLiteral("Waiting for Gravimon")));
+            QTRY_VERIFY(label(*m_window, QStringLiteral("Gravimon cannot be controlled")));
+            const QString text = child<QLabel>("hint")->text();
+            QVERIFY2(text.contains(QLatin1String("another version")), qPrintable(text));
             m_window.reset();
             m_server.reset();
         }
