@@ -240,18 +240,19 @@ void BenchWindow::showNews()
 {
     m_snapshot = m_link.snapshot();
     const std::vector<CameraView>& cameras = m_snapshot.cameras;
-    if (m_snapshot.find(m_chosen) == nullptr) {
+    if (chosenCamera() == nullptr) {
         // The camera that the program shows is selected first.
         const auto used = std::find_if(cameras.begin(), cameras.end(), [](const CameraView& c) {
             return c.state == QLatin1String("streaming") || c.state == QLatin1String("open");
         });
-        m_chosen = used != cameras.end() ? used->serial
-                   : cameras.empty()     ? 0
-                                         : cameras.front().serial;
+        m_chosen.reset();
+        if (!cameras.empty()) {
+            m_chosen = used != cameras.end() ? used->serial : cameras.front().serial;
+        }
     }
     showComplaints(m_snapshot.complaints);
     showCards(m_snapshot);
-    const CameraView* const camera = m_snapshot.find(m_chosen);
+    const CameraView* const camera = chosenCamera();
     m_stage->setVisible(camera != nullptr);
     m_empty->setVisible(camera == nullptr);
     if (camera != nullptr) {
@@ -259,6 +260,11 @@ void BenchWindow::showNews()
         m_stage->setCamera(*camera, m_snapshot.ticket);
     }
     m_panel->showCamera(camera, m_snapshot.field, m_snapshot.ticket);
+}
+
+const CameraView* BenchWindow::chosenCamera() const
+{
+    return m_chosen ? m_snapshot.find(*m_chosen) : nullptr;
 }
 
 BodyView* BenchWindow::card(unsigned int serial) const
@@ -307,7 +313,7 @@ void BenchWindow::choose(unsigned int serial)
     }
     m_stage->letGo();
     m_chosen = serial;
-    const CameraView* const camera = m_snapshot.find(serial);
+    const CameraView* const camera = chosenCamera();
     if (camera != nullptr) {
         m_stage->setCamera(*camera, m_snapshot.ticket);
         m_panel->showCamera(camera, m_snapshot.field, m_snapshot.ticket);

@@ -8,6 +8,7 @@
 #include <QPointer>
 #include <QWidget>
 
+#include <optional>
 #include <vector>
 
 class QHBoxLayout;
@@ -32,8 +33,8 @@ public:
     explicit BenchWindow(const QString& socket = {}, QWidget* parent = nullptr);
 
     BodyView* stage() const { return m_stage; }
-    BodyView* card(unsigned int serial) const; ///< null if there is none
-    unsigned int chosen() const { return m_chosen; }
+    BodyView* card(unsigned int serial) const;                   ///< null if there is none
+    unsigned int chosen() const { return m_chosen.value_or(0); } ///< 0 if there is none
 
     bool eventFilter(QObject* watched, QEvent* event) override;
 
@@ -52,6 +53,7 @@ private:
     void showNews();
     void showComplaints(const QStringList& complaints);
     void showCards(const Snapshot& snapshot);
+    const CameraView* chosenCamera() const;
     void setLinkText(const QString& text, const QColor& colour);
     void setOnScreen(bool onScreen);
     void choose(unsigned int serial);
@@ -59,7 +61,7 @@ private:
 
     BenchLink m_link;
     Snapshot m_snapshot;
-    unsigned int m_chosen = 0;
+    std::optional<unsigned int> m_chosen; ///< 0 is a serial number, too
     bool m_lostOne = false;
     bool m_onScreen = true;
 

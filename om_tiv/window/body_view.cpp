@@ -236,7 +236,7 @@ void BodyView::requestTurn(const Vector& worldRate, double glide)
 
 void BodyView::mousePressEvent(QMouseEvent* event)
 {
-    if (event->button() != Qt::LeftButton || m_camera.serial == 0) {
+    if (event->button() != Qt::LeftButton || !hasCamera()) {
         return;
     }
     emit pressed(m_camera.serial);
@@ -323,7 +323,7 @@ void BodyView::keyPressEvent(QKeyEvent* event)
     if (m_kind == KIND::CARD) {
         const int key = event->key();
         const bool selects = key == Qt::Key_Space || key == Qt::Key_Return || key == Qt::Key_Enter;
-        if (selects && m_camera.serial != 0) {
+        if (selects && hasCamera()) {
             emit pressed(m_camera.serial);
         } else {
             QWidget::keyPressEvent(event);
@@ -351,7 +351,7 @@ void BodyView::keyPressEvent(QKeyEvent* event)
         QWidget::keyPressEvent(event);
         return;
     }
-    if (m_held || m_camera.serial == 0) {
+    if (m_held || !hasCamera()) {
         return;
     }
     setShown(shownPose(), {});

@@ -104,6 +104,7 @@ private:
         double edgeWidth = 0.0;
     };
 
+    bool hasCamera() const { return !m_camera.model.isEmpty(); } ///< 0 is a serial number, too
     void tick();
     void followPose();
     void showPose();

@@ -55,7 +55,7 @@ void BodyView::paintEvent(QPaintEvent* event)
 void BodyView::paintPart(QPainter& painter, const QRect& part)
 {
     m_layer.show(painter, size(), [this](QPainter& layer) { paintBackground(layer); });
-    if (m_camera.serial == 0) {
+    if (!hasCamera()) {
         return;
     }
     painter.setRenderHint(QPainter::Antialiasing);
@@ -79,7 +79,7 @@ void BodyView::paintPart(QPainter& painter, const QRect& part)
 BodyView::Background BodyView::background() const
 {
     Background background;
-    background.camera = m_camera.serial != 0;
+    background.camera = hasCamera();
     background.declination = m_declination;
     if (m_kind == KIND::CARD) {
         const bool lively = m_chosen || m_hovered || m_held;

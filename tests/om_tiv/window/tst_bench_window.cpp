@@ -126,13 +126,13 @@ private:
     QRegion m_region;
 };
 
-/// Counts the texts that are painted on it.
-class TextCounter : public QImage
+/// Collects the texts that are painted on it.
+class TextCollector : public QImage
 {
 public:
-    explicit TextCounter(const QSize& size) : QImage(size, Format_RGB32) {}
+    explicit TextCollector(const QSize& size) : QImage(size, Format_RGB32) {}
 
-    int texts() const { return m_engine.texts; }
+    const QStringList& texts() const { return m_engine.texts; }
 
     QPaintEngine* paintEngine() const override { return &m_engine; }
 
@@ -164,12 +164,11 @@ private:
         void drawTextItem(const QPointF& at, const QTextItem& text) override
         {
             Q_UNUSED(at)
-            Q_UNUSED(text)
-            ++texts;
+            texts << text.text();
         }
         Type type() const override { return User; }
 
-        int texts = 0;
+        QStringList texts;
     };
 
     mutable Engine m_engine;
@@ -182,6 +181,13 @@ CameraView streamingCamera()
     camera.model = QStringLiteral("TIV_Q");
     camera.state = QStringLiteral("streaming");
     return camera;
+}
+
+QStringList paintedTexts(BodyView& view)
+{
+    TextCollector picture(view.size());
+    view.render(&picture);
+    return picture.texts();
 }
 
 /// A drag in even steps of the view's time; it ends with the button down.
@@ -1024,15 +1030,15 @@ private slots:
             view.resize(860, 560);
         }
         view.setCamera(streamingCamera(), 0);
-        TextCounter whole(view.size());
+        TextCollector whole(view.size());
         view.render(&whole);
-        QVERIFY(whole.texts() >= (isCard ? 1 : 8));
+        QVERIFY(whole.texts().size() >= (isCard ? 1 : 8));
         // As high as the body is while it turns about the vertical.
         const int half = static_cast<int>(0.4 * view.ballRadius());
         const QRect part = QRect(0, view.ballCentre().toPoint().y() - half, view.width(), 2 * half);
-        TextCounter body(view.size());
+        TextCollector body(view.size());
         view.render(&body, part.topLeft(), part, QWidget::DrawWindowBackground);
-        QCOMPARE(body.texts(), 0);
+        QCOMPARE(body.texts(), QStringList());
     }
 
     void otherFontIsShownAtOnce_data() { turningBodyPaintsNoTextThatItDoesNotReach_data(); }
@@ -1424,6 +1430,29 @@ private slots:
         QVERIFY(child<Switch>("plug")->isEnabled());
     }
 
+    void cameraWithTheNumber0IsShownAndSelected()
+    {
+        CameraConfig config;
+        config.model = MODEL::TIV_P;
+        config.serialNumber = 0;
+        QVERIFY(theBench().addCamera(config));
+        openConnected();
+        QCOMPARE(m_window->chosen(), first);
+        BodyView* const card = m_window->card(0);
+        QVERIFY(card != nullptr);
+        QCOMPARE(paintedTexts(*card).size(), 1);
+        QTest::mouseClick(card, Qt::LeftButton);
+        QCOMPARE(m_window->chosen(), 0U);
+        QCOMPARE(m_window->stage()->accessibleName(), QStringLiteral("TIV_P 0"));
+        QVERIFY(paintedTexts(*m_window->stage()).contains(QStringLiteral("TIV_P")));
+        QTest::mouseClick(m_window->card(first), Qt::LeftButton);
+        QTest::keyClick(card, Qt::Key_Space);
+        QCOMPARE(m_window->chosen(), 0U);
+        QTest::keyClick(m_window->stage(), Qt::Key_Right);
+        awaitNews();
+        QVERIFY(theBench().config(0).motion == MOTION::POSED);
+    }
+
     void everyControlHasAName()
     {
         openConnected();
@@ -1501,6 +1530,9 @@ private slots:
         InitParameters parameters;
         parameters.input.setFromSerialNumber(second, BUS_TYPE::USB);
         QVERIFY(camera.open(parameters) == ERROR_CODE::SUCCESS);
+        CameraConfig config;
+        config.serialNumber = 0;
+        QVERIFY(theBench().addCamera(config));
         openConnected();
         QCOMPARE(m_window->chosen(), second);
         camera.close();
