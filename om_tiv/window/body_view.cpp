@@ -234,6 +234,12 @@ void BodyView::requestTurn(const Vector& worldRate, double glide)
     emit turned({m_camera.serial, m_pose, rotate(conjugate(m_pose), worldRate), glide});
 }
 
+void BodyView::setHeld(bool held)
+{
+    m_held = held;
+    setCursor(held ? Qt::ClosedHandCursor : Qt::OpenHandCursor);
+}
+
 void BodyView::mousePressEvent(QMouseEvent* event)
 {
     if (event->button() != Qt::LeftButton || !hasCamera()) {
@@ -241,11 +247,10 @@ void BodyView::mousePressEvent(QMouseEvent* event)
     }
     emit pressed(m_camera.serial);
     const Quaternion pose = shownPose();
-    m_held = true;
+    setHeld(true);
     setShown(pose, {});
     m_last = ballPoint(event->localPos());
     m_meter.start(m_clock.now());
-    setCursor(Qt::ClosedHandCursor);
     if (m_kind == KIND::STAGE) {
         // A press on the large body stops it. A click on a card only selects the camera.
         requestTurn({}, stopGlide);
@@ -279,8 +284,7 @@ void BodyView::mouseReleaseEvent(QMouseEvent* event)
     if (event->button() != Qt::LeftButton || !m_held) {
         return;
     }
-    m_held = false;
-    setCursor(Qt::OpenHandCursor);
+    setHeld(false);
     Vector rate = m_meter.rateAt(m_clock.now());
     if (length(rate) < SpinMeter::stillBelow) {
         rate = {};
@@ -296,22 +300,21 @@ void BodyView::letGo()
     if (!m_held) {
         return;
     }
-    m_held = false;
-    setCursor(Qt::OpenHandCursor);
+    setHeld(false);
     requestTurn({}, holdGlide);
     setShown(m_pose, {});
 }
 
 void BodyView::stop()
 {
-    m_held = false;
+    setHeld(false);
     setShown(shownPose(), {});
     requestTurn({}, stopGlide);
 }
 
 void BodyView::level()
 {
-    m_held = false;
+    setHeld(false);
     m_moved = false;
     m_turning = false;
     // The view then follows the states of the bench.

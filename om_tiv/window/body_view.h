@@ -105,6 +105,7 @@ private:
     };
 
     bool hasCamera() const { return !m_camera.model.isEmpty(); } ///< 0 is a serial number, too
+    void setHeld(bool held);
     void tick();
     void followPose();
     void showPose();

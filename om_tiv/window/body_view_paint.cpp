@@ -190,7 +190,7 @@ void BodyView::paintName(QPainter& painter)
 
 QStringList BodyView::values() const
 {
-    const Attitude attitude = attitudeOf(m_painted);
+    const Attitude attitude = inWholeDegrees(attitudeOf(m_painted));
     const Vector rate = m_held ? m_meter.rateAt(m_clock.now()) : m_rate;
     return {QStringLiteral("%1°").arg(attitude.heading, 0, 'f', 0),
             QStringLiteral("%1°").arg(attitude.pitch, 0, 'f', 0),

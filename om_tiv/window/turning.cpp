@@ -21,6 +21,12 @@ Vector onBall(const BallPoint& point)
     return (1.0 / om::bench::length(v)) * v;
 }
 
+/// A sum of -0 and +0 is +0.
+double rounded(double value)
+{
+    return std::round(value) + 0.0;
+}
+
 } // namespace
 
 Quaternion viewAttitude()
@@ -41,6 +47,12 @@ Attitude attitudeOf(const Quaternion& pose)
         std::atan2(-om::bench::dot(right, cross(level, forward)), om::bench::dot(right, level)) *
         degreesPerRadian;
     return attitude;
+}
+
+Attitude inWholeDegrees(const Attitude& attitude)
+{
+    return {std::fmod(rounded(attitude.heading), 360.0), rounded(attitude.pitch),
+            rounded(attitude.roll)};
 }
 
 Quaternion ballTurn(const BallPoint& from, const BallPoint& to)

@@ -29,6 +29,9 @@ struct Attitude
 /// The inverse of om::bench::fromHeading().
 Attitude attitudeOf(const Quaternion& pose);
 
+/// Rounded; the heading stays below 360, and no angle is a negative 0.
+Attitude inWholeDegrees(const Attitude& attitude);
+
 /// A point of the picture in radii of the ball from its centre, y up.
 struct BallPoint
 {

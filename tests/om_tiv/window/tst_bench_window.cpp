@@ -712,6 +712,31 @@ private slots:
         QVERIFY(between(truth().pose, {}) < 1e-6);
     }
 
+    void bodyThatIsStoppedDuringADragIsNotShownAsHeld_data()
+    {
+        QTest::addColumn<bool>("levels");
+        QTest::newRow("stop") << false;
+        QTest::newRow("level") << true;
+    }
+
+    void bodyThatIsStoppedDuringADragIsNotShownAsHeld()
+    {
+        QFETCH(bool, levels);
+        openConnected();
+        BodyView* const stage = m_window->stage();
+        const QPointF middle = stage->ballCentre();
+        dragOnly(stage, middle, middle + QPointF(60.0, 0.0), 6, 8ms);
+        QCOMPARE(stage->cursor().shape(), Qt::ClosedHandCursor);
+        if (levels) {
+            stage->level();
+        } else {
+            QTest::keyClick(stage, Qt::Key_Space);
+        }
+        QVERIFY(!stage->isHeld());
+        QCOMPARE(stage->cursor().shape(), Qt::OpenHandCursor);
+        QTest::mouseRelease(stage, Qt::LeftButton, {}, (middle + QPointF(60.0, 0.0)).toPoint());
+    }
+
     void arrowKeysTurnByFiveDegrees()
     {
         openConnected();
@@ -1039,6 +1064,17 @@ private slots:
         TextCollector body(view.size());
         view.render(&body, part.topLeft(), part, QWidget::DrawWindowBackground);
         QCOMPARE(body.texts(), QStringList());
+    }
+
+    void figuresAreRoundedToAnglesOfTheCircle()
+    {
+        BodyView view(BodyView::KIND::STAGE);
+        view.resize(860, 560);
+        CameraView camera = streamingCamera();
+        camera.pose = fromHeading(359.6 * degree, -0.3 * degree, -0.4 * degree);
+        view.setCamera(camera, 0);
+        const QStringList texts = paintedTexts(view);
+        QCOMPARE(texts.count(QStringLiteral("0°")), 3); // heading, pitch and roll
     }
 
     void otherFontIsShownAtOnce_data() { turningBodyPaintsNoTextThatItDoesNotReach_data(); }
