@@ -170,7 +170,8 @@ private:
         if (m_bench.loader().cancel(serial)) {
             return json::object();
         }
-        if (m_bench.loader().isReading(serial)) {
+        // The loader's work ends a moment after its cameras are on the bench.
+        if (!m_bench.camera(serial) && m_bench.loader().isReading(serial)) {
             throw Refusal("the recordings of the bench file are still being read; remove " +
                           std::to_string(serial) + " afterwards");
         }

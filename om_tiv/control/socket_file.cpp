@@ -1,9 +1,9 @@
 #include "control/socket_file.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <functional>
 #include <system_error>
 
 #include <dirent.h>
@@ -71,17 +71,16 @@ std::optional<uid_t> userOf(const Descriptor& connected)
 
 int listenAt(const Descriptor& socket, const std::string& path)
 {
-    static std::atomic<unsigned int> count{0};
+    // Also where containers, whose processes have equal numbers, share a folder.
     const std::string hidden = path.substr(0, path.rfind('/') + 1) + "." +
-                               std::to_string(::getpid()) + "-" + std::to_string(count++);
-    const auto hiddenAddress = addressOf(hidden);
-    const auto address = hiddenAddress ? hiddenAddress : addressOf(path);
+                               std::to_string(std::hash<std::string>()(path)) + "-" +
+                               std::to_string(::getpid());
+    const bool isHidden =
+        addressOf(hidden).has_value() && (::unlink(hidden.c_str()) == 0 || errno == ENOENT);
+    const std::string& file = isHidden ? hidden : path;
+    const auto address = addressOf(file);
     if (!address) {
         return ENAMETOOLONG;
-    }
-    const std::string& file = hiddenAddress ? hidden : path;
-    if (hiddenAddress) {
-        ::unlink(hidden.c_str()); // of an ended process with the same number
     }
     if (::bind(socket.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) != 0) {
         return errno;
@@ -89,11 +88,11 @@ int listenAt(const Descriptor& socket, const std::string& path)
     int result = ::listen(socket.get(), waitingClients) == 0 ? 0 : errno;
     // link() does not replace a file that another program has made meanwhile. Not every file system
     // has it.
-    if (result == 0 && hiddenAddress && ::link(hidden.c_str(), path.c_str()) != 0 &&
+    if (result == 0 && isHidden && ::link(hidden.c_str(), path.c_str()) != 0 &&
         (errno == EEXIST || ::rename(hidden.c_str(), path.c_str()) != 0)) {
         result = errno;
     }
-    if (hiddenAddress || result != 0) {
+    if (isHidden || result != 0) {
         ::unlink(file.c_str());
     }
     return result;

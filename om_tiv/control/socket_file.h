@@ -27,9 +27,9 @@ bool makeFolderOf(const std::string& path, std::string& error);
 /// @return false with the error if something else has the path
 bool makeRoomAt(const std::string& path, const sockaddr_un& address, std::string& error);
 
-/// Binds the socket and lets it listen. Its file appears only when it listens: who finds it can
-/// connect, and another program does not take it for one that nobody serves. A path that leaves no
-/// room for a second name beside it appears a moment earlier.
+/// Binds the socket and lets it listen. Its file appears only when it listens: a client that finds
+/// it can connect, and another program does not take it for one that nobody serves. A path that
+/// leaves no room for a second name beside it appears a moment earlier.
 /// @return 0, or errno with no file left
 int listenAt(const Descriptor& socket, const std::string& path);
 

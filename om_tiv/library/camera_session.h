@@ -60,7 +60,7 @@ private:
     ERROR_CODE stateResult() const;
     /// For a moment at most, so that a repeated entry of a script takes no processor.
     void awaitChange(const std::function<bool()>& changed);
-    ERROR_CODE endGrab(ERROR_CODE result); ///< without an own frame
+    ERROR_CODE endGrab(ERROR_CODE result); ///< of a grab that reads no frame
     void take(const Frame& frame);
     void takeNext(Nanoseconds time); ///< the frame after the last one
 

@@ -96,6 +96,7 @@ class TestControlServer : public QObject
     std::unique_ptr<ControlServer> m_server;
     std::string m_path;
     std::string m_error;
+    bool m_wasThere = false; ///< the socket's file, before the socket listened
 
     /// Answers with the number of bytes of the request.
     static std::string answer(const std::string& line)
@@ -183,10 +184,10 @@ private slots:
 
     void fileAppearsWhenTheSocketListens()
     {
-        bool wasThere = true;
-        beforeListening = [&] { wasThere = QFile::exists(QString::fromStdString(m_path)); };
+        m_wasThere = true;
+        beforeListening = [this] { m_wasThere = QFile::exists(QString::fromStdString(m_path)); };
         QVERIFY2(serve(), m_error.c_str());
-        QVERIFY(!wasThere);
+        QVERIFY(!m_wasThere);
         QCOMPARE(filesBeside(m_path), QStringList("it.sock"));
         const Descriptor client(connectTo(m_path));
         QVERIFY(isAnswered(client.get()));
