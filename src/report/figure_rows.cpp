@@ -26,6 +26,7 @@ std::vector<FigureRow> figureRows(std::vector<std::vector<Topic>>& recordings, s
     }
     for (const QString& id : figureIdsOf(recordings, topic)) {
         std::vector<Figure*> same;
+        same.reserve(recordings.size());
         for (std::vector<Topic>& topics : recordings) {
             same.push_back(findFigure(topics[topic], id));
         }

@@ -52,8 +52,8 @@ int main(int argc, char* argv[])
     const CloseSignals closeSignals(&window);
     window.show();
     const int status = QApplication::exec();
-    // Who ends the event loop, as a session manager can, need not have closed the window; only its
-    // close ends the threads that use it.
+    // A session manager can end the event loop without closing the window. Only the close ends the
+    // threads that use the window.
     if (window.isVisible()) {
         window.close();
     }

@@ -94,6 +94,7 @@ private slots:
     void definitionsHaveFormulas_data();
     void definitionsHaveFormulas();
     void gradesOfTheResidualAreStated();
+    void limitsOfRestAreStated();
     void recordingsStandSideBySide();
     void recordingsShareTheirAxes();
     void stuckSensorHasAPage();
@@ -346,6 +347,12 @@ void TestReportPage::definitionsHaveFormulas()
     QVERIFY(begin > 0);
     const QString definition = m_page.mid(begin, m_page.indexOf("</dd>", begin) - begin);
     QVERIFY2(definition.contains("class=\"formula\""), qPrintable(definition));
+}
+
+void TestReportPage::limitsOfRestAreStated()
+{
+    QVERIFY(m_page.contains(QStringLiteral("on an axis by more than 0.3 m/s² or 2 °/s,")));
+    QVERIFY(m_page.contains(QStringLiteral("about each axis is at most 20 °/s.")));
 }
 
 void TestReportPage::gradesOfTheResidualAreStated()
