@@ -9,9 +9,11 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <algorithm>
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <vector>
 
 using namespace camerafixture;
 using namespace std::chrono_literals;
@@ -390,20 +392,23 @@ void TestInputThreadFile::fileStartsOverAlsoAfterAFailedGrab()
     file.input->lastFrame = 0;
     file.slider.setValue(30);
     std::mutex mutex;
-    QVector<int> values;
+    std::vector<int> values;
     connect(
         &file.slider, &QSlider::valueChanged, &file.slider,
         [&](int value) {
             const std::lock_guard<std::mutex> lock(mutex);
-            values << value;
+            values.push_back(value);
         },
         Qt::DirectConnection);
     const auto some = [&] {
         const std::lock_guard<std::mutex> lock(mutex);
-        return values.mid(0, 5);
+        // Not a container of Qt, whose copy shares the data that the thread then appends to.
+        std::vector<int> first = values;
+        first.resize(std::min<std::size_t>(first.size(), 5));
+        return first;
     };
     file.gate.release();
-    QTRY_COMPARE(some(), QVector<int>({0, 1, 0, 1, 0}));
+    QTRY_COMPARE(some(), (std::vector<int>{0, 1, 0, 1, 0}));
     file.input->stopGrabbing();
     QCOMPARE(file.gate.arrivals(), 1U);
 }
