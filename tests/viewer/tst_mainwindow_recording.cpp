@@ -513,16 +513,20 @@ private slots:
     void rowThatIsBeingWrittenAtAStopGoesInWhole()
     {
         open();
-        press(m_viewer->ui->toolButton_save);
-        QTRY_VERIFY(rows() > 5);
-        const QString first = filePath();
-        // As the sensor thread uses it during a row.
-        std::unique_ptr<recorder::LineFile> lines;
-        QVERIFY(waiting::waitFor([&] {
-            lines = m_viewer->probe.recLines.take();
-            return lines != nullptr;
-        }));
+        recordByHand();
+        const wallclock::Held held;
+        const auto writeRow = [this] {
+            wallclock::advance(1s);
+            m_viewer->window->saveValues(0);
+        };
+        writeRow();
+        writeRow(); // the first call in the process writes none
         const int before = rows();
+        QVERIFY(before > 0);
+        const QString first = filePath();
+        // As the sensor thread uses it during a row, and in its place: the lines have one user.
+        std::unique_ptr<recorder::LineFile> lines = m_viewer->probe.recLines.take();
+        QVERIFY(lines != nullptr);
         press(m_viewer->ui->toolButton_save);
         QVERIFY(!m_viewer->probe.recFile.isOpen());
         QFile::rename(first, first + QStringLiteral(".ended")); // or the next may take its name
@@ -530,14 +534,18 @@ private slots:
         QVERIFY(m_viewer->probe.recFile.isOpen());
         lines->write("the row\n");
         m_viewer->probe.recLines.giveBack(std::move(lines));
-        QTRY_VERIFY(rows() > 5);
+        writeRow();
+        writeRow();
         press(m_viewer->ui->toolButton_save);
 
+        const QString header = recorder::header(m_viewer->probe.recOptions);
         const QStringList ended = linesOf(first + QStringLiteral(".ended"));
         QCOMPARE(ended.size() - 2, before + 1);
+        QCOMPARE(ended.at(0), header);
         QCOMPARE(ended.at(before + 1), QStringLiteral("the row"));
         const QStringList next = linesOf(filePath());
-        QCOMPARE(next.constFirst(), recorder::header(m_viewer->probe.recOptions));
+        QCOMPARE(next.size() - 2, 2);
+        QCOMPARE(next.at(0), header);
         QVERIFY(!next.contains(QStringLiteral("the row")));
     }
 
