@@ -11,9 +11,11 @@ import json
 import os
 import pathlib
 import signal
+import subprocess
 import sys
 import tempfile
 import unittest
+import unittest.mock
 
 root = pathlib.Path(sys.argv.pop(1))
 sys.dont_write_bytecode = True
@@ -201,6 +203,23 @@ class Failing(unittest.TestCase):
                     measure.run(command, ".")
                 self.assertEqual(end.exception.code, 128 + number)
                 fcntl.flock(held, fcntl.LOCK_EX)  # waits for all that have inherited the lock
+
+    def test_a_signal_during_the_start_of_the_command_ends_it_too(self):
+        started = []
+
+        class SlowlyStarted(subprocess.Popen):
+
+            def __init__(self, *arguments, **options):
+                super().__init__(*arguments, **options)
+                started.append(self)
+                os.kill(os.getpid(), signal.SIGTERM)
+
+        self.addCleanup(signal.signal, signal.SIGTERM, signal.getsignal(signal.SIGTERM))
+        measure.end_with_signals()
+        with unittest.mock.patch.object(subprocess, "Popen", SlowlyStarted), self.assertRaises(SystemExit):
+            measure.run("sleep 1000", ".")
+        self.addCleanup(started[0].kill)
+        self.assertEqual(started[0].wait(10), -signal.SIGTERM)
 
     def test_a_logout_does_not_end_what_nohup_has_started(self):
         self.addCleanup(signal.signal, signal.SIGHUP, signal.signal(signal.SIGHUP, signal.SIG_IGN))
