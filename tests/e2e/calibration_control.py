@@ -73,7 +73,7 @@ def stop(program):
 def turn_all_ways(program, serial):
     """Turns the camera through poses that are enough for a fit, in some seconds."""
     def pose():
-        return program.cameras()[serial]["truth"]["pose"]
+        return program.camera(serial)["truth"]["pose"]
 
     last = pose()
 

@@ -1,6 +1,7 @@
 """om-bench-window with the built program, operated with the mouse."""
 
 import colorsys
+import itertools
 import json
 import math
 import os
@@ -58,7 +59,7 @@ class HandTest(world.EndToEndTest):
 
     @staticmethod
     def truth(program, serial=TIV_Q):
-        return program.cameras()[serial]["truth"]
+        return program.camera(serial)["truth"]
 
     def rate(self, program, serial=TIV_Q):
         """Degrees per second."""
@@ -165,12 +166,13 @@ class Turning(HandTest):
             # A window that is busy at the release takes the hand to rest.
             window.drag(bench_hand.stroke(0.0)[:40], throw=True)
             try:
-                return wait_for("the spin", lambda: self.rate(program) > 40.0, 5)
+                wait_for("the spin", lambda: self.rate(program) > 40.0, 5)
             except NotYet:
                 return False
-        wait_for("a spin", throw)
-        program.wait_for_samples(TIV_Q, 400)
-        self.assertGreater(self.rate(program), 40.0)
+            # The body turns also while it is held, until the window comes to the release.
+            program.wait_for_samples(TIV_Q, 400)
+            return self.rate(program) > 40.0
+        wait_for("a spin that goes on", throw)
         window.drag([(0.0, 0.0)])
         wait_for("the stop", lambda: self.rate(program) < 0.01)
         self.close_window(window)
@@ -212,7 +214,7 @@ class Panel(HandTest):
         live.wait_until("a field that points down", lambda r: field(r)[1] < -100.0)
         window.slide("disturbance", 0.0, 1.0)
         wait_for("the disturbance",
-                 lambda: program.cameras()[TIV_Q]["faults"].get("magneticDisturbance") == 200.0)
+                 lambda: program.camera(TIV_Q)["faults"].get("magneticDisturbance") == 200.0)
 
         def spread():
             rows = live.wait_for_more(300)
@@ -229,7 +231,7 @@ class Panel(HandTest):
         window = self.window_on(program, area=self.BESIDE_RECORD)
 
         def faults():
-            return program.cameras()[TIV_Q]["faults"]
+            return program.camera(TIV_Q)["faults"]
         window.switch("openResult")
         wait_for("a refusing camera", lambda: faults() == {"openResult": 1})
         screen.click(window.plug)
@@ -243,7 +245,7 @@ class Panel(HandTest):
         self.assertEqual((program.state(TIV_Q), program.samples_read(TIV_Q)), ("plugged", before))
         program.om_bench("fault", TIV_Q, "openRefusals", -1)
         window.switch("oldFirmware")
-        wait_for("old firmware", lambda: program.cameras()[TIV_Q]["firmware"] < 1142)
+        wait_for("old firmware", lambda: program.camera(TIV_Q)["firmware"] < 1142)
         window.switch("openResult")
         wait_for("no fault", lambda: faults() == {})
         calibration.answer(program, "Warning")
@@ -291,20 +293,25 @@ class Calibration(HandTest):
         watching = self.watch(program, fields)
         for path in bench_hand.all_orientations():
             window.drag(path, bench_hand.FAST)
+        # On a busy machine the window leaves out a part of a stroke.
+        directions = (1.9 * i * i for i in itertools.count(21))
+
+        def covered():
+            seen = [json.loads(line)["truth"]["field"] for line in fields.read_text().splitlines() if line.endswith("}")]
+            return bench_hand.largest_gap(seen) < 30.0 or window.drag(bench_hand.stroke(next(directions)), bench_hand.FAST)
+        wait_for("strokes that cover all orientations", covered)
         watching.terminate()
         watching.wait(PATIENCE * SCALE)
-        seen = [json.loads(line)["truth"]["field"] for line in fields.read_text().splitlines() if line.endswith("}")]
-        self.assertLess(bench_hand.largest_gap(seen), 35.0, "the strokes did not cover all orientations")
         calibration.stop(program)
         calibration.press(program, "store")
         calibration.answer(program, calibration.WARNING)
         wait_for("the stored calibration", lambda: not program.om_bench("eeprom", "show", TIV_Q)["neutral"])
         # The state looks at the readings since the calibration came in force: they must turn too.
-        for i in range(1, 13):
-            window.drag(bench_hand.stroke(1.9 * i * i), bench_hand.FAST)
-            if i >= 4 and self.is_good(program):
-                break
-        wait_for("\"GOOD\"", lambda: self.is_good(program))
+        directions = (1.9 * i * i for i in itertools.count(1))
+        for _ in range(4):
+            window.drag(bench_hand.stroke(next(directions)), bench_hand.FAST)
+        wait_for("\"GOOD\"", lambda: self.is_good(program) or
+                 window.drag(bench_hand.stroke(next(directions)), bench_hand.FAST))
         self.assertEqual(calibration.boxes(program), [])
         self.close_window(window)
         calibration.leave(program)

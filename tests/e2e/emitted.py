@@ -170,7 +170,8 @@ class Camera:
         return self.rest if self.rest else tumble((time - self.start + self.delay) * 1e-9)
 
     def fit_motion(self, time, angles):
-        """Finds the start of the motion, at most 50 ms before that of the streams, from one orientation."""
+        """Finds the start of the motion, at most 10 s before that of the streams, from one orientation. The bench reads
+        the clock for each of them, and a busy machine may go on with something else between."""
         if self.rest:
             return
         seen = euler_matrix(angles)
@@ -178,7 +179,8 @@ class Camera:
         def error(delay):
             m = matrix(tumble((time - self.start + delay) * 1e-9))
             return sum((m[i][j] - seen[i][j]) ** 2 for i in range(3) for j in range(3))
-        low, high = 0.0, 50e6
+        nearest = min(range(1000), key=lambda step: error(step * 10e6)) * 10e6
+        low, high = max(nearest - 10e6, 0.0), nearest + 10e6
         for _ in range(80):
             a, b = low + (high - low) / 3, high - (high - low) / 3
             low, high = (low, b) if error(a) < error(b) else (a, high)

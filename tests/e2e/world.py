@@ -152,8 +152,12 @@ class Program:
     def state(self, serial):
         return self.cameras().get(serial, {}).get("state")
 
+    def camera(self, serial):
+        """A camera of the bench; on a busy machine an answer may come too late for om-bench."""
+        return wait_for(f"an answer with camera {serial}", lambda: self.cameras().get(serial))
+
     def samples_read(self, serial):
-        return self.cameras()[serial]["samplesRead"]
+        return self.camera(serial)["samplesRead"]
 
     def wait_for_state(self, serial, state):
         wait_for(f"camera {serial} is {state}", lambda: self.state(serial) == state)

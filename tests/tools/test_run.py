@@ -63,7 +63,7 @@ class Run(unittest.TestCase):
 
     def test_the_timer_closes_the_program(self):
         self.program("trap 'echo closed; exit 7' TERM; while :; do sleep 0.1; done")
-        self.assertEqual(self.run_it("--seconds", "3"), (7, "closed\n"))
+        self.assertEqual(self.run_it("--seconds", "10"), (7, "closed\n"))
 
     def test_the_timer_ends_with_the_program(self):
         self.program("exit 7")
