@@ -11,10 +11,13 @@ import io
 import json
 import os
 import pathlib
+import signal
 import subprocess
 import sys
 import tempfile
+import types
 import unittest
+import unittest.mock
 
 import own_git  # noqa: F401  pylint: disable=unused-import
 
@@ -207,6 +210,34 @@ int main()
 }
 
 
+class Signals(unittest.TestCase):
+
+    def check(self, run):
+        """A signal that comes while a process is started ends this process too."""
+        started = []
+
+        class SlowlyStarted(subprocess.Popen):
+
+            def __init__(self, _, **options):
+                super().__init__(["tail", "-f", "/dev/null"], **options)
+                started.append(self)
+                os.kill(os.getpid(), signal.SIGTERM)
+
+        self.addCleanup(signal.signal, signal.SIGTERM, signal.signal(signal.SIGTERM, lambda *_: sys.exit(9)))
+        with unittest.mock.patch.object(subprocess, "Popen", SlowlyStarted), self.assertRaises(SystemExit):
+            run()
+        self.addCleanup(started[0].kill)
+        self.assertEqual(started[0].wait(10), -signal.SIGTERM)
+
+    def test_a_signal_during_the_start_of_a_build_ends_it(self):
+        with tempfile.TemporaryDirectory() as name:
+            copy = types.SimpleNamespace(build=name, log=pathlib.Path(name) / "log", environment=os.environ)
+            self.check(lambda: mutate.Copy.make(copy, "all", 1))
+
+    def test_a_signal_during_the_start_of_a_test_ends_it(self):
+        self.check(lambda: mutate.ctest(types.SimpleNamespace(build="."), "tst_x", 60))
+
+
 class SmallProject(unittest.TestCase):
 
     @classmethod
@@ -364,7 +395,7 @@ class SmallProject(unittest.TestCase):
         close(creat("late", 0600));""").replace("<unistd.h>", "<fcntl.h>\n#include <unistd.h>"), encoding="utf-8")
         try:
             with contextlib.redirect_stdout(io.StringIO()):
-                mutate.main(["--count", "1", "--slow", "2", "--work", str(self.root / "build/mutate"),
+                mutate.main(["--count", "1", "--slow", "10", "--work", str(self.root / "build/mutate"),
                              str(self.root / "src/part/limits.cpp")], self.root)
         finally:
             path.write_text(FILES["tests/part/tst_limits.cpp"], encoding="utf-8")
