@@ -49,7 +49,13 @@ def answer(program, title):
     """Presses the button of the message box that goes on, which is the lime one. Another box of the same title may
     follow at once."""
     place = screen.wait_for_window(program.pid, title)
-    button = wait_for(f"the button of \"{title}\"", lambda: Picture.take().bounds(place, LIME, 0.01))
+
+    def lime_button():
+        """Its rectangle; a box that is not drawn yet shows what is behind it."""
+        picture = Picture.take()
+        button = picture.bounds(place, LIME, 0.01)
+        return button if button and picture.share(button, LIME) > 0.5 else None
+    button = wait_for(f"the button of \"{title}\"", lime_button)
     mine = ids(program, title)
     screen.click(button)
     wait_for(f"the end of \"{title}\"", lambda: not mine & ids(program, title))
