@@ -82,9 +82,9 @@ std::optional<om::DeviceProperties> CameraStream::await(const std::optional<unsi
                                                         const std::atomic<bool>& ends,
                                                         std::string& error)
 {
-    const auto begin = Clock::now();
     std::string others;
     std::optional<om::DeviceProperties> device = find(serial, others);
+    const auto begin = Clock::now(); // so that a list that takes long is not the only look
     while (!device && !ends) {
         const auto waited = Clock::now() - begin;
         if (waited >= patience || (!others.empty() && waited >= shortPatience)) {
