@@ -11,6 +11,7 @@
 
 #include "om_tiv/control/socketclient.h"
 #include "support/otheruser.h"
+#include "support/waiting.h"
 
 #include <om_tiv/camera.h>
 
@@ -22,18 +23,22 @@
 #include <nlohmann/json.hpp>
 
 #include <array>
+#include <atomic>
+#include <chrono>
 #include <cstring>
 
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 using namespace om;
 using namespace om::bench;
+using namespace std::chrono_literals;
 using nlohmann::json;
 using socketclient::connectTo;
 using socketclient::readLine;
@@ -82,12 +87,19 @@ class TestControl : public QObject
     std::unique_ptr<QTemporaryDir> m_folder;
     std::unique_ptr<ControlServer> m_server;
     std::string m_path;
+    std::atomic<pid_t> m_serverThread{0}; ///< since its first request
 
+    /// Without a time limit for its clients.
     void serve()
     {
         std::string error;
-        m_server = ControlServer::start(
-            m_path, [](const std::string& line) { return answerControl(theBench(), line); }, error);
+        m_server = ControlServer::start(m_path,
+                                        [this](const std::string& line) {
+                                            m_serverThread =
+                                                static_cast<pid_t>(::syscall(SYS_gettid));
+                                            return answerControl(theBench(), line);
+                                        },
+                                        error, {1h, 1h});
         QVERIFY2(m_server, error.c_str());
     }
 
@@ -637,6 +649,12 @@ private slots:
         ::chmod(qPrintable(open), 0777);
         ::chmod(qPrintable(open + QStringLiteral("/below")), 0777);
         ::chmod(m_path.c_str(), 0777);
+        // The fork copies no lock that the server's thread holds.
+        const int own = connectTo(m_path);
+        sendAll(own, "{\"command\":\"list\"}\n");
+        QVERIFY(!readLine(own).empty());
+        ::close(own);
+        QVERIFY(waiting::waitFor([this] { return waiting::isAsleep(m_serverThread); }));
         const pid_t child = ::fork();
         if (child == 0) {
             if (::setgid(65534) != 0 || ::setuid(65534) != 0) {

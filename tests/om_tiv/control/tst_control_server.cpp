@@ -104,7 +104,7 @@ class TestControlServer : public QObject
         return json{{"ok", true}, {"bytes", line.size()}}.dump();
     }
 
-    bool serve(const ControlServer::Limits& limits = {},
+    bool serve(const ControlServer::Limits& limits = {1h, 1h},
                const ControlServer::Handler& handler = &TestControlServer::answer)
     {
         m_error.clear();

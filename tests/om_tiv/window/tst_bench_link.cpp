@@ -5,22 +5,27 @@
 #include "om_tiv/window/stoppedprogram.h"
 #include "window/bench_link.h"
 
-#include <QElapsedTimer>
 #include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QtTest>
 
 #include <algorithm>
+#include <atomic>
 #include <memory>
 #include <vector>
 
+#include <fcntl.h>
+#include <poll.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 using benchwindow::BenchLink;
 using om::bench::Descriptor;
 
 namespace {
+
+std::atomic<int> waitingConnects{0}; ///< connections that would wait for a stopped program
 
 /// A program that takes requests and answers none, and counts the connections.
 class SilentProgram
@@ -62,6 +67,20 @@ private:
 
 } // namespace
 
+// These replace the C library's functions.
+extern "C" int connect(int fd, const sockaddr* address, socklen_t length)
+{
+    waitingConnects += (::fcntl(fd, F_GETFL) & O_NONBLOCK) == 0 ? 1 : 0;
+    return static_cast<int>(::syscall(SYS_connect, fd, address, length));
+}
+
+extern "C" int poll(pollfd* files, nfds_t count, int timeout)
+{
+    // Outside the test's own thread this is a wait for an answer. Its time limit does not end it.
+    const bool isTest = ::syscall(SYS_gettid) == ::getpid();
+    return static_cast<int>(::syscall(SYS_poll, files, count, isTest ? timeout : -1));
+}
+
 class TestBenchLink : public QObject
 {
     Q_OBJECT
@@ -98,14 +117,12 @@ private slots:
                     reasons << reason;
                     choices = found;
                 });
-        QElapsedTimer time;
-        time.start();
+        waitingConnects = 0;
         link->start();
         QTRY_VERIFY(!reasons.isEmpty());
         link.reset();
         qputenv("XDG_RUNTIME_DIR", runtime);
-        // The link would wait 10 s for one answer.
-        QVERIFY2(time.elapsed() < 9500, qPrintable(QString::number(time.elapsed())));
+        QCOMPARE(waitingConnects.load(), 0);
         if (programs == 1) {
             QCOMPARE(reasons.first(), paths.first() + ": the bench does not answer");
         } else {
@@ -132,6 +149,7 @@ private slots:
                     reasons << reason;
                     choices = found;
                 });
+        waitingConnects = 0;
         link.start();
         QTRY_VERIFY(silent.connections() >= 4); // one for each search
         QCoreApplication::processEvents();
@@ -146,12 +164,9 @@ private slots:
         // The other choice can be changed too while the answer is still waited for.
         link.choose(second);
         QTRY_VERIFY(silent.hasRequest());
-        QElapsedTimer time;
-        time.start();
         link.choose(first);
         QTRY_VERIFY(reasons.size() > 2 && reasons.last() == reason);
-        // The link would wait 10 s for one answer.
-        QVERIFY2(time.elapsed() < 9500, qPrintable(QString::number(time.elapsed())));
+        QCOMPARE(waitingConnects.load(), 0);
         QCOMPARE(choices, QStringList({first, second}));
     }
 };
