@@ -9,6 +9,7 @@
 #include "viewer/live_text.h"
 
 #include <QCloseEvent>
+#include <QMutexLocker>
 #include <QOpenGLContext>
 #include <QPixmap>
 #include <QThread>
@@ -176,6 +177,7 @@ void MainWindow::connectSignals()
 
 void MainWindow::disconnectSignals()
 {
+    const QMutexLocker lock(&inputThreadMutex);
     InputThreadModul* const input = inputThread;
     if (input == nullptr) {
         return;

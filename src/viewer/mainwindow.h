@@ -194,8 +194,11 @@ private:
     QMutex dataMutex; // guards the series
 
     // Owned. Set between createLiveInput() and the next reset() or a loss of the camera; the sensor
-    // thread that detects the loss deletes the object and clears the pointer.
+    // thread that detects the loss clears the pointer and deletes the object.
     Published<InputThreadModul*> inputThread = nullptr;
+    // Held by disconnectSignals(), and by the sensor thread while it clears the pointer: the loss
+    // reaches both threads at once.
+    QMutex inputThreadMutex;
     int imageTicks = 0;
 
     // The series. Those of IMU pace are index-aligned: element i of each belongs to one sample.

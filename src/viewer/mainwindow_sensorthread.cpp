@@ -35,8 +35,12 @@ void MainWindow::dataThreadFunc()
         if (input->camera.getSensorsData(sensorsData, omlib::latest) == omlib::cameraGone) {
             cameraLost = true;
             input->stopGrabbing();
-            // Reset before the deletion, so that the interface thread no longer finds it.
-            inputThread = nullptr;
+            {
+                // The interface thread, which learns of the loss at the same time, either has taken
+                // the object's signals away or no longer finds the object.
+                const QMutexLocker lock(&inputThreadMutex);
+                inputThread = nullptr;
+            }
             delete input;
             break;
         }

@@ -100,9 +100,9 @@ void MainWindow::createLiveInput()
         }
     }
     inputThread->startGrabbing();
-    startStreaming(inputThread->cameraInfo.cameraModel);
-
+    // Before the sensor thread begins, which may report a loss at its first poll.
     cameraLost = false;
+    startStreaming(inputThread->cameraInfo.cameraModel);
     unsetCursor();
 }
 

@@ -28,6 +28,7 @@ struct MainWindowProbe
     decltype(MainWindow::displayPeriodMs)& displayPeriodMs = window.displayPeriodMs;
     decltype(MainWindow::dataMutex)& dataMutex = window.dataMutex;
     decltype(MainWindow::inputThread)& inputThread = window.inputThread;
+    decltype(MainWindow::inputThreadMutex)& inputThreadMutex = window.inputThreadMutex;
     decltype(MainWindow::imageTicks)& imageTicks = window.imageTicks;
     decltype(MainWindow::accX)& accX = window.accX;
     decltype(MainWindow::accY)& accY = window.accY;

@@ -1,6 +1,7 @@
 #include "support/qtcalls.h"
 
 #include <QMutex>
+#include <QSemaphore>
 #include <QThread>
 
 #include <dlfcn.h>
@@ -105,4 +106,11 @@ bool QMutex::tryLock(int timeout) QT_MUTEX_LOCK_NOEXCEPT
     static const auto next = inQt<bool(QMutex*, int)>("_ZN6QMutex7tryLockEi");
     tell({qtcalls::CALL::TRY_LOCK, this, timeout});
     return next(this, timeout);
+}
+
+void QSemaphore::acquire(int n)
+{
+    static const auto next = inQt<void(QSemaphore*, int)>("_ZN10QSemaphore7acquireEi");
+    next(this, n);
+    tell({qtcalls::CALL::ACQUIRED, this, 0});
 }

@@ -18,12 +18,13 @@ enum class CALL {
     LOCK,     ///< QMutex::lock(), before it
     WAIT,     ///< QThread::wait(), before it; limit: ms, -1 for none
     STARTED,  ///< QThread::start(), after it
+    ACQUIRED, ///< QSemaphore::acquire(), after it
 };
 
 struct Call
 {
     CALL call;
-    const void* object; ///< mutex or thread; null for a sleep
+    const void* object; ///< mutex, semaphore or thread; null for a sleep
     qint64 limit;       ///< 0 if the call has none
 };
 

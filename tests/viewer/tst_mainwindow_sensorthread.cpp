@@ -13,6 +13,7 @@
 #include <QThread>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cmath>
 
@@ -682,6 +683,65 @@ private slots:
         QVERIFY(waits);
         QVERIFY(lost);
         QVERIFY(probe.inputThread == nullptr);
+    }
+
+    void aLossDestroysTheInputThreadOnlyWhenItsSignalsAreNotInUse()
+    {
+        stream(fourRecords());
+        auto& probe = m_viewer->probe;
+        InputThreadModul* const input = probe.inputThread;
+        // As the interface thread holds it while it disconnects the signals.
+        probe.inputThreadMutex.lock();
+        std::atomic<bool> waits{false};
+        const qtcalls::Hook hook([&](const qtcalls::Call& call) {
+            waits = waits ||
+                    (call.call == qtcalls::CALL::LOCK && call.object == &probe.inputThreadMutex);
+        });
+        bench().camera(serial)->sensorsScript().append({result(ERROR_CODE::CAMERA_GONE)});
+        const bool goesOn = waiting::waitFor([&] { return waits || probe.inputThread == nullptr; });
+        const bool isThere = probe.inputThread == input && !input->aborted;
+        probe.inputThreadMutex.unlock();
+        QVERIFY(waiting::waitFor([&] { return !probe.dataThreadRunning; }));
+        QVERIFY(goesOn);
+        QVERIFY(isThere);
+        QVERIFY(probe.inputThread == nullptr);
+    }
+
+    void theSignalsAreDisconnectedWithTheLock()
+    {
+        stream(fourRecords());
+        auto& probe = m_viewer->probe;
+        bool locked = false;
+        {
+            const qtcalls::Hook hook([&](const qtcalls::Call& call) {
+                locked = locked || (call.call == qtcalls::CALL::LOCK &&
+                                    call.object == &probe.inputThreadMutex &&
+                                    QThread::currentThread() == qApp->thread());
+            });
+            probe.disconnectSignals();
+        }
+        QVERIFY(locked);
+        QVERIFY(probe.inputThreadMutex.tryLock());
+        probe.inputThreadMutex.unlock();
+    }
+
+    void aLossAtTheFirstPollOutlivesTheOpen()
+    {
+        bench().addCamera(camera(MODEL::TIV_Q, serial));
+        m_viewer = std::make_unique<Viewer>();
+        QTRY_VERIFY(m_viewer->streams(serial));
+        auto& probe = m_viewer->probe;
+        bench().camera(serial)->sensorsScript().set({result(ERROR_CODE::CAMERA_GONE)});
+        // The sensor thread, for whose beginning the open waits, ends before the open goes on.
+        bool ends = false;
+        const qtcalls::Hook hook([&](const qtcalls::Call& call) {
+            if (call.call == qtcalls::CALL::ACQUIRED) {
+                ends = waiting::waitFor([&] { return !probe.dataThreadRunning; });
+            }
+        });
+        m_viewer->window->createLiveInput();
+        QVERIFY(ends);
+        QVERIFY(probe.cameraLost);
     }
 
     void theLossOfTheCameraEndsTheThread()
