@@ -8,7 +8,7 @@
 using namespace std::chrono_literals;
 using namespace viewersession;
 
-class TestFirstRow : public QObject
+class TestFirstCalls : public QObject
 {
     Q_OBJECT
 
@@ -36,5 +36,5 @@ private slots:
     }
 };
 
-QTEST_MAIN(TestFirstRow)
-#include "tst_firstrow.moc"
+QTEST_MAIN(TestFirstCalls)
+#include "tst_first_calls.moc"
