@@ -23,14 +23,15 @@ void MainWindow::displayDefaultValues()
 
 void MainWindow::updateDataDisplay()
 {
+    using Clock = std::chrono::system_clock;
+    // For the whole process, from the first call, whatever that does.
+    static Clock::time_point lastDisplayUpdateTime = Clock::now();
     if (cameraLost && !memoryMessageWaits) {
         cameraDisconnected(); // deletes the timer, too
         return;
     }
     displayTimer->stop();
 
-    using Clock = std::chrono::system_clock;
-    static Clock::time_point lastDisplayUpdateTime = Clock::now();
     const Clock::time_point now = Clock::now();
     const auto elapsed =
         std::chrono::duration_cast<std::chrono::milliseconds>(now - lastDisplayUpdateTime);

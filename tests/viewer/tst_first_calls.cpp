@@ -1,4 +1,4 @@
-// The first call of the recorder in a process.
+// The first call in a process: of the live values' display, then of the recorder.
 
 #include "support/viewersession.h"
 #include "support/wallclock.h"
@@ -13,6 +13,22 @@ class TestFirstCalls : public QObject
     Q_OBJECT
 
 private slots:
+    void displayOfALostCameraSetsTheClock()
+    {
+        constexpr int serial = 27182818;
+        bench().reset();
+        const wallclock::Held held;
+        Viewer viewer;
+        QVERIFY(viewer.probe.cameraLost);
+        viewer.window->updateDataDisplay();
+
+        wallclock::advance(30ms);
+        bench().addCamera(camera(om::MODEL::TIV_Q, serial));
+        QTRY_VERIFY(viewer.streams(serial));
+        // 30 ms after the first call, and no time passes any more.
+        QTRY_VERIFY(viewer.ui->lineEdit_value_0->text() != QStringLiteral("---"));
+    }
+
     void callThatReturnsEarlySetsTheClock()
     {
         constexpr int serial = 31415926;
