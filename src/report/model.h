@@ -77,7 +77,7 @@ struct AxisReport
     analysis::Spectrum spectrum;
     std::vector<analysis::SpectralLine> lines;
     Envelope envelope;      ///< of the whole recording
-    double mean = 0.0;      ///< while the camera was at rest
+    double mean = 0.0;      ///< of the rest; of the whole recording without one
     double deviation = 0.0; ///< standard deviation, likewise
     double minimum = 0.0;   ///< of the whole recording
     double maximum = 0.0;

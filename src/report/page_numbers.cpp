@@ -22,6 +22,12 @@ QString valueHtml(const Coefficient& coefficient)
            " to " + escaped(number(coefficient.high, 4)) + ")";
 }
 
+/// The remark on a value of the rest that is one of all rows.
+QString partOf(const RecordingReport& report)
+{
+    return report.rest ? QString() : QStringLiteral(" (no rest: all rows)");
+}
+
 struct Row
 {
     QString name;
@@ -70,12 +76,12 @@ void addNoise(std::vector<Row>& rows, const std::vector<RecordingReport>& report
                 addRow(rows, reports, QString(sensor.name) + " " + axisNames.at(i) + ": " + name,
                        rowUnit, [&](const RecordingReport& report) {
                            const auto& inertial = report.*sensor.report;
-                           return inertial ? value(inertial->axes.at(i)) : QString();
+                           return inertial ? value(report, inertial->axes.at(i)) : QString();
                        });
             };
             const auto coefficient = [&](const char* name, const QString& rowUnit,
                                          Coefficient NoiseModel::*member) {
-                axisRow(name, rowUnit, [&](const AxisReport& axis) {
+                axisRow(name, rowUnit, [&](const RecordingReport&, const AxisReport& axis) {
                     return valueHtml(axis.noise.model.*member);
                 });
             };
@@ -83,10 +89,14 @@ void addNoise(std::vector<Row>& rows, const std::vector<RecordingReport>& report
             coefficient("bias instability B", unit, &NoiseModel::biasInstability);
             coefficient("random walk K", QString::fromUtf8(sensor.walkUnit),
                         &NoiseModel::randomWalk);
-            axisRow("mean", unit,
-                    [](const AxisReport& axis) { return escaped(number(axis.mean, 5)); });
-            axisRow("standard deviation", unit,
-                    [](const AxisReport& axis) { return escaped(number(axis.deviation, 4)); });
+            axisRow("mean at rest", unit,
+                    [](const RecordingReport& report, const AxisReport& axis) {
+                        return escaped(number(axis.mean, 5)) + partOf(report);
+                    });
+            axisRow("standard deviation at rest", unit,
+                    [](const RecordingReport& report, const AxisReport& axis) {
+                        return escaped(number(axis.deviation, 4)) + partOf(report);
+                    });
         }
     }
 }
@@ -125,9 +135,9 @@ void addMagnetometer(std::vector<Row>& rows, const std::vector<RecordingReport>&
         });
     row("residual before any correction", "µT RMS",
         [](const MagnetometerReport& fit) { return escaped(number(fit.lengthRmsBefore, 3)); });
-    row("gaps", "% of 100 areas",
+    row("empty areas", "of 100",
         [](const MagnetometerReport& fit) { return escaped(number(fit.quality.gaps, 3)); });
-    row("variance", "%",
+    row("relative spread of the strength", "%",
         [](const MagnetometerReport& fit) { return escaped(number(fit.quality.variance, 3)); });
     row("wobble", "%",
         [](const MagnetometerReport& fit) { return escaped(number(fit.quality.wobble, 3)); });

@@ -18,10 +18,11 @@ struct Rows
     std::size_t size() const { return end - first; }
 };
 
-/// The longest run of whole seconds in which neither the mean acceleration nor the mean angular
-/// velocity jumps by more than 0.3 m/s^2 or 2 degrees per second, or by more than the noise
-/// explains, and in which the mean angular velocity is at most 20 degrees per second. Slow changes
-/// of a bias are not motion. An incomplete second at the end belongs to the second before it.
+/// The longest run of whole seconds in which the mean acceleration and the mean angular velocity
+/// change on each axis by no more than 0.3 m/s^2 and 2 degrees per second or, if this is more, by
+/// no more than the noise explains, and in which the mean angular velocity about each axis is at
+/// most 20 degrees per second. Slow changes of a bias are not motion. An incomplete second at the
+/// end belongs to the second before it.
 /// @return none if the recording has neither accelerometer nor gyroscope, or if it is longer than
 /// two seconds and has no two seconds of rest
 std::optional<Rows> longestRest(const analysis::Recording& recording);

@@ -90,6 +90,7 @@ private slots:
     void verdictsStandAbovePlots();
     void numbersHaveTheirUnits_data();
     void numbersHaveTheirUnits();
+    void meanOfAMovingCameraIsThatOfAllRows();
     void textsFromTheFileAreEscaped();
     void definitionsHaveFormulas_data();
     void definitionsHaveFormulas();
@@ -225,8 +226,8 @@ void TestReportPage::numbersHaveTheirUnits_data()
             add("noise density N", unit + "/√Hz", "0.001250 (0.001125 to 0.001375)");
             add("bias instability B", unit, "not observable");
             add("random walk K", slope, "0.002500 (0.002000 to 0.003000)");
-            add("mean", unit, "-0.12346");
-            add("standard deviation", unit, "0.01235");
+            add("mean at rest", unit, "-0.12346");
+            add("standard deviation at rest", unit, "0.01235");
         }
     }
     QTest::newRow("Magnetometer: offset (hard iron) x / y / z") << "µT"
@@ -241,10 +242,10 @@ void TestReportPage::numbersHaveTheirUnits_data()
                                                                                         << "75.0";
     QTest::newRow("Magnetometer: residual before any correction") << "µT RMS"
                                                                   << "14.2";
-    QTest::newRow("Magnetometer: gaps") << "% of 100 areas"
-                                        << "4.00";
-    QTest::newRow("Magnetometer: variance") << "%"
-                                            << "1.25";
+    QTest::newRow("Magnetometer: empty areas") << "of 100"
+                                               << "4.00";
+    QTest::newRow("Magnetometer: relative spread of the strength") << "%"
+                                                                   << "1.25";
     QTest::newRow("Magnetometer: wobble") << "%"
                                           << "2.50";
     QTest::newRow("Magnetometer: fit error") << "%"
@@ -313,6 +314,25 @@ void TestReportPage::numbersHaveTheirUnits()
     QCOMPARE(table.mid(at - 4, table.indexOf('\n', at) + 5 - at), row);
 }
 
+void TestReportPage::meanOfAMovingCameraIsThatOfAllRows()
+{
+    RecordingReport report = m_report;
+    AxisReport& axis = report.gyroscope->axes[2];
+    axis.mean = -10.0;
+    axis.deviation = 40.0;
+    const auto cellOf = [&report](const QString& name) {
+        const QString table = numbersHtml({report});
+        const QString head = "<td>Gyroscope z: " + name + "</td><td class=\"number\">";
+        const int begin = table.indexOf(head) + head.size();
+        return table.mid(begin, table.indexOf("</td>", begin) - begin);
+    };
+    QCOMPARE(cellOf("mean at rest"), QString("-10.000"));
+    QCOMPARE(cellOf("standard deviation at rest"), QString("40.00"));
+    report.rest.reset();
+    QCOMPARE(cellOf("mean at rest"), QString("-10.000 (no rest: all rows)"));
+    QCOMPARE(cellOf("standard deviation at rest"), QString("40.00 (no rest: all rows)"));
+}
+
 void TestReportPage::textsFromTheFileAreEscaped()
 {
     RecordingReport report = m_report;
@@ -334,8 +354,8 @@ void TestReportPage::definitionsHaveFormulas_data()
 {
     QTest::addColumn<QString>("term");
     for (const char* term : {"Overlapping Allan deviation", "Noise density N, bias instability B",
-                             "Residual", "Variance", "Wobble", "Fit error", "Magnetometer: fit",
-                             "Six positions", "68 % interval"}) {
+                             "Residual", "Relative spread of the strength", "Wobble", "Fit error",
+                             "Magnetometer: fit", "Six positions", "68 % interval"}) {
         QTest::newRow(term) << term;
     }
 }
@@ -351,7 +371,8 @@ void TestReportPage::definitionsHaveFormulas()
 
 void TestReportPage::limitsOfRestAreStated()
 {
-    QVERIFY(m_page.contains(QStringLiteral("on an axis by more than 0.3 m/s² or 2 °/s,")));
+    QVERIFY(m_page.contains(QStringLiteral("on each axis by no more than 0.3 m/s² and 2 °/s or, if "
+                                           "this is more, by no more than the noise explains")));
     QVERIFY(m_page.contains(QStringLiteral("about each axis is at most 20 °/s.")));
 }
 
