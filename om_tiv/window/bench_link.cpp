@@ -111,16 +111,19 @@ Snapshot BenchLink::snapshot() const
 void BenchLink::run()
 {
     for (;;) {
-        std::unique_ptr<BenchClient> client = findBench();
         std::unique_lock<std::mutex> lock(m_mutex);
+        const std::string chosen = m_chosen;
+        lock.unlock();
+        std::unique_ptr<BenchClient> client = findBench();
+        lock.lock();
         if (!client) {
-            const std::string chosen = m_chosen;
             m_wake.wait_for(lock, searchPeriod, [&] { return m_stopping || m_chosen != chosen; });
         }
         if (m_stopping) {
             return;
         }
-        if (client) {
+        // A choice during the search comes first: the bench that was found may not answer.
+        if (client && m_chosen == chosen) {
             m_client = client.get();
             m_requests.clear();
             lock.unlock();

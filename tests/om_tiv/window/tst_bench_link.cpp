@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -26,6 +27,8 @@ using om::bench::Descriptor;
 namespace {
 
 std::atomic<int> waitingConnects{0}; ///< connections that would wait for a stopped program
+/// Called before each connection, with the path of the socket.
+std::function<void(const char*)> onConnect;
 
 /// A program that takes requests and answers none, and counts the connections.
 class SilentProgram
@@ -70,6 +73,9 @@ private:
 // These replace the C library's functions.
 extern "C" int connect(int fd, const sockaddr* address, socklen_t length)
 {
+    if (onConnect) {
+        onConnect(reinterpret_cast<const sockaddr_un*>(address)->sun_path);
+    }
     waitingConnects += (::fcntl(fd, F_GETFL) & O_NONBLOCK) == 0 ? 1 : 0;
     return static_cast<int>(::syscall(SYS_connect, fd, address, length));
 }
@@ -168,6 +174,32 @@ private slots:
         QTRY_VERIFY(reasons.size() > 2 && reasons.last() == reason);
         QCOMPARE(waitingConnects.load(), 0);
         QCOMPARE(choices, QStringList({first, second}));
+    }
+
+    void choiceDuringTheSearchCounts()
+    {
+        const QTemporaryDir folder;
+        QVERIFY(QDir(folder.path()).mkdir("gravimon"));
+        const QString first = folder.filePath("gravimon/bench-1.sock");
+        const QString second = folder.filePath("gravimon/bench-2.sock");
+        SilentProgram former(first);
+        SilentProgram chosen(second);
+        const QByteArray runtime = qgetenv("XDG_RUNTIME_DIR");
+        qputenv("XDG_RUNTIME_DIR", folder.path().toUtf8());
+        const auto restore = qScopeGuard([&] { qputenv("XDG_RUNTIME_DIR", runtime); });
+        int connections = 0;
+        const auto remove = qScopeGuard([] { onConnect = nullptr; });
+        BenchLink link;
+        link.choose(first);
+        // The search connects to all programs, and then to the chosen one.
+        onConnect = [&](const char* path) {
+            if (path == first.toStdString() && ++connections == 2) {
+                link.choose(second);
+            }
+        };
+        link.start();
+        QTRY_VERIFY(chosen.hasRequest());
+        QVERIFY(!former.hasRequest());
     }
 };
 
