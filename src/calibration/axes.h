@@ -1,6 +1,6 @@
 /// @file
 /// The one map between the sensor axes (1, 2, 3) of the microcontroller and its EEPROM, and the
-/// axes (X, Y, Z) of the dialog: X = -(axis 2), Y = axis 1, Z = axis 3.
+/// axes (X, Y, Z) of the dialog: X = -(axis 2), Y = axis 1, Z = axis 3 (right, down, forward).
 #pragma once
 
 #include <array>

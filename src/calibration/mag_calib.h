@@ -11,7 +11,8 @@
 /// (r[i] - center[i]) on each axis.
 ///
 /// The fit does not check its quality. For samples in a plane, on a line or in one point, and for
-/// clouds that no ellipsoid fits, the results of a call that returns true have infinities or NaN.
+/// clouds that no ellipsoid fits, the results of a call that returns true are infinities, NaN or
+/// finite numbers without a meaning; nothing distinguishes these from a good fit.
 ///
 /// One thread at a time may use an object; objects are independent of each other. Samples are in
 /// any unit u; centre and radii are in u, gains in targetRadius / u. A failed allocation throws

@@ -34,8 +34,8 @@ class TIVmcu;
 /// or by its deletion, it owns the camera's microcontroller. So the camera must be closed before
 /// and may be opened again once exec() has returned.
 ///
-/// The dialog's axes are X = -(sensor axis 2), Y = sensor axis 1, Z = sensor axis 3; samples and
-/// offsets are in microtesla, gains in 1 / microtesla.
+/// The dialog's axes are those of calibration/axes.h: right, down, forward. Samples and offsets are
+/// in microtesla, gains in 1 / microtesla.
 ///
 /// Threads: everything except magDataGrabThread() runs on the interface thread. Both threads share
 /// the flags and the headings as plain values. A lock guards the raw samples: the thread takes it

@@ -10,8 +10,8 @@ public:
     OrientCount();
     virtual ~OrientCount();
 
-    /// Marks the cell of the three angles, in degrees in any range. They must be finite: with an
-    /// infinite angle the call does not return. NaN counts as 0.
+    /// Marks the cell of the three angles, in degrees, also of many turns. With an infinite or huge
+    /// angle (from some 1e9 on) the call does not return. NaN counts as 0.
     void addOrientation(float a, float b, float c);
 
     /// Visited part in percent, 0.0 to 100.0.

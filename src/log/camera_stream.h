@@ -12,8 +12,8 @@
 
 namespace samplelog {
 
-/// Opens a camera and grabs its frames, which nobody uses, so that the camera keeps running. One
-/// thread calls open() and the destructor; next() may be called by one thread at a time.
+/// Opens a camera and grabs its frames, which nobody uses, so that the camera keeps running. Calls
+/// of open(), next() and the destructor do not overlap; they may come from different threads.
 class CameraStream
 {
 public:

@@ -82,8 +82,8 @@ private:
     float m_right = 0.0F;
 };
 
-/// The temperatures inside two sensors, degrees Celsius. Without a barometer both are that of the
-/// IMU; without any both are 0.
+/// The temperatures inside two sensors, degrees Celsius. A missing one of the IMU is 0, a missing
+/// one of the barometer is that of the IMU.
 struct SensorTemperatures
 {
     float imu = 0.0F;

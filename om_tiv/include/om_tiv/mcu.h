@@ -167,7 +167,8 @@ public:
     /// is no heading: one of the two vectors is null, or they are parallel.
     float calcMagHeading(Vector3<float> mag, Vector3<float> acceleration);
 
-    /// Reads the EEPROM into storedMagCalib, which does not change if the EEPROM can't be read.
+    /// Reads the EEPROM into storedMagCalib, which does not change if the link does not answer. An
+    /// image that is damaged or cannot be read counts as neutral.
     /// @param all the whole memory, or only what may have changed; the same for the calibration
     void updateEepromMemory(bool all);
     /// Writes the calibration. It takes effect at once, also for om::Camera, and is kept after the
