@@ -86,9 +86,9 @@ std::shared_ptr<CameraSession> CameraSession::open(const InitParameters& asked,
     InitParameters parameters = asked;
     CameraInformation information;
     if (asked.input.kind() == InputType::KIND::RECORDED_FILE) {
-        Recording recording;
+        RecordedFile recording;
         std::string error;
-        if (!readRecording(asked.input.path().c_str(), recording, error)) {
+        if (!readRecordedFile(asked.input.path().c_str(), recording, error)) {
             std::fprintf(stderr, "%s\n", oneLine(error).c_str());
             result = ERROR_CODE::INVALID_INPUT;
             return nullptr;
@@ -181,7 +181,7 @@ ERROR_CODE CameraSession::attach(std::shared_ptr<VirtualCamera> device)
     return stateResult();
 }
 
-ERROR_CODE CameraSession::attachFile(Recording recording)
+ERROR_CODE CameraSession::attachFile(RecordedFile recording)
 {
     m_frames = std::make_unique<RecordedFrames>(std::move(recording));
     return makeContext();

@@ -51,7 +51,7 @@ public:
 private:
     static ERROR_CODE findDevice(const InputType& input, std::shared_ptr<VirtualCamera>& device);
     ERROR_CODE attach(std::shared_ptr<VirtualCamera> device);
-    ERROR_CODE attachFile(Recording recording);
+    ERROR_CODE attachFile(RecordedFile recording);
     ERROR_CODE makeContext();
     void lose();     ///< called by the library: the camera counts as lost for this opening only
     bool markLost(); ///< false if it is no longer open

@@ -55,7 +55,7 @@ bool LiveFrames::next(Frame& frame, const std::function<bool()>& done)
     return true;
 }
 
-RecordedFrames::RecordedFrames(Recording recording) : m_recording(std::move(recording)) {}
+RecordedFrames::RecordedFrames(RecordedFile recording) : m_recording(std::move(recording)) {}
 
 bool RecordedFrames::next(Frame& frame, const std::function<bool()>&)
 {

@@ -67,16 +67,16 @@ private:
 class RecordedFrames : public FrameSource
 {
 public:
-    explicit RecordedFrames(Recording recording);
+    explicit RecordedFrames(RecordedFile recording);
 
     bool next(Frame& frame, const std::function<bool()>& done) override;
     int position() const override; ///< of the last delivered frame, or set by setPosition()
     void setPosition(int frame) override;
     int length() const override { return static_cast<int>(m_recording.frameTimes.size()); }
-    const Recording& recording() const { return m_recording; }
+    const RecordedFile& recording() const { return m_recording; }
 
 private:
-    const Recording m_recording;
+    const RecordedFile m_recording;
     mutable std::mutex m_mutex;
     std::size_t m_position = 0;
     bool m_chosen = true; ///< the frame at the position was not delivered yet

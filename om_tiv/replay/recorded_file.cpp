@@ -51,7 +51,7 @@ std::string atByte(std::size_t offset)
 }
 
 /// Empty, or the mistake in the header.
-std::string parseHeader(const std::uint8_t* header, Recording& recording, std::size_t& frames)
+std::string parseHeader(const std::uint8_t* header, RecordedFile& recording, std::size_t& frames)
 {
     if (std::memcmp(header, magic.data(), magic.size()) != 0) {
         return atByte(0) + "not a recorded file";
@@ -137,7 +137,7 @@ std::string readFrames(const Descriptor& file, std::size_t frames, std::vector<N
 }
 
 /// Empty, or what is wrong with the file.
-std::string readWhole(const std::string& path, Recording& recording)
+std::string readWhole(const std::string& path, RecordedFile& recording)
 {
     std::string reason;
     const Descriptor file = openRegularFile(path, reason);
@@ -161,9 +161,9 @@ std::string readWhole(const std::string& path, Recording& recording)
 
 } // namespace
 
-bool readRecording(const std::string& path, Recording& recording, std::string& error)
+bool readRecordedFile(const std::string& path, RecordedFile& recording, std::string& error)
 {
-    Recording read;
+    RecordedFile read;
     if (const std::string wrong = readWhole(path, read); !wrong.empty()) {
         error = path + ": " + wrong;
         return false;
@@ -172,7 +172,7 @@ bool readRecording(const std::string& path, Recording& recording, std::string& e
     return true;
 }
 
-bool writeRecording(const std::string& path, const Recording& recording, std::string& error)
+bool writeRecordedFile(const std::string& path, const RecordedFile& recording, std::string& error)
 {
     std::vector<std::uint8_t> bytes(headerBytes + 8 * recording.frameTimes.size());
     const auto put = [&bytes](std::size_t at, std::uint64_t value, std::size_t width) {

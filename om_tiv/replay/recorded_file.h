@@ -12,7 +12,7 @@
 namespace om::bench {
 
 /// The content of a recorded file: the frames' times, not their pictures.
-struct Recording
+struct RecordedFile
 {
     MODEL model = MODEL::TIV_Q;
     unsigned int serialNumber = 0;
@@ -26,9 +26,9 @@ struct Recording
 
 /// @param error one line, FILE: byte N: REASON
 /// @return false on failure, with error set and without a change of the recording
-bool readRecording(const std::string& path, Recording& recording, std::string& error);
+bool readRecordedFile(const std::string& path, RecordedFile& recording, std::string& error);
 
 /// Replaces the file in one step. @param error one line
-bool writeRecording(const std::string& path, const Recording& recording, std::string& error);
+bool writeRecordedFile(const std::string& path, const RecordedFile& recording, std::string& error);
 
 } // namespace om::bench

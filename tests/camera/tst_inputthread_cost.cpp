@@ -176,7 +176,7 @@ void TestInputThreadCost::failedGrabRequestsNoMemory()
 
 void TestInputThreadCost::frameOfAFileRequestsNoMemory()
 {
-    om::bench::Recording recording;
+    om::bench::RecordedFile recording;
     recording.model = om::MODEL::TIV_P;
     recording.serialNumber = cameraSerial;
     recording.width = 64;
@@ -190,7 +190,7 @@ void TestInputThreadCost::frameOfAFileRequestsNoMemory()
     const QTemporaryDir folder;
     const QString path = folder.filePath("recorded.qvr");
     std::string error;
-    QVERIFY2(om::bench::writeRecording(path.toStdString(), recording, error), error.c_str());
+    QVERIFY2(om::bench::writeRecordedFile(path.toStdString(), recording, error), error.c_str());
     QSlider slider;
     slider.setRange(0, 9);
     const auto end = qScopeGuard([this] { m_input.reset(); }); // before the slider

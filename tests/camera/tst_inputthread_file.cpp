@@ -42,7 +42,7 @@ struct SteppedFile
     explicit SteppedFile(const std::vector<Nanoseconds>& frameTimes)
         : path(folder.filePath("recorded.qvr")), frames(static_cast<int>(frameTimes.size()))
     {
-        om::bench::Recording recording;
+        om::bench::RecordedFile recording;
         recording.model = om::MODEL::TIV_P;
         recording.serialNumber = cameraSerial;
         recording.width = 64;
@@ -50,7 +50,7 @@ struct SteppedFile
         recording.frameRate = 30.0;
         recording.frameTimes = frameTimes;
         std::string error;
-        written = om::bench::writeRecording(path.toStdString(), recording, error);
+        written = om::bench::writeRecordedFile(path.toStdString(), recording, error);
         slider.setRange(0, frames - 1);
         input = std::make_unique<InputThreadModul>();
         input->frameSlider = &slider;

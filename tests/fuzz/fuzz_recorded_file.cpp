@@ -19,7 +19,7 @@ using fuzz::require;
 
 namespace {
 
-/// The same memory file for all inputs: readRecording() takes a path.
+/// The same memory file for all inputs: readRecordedFile() takes a path.
 class MemoryFile
 {
 public:
@@ -43,12 +43,12 @@ private:
     int m_fd;
 };
 
-void checkWrittenAgain(const Recording& recording, const std::uint8_t* data, std::size_t size)
+void checkWrittenAgain(const RecordedFile& recording, const std::uint8_t* data, std::size_t size)
 {
     static const std::string path =
         fuzz::memoryFolder() + "/gravimon-fuzz-" + std::to_string(::getpid()) + ".qvr";
     std::string error;
-    require(writeRecording(path, recording, error), error);
+    require(writeRecordedFile(path, recording, error), error);
     std::ifstream file(path, std::ios::binary);
     const std::string again((std::istreambuf_iterator<char>(file)),
                             std::istreambuf_iterator<char>());
@@ -57,7 +57,7 @@ void checkWrittenAgain(const Recording& recording, const std::uint8_t* data, std
             "a file that is read is written again as it was");
 }
 
-void checkOpens(const std::string& path, const Recording& recording)
+void checkOpens(const std::string& path, const RecordedFile& recording)
 {
     InitParameters parameters;
     parameters.input.setFromQVRFile(path.c_str());
@@ -87,10 +87,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     static const MemoryFile file;
     file.put(data, size);
-    Recording recording;
+    RecordedFile recording;
     recording.serialNumber = 4711;
     std::string error;
-    if (!readRecording(file.path(), recording, error)) {
+    if (!readRecordedFile(file.path(), recording, error)) {
         fuzz::requireOneLine(error);
         require(error.rfind(file.path() + ": byte ", 0) == 0,
                 "the error names the place: " + error);

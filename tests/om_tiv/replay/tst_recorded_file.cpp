@@ -14,9 +14,9 @@ using namespace benchtest;
 
 namespace {
 
-Recording sampleRecording(int frames = 5)
+RecordedFile sampleRecording(int frames = 5)
 {
-    Recording recording;
+    RecordedFile recording;
     recording.model = MODEL::TIV_P;
     recording.serialNumber = 20000007;
     recording.firmwareVersion = 1150;
@@ -75,7 +75,7 @@ private slots:
 
 private:
     QString path(const char* name) const { return m_folder.filePath(name); }
-    QString write(const Recording& recording);
+    QString write(const RecordedFile& recording);
 
     QTemporaryDir m_folder;
 };
@@ -85,11 +85,11 @@ void TestRecordedFile::init()
     stoppedBench();
 }
 
-QString TestRecordedFile::write(const Recording& recording)
+QString TestRecordedFile::write(const RecordedFile& recording)
 {
     QString file = path("recording.qvr");
     std::string error;
-    if (!writeRecording(file.toStdString(), recording, error)) {
+    if (!writeRecordedFile(file.toStdString(), recording, error)) {
         qFatal("%s", error.c_str());
     }
     return file;
@@ -97,11 +97,11 @@ QString TestRecordedFile::write(const Recording& recording)
 
 void TestRecordedFile::whatIsWrittenIsRead()
 {
-    const Recording written = sampleRecording();
+    const RecordedFile written = sampleRecording();
     const QString file = write(written);
-    Recording read;
+    RecordedFile read;
     std::string error;
-    QVERIFY2(readRecording(file.toStdString(), read, error), error.c_str());
+    QVERIFY2(readRecordedFile(file.toStdString(), read, error), error.c_str());
     QVERIFY(read.model == written.model);
     QCOMPARE(read.serialNumber, written.serialNumber);
     QCOMPARE(read.firmwareVersion, written.firmwareVersion);
@@ -113,7 +113,7 @@ void TestRecordedFile::whatIsWrittenIsRead()
 
 void TestRecordedFile::theFormatIsAsDocumented()
 {
-    Recording recording = sampleRecording(1);
+    RecordedFile recording = sampleRecording(1);
     recording.frameTimes[0] = 0x0102030405060708ULL;
     const QByteArray expected = QByteArray::fromHex("4f4d5156520d0a1a" // OMQVR CR LF EOF
                                                     "01000000"         // version
@@ -184,52 +184,52 @@ void TestRecordedFile::damagedFilesAreRefused()
     content.replace(offset, with.size(), with);
     putContent(file, content);
 
-    Recording untouched;
+    RecordedFile untouched;
     untouched.serialNumber = 5;
     std::string error;
-    QVERIFY(!readRecording(file.toStdString(), untouched, error));
+    QVERIFY(!readRecordedFile(file.toStdString(), untouched, error));
     QCOMPARE(QString::fromStdString(error), file + ": " + reason);
     QCOMPARE(untouched.serialNumber, 5U);
 }
 
 void TestRecordedFile::aMissingFileIsRefused()
 {
-    Recording recording;
+    RecordedFile recording;
     std::string error;
     const QString file = path("none.qvr");
-    QVERIFY(!readRecording(file.toStdString(), recording, error));
+    QVERIFY(!readRecordedFile(file.toStdString(), recording, error));
     QCOMPARE(QString::fromStdString(error), file + ": cannot be read: No such file or directory");
 }
 
 void TestRecordedFile::aFolderIsRefused()
 {
-    Recording recording;
+    RecordedFile recording;
     std::string error;
-    QVERIFY(!readRecording(m_folder.path().toStdString(), recording, error));
+    QVERIFY(!readRecordedFile(m_folder.path().toStdString(), recording, error));
     QCOMPARE(QString::fromStdString(error), m_folder.path() + ": cannot be read: Is a directory");
 }
 
 void TestRecordedFile::aFifoIsRefusedAtOnce()
 {
-    Recording recording;
+    RecordedFile recording;
     std::string error;
     const QString file = path("fifo.qvr");
     QCOMPARE(::mkfifo(file.toLocal8Bit().constData(), 0600), 0);
-    QVERIFY(!readRecording(file.toStdString(), recording, error));
+    QVERIFY(!readRecordedFile(file.toStdString(), recording, error));
     QCOMPARE(QString::fromStdString(error), file + ": cannot be read: not a regular file");
 }
 
 void TestRecordedFile::aFailedWriteLeavesTheOldFile()
 {
     std::string error;
-    QVERIFY(!writeRecording(path("no/such/folder.qvr").toStdString(), sampleRecording(), error));
+    QVERIFY(!writeRecordedFile(path("no/such/folder.qvr").toStdString(), sampleRecording(), error));
     QCOMPARE(QString::fromStdString(error),
              path("no/such/folder.qvr") + ": cannot be written: No such file or directory");
     const QString file = write(sampleRecording(3));
     const QByteArray before = contentOf(file);
     // A folder uses the temporary file's name.
     QVERIFY(QDir().mkdir(file + ".part"));
-    QVERIFY(!writeRecording(file.toStdString(), sampleRecording(4), error));
+    QVERIFY(!writeRecordedFile(file.toStdString(), sampleRecording(4), error));
     QCOMPARE(contentOf(file), before);
     QVERIFY(QDir().rmdir(file + ".part") || !QDir(file + ".part").exists());
 }
@@ -279,7 +279,7 @@ void TestRecordedFile::openOfADamagedFileIsInvalid()
 
 void TestRecordedFile::framesComeOneAfterTheOther()
 {
-    const Recording recording = sampleRecording();
+    const RecordedFile recording = sampleRecording();
     InitParameters parameters;
     parameters.input.setFromQVRFile(write(recording).toUtf8().constData());
     Camera camera;
@@ -307,7 +307,7 @@ void TestRecordedFile::theLastFrameComesAgain()
 
 void TestRecordedFile::aChosenFrameIsTheNext()
 {
-    const Recording recording = sampleRecording();
+    const RecordedFile recording = sampleRecording();
     InitParameters parameters;
     parameters.input.setFromQVRFile(write(recording).toUtf8().constData());
     Camera camera;
@@ -340,7 +340,7 @@ void TestRecordedFile::aPositionIsClampedToTheFile()
 
 void TestRecordedFile::aFrameWithoutATimeHasTimeZero()
 {
-    Recording recording = sampleRecording();
+    RecordedFile recording = sampleRecording();
     recording.frameTimes[2] = 0;
     InitParameters parameters;
     parameters.input.setFromQVRFile(write(recording).toUtf8().constData());
