@@ -33,8 +33,9 @@ float degrees(float radian)
 
 om::Vector3<float> eulerDegrees(const om::SensorsData& record)
 {
-    const om::Vector3<float> angles = record.imu.pose.getEulerAngles(true);
-    return {degrees(angles.x), degrees(angles.y), degrees(angles.z)};
+    const om::Transform& pose = record.imu.pose;
+    return {degrees(pose.getEulerAngles(true).x), degrees(pose.getEulerAngles(true).y),
+            degrees(pose.getEulerAngles(true).z)};
 }
 
 bool BoardTemperatures::take(const om::SensorsData& record)
