@@ -91,7 +91,7 @@ int InputThreadModul::openLive(om::InitParameters parameters)
     const om::ERROR_CODE result = camera.open(std::move(parameters));
     const bool success = result == omlib::success;
     if (success) {
-        cameraInfo = camera.getCameraInformation(om::Resolution(0, 0));
+        cameraInfo = camera.getCameraInformation(om::Resolution{0, 0});
     }
     opened = success;
     playingFile = false;
@@ -126,7 +126,7 @@ bool InputThreadModul::CreateMemories()
     // An error of earlier calls must not count as one of the allocations below.
     cudaGetLastError();
 
-    const om::CameraInformation information = camera.getCameraInformation(om::Resolution(0, 0));
+    const om::CameraInformation information = camera.getCameraInformation(om::Resolution{0, 0});
     ProgramStates::setIntAttr(ProgramStates::cameraModel,
                               static_cast<int>(information.cameraModel));
     lastImageTime = 0;

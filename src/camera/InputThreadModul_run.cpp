@@ -124,7 +124,7 @@ void InputThreadModul::retrieveFrame()
 
 void InputThreadModul::serveRequests()
 {
-    const om::Resolution full(0, 0);
+    const om::Resolution full{0, 0};
     if (requestView0) {
         requestView0 = false;
         camera.retrieveImage(imageHost, omlib::leftView, omlib::hostMemory, full);

@@ -1,8 +1,9 @@
 /// @file
 /// The camera library as the program uses it. No other file of src includes the library's headers
 /// or depends on what its interface leaves open: how it is split into headers, the names of the
-/// enumerators, and the names of the fields that are given by their place alone. For a library that
-/// has other names for these, this file is edited and no other one.
+/// enumerators, the names of the fields that are given by their place alone, and that a temperature
+/// can be read from a constant record. For a library that differs in the first three, this file is
+/// edited and no other one.
 ///
 /// The rest of src uses the names that the interface gives: those of types, operations and fields,
 /// and x, y and z of a vector. Each value that the program passes or compares is checked below.
@@ -116,6 +117,10 @@ static_assert(valueOf(atImu) == 0);
 static_assert(valueOf(atBarometer) == 1);
 static_assert(valueOf(onLeft) == 2);
 static_assert(valueOf(onRight) == 3);
+
+// The record of a poll is read as a constant one.
+static_assert(std::is_invocable_r_v<int, decltype(&om::SensorsData::TemperatureData::get),
+                                    const om::SensorsData::TemperatureData&, Location, float&>);
 
 inline constexpr auto imuRate = om::IMU_ODR_400_HZ; ///< of the link to the microcontroller
 static_assert(valueOf(imuRate) == 2);

@@ -133,7 +133,7 @@ void OGL3DWidget::CreateAxis()
 {
     axes = new Simple3DObject(om::Translation(0.0F, 0.0F, 0.0F), false);
     axes->setDrawingType(GL_LINES);
-    const om::Vector3<float> origin(0.0F, 0.0F, 0.0F);
+    const om::Vector3<float> origin{0.0F, 0.0F, 0.0F};
     axes->addLine(origin, {-1.0F, 0.0F, 0.0F}, colour(255, 87, 87));
     axes->addLine(origin, {0.0F, 1.0F, 0.0F}, colour(48, 214, 149));
     axes->addLine(origin, {0.0F, 0.0F, -1.0F}, colour(0, 190, 255));
@@ -258,7 +258,7 @@ void OGL3DWidget::visualize()
     }
     glLineWidth(1.5F);
     camera->update();
-    const om::Transform vp = camera->getViewProjectionMatrix();
+    om::Transform vp = camera->getViewProjectionMatrix();
     reshape();
     setViewport(squareViewportOfExactSide(viewWidth, viewHeight));
     const QMatrix4x4 matrix(&vp(0, 0));
@@ -270,7 +270,7 @@ void OGL3DWidget::visualize()
     axes->draw();
     const int location = glGetUniformLocation(shaderProgram->programId(), "u_mvpMatrix");
     // Column-major, as OpenGL takes it: the transposed product.
-    const om::Matrix4f m =
+    om::Matrix4f m =
         om::Matrix4f::transpose(cameraModel->getModelMatrix()) * om::Matrix4f::transpose(vp);
     glUniformMatrix4fv(location, 1, GL_FALSE, &m(0, 0));
     // Uses the mesh's matrix, so that the lines turn with the camera.

@@ -164,7 +164,7 @@ void DynAxis::draw(float x, float y, float z)
     }
     clear();
     setDrawingType(GL_LINES);
-    const om::Vector3<float> origin(0.0F, 0.0F, 0.0F);
+    const om::Vector3<float> origin{0.0F, 0.0F, 0.0F};
     addLine(origin, {x * -0.15F, 0.0F, 0.0F}, colour(200, 70, 70));
     addLine(origin, {0.0F, y * -0.15F, 0.0F}, colour(40, 200, 125));
     addLine(origin, {0.0F, 0.0F, z * -0.15F}, colour(0, 100, 200));

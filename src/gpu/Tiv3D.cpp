@@ -15,8 +15,8 @@ namespace TIV_obj {
 
 #include "gpu/tiv_body.inc"
 
-const om::Vector3<float> ALLUMINIUM_COLOR(0.64F, 0.64F, 0.64F);
-const om::Vector3<float> DARK_COLOR(0.0F, 0.0F, 0.0F);
+const om::Vector3<float> ALLUMINIUM_COLOR{0.64F, 0.64F, 0.64F};
+const om::Vector3<float> DARK_COLOR{0.0F, 0.0F, 0.0F};
 
 } // namespace TIV_obj
 
@@ -24,7 +24,7 @@ namespace TIV_P_obj {
 
 #include "gpu/tiv_body.inc"
 
-const om::Vector3<float> ALLUMINIUM_COLOR(0.2F, 0.2F, 0.2F);
-const om::Vector3<float> DARK_COLOR(0.0F, 0.0F, 0.0F);
+const om::Vector3<float> ALLUMINIUM_COLOR{0.2F, 0.2F, 0.2F};
+const om::Vector3<float> DARK_COLOR{0.0F, 0.0F, 0.0F};
 
 } // namespace TIV_P_obj

@@ -655,10 +655,10 @@ const int yellowTriangles[80 * 3] = {
     946, 927, 907, 946, 907, 926,
 };
 
-const om::Vector3<float> ALLUMINIUM_COLOR(0.79F, 0.82F, 0.93F);
-const om::Vector3<float> DARK_COLOR(0.0F, 0.0F, 0.0F);
-const om::Vector3<float> YELLOW_COLOR(1.0F, 1.0F, 0.0F);
-const om::Vector3<float> LENS_COLOR(0.22F, 0.22F, 0.22F);
+const om::Vector3<float> ALLUMINIUM_COLOR{0.79F, 0.82F, 0.93F};
+const om::Vector3<float> DARK_COLOR{0.0F, 0.0F, 0.0F};
+const om::Vector3<float> YELLOW_COLOR{1.0F, 1.0F, 0.0F};
+const om::Vector3<float> LENS_COLOR{0.22F, 0.22F, 0.22F};
 
 } // namespace TIV_N_obj
 // clang-format on

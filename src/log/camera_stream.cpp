@@ -115,7 +115,7 @@ bool CameraStream::open(const std::optional<unsigned int>& serial,
                 "): end the program that uses it, or plug it in again";
         return false;
     }
-    m_information = m_camera.getCameraInformation(om::Resolution(0, 0));
+    m_information = m_camera.getCameraInformation(om::Resolution{0, 0});
     if (m_information.serialNumber != device->serialNumber) {
         // A serial bus opens by the id, which may be another camera's since the list was made.
         m_camera.close();

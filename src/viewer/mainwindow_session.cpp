@@ -87,7 +87,7 @@ void MainWindow::createLiveInput()
         return;
     }
     const om::CameraInformation camera =
-        inputThread->camera.getCameraInformation(om::Resolution(0, 0));
+        inputThread->camera.getCameraInformation(om::Resolution{0, 0});
     if (camera.firmwareVersion < oldestFirmware) {
         // The timers run while the box is open. At the first open of the process cameraLost is
         // still set, so that the next tick of the display closes this camera and opens it again;
