@@ -15,6 +15,7 @@
 #endif
 
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <iostream>
 #include <memory>
@@ -35,6 +36,7 @@ public:
     using OGL2DWidget::imageStep;
     using OGL2DWidget::imageViewport;
     using OGL2DWidget::imageWidth;
+    using OGL2DWidget::paintGL;
     using OGL2DWidget::resizeGL;
     using OGL2DWidget::shaderProgram;
     using OGL2DWidget::texture;
@@ -176,8 +178,10 @@ private slots:
     void initAndPaintSetTheCudaContext();
     void paintLeavesItsArraysEnabled();
     void pictureStaysUntilTheNextIngest();
+    void paintUsesTheImagesViewport();
 
     void stopDrawClearsWithTheFormerColour();
+    void stopDrawAndPaintClearTheDepth();
     void stopDrawLeavesTheDisplayAlone();
     void stopDrawForgetsTheImageAndKeepsTheTexture();
     void stopDrawMakesItsContextCurrent();
@@ -688,6 +692,21 @@ void TestOgl2dWidget::pictureStaysUntilTheNextIngest()
     QCOMPARE(view.picture(), before);
 }
 
+void TestOgl2dWidget::paintUsesTheImagesViewport()
+{
+    const GpuImage image(64, 32, 256);
+    View view;
+    QVERIFY(view.showOnScreen(200, 100));
+    view.InitGLProcess(64, 32, 256);
+    view.gpuImage = image.data();
+    view.Ingest();
+    const QImage before = view.picture();
+    QVERIFY(before.pixel(50, 25) == qRgb(255, 0, 0));
+    view.makeCurrent();
+    glViewport(0, 0, 1, 1);
+    QCOMPARE(view.picture(), before);
+}
+
 void TestOgl2dWidget::stopDrawClearsWithTheFormerColour()
 {
     View view;
@@ -702,6 +721,24 @@ void TestOgl2dWidget::stopDrawClearsWithTheFormerColour()
     std::array<GLfloat, 4> colour{};
     glGetFloatv(GL_COLOR_CLEAR_VALUE, colour.data());
     QCOMPARE(colour, (std::array<GLfloat, 4>{0, 0, 0, 1}));
+}
+
+void TestOgl2dWidget::stopDrawAndPaintClearTheDepth()
+{
+    View view;
+    QVERIFY(view.showOnScreen(200, 100));
+    const auto depth = [] {
+        GLfloat value = -1;
+        glReadPixels(5, 5, 1, 1, GL_DEPTH_COMPONENT, GL_FLOAT, &value);
+        return value;
+    };
+    view.makeCurrent();
+    glClearDepth(0.25);
+    view.stopDraw();
+    QVERIFY(std::abs(depth() - 0.25F) < 1e-4F);
+    glClearDepth(0.75);
+    view.paintGL();
+    QVERIFY(std::abs(depth() - 0.75F) < 1e-4F);
 }
 
 void TestOgl2dWidget::stopDrawLeavesTheDisplayAlone()

@@ -69,6 +69,39 @@ protected:
     }
 };
 
+/// The same boxes and labels as OverlayView for status 1, painted independently.
+class OverlayReference : public SceneView
+{
+public:
+    using SceneView::SceneView;
+
+protected:
+    void paintGL() override
+    {
+        SceneView::paintGL();
+        const QFontMetrics metrics(
+            QFont(QStringLiteral("font-family: Roboto; font-weight: Medium; font-size: 15pt;")));
+        const QRect first = metrics.boundingRect(QStringLiteral("Camera Moving"));
+        const QRect second = metrics.boundingRect(QStringLiteral("Camera Falling"));
+        const double w = 1.3 * std::max(first.width(), second.width());
+        const double h = 1.3 * first.height();
+        QPainter painter(this);
+        const auto show = [&](double top, QRgb fill, const QString& label) {
+            const QRectF box(10, top, w, h);
+            painter.setBrush(QColor::fromRgba(fill));
+            painter.setPen(Qt::NoPen);
+            painter.drawRoundedRect(box, 5, 5);
+            painter.setBrush(Qt::NoBrush);
+            painter.setPen(QPen(QColor(150, 150, 150), 1));
+            painter.drawRoundedRect(box, 5, 5);
+            painter.setPen(QColor(30, 30, 30));
+            painter.drawText(box, Qt::AlignHCenter | Qt::AlignVCenter, label);
+        };
+        show(10, qRgba(255, 205, 0, 150), QStringLiteral("Camera Moving"));
+        show(10 + 1.3 * h, qRgba(255, 255, 255, 150), QStringLiteral("Camera Falling"));
+    }
+};
+
 /// Stores the texts that the view requests.
 class LongFirstLabel : public QTranslator
 {
@@ -192,6 +225,7 @@ private slots:
     void overlayColoursFollowTheStatus_data();
     void overlayColoursFollowTheStatus();
     void overlayBoxesAreOutlined();
+    void overlayIsTheReference();
     void overlayTranslatesItsLabels();
     void overlayIsNotShownByItself();
 };
@@ -440,6 +474,18 @@ void TestOgl3dWidgetWindow::overlayBoxesAreOutlined()
         // Rounded: the corner itself is free.
         QVERIFY(isColour(picture.pixel(10, edge), qRgb(25, 25, 25), 3));
     }
+}
+
+void TestOgl3dWidgetWindow::overlayIsTheReference()
+{
+    OverlayView view;
+    view.status = 1;
+    QVERIFY(view.showOnScreen(320, 220));
+    const QImage picture = view.picture();
+    view.hide();
+    OverlayReference reference;
+    QVERIFY(reference.showOnScreen(320, 220));
+    QCOMPARE(picture, reference.picture());
 }
 
 void TestOgl3dWidgetWindow::overlayTranslatesItsLabels()
