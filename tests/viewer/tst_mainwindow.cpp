@@ -212,8 +212,9 @@ private slots:
         for (const Row& row : table) {
             const QByteArray name = row.widget->objectName().toUtf8();
             QVERIFY2(row.widget->styleSheet() == row.sheet, name.constData());
+            const bool isFontSet = row.widget->testAttribute(Qt::WA_SetFont);
+            QVERIFY2(isFontSet == (row.font != nullptr), name.constData());
             if (row.font != nullptr) {
-                QVERIFY2(row.widget->testAttribute(Qt::WA_SetFont), name.constData());
                 QCOMPARE(QString::fromUtf8(name) + fontText(ownFont(*row.widget)),
                          QString::fromUtf8(name) + fontText(*row.font));
             }

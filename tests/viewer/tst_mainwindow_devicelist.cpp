@@ -389,8 +389,9 @@ private slots:
         probe.cameraId = 3;
         probe.cameraSerial = 42;
         probe.cameraModel = MODEL::TIV_R;
+        probe.cameraName = QStringLiteral("kept");
         QCOMPARE(probe.updateDeviceList(true), 1);
-        QCOMPARE(rows(), QStringList({" - 42"}));
+        QCOMPARE(rows(), QStringList({"kept - 42"}));
         QCOMPARE(probe.deviceIds, QVector<int>({3}));
         QCOMPARE(probe.deviceSerials, QVector<int>({42}));
         QCOMPARE(probe.deviceModels, QVector<MODEL>({MODEL::TIV_R}));

@@ -342,7 +342,9 @@ private slots:
         open();
         m_viewer->probe.recOptions.saveFolder = target;
         const Style style;
+        bool isChecked = false; // while the box is open
         const BoxWatcher watcher([&](QMessageBox& box) {
+            isChecked = m_viewer->ui->toolButton_save->isChecked();
             QCOMPARE(box.windowTitle(), QStringLiteral("File error"));
             QCOMPARE(box.text(), QStringLiteral("Error while opening file for writing"));
             QCOMPARE(box.icon(), QMessageBox::Warning);
@@ -358,6 +360,7 @@ private slots:
         });
         press(m_viewer->ui->toolButton_save);
         QCOMPARE(watcher.count(), 1);
+        QVERIFY(isChecked);
         QVERIFY(!m_viewer->ui->toolButton_save->isChecked());
         QVERIFY(m_viewer->ui->pushButton_rec_option->isEnabled());
         QVERIFY2(m_viewer->probe.recording, "it stays set until the next start or stop");

@@ -749,7 +749,11 @@ private slots:
         stream({imuRecord(start), imuRecord(start + period), imuRecord(start + 2 * period)});
         auto& probe = m_viewer->probe;
         std::thread* const handle = probe.dataThread;
-        bench().camera(serial)->sensorsScript().append({result(ERROR_CODE::CAMERA_GONE)});
+        // The record of the failed poll, which would be a new sample, is not looked at.
+        auto gone = imuRecord(start + 3 * period);
+        gone.result = ERROR_CODE::CAMERA_GONE;
+        gone.fillsOnFailure = true;
+        bench().camera(serial)->sensorsScript().append({gone});
         QVERIFY(waiting::waitFor([&] { return !probe.dataThreadRunning; }));
         QVERIFY(probe.cameraLost);
         QVERIFY(probe.inputThread == nullptr);
@@ -1001,9 +1005,15 @@ private slots:
         });
         auto loud = imuRecord(start + 4 * period);
         loud.data.imu.linearAcceleration = {50.0F, 0.0F, 0.0F};
+        loud.data.cameraMovingState = 2;
+        const OGL3DWidget& view = *m_viewer->ui->widget_3d_view;
+        QVERIFY(view.accStrength.x != 1.0F && view.movingStatus != 2);
         bench().camera(serial)->sensorsScript().append({loud});
         QVERIFY(waiting::acquire(asked));
         QCOMPARE(static_cast<float>(probe.accelRange), 50.0F);
+        QCOMPARE(probe.elapsedSec, 1000.01);
+        QCOMPARE(view.accStrength.x, 1.0F);
+        QCOMPARE(view.movingStatus, 2);
         QCOMPARE(probe.accX.size(), 3);
         lock.unlock();
         QTRY_COMPARE(m_viewer->samples(), 4);

@@ -9,6 +9,8 @@
 #include "closing/close_signals.h"
 #include "look/Style.h"
 
+#include <qwt_plot_curve.h>
+#include <qwt_point_data.h>
 #include <qwt_scale_div.h>
 
 #include <atomic>
@@ -160,6 +162,16 @@ private slots:
         QCOMPARE(chart->axisScaleDiv(QwtPlot::yLeft).upperBound(), 15.0);
         QCOMPARE(chart->axisScaleDiv(QwtPlot::xBottom).lowerBound(), 0.0);
         QCOMPARE(chart->axisScaleDiv(QwtPlot::xBottom).upperBound(), 10.0);
+        // The first three curves share the working series.
+        const auto curves = chart->itemList(QwtPlotItem::Rtti_PlotCurve);
+        const QVector<double>* const values[] = {&probe.accX, &probe.accY, &probe.accZ};
+        for (int i = 0; i < 3; ++i) {
+            const auto* const curve = static_cast<const QwtPlotCurve*>(curves.at(i));
+            const auto* const data = dynamic_cast<const QwtPointArrayData*>(curve->data());
+            QVERIFY(data != nullptr);
+            QVERIFY(data->xData().constData() == probe.chartTime.constData());
+            QVERIFY(data->yData().constData() == values[i]->constData());
+        }
         // The buttons have not changed.
         QVERIFY(m_viewer->ui->pushButton_baro->isVisible());
         QVERIFY(!m_viewer->ui->pushButton_mag->isVisible());
@@ -225,6 +237,7 @@ private slots:
             QCOMPARE(P::qstringAttr(3), QStringLiteral(""));
             QVERIFY(!P::qstringAttr(2).isNull());
 
+            QVERIFY(m_viewer->ui->comboBox_camera_list->isEnabled()); // it was grey without a row
             QVERIFY(isBusy());
             QCOMPARE(timeRanges(),
                      QStringList({"Last 5 sec", "Last 10 sec", "Last 30 sec", "Last 60 sec"}));
@@ -506,7 +519,9 @@ private slots:
         auto& probe = m_viewer->probe;
         const InputThreadModul* input = nullptr;
         int ticks = -1;
+        bool busy = false; // while the box is open
         BoxWatcher boxes([&](QMessageBox& box) {
+            busy = isBusy();
             if (ticks < 0) {
                 verifyBox(box, QStringLiteral("Warning"), QMessageBox::Warning, oldFirmware);
                 QVERIFY(!probe.inputThread->isRunning());
@@ -518,6 +533,7 @@ private slots:
         });
         choose(1);
         QCOMPARE(boxes.count(), 1);
+        QVERIFY(busy);
         QVERIFY(probe.inputThread == input);
         QVERIFY(!isBusy());
         QTRY_VERIFY(m_viewer->streams(second));
@@ -1104,8 +1120,11 @@ private slots:
         const auto note = [&](const QString& name) {
             order << name + (signalsAreConnected() ? " connected" : "");
         };
-        connect(m_viewer->ui->toolButton_save, &QAbstractButton::toggled, this,
-                [&] { note(QStringLiteral("recording")); });
+        bool lost = false; // when the recording stops
+        connect(m_viewer->ui->toolButton_save, &QAbstractButton::toggled, this, [&] {
+            note(QStringLiteral("recording"));
+            lost = probe.cameraLost;
+        });
         connect(probe.plotTimer, &QObject::destroyed, this, [&] { note(QStringLiteral("plot")); });
         connect(probe.displayTimer, &QObject::destroyed, this,
                 [&] { note(QStringLiteral("display")); });
@@ -1118,6 +1137,7 @@ private slots:
         m_viewer->window->cameraDisconnected();
         QCOMPARE(order, QStringList({"recording connected", "plot", "display", "image", "detect",
                                      "input"}));
+        QVERIFY(lost);
     }
 
     void theTimersAreMadeAfreshForEachCamera()
