@@ -303,21 +303,23 @@ void TestInputThreadFile::seeksOfAGrabAreUnderItsLock()
             if (free) {
                 file.input->grabMutex.unlock();
             }
-            seen << QString("%1 %2, %3")
+            seen << QString("%1 %2, %3, slider %4")
                         .arg(om::bench::toString(record.call))
                         .arg(record.value)
-                        .arg(free ? "free" : "held");
+                        .arg(free ? "free" : "held")
+                        .arg(file.slider.value());
         }
     });
     file.input->startGrabbing();
     QVERIFY(file.gate.waitForArrival());
     QVERIFY(file.gate.step());
     QVERIFY(file.gate.step());
-    // The restart comes after the frame and is not part of a grab.
-    QCOMPARE(seen,
-             QStringList({"SET_QVR_POSITION 7, held", "GRAB 0, held", "SET_QVR_POSITION 10, held",
-                          "GRAB 0, held", "SET_QVR_POSITION 0, free", "SET_QVR_POSITION 3, held",
-                          "GRAB 0, held"}));
+    // The slider follows the seek of a grab and goes before that of the restart, which comes after
+    // the frame and is not part of a grab.
+    QCOMPARE(seen, QStringList({"SET_QVR_POSITION 7, held, slider 4", "GRAB 0, held, slider 7",
+                                "SET_QVR_POSITION 10, held, slider 7", "GRAB 0, held, slider 10",
+                                "SET_QVR_POSITION 0, free, slider 0",
+                                "SET_QVR_POSITION 3, held, slider 0", "GRAB 0, held, slider 3"}));
 }
 
 void TestInputThreadFile::fileStartsOverAtItsEnd()

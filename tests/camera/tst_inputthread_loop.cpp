@@ -243,6 +243,7 @@ private slots:
     void pausedCameraIsNotGrabbedButRetrieved();
     void pauseAfterAFailureKeepsTheFailure();
     void pauseBeforeTheFirstGrabCountsAsGood();
+    void pauseIsLookedAtWithTheGrabsLock();
 
     void stopGrabbingEndsTheThread();
     void stopGrabbingFromAnotherThread();
@@ -1086,6 +1087,22 @@ void TestInputThreadLoop::pauseBeforeTheFirstGrabCountsAsGood()
     QTRY_VERIFY(images > 2);
     QCOMPARE(calls(CALL::GRAB), std::uint64_t(0));
     input.stopGrabbing();
+}
+
+void TestInputThreadLoop::pauseIsLookedAtWithTheGrabsLock()
+{
+    SteppedInput stepped;
+    QVERIFY(stepped.ready);
+    // A pause that comes while the next pass waits for the lock.
+    const void* const grabMutex = &stepped.input->grabMutex;
+    const qtcalls::Hook hook([grabMutex](const qtcalls::Call& call) {
+        if (call.call == qtcalls::CALL::LOCK && call.object == grabMutex) {
+            ProgramStates::setBoolAttr(ProgramStates::inputPaused, true);
+        }
+    });
+    stepped.gate.open();
+    QTRY_VERIFY(stepped.images >= 3);
+    QCOMPARE(calls(CALL::GRAB), std::uint64_t(1));
 }
 
 void TestInputThreadLoop::stopGrabbingEndsTheThread()

@@ -467,6 +467,10 @@ void TestInputThreadOpen::createMemoriesGoesStepByStep()
     cuCtxSetCurrent(nullptr);
     input.requestView0 = input.requestView1 = input.requestView8 = true;
     input.requestDepth = input.requestMeasure = true;
+    input.lastImageTime = 5;
+    input.droppedFrames = 6;
+    input.frameRate = 7.0;
+    ProgramStates::setDoubleAttr(ProgramStates::effectiveDepthMinimum, 8.0);
     const om::Resolution size = input.cameraInfo.resolution;
     const auto width = static_cast<int>(size.width);
     const auto height = static_cast<int>(size.height);
@@ -496,6 +500,10 @@ void TestInputThreadOpen::createMemoriesGoesStepByStep()
         seen << "sendInitProcess";
         QVERIFY(contextIsCurrent());
         QCOMPARE(ProgramStates::getIntAttr(ProgramStates::cameraModel), 3);
+        QCOMPARE(input.lastImageTime, std::uint64_t(0));
+        QCOMPARE(input.droppedFrames, 0U);
+        QCOMPARE(input.frameRate, 0.0);
+        QCOMPARE(ProgramStates::getDoubleAttr(ProgramStates::effectiveDepthMinimum), 1.0);
         QCOMPARE(ProgramStates::getIntAttr(ProgramStates::imageWidth), width);
         QCOMPARE(ProgramStates::getIntAttr(ProgramStates::imageHeight), height);
         QCOMPARE(ProgramStates::getIntAttr(ProgramStates::image2Width), width);
