@@ -105,6 +105,7 @@ void TestCalibPlot::emptyPlotShowsItsFirstRange()
     for (const int axis : {QwtPlot::yLeft, QwtPlot::xBottom}) {
         QCOMPARE(plot.axisScaleDiv(axis).lowerBound(), -1.5);
         QCOMPARE(plot.axisScaleDiv(axis).upperBound(), 1.5);
+        QCOMPARE(plot.axisStepSize(axis), 0.0);
     }
 }
 

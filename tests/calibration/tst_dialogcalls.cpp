@@ -77,8 +77,9 @@ std::atomic<int> locksOfOtherThreads{0};
 bool heldByOwnThread = false;
 std::atomic<bool> held{false};
 
-/// Sleeps of all threads except the own one.
+/// Sleeps of all threads except the own one, and the sum of their requested lengths in ns.
 std::atomic<int> sleepsOfOtherThreads{0};
+std::atomic<long> sleepOfOtherThreads{0};
 
 class WatchedMutex
 {
@@ -174,6 +175,7 @@ int __wrap_nanosleep(const timespec* time, timespec* left)
 {
     if (std::this_thread::get_id() != ownThread) {
         ++sleepsOfOtherThreads;
+        sleepOfOtherThreads += time->tv_sec * 1'000'000'000 + time->tv_nsec;
     }
     return __real_nanosleep(time, left);
 }
@@ -251,6 +253,7 @@ private slots:
     void stopFitsAndDrawsWhileCalibratingWithoutTheLock();
     void nothingNewIsPolledWithoutAPause_data();
     void nothingNewIsPolledWithoutAPause();
+    void failedReadIsFollowedByAMillisecondOfSleep();
 };
 
 void TestDialogCalls::init()
@@ -514,13 +517,17 @@ void TestDialogCalls::stopFitsAndDrawsWhileCalibratingWithoutTheLock()
     const WatchedMutex watch(f.probe->grabMutex);
     int fits = 0;
     int replots = 0;
+    const auto* const ui = f.probe->ui;
     onFit = [&] {
         ++fits;
         QVERIFY(f.probe->calibrating);
+        QCOMPARE(ui->pushButton_start->text(), QString(" Continue Calibration"));
+        QVERIFY(!ui->pushButton_save_calib->isEnabled() && !ui->pushButton_reset->isEnabled());
     };
     onReplot = [&] {
         ++replots;
         QVERIFY(f.probe->calibrating);
+        QVERIFY(!ui->pushButton_save_calib->isEnabled() && !ui->pushButton_reset->isEnabled());
     };
     f.boxes.expect("Ok");
     QTest::mouseClick(f.probe->ui->pushButton_start, Qt::LeftButton);
@@ -553,6 +560,18 @@ void TestDialogCalls::nothingNewIsPolledWithoutAPause()
     const std::uint64_t before = f.bench.camera(f.serial)->readerScript().status().calls;
     QTRY_VERIFY(f.bench.camera(f.serial)->readerScript().status().calls > before + 3000);
     QCOMPARE(sleepsOfOtherThreads.load(), 1);
+}
+
+void TestDialogCalls::failedReadIsFollowedByAMillisecondOfSleep()
+{
+    DialogFixture f;
+    f.bench.clock().setManual(); // the link then answers at once
+    f.settle();
+    sleepsOfOtherThreads = 0;
+    sleepOfOtherThreads = 0;
+    f.feed({record(0, 0), record(0, 0), record(0, 0)});
+    QCOMPARE(sleepsOfOtherThreads.load(), 3);
+    QCOMPARE(sleepOfOtherThreads.load(), 3'000'000L);
 }
 
 QTEST_MAIN(TestDialogCalls)

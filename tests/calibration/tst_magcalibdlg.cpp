@@ -877,9 +877,13 @@ void TestMagCalibDlg::errorKeepsFlagsAndStoreButton()
 void TestMagCalibDlg::execReturnsWhenExitIsPressed()
 {
     DialogFixture f;
+    bool inUse = true; // when the dialog is left
+    connect(f.dialog.get(), &QDialog::finished, this,
+            [&] { inUse = f.bench.status().front().inUse; });
     QTimer::singleShot(0, f.dialog.get(),
                        [&f] { QTest::mouseClick(f.probe->ui->pushButton_exit, Qt::LeftButton); });
     QCOMPARE(f.dialog->exec(), static_cast<int>(QDialog::Accepted));
+    QVERIFY(!inUse);
     QVERIFY(f.probe->mcuClosed);
     QVERIFY(!f.bench.status().front().inUse);
     QCOMPARE(f.boxes.seen.size(), 0);

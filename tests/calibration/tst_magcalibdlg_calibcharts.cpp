@@ -5,8 +5,11 @@
 #include <qwt_plot_shapeitem.h>
 #include <qwt_scale_div.h>
 
+#include <algorithm>
+#include <array>
 #include <limits>
 #include <set>
+#include <thread>
 
 struct CalibPlotProbe
 {
@@ -51,6 +54,7 @@ void compareScale(const CalibPlot* plot, double lower, double upper)
     for (const int axis : {QwtPlot::yLeft, QwtPlot::xBottom}) {
         QVERIFY(plot->axisScaleDiv(axis).lowerBound() == lower);
         QVERIFY(plot->axisScaleDiv(axis).upperBound() == upper);
+        QCOMPARE(plot->axisStepSize(axis), 0.0); // Qwt chooses the ticks
         QVERIFY(!plot->axisAutoScale(axis));
     }
 }
@@ -112,6 +116,7 @@ private slots:
     void scalesWithoutSamplesAreFinite();
     void scalesOfADegenerateFitAreFinite();
     void startOrClearFreesTheScales();
+    void startGoesStepByStep();
     void plotsChangeInTheirOrder_data();
     void plotsChangeInTheirOrder();
     void clearLeavesToTheCurvesWhatTheyShare();
@@ -485,6 +490,35 @@ void TestCalibCharts::startOrClearFreesTheScales()
     }
     // The view follows the data again.
     QVERIFY(f.probe->ui->widget_plot_XY->axisScaleDiv(QwtPlot::yLeft).lowerBound() > 5.0);
+}
+
+void TestCalibCharts::startGoesStepByStep()
+{
+    DialogFixture f;
+    f.probe->scalePlots();
+    f.probe->stopAcquisition();
+    QStringList seen;
+    f.bench.log().setHook([&, own = std::this_thread::get_id()](const om::bench::CallRecord& call) {
+        if (call.call != om::bench::CALL::MCU_START_CAPTURE) {
+            return;
+        }
+        const bool isOwn = call.thread == own;
+        const std::array<CalibPlot*, 5> plots = f.probe->plots();
+        seen << QStringLiteral("%1, %2, %3")
+                    .arg(isOwn ? "start" : "thread",
+                         std::all_of(plots.begin(), plots.end(), autoscaled) ? "free" : "scaled",
+                         f.probe->updateTimer.isActive() ? "ticks" : "no ticks");
+        if (isOwn) {
+            f.probe->mcu->captureRunning = false; // so that the thread starts it again
+            seen << (f.probe->grabThread.joinable() ? "begun" : "not begun");
+        }
+    });
+    const bool starts = f.probe->startAcquisition();
+    f.bench.log().setHook(nullptr);
+    QVERIFY(starts);
+    f.waitForThread();
+    QCOMPARE(seen, QStringList({"start, scaled, no ticks", "not begun", "thread, free, no ticks"}));
+    QVERIFY(f.probe->updateTimer.isActive());
 }
 
 void TestCalibCharts::plotsChangeInTheirOrder_data()

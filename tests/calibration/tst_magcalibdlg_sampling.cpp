@@ -6,13 +6,16 @@
 
 #include <QtTest>
 
+#include <atomic>
 #include <cstring>
+#include <thread>
 
 using benchcamera::pose;
 using benchcamera::reading;
 using benchcamera::readings;
 using benchcamera::record;
 using om::bench::CALL;
+using om::bench::CallRecord;
 
 namespace {
 
@@ -70,6 +73,7 @@ private slots:
     void startStartsCaptureOnlyWhenItIsOff();
     void threadStartsCaptureOnlyWhereItFindsItOff_data();
     void threadStartsCaptureOnlyWhereItFindsItOff();
+    void stopBeforeTheFirstReadEndsTheThread();
     void eachStartMakesANewCoverageCounter();
     void threadRunsWhenItsStartReturns();
     void secondStartWhileRunningChangesNothing();
@@ -312,14 +316,17 @@ void TestSampling::hundredAndFirstFailureEndsTheThread()
 {
     QFETCH(int, link);
     QFETCH(int, state);
+    std::atomic<int> runs{-1}; // at the signal
     DialogFixture f;
+    connect(
+        f.dialog.get(), &MagCalibDlg::cameraError, f.dialog.get(), [&] { runs = f.running(); },
+        Qt::DirectConnection);
     f.boxes.expect("Ok");
-    QElapsedTimer timer;
-    timer.start();
     f.bench.camera(f.serial)->readerScript().append(repeated(101, record(link, state)) +
                                                     repeated(1, record(1, 1)));
     QTRY_COMPARE(f.boxes.seen.size(), 1);
-    QVERIFY(timer.elapsed() >= 100); // a pause of 1 ms after each but the last
+    QTRY_VERIFY(runs >= 0);
+    QCOMPARE(runs.load(), 0);
     QCOMPARE(f.boxes.seen[0].text, QString("Error retrieving sensors data"));
     QVERIFY(!f.running());
     QVERIFY(f.probe->grabThread.joinable());
@@ -403,6 +410,33 @@ void TestSampling::threadStartsCaptureOnlyWhereItFindsItOff()
         QCOMPARE(f.bench.log().last(CALL::MCU_START_CAPTURE)->numbers, (std::vector<double>{0.0}));
     }
     QVERIFY(f.probe->mcu->captureRunning);
+}
+
+void TestSampling::stopBeforeTheFirstReadEndsTheThread()
+{
+    DialogFixture f;
+    f.probe->stopAcquisition();
+    const std::shared_ptr<OrientCount> former = f.probe->orientCount;
+    f.bench.log().clear();
+    f.bench.log().setHighRate(true);
+    f.bench.log().setHook([&f, own = std::this_thread::get_id()](const CallRecord& record) {
+        if (record.call != CALL::MCU_START_CAPTURE) {
+            return;
+        }
+        if (record.thread == own) {
+            f.probe->mcu->captureRunning = false; // so that the thread starts it again
+        } else {
+            f.probe->grabStop = true;
+        }
+    });
+    const bool starts = f.probe->startAcquisition();
+    f.bench.log().setHook(nullptr);
+    QVERIFY(starts);
+    f.probe->grabThread.join();
+    QVERIFY(!f.running());
+    QCOMPARE(f.bench.log().count(CALL::MCU_START_CAPTURE), std::uint64_t{2});
+    QCOMPARE(f.bench.log().count(CALL::MCU_GET_READER_DATA), std::uint64_t{0});
+    QVERIFY(f.probe->orientCount && f.probe->orientCount != former);
 }
 
 void TestSampling::eachStartMakesANewCoverageCounter()
