@@ -126,16 +126,16 @@ class Run(unittest.TestCase):
         self.assertTrue(ended, "the X server is left")
         self.assertEqual(list(self.home.glob("gravimon-run.*")), [])
 
-    def check_signal_at_the_start(self, variable, **changes):
+    def check_signal_at_the_start(self, variable, number=signal.SIGINT, **changes):
         self.program("exec sleep 600")
         # The signal comes when the script has started something whose number it does not know yet.
         self.write("late", f"""trap 'case $BASH_COMMAND in
-            {variable}=\\$!) echo $! >"{self.home}/number"; kill -INT $$;;
+            {variable}=\\$!) echo $! >"{self.home}/number"; kill -{int(number)} $$;;
         esac' DEBUG""")
         environment = {**self.environment, **changes, "BASH_ENV": str(self.home / "late")}
         with subprocess.Popen([self.top / "run"], cwd=self.top, env=environment, start_new_session=True,
                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                              preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL)) as process:
+                              preexec_fn=lambda: signal.signal(number, signal.SIG_DFL)) as process:
             try:
                 status = process.wait(LIMIT)
             finally:
@@ -143,11 +143,13 @@ class Run(unittest.TestCase):
                 ended = self.end_of(started)
                 with contextlib.suppress(ProcessLookupError):
                     os.kill(started, signal.SIGKILL)
-        self.assertEqual(status, 130)
+        self.assertEqual(status, 128 + number)
         self.assertTrue(ended, f"process {started} is left")
 
     def test_a_signal_at_the_start_of_the_program_ends_it(self):
-        self.check_signal_at_the_start("program")
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            with self.subTest(number):
+                self.check_signal_at_the_start("program", number)
 
     def test_a_signal_at_the_start_of_the_display_ends_it(self):
         self.check_signal_at_the_start("server", DISPLAY="")

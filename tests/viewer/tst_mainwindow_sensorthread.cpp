@@ -707,22 +707,26 @@ private slots:
         QVERIFY(probe.inputThread == nullptr);
     }
 
-    void theSignalsAreDisconnectedWithTheLock()
+    void theInputThreadIsLookedUpWithTheLock()
     {
         stream(fourRecords());
         auto& probe = m_viewer->probe;
-        bool locked = false;
+        probe.joinSensorThread(); // whose place the hook takes
+        InputThreadModul* const input = probe.inputThread;
         {
             const qtcalls::Hook hook([&](const qtcalls::Call& call) {
-                locked = locked || (call.call == qtcalls::CALL::LOCK &&
-                                    call.object == &probe.inputThreadMutex &&
-                                    QThread::currentThread() == qApp->thread());
+                if (call.call == qtcalls::CALL::LOCK && call.object == &probe.inputThreadMutex) {
+                    probe.inputThread = nullptr;
+                }
             });
             probe.disconnectSignals();
         }
-        QVERIFY(locked);
+        QVERIFY(probe.inputThread == nullptr);
+        probe.inputThread = input;
         QVERIFY(probe.inputThreadMutex.tryLock());
         probe.inputThreadMutex.unlock();
+        QVERIFY2(disconnect(input, SIGNAL(DetectTIVDisconnect()), m_viewer->window.get(), nullptr),
+                 "the object was not there any more, and must not be used");
     }
 
     void aLossAtTheFirstPollOutlivesTheOpen()
