@@ -460,7 +460,7 @@ def main():
         parts.append(table("int", name, [[str(n) for n in t] for t in triangles[name]]))
     for name, rgb in (("ALLUMINIUM_COLOR", "0.79F, 0.82F, 0.93F"), ("DARK_COLOR", "0.0F, 0.0F, 0.0F"),
                       ("YELLOW_COLOR", "1.0F, 1.0F, 0.0F"), ("LENS_COLOR", "0.22F, 0.22F, 0.22F")):
-        parts.append(f"const om::Vector3<float> {name}({rgb});")
+        parts.append(f"const om::Vector3<float> {name}{{{rgb}}};")
     parts += ["", "} // namespace TIV_N_obj", "// clang-format on", ""]
     target = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "Tiv3D_N.cpp")
     if len(sys.argv) > 1:
