@@ -50,6 +50,35 @@ void setTriple(Field (&field)[3], const Vector& values, Value convert)
     std::memcpy(&field, triple, sizeof triple);
 }
 
+/// @param accelerationBias sensor axes, m/s^2; the microcontroller subtracts it
+/// @param angularVelocityBias sensor axes, degrees per second; likewise
+void setInertial(IMUReaderData& record, const bench::ImuSample& sample,
+                 const Vector& accelerationBias, const Vector& angularVelocityBias)
+{
+    setTriple(record.acceleration, toSensorAxes(sample.linearAcceleration) - accelerationBias,
+              [](double v) { return toCounts<std::int16_t>(v / bench::standardGravity, 4096.0); });
+    setTriple(record.angularVelocity, toSensorAxes(sample.angularVelocity) - angularVelocityBias,
+              [](double v) { return toCounts<std::int16_t>(v, 32.8); });
+}
+
+void setTemperatures(IMUReaderData& record, const bench::SensorSource& source, Nanoseconds now)
+{
+    const auto celsius = source.temperatures(now);
+    record.imuTemperature = toCounts<std::int16_t>(celsius[0].value_or(0.0), 100.0);
+    record.barometerTemperature = toCounts<std::int16_t>(celsius[1].value_or(0.0), 100.0);
+}
+
+/// Leaves a record as it is if there is no barometer, or no sample yet.
+void setPressure(IMUReaderData& record, const bench::SensorSource& source, Nanoseconds now)
+{
+    if (!source.has(STREAM::BAROMETER)) {
+        return;
+    }
+    if (const auto number = source.newest(STREAM::BAROMETER, now)) {
+        record.pressure = toCounts<std::uint32_t>(source.barometer(*number).pressure, 100.0);
+    }
+}
+
 } // namespace
 
 void TIVmcu::Impl::log(CallRecord record_, CALL call, unsigned int serial) const
@@ -198,22 +227,12 @@ IMUReaderData TIVmcu::Impl::physicalRecord(const std::shared_ptr<Session>& of)
     made.sequence = static_cast<std::uint8_t>(record.sequence + (recordMade ? 1 : 0));
     Nanoseconds time = of->start;
     if (imu) {
-        const bench::ImuSample sample = of->source->imu(*imu);
         time = camera.reportedTime(STREAM::IMU, *imu);
-        setTriple(
-            made.acceleration, toSensorAxes(sample.linearAcceleration) - of->accelerationBias,
-            [](double v) { return toCounts<std::int16_t>(v / bench::standardGravity, 4096.0); });
-        setTriple(made.angularVelocity,
-                  toSensorAxes(sample.angularVelocity) - of->angularVelocityBias,
-                  [](double v) { return toCounts<std::int16_t>(v, 32.8); });
+        setInertial(made, of->source->imu(*imu), of->accelerationBias, of->angularVelocityBias);
     }
-    const auto temperatures = of->source->temperatures(now);
-    made.imuTemperature = toCounts<std::int16_t>(temperatures[0].value_or(0.0), 100.0);
-    made.barometerTemperature = toCounts<std::int16_t>(temperatures[1].value_or(0.0), 100.0);
-    if (of->source->has(STREAM::BAROMETER) && !camera.faults().barometerAbsent) {
-        if (const auto number = of->source->newest(STREAM::BAROMETER, now)) {
-            made.pressure = toCounts<std::uint32_t>(of->source->barometer(*number).pressure, 100.0);
-        }
+    setTemperatures(made, *of->source, now);
+    if (!camera.faults().barometerAbsent) {
+        setPressure(made, *of->source, now);
     }
     if (mag) {
         const bench::MagnetometerSample sample = of->source->magnetometer(*mag);
