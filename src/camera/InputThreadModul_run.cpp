@@ -21,6 +21,15 @@ om::VIEW view(int attribute)
     return static_cast<om::VIEW>(ProgramStates::getIntAttr(attribute));
 }
 
+void publishRates(const RateReadings<unsigned int>& measured, const RateReadings<int>& reported,
+                  bool live)
+{
+    ProgramStates::setIntAttr(
+        ProgramStates::measuredFps,
+        publishedRate(measured, live, ProgramStates::getIntAttr(ProgramStates::requestedFps)));
+    ProgramStates::setIntAttr(ProgramStates::cameraFps, meanRate(reported));
+}
+
 } // namespace
 
 void InputThreadModul::run()
@@ -65,11 +74,7 @@ void InputThreadModul::run()
                 reported.shift(camera.getInitParameters().fps);
                 retrieveMutex.unlock();
             }
-            ProgramStates::setIntAttr(
-                ProgramStates::measuredFps,
-                publishedRate(measured, liveCamera,
-                              ProgramStates::getIntAttr(ProgramStates::requestedFps)));
-            ProgramStates::setIntAttr(ProgramStates::cameraFps, meanRate(reported));
+            publishRates(measured, reported, liveCamera);
             emit SendImage();
         } else if (result == omlib::cameraGone) {
             running = false;

@@ -109,6 +109,10 @@ private:
 
     struct SensorRow; // viewer/sensor_table.h
 
+    void startSessionTimers(); ///< imageTimer, plotTimer and displayTimer, new ones
+    /// Blocks while its message box is shown. inputThread is null afterwards if the session has
+    /// ended meanwhile.
+    void warnOfOldFirmware();
     /// Connects the three signals of inputThread; disconnectSignals() removes exactly these. Both
     /// do nothing without an input thread.
     void connectSignals();

@@ -52,15 +52,7 @@ void MainWindow::createLiveInput()
     ui->comboBox_time_range->setCurrentIndex(1);
     initProgramStates(requestedResolution, requestedFps);
 
-    imageTimer = new QTimer(this);
-    connect(imageTimer, &QTimer::timeout, this, &MainWindow::updateImages);
-    imageTimer->start(imagePeriodMs);
-    plotTimer = new QTimer(this);
-    connect(plotTimer, &QTimer::timeout, this, &MainWindow::updatePlot);
-    plotTimer->start(plotPeriodMs);
-    displayTimer = new QTimer(this);
-    connect(displayTimer, &QTimer::timeout, this, &MainWindow::updateDataDisplay);
-    displayTimer->start(displayPeriodMs);
+    startSessionTimers();
 
     inputThread = new InputThreadModul;
     connectSignals();
@@ -86,24 +78,43 @@ void MainWindow::createLiveInput()
         unsetCursor();
         return;
     }
-    const om::CameraInformation camera =
-        inputThread->camera.getCameraInformation(om::Resolution{0, 0});
-    if (camera.firmwareVersion < oldestFirmware) {
-        // The timers run while the box is open. At the first open of the process cameraLost is
-        // still set, so that the next tick of the display closes this camera and opens it again;
-        // the code below then continues with the input thread of that open.
-        showMessage(QMessageBox::Warning, tr("Warning"),
-                    tr("Your firmware needs to be updated. Please update it in TIV Atlas."));
-        if (inputThread == nullptr) {
-            unsetCursor();
-            return;
-        }
+    warnOfOldFirmware();
+    if (inputThread == nullptr) {
+        unsetCursor();
+        return;
     }
     inputThread->startGrabbing();
     // Before the sensor thread begins, which may report a loss at its first poll.
     cameraLost = false;
     startStreaming(inputThread->cameraInfo.cameraModel);
     unsetCursor();
+}
+
+void MainWindow::startSessionTimers()
+{
+    imageTimer = new QTimer(this);
+    connect(imageTimer, &QTimer::timeout, this, &MainWindow::updateImages);
+    imageTimer->start(imagePeriodMs);
+    plotTimer = new QTimer(this);
+    connect(plotTimer, &QTimer::timeout, this, &MainWindow::updatePlot);
+    plotTimer->start(plotPeriodMs);
+    displayTimer = new QTimer(this);
+    connect(displayTimer, &QTimer::timeout, this, &MainWindow::updateDataDisplay);
+    displayTimer->start(displayPeriodMs);
+}
+
+void MainWindow::warnOfOldFirmware()
+{
+    const om::CameraInformation camera =
+        inputThread->camera.getCameraInformation(om::Resolution{0, 0});
+    if (camera.firmwareVersion >= oldestFirmware) {
+        return;
+    }
+    // The timers run while the box is open. At the first open of the process cameraLost is still
+    // set, so that the next tick of the display closes this camera and opens it again; the caller
+    // then continues with the input thread of that open.
+    showMessage(QMessageBox::Warning, tr("Warning"),
+                tr("Your firmware needs to be updated. Please update it in TIV Atlas."));
 }
 
 int MainWindow::openCamera()
