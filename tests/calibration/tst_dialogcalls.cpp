@@ -97,6 +97,17 @@ public:
 
 } // namespace
 
+// Not extern "C": they return an object with constructors.
+om::IMUPose realPose(om::TIVmcu* link, int sensors) asm("__real__ZN2om6TIVmcu10getIMUPoseEi");
+om::IMUPose wrappedPose(om::TIVmcu* link, int sensors) asm("__wrap__ZN2om6TIVmcu10getIMUPoseEi");
+om::IMUPose wrappedPose(om::TIVmcu* link, int sensors)
+{
+    if (onPose) {
+        onPose();
+    }
+    return realPose(link, sensors);
+}
+
 extern "C" {
 // NOLINTBEGIN(bugprone-reserved-identifier): the linker makes these names
 hid_device_info* __wrap_hid_enumerate(unsigned short vendorId, unsigned short productId);
@@ -133,16 +144,6 @@ void __wrap__ZN2om6TIVmcu11stopCaptureEv(om::TIVmcu* link)
         onStopCapture();
     }
     __real__ZN2om6TIVmcu11stopCaptureEv(link);
-}
-
-om::IMUPose __real__ZN2om6TIVmcu10getIMUPoseEi(om::TIVmcu* link, int sensors);
-om::IMUPose __wrap__ZN2om6TIVmcu10getIMUPoseEi(om::TIVmcu* link, int sensors);
-om::IMUPose __wrap__ZN2om6TIVmcu10getIMUPoseEi(om::TIVmcu* link, int sensors)
-{
-    if (onPose) {
-        onPose();
-    }
-    return __real__ZN2om6TIVmcu10getIMUPoseEi(link, sensors);
 }
 
 bool __real__ZN8MagCalib20ellipsoidCalibrationERN5Eigen6MatrixIdLin1ELi1ELi0ELin1ELi1EEES3_S3_d(
