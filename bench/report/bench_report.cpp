@@ -159,13 +159,15 @@ enum STEP { READ, ALLAN };
 
 void numpy(benchmark::State& state, STEP step)
 {
-    const std::string command =
-        std::string(GRAVIMON_NUMPY_PYTHON " " GRAVIMON_REPORT_NUMPY " ") + File::instance().path();
+    // The shell splits a path with blanks in the command.
+    ::setenv("GRAVIMON_SCRIPT", GRAVIMON_REPORT_NUMPY, 1);
+    ::setenv("GRAVIMON_RECORDING", File::instance().path().c_str(), 1);
     const analysis::Recording recording = readFile();
     const double expected = analysis::deviation(analysis::DEVIATION::OVERLAPPING_ALLAN,
                                                 recording.acceleration.axes[0], 1);
     for (auto _ : state) {
-        std::FILE* const output = ::popen(command.c_str(), "r");
+        std::FILE* const output =
+            ::popen(GRAVIMON_NUMPY_PYTHON " \"$GRAVIMON_SCRIPT\" \"$GRAVIMON_RECORDING\"", "r");
         double seconds[2] = {};
         double deviation = 0.0;
         const int found = std::fscanf(output, "%lf %lf %lf", &seconds[0], &seconds[1], &deviation);

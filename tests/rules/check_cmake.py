@@ -1,4 +1,4 @@
-"""Build files name their sources and keep their settings to targets."""
+"""Build files name their sources, keep their settings to targets, and pass a path with blanks or an apostrophe as it is."""
 
 import re
 import sys
@@ -11,6 +11,10 @@ FORBIDDEN = {
     r"^\s*(include_directories|link_directories|link_libraries|add_definitions|add_compile_options|"
     r"add_compile_definitions|add_link_options)\s*\(": "settings belong to targets",
     r"set\s*\(\s*CMAKE_CXX_FLAGS\b": "settings belong to targets",
+    # CMake splits the text like a shell does.
+    r'SHELL:(?:[^"\\$\n]|\\"(?:[^"\\\n]|\\[^"\n])*\\")*\$[{<].*': "a variable without quotation marks",
+    # The loader takes a blank for the end of the path; LD_LIBRARY_PATH may have some.
+    r"LD_PRELOAD=\$<TARGET_FILE:.*": "a path in LD_PRELOAD",
 }
 problems = []
 files = rules.tracked(root, "*CMakeLists.txt", "*.cmake")

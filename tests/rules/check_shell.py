@@ -8,12 +8,13 @@ import sys
 
 import rules
 
+ALLOWED = "SC1091,SC2317"  # a file of another machine; a function that only a trap calls
 root = sys.argv[1]
 if shutil.which("shellcheck") is None:
     sys.exit("no shellcheck: install the package shellcheck")
 files = [path for path in rules.tracked(root, "run", "test", ".ci/run", "tools/*", "tests/*", "packaging/*", "src/*")
          if rules.read_start(root, path).startswith(("#!/usr/bin/env bash", "#!/bin/bash", "#!/bin/sh"))]
-result = subprocess.run(["shellcheck", "--severity=warning", "--format=gcc", *files], cwd=root,
+result = subprocess.run(["shellcheck", "--severity=info", f"--exclude={ALLOWED}", "--format=gcc", *files], cwd=root,
                         capture_output=True, text=True)
 problems = result.stdout.splitlines() + result.stderr.splitlines()
 if result.returncode not in (0, 1):  # 1: it has found something

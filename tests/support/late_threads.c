@@ -1,7 +1,7 @@
 /* late_threads.so: preloaded, it lets threads begin and end late, by random times that a seed
  * determines (docs/reliability.md).
  *
- *   LD_PRELOAD="$PWD/build/release/lib/late_threads.so" LATE_THREADS_SEED=1 \
+ *   LD_LIBRARY_PATH="$PWD/build/release/lib" LD_PRELOAD=late_threads.so LATE_THREADS_SEED=1 \
  *       ctest --test-dir build/release -R tst_mainwindow
  *
  * Three of four threads begin up to 600 ms late; one of four ends up to 300 ms late, after its last

@@ -1,10 +1,13 @@
-"""Relative names on the command lines of scripts start at the folder of the user, and CDPATH changes nothing.
+"""Relative names on the command lines of scripts start at the folder of the user, and CDPATH changes nothing. No script
+takes a folder of the user for its own, or one that its programs cannot use.
 
     python3 tests/tools/test_paths.py PROJECT_FOLDER
 """
 
 import os
 import pathlib
+import re
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -46,7 +49,18 @@ class Paths(unittest.TestCase):
         done = run("tests/support/run-test", "printenv", "LSAN_OPTIONS", folder=root, CDPATH=str(self.folder),
                    LSAN_OPTIONS="")
         self.assertEqual((done.returncode, done.stderr), (0, ""))
-        self.assertEqual(done.stdout, f"suppressions={root}/tests/support/lsan.supp:print_suppressions=0\n")
+        self.assertEqual(done.stdout, f'suppressions="{root}/tests/support/lsan.supp":print_suppressions=0\n')
+
+    def test_a_folder_that_the_emulator_does_not_take(self):
+        (self.folder / "tools").mkdir()
+        shutil.copy(root / "tools" / "cross-arm64", self.folder / "tools")
+        setup = self.folder / "tools" / "setup"  # the step after
+        setup.write_text("#!/bin/sh\nexit 7\n", encoding="utf-8")
+        setup.chmod(0o755)
+        for name, status in (("it's", 7), ("a b", 2), ("a,b", 2), ("a:b", 2)):
+            done = run("tools/cross-arm64", "--dir", name, "root", folder=self.folder)
+            self.assertEqual(done.returncode, status, name)
+            self.assertEqual(name in done.stderr, status == 2)
 
 
 if __name__ == "__main__":

@@ -5,6 +5,7 @@
 
 import os
 import pathlib
+import shutil
 import signal
 import subprocess
 import sys
@@ -56,6 +57,22 @@ class RunTest(unittest.TestCase):
         self.assertEqual(variables["LATE_THREADS_SEED"], "1")  # CTest's own variables come through
         for name in names:
             self.assertNotIn(name, variables)
+
+    def test_sanitizers_accept_their_options_in_any_folder(self):
+        with tempfile.TemporaryDirectory() as folder:
+            support = pathlib.Path(folder, "a b'c,d:e").resolve()
+            support.mkdir()
+            shutil.copy(root / "tests/support/run-test", support)
+            program = support / "program"
+            # The one sanitizer that starts whatever the addresses of the kernel.
+            subprocess.run(["c++", "-x", "c++", "-fsanitize=leak", "-o", program, "-"], input="int main() { return 0; }\n",
+                           check=True, text=True, timeout=LIMIT)
+            for command, expected in (((program,), ""), (("printenv", "LSAN_OPTIONS"), f'suppressions="{support}/lsan.supp":'),
+                                      (("printenv", "TSAN_OPTIONS"), f'suppressions="{support}/tsan.supp":')):
+                done = subprocess.run([support / "run-test", *command], check=False, capture_output=True, text=True,
+                                      timeout=LIMIT, env={**os.environ, "LSAN_OPTIONS": "detect_leaks=0"})
+                self.assertEqual((done.returncode, done.stderr), (0, ""))
+                self.assertTrue(done.stdout.startswith(expected), done.stdout)
 
     def test_home_and_modes_of_files_are_the_tests_own(self):
         done = run("sh", "-c", "umask; echo $HOME", umask=0o777)
