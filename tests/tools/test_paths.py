@@ -44,6 +44,14 @@ class Paths(unittest.TestCase):
         self.assertEqual(done.returncode, 1)
         self.assertIn(f"{program} generate\n", done.stdout)
 
+    def test_the_folder_of_a_build_by_hand(self):
+        folders = re.findall(r"\bcmake -S \. -B (build/[\w-]+)", (root / "README.md").read_text(encoding="utf-8"))
+        self.assertTrue(folders)
+        for script in ("run", "test", *(f"tools/{path.name}" for path in (root / "tools").iterdir())):
+            text = (root / script).read_text(encoding="utf-8")
+            for folder in folders:
+                self.assertIsNone(re.search(rf"{folder}(?![\w-])", text), f"{script}: {folder}")
+
     def test_the_search_path_of_cd(self):
         (self.folder / "tests" / "support").mkdir(parents=True)
         done = run("tests/support/run-test", "printenv", "LSAN_OPTIONS", folder=root, CDPATH=str(self.folder),
