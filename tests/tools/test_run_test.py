@@ -51,10 +51,14 @@ class RunTest(unittest.TestCase):
 
     def test_settings_of_the_callers_desktop_do_not_reach_the_test(self):
         names = ("QT_SCALE_FACTOR", "QT_FONT_DPI", "QT_IM_MODULE", "LANGUAGE", "TZ", "XDG_DATA_HOME", "OM_TIV_BENCH",
-                 "XDG_CURRENT_DESKTOP", "DESKTOP_SESSION", "KDE_FULL_SESSION", "GNOME_DESKTOP_SESSION_ID")
-        done = run("env", env={**os.environ, **dict.fromkeys(names, "2"), "LATE_THREADS_SEED": "1"})
+                 "XDG_CURRENT_DESKTOP", "DESKTOP_SESSION", "KDE_FULL_SESSION", "GNOME_DESKTOP_SESSION_ID",
+                 "SESSION_MANAGER", "AT_SPI_BUS_ADDRESS", "QT_ACCESSIBILITY", "QT_LINUX_ACCESSIBILITY_ALWAYS_ON",
+                 "QT_SCREEN_SCALE_FACTORS")
+        done = run("env", env={**os.environ, **dict.fromkeys(names, "2"), "DBUS_SESSION_BUS_ADDRESS": "2",
+                                "LATE_THREADS_SEED": "1"})
         variables = dict(line.split("=", 1) for line in done.stdout.splitlines())
         self.assertEqual(variables["LATE_THREADS_SEED"], "1")  # CTest's own variables come through
+        self.assertEqual(variables["DBUS_SESSION_BUS_ADDRESS"], "disabled:")
         for name in names:
             self.assertNotIn(name, variables)
 
