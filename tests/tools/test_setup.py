@@ -54,7 +54,7 @@ class Setup(unittest.TestCase):
         self.assertEqual(self.installs("test"), "")
 
     def test_a_missing_package_is_installed(self):
-        self.assertEqual(self.installs(xvfb=""), "install -y --no-install-recommends xvfb\n")
+        self.assertEqual(self.installs(xvfb=""), "-o DPkg::Lock::Timeout=300 install -y --no-install-recommends xvfb\n")
 
     def test_a_package_that_was_removed_is_installed(self):
         self.assertIn(" xvfb\n", self.installs(xvfb="amd64 config-files\n"))
