@@ -44,7 +44,8 @@ def npm_install(folder):
     except subprocess.TimeoutExpired as problem:
         raise NoNetwork(str(problem)) from None
     except subprocess.CalledProcessError as problem:
-        no_network = re.search(r"\b(ENOTFOUND|EAI_AGAIN|ECONNREFUSED|ECONNRESET|ENETUNREACH|ETIMEDOUT)\b", problem.stderr)
+        no_network = re.search(r"\b(ENOTFOUND|EAI_AGAIN|ECONNREFUSED|ECONNRESET|EHOSTUNREACH|ENETUNREACH|ETIMEDOUT|"
+                               r"ERR_SOCKET_TIMEOUT)\b", problem.stderr)
         if no_network:
             raise NoNetwork(no_network[0]) from None
         print(problem.stderr, file=sys.stderr)

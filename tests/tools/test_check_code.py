@@ -142,6 +142,12 @@ class Changed(unittest.TestCase):
         self.assertEqual(checked, [])
         self.assertIn("SKIPPED", output)
 
+    def test_a_tree_without_git_says_so(self):
+        shutil.rmtree(self.tree / ".git")
+        output, checked = self.check("--changed")
+        self.assertEqual(checked, [])
+        self.assertIn("SKIPPED", output)
+
 
 if __name__ == "__main__":
     unittest.main(argv=sys.argv[:1])
