@@ -2,8 +2,8 @@
 /// The open camera and the thread that keeps it running.
 #pragma once
 
-#include "camera/FpsCounter.h"
 #include "camera/camera_library.h"
+#include "camera/fps_counter.h"
 
 #include <cuda.h>
 

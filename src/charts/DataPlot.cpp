@@ -2,12 +2,12 @@
 
 #include "charts/Background.h"
 #include "charts/CurveTracker.h"
+#include "charts/TimeScaleDraw.h"
 #include "charts/cached_text_engine.h"
 #include "charts/dense_curve.h"
 #include "charts/plot_canvas.h"
 #include "charts/plot_grid.h"
-#include "charts/TimeScaleDraw.h"
-#include "charts/ValueScaleDraw.h"
+#include "charts/value_scale_draw.h"
 #include "look/Style.h"
 #include "look/clr.h"
 

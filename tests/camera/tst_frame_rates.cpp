@@ -1,4 +1,4 @@
-#include "camera/FpsCounter.h"
+#include "camera/fps_counter.h"
 #include "camera/frame_rates.h"
 
 #include <QtTest>

@@ -3,7 +3,7 @@
 #include "charts/DataCurve.h"
 #include "charts/DataPlot.h"
 #include "charts/TimeScaleDraw.h"
-#include "charts/ValueScaleDraw.h"
+#include "charts/value_scale_draw.h"
 #include "charts/cached_text_engine.h"
 #include "charts/dense_curve.h"
 #include "look/Style.h"

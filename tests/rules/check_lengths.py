@@ -11,9 +11,9 @@ FUNCTION_LINES = 60
 # Tables and lists of styles, which are harder to read in pieces.
 TABLES = {
     "src/gpu/Tiv3D_N.cpp",  # the vertices and triangles of one mesh, written by a tool
-    "src/look/StyleSheets.cpp",  # a list of styles: one assignment per style sheet
-    "src/look/StyleSheets.cpp: Style::makeControlStyles",  # one half of that list
-    "src/look/StyleSheets.cpp: Style::makePanelStyles",  # the other half
+    "src/look/Style_sheets.cpp",  # a list of styles: one assignment per style sheet
+    "src/look/Style_sheets.cpp: Style::makeControlStyles",  # one half of that list
+    "src/look/Style_sheets.cpp: Style::makePanelStyles",  # the other half
 }
 
 root = sys.argv[1]

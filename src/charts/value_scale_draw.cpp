@@ -1,4 +1,4 @@
-#include "charts/ValueScaleDraw.h"
+#include "charts/value_scale_draw.h"
 
 #include <QLocale>
 
