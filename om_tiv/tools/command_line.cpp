@@ -1,8 +1,8 @@
 #include "tools/command_line.h"
 
 #include "base/one_line.h"
-#include "gravimon_version.h"
 #include "tools/arguments.h"
+#include "version/gravimon_version.h"
 
 #include <CLI/CLI.hpp>
 

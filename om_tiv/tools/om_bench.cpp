@@ -1,162 +1,37 @@
-// om-bench: control of the virtual bench of a running program, from the command line.
-//
-// Exit status: 0 done, 1 refused by the bench, 2 wrong usage, 3 no running bench, 4 the bench
-// reports a problem.
-
-#include "control/bench_client.h"
-#include "tools/command_line.h"
-#include "tools/generate_from_file.h"
-#include "tools/text.h"
+#include "tools/om_bench.h"
 
 #include "base/bytes.h"
 #include "base/files.h"
 #include "base/one_line.h"
-#include "process/standard_descriptors.h"
+#include "control/bench_client.h"
+#include "tools/answer_text.h"
+#include "tools/generate_from_file.h"
+#include "tools/text.h"
 #include "world/eeprom_image.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <chrono>
-#include <cmath>
 #include <csignal>
-#include <cstdint>
-#include <cstdio>
-#include <iomanip>
 #include <iostream>
 #include <optional>
-#include <sstream>
+#include <string>
 #include <system_error>
 #include <thread>
 #include <vector>
 
 #include <unistd.h>
 
+namespace om::bench {
+
 using nlohmann::json;
-using om::bench::BenchClient;
-using om::bench::Command;
-using om::bench::count;
-using om::bench::elements;
-using om::bench::fixed;
-using om::bench::invalidAnswer;
-using om::bench::members;
-using om::bench::oneLine;
-using om::bench::padded;
-using om::bench::Text;
-using om::bench::triple;
 
 namespace {
-
-enum Exit { DONE = 0, REFUSED = 1, NO_BENCH = 3, PROBLEMS = 4 };
 
 int fail(Exit status, const std::string& reason)
 {
     std::cerr << oneLine("om-bench: " + reason) << "\n";
     return status;
-}
-
-void addCameras(Text& out, const json::array_t& cameras)
-{
-    std::array<char, 160> line;
-    std::snprintf(line.data(), line.size(), "%-10s %-6s %3s  %-10s %-9s %9s %9s  ", "SERIAL",
-                  "MODEL", "ID", "STATE", "MOTION", "PRODUCED", "READ");
-    out.add(line.data() + std::string("FAULTS"));
-    for (const json& camera : cameras) {
-        std::string faults;
-        for (const auto& [name, value] : members(camera, "faults")) {
-            faults += (faults.empty() ? "" : ",") + name;
-            if (!value.is_boolean()) {
-                faults += "=" + value.dump();
-            }
-        }
-        std::snprintf(line.data(), line.size(), "%-10llu %-6s %3llu  %-10s %-9s %9llu %9llu  ",
-                      static_cast<unsigned long long>(count(camera, "serialNumber")),
-                      camera.at("model").get<std::string>().c_str(),
-                      static_cast<unsigned long long>(count(camera, "id")),
-                      camera.at("state").get<std::string>().c_str(),
-                      camera.at("motion").get<std::string>().c_str(),
-                      static_cast<unsigned long long>(count(camera, "samplesProduced")),
-                      static_cast<unsigned long long>(count(camera, "samplesRead")));
-        out.add(line.data() + (faults.empty() ? "-" : faults));
-    }
-}
-
-/// One line with the true values, and one with the values that the program has last received.
-void addTruth(Text& out, const json& camera)
-{
-    const auto values = [](const json& of) {
-        return "  field uT " + triple(of.at("field"), 7, 2) + "  acc m/s^2 " +
-               triple(of.at("specificForce"), 7, 3) + "  gyro deg/s " +
-               triple(of.at("angularVelocity"), 7, 2);
-    };
-    const std::string name = std::to_string(count(camera, "serialNumber")) + " " +
-                             padded(camera.at("state").get<std::string>(), 9);
-    const json& truth = camera.at("truth");
-    out.add(name + "  true  " + padded("heading " + fixed(truth.at("heading"), 6, 2), 14) +
-            values(truth));
-    if (const json& reading = camera.at("reading"); !reading.is_null()) {
-        out.add(name + "  read  " + padded("", 14) + values(reading) + "  samples " +
-                std::to_string(count(camera, "samplesRead")) + "/" +
-                std::to_string(count(camera, "samplesProduced")));
-    }
-}
-
-void addCalibration(Text& out, const json& eeprom)
-{
-    for (const char* name : {"scale", "offset"}) {
-        std::ostringstream line;
-        line << name;
-        for (const json& value : elements(eeprom, name)) {
-            // JSON cannot represent values that are not numbers; a failed fit stores such values.
-            line << " " << std::setprecision(9)
-                 << (value.is_number() ? value.get<double>() : std::nan(""));
-        }
-        out.add(line.str());
-    }
-    out.add(eeprom.at("neutral").get<bool>() ? "neutral yes" : "neutral no");
-}
-
-void addAnswer(Text& out, const json& answer, const Command& command)
-{
-    if (command.asJson) {
-        out.addJson(answer, 2);
-    } else if (answer.contains("cameras")) {
-        addCameras(out, elements(answer, "cameras"));
-    } else if (answer.contains("scale") && command.dumpFile.empty()) {
-        addCalibration(out, answer);
-    } else if (answer.contains("field")) {
-        const json& now = answer.at("field");
-        out.add("strength " + now.at("strength").dump() + " uT, inclination " +
-                now.at("inclination").dump() + ", declination " + now.at("declination").dump());
-    } else if (answer.contains("temperature")) {
-        out.add("temperature " + answer.at("temperature").dump());
-    } else if (answer.contains("firmware")) {
-        out.add("firmware " + answer.at("firmware").dump());
-    } else if (answer.contains("faults")) {
-        for (const auto& [name, value] : members(answer, "faults")) {
-            out.add(name + " " + value.dump());
-        }
-    }
-}
-
-/// @return whether there was a camera
-bool addWatched(Text& out, const json::array_t& cameras, const Command& command)
-{
-    bool found = false;
-    for (const json& camera : cameras) {
-        const auto& serial = command.watch->serial;
-        const bool wanted =
-            serial ? count(camera, "serialNumber") == *serial : camera.at("state") != "unplugged";
-        if (wanted) {
-            found = true;
-            if (command.asJson) {
-                out.addJson(camera, -1);
-            } else {
-                addTruth(out, camera);
-            }
-        }
-    }
-    return found;
 }
 
 int write(const Text& out)
@@ -168,15 +43,15 @@ int write(const Text& out)
 /// Only a valid image of this camera is written to the file.
 int writeImage(const json& answer, const Command& command)
 {
-    const std::string image = om::bench::fromHex(answer.at("image").get<std::string>());
+    const std::string image = fromHex(answer.at("image").get<std::string>());
     const std::string damage =
-        om::bench::imageDamage(image, command.request.at("serialNumber").get<unsigned int>());
+        imageDamage(image, command.request.at("serialNumber").get<unsigned int>());
     if (!damage.empty()) {
         return fail(REFUSED, "the image from the bench is damaged: " + damage);
     }
     // A file size limit then only makes the write fail.
     std::signal(SIGXFSZ, SIG_IGN);
-    if (!om::bench::replaceContent(command.dumpFile, image)) {
+    if (!replaceContent(command.dumpFile, image)) {
         return fail(REFUSED, command.dumpFile +
                                  ": cannot be written: " + std::generic_category().message(errno));
     }
@@ -308,7 +183,7 @@ int listAll(const Command& command)
         benches.push_back(*answer);
     }
     if (benches.empty()) {
-        return status != DONE ? status : fail(NO_BENCH, om::bench::noRunningBench());
+        return status != DONE ? status : fail(NO_BENCH, noRunningBench());
     }
     if (command.asJson) {
         out = Text();
@@ -349,9 +224,9 @@ int watch(BenchClient& client, const Command& command)
 
 int generate(const Command& command)
 {
-    om::bench::Generated generated;
+    Generated generated;
     std::string problem;
-    if (!om::bench::generateFromFile(*command.generate, generated, problem)) {
+    if (!generateFromFile(*command.generate, generated, problem)) {
         return fail(REFUSED, problem);
     }
     const std::string& file = command.generate->file;
@@ -372,29 +247,24 @@ int generate(const Command& command)
 
 } // namespace
 
-// NOLINTNEXTLINE(bugprone-exception-escape): without memory the program ends
-int main(int argc, char** argv)
+int run(const Command& command)
 {
-    occupyStandardDescriptors();
-    int status = DONE;
-    const auto command = om::bench::readCommandLine(argc, argv, status);
-    if (!command) {
-        return status;
-    }
-    if (command->generate) {
-        return generate(*command);
+    if (command.generate) {
+        return generate(command);
     }
     try {
-        if (command->all) {
-            return listAll(*command);
+        if (command.all) {
+            return listAll(command);
         }
         std::string problem;
-        const auto client = BenchClient::connect(command->socket, problem);
+        const auto client = BenchClient::connect(command.socket, problem);
         if (!client) {
             return fail(NO_BENCH, problem);
         }
-        return command->watch ? watch(*client, *command) : askOnce(*client, *command);
+        return command.watch ? watch(*client, command) : askOnce(*client, command);
     } catch (const json::exception&) {
         return fail(NO_BENCH, invalidAnswer);
     }
 }
+
+} // namespace om::bench

@@ -7,8 +7,8 @@
 #include "base/one_line.h"
 #include "closing/close_signals.h"
 #include "desktop/identity.h"
-#include "gravimon_version.h"
 #include "process/standard_descriptors.h"
+#include "version/gravimon_version.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,7 +1,7 @@
 #include "log/command_line.h"
 
-#include "gravimon_version.h"
 #include "terminal/messages.h"
+#include "version/gravimon_version.h"
 
 #include <CLI/CLI.hpp>
 

@@ -4,4 +4,4 @@ include("${CMAKE_CURRENT_LIST_DIR}/../../cmake/GravimonDescribe.cmake")
 gravimon_describe(version "${SOURCE}" "${FALLBACK}")
 # An unchanged file is not written, so that nothing is linked again.
 file(CONFIGURE OUTPUT "${TARGET}" @ONLY
-     CONTENT "#include \"gravimon_version.h\"\n\nconst char* const gravimonVersion = \"@version@\";\n")
+     CONTENT "#include \"version/gravimon_version.h\"\n\nconst char* const gravimonVersion = \"@version@\";\n")
