@@ -22,6 +22,8 @@ constexpr double mostAngularVelocityStep = 2.0; // degrees per second
 constexpr double mostAngularVelocity = 20.0; // degrees per second
 constexpr double noiseFactor = 6.0;
 constexpr std::size_t leastWindows = 2;
+/// Motion cannot be seen in a recording up to this length.
+constexpr Nanoseconds tooShort = static_cast<Nanoseconds>(leastWindows) * windowLength;
 
 /// Mean of the samples of a window without the lowest and the highest one, so that a single spike
 /// is not motion; and the mean's own deviation by noise.
@@ -105,15 +107,15 @@ std::optional<Rows> longestRest(const Recording& recording)
     if (recording.times.empty() || (!hasAcceleration && !hasRate)) {
         return std::nullopt;
     }
+    if (recording.times.back() - recording.times.front() <= tooShort) {
+        return Rows{0, recording.times.size()};
+    }
     std::vector<Rows> windows = windowsOf(recording.times);
     if (windows.size() > leastWindows) {
         // An incomplete second at the end has too few samples for a mean of its own.
         const Rows last = windows.back();
         windows.pop_back();
         windows.back().end = last.end;
-    }
-    if (windows.size() <= leastWindows) {
-        return Rows{0, recording.times.size()}; // too short to see motion in it
     }
 
     Rows longest;

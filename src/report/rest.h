@@ -23,8 +23,8 @@ struct Rows
 /// no more than the noise explains, and in which the mean angular velocity about each axis is at
 /// most 20 degrees per second. Slow changes of a bias are not motion. An incomplete second at the
 /// end belongs to the second before it.
-/// @return none if the recording has neither accelerometer nor gyroscope, or if it is longer than
-/// two seconds and has no two seconds of rest
+/// @return all rows, whatever their values, if the recording is not longer than two seconds; none
+/// if it is longer and has no two seconds of rest, or has neither accelerometer nor gyroscope
 std::optional<Rows> longestRest(const analysis::Recording& recording);
 
 } // namespace report

@@ -82,6 +82,8 @@ private slots:
     void magnetometerClasses();
     void noiseIsTakenFromTheRestAlone();
     void movingCameraHasNoNoise();
+    void shortRecordingRestsUnlessItMoves_data();
+    void shortRecordingRestsUnlessItMoves();
     void lengthOfTheAccelerationHasAllAxes();
     void meanAndDeviationAreThoseOfTheRest();
     void meanAndDeviationOfAMovingCameraAreThoseOfAllRows();
@@ -338,6 +340,51 @@ void TestReportNumbers::movingCameraHasNoNoise()
     QCOMPARE(object["gyroscope"]["x"]["reason"]["noise_density"].get<std::string>(),
              "not observable: the camera was never at rest for two seconds");
     QCOMPARE(unsoundIn(object, ""), QString());
+}
+
+void TestReportNumbers::shortRecordingRestsUnlessItMoves_data()
+{
+    QTest::addColumn<int>("rows");
+    QTest::addColumn<int>("missing"); // rows behind the 300th one
+    QTest::addColumn<double>("rate"); // deg/s
+    QTest::addColumn<double>("step"); // m/s^2, after the first second
+    QTest::addColumn<bool>("rests");
+    constexpr double turn = 100.0;
+    constexpr double tilt = 5.0;
+    // 801 rows last two seconds.
+    QTest::newRow("2 s, turns: too short to be judged") << 801 << 0 << turn << 0.0 << true;
+    QTest::newRow("2 s, tilts: too short to be judged") << 801 << 0 << 0.0 << tilt << true;
+    QTest::newRow("2.0025 s, turns") << 802 << 0 << turn << 0.0 << false;
+    QTest::newRow("2.0025 s, tilts") << 802 << 0 << 0.0 << tilt << false;
+    QTest::newRow("2.0025 s, rests") << 802 << 0 << 0.0 << 0.0 << true;
+    QTest::newRow("2.5 s, turns") << 1001 << 0 << turn << 0.0 << false;
+    QTest::newRow("2.5 s, tilts") << 1001 << 0 << 0.0 << tilt << false;
+    QTest::newRow("2.5 s, rests") << 1001 << 0 << 0.0 << 0.0 << true;
+    QTest::newRow("2.9975 s, turns") << 1200 << 0 << turn << 0.0 << false;
+    QTest::newRow("3 s, turns") << 1201 << 0 << turn << 0.0 << false;
+    QTest::newRow("3 s, rests") << 1201 << 0 << 0.0 << 0.0 << true;
+    // Two parts of less than a second.
+    QTest::newRow("3.75 s with a gap, turns") << 1500 << 900 << turn << 0.0 << false;
+    QTest::newRow("3.75 s with a gap, tilts") << 1500 << 900 << 0.0 << tilt << false;
+    QTest::newRow("3.75 s with a gap, rests") << 1500 << 900 << 0.0 << 0.0 << true;
+}
+
+void TestReportNumbers::shortRecordingRestsUnlessItMoves()
+{
+    QFETCH(int, rows);
+    QFETCH(int, missing);
+    QFETCH(double, rate);
+    QFETCH(double, step);
+    analysis::Recording recording = recordings::atRest(static_cast<std::size_t>(rows));
+    for (std::size_t row = 0; row < recording.times.size(); ++row) {
+        recording.angularVelocity.axes[0][row] += rate;
+        recording.acceleration.axes[2][row] += row < 400 ? 0.0 : step;
+    }
+    recordings::removeRows(recording, 300, 300 + static_cast<std::size_t>(missing));
+    const RecordingReport report = analyse(recording, {});
+    QTEST(report.rest.has_value(), "rests");
+    QVERIFY(!report.rest || report.rest->whole);
+    QCOMPARE(find(report, "rest")->state, report.rest ? STATE::PASSED : STATE::UNKNOWN);
 }
 
 void TestReportNumbers::lengthOfTheAccelerationHasAllAxes()
