@@ -174,7 +174,8 @@ json axisOf(const RecordingReport& report, const AxisReport& axis, const Units& 
         lines.push_back({{"frequency_hz", line.frequencyHz},
                          {"low_hz", line.low},
                          {"high_hz", line.high},
-                         {"amplitude", line.amplitude}});
+                         {"amplitude", line.amplitude},
+                         {"unit", units.sample}});
     }
     object.set("spectrum", {{"unit", units.spectrum},
                             {"resolution_hz", axis.spectrum.resolutionHz},
@@ -224,7 +225,10 @@ json magnetometerOf(const MagnetometerPart& part)
             object.setMissing("with_cross_terms", "the readings do not hold nine parameters");
         }
     } else {
-        for (const char* name : {"offset_ut", "radii_ut", "residual_rms_ut"}) {
+        for (const char* name :
+             {"offset_ut", "radii_ut", "residual_rms_ut", "radius_ut", "residual_class",
+              "residual_rms_before_ut", "gaps_percent", "variance_percent", "wobble_percent",
+              "fit_error_percent", "with_cross_terms"}) {
             object.setMissing(name, part.reason);
         }
     }

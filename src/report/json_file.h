@@ -1,6 +1,7 @@
 /// @file
 /// The numbers of reports as JSON. The unit is in the name of each key, or in a key `unit` beside
-/// it. Where a value is null, the object `reason` beside it holds the reason under the same name.
+/// it. Where a value is null, the object `reason` beside it holds the reason under the same name;
+/// only `warning` is null without a reason.
 #pragma once
 
 #include "report/model.h"

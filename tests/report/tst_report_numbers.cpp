@@ -99,6 +99,8 @@ private slots:
     void gapsInAVibrationDoNotRaiseTheNoise();
     void spikesBesideGapsDoNotRaiseTheNoise();
     void vibrationIsNamed();
+    void spectralLineHasItsUnit_data();
+    void spectralLineHasItsUnit();
     void temperatureSlopeIsFound();
     void missingTemperatureSlopeHasItsReason_data();
     void missingTemperatureSlopeHasItsReason();
@@ -107,6 +109,7 @@ private slots:
     void magnetometerAtRestIsNotJudged();
     void saturatedReadingsHaveNoEffectOnTheFit();
     void saturatedMagnetometerIsNotJudged();
+    void magnetometerWithoutAFitHasTheKeysOfAFit();
     void shortRecordingWarns();
     void missingReadingsAreAShareOfAllReadings();
     void noiseOfFilledGapsSaysSo();
@@ -604,6 +607,33 @@ void TestReportNumbers::vibrationIsNamed()
     QCOMPARE(find(report, "vibration")->state, STATE::WARNED);
 }
 
+void TestReportNumbers::spectralLineHasItsUnit_data()
+{
+    QTest::addColumn<QString>("sensor");
+    QTest::addColumn<QString>("unit");
+    QTest::newRow("accelerometer") << "accelerometer"
+                                   << "m/s²";
+    QTest::newRow("gyroscope") << "gyroscope"
+                               << "deg/s";
+}
+
+void TestReportNumbers::spectralLineHasItsUnit()
+{
+    QFETCH(QString, sensor);
+    analysis::Recording recording = recordings::atRest(8000);
+    for (std::size_t i = 0; i < recording.times.size(); ++i) {
+        const double swing =
+            0.3 * std::sin(2.0 * 3.14159265358979 * 87.3 * 0.0025 * static_cast<double>(i));
+        recording.acceleration.axes[0][i] += swing;
+        recording.angularVelocity.axes[0][i] += swing;
+    }
+    const json spectrum = asJson(recording)[sensor.toStdString()]["x"]["spectrum"];
+    QCOMPARE(spectrum["lines"].size(), std::size_t{1});
+    const json& line = spectrum["lines"][0];
+    QVERIFY(std::abs(line["amplitude"].get<double>() / 0.3 - 1.0) < 0.1);
+    QTEST(QString::fromStdString(line.value("unit", "none")), "unit");
+}
+
 void TestReportNumbers::temperatureSlopeIsFound()
 {
     analysis::Recording recording = recordings::atRest(80'000);
@@ -752,6 +782,29 @@ void TestReportNumbers::saturatedMagnetometerIsNotJudged()
     QVERIFY2(verdict->why.find("saturated") != std::string::npos, verdict->why.c_str());
     QCOMPARE(unsoundIn(jsonOf(report), ""), QString());
     QVERIFY(!numbersHtml({report}).isEmpty());
+}
+
+void TestReportNumbers::magnetometerWithoutAFitHasTheKeysOfAFit()
+{
+    const auto keysAt = [](const std::array<double, 3>& radii) {
+        analysis::Recording recording;
+        recordings::addMagnetometer(recording, {20.0, -60.0, -10.0}, radii, 1000, 0.25);
+        const json field = asJson(recording)["magnetometer"];
+        QStringList keys;
+        for (const auto& [key, value] : field.items()) {
+            if (key != "reason") {
+                keys << QString::fromStdString(key);
+            }
+        }
+        keys.sort();
+        return keys << (field["residual_rms_ut"].is_null() ? "no fit" : "a fit");
+    };
+    QStringList ofAFit = keysAt({48.0, 48.0, 48.0});
+    QCOMPARE(ofAFit.takeLast(), QString("a fit"));
+    QStringList withoutAFit = keysAt({0.0, 0.0, 0.0});
+    QCOMPARE(withoutAFit.takeLast(), QString("no fit"));
+    QVERIFY(ofAFit.size() > 10);
+    QCOMPARE(withoutAFit, ofAFit);
 }
 
 void TestReportNumbers::shortRecordingWarns()
