@@ -3,8 +3,6 @@
 #include "report/inertial_sensors.h"
 #include "report/qt_text.h"
 
-#include <QFont>
-
 #include <qwt_legend.h>
 #include <qwt_plot_canvas.h>
 #include <qwt_plot_curve.h>
@@ -28,23 +26,23 @@ constexpr int fontPixels = 14;
 constexpr QColor gridColour(222, 222, 222);
 constexpr QColor gapColour(250, 200, 160);
 
-QFont font()
-{
-    QFont sans(QStringLiteral("sans-serif"));
-    sans.setStyleHint(QFont::SansSerif);
-    sans.setPixelSize(fontPixels);
-    return sans;
-}
-
 QwtText titleOf(const QString& text)
 {
     QwtText title(text, QwtText::PlainText);
-    title.setFont(font());
+    title.setFont(sansSerif(fontPixels));
     title.setColor(ink);
     return title;
 }
 
 } // namespace
+
+QFont sansSerif(int pixels)
+{
+    QFont sans(QStringLiteral("sans-serif"));
+    sans.setStyleHint(QFont::SansSerif);
+    sans.setPixelSize(pixels);
+    return sans;
+}
 
 void Range::take(double value)
 {
@@ -66,7 +64,7 @@ std::unique_ptr<QwtPlot> makePlot(const QString& xTitle, const QString& yTitle, 
 {
     auto plot = std::make_unique<QwtPlot>();
     plot->resize(width, plotHeight);
-    plot->setFont(font());
+    plot->setFont(sansSerif(fontPixels));
     plot->setAutoReplot(false);
     plot->setCanvasBackground(Qt::white);
     if (auto* const canvas = qobject_cast<QwtPlotCanvas*>(plot->canvas())) {
@@ -74,7 +72,7 @@ std::unique_ptr<QwtPlot> makePlot(const QString& xTitle, const QString& yTitle, 
     }
     plot->plotLayout()->setAlignCanvasToScales(true);
     for (const int axis : {QwtPlot::xBottom, QwtPlot::yLeft}) {
-        plot->setAxisFont(axis, font());
+        plot->setAxisFont(axis, sansSerif(fontPixels));
         plot->setAxisMaxMajor(axis, axis == QwtPlot::xBottom      ? 6
                                     : plotHeight < standardHeight ? 4
                                                                   : 6);
@@ -93,7 +91,7 @@ std::unique_ptr<QwtPlot> makePlot(const QString& xTitle, const QString& yTitle, 
 void addLegend(QwtPlot& plot)
 {
     auto* const legend = new QwtLegend; // the plot owns it
-    legend->setFont(font());
+    legend->setFont(sansSerif(fontPixels));
     plot.insertLegend(legend, QwtPlot::BottomLegend);
 }
 

@@ -5,6 +5,7 @@
 #include "report/figures.h"
 
 #include <QColor>
+#include <QFont>
 #include <QPen>
 #include <QPointF>
 #include <QString>
@@ -41,6 +42,9 @@ constexpr QColor vermilion(213, 94, 0);
 constexpr QColor green(0, 110, 80);
 constexpr QColor purple(160, 80, 130);
 constexpr QColor ink(32, 32, 32);
+
+/// The font of the plots, and of the PDF around them.
+QFont sansSerif(int pixels);
 
 /// The range of the values that were taken; after widen() its limits differ.
 struct Range

@@ -93,9 +93,7 @@ QByteArray pageOf(const std::vector<RecordingReport>& reports,
             aboutHtml(reports[i], reports.size() > 1 ? QString::number(i + 1) + ": " : QString());
     }
     html += "<h2 id=\"verdicts\">Verdicts</h2>\n" + verdictsHtml(reports);
-    html += "<h2 id=\"numbers\">Numbers</h2>\n<p class=\"about\">In brackets the 68 % "
-            "interval.</p>\n" +
-            numbersHtml(reports);
+    html += "<h2 id=\"numbers\">Numbers</h2>\n" + numbersHtml(reports);
     for (std::size_t topic = 0; topic < topics.front().size(); ++topic) {
         html += topicHtml(topics, topic, reports);
     }

@@ -29,7 +29,8 @@ QString warningsHtml(const std::vector<RecordingReport>& reports);
 /// The verdicts. Those of one recording have limit and reason, those of several are side by side.
 QString verdictsHtml(const std::vector<RecordingReport>& reports);
 
-/// Coefficients with their intervals, and the numbers of timing and magnetometer.
+/// Coefficients with their intervals, and the numbers of timing and magnetometer, under a line that
+/// says which interval it is.
 QString numbersHtml(const std::vector<RecordingReport>& reports);
 
 /// Definitions of the terms, with formulas.

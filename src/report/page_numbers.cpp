@@ -193,7 +193,7 @@ QString numbersHtml(const std::vector<RecordingReport>& reports)
     addNoise(rows, reports);
     addMagnetometer(rows, reports);
     addSixPositions(rows, reports);
-    return tableOf(rows, reports);
+    return "<p class=\"about\">In brackets the 68 % interval.</p>\n" + tableOf(rows, reports);
 }
 
 } // namespace report

@@ -1,6 +1,7 @@
 #include "report/pdf_file.h"
 
 #include "report/figure_rows.h"
+#include "report/figures_parts.h"
 #include "report/page.h"
 
 #include <QBuffer>
@@ -60,7 +61,7 @@ public:
         }
         QTextDocument document;
         document.setDocumentMargin(0.0);
-        document.setDefaultFont(font(textPixels));
+        document.setDefaultFont(sansSerif(textPixels));
         document.documentLayout(); // creates the layout that uses the size below
         document.setDefaultStyleSheet(QStringLiteral(
             "h1 { font-size: 20px; } h2 { font-size: 15px; } .failed { color: #a30000; } "
@@ -87,7 +88,7 @@ public:
         if (m_top + lines + roomBelow > m_height) {
             newPage();
         }
-        QFont heading = font(15);
+        QFont heading = sansSerif(15);
         heading.setBold(true);
         m_painter.setFont(heading);
         m_painter.setPen(Qt::black);
@@ -128,7 +129,7 @@ public:
                 renderer.render(figure->plot.get(), &m_painter,
                                 QRectF(0.0, 0.0, figure->plot->width(), figure->plot->height()));
                 m_painter.restore();
-                m_painter.setFont(font(captionPixels));
+                m_painter.setFont(sansSerif(captionPixels));
                 m_painter.setPen(Qt::black);
                 m_painter.drawText(QRectF(left, m_top + plot, column(), captionHeight(*figure)),
                                    Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap,
@@ -142,14 +143,6 @@ public:
     void end() { m_painter.end(); }
 
 private:
-    static QFont font(int pixels)
-    {
-        QFont sans(QStringLiteral("sans-serif"));
-        sans.setStyleHint(QFont::SansSerif);
-        sans.setPixelSize(pixels);
-        return sans;
-    }
-
     double column() const { return (m_width - gap) / 2.0; }
     double plotHeight(const Figure& figure) const
     {
@@ -157,7 +150,7 @@ private:
     }
     double captionHeight(const Figure& figure) const
     {
-        const QFontMetricsF metrics(font(captionPixels), const_cast<QPdfWriter*>(&m_writer));
+        const QFontMetricsF metrics(sansSerif(captionPixels), const_cast<QPdfWriter*>(&m_writer));
         return metrics
             .boundingRect(QRectF(0.0, 0.0, column(), m_height),
                           Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap, figure.caption)
@@ -186,8 +179,7 @@ QByteArray pdfOf(const std::vector<RecordingReport>& reports,
                     nameOfRecording(reports[i]).toHtmlEscaped() + "</p>";
         }
         pages.addText(html + "<h2>Verdicts</h2>" + verdictsHtml(reports));
-        pages.addText("<h2>Numbers</h2><p>In brackets the 68 % interval.</p>" +
-                      numbersHtml(reports));
+        pages.addText("<h2>Numbers</h2>" + numbersHtml(reports));
         for (std::size_t topic = 0; topic < topics.front().size(); ++topic) {
             const auto rows = figureRows(topics, topic);
             if (rows.empty()) {
