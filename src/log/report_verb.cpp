@@ -1,7 +1,6 @@
 #include "log/arguments.h"
 #include "log/command_line.h"
-
-#include "report/command.h"
+#include "log/report_run.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,6 +1,5 @@
-#include "report/command.h"
+#include "log/report_run.h"
 
-#include "report/recordings.h"
 #include "support/fulldisk.h"
 
 #include <nlohmann/json.hpp>
@@ -457,4 +456,4 @@ void TestReportCommand::timeThatStepsBackFails()
 }
 
 QTEST_MAIN(TestReportCommand)
-#include "tst_report_command.moc"
+#include "tst_report_run.moc"

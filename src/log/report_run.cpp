@@ -1,4 +1,4 @@
-#include "report/command.h"
+#include "log/report_run.h"
 
 #include "files/files.h"
 #include "report/figures.h"
