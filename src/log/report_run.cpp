@@ -1,6 +1,7 @@
 #include "log/report_run.h"
 
 #include "files/files.h"
+#include "log/command_line.h"
 #include "report/figures.h"
 #include "report/json_file.h"
 #include "report/page.h"
@@ -26,7 +27,7 @@
 #include <system_error>
 #include <utility>
 
-namespace report {
+namespace samplelog {
 
 namespace {
 
@@ -168,19 +169,19 @@ bool write(const std::string& path, const QByteArray& content)
     return false;
 }
 
-void print(const RecordingReport& report)
+void print(const report::RecordingReport& report)
 {
-    std::cout << report.path << ": " << nameOf(report.overall()) << "\n";
+    std::cout << report.path << ": " << report::nameOf(report.overall()) << "\n";
     if (!report.warning.empty()) {
         std::cout << "  " << report.warning << "\n";
     }
-    for (const Verdict& verdict : report.verdicts) {
-        std::cout << "  " << nameOf(verdict.state) << ": " << verdict.what << ": " << verdict.value
-                  << " (limit: " << verdict.limit << ")\n";
+    for (const report::Verdict& verdict : report.verdicts) {
+        std::cout << "  " << report::nameOf(verdict.state) << ": " << verdict.what << ": "
+                  << verdict.value << " (limit: " << verdict.limit << ")\n";
     }
 }
 
-std::vector<Output> outputsOf(const Command& command)
+std::vector<Output> outputsOf(const ReportCommand& command)
 {
     return {{"-o", command.htmlPath},
             {"--json", command.jsonPath},
@@ -189,7 +190,7 @@ std::vector<Output> outputsOf(const Command& command)
 }
 
 /// The mistake in the command itself; empty if there is none.
-std::string mistakeIn(const Command& command)
+std::string mistakeIn(const ReportCommand& command)
 {
     if (command.recordings.empty()) {
         return "report: names no recording";
@@ -212,7 +213,7 @@ std::string mistakeIn(const Command& command)
 }
 
 /// The first reason why an output can't be written; empty if there is none.
-std::string problemWithOutputs(const Command& command)
+std::string problemWithOutputs(const ReportCommand& command)
 {
     for (const Output& output : outputsOf(command)) {
         std::string problem =
@@ -225,9 +226,9 @@ std::string problemWithOutputs(const Command& command)
 }
 
 /// The reports of all recordings. If one can't be read, reports the error and returns none.
-std::optional<std::vector<RecordingReport>> analyseAll(const Command& command)
+std::optional<std::vector<report::RecordingReport>> analyseAll(const ReportCommand& command)
 {
-    std::vector<RecordingReport> reports;
+    std::vector<report::RecordingReport> reports;
     for (const std::string& path : command.recordings) {
         std::string error;
         const auto recording = analysis::readRecording(path, error);
@@ -235,7 +236,7 @@ std::optional<std::vector<RecordingReport>> analyseAll(const Command& command)
             terminal::printError(error);
             return std::nullopt;
         }
-        reports.push_back(analyse(*recording, command.options));
+        reports.push_back(report::analyse(*recording, command.options));
         reports.back().path = terminal::oneLine(path);
     }
     return reports;
@@ -255,34 +256,34 @@ private:
 };
 
 /// Writes page and PDF.
-bool writeDrawn(const Command& command, const std::vector<RecordingReport>& reports)
+bool writeDrawn(const ReportCommand& command, const std::vector<report::RecordingReport>& reports)
 {
     const auto application = drawingApplication();
     const PlainNumbers numbers;
-    std::vector<std::vector<Topic>> topics;
+    std::vector<std::vector<report::Topic>> topics;
     topics.reserve(reports.size());
-    for (const RecordingReport& report : reports) {
-        topics.push_back(topicsOf(report));
+    for (const report::RecordingReport& report : reports) {
+        topics.push_back(report::topicsOf(report));
     }
     if (reports.size() > 1) {
-        alignAxes(topics);
+        report::alignAxes(topics);
     }
-    if (!command.htmlPath.empty() && !write(command.htmlPath, pageOf(reports, topics))) {
+    if (!command.htmlPath.empty() && !write(command.htmlPath, report::pageOf(reports, topics))) {
         return false;
     }
-    return command.pdfPath.empty() || write(command.pdfPath, pdfOf(reports, topics));
+    return command.pdfPath.empty() || write(command.pdfPath, report::pdfOf(reports, topics));
 }
 
 /// Writes all outputs that the command names. At the first failure reports the error and returns
 /// false.
-bool writeOutputs(const Command& command, const std::vector<RecordingReport>& reports)
+bool writeOutputs(const ReportCommand& command, const std::vector<report::RecordingReport>& reports)
 {
     if (!command.jsonPath.empty() &&
-        !write(command.jsonPath, QByteArray::fromStdString(jsonText(reports)))) {
+        !write(command.jsonPath, QByteArray::fromStdString(report::jsonText(reports)))) {
         return false;
     }
     if (!command.yamlPath.empty() &&
-        !write(command.yamlPath, QByteArray::fromStdString(yamlText(reports.front())))) {
+        !write(command.yamlPath, QByteArray::fromStdString(report::yamlText(reports.front())))) {
         return false;
     }
     return (command.htmlPath.empty() && command.pdfPath.empty()) || writeDrawn(command, reports);
@@ -290,31 +291,31 @@ bool writeOutputs(const Command& command, const std::vector<RecordingReport>& re
 
 } // namespace
 
-OUTCOME run(const Command& command)
+int runReport(const ReportCommand& command)
 {
     std::signal(SIGXFSZ, SIG_IGN); // a file size limit only makes a write fail
     if (const std::string mistake = mistakeIn(command); !mistake.empty()) {
         terminal::printError(mistake);
-        return WRONG_COMMAND;
+        return WRONG_USAGE;
     }
     if (const std::string problem = problemWithOutputs(command); !problem.empty()) {
         terminal::printError(problem);
-        return NOT_REPORTED;
+        return NOT_DONE;
     }
     const auto reports = analyseAll(command);
     if (!reports || !writeOutputs(command, *reports)) {
-        return NOT_REPORTED;
+        return NOT_DONE;
     }
     bool failed = false;
-    for (const RecordingReport& report : *reports) {
+    for (const report::RecordingReport& report : *reports) {
         print(report);
-        failed = failed || report.overall() == STATE::FAILED;
+        failed = failed || report.overall() == report::STATE::FAILED;
     }
     if (!std::cout.flush()) {
         terminal::printError("the verdicts cannot be written to standard output");
-        return NOT_REPORTED;
+        return NOT_DONE;
     }
-    return failed ? VERDICT_FAILED : JUDGED_GOOD;
+    return failed ? INCOMPLETE : DONE;
 }
 
-} // namespace report
+} // namespace samplelog

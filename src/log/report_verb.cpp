@@ -11,7 +11,7 @@ namespace samplelog {
 void addReport(CLI::App& program, Action& action)
 {
     CLI::App* const verb = program.add_subcommand("report", "Judge the sensors from recordings");
-    const auto command = std::make_shared<report::Command>();
+    const auto command = std::make_shared<ReportCommand>();
     verb->add_option("FILE", command->recordings, "Recording; several are compared")
         ->required()
         ->expected(1, -1)
@@ -36,7 +36,7 @@ void addReport(CLI::App& program, Action& action)
         ->capture_default_str();
     verb->footer(
         "Exit status: 0 no verdict failed, 1 not done, 2 wrong usage, 3 a verdict failed.");
-    verb->callback([command, &action] { action = [command] { return report::run(*command); }; });
+    verb->callback([command, &action] { action = [command] { return runReport(*command); }; });
 }
 
 } // namespace samplelog

@@ -1,3 +1,4 @@
+#include "log/command_line.h"
 #include "log/report_run.h"
 
 #include "support/fulldisk.h"
@@ -19,7 +20,7 @@
 #include <sstream>
 #include <streambuf>
 
-using namespace report;
+using namespace samplelog;
 
 Q_DECLARE_METATYPE(std::string)
 
@@ -47,22 +48,22 @@ std::string imuRows(int count, double step, bool constant = false)
     return text;
 }
 
-/// What a call of run() wrote beside its files.
+/// What a call of runReport() wrote beside its files.
 struct Said
 {
-    OUTCOME outcome = JUDGED_GOOD;
+    int status = DONE;
     std::string output;
     std::string error;
 };
 
-Said saidBy(const Command& command)
+Said saidBy(const ReportCommand& command)
 {
     std::ostringstream output;
     std::ostringstream error;
     std::streambuf* const before = std::cout.rdbuf(output.rdbuf());
     std::streambuf* const errorBefore = std::cerr.rdbuf(error.rdbuf());
     Said said;
-    said.outcome = run(command);
+    said.status = runReport(command);
     std::cout.rdbuf(before);
     std::cerr.rdbuf(errorBefore);
     said.output = output.str();
@@ -109,7 +110,7 @@ extern "C" int fsync(int /*descriptor*/)
     return syncError == 0 ? 0 : -1;
 }
 
-class TestReportCommand : public QObject
+class TestReportRun : public QObject
 {
     Q_OBJECT
 
@@ -151,15 +152,15 @@ private:
     std::unique_ptr<QTemporaryDir> m_folder;
 };
 
-void TestReportCommand::init()
+void TestReportRun::init()
 {
     m_folder = std::make_unique<QTemporaryDir>();
     QVERIFY(m_folder->isValid());
 }
 
-void TestReportCommand::allFilesAreWritten()
+void TestReportRun::allFilesAreWritten()
 {
-    Command command;
+    ReportCommand command;
     command.recordings = {written("a.csv", imuRows(4000, 0.0025))};
     command.htmlPath = path("a.html");
     command.jsonPath = path("a.json");
@@ -173,7 +174,7 @@ void TestReportCommand::allFilesAreWritten()
     }
 }
 
-void TestReportCommand::oddInputIsReportedOrRefused_data()
+void TestReportRun::oddInputIsReportedOrRefused_data()
 {
     QTest::addColumn<std::string>("content");
     QTest::addColumn<std::string>("error"); // empty: a report
@@ -225,11 +226,11 @@ void TestReportCommand::oddInputIsReportedOrRefused_data()
         << std::string("a,b\n1,2\n") << std::string("is not a recording");
 }
 
-void TestReportCommand::oddInputIsReportedOrRefused()
+void TestReportRun::oddInputIsReportedOrRefused()
 {
     QFETCH(std::string, content);
     QFETCH(std::string, error);
-    Command command;
+    ReportCommand command;
     command.recordings = {written("odd.csv", content)};
     command.htmlPath = path("odd.html");
     command.jsonPath = path("odd.json");
@@ -238,14 +239,14 @@ void TestReportCommand::oddInputIsReportedOrRefused()
     command.options.sixPositions = true;
     const Said said = saidBy(command);
     if (!error.empty()) {
-        QCOMPARE(said.outcome, NOT_REPORTED);
+        QCOMPARE(said.status, NOT_DONE);
         QVERIFY2(said.error.find(path("odd.csv")) != std::string::npos, said.error.c_str());
         QVERIFY2(said.error.find(error) != std::string::npos, said.error.c_str());
         QCOMPARE(std::count(said.error.begin(), said.error.end(), '\n'), std::ptrdiff_t{1});
         QVERIFY(!QFile::exists(QString::fromStdString(path("odd.html"))));
         return;
     }
-    QVERIFY2(said.outcome == JUDGED_GOOD || said.outcome == VERDICT_FAILED, said.error.c_str());
+    QVERIFY2(said.status == DONE || said.status == INCOMPLETE, said.error.c_str());
     QCOMPARE(said.error, std::string());
     std::ifstream file(path("odd.json"));
     const auto object = nlohmann::json::parse(file);
@@ -253,80 +254,78 @@ void TestReportCommand::oddInputIsReportedOrRefused()
     QVERIFY(QFile::exists(QString::fromStdString(path("odd.pdf"))));
 }
 
-void TestReportCommand::whatIsNoFileIsRefused()
+void TestReportRun::whatIsNoFileIsRefused()
 {
     QCOMPARE(::mkfifo(path("fifo.csv").c_str(), 0600), 0);
     for (const std::string& name :
          {path("fifo.csv"), path("missing.csv"), m_folder->path().toStdString()}) {
-        Command command;
+        ReportCommand command;
         command.recordings = {name};
         const Said said = saidBy(command);
-        QCOMPARE(said.outcome, NOT_REPORTED);
+        QCOMPARE(said.status, NOT_DONE);
         QVERIFY2(said.error.find("gravimon-log: " + name + ": ") == 0, said.error.c_str());
     }
 }
 
-void TestReportCommand::failedVerdictIsInTheStatus()
+void TestReportRun::failedVerdictIsInTheStatus()
 {
-    Command command;
+    ReportCommand command;
     command.recordings = {written("stuck.csv", imuRows(4000, 0.0025, true))};
-    QCOMPARE(saidBy(command).outcome, VERDICT_FAILED);
+    QCOMPARE(saidBy(command).status, INCOMPLETE);
 }
 
-void TestReportCommand::recordingIsNotOverwritten()
+void TestReportRun::recordingIsNotOverwritten()
 {
     const std::string content = imuRows(100, 0.0025);
-    Command command;
+    ReportCommand command;
     command.recordings = {written("a.csv", content)};
     command.jsonPath = path("../" + m_folder->path().section('/', -1).toStdString() + "/a.csv");
     const Said said = saidBy(command);
-    QCOMPARE(said.outcome, NOT_REPORTED);
+    QCOMPARE(said.status, NOT_DONE);
     QVERIFY2(said.error.find("would overwrite the recording") != std::string::npos,
              said.error.c_str());
     QCOMPARE(QFileInfo(QString::fromStdString(path("a.csv"))).size(),
              static_cast<qint64>(content.size()));
 }
 
-void TestReportCommand::outputIsChecked_data()
+void TestReportRun::outputIsChecked_data()
 {
     QTest::addColumn<std::string>("html");
     QTest::addColumn<std::string>("json");
-    QTest::addColumn<int>("outcome");
+    QTest::addColumn<int>("status");
     QTest::newRow("missing folder")
-        << std::string("none/a.html") << std::string() << static_cast<int>(NOT_REPORTED);
-    QTest::newRow("a folder") << std::string(".") << std::string()
-                              << static_cast<int>(NOT_REPORTED);
-    QTest::newRow("a FIFO") << std::string("fifo") << std::string()
-                            << static_cast<int>(NOT_REPORTED);
+        << std::string("none/a.html") << std::string() << static_cast<int>(NOT_DONE);
+    QTest::newRow("a folder") << std::string(".") << std::string() << static_cast<int>(NOT_DONE);
+    QTest::newRow("a FIFO") << std::string("fifo") << std::string() << static_cast<int>(NOT_DONE);
     QTest::newRow("twice the same")
-        << std::string("a") << std::string("a") << static_cast<int>(WRONG_COMMAND);
+        << std::string("a") << std::string("a") << static_cast<int>(WRONG_USAGE);
     QTest::newRow("twice the same by another name")
-        << std::string("a") << std::string("./a") << static_cast<int>(WRONG_COMMAND);
+        << std::string("a") << std::string("./a") << static_cast<int>(WRONG_USAGE);
     QTest::newRow("one name in two missing folders")
-        << std::string("none1/a") << std::string("none2/a") << static_cast<int>(NOT_REPORTED);
+        << std::string("none1/a") << std::string("none2/a") << static_cast<int>(NOT_DONE);
     QTest::newRow("twice the same in a missing folder")
-        << std::string("none/a") << std::string("./none/a") << static_cast<int>(WRONG_COMMAND);
+        << std::string("none/a") << std::string("./none/a") << static_cast<int>(WRONG_USAGE);
     QTest::newRow("a link and the missing file that it names")
-        << std::string("link") << std::string("target") << static_cast<int>(WRONG_COMMAND);
+        << std::string("link") << std::string("target") << static_cast<int>(WRONG_USAGE);
 }
 
-void TestReportCommand::outputIsChecked()
+void TestReportRun::outputIsChecked()
 {
     QFETCH(std::string, html);
     QFETCH(std::string, json);
     QCOMPARE(::mkfifo(path("fifo").c_str(), 0600), 0);
     QCOMPARE(::symlink("target", path("link").c_str()), 0);
-    Command command;
+    ReportCommand command;
     command.recordings = {written("a.csv", imuRows(100, 0.0025))};
     command.htmlPath = path(html);
     command.jsonPath = json.empty() ? json : path(json);
     const Said said = saidBy(command);
-    QTEST(static_cast<int>(said.outcome), "outcome");
+    QTEST(said.status, "status");
     QCOMPARE(std::count(said.error.begin(), said.error.end(), '\n'), std::ptrdiff_t{1});
     QCOMPARE(said.output, std::string());
 }
 
-void TestReportCommand::aFullDiskKeepsTheFormerReport_data()
+void TestReportRun::aFullDiskKeepsTheFormerReport_data()
 {
     QTest::addColumn<QByteArray>("form");
     QTest::addColumn<qint64>("missing"); // bytes that find no room
@@ -337,11 +336,11 @@ void TestReportCommand::aFullDiskKeepsTheFormerReport_data()
     }
 }
 
-void TestReportCommand::aFullDiskKeepsTheFormerReport()
+void TestReportRun::aFullDiskKeepsTheFormerReport()
 {
     QFETCH(QByteArray, form);
     QFETCH(qint64, missing);
-    Command command;
+    ReportCommand command;
     command.recordings = {written("a.csv", imuRows(4000, 0.0025))};
     (form == "html"   ? command.htmlPath
      : form == "json" ? command.jsonPath
@@ -355,15 +354,15 @@ void TestReportCommand::aFullDiskKeepsTheFormerReport()
         said = saidBy(command);
     }
     QCOMPARE(said.error, "gravimon-log: " + path("out") + ": cannot be written: File too large\n");
-    QCOMPARE(said.outcome, NOT_REPORTED);
+    QCOMPARE(said.status, NOT_DONE);
     QCOMPARE(contents("out"), former);
     QCOMPARE(QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden),
              QStringList({"a.csv", "out"}));
 }
 
-void TestReportCommand::anErrorOfTheDiskAtTheEndKeepsTheFormerReport()
+void TestReportRun::anErrorOfTheDiskAtTheEndKeepsTheFormerReport()
 {
-    Command command;
+    ReportCommand command;
     command.recordings = {written("a.csv", imuRows(100, 0.0025))};
     command.yamlPath = written("out", "former");
     syncError = ENOSPC;
@@ -371,15 +370,15 @@ void TestReportCommand::anErrorOfTheDiskAtTheEndKeepsTheFormerReport()
     syncError = 0;
     QCOMPARE(said.error,
              "gravimon-log: " + path("out") + ": cannot be written: No space left on device\n");
-    QCOMPARE(said.outcome, NOT_REPORTED);
+    QCOMPARE(said.status, NOT_DONE);
     QCOMPARE(contents("out"), QByteArray("former"));
     QCOMPARE(QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden),
              QStringList({"a.csv", "out"}));
 }
 
-void TestReportCommand::interruptWaitsUntilAFileIsWritten()
+void TestReportRun::interruptWaitsUntilAFileIsWritten()
 {
-    Command command;
+    ReportCommand command;
     command.recordings = {written("a.csv", imuRows(4000, 0.0025))};
     command.jsonPath =
         path(std::string(300, 'a')); // no file system takes it: writing ends with a message
@@ -387,17 +386,17 @@ void TestReportCommand::interruptWaitsUntilAFileIsWritten()
     auto* const handlerBefore = std::signal(SIGINT, count);
     InterruptedStream error;
     std::streambuf* const errorBefore = std::cerr.rdbuf(&error);
-    const OUTCOME outcome = run(command);
+    const int status = runReport(command);
     std::cerr.rdbuf(errorBefore);
     std::signal(SIGINT, handlerBefore);
-    QCOMPARE(outcome, NOT_REPORTED);
+    QCOMPARE(status, NOT_DONE);
     QCOMPARE(error.interruptsWithin, 0);
     QCOMPARE(static_cast<int>(interrupts), 1);
 }
 
-void TestReportCommand::hostileNameIsOneLine()
+void TestReportRun::hostileNameIsOneLine()
 {
-    Command command;
+    ReportCommand command;
     command.recordings = {path("a\n\x1b[31m\xff\u202e.csv")};
     const Said said = saidBy(command);
     QCOMPARE(std::count(said.error.begin(), said.error.end(), '\n'), std::ptrdiff_t{1});
@@ -409,9 +408,9 @@ void TestReportCommand::hostileNameIsOneLine()
     QVERIFY(good.output.find('\x1b') == std::string::npos);
 }
 
-void TestReportCommand::numbersHaveAPointInEveryLanguage()
+void TestReportRun::numbersHaveAPointInEveryLanguage()
 {
-    Command command;
+    ReportCommand command;
     command.recordings = {written("a.csv", imuRows(4000, 0.0025))};
     const auto pageIn = [&](const QLocale& locale, const char* name) {
         QLocale::setDefault(locale);
@@ -430,30 +429,30 @@ void TestReportCommand::numbersHaveAPointInEveryLanguage()
     QCOMPARE(arabic, english);
 }
 
-void TestReportCommand::rowsThatWereLeftOutAreCounted()
+void TestReportRun::rowsThatWereLeftOutAreCounted()
 {
-    Command command;
+    ReportCommand command;
     command.recordings = {written("a.csv", imuRows(100, -0.0025))};
     const Said said = saidBy(command);
-    QCOMPARE(said.outcome, NOT_REPORTED);
+    QCOMPARE(said.status, NOT_DONE);
     QVERIFY2(said.error.find("left out: 99 rows with a time before that of the last row that was "
                              "kept\n") != std::string::npos,
              said.error.c_str());
 }
 
-void TestReportCommand::timeThatStepsBackFails()
+void TestReportRun::timeThatStepsBackFails()
 {
     std::string text = imuHeader;
     for (int i = 0; i < 1000; ++i) {
         text += imuRow(i, 1e4 + i * 0.0025 - (i < 500 ? 0.0 : 3600.0), 0.01 * ((i * 7919) % 101));
     }
-    Command command;
+    ReportCommand command;
     command.recordings = {written("a.csv", text)};
     const Said said = saidBy(command);
-    QCOMPARE(said.outcome, VERDICT_FAILED);
+    QCOMPARE(said.status, INCOMPLETE);
     QVERIFY2(said.output.find("failed: Rows that can be used: 500 of 1000 ") != std::string::npos,
              said.output.c_str());
 }
 
-QTEST_MAIN(TestReportCommand)
+QTEST_MAIN(TestReportRun)
 #include "tst_report_run.moc"

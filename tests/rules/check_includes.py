@@ -12,7 +12,7 @@ root = sys.argv[1]
 ALLOWED = {
     "analysis": {"analysis"},
     "exchange": {"exchange", "analysis", "files"},
-    "report": {"report", "analysis", "files", "terminal"},
+    "report": {"report", "analysis"},
     "sensors": {"sensors"},
     "look": {"look"},
     "process": {"process"},
