@@ -4,7 +4,13 @@
 
 namespace samplelog {
 
-EndSignals::EndSignals()
+void ignoreSignalsOfWriting()
+{
+    std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+EndSignalsBlocked::EndSignalsBlocked()
 {
     sigemptyset(&m_set);
     for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
@@ -14,24 +20,26 @@ EndSignals::EndSignals()
         }
     }
     pthread_sigmask(SIG_BLOCK, &m_set, &m_before);
-    std::signal(SIGXFSZ, SIG_IGN);
-    std::signal(SIGPIPE, SIG_IGN);
+}
+
+void EndSignalsBlocked::unblock() const
+{
+    pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
 }
 
 EndSignals::~EndSignals()
 {
     const timespec atOnce{};
-    while (sigtimedwait(&m_set, nullptr, &atOnce) > 0) {
+    while (sigtimedwait(&m_blocked.set(), nullptr, &atOnce) > 0) {
         // The work is done: a signal that was not read must not change the exit status.
     }
-    pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
 }
 
 bool EndSignals::wait(std::chrono::nanoseconds time)
 {
     timespec limit{};
     limit.tv_nsec = static_cast<long>(time.count());
-    const int number = sigtimedwait(&m_set, nullptr, &limit);
+    const int number = sigtimedwait(&m_blocked.set(), nullptr, &limit);
     if (number <= 0) {
         return false;
     }
@@ -41,7 +49,7 @@ bool EndSignals::wait(std::chrono::nanoseconds time)
     } else if (now - *m_came > together) {
         // A second signal means that the user does not want to wait for a disk.
         std::signal(number, SIG_DFL);
-        pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
+        m_blocked.unblock();
         std::raise(number);
     }
     return true;

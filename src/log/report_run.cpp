@@ -2,6 +2,7 @@
 
 #include "files/files.h"
 #include "log/command_line.h"
+#include "log/end_signals.h"
 #include "report/figures.h"
 #include "report/json_file.h"
 #include "report/page.h"
@@ -20,7 +21,6 @@
 #include <QtGlobal>
 
 #include <cerrno>
-#include <csignal>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -115,28 +115,6 @@ std::unique_ptr<QApplication> drawingApplication()
     return std::make_unique<QApplication>(count, arguments);
 }
 
-/// Blocks the signals that end the program, because a QSaveFile that is not destroyed leaves a
-/// temporary file behind.
-class EndSignalsBlocked
-{
-public:
-    EndSignalsBlocked()
-    {
-        sigset_t ends;
-        sigemptyset(&ends);
-        for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
-            sigaddset(&ends, number);
-        }
-        pthread_sigmask(SIG_BLOCK, &ends, &m_before);
-    }
-    ~EndSignalsBlocked() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
-    EndSignalsBlocked(const EndSignalsBlocked&) = delete;
-    EndSignalsBlocked& operator=(const EndSignalsBlocked&) = delete;
-
-private:
-    sigset_t m_before = {};
-};
-
 /// A full disk accepts a part first, and only the next write has a reason.
 bool writeAll(QIODevice& file, const QByteArray& content)
 {
@@ -149,7 +127,7 @@ bool writeAll(QIODevice& file, const QByteArray& content)
 
 bool write(const std::string& path, const QByteArray& content)
 {
-    const EndSignalsBlocked blocked;
+    const EndSignalsBlocked blocked; // a QSaveFile that is not destroyed can leave a file
     const NamesAsBytes names;
     QSaveFile file(QFile::decodeName(path.c_str()));
     // Without a buffer, because commit() ignores the error if the buffer does not fit on the disk.
@@ -293,7 +271,7 @@ bool writeOutputs(const ReportCommand& command, const std::vector<report::Record
 
 int runReport(const ReportCommand& command)
 {
-    std::signal(SIGXFSZ, SIG_IGN); // a file size limit only makes a write fail
+    ignoreSignalsOfWriting();
     if (const std::string mistake = mistakeIn(command); !mistake.empty()) {
         terminal::printError(mistake);
         return WRONG_USAGE;

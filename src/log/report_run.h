@@ -22,7 +22,8 @@ struct ReportCommand
 
 /// Reads and judges the recordings, one after the other, writes the files that have a path, and
 /// prints the verdicts to standard output. Writes an error to standard error, in one line.
-/// SIGXFSZ is ignored from then on. One thread at a time.
+/// SIGINT, SIGTERM and SIGHUP wait while a file is written, and SIGXFSZ and SIGPIPE are ignored
+/// from then on. One thread at a time.
 /// @return the exit status; INCOMPLETE if the report is written and a verdict failed
 int runReport(const ReportCommand& command);
 

@@ -282,6 +282,27 @@ class Report(Case):
                              (NOT_DONE, "", f"gravimon-log: {out}: cannot be written: File too large\n"))
             self.assertEqual([path.name for path in self.folder.iterdir()], [self.file.name])
 
+    def closed_pipe(self):
+        reading, writing = os.pipe()
+        os.close(reading)
+        self.addCleanup(os.close, writing)
+        return writing
+
+    def test_verdicts_for_a_closed_pipe_are_no_report(self):
+        run("record", self.file, "--seconds", "0.5")
+        done = subprocess.run([PROGRAM, "report", self.file], stdout=self.closed_pipe(), stderr=subprocess.PIPE, text=True,
+                              check=False, timeout=LIMIT)
+        self.assertEqual((done.returncode, done.stderr),
+                         (NOT_DONE, "gravimon-log: the verdicts cannot be written to standard output\n"))
+
+    def test_an_error_for_a_closed_pipe_ends_it_as_any_other(self):
+        run("record", self.file, "--seconds", "0.5")
+        done = subprocess.run(["bash", "-c", 'ulimit -f 1; exec "$@"', "bash", PROGRAM, "report", str(self.file), "--json",
+                               str(self.folder / "out")], stdout=subprocess.PIPE, stderr=self.closed_pipe(), text=True,
+                              check=False, timeout=LIMIT)
+        self.assertEqual((done.returncode, done.stdout), (NOT_DONE, ""))
+        self.assertEqual([path.name for path in self.folder.iterdir()], [self.file.name])
+
     def test_names_of_files_are_taken_byte_for_byte(self):
         self.file = self.folder / os.fsdecode(b"\xff.csv")
         run("record", self.file, "--seconds", "0.5")
