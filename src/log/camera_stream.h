@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <thread>
@@ -42,6 +43,9 @@ public:
     /// returned more than once. True also after a temporary failure, usually without a new sample.
     /// @return false if the camera is lost
     bool next(om::SensorsData& record);
+
+    /// Current time of the camera library's clock, ns; 0 if it has none.
+    std::uint64_t now() { return m_camera.getTimestamp(omlib::latest); }
 
 private:
     std::optional<om::DeviceProperties> await(const std::optional<unsigned int>& serial,

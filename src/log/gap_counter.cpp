@@ -12,6 +12,8 @@ namespace {
 constexpr double share = 1.0 / 1024.0;
 /// Maximum relative deviation at which the camera's rate is used.
 constexpr double tolerance = 0.05;
+/// No sensor has a longer period.
+constexpr std::uint64_t longestPeriodUs = 1'000'000;
 
 /// On a slow machine more than half of the samples may be missing. The median interval is then a
 /// multiple of the period, which the camera's own rate reveals.
@@ -54,6 +56,8 @@ StreamState GapCounter::finish(std::uint64_t endUs)
     if (period > 0.0) {
         count(m_state.lastUs, endUs);
         m_state.periodUs = period;
+    } else if (m_state.samples > 0 && endUs >= m_state.lastUs + longestPeriodUs) {
+        addGap(m_state.lastUs, endUs, 1);
     }
     return m_state;
 }
@@ -87,15 +91,20 @@ void GapCounter::count(std::uint64_t beforeUs, std::uint64_t timeUs)
     const auto distance = static_cast<double>(timeUs - beforeUs);
     const double fitting = std::max(1.0, std::round(distance / m_state.periodUs));
     if (fitting > 1.0) {
-        m_state.missing += static_cast<std::uint64_t>(fitting) - 1;
-        ++m_state.gaps;
-        if (timeUs - beforeUs > m_state.longestGapUs) {
-            m_state.longestGapUs = timeUs - beforeUs;
-            m_state.longestGapAtUs = beforeUs;
-        }
+        addGap(beforeUs, timeUs, static_cast<std::uint64_t>(fitting) - 1);
         return;
     }
     m_state.periodUs += share * (distance - m_state.periodUs);
+}
+
+void GapCounter::addGap(std::uint64_t beforeUs, std::uint64_t timeUs, std::uint64_t missing)
+{
+    m_state.missing += missing;
+    ++m_state.gaps;
+    if (timeUs - beforeUs > m_state.longestGapUs) {
+        m_state.longestGapUs = timeUs - beforeUs;
+        m_state.longestGapAtUs = beforeUs;
+    }
 }
 
 } // namespace samplelog

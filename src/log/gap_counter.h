@@ -41,7 +41,8 @@ public:
     /// The counts of all samples. If there are fewer than `settling` samples, determines the period
     /// from these.
     /// @param endUs what fits between the last sample and this time is missing too; a time that is
-    /// not later than the last sample has no effect
+    /// not later than the last sample has no effect. While the period is unknown, a second or more
+    /// counts as one missing sample
     StreamState finish(std::uint64_t endUs = 0);
 
     const StreamState& state() const { return m_state; }
@@ -49,6 +50,7 @@ public:
 private:
     void settle(float effectiveRate);
     void count(std::uint64_t beforeUs, std::uint64_t timeUs);
+    void addGap(std::uint64_t beforeUs, std::uint64_t timeUs, std::uint64_t missing);
 
     StreamState m_state;
     std::vector<std::uint64_t> m_first; ///< times of the samples while the period is unknown

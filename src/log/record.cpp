@@ -66,7 +66,10 @@ std::string summaryText(const std::string& path, std::uint64_t rows, const Strea
                        formatted("%llu row%s in %.3f s", static_cast<unsigned long long>(rows),
                                  rows == 1 ? "" : "s", state.seconds());
     if (state.periodUs > 0.0) {
-        text += formatted(", %.2f Hz, ", 1e6 / state.periodUs) + gapsText(state);
+        text += formatted(", %.2f Hz", 1e6 / state.periodUs);
+    }
+    if (state.periodUs > 0.0 || state.gaps > 0) {
+        text += ", " + gapsText(state);
     }
     if (state.gaps > 0) {
         text += formatted("; the longest gap is %.4f s long, %.3f s after the start",

@@ -10,7 +10,8 @@ namespace {
 
 /// Interval at which rows are written to the file. A reader of the growing file lags by this much.
 constexpr std::chrono::milliseconds writingPeriod{100};
-/// If the camera sends no samples for this long, the duration is measured by the machine's clock.
+/// If the camera sends no samples for this long, the duration is measured by the machine's clock,
+/// and what is missing before a requested end is counted.
 constexpr std::chrono::seconds longSilence{1};
 /// Time limit for the first sample.
 constexpr std::chrono::seconds firstSampleLimit{5};
@@ -63,6 +64,11 @@ bool RecordingRun::isOver(std::uint64_t timeUs) const
            static_cast<double>(timeUs - *m_firstUs) * 1e-6 >= *m_options.seconds;
 }
 
+std::uint64_t RecordingRun::endUs() const
+{
+    return *m_firstUs + static_cast<std::uint64_t>(*m_options.seconds * 1e6);
+}
+
 std::optional<std::string> RecordingRun::whySilent(Clock::time_point begin) const
 {
     if (silence() < longSilence) {
@@ -99,13 +105,14 @@ void RecordingRun::read()
             continue;
         }
         m_newest = Clock::now().time_since_epoch().count();
+        m_newestNs = m_camera.now();
         if (!m_firstUs) {
             m_firstUs = made->timeUs;
             begin = Clock::now();
         }
         if (isOver(made->timeUs)) {
             // A silence that reaches beyond the end is missing up to the end.
-            m_seenUs = *m_firstUs + static_cast<std::uint64_t>(*m_options.seconds * 1e6);
+            m_seenUs = endUs();
             break;
         }
         m_seenUs = std::max(m_seenUs, made->timeUs);
@@ -115,9 +122,26 @@ void RecordingRun::read()
             m_waiting.push_back(*made);
         }
     }
+    if (m_ends) {
+        countSilence();
+    }
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_reads = false;
     m_readerEnded.notify_all();
+}
+
+void RecordingRun::countSilence()
+{
+    // By the clock of the samples, and only by its progress: it may differ from their times.
+    const std::uint64_t now = m_camera.now();
+    const std::chrono::nanoseconds silent(now > m_newestNs ? now - m_newestNs : 0);
+    if (!m_firstUs || silent < longSilence) {
+        return;
+    }
+    m_seenUs += static_cast<std::uint64_t>(silent.count()) / 1000;
+    if (m_options.seconds) {
+        m_seenUs = std::min(m_seenUs, endUs());
+    }
 }
 
 void RecordingRun::write()

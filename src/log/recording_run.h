@@ -77,6 +77,9 @@ private:
     using Clock = std::chrono::steady_clock;
 
     void read();
+    /// If the camera is silent when the end is requested, its missing samples are counted up to
+    /// this end.
+    void countSilence();
     /// Why the recording ends if there was no new row for a while; none if it goes on.
     /// @param begin when the first sample came
     std::optional<std::string> whySilent(Clock::time_point begin) const;
@@ -85,6 +88,7 @@ private:
     bool writeRows(const std::vector<TimedRow>& rows, std::string& error);
     void removeIfEmpty();
     bool isOver(std::uint64_t timeUs) const;
+    std::uint64_t endUs() const; ///< the end that the options set
     void fail(const std::string& reason);
 
     const RecordOptions m_options;
@@ -96,7 +100,8 @@ private:
     std::atomic<Clock::rep> m_newest{0}; ///< real time of the newest sample
     // Used by the reading thread, and after its end by the writing one.
     std::optional<std::uint64_t> m_firstUs;
-    std::uint64_t m_seenUs = 0; ///< samples without a row count as missing up to this time
+    std::uint64_t m_seenUs = 0;   ///< samples without a row count as missing up to this time
+    std::uint64_t m_newestNs = 0; ///< when the newest sample was read, by the library's clock
 
     mutable std::mutex m_mutex; ///< guards the members below
     std::condition_variable m_readerEnded;

@@ -129,6 +129,21 @@ private slots:
         QCOMPARE(state.lastUs, start + 199 * period);
     }
 
+    void afterOneSampleALongTimeCountsAsAGap()
+    {
+        for (const std::uint64_t moreUs : {999'999U, 1'000'000U, 3'600'000'000U}) {
+            GapCounter counter;
+            counter.add(start, 400.0F);
+            const StreamState state = counter.finish(start + moreUs);
+            const bool isGap = moreUs >= 1'000'000;
+            QCOMPARE(state.missing, std::uint64_t(isGap ? 1 : 0)); // how many is unknown
+            QCOMPARE(state.gaps, std::uint64_t(isGap ? 1 : 0));
+            QCOMPARE(state.longestGapUs, isGap ? moreUs : 0);
+            QCOMPARE(state.periodUs, 0.0);
+        }
+        QCOMPARE(GapCounter().finish(start).gaps, std::uint64_t(0));
+    }
+
     void whatIsMissingBeforeTheEndCounts_data()
     {
         QTest::addColumn<int>("samples");

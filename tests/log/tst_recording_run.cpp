@@ -12,9 +12,13 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <cmath>
 #include <csignal>
+#include <functional>
 #include <iostream>
 #include <sstream>
+#include <utility>
+#include <vector>
 
 #include <pthread.h>
 
@@ -28,6 +32,10 @@ namespace {
 /// Seconds of a recording that ends by the camera's time. In real time too the camera has to be
 /// silent for about that long before the machine's clock ends it.
 constexpr double longerThanAStandstill = 25.0;
+
+// The samples of a script.
+constexpr std::uint64_t firstSampleUs = 1'700'000'000'000'000;
+constexpr std::uint64_t periodUs = 2500;
 
 struct File
 {
@@ -58,6 +66,14 @@ std::uint64_t delivered()
 std::uint64_t produced()
 {
     return theBench().imuCounters(benchtest::cameraSerial).produced;
+}
+
+om::bench::SensorsEntry entryAt(std::uint64_t timeUs)
+{
+    om::bench::SensorsEntry entry;
+    entry.data.imu.timestamp = timeUs * 1000;
+    entry.data.imu.effectiveRate = 400.0F;
+    return entry;
 }
 
 /// Moves the bench's clock until the sensor has made so many samples; each is waited for.
@@ -198,6 +214,74 @@ private slots:
         QCOMPARE(static_cast<std::uint64_t>(read(m_options.path).lines.size()), run.rows());
     }
 
+    void aSilenceBeforeARequestedEndIsMissing_data()
+    {
+        QTest::addColumn<int>("silenceMs");
+        QTest::addColumn<double>("seconds");
+        QTest::addColumn<int>("missing");
+        QTest::newRow("none") << 0 << 0.0 << 0;
+        QTest::newRow("below a second, as before any end") << 990 << 0.0 << 0;
+        QTest::newRow("half a minute") << 30'000 << 0.0 << 12'000;
+        QTest::newRow("up to the end of the requested time")
+            << 30'000 << longerThanAStandstill << 9'900;
+    }
+
+    void aSilenceBeforeARequestedEndIsMissing()
+    {
+        QFETCH(int, silenceMs);
+        QFETCH(double, seconds);
+        QFETCH(int, missing);
+        if (seconds > 0.0) {
+            m_options.seconds = seconds;
+        }
+        RecordingRun run(m_options);
+        QVERIFY(run.start(m_error));
+        QVERIFY(stepTo(100));
+        // Once a row is in the file, the time of its sample is known.
+        QTRY_COMPARE(run.state().samples, std::uint64_t(100));
+        theBench().changeFaults(benchtest::cameraSerial,
+                                [](om::bench::Faults& f) { f.frozenTimestamps = true; });
+        theBench().clock().advance(std::chrono::milliseconds(silenceMs));
+        run.requestEnd();
+        QVERIFY2(run.finish(m_error), m_error.c_str());
+        QCOMPARE(run.rows(), std::uint64_t(100));
+        QCOMPARE(run.state().gaps, std::uint64_t(missing > 0 ? 1 : 0));
+        // By a period that is known to 1 %.
+        const double counted = static_cast<double>(run.state().missing);
+        QVERIFY2(std::abs(counted - missing) <= 0.01 * missing,
+                 qPrintable(QString::number(counted)));
+    }
+
+    void aSignalDuringASilenceReportsAnIncompleteRecording_data()
+    {
+        QTest::addColumn<int>("samples");
+        QTest::addColumn<QString>("summary");
+        QTest::newRow("after one sample") << 1
+                                          << "1 row in 0.000 s, 1 gap, 1 sample missing; the "
+                                             "longest gap is 30.0000 s long, 0.000 s after the "
+                                             "start";
+        QTest::newRow("after many") << 101
+                                    << "101 rows in 0.250 s, 400.00 Hz, 1 gap, 11999 samples "
+                                       "missing; the longest gap is 30.0000 s long, 0.250 s "
+                                       "after the start";
+    }
+
+    void aSignalDuringASilenceReportsAnIncompleteRecording()
+    {
+        QFETCH(int, samples);
+        QFETCH(QString, summary);
+        std::vector<om::bench::SensorsEntry> entries;
+        for (int i = 0; i < samples; ++i) {
+            entries.push_back(entryAt(firstSampleUs + static_cast<std::uint64_t>(i) * periodUs));
+        }
+        const Outcome outcome = recordUntilTheEndOf(
+            std::move(entries), [] { theBench().clock().advance(std::chrono::seconds(30)); });
+        QCOMPARE(outcome.error, std::string());
+        QCOMPARE(QString::fromStdString(outcome.output),
+                 QString::fromStdString(m_options.path) + ": " + summary + "\n");
+        QCOMPARE(outcome.status, static_cast<int>(samplelog::INCOMPLETE));
+    }
+
     void withoutAFirstSampleTheRecordingIsAnError()
     {
         m_options.seconds = 0.1;
@@ -233,32 +317,11 @@ private slots:
 
     void aSignalBeforeTheFirstSampleIsReportedAsNoRecording()
     {
-        // SIGTERM for the thread of the test, which is blocked there while it records.
-        const pthread_t thread = ::pthread_self();
-        bool isSent = false;
-        auto& log = theBench().log();
-        log.setHighRate(true);
-        log.setHook([&](const om::bench::CallRecord& record) {
-            if (record.call == om::bench::CALL::GET_SENSORS_DATA && !isSent) {
-                // The thread reads the signal, which is blocked.
-                // NOLINTNEXTLINE(bugprone-bad-signal-to-kill-thread)
-                isSent = ::pthread_kill(thread, SIGTERM) == 0;
-            }
-        });
-        std::ostringstream output;
-        std::ostringstream error;
-        std::streambuf* const outputBefore = std::cout.rdbuf(output.rdbuf());
-        std::streambuf* const errorBefore = std::cerr.rdbuf(error.rdbuf());
-        const int status = samplelog::record(m_options);
-        std::cout.rdbuf(outputBefore);
-        std::cerr.rdbuf(errorBefore);
-        log.setHook(nullptr);
-        log.setHighRate(false);
-        QVERIFY(isSent);
-        QCOMPARE(status, static_cast<int>(samplelog::NOT_DONE));
-        QCOMPARE(output.str(), std::string());
-        QCOMPARE(error.str(), std::string("gravimon-log: ended before the first sample; nothing "
-                                          "was recorded\n"));
+        const Outcome outcome = recordUntilTheEndOf({entryAt(0)});
+        QCOMPARE(outcome.status, static_cast<int>(samplelog::NOT_DONE));
+        QCOMPARE(outcome.output, std::string());
+        QCOMPARE(outcome.error, std::string("gravimon-log: ended before the first sample; nothing "
+                                            "was recorded\n"));
         QVERIFY(!QFile::exists(QString::fromStdString(m_options.path)));
     }
 
@@ -487,6 +550,48 @@ private slots:
     }
 
 private:
+    struct Outcome
+    {
+        int status = 0;
+        std::string output;
+        std::string error;
+    };
+
+    /// Records what a script delivers, until SIGTERM after its last entry.
+    /// @param before called before the signal
+    Outcome recordUntilTheEndOf(
+        std::vector<om::bench::SensorsEntry> entries, const std::function<void()>& before = [] {})
+    {
+        // SIGTERM for the thread of the test, which is blocked there while it records.
+        const pthread_t thread = ::pthread_self();
+        const std::size_t count = entries.size();
+        auto& script = theBench().camera(benchtest::cameraSerial)->sensorsScript();
+        script.set(std::move(entries));
+        auto& log = theBench().log();
+        log.setHighRate(true);
+        bool isSent = false;
+        log.setHook([&](const om::bench::CallRecord& call) {
+            // The reader has dealt with the last entry once it asks again.
+            if (call.call == om::bench::CALL::GET_SENSORS_DATA && !isSent &&
+                script.status().calls > count) {
+                before();
+                // The thread reads the signal, which is blocked.
+                // NOLINTNEXTLINE(bugprone-bad-signal-to-kill-thread)
+                isSent = ::pthread_kill(thread, SIGTERM) == 0;
+            }
+        });
+        std::ostringstream output;
+        std::ostringstream error;
+        std::streambuf* const outputBefore = std::cout.rdbuf(output.rdbuf());
+        std::streambuf* const errorBefore = std::cerr.rdbuf(error.rdbuf());
+        const int status = samplelog::record(m_options);
+        std::cout.rdbuf(outputBefore);
+        std::cerr.rdbuf(errorBefore);
+        log.setHook(nullptr);
+        log.setHighRate(false);
+        return {status, output.str(), error.str()};
+    }
+
     std::unique_ptr<QTemporaryDir> m_folder;
     RecordOptions m_options;
     std::string m_error;
