@@ -34,6 +34,9 @@ void GapCounter::add(std::uint64_t timeUs, float effectiveRate)
         m_state.lastUs = timeUs;
     }
     ++m_state.samples;
+    if (timeUs < m_state.lastUs) {
+        ++m_state.backward;
+    }
     m_effectiveRate = effectiveRate;
     if (m_state.periodUs > 0.0) {
         count(m_state.lastUs, timeUs);

@@ -16,7 +16,8 @@ struct StreamState
     std::uint64_t longestGapUs = 0;   ///< time between the two samples around the longest gap
     std::uint64_t longestGapAtUs = 0; ///< time of the sample before the longest gap
     std::uint64_t firstUs = 0;        ///< time of the first sample
-    std::uint64_t lastUs = 0;         ///< time of the newest sample
+    std::uint64_t lastUs = 0;         ///< the latest time of a sample
+    std::uint64_t backward = 0;       ///< samples with a time before that of an earlier sample
     double periodUs = 0.0;            ///< of the sensor; 0 while it is unknown
 
     double seconds() const { return static_cast<double>(lastUs - firstUs) * 1e-6; }
@@ -33,7 +34,7 @@ public:
     /// Number of samples from which the period is determined.
     static constexpr std::size_t settling = 64;
 
-    /// @param timeUs        time of the sample; a sample that is not later than the last one is
+    /// @param timeUs        time of the sample; a sample that is not later than all before is
     /// counted, but does not affect the gaps
     /// @param effectiveRate rate that the camera reports, Hz; 0 if it reports none
     void add(std::uint64_t timeUs, float effectiveRate);

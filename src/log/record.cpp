@@ -1,5 +1,6 @@
 #include "log/record.h"
 
+#include "analysis/recording.h"
 #include "log/command_line.h"
 #include "log/end_signals.h"
 #include "log/progress_line.h"
@@ -40,6 +41,21 @@ std::string gapsText(const StreamState& state)
                      static_cast<unsigned long long>(state.missing), state.missing == 1 ? "" : "s");
 }
 
+std::string backwardText(const StreamState& state)
+{
+    return state.backward == 0 ? std::string()
+                               : formatted(", %llu row%s with an earlier time",
+                                           static_cast<unsigned long long>(state.backward),
+                                           state.backward == 1 ? "" : "s");
+}
+
+/// By the same limit as that of those who read the file.
+bool isIncomplete(const StreamState& state)
+{
+    return state.missing > 0 || static_cast<double>(state.backward) >
+                                    analysis::mostLostRows * static_cast<double>(state.samples);
+}
+
 } // namespace
 
 std::string progressText(const StreamState& former, const StreamState& now,
@@ -53,7 +69,7 @@ std::string progressText(const StreamState& former, const StreamState& now,
     std::string text =
         formatted("%02llu:%02llu:%02llu  %llu rows  %.1f Hz  ", whole / 3600, whole / 60 % 60,
                   whole % 60, static_cast<unsigned long long>(now.samples), rate) +
-        gapsText(now);
+        gapsText(now) + backwardText(now);
     if (silence.count() >= 1.0) {
         text += formatted("  no sample for %.0f s", std::floor(silence.count()));
     }
@@ -71,6 +87,7 @@ std::string summaryText(const std::string& path, std::uint64_t rows, const Strea
     if (state.periodUs > 0.0 || state.gaps > 0) {
         text += ", " + gapsText(state);
     }
+    text += backwardText(state);
     if (state.gaps > 0) {
         text += formatted("; the longest gap is %.4f s long, %.3f s after the start",
                           static_cast<double>(state.longestGapUs) * 1e-6,
@@ -124,7 +141,7 @@ int record(const RecordOptions& options)
         terminal::printError(error + "; " + run.remains());
         return NOT_DONE;
     }
-    return state.missing > 0 ? INCOMPLETE : DONE;
+    return isIncomplete(state) ? INCOMPLETE : DONE;
 }
 
 } // namespace samplelog

@@ -16,7 +16,8 @@ namespace samplelog {
 /// @return the exit status
 int record(const RecordOptions& options);
 
-/// One line without a line feed: time, rows, rate since the previous state, gaps.
+/// One line without a line feed: time, rows, rate since the previous state, gaps, and rows with an
+/// earlier time if there are any.
 /// @param silence real time since the newest sample; shown from one second on
 std::string progressText(const StreamState& former, const StreamState& now,
                          std::chrono::duration<double> silence);

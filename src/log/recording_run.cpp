@@ -64,6 +64,12 @@ bool RecordingRun::isOver(std::uint64_t timeUs) const
            static_cast<double>(timeUs - *m_firstUs) * 1e-6 >= *m_options.seconds;
 }
 
+bool RecordingRun::isLate(Clock::time_point begin) const
+{
+    const std::chrono::duration<double> elapsed = Clock::now() - begin;
+    return m_options.seconds && elapsed.count() > *m_options.seconds + 1.0;
+}
+
 std::uint64_t RecordingRun::endUs() const
 {
     return *m_firstUs + static_cast<std::uint64_t>(*m_options.seconds * 1e6);
@@ -79,16 +85,15 @@ std::optional<std::string> RecordingRun::whySilent(Clock::time_point begin) cons
                    ? std::optional<std::string>("the camera sends no samples")
                    : std::nullopt;
     }
-    const std::chrono::duration<double> elapsed = Clock::now() - begin;
-    return m_options.seconds && elapsed.count() > *m_options.seconds + 1.0
-               ? std::optional<std::string>("the camera sends no more samples")
-               : std::nullopt;
+    return isLate(begin) ? std::optional<std::string>("the camera sends no more samples")
+                         : std::nullopt;
 }
 
 void RecordingRun::read()
 {
     timeslice::requestShortest();
     auto begin = Clock::now();
+    auto advanced = begin; // when the latest time came
     RowMaker maker;
     om::SensorsData record;
     while (!m_ends) {
@@ -115,7 +120,13 @@ void RecordingRun::read()
             m_seenUs = endUs();
             break;
         }
-        m_seenUs = std::max(m_seenUs, made->timeUs);
+        if (made->timeUs > m_seenUs) {
+            m_seenUs = made->timeUs;
+            advanced = Clock::now();
+        } else if (isLate(begin) && Clock::now() - advanced >= longSilence) {
+            fail("the camera's clock was set back");
+            break;
+        }
         const std::lock_guard<std::mutex> lock(m_mutex);
         // If the disk blocks for longer, samples are lost and count as missing.
         if (m_waiting.size() < mostWaiting) {

@@ -88,6 +88,8 @@ private:
     bool writeRows(const std::vector<TimedRow>& rows, std::string& error);
     void removeIfEmpty();
     bool isOver(std::uint64_t timeUs) const;
+    /// The same by the machine's clock, for a camera whose time does not reach the end.
+    bool isLate(Clock::time_point begin) const;
     std::uint64_t endUs() const; ///< the end that the options set
     void fail(const std::string& reason);
 

@@ -125,8 +125,22 @@ private slots:
         }
         const StreamState state = counter.finish();
         QCOMPARE(state.samples, std::uint64_t(200));
+        QCOMPARE(state.backward, std::uint64_t(1));
         QCOMPARE(state.missing, std::uint64_t(1)); // the one in whose place it came
         QCOMPARE(state.lastUs, start + 199 * period);
+    }
+
+    void aClockThatIsSetBackIsCounted()
+    {
+        GapCounter counter;
+        constexpr std::uint64_t anHourUs = 3'600'000'000;
+        for (std::uint64_t i = 0; i < 200; ++i) {
+            counter.add(anHourUs + start + i * period - (i < 100 ? 0 : anHourUs), 400.0F);
+        }
+        counter.add(anHourUs + start + 99 * period, 400.0F); // the latest time again
+        const StreamState state = counter.finish();
+        QCOMPARE(state.backward, std::uint64_t(100));
+        QCOMPARE(state.missing, std::uint64_t(0));
     }
 
     void afterOneSampleALongTimeCountsAsAGap()

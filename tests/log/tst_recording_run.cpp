@@ -282,6 +282,64 @@ private slots:
         QCOMPARE(outcome.status, static_cast<int>(samplelog::INCOMPLETE));
     }
 
+    void rowsWithAnEarlierTimeAreCounted_data()
+    {
+        QTest::addColumn<int>("samples");
+        QTest::addColumn<int>("backward");
+        QTest::addColumn<QString>("summary");
+        QTest::addColumn<int>("status");
+        QTest::newRow("one, within the limit")
+            << 2001 << 1 << "2002 rows in 5.000 s, 400.00 Hz, no gaps, 1 row with an earlier time"
+            << static_cast<int>(samplelog::DONE);
+        QTest::newRow("above the limit")
+            << 2001 << 3 << "2004 rows in 5.000 s, 400.00 Hz, no gaps, 3 rows with an earlier time"
+            << static_cast<int>(samplelog::INCOMPLETE);
+        QTest::newRow("before the rate is known")
+            << 1 << 2 << "3 rows in 0.000 s, 2 rows with an earlier time"
+            << static_cast<int>(samplelog::INCOMPLETE);
+    }
+
+    void rowsWithAnEarlierTimeAreCounted()
+    {
+        QFETCH(int, samples);
+        QFETCH(int, backward);
+        QFETCH(QString, summary);
+        QFETCH(int, status);
+        std::vector<om::bench::SensorsEntry> entries;
+        for (int i = 0; i < samples; ++i) {
+            entries.push_back(entryAt(firstSampleUs + static_cast<std::uint64_t>(i) * periodUs));
+        }
+        for (int i = 1; i <= backward; ++i) {
+            entries.push_back(entryAt(firstSampleUs - static_cast<std::uint64_t>(i) * 1000));
+        }
+        const Outcome outcome = recordUntilTheEndOf(std::move(entries));
+        QCOMPARE(outcome.error, std::string());
+        QCOMPARE(QString::fromStdString(outcome.output),
+                 QString::fromStdString(m_options.path) + ": " + summary + "\n");
+        QCOMPARE(outcome.status, status);
+    }
+
+    void aClockThatIsSetBackDoesNotExtendTheRecording()
+    {
+        m_options.seconds = 0.1;
+        theBench()
+            .camera(benchtest::cameraSerial)
+            ->sensorsScript()
+            .set([](std::uint64_t index, om::bench::SensorsEntry& entry) {
+                constexpr std::uint64_t anHourUs = 3'600'000'000;
+                entry = entryAt(firstSampleUs + index * periodUs - (index > 0 ? anHourUs : 0));
+                // The stopped clock never reaches this: a pause, so that the file stays small.
+                theBench().clock().waitUntil(UINT64_MAX, std::chrono::milliseconds(1));
+                return index < 10'000; // of a recording that does not end
+            });
+        RecordingRun run(m_options);
+        QVERIFY(run.start(m_error));
+        QVERIFY(!run.finish(m_error));
+        QCOMPARE(m_error, std::string("the camera's clock was set back"));
+        QVERIFY(run.rows() > 0);
+        QCOMPARE(run.state().backward, run.rows() - 1);
+    }
+
     void withoutAFirstSampleTheRecordingIsAnError()
     {
         m_options.seconds = 0.1;
