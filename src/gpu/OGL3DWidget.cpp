@@ -262,8 +262,11 @@ void OGL3DWidget::visualize()
     reshape();
     setViewport(squareViewportOfExactSide(viewWidth, viewHeight));
     const QMatrix4x4 matrix(&vp(0, 0));
-    shaderProgram->bind();
-    shaderProgram->setUniformValue("u_mvpMatrix", matrix);
+    // Qt links a program that is not linked at each of these calls, and prints why it cannot.
+    if (shaderProgram->isLinked()) {
+        shaderProgram->bind();
+        shaderProgram->setUniformValue("u_mvpMatrix", matrix);
+    }
     glLineWidth(1.5F);
     floorGrid->draw();
     glLineWidth(3.5F);

@@ -1,6 +1,7 @@
 #include "gpu/scene_view.h"
 
 #include <QApplication>
+#include <QGLShaderProgram>
 #include <QOpenGLContext>
 #include <QOpenGLFunctions>
 #include <QtTest>
@@ -21,6 +22,14 @@ struct Draw
 };
 
 std::vector<Draw>* draws = nullptr; // recorded here while it is set
+
+int messages = 0; // of Qt, while countMessage() is installed
+
+void countMessage(QtMsgType /*type*/, const QMessageLogContext& /*context*/,
+                  const QString& /*text*/)
+{
+    ++messages;
+}
 
 } // namespace
 
@@ -55,6 +64,7 @@ private slots:
     void withoutAccelerationTheMeshFollowsTheAxes();
     void floorAndAxesStandStillWhileTheMeshTurns();
     void projectionShowsAFrameLater();
+    void programThatDoesNotLinkIsDrawnWithoutFurtherMessages();
 
 private:
     std::vector<Draw> drawsOf(SceneView& view);
@@ -152,6 +162,30 @@ void TestSceneCalls::projectionShowsAFrameLater()
         QVERIFY(std::abs(static_cast<double>(seen[0].matrix[0]) - 1.0) < 1e-6);
         QVERIFY(std::abs(static_cast<double>(seen[0].matrix[5]) - height) < 1e-6);
     }
+}
+
+void TestSceneCalls::programThatDoesNotLinkIsDrawnWithoutFurtherMessages()
+{
+    SceneView view;
+    QVERIFY(view.showScene(320, 220, 1));
+    view.setAccStrenght(0, 1, 0);
+    view.makeCurrent();
+    // The program has two main functions then.
+    QVERIFY(view.shaderProgram->addShaderFromSourceCode(QGLShader::Vertex,
+                                                        "#version 330 core\nvoid main() {}\n"));
+    messages = 0;
+    const QtMessageHandler former = qInstallMessageHandler(countMessage);
+    const bool isLinked = view.shaderProgram->link();
+    const int messagesOfLink = messages;
+    const std::vector<Draw> first = drawsOf(view);
+    const std::vector<Draw> second = drawsOf(view);
+    qInstallMessageHandler(former);
+    QVERIFY(!isLinked);
+    QVERIFY(messagesOfLink > 0);
+    QCOMPARE(messages, messagesOfLink);
+    QVERIFY(!view.shaderProgram->isLinked());
+    QCOMPARE(first.size(), std::size_t{4});
+    QCOMPARE(second.size(), std::size_t{4});
 }
 
 QTEST_MAIN(TestSceneCalls)
