@@ -4,6 +4,7 @@
 #include "analysis/row_reader.h"
 
 #include <algorithm>
+#include <tuple>
 #include <utility>
 
 namespace analysis {
@@ -107,27 +108,44 @@ void readName(const std::string& path, Recording& recording)
 
 } // namespace
 
+namespace {
+
+double shareOf(std::uint64_t part, std::uint64_t all)
+{
+    return all > 0 ? static_cast<double>(part) / static_cast<double>(all) : 0.0;
+}
+
+double lostShareOf(const SlowReport& sensor)
+{
+    return shareOf(sensor.backward, sensor.samples + sensor.backward);
+}
+
+} // namespace
+
 double lostShareOf(const ReadReport& report)
 {
     const std::uint64_t torn = report.tornRows - std::min<std::uint64_t>(report.tornRows, 1);
     const std::uint64_t lost = torn + report.invalidRows + report.backwardRows;
     const std::uint64_t all = report.rows + report.repeatedRows + report.slowRows + lost;
-    return all > 0 ? static_cast<double>(lost) / static_cast<double>(all) : 0.0;
+    return std::max(
+        {shareOf(lost, all), lostShareOf(report.magnetometer), lostShareOf(report.barometer)});
 }
 
 std::string leftOutText(const ReadReport& report)
 {
-    const std::pair<std::uint64_t, const char*> reasons[] = {
-        {report.tornRows, "with another number of fields than the header"},
-        {report.invalidRows, "with a field that is no number from -1e9 to 1e9"},
-        {report.repeatedRows, "with the time of the last row that was kept"},
-        {report.backwardRows, "with a time before that of the last row that was kept"},
+    const std::tuple<std::uint64_t, const char*, const char*> reasons[] = {
+        {report.tornRows, "row", "with another number of fields than the header"},
+        {report.invalidRows, "row", "with a field that is no number from -1e9 to 1e9"},
+        {report.repeatedRows, "row", "with the time of the last row that was kept"},
+        {report.backwardRows, "row", "with a time before that of the last row that was kept"},
+        {report.magnetometer.backward, "sample", "of the magnetometer with a time before its last"},
+        {report.barometer.backward, "sample", "of the barometer with a time before its last"},
     };
     std::string text;
-    for (const auto& [number, what] : reasons) {
+    for (const auto& [number, what, why] : reasons) {
         if (number > 0) {
-            text += (text.empty() ? "" : ", ") + std::to_string(number) +
-                    (number == 1 ? " row " : " rows ") + what;
+            text += (text.empty() ? "" : ", ") + std::to_string(number) + " " + what +
+                    (number == 1 ? " " : "s ") + why;
         }
     }
     return text;

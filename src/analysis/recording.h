@@ -32,6 +32,15 @@ struct VectorSeries
     Vectors values;
 };
 
+/// Numbers of the samples of a sensor that is slower than the rows.
+struct SlowReport
+{
+    std::uint64_t samples = 0; ///< that are in the recording
+    /// With a time before that of the last sample that was kept. They are left out; their rows are
+    /// not.
+    std::uint64_t backward = 0;
+};
+
 /// Numbers of the rows that the reader kept and left out.
 struct ReadReport
 {
@@ -43,6 +52,8 @@ struct ReadReport
     std::uint64_t backwardRows = 0; ///< with a time before that of the last row that was kept
     /// Without a new sample of the slow sensor whose time the recording has. Nothing is lost.
     std::uint64_t slowRows = 0;
+    SlowReport magnetometer;
+    SlowReport barometer; ///< its times are also those of the temperatures
 };
 
 /// A recording with a higher share of lost rows is incomplete: our choice, the same as for samples
@@ -50,7 +61,8 @@ struct ReadReport
 constexpr double mostLostRows = 0.001;
 
 /// The rows that were left out, as a share of all; without the repeated ones, because the recording
-/// has a sample of their time, and without one torn row, with which a killed recording ends.
+/// has a sample of their time, and without one torn row, with which a killed recording ends. If a
+/// slow sensor has lost a larger share of its samples, that one.
 double lostShareOf(const ReadReport& report);
 
 /// What was left out and why, as part of a sentence; empty where nothing was.

@@ -230,6 +230,21 @@ SampleSplitter::SampleSplitter(const RowReader& reader)
                         reader.has(TEMP_BAROMETER))
 {}
 
+bool SampleSplitter::SlowTimes::take(Nanoseconds time, SlowReport& report)
+{
+    const bool isNew = time > m_last;
+    if (isNew) {
+        m_before = m_last;
+        m_last = time;
+        ++report.samples;
+    } else if (time != 0 && time != m_last && time != m_row && time != m_before) {
+        // A row may repeat an old sample: that one is kept already.
+        ++report.backward;
+    }
+    m_row = time;
+    return isNew;
+}
+
 SampleSplitter::New SampleSplitter::take(const RecordedRow& row, ReadReport& report)
 {
     New found;
@@ -252,12 +267,11 @@ SampleSplitter::New SampleSplitter::take(const RecordedRow& row, ReadReport& rep
     ++report.rows;
 
     const Nanoseconds magnetic = row.times[MAG_TIME];
-    if (m_hasMagnetometer && magnetic > m_lastMagnetometer) {
-        found.magnetometer = m_lastMagnetometer = magnetic;
+    if (m_hasMagnetometer && m_magnetometer.take(magnetic, report.magnetometer)) {
+        found.magnetometer = magnetic;
     }
     const Nanoseconds barometer = row.times[BARO_TIME];
-    const bool newBarometer = barometer > m_lastBarometer;
-    m_lastBarometer = std::max(m_lastBarometer, barometer);
+    const bool newBarometer = m_barometer.take(barometer, report.barometer);
     if (m_hasBarometer && newBarometer) {
         found.barometer = barometer;
     }

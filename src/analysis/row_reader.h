@@ -124,14 +124,28 @@ public:
     New take(const RecordedRow& row, ReadReport& report);
 
 private:
+    /// The times of a sensor that is slower than the rows.
+    class SlowTimes
+    {
+    public:
+        /// @param time of the sensor in the next row; 0 if it has no sample
+        /// @return whether this is a new sample that is kept
+        bool take(Nanoseconds time, SlowReport& report);
+
+    private:
+        Nanoseconds m_last = 0;   ///< of the last sample that was kept
+        Nanoseconds m_before = 0; ///< of the one before it
+        Nanoseconds m_row = 0;    ///< of the last row
+    };
+
     FIELD m_time; ///< the time by which the rows are ordered
     bool m_hasMagnetometer;
     bool m_hasBarometer;
     bool m_hasTemperatures;
     bool m_any = false;
     Nanoseconds m_last = 0;
-    Nanoseconds m_lastMagnetometer = 0;
-    Nanoseconds m_lastBarometer = 0;
+    SlowTimes m_magnetometer;
+    SlowTimes m_barometer;
     std::optional<Nanoseconds> m_lastTemperatures;
 };
 

@@ -115,7 +115,7 @@ void addConvert(CLI::App& program, Action& action)
         ->type_name("AXES")
         ->check(CLI::IsMember(namesOf(turns)));
     verb->footer("Exit status: 0 converted, 1 not done, 2 wrong usage, 3 converted, but more than "
-                 "0.1 % of the rows are lost.");
+                 "0.1 % of the rows or of a sensor's samples are lost.");
     verb->callback([options, form, axes, &action] {
         options->format = forms.at(*form);
         options->source = terminal::oneLine(options->input.substr(options->input.rfind('/') + 1));

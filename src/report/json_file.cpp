@@ -63,7 +63,9 @@ json fileOf(const RecordingReport& report)
             {"torn_rows", read.tornRows},
             {"invalid_rows", read.invalidRows},
             {"repeated_rows", read.repeatedRows},
-            {"backward_rows", read.backwardRows}};
+            {"backward_rows", read.backwardRows},
+            {"backward_magnetometer_samples", read.magnetometer.backward},
+            {"backward_barometer_samples", read.barometer.backward}};
 }
 
 json timingOf(const RecordingReport& report)

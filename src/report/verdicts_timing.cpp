@@ -131,12 +131,14 @@ void judgeRows(const RecordingReport& report, std::vector<Verdict>& verdicts)
                     number(read.rows) + " of " + number(read.rows + bad),
                     "all; at most " + percentLimit(analysis::mostLostRows) + " lost (ours)",
                     "No row is torn, repeated or out of order."};
-    if (bad > 0) {
+    const bool stepsBack =
+        read.backwardRows + read.magnetometer.backward + read.barometer.backward > 0;
+    if (bad > 0 || stepsBack) {
         verdict.state =
             analysis::lostShareOf(read) <= analysis::mostLostRows ? STATE::WARNED : STATE::FAILED;
         verdict.why = "Left out: " + analysis::leftOutText(read) + ".";
     }
-    if (read.backwardRows > 0) {
+    if (stepsBack) {
         verdict.why += " The clock was set back, recordings were joined, or one time is far too "
                        "late.";
     }

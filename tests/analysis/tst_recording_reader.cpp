@@ -67,6 +67,8 @@ private slots:
     void rowsBeforeTheLastKeptOneAreLeftOut();
     void repeatsOfASlowSensorAreNoRows_data();
     void repeatsOfASlowSensorAreNoRows();
+    void samplesOfASlowSensorWithAnEarlierTimeAreCounted_data();
+    void samplesOfASlowSensorWithAnEarlierTimeAreCounted();
     void zerosAreNoTemperatures();
     void unknownColumnIsPassed();
     void lastLineWithoutLineFeedIsARow();
@@ -251,6 +253,15 @@ void TestRecordingReader::rowsBeforeTheLastKeptOneAreLeftOut()
     QCOMPARE(lostShareOf(torn), 1.0 / 11.0);
     torn.slowRows = 80;
     QCOMPARE(lostShareOf(torn), 1.0 / 91.0);
+    torn.magnetometer = {1000, 1};
+    QCOMPARE(lostShareOf(torn), 1.0 / 91.0); // the larger share
+    torn.barometer = {4, 1};
+    QCOMPARE(lostShareOf(torn), 1.0 / 5.0);
+    torn.magnetometer.backward = 2;
+    torn.tornRows = 0;
+    QCOMPARE(leftOutText(torn), std::string("2 samples of the magnetometer with a time before its "
+                                            "last, 1 sample of the barometer with a time before "
+                                            "its last"));
 }
 
 void TestRecordingReader::repeatsOfASlowSensorAreNoRows_data()
@@ -285,6 +296,52 @@ void TestRecordingReader::repeatsOfASlowSensorAreNoRows()
     QTEST(static_cast<int>(recording->report.repeatedRows), "repeated");
     QTEST(static_cast<int>(recording->report.backwardRows), "backward");
     QTEST(static_cast<int>(recording->report.slowRows), "slow");
+}
+
+void TestRecordingReader::samplesOfASlowSensorWithAnEarlierTimeAreCounted_data()
+{
+    QTest::addColumn<QByteArray>("times"); // of the sensor in the rows
+    QTest::addColumn<int>("samples");
+    QTest::addColumn<int>("backward");
+    QTest::newRow("repeats") << QByteArray("5 5 5 6 6 7") << 3 << 0;
+    QTest::newRow("no sample in between") << QByteArray("0 5 0 5 6 0") << 2 << 0;
+    QTest::newRow("far too late") << QByteArray("5 6 9 7 7 8 8 8") << 3 << 2;
+    QTest::newRow("set back") << QByteArray("5 6 1 1 2 2 3 3") << 2 << 3;
+    QTest::newRow("the former sample again, with each row")
+        << QByteArray("5 6 5 6 5 6 7") << 3 << 0;
+    QTest::newRow("the former sample again, from then on")
+        << QByteArray("4 5 6 5 5 5 5 5") << 3 << 0;
+    QTest::newRow("an older sample again") << QByteArray("4 5 6 4 4 4 4 4") << 3 << 1;
+}
+
+void TestRecordingReader::samplesOfASlowSensorWithAnEarlierTimeAreCounted()
+{
+    QFETCH(QByteArray, times);
+    QFETCH(int, samples);
+    QFETCH(int, backward);
+    const QList<QByteArray> fields = times.split(' ');
+    for (const bool isBarometer : {false, true}) {
+        std::string text =
+            isBarometer ? "idx,imu_Timestamp[sec],baro_Timestamp[sec],press[hPa],rel_alt[m],\n"
+                        : "idx,imu_Timestamp[sec],mag_Timestamp[sec],magX[uT],magY[uT],"
+                          "magZ[uT],\n";
+        for (int i = 0; i < fields.size(); ++i) {
+            text += std::to_string(i) + "," + std::to_string(100 + i) + "," +
+                    fields[i].toStdString() + (isBarometer ? ",1,1,\n" : ",1,1,1,\n");
+        }
+        const auto recording = parse(text);
+        QVERIFY(recording);
+        const ReadReport& report = recording->report;
+        QCOMPARE(static_cast<int>(report.rows), fields.size());
+        const SlowReport& sensor = isBarometer ? report.barometer : report.magnetometer;
+        QCOMPARE(static_cast<int>(sensor.samples), samples);
+        QCOMPARE(static_cast<int>(sensor.backward), backward);
+        QCOMPARE(static_cast<int>(isBarometer ? recording->barometerTimes.size()
+                                              : recording->magneticField.times.size()),
+                 samples);
+        QCOMPARE(lostShareOf(report), backward / static_cast<double>(samples + backward));
+        QCOMPARE(leftOutText(report).empty(), backward == 0);
+    }
 }
 
 void TestRecordingReader::zerosAreNoTemperatures()

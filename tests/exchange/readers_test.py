@@ -336,6 +336,17 @@ class Refused(Case):
         self.assertIn(": 1000 samples of the IMU, ", done.stdout)
         self.assertEqual(len(numpy.load(self.folder / "out.npz")["imu_time_ns"]), 1000)
 
+    def test_a_time_of_a_slow_sensor_that_is_far_too_late_is_a_failure(self):
+        rows = list(made.rows(2000))
+        rows[1000][2] = made.time(made.START_US + 3_600_000_000)
+        made.write(self.input, rows)
+        later = len({row[2] for row in rows[1001:]} - {row[2] for row in rows[:1000]})
+        done = convert(self.input, self.folder / "out.npz", "--to", "npz")
+        self.assertEqual((done.returncode, done.stderr),
+                         (LOST_ROWS, f"gravimon-log: {self.input}: left out: {later} samples of the magnetometer with a time "
+                                     "before its last\n"))
+        self.assertEqual(len(numpy.load(self.folder / "out.npz")["imu_time_ns"]), 2000)
+
 
 def doubles(data, offset, count):
     return struct.unpack_from(f"<{count}d", data, offset)

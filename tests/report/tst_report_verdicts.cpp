@@ -59,7 +59,7 @@ RecordingReport soundReport()
 RecordingReport badReport()
 {
     RecordingReport report = soundReport();
-    report.read = {0, 1000, 1, 2, 3, 4};
+    report.read = {0, 1000, 1, 2, 3, 4, 0, {}, {}};
     report.timing.durationSeconds = 5.0;
     report.timing.rateHz = 300.0;
     report.timing.jitterSeconds = 5e-4;
@@ -143,6 +143,7 @@ private slots:
     void everyVerdictIsInTheTable();
     void rowsAreJudgedByTheShareThatIsLost_data();
     void rowsAreJudgedByTheShareThatIsLost();
+    void samplesOfASlowSensorAreJudgedWithTheRows();
     void spikesAreAShareOfTheRest_data();
     void spikesAreAShareOfTheRest();
     void decimationHasOneFactor_data();
@@ -440,6 +441,21 @@ void TestReportVerdicts::rowsAreJudgedByTheShareThatIsLost()
     report.read.repeatedRows = static_cast<std::uint64_t>(repeated);
     report.read.backwardRows = static_cast<std::uint64_t>(backward);
     QTEST(static_cast<int>(verdictOf(report, "rows").state), "state");
+}
+
+void TestReportVerdicts::samplesOfASlowSensorAreJudgedWithTheRows()
+{
+    RecordingReport report = soundReport();
+    report.read.magnetometer = {9999, 1};
+    const Verdict warned = verdictOf(report, "rows");
+    QVERIFY(warned.state == STATE::WARNED);
+    QCOMPARE(
+        QString::fromStdString(warned.why),
+        QString("Left out: 1 sample of the magnetometer with a time before its last. The clock "
+                "was set back, recordings were joined, or one time is far too late."));
+    report = soundReport();
+    report.read.barometer = {100, 100};
+    QVERIFY(verdictOf(report, "rows").state == STATE::FAILED);
 }
 
 void TestReportVerdicts::spikesAreAShareOfTheRest_data()
