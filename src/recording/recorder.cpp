@@ -103,8 +103,6 @@ const std::array<Group, 10> groups{{
      }},
 }};
 
-constexpr double warningGigabytes = 10.0;
-
 } // namespace
 
 QString fileName(const QDateTime& localTime, const QString& model, unsigned int serialNumber)
@@ -151,19 +149,6 @@ void writeRow(QTextStream& stream, const RecOptions& options, const Row& row)
 double periodSec(int sampleFreq)
 {
     return 1.0 / static_cast<double>(sampleFreq);
-}
-
-QString freeSpaceText(double gigabytes, const QString& path)
-{
-    return QCoreApplication::translate("MainWindow", "Disk Free Space: %1 Gb  on %2")
-        .arg(gigabytes, 4, 'f', 1, QLatin1Char(' '))
-        .arg(path);
-}
-
-QString freeSpaceStyle(double gigabytes)
-{
-    return gigabytes < warningGigabytes ? QStringLiteral("color : rgb(250,20,20);")
-                                        : QStringLiteral("color : rgb(20,20,20);");
 }
 
 } // namespace recorder

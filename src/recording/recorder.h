@@ -50,9 +50,4 @@ void writeRow(QTextStream& stream, const RecOptions& options, const Row& row);
 /// Shortest time between two rows in seconds; infinite for a frequency of 0.
 double periodSec(int sampleFreq);
 
-/// "Disk Free Space: %1 Gb  on %2", the number (of 2^30 bytes) with one digit after the point.
-QString freeSpaceText(double gigabytes, const QString& path);
-/// Style sheet of that text: red below 10 GiB. A warning only; no recording is refused for it.
-QString freeSpaceStyle(double gigabytes);
-
 } // namespace recorder

@@ -9,6 +9,7 @@
 #include "recording/recorder.h"
 #include "sensors/sensor_math.h"
 #include "ui_mainwindow.h"
+#include "viewer/free_space.h"
 
 #include <QByteArray>
 #include <QDateTime>
@@ -145,8 +146,8 @@ void MainWindow::printDiskFreeSpace()
 
 void MainWindow::setFreeSpace(double gigabytes, const QString& path)
 {
-    freeSpaceLabel.setStyleSheet(recorder::freeSpaceStyle(gigabytes));
-    freeSpaceLabel.setText(recorder::freeSpaceText(gigabytes, path));
+    freeSpaceLabel.setStyleSheet(freespace::style(gigabytes));
+    freeSpaceLabel.setText(freespace::text(gigabytes, path));
 }
 
 void MainWindow::on_pushButton_rec_option_clicked()

@@ -1,4 +1,4 @@
-// The CSV file's name, header and rows, and the free space text.
+// The CSV file's name, header and rows.
 
 #include "recording/recorder.h"
 
@@ -325,13 +325,11 @@ private slots:
         std::setlocale(LC_ALL, "de_DE.UTF-8"); // NOLINT(concurrency-mt-unsafe): no other thread
         const QByteArray decimalPoint = std::localeconv()->decimal_point; // NOLINT(concurrency-*)
         const QString german = written(optionsOf(127), sampleRow());
-        const QString german2 = recorder::freeSpaceText(12.34, QStringLiteral("/x"));
         QLocale::setDefault(before);
         std::setlocale(LC_ALL, "C.UTF-8"); // NOLINT(concurrency-mt-unsafe)
         qunsetenv("LOCPATH");
         QCOMPARE(decimalPoint, QByteArray(","));
         QCOMPARE(german, plain);
-        QCOMPARE(german2, QStringLiteral("Disk Free Space: 12.3 Gb  on /x"));
     }
 
     void fileNameIsComposedOfTimeModelAndSerial()
@@ -374,23 +372,6 @@ private slots:
         QCOMPARE(recorder::periodSec(400), 0.0025);
         QCOMPARE(recorder::periodSec(1), 1.0);
         QVERIFY(std::isinf(recorder::periodSec(0)));
-    }
-
-    void freeSpaceWarnsByTheValueNotByTheText()
-    {
-        constexpr double gibibytes = 10683731149.0 / (1 << 30); // 9.95, the last byte rounded up
-        QCOMPARE(recorder::freeSpaceText(gibibytes, QStringLiteral("/d")),
-                 QStringLiteral("Disk Free Space: 10.0 Gb  on /d"));
-        QCOMPARE(recorder::freeSpaceStyle(gibibytes), QStringLiteral("color : rgb(250,20,20);"));
-        QCOMPARE(recorder::freeSpaceStyle(10.0), QStringLiteral("color : rgb(20,20,20);"));
-        QCOMPARE(recorder::freeSpaceText(3.0, QStringLiteral("/d")),
-                 QStringLiteral("Disk Free Space:  3.0 Gb  on /d"));
-    }
-
-    void pathWithPercentSignsStays()
-    {
-        QCOMPARE(recorder::freeSpaceText(100.0, QStringLiteral("/a%1b")),
-                 QStringLiteral("Disk Free Space: 100.0 Gb  on /a%1b"));
     }
 };
 
