@@ -5,6 +5,7 @@
 
 #include "support/viewersession.h"
 
+#include "viewer/chart_limits.h"
 #include "viewer/sensor_sample.h"
 
 #include <QFile>
@@ -175,11 +176,11 @@ void longestSample(benchmark::State& state, bool inSteps)
         std::thread sensorThread([&] {
             sensorsample::Sampler sampler({probe.imuEffectiveRate, probe.imuStartTime},
                                           {probe.baroEffectiveRate, probe.baroStartTime},
-                                          {probe.magEffectiveRate, probe.magStartTime},
-                                          {probe.accelRange, probe.gyroRange, probe.magRange,
-                                           probe.orientRange, probe.pressureMax, probe.pressureMin,
-                                           probe.altitudeMax, probe.altitudeMin,
-                                           probe.temperatureMax, probe.temperatureMin});
+                                          {probe.magEffectiveRate, probe.magStartTime});
+            const chartlimits::Limits limits{
+                probe.accelRange,     probe.gyroRange,     probe.magRange,    probe.orientRange,
+                probe.pressureMax,    probe.pressureMin,   probe.altitudeMax, probe.altitudeMin,
+                probe.temperatureMax, probe.temperatureMin};
             SensorsEntry entry;
             for (std::uint64_t i = 0; i <= samples; ++i) {
                 fill(i, true, entry);
@@ -188,6 +189,7 @@ void longestSample(benchmark::State& state, bool inSteps)
                     if (!sample.has_value()) {
                         return;
                     }
+                    chartlimits::widen(limits, *sample);
                     locked.measure([&] {
                         const QMutexLocker lock(&probe.dataMutex);
                         probe.appendToSeries(*sample);

@@ -1,6 +1,30 @@
 #include "viewer/chart_limits.h"
 
+#include "sensors/sensor_math.h"
+
+#include <algorithm>
+
+namespace sm = sensormath;
+
 namespace chartlimits {
+
+void widen(const Limits& limits, const sensorsample::Sample& sample)
+{
+    limits.accel = widenedRange(limits.accel, sm::largestMagnitude(sample.acceleration));
+    limits.gyro = widenedRange(limits.gyro, sm::largestMagnitude(sample.angularVelocity));
+    if (!sm::isSaturated(sample.field)) {
+        limits.mag = widenedRange(limits.mag, sm::largestMagnitude(sample.field));
+    }
+    limits.orient = widenedRange(limits.orient, sm::largestMagnitude(sample.angles));
+    limits.pressureMax = widenedPressureMax(limits.pressureMax, sample.pressure);
+    limits.pressureMin = widenedPressureMin(limits.pressureMin, sample.pressure);
+    limits.altitudeMax = widenedAltitudeMax(limits.altitudeMax, sample.altitude);
+    limits.altitudeMin = widenedAltitudeMin(limits.altitudeMin, sample.altitude);
+    limits.temperatureMax =
+        widenedTemperatureMax(limits.temperatureMax, std::max(sample.left, sample.right));
+    limits.temperatureMin =
+        widenedTemperatureMin(limits.temperatureMin, std::min(sample.left, sample.right));
+}
 
 float widenedRange(float range, float magnitude)
 {

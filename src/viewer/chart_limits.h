@@ -1,7 +1,8 @@
 /// @file
-/// The limits of the chart's value axis, and how a new value widens them. Without Qt.
+/// The limits of the chart's value axis, and how a new sample widens them. Without Qt.
 #pragma once
 
+#include "viewer/sensor_sample.h"
 #include "viewer/shared.h"
 
 namespace chartlimits {
@@ -20,6 +21,10 @@ struct Limits
     Shared<float>& temperatureMax;
     Shared<float>& temperatureMin;
 };
+
+/// Widens each limit by its value of the sample; a saturated field leaves its limit alone. One
+/// thread at a time.
+void widen(const Limits& limits, const sensorsample::Sample& sample);
 
 // Each takes a limit and a new value and returns the new limit.
 

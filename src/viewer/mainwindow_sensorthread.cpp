@@ -7,6 +7,7 @@
 #include "gpu/OGL3DWidget.h"
 #include "sensors/time_slice.h"
 #include "ui_mainwindow.h"
+#include "viewer/chart_limits.h"
 #include "viewer/sensor_sample.h"
 
 #include <QMutexLocker>
@@ -22,11 +23,12 @@ void MainWindow::dataThreadFunc()
     // short time slice is refused, the thread runs with the usual one.
     timeslice::requestShortest();
 
-    sensorsample::Sampler sampler(
-        {imuEffectiveRate, imuStartTime}, {baroEffectiveRate, baroStartTime},
-        {magEffectiveRate, magStartTime},
-        {accelRange, gyroRange, magRange, orientRange, pressureMax, pressureMin, altitudeMax,
-         altitudeMin, temperatureMax, temperatureMin});
+    sensorsample::Sampler sampler({imuEffectiveRate, imuStartTime},
+                                  {baroEffectiveRate, baroStartTime},
+                                  {magEffectiveRate, magStartTime});
+    const chartlimits::Limits limits{accelRange,     gyroRange,     magRange,    orientRange,
+                                     pressureMax,    pressureMin,   altitudeMax, altitudeMin,
+                                     temperatureMax, temperatureMin};
     do {
         InputThreadModul* const input = inputThread;
         if (input == nullptr || !input->camera.isOpened()) {
@@ -47,6 +49,7 @@ void MainWindow::dataThreadFunc()
         // Any other failure is temporary: the record is used as it is, usually without a new
         // sample.
         if (const auto sample = sampler.take(sensorsData); sample.has_value()) {
+            chartlimits::widen(limits, *sample);
             magCalibrated = sample->fieldIsCalibrated;
             elapsedSec = sample->time;
             showInView(*sample);

@@ -1,14 +1,11 @@
 #include "viewer/sensor_sample.h"
 
-#include <algorithm>
-
 namespace sm = sensormath;
 
 namespace sensorsample {
 
-Sampler::Sampler(const Stream& imu, const Stream& barometer, const Stream& magnetometer,
-                 const chartlimits::Limits& limits)
-    : m_imu(imu), m_barometer(barometer), m_magnetometer(magnetometer), m_limits(limits)
+Sampler::Sampler(const Stream& imu, const Stream& barometer, const Stream& magnetometer)
+    : m_imu(imu), m_barometer(barometer), m_magnetometer(magnetometer)
 {}
 
 bool Sampler::isNew(Clocked& stream, std::uint64_t timestampNs)
@@ -47,7 +44,8 @@ std::optional<Sample> Sampler::take(const om::SensorsData& record)
     sample.barometer = slowSample(m_barometer, record.barometer);
     sample.magnetometer = slowSample(m_magnetometer, record.magnetometer);
     takeMotion(record, sample);
-    takeAir(record, sample);
+    sample.pressure = sm::hectopascals(record.barometer.pressure);
+    sample.altitude = record.barometer.relativeAltitude;
     takeTemperatures(record, sample);
     return sample;
 }
@@ -58,33 +56,12 @@ void Sampler::takeMotion(const om::SensorsData& record, Sample& sample)
     sample.acceleration = imu.linearAcceleration;
     sample.direction = sm::unit(sample.acceleration);
     sample.angularVelocity = imu.angularVelocity;
-    m_limits.accel =
-        chartlimits::widenedRange(m_limits.accel, sm::largestMagnitude(sample.acceleration));
-    m_limits.gyro =
-        chartlimits::widenedRange(m_limits.gyro, sm::largestMagnitude(sample.angularVelocity));
-
     sample.field = record.magnetometer.magneticFieldUncalibrated;
     sample.fieldIsCalibrated =
         sm::differ(record.magnetometer.magneticFieldCalibrated, sample.field);
-    if (!sm::isSaturated(sample.field)) {
-        m_limits.mag = chartlimits::widenedRange(m_limits.mag, sm::largestMagnitude(sample.field));
-    }
-
     sample.angles = sm::eulerDegrees(record);
-    m_limits.orient =
-        chartlimits::widenedRange(m_limits.orient, sm::largestMagnitude(sample.angles));
     sample.orientation = imu.pose.getOrientation();
     sample.movingState = record.cameraMovingState;
-}
-
-void Sampler::takeAir(const om::SensorsData& record, Sample& sample)
-{
-    sample.pressure = sm::hectopascals(record.barometer.pressure);
-    m_limits.pressureMax = chartlimits::widenedPressureMax(m_limits.pressureMax, sample.pressure);
-    m_limits.pressureMin = chartlimits::widenedPressureMin(m_limits.pressureMin, sample.pressure);
-    sample.altitude = record.barometer.relativeAltitude;
-    m_limits.altitudeMax = chartlimits::widenedAltitudeMax(m_limits.altitudeMax, sample.altitude);
-    m_limits.altitudeMin = chartlimits::widenedAltitudeMin(m_limits.altitudeMin, sample.altitude);
 }
 
 void Sampler::takeTemperatures(const om::SensorsData& record, Sample& sample)
@@ -92,10 +69,6 @@ void Sampler::takeTemperatures(const om::SensorsData& record, Sample& sample)
     sample.temperatureFallback = m_boardTemperatures.take(record);
     sample.left = m_boardTemperatures.left();
     sample.right = m_boardTemperatures.right();
-    m_limits.temperatureMax = chartlimits::widenedTemperatureMax(
-        m_limits.temperatureMax, std::max(sample.left, sample.right));
-    m_limits.temperatureMin = chartlimits::widenedTemperatureMin(
-        m_limits.temperatureMin, std::min(sample.left, sample.right));
 }
 
 } // namespace sensorsample

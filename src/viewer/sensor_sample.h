@@ -1,11 +1,9 @@
 /// @file
-/// Converts a record of the camera library to one sample in the program's units, and updates the
-/// limits of the chart. Without Qt.
+/// Converts a record of the camera library to one sample in the program's units. Without Qt.
 #pragma once
 
 #include "camera/camera_library.h"
 #include "sensors/sensor_math.h"
-#include "viewer/chart_limits.h"
 #include "viewer/shared.h"
 
 #include <cstdint>
@@ -53,12 +51,11 @@ struct Stream
 };
 
 /// One run of the sensor thread. Its first valid IMU record only sets the clock. The variables that
-/// the streams and the limits refer to must outlive it. One thread uses it.
+/// the streams refer to must outlive it. One thread uses it.
 class Sampler
 {
 public:
-    Sampler(const Stream& imu, const Stream& barometer, const Stream& magnetometer,
-            const chartlimits::Limits& limits);
+    Sampler(const Stream& imu, const Stream& barometer, const Stream& magnetometer);
 
     /// The sample of a record that was just polled; none if its IMU time is not new.
     std::optional<Sample> take(const om::SensorsData& record);
@@ -73,14 +70,12 @@ private:
     static bool isNew(Clocked& stream, std::uint64_t timestampNs);
     template <typename Block>
     static Sample::Slow slowSample(Clocked& stream, const Block& block);
-    void takeMotion(const om::SensorsData& record, Sample& sample);
-    void takeAir(const om::SensorsData& record, Sample& sample);
+    static void takeMotion(const om::SensorsData& record, Sample& sample);
     void takeTemperatures(const om::SensorsData& record, Sample& sample);
 
     Clocked m_imu;
     Clocked m_barometer;
     Clocked m_magnetometer;
-    chartlimits::Limits m_limits;
     sensormath::BoardTemperatures m_boardTemperatures;
 };
 

@@ -2,7 +2,6 @@
 
 #include <QtTest>
 
-#include <functional>
 #include <vector>
 
 using sensorsample::Sample;
@@ -43,12 +42,6 @@ om::SensorsData withMagnetometer(om::SensorsData data, std::uint64_t timestamp)
     return data;
 }
 
-om::SensorsData changed(om::SensorsData data, const std::function<void(om::SensorsData&)>& change)
-{
-    change(data);
-    return data;
-}
-
 Values valuesOf(const om::Vector3<float>& v)
 {
     return {v.x, v.y, v.z};
@@ -68,21 +61,7 @@ struct Run
     std::uint64_t imuStart = 0;
     std::uint64_t baroStart = 0;
     std::uint64_t magStart = 0;
-    Shared<float> accel = 15.0F;
-    Shared<float> gyro = 15.0F;
-    Shared<float> mag = 6.5F;
-    Shared<float> orient = 45.0F;
-    Shared<float> pressureMax = 1050.0F;
-    Shared<float> pressureMin = 1000.0F;
-    Shared<float> altitudeMax = 5.0F;
-    Shared<float> altitudeMin = 0.0F;
-    Shared<float> temperatureMax = 45.0F;
-    Shared<float> temperatureMin = 45.0F;
-    Sampler sampler{{imuRate, imuStart},
-                    {baroRate, baroStart},
-                    {magRate, magStart},
-                    {accel, gyro, mag, orient, pressureMax, pressureMin, altitudeMax, altitudeMin,
-                     temperatureMax, temperatureMin}};
+    Sampler sampler{{imuRate, imuStart}, {baroRate, baroStart}, {magRate, magStart}};
 
     /// The sample of a record after one that only sets the clock.
     Sample only(const om::SensorsData& data)
@@ -90,18 +69,9 @@ struct Run
         sampler.take(record(data.imu.timestamp - period));
         return sampler.take(data).value();
     }
-
-    Values limits() const
-    {
-        return {accel,       gyro,        mag,         orient,         pressureMax,
-                pressureMin, altitudeMax, altitudeMin, temperatureMax, temperatureMin};
-    }
 };
 
 } // namespace
-
-Q_DECLARE_METATYPE(om::SensorsData)
-Q_DECLARE_METATYPE(Values)
 
 class TestSensorSample : public QObject
 {
@@ -132,9 +102,7 @@ private slots:
         QFETCH(std::uint64_t, timestamp);
         Run run;
         run.only(record(start + period));
-        const Values before = run.limits();
         auto repeat = withMagnetometer(withBarometer(record(timestamp), start), start);
-        repeat.imu.linearAcceleration = {99.0F, 99.0F, 99.0F};
         repeat.imu.effectiveRate = 123.0F;
         QVERIFY(!run.sampler.take(repeat).has_value());
         QCOMPARE(static_cast<double>(run.imuRate), 123.0);
@@ -142,7 +110,6 @@ private slots:
         QCOMPARE(static_cast<double>(run.baroRate), 0.0);
         QCOMPARE(static_cast<double>(run.magRate), 0.0);
         QCOMPARE(run.baroStart, std::uint64_t(0));
-        QCOMPARE(run.limits(), before);
     }
 
     void aSlowStreamHasAClockOfItsOwn_data()
@@ -244,63 +211,6 @@ private slots:
         QVERIFY(run.sampler.take(data).value().fieldIsCalibrated);
     }
 
-    void aSampleWidensTheLimitsOfItsValuesOnly_data()
-    {
-        QTest::addColumn<om::SensorsData>("data");
-        QTest::addColumn<int>("limit");
-        QTest::addColumn<float>("widened");
-        const auto row = [](const char* name, int limit, float widened,
-                            const std::function<void(om::SensorsData&)>& change) {
-            QTest::newRow(name) << changed(record(start + period), change) << limit << widened;
-        };
-        using Data = om::SensorsData;
-        row("nothing", -1, 0.0F, [](Data&) {});
-        row("acceleration", 0, 20.0F, [](Data& d) { d.imu.linearAcceleration.y = -20.0F; });
-        row("angular velocity", 1, 30.0F, [](Data& d) { d.imu.angularVelocity.z = -30.0F; });
-        row("field", 2, 40.0F, [](Data& d) {
-            d.magnetometer.magneticFieldUncalibrated = {-40.0F, 0.0F, 0.0F};
-        });
-        row("saturated field", -1, 0.0F, [](Data& d) {
-            d.magnetometer.magneticFieldUncalibrated = {-40.0F, 0.0F, -2048.0F};
-        });
-        row("pressure above", 4, 1151.0F, [](Data& d) { d.barometer.pressure = 105100.0F; });
-        row("pressure below", 5, 899.0F, [](Data& d) { d.barometer.pressure = 99900.0F; });
-        row("altitude above", 6, 11.0F, [](Data& d) { d.barometer.relativeAltitude = 10.0F; });
-        row("altitude below", 7, -11.0F, [](Data& d) { d.barometer.relativeAltitude = -10.0F; });
-        row("the left one warmer", 8, 55.0F,
-            [](Data& d) { d.temperature.values[Location::LEFT] = 50.0F; });
-        row("the right one warmer", 8, 55.0F,
-            [](Data& d) { d.temperature.values[Location::RIGHT] = 50.0F; });
-        row("the left one colder", 9, 35.0F,
-            [](Data& d) { d.temperature.values[Location::LEFT] = 40.0F; });
-        row("the right one colder", 9, 35.0F,
-            [](Data& d) { d.temperature.values[Location::RIGHT] = 40.0F; });
-    }
-
-    void aSampleWidensTheLimitsOfItsValuesOnly()
-    {
-        QFETCH(om::SensorsData, data);
-        QFETCH(int, limit);
-        QFETCH(float, widened);
-        Run run;
-        Values wanted = run.limits();
-        if (limit >= 0) {
-            wanted[static_cast<std::size_t>(limit)] = widened;
-        }
-        run.only(data);
-        QCOMPARE(run.limits(), wanted);
-    }
-
-    void anEulerAngleWidensItsLimit()
-    {
-        Run run;
-        om::SensorsData data = record(start + period);
-        data.imu.pose = turned(-1.5F, {0.0F, 0.0F, 1.0F});
-        const Sample sample = run.only(data);
-        QVERIFY(qAbs(static_cast<float>(run.orient) - 85.943669F) < 1e-3F);
-        QCOMPARE(static_cast<float>(run.orient), qAbs(sample.angles.z));
-    }
-
     void withoutABoardTemperatureTheImusStandsInForBoth_data()
     {
         QTest::addColumn<int>("absent");
@@ -318,8 +228,6 @@ private slots:
         QVERIFY(sample.temperatureFallback);
         QCOMPARE(sample.left, 30.0F);
         QCOMPARE(sample.right, 30.0F);
-        QCOMPARE(static_cast<float>(run.temperatureMin), 25.0F);
-        QCOMPARE(static_cast<float>(run.temperatureMax), 45.0F);
     }
 
     void withoutAnyTemperatureTheLastOnesStand()

@@ -76,13 +76,8 @@ private:
 
     Shared<double> m_rate;
     std::uint64_t m_start = 0;
-    Shared<float> m_limit;
     sensorsample::Stream m_stream{m_rate, m_start};
-    sensorsample::Sampler m_sampler{
-        m_stream,
-        m_stream,
-        m_stream,
-        {m_limit, m_limit, m_limit, m_limit, m_limit, m_limit, m_limit, m_limit, m_limit, m_limit}};
+    sensorsample::Sampler m_sampler{m_stream, m_stream, m_stream};
     RecOptions m_options;
     QByteArray m_text;
     int m_rows = 0;
