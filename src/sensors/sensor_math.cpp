@@ -1,29 +1,10 @@
 #include "sensors/sensor_math.h"
 
-#include <algorithm>
-#include <cmath>
-#include <limits>
-
 namespace sensormath {
 
 double seconds(std::uint64_t timestampUs)
 {
     return static_cast<double>(timestampUs) / 1e6;
-}
-
-float largestMagnitude(const om::Vector3<float>& v)
-{
-    return std::max({std::fabs(v.x), std::fabs(v.y), std::fabs(v.z)});
-}
-
-bool isSaturated(const om::Vector3<float>& magneticField)
-{
-    return std::fabs(magneticField.z) == 2048.0F;
-}
-
-bool differ(const om::Vector3<float>& a, const om::Vector3<float>& b)
-{
-    return a.x != b.x || a.y != b.y || a.z != b.z;
 }
 
 float degrees(float radian)
@@ -61,21 +42,9 @@ SensorTemperatures sensorTemperatures(const om::SensorsData& record)
     return temperatures;
 }
 
-om::Vector3<float> unit(const om::Vector3<float>& v)
-{
-    const float length = std::sqrt(v.x * v.x + v.y * v.y + v.z * v.z);
-    return {v.x / length, v.y / length, v.z / length};
-}
-
 float hectopascals(float pascals)
 {
     return static_cast<float>(static_cast<double>(pascals) / 100.0);
-}
-
-int shownRate(double reported, double nominal)
-{
-    const double rate = std::min(reported, nominal);
-    return rate > std::numeric_limits<int>::min() ? static_cast<int>(std::ceil(rate)) : 0;
 }
 
 } // namespace sensormath

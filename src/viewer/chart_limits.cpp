@@ -1,21 +1,18 @@
 #include "viewer/chart_limits.h"
 
-#include "sensors/sensor_math.h"
-
 #include <algorithm>
-
-namespace sm = sensormath;
+#include <cmath>
 
 namespace chartlimits {
 
 void widen(const Limits& limits, const sensorsample::Sample& sample)
 {
-    limits.accel = widenedRange(limits.accel, sm::largestMagnitude(sample.acceleration));
-    limits.gyro = widenedRange(limits.gyro, sm::largestMagnitude(sample.angularVelocity));
-    if (!sm::isSaturated(sample.field)) {
-        limits.mag = widenedRange(limits.mag, sm::largestMagnitude(sample.field));
+    limits.accel = widenedRange(limits.accel, largestMagnitude(sample.acceleration));
+    limits.gyro = widenedRange(limits.gyro, largestMagnitude(sample.angularVelocity));
+    if (!isSaturated(sample.field)) {
+        limits.mag = widenedRange(limits.mag, largestMagnitude(sample.field));
     }
-    limits.orient = widenedRange(limits.orient, sm::largestMagnitude(sample.angles));
+    limits.orient = widenedRange(limits.orient, largestMagnitude(sample.angles));
     limits.pressureMax = widenedPressureMax(limits.pressureMax, sample.pressure);
     limits.pressureMin = widenedPressureMin(limits.pressureMin, sample.pressure);
     limits.altitudeMax = widenedAltitudeMax(limits.altitudeMax, sample.altitude);
@@ -24,6 +21,16 @@ void widen(const Limits& limits, const sensorsample::Sample& sample)
         widenedTemperatureMax(limits.temperatureMax, std::max(sample.left, sample.right));
     limits.temperatureMin =
         widenedTemperatureMin(limits.temperatureMin, std::min(sample.left, sample.right));
+}
+
+float largestMagnitude(const om::Vector3<float>& v)
+{
+    return std::max({std::fabs(v.x), std::fabs(v.y), std::fabs(v.z)});
+}
+
+bool isSaturated(const om::Vector3<float>& magneticField)
+{
+    return std::fabs(magneticField.z) == 2048.0F;
 }
 
 float widenedRange(float range, float magnitude)

@@ -2,6 +2,7 @@
 /// The limits of the chart's value axis, and how a new sample widens them. Without Qt.
 #pragma once
 
+#include "camera/camera_library.h"
 #include "viewer/sensor_sample.h"
 #include "viewer/shared.h"
 
@@ -25,6 +26,12 @@ struct Limits
 /// Widens each limit by its value of the sample; a saturated field leaves its limit alone. One
 /// thread at a time.
 void widen(const Limits& limits, const sensorsample::Sample& sample);
+
+/// The largest absolute value of the three components.
+float largestMagnitude(const om::Vector3<float>& v);
+
+/// True for a saturated magnetometer reading: an absolute z of exactly 2048 uT.
+bool isSaturated(const om::Vector3<float>& magneticField);
 
 // Each takes a limit and a new value and returns the new limit.
 

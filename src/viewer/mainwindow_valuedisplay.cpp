@@ -2,10 +2,10 @@
 
 #include "viewer/mainwindow.h"
 
-#include "sensors/sensor_math.h"
 #include "ui_mainwindow.h"
 #include "viewer/live_text.h"
 #include "viewer/sensor_table.h"
+#include "viewer/shown_rate.h"
 
 #include <QMutexLocker>
 #include <QTimer>
@@ -59,5 +59,5 @@ void MainWindow::showValues(const QString& sensor)
         }
     }
     ui->label_sensor_rate->setText(
-        tr("%1 Hz").arg(sensormath::shownRate(this->*shown.rate, this->*shown.nominalRate)));
+        tr("%1 Hz").arg(shownRate(this->*shown.rate, this->*shown.nominalRate)));
 }

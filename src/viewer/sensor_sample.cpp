@@ -1,8 +1,21 @@
 #include "viewer/sensor_sample.h"
 
+#include <cmath>
+
 namespace sm = sensormath;
 
 namespace sensorsample {
+
+bool differ(const om::Vector3<float>& a, const om::Vector3<float>& b)
+{
+    return a.x != b.x || a.y != b.y || a.z != b.z;
+}
+
+om::Vector3<float> unit(const om::Vector3<float>& v)
+{
+    const float length = std::sqrt(v.x * v.x + v.y * v.y + v.z * v.z);
+    return {v.x / length, v.y / length, v.z / length};
+}
 
 Sampler::Sampler(const Stream& imu, const Stream& barometer, const Stream& magnetometer)
     : m_imu(imu), m_barometer(barometer), m_magnetometer(magnetometer)
@@ -10,7 +23,7 @@ Sampler::Sampler(const Stream& imu, const Stream& barometer, const Stream& magne
 
 bool Sampler::isNew(Clocked& stream, std::uint64_t timestampNs)
 {
-    using Verdict = sm::SampleClock::Verdict;
+    using Verdict = SampleClock::Verdict;
     const Verdict verdict = stream.clock.look(timestampNs);
     if (verdict == Verdict::First) {
         stream.startTime = timestampNs / 1000;
@@ -54,11 +67,10 @@ void Sampler::takeMotion(const om::SensorsData& record, Sample& sample)
 {
     const auto& imu = record.imu;
     sample.acceleration = imu.linearAcceleration;
-    sample.direction = sm::unit(sample.acceleration);
+    sample.direction = unit(sample.acceleration);
     sample.angularVelocity = imu.angularVelocity;
     sample.field = record.magnetometer.magneticFieldUncalibrated;
-    sample.fieldIsCalibrated =
-        sm::differ(record.magnetometer.magneticFieldCalibrated, sample.field);
+    sample.fieldIsCalibrated = differ(record.magnetometer.magneticFieldCalibrated, sample.field);
     sample.angles = sm::eulerDegrees(record);
     sample.orientation = imu.pose.getOrientation();
     sample.movingState = record.cameraMovingState;

@@ -4,12 +4,20 @@
 
 #include "camera/camera_library.h"
 #include "sensors/sensor_math.h"
+#include "viewer/sample_clock.h"
 #include "viewer/shared.h"
 
 #include <cstdint>
 #include <optional>
 
 namespace sensorsample {
+
+/// True if any component differs.
+bool differ(const om::Vector3<float>& a, const om::Vector3<float>& b);
+
+/// The vector divided by its Euclidean length, in float. For a zero vector no component is a
+/// number.
+om::Vector3<float> unit(const om::Vector3<float>& v);
 
 /// One new IMU sample with the current values of the other sensors.
 struct Sample
@@ -64,7 +72,7 @@ private:
     struct Clocked : Stream
     {
         explicit Clocked(const Stream& stream) : Stream(stream) {}
-        sensormath::SampleClock clock;
+        SampleClock clock;
     };
 
     static bool isNew(Clocked& stream, std::uint64_t timestampNs);

@@ -37,9 +37,10 @@ LIBRARY = "src/camera/camera_library.h"
 BEYOND_INTERFACE = re.compile(r"\bom::(?:[A-Z][A-Z_]*::[A-Z]\w*|SensorsData::\w+|_\w+|IMU\w+)|"
                               r"\b(?:_mag_calib_data|_imu_odr|IMUReaderData|IMUPose)\b")
 WITHOUT_QT = ("src/analysis/", "src/exchange/", "src/process/", "src/files/", "src/sensors/", "src/calibration/mag_calib.",
-              "src/calibration/orientcount.", "src/viewer/sensor_sample.", "src/viewer/chart_limits.",
-              "src/report/model", "src/report/rest.", "src/report/series.", "src/report/verdicts",
-              "src/report/number_text.", "src/report/json_file.", "src/report/yaml_file.")
+              "src/calibration/orientcount.", "src/viewer/sample_clock.", "src/viewer/sensor_sample.",
+              "src/viewer/chart_limits.", "src/viewer/shown_rate.", "src/report/model", "src/report/rest.",
+              "src/report/series.", "src/report/verdicts", "src/report/number_text.", "src/report/json_file.",
+              "src/report/yaml_file.")
 # The folders of om_tiv/ beside its public interface, and what each may include of the others, by room or by header.
 CLIENT = {"control/bench_client.h", "control/bench_path.h"}
 ROOMS = {

@@ -6,12 +6,9 @@
 #include <map>
 
 namespace sm = sensormath;
-using Verdict = sm::SampleClock::Verdict;
-
 using Location = om::SensorsData::TemperatureData::SENSOR_LOCATION;
 using Temperatures = std::map<Location, float>;
 
-Q_DECLARE_METATYPE(om::Vector3<float>)
 Q_DECLARE_METATYPE(Temperatures)
 
 namespace {
@@ -30,93 +27,11 @@ class TestSensorMath : public QObject
     Q_OBJECT
 
 private slots:
-    void timeStampsBelowOneMicrosecondAreAbsent()
-    {
-        sm::SampleClock clock;
-        QCOMPARE(clock.look(0), Verdict::Absent);
-        QCOMPARE(clock.look(999), Verdict::Absent);
-        // None of them was the first one.
-        QCOMPARE(clock.look(1000), Verdict::First);
-        QCOMPARE(clock.look(500), Verdict::Absent);
-        QCOMPARE(clock.look(1999), Verdict::Repeat);
-    }
-
-    void theFirstTimeStampOnlySetsTheClock()
-    {
-        sm::SampleClock clock;
-        QCOMPARE(clock.look(5'000'000), Verdict::First);
-        QCOMPARE(clock.look(7'500'000), Verdict::New);
-        QCOMPARE(clock.rate(), 400.0);
-    }
-
-    void theSameMicrosecondIsARepeat()
-    {
-        sm::SampleClock clock;
-        clock.look(5'000'000);
-        QCOMPARE(clock.look(5'000'999), Verdict::Repeat);
-        QCOMPARE(clock.look(5'001'000), Verdict::New);
-        QCOMPARE(clock.rate(), 1e6);
-        QCOMPARE(clock.look(5'001'001), Verdict::Repeat);
-        QCOMPARE(clock.rate(), 1e6);
-    }
-
-    void anEarlierTimeStampCountsAsNew()
-    {
-        sm::SampleClock clock;
-        clock.look(5'000'000);
-        QCOMPARE(clock.look(4'000'000), Verdict::New);
-    }
-
-    void theRateIsOneOverTheTimeSinceTheLastNewSample()
-    {
-        sm::SampleClock clock;
-        clock.look(1'000'000'000);
-        clock.look(1'000'000'000 + 20'000'000);
-        QCOMPARE(clock.rate(), 50.0);
-        clock.look(1'000'000'000 + 20'000'000);
-        clock.look(1'000'000'000 + 60'000'000);
-        QCOMPARE(clock.rate(), 25.0);
-    }
-
     void secondsHaveTheResolutionOfAMicrosecond()
     {
         QCOMPARE(sm::seconds(1'706'711'000'123'456), 1706711000.123456);
         QCOMPARE(sm::seconds(0), 0.0);
         QCOMPARE(sm::seconds(1), 1e-6);
-    }
-
-    void largestMagnitudeIgnoresTheSign_data()
-    {
-        QTest::addColumn<om::Vector3<float>>("vector");
-        QTest::addColumn<float>("magnitude");
-        QTest::newRow("x") << om::Vector3<float>(-3, 1, 2) << 3.0F;
-        QTest::newRow("y") << om::Vector3<float>(1, 3.5F, -2) << 3.5F;
-        QTest::newRow("z") << om::Vector3<float>(1, 2, -4) << 4.0F;
-        QTest::newRow("zero") << om::Vector3<float>() << 0.0F;
-    }
-
-    void largestMagnitudeIgnoresTheSign()
-    {
-        QFETCH(om::Vector3<float>, vector);
-        QFETCH(float, magnitude);
-        QCOMPARE(sm::largestMagnitude(vector), magnitude);
-    }
-
-    void onlyAThirdComponentOfExactly2048IsSaturated()
-    {
-        QVERIFY(sm::isSaturated({0, 0, 2048.0F}));
-        QVERIFY(sm::isSaturated({0, 0, -2048.0F}));
-        QVERIFY(!sm::isSaturated({2048.0F, 2048.0F, 0}));
-        QVERIFY(!sm::isSaturated({0, 0, 2047.9F}));
-        QVERIFY(!sm::isSaturated({0, 0, 2049.0F}));
-    }
-
-    void anyComponentMakesTriplesDiffer()
-    {
-        QVERIFY(!sm::differ({1, 2, 3}, {1, 2, 3}));
-        QVERIFY(sm::differ({1, 2, 3}, {1.0001F, 2, 3}));
-        QVERIFY(sm::differ({1, 2, 3}, {1, 2.0001F, 3}));
-        QVERIFY(sm::differ({1, 2, 3}, {1, 2, 3.0001F}));
     }
 
     void degreesAreComputedInDoubleAndRoundedToFloat()
@@ -192,45 +107,7 @@ private slots:
         QTEST(inside.barometer, "barometer");
     }
 
-    void theUnitVectorHasLengthOne()
-    {
-        const om::Vector3<float> u = sm::unit({2.0F, 3.0F, -6.0F});
-        QCOMPARE(u.x, 2.0F / 7.0F);
-        QCOMPARE(u.y, 3.0F / 7.0F);
-        QCOMPARE(u.z, -6.0F / 7.0F);
-    }
-
-    void theUnitOfAZeroVectorIsNotANumber()
-    {
-        const om::Vector3<float> u = sm::unit({0, 0, 0});
-        QVERIFY(std::isnan(u.x) && std::isnan(u.y) && std::isnan(u.z));
-    }
-
     void pressureIsShownInHectopascals() { QCOMPARE(sm::hectopascals(101325.0F), 1013.25F); }
-
-    void theShownRateIsCappedAndRoundedUp_data()
-    {
-        QTest::addColumn<double>("reported");
-        QTest::addColumn<double>("nominal");
-        QTest::addColumn<int>("shown");
-        QTest::newRow("IMU above nominal") << 400.2 << 400.0 << 400;
-        QTest::newRow("IMU below nominal") << 399.1 << 400.0 << 400;
-        QTest::newRow("IMU whole") << 399.0 << 400.0 << 399;
-        QTest::newRow("barometer") << 24.3 << 25.0 << 25;
-        QTest::newRow("magnetometer above") << 51.7 << 50.0 << 50;
-        QTest::newRow("no record yet") << 0.0 << 25.0 << 0;
-        QTest::newRow("endless") << qInf() << 400.0 << 400;
-        QTest::newRow("not a number") << qQNaN() << 400.0 << 0;
-        QTest::newRow("below all numbers") << -qInf() << 400.0 << 0;
-    }
-
-    void theShownRateIsCappedAndRoundedUp()
-    {
-        QFETCH(double, reported);
-        QFETCH(double, nominal);
-        QFETCH(int, shown);
-        QCOMPARE(sm::shownRate(reported, nominal), shown);
-    }
 };
 
 QTEST_GUILESS_MAIN(TestSensorMath)

@@ -49,6 +49,7 @@ Sample sampleWithin()
 
 } // namespace
 
+Q_DECLARE_METATYPE(om::Vector3<float>)
 Q_DECLARE_METATYPE(Sample)
 
 class TestChartLimits : public QObject
@@ -109,6 +110,32 @@ private slots:
             start.take(sample);
         }
         QCOMPARE(static_cast<float>(start.pressureMax), 1252.0F);
+    }
+
+    void largestMagnitudeIgnoresTheSign_data()
+    {
+        QTest::addColumn<om::Vector3<float>>("vector");
+        QTest::addColumn<float>("magnitude");
+        QTest::newRow("x") << om::Vector3<float>(-3, 1, 2) << 3.0F;
+        QTest::newRow("y") << om::Vector3<float>(1, 3.5F, -2) << 3.5F;
+        QTest::newRow("z") << om::Vector3<float>(1, 2, -4) << 4.0F;
+        QTest::newRow("zero") << om::Vector3<float>() << 0.0F;
+    }
+
+    void largestMagnitudeIgnoresTheSign()
+    {
+        QFETCH(om::Vector3<float>, vector);
+        QFETCH(float, magnitude);
+        QCOMPARE(largestMagnitude(vector), magnitude);
+    }
+
+    void onlyAThirdComponentOfExactly2048IsSaturated()
+    {
+        QVERIFY(isSaturated({0, 0, 2048.0F}));
+        QVERIFY(isSaturated({0, 0, -2048.0F}));
+        QVERIFY(!isSaturated({2048.0F, 2048.0F, 0}));
+        QVERIFY(!isSaturated({0, 0, 2047.9F}));
+        QVERIFY(!isSaturated({0, 0, 2049.0F}));
     }
 
     void rangesOnlyGrow()

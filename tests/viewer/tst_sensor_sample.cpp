@@ -2,6 +2,7 @@
 
 #include <QtTest>
 
+#include <cmath>
 #include <vector>
 
 using sensorsample::Sample;
@@ -197,6 +198,28 @@ private slots:
         QCOMPARE(sample.left, 31.0F);
         QCOMPARE(sample.right, 32.0F);
         QVERIFY(!sample.temperatureFallback);
+    }
+
+    void anyComponentMakesTriplesDiffer()
+    {
+        QVERIFY(!sensorsample::differ({1, 2, 3}, {1, 2, 3}));
+        QVERIFY(sensorsample::differ({1, 2, 3}, {1.0001F, 2, 3}));
+        QVERIFY(sensorsample::differ({1, 2, 3}, {1, 2.0001F, 3}));
+        QVERIFY(sensorsample::differ({1, 2, 3}, {1, 2, 3.0001F}));
+    }
+
+    void theUnitVectorHasLengthOne()
+    {
+        const om::Vector3<float> u = sensorsample::unit({2.0F, 3.0F, -6.0F});
+        QCOMPARE(u.x, 2.0F / 7.0F);
+        QCOMPARE(u.y, 3.0F / 7.0F);
+        QCOMPARE(u.z, -6.0F / 7.0F);
+    }
+
+    void theUnitOfAZeroVectorIsNotANumber()
+    {
+        const om::Vector3<float> u = sensorsample::unit({0, 0, 0});
+        QVERIFY(std::isnan(u.x) && std::isnan(u.y) && std::isnan(u.z));
     }
 
     void theFieldIsCalibratedWhereTheTriplesDiffer()
