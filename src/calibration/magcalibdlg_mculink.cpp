@@ -25,28 +25,32 @@ QString serialTextOf(const hid_device_info& device)
     return QString::fromUcs4(reinterpret_cast<const char32_t*>(device.serial_number));
 }
 
-/// True for a camera with a magnetometer. A device without a usable product id gets the one of its
-/// serial number, in the list entry too.
-bool hasMagnetometer(hid_device_info& device, unsigned int serial)
+/// Completes the list entry of a device without a usable product id: it gets the ids of its serial
+/// number.
+void completeIds(hid_device_info& device, unsigned int serial)
 {
     if (device.product_id != 0) {
-        return device.product_id == productTivP || device.product_id == productTivQ;
+        return;
     }
-
     device.vendor_id = vendorId;
     switch ((serial / serialsPerModel) & 0xFF) {
     case 3:
         device.product_id = productTivQ;
-        return true;
+        break;
     case 2:
         device.product_id = productTivP;
-        return true;
+        break;
     case 1:
         device.product_id = productTivN;
-        return false;
+        break;
     default:
-        return false;
+        break;
     }
+}
+
+bool hasMagnetometer(unsigned short productId)
+{
+    return productId == productTivP || productId == productTivQ;
 }
 
 } // namespace
@@ -60,7 +64,8 @@ void MagCalibDlg::updateOmDevList()
     hid_device_info* const devices = hid_enumerate(vendorId, 0);
     for (hid_device_info* device = devices; device; device = device->next) {
         const QString serialText = serialTextOf(*device);
-        if (!hasMagnetometer(*device, serialText.toUInt(nullptr, 10))) {
+        completeIds(*device, serialText.toUInt(nullptr, 10));
+        if (!hasMagnetometer(device->product_id)) {
             continue;
         }
         devProductIds.append(device->product_id);
