@@ -1,9 +1,9 @@
 #include "calibration/calib_messages.h"
 
-#include "calibration/magcalibdlg.h"
 #include "look/Style.h"
 #include "look/dressing.h"
 
+#include <QCoreApplication>
 #include <QPushButton>
 
 namespace calibmessages {
@@ -33,7 +33,8 @@ Message confirmStore()
             "Pressing OK the current Magnetometer Calibration setting will be overwritten. "
             "Continue?",
             QMessageBox::Warning,
-            {MagCalibDlg::tr("Cancel"), MagCalibDlg::tr("Ok")}};
+            {QCoreApplication::translate("MagCalibDlg", "Cancel"),
+             QCoreApplication::translate("MagCalibDlg", "Ok")}};
 }
 
 Message storeFailed()
