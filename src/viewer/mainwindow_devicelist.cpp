@@ -11,6 +11,8 @@
 
 namespace {
 
+constexpr int detectPeriodMs = 200;
+
 /// While it lives, the box is not painted. At its end it is, if it then shows something else than
 /// at the beginning. The poll refills the list five times a second, and where the 3D view has no
 /// native window of its own (gpu/own_surface.h), each paint composes the whole window again.
@@ -93,6 +95,14 @@ int MainWindow::updateDeviceList(bool keepCurrent)
         ui->comboBox_camera_list->setCurrentIndex(0);
     }
     return count;
+}
+
+void MainWindow::startDetectTimer()
+{
+    delete detectTimer;
+    detectTimer = new QTimer(this);
+    connect(detectTimer, &QTimer::timeout, this, &MainWindow::detectMultipleDevice);
+    detectTimer->start(detectPeriodMs);
 }
 
 bool MainWindow::detectMultipleDevice()

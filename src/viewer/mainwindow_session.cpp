@@ -17,7 +17,6 @@
 
 namespace {
 
-constexpr int detectPeriodMs = 200;
 constexpr int imagePeriodMs = 40;
 constexpr unsigned int oldestFirmware = 1142;
 
@@ -207,14 +206,6 @@ bool MainWindow::showMessage(QMessageBox::Icon icon, const QString& title, const
     dressing::addButton(box, tr("Ok"), style->statusOnStyle, *style);
     box.exec();
     return true;
-}
-
-void MainWindow::startDetectTimer()
-{
-    delete detectTimer;
-    detectTimer = new QTimer(this);
-    connect(detectTimer, &QTimer::timeout, this, &MainWindow::detectMultipleDevice);
-    detectTimer->start(detectPeriodMs);
 }
 
 void MainWindow::reset()
