@@ -1,5 +1,7 @@
 #include "charts/bar_painter.h"
 
+#include "charts/whole_number.h"
+
 #include <QColor>
 #include <QImage>
 #include <QPaintEngine>
@@ -11,11 +13,6 @@
 #include <cstring>
 
 namespace {
-
-bool isWhole(double value)
-{
-    return value == static_cast<int>(value);
-}
 
 /// The image that the painter draws into; null if its pixels cannot simply be set.
 QImage* imageOf(const QPainter& painter)

@@ -1,5 +1,7 @@
 #include "charts/plot_canvas.h"
 
+#include "charts/whole_number.h"
+
 #include <QApplication>
 #include <QEvent>
 #include <QPaintEvent>
@@ -7,8 +9,6 @@
 #include <QStyleOption>
 
 #include <qwt_plot.h>
-
-#include <cmath>
 
 PlotCanvas::PlotCanvas(QwtPlot* plot) : QwtPlotCanvas(plot) {}
 
@@ -42,8 +42,8 @@ void PlotCanvas::paintEvent(QPaintEvent* event)
 bool PlotCanvas::canPaintIntoTheWindow()
 {
     const double ratio = devicePixelRatioF();
-    return std::trunc(ratio) == ratio && ratio == qApp->devicePixelRatio() &&
-           contentsRect() == rect() && focusIndicator() == NoFocusIndicator && !hasBorder();
+    return isWhole(ratio) && ratio == qApp->devicePixelRatio() && contentsRect() == rect() &&
+           focusIndicator() == NoFocusIndicator && !hasBorder();
 }
 
 // For the border of a style sheet Qwt draws the background and looks at what was drawn, which is

@@ -1,5 +1,7 @@
 #include "charts/plot_grid.h"
 
+#include "charts/whole_number.h"
+
 #include <QPaintEngine>
 #include <QPainter>
 
@@ -7,16 +9,9 @@
 #include <qwt_scale_div.h>
 #include <qwt_scale_map.h>
 
-#include <cmath>
-
 namespace {
 
 constexpr int space = 1; // pixels above and below a line
-
-bool isWhole(double value)
-{
-    return std::trunc(value) == value;
-}
 
 } // namespace
 
