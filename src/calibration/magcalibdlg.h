@@ -37,11 +37,12 @@ class TIVmcu;
 /// The dialog's axes are those of calibration/axes.h: right, down, forward. Samples and offsets are
 /// in microtesla, gains in 1 / microtesla.
 ///
-/// Threads: everything except magDataGrabThread() runs on the interface thread. Both threads share
-/// the flags and the headings as plain values. A lock guards the raw samples: the thread takes it
-/// to append, the update timer for its tick. The fit at the stop and the emptying by clear and
-/// reset use the samples without the lock, while the thread may append. stopAcquisition() joins the
-/// thread only if it is in its loop: not if it has given up.
+/// Threads: everything except magDataGrabThread() and readHeading(), which it calls, runs on the
+/// interface thread. Both threads share the flags and the headings as plain values. A lock guards
+/// the raw samples: the thread takes it to append, the update timer for the fit and the plots of
+/// its tick. The fit at the stop and the emptying by clear and reset use the samples without the
+/// lock, while the thread may append. stopAcquisition() joins the thread only if it is in its loop:
+/// not if it has given up.
 class MagCalibDlg : public QDialog
 {
     Q_OBJECT
@@ -93,7 +94,8 @@ private:
 
     // Sampling and fit.
     void magDataGrabThread();
-    /// Both headings, and outside a calibration their state and accuracy, from one pose record.
+    /// Both headings, and outside a calibration their state and accuracy, from one pose record. On
+    /// the reading thread.
     void readHeading();
     /// Fits all raw samples, stores the result and corrects the samples with it. Fewer than 6
     /// samples change nothing. Takes no lock: the update timer holds it, the start button does not.
@@ -134,9 +136,9 @@ private:
     std::array<double, 3> magScale = {1.0, 1.0, 1.0};  // 1 / uT
     double headingUncalib = 0.0;                       // degrees; written by the thread
     double headingCalib = 0.0;                         // degrees; written by the thread
-    int headingState = 4;                              // as reported by the link
-    float headingAccuracy = 0.0F;                      // 0 to 1, as reported by the link
-    double sampleRate = 0.0;                           // Hz, at most 60
+    int headingState = 4;                              // of the link; written by the thread
+    float headingAccuracy = 0.0F;                      // 0 to 1; written by the thread
+    double sampleRate = 0.0;                           // Hz, at most 60; used by the thread only
     QVector<double> rawX;                              // uT; written by the thread
     QVector<double> rawY;
     QVector<double> rawZ;

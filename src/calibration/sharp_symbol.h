@@ -8,7 +8,7 @@
 
 /// A symbol that is painted once, in device pixels, and copied to each sample. QwtSymbol copies a
 /// picture of logical pixels, which is blurred where a logical pixel has several device pixels.
-/// Interface thread.
+/// Its look is fixed at construction. Interface thread.
 class SharpSymbol : public QwtSymbol
 {
 public:

@@ -34,7 +34,8 @@ public:
     static constexpr int image2Height = 10; ///< pixels, of image2Gpu
     static constexpr int measuredFps = 11;  ///< measured frames per second
     static constexpr int cameraFps = 12;    ///< frames per second that the library reports
-    static constexpr int requestedFps = 13; ///< frames per second to request; limit of 11
+    static constexpr int requestedFps = 13; ///< frames per second to request; upper limit of
+                                            ///< measuredFps with a live camera
     static constexpr int depthMode = 15;    ///< om::DEPTH_MODE; 0 turns depth retrieval off
     static constexpr int depthMinimumCm = 17; ///< depth limit, cm
     static constexpr int cameraModel = 18;    ///< om::MODEL of the open camera

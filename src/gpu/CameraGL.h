@@ -4,8 +4,8 @@
 
 #include "camera/camera_library.h"
 
-/// A free-flying viewer that circles around a point. Changes of position, offset and rotation take
-/// effect in the matrices at the next update(). Interface thread.
+/// A free-flying viewer that circles around a point. Changes of projection, position, offset and
+/// rotation take effect in the matrices at the next update(). Interface thread.
 class CameraGL
 {
 public:

@@ -80,9 +80,9 @@ public slots:
     /// One tick of plotTimer, whose period it adapts to the amount of data: passes the newest
     /// samples of the current sensor to the chart. Holds dataMutex all the time.
     void updatePlot();
-    /// One tick of displayTimer: handles a loss that the sensor thread has detected; otherwise
-    /// shows the newest values of the current sensor, at most once per displayPeriodMs. Holds
-    /// dataMutex for the values.
+    /// One tick of displayTimer: calls cameraDisconnected() if cameraLost is set and
+    /// memoryMessageWaits is not; otherwise shows the newest values of the current sensor, at most
+    /// once per displayPeriodMs. Holds dataMutex for the values.
     void updateDataDisplay();
     /// Writes the CSV row of the sample at this index if the recording's period has passed. Called
     /// by the sensor thread with dataMutex held.
@@ -203,7 +203,7 @@ private:
     // Held by disconnectSignals(), and by the sensor thread while it clears the pointer: the loss
     // reaches both threads at once.
     QMutex inputThreadMutex;
-    int imageTicks = 0;
+    int imageTicks = 0; // counted and never read
 
     // The series. Those of IMU pace are index-aligned: element i of each belongs to one sample.
     // Times are absolute seconds of the library's clock. Only initCharts() clears them.
@@ -277,21 +277,23 @@ private:
     Shared<bool> stopDataThread = true;
     Published<bool> dataThreadRunning = false;
     QSemaphore dataThreadBegun; // released by each run, after it has set dataThreadRunning
+    // No camera has streamed since the start or since the last loss. While it is set, each tick of
+    // displayTimer calls cameraDisconnected(), also while an open waits behind its message box.
     Shared<bool> cameraLost = true;
-    bool memoryMessageWaits = false; // an open behind the message failed for the same reason
-    bool deviceListBusy = false;
+    bool memoryMessageWaits = false;       // an open behind the message failed for the same reason
+    bool deviceListBusy = false;           // the program changes the row of comboBox_camera_list
     Shared<double> imuEffectiveRate = 0.0; // Hz, as the library reports it
     Shared<double> baroEffectiveRate = 0.0;
     Shared<double> magEffectiveRate = 0.0;
     Shared<bool> magCalibrated = false;
 
-    Style* style = nullptr; // owned, deleted by closeEvent()
-    QLabel freeSpaceLabel;  // in no layout
-    bool recording = false; // read by the sensor thread without a lock
-    QFile recFile;
+    Style* style = nullptr;                // owned, deleted by closeEvent()
+    QLabel freeSpaceLabel;                 // in no layout
+    bool recording = false;                // read by the sensor thread without a lock
+    QFile recFile;                         // likewise
     Handover<recorder::LineFile> recLines; // of recFile, used by the sensor thread
-    double recPeriodSec = 0.0;
-    QDir recDir;
+    double recPeriodSec = 0.0;             // s; read by the sensor thread without a lock
+    QDir recDir;                           // set and never read
 
     QString currentSensor = QStringLiteral("Accelerometer"); // empty counts as the accelerometer
     int requestedFps = 100;
