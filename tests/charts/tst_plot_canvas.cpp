@@ -112,7 +112,7 @@ void TestPlotCanvas::screenHasTheFactorOfThisRun()
 {
     const QWidget widget;
     QCOMPARE(widget.devicePixelRatioF(),
-             qEnvironmentVariable("QT_SCREEN_SCALE_FACTORS").toDouble());
+             qEnvironmentVariable("QT_SCREEN_SCALE_FACTORS", "1").toDouble());
 }
 
 void TestPlotCanvas::pictureOfAReplotIsThatOfTheStore_data()
