@@ -160,8 +160,10 @@ enum STEP { READ, ALLAN };
 void numpy(benchmark::State& state, STEP step)
 {
     // The shell splits a path with blanks in the command.
+    // NOLINTBEGIN(concurrency-mt-unsafe): the only thread
     ::setenv("GRAVIMON_SCRIPT", GRAVIMON_REPORT_NUMPY, 1);
     ::setenv("GRAVIMON_RECORDING", File::instance().path().c_str(), 1);
+    // NOLINTEND(concurrency-mt-unsafe)
     const analysis::Recording recording = readFile();
     const double expected = analysis::deviation(analysis::DEVIATION::OVERLAPPING_ALLAN,
                                                 recording.acceleration.axes[0], 1);

@@ -138,8 +138,10 @@ std::string leftOutText(const ReadReport& report)
         {report.invalidRows, "row", "with a field that is no number from -1e9 to 1e9"},
         {report.repeatedRows, "row", "with the time of the last row that was kept"},
         {report.backwardRows, "row", "with a time before that of the last row that was kept"},
-        {report.magnetometer.backward, "sample", "of the magnetometer with a time before its last"},
-        {report.barometer.backward, "sample", "of the barometer with a time before its last"},
+        {report.magnetometer.backward, "sample",
+         "of the magnetometer with a time before that of its last one that was kept"},
+        {report.barometer.backward, "sample",
+         "of the barometer with a time before that of its last one that was kept"},
     };
     std::string text;
     for (const auto& [number, what, why] : reasons) {

@@ -146,7 +146,7 @@ void RecordingRun::countSilence()
     // By the clock of the samples, and only by its progress: it may differ from their times.
     const std::uint64_t now = m_camera.now();
     const std::chrono::nanoseconds silent(now > m_newestNs ? now - m_newestNs : 0);
-    if (!m_firstUs || silent < longSilence) {
+    if (!m_firstUs || m_newestNs == 0 || silent < longSilence) {
         return;
     }
     m_seenUs += static_cast<std::uint64_t>(silent.count()) / 1000;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <utility>
 
 namespace report {
 
@@ -131,6 +132,14 @@ void judgeRows(const RecordingReport& report, std::vector<Verdict>& verdicts)
                     number(read.rows) + " of " + number(read.rows + bad),
                     "all; at most " + percentLimit(analysis::mostLostRows) + " lost (ours)",
                     "No row is torn, repeated or out of order."};
+    const std::pair<const analysis::SlowReport&, const char*> slowSensors[] = {
+        {read.magnetometer, "magnetometer"}, {read.barometer, "barometer"}};
+    for (const auto& [samples, name] : slowSensors) {
+        if (samples.backward > 0) {
+            verdict.value += "; " + number(samples.samples) + " of " +
+                             number(samples.samples + samples.backward) + " samples of the " + name;
+        }
+    }
     const bool stepsBack =
         read.backwardRows + read.magnetometer.backward + read.barometer.backward > 0;
     if (bad > 0 || stepsBack) {

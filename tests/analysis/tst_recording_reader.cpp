@@ -259,9 +259,11 @@ void TestRecordingReader::rowsBeforeTheLastKeptOneAreLeftOut()
     QCOMPARE(lostShareOf(torn), 1.0 / 5.0);
     torn.magnetometer.backward = 2;
     torn.tornRows = 0;
-    QCOMPARE(leftOutText(torn), std::string("2 samples of the magnetometer with a time before its "
-                                            "last, 1 sample of the barometer with a time before "
-                                            "its last"));
+    QCOMPARE(leftOutText(torn),
+             std::string(
+                 "2 samples of the magnetometer with a time before that of its last one that was "
+                 "kept, 1 sample of the barometer with a time before that of its last one "
+                 "that was kept"));
 }
 
 void TestRecordingReader::repeatsOfASlowSensorAreNoRows_data()

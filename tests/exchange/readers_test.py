@@ -344,7 +344,7 @@ class Refused(Case):
         done = convert(self.input, self.folder / "out.npz", "--to", "npz")
         self.assertEqual((done.returncode, done.stderr),
                          (LOST_ROWS, f"gravimon-log: {self.input}: left out: {later} samples of the magnetometer with a time "
-                                     "before its last\n"))
+                                     "before that of its last one that was kept\n"))
         self.assertEqual(len(numpy.load(self.folder / "out.npz")["imu_time_ns"]), 2000)
 
 

@@ -781,7 +781,7 @@ void TestReportNumbers::saturatedMagnetometerIsNotJudged()
     QCOMPARE(verdict->state, STATE::UNKNOWN);
     QVERIFY2(verdict->why.find("saturated") != std::string::npos, verdict->why.c_str());
     QCOMPARE(unsoundIn(jsonOf(report), ""), QString());
-    QVERIFY(!numbersHtml({report}).isEmpty());
+    QVERIFY(numbersHtml({report}).contains("<tr>"));
 }
 
 void TestReportNumbers::magnetometerWithoutAFitHasTheKeysOfAFit()
