@@ -262,7 +262,7 @@ void OGL3DWidget::visualize()
     reshape();
     setViewport(squareViewportOfExactSide(viewWidth, viewHeight));
     const QMatrix4x4 matrix(&vp(0, 0));
-    // Qt links a program that is not linked at each of these calls, and prints why it cannot.
+    // Where the program cannot be linked, bind() tries it again, and both print why they cannot.
     if (shaderProgram->isLinked()) {
         shaderProgram->bind();
         shaderProgram->setUniformValue("u_mvpMatrix", matrix);

@@ -277,8 +277,9 @@ private:
     Shared<bool> stopDataThread = true;
     Published<bool> dataThreadRunning = false;
     QSemaphore dataThreadBegun; // released by each run, after it has set dataThreadRunning
-    // No camera has streamed since the start or since the last loss. While it is set, each tick of
-    // displayTimer calls cameraDisconnected(), also while an open waits behind its message box.
+    // No camera has streamed since the start or since the last cameraDisconnected(). While it is
+    // set, each tick of displayTimer calls that, also while an open waits behind its message box,
+    // but not while memoryMessageWaits.
     Shared<bool> cameraLost = true;
     bool memoryMessageWaits = false;       // an open behind the message failed for the same reason
     bool deviceListBusy = false;           // the program changes the row of comboBox_camera_list

@@ -12,7 +12,7 @@ ALLOWED = "SC1091,SC2317"  # a file of another machine; a function that only a t
 root = sys.argv[1]
 if shutil.which("shellcheck") is None:
     sys.exit("no shellcheck: install the package shellcheck")
-files = [path for path in rules.tracked(root, "run", "test", ".ci/run", "tools/*", "tests/*", "packaging/*", "src/*")
+files = [path for path in rules.tracked(root, "run", "test", ".ci/run", "tools/*", "tests/*", "packaging/*", "src/*", "bench/*", "docs/*")
          if rules.read_start(root, path).startswith(("#!/usr/bin/env bash", "#!/bin/bash", "#!/bin/sh"))]
 result = subprocess.run(["shellcheck", "--severity=info", f"--exclude={ALLOWED}", "--format=gcc", *files], cwd=root,
                         capture_output=True, text=True)

@@ -36,6 +36,7 @@ EXCEPTIONS = (
     ("tests/camera/tst_inputthread_loop.cpp", "sleep", 1, "the definition that stands before the C library's own"),
     ("tests/support/late_threads.c", "sleep", 1, "lets threads begin and end late"),
     ("tests/support/tst_late_threads.cpp", "sleep", 1, "the definition that stands before the C library's own"),
+    ("tests/tools/test_setup.py", "sleep", 1, "takes the place of the command that the script calls"),
     ("tests/gpu/tst_ogl2dwidget.cpp", "spin", 1, "takes the errors that OpenGL keeps, of which it has a few"),
     ("tests/calibration/pictures.cpp", "sleep", 2, "makes pictures of the documents, and is no test"),
     ("tests/e2e/bench_hand.py", "sleep", 5, "the pace of a hand on the mouse, which the window measures"),

@@ -47,7 +47,8 @@ class Paths(unittest.TestCase):
     def test_the_folder_of_a_build_by_hand(self):
         folders = re.findall(r"\bcmake -S \. -B (build/[\w-]+)", (root / "README.md").read_text(encoding="utf-8"))
         self.assertTrue(folders)
-        for script in ("run", "test", *(f"tools/{path.name}" for path in (root / "tools").iterdir())):
+        for script in ("run", "test", *(f"tools/{path.name}" for path in (root / "tools").iterdir()
+                                        if path.is_file() and not path.name.startswith("."))):
             text = (root / script).read_text(encoding="utf-8")
             for folder in folders:
                 self.assertIsNone(re.search(rf"{folder}(?![\w-])", text), f"{script}: {folder}")

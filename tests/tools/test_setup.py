@@ -56,6 +56,19 @@ class Setup(unittest.TestCase):
     def test_a_missing_package_is_installed(self):
         self.assertEqual(self.installs(xvfb=""), "-o DPkg::Lock::Timeout=300 install -y --no-install-recommends xvfb\n")
 
+    def test_lists_that_another_apt_updates_are_waited_for(self):
+        apt = self.home / "bin" / "apt-get"
+        apt.write_text("""#!/bin/bash
+echo "$*" >>"$HOME/calls"
+case $(grep -c . "$HOME/calls") in
+1) exit 100 ;;
+2) echo "E: Could not get lock /var/lib/apt/lists/lock. It is held by process 7 (apt-get)" >&2; exit 100 ;;
+esac
+""", encoding="utf-8")
+        (self.home / "bin" / "sleep").symlink_to("/bin/true")
+        install = "-o DPkg::Lock::Timeout=300 install -y --no-install-recommends xvfb\n"
+        self.assertEqual(self.installs(xvfb=""), f"{install}update\nupdate\n{install}")
+
     def test_a_package_that_was_removed_is_installed(self):
         self.assertIn(" xvfb\n", self.installs(xvfb="amd64 config-files\n"))
 
