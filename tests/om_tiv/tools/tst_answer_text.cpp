@@ -91,7 +91,7 @@ void TestAnswerText::aMissingMemberIsAnException()
 void TestAnswerText::withoutASerialNumberOnlyPluggedCamerasAreWatched()
 {
     Command command;
-    command.watch.emplace();
+    command.watch = Command::Watch{};
     const json cameras = json::array({camera(5, "unplugged"), camera(6, "opened")});
     Text all;
     QVERIFY(addWatched(all, cameras, command));
@@ -111,7 +111,7 @@ void TestAnswerText::withoutASerialNumberOnlyPluggedCamerasAreWatched()
 void TestAnswerText::aCameraWithoutAReadingHasItsTrueValuesOnly()
 {
     Command command;
-    command.watch.emplace();
+    command.watch = Command::Watch{};
     json read = camera(6, "opened");
     Text out;
     addWatched(out, json::array({read}), command);
