@@ -74,7 +74,7 @@ void addRecord(CLI::App& program, Action& action)
         ->type_name("NAME,...")
         ->check(CLI::IsMember(names()));
     verb->footer("Exit status: 0 recorded, 1 not done, 2 wrong usage, 3 recorded, but samples are "
-                 "missing, or more than 0.1 % of the rows have an earlier time than a row before.");
+                 "missing or over 0.1 % of the times step back.");
     verb->callback([options, chosen, &action] {
         choose(*chosen, options->columns);
         action = [options] { return record(*options); };

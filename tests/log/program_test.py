@@ -398,8 +398,8 @@ class CommandLine(Case):
         self.wrong('--gravity: must be a number from 9.7 to 9.9, not "5"', "report", "a", "--gravity", "5")
 
     def test_the_help_of_a_verb_has_its_own_exit_statuses(self):
-        for verb, statuses in (("record", "0 recorded, 1 not done, 2 wrong usage, 3 recorded, but samples are missing or times "
-                                    "step back."),
+        for verb, statuses in (("record", "0 recorded, 1 not done, 2 wrong usage, 3 recorded, but samples are missing or over "
+                                    "0.1 % of the times step back."),
                                ("report", "0 "), ("convert", "0 converted, ")):
             help_text = " ".join(run(verb, "--help").stdout.split())
             self.assertIn(f" Exit status: {statuses}", help_text)

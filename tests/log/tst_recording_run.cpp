@@ -307,7 +307,7 @@ private slots:
         QFETCH(QString, summary);
         QFETCH(int, status);
         std::vector<om::bench::SensorsEntry> entries;
-        entries.reserve(static_cast<std::size_t>(samples + backward));
+        entries.reserve(static_cast<std::size_t>(samples) + static_cast<std::size_t>(backward));
         for (int i = 0; i < samples; ++i) {
             entries.push_back(entryAt(firstSampleUs + static_cast<std::uint64_t>(i) * periodUs));
         }
