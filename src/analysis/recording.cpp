@@ -106,10 +106,6 @@ void readName(const std::string& path, Recording& recording)
     }
 }
 
-} // namespace
-
-namespace {
-
 double shareOf(std::uint64_t part, std::uint64_t all)
 {
     return all > 0 ? static_cast<double>(part) / static_cast<double>(all) : 0.0;
