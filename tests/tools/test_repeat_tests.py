@@ -1,5 +1,5 @@
-"""tools/repeat-tests: counts rounds and failures, and goes on where an earlier run ended. The builds are none, and ctest
-is a script.
+"""tools/repeat-tests: counts rounds and failures, and goes on where an earlier run ended. The builds are none, and cmake
+and ctest are scripts.
 
     python3 tests/tools/test_repeat_tests.py PROJECT_FOLDER
 """
@@ -40,6 +40,12 @@ echo '<testsuite><testcase name="tst_a" status="run"/><testcase name="tst_b" sta
 [ $status = run ]
 """
 
+# Notes its arguments, and fails for the build that the file "broken" names.
+CMAKE = """#!/bin/bash
+echo "$*" >>{top}/built
+! grep -qx "$(basename "$2")" {top}/broken
+"""
+
 
 class RepeatTests(unittest.TestCase):
 
@@ -51,9 +57,11 @@ class RepeatTests(unittest.TestCase):
             (self.top / "build" / preset).mkdir(parents=True)
             (self.top / "build" / preset / "CTestTestfile.cmake").touch()
         (self.top / "bin").mkdir()
-        (self.top / "bin" / "ctest").write_text(CTEST.replace("{top}", str(self.top)), encoding="utf-8")
-        (self.top / "bin" / "ctest").chmod(0o755)
+        for name, script in (("ctest", CTEST), ("cmake", CMAKE)):
+            (self.top / "bin" / name).write_text(script.replace("{top}", str(self.top)), encoding="utf-8")
+            (self.top / "bin" / name).chmod(0o755)
         self.fail_in()
+        (self.top / "broken").touch()
         subprocess.run(["git", "init", "-q", str(self.top)], check=True)
         self.commit("first")
         for name, value in (("TOP", self.top), ("OUTPUT", self.top / "build" / "repeat")):
@@ -88,6 +96,19 @@ class RepeatTests(unittest.TestCase):
         left_out = [call.split(" -LE ")[1].split()[0] for call in calls]
         self.assertEqual(left_out, ["rules", "rules", "rules|e2e|tools", "rules|e2e|tools"])
         self.assertIn("| release | all | 0 | 2 |", out)
+
+    def test_the_builds_of_the_rounds_are_brought_up_to_date_first(self):
+        self.run_main("--rounds", "1", "--sanitizer-rounds", "0")
+        self.run_main("--rounds", "0", "--sanitizer-rounds", "1")
+        built = (self.top / "built").read_text(encoding="utf-8").splitlines()
+        self.assertEqual(built, [f"--build {self.top}/build/{preset} --target {target} -- --quiet" for preset, target in
+                                 (("release", "all"), ("asan", "gravimon_tests"), ("tsan", "gravimon_tests"))])
+
+    def test_a_build_that_fails_is_an_error(self):
+        (self.top / "broken").write_text("tsan\n", encoding="utf-8")
+        status, out, calls = self.run_main()
+        self.assertEqual((status, calls, out.count("\n")), (2, [], 1), out)
+        self.assertIn("build/tsan cannot be built", out)
 
     def test_failures_are_counted(self):
         self.fail_in("release-1", "release-3")
