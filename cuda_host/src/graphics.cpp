@@ -6,6 +6,7 @@
 
 #include <GL/glext.h>
 
+#include <array>
 #include <memory>
 #include <mutex>
 #include <new>
@@ -167,8 +168,9 @@ cudaError_t cudaGraphicsGLRegisterImage(cudaGraphicsResource_t* resource, GLuint
         const BoundTexture bound(image);
         glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_WIDTH, &width);
         glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_HEIGHT, &height);
-        for (const GLenum channel : {GL_TEXTURE_RED_SIZE, GL_TEXTURE_GREEN_SIZE,
-                                     GL_TEXTURE_BLUE_SIZE, GL_TEXTURE_ALPHA_SIZE}) {
+        for (const GLenum channel :
+             std::array<GLenum, 4>{GL_TEXTURE_RED_SIZE, GL_TEXTURE_GREEN_SIZE, GL_TEXTURE_BLUE_SIZE,
+                                   GL_TEXTURE_ALPHA_SIZE}) {
             GLint bits = 0;
             glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, channel, &bits);
             if (bits != 8) {
