@@ -11,7 +11,8 @@ root, build = sys.argv[1:3]
 # Sources that only some builds compile: the other variant of CUDA, tools of optional packages, what
 # the sanitizers need.
 OPTIONAL = ("cuda_host/", "tests/cuda_host/",
-            "tests/support/ended_threads.cpp", "tests/support/kept_libraries.cpp", "tests/support/tsan_qt.cpp")
+            "tests/support/kept_libraries.cpp", "tests/support/thread_local_block.cpp",
+            "tests/support/tst_leak_check.cpp", "tests/support/tsan_qt.cpp")
 
 with open(os.path.join(build, "compile_commands.json"), encoding="utf-8") as file:
     compiled = {os.path.relpath(os.path.realpath(os.path.join(c["directory"], c["file"])), os.path.realpath(root))

@@ -30,7 +30,6 @@ WAITS = (
 EXCEPTIONS = (
     ("tests/support/patience.h", "sleep", 1, "between two looks of QTRY_VERIFY and its kin"),
     ("tests/support/waiting.h", "sleep", 1, "between two looks of waitFor()"),
-    ("tests/support/ended_threads.cpp", "sleep", 1, "between two looks at the threads that are ending"),
     ("tests/e2e/waiting.py", "sleep", 1, "between two looks of wait_for()"),
     ("tests/support/qtcalls.cpp", "sleep", 2, "the definitions that stand before Qt's own"),
     ("tests/camera/tst_inputthread_loop.cpp", "sleep", 1, "the definition that stands before the C library's own"),
