@@ -213,15 +213,24 @@ Eigen::MatrixXd covariances(const NoiseModel& model, const std::vector<AllanPoin
     const double highest = 0.5 / samplePeriod;
     const auto count = static_cast<Eigen::Index>(perDecade * std::log10(highest / lowest)) + 1;
     const auto points = static_cast<Eigen::Index>(allan.size());
+    Eigen::VectorXd frequencies(count);
+    Eigen::VectorXd powers(count);
+    for (Eigen::Index i = 0; i < count; ++i) {
+        frequencies[i] = lowest * std::pow(10.0, static_cast<double>(i) / perDecade);
+        // With the root of the distance between two frequencies.
+        powers[i] = std::sqrt(frequencies[i]) * density(model, frequencies[i], samplePeriod);
+    }
+    // Only their ratios count, and the squares of tiny powers are zero. A ramp alone has no power.
+    if (const double highestPower = powers.maxCoeff(); highestPower > 0.0) {
+        powers /= highestPower;
+    }
     Eigen::MatrixXd filtered(count, points);
     for (Eigen::Index i = 0; i < count; ++i) {
-        const double frequency = lowest * std::pow(10.0, static_cast<double>(i) / perDecade);
-        // With the root of the distance between two frequencies.
-        const double power = std::sqrt(frequency) * density(model, frequency, samplePeriod);
-        const double angle = pi * frequency * samplePeriod;
+        const double angle = pi * frequencies[i] * samplePeriod;
         for (Eigen::Index k = 0; k < points; ++k) {
             const auto m = static_cast<double>(allan[static_cast<std::size_t>(k)].averaging);
-            filtered(i, k) = power * squared(squared(std::sin(m * angle)) / (m * std::sin(angle)));
+            filtered(i, k) =
+                powers[i] * squared(squared(std::sin(m * angle)) / (m * std::sin(angle)));
         }
     }
     Eigen::MatrixXd covariance = filtered.transpose() * filtered;
