@@ -69,6 +69,7 @@ private slots:
     void intervalsOfMadeNoiseHoldTheTruth();
     void intervalsBesideOtherNoiseHoldTheTruth_data();
     void intervalsBesideOtherNoiseHoldTheTruth();
+    void errorOfARampAloneIsFinite();
     void noSamplesAreNotObservable();
 };
 
@@ -224,6 +225,21 @@ void TestNoiseModel::intervalsBesideOtherNoiseHoldTheTruth()
     qInfo("bias instability %d, random walk %d of %d", ofInstability, ofWalk, seeds);
     QVERIFY(isTwoThirds(ofInstability));
     QVERIFY(walk > 0.0 ? isTwoThirds(ofWalk) : ofWalk == 0);
+}
+
+void TestNoiseModel::errorOfARampAloneIsFinite()
+{
+    std::vector<AllanPoint> points = curve(0.0, 1e-3, 0.0, 0.0);
+    for (AllanPoint& point : points) {
+        point.deviation = 1e-3 * point.tau / std::sqrt(2.0);
+        setInterval(point, NOISE::WHITE);
+    }
+    const NoiseModel model = fitNoiseModel(points);
+    QVERIFY(model.factors[RAMP] > 0.0);
+    QCOMPARE(model.factors[NOISE_DENSITY], 0.0);
+    for (const double error : model.errors) {
+        QVERIFY(std::isfinite(error));
+    }
 }
 
 void TestNoiseModel::noSamplesAreNotObservable()
