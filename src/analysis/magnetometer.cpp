@@ -111,6 +111,10 @@ std::optional<EllipsoidFit> fitEllipsoid(const Eigen::Matrix3Xd& readings, Cross
     fit.radii = withCrossTerms ? semiAxes : Eigen::Vector3d(fit.shape.diagonal());
     fit.radius = std::cbrt(semiAxes.prod());
     fit.residualRms = lengthDeviation(correctedLengths(readings, fit), fit.radius);
+    // The volume of a tiny ellipsoid is zero, so that its correction is not finite.
+    if (!std::isfinite(fit.residualRms)) {
+        return std::nullopt;
+    }
     return fit;
 }
 

@@ -22,6 +22,8 @@ constexpr double independentPerDecade = 3.0;
 constexpr double modelError = 0.002;
 /// A flat part is observable only if one of its points has at least this many degrees of freedom.
 constexpr double leastDegrees = 50.0;
+/// The squares of smaller deviations are not exact, or are zero.
+constexpr double leastDeviation = 1e-150;
 
 /// The power of tau of each term in the variance.
 double power(std::size_t term, double tau)
@@ -320,12 +322,19 @@ NoiseModel fitNoiseModel(const std::vector<AllanPoint>& allan)
 {
     NoiseModel best;
     std::vector<AllanPoint> points;
+    double largest = 0.0;
     for (const AllanPoint& point : allan) {
-        if (point.deviation > 0.0 && std::isfinite(point.deviation)) {
+        if (point.deviation > leastDeviation && std::isfinite(point.deviation)) {
             points.push_back(point);
+            largest = std::max(largest, point.deviation);
         }
     }
     if (points.size() >= 3) {
+        // The fit takes fourth powers of the deviations. A power of two changes no other digit.
+        const double unit = std::exp2(std::ilogb(largest));
+        for (AllanPoint& point : points) {
+            point.deviation /= unit;
+        }
         const double decades = std::log10(points.back().tau / points.front().tau);
         const auto count = static_cast<double>(points.size());
         const double independent = std::max(2.0, independentPerDecade * decades);
@@ -346,6 +355,9 @@ NoiseModel fitNoiseModel(const std::vector<AllanPoint>& allan)
                 least = criterion;
                 best = model;
             }
+        }
+        for (double& factor : best.factors) {
+            factor *= squared(unit);
         }
     }
     readCoefficients(best, points);

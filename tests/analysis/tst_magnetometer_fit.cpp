@@ -146,6 +146,8 @@ void TestMagnetometerFit::readingsThatHoldNoEllipsoidAreRefused_data()
     QTest::newRow("a hyperboloid") << 4;
     QTest::newRow("not a number") << 5;
     QTest::newRow("too few") << 6;
+    QTest::newRow("a sphere of 1e-105") << 7;
+    QTest::newRow("a sphere of 1e-120") << 8;
 }
 
 void TestMagnetometerFit::readingsThatHoldNoEllipsoidAreRefused()
@@ -175,6 +177,12 @@ void TestMagnetometerFit::readingsThatHoldNoEllipsoidAreRefused()
         break;
     case 5:
         readings(1, 17) = std::nan("");
+        break;
+    case 7:
+        readings = 1e-105 * directions(200);
+        break;
+    case 8:
+        readings = 1e-120 * directions(200);
         break;
     default:
         readings = readings.leftCols<5>().eval();
@@ -255,6 +263,11 @@ void TestMagnetometerFit::recordingWithoutCoverageSaysSo()
     std::string reason;
     QVERIFY(!analyseMagnetometer({}, reason));
     QCOMPARE(reason, std::string("the recording has no magnetometer"));
+    for (const double radius : {0.0, 1e-105}) {
+        QVERIFY(!analyseMagnetometer(series(radius * directions(200)), reason));
+        QCOMPARE(reason, std::string("the readings lie on no ellipsoid: turn the camera through "
+                                     "all orientations"));
+    }
     const Eigen::Matrix3Xd all = ellipsoid(Eigen::Matrix3d::Identity() * 48.0, hardIron, 6000, 0.1);
     QVERIFY(!analyseMagnetometer(series(all.leftCols<500>()), reason)); // a cap
     QVERIFY2(reason.find("turn the camera through all orientations") != std::string::npos,

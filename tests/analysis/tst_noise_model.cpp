@@ -69,6 +69,9 @@ private slots:
     void intervalsOfMadeNoiseHoldTheTruth();
     void intervalsBesideOtherNoiseHoldTheTruth_data();
     void intervalsBesideOtherNoiseHoldTheTruth();
+    void noiseOfAnySizeHasItsCoefficients_data();
+    void noiseOfAnySizeHasItsCoefficients();
+    void noiseWithoutExactSquaresIsNotObservable();
     void errorOfARampAloneIsFinite();
     void noSamplesAreNotObservable();
 };
@@ -225,6 +228,48 @@ void TestNoiseModel::intervalsBesideOtherNoiseHoldTheTruth()
     qInfo("bias instability %d, random walk %d of %d", ofInstability, ofWalk, seeds);
     QVERIFY(isTwoThirds(ofInstability));
     QVERIFY(walk > 0.0 ? isTwoThirds(ofWalk) : ofWalk == 0);
+}
+
+void TestNoiseModel::noiseOfAnySizeHasItsCoefficients_data()
+{
+    QTest::addColumn<double>("size");
+    for (const double size : {1e9, 1e-70, 1e-75, 1e-76, 1e-100, 1e-145}) {
+        QTest::addRow("%g", size) << size;
+    }
+}
+
+void TestNoiseModel::noiseOfAnySizeHasItsCoefficients()
+{
+    QFETCH(double, size);
+    const NoiseModel white = fitNoiseModel(curve(0.0, size, 0.0, 0.0));
+    QVERIFY(near(white.noiseDensity, size, 1e-9));
+    QVERIFY(!white.biasInstability.value && !white.randomWalk.value);
+
+    auto samples = noise_samples::whiteAndWalk(3000, 0.0025, 1.0, 10.0, 5);
+    const NoiseModel ordinary = analyseNoise({samples}, 0.0025).model;
+    for (double& sample : samples) {
+        sample *= size;
+    }
+    const NoiseModel model = analyseNoise({samples}, 0.0025).model;
+    QVERIFY(ordinary.noiseDensity.value && ordinary.randomWalk.value);
+    QVERIFY(near(model.noiseDensity, size * *ordinary.noiseDensity.value, 1e-6));
+    QVERIFY(near(model.randomWalk, size * *ordinary.randomWalk.value, 1e-6));
+    QVERIFY(std::abs(model.randomWalk.high / (size * ordinary.randomWalk.high) - 1.0) < 1e-6);
+    QVERIFY(!model.biasInstability.value);
+}
+
+void TestNoiseModel::noiseWithoutExactSquaresIsNotObservable()
+{
+    for (const double size : {1e-155, 1e-161, 1e-170}) {
+        auto samples = noise_samples::whiteAndWalk(3000, 0.0025, 1.0, 0.0, 5);
+        for (double& sample : samples) {
+            sample *= size;
+        }
+        const NoiseModel model = analyseNoise({samples}, 0.0025).model;
+        QVERIFY(!model.noiseDensity.value && !model.biasInstability.value);
+        QVERIFY(!model.randomWalk.value);
+        QCOMPARE(model.variance(1.0), 0.0);
+    }
 }
 
 void TestNoiseModel::errorOfARampAloneIsFinite()
