@@ -4,7 +4,8 @@
 
 namespace {
 
-/// With the sanitizer's own 16 bytes before it, 64 bytes: blocks of this size begin pages.
+/// With the sanitizer's own 16 bytes before it 56 bytes, which take 64: blocks of this size begin
+/// pages.
 thread_local std::array<long, 5> block;
 
 } // namespace
