@@ -14,7 +14,7 @@ namespace om::bench {
 namespace {
 
 /// The channels of the random numbers, relative to the sensor's first channel.
-enum CHANNEL : std::uint64_t {
+enum ERROR_CHANNEL : std::uint64_t {
     TURN_ON,
     SPIKE = TURN_ON + 3,
     SPIKE_AXIS,

@@ -1,5 +1,7 @@
 #include "analysis/allan.h"
 
+#include "analysis/arithmetic.h"
+
 #include "analysis/chi_squared.h"
 
 #include <Eigen/Core>
@@ -16,7 +18,7 @@ constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 /// Probability of one standard deviation of a normal variable.
 constexpr double confidence = 0.682689492137086;
 /// Samples of the phase that are taken at once: 128 KiB.
-constexpr std::size_t part = 16'384;
+constexpr std::size_t chunk = 16'384;
 
 /// x with tau0 = 1, of the samples minus their mean: a constant output has no deviation, and the
 /// sum stays small.
@@ -34,11 +36,6 @@ std::vector<double> phaseOf(const std::vector<double>& rate)
         phase[i + 1] = sum;
     }
     return phase;
-}
-
-double squared(double value)
-{
-    return value * value;
 }
 
 /// A sum of squares and their number.
@@ -244,7 +241,7 @@ std::vector<AllanPoint> overlappingAllan(const Stretches& rate, double samplePer
             const std::size_t m = point.averaging;
             differences.emplace_back(phase.size(), m, std::max<std::size_t>(1, m / exactUpTo));
         }
-        for (std::size_t limit = part; limit < phase.size() + part; limit += part) {
+        for (std::size_t limit = chunk; limit < phase.size() + chunk; limit += chunk) {
             for (SecondDifferences& difference : differences) {
                 difference.take(phase.data(), limit);
             }

@@ -1,5 +1,7 @@
 #include "analysis/magnetometer.h"
 
+#include "analysis/arithmetic.h"
+
 #include <Eigen/Dense>
 
 #include <array>
@@ -9,7 +11,6 @@ namespace analysis {
 
 namespace {
 
-constexpr double pi = 3.14159265358979323846;
 constexpr std::size_t slices = 10;
 constexpr std::size_t sectors = 10;
 /// Below this share of the largest singular value the readings do not determine a parameter.

@@ -1,5 +1,7 @@
 #include "analysis/noise_model.h"
 
+#include "analysis/arithmetic.h"
+
 #include <Eigen/Dense>
 
 #include <algorithm>
@@ -11,7 +13,6 @@ namespace analysis {
 
 namespace {
 
-constexpr double pi = 3.14159265358979323846;
 constexpr double ln2 = 0.69314718055994530942;
 /// A term must dominate over at least this factor in averaging time to be observable.
 constexpr double leastRange = 3.0;
@@ -40,11 +41,6 @@ double power(std::size_t term, double tau)
     default:
         return tau * tau;
     }
-}
-
-double squared(double value)
-{
-    return value * value;
 }
 
 /// Of the point's variance, as the fit weights it.

@@ -1,5 +1,7 @@
 #include "analysis/spectrum.h"
 
+#include "analysis/arithmetic.h"
+
 #include <unsupported/Eigen/FFT>
 
 #include <algorithm>
@@ -10,7 +12,6 @@ namespace analysis {
 
 namespace {
 
-constexpr double pi = 3.14159265358979323846;
 constexpr std::size_t leastSegment = 8;
 /// Number of bins on either side of a line that are used as the noise around it, and number of bins
 /// that the line itself may occupy under the window.

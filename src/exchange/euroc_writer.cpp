@@ -164,7 +164,7 @@ private:
     std::vector<double> m_distances;
 };
 
-class Sink : public CountingSink
+class EurocSink : public CountingSink
 {
 public:
     bool create(OutputFolder& folder, const Contents& has, std::string& error)
@@ -240,7 +240,7 @@ bool writeEuroc(const Job& job, Counts& counts, analysis::ReadReport& report, st
         return false;
     }
     OutputFolder folder;
-    Sink sink;
+    EurocSink sink;
     if (!folder.create(job.output, error) || !sink.create(folder, has, error)) {
         return false;
     }

@@ -18,10 +18,10 @@ std::string frameOf(AXES axes)
     return axes == AXES::CAMERA ? "camera_x_right_y_up" : "camera_x_forward_z_up";
 }
 
-class Sink : public CountingSink
+class McapSink : public CountingSink
 {
 public:
-    Sink(McapFile& file, const Contents& contents, AXES axes)
+    McapSink(McapFile& file, const Contents& contents, AXES axes)
         : m_file(file), m_contents(contents), m_frame(frameOf(axes))
     {
         // Readers of the profile "ros2" look for the second one; a recording has no publisher.
@@ -120,7 +120,7 @@ bool writeMcap(const Job& job, Counts& counts, analysis::ReadReport& report, std
     file.addMetadata("recording", {{"axes", nameOf(job.axes)},
                                    {"axes of the world", nameOfWorld(job.axes)},
                                    {"source", job.sourceName}});
-    Sink sink(file, job.source.contents(), job.axes);
+    McapSink sink(file, job.source.contents(), job.axes);
     const auto progress = [&](double share) { return !output.hasFailed() && job.progress(share); };
     if (!job.source.visit(sink, report, progress, error)) {
         error = output.hasFailed() ? output.error() : error;

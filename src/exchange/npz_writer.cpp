@@ -61,10 +61,10 @@ private:
     Bytes m_bytes;
 };
 
-class Sink : public SampleSink
+class NpzSink : public SampleSink
 {
 public:
-    Sink(NpzFile& file, const Contents& has, const Counts& counts)
+    NpzSink(NpzFile& file, const Contents& has, const Counts& counts)
         : m_imuTime(file, has.imu(), "imu_time_ns", counts.imu, 1, "<i8"),
           m_acceleration(file, has.acceleration, "acceleration_m_s2", counts.imu, 3),
           m_angularVelocity(file, has.angularVelocity, "angular_velocity_rad_s", counts.imu, 3),
@@ -162,7 +162,7 @@ bool writeNpz(const Job& job, Counts& counts, analysis::ReadReport& report, std:
     counts = counter.counts();
 
     NpzFile file(output);
-    Sink sink(file, job.source.contents(), counts);
+    NpzSink sink(file, job.source.contents(), counts);
     Text axes(file, "axes", nameOf(job.axes));
     Text world(file, "axes_of_world", nameOfWorld(job.axes));
     file.begin();

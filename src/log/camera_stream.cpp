@@ -8,7 +8,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds lookPeriod{50};
+constexpr std::chrono::milliseconds listPeriod{50};
 constexpr std::chrono::seconds shortPatience{1};
 
 bool hasSensors(const om::DeviceProperties& device)
@@ -91,7 +91,7 @@ std::optional<om::DeviceProperties> CameraStream::await(const std::optional<unsi
             break;
         }
         m_isAwaited = waited >= shortPatience;
-        std::this_thread::sleep_for(lookPeriod);
+        std::this_thread::sleep_for(listPeriod);
         device = find(serial, others);
     }
     if (!device) {

@@ -18,7 +18,7 @@ namespace samplelog {
 
 namespace {
 
-constexpr std::chrono::milliseconds lookPeriod{50};
+constexpr std::chrono::milliseconds signalPeriod{50};
 
 std::string formatted(const char* format, ...) __attribute__((format(printf, 1, 2)));
 std::string formatted(const char* format, ...)
@@ -106,7 +106,7 @@ int record(const RecordOptions& options)
     std::future<bool> started =
         std::async(std::launch::async, [&run, &error] { return run.start(error); });
     while (started.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
-        if (signals.wait(lookPeriod)) {
+        if (signals.wait(signalPeriod)) {
             run.requestEnd();
         }
         if (!isReported && run.waitsForCamera()) {
@@ -122,7 +122,7 @@ int record(const RecordOptions& options)
     ProgressLine line;
     StreamState former;
     while (run.isRunning()) {
-        if (signals.wait(lookPeriod)) {
+        if (signals.wait(signalPeriod)) {
             run.requestEnd();
         }
         if (line.isDue()) {
