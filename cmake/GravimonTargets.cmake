@@ -4,6 +4,11 @@ target_compile_features(gravimon_options INTERFACE cxx_std_17)
 target_compile_options(gravimon_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow
                        $<$<COMPILE_LANGUAGE:CXX>:-Wconversion>
                        $<$<BOOL:${GRAVIMON_WERROR}>:-Werror>)
+if(CMAKE_UNITY_BUILD)
+  # What is private to a source is known to those after it in a group, and not in the main file.
+  target_compile_options(gravimon_options INTERFACE -Wno-shadow
+                         $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-subobject-linkage>)
+endif()
 if(GRAVIMON_SANITIZE)
   target_compile_options(gravimon_options INTERFACE -fsanitize=${GRAVIMON_SANITIZE}
                          -fno-omit-frame-pointer -fno-sanitize-recover=all)
