@@ -62,7 +62,7 @@ exchange::ConvertResult convert(const exchange::ConvertOptions& options, EndSign
             ends = true;
         }
         if (line.isDue()) {
-            line.show(terminal::oneLine(options.output) + ": " +
+            line.show(terminal::printable(options.output) + ": " +
                       std::to_string(std::lround(done * 100.0)) + " %");
         }
     }
@@ -81,10 +81,10 @@ int convert(const exchange::ConvertOptions& options)
         return NOT_DONE;
     }
     const exchange::Counts& counts = result.counts;
-    std::cout << terminal::oneLine(options.output) << ": " << counts.imu << " samples of the IMU, "
-              << counts.magneticField << " of the magnetometer, " << counts.barometer
-              << " of the barometer, " << counts.temperatures << " of the temperatures"
-              << std::endl;
+    std::cout << terminal::printable(options.output) << ": " << counts.imu
+              << " samples of the IMU, " << counts.magneticField << " of the magnetometer, "
+              << counts.barometer << " of the barometer, " << counts.temperatures
+              << " of the temperatures" << std::endl;
     if (const std::string text = analysis::leftOutText(result.report); !text.empty()) {
         terminal::printError(options.input + ": left out: " + text);
     }
@@ -118,7 +118,7 @@ void addConvert(CLI::App& program, Action& action)
                  "0.1 % of the rows or of a sensor's samples are lost.");
     verb->callback([options, form, axes, &action] {
         options->format = forms.at(*form);
-        options->source = terminal::oneLine(options->input.substr(options->input.rfind('/') + 1));
+        options->source = terminal::printable(options->input.substr(options->input.rfind('/') + 1));
         if (!axes->empty()) {
             options->axes = turns.at(*axes);
         }

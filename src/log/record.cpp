@@ -135,7 +135,7 @@ int record(const RecordOptions& options)
     const bool whole = run.finish(error);
     const StreamState state = run.state();
     if (run.rows() > 0) {
-        std::cout << terminal::oneLine(summaryText(options.path, run.rows(), state)) << std::endl;
+        std::cout << terminal::printable(summaryText(options.path, run.rows(), state)) << std::endl;
     }
     if (!whole) {
         terminal::printError(error + "; " + run.remains());

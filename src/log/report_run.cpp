@@ -215,7 +215,7 @@ std::optional<std::vector<report::RecordingReport>> analyseAll(const ReportComma
             return std::nullopt;
         }
         reports.push_back(report::analyse(*recording, command.options));
-        reports.back().path = terminal::oneLine(path);
+        reports.back().path = terminal::printable(path);
     }
     return reports;
 }

@@ -6,12 +6,11 @@
 
 namespace terminal {
 
-std::string oneLine(const std::string& text)
+std::string printable(const std::string& text)
 {
     QString line = QString::fromStdString(text);
     for (QChar& c : line) {
-        const bool format = c.category() == QChar::Other_Format;
-        if (format || !(c.isPrint() || c.isSurrogate())) {
+        if (!c.isPrint() && !c.isSurrogate()) {
             c = QLatin1Char(' ');
         }
     }
@@ -20,7 +19,7 @@ std::string oneLine(const std::string& text)
 
 void printError(const std::string& text)
 {
-    std::cerr << "gravimon-log: " << oneLine(text) << "\n";
+    std::cerr << "gravimon-log: " << printable(text) << "\n";
 }
 
 } // namespace terminal

@@ -6,9 +6,10 @@
 
 namespace terminal {
 
-/// A text from outside on one line, safe to print on a terminal: invalid UTF-8 is replaced by a
-/// replacement character, control characters and marks of writing direction by blanks.
-std::string oneLine(const std::string& text);
+/// A text from outside, safe to print on a line of a terminal. A character that Qt does not count as
+/// printable (control, line feed, mark of writing direction, private use, unassigned) becomes a
+/// blank, invalid UTF-8 a replacement character. U+2028, U+2029 and all above U+FFFF stay.
+std::string printable(const std::string& text);
 
 /// Writes one line with the program's name to standard error.
 void printError(const std::string& text);
