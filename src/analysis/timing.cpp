@@ -68,23 +68,23 @@ Timing analyseTiming(const std::vector<Nanoseconds>& times,
 
     // Gaps do not change the median: half of the rows are enough.
     double period = 0.0; // of the sensor
-    std::uint64_t decimatedRows = 0;
+    std::uint64_t skippingRows = 0;
     {
         std::vector<double> distances(rows - 1);
         for (std::size_t row = 1; row < rows; ++row) {
             const std::uint64_t samples = step(numbers, row);
-            decimatedRows += samples > 1 ? 1 : 0;
+            skippingRows += samples > 1 ? 1 : 0;
             distances[row - 1] =
                 seconds(times[row] - times[row - 1]) / static_cast<double>(samples);
         }
         period = median(distances);
     }
-    timing.decimated = 2 * decimatedRows > rows - 1;
+    timing.numbersSkip = 2 * skippingRows > rows - 1;
     // If nearly every sample has a row, a sample without a row is missing, whatever the reason. If
-    // the file is decimated, a step of many times the usual one is a gap too.
-    const std::uint64_t usual = timing.decimated ? usualStep(numbers) : 1;
+    // the numbers skip, a step of many times the usual one is a gap too.
+    const std::uint64_t usual = timing.numbersSkip ? usualStep(numbers) : 1;
     const auto samplesOf = [&](std::size_t row) {
-        const std::uint64_t samples = timing.decimated ? step(numbers, row) : 1;
+        const std::uint64_t samples = timing.numbersSkip ? step(numbers, row) : 1;
         return samples > 2 * usual ? usual : samples;
     };
 

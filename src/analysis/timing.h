@@ -30,15 +30,15 @@ struct Timing
     double jitterSeconds = 0.0; ///< standard deviation of the intervals of rows, without gaps
     std::uint64_t missingSamples = 0;
     std::vector<Gap> gaps;
-    /// There are fewer rows than samples: the number of the sample increases by more than one for
-    /// most rows. Such a file was reduced without a filter: the sensor's highest frequencies are
+    /// The numbers of the samples increase by more than one for most rows: the recorder left
+    /// samples out. Such a file was reduced without a filter: the sensor's highest frequencies are
     /// aliased, which raises its noise density by up to the root of the ratio.
-    bool decimated = false;
+    bool numbersSkip = false;
     double samplesPerRow = 1.0; ///< mean, without gaps
 };
 
 /// Timing of increasing times with the numbers of their samples. An interval of rows is a gap if at
-/// least one additional sample fits into it; in a decimated file, one more than the numbers show. A
+/// least one additional sample fits into it; if the numbers skip, one more than they show. A
 /// step of the numbers that is more than twice the usual one counts as the usual one.
 /// @param times at least 2
 /// @param numbers as many; a number that decreases, as after a restart of the recorder's count,

@@ -141,7 +141,7 @@ void analyseTimes(const Recording& recording, RecordingReport& report)
         analysis::analyseTiming(times, report.hasImu ? recording.numbers : counted(times.size()));
     const Timing& timing = report.timing;
     report.decimated =
-        timing.decimated ||
+        timing.numbersSkip ||
         (report.hasImu && timing.rateHz < leastRateShare * report.options.sensorRateHz);
     report.gapCount = timing.gaps.size();
     for (const analysis::Gap& gap : timing.gaps) {

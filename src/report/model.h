@@ -145,7 +145,9 @@ struct RecordingReport
     bool hasImu = false;     ///< if false, the timing is that of the magnetometer
     analysis::Timing timing; ///< it lists the first 1000 gaps; gapCount counts all of them
     std::size_t gapCount = 0;
-    bool decimated = false; ///< the file has fewer rows than the sensor had samples
+    /// By the numbers of the samples (timing.numbersSkip), or because the rows come at less than
+    /// 0.9 of options.sensorRateHz.
+    bool decimated = false;
     double longestGapSeconds = 0.0;
     analysis::Histogram intervals;
     Envelope intervalEnvelope; ///< ms, interval from the previous row

@@ -42,7 +42,7 @@ void judgeLength(const RecordingReport& report, std::vector<Verdict>& verdicts)
 void judgeRate(const RecordingReport& report, std::vector<Verdict>& verdicts)
 {
     const analysis::Timing& timing = report.timing;
-    const double rate = timing.decimated ? timing.sensorRateHz : timing.rateHz;
+    const double rate = timing.numbersSkip ? timing.sensorRateHz : timing.rateHz;
     const double wanted = report.options.sensorRateHz;
     const double error = std::abs(rate / wanted - 1.0);
     Verdict verdict{"rate",
@@ -52,7 +52,7 @@ void judgeRate(const RecordingReport& report, std::vector<Verdict>& verdicts)
                     plainNumber(wanted) + " Hz ± " + percentLimit(mostRateError) +
                         " (the sensor's own)",
                     "Gaps are left out."};
-    if (timing.decimated) {
+    if (timing.numbersSkip) {
         verdict.why = "From the times and the numbers of the samples; the rows come at " +
                       number(timing.rateHz) + " Hz.";
     } else if (report.decimated) {
@@ -159,7 +159,7 @@ void judgeRows(const RecordingReport& report, std::vector<Verdict>& verdicts)
 double sensorRateOf(const RecordingReport& report)
 {
     const analysis::Timing& timing = report.timing;
-    return timing.decimated ? timing.sensorRateHz : report.options.sensorRateHz;
+    return timing.numbersSkip ? timing.sensorRateHz : report.options.sensorRateHz;
 }
 
 double densityFactorOf(const RecordingReport& report)

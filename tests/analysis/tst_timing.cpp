@@ -59,7 +59,7 @@ void TestTiming::evenRowsHaveNoGap()
     QVERIFY(std::abs(timing.sensorRateHz - 400.0) < 1e-6);
     QCOMPARE(timing.missingSamples, std::uint64_t{0});
     QVERIFY(timing.gaps.empty());
-    QVERIFY(!timing.decimated);
+    QVERIFY(!timing.numbersSkip);
     QVERIFY(timing.jitterSeconds < 1e-8);
 }
 
@@ -89,7 +89,7 @@ void TestTiming::everySecondSampleIsDecimatedAndHasNoGap()
         rows.add(i, static_cast<std::uint32_t>(i));
     }
     const Timing timing = analyseTiming(rows.times, rows.numbers);
-    QVERIFY(timing.decimated);
+    QVERIFY(timing.numbersSkip);
     QVERIFY(timing.gaps.empty());
     QVERIFY(std::abs(timing.rateHz - 200.0) < 1e-6);
     QVERIFY(std::abs(timing.sensorRateHz - 400.0) < 1e-6);
@@ -103,7 +103,7 @@ void TestTiming::changingStepIsDecimated()
         rows.add(i, static_cast<std::uint32_t>(i));
     }
     const Timing timing = analyseTiming(rows.times, rows.numbers);
-    QVERIFY(timing.decimated);
+    QVERIFY(timing.numbersSkip);
     QVERIFY(timing.gaps.empty());
     QVERIFY(std::abs(timing.samplesPerRow - 2.5) < 0.01);
     QVERIFY(std::abs(timing.sensorRateHz - 400.0) < 1e-6);
@@ -123,7 +123,7 @@ void TestTiming::missingSampleOfADecimatedFileIsAGap()
         ++seen;
     }
     const Timing timing = analyseTiming(rows.times, rows.numbers);
-    QVERIFY(timing.decimated);
+    QVERIFY(timing.numbersSkip);
     QCOMPARE(timing.missingSamples, std::uint64_t{1});
 }
 
@@ -136,7 +136,7 @@ void TestTiming::holeInADecimatedFileIsAGap()
         }
     }
     const Timing timing = analyseTiming(rows.times, rows.numbers);
-    QVERIFY(timing.decimated);
+    QVERIFY(timing.numbersSkip);
     QCOMPARE(timing.gaps.size(), std::size_t{1});
     QCOMPARE(timing.missingSamples, std::uint64_t{100});
     QVERIFY(std::abs(timing.rateHz - 200.0) < 1e-6);

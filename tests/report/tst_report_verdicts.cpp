@@ -102,7 +102,7 @@ RecordingReport vagueReport()
     report.restReason = "the camera moved";
     report.gravity.reset();
     report.decimated = true;
-    report.timing.decimated = true;
+    report.timing.numbersSkip = true;
     report.timing.rateHz = 100.0;
     report.timing.sensorRateHz = 401.0;
     report.timing.periodSeconds = 0.01;
@@ -502,7 +502,7 @@ void TestReportVerdicts::decimationHasOneFactor()
     QFETCH(QString, factor);
     RecordingReport report = soundReport();
     report.decimated = true;
-    report.timing.decimated = sensorRate > 0.0;
+    report.timing.numbersSkip = sensorRate > 0.0;
     report.timing.rateHz = rate;
     report.timing.sensorRateHz = sensorRate > 0.0 ? sensorRate : rate;
     const QString why = QString::fromStdString(verdictOf(report, "decimated").why);
