@@ -90,7 +90,9 @@ void appendRow(std::string& text, const RecordingRow& row)
     appendField(text, static_cast<double>(row.pressure));
     appendField(text, static_cast<double>(row.altitude));
     appendField(text, static_cast<double>(row.movingState));
-    appendFields(text, row.temperatures);
+    for (const float celsius : {row.tempLeft, row.tempRight, row.tempImu, row.tempBarometer}) {
+        appendField(text, static_cast<double>(celsius));
+    }
     text += '\n';
 }
 

@@ -22,7 +22,10 @@ struct RecordingRow
     float pressure = 0.0F;                     ///< hPa
     float altitude = 0.0F;                     ///< m
     int movingState = 0;
-    std::array<float, 4> temperatures = {}; ///< degrees Celsius: left, right, IMU, barometer
+    float tempLeft = 0.0F; ///< degrees Celsius, as the next three
+    float tempRight = 0.0F;
+    float tempImu = 0.0F;
+    float tempBarometer = 0.0F;
 };
 
 /// The first line of a file with all columns, with its line feed.

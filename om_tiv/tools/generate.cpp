@@ -23,6 +23,8 @@ namespace om::bench {
 
 namespace {
 
+using LOCATION = SensorsData::TemperatureData::SENSOR_LOCATION;
+
 constexpr std::size_t buffer = std::size_t{1} << 20U;
 constexpr Nanoseconds temperatureSlot = 40 * nsPerMs;
 
@@ -183,27 +185,32 @@ private:
         }
         m_slot = slot;
         auto values = m_source.temperatures(slot * temperatureSlot);
+        const auto at = [&values](LOCATION location) -> std::optional<double>& {
+            return values.at(static_cast<std::size_t>(location));
+        };
+        std::optional<double>& left = at(LOCATION::LEFT);
+        std::optional<double>& right = at(LOCATION::RIGHT);
+        std::optional<double>& imu = at(LOCATION::IMU);
         if (m_faults.boardTemperaturesAbsent) {
-            values[2].reset();
-            values[3].reset();
+            left.reset();
+            right.reset();
         }
         if (m_faults.imuTemperatureAbsent) {
-            values[0].reset();
+            imu.reset();
         }
-        std::array<float, 4>& row = m_row.temperatures;
         const auto put = [](const std::optional<double>& from, float& to) {
             if (from) {
                 to = static_cast<float>(*from);
             }
         };
         // Without sensors on the board the IMU's temperature is used for both.
-        const bool onBoard = values[2] && values[3];
-        put(values[onBoard ? 2 : 0], row[0]);
-        put(values[onBoard ? 3 : 0], row[1]);
-        row[2] = 0.0F;
-        put(values[0], row[2]);
-        row[3] = row[2]; // without a barometer the IMU's
-        put(values[1], row[3]);
+        const bool onBoard = left && right;
+        put(onBoard ? left : imu, m_row.tempLeft);
+        put(onBoard ? right : imu, m_row.tempRight);
+        m_row.tempImu = 0.0F;
+        put(imu, m_row.tempImu);
+        m_row.tempBarometer = m_row.tempImu; // without a barometer the IMU's
+        put(at(LOCATION::BAROMETER), m_row.tempBarometer);
     }
 
     const Faults m_faults;

@@ -70,7 +70,7 @@ public:
     virtual ImuSample imu(std::uint64_t number) const = 0;
     virtual MagnetometerSample magnetometer(std::uint64_t number) const = 0;
     virtual BarometerSample barometer(std::uint64_t number) const = 0;
-    /// Degrees Celsius by location; none if there is no sensor.
+    /// Degrees Celsius: IMU, barometer, left, right; none if there is no sensor.
     virtual std::array<std::optional<double>, 4> temperatures(Nanoseconds time) const = 0;
 
     /// Last changes to the record of an IMU sample, in body axes. A source that plays a recording

@@ -258,7 +258,10 @@ void TestGenerate::rowsAreThoseOfTheRecorder()
         row.pressure = v[13];
         row.altitude = v[14];
         row.movingState = static_cast<int>(i % 3);
-        row.temperatures = {v[15], v[16], v[17], v[18]};
+        row.tempLeft = v[15];
+        row.tempRight = v[16];
+        row.tempImu = v[17];
+        row.tempBarometer = v[18];
         std::string text;
         appendRow(text, row);
 
