@@ -68,6 +68,9 @@ double lostShareOf(const ReadReport& report);
 /// What was left out and why, as part of a sentence; empty where nothing was.
 std::string leftOutText(const ReadReport& report);
 
+/// Index of the IMU's among the four temperatures.
+constexpr std::size_t imuTemperature = 2;
+
 /// The samples of one file. The times of the rows increase.
 struct Recording
 {
@@ -89,7 +92,7 @@ struct Recording
 
     /// Temperatures once per barometer sample, once in 40 ms without a barometer.
     std::vector<Nanoseconds> temperatureTimes;
-    /// Degrees Celsius: left, right, IMU, barometer.
+    /// Degrees Celsius: left, right, IMU (imuTemperature), barometer.
     std::array<std::vector<double>, 4> temperatures;
 };
 

@@ -61,11 +61,12 @@ Topic temperatureTopic(const RecordingReport& report)
                       (slopes.isEmpty() ? QString() : slopes + "."),
                   std::move(plot));
     }
-    if (report.temperatures && report.temperatures->envelopes[2].seconds.size() > 1) {
+    if (report.temperatures &&
+        report.temperatures->envelopes[analysis::imuTemperature].seconds.size() > 1) {
         addFigure(topic, QStringLiteral("temperature-time"),
                   QStringLiteral("Temperature of the IMU over time."),
-                  timePlot(report, report.temperatures->envelopes[2], QStringLiteral("°C"), 0.0,
-                           standardHeight));
+                  timePlot(report, report.temperatures->envelopes[analysis::imuTemperature],
+                           QStringLiteral("°C"), 0.0, standardHeight));
     }
     return topic;
 }

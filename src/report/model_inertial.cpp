@@ -19,7 +19,6 @@ using analysis::Vectors;
 constexpr std::size_t mostTemperatures = 600;
 /// A slope is determined only if the temperature changes by at least this much.
 constexpr double leastTemperatureRange = 1.0; // degrees Celsius
-constexpr std::size_t imuTemperature = 2;
 constexpr std::size_t mostLines = 8;
 constexpr std::uint64_t mostFilled = 4; // samples of a gap
 
@@ -44,7 +43,7 @@ std::vector<Point> againstTemperature(const Recording& recording, const std::vec
 {
     std::vector<Point> points;
     const std::vector<Nanoseconds>& times = recording.temperatureTimes;
-    const std::vector<double>& values = recording.temperatures[imuTemperature];
+    const std::vector<double>& values = recording.temperatures[analysis::imuTemperature];
     const std::size_t step = times.size() / mostTemperatures + 1;
     std::size_t row = rest.first;
     for (std::size_t i = 0; i + step < times.size(); i += step) {
@@ -176,7 +175,8 @@ void analyseAxisNoise(const Recording& recording, const std::vector<double>& par
         const Part<Nanoseconds> times(recording.times, rest.rows);
         std::vector<double> even = part;
         analysis::removeTemperature(even, *times, recording.temperatureTimes,
-                                    recording.temperatures[imuTemperature], *axis.temperatureSlope);
+                                    recording.temperatures[analysis::imuTemperature],
+                                    *axis.temperatureSlope);
         stretches = stretchesOf(even, rest.timing, mostFilled);
     }
     analysis::removeLines(stretches, rate, axis.lines);

@@ -9,7 +9,6 @@ namespace {
 constexpr double coldest = -40.0; // degrees Celsius
 constexpr double hottest = 85.0;
 constexpr double mostTemperatureChange = 5.0;
-constexpr std::size_t imuTemperature = 2;
 
 } // namespace
 
@@ -18,8 +17,8 @@ void judgeTemperature(const RecordingReport& report, std::vector<Verdict>& verdi
     if (!report.temperatures) {
         return;
     }
-    const double low = report.temperatures->minimum[imuTemperature];
-    const double high = report.temperatures->maximum[imuTemperature];
+    const double low = report.temperatures->minimum[analysis::imuTemperature];
+    const double high = report.temperatures->maximum[analysis::imuTemperature];
     Verdict verdict{
         "temperature",
         "Temperature of the IMU",
