@@ -188,7 +188,7 @@ private:
         }
         Client client;
         client.socket = std::move(socket);
-        client.lineDue = SteadyClock::now() + m_limits.idle;
+        client.lineDue = SteadyClock::now() + m_limits.stall;
         m_clients.push_back(std::move(client));
     }
 
@@ -207,7 +207,7 @@ private:
         const auto now = SteadyClock::now();
         if (client.drained && client.lineDue && *client.lineDue <= now) {
             refuse(client,
-                   "no whole request within " + std::to_string(m_limits.idle.count()) + " ms");
+                   "no whole request within " + std::to_string(m_limits.stall.count()) + " ms");
         }
         const std::size_t before = client.output.size();
         if (before > 0 && !writeTo(client)) {
@@ -216,7 +216,7 @@ private:
         if (client.output.empty()) {
             client.takeDue.reset();
         } else if (!client.takeDue || client.output.size() < before) {
-            client.takeDue = now + m_limits.idle;
+            client.takeDue = now + m_limits.stall;
         } else if (*client.takeDue <= now) {
             return false;
         }
@@ -254,7 +254,7 @@ private:
         } else if (client.input.empty()) {
             client.lineDue.reset();
         } else if (begin > 0 || !client.lineDue) {
-            client.lineDue = SteadyClock::now() + m_limits.idle;
+            client.lineDue = SteadyClock::now() + m_limits.stall;
         }
         return true;
     }

@@ -16,7 +16,8 @@ namespace om::bench {
 /// must be one in which no other user can replace it. A client may send anything: a line over
 /// maxLine bytes ends its connection with an error, and an incomplete line at the end is dropped.
 /// Between two requests a client keeps its slot without a time limit. With an incomplete line or an
-/// unread answer it keeps the slot for Limits::idle.
+/// unread answer it keeps the slot for Limits::stall; with more than 4 MiB of unread answers it
+/// loses it at once.
 class ControlServer
 {
 public:
@@ -32,7 +33,7 @@ public:
         /// Time limit for a line from its first byte to its end, for the first line from the
         /// connection on, and for accepting each part of an answer. Shorter than a client's waiting
         /// time.
-        std::chrono::milliseconds idle{5000};
+        std::chrono::milliseconds stall{5000};
         /// Pause before the next attempt if the process has no descriptor left for a client.
         std::chrono::milliseconds pause{250};
     };
