@@ -75,7 +75,7 @@ private:
         }
     }
 
-    static void append(Vectors& vectors, const RecordedRow& row, FIELD first)
+    static void append(Vectors& vectors, const RecordedRow& row, COLUMN first)
     {
         for (std::size_t i = 0; i < 3; ++i) {
             vectors.axes[i].push_back(row.values[first + i]);

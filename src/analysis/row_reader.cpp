@@ -9,7 +9,7 @@ namespace analysis {
 
 namespace {
 
-constexpr std::array<std::string_view, FIELDS> names{
+constexpr std::array<std::string_view, COLUMNS> names{
     "idx",
     "imu_Timestamp[sec]",
     "mag_Timestamp[sec]",
@@ -52,10 +52,10 @@ std::string_view trimmed(std::string_view text)
 }
 
 /// The rows of a sensor that is slower than the IMU repeat its last sample.
-bool isOfSlowSensor(FIELD field)
+bool isOfSlowSensor(COLUMN column)
 {
-    return field == MAG_TIME || field == BARO_TIME || (field >= MAG_X && field <= MAG_Z) ||
-           (field >= PRESSURE && field <= TEMP_BAROMETER);
+    return column == MAG_TIME || column == BARO_TIME || (column >= MAG_X && column <= MAG_Z) ||
+           (column >= PRESSURE && column <= TEMP_BAROMETER);
 }
 
 bool beginsWith(const char* begin, const char* end, std::string_view text)
@@ -106,11 +106,11 @@ RowReader::RowReader(const char* begin, const char* end, std::string_view header
             break; // after the last comma
         }
         const auto found = std::find(names.begin(), names.end(), name);
-        m_fields.push_back(found == names.end()
-                               ? UNKNOWN
-                               : static_cast<FIELD>(std::distance(names.begin(), found)));
+        m_columns.push_back(found == names.end()
+                                ? UNKNOWN
+                                : static_cast<COLUMN>(std::distance(names.begin(), found)));
         if (found != names.end()) {
-            m_has.at(m_fields.back()) = true;
+            m_has.at(m_columns.back()) = true;
         }
     }
 }
@@ -142,22 +142,22 @@ RowReader::PARSED RowReader::parse(const char* p, const char* end, RecordedRow& 
                                    Texts& texts) const
 {
     bool valid = true;
-    for (const FIELD field : m_fields) {
+    for (const COLUMN column : m_columns) {
         const char* const start = p;
-        const bool slow = isOfSlowSensor(field);
-        if (slow && beginsWith(p, end, texts[field])) {
-            p += texts[field].size();
+        const bool slow = isOfSlowSensor(column);
+        if (slow && beginsWith(p, end, texts[column])) {
+            p += texts[column].size();
             continue;
         }
         bool fine = true;
-        if (field == UNKNOWN) {
+        if (column == UNKNOWN) {
             p = static_cast<const char*>(std::memchr(p, ',', static_cast<std::size_t>(end - p)));
-        } else if (field >= IMU_TIME && field <= BARO_TIME) {
-            fine = parseTime(p, end, row.times[field]);
-        } else if (field == INDEX) {
-            fine = parseIndex(p, end, row.values[field]);
+        } else if (column >= IMU_TIME && column <= BARO_TIME) {
+            fine = parseTime(p, end, row.times[column]);
+        } else if (column == INDEX) {
+            fine = parseIndex(p, end, row.values[column]);
         } else {
-            fine = parseNumber(p, end, row.values[field]);
+            fine = parseNumber(p, end, row.values[column]);
         }
         if (!fine) {
             valid = false;
@@ -165,14 +165,14 @@ RowReader::PARSED RowReader::parse(const char* p, const char* end, RecordedRow& 
                 std::memchr(start, ',', static_cast<std::size_t>(end - start)));
         }
         if (slow) {
-            texts[field] = {};
+            texts[column] = {};
         }
         if (p == nullptr || p == end) {
             return PARSED::TORN;
         }
         ++p; // after the comma
         if (slow && fine) {
-            texts[field] = {start, static_cast<std::size_t>(p - start)};
+            texts[column] = {start, static_cast<std::size_t>(p - start)};
         }
     }
     if (p != end) {

@@ -15,7 +15,7 @@
 namespace analysis {
 
 /// The columns of a recording.
-enum FIELD : std::size_t {
+enum COLUMN : std::size_t {
     INDEX,
     IMU_TIME,
     MAG_TIME,
@@ -39,14 +39,14 @@ enum FIELD : std::size_t {
     TEMP_RIGHT,
     TEMP_IMU,
     TEMP_BAROMETER,
-    FIELDS,
-    UNKNOWN = FIELDS
+    COLUMNS,
+    UNKNOWN = COLUMNS
 };
 
 /// One row. A column that the file does not have is 0.
 struct RecordedRow
 {
-    std::array<double, FIELDS> values{};            ///< all columns except the times
+    std::array<double, COLUMNS> values{};           ///< all columns except the times
     std::array<Nanoseconds, BARO_TIME + 1> times{}; ///< IMU_TIME to BARO_TIME
 };
 
@@ -60,8 +60,8 @@ public:
     static std::optional<RowReader> of(const char* begin, const char* end, const std::string& path,
                                        std::string& error);
 
-    bool has(FIELD field) const { return m_has[field]; }
-    bool hasTriple(FIELD first) const
+    bool has(COLUMN column) const { return m_has[column]; }
+    bool hasTriple(COLUMN first) const
     {
         return m_has[first] && m_has[first + 1] && m_has[first + 2];
     }
@@ -78,7 +78,7 @@ public:
 
 private:
     enum class PARSED { ROW, TORN, INVALID };
-    using Texts = std::array<std::string_view, FIELDS>;
+    using Texts = std::array<std::string_view, COLUMNS>;
 
     RowReader(const char* begin, const char* end, std::string_view header, const std::string& path);
     /// @param row   has the values of the row before
@@ -90,8 +90,8 @@ private:
     const char* m_end;
     std::string_view m_header;
     std::string m_path;
-    std::vector<FIELD> m_fields;
-    std::array<bool, FIELDS> m_has{};
+    std::vector<COLUMN> m_columns;
+    std::array<bool, COLUMNS> m_has{};
 };
 
 /// Determines which samples of a row are new, because rows repeat the samples of slow sensors. Pass
@@ -138,7 +138,7 @@ private:
         Nanoseconds m_row = 0;    ///< of the last row
     };
 
-    FIELD m_time; ///< the time by which the rows are ordered
+    COLUMN m_time; ///< the time by which the rows are ordered
     bool m_hasMagnetometer;
     bool m_hasBarometer;
     bool m_hasTemperatures;

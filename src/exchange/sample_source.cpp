@@ -12,7 +12,7 @@ constexpr double radiansPerDegree = 3.14159265358979323846 / 180.0;
 constexpr double pascalsPerHectopascal = 100.0;
 constexpr double microteslasPerTesla = 1e6;
 
-Vector triple(const RecordedRow& row, FIELD first)
+Vector triple(const RecordedRow& row, COLUMN first)
 {
     return {row.values[first], row.values[first + 1], row.values[first + 2]};
 }
