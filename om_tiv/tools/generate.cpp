@@ -81,7 +81,7 @@ public:
         }
     }
 
-    static constexpr Nanoseconds start = generatedStart * nsPerS;
+    static constexpr Nanoseconds start = generatedStartSeconds * nsPerS;
 
     Nanoseconds timeOf(std::uint64_t number) const { return m_source.timeOf(STREAM::IMU, number); }
 

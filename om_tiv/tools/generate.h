@@ -19,13 +19,14 @@ struct Generated
     double seconds = 0.0; ///< of the camera's time, from its plugging in
 };
 
-/// The time at which a generated recording begins: 2026-01-01, in every one.
-constexpr std::uint64_t generatedStart = 1'767'225'600;
+/// The time at which a generated recording begins, s since 1970: 2026-01-01 UTC, in every
+/// one.
+constexpr std::uint64_t generatedStartSeconds = 1'767'225'600;
 
 /// Writes every sample of a camera into a CSV file as Gravimon records it, with all columns: the
-/// camera is plugged in, opened and read at once, at generatedStart. The first IMU sample only
-/// starts the program's clock and has no row. Uses a few MiB whatever the length. The faults of
-/// sensors and timestamps act; those of opening, grabbing and the microcontroller do not.
+/// camera is plugged in, opened and read at once, at generatedStartSeconds. The first IMU sample
+/// only starts the program's clock and has no row. Uses a few MiB whatever the length. The faults
+/// of sensors and timestamps act; those of opening, grabbing and the microcontroller do not.
 ///
 /// @param path     of a file that does not exist yet. It is removed again where it can't be written
 ///                 whole.

@@ -195,7 +195,7 @@ void TestGenerate::recordingIsTheProgramsOwn()
     QVERIFY2(generate(config, length, error), error.c_str());
 
     Bench& bench = benchtest::runningBench();
-    bench.clock().setManual(generatedStart * nsPerS);
+    bench.clock().setManual(generatedStartSeconds * nsPerS);
     bench.setField(defaultField);
     bench.addCamera(config);
     Camera camera;
@@ -207,7 +207,7 @@ void TestGenerate::recordingIsTheProgramsOwn()
     std::uint64_t rows = 0;
     for (std::uint64_t number = 0;; ++number) {
         const Nanoseconds time = source->timeOf(STREAM::IMU, number);
-        if (time > generatedStart * nsPerS + static_cast<Nanoseconds>(length * 1e9)) {
+        if (time > generatedStartSeconds * nsPerS + static_cast<Nanoseconds>(length * 1e9)) {
             break;
         }
         if (!source->isLost(STREAM::IMU, number)) {
