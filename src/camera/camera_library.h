@@ -79,9 +79,9 @@ static_assert(valueOf(cameraFrame) == 1);
 inline constexpr om::TIME_REFERENCE lastImage = om::TIME_REFERENCE::IMAGE;
 /// gravimon-log also asks for the current time with it, which advances as the samples' times do, or
 /// is 0.
-inline constexpr om::TIME_REFERENCE latest = om::TIME_REFERENCE::CURRENT;
+inline constexpr om::TIME_REFERENCE current = om::TIME_REFERENCE::CURRENT;
 static_assert(valueOf(lastImage) == 0);
-static_assert(valueOf(latest) == 1);
+static_assert(valueOf(current) == 1);
 
 inline constexpr om::VIEW leftView = om::VIEW::LEFT;
 inline constexpr om::VIEW rightView = om::VIEW::RIGHT;

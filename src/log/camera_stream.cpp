@@ -131,7 +131,7 @@ bool CameraStream::open(const std::optional<unsigned int>& serial,
 bool CameraStream::next(om::SensorsData& record)
 {
     // Any other failure is temporary: the record is used as it is, usually without a new sample.
-    return m_camera.getSensorsData(record, omlib::latest) != omlib::cameraGone;
+    return m_camera.getSensorsData(record, omlib::current) != omlib::cameraGone;
 }
 
 void CameraStream::grab()

@@ -45,7 +45,7 @@ public:
     bool next(om::SensorsData& record);
 
     /// Current time of the camera library's clock, ns; 0 if it has none.
-    std::uint64_t now() { return m_camera.getTimestamp(omlib::latest); }
+    std::uint64_t now() { return m_camera.getTimestamp(omlib::current); }
 
 private:
     std::optional<om::DeviceProperties> await(const std::optional<unsigned int>& serial,

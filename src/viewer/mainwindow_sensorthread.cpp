@@ -34,7 +34,7 @@ void MainWindow::dataThreadFunc()
         if (input == nullptr || !input->camera.isOpened()) {
             break;
         }
-        if (input->camera.getSensorsData(sensorsData, omlib::latest) == omlib::cameraGone) {
+        if (input->camera.getSensorsData(sensorsData, omlib::current) == omlib::cameraGone) {
             cameraLost = true;
             input->stopGrabbing();
             {

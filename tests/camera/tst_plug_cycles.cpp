@@ -86,7 +86,7 @@ private:
         om::SensorsData record;
         std::uint64_t first = 0;
         QVERIFY(stepUntil([&] {
-            if (input.camera.getSensorsData(record, omlib::latest) != omlib::success) {
+            if (input.camera.getSensorsData(record, omlib::current) != omlib::success) {
                 return false;
             }
             first = first == 0 ? record.imu.timestamp : first;
@@ -95,7 +95,7 @@ private:
 
         QVERIFY(bench().unplug(cameraSerial));
         QVERIFY(stepUntil([&] { return losses == 1; }));
-        QCOMPARE(input.camera.getSensorsData(record, omlib::latest), omlib::cameraGone);
+        QCOMPARE(input.camera.getSensorsData(record, omlib::current), omlib::cameraGone);
         QVERIFY(input.wait(waiting::patienceMs));
         QCOMPARE(listed(), std::size_t(0));
         QVERIFY(bench().plug(cameraSerial));
