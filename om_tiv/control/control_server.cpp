@@ -99,7 +99,7 @@ public:
             error = reason("socket");
             return false;
         }
-        if (!makeRoomAt(m_path, *address, error)) {
+        if (!removeStaleSocket(m_path, *address, error)) {
             m_listener = Descriptor();
             return false;
         }

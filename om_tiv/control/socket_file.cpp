@@ -142,7 +142,7 @@ bool makeFolderOf(const std::string& path, std::string& error)
     return true;
 }
 
-bool makeRoomAt(const std::string& path, const sockaddr_un& address, std::string& error)
+bool removeStaleSocket(const std::string& path, const sockaddr_un& address, std::string& error)
 {
     struct stat state = {};
     if (::lstat(path.c_str(), &state) != 0) {

@@ -25,7 +25,7 @@ bool makeFolderOf(const std::string& path, std::string& error);
 
 /// Removes the file of a socket that no process serves.
 /// @return false with the error if something else has the path
-bool makeRoomAt(const std::string& path, const sockaddr_un& address, std::string& error);
+bool removeStaleSocket(const std::string& path, const sockaddr_un& address, std::string& error);
 
 /// Binds the socket and lets it listen. Its file appears only when it listens: a client that finds
 /// it can connect, and another program does not take it for one that nobody serves. A path that
