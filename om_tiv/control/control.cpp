@@ -129,7 +129,7 @@ private:
 
     json add()
     {
-        BenchDescription description = readCamera(member(m_request, "camera"));
+        BenchDescription description = describeCamera(member(m_request, "camera"));
         const unsigned int serial = description.cameras.front().serialNumber;
         checkRoomFor(description.cameras.front(), m_bench);
         if (description.replays.empty()) {
@@ -290,9 +290,10 @@ private:
             target->changeFaults([&](Faults& faults) {
                 json wanted = allFaultsAsJson(clear ? Faults() : faults);
                 wanted.update(given);
-                faults = readCamera({{"model", "TIV_Q"}, {"serialNumber", 1}, {"faults", wanted}})
-                             .cameras.front()
-                             .faults;
+                faults =
+                    describeCamera({{"model", "TIV_Q"}, {"serialNumber", 1}, {"faults", wanted}})
+                        .cameras.front()
+                        .faults;
             });
         }
         return {{"faults", allFaultsAsJson(target->faults())}};

@@ -15,7 +15,7 @@ std::string withoutPlace(const std::string& error)
     return at == std::string::npos ? error : "camera" + error.substr(at + place.size());
 }
 
-BenchDescription readCamera(const json& camera)
+BenchDescription describeCamera(const json& camera)
 {
     BenchDescription description;
     std::string error;

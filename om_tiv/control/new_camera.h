@@ -20,7 +20,7 @@ std::string withoutPlace(const std::string& error);
 
 /// Reads a camera as in a bench file, without its recording.
 /// @throw Refusal
-BenchDescription readCamera(const nlohmann::json& camera);
+BenchDescription describeCamera(const nlohmann::json& camera);
 
 /// The reason to refuse a second camera with this serial number.
 std::string duplicateSerialText(unsigned int serial);
