@@ -63,7 +63,7 @@ void CallLog::add(CallRecord record)
     std::unique_lock<std::mutex> lock(m_mutex);
     record.number = ++m_number;
     ++m_counts[kind];
-    if (m_records[kind].size() == bound) {
+    if (m_records[kind].size() == maxPerKind) {
         m_records[kind].pop_front();
     }
     m_records[kind].push_back(record);

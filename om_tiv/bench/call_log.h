@@ -73,7 +73,7 @@ struct CallRecord
 class CallLog
 {
 public:
-    static constexpr std::size_t bound = 2000; ///< maximum number of records of each kind
+    static constexpr std::size_t maxPerKind = 2000; ///< maximum number of records of each kind
 
     /// Records the call if its kind is on; sets number, thread and, if it is 0, the time.
     void add(CallRecord record);

@@ -120,18 +120,18 @@ void TestCallLog::theBoundHoldsForEachKind()
     CallLog log;
     log.setOn(true);
     log.add(call(CALL::OPEN, -1));
-    const int calls = static_cast<int>(CallLog::bound) + 10;
+    const int calls = static_cast<int>(CallLog::maxPerKind) + 10;
     for (int i = 0; i < calls; ++i) {
         log.add(call(CALL::GRAB, i));
     }
     const auto grabs = log.records(CALL::GRAB);
-    QCOMPARE(grabs.size(), CallLog::bound);
+    QCOMPARE(grabs.size(), CallLog::maxPerKind);
     QCOMPARE(grabs.front().value, 10);
     QCOMPARE(grabs.back().value, calls - 1);
     QCOMPARE(log.count(CALL::GRAB), static_cast<std::uint64_t>(calls));
     // The calls at a high rate do not displace the others.
     QCOMPARE(log.records(CALL::OPEN).size(), std::size_t{1});
-    QCOMPARE(log.records().size(), CallLog::bound + 1);
+    QCOMPARE(log.records().size(), CallLog::maxPerKind + 1);
 }
 
 void TestCallLog::clearForgetsTheCallsAndGoesOnNumbering()
