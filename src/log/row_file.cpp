@@ -56,7 +56,7 @@ bool RowFile::flush(std::string& error)
     struct stat file = {};
     if (::fstat(m_descriptor, &file) == 0 && file.st_nlink == 0) {
         m_hasName = false;
-        return refused("was removed while it was written", 0, error);
+        return closeWithError("was removed while it was written", 0, error);
     }
     return m_text.isEmpty() || write(error);
 }
@@ -72,7 +72,7 @@ bool RowFile::write(std::string& error)
         m_whole += done.lastIndexOf('\n') + 1;
         m_lines += static_cast<std::uint64_t>(done.count('\n'));
         cut();
-        return refused("cannot be written", number, error);
+        return closeWithError("cannot be written", number, error);
     }
     m_whole += m_text.size();
     m_lines += static_cast<std::uint64_t>(m_text.count('\n'));
@@ -86,7 +86,7 @@ void RowFile::cut()
     [[maybe_unused]] const int result = ::ftruncate(m_descriptor, m_whole);
 }
 
-bool RowFile::refused(const std::string& what, int number, std::string& error)
+bool RowFile::closeWithError(const std::string& what, int number, std::string& error)
 {
     error = m_path + ": " + what +
             (number == 0 ? "" : std::string(": ") + std::generic_category().message(number));
@@ -103,7 +103,7 @@ bool RowFile::finish(std::string& error)
     }
     if (!files::flushToDisk(m_descriptor)) {
         m_isDoubtful = true;
-        return refused("cannot be written", errno, error);
+        return closeWithError("cannot be written", errno, error);
     }
     const int descriptor = m_descriptor;
     m_descriptor = -1;

@@ -51,7 +51,7 @@ public:
 private:
     bool write(std::string& error);
     void cut();
-    bool refused(const std::string& what, int number, std::string& error);
+    bool closeWithError(const std::string& what, int number, std::string& error);
 
     RecOptions m_columns;
     std::string m_path;
