@@ -233,7 +233,8 @@ class NewFile
 public:
     explicit NewFile(std::string path)
         : m_path(std::move(path)),
-          m_file(::open(m_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666))
+          m_file(::open(m_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666)),
+          m_isOurs(m_file.valid())
     {}
     ~NewFile()
     {
@@ -244,11 +245,7 @@ public:
     NewFile(const NewFile&) = delete;
     NewFile& operator=(const NewFile&) = delete;
 
-    bool isOpen()
-    {
-        m_isOurs = m_file.valid();
-        return m_isOurs;
-    }
+    bool isOpen() const { return m_isOurs; }
     bool write(const std::string& text) { return writeAll(m_file, text); }
     bool keep()
     {
@@ -259,7 +256,7 @@ public:
 private:
     const std::string m_path;
     Descriptor m_file;
-    bool m_isOurs = false;
+    bool m_isOurs; ///< removed by the destructor
 };
 
 std::string lastError()
