@@ -12,6 +12,7 @@ namespace {
 
 constexpr double windowSeconds = 0.25;
 constexpr double trimSeconds = 0.1;
+constexpr double leastSeconds = 1.0; // of a rest
 /// A window contains motion if its deviation exceeds that of the stillest quarter of windows by
 /// this factor.
 constexpr double noiseFactor = 3.0;
@@ -101,7 +102,7 @@ int sideOf(const Eigen::Vector3d& mean)
 
 } // namespace
 
-std::vector<Rest> findRests(const Recording& recording, double leastSeconds)
+std::vector<Rest> findRests(const Recording& recording)
 {
     std::vector<Rest> rests;
     if (recording.acceleration.empty()) {

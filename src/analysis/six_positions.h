@@ -40,9 +40,9 @@ struct SixPositions
     std::vector<Rest> rests;        ///< the rests that were used
 };
 
-/// The periods of at least `leastSeconds` in which the acceleration and, if available, the angular
+/// The periods of a second or more in which the acceleration and, if available, the angular
 /// velocity change by no more than the noise. A tenth of a second at both ends is left out.
-std::vector<Rest> findRests(const Recording& recording, double leastSeconds = 1.0);
+std::vector<Rest> findRests(const Recording& recording);
 
 /// Least squares of the 12 parameters over the rests. In each rest the true acceleration is gravity
 /// exactly along the nearest axis.

@@ -18,6 +18,8 @@ constexpr std::size_t leastSegment = 8;
 constexpr std::size_t neighbours = 40;
 constexpr std::size_t lineReach = 3;
 constexpr double lowestLineHz = 1.0;
+constexpr double lineFactor = 30.0;        // of a line over the noise around it
+constexpr std::size_t longestBlock = 8192; // in which a line is removed as one sine
 
 /// Subtracts the sine of that angle per sample that fits the samples best.
 void subtractSine(double* samples, std::size_t count, double angle)
@@ -115,7 +117,7 @@ Spectrum welch(const Stretches& stretches, double rateHz, std::size_t segment)
     return spectrum;
 }
 
-std::vector<SpectralLine> spectralLines(const Spectrum& spectrum, double threshold)
+std::vector<SpectralLine> spectralLines(const Spectrum& spectrum)
 {
     std::vector<SpectralLine> lines;
     const std::vector<double>& density = spectrum.density;
@@ -142,7 +144,7 @@ std::vector<SpectralLine> spectralLines(const Spectrum& spectrum, double thresho
         const auto middle = around.begin() + static_cast<std::ptrdiff_t>(around.size() / 2);
         std::nth_element(around.begin(), middle, around.end());
         const double noise = *middle;
-        if (!(density[i] > threshold * noise)) {
+        if (!(density[i] > lineFactor * noise)) {
             continue;
         }
         // Under a Hann window the ratio of the line's two largest bins determines its position
@@ -173,12 +175,11 @@ std::vector<SpectralLine> spectralLines(const Spectrum& spectrum, double thresho
     return lines;
 }
 
-void removeLines(Stretches& stretches, double rateHz, const std::vector<SpectralLine>& lines,
-                 std::size_t block)
+void removeLines(Stretches& stretches, double rateHz, const std::vector<SpectralLine>& lines)
 {
     for (std::vector<double>& stretch : stretches) {
         // Equal blocks: a short last one could have too few periods.
-        const std::size_t blocks = stretch.size() / block + 1;
+        const std::size_t blocks = stretch.size() / longestBlock + 1;
         for (std::size_t i = 0; i < blocks; ++i) {
             const std::size_t begin = i * stretch.size() / blocks;
             const std::size_t count = (i + 1) * stretch.size() / blocks - begin;

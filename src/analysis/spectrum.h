@@ -35,16 +35,15 @@ struct SpectralLine
 /// @return no densities if no stretch has 8 samples
 Spectrum welch(const Stretches& stretches, double rateHz, std::size_t segment = 8192);
 
-/// The lines whose density is at least `threshold` times the noise around them, by decreasing
+/// The lines whose density is more than 30 times the noise around them, by decreasing
 /// amplitude. Frequencies below 1 Hz are ignored because of slow motion.
-std::vector<SpectralLine> spectralLines(const Spectrum& spectrum, double threshold = 30.0);
+std::vector<SpectralLine> spectralLines(const Spectrum& spectrum);
 
-/// Subtracts the lines from the stretches: in each block of samples the sine of a line's frequency
+/// Subtracts the lines from the stretches: in each block of at most 8192
+/// samples the sine of a line's frequency
 /// that fits best. This also removes a share of 2 / block of the noise per line. Stretches of less
 /// than four periods are not changed.
 /// @param rateHz of the samples
-/// @param block longest block; a stretch is divided evenly
-void removeLines(Stretches& stretches, double rateHz, const std::vector<SpectralLine>& lines,
-                 std::size_t block = 8192);
+void removeLines(Stretches& stretches, double rateHz, const std::vector<SpectralLine>& lines);
 
 } // namespace analysis

@@ -66,11 +66,10 @@ Envelope envelopeOf(const std::vector<Nanoseconds>& times, const std::vector<dou
         times, 0, values.size(), [&](std::size_t row) { return values[row]; }, parts);
 }
 
-std::vector<Point> gapSpansOf(const std::vector<Gap>& gaps, Nanoseconds start, double duration,
-                              std::size_t parts)
+std::vector<Point> gapSpansOf(const std::vector<Gap>& gaps, Nanoseconds start, double duration)
 {
     std::vector<Point> spans;
-    const double column = duration / static_cast<double>(parts);
+    const double column = duration / static_cast<double>(envelopeParts);
     for (const Gap& gap : gaps) {
         const Point span{secondsBetween(start, gap.start), secondsBetween(start, gap.end)};
         if (!spans.empty() && span.x - spans.back().y < column) {

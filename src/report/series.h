@@ -54,9 +54,9 @@ Envelope envelopeOf(const std::vector<analysis::Nanoseconds>& times, std::size_t
     return envelope;
 }
 
-/// Spans of the gaps for a chart of `parts` columns. Gaps in the same column are one span.
+/// Spans of the gaps for a chart of envelopeParts columns. Gaps in the same column are one span.
 std::vector<Point> gapSpansOf(const std::vector<analysis::Gap>& gaps, analysis::Nanoseconds start,
-                              double duration, std::size_t parts = envelopeParts);
+                              double duration);
 
 /// Delay of each sample against an even rate, ms. Missing samples count. The even rate is that from
 /// the first sample to the last.
