@@ -10,8 +10,6 @@
 
 #include <cerrno>
 #include <cmath>
-#include <csignal>
-#include <cstdio>
 #include <memory>
 #include <optional>
 #include <system_error>

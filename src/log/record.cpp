@@ -12,7 +12,6 @@
 #include <cstdio>
 #include <future>
 #include <iostream>
-#include <thread>
 
 namespace samplelog {
 

@@ -25,7 +25,6 @@
 #include <memory>
 #include <optional>
 #include <system_error>
-#include <utility>
 
 namespace samplelog {
 
