@@ -75,4 +75,18 @@ Topic intervalTopic(const RecordingReport& report)
     return topic;
 }
 
+Topic gravityTopic(const RecordingReport& report)
+{
+    Topic topic{QStringLiteral("gravity"), QStringLiteral("Gravity at rest"), {}};
+    if (report.gravity && !report.gravity->envelope.seconds.empty()) {
+        addFigure(topic, QStringLiteral("gravity"),
+                  "Length of the acceleration, means over a second or more; the length of the mean "
+                  "is " +
+                      text(number(report.gravity->mean, 5)) + " m/s².",
+                  timePlot(report, report.gravity->envelope, QStringLiteral("length in m/s²"), 0.0,
+                           standardHeight));
+    }
+    return topic;
+}
+
 } // namespace report
