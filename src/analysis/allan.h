@@ -26,8 +26,8 @@ using Stretches = std::vector<std::vector<double>>;
 /// The deviation at one averaging time, in the unit of the samples.
 /// @param rate samples of the sensor's output
 /// @param averaging number m of samples in an average, 1 at least; the averaging time is m tau0
-/// @return NaN if no stretch is long enough: 2 m samples are needed, 3 m for HADAMARD and
-///         MODIFIED_ALLAN
+/// @return NaN if there are too few samples: 2 m are needed, 3 m - 1 for MODIFIED_ALLAN, 3 m for
+///         HADAMARD
 double deviation(DEVIATION kind, const std::vector<double>& rate, std::size_t averaging);
 
 struct AllanPoint
@@ -64,6 +64,7 @@ double overlappingAllanDegreesOfFreedom(NOISE noise, std::size_t samples, std::s
 /// with the number of averaging times.
 ///
 /// The intervals are those of white noise; setInterval() sets them for another kind.
+/// @param rate stretches of the sensor's output
 /// @param samplePeriod tau0, s
 /// @param perDecade averaging times per decade
 /// @return by increasing averaging time; empty if no stretch has 3 samples

@@ -30,10 +30,11 @@ struct EllipsoidFit
 /// Quality of a calibration, each as a percentage; 0 is perfect.
 struct SphereQuality
 {
-    /// Share of 100 equal areas of the sphere without a reading. The areas are 10 slices of equal
-    /// height, each divided into 10 sectors.
+    /// Empty areas: share of 100 equal areas of the sphere without a reading. The areas are 10
+    /// slices of equal height, each divided into 10 sectors.
     double gaps = 0.0;
-    /// Standard deviation of length(corrected reading) divided by its mean.
+    /// Relative spread of the strength: standard deviation of length(corrected reading) over its
+    /// mean.
     double variance = 0.0;
     /// Three times the distance of the mean of the areas' mean readings from the centre, divided by
     /// the radius: an error of the offset moves that mean by a third of itself. Areas without a
@@ -60,7 +61,7 @@ enum class CrossTerms { OMITTED, FITTED };
 /// @return none if the readings are not on an ellipsoid
 std::optional<EllipsoidFit> fitEllipsoid(const Eigen::Matrix3Xd& readings, CrossTerms crossTerms);
 
-/// Gaps, variance, wobble and fit error of readings under a fit.
+/// Empty areas, spread of the strength, wobble and fit error of readings under a fit.
 SphereQuality sphereQuality(const Eigen::Matrix3Xd& readings, const EllipsoidFit& fit);
 
 /// The readings without the saturated ones, which have a z of exactly 2048 or -2048 uT.

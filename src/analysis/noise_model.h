@@ -78,6 +78,7 @@ NoiseModel fitNoiseModel(const std::vector<AllanPoint>& allan);
 
 /// Deviation and model of samples at equal intervals. The intervals of the deviation use the kind
 /// of noise of the model at each averaging time.
+/// @param rate stretches of the sensor's output
 /// @param samplePeriod s
 AxisNoise analyseNoise(const Stretches& rate, double samplePeriod);
 

@@ -1,9 +1,8 @@
 /// @file
 /// The camera library as the program uses it. No other file of src includes the library's headers
-/// or depends on what its interface leaves open: how it is split into headers, the names of the
-/// enumerators, the names of the fields that are given by their place alone, and that a temperature
-/// can be read from a constant record. For a library that differs in the first three, this file is
-/// edited and no other one.
+/// or depends on what its interface leaves open, such as how it is split into headers and the names
+/// of the enumerators (docs/architecture.md has the list). For a library that differs in a name or
+/// in its headers, this file is edited and no other one.
 ///
 /// The rest of src uses the names that the interface gives: those of types, operations and fields,
 /// and x, y and z of a vector. Each value that the program passes or compares is checked below.

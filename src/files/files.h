@@ -8,7 +8,8 @@
 namespace files {
 
 /// Creates a file for writing. Its name must not exist yet.
-/// @return its descriptor, or -1 and one line with the path, the reason and what to do
+/// @return its descriptor, which the caller closes, or -1 and one line with the path, the reason
+/// and what to do
 int createNew(const std::string& path, std::string& error);
 
 /// One line with the path of a file that can't be created, and the reason.

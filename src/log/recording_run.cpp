@@ -18,6 +18,8 @@ constexpr std::chrono::seconds firstSampleLimit{5};
 
 } // namespace
 
+// RecOptions copies no constant object: only m_file has the caller's columns, and m_options.columns
+// is not used.
 RecordingRun::RecordingRun(const RecordOptions& options)
     : m_options{options.path, options.serial, options.seconds, RecOptions(), options.patience},
       m_file(options.columns)

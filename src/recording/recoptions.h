@@ -5,7 +5,8 @@
 #include <QString>
 
 /// The persistent options of a recording. Interface thread; the sensor thread reads the fields
-/// while a recording runs, and they can't change during one.
+/// while a recording runs, and they can't change during one. gravimon-log uses the switches of the
+/// columns only, without an interface thread.
 ///
 /// Stored by QSettings (organisation "Ombrelux", application "TIVSensorData", per user), one
 /// top-level key per field. Values are not checked: a frequency of 0 results in a recording without

@@ -47,7 +47,8 @@ std::vector<QString> figureIdsOf(const std::vector<std::vector<Topic>>& recordin
 /// @return null if the topic has no such figure
 Figure* findFigure(Topic& topic, const QString& id);
 
-/// Sets the same axes for plots with the same id, so that recordings can be compared by eye.
+/// Sets the same axes for plots with the same id, so that recordings can be compared by eye; not
+/// for the histogram of the intervals, whose bars would be too thin.
 void alignAxes(std::vector<std::vector<Topic>>& recordings);
 
 } // namespace report

@@ -217,6 +217,7 @@ json magnetometerOf(const MagnetometerPart& part)
         object.set("residual_class", residualNames[residualClass(fit.residualRms)]);
         object.set("residual_rms_before_ut", part.fit->lengthRmsBefore);
         const analysis::SphereQuality& quality = part.fit->quality;
+        // The first two keys are those of version 0.1.0: empty areas, and spread of the strength.
         object.set("gaps_percent", quality.gaps);
         object.set("variance_percent", quality.variance);
         object.set("wobble_percent", quality.wobble);

@@ -25,7 +25,7 @@ std::string yamlNumber(double value)
     return {text.data(), result.ptr};
 }
 
-/// Makes one comment line of any text.
+/// Texts from outside are printable already; this keeps the comment on one line.
 std::string comment(const std::string& text)
 {
     std::string line = "# ";
