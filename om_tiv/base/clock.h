@@ -1,5 +1,5 @@
 /// @file
-/// The time of the bench: the system's time, or stepped by a test.
+/// The time of the bench: the system's time, or stepped by a test or a script.
 #pragma once
 
 #include <atomic>

@@ -46,10 +46,11 @@ private:
 JsonNode parseJson(const std::string& text);
 
 /// Reads the members of an object by name; throws JsonMistake for a wrong type and a value out of
-/// range. A missing member does not change the value.
+/// range. A missing member does not change the value. The node must outlive the object.
 class JsonObject
 {
 public:
+    /// Throws JsonMistake if the node is not an object.
     JsonObject(const JsonNode& node, std::string path);
 
     const JsonNode* find(const std::string& key);

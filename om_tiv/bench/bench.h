@@ -138,9 +138,10 @@ public:
     bool storeCalibration(unsigned int serial, const MagCalibration& calibration);
 
     /// The camera itself; null if it is not on the bench. Its script members define exact sequences
-    /// for getSensorsData(), grab(), getIMUReaderData() and getIMUPose():
-    /// bench.camera(serial)->grabScript().set({ERROR_CODE::SUCCESS, ERROR_CODE::CAMERA_GONE},
-    /// AFTER::REPEAT_LAST); Needs bench/virtual_camera.h.
+    /// for getSensorsData(), grab(), getIMUReaderData() and getIMUPose(); their types are in
+    /// bench/virtual_camera.h:
+    ///     bench.camera(serial)->grabScript().set(
+    ///         {ERROR_CODE::SUCCESS, ERROR_CODE::CAMERA_GONE}, AFTER::REPEAT_LAST);
     std::shared_ptr<VirtualCamera> camera(unsigned int serial) const;
     std::vector<std::shared_ptr<VirtualCamera>> cameras() const;
 

@@ -96,7 +96,7 @@ public:
     // Sensor samples.
 
     /// The samples of the sensors, from physics or a recording. Numbers start at 0 when the camera
-    /// is plugged in, and the same number always returns the same sample.
+    /// is plugged in. Within the last 30 s the same number always returns the same sample.
     std::shared_ptr<SensorSource> source() const;
 
     /// The timestamp of a sample: its own time, or the time that the timestamp faults set.

@@ -47,7 +47,7 @@ SensorReader::SensorReader(std::shared_ptr<VirtualCamera> camera, COORDINATE_SYS
         stream->first = last ? *last + (stream->kind == STREAM::IMU ? 1 : 0) : 0;
     }
     if (m_source->has(STREAM::BAROMETER)) {
-        // The average of samples around the opening; the noise of a single sample would be a
+        // The average of samples before the opening; the noise of a single sample would be a
         // permanent error.
         const std::uint64_t from = m_barometer.first - std::min(m_barometer.first, groundSamples);
         const std::uint64_t count = std::max<std::uint64_t>(m_barometer.first - from, 1);

@@ -32,7 +32,7 @@ private:
     struct Stream
     {
         STREAM kind;
-        double rate;             ///< nominal, samples over which the effective rate is measured
+        double rate;             ///< Hz, nominal; the effective rate is of as many samples
         std::uint64_t first = 0; ///< number of the first sample after the opening
     };
 

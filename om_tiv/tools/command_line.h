@@ -15,7 +15,7 @@ struct Command
 {
     std::string socket;     ///< empty: that of OM_TIV_CONTROL, or the one running bench
     nlohmann::json request; ///< for the bench
-    bool asJson = false;    ///< print the answer unchanged
+    bool asJson = false;    ///< print the answer as JSON
     bool all = false;       ///< the request is for all running benches
     std::string dumpFile;   ///< target file for the image in the answer; empty for none
 

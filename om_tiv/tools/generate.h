@@ -28,6 +28,8 @@ constexpr std::uint64_t generatedStartSeconds = 1'767'225'600;
 /// only starts the program's clock and has no row. Uses a few MiB whatever the length. The faults
 /// of sensors and timestamps act; those of opening, grabbing and the microcontroller do not.
 ///
+/// A camera without an IMU, one that plays a recording, and frozen timestamps are errors.
+///
 /// @param path     of a file that does not exist yet. It is removed again where it can't be written
 ///                 whole.
 /// @param proceed  is called from time to time with the finished share, 0 to 1; false ends the work

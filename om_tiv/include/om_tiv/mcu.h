@@ -74,7 +74,7 @@ struct IMUPose
     /// its mean at the six ends.
     std::int32_t headingState = 4;
     float headingAccuracy = 0.0F; ///< 1 at a spread of 0, linear down to 0 at one of 10 %
-    /// With the stored calibration: result of calcMagHeading for the corrected field.
+    /// Radians, with the stored calibration: calcMagHeading of the corrected field.
     float heading = 0.0F;
 };
 static_assert(offsetof(IMUPose, acceleration) == 124, "");
