@@ -6,8 +6,8 @@
 
 namespace terminal {
 
-/// A text from outside, safe to print on a line of a terminal. A character that Qt does not count as
-/// printable (control, line feed, mark of writing direction, private use, unassigned) becomes a
+/// A text from outside, safe to print on a line of a terminal. A character that Qt does not count
+/// as printable (control, line feed, mark of writing direction, private use, unassigned) becomes a
 /// blank, invalid UTF-8 a replacement character. U+2028, U+2029 and all above U+FFFF stay.
 std::string printable(const std::string& text);
 
