@@ -10,7 +10,8 @@ std::string printable(const std::string& text)
 {
     QString line = QString::fromStdString(text);
     for (QChar& c : line) {
-        if (!c.isPrint() && !c.isSurrogate()) {
+        const bool breaksLine = c == QChar::LineSeparator || c == QChar::ParagraphSeparator;
+        if (breaksLine || (!c.isPrint() && !c.isSurrogate())) {
             c = QLatin1Char(' ');
         }
     }

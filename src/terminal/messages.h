@@ -6,9 +6,10 @@
 
 namespace terminal {
 
-/// A text from outside, safe to print on a line of a terminal. A character that Qt does not count
-/// as printable (control, line feed, mark of writing direction, private use, unassigned) becomes a
-/// blank, invalid UTF-8 a replacement character. U+2028, U+2029 and all above U+FFFF stay.
+/// A text from outside, safe on a line of a terminal or of a YAML file. A line or paragraph
+/// separator, and a character that Qt does not count as printable (control, line feed, mark of
+/// writing direction, private use, unassigned), becomes a blank, invalid UTF-8 a replacement
+/// character. All above U+FFFF stay.
 std::string printable(const std::string& text);
 
 /// Writes one line with the program's name to standard error.

@@ -403,9 +403,15 @@ void TestReportRun::hostileNameIsOneLine()
     QVERIFY(said.error.find('\x1b') == std::string::npos);
     QVERIFY(said.error.find("\u202e") == std::string::npos);
 
-    command.recordings = {written("b\n\x1b[31m.csv", imuRows(100, 0.0025))};
+    command.recordings = {written("b\n\x1b[31m\u2028c: \u2029.csv", imuRows(100, 0.0025))};
+    command.yamlPath = path("c.yaml");
     const Said good = saidBy(command);
     QVERIFY(good.output.find('\x1b') == std::string::npos);
+    QVERIFY(good.output.find("b  [31m c:  .csv") != std::string::npos);
+    // Some readers of YAML begin a line after these separators.
+    std::ifstream yaml(command.yamlPath);
+    const std::string text((std::istreambuf_iterator<char>(yaml)), {});
+    QVERIFY(text.find("b  [31m c:  .csv\n") != std::string::npos);
 }
 
 void TestReportRun::numbersHaveAPointInEveryLanguage()
